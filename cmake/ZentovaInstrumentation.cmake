@@ -1,0 +1,11 @@
+# Sanitizers and coverage, the same for the library, the examples and the tests.
+add_library(zt_instrumentation INTERFACE)
+if(ZT_SANITIZE)
+  set(flags -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(zt_instrumentation INTERFACE ${flags})
+  target_link_options(zt_instrumentation INTERFACE ${flags})
+endif()
+if(ZT_COVERAGE)
+  target_compile_options(zt_instrumentation INTERFACE --coverage)
+  target_link_options(zt_instrumentation INTERFACE --coverage)
+endif()
