@@ -1,0 +1,338 @@
+/**
+ * @file ztbasec.h
+ * How a class is declared and defined, and ztBaseClass, the root of all classes.
+ *
+ * A class is written in two places. Its header lists the instance fields and the methods, each list
+ * beginning with the parent's, and declares the class:
+ *
+ * @code
+ * #define Station_FIELDS ztBaseClass_FIELDS  double height;
+ * #define Station_METHODS ztBaseClass_METHODS  double (*describe)(const void *station);
+ * ZT_DECLARE_CLASS(Station)
+ * @endcode
+ *
+ * Its source writes the operations as ordinary functions, puts them into the method table and defines
+ * the class:
+ *
+ * @code
+ * static int32_t stationCreate(void *object) {
+ *   if (!ztBaseClass_table()->create(object)) return 0;     // the parent's version
+ *   ((Station *)object)->height = 0;
+ *   return 1;
+ * }
+ * static void stationMethods(StationMethods *methods) {
+ *   ZT_OVERRIDE_METHOD(methods, create, stationCreate);
+ * }
+ * ZT_DEFINE_CLASS(Station, ztBaseClass, stationMethods)
+ * @endcode
+ *
+ * Objects are then made with `Station_ctor(NULL, 1)` or `ztNewFromName("Station")`, and their methods
+ * called with `Station_of(object)->describe(object)`.
+ */
+#ifndef ZT_CORE_ZTBASEC_H
+#define ZT_CORE_ZTBASEC_H
+
+#include "core/ztoop.h"
+
+ZT_BEGIN_C
+
+/* Class functions ---------------------------------------------------------------------------- */
+
+/** The ten entries that every class-function table begins with, in slot order. */
+#define ztClass_FUNCTIONS                                                                                 \
+  void *(*newop)(void);                                              /* 0 allocates, without `create` */  \
+  ztCtor ctor;                                                       /* 1 */                              \
+  void (*InitTable)(void *object);                                   /* 2 */                              \
+  void *allocator;                                                   /* 3 set by hosts only; not owned */ \
+  uint32_t (*Version)(const void *ignored, const void *object);      /* 4 */                              \
+  const char *(*ClassName)(const void *ignored, const void *object); /* 5 */                              \
+  int32_t (*IsClass)(const void *ignored, const void *object, const char *name);   /* 6 */                \
+  int32_t (*IsClassOf)(const void *ignored, const void *object, const char *name); /* 7 */                \
+  void (*classInit)(ztClass * klass); /* 8 once, when the descriptor is filled; may be NULL */            \
+  ztClassDestroyHook classDestroy;    /* 9 once, when the registry frees it; may be NULL */
+
+/** The class-function table of a class without class functions of its own. */
+typedef struct ZT_MAY_ALIAS ztClassFunctions {
+  ztClass_FUNCTIONS
+} ztClassFunctions;
+
+/** What the engine remembers of one class beside its descriptor. Private. */
+typedef struct ztClassState {
+  int32_t filling;           /**< 1 while the descriptor is being filled */
+  int32_t registrationTried; /**< 1 once an object of its own had the class registered */
+} ztClassState;
+
+/** Everything the engine needs to know of a class; made by ZT_DEFINE_CLASS. */
+typedef struct ztClassDescription {
+  ztClass *klass;                         /**< the descriptor, with its two table pointers set */
+  ztClassState *state;                    /**< beside the descriptor */
+  ztClass *(*parent)(void);               /**< the parent's Class_Instance; ztBaseClass names itself */
+  void (*parentInitTable)(void *object);  /**< the parent's InitTable */
+  const char *const *name;                /**< C_classname_ */
+  const uint32_t *version;                /**< C_version_ */
+  int32_t instanceSize;                   /**< bytes of one instance */
+  int32_t slotCount;                      /**< slots of the method table */
+  void (*fillMethods)(void *methods);     /**< writes the class's own methods into a table */
+  void (*fillFunctions)(void *functions); /**< writes class slots 8 and up */
+  ztClassFunctions functions;             /**< class slots 0 to 7 */
+} ztClassDescription;
+
+/* The protocol, shared by the classes of the library and of hosts ------------------------------ */
+
+/**
+ * Makes an object: the body of every `C_ctor`, and of `C_newop` with NULL and 0.
+ *
+ * The first object of a class fills the class's tables and registers it.
+ * @param description  the class
+ * @param object       memory of at least the instance size, or NULL to allocate it
+ * @param create       not 0: run the object's `create`, whose result is ignored
+ * @return the object; NULL when memory is exhausted
+ */
+ZT_API void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create);
+
+/**
+ * Writes the methods of a class and its ancestors into the table of the object's class, and fills
+ * the descriptor of each that is met for the first time: the body of every `C_InitTable`.
+ * @param object  its class must be the described one or a descendant
+ */
+ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object);
+
+/** @return the version of the object's own class; 0 for NULL */
+ZT_API uint32_t ztOOP_versionOf(const void *object);
+/** @return the name of the object's own class; NULL for NULL */
+ZT_API const char *ztOOP_classNameOf(const void *object);
+/** @return the allocator that a host put into class slot 3 of the object's class, or NULL */
+ZT_API void *ztOOP_allocatorOf(const void *object);
+/** @return 1 when the object's own class bears exactly this name */
+ZT_API int32_t ztOOP_isClass(const void *object, const char *name);
+/** @return 1 when the object's class or one of its ancestors bears exactly this name */
+ZT_API int32_t ztOOP_isClassOf(const void *object, const char *name);
+/** @return 1 when the class itself or one of its ancestors bears exactly this name */
+ZT_API int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name);
+/** Writes the virtual-function handler into a method slot, given by its address. */
+ZT_API void ztOOP_setAbstract(void *slot);
+
+/** @return the class of an object that is not NULL */
+static inline ztClass *ztOOP_classOf(const void *object) {
+  typedef ztClass *ZT_MAY_ALIAS Header;
+  return *(const Header *)object;
+}
+
+/** Writes no class functions: for classes whose class table is the standard one. */
+static inline void ztOOP_noFunctions(ztClassFunctions *functions) {
+  (void)functions;
+}
+
+ZT_END_C
+
+/* Declaring a class ---------------------------------------------------------------------------- */
+
+/**
+ * Declares class C from the lists `C_FIELDS` and `C_METHODS`: the instance struct `C`, the method
+ * table `CMethods`, the functions that every class has, and
+ *  - `C_of(object)`, the method table of the object's own class, for calls;
+ *  - `C_table()`, the method table of C itself, for calls of C's version from a subclass.
+ */
+#define ZT_DECLARE_CLASS(C)                                                               \
+  ZT_BEGIN_C                                                                              \
+  typedef struct ZT_MAY_ALIAS C {                                                         \
+    C##_FIELDS                                                                            \
+  } C;                                                                                    \
+  typedef struct ZT_MAY_ALIAS C##Methods {                                                \
+    C##_METHODS                                                                           \
+  } C##Methods;                                                                           \
+  extern ZT_API const uint32_t C##_version_;                                              \
+  extern ZT_API const char *const C##_classname_;                                         \
+  ZT_API ztClass *C##Class_Instance(void);                                                \
+  ZT_API uint32_t C##Version(const void *ignored, const void *object);                    \
+  ZT_API const char *C##ClassName(const void *ignored, const void *object);               \
+  ZT_API void *C##Allocator(const void *object);                                          \
+  ZT_API int32_t C##IsClass(const void *ignored, const void *object, const char *name);   \
+  ZT_API int32_t C##IsClassOf(const void *ignored, const void *object, const char *name); \
+  ZT_API void C##InitTable(void *object);                                                 \
+  ZT_API void *C##_ctor(void *object, int32_t create);                                    \
+  ZT_API void *C##_newop(void);                                                           \
+  static inline const C##Methods *C##_of(const void *object) {                            \
+    return (const C##Methods *)ztOOP_classOf(object)->methodTable;                        \
+  }                                                                                       \
+  static inline const C##Methods *C##_table(void) {                                       \
+    return (const C##Methods *)C##Class_Instance()->methodTable;                          \
+  }                                                                                       \
+  ZT_END_C
+
+/** Declares the class-function table `CFunctions` of a class that lists class functions of its own
+ *  in `C_FUNCTIONS`, and `C_functions()`, which returns it. Follows ZT_DECLARE_CLASS(C). */
+#define ZT_DECLARE_CLASS_FUNCTIONS(C)                             \
+  ZT_BEGIN_C                                                      \
+  typedef struct ZT_MAY_ALIAS C##Functions {                      \
+    ztClass_FUNCTIONS                                             \
+    C##_FUNCTIONS                                                 \
+  } C##Functions;                                                 \
+  static inline const C##Functions *C##_functions(void) {         \
+    return (const C##Functions *)C##Class_Instance()->classTable; \
+  }                                                               \
+  ZT_END_C
+
+/* Defining a class ----------------------------------------------------------------------------- */
+
+/**
+ * Defines class C, of version 1 and without class functions of its own.
+ * @param C            the class, declared with ZT_DECLARE_CLASS
+ * @param Parent       its parent class
+ * @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or
+ *                     overrides with ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD
+ */
+#define ZT_DEFINE_CLASS(C, Parent, methodsFill) \
+  ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, 1, ztClassFunctions, ztOOP_noFunctions)
+
+/**
+ * Defines class C with everything that may differ from class to class.
+ * @param C              as in ZT_DEFINE_CLASS
+ * @param Parent         as in ZT_DEFINE_CLASS
+ * @param methodsFill    as in ZT_DEFINE_CLASS
+ * @param classVersion   the version that is stored with objects of the class
+ * @param Functions      the struct of its class-function table: ztClassFunctions, or `CFunctions`
+ *                       after ZT_DECLARE_CLASS_FUNCTIONS(C)
+ * @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up
+ */
+#define ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, classVersion, Functions, functionsFill)              \
+  const uint32_t C##_version_ = (classVersion);                                                           \
+  const char *const C##_classname_ = #C;                                                                  \
+  static C##Methods C##Class_VTable;                                                                      \
+  static Functions C##Class_CTable;                                                                       \
+  static ztClass C##Class_Inst = {NULL, 0, 0, NULL, 0, 0, &C##Class_CTable, &C##Class_VTable};            \
+  static ztClassState C##Class_State;                                                                     \
+  static void C##Class_fillMethods(void *methods) {                                                       \
+    ((C##Methods *)methods)->Allocator = C##Allocator;                                                    \
+    methodsFill((C##Methods *)methods);                                                                   \
+  }                                                                                                       \
+  static void C##Class_fillFunctions(void *functions) {                                                   \
+    functionsFill((Functions *)functions);                                                                \
+  }                                                                                                       \
+  static const ztClassDescription C##Class_Description = {                                                \
+      &C##Class_Inst,                                                                                     \
+      &C##Class_State,                                                                                    \
+      Parent##Class_Instance,                                                                             \
+      Parent##InitTable,                                                                                  \
+      &C##_classname_,                                                                                    \
+      &C##_version_,                                                                                      \
+      (int32_t)sizeof(C),                                                                                 \
+      (int32_t)(sizeof(C##Methods) / sizeof(void *)),                                                     \
+      C##Class_fillMethods,                                                                               \
+      C##Class_fillFunctions,                                                                             \
+      {C##_newop, C##_ctor, C##InitTable, NULL, C##Version, C##ClassName, C##IsClass, C##IsClassOf, NULL, \
+       NULL}};                                                                                            \
+  ztClass *C##Class_Instance(void) {                                                                      \
+    return &C##Class_Inst;                                                                                \
+  }                                                                                                       \
+  uint32_t C##Version(const void *ignored, const void *object) {                                          \
+    (void)ignored;                                                                                        \
+    return ztOOP_versionOf(object);                                                                       \
+  }                                                                                                       \
+  const char *C##ClassName(const void *ignored, const void *object) {                                     \
+    (void)ignored;                                                                                        \
+    return ztOOP_classNameOf(object);                                                                     \
+  }                                                                                                       \
+  void *C##Allocator(const void *object) {                                                                \
+    return ztOOP_allocatorOf(object);                                                                     \
+  }                                                                                                       \
+  int32_t C##IsClass(const void *ignored, const void *object, const char *name) {                         \
+    (void)ignored;                                                                                        \
+    return ztOOP_isClass(object, name);                                                                   \
+  }                                                                                                       \
+  int32_t C##IsClassOf(const void *ignored, const void *object, const char *name) {                       \
+    (void)ignored;                                                                                        \
+    return ztOOP_isClassOf(object, name);                                                                 \
+  }                                                                                                       \
+  void C##InitTable(void *object) {                                                                       \
+    ztOOP_initTable(&C##Class_Description, object);                                                       \
+  }                                                                                                       \
+  void *C##_ctor(void *object, int32_t create) {                                                          \
+    return ztOOP_construct(&C##Class_Description, object, create);                                        \
+  }                                                                                                       \
+  void *C##_newop(void) {                                                                                 \
+    return ztOOP_construct(&C##Class_Description, NULL, 0);                                               \
+  }
+
+/** Puts a function into a method slot. A function whose signature differs from the slot's is a
+ *  compile error on this line. */
+#ifdef __cplusplus
+#define ZT_OVERRIDE_METHOD(methods, slot, function) ((methods)->slot = (function))
+#else
+#define ZT_OVERRIDE_METHOD(methods, slot, function)                                                    \
+  do {                                                                                                 \
+    _Static_assert(__builtin_types_compatible_p(__typeof__((methods)->slot), __typeof__(&(function))), \
+                   "the signature of " #function " differs from that of method " #slot);               \
+    (methods)->slot = (function);                                                                      \
+  } while (0)
+#endif
+
+/** Leaves a method to the subclasses: calling it gives the text of ztOOP_ztVirtualFuncHandler(). */
+#define ZT_ABSTRACT_METHOD(methods, slot) ztOOP_setAbstract(&(methods)->slot)
+
+/** 1 when the object's class C has something in the method slot; otherwise logs the empty slot and
+ *  gives 0: `if (ZT_HAS_METHOD(C, object, slot)) C_of(object)->slot(object);` */
+#define ZT_HAS_METHOD(C, object, slot) \
+  (C##_of(object)->slot != NULL || ztOOP_HandleNullFuncPtr((object), #slot))
+
+/* ztBaseClass ---------------------------------------------------------------------------------- */
+
+/** What every object begins with. The fields of a class follow those of its parent. */
+#define ztBaseClass_FIELDS                       \
+  ztClass *klass;   /* the object's own class */ \
+  int32_t refCount; /* 1 when the object is made */
+
+/**
+ * The methods of every class, in slot order.
+ *
+ *  - `Allocator`: what a host put into class slot 3, or NULL; not owned.
+ *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and
+ *    when the registry frees it.
+ *  - `create`: sets the fields to their defaults, 1 or 0. An override calls its parent's first.
+ *  - `clone`: copies the object onto @c target, memory of at least its instance size whose object, if
+ *    any, is not released; returns the target, or NULL when it cannot. The target takes the source's
+ *    class and reference count.
+ *  - `assign`: takes over the contents of another object of the class, 1 or 0.
+ *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract where a class has no order.
+ *  - `destroy`: releases what the object owns, never the object's own memory.
+ *  - `read`, `write`: the object's data from and to a ztFile, 1 or 0.
+ *  - `ref`: one reference more. `unRef`: one less; at 1 or less the object is destroyed and its memory
+ *    released, so a new object referenced once more ends at the first `unRef`.
+ *  - `getRefCount`: the reference count.
+ */
+#define ztBaseClass_METHODS                                  \
+  void *(*Allocator)(const void *object);                    \
+  void (*classInstanceCreate)(ztClass * klass);              \
+  void (*classInstanceDestroy)(ztClass * klass);             \
+  void *emptySlot; /* NULL in every class */                 \
+  int32_t (*create)(void *object);                           \
+  void *(*clone)(const void *object, void *target);          \
+  int32_t (*assign)(void *object, const void *other);        \
+  int32_t (*isEqual)(const void *object, const void *other); \
+  int32_t (*isLess)(const void *object, const void *other);  \
+  int32_t (*isMajor)(const void *object, const void *other); \
+  void (*destroy)(void *object);                             \
+  int32_t (*read)(void *object, void *file);                 \
+  int32_t (*write)(const void *object, void *file);          \
+  void (*ref)(void *object);                                 \
+  void (*unRef)(void *object);                               \
+  int32_t (*getRefCount)(const void *object);
+
+/**
+ * The class functions of ztBaseClass, from class slot 10 on; no other class's table has them.
+ *
+ *  - `classRead(NULL, file)`: reads a class identity and makes an object of that class, the caller's
+ *    to `unRef`; call its `read` next. NULL for a failed read, a name that is not registered (with a
+ *    line in the log) and a version that differs.
+ *  - `classWrite(NULL, object, file)`: writes the identity of the object's class, 100 bytes of name
+ *    and the version; call its `write` next. 1, or 0 as soon as a write fails.
+ */
+#define ztBaseClass_FUNCTIONS                          \
+  void *(*classRead)(const void *ignored, void *file); \
+  int32_t (*classWrite)(const void *ignored, const void *object, void *file);
+
+/** The root of all classes. */
+ZT_DECLARE_CLASS(ztBaseClass)
+ZT_DECLARE_CLASS_FUNCTIONS(ztBaseClass)
+
+#endif

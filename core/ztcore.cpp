@@ -1,0 +1,95 @@
+#include "core/ztcore.h"
+
+#include "core/ztbasec.h"
+#include "core/ztlogctrl.h"
+#include "core/ztmem.h"
+#include "core/ztoop.hh"
+#include "io/ztfile.h"
+#include "support/ztalloc.h"
+#include "support/ztstdalloc.h"
+
+namespace {
+
+struct LibraryClass {
+  const char *name;
+  const char *freeName;  // what ztcoreClassFree calls it
+  ztCtor ctor;           // NULL while the class is not built
+};
+
+}  // namespace
+
+#define CLASS(C) \
+  { #C, #C, C##_ctor }
+#define PENDING(C) \
+  { #C, #C, nullptr }
+#define PENDING_TYPE(name) \
+  { name "PropertyType", name, nullptr }
+
+// In the order of registration. The property types go under the names that properties are declared
+// with: six of these name no class, and "ztString" frees the string class early.
+static const LibraryClass libraryClasses[] = {
+    PENDING(ztHashTableItem),  PENDING(ztAvlIterator),
+    PENDING(ztObject),         PENDING_TYPE("ztChar"),
+    PENDING_TYPE("ztCharPtr"), PENDING_TYPE("ztInt"),
+    PENDING_TYPE("ztBool"),    PENDING_TYPE("ztFloat"),
+    PENDING_TYPE("ztVoidPtr"), PENDING_TYPE("ztString"),
+    PENDING(ztIntTag),         PENDING(ztMap),
+    PENDING(ztString),         PENDING(ztStringArray),
+    PENDING(ztMapIterator),    PENDING(ztPtrStack),
+    PENDING(ztTagAttribute),   PENDING(ztPtrArray),
+    PENDING(ztCharArray),      PENDING(ztIntArray),
+    PENDING(ztFloatArray),     PENDING(ztRoot),
+    PENDING(ztRootPtrList),    PENDING(ztSequenceContainer),
+    CLASS(ztBaseClass),        PENDING(ztPtrList),
+    PENDING(ztIntList),        PENDING(ztStringList),
+    PENDING(ztBaseView),       PENDING(ztSignal),
+    PENDING(ztSignalMap),      PENDING(ztContainerItem),
+    PENDING(ztHashTable),      PENDING(ztBaseModel),
+    PENDING(ztProperty),       PENDING(ztPropertyTypeMap),
+    PENDING(ztPropertyMap),    PENDING(ztPropertyPtrArray),
+    CLASS(ztStdAllocator),     PENDING(ztFloatTag),
+    PENDING(ztDeque),          PENDING(ztContainer),
+    PENDING(ztMapItem),        PENDING(ztAssociativeContainer),
+    PENDING(ztListItem),       PENDING(ztTextFile),
+    PENDING(ztPropertyType),   PENDING(ztList),
+    PENDING(ztStack),          CLASS(ztFile),
+    PENDING(ztAvlTreeItem),    PENDING(ztSlot),
+    PENDING(ztSlotMap),        PENDING(ztArray),
+    PENDING(ztQueue),          PENDING(ztLink),
+    PENDING(ztLinkArray),      PENDING(ztIterator),
+    PENDING(ztPtrQueue),       PENDING(ztTag),
+    PENDING(ztAvlTree),        CLASS(ztAllocator),
+};
+
+static_assert(sizeof libraryClasses / sizeof libraryClasses[0] == 62);
+
+static void registerClass(const LibraryClass &libraryClass) {
+  if (libraryClass.ctor == nullptr || ztOOP_isClassRegistered(libraryClass.name)) return;
+  // The first object of a class registers it by itself, with a prototype of its own; the one made
+  // here is then refused.
+  void *prototype = libraryClass.ctor(nullptr, 0);
+  if (prototype == nullptr) return;
+  const ztClass *klass = ztOOP_classOf(prototype);
+  const auto *functions = static_cast<const ztClassFunctions *>(klass->classTable);
+  if (!ztAddNewClass(prototype, klass->name, functions->ctor, functions->classDestroy)) ztm_free(prototype);
+}
+
+void ztcoreClassInit(void) {
+  for (const LibraryClass &libraryClass : libraryClasses) registerClass(libraryClass);
+}
+
+void ztcoreClassFree(void) {
+  for (const LibraryClass &libraryClass : libraryClasses) ztFreeClass(libraryClass.freeName);
+}
+
+__attribute__((constructor)) void ztcore_lnx_init(void) {
+  ztLc_log("Zentova - Loading library: %s\n", "ztcore");
+  ztOOP_Init("zentova");
+  ztcoreClassInit();
+}
+
+__attribute__((destructor)) void ztcore_lnx_free(void) {
+  ztLc_log("Zentova - Freeing library: %s\n", "ztcore");
+  ztcoreClassFree();
+  ztOOP_releaseAfterStop();
+}

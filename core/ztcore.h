@@ -1,0 +1,29 @@
+/**
+ * @file ztcore.h
+ * The list of the library's classes, and what runs when the library is loaded and unloaded.
+ */
+#ifndef ZT_CORE_ZTCORE_H
+#define ZT_CORE_ZTCORE_H
+
+#include "core/ztoop.h"
+
+ZT_BEGIN_C
+
+/** Registers the library's classes that are not registered; after a clean-up and a new
+ *  ztOOP_Init(), this makes them known by name again. */
+ZT_API void ztcoreClassInit(void);
+
+/** Frees the library's classes by name. The property types stay registered until ztOOP_CleanUp(),
+ *  for this list knows them by the names that properties are declared with. */
+ZT_API void ztcoreClassFree(void);
+
+/** Runs when the library is loaded: starts the engine with the log file "zentova.log" in the current
+ *  folder and registers the library's classes. Hosts do not call it. */
+ZT_API void ztcore_lnx_init(void);
+
+/** Runs when the library is unloaded: frees the library's classes. Hosts do not call it. */
+ZT_API void ztcore_lnx_free(void);
+
+ZT_END_C
+
+#endif

@@ -1,0 +1,18 @@
+// Pins what hosts reach by number: field offsets, slot numbers, instance sizes and slot counts.
+#ifndef ZT_CORE_ZTLAYOUT_HH
+#define ZT_CORE_ZTLAYOUT_HH
+
+#include <stddef.h>
+
+#define ZT_PIN_FIELD(Struct, field, offset) static_assert(offsetof(Struct, field) == (offset))
+
+#define ZT_PIN_SLOT(C, slot, number) static_assert(offsetof(C##Methods, slot) == (number) * sizeof(void *))
+
+#define ZT_PIN_FUNCTION(C, slot, number) \
+  static_assert(offsetof(C##Functions, slot) == (number) * sizeof(void *))
+
+#define ZT_PIN_CLASS(C, instanceSize, slotCount) \
+  static_assert(sizeof(C) == (instanceSize));    \
+  static_assert(sizeof(C##Methods) == (slotCount) * sizeof(void *))
+
+#endif

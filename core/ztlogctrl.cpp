@@ -1,0 +1,127 @@
+#include "core/ztlogctrl.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+// The engine's own log file; NULL while none is open.
+static FILE *flog;
+
+namespace {
+
+constexpr size_t textSize = 512;
+
+// One conversion of a printf format, from its '%' on.
+struct Conversion {
+  const char *end;  // behind its last character
+  char letter;      // what it converts to; 0 when the text ends within it
+  char spec[32];    // the conversion without length modifier, its '*' replaced by zeros
+};
+
+bool isOneOf(char c, const char *set) {
+  return c != '\0' && strchr(set, c) != nullptr;
+}
+
+// Reads a width or precision; '*' would take its number from an argument, and those are all zero.
+const char *readNumber(const char *text, int *number) {
+  *number = 0;
+  if (*text == '*') return text + 1;
+  // No text of the log is wider than its buffer, so a wider field is cut to that.
+  for (; *text >= '0' && *text <= '9'; ++text) {
+    *number = *number * 10 + (*text - '0');
+    if (*number > static_cast<int>(textSize)) *number = static_cast<int>(textSize);
+  }
+  return text;
+}
+
+Conversion readConversion(const char *percent) {
+  const char *at = percent + 1;
+  char flags[6];
+  size_t flagCount = 0;
+  for (; isOneOf(*at, "-+ #0'I"); ++at) {
+    if (flagCount < sizeof flags - 1 && memchr(flags, *at, flagCount) == nullptr) flags[flagCount++] = *at;
+  }
+  flags[flagCount] = '\0';
+  int width;
+  at = readNumber(at, &width);
+  if (*at == '$') at = readNumber(at + 1, &width);  // an argument's position: they are all alike
+  int precision = -1;
+  if (*at == '.') at = readNumber(at + 1, &precision);
+  while (isOneOf(*at, "hlqjzZtL")) ++at;
+
+  Conversion conversion;
+  conversion.letter = *at;
+  conversion.end = *at == '\0' ? at : at + 1;
+  char widthText[8] = "";
+  char precisionText[8] = "";
+  if (width > 0) snprintf(widthText, sizeof widthText, "%d", width);
+  if (precision >= 0) snprintf(precisionText, sizeof precisionText, ".%d", precision);
+  snprintf(conversion.spec, sizeof conversion.spec, "%%%s%s%s%c", flags, widthText, precisionText,
+           conversion.letter);
+  return conversion;
+}
+
+// The argument has the type that the specification's last letter, looked at by the caller, asks for.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+void printZero(const Conversion &conversion, const char *percent) {
+  if (isOneOf(conversion.letter, "diouxXcC")) {
+    printf(conversion.spec, 0);
+  } else if (isOneOf(conversion.letter, "eEfFgGaA")) {
+    printf(conversion.spec, 0.0);
+  } else if (isOneOf(conversion.letter, "sSp")) {
+    printf(conversion.spec, static_cast<const void *>(nullptr));
+  } else if (conversion.letter == 'm') {
+    printf(conversion.spec);
+  } else if (conversion.letter == '%') {
+    putchar('%');
+  } else if (conversion.letter != 'n' && conversion.letter != '\0') {
+    fwrite(percent, 1, static_cast<size_t>(conversion.end - percent), stdout);
+  }
+}
+#pragma GCC diagnostic pop
+
+// Prints a text as a format whose arguments are all zero. Handing the text itself to printf would let
+// a '%' in it (a name from a damaged file, say) read the stack or write through a stray pointer.
+void printAsFormat(const char *text) {
+  for (;;) {
+    const char *percent = strchr(text, '%');
+    if (percent == nullptr) break;
+    fwrite(text, 1, static_cast<size_t>(percent - text), stdout);
+    const Conversion conversion = readConversion(percent);
+    printZero(conversion, percent);
+    text = conversion.end;
+  }
+  fputs(text, stdout);
+}
+
+}  // namespace
+
+int32_t ztLc_openLogFile(const char *path) {
+  if (flog != nullptr) return 1;
+  if (path == nullptr) return 0;
+  flog = fopen(path, "w");
+  return flog != nullptr;
+}
+
+void ztLc_log(const char *format, ...) {
+  static char text[textSize];
+  if (format == nullptr) return;
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+
+  printAsFormat(text);
+  if (flog != nullptr) {
+    fputs(text, flog);
+    fflush(flog);
+  }
+}
+
+void ztLc_closeLogFile(void) {
+  if (flog == nullptr) return;
+  fclose(flog);
+  flog = nullptr;
+}

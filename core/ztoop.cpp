@@ -1,0 +1,339 @@
+#include "core/ztoop.h"
+
+#include "core/ztbasec.h"
+#include "core/ztlayout.hh"
+#include "core/ztlogctrl.h"
+#include "core/ztmem.h"
+#include "core/ztoop.hh"
+#include "core/zttext.hh"
+#include "support/ztcutils.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+ZT_PIN_FIELD(ztClassEntry, ctor, 104);
+ZT_PIN_FIELD(ztClassEntry, classDestroy, 112);
+ZT_PIN_FIELD(ztClassEntry, prototype, 120);
+ZT_PIN_FIELD(ztClassEntry, next, 128);
+
+// The index ---------------------------------------------------------------------------------------
+
+namespace {
+
+struct IndexedEntry;
+
+struct Link {
+  IndexedEntry *next;
+  uint32_t hash;
+};
+
+// A registry entry with what finds it quickly and what its release needs.
+struct IndexedEntry {
+  ztClassEntry entry;  // first, so that the public list and this one are the same objects
+  Link byName;         // under the name it was registered with
+  Link byClass;        // under the name its class bears
+  bool instanceDestroyed;
+  bool beingFreed;
+};
+
+constexpr size_t nameLength = sizeof(ztClassEntry::name) - 1;
+
+// Finds entries by a name. The list `classlist` alone tells their order; a chain repeats it: newest
+// first among the entries of one bucket.
+template <Link IndexedEntry::*link>
+class NameIndex {
+ public:
+  void add(IndexedEntry *entry) {
+    if (count >= bucketCount()) grow();
+    IndexedEntry **head = bucketOf((entry->*link).hash);
+    (entry->*link).next = *head;
+    *head = entry;
+    ++count;
+  }
+
+  void remove(const IndexedEntry *entry) {
+    IndexedEntry **at = bucketOf((entry->*link).hash);
+    while (*at != entry) at = &((*at)->*link).next;
+    *at = (entry->*link).next;
+    if (--count == 0) shrink();
+  }
+
+  template <typename Matches>
+  IndexedEntry *find(uint32_t hash, Matches matches) {
+    for (IndexedEntry *entry = *bucketOf(hash); entry != nullptr; entry = (entry->*link).next) {
+      if ((entry->*link).hash == hash && matches(entry->entry)) return entry;
+    }
+    return nullptr;
+  }
+
+ private:
+  static constexpr uint32_t initialBuckets = 128;
+
+  uint32_t bucketCount() const {
+    return large == nullptr ? initialBuckets : largeCount;
+  }
+
+  IndexedEntry **bucketOf(uint32_t hash) {
+    IndexedEntry **buckets = large == nullptr ? initial : large;
+    return &buckets[hash & (bucketCount() - 1)];
+  }
+
+  // Without memory for more buckets the chains just grow longer.
+  void grow() {
+    const uint32_t newCount = 2 * bucketCount();
+    auto **fresh = static_cast<IndexedEntry **>(ztm_alloc(static_cast<int32_t>(newCount * sizeof(void *))));
+    if (fresh == nullptr) return;
+    memset(fresh, 0, newCount * sizeof(void *));
+    for (uint32_t i = 0; i < bucketCount(); ++i) {
+      // A bucket splits in two; appending keeps the order within each.
+      IndexedEntry **tails[2] = {&fresh[i], &fresh[i + bucketCount()]};
+      for (IndexedEntry *entry = *bucketOf(i); entry != nullptr; entry = (entry->*link).next) {
+        IndexedEntry **&tail = tails[((entry->*link).hash & bucketCount()) != 0];
+        *tail = entry;
+        tail = &(entry->*link).next;
+      }
+      *tails[0] = nullptr;
+      *tails[1] = nullptr;
+    }
+    shrink();
+    large = fresh;
+    largeCount = newCount;
+  }
+
+  void shrink() {
+    ztm_free(large);
+    large = nullptr;
+    memset(initial, 0, sizeof initial);
+  }
+
+  // Enough for the library's own classes, so that starting up needs no memory here.
+  IndexedEntry *initial[initialBuckets];
+  IndexedEntry **large;  // a power of two of buckets, in place of `initial`; owned
+  uint32_t largeCount;
+  uint32_t count;
+};
+
+uint32_t hashOf(const char *name, size_t length) {
+  uint32_t hash = 2166136261U;
+  for (size_t i = 0; i < length; ++i) hash = (hash ^ static_cast<uint8_t>(name[i])) * 16777619U;
+  return hash;
+}
+
+}  // namespace
+
+// The registry ------------------------------------------------------------------------------------
+
+// Plain data: the tear-down has two ends, and no destructor may run between them.
+static ztClassEntry *classlist;
+static int32_t classcount;
+static int32_t inited;
+static NameIndex<&IndexedEntry::byName> nameIndex;
+static NameIndex<&IndexedEntry::byClass> classIndex;
+static uint32_t listChanges;  // raised whenever the list changes, so that a walk can tell
+static int32_t releasing;     // classes whose hooks are running now
+
+static IndexedEntry *indexed(ztClassEntry *entry) {
+  return reinterpret_cast<IndexedEntry *>(entry);
+}
+
+// Names are looked up as they are kept: cut to what an entry holds.
+static IndexedEntry *findEntry(const char *name) {
+  if (name == nullptr) return nullptr;
+  const size_t length = strnlen(name, nameLength);
+  return nameIndex.find(hashOf(name, length), [=](const ztClassEntry &entry) {
+    return strncmp(entry.name, name, nameLength) == 0;
+  });
+}
+
+static void attach(IndexedEntry *entry) {
+  entry->entry.next = classlist;
+  classlist = &entry->entry;
+  nameIndex.add(entry);
+  classIndex.add(entry);
+  ++listChanges;
+}
+
+static void detach(IndexedEntry *entry) {
+  ztClassEntry **at = &classlist;
+  while (*at != &entry->entry) at = &(*at)->next;
+  *at = entry->entry.next;
+  nameIndex.remove(entry);
+  classIndex.remove(entry);
+  ++listChanges;
+}
+
+static const char *classNameOf(const ztClassEntry &entry) {
+  const char *name = ztOOP_classNameOf(entry.prototype);
+  return name == nullptr ? "" : name;
+}
+
+int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy) {
+  if (prototype == nullptr || name == nullptr || ctor == nullptr) return 0;
+  if (findEntry(name) != nullptr) return 0;
+  auto *entry = static_cast<IndexedEntry *>(ztm_alloc(sizeof(IndexedEntry)));
+  if (entry == nullptr) return 0;
+  if (!ztCopyText(entry->entry.name, name)) {
+    ztLc_log("ztOOP::ztAddNewClass - Warning, class name cut to '%s'\n", entry->entry.name);
+  }
+  entry->entry.ctor = ctor;
+  entry->entry.classDestroy = classDestroy;
+  entry->entry.prototype = prototype;
+  entry->byName.hash = hashOf(entry->entry.name, strlen(entry->entry.name));
+  const char *className = classNameOf(entry->entry);
+  entry->byClass.hash = hashOf(className, strlen(className));
+  entry->instanceDestroyed = false;
+  entry->beingFreed = false;
+  attach(entry);
+
+  ztClass *klass = ztOOP_classOf(prototype);
+  const ztBaseClassMethods *methods = ztBaseClass_of(prototype);
+  if (methods->classInstanceCreate != nullptr) methods->classInstanceCreate(klass);
+  ++classcount;
+  return 1;
+}
+
+int32_t ztOOP_isClassRegistered(const char *name) {
+  return findEntry(name) != nullptr;
+}
+
+ztClass *ztOOP_findClass(const char *name) {
+  if (name == nullptr) return nullptr;
+  const IndexedEntry *found = classIndex.find(hashOf(name, strlen(name)), [=](const ztClassEntry &entry) {
+    return strcmp(classNameOf(entry), name) == 0;
+  });
+  return found == nullptr ? nullptr : ztOOP_classOf(found->entry.prototype);
+}
+
+void *ztNewFromName(const char *name) {
+  const IndexedEntry *found = findEntry(name);
+  if (found != nullptr) return found->entry.ctor(nullptr, 1);
+  ztLc_log("ztOOP::ztNewFromName - Error, class '%s' not installed\n", name == nullptr ? "(null)" : name);
+  return nullptr;
+}
+
+const ztClassEntry *ztOOP_classList(void) {
+  return classlist;
+}
+
+int32_t ztOOP_classCount(void) {
+  return classcount;
+}
+
+// Releasing classes -------------------------------------------------------------------------------
+//
+// The hooks are a host's: they may look classes up, register and free others, or ask for a class that
+// is being released already. So no pointer into the list is held across a hook.
+
+static void callInstanceDestroy(IndexedEntry *entry) {
+  if (entry->instanceDestroyed) return;
+  entry->instanceDestroyed = true;
+  const ztBaseClassMethods *methods = ztBaseClass_of(entry->entry.prototype);
+  if (methods->classInstanceDestroy == nullptr) return;
+  ++releasing;
+  methods->classInstanceDestroy(ztOOP_classOf(entry->entry.prototype));
+  --releasing;
+}
+
+static void callClassDestroy(const IndexedEntry *entry) {
+  if (entry->entry.classDestroy == nullptr) return;
+  ++releasing;
+  entry->entry.classDestroy(entry->entry.prototype);
+  --releasing;
+}
+
+// Without `destroy`: the `create` of a prototype never ran.
+static void freeEntry(IndexedEntry *entry) {
+  ztm_free(entry->entry.prototype);
+  ztm_free(entry);
+}
+
+void ztFreeClass(const char *name) {
+  IndexedEntry *entry = findEntry(name);
+  if (entry == nullptr || entry->beingFreed) return;
+  entry->beingFreed = true;
+  callInstanceDestroy(entry);
+  callClassDestroy(entry);
+  detach(entry);
+  freeEntry(entry);
+}
+
+static void destroyAllInstances() {
+  ztClassEntry *entry = classlist;
+  while (entry != nullptr) {
+    const uint32_t before = listChanges;
+    callInstanceDestroy(indexed(entry));
+    entry = listChanges == before ? entry->next : classlist;
+  }
+}
+
+static void freeAllClasses() {
+  destroyAllInstances();
+  while (classlist != nullptr) {
+    IndexedEntry *entry = indexed(classlist);
+    detach(entry);
+    callInstanceDestroy(entry);  // one that a hook registered meanwhile
+    callClassDestroy(entry);
+    freeEntry(entry);
+  }
+}
+
+// Start and clean-up ------------------------------------------------------------------------------
+
+int32_t ztOOP_Init(const char *baseName) {
+  static bool exitHandlerInstalled;
+  if (inited) return 1;
+  if (!exitHandlerInstalled) exitHandlerInstalled = atexit(ztOOP_CleanUp) == 0;
+  inited = 1;
+  if (baseName != nullptr) ztLc_openLogFile(ztCu_fmtMsg("%s.log", baseName));
+  ztLc_log("# Zentova OOP Engine started - Version %s\n", "1.0.10");
+  ztLc_log("# An object engine for procedural programs\n");
+  ztLc_log("# Running Release Version\n\n");
+  return 1;
+}
+
+void ztOOP_CleanUp(void) {
+  // A hook that asks for the clean-up has its own class's release, at least, still under way.
+  if (!inited || releasing) return;
+  ztLc_log("Cleaning up the system...\n");
+  freeAllClasses();
+  ztLc_log("Cleaning done\n");
+  ztLc_closeLogFile();
+  inited = 0;
+}
+
+void ztOOP_releaseAfterStop() {
+  if (inited || releasing) return;
+  freeAllClasses();
+  ztLc_closeLogFile();
+}
+
+// Diagnostics -------------------------------------------------------------------------------------
+
+static const char *printable(const char *text) {
+  return text == nullptr ? "(null)" : text;
+}
+
+void zt_assert(int32_t condition, const char *message) {
+  if (!condition) ztLc_log("zt_assert: %s\n", printable(message));
+}
+
+int32_t ztOOP_HandleNullFuncPtr(const void *object, const char *memberName) {
+  ztLc_log("ztOOP -> Error: Trying to call an uninitialized (NULL) function member: [%s] for class: [%s]\n",
+           printable(memberName), printable(ztOOP_classNameOf(object)));
+  ztLc_log("ztOOP -> Hint: Probably a missed ZT_OVERRIDE_METHOD in the classInit function\n");
+  return 0;
+}
+
+void *ztOOP_ztVirtualFuncHandler(const void *object) {
+  const char *name = nullptr;
+  if (object != nullptr) {
+    // Methods that take a class descriptor instead of an object come here too. A descriptor begins
+    // with its parent, which reads as its class; only one without parent has to stand for itself.
+    const ztClass *klass = ztOOP_classOf(object);
+    if (klass == nullptr) klass = static_cast<const ztClass *>(object);
+    name = klass->name;
+  }
+  const char *text = ztCu_fmtMsg("ztOOP -> Error: Trying to call a virtual function member for class: %s\n",
+                                 printable(name));
+  return const_cast<char *>(text);
+}

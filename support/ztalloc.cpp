@@ -1,0 +1,16 @@
+#include "support/ztalloc.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztAllocator, 16, 20);
+ZT_PIN_SLOT(ztAllocator, allocate, 16);
+ZT_PIN_SLOT(ztAllocator, reserved, 19);
+
+static void allocatorMethods(ztAllocatorMethods *methods) {
+  ZT_ABSTRACT_METHOD(methods, allocate);
+  ZT_ABSTRACT_METHOD(methods, reallocate);
+  ZT_ABSTRACT_METHOD(methods, deallocate);
+  ZT_ABSTRACT_METHOD(methods, reserved);
+}
+
+ZT_DEFINE_CLASS(ztAllocator, ztBaseClass, allocatorMethods)

@@ -1,0 +1,33 @@
+/**
+ * @file ztalloc.h
+ * ztAllocator: what an object that hands out memory looks like. A host may put one into class slot 3
+ * of a class, from where `C_Allocator` returns it; the library's own objects never use one.
+ */
+#ifndef ZT_SUPPORT_ZTALLOC_H
+#define ZT_SUPPORT_ZTALLOC_H
+
+#include "core/ztbasec.h"
+
+/** ztAllocator adds no fields. */
+#define ztAllocator_FIELDS ztBaseClass_FIELDS
+
+/**
+ * The methods of an allocator, in slot order; all are abstract in ztAllocator.
+ *
+ *  - `allocate`: @c size bytes, not cleared, or NULL.
+ *  - `reallocate`: the block with @c newSize bytes, moved where needed; NULL when that failed, the old
+ *    block then stays. @c oldSize is for allocators that do not know their blocks' sizes.
+ *  - `deallocate`: releases a block; NULL is allowed.
+ *  - `reserved`: abstract in every class of the library; free for hosts.
+ */
+#define ztAllocator_METHODS                                                              \
+  ztBaseClass_METHODS                                                                    \
+  void *(*allocate)(void *allocator, uint64_t size);                                     \
+  void *(*reallocate)(void *allocator, void *block, uint64_t oldSize, uint64_t newSize); \
+  void (*deallocate)(void *allocator, void *block);                                      \
+  void *(*reserved)(void *allocator);
+
+/** The abstract allocator. */
+ZT_DECLARE_CLASS(ztAllocator)
+
+#endif

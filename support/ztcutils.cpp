@@ -1,0 +1,19 @@
+#include "support/ztcutils.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+const char *ztCu_fmtMsg(const char *format, ...) {
+  static char text[512];
+  // Formatted aside first: an argument may be the result of an earlier call.
+  char fresh[sizeof text] = "";
+  if (format != nullptr) {
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(fresh, sizeof fresh, format, arguments);
+    va_end(arguments);
+  }
+  strcpy(text, fresh);
+  return text;
+}
