@@ -1,0 +1,262 @@
+#include "io/ztfile.h"
+
+#include "core/ztlayout.hh"
+#include "core/zttext.hh"
+
+#include <string.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+ZT_PIN_CLASS(ztFile, 536, 39);
+ZT_PIN_FIELD(ztFile, stream, 16);
+ZT_PIN_FIELD(ztFile, fileName, 24);
+ZT_PIN_SLOT(ztFile, open, 16);
+ZT_PIN_SLOT(ztFile, writeInt, 26);
+ZT_PIN_SLOT(ztFile, getFileName, 38);
+ZT_PIN_FUNCTION(ztFile, renameFile, 10);
+ZT_PIN_FUNCTION(ztFile, fileExist, 13);
+
+static FILE *streamOf(const void *file) {
+  return static_cast<const ztFile *>(file)->stream;
+}
+
+// Opening and closing -----------------------------------------------------------------------------
+
+static int32_t fileCreate(void *object) {
+  if (!ztBaseClass_table()->create(object)) return 0;
+  auto *file = static_cast<ztFile *>(object);
+  file->stream = nullptr;
+  ztCopyText(file->fileName, "");
+  return 1;
+}
+
+static void fileRelease(void *object) {
+  auto *file = static_cast<ztFile *>(object);
+  if (file->stream == nullptr) return;
+  fclose(file->stream);
+  file->stream = nullptr;
+}
+
+static void fileClose(void *object) {
+  fileRelease(object);
+  ztCopyText(static_cast<ztFile *>(object)->fileName, "");
+}
+
+static int32_t fileOpen(void *object, const char *name, const char *mode) {
+  auto *file = static_cast<ztFile *>(object);
+  // The name may be the one that `close` is about to clear.
+  char kept[sizeof file->fileName];
+  ztCopyText(kept, name);
+  const bool isOwnName = name == file->fileName;
+  ztFile_of(object)->close(object);
+  if (name == nullptr || mode == nullptr) return 0;
+  file->stream = fopen(isOwnName ? kept : name, mode);
+  if (file->stream == nullptr) return 0;
+  memcpy(file->fileName, kept, sizeof kept);
+  return 1;
+}
+
+static void fileDestroy(void *object) {
+  ztBaseClass_table()->destroy(object);
+  ztFile_of(object)->close(object);
+}
+
+static void *fileClone(const void *, void *) {
+  return nullptr;
+}
+
+static int32_t fileAssign(void *object, const void *other) {
+  return ztBaseClass_table()->assign(object, other);
+}
+
+static const char *fileGetFileName(const void *object) {
+  return static_cast<const ztFile *>(object)->fileName;
+}
+
+// Positions ---------------------------------------------------------------------------------------
+
+static int32_t seek(void *object, int64_t offset, int whence) {
+  FILE *stream = streamOf(object);
+  return stream == nullptr ? -1 : fseeko(stream, offset, whence);
+}
+
+static int32_t fileGoToBegin(void *object) {
+  return seek(object, 0, SEEK_SET);
+}
+
+static int32_t fileGoToEnd(void *object) {
+  return seek(object, 0, SEEK_END);
+}
+
+static int32_t fileGoTo(void *object, int64_t offset) {
+  return seek(object, offset, SEEK_CUR);
+}
+
+static int32_t fileGoToAbs(void *object, int64_t offset) {
+  return seek(object, offset, SEEK_SET);
+}
+
+static int64_t fileTell(void *object) {
+  FILE *stream = streamOf(object);
+  return stream == nullptr ? -1 : ftello(stream);
+}
+
+static int32_t fileFlush(void *object) {
+  FILE *stream = streamOf(object);
+  return stream == nullptr ? EOF : fflush(stream);
+}
+
+static int32_t fileEof(void *object) {
+  FILE *stream = streamOf(object);
+  return stream == nullptr || feof(stream);
+}
+
+// Primitives --------------------------------------------------------------------------------------
+//
+// The engine has one thread, so the stream's lock, which the plain calls take each time, is left out.
+
+static int32_t writeBytes(void *object, const void *buffer, size_t n) {
+  FILE *stream = streamOf(object);
+  if (stream == nullptr || buffer == nullptr) return 0;
+  return static_cast<int32_t>(fwrite_unlocked(buffer, 1, n, stream));
+}
+
+static int32_t readBytes(void *object, void *buffer, size_t n) {
+  FILE *stream = streamOf(object);
+  if (stream == nullptr || buffer == nullptr) return 0;
+  return static_cast<int32_t>(fread_unlocked(buffer, 1, n, stream));
+}
+
+template <typename Value>
+static int32_t writeValue(void *object, Value value) {
+  return writeBytes(object, &value, sizeof value) == sizeof value;
+}
+
+template <typename Value>
+static int32_t readValue(void *object, Value *out) {
+  return readBytes(object, out, sizeof *out) == sizeof *out;
+}
+
+static int32_t fileWriteInt(void *object, int32_t value) {
+  return writeValue(object, value);
+}
+
+static int32_t fileReadInt(void *object, int32_t *out) {
+  return readValue(object, out);
+}
+
+static int32_t fileWriteLong(void *object, int64_t value) {
+  return writeValue(object, value);
+}
+
+static int32_t fileReadLong(void *object, int64_t *out) {
+  return readValue(object, out);
+}
+
+static int32_t fileWriteFloat(void *object, double value) {
+  return writeValue(object, value);
+}
+
+static int32_t fileReadFloat(void *object, double *out) {
+  return readValue(object, out);
+}
+
+static int32_t fileWriteChar(void *object, int32_t value) {
+  return writeValue(object, static_cast<char>(value));
+}
+
+static int32_t fileReadChar(void *object, char *out) {
+  return readValue(object, out);
+}
+
+static int32_t fileWriteBuf(void *object, int32_t n, const void *buffer) {
+  return n <= 0 ? 0 : writeBytes(object, buffer, static_cast<size_t>(n));
+}
+
+static int32_t fileReadBuf(void *object, int32_t n, void *buffer) {
+  return n <= 0 ? 0 : readBytes(object, buffer, static_cast<size_t>(n));
+}
+
+static int32_t fileWriteString(void *object, const char *text) {
+  return text == nullptr ? 0 : writeBytes(object, text, strlen(text) + 1);
+}
+
+static intptr_t fileReadString(void *object, int32_t n, char *buffer) {
+  return n <= 0 ? 0 : readBytes(object, buffer, static_cast<size_t>(n));
+}
+
+// Class functions ---------------------------------------------------------------------------------
+
+static int32_t fileRenameFile(const void *, const char *oldName, const char *newName) {
+  return oldName == nullptr || newName == nullptr ? -1 : rename(oldName, newName);
+}
+
+static int32_t fileDeleteFile(const void *, const char *name) {
+  return name == nullptr ? -1 : remove(name);
+}
+
+// 64 characters, so that each takes six random bits.
+static const char nameLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+
+static char *fileTmpFile(const void *, char *buffer) {
+  static const char prefix[] = P_tmpdir "/zt";
+  constexpr size_t prefixLength = sizeof prefix - 1;
+  constexpr size_t randomLength = L_tmpnam - 1 - prefixLength;
+  if (buffer == nullptr) return nullptr;
+  uint8_t random[randomLength];
+  struct stat found;
+  do {
+    if (getentropy(random, sizeof random) != 0) return nullptr;
+    memcpy(buffer, prefix, prefixLength);
+    for (size_t i = 0; i < randomLength; ++i) buffer[prefixLength + i] = nameLetters[random[i] % 64];
+    buffer[L_tmpnam - 1] = '\0';
+  } while (lstat(buffer, &found) == 0);
+  return buffer;
+}
+
+static int32_t fileFileExist(const void *, const char *name) {
+  FILE *stream = name == nullptr ? nullptr : fopen(name, "r");
+  if (stream == nullptr) return 0;
+  fclose(stream);
+  return 1;
+}
+
+static void fileFunctions(ztFileFunctions *functions) {
+  functions->renameFile = fileRenameFile;
+  functions->deleteFile = fileDeleteFile;
+  functions->tmpFile = fileTmpFile;
+  functions->fileExist = fileFileExist;
+}
+
+static void fileMethods(ztFileMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, fileCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, fileClone);
+  ZT_OVERRIDE_METHOD(methods, assign, fileAssign);
+  ZT_OVERRIDE_METHOD(methods, destroy, fileDestroy);
+  ZT_OVERRIDE_METHOD(methods, open, fileOpen);
+  ZT_OVERRIDE_METHOD(methods, close, fileClose);
+  ZT_OVERRIDE_METHOD(methods, release, fileRelease);
+  ZT_OVERRIDE_METHOD(methods, goToBegin, fileGoToBegin);
+  ZT_OVERRIDE_METHOD(methods, goToEnd, fileGoToEnd);
+  ZT_OVERRIDE_METHOD(methods, goTo, fileGoTo);
+  ZT_OVERRIDE_METHOD(methods, goToAbs, fileGoToAbs);
+  ZT_OVERRIDE_METHOD(methods, tell, fileTell);
+  ZT_OVERRIDE_METHOD(methods, flush, fileFlush);
+  ZT_OVERRIDE_METHOD(methods, eof, fileEof);
+  ZT_OVERRIDE_METHOD(methods, writeInt, fileWriteInt);
+  ZT_OVERRIDE_METHOD(methods, readInt, fileReadInt);
+  ZT_OVERRIDE_METHOD(methods, writeLong, fileWriteLong);
+  ZT_OVERRIDE_METHOD(methods, readLong, fileReadLong);
+  ZT_OVERRIDE_METHOD(methods, writeFloat, fileWriteFloat);
+  ZT_OVERRIDE_METHOD(methods, readFloat, fileReadFloat);
+  ZT_OVERRIDE_METHOD(methods, writeBuf, fileWriteBuf);
+  ZT_OVERRIDE_METHOD(methods, readBuf, fileReadBuf);
+  ZT_OVERRIDE_METHOD(methods, writeString, fileWriteString);
+  ZT_OVERRIDE_METHOD(methods, readString, fileReadString);
+  ZT_OVERRIDE_METHOD(methods, writeChar, fileWriteChar);
+  ZT_OVERRIDE_METHOD(methods, readChar, fileReadChar);
+  ZT_OVERRIDE_METHOD(methods, getFileName, fileGetFileName);
+}
+
+ZT_DEFINE_CLASS_FULL(ztFile, ztBaseClass, fileMethods, 1, ztFileFunctions, fileFunctions)

@@ -1,0 +1,89 @@
+/**
+ * @file ztfile.h
+ * ztFile: one open file, and the typed primitives through which every object stores itself.
+ *
+ * A binary file is the plain concatenation of what was written: no alignment, no tags, no separators,
+ * values in the machine's byte order. Because objects call the primitives through the file's method
+ * table, another file class gives another form of the same contents.
+ */
+#ifndef ZT_IO_ZTFILE_H
+#define ZT_IO_ZTFILE_H
+
+#include "core/ztbasec.h"
+
+#include <stdio.h>
+
+/** Fields of ztFile; the name is cut to 511 characters. */
+#define ztFile_FIELDS                                         \
+  ztBaseClass_FIELDS                                          \
+  FILE *stream;       /* NULL while no file is open; owned */ \
+  char fileName[512]; /* of the last successful `open` */
+
+/**
+ * The methods of a file, in slot order. Without an open file, and with a NULL where a text or buffer
+ * belongs, a primitive reports failure: 0, -1 from the positions, non-zero from `eof`.
+ *
+ *  - `open`: closes the open file, then opens @c name in a mode of the C library's `fopen`; 1 or 0,
+ *    after which no file is open and the name is empty.
+ *  - `close`: closes the file, if one is open, and clears the name. `release`: keeps the name.
+ *  - `goToBegin`, `goToEnd`, `goTo` (relative to the position), `goToAbs` (from the start): 0, or -1
+ *    on failure. `tell`: the position in bytes, or -1.
+ *  - `flush`: hands buffered bytes to the system; 0, or EOF on failure.
+ *  - `eof`: not 0 once a read met the end of the file.
+ *  - `writeInt`, `readInt`: 4 bytes; `writeLong`, `readLong`: 8 bytes; `writeFloat`, `readFloat`: the
+ *    8 bytes of a double; `writeChar`, `readChar`: 1 byte, the low one of the argument. The result is
+ *    1 or 0; a failed read may have stored part of the value.
+ *  - `writeBuf`, `readBuf`: @c n bytes; the number of bytes written or read.
+ *  - `writeString`: the text and its terminating zero; the number of bytes written.
+ *  - `readString`: up to @c n bytes, terminators among them or not, like `readBuf`; the number of
+ *    bytes read. (Other file classes return the address of the buffer, or 0.)
+ *  - `getFileName`: the name of the last successful `open`, the object's own; empty after `close`.
+ *
+ * `clone` gives NULL: a file cannot be copied. `assign` copies neither stream nor name.
+ */
+#define ztFile_METHODS                                             \
+  ztBaseClass_METHODS                                              \
+  int32_t (*open)(void *file, const char *name, const char *mode); \
+  void (*close)(void *file);                                       \
+  void (*release)(void *file);                                     \
+  int32_t (*goToBegin)(void *file);                                \
+  int32_t (*goToEnd)(void *file);                                  \
+  int32_t (*goTo)(void *file, int64_t offset);                     \
+  int32_t (*goToAbs)(void *file, int64_t offset);                  \
+  int64_t (*tell)(void *file);                                     \
+  int32_t (*flush)(void *file);                                    \
+  int32_t (*eof)(void *file);                                      \
+  int32_t (*writeInt)(void *file, int32_t value);                  \
+  int32_t (*readInt)(void *file, int32_t *out);                    \
+  int32_t (*writeLong)(void *file, int64_t value);                 \
+  int32_t (*readLong)(void *file, int64_t *out);                   \
+  int32_t (*writeFloat)(void *file, double value);                 \
+  int32_t (*readFloat)(void *file, double *out);                   \
+  int32_t (*writeBuf)(void *file, int32_t n, const void *buffer);  \
+  int32_t (*readBuf)(void *file, int32_t n, void *buffer);         \
+  int32_t (*writeString)(void *file, const char *text);            \
+  intptr_t (*readString)(void *file, int32_t n, char *buffer);     \
+  int32_t (*writeChar)(void *file, int32_t value);                 \
+  int32_t (*readChar)(void *file, char *out);                      \
+  const char *(*getFileName)(const void *file);
+
+/**
+ * The class functions of ztFile, from class slot 10 on; they need no file object.
+ *
+ *  - `renameFile(NULL, oldName, newName)`, `deleteFile(NULL, name)`: 0, or -1 on failure.
+ *  - `tmpFile(NULL, buffer)`: writes an unguessable name that no file bears, in the system's folder
+ *    for temporary files, into a buffer of at least L_tmpnam bytes; no file is created. The buffer,
+ *    or NULL on failure.
+ *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0.
+ */
+#define ztFile_FUNCTIONS                                                                \
+  int32_t (*renameFile)(const void *ignored, const char *oldName, const char *newName); \
+  int32_t (*deleteFile)(const void *ignored, const char *name);                         \
+  char *(*tmpFile)(const void *ignored, char *buffer);                                  \
+  int32_t (*fileExist)(const void *ignored, const char *name);
+
+/** A binary file. */
+ZT_DECLARE_CLASS(ztFile)
+ZT_DECLARE_CLASS_FUNCTIONS(ztFile)
+
+#endif
