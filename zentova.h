@@ -5,6 +5,10 @@
 #ifndef ZT_ZENTOVA_H
 #define ZT_ZENTOVA_H
 
+#include "containers/ztacont.h"
+#include "containers/ztcitem.h"
+#include "containers/ztcont.h"
+#include "containers/ztscont.h"
 #include "core/ztbasec.h"
 #include "core/ztcore.h"
 #include "core/ztlogctrl.h"

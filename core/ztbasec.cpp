@@ -1,5 +1,6 @@
 #include "core/ztbasec.h"
 
+#include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/zttext.hh"
@@ -147,6 +148,27 @@ void ztOOP_setAbstract(void *slot) {
   // One handler stands in for operations of every signature; a slot holds any of them alike.
   void *(*handler)(const void *) = ztOOP_ztVirtualFuncHandler;
   memcpy(slot, &handler, sizeof handler);
+}
+
+// Copies -----------------------------------------------------------------------------------------
+
+void *ztCloneOnto(const void *source, void *target) {
+  // A `clone` that looks at its target before it fills it finds no garbage there.
+  auto *bytes = static_cast<char *>(target);
+  const size_t size = static_cast<size_t>(ztOOP_classOf(target)->instanceSize);
+  memset(bytes + sizeof(ztBaseClass), 0, size - sizeof(ztBaseClass));
+  void *copy = ztBaseClass_of(source)->clone(source, target);
+  if (copy != nullptr) static_cast<ztBaseClass *>(copy)->refCount = 1;
+  return copy;
+}
+
+void *ztCopyObject(const void *source) {
+  if (source == nullptr) return nullptr;
+  void *fresh = functionsOf(ztOOP_classOf(source))->newop();
+  if (fresh == nullptr) return nullptr;
+  void *copy = ztCloneOnto(source, fresh);
+  if (copy == nullptr) ztm_free(fresh);
+  return copy;
 }
 
 // ztBaseClass ------------------------------------------------------------------------------------

@@ -290,8 +290,9 @@ ZT_END_C
  *    when the registry frees it.
  *  - `create`: sets the fields to their defaults, 1 or 0. An override calls its parent's first.
  *  - `clone`: copies the object onto @c target, memory of at least its instance size whose object, if
- *    any, is not released; returns the target, or NULL when it cannot. The target takes the source's
- *    class and reference count.
+ *    any, is not released; returns the target. The target takes the source's class and reference
+ *    count. NULL when it cannot: the target then owns nothing, so an override that fails after its
+ *    parent's `clone` has the parent's `destroy` release what that made.
  *  - `assign`: takes over the contents of another object of the class, 1 or 0.
  *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract where a class has no order.
  *  - `destroy`: releases what the object owns, never the object's own memory.

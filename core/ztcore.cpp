@@ -1,5 +1,8 @@
 #include "core/ztcore.h"
 
+#include "containers/ztacont.h"
+#include "containers/ztcitem.h"
+#include "containers/ztscont.h"
 #include "core/ztbasec.h"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
@@ -39,17 +42,17 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztTagAttribute),   PENDING(ztPtrArray),
     PENDING(ztCharArray),      PENDING(ztIntArray),
     PENDING(ztFloatArray),     PENDING(ztRoot),
-    PENDING(ztRootPtrList),    PENDING(ztSequenceContainer),
+    PENDING(ztRootPtrList),    CLASS(ztSequenceContainer),
     CLASS(ztBaseClass),        PENDING(ztPtrList),
     PENDING(ztIntList),        PENDING(ztStringList),
     PENDING(ztBaseView),       PENDING(ztSignal),
-    PENDING(ztSignalMap),      PENDING(ztContainerItem),
+    PENDING(ztSignalMap),      CLASS(ztContainerItem),
     PENDING(ztHashTable),      PENDING(ztBaseModel),
     PENDING(ztProperty),       PENDING(ztPropertyTypeMap),
     PENDING(ztPropertyMap),    PENDING(ztPropertyPtrArray),
     CLASS(ztStdAllocator),     PENDING(ztFloatTag),
-    PENDING(ztDeque),          PENDING(ztContainer),
-    PENDING(ztMapItem),        PENDING(ztAssociativeContainer),
+    PENDING(ztDeque),          CLASS(ztContainer),
+    PENDING(ztMapItem),        CLASS(ztAssociativeContainer),
     PENDING(ztListItem),       PENDING(ztTextFile),
     PENDING(ztPropertyType),   PENDING(ztList),
     PENDING(ztStack),          CLASS(ztFile),

@@ -1,0 +1,69 @@
+#include "containers/ztacont.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztAssociativeContainer, 88, 29);
+ZT_PIN_FIELD(ztAssociativeContainer, keyByPointer, 44);
+ZT_PIN_FIELD(ztAssociativeContainer, valueSize, 56);
+ZT_PIN_FIELD(ztAssociativeContainer, keyConstructor, 64);
+ZT_PIN_FIELD(ztAssociativeContainer, valueCompareFunction, 80);
+ZT_PIN_SLOT(ztAssociativeContainer, setKeySize, 24);
+ZT_PIN_SLOT(ztAssociativeContainer, setValueCompareFunction, 28);
+
+static int32_t associativeCreate(void *object) {
+  if (!ztContainer_table()->create(object)) return 0;
+  auto *container = static_cast<ztAssociativeContainer *>(object);
+  container->keySize = 0;
+  container->valueSize = 0;
+  container->keyConstructor = nullptr;
+  container->valueConstructor = nullptr;
+  container->valueCompareFunction = nullptr;
+  container->keyByPointer = 0;
+  container->valueByPointer = 0;
+  return 1;
+}
+
+static void associativeDestroy(void *object) {
+  ztContainer_table()->destroy(object);
+}
+
+static void associativeSetItemConstructor(void *object, ztCtor constructor) {
+  static_cast<ztAssociativeContainer *>(object)->itemConstructor = constructor;
+}
+
+static void associativeSetKeySize(void *object, int32_t size, uint32_t byPointer) {
+  auto *container = static_cast<ztAssociativeContainer *>(object);
+  container->keySize = size;
+  container->keyByPointer = byPointer;
+}
+
+static void associativeSetKeyConstructor(void *object, ztCtor constructor) {
+  static_cast<ztAssociativeContainer *>(object)->keyConstructor = constructor;
+}
+
+static void associativeSetValueSize(void *object, int32_t size, uint32_t byPointer) {
+  auto *container = static_cast<ztAssociativeContainer *>(object);
+  container->valueSize = size;
+  container->valueByPointer = byPointer;
+}
+
+static void associativeSetValueConstructor(void *object, ztCtor constructor) {
+  static_cast<ztAssociativeContainer *>(object)->valueConstructor = constructor;
+}
+
+static void associativeSetValueCompareFunction(void *object, ztCompareFunc compare) {
+  static_cast<ztAssociativeContainer *>(object)->valueCompareFunction = compare;
+}
+
+static void associativeMethods(ztAssociativeContainerMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, associativeCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, associativeDestroy);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, associativeSetItemConstructor);
+  ZT_OVERRIDE_METHOD(methods, setKeySize, associativeSetKeySize);
+  ZT_OVERRIDE_METHOD(methods, setKeyConstructor, associativeSetKeyConstructor);
+  ZT_OVERRIDE_METHOD(methods, setValueSize, associativeSetValueSize);
+  ZT_OVERRIDE_METHOD(methods, setValueConstructor, associativeSetValueConstructor);
+  ZT_OVERRIDE_METHOD(methods, setValueCompareFunction, associativeSetValueCompareFunction);
+}
+
+ZT_DEFINE_CLASS(ztAssociativeContainer, ztContainer, associativeMethods)

@@ -1,0 +1,55 @@
+/**
+ * @file ztacont.h
+ * ztAssociativeContainer: the base of containers of pairs of a key and a value.
+ *
+ * The element policy holds twice, once for the keys and once for the values, each with settings of its
+ * own.
+ */
+#ifndef ZT_CONTAINERS_ZTACONT_H
+#define ZT_CONTAINERS_ZTACONT_H
+
+#include "containers/ztcont.h"
+
+ZT_BEGIN_C
+
+/** What the `newItem` of an associative container takes as its element. */
+typedef struct ztKeyValue {
+  const void *key;   /**< in the caller's form, as the key policy takes it */
+  const void *value; /**< in the caller's form, as the value policy takes it */
+} ztKeyValue;
+
+ZT_END_C
+
+/** Fields of ztAssociativeContainer: the policies of keys and values. The compare function of
+ *  ztContainer compares keys. */
+#define ztAssociativeContainer_FIELDS                                                 \
+  ztContainer_FIELDS                                                                  \
+  uint32_t keyByPointer;              /* not 0: keys are the caller's pointers */     \
+  uint32_t valueByPointer;            /* not 0: values are the caller's pointers */   \
+  int32_t keySize;                    /* bytes of a key kept by value */              \
+  int32_t valueSize;                  /* bytes of a value kept by value */            \
+  ztCtor keyConstructor;              /* not NULL: keys are objects of its class */   \
+  ztCtor valueConstructor;            /* not NULL: values are objects of its class */ \
+  ztCompareFunc valueCompareFunction; /* compares two values; NULL until set */
+
+/**
+ * The methods of an associative container, in slot order after those of ztContainer.
+ *
+ *  - `setKeySize`, `setValueSize`: the size of a key or value and whether it is kept by pointer.
+ *  - `setKeyConstructor`, `setValueConstructor`: the `C_ctor` of the class of keys or values.
+ *  - `setValueCompareFunction`: compares two values.
+ *
+ * `newItem`, `copyItem`, `deleteItem` and `getSize` stay abstract.
+ */
+#define ztAssociativeContainer_METHODS                                     \
+  ztContainer_METHODS                                                      \
+  void (*setKeySize)(void *container, int32_t size, uint32_t byPointer);   \
+  void (*setKeyConstructor)(void *container, ztCtor constructor);          \
+  void (*setValueSize)(void *container, int32_t size, uint32_t byPointer); \
+  void (*setValueConstructor)(void *container, ztCtor constructor);        \
+  void (*setValueCompareFunction)(void *container, ztCompareFunc compare);
+
+/** The abstract associative container. */
+ZT_DECLARE_CLASS(ztAssociativeContainer)
+
+#endif

@@ -1,0 +1,57 @@
+// The key/value form of the element policy. The item classes of the associative containers keep the
+// key in `data` and the value in a field `value` of their own.
+#ifndef ZT_CONTAINERS_ZTACONT_HH
+#define ZT_CONTAINERS_ZTACONT_HH
+
+#include "containers/ztacont.h"
+#include "containers/ztcont.hh"
+
+inline ElementPolicy ztKeyPolicy(const void *object) {
+  const auto *container = static_cast<const ztAssociativeContainer *>(object);
+  return {container->keyConstructor, container->keyByPointer != 0, container->keySize};
+}
+
+inline ElementPolicy ztValuePolicy(const void *object) {
+  const auto *container = static_cast<const ztAssociativeContainer *>(object);
+  return {container->valueConstructor, container->valueByPointer != 0, container->valueSize};
+}
+
+// A new item that holds the pair, made by the container's item constructor; NULL when that or one of
+// the two copies fails.
+template <typename Item>
+void *ztNewPairItem(void *object, const void *pair) {
+  const auto *container = static_cast<const ztAssociativeContainer *>(object);
+  if (container->itemConstructor == nullptr || pair == nullptr) return nullptr;
+  auto *item = static_cast<Item *>(container->itemConstructor(nullptr, 1));
+  if (item == nullptr) return nullptr;
+  const auto *given = static_cast<const ztKeyValue *>(pair);
+  const ElementPolicy keys = ztKeyPolicy(object);
+  if (ztStoreElement(keys, given->key, &item->data)) {
+    if (ztStoreElement(ztValuePolicy(object), given->value, &item->value)) return item;
+    ztReleaseElement(keys, &item->data);
+  }
+  ztBaseClass_of(item)->unRef(item);
+  return nullptr;
+}
+
+// Stores copies of the source item's key and value in the destination item.
+template <typename Item>
+void *ztCopyPairItem(void *object, void *destination, const void *source) {
+  if (destination == nullptr || source == nullptr) return nullptr;
+  auto *to = static_cast<Item *>(destination);
+  const auto *from = static_cast<const Item *>(source);
+  ztCopyElement(ztKeyPolicy(object), from->data, &to->data);
+  ztCopyElement(ztValuePolicy(object), from->value, &to->value);
+  return destination;
+}
+
+// Releases the item's key and value, then the item.
+template <typename Item>
+void ztDeletePairItem(void *object, void *item) {
+  if (item == nullptr) return;
+  ztReleaseElement(ztKeyPolicy(object), &static_cast<Item *>(item)->data);
+  ztReleaseElement(ztValuePolicy(object), &static_cast<Item *>(item)->value);
+  ztBaseClass_of(item)->unRef(item);
+}
+
+#endif

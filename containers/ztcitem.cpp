@@ -1,0 +1,18 @@
+#include "containers/ztcitem.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztContainerItem, 24, 16);
+ZT_PIN_FIELD(ztContainerItem, data, 16);
+
+static int32_t containerItemCreate(void *object) {
+  if (!ztBaseClass_table()->create(object)) return 0;
+  static_cast<ztContainerItem *>(object)->data = nullptr;
+  return 1;
+}
+
+static void containerItemMethods(ztContainerItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, containerItemCreate);
+}
+
+ZT_DEFINE_CLASS(ztContainerItem, ztBaseClass, containerItemMethods)

@@ -1,0 +1,111 @@
+#include "containers/ztcont.h"
+
+#include "containers/ztcont.hh"
+#include "core/ztbasec.hh"
+#include "core/ztlayout.hh"
+#include "core/ztmem.h"
+
+#include <string.h>
+
+ZT_PIN_CLASS(ztContainer, 48, 24);
+ZT_PIN_FIELD(ztContainer, itemConstructor, 16);
+ZT_PIN_FIELD(ztContainer, allowDuplicate, 40);
+ZT_PIN_SLOT(ztContainer, newItem, 16);
+ZT_PIN_SLOT(ztContainer, getSize, 23);
+
+// The element policy ------------------------------------------------------------------------------
+
+static void *copyBytes(const void *source, int32_t size) {
+  void *copy = source == nullptr ? nullptr : ztm_alloc(size);
+  if (copy != nullptr) memcpy(copy, source, static_cast<size_t>(size));
+  return copy;
+}
+
+// A copy in an object that the constructor made, or of the element's own class where that object is
+// too small for it.
+static void *copyConstructed(ztCtor constructor, const void *element) {
+  if (element == nullptr) return nullptr;
+  void *fresh = constructor(nullptr, 0);
+  if (fresh == nullptr) return nullptr;
+  if (ztOOP_classOf(element)->instanceSize > ztOOP_classOf(fresh)->instanceSize) {
+    ztm_free(fresh);
+    return ztCopyObject(element);
+  }
+  if (ztCloneOnto(element, fresh) != nullptr) return fresh;
+  ztm_free(fresh);
+  return nullptr;
+}
+
+bool ztStoreElement(const ElementPolicy &policy, const void *element, void **stored) {
+  if (policy.constructor == nullptr && policy.byPointer) {
+    *stored = const_cast<void *>(element);
+    return true;
+  }
+  *stored = policy.constructor != nullptr ? copyConstructed(policy.constructor, element)
+                                          : copyBytes(element, policy.size);
+  return *stored != nullptr;
+}
+
+bool ztCopyElement(const ElementPolicy &policy, const void *source, void **stored) {
+  if (source == nullptr || (policy.constructor == nullptr && policy.byPointer)) {
+    *stored = const_cast<void *>(source);
+    return true;
+  }
+  *stored = policy.constructor != nullptr ? ztCopyObject(source) : copyBytes(source, policy.size);
+  return *stored != nullptr;
+}
+
+void ztReleaseElement(const ElementPolicy &policy, void **stored) {
+  void *element = *stored;
+  *stored = nullptr;
+  if (policy.constructor != nullptr) {
+    if (element != nullptr) ztBaseClass_of(element)->unRef(element);
+  } else if (!policy.byPointer) {
+    ztm_free(element);
+  }
+}
+
+// ztContainer -------------------------------------------------------------------------------------
+
+static int32_t containerCreate(void *object) {
+  if (!ztBaseClass_table()->create(object)) return 0;
+  auto *container = static_cast<ztContainer *>(object);
+  ztContainer_of(object)->setItemManager(object, object);
+  container->itemConstructor = nullptr;
+  container->compareFunction = nullptr;
+  container->allowDuplicate = 0;
+  return 1;
+}
+
+static void *containerClone(const void *object, void *target) {
+  void *copy = ztBaseClass_table()->clone(object, target);
+  if (copy != nullptr) ztContainer_of(copy)->setItemManager(copy, copy);
+  return copy;
+}
+
+static void containerSetItemManager(void *object, void *manager) {
+  static_cast<ztContainer *>(object)->itemManager = manager;
+}
+
+static void containerSetCompareFunction(void *object, ztCompareFunc compare) {
+  static_cast<ztContainer *>(object)->compareFunction = compare;
+}
+
+static void containerSetAllowDuplicate(void *object, uint32_t allow) {
+  static_cast<ztContainer *>(object)->allowDuplicate = allow;
+}
+
+static void containerMethods(ztContainerMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, containerCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, containerClone);
+  ZT_ABSTRACT_METHOD(methods, newItem);
+  ZT_ABSTRACT_METHOD(methods, copyItem);
+  ZT_ABSTRACT_METHOD(methods, deleteItem);
+  ZT_ABSTRACT_METHOD(methods, setItemConstructor);
+  ZT_OVERRIDE_METHOD(methods, setItemManager, containerSetItemManager);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, containerSetCompareFunction);
+  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, containerSetAllowDuplicate);
+  ZT_ABSTRACT_METHOD(methods, getSize);
+}
+
+ZT_DEFINE_CLASS(ztContainer, ztBaseClass, containerMethods)

@@ -1,0 +1,24 @@
+// The element policy, shared by every container that keeps its elements in items.
+#ifndef ZT_CONTAINERS_ZTCONT_HH
+#define ZT_CONTAINERS_ZTCONT_HH
+
+#include "core/ztoop.h"
+
+// How elements, keys or values are kept. Tested in this order: constructor, byPointer, by value.
+struct ElementPolicy {
+  ztCtor constructor;
+  bool byPointer;
+  int32_t size;  // bytes of an element kept by value
+};
+
+// Stores an element in the caller's form. False, with `*stored` NULL, when it cannot be copied.
+bool ztStoreElement(const ElementPolicy &policy, const void *element, void **stored);
+
+// Copies an element that is stored already, an object by its own class. NULL stays NULL. False, with
+// `*stored` NULL, when it cannot be copied.
+bool ztCopyElement(const ElementPolicy &policy, const void *source, void **stored);
+
+// Releases a stored element and sets `*stored` to NULL.
+void ztReleaseElement(const ElementPolicy &policy, void **stored);
+
+#endif

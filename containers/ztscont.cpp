@@ -1,0 +1,84 @@
+#include "containers/ztscont.h"
+
+#include "containers/ztcitem.h"
+#include "containers/ztcont.hh"
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztSequenceContainer, 64, 27);
+ZT_PIN_FIELD(ztSequenceContainer, byPointer, 44);
+ZT_PIN_FIELD(ztSequenceContainer, elementSize, 48);
+ZT_PIN_FIELD(ztSequenceContainer, elementConstructor, 56);
+ZT_PIN_SLOT(ztSequenceContainer, setElementSize, 24);
+ZT_PIN_SLOT(ztSequenceContainer, setElementConstructor, 26);
+
+static ElementPolicy policyOf(const void *object) {
+  const auto *container = static_cast<const ztSequenceContainer *>(object);
+  return {container->elementConstructor, container->byPointer != 0, container->elementSize};
+}
+
+static int32_t sequenceCreate(void *object) {
+  if (!ztContainer_table()->create(object)) return 0;
+  auto *container = static_cast<ztSequenceContainer *>(object);
+  container->elementSize = 0;
+  container->elementConstructor = nullptr;
+  container->byPointer = 0;
+  return 1;
+}
+
+static void sequenceDestroy(void *object) {
+  ztContainer_table()->destroy(object);
+}
+
+static void *sequenceNewItem(void *object, const void *element) {
+  const auto *container = static_cast<const ztSequenceContainer *>(object);
+  if (container->itemConstructor == nullptr) return nullptr;
+  auto *item = static_cast<ztContainerItem *>(container->itemConstructor(nullptr, 1));
+  if (item == nullptr || ztStoreElement(policyOf(object), element, &item->data)) return item;
+  ztContainerItem_of(item)->unRef(item);
+  return nullptr;
+}
+
+static void *sequenceCopyItem(void *object, void *destination, const void *source) {
+  if (destination == nullptr || source == nullptr) return nullptr;
+  const void *element = static_cast<const ztContainerItem *>(source)->data;
+  ztCopyElement(policyOf(object), element, &static_cast<ztContainerItem *>(destination)->data);
+  return destination;
+}
+
+static void sequenceDeleteItem(void *object, void *item) {
+  if (item == nullptr) return;
+  ztReleaseElement(policyOf(object), &static_cast<ztContainerItem *>(item)->data);
+  ztContainerItem_of(item)->unRef(item);
+}
+
+static void sequenceSetItemConstructor(void *object, ztCtor constructor) {
+  static_cast<ztSequenceContainer *>(object)->itemConstructor = constructor;
+}
+
+static void sequenceSetElementSize(void *object, int32_t size, uint32_t byPointer) {
+  auto *container = static_cast<ztSequenceContainer *>(object);
+  container->elementSize = size;
+  container->byPointer = byPointer;
+}
+
+static int32_t sequenceGetElementSize(const void *object) {
+  return static_cast<const ztSequenceContainer *>(object)->elementSize;
+}
+
+static void sequenceSetElementConstructor(void *object, ztCtor constructor) {
+  static_cast<ztSequenceContainer *>(object)->elementConstructor = constructor;
+}
+
+static void sequenceMethods(ztSequenceContainerMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, sequenceCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, sequenceDestroy);
+  ZT_OVERRIDE_METHOD(methods, newItem, sequenceNewItem);
+  ZT_OVERRIDE_METHOD(methods, copyItem, sequenceCopyItem);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, sequenceDeleteItem);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, sequenceSetItemConstructor);
+  ZT_OVERRIDE_METHOD(methods, setElementSize, sequenceSetElementSize);
+  ZT_OVERRIDE_METHOD(methods, getElementSize, sequenceGetElementSize);
+  ZT_OVERRIDE_METHOD(methods, setElementConstructor, sequenceSetElementConstructor);
+}
+
+ZT_DEFINE_CLASS(ztSequenceContainer, ztContainer, sequenceMethods)

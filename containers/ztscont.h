@@ -1,0 +1,37 @@
+/**
+ * @file ztscont.h
+ * ztSequenceContainer: the base of containers of single elements.
+ */
+#ifndef ZT_CONTAINERS_ZTSCONT_H
+#define ZT_CONTAINERS_ZTSCONT_H
+
+#include "containers/ztcont.h"
+
+/** Fields of ztSequenceContainer: the element policy. */
+#define ztSequenceContainer_FIELDS                                           \
+  ztContainer_FIELDS                                                         \
+  uint32_t byPointer;        /* not 0: elements are the caller's pointers */ \
+  int32_t elementSize;       /* bytes of an element kept by value */         \
+  ztCtor elementConstructor; /* not NULL: elements are objects of its class */
+
+/**
+ * The methods of a sequence container, in slot order after those of ztContainer.
+ *
+ *  - `setElementSize`: the size of an element and whether elements are kept by pointer, together. A
+ *    container of size 0 keeps elements of no bytes.
+ *  - `getElementSize`: the size of an element.
+ *  - `setElementConstructor`: the `C_ctor` of the elements' class; NULL for elements that are no
+ *    objects.
+ *
+ * `getSize` stays abstract.
+ */
+#define ztSequenceContainer_METHODS                                          \
+  ztContainer_METHODS                                                        \
+  void (*setElementSize)(void *container, int32_t size, uint32_t byPointer); \
+  int32_t (*getElementSize)(const void *container);                          \
+  void (*setElementConstructor)(void *container, ztCtor constructor);
+
+/** The abstract sequence container. */
+ZT_DECLARE_CLASS(ztSequenceContainer)
+
+#endif
