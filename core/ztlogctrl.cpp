@@ -61,7 +61,7 @@ Conversion readConversion(const char *percent) {
   return conversion;
 }
 
-// The argument has the type that the specification's last letter, looked at by the caller, asks for.
+// The argument has the type that the conversion's letter, looked at by the caller, asks for.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"

@@ -1,8 +1,9 @@
 #include "support/ztcutils.h"
 
+#include "core/zttext.hh"
+
 #include <stdarg.h>
 #include <stdio.h>
-#include <string.h>
 
 const char *ztCu_fmtMsg(const char *format, ...) {
   static char text[512];
@@ -14,6 +15,6 @@ const char *ztCu_fmtMsg(const char *format, ...) {
     vsnprintf(fresh, sizeof fresh, format, arguments);
     va_end(arguments);
   }
-  strcpy(text, fresh);
+  ztCopyText(text, fresh);
   return text;
 }
