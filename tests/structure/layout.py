@@ -80,7 +80,10 @@ def main():
     if "--update" in sys.argv:
         EXPECTED.write_text(as_c)
     expected = EXPECTED.read_text()
-    tree.finish(difference(expected, as_c, "from C") + difference(expected, as_cxx, "from C++"))
+    problems = difference(expected, as_c, "from C") + difference(expected, as_cxx, "from C++")
+    if problems:
+        problems.append("if nothing but new lines (+) stands here: layout.py --update")
+    tree.finish(problems)
 
 
 main()
