@@ -52,8 +52,8 @@ Conversion readConversion(const char *percent) {
   Conversion conversion;
   conversion.letter = *at;
   conversion.end = *at == '\0' ? at : at + 1;
-  char widthText[8] = "";
-  char precisionText[8] = "";
+  char widthText[12] = "";
+  char precisionText[13] = "";
   if (width > 0) snprintf(widthText, sizeof widthText, "%d", width);
   if (precision >= 0) snprintf(precisionText, sizeof precisionText, ".%d", precision);
   snprintf(conversion.spec, sizeof conversion.spec, "%%%s%s%s%c", flags, widthText, precisionText,
