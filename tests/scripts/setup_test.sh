@@ -139,10 +139,10 @@ knows_what_the_tests_and_benchmarks_take() {
   pretend pkg-config 'exit 1'
   run test
   expect_status 1
-  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev'
+  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy python3'
   run bench
   expect_status 1
-  expect_named 'libglib2.0-dev'
+  expect_named 'libbenchmark-dev libglib2.0-dev python3'
 }
 
 refuses_an_unknown_profile() {
