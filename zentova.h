@@ -15,6 +15,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.h"
 #include "io/ztfile.h"
+#include "io/zttxtfile.h"
 #include "support/ztalloc.h"
 #include "support/ztcutils.h"
 #include "support/ztstdalloc.h"

@@ -8,6 +8,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "io/ztfile.h"
+#include "io/zttxtfile.h"
 #include "support/ztalloc.h"
 #include "support/ztstdalloc.h"
 
@@ -53,7 +54,7 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztStdAllocator),     PENDING(ztFloatTag),
     PENDING(ztDeque),          CLASS(ztContainer),
     PENDING(ztMapItem),        CLASS(ztAssociativeContainer),
-    PENDING(ztListItem),       PENDING(ztTextFile),
+    PENDING(ztListItem),       CLASS(ztTextFile),
     PENDING(ztPropertyType),   PENDING(ztList),
     PENDING(ztStack),          CLASS(ztFile),
     PENDING(ztAvlTreeItem),    PENDING(ztSlot),

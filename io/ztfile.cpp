@@ -2,6 +2,7 @@
 
 #include "core/ztlayout.hh"
 #include "core/zttext.hh"
+#include "io/ztfile.hh"
 
 #include <string.h>
 #include <sys/random.h>
@@ -222,7 +223,7 @@ static int32_t fileFileExist(const void *, const char *name) {
   return 1;
 }
 
-static void fileFunctions(ztFileFunctions *functions) {
+void ztFillFileFunctions(ztFileFunctions *functions) {
   functions->renameFile = fileRenameFile;
   functions->deleteFile = fileDeleteFile;
   functions->tmpFile = fileTmpFile;
@@ -259,4 +260,4 @@ static void fileMethods(ztFileMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, getFileName, fileGetFileName);
 }
 
-ZT_DEFINE_CLASS_FULL(ztFile, ztBaseClass, fileMethods, 1, ztFileFunctions, fileFunctions)
+ZT_DEFINE_CLASS_FULL(ztFile, ztBaseClass, fileMethods, 1, ztFileFunctions, ztFillFileFunctions)

@@ -1,0 +1,10 @@
+// The class functions of a file, for the file classes that offer the same.
+#ifndef ZT_IO_ZTFILE_HH
+#define ZT_IO_ZTFILE_HH
+
+#include "io/ztfile.h"
+
+// Class functions are not inherited: each file class fills its own table with them.
+void ztFillFileFunctions(ztFileFunctions *functions);
+
+#endif
