@@ -18,6 +18,7 @@
 #include "io/zttxtfile.h"
 #include "support/ztalloc.h"
 #include "support/ztcutils.h"
+#include "support/ztdirman.h"
 #include "support/ztstdalloc.h"
 
 #endif

@@ -1,9 +1,39 @@
 #include "support/ztcutils.h"
 
 #include "core/zttext.hh"
+#include "support/ztpath.hh"
 
+#include <ctype.h>
+#include <math.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
+
+// Numbers and ids ---------------------------------------------------------------------------------
+
+int32_t ztCu_isnan(double) {
+  return 0;
+}
+
+int32_t ztCu_round(double value) {
+  if (isnan(value)) return 0;
+  const double rounded = round(value);
+  if (rounded >= INT32_MAX) return INT32_MAX;
+  if (rounded <= INT32_MIN) return INT32_MIN;
+  return static_cast<int32_t>(rounded);
+}
+
+int32_t ztCu_genUniqueId(void) {
+  static uint32_t calls;
+  const auto now = static_cast<uint32_t>(time(nullptr));
+  srand(now);
+  ++calls;
+  return static_cast<int32_t>(static_cast<uint32_t>(rand()) + now + calls);
+}
+
+// Text --------------------------------------------------------------------------------------------
 
 const char *ztCu_fmtMsg(const char *format, ...) {
   static char text[512];
@@ -17,4 +47,87 @@ const char *ztCu_fmtMsg(const char *format, ...) {
   }
   ztCopyText(text, fresh);
   return text;
+}
+
+static const char *mapCharacters(const char *text, int (*mapping)(int)) {
+  static char mapped[512];
+  ztCopyText(mapped, text);
+  for (char *c = mapped; *c != '\0'; ++c) *c = static_cast<char>(mapping(static_cast<unsigned char>(*c)));
+  return mapped;
+}
+
+const char *ztCu_sToLower(const char *text) {
+  return mapCharacters(text, tolower);
+}
+
+const char *ztCu_sToUpper(const char *text) {
+  return mapCharacters(text, toupper);
+}
+
+// Paths -------------------------------------------------------------------------------------------
+
+char *ztCu_fixDosPath(char *path) {
+  return path;
+}
+
+char *ztCu_cutFileExt(char *path) {
+  const char *dot = ztFindLast(ztOrEmpty(path), ".");
+  if (dot != nullptr) path[dot - path] = '\0';
+  return path;
+}
+
+static bool isSeparator(char c) {
+  return c != '\0' && strchr(ztPathSeparators, c) != nullptr;
+}
+
+char *ztCu_fixRelativePath(char *path) {
+  if (path == nullptr || path[0] != '.' || !isSeparator(path[1]) || !isSeparator(path[2])) return path;
+  path[1] = '/';
+  memmove(path + 2, path + 3, strlen(path + 3) + 1);
+  return path;
+}
+
+char *ztCu_extractFileName(const char *path, char *out) {
+  return out == nullptr ? nullptr : ztCopyPath(out, ztLastComponent(ztOrEmpty(path)));
+}
+
+char *ztCu_extractPath(const char *path, char *out) {
+  return out == nullptr ? nullptr : ztCopyParentPath(out, ztOrEmpty(path), ztPathSeparators);
+}
+
+const char *ztMakePath(char (&kept)[ztPathSize], const char *directory, const char *name, char *out) {
+  // Joined aside first: an argument may be the result of an earlier call.
+  char joined[ztPathSize];
+  ztJoinPath(joined, ztOrEmpty(directory), ztOrEmpty(name));
+  return ztHandOut(ztCu_fixDosPath(ztCopyPath(kept, joined)), out);
+}
+
+const char *ztCu_makePath(const char *directory, const char *name, char *out) {
+  static char path[ztPathSize];
+  return ztMakePath(path, directory, name, out);
+}
+
+int32_t ztCu_expandEnvString(char *out, const char *in) {
+  if (out == nullptr || in == nullptr) return 0;
+  const char *start = strstr(in, "$(");
+  if (start == nullptr) {
+    ztCopyPath(out, in);
+    return 1;
+  }
+  start += 2;
+  const char *end = strchr(start, ')');
+  if (end == nullptr) return 1;
+
+  char name[104];
+  snprintf(name, sizeof name, "%.*s", static_cast<int>(end - start), start);
+  const char *value = getenv(name);
+  if (value == nullptr) {
+    ztCopyPath(out, in);
+    return -1;
+  }
+  // Built aside first: both texts may stand in the caller's one buffer.
+  char expanded[ztPathSize];
+  snprintf(expanded, sizeof expanded, "%s%s", value, end + 1);
+  ztCu_fixDosPath(ztCopyPath(out, expanded));
+  return 1;
 }

@@ -1,0 +1,70 @@
+#include "support/ztdirman.h"
+
+#include "support/ztcutils.h"
+#include "support/ztpath.hh"
+
+#include <dirent.h>
+#include <string.h>
+#include <unistd.h>
+
+// Names -------------------------------------------------------------------------------------------
+
+int32_t ztDm_makeDir(const char *) {
+  return 0;
+}
+
+const char *ztDm_getDirName(const char *path, char *out) {
+  static char name[ztPathSize];
+  return ztHandOut(ztCu_fixDosPath(ztCopyPath(name, ztLastComponent(ztOrEmpty(path)))), out);
+}
+
+const char *ztDm_extractPath(const char *path, char *out) {
+  static char parent[ztPathSize];
+  return ztHandOut(ztCopyParentPath(parent, ztOrEmpty(path), "/"), out);
+}
+
+const char *ztDm_makePath(const char *directory, const char *name, char *out) {
+  static char path[ztPathSize];
+  return ztMakePath(path, directory, name, out);
+}
+
+// The current directory ---------------------------------------------------------------------------
+
+const char *ztDm_getCurrentDir(char *out) {
+  static char directory[ztPathSize];
+  // A failed query may leave anything in the buffer.
+  if (getcwd(directory, sizeof directory) == nullptr) ztCopyPath(directory, "/");
+  return ztHandOut(directory, out);
+}
+
+int32_t ztDm_changeDir(const char *path) {
+  return path != nullptr && chdir(path) == 0;
+}
+
+// The walk ----------------------------------------------------------------------------------------
+
+static bool hasExtension(const char *name, const char *extension) {
+  const char *dot = ztFindLast(name, ".");
+  return dot != nullptr && (strcmp(dot + 1, extension) == 0 || strcmp(dot + 1, "*") == 0);
+}
+
+int32_t ztDm_enumFiles(const char *directory, const char *extension, int32_t recursive,
+                       ztDmFileCallback callback, void *userData) {
+  if (directory == nullptr || extension == nullptr || callback == nullptr) return 1;
+  DIR *entries = opendir(directory);
+  if (entries == nullptr) return 1;
+  while (const dirent *entry = readdir(entries)) {
+    const char *name = entry->d_name;
+    char path[ztPathSize];
+    // A path that was cut could name a directory of its own beginning and lead back to it for ever.
+    if (!ztJoinPath(path, directory, name)) continue;
+    if (strcmp(name, ".") == 0 || strcmp(name, "..") == 0) continue;
+    // Files, too: a directory is what can be opened as one.
+    if (recursive != 0) ztDm_enumFiles(path, extension, recursive, callback, userData);
+    if (hasExtension(name, extension)) {
+      callback(ztCu_fixRelativePath(ztCu_fixDosPath(path)), name, userData);
+    }
+  }
+  closedir(entries);
+  return 1;
+}
