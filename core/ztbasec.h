@@ -152,25 +152,25 @@ ZT_END_C
   ZT_API void C##InitTable(void *object);                                                 \
   ZT_API void *C##_ctor(void *object, int32_t create);                                    \
   ZT_API void *C##_newop(void);                                                           \
-  static inline const C##Methods *C##_of(const void *object) {                            \
+  static inline ZT_MAYBE_UNUSED const C##Methods *C##_of(const void *object) {            \
     return (const C##Methods *)ztOOP_classOf(object)->methodTable;                        \
   }                                                                                       \
-  static inline const C##Methods *C##_table(void) {                                       \
+  static inline ZT_MAYBE_UNUSED const C##Methods *C##_table(void) {                       \
     return (const C##Methods *)C##Class_Instance()->methodTable;                          \
   }                                                                                       \
   ZT_END_C
 
 /** Declares the class-function table `CFunctions` of a class that lists class functions of its own
  *  in `C_FUNCTIONS`, and `C_functions()`, which returns it. Follows ZT_DECLARE_CLASS(C). */
-#define ZT_DECLARE_CLASS_FUNCTIONS(C)                             \
-  ZT_BEGIN_C                                                      \
-  typedef struct ZT_MAY_ALIAS C##Functions {                      \
-    ztClass_FUNCTIONS                                             \
-    C##_FUNCTIONS                                                 \
-  } C##Functions;                                                 \
-  static inline const C##Functions *C##_functions(void) {         \
-    return (const C##Functions *)C##Class_Instance()->classTable; \
-  }                                                               \
+#define ZT_DECLARE_CLASS_FUNCTIONS(C)                                     \
+  ZT_BEGIN_C                                                              \
+  typedef struct ZT_MAY_ALIAS C##Functions {                              \
+    ztClass_FUNCTIONS                                                     \
+    C##_FUNCTIONS                                                         \
+  } C##Functions;                                                         \
+  static inline ZT_MAYBE_UNUSED const C##Functions *C##_functions(void) { \
+    return (const C##Functions *)C##Class_Instance()->classTable;         \
+  }                                                                       \
   ZT_END_C
 
 /* Defining a class ----------------------------------------------------------------------------- */

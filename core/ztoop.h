@@ -27,6 +27,9 @@
 /** Lets two views of one object (the parent's and the child's structs) name the same memory. */
 #define ZT_MAY_ALIAS __attribute__((may_alias))
 
+/** Marks what a class declaration gives and a source file need not use. */
+#define ZT_MAYBE_UNUSED __attribute__((unused))
+
 #ifdef __cplusplus
 #define ZT_BEGIN_C extern "C" {
 #define ZT_END_C }
