@@ -1,0 +1,130 @@
+/* Stops and starts the engine in the ways that the argument names. */
+#include "zentova.h"
+
+#include "tests/hosts/check.h"
+
+#include <string.h>
+
+#define Lamp_FIELDS ztBaseClass_FIELDS
+#define Lamp_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Lamp)
+#define Torch_FIELDS Lamp_FIELDS
+#define Torch_METHODS Lamp_METHODS
+ZT_DECLARE_CLASS(Torch)
+
+static void lampMethods(LampMethods *methods) {
+  (void)methods;
+}
+
+static void torchMethods(TorchMethods *methods) {
+  (void)methods;
+}
+
+ZT_DEFINE_CLASS(Lamp, ztBaseClass, lampMethods)
+ZT_DEFINE_CLASS(Torch, Lamp, torchMethods)
+
+static void makeAndRelease(ztCtor ctor) {
+  void *object = ctor(NULL, 1);
+  CHECK(object != NULL && ztBaseClass_of(object)->getRefCount(object) == 1);
+  if (object != NULL) ztBaseClass_of(object)->unRef(object);
+}
+
+/* After the clean-up nothing is known by name, and nothing that was comes back by itself. */
+static void cleanUpEarlyAndTwice(void) {
+  makeAndRelease(Lamp_ctor);
+  CHECK(ztOOP_isClassRegistered("Lamp"));
+  const int32_t count = ztOOP_classCount();
+  ztOOP_CleanUp();
+  ztOOP_CleanUp();
+  CHECK(ztOOP_classList() == NULL);
+  CHECK(ztOOP_classCount() == count);
+  CHECK(LampClass_Instance()->initialised == 1);
+  makeAndRelease(Lamp_ctor);
+  makeAndRelease(ztFile_ctor);
+  CHECK(ztOOP_classList() == NULL);
+  CHECK(ztOOP_findClass("Lamp") == NULL);
+  CHECK(ztNewFromName("ztFile") == NULL);
+  ztFreeClass("ztFile");
+  ztLc_log("still talking\n");
+}
+
+static void startAgain(void) {
+  makeAndRelease(Lamp_ctor);
+  ztOOP_CleanUp();
+  CHECK(ztOOP_Init("second") == 1);
+  CHECK(ztOOP_Init("third") == 1);
+  CHECK(ztOOP_classList() == NULL);
+  ztcoreClassInit();
+  CHECK(ztOOP_isClassRegistered("ztFile"));
+  CHECK(ztOOP_isClassRegistered("ztBaseClass"));
+  CHECK(!ztOOP_isClassRegistered("Lamp"));
+  const int32_t count = ztOOP_classCount();
+  ztcoreClassInit();
+  CHECK(ztOOP_classCount() == count);
+  void *file = ztNewFromName("ztFile");
+  CHECK(file != NULL);
+  if (file != NULL) ztBaseClass_of(file)->unRef(file);
+  ztLc_log("host talks\n");
+}
+
+/* A class that was never registered before the clean-up may still be, by its first own object. */
+static void registerWhileStopped(void) {
+  makeAndRelease(Torch_ctor);
+  CHECK(!ztOOP_isClassRegistered("Lamp"));
+  ztOOP_CleanUp();
+  makeAndRelease(Torch_ctor);
+  CHECK(!ztOOP_isClassRegistered("Torch"));
+  makeAndRelease(Lamp_ctor);
+  CHECK(ztOOP_isClassRegistered("Lamp"));
+}
+
+static void initTwice(void) {
+  CHECK(ztOOP_Init("other") == 1);
+  CHECK(ztOOP_Init(NULL) == 1);
+}
+
+/* The list knows the property types by other names than their classes bear. */
+static int staysRegistered(const char *name) {
+  static const char suffix[] = "PropertyType";
+  const size_t length = strlen(name);
+  const size_t tail = sizeof suffix - 1;
+  return length > tail + 2 && strcmp(name + length - tail, suffix) == 0;
+}
+
+static void freeLibraryClasses(void) {
+  makeAndRelease(Lamp_ctor);
+  int staying = 1; /* Lamp */
+  for (const ztClassEntry *entry = ztOOP_classList(); entry != NULL; entry = entry->next) {
+    if (staysRegistered(entry->name)) ++staying;
+  }
+  ztcoreClassFree();
+  for (const ztClassEntry *entry = ztOOP_classList(); entry != NULL; entry = entry->next) {
+    CHECK(strcmp(entry->name, "Lamp") == 0 || staysRegistered(entry->name));
+    --staying;
+  }
+  CHECK(staying == 0);
+  CHECK(!ztOOP_isClassRegistered("ztString"));
+  CHECK(!ztOOP_isClassRegistered("ztFile"));
+  CHECK(ztNewFromName("ztBaseClass") == NULL);
+  makeAndRelease(ztFile_ctor);
+  CHECK(!ztOOP_isClassRegistered("ztFile"));
+  ztcoreClassFree();
+  ztLc_log("logged after\n");
+}
+
+int main(int argc, char **argv) {
+  static const struct {
+    const char *name;
+    void (*run)(void);
+  } scenarios[] = {
+      {"early", cleanUpEarlyAndTwice}, {"again", startAgain},        {"stopped", registerWhileStopped},
+      {"init-twice", initTwice},       {"free", freeLibraryClasses},
+  };
+  if (argc != 2) return 2;
+  for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {
+    if (strcmp(argv[1], scenarios[i].name) != 0) continue;
+    scenarios[i].run();
+    return failedChecks != 0;
+  }
+  return 2;
+}

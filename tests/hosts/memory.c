@@ -1,0 +1,57 @@
+/* Leak reports: prints what the argument names, from the state of a process that tracked nothing. */
+#include "core/ztlogctrl.h"
+#include "core/ztmem.h"
+#include "tests/hosts/check.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+/* The addresses in the reports differ from run to run: the caller replaces them. */
+static void tell(const void *block) {
+  printf("address %X\n", (unsigned)(uintptr_t)block);
+}
+
+static void oneOfTwo(void) {
+  void *first = ztm_dbg_alloc(10, "a.c", 1, "First");
+  void *second = ztm_dbg_alloc(20, "b.c", 22, "Second");
+  ztm_dbg_free(first, "c.c", 3);
+  tell(second);
+  ztm_dumpblocks();
+  puts("");
+  ztm_dumpblocks(); /* which changes nothing */
+  puts("");
+  ztm_dbg_free(second, "c.c", 4);
+}
+
+static void newestFirst(void) {
+  void *blocks[3];
+  for (int i = 0; i < 3; ++i) blocks[i] = ztm_dbg_alloc(100 * (i + 1), "x.c", i, "Block");
+  for (int i = 2; i >= 0; --i) tell(blocks[i]);
+  ztm_dumpblocks();
+  puts("");
+  for (int i = 0; i < 3; ++i) ztm_dbg_free(blocks[i], "x.c", i);
+}
+
+static void untracked(void) {
+  void *block = ztm_alloc(5);
+  tell(block);
+  ztm_dbg_free(block, "some%sfile.c", 77);
+  ztm_dbg_free(NULL, "d.c", 4);
+  ztm_dumpblocks();
+  puts("");
+}
+
+int main(int argc, char **argv) {
+  if (argc != 2) return 2;
+  if (strcmp(argv[1], "one-of-two") == 0) {
+    oneOfTwo();
+  } else if (strcmp(argv[1], "newest-first") == 0) {
+    newestFirst();
+  } else if (strcmp(argv[1], "untracked") == 0) {
+    untracked();
+  } else {
+    ztm_dumpblocks();
+    puts("");
+  }
+  return failedChecks != 0;
+}
