@@ -172,11 +172,11 @@ TEST(LogText, IsCutAt511Bytes) {
 
 // Host classes -----------------------------------------------------------------------------------
 
-class ClassChain : public testing::TestWithParam<std::tuple<const char *, const char *>> {};
+class ClassChain : public testing::TestWithParam<std::tuple<std::string, std::string>> {};
 
 TEST_P(ClassChain, IsCompleteWhicheverClassIsUsedFirst) {
   HostProcess host;
-  const auto [order, way] = GetParam();
+  const auto &[order, way] = GetParam();
   EXPECT_EQ(host.run("chain", {order, way}), 0);
   EXPECT_EQ(host.output(), loading + banner + ending);
 }

@@ -1,0 +1,99 @@
+#include "core/ztlogctrl.h"
+
+#include "support/ztcutils.h"
+#include "tests/helpers/captured_log.hh"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(Log, WritesToStandardOutputAndToTheFile) {
+  CapturedLog log;
+  ztLc_log("%s is %d years old\n", "Ada", 36);
+  ztLc_log("no line end");
+  EXPECT_EQ(log.output(), "Ada is 36 years old\nno line end");
+  EXPECT_EQ(log.file(), "Ada is 36 years old\nno line end");
+}
+
+TEST(Log, FileIsCompleteAfterEveryText) {
+  const TempFolder folder;
+  const std::string path = folder.path("a.log");
+  testing::internal::CaptureStdout();
+  ztLc_closeLogFile();
+  ASSERT_EQ(ztLc_openLogFile(path.c_str()), 1);
+  ztLc_log("one");
+  EXPECT_EQ(contentsOf(path), "one");
+  ztLc_log(" two");
+  EXPECT_EQ(contentsOf(path), "one two");
+  ztLc_closeLogFile();
+  testing::internal::GetCapturedStdout();
+}
+
+TEST(Log, KeepsTheOpenFile) {
+  const TempFolder folder;
+  CapturedLog log;
+  EXPECT_EQ(ztLc_openLogFile(folder.path("other.log").c_str()), 1);
+  EXPECT_EQ(ztLc_openLogFile(nullptr), 1);
+  ztLc_log("text");
+  EXPECT_EQ(log.file(), "text");
+  EXPECT_FALSE(std::filesystem::exists(folder.path("other.log")));
+}
+
+TEST(Log, EmptiesTheFileItOpens) {
+  const TempFolder folder;
+  const std::string path = folder.path("a.log");
+  writeContents(path, "old contents");
+  ztLc_closeLogFile();
+  ASSERT_EQ(ztLc_openLogFile(path.c_str()), 1);
+  EXPECT_EQ(contentsOf(path), "");
+  ztLc_closeLogFile();
+}
+
+TEST(Log, GoesOnWithoutAFile) {
+  const TempFolder folder;
+  ztLc_closeLogFile();
+  EXPECT_EQ(ztLc_openLogFile(folder.path().c_str()), 0);
+  EXPECT_EQ(ztLc_openLogFile(folder.path("missing/a.log").c_str()), 0);
+  EXPECT_EQ(ztLc_openLogFile(nullptr), 0);
+  testing::internal::CaptureStdout();
+  ztLc_log("heard\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "heard\n");
+  EXPECT_EQ(ztLc_openLogFile(folder.path("a.log").c_str()), 1);
+  ztLc_closeLogFile();
+  ztLc_closeLogFile();
+}
+
+TEST(Log, CutsATextAt511Bytes) {
+  CapturedLog log;
+  ztLc_log("%s", std::string(511, 'a').c_str());
+  ztLc_log("%s", std::string(512, 'b').c_str());
+  ztLc_log("%s%s", std::string(400, 'c').c_str(), std::string(100000, 'd').c_str());
+  const std::string expected =
+      std::string(511, 'a') + std::string(511, 'b') + std::string(400, 'c') + std::string(111, 'd');
+  EXPECT_EQ(log.output(), expected);
+  EXPECT_EQ(log.file(), expected);
+}
+
+TEST(Log, CutsWithinAConversionHarmlessly) {
+  CapturedLog log;
+  ztLc_log("%s", (std::string(510, 'a') + "%d").c_str());
+  EXPECT_EQ(log.output(), std::string(510, 'a'));
+  EXPECT_EQ(log.file(), std::string(510, 'a') + "%");
+}
+
+TEST(Log, TakesTheMessageFormattersResult) {
+  CapturedLog log;
+  ztLc_log("[%s]", ztCu_fmtMsg("<%d>", 5));
+  EXPECT_EQ(log.output(), "[<5>]");
+}
+
+TEST(Log, TakesNullAndTheEmptyText) {
+  CapturedLog log;
+  void (*const unchecked)(const char *, ...) = ztLc_log;
+  unchecked(nullptr);
+  ztLc_log("%s", "");
+  EXPECT_EQ(log.output(), "");
+  EXPECT_EQ(log.file(), "");
+}
+
+}  // namespace
