@@ -79,6 +79,20 @@ TEST(LinkedHost, GoesOnAfterTheLibrarysClassesWereFreed) {
   EXPECT_EQ(host.log(), banner + notInstalled("ztBaseClass") + "logged after\n" + ending);
 }
 
+TEST(LinkedHost, FindsTheLibrarysClassesInTheirOrder) {
+  HostProcess host;
+  ASSERT_EQ(host.run("lifecycle", {"list"}), 0) << host.output();
+  // Classes that the hooks of no other class make, so that the list alone decides.
+  const std::string output = host.output();
+  size_t last = 0;
+  for (const char *name : {"ztBaseClass", "ztStdAllocator", "ztFile", "ztAllocator"}) {
+    const size_t found = output.find("\n" + std::string(name) + "\n");
+    ASSERT_NE(found, std::string::npos) << name;
+    EXPECT_GT(found, last) << name;
+    last = found;
+  }
+}
+
 // A host that loads the library itself ----------------------------------------------------------
 
 const std::string numbers = "ztFile" + std::string(94, '\0') + std::string("\1\0\0\0", 4);
@@ -181,10 +195,8 @@ TEST_P(ClassChain, IsCompleteWhicheverClassIsUsedFirst) {
   EXPECT_EQ(host.output(), loading + banner + ending);
 }
 
-// One class, two of them and all three, in every order.
 INSTANTIATE_TEST_SUITE_P(Order, ClassChain,
-                         testing::Combine(testing::Values("L", "M", "T", "LM", "ML", "LT", "TL", "MT", "TM",
-                                                          "LMT", "LTM", "MLT", "MTL", "TLM", "TML"),
+                         testing::Combine(testing::Values("LMT", "LTM", "MLT", "MTL", "TLM", "TML"),
                                           testing::Values("ctor", "newop", "place")),
                          [](const auto &chain) {
                            return std::string(std::get<0>(chain.param)) + "_" + std::get<1>(chain.param);

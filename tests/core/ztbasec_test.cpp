@@ -4,6 +4,7 @@
 #include "io/ztfile.h"
 #include "support/ztalloc.h"
 #include "support/ztstdalloc.h"
+#include "tests/helpers/abstract_slot.hh"
 #include "tests/helpers/captured_log.hh"
 
 #include <gtest/gtest.h>
@@ -246,19 +247,6 @@ void release(void *object) {
   if (object != nullptr) ztBaseClass_of(object)->unRef(object);
 }
 
-// An abstract slot, called as what every abstract slot is: a function that returns a text.
-template <typename Slot>
-std::string callAbstract(Slot slot, const void *object) {
-  static_assert(sizeof slot == sizeof(void *));
-  void *(*handler)(const void *) = nullptr;
-  memcpy(&handler, &slot, sizeof handler);
-  return static_cast<const char *>(handler(object));
-}
-
-std::string virtualCall(const std::string &name) {
-  return "ztOOP -> Error: Trying to call a virtual function member for class: " + name + "\n";
-}
-
 // An empty entry for a name that is not registered.
 const ztClassEntry &entryOf(const std::string &name) {
   static const ztClassEntry none{};
@@ -326,9 +314,9 @@ TEST(BaseClass, DefaultOperationsSucceedAndDoNothing) {
 TEST(BaseClass, ComparisonsAreAbstract) {
   void *object = ztBaseClass_ctor(nullptr, 1);
   const ztBaseClassMethods *methods = ztBaseClass_of(object);
-  EXPECT_EQ(callAbstract(methods->isEqual, object), virtualCall("ztBaseClass"));
-  EXPECT_EQ(callAbstract(methods->isLess, object), virtualCall("ztBaseClass"));
-  EXPECT_EQ(callAbstract(methods->isMajor, object), virtualCall("ztBaseClass"));
+  EXPECT_EQ(textOfAbstract(methods->isEqual, object), virtualCall("ztBaseClass"));
+  EXPECT_EQ(textOfAbstract(methods->isLess, object), virtualCall("ztBaseClass"));
+  EXPECT_EQ(textOfAbstract(methods->isMajor, object), virtualCall("ztBaseClass"));
   release(object);
 }
 
@@ -482,7 +470,7 @@ TEST(HostClass, TableHoldsItsOwnAndItsParentsMethods) {
 TEST(HostClass, AbstractMethodsGiveTheHandlersText) {
   void *hill = Hill_ctor(nullptr, 1);
   void *peak = Peak_ctor(nullptr, 1);
-  EXPECT_EQ(callAbstract(Hill_of(hill)->climb, hill), virtualCall("Hill"));
+  EXPECT_EQ(textOfAbstract(Hill_of(hill)->climb, hill), virtualCall("Hill"));
   EXPECT_STREQ(Hill_of(hill)->shape(hill), virtualCall("Hill").c_str());
   EXPECT_EQ(Hill_of(peak)->climb(peak), 7);
   EXPECT_STREQ(Hill_of(peak)->shape(peak), virtualCall("Peak").c_str());

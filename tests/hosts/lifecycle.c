@@ -112,13 +112,23 @@ static void freeLibraryClasses(void) {
   ztLc_log("logged after\n");
 }
 
+static void tellFromTheOldest(const ztClassEntry *entry) {
+  if (entry == NULL) return;
+  tellFromTheOldest(entry->next);
+  puts(entry->name);
+}
+
+static void listClasses(void) {
+  tellFromTheOldest(ztOOP_classList());
+}
+
 int main(int argc, char **argv) {
   static const struct {
     const char *name;
     void (*run)(void);
   } scenarios[] = {
       {"early", cleanUpEarlyAndTwice}, {"again", startAgain},        {"stopped", registerWhileStopped},
-      {"init-twice", initTwice},       {"free", freeLibraryClasses},
+      {"init-twice", initTwice},       {"free", freeLibraryClasses}, {"list", listClasses},
   };
   if (argc != 2) return 2;
   for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {

@@ -1,31 +1,19 @@
 #include "support/ztalloc.h"
 
+#include "tests/helpers/abstract_slot.hh"
+
 #include <gtest/gtest.h>
 
-#include <string.h>
-
-#include <string>
-
 namespace {
-
-// Calls a slot as the handler that an abstract slot holds.
-template <typename Slot>
-std::string textOf(Slot slot, const void *object) {
-  void *(*handler)(const void *) = nullptr;
-  static_assert(sizeof handler == sizeof slot);
-  memcpy(&handler, &slot, sizeof handler);
-  return static_cast<const char *>(handler(object));
-}
 
 TEST(Allocator, IsAbstract) {
   void *allocator = ztAllocator_ctor(nullptr, 1);
   const ztAllocatorMethods *methods = ztAllocator_of(allocator);
-  const std::string text =
-      "ztOOP -> Error: Trying to call a virtual function member for class: ztAllocator\n";
-  EXPECT_EQ(textOf(methods->allocate, allocator), text);
-  EXPECT_EQ(textOf(methods->reallocate, allocator), text);
-  EXPECT_EQ(textOf(methods->deallocate, allocator), text);
-  EXPECT_EQ(textOf(methods->reserved, allocator), text);
+  const std::string text = virtualCall("ztAllocator");
+  EXPECT_EQ(textOfAbstract(methods->allocate, allocator), text);
+  EXPECT_EQ(textOfAbstract(methods->reallocate, allocator), text);
+  EXPECT_EQ(textOfAbstract(methods->deallocate, allocator), text);
+  EXPECT_EQ(textOfAbstract(methods->reserved, allocator), text);
   EXPECT_EQ(static_cast<const char *>(methods->allocate(allocator, 8)), text);
   methods->unRef(allocator);
 }
