@@ -187,6 +187,7 @@ static void brookMethods(BrookMethods *methods) {
 static void brookInit(ztClass *klass) {
   events.push_back(std::string("init ") + klass->name);
   makeWhileFilling(Brook_ctor, "Brook");
+  EXPECT_FALSE(ztOOP_isClassRegistered("Brook"));  // before it is complete
 }
 
 static void brookFunctions(ztClassFunctions *functions) {
