@@ -204,11 +204,34 @@ static void baseRef(void *object) {
   if (object != nullptr) ++static_cast<ztBaseClass *>(object)->refCount;
 }
 
+namespace {
+
+// An object whose release is under way, innermost first.
+struct Release {
+  const void *object;
+  const Release *outer;
+};
+
+}  // namespace
+
+static const Release *releases;
+
+// What an object's `destroy` sets off may release the object once more.
+static bool isBeingReleased(const void *object) {
+  for (const Release *release = releases; release != nullptr; release = release->outer) {
+    if (release->object == object) return true;
+  }
+  return false;
+}
+
 static void baseUnRef(void *object) {
   if (object == nullptr) return;
   // 1, not 0: a new object that was referenced once more ends at its first release.
-  if (--static_cast<ztBaseClass *>(object)->refCount > 1) return;
+  if (--static_cast<ztBaseClass *>(object)->refCount > 1 || isBeingReleased(object)) return;
+  const Release release = {object, releases};
+  releases = &release;
   ztBaseClass_of(object)->destroy(object);
+  releases = release.outer;
   ztm_free(object);
 }
 

@@ -608,6 +608,32 @@ TEST(Construction, MakesOnePrototypeForEachClass) {
   EXPECT_EQ(entryOf("Hill").prototype, prototype);
 }
 
+// Echo: its end has it released once more, as a peer that is told of it may do.
+#define Echo_FIELDS ztBaseClass_FIELDS
+#define Echo_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Echo)
+
+static void echoDestroy(void *echo) {
+  events.push_back("echo destroyed");
+  Echo_of(echo)->unRef(echo);
+  static_cast<Echo *>(echo)->refCount = 100;
+  Echo_of(echo)->unRef(echo);
+  ztBaseClass_table()->destroy(echo);
+}
+
+static void echoMethods(EchoMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, destroy, echoDestroy);
+}
+
+ZT_DEFINE_CLASS(Echo, ztBaseClass, echoMethods)
+
+TEST(ReferenceCount, ReleaseWithinTheObjectsOwnEndDoesNothingMore) {
+  events.clear();
+  void *echo = Echo_ctor(nullptr, 1);
+  Echo_of(echo)->unRef(echo);
+  EXPECT_EQ(events, std::vector<std::string>({"echo destroyed"}));
+}
+
 TEST(ReferenceCount, NewObjectEndsAtTheFirstRelease) {
   void *hill = Hill_ctor(nullptr, 1);
   events.clear();
