@@ -2,10 +2,10 @@
 
 #include "containers/ztacont.h"
 #include "containers/ztcitem.h"
+#include "containers/ztcont.h"
 #include "containers/ztscont.h"
 #include "core/ztbasec.h"
 #include "core/ztlogctrl.h"
-#include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "io/ztfile.h"
 #include "io/zttxtfile.h"
@@ -22,64 +22,86 @@ struct LibraryClass {
 
 }  // namespace
 
-#define CLASS(C) \
-  { #C, #C, C##_ctor }
-#define PENDING(C) \
-  { #C, #C, nullptr }
-#define PENDING_TYPE(name) \
-  { name "PropertyType", name, nullptr }
+// One class a line.
+// clang-format off
+#define CLASS(C) {#C, #C, C##_ctor}
+#define PENDING(C) {#C, #C, nullptr}
+#define PENDING_TYPE(name) {name "PropertyType", name, nullptr}
 
 // In the order of registration. The property types go under the names that properties are declared
 // with: six of these name no class, and "ztString" frees the string class early.
 static const LibraryClass libraryClasses[] = {
-    PENDING(ztHashTableItem),  PENDING(ztAvlIterator),
-    PENDING(ztObject),         PENDING_TYPE("ztChar"),
-    PENDING_TYPE("ztCharPtr"), PENDING_TYPE("ztInt"),
-    PENDING_TYPE("ztBool"),    PENDING_TYPE("ztFloat"),
-    PENDING_TYPE("ztVoidPtr"), PENDING_TYPE("ztString"),
-    PENDING(ztIntTag),         PENDING(ztMap),
-    PENDING(ztString),         PENDING(ztStringArray),
-    PENDING(ztMapIterator),    PENDING(ztPtrStack),
-    PENDING(ztTagAttribute),   PENDING(ztPtrArray),
-    PENDING(ztCharArray),      PENDING(ztIntArray),
-    PENDING(ztFloatArray),     PENDING(ztRoot),
-    PENDING(ztRootPtrList),    CLASS(ztSequenceContainer),
-    CLASS(ztBaseClass),        PENDING(ztPtrList),
-    PENDING(ztIntList),        PENDING(ztStringList),
-    PENDING(ztBaseView),       PENDING(ztSignal),
-    PENDING(ztSignalMap),      CLASS(ztContainerItem),
-    PENDING(ztHashTable),      PENDING(ztBaseModel),
-    PENDING(ztProperty),       PENDING(ztPropertyTypeMap),
-    PENDING(ztPropertyMap),    PENDING(ztPropertyPtrArray),
-    CLASS(ztStdAllocator),     PENDING(ztFloatTag),
-    PENDING(ztDeque),          CLASS(ztContainer),
-    PENDING(ztMapItem),        CLASS(ztAssociativeContainer),
-    PENDING(ztListItem),       CLASS(ztTextFile),
-    PENDING(ztPropertyType),   PENDING(ztList),
-    PENDING(ztStack),          CLASS(ztFile),
-    PENDING(ztAvlTreeItem),    PENDING(ztSlot),
-    PENDING(ztSlotMap),        PENDING(ztArray),
-    PENDING(ztQueue),          PENDING(ztLink),
-    PENDING(ztLinkArray),      PENDING(ztIterator),
-    PENDING(ztPtrQueue),       PENDING(ztTag),
-    PENDING(ztAvlTree),        CLASS(ztAllocator),
+    PENDING(ztHashTableItem),
+    PENDING(ztAvlIterator),
+    PENDING(ztObject),
+    PENDING_TYPE("ztChar"),
+    PENDING_TYPE("ztCharPtr"),
+    PENDING_TYPE("ztInt"),
+    PENDING_TYPE("ztBool"),
+    PENDING_TYPE("ztFloat"),
+    PENDING_TYPE("ztVoidPtr"),
+    PENDING_TYPE("ztString"),
+    PENDING(ztIntTag),
+    PENDING(ztMap),
+    PENDING(ztString),
+    PENDING(ztStringArray),
+    PENDING(ztMapIterator),
+    PENDING(ztPtrStack),
+    PENDING(ztTagAttribute),
+    PENDING(ztPtrArray),
+    PENDING(ztCharArray),
+    PENDING(ztIntArray),
+    PENDING(ztFloatArray),
+    PENDING(ztRoot),
+    PENDING(ztRootPtrList),
+    CLASS(ztSequenceContainer),
+    CLASS(ztBaseClass),
+    PENDING(ztPtrList),
+    PENDING(ztIntList),
+    PENDING(ztStringList),
+    PENDING(ztBaseView),
+    PENDING(ztSignal),
+    PENDING(ztSignalMap),
+    CLASS(ztContainerItem),
+    PENDING(ztHashTable),
+    PENDING(ztBaseModel),
+    PENDING(ztProperty),
+    PENDING(ztPropertyTypeMap),
+    PENDING(ztPropertyMap),
+    PENDING(ztPropertyPtrArray),
+    CLASS(ztStdAllocator),
+    PENDING(ztFloatTag),
+    PENDING(ztDeque),
+    CLASS(ztContainer),
+    PENDING(ztMapItem),
+    CLASS(ztAssociativeContainer),
+    PENDING(ztListItem),
+    CLASS(ztTextFile),
+    PENDING(ztPropertyType),
+    PENDING(ztList),
+    PENDING(ztStack),
+    CLASS(ztFile),
+    PENDING(ztAvlTreeItem),
+    PENDING(ztSlot),
+    PENDING(ztSlotMap),
+    PENDING(ztArray),
+    PENDING(ztQueue),
+    PENDING(ztLink),
+    PENDING(ztLinkArray),
+    PENDING(ztIterator),
+    PENDING(ztPtrQueue),
+    PENDING(ztTag),
+    PENDING(ztAvlTree),
+    CLASS(ztAllocator),
 };
+// clang-format on
 
 static_assert(sizeof libraryClasses / sizeof libraryClasses[0] == 62);
 
-static void registerClass(const LibraryClass &libraryClass) {
-  if (libraryClass.ctor == nullptr || ztOOP_isClassRegistered(libraryClass.name)) return;
-  // The first object of a class registers it by itself, with a prototype of its own; the one made
-  // here is then refused.
-  void *prototype = libraryClass.ctor(nullptr, 0);
-  if (prototype == nullptr) return;
-  const ztClass *klass = ztOOP_classOf(prototype);
-  const auto *functions = static_cast<const ztClassFunctions *>(klass->classTable);
-  if (!ztAddNewClass(prototype, klass->name, functions->ctor, functions->classDestroy)) ztm_free(prototype);
-}
-
 void ztcoreClassInit(void) {
-  for (const LibraryClass &libraryClass : libraryClasses) registerClass(libraryClass);
+  for (const LibraryClass &libraryClass : libraryClasses) {
+    if (libraryClass.ctor != nullptr) ztOOP_ensureRegistered(libraryClass.name, libraryClass.ctor);
+  }
 }
 
 void ztcoreClassFree(void) {

@@ -192,6 +192,17 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
   return 1;
 }
 
+void ztOOP_ensureRegistered(const char *name, ztCtor ctor) {
+  if (ztOOP_isClassRegistered(name)) return;
+  // The first object of a class registers it by itself, with a prototype of its own; the one made
+  // here is then refused.
+  void *prototype = ctor(nullptr, 0);
+  if (prototype == nullptr) return;
+  const ztClass *klass = ztOOP_classOf(prototype);
+  const auto *functions = static_cast<const ztClassFunctions *>(klass->classTable);
+  if (!ztAddNewClass(prototype, klass->name, functions->ctor, functions->classDestroy)) ztm_free(prototype);
+}
+
 int32_t ztOOP_isClassRegistered(const char *name) {
   return findEntry(name) != nullptr;
 }
