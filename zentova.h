@@ -6,6 +6,8 @@
 #define ZT_ZENTOVA_H
 
 #include "containers/ztacont.h"
+#include "containers/ztarray.h"
+#include "containers/ztarrays.h"
 #include "containers/ztcitem.h"
 #include "containers/ztcont.h"
 #include "containers/ztscont.h"
@@ -15,6 +17,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.h"
 #include "io/ztfile.h"
+#include "io/ztstring.h"
 #include "io/zttxtfile.h"
 #include "support/ztalloc.h"
 #include "support/ztcutils.h"

@@ -1,6 +1,8 @@
 #include "core/ztcore.h"
 
 #include "containers/ztacont.h"
+#include "containers/ztarray.h"
+#include "containers/ztarrays.h"
 #include "containers/ztcitem.h"
 #include "containers/ztcont.h"
 #include "containers/ztscont.h"
@@ -8,6 +10,7 @@
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
 #include "io/ztfile.h"
+#include "io/ztstring.h"
 #include "io/zttxtfile.h"
 #include "support/ztalloc.h"
 #include "support/ztstdalloc.h"
@@ -22,6 +25,8 @@ struct LibraryClass {
 
 }  // namespace
 
+// One class a line.
+// clang-format off
 // One class a line.
 // clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
@@ -43,15 +48,15 @@ static const LibraryClass libraryClasses[] = {
     PENDING_TYPE("ztString"),
     PENDING(ztIntTag),
     PENDING(ztMap),
-    PENDING(ztString),
-    PENDING(ztStringArray),
+    CLASS(ztString),
+    CLASS(ztStringArray),
     PENDING(ztMapIterator),
     PENDING(ztPtrStack),
     PENDING(ztTagAttribute),
-    PENDING(ztPtrArray),
-    PENDING(ztCharArray),
-    PENDING(ztIntArray),
-    PENDING(ztFloatArray),
+    CLASS(ztPtrArray),
+    CLASS(ztCharArray),
+    CLASS(ztIntArray),
+    CLASS(ztFloatArray),
     PENDING(ztRoot),
     PENDING(ztRootPtrList),
     CLASS(ztSequenceContainer),
@@ -84,7 +89,7 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztAvlTreeItem),
     PENDING(ztSlot),
     PENDING(ztSlotMap),
-    PENDING(ztArray),
+    CLASS(ztArray),
     PENDING(ztQueue),
     PENDING(ztLink),
     PENDING(ztLinkArray),

@@ -1,0 +1,33 @@
+// The compare functions of the typed containers.
+#ifndef ZT_CONTAINERS_ZTCOMPARE_HH
+#define ZT_CONTAINERS_ZTCOMPARE_HH
+
+#include <stdint.h>
+#include <string.h>
+
+// 0 when the values are equal, 1 when the first is greater, else -1, also for values without order.
+template <typename Value>
+inline int32_t ztCompareValues(Value first, Value second) {
+  if (first == second) return 0;
+  return first > second ? 1 : -1;
+}
+
+// The address form: takes the addresses of two values, which need no alignment. NULL sorts first.
+template <typename Value>
+inline int32_t ztCompareAt(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return ztCompareValues(first != nullptr, second != nullptr);
+  Value values[2];
+  memcpy(&values[0], first, sizeof(Value));
+  memcpy(&values[1], second, sizeof(Value));
+  return ztCompareValues(values[0], values[1]);
+}
+
+// The pointer form: takes two values in the low bytes of the arguments. Pointers are compared as
+// ztCompareWords<uintptr_t>.
+template <typename Value>
+inline int32_t ztCompareWords(const void *first, const void *second) {
+  static_assert(sizeof(Value) <= sizeof(void *));
+  return ztCompareAt<Value>(&first, &second);
+}
+
+#endif

@@ -1,0 +1,78 @@
+/**
+ * @file ztstring.h
+ * ztString, a text object, and ztStringArray, an array of them.
+ *
+ * A string holds a zero-terminated text, or no text at all: that is its state after `set(NULL)`, in
+ * which `get` gives NULL. Otherwise a string without text behaves as one with an empty text.
+ *
+ * How strings are stored: `write` stores the size of the text with its terminator, then the text and
+ * its terminator. `read` takes one byte more than `write` stored, for it reads as many bytes as the
+ * size says and one more. A host that stores several things after one another in a binary file
+ * therefore writes one byte after each string (`writeChar(file, 0)`), or steps back one byte after
+ * reading one (`goTo(file, -1)`). The `write` and `read` of a ztStringArray do neither, so an array of
+ * strings does not read back from a binary file: store its strings one by one. A string that was made
+ * and never set is stored with size 20 and one byte, and cannot be read back from among others.
+ */
+#ifndef ZT_IO_ZTSTRING_H
+#define ZT_IO_ZTSTRING_H
+
+#include "containers/ztarrays.h"
+
+/** Fields of ztString. */
+#define ztString_FIELDS \
+  ztBaseClass_FIELDS    \
+  ztCharArray *buffer; /* the text and its terminator; no elements without text; owned */
+
+/**
+ * The methods of a string, in slot order after those of ztBaseClass.
+ *
+ *  - `set`: takes over a copy of a text, which may be the string's own or a part of it; NULL leaves the
+ *    string without text. The string, or NULL when memory is exhausted, and the text stays.
+ *  - `cat`: appends the text of another string, which may be the same one. The string, or NULL when
+ *    the other is NULL or memory is exhausted, and the text stays.
+ *  - `get`: the text, the string's own until it is changed; NULL without text.
+ *  - `length`: the number of characters before the terminator.
+ *  - `isEmpty`: 1 when the length is 0, else 0.
+ *
+ * `isEqual`, `isLess` and `isMajor` compare byte by byte with another string. A new string is empty.
+ */
+#define ztString_METHODS                         \
+  ztBaseClass_METHODS                            \
+  void *(*set)(void *string, const char *text);  \
+  void *(*cat)(void *string, const void *other); \
+  char *(*get)(const void *string);              \
+  uint32_t (*length)(const void *string);        \
+  int32_t (*isEmpty)(const void *string);
+
+/**
+ * The class functions of ztString, from class slot 10 on.
+ *
+ *  - `newString(NULL, text)`: sets the class's one scratch string to the text and returns it. It is
+ *    the library's: the next call changes it, and the caller must not `unRef` it. NULL when memory is
+ *    exhausted.
+ */
+#define ztString_FUNCTIONS void *(*newString)(const void *ignored, const char *text);
+
+/** A text object. */
+ZT_DECLARE_CLASS(ztString)
+ZT_DECLARE_CLASS_FUNCTIONS(ztString)
+
+/** ztStringArray adds no fields. */
+#define ztStringArray_FIELDS ztArray_FIELDS
+/** ztStringArray adds no methods. */
+#define ztStringArray_METHODS ztArray_METHODS
+/** An array whose elements are ztString objects in its block. */
+ZT_DECLARE_CLASS(ztStringArray)
+
+ZT_BEGIN_C
+
+/** Compares two ztString objects by their text: 0 when equal, 1 when the first is greater, else -1. A
+ *  NULL sorts first. For `sort`, `search` and `find` of a ztStringArray. */
+ZT_API int32_t ztStringArray_compare_func(const void *first, const void *second);
+
+/** The same: a string in the array's block is its own address. */
+ZT_API int32_t ztStringArray_compare_func_ptr(const void *first, const void *second);
+
+ZT_END_C
+
+#endif
