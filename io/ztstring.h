@@ -40,7 +40,7 @@
   ztBaseClass_METHODS                            \
   void *(*set)(void *string, const char *text);  \
   void *(*cat)(void *string, const void *other); \
-  char *(*get)(const void *string);              \
+  const char *(*get)(const void *string);        \
   uint32_t (*length)(const void *string);        \
   int32_t (*isEmpty)(const void *string);
 

@@ -1,0 +1,495 @@
+#include "containers/ztarray.h"
+
+#include "core/ztbasec.hh"
+#include "core/ztlayout.hh"
+#include "core/ztmem.h"
+#include "io/ztfile.hh"
+
+#include <stdlib.h>
+#include <string.h>
+
+ZT_PIN_CLASS(ztArray, 80, 42);
+ZT_PIN_FIELD(ztArray, count, 64);
+ZT_PIN_FIELD(ztArray, data, 72);
+ZT_PIN_SLOT(ztArray, pushBack, 27);
+ZT_PIN_SLOT(ztArray, setAt, 31);
+ZT_PIN_SLOT(ztArray, getData, 37);
+ZT_PIN_SLOT(ztArray, find, 41);
+
+// The block ---------------------------------------------------------------------------------------
+//
+// Slot i lies at data + i * elementSize. Pointers, however, are read at data + i * pointerStride, so
+// that with an element size other than that the block is larger than its slots, and what lies outside
+// them is zero.
+
+constexpr int32_t pointerStride = sizeof(void *);
+
+static bool holdsObjects(const ztArray *array) {
+  return array->elementConstructor != nullptr;
+}
+
+static bool holdsPointers(const ztArray *array) {
+  return array->elementConstructor == nullptr && array->byPointer != 0;
+}
+
+static bool hasIndex(const ztArray *array, int32_t index) {
+  return index >= 0 && index < array->count;
+}
+
+// Any index gives an address, also one outside the block, and so does no block.
+static char *slotAt(const ztArray *array, int64_t index) {
+  const int64_t offset = index * array->elementSize;
+  return reinterpret_cast<char *>(reinterpret_cast<intptr_t>(array->data) + offset);
+}
+
+static void *pointerAt(const ztArray *array, int32_t index) {
+  void *pointer = nullptr;
+  memcpy(&pointer,
+         static_cast<const char *>(array->data) + size_t{pointerStride} * static_cast<size_t>(index),
+         sizeof pointer);
+  return pointer;
+}
+
+static void *elementAt(const ztArray *array, int32_t index) {
+  return holdsPointers(array) ? pointerAt(array, index) : slotAt(array, index);
+}
+
+// Bytes of a block for so many elements, at least 1; -1 when there can be no such block.
+static int32_t blockSize(const ztArray *array, int64_t count) {
+  int64_t stride = array->elementSize;
+  if (count < 0 || stride < 0) return -1;
+  if (holdsPointers(array) && stride < pointerStride) stride = pointerStride;
+  const int64_t size = count * stride;
+  if (size > INT32_MAX) return -1;
+  return size == 0 ? 1 : static_cast<int32_t>(size);
+}
+
+// Zeroes a block, or what it holds behind its first slots.
+static void clearBehind(const ztArray *array, void *block, int32_t slots, int32_t size) {
+  const size_t kept = static_cast<size_t>(slots) * static_cast<size_t>(array->elementSize);
+  memset(static_cast<char *>(block) + kept, 0, static_cast<size_t>(size) - kept);
+}
+
+// A block for so many elements, zero from the given slot on.
+static void *newBlock(const ztArray *array, int32_t count, int32_t clearFrom) {
+  const int32_t size = blockSize(array, count);
+  void *block = size < 0 ? nullptr : ztm_alloc(size);
+  if (block != nullptr) clearBehind(array, block, clearFrom, size);
+  return block;
+}
+
+// Resizes the block, which keeps its elements; false when it cannot.
+static bool resizeBlock(ztArray *array, int64_t count) {
+  const int32_t size = blockSize(array, count);
+  void *block = size < 0 ? nullptr : ztm_realloc(array->data, size);
+  if (block == nullptr) return false;
+  array->data = block;
+  return true;
+}
+
+static void installBlock(ztArray *array, void *block, int32_t count) {
+  ztm_free(array->data);
+  array->data = block;
+  array->count = count;
+}
+
+// Where in the block an address lies, or -1.
+static int64_t offsetInBlock(const ztArray *array, const void *address) {
+  if (array->data == nullptr) return -1;
+  const auto offset = reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(array->data);
+  return offset < static_cast<uintptr_t>(blockSize(array, array->count)) ? static_cast<int64_t>(offset) : -1;
+}
+
+// Objects in the block ----------------------------------------------------------------------------
+
+static void *copyIntoSlot(void *slot, const void *source) {
+  memcpy(slot, source, sizeof(ztBaseClass));  // tells how large the object will be
+  return ztCloneOnto(source, slot);
+}
+
+static void destroyObject(void *slot) {
+  ztBaseClass_of(slot)->destroy(slot);
+}
+
+static void destroyObjects(const ztArray *array, void *block, int32_t count) {
+  char *slot = static_cast<char *>(block);
+  for (int32_t i = 0; i < count; ++i, slot += array->elementSize) destroyObject(slot);
+}
+
+// Copies the array's first objects into a block; false, with nothing left there, when one cannot be.
+static bool copyObjects(const ztArray *array, void *block, int32_t count) {
+  char *slot = static_cast<char *>(block);
+  for (int32_t i = 0; i < count; ++i, slot += array->elementSize) {
+    if (copyIntoSlot(slot, slotAt(array, i)) != nullptr) continue;
+    destroyObjects(array, block, i);
+    return false;
+  }
+  return true;
+}
+
+// A header alone suffices to learn the size: without `create` a constructor writes no more.
+static bool constructorFits(const ztArray *array) {
+  if (array->elementSize < static_cast<int32_t>(sizeof(ztBaseClass))) return false;
+  ztBaseClass header;
+  array->elementConstructor(&header, 0);
+  return header.klass->instanceSize <= array->elementSize;
+}
+
+static void constructObjects(const ztArray *array, void *block, int32_t from, int32_t count) {
+  char *slot = static_cast<char *>(block) + static_cast<int64_t>(from) * array->elementSize;
+  for (int32_t i = from; i < count; ++i, slot += array->elementSize) array->elementConstructor(slot, 1);
+}
+
+// Adding and replacing ----------------------------------------------------------------------------
+
+// Slots have one size, so an object of a larger class is refused.
+static bool accepts(const ztArray *array, const void *element) {
+  if (holdsPointers(array)) return true;
+  if (element == nullptr) return false;
+  return !holdsObjects(array) || ztOOP_classOf(element)->instanceSize <= array->elementSize;
+}
+
+static void storeBytes(const ztArray *array, void *slot, const void *element) {
+  const auto size = static_cast<size_t>(array->elementSize);
+  if (holdsPointers(array)) {
+    memcpy(slot, &element, size < sizeof element ? size : sizeof element);
+  } else {
+    memmove(slot, element, size);
+  }
+}
+
+static void *addSlot(ztArray *array) {
+  if (!resizeBlock(array, int64_t{array->count} + 1)) return nullptr;
+  const int32_t last = array->count;
+  if (holdsPointers(array) && array->elementSize != pointerStride) {
+    clearBehind(array, array->data, last, blockSize(array, int64_t{last} + 1));
+  }
+  array->count = last + 1;
+  return slotAt(array, last);
+}
+
+// Without memory for a smaller block the larger one stays.
+static void dropSlot(ztArray *array) {
+  --array->count;
+  if (array->count == 0) {
+    installBlock(array, nullptr, 0);
+  } else {
+    resizeBlock(array, array->count);
+  }
+}
+
+static void *arrayPushBack(void *object, const void *element) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || !accepts(array, element)) return nullptr;
+  // An element of the array's own moves with the block.
+  const int64_t own = holdsPointers(array) ? -1 : offsetInBlock(array, element);
+  void *slot = addSlot(array);
+  if (slot == nullptr) return nullptr;
+  if (own >= 0) element = static_cast<const char *>(array->data) + own;
+  if (!holdsObjects(array)) {
+    storeBytes(array, slot, element);
+    return slot;
+  }
+  void *copy = copyIntoSlot(slot, element);
+  if (copy == nullptr) dropSlot(array);
+  return copy;
+}
+
+static int32_t arrayPushBackUnique(void *object, const void *element, ztCompareFunc match) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || match == nullptr) return 0;
+  const ztArrayMethods *methods = ztArray_of(array);
+  const int32_t count = array->count;
+  for (int32_t i = 0; i < count; ++i) {
+    if (match(methods->getAt(array, i), element)) return 0;
+  }
+  return methods->pushBack(array, element) != nullptr;
+}
+
+// A slot never stays without an object, since all of them are destroyed in the end.
+static void refillSlot(const ztArray *array, void *slot) {
+  if (constructorFits(array)) {
+    array->elementConstructor(slot, 1);
+  } else {
+    ztBaseClass_ctor(slot, 1);
+  }
+}
+
+static void *arraySetAt(void *object, const void *element, int32_t index) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || !hasIndex(array, index) || !accepts(array, element)) return nullptr;
+  void *slot = slotAt(array, index);
+  if (!holdsObjects(array)) {
+    storeBytes(array, slot, element);
+    return slot;
+  }
+  if (element == slot) return slot;
+  destroyObject(slot);
+  void *copy = copyIntoSlot(slot, element);
+  if (copy == nullptr) refillSlot(array, slot);
+  return copy;
+}
+
+// Removing ----------------------------------------------------------------------------------------
+
+static void arrayRemoveAt(void *object, int32_t index) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || !hasIndex(array, index)) return;
+  const int32_t left = array->count - 1;
+  void *block = nullptr;
+  if (left > 0) {
+    block = newBlock(array, left, left);
+    if (block == nullptr) return;
+  }
+  if (holdsObjects(array)) destroyObject(slotAt(array, index));
+  if (left > 0) {
+    const auto size = static_cast<size_t>(array->elementSize);
+    const size_t before = static_cast<size_t>(index) * size;
+    memcpy(block, array->data, before);
+    memcpy(static_cast<char *>(block) + before, slotAt(array, int64_t{index} + 1),
+           static_cast<size_t>(left - index) * size);
+  }
+  installBlock(array, block, left);
+}
+
+static void arrayEmpty(void *object) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || array->data == nullptr) return;
+  void *block = array->data;
+  const int32_t count = array->count;
+  array->data = nullptr;
+  array->count = 0;
+  if (holdsObjects(array)) destroyObjects(array, block, count);
+  ztm_free(block);
+}
+
+// Sizes -------------------------------------------------------------------------------------------
+
+static int32_t arraySetSize(void *object, int32_t count) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || count < 0) return 0;
+  if (count == array->count && count != 0) return 1;
+  if (count == 0) {
+    ztArray_of(array)->empty(array);
+    return 1;
+  }
+  if (holdsObjects(array) && !constructorFits(array)) return 0;
+  void *block = newBlock(array, count, 0);
+  if (block == nullptr) return 0;
+  ztArray_of(array)->empty(array);
+  installBlock(array, block, count);
+  if (holdsObjects(array)) constructObjects(array, block, 0, count);
+  return 1;
+}
+
+static int32_t resizeObjects(ztArray *array, int32_t count) {
+  const int32_t old = array->count;
+  const int32_t kept = count < old ? count : old;
+  if (count > kept && !constructorFits(array)) return 0;
+  void *block = newBlock(array, count, kept);
+  if (block == nullptr) return 0;
+  if (!copyObjects(array, block, kept)) {
+    ztm_free(block);
+    return 0;
+  }
+  constructObjects(array, block, kept, count);
+  destroyObjects(array, array->data, old);
+  installBlock(array, block, count);
+  return 1;
+}
+
+static int32_t resizeBytes(ztArray *array, int32_t count) {
+  if (!resizeBlock(array, count)) return 0;
+  const int32_t kept = count < array->count ? count : array->count;
+  clearBehind(array, array->data, kept, blockSize(array, count));
+  array->count = count;
+  return 1;
+}
+
+static int32_t arrayResize(void *object, int32_t count) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || count < 0) return 0;
+  if (count == 0) {
+    ztArray_of(array)->empty(array);
+    return 1;
+  }
+  if (array->count == 0) return ztArray_of(array)->setSize(array, count);
+  if (count == array->count) return 1;
+  return holdsObjects(array) ? resizeObjects(array, count) : resizeBytes(array, count);
+}
+
+// Reading elements --------------------------------------------------------------------------------
+
+static void *arrayGetAt(const void *object, int32_t index) {
+  const auto *array = static_cast<const ztArray *>(object);
+  if (array == nullptr || (holdsPointers(array) && !hasIndex(array, index))) return nullptr;
+  return elementAt(array, index);
+}
+
+static void *arrayGetFront(const void *object) {
+  const auto *array = static_cast<const ztArray *>(object);
+  return array == nullptr || array->count == 0 ? nullptr : ztArray_of(array)->getAt(array, 0);
+}
+
+static void *arrayGetBack(const void *object) {
+  const auto *array = static_cast<const ztArray *>(object);
+  return array == nullptr || array->count == 0 ? nullptr : ztArray_of(array)->getAt(array, array->count - 1);
+}
+
+static void *arrayGetData(const void *object) {
+  return object == nullptr ? nullptr : static_cast<const ztArray *>(object)->data;
+}
+
+static int32_t arrayGetSize(const void *object) {
+  return object == nullptr ? 0 : static_cast<const ztArray *>(object)->count;
+}
+
+static int32_t arrayIsEmpty(const void *object) {
+  return object != nullptr && static_cast<const ztArray *>(object)->count == 0;
+}
+
+static void arraySort(void *object, ztCompareFunc compare) {
+  const auto *array = static_cast<const ztArray *>(object);
+  if (array == nullptr || array->data == nullptr || compare == nullptr) return;
+  qsort(array->data, static_cast<size_t>(array->count), static_cast<size_t>(array->elementSize), compare);
+}
+
+static void *arraySearch(const void *object, const void *key, ztCompareFunc compare) {
+  const auto *array = static_cast<const ztArray *>(object);
+  if (array == nullptr || key == nullptr || compare == nullptr) return nullptr;
+  const int32_t count = ztArray_of(array)->getSize(array);
+  const void *block = ztArray_of(array)->getData(array);
+  if (block == nullptr || count <= 0) return nullptr;
+  return bsearch(key, block, static_cast<size_t>(count), static_cast<size_t>(array->elementSize), compare);
+}
+
+static void *arrayFind(const void *object, const void *key) {
+  const auto *array = static_cast<const ztArray *>(object);
+  if (array == nullptr || array->compareFunction == nullptr) return nullptr;
+  for (int32_t i = 0; i < array->count; ++i) {
+    void *element = elementAt(array, i);
+    if (array->compareFunction(element, key) == 0) return element;
+  }
+  return nullptr;
+}
+
+// The array as an object --------------------------------------------------------------------------
+
+static int32_t arrayCreate(void *object) {
+  if (!ztSequenceContainer_table()->create(object)) return 0;
+  auto *array = static_cast<ztArray *>(object);
+  array->count = 0;
+  array->data = nullptr;
+  return 1;
+}
+
+static void *copyBlock(const ztArray *array) {
+  void *block = newBlock(array, array->count, array->count);
+  if (block == nullptr) return nullptr;
+  if (!holdsObjects(array)) {
+    return memcpy(block, array->data, static_cast<size_t>(blockSize(array, array->count)));
+  }
+  if (copyObjects(array, block, array->count)) return block;
+  ztm_free(block);
+  return nullptr;
+}
+
+static void *arrayClone(const void *object, void *target) {
+  auto *copy = static_cast<ztArray *>(ztSequenceContainer_table()->clone(object, target));
+  if (copy == nullptr) return nullptr;
+  const auto *array = static_cast<const ztArray *>(object);
+  copy->data = nullptr;
+  if (array->count == 0) return copy;
+  copy->data = copyBlock(array);
+  if (copy->data != nullptr) return copy;
+  copy->count = 0;
+  ztSequenceContainer_table()->destroy(copy);
+  return nullptr;
+}
+
+static int32_t arrayAssign(void *object, const void *other) {
+  if (object == nullptr || other == nullptr || !ztSequenceContainer_table()->assign(object, other)) return 0;
+  auto *array = static_cast<ztArray *>(object);
+  const auto *source = static_cast<const ztArray *>(other);
+  const int32_t count = array->count < source->count ? array->count : source->count;
+  if (holdsObjects(array)) {
+    if (!holdsObjects(source)) return 0;
+    for (int32_t i = 0; i < count; ++i) {
+      void *slot = slotAt(array, i);
+      ztBaseClass_of(slot)->assign(slot, slotAt(source, i));
+    }
+    return 1;
+  }
+  if (array->elementSize != source->elementSize) return 0;
+  if (count > 0) {
+    memmove(array->data, source->data, static_cast<size_t>(count) * static_cast<size_t>(array->elementSize));
+  }
+  return 1;
+}
+
+static void arrayDestroy(void *object) {
+  if (object == nullptr) return;
+  ztArray_of(object)->empty(object);
+  ztSequenceContainer_table()->destroy(object);
+}
+
+static int32_t arrayRead(void *object, void *file) {
+  if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->read(object, file)) return 0;
+  auto *array = static_cast<ztArray *>(object);
+  const ztFileMethods *methods = ztFile_of(file);
+  int32_t count = 0;
+  if (!methods->readInt(file, &count) || !ztIsCredibleCount(file, count)) return 0;
+  if (!ztArray_of(array)->setSize(array, count)) return 0;
+  for (int32_t i = 0; i < array->count; ++i) {
+    void *slot = slotAt(array, i);
+    if (holdsObjects(array)) {
+      ztBaseClass_of(slot)->read(slot, file);
+    } else {
+      methods->readBuf(file, array->elementSize, slot);
+    }
+  }
+  return 1;
+}
+
+static int32_t arrayWrite(const void *object, void *file) {
+  if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->write(object, file)) return 0;
+  const auto *array = static_cast<const ztArray *>(object);
+  const ztFileMethods *methods = ztFile_of(file);
+  if (!methods->writeInt(file, array->count)) return 0;
+  for (int32_t i = 0; i < array->count; ++i) {
+    const void *slot = slotAt(array, i);
+    if (holdsObjects(array)) {
+      ztBaseClass_of(slot)->write(slot, file);
+    } else {
+      methods->writeBuf(file, array->elementSize, slot);
+    }
+  }
+  return 1;
+}
+
+static void arrayMethods(ztArrayMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, arrayCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, arrayClone);
+  ZT_OVERRIDE_METHOD(methods, assign, arrayAssign);
+  ZT_OVERRIDE_METHOD(methods, destroy, arrayDestroy);
+  ZT_OVERRIDE_METHOD(methods, read, arrayRead);
+  ZT_OVERRIDE_METHOD(methods, write, arrayWrite);
+  ZT_OVERRIDE_METHOD(methods, getSize, arrayGetSize);
+  ZT_OVERRIDE_METHOD(methods, pushBack, arrayPushBack);
+  ZT_OVERRIDE_METHOD(methods, pushBackUnique, arrayPushBackUnique);
+  ZT_OVERRIDE_METHOD(methods, removeAt, arrayRemoveAt);
+  ZT_OVERRIDE_METHOD(methods, getAt, arrayGetAt);
+  ZT_OVERRIDE_METHOD(methods, setAt, arraySetAt);
+  ZT_OVERRIDE_METHOD(methods, empty, arrayEmpty);
+  ZT_OVERRIDE_METHOD(methods, setSize, arraySetSize);
+  ZT_OVERRIDE_METHOD(methods, resize, arrayResize);
+  ZT_OVERRIDE_METHOD(methods, getFront, arrayGetFront);
+  ZT_OVERRIDE_METHOD(methods, getBack, arrayGetBack);
+  ZT_OVERRIDE_METHOD(methods, getData, arrayGetData);
+  ZT_OVERRIDE_METHOD(methods, isEmpty, arrayIsEmpty);
+  ZT_OVERRIDE_METHOD(methods, sort, arraySort);
+  ZT_OVERRIDE_METHOD(methods, search, arraySearch);
+  ZT_OVERRIDE_METHOD(methods, find, arrayFind);
+}
+
+ZT_DEFINE_CLASS(ztArray, ztSequenceContainer, arrayMethods)
