@@ -189,9 +189,20 @@ static int32_t stringRead(void *object, void *file) {
   return done;
 }
 
+static void releaseScratch() {
+  void *released = scratch;
+  scratch = nullptr;
+  if (released != nullptr) ztString_of(released)->unRef(released);
+}
+
 static void *stringNewString(const void *, const char *text) {
   if (scratch == nullptr) scratch = ztString_ctor(nullptr, 1);
-  return scratch == nullptr ? nullptr : ztString_of(scratch)->set(scratch, text);
+  if (scratch == nullptr) return nullptr;
+  if (bufferOf(scratch) == nullptr) {
+    releaseScratch();  // memory may be there for the next one
+    return nullptr;
+  }
+  return ztString_of(scratch)->set(scratch, text);
 }
 
 static void stringClassInit(ztClass *) {
@@ -199,9 +210,7 @@ static void stringClassInit(ztClass *) {
 }
 
 static void stringClassDestroy(void *) {
-  void *released = scratch;
-  scratch = nullptr;
-  if (released != nullptr) ztString_of(released)->unRef(released);
+  releaseScratch();
 }
 
 static void stringFunctions(ztStringFunctions *functions) {
