@@ -95,9 +95,26 @@ static void installBlock(ztArray *array, void *block, int32_t count) {
 
 // Where in the block an address lies, or -1.
 static int64_t offsetInBlock(const ztArray *array, const void *address) {
-  if (array->data == nullptr) return -1;
   const auto offset = reinterpret_cast<uintptr_t>(address) - reinterpret_cast<uintptr_t>(array->data);
-  return offset < static_cast<uintptr_t>(blockSize(array, array->count)) ? static_cast<int64_t>(offset) : -1;
+  const int64_t size = int64_t{array->count} * array->elementSize;
+  return offset < static_cast<uintptr_t>(size) ? static_cast<int64_t>(offset) : -1;
+}
+
+// The sizes of numbers without a call.
+static void copyBytes(void *slot, const void *source, size_t size) {
+  switch (size) {
+    case sizeof(int8_t):
+      memmove(slot, source, sizeof(int8_t));
+      break;
+    case sizeof(int32_t):
+      memmove(slot, source, sizeof(int32_t));
+      break;
+    case sizeof(int64_t):
+      memmove(slot, source, sizeof(int64_t));
+      break;
+    default:
+      memmove(slot, source, size);
+  }
 }
 
 // Objects in the block ----------------------------------------------------------------------------
@@ -152,24 +169,38 @@ static bool accepts(const ztArray *array, const void *element) {
 static void storeBytes(const ztArray *array, void *slot, const void *element) {
   const auto size = static_cast<size_t>(array->elementSize);
   if (holdsPointers(array)) {
-    memcpy(slot, &element, size < sizeof element ? size : sizeof element);
+    copyBytes(slot, &element, size < sizeof element ? size : sizeof element);
   } else {
-    memmove(slot, element, size);
+    copyBytes(slot, element, size);
   }
 }
 
-static void *addSlot(ztArray *array) {
+// An element of the array's own moves with the block, so it is found again by where it lay.
+static const void *afterMove(const ztArray *array, const void *element, int64_t offsetBefore) {
+  return offsetBefore < 0 ? element : static_cast<const char *>(array->data) + offsetBefore;
+}
+
+static void *pushBytes(ztArray *array, const void *element) {
+  const int64_t own = offsetInBlock(array, element);
+  if (element == nullptr || !resizeBlock(array, int64_t{array->count} + 1)) return nullptr;
+  void *slot = slotAt(array, array->count++);
+  copyBytes(slot, afterMove(array, element, own), static_cast<size_t>(array->elementSize));
+  return slot;
+}
+
+static void *pushPointer(ztArray *array, const void *pointer) {
   if (!resizeBlock(array, int64_t{array->count} + 1)) return nullptr;
-  const int32_t last = array->count;
-  if (holdsPointers(array) && array->elementSize != pointerStride) {
-    clearBehind(array, array->data, last, blockSize(array, int64_t{last} + 1));
+  const int32_t last = array->count++;
+  if (array->elementSize != pointerStride) {
+    clearBehind(array, array->data, last, blockSize(array, array->count));
   }
-  array->count = last + 1;
-  return slotAt(array, last);
+  void *slot = slotAt(array, last);
+  storeBytes(array, slot, pointer);
+  return slot;
 }
 
 // Without memory for a smaller block the larger one stays.
-static void dropSlot(ztArray *array) {
+static void dropLastSlot(ztArray *array) {
   --array->count;
   if (array->count == 0) {
     installBlock(array, nullptr, 0);
@@ -178,21 +209,21 @@ static void dropSlot(ztArray *array) {
   }
 }
 
+static void *pushObject(ztArray *array, const void *element) {
+  if (!accepts(array, element)) return nullptr;
+  const int64_t own = offsetInBlock(array, element);
+  if (!resizeBlock(array, int64_t{array->count} + 1)) return nullptr;
+  void *slot = slotAt(array, array->count++);
+  void *copy = copyIntoSlot(slot, afterMove(array, element, own));
+  if (copy == nullptr) dropLastSlot(array);
+  return copy;
+}
+
 static void *arrayPushBack(void *object, const void *element) {
   auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || !accepts(array, element)) return nullptr;
-  // An element of the array's own moves with the block.
-  const int64_t own = holdsPointers(array) ? -1 : offsetInBlock(array, element);
-  void *slot = addSlot(array);
-  if (slot == nullptr) return nullptr;
-  if (own >= 0) element = static_cast<const char *>(array->data) + own;
-  if (!holdsObjects(array)) {
-    storeBytes(array, slot, element);
-    return slot;
-  }
-  void *copy = copyIntoSlot(slot, element);
-  if (copy == nullptr) dropSlot(array);
-  return copy;
+  if (array == nullptr) return nullptr;
+  if (holdsObjects(array)) return pushObject(array, element);
+  return holdsPointers(array) ? pushPointer(array, element) : pushBytes(array, element);
 }
 
 static int32_t arrayPushBackUnique(void *object, const void *element, ztCompareFunc match) {
@@ -299,10 +330,11 @@ static int32_t resizeObjects(ztArray *array, int32_t count) {
 }
 
 static int32_t resizeBytes(ztArray *array, int32_t count) {
-  if (!resizeBlock(array, count)) return 0;
   const int32_t kept = count < array->count ? count : array->count;
-  clearBehind(array, array->data, kept, blockSize(array, count));
-  array->count = count;
+  void *block = newBlock(array, count, kept);
+  if (block == nullptr) return 0;
+  memcpy(block, array->data, static_cast<size_t>(kept) * static_cast<size_t>(array->elementSize));
+  installBlock(array, block, count);
   return 1;
 }
 

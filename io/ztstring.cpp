@@ -51,14 +51,15 @@ static bool resizeBuffer(ztCharArray *buffer, size_t size) {
 
 // Text --------------------------------------------------------------------------------------------
 
+// What is written stands in the buffer's block itself; its fields save two calls for each text set.
 static bool isWithin(const ztCharArray *buffer, const char *text) {
-  const auto offset = reinterpret_cast<uintptr_t>(text) - reinterpret_cast<uintptr_t>(dataOf(buffer));
-  return offset < static_cast<uintptr_t>(sizeOf(buffer));
+  const auto offset = reinterpret_cast<uintptr_t>(text) - reinterpret_cast<uintptr_t>(buffer->data);
+  return offset < static_cast<uintptr_t>(buffer->count);
 }
 
 static bool setBytes(ztCharArray *buffer, const char *text, size_t size) {
   if (!resizeBuffer(buffer, size)) return false;
-  memcpy(dataOf(buffer), text, size);
+  memcpy(buffer->data, text, size);
   return true;
 }
 
@@ -92,7 +93,7 @@ static void *stringCat(void *object, const void *other) {
   ztCharArray *buffer = bufferOf(object);
   if (!resizeBuffer(buffer, length + otherLength + 1)) return nullptr;
   // Asked for only now: the other may be this string, whose text has just moved.
-  char *end = dataOf(buffer) + length;
+  char *end = static_cast<char *>(buffer->data) + length;
   memcpy(end, otherMethods->get(other), otherLength);
   end[otherLength] = '\0';
   return object;
