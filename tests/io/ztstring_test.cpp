@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "io/zttxtfile.h"
 #include "tests/support/faults.h"
 #include "tests/support/owned.h"
 #include "tests/support/scale.h"
@@ -577,6 +578,54 @@ TEST(String, AFileThatFailsGivesZero) {
   EXPECT_STREQ(string->get(string), "");
 }
 
+// The text form -----------------------------------------------------------------------------------
+
+TEST(String, TextFormIsTheSizeAndALine) {
+  const Storage file(ztTextFile_ctor);
+  const String string = stringOf("two words");
+  EXPECT_EQ(string->write(string, file), 1);
+  EXPECT_EQ(file.bytes(), "10\ntwo words\n");
+  const String other(ztString_ctor);
+  EXPECT_EQ(other->read(other, file), 1);
+  EXPECT_STREQ(other->get(other), "two words\n");
+}
+
+TEST(String, TextFormOfAStringWithoutTextIsNull) {
+  const Storage file(ztTextFile_ctor);
+  const String never(ztString_ctor);
+  never->write(never, file);
+  EXPECT_EQ(file.bytes(), "20\nnull\n");
+  EXPECT_EQ(never->read(never, file), 1);
+  EXPECT_STREQ(never->get(never), "null\n");
+  file.hold("");
+  stringOf("")->write(stringOf(""), file);
+  EXPECT_EQ(file.bytes(), "1\nnull\n");
+  EXPECT_EQ(never->read(never, file), 1);
+  EXPECT_STREQ(never->get(never), "n");
+}
+
+TEST(String, TextFormLosesLeadingWhiteSpace) {
+  const Storage file(ztTextFile_ctor);
+  const String string = stringOf("  x");
+  string->write(string, file);
+  file->goToBegin(file);
+  EXPECT_EQ(string->read(string, file), 1);
+  EXPECT_STREQ(string->get(string), "x\n");
+}
+
+TEST(String, AMalformedOrAbsentSizeInTextForm) {
+  const Storage file(ztTextFile_ctor);
+  const String string = stringOf("abc");
+  EXPECT_EQ(string->read(string, file), 0);
+  EXPECT_STREQ(string->get(string), "abc");
+  file.hold("letters\n");
+  EXPECT_EQ(string->read(string, file), 1);
+  EXPECT_STREQ(string->get(string), "");
+  file.hold("70000\nshort\n");
+  EXPECT_EQ(string->read(string, file), 0);
+  EXPECT_STREQ(string->get(string), "");
+}
+
 // ztStringArray -----------------------------------------------------------------------------------
 
 TEST(StringArray, CreateSetsThePolicy) {
@@ -669,6 +718,16 @@ TEST(StringArray, DoesNotReadBackFromABinaryFile) {
   const Array other(ztStringArray_ctor);
   EXPECT_EQ(other->read(other, file), 1);
   EXPECT_EQ(textsOf(other), Texts({"a", ""}));
+}
+
+TEST(StringArray, ReadsBackFromATextFileWithItsLineEnds) {
+  const Storage file(ztTextFile_ctor);
+  const Array array = arrayOf({"a", "b c"});
+  array->write(array, file);
+  EXPECT_EQ(file.bytes(), "2\n2\na\n4\nb c\n");
+  const Array other(ztStringArray_ctor);
+  EXPECT_EQ(other->read(other, file), 1);
+  EXPECT_EQ(textsOf(other), Texts({"a\n", "b c\n"}));
 }
 
 TEST(StringArray, ATruncatedOrDamagedFileLeavesAUsableArray) {
