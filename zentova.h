@@ -10,6 +10,8 @@
 #include "containers/ztarrays.h"
 #include "containers/ztcitem.h"
 #include "containers/ztcont.h"
+#include "containers/ztlist.h"
+#include "containers/ztlistitem.h"
 #include "containers/ztscont.h"
 #include "core/ztbasec.h"
 #include "core/ztcore.h"

@@ -46,8 +46,8 @@ ZT_END_C
  *    destination. NULL data are copied as NULL; so are data that cannot be copied.
  *  - `deleteItem`: releases the item's element as the policy says, then the item. NULL does nothing.
  *  - `setItemConstructor`: the class of the items; called by each container's own `create`.
- *  - `setItemManager`: the container whose `newItem`, `copyItem` and `deleteItem` are used; no
- *    reference is taken. A copy made by `clone` is its own manager.
+ *  - `setItemManager`: the container whose `newItem`, `copyItem` and `deleteItem` are used, NULL
+ *    for the container itself; no reference is taken. A copy made by `clone` is its own manager.
  *  - `setCompareFunction`, `setAllowDuplicate`: see the fields.
  *  - `getSize`: the number of elements.
  *

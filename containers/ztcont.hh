@@ -1,8 +1,8 @@
-// The element policy, shared by every container that keeps its elements in items.
+// The element policy and the item manager, shared by every container that keeps its elements in items.
 #ifndef ZT_CONTAINERS_ZTCONT_HH
 #define ZT_CONTAINERS_ZTCONT_HH
 
-#include "core/ztoop.h"
+#include "containers/ztcont.h"
 
 // How elements, keys or values are kept. Tested in this order: constructor, byPointer, by value.
 struct ElementPolicy {
@@ -20,5 +20,11 @@ bool ztCopyElement(const ElementPolicy &policy, const void *source, void **store
 
 // Releases a stored element and sets `*stored` to NULL.
 void ztReleaseElement(const ElementPolicy &policy, void **stored);
+
+// What makes, copies and deletes a container's items: itself where a host has set NULL.
+inline void *ztItemManagerOf(void *object) {
+  void *manager = static_cast<ztContainer *>(object)->itemManager;
+  return manager == nullptr ? object : manager;
+}
 
 #endif

@@ -5,6 +5,8 @@
 #include "containers/ztarrays.h"
 #include "containers/ztcitem.h"
 #include "containers/ztcont.h"
+#include "containers/ztlist.h"
+#include "containers/ztlistitem.h"
 #include "containers/ztscont.h"
 #include "core/ztbasec.h"
 #include "core/ztlogctrl.h"
@@ -25,6 +27,8 @@ struct LibraryClass {
 
 }  // namespace
 
+// One class a line.
+// clang-format off
 // One class a line.
 // clang-format off
 // One class a line.
@@ -94,10 +98,10 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztContainer),
     PENDING(ztMapItem),
     CLASS(ztAssociativeContainer),
-    PENDING(ztListItem),
+    CLASS(ztListItem),
     CLASS(ztTextFile),
     PENDING(ztPropertyType),
-    PENDING(ztList),
+    CLASS(ztList),
     PENDING(ztStack),
     CLASS(ztFile),
     PENDING(ztAvlTreeItem),

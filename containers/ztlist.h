@@ -1,0 +1,75 @@
+/**
+ * @file ztlist.h
+ * ztList: a doubly linked list.
+ *
+ * Every element stands in an item, a ztListItem, which the item manager makes and deletes; see
+ * ztcont.h for how elements are kept. An element in the caller's form is the pointer itself for a list
+ * by pointer, otherwise an address to copy from; an element of the list is what the item's `data`
+ * holds. To walk a list, take `getItemAt(list, 0)` and follow `next`:
+ *
+ * @code
+ * for (ztListItem *item = ztList_of(list)->getItemAt(list, 0); item != NULL; item = item->next) ...
+ * @endcode
+ *
+ * An item handed to a method must be one of that very list's: another list's corrupts both.
+ */
+#ifndef ZT_CONTAINERS_ZTLIST_H
+#define ZT_CONTAINERS_ZTLIST_H
+
+#include "containers/ztlistitem.h"
+#include "containers/ztscont.h"
+
+/** Fields of ztList. Head and tail are both NULL or both set; the head has no `prev` and the tail no
+ *  `next`. */
+#define ztList_FIELDS                                                   \
+  ztSequenceContainer_FIELDS                                            \
+  struct ztListItem *head; /* the first item; NULL when empty; owned */ \
+  struct ztListItem *tail; /* the last item; NULL when empty */         \
+  uint32_t count;          /* the number of items */
+
+/**
+ * The methods of a list, in slot order after those of ztSequenceContainer. Items stay the list's.
+ *
+ *  - `pushBack`, `pushFront`: the new item at that end. NULL, with the list as it was, when the item
+ *    manager makes none.
+ *  - `insertPrev`, `insertNext`: the new item before or after @c item; at the list's ends through
+ *    `pushFront` and `pushBack`. NULL as there, and for a NULL item.
+ *  - `popFront`: takes off the head and HANDS ITS ELEMENT OVER: only the item is released, never the
+ *    element. A caller whose list keeps elements by value or as objects reads the element with
+ *    `getFront` first and releases it afterwards, with ztm_free() or `unRef`. Returns the new head, or
+ *    NULL.
+ *  - `popBack`: takes off the tail and has the item manager delete it, with its element. Returns the
+ *    new tail, or NULL.
+ *  - `removeItem`: takes off the head with `popFront` (so its element is the caller's), the tail with
+ *    `popBack`, and returns what these return; has the item manager delete any other item, with its
+ *    element, and returns the one before it. NULL for a NULL item.
+ *  - `find`: the first item for whose element the compare function, called with the element and
+ *    @c key, gives 0; NULL when there is none, or no compare function.
+ *  - `getBack`, `getFront`: the element at that end, the list's; NULL when the list is empty.
+ *  - `empty`: has the item manager delete every item, with its element.
+ *  - `getAt`, `getItemAt`: the element, the item at an index, counted from 0 at the head; NULL when
+ *    the index is out of range. Takes as many steps as the index says.
+ *
+ * `clone` pushes every element onto the copy with the copy's `pushBack`. `assign` copies no elements:
+ * the list stays as it is.
+ */
+#define ztList_METHODS                                                                        \
+  ztSequenceContainer_METHODS                                                                 \
+  struct ztListItem *(*pushBack)(void *list, const void *element);                            \
+  struct ztListItem *(*pushFront)(void *list, const void *element);                           \
+  struct ztListItem *(*insertPrev)(void *list, struct ztListItem *item, const void *element); \
+  struct ztListItem *(*insertNext)(void *list, struct ztListItem *item, const void *element); \
+  struct ztListItem *(*popFront)(void *list);                                                 \
+  struct ztListItem *(*popBack)(void *list);                                                  \
+  struct ztListItem *(*removeItem)(void *list, struct ztListItem *item);                      \
+  struct ztListItem *(*find)(const void *list, const void *key);                              \
+  void *(*getBack)(const void *list);                                                         \
+  void *(*getFront)(const void *list);                                                        \
+  void (*empty)(void *list);                                                                  \
+  void *(*getAt)(const void *list, int32_t index);                                            \
+  struct ztListItem *(*getItemAt)(const void *list, int32_t index);
+
+/** A doubly linked list. */
+ZT_DECLARE_CLASS(ztList)
+
+#endif

@@ -1,0 +1,21 @@
+#include "containers/ztlistitem.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztListItem, 40, 16);
+ZT_PIN_FIELD(ztListItem, prev, 24);
+ZT_PIN_FIELD(ztListItem, next, 32);
+
+static int32_t listItemCreate(void *object) {
+  if (!ztContainerItem_table()->create(object)) return 0;
+  auto *item = static_cast<ztListItem *>(object);
+  item->next = nullptr;
+  item->prev = nullptr;
+  return 1;
+}
+
+static void listItemMethods(ztListItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, listItemCreate);
+}
+
+ZT_DEFINE_CLASS(ztListItem, ztContainerItem, listItemMethods)
