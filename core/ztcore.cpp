@@ -5,9 +5,12 @@
 #include "containers/ztarrays.h"
 #include "containers/ztcitem.h"
 #include "containers/ztcont.h"
+#include "containers/ztdeque.h"
 #include "containers/ztlist.h"
 #include "containers/ztlistitem.h"
+#include "containers/ztqueue.h"
 #include "containers/ztscont.h"
+#include "containers/ztstack.h"
 #include "core/ztbasec.h"
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
@@ -27,6 +30,8 @@ struct LibraryClass {
 
 }  // namespace
 
+// One class a line.
+// clang-format off
 // One class a line.
 // clang-format off
 // One class a line.
@@ -94,7 +99,7 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztPropertyPtrArray),
     CLASS(ztStdAllocator),
     PENDING(ztFloatTag),
-    PENDING(ztDeque),
+    CLASS(ztDeque),
     CLASS(ztContainer),
     PENDING(ztMapItem),
     CLASS(ztAssociativeContainer),
@@ -102,13 +107,13 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztTextFile),
     PENDING(ztPropertyType),
     CLASS(ztList),
-    PENDING(ztStack),
+    CLASS(ztStack),
     CLASS(ztFile),
     PENDING(ztAvlTreeItem),
     PENDING(ztSlot),
     PENDING(ztSlotMap),
     CLASS(ztArray),
-    PENDING(ztQueue),
+    CLASS(ztQueue),
     PENDING(ztLink),
     PENDING(ztLinkArray),
     PENDING(ztIterator),

@@ -1,0 +1,36 @@
+/**
+ * @file ztstack.h
+ * ztStack: last in, first out. It keeps its elements in a ztDeque.
+ */
+#ifndef ZT_CONTAINERS_ZTSTACK_H
+#define ZT_CONTAINERS_ZTSTACK_H
+
+#include "containers/ztdeque.h"
+
+/** Fields of ztStack. */
+#define ztStack_FIELDS       \
+  ztSequenceContainer_FIELDS \
+  struct ztDeque *inner; /* keeps the elements; owned; NULL only when memory was exhausted */
+
+/**
+ * The methods of a stack, in slot order after those of ztSequenceContainer. The setters of the compare
+ * function, of duplicates and of the element policy hold for the deque too; item constructor and item
+ * manager are the stack's own and without effect on it.
+ *
+ *  - `push`: adds an element on top. Returns the new list item, which stays the list's, or NULL.
+ *  - `pop`: takes off the element on top and releases it as the policy says. Returns the list's new
+ *    last item, or NULL.
+ *  - `getTop`: the element on top, the list's; NULL when the stack is empty.
+ *  - `isEmpty`: 1 when there is no element, else 0.
+ */
+#define ztStack_METHODS                                         \
+  ztSequenceContainer_METHODS                                   \
+  struct ztListItem *(*push)(void *stack, const void *element); \
+  struct ztListItem *(*pop)(void *stack);                       \
+  void *(*getTop)(const void *stack);                           \
+  int32_t (*isEmpty)(const void *stack);
+
+/** A stack. */
+ZT_DECLARE_CLASS(ztStack)
+
+#endif
