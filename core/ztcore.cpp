@@ -8,9 +8,12 @@
 #include "containers/ztdeque.h"
 #include "containers/ztlist.h"
 #include "containers/ztlistitem.h"
+#include "containers/ztlists.h"
 #include "containers/ztqueue.h"
+#include "containers/ztqueues.h"
 #include "containers/ztscont.h"
 #include "containers/ztstack.h"
+#include "containers/ztstacks.h"
 #include "core/ztbasec.h"
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
@@ -30,6 +33,8 @@ struct LibraryClass {
 
 }  // namespace
 
+// One class a line.
+// clang-format off
 // One class a line.
 // clang-format off
 // One class a line.
@@ -74,7 +79,7 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztString),
     CLASS(ztStringArray),
     PENDING(ztMapIterator),
-    PENDING(ztPtrStack),
+    CLASS(ztPtrStack),
     PENDING(ztTagAttribute),
     CLASS(ztPtrArray),
     CLASS(ztCharArray),
@@ -84,8 +89,8 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztRootPtrList),
     CLASS(ztSequenceContainer),
     CLASS(ztBaseClass),
-    PENDING(ztPtrList),
-    PENDING(ztIntList),
+    CLASS(ztPtrList),
+    CLASS(ztIntList),
     PENDING(ztStringList),
     PENDING(ztBaseView),
     PENDING(ztSignal),
@@ -117,7 +122,7 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztLink),
     PENDING(ztLinkArray),
     PENDING(ztIterator),
-    PENDING(ztPtrQueue),
+    CLASS(ztPtrQueue),
     PENDING(ztTag),
     PENDING(ztAvlTree),
     CLASS(ztAllocator),

@@ -1,0 +1,53 @@
+#include "containers/ztlists.h"
+
+#include "containers/ztcompare.hh"
+#include "containers/ztpointers.hh"
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztIntList, 88, 40);
+ZT_PIN_CLASS(ztPtrList, 88, 40);
+
+// Integers ----------------------------------------------------------------------------------------
+
+int32_t ztIntList_compare_func(const void *first, const void *second) {
+  return ztCompareAt<int32_t>(first, second);
+}
+
+int32_t ztIntList_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareWords<int32_t>(first, second);
+}
+
+static int32_t intListCreate(void *object) {
+  if (!ztList_table()->create(object)) return 0;
+  ztIntList_of(object)->setElementSize(object, sizeof(int32_t), 0);
+  ztIntList_of(object)->setCompareFunction(object, ztIntList_compare_func);
+  return 1;
+}
+
+static void intListMethods(ztIntListMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, intListCreate);
+}
+
+ZT_DEFINE_CLASS(ztIntList, ztList, intListMethods)
+
+// Pointers ----------------------------------------------------------------------------------------
+
+int32_t ztPtrList_compare_func(const void *first, const void *second) {
+  return ztCompareAt<uintptr_t>(first, second);
+}
+
+int32_t ztPtrList_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareWords<uintptr_t>(first, second);
+}
+
+static int32_t ptrListCreate(void *object) {
+  if (!ztList_table()->create(object)) return 0;
+  ztKeepPointers(object, ztPtrList_compare_func, ztPtrList_compare_func_ptr);
+  return 1;
+}
+
+static void ptrListMethods(ztPtrListMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, ptrListCreate);
+}
+
+ZT_DEFINE_CLASS(ztPtrList, ztList, ptrListMethods)

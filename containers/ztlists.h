@@ -1,0 +1,45 @@
+/**
+ * @file ztlists.h
+ * Lists of integers, strings and pointers.
+ *
+ * Each is a ztList whose `create` sets the element policy and the compare function. The compare
+ * functions give 0 for equal elements, 1 when the first is greater, else -1. Those named
+ * `C_compare_func` take the addresses of two elements; a NULL address sorts first. Those named
+ * `C_compare_func_ptr` take the two elements themselves in place of the pointers: an integer in the
+ * low 32 bits.
+ */
+#ifndef ZT_CONTAINERS_ZTLISTS_H
+#define ZT_CONTAINERS_ZTLISTS_H
+
+#include "containers/ztlist.h"
+
+/** ztIntList adds no fields. */
+#define ztIntList_FIELDS ztList_FIELDS
+/** ztIntList adds no methods. */
+#define ztIntList_METHODS ztList_METHODS
+/** A list of int32_t. */
+ZT_DECLARE_CLASS(ztIntList)
+
+/** ztPtrList adds no fields. */
+#define ztPtrList_FIELDS ztList_FIELDS
+/** ztPtrList adds no methods. */
+#define ztPtrList_METHODS ztList_METHODS
+/** A list of the caller's pointers, which it never follows or frees. `find` compares them by
+ *  address. */
+ZT_DECLARE_CLASS(ztPtrList)
+
+ZT_BEGIN_C
+
+/** Compares two int32_t, given their addresses. */
+ZT_API int32_t ztIntList_compare_func(const void *first, const void *second);
+/** Compares two int32_t, given in place of the pointers. */
+ZT_API int32_t ztIntList_compare_func_ptr(const void *first, const void *second);
+
+/** Compares two pointers by address, given the addresses where they are stored. */
+ZT_API int32_t ztPtrList_compare_func(const void *first, const void *second);
+/** Compares two pointers by address. */
+ZT_API int32_t ztPtrList_compare_func_ptr(const void *first, const void *second);
+
+ZT_END_C
+
+#endif
