@@ -16,7 +16,8 @@ ZT_PIN_SLOT(ztContainer, getSize, 23);
 // The element policy ------------------------------------------------------------------------------
 
 static void *copyBytes(const void *source, int32_t size) {
-  void *copy = source == nullptr ? nullptr : ztm_alloc(size);
+  if (source == nullptr || size < 0) return nullptr;
+  void *copy = ztm_alloc(size);
   if (copy != nullptr) memcpy(copy, source, static_cast<size_t>(size));
   return copy;
 }
