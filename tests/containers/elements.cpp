@@ -34,8 +34,7 @@ static void countedMethods(CountedMethods *methods) {
 
 ZT_DEFINE_CLASS(Counted, ztBaseClass, countedMethods)
 
-static void countedTwinMethods(CountedTwinMethods *) {
-}
+static void countedTwinMethods(CountedTwinMethods *) {}
 
 ZT_DEFINE_CLASS(CountedTwin, Counted, countedTwinMethods)
 

@@ -9,7 +9,9 @@
 #include <vector>
 
 // Counted: an object with a value. Its class counts the live objects.
-#define Counted_FIELDS ztBaseClass_FIELDS int32_t value;
+#define Counted_FIELDS \
+  ztBaseClass_FIELDS   \
+  int32_t value;
 #define Counted_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Counted)
 
@@ -73,8 +75,7 @@ class Elements {
 // How many Counted objects came to life since this was made.
 class LiveCount {
  public:
-  LiveCount() : before(countedLive) {
-  }
+  LiveCount() : before(countedLive) {}
   int32_t made() const {
     return countedLive - before;
   }
