@@ -3,8 +3,10 @@
 #include "containers/ztcompare.hh"
 #include "containers/ztpointers.hh"
 #include "core/ztlayout.hh"
+#include "io/ztstring.h"
 
 ZT_PIN_CLASS(ztIntList, 88, 40);
+ZT_PIN_CLASS(ztStringList, 88, 40);
 ZT_PIN_CLASS(ztPtrList, 88, 40);
 
 // Integers ----------------------------------------------------------------------------------------
@@ -29,6 +31,30 @@ static void intListMethods(ztIntListMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(ztIntList, ztList, intListMethods)
+
+// Strings -----------------------------------------------------------------------------------------
+
+int32_t ztStringList_compare_func(const void *first, const void *second) {
+  return ztStringArray_compare_func(first, second);
+}
+
+int32_t ztStringList_compare_func_ptr(const void *first, const void *second) {
+  return ztStringList_compare_func(first, second);
+}
+
+static int32_t stringListCreate(void *object) {
+  if (!ztList_table()->create(object)) return 0;
+  ztStringList_of(object)->setElementConstructor(object, ztString_ctor);
+  ztStringList_of(object)->setElementSize(object, sizeof(ztString), 0);
+  ztStringList_of(object)->setCompareFunction(object, ztStringList_compare_func);
+  return 1;
+}
+
+static void stringListMethods(ztStringListMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, stringListCreate);
+}
+
+ZT_DEFINE_CLASS(ztStringList, ztList, stringListMethods)
 
 // Pointers ----------------------------------------------------------------------------------------
 

@@ -4,9 +4,9 @@
  *
  * Each is a ztList whose `create` sets the element policy and the compare function. The compare
  * functions give 0 for equal elements, 1 when the first is greater, else -1. Those named
- * `C_compare_func` take the addresses of two elements; a NULL address sorts first. Those named
- * `C_compare_func_ptr` take the two elements themselves in place of the pointers: an integer in the
- * low 32 bits.
+ * `C_compare_func` take the addresses of two elements, where a NULL address sorts first; an object is
+ * its own address. Those named `C_compare_func_ptr` take the two elements themselves in place of the
+ * pointers: an integer in the low 32 bits.
  */
 #ifndef ZT_CONTAINERS_ZTLISTS_H
 #define ZT_CONTAINERS_ZTLISTS_H
@@ -19,6 +19,13 @@
 #define ztIntList_METHODS ztList_METHODS
 /** A list of int32_t. */
 ZT_DECLARE_CLASS(ztIntList)
+
+/** ztStringList adds no fields. */
+#define ztStringList_FIELDS ztList_FIELDS
+/** ztStringList adds no methods. */
+#define ztStringList_METHODS ztList_METHODS
+/** A list of ztString objects, each a copy of the one that was handed over; `find` compares by text. */
+ZT_DECLARE_CLASS(ztStringList)
 
 /** ztPtrList adds no fields. */
 #define ztPtrList_FIELDS ztList_FIELDS
@@ -34,6 +41,11 @@ ZT_BEGIN_C
 ZT_API int32_t ztIntList_compare_func(const void *first, const void *second);
 /** Compares two int32_t, given in place of the pointers. */
 ZT_API int32_t ztIntList_compare_func_ptr(const void *first, const void *second);
+
+/** Compares two ztString objects by their text: with `isEqual` of the first, then with its `isMajor`. */
+ZT_API int32_t ztStringList_compare_func(const void *first, const void *second);
+/** The same. */
+ZT_API int32_t ztStringList_compare_func_ptr(const void *first, const void *second);
 
 /** Compares two pointers by address, given the addresses where they are stored. */
 ZT_API int32_t ztPtrList_compare_func(const void *first, const void *second);

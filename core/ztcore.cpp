@@ -65,6 +65,8 @@ struct LibraryClass {
 // clang-format off
 // One class a line.
 // clang-format off
+// One class a line.
+// clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
 #define PENDING(C) {#C, #C, nullptr}
 #define PENDING_TYPE(name) {name "PropertyType", name, nullptr}
@@ -99,7 +101,7 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztBaseClass),
     CLASS(ztPtrList),
     CLASS(ztIntList),
-    PENDING(ztStringList),
+    CLASS(ztStringList),
     PENDING(ztBaseView),
     PENDING(ztSignal),
     PENDING(ztSignalMap),
