@@ -8,6 +8,7 @@
 #include "core/ztmem.h"
 #include "io/ztstring.h"
 #include "tests/containers/elements.hh"
+#include "tests/support/faults.h"
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
@@ -59,6 +60,7 @@ struct Use<ztDeque> {
   static constexpr ztCtor ctor = ztDeque_ctor;
   static constexpr const char *name = "ztDeque";
   static constexpr const char *innerName = "ztList";
+  static constexpr int depth = 1;  // containers below it
   static void *newop() {
     return ztDeque_newop();
   }
@@ -74,6 +76,7 @@ struct Use<ztQueue> {
   static constexpr ztCtor ctor = ztQueue_ctor;
   static constexpr const char *name = "ztQueue";
   static constexpr const char *innerName = "ztDeque";
+  static constexpr int depth = 2;
   static void *newop() {
     return ztQueue_newop();
   }
@@ -89,6 +92,7 @@ struct Use<ztStack> {
   static constexpr ztCtor ctor = ztStack_ctor;
   static constexpr const char *name = "ztStack";
   static constexpr const char *innerName = "ztDeque";
+  static constexpr int depth = 2;
   static void *newop() {
     return ztStack_newop();
   }
@@ -263,6 +267,51 @@ TYPED_TEST(EachAdaptor, IsSafeWithoutAnInnerContainer) {
   EXPECT_EQ(this->methods->clone(this->adaptor, copy), copy);
   EXPECT_EQ(copy->inner, nullptr);
   release(copy);
+}
+
+TYPED_TEST(EachAdaptor, CreateWithoutMemoryFailsAndLeavesASafeObject) {
+  using Of = Use<TypeParam>;
+  int failures = 0;
+  for (int fault = 0;; ++fault, ++failures) {
+    auto *object = static_cast<TypeParam *>(Of::newop());
+    const Fault injected(fault);
+    const int32_t created = this->methods->create(object);
+    if (!injected.end()) {
+      EXPECT_EQ(created, 1);
+      release(object);
+      break;
+    }
+    EXPECT_EQ(created, 0) << fault;
+    EXPECT_EQ(object->inner, nullptr) << fault;
+    EXPECT_EQ(this->methods->getSize(object), 0) << fault;
+    release(object);
+  }
+  EXPECT_EQ(failures, Of::depth);
+}
+
+TYPED_TEST(EachAdaptor, CloneWithoutMemoryFailsAndOwnsNothing) {
+  using Of = Use<TypeParam>;
+  const LiveCount live;
+  this->methods->setElementConstructor(this->adaptor, Counted_ctor);
+  Counted *element = newCounted(1);
+  Of::push(this->adaptor, element);
+  release(element);
+  int failures = 0;
+  for (int fault = 0;; ++fault, ++failures) {
+    void *target = Of::newop();
+    const Fault injected(fault);
+    void *copy = this->methods->clone(this->adaptor, target);
+    if (!injected.end()) {
+      ASSERT_EQ(copy, target);
+      EXPECT_EQ(live.made(), 2);
+      release(copy);
+      break;
+    }
+    EXPECT_EQ(copy, nullptr) << fault;
+    EXPECT_EQ(live.made(), 1) << fault;
+    ztm_free(target);
+  }
+  EXPECT_EQ(failures, Of::depth + 2) << "an item and its element besides the containers";
 }
 
 TEST(Adaptors, OperationsWithoutAnInnerContainerGiveNothing) {

@@ -7,6 +7,7 @@
 #include "core/ztmem.h"
 #include "io/ztfile.h"
 #include "tests/containers/elements.hh"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -378,6 +379,45 @@ TEST_F(ItemPolicy, DeletedItemThatIsStillReferencedHoldsNothing) {
     EXPECT_EQ(item->data, nullptr) << policyName(policy);
     EXPECT_EQ(live.made(), 0) << policyName(policy);
     ztContainerItem_of(item)->unRef(item);
+  }
+}
+
+TEST_F(ItemPolicy, ItemWithoutMemoryIsNotMade) {
+  for (const Policy policy : allPolicies) {
+    Elements elements(policy);
+    elements.configure(container.get());
+    const LiveCount live;
+    const void *element = elements.make(3);
+    int failures = 0;
+    for (int fault = 0;; ++fault, ++failures) {
+      const Fault injected(fault);
+      ztContainerItem *item = newItem(element);
+      if (!injected.end()) {
+        ASSERT_NE(item, nullptr);
+        deleteItem(item);
+        break;
+      }
+      EXPECT_EQ(item, nullptr) << policyName(policy);
+    }
+    EXPECT_EQ(failures, policy == Policy::byPointer ? 1 : 2) << policyName(policy);
+    EXPECT_EQ(live.made(), 0) << policyName(policy);
+  }
+}
+
+TEST_F(ItemPolicy, CopyWithoutMemoryHoldsNothing) {
+  for (const Policy policy : {Policy::byValue, Policy::constructed}) {
+    Elements elements(policy);
+    elements.configure(container.get());
+    const LiveCount live;
+    ztContainerItem *source = newItem(elements.make(3));
+    ztContainerItem *copy = emptyItem();
+    const Fault injected(0);
+    EXPECT_EQ(copyItem(copy, source), copy) << policyName(policy);
+    EXPECT_TRUE(injected.end());
+    EXPECT_EQ(copy->data, nullptr) << policyName(policy);
+    deleteItem(source);
+    deleteItem(copy);
+    EXPECT_EQ(live.made(), 0) << policyName(policy);
   }
 }
 

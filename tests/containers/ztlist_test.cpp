@@ -4,6 +4,7 @@
 #include "core/ztmem.h"
 #include "io/ztfile.h"
 #include "tests/containers/elements.hh"
+#include "tests/support/faults.h"
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
@@ -512,6 +513,54 @@ TEST(ListOfBytes, UnconfiguredListKeepsElementsOfNoBytes) {
   EXPECT_EQ(list->count, 1U);
   EXPECT_NE(list->head->data, &value);
   release(list);
+}
+
+// Without memory ----------------------------------------------------------------------------------
+
+TEST_P(ListOf, AddingWithoutMemoryChangesNothing) {
+  fill(3);
+  ztListItem *second = at(1);
+  const int32_t before = live.made();
+  const int faults = GetParam() == Policy::byPointer ? 1 : 2;  // the item, and the copy
+  for (int fault = 0; fault < faults; ++fault) {
+    const void *element = elements.make(9);
+    const Fault first(fault);
+    EXPECT_EQ(methods->pushBack(list, element), nullptr);
+    EXPECT_TRUE(first.end());
+    const Fault other(fault);
+    EXPECT_EQ(methods->pushFront(list, element), nullptr);
+    EXPECT_TRUE(other.end());
+    const Fault third(fault);
+    EXPECT_EQ(methods->insertPrev(list, second, element), nullptr);
+    EXPECT_TRUE(third.end());
+    const Fault fourth(fault);
+    EXPECT_EQ(methods->insertNext(list, second, element), nullptr);
+    EXPECT_TRUE(fourth.end());
+    EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
+    EXPECT_EQ(live.made(), before);
+  }
+}
+
+TEST_P(ListOf, CloneWithoutMemoryFailsAndOwnsNothing) {
+  fill(3);
+  const int32_t before = live.made();
+  int failures = 0;
+  for (int fault = 0;; ++fault, ++failures) {
+    void *target = ztList_newop();
+    const Fault injected(fault);
+    auto *copy = static_cast<ztList *>(methods->clone(list, target));
+    if (!injected.end()) {
+      ASSERT_EQ(copy, target);
+      EXPECT_EQ(numbersOf(copy, elements), Numbers({0, 1, 2}));
+      release(copy);
+      break;
+    }
+    EXPECT_EQ(copy, nullptr) << fault;
+    EXPECT_EQ(live.made(), before) << fault;
+    ztm_free(target);
+  }
+  EXPECT_EQ(failures, GetParam() == Policy::byPointer ? 3 : 6);
+  EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
 }
 
 // The item manager --------------------------------------------------------------------------------
