@@ -16,9 +16,10 @@ ZT_PIN_SLOT(ztContainer, getSize, 23);
 // The element policy ------------------------------------------------------------------------------
 
 static void *copyBytes(const void *source, int32_t size) {
-  if (source == nullptr || size < 0) return nullptr;
+  // Elements of no bytes need no source: the values of a map that is used as a set.
+  if (size < 0 || (source == nullptr && size != 0)) return nullptr;
   void *copy = ztm_alloc(size);
-  if (copy != nullptr) memcpy(copy, source, static_cast<size_t>(size));
+  if (copy != nullptr && size != 0) memcpy(copy, source, static_cast<size_t>(size));
   return copy;
 }
 
