@@ -3,12 +3,21 @@
 #include "containers/ztacont.h"
 #include "containers/ztarray.h"
 #include "containers/ztarrays.h"
+#include "containers/ztavliter.h"
+#include "containers/ztavltitem.h"
+#include "containers/ztavltree.h"
 #include "containers/ztcitem.h"
 #include "containers/ztcont.h"
 #include "containers/ztdeque.h"
+#include "containers/zthashtab.h"
+#include "containers/zthashtitem.h"
+#include "containers/ztiter.h"
 #include "containers/ztlist.h"
 #include "containers/ztlistitem.h"
 #include "containers/ztlists.h"
+#include "containers/ztmap.h"
+#include "containers/ztmapitem.h"
+#include "containers/ztmapiter.h"
 #include "containers/ztqueue.h"
 #include "containers/ztqueues.h"
 #include "containers/ztscont.h"
@@ -79,6 +88,8 @@ struct LibraryClass {
 // clang-format off
 // One class a line.
 // clang-format off
+// One class a line.
+// clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
 #define PENDING(C) {#C, #C, nullptr}
 #define PENDING_TYPE(name) {name "PropertyType", name, nullptr}
@@ -86,8 +97,8 @@ struct LibraryClass {
 // In the order of registration. The property types go under the names that properties are declared
 // with: six of these name no class, and "ztString" frees the string class early.
 static const LibraryClass libraryClasses[] = {
-    PENDING(ztHashTableItem),
-    PENDING(ztAvlIterator),
+    CLASS(ztHashTableItem),
+    CLASS(ztAvlIterator),
     PENDING(ztObject),
     PENDING_TYPE("ztChar"),
     PENDING_TYPE("ztCharPtr"),
@@ -97,10 +108,10 @@ static const LibraryClass libraryClasses[] = {
     PENDING_TYPE("ztVoidPtr"),
     PENDING_TYPE("ztString"),
     PENDING(ztIntTag),
-    PENDING(ztMap),
+    CLASS(ztMap),
     CLASS(ztString),
     CLASS(ztStringArray),
-    PENDING(ztMapIterator),
+    CLASS(ztMapIterator),
     CLASS(ztPtrStack),
     PENDING(ztTagAttribute),
     CLASS(ztPtrArray),
@@ -118,7 +129,7 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztSignal),
     PENDING(ztSignalMap),
     CLASS(ztContainerItem),
-    PENDING(ztHashTable),
+    CLASS(ztHashTable),
     PENDING(ztBaseModel),
     PENDING(ztProperty),
     PENDING(ztPropertyTypeMap),
@@ -128,7 +139,7 @@ static const LibraryClass libraryClasses[] = {
     PENDING(ztFloatTag),
     CLASS(ztDeque),
     CLASS(ztContainer),
-    PENDING(ztMapItem),
+    CLASS(ztMapItem),
     CLASS(ztAssociativeContainer),
     CLASS(ztListItem),
     CLASS(ztTextFile),
@@ -136,17 +147,17 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztList),
     CLASS(ztStack),
     CLASS(ztFile),
-    PENDING(ztAvlTreeItem),
+    CLASS(ztAvlTreeItem),
     PENDING(ztSlot),
     PENDING(ztSlotMap),
     CLASS(ztArray),
     CLASS(ztQueue),
     PENDING(ztLink),
     PENDING(ztLinkArray),
-    PENDING(ztIterator),
+    CLASS(ztIterator),
     CLASS(ztPtrQueue),
     PENDING(ztTag),
-    PENDING(ztAvlTree),
+    CLASS(ztAvlTree),
     CLASS(ztAllocator),
 };
 // clang-format on

@@ -1,0 +1,23 @@
+#include "containers/ztavltitem.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztAvlTreeItem, 48, 16);
+ZT_PIN_FIELD(ztAvlTreeItem, balance, 24);
+ZT_PIN_FIELD(ztAvlTreeItem, left, 32);
+ZT_PIN_FIELD(ztAvlTreeItem, right, 40);
+
+static int32_t avlTreeItemCreate(void *object) {
+  if (!ztContainerItem_table()->create(object)) return 0;
+  auto *item = static_cast<ztAvlTreeItem *>(object);
+  item->balance = 0;
+  item->left = nullptr;
+  item->right = nullptr;
+  return 1;
+}
+
+static void avlTreeItemMethods(ztAvlTreeItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, avlTreeItemCreate);
+}
+
+ZT_DEFINE_CLASS(ztAvlTreeItem, ztContainerItem, avlTreeItemMethods)

@@ -1,0 +1,44 @@
+// The links of a tree, and how a tree or a map fills its copy.
+#ifndef ZT_CONTAINERS_ZTAVLTREE_HH
+#define ZT_CONTAINERS_ZTAVLTREE_HH
+
+#include "containers/ztavliter.h"
+
+// No tree that fits into memory is higher.
+constexpr int ztTreeHeight = 64;
+
+inline ztAvlTreeItem *&ztTreeLink(ztAvlTreeItem *item, bool right) {
+  return right ? item->right : item->left;
+}
+
+// The items that one way down from the root meets whose element equals a key, the highest first.
+struct EqualItems {
+  ztAvlTreeItem *items[ztTreeHeight];
+  int count;
+};
+
+// Walks down from the root: right below zero, left above zero, and left after an equal item.
+void ztCollectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
+
+// Pushes what `elementOf` gives for each item of a tree onto another, which is empty, and keeps the
+// order. False when a push failed.
+template <typename ElementOf>
+bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf) {
+  ztAvlIterator walk;
+  ztAvlIterator_ctor(&walk, 1);
+  const ztAvlIteratorMethods *steps = ztAvlIterator_of(&walk);
+  const ztAvlTreeMethods *methods = ztAvlTree_of(copy);
+  // The source may hold equal elements from a time when it allowed them.
+  const uint32_t allowDuplicate = copy->allowDuplicate;
+  copy->allowDuplicate = 1;
+  // Backwards, since an equal element goes ahead of those that are there.
+  auto *item = static_cast<ztAvlTreeItem *>(steps->last(&walk, source));
+  while (item != nullptr && methods->push(copy, elementOf(item)) != nullptr) {
+    item = static_cast<ztAvlTreeItem *>(steps->prev(&walk));
+  }
+  copy->allowDuplicate = allowDuplicate;
+  steps->destroy(&walk);
+  return item == nullptr;
+}
+
+#endif

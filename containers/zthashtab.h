@@ -1,0 +1,64 @@
+/**
+ * @file zthashtab.h
+ * ztHashTable: pairs of a key and a value, found by the key's bytes.
+ *
+ * Before the first pair set the compare function, which compares keys (a stored one first), the policies
+ * of keys and values (ztacont.h), and the number of buckets. The table never grows by itself: give it a
+ * power of two of about as many buckets as it will hold pairs. With another number some buckets stay
+ * unused.
+ *
+ * @code
+ * void *table = ztHashTable_ctor(NULL, 1);
+ * const ztHashTableMethods *methods = ztHashTable_of(table);
+ * methods->setCompareFunction(table, compareInts);
+ * methods->setKeySize(table, sizeof(int), 0);
+ * methods->setValueSize(table, sizeof(double), 0);
+ * methods->setSize(table, 1024);
+ * methods->insert(table, &year, &height);
+ * const ztHashTableItem *item = methods->find(table, &year);
+ * methods->unRef(table);
+ * @endcode
+ *
+ * Keys are hashed over as many raw bytes as the key size says, read where the key reference points,
+ * whatever the key policy. So keys kept by pointer are hashed by what they point to, keys of texts need
+ * buffers of one size that are zero behind the text, and two objects with the same contents, two strings
+ * of one text say, count as different keys: their bytes are addresses. A key size of 0 puts every key
+ * into the first bucket.
+ */
+#ifndef ZT_CONTAINERS_ZTHASHTAB_H
+#define ZT_CONTAINERS_ZTHASHTAB_H
+
+#include "containers/ztacont.h"
+#include "containers/zthashtitem.h"
+
+/** Fields of ztHashTable. While the count is 0 the buckets hold nothing of meaning. */
+#define ztHashTable_FIELDS                              \
+  ztAssociativeContainer_FIELDS                         \
+  uint32_t count;             /* the number of items */ \
+  struct ztPtrArray *buckets; /* the newest item of each bucket, or NULL; owned */
+
+/**
+ * The methods of a hash table, in slot order after those of ztAssociativeContainer. Items stay the
+ * table's.
+ *
+ *  - `setSize`: removes and releases every pair, then sets the number of buckets. 1; 0 when it is
+ *    negative or too large, and then nothing changes, or when memory is exhausted.
+ *  - `empty`: removes and releases every pair. The buckets stay.
+ *  - `insert`: adds a pair, ahead of the others in its bucket. 1; 0 when duplicates are not allowed and
+ *    the key is there, when a copy cannot be made, when there are no buckets, or when a compare function
+ *    is needed and not set.
+ *  - `find`: the item of the pair added last with an equal key, or NULL.
+ *
+ * `getSize` stays abstract: read the field `count`. `clone` gives an independent copy.
+ */
+#define ztHashTable_METHODS                                           \
+  ztAssociativeContainer_METHODS                                      \
+  int32_t (*setSize)(void *table, int32_t count);                     \
+  void (*empty)(void *table);                                         \
+  int32_t (*insert)(void *table, const void *key, const void *value); \
+  struct ztHashTableItem *(*find)(const void *table, const void *key);
+
+/** An unordered container of pairs. */
+ZT_DECLARE_CLASS(ztHashTable)
+
+#endif

@@ -1,0 +1,21 @@
+#include "containers/zthashtitem.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztHashTableItem, 40, 16);
+ZT_PIN_FIELD(ztHashTableItem, next, 24);
+ZT_PIN_FIELD(ztHashTableItem, value, 32);
+
+static int32_t hashTableItemCreate(void *object) {
+  if (!ztContainerItem_table()->create(object)) return 0;
+  auto *item = static_cast<ztHashTableItem *>(object);
+  item->next = nullptr;
+  item->value = nullptr;
+  return 1;
+}
+
+static void hashTableItemMethods(ztHashTableItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, hashTableItemCreate);
+}
+
+ZT_DEFINE_CLASS(ztHashTableItem, ztContainerItem, hashTableItemMethods)

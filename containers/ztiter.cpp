@@ -1,0 +1,19 @@
+#include "containers/ztiter.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztIterator, 16, 22);
+ZT_PIN_SLOT(ztIterator, start, 16);
+ZT_PIN_SLOT(ztIterator, move, 17);
+ZT_PIN_SLOT(ztIterator, prev, 21);
+
+static void iteratorMethods(ztIteratorMethods *methods) {
+  ZT_ABSTRACT_METHOD(methods, start);
+  ZT_ABSTRACT_METHOD(methods, move);
+  ZT_ABSTRACT_METHOD(methods, first);
+  ZT_ABSTRACT_METHOD(methods, last);
+  ZT_ABSTRACT_METHOD(methods, next);
+  ZT_ABSTRACT_METHOD(methods, prev);
+}
+
+ZT_DEFINE_CLASS(ztIterator, ztBaseClass, iteratorMethods)

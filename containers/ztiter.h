@@ -1,0 +1,35 @@
+/**
+ * @file ztiter.h
+ * ztIterator: what an object that walks a container looks like.
+ */
+#ifndef ZT_CONTAINERS_ZTITER_H
+#define ZT_CONTAINERS_ZTITER_H
+
+#include "core/ztbasec.h"
+
+/** ztIterator adds no fields. */
+#define ztIterator_FIELDS ztBaseClass_FIELDS
+
+/**
+ * The methods of an iterator, in slot order; all are abstract in ztIterator. Each returns an item of the
+ * container, which stays the container's, or NULL at the end.
+ *
+ *  - `start`: begins a walk at the first item (direction 0) or at the last (direction 1).
+ *  - `move`: one step forwards (direction 1) or backwards (direction 0). The two count directions the
+ *    opposite way.
+ *  - `first`, `last`: begin a walk at that end.
+ *  - `next`, `prev`: one step forwards, one backwards.
+ */
+#define ztIterator_METHODS                                                  \
+  ztBaseClass_METHODS                                                       \
+  void *(*start)(void *iterator, const void *container, int32_t direction); \
+  void *(*move)(void *iterator, int32_t direction);                         \
+  void *(*first)(void *iterator, const void *container);                    \
+  void *(*last)(void *iterator, const void *container);                     \
+  void *(*next)(void *iterator);                                            \
+  void *(*prev)(void *iterator);
+
+/** The abstract iterator. */
+ZT_DECLARE_CLASS(ztIterator)
+
+#endif

@@ -1,0 +1,18 @@
+#include "containers/ztmapitem.h"
+
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztMapItem, 56, 16);
+ZT_PIN_FIELD(ztMapItem, value, 48);
+
+static int32_t mapItemCreate(void *object) {
+  if (!ztAvlTreeItem_table()->create(object)) return 0;
+  static_cast<ztMapItem *>(object)->value = nullptr;
+  return 1;
+}
+
+static void mapItemMethods(ztMapItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, mapItemCreate);
+}
+
+ZT_DEFINE_CLASS(ztMapItem, ztAvlTreeItem, mapItemMethods)

@@ -1,0 +1,21 @@
+/**
+ * @file ztmapitem.h
+ * ztMapItem: what holds one pair of a map.
+ */
+#ifndef ZT_CONTAINERS_ZTMAPITEM_H
+#define ZT_CONTAINERS_ZTMAPITEM_H
+
+#include "containers/ztavltitem.h"
+
+/** Fields of ztMapItem. The key is `data`. */
+#define ztMapItem_FIELDS \
+  ztAvlTreeItem_FIELDS   \
+  void *value; /* as the map's value policy stored it; the map releases it */
+
+/** ztMapItem adds no methods. */
+#define ztMapItem_METHODS ztAvlTreeItem_METHODS
+
+/** An item of a map. */
+ZT_DECLARE_CLASS(ztMapItem)
+
+#endif
