@@ -34,6 +34,7 @@ static void descend(ztAvlIterator *iterator, bool right) {
 
 static void *avlIteratorStart(void *object, const void *container, int32_t direction) {
   auto *iterator = static_cast<ztAvlIterator *>(object);
+  if (iterator == nullptr) return nullptr;
   iterator->tree = static_cast<const ztAvlTree *>(container);
   iterator->depth = 0;
   iterator->current = container == nullptr ? nullptr : iterator->tree->root;
@@ -43,9 +44,9 @@ static void *avlIteratorStart(void *object, const void *container, int32_t direc
 
 static void *avlIteratorMove(void *object, int32_t direction) {
   auto *iterator = static_cast<ztAvlIterator *>(object);
+  if (iterator == nullptr || iterator->current == nullptr) return nullptr;
   const bool right = direction != 0;
   ztAvlTreeItem *item = iterator->current;
-  if (item == nullptr) return nullptr;
   if (ztAvlTreeItem *below = ztTreeLink(item, right); below != nullptr) {
     iterator->path[iterator->depth++] = item;
     iterator->current = below;
@@ -62,19 +63,19 @@ static void *avlIteratorMove(void *object, int32_t direction) {
 }
 
 static void *avlIteratorFirst(void *object, const void *container) {
-  return ztAvlIterator_of(object)->start(object, container, 0);
+  return object == nullptr ? nullptr : ztAvlIterator_of(object)->start(object, container, 0);
 }
 
 static void *avlIteratorLast(void *object, const void *container) {
-  return ztAvlIterator_of(object)->start(object, container, 1);
+  return object == nullptr ? nullptr : ztAvlIterator_of(object)->start(object, container, 1);
 }
 
 static void *avlIteratorNext(void *object) {
-  return ztAvlIterator_of(object)->move(object, 1);
+  return object == nullptr ? nullptr : ztAvlIterator_of(object)->move(object, 1);
 }
 
 static void *avlIteratorPrev(void *object) {
-  return ztAvlIterator_of(object)->move(object, 0);
+  return object == nullptr ? nullptr : ztAvlIterator_of(object)->move(object, 0);
 }
 
 static void avlIteratorMethods(ztAvlIteratorMethods *methods) {

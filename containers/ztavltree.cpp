@@ -101,6 +101,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, ztAvlTreeItem *probe, const void *
 
 static ztAvlTreeItem *treePush(void *object, const void *element) {
   auto *tree = static_cast<ztAvlTree *>(object);
+  if (tree == nullptr) return nullptr;
   if (tree->root == nullptr) {
     tree->root = newItem(tree, element);
     if (tree->root != nullptr) ++tree->count;
@@ -194,6 +195,7 @@ static void rebalance(ztAvlTree *tree, Path *path) {
 
 static int32_t treePop(void *object, const void *key) {
   auto *tree = static_cast<ztAvlTree *>(object);
+  if (tree == nullptr) return 0;
   if (tree->root == nullptr) return 1;
   if (!canCompare(tree, key)) return 0;
   Path path;
@@ -215,6 +217,7 @@ static int32_t treePop(void *object, const void *key) {
 
 static void treeEmpty(void *object) {
   auto *tree = static_cast<ztAvlTree *>(object);
+  if (tree == nullptr) return;
   ztAvlTreeItem *item = tree->root;
   tree->root = nullptr;
   tree->count = 0;
@@ -236,7 +239,7 @@ static void treeEmpty(void *object) {
 
 static ztAvlTreeItem *treeFind(const void *object, const void *key) {
   const auto *tree = static_cast<const ztAvlTree *>(object);
-  if (!canCompare(tree, key)) return nullptr;
+  if (tree == nullptr || !canCompare(tree, key)) return nullptr;
   const ztCompareFunc compare = tree->compareFunction;
   ztAvlTreeItem *item = tree->root;
   while (item != nullptr) {
@@ -271,7 +274,8 @@ static_assert(offsetof(OutputMethods, append) == sizeof(ztSequenceContainerMetho
 
 static int32_t treeFindAll(const void *object, const void *key, void *output) {
   const auto *tree = static_cast<const ztAvlTree *>(object);
-  if (!tree->allowDuplicate || !ztOOP_isClassOf(output, ztSequenceContainer_classname_)) return 0;
+  if (tree == nullptr || !tree->allowDuplicate) return 0;
+  if (!ztOOP_isClassOf(output, ztSequenceContainer_classname_)) return 0;
   if (tree->root != nullptr && !canCompare(tree, key)) return 0;
   // Collected first, since the output may be the very tree that is searched.
   EqualItems found;
@@ -282,7 +286,7 @@ static int32_t treeFindAll(const void *object, const void *key, void *output) {
 }
 
 static int32_t treeGetSize(const void *object) {
-  return static_cast<int32_t>(static_cast<const ztAvlTree *>(object)->count);
+  return object == nullptr ? 0 : static_cast<int32_t>(static_cast<const ztAvlTree *>(object)->count);
 }
 
 // Life --------------------------------------------------------------------------------------------

@@ -11,12 +11,17 @@ ZT_PIN_SLOT(ztMap, pushBack, 29);
 ZT_PIN_SLOT(ztMap, find, 32);
 ZT_PIN_SLOT(ztMap, findAll, 34);
 
+static ztAvlTree *treeOf(const void *map) {
+  return map == nullptr ? nullptr : static_cast<const ztMap *>(map)->tree;
+}
+
 // The tree of a map to look a key up in; NULL where that cannot be done. A NULL is a key where pointers
 // are kept.
-static ztAvlTree *treeForKey(const void *object, const void *key) {
-  const ElementPolicy keys = ztKeyPolicy(object);
+static ztAvlTree *treeForKey(const void *map, const void *key) {
+  if (map == nullptr) return nullptr;
+  const ElementPolicy keys = ztKeyPolicy(map);
   if (key == nullptr && (keys.constructor != nullptr || !keys.byPointer)) return nullptr;
-  return static_cast<const ztMap *>(object)->tree;
+  return treeOf(map);
 }
 
 // Items -------------------------------------------------------------------------------------------
@@ -37,27 +42,27 @@ static void mapDeleteItem(void *object, void *item) {
 
 static void mapSetCompareFunction(void *object, ztCompareFunc compare) {
   ztAssociativeContainer_table()->setCompareFunction(object, compare);
-  ztAvlTree *tree = static_cast<ztMap *>(object)->tree;
+  ztAvlTree *tree = treeOf(object);
   if (tree != nullptr) ztAvlTree_of(tree)->setCompareFunction(tree, compare);
 }
 
 static void mapSetAllowDuplicate(void *object, uint32_t allow) {
   ztAssociativeContainer_table()->setAllowDuplicate(object, allow);
-  ztAvlTree *tree = static_cast<ztMap *>(object)->tree;
+  ztAvlTree *tree = treeOf(object);
   if (tree != nullptr) ztAvlTree_of(tree)->setAllowDuplicate(tree, allow);
 }
 
 // Pairs -------------------------------------------------------------------------------------------
 
 static ztMapItem *mapPushBack(void *object, const void *key, const void *value) {
-  ztAvlTree *tree = static_cast<ztMap *>(object)->tree;
+  ztAvlTree *tree = treeOf(object);
   if (tree == nullptr) return nullptr;
   const ztKeyValue pair = {key, value};
   return reinterpret_cast<ztMapItem *>(ztAvlTree_of(tree)->push(tree, &pair));
 }
 
 static int32_t mapPop(void *object, const void *key) {
-  ztAvlTree *tree = static_cast<ztMap *>(object)->tree;
+  ztAvlTree *tree = treeOf(object);
   if (tree == nullptr) return 0;
   // An empty tree gives 1 for every key.
   if (tree->root != nullptr && treeForKey(object, key) == nullptr) return 0;
@@ -65,7 +70,7 @@ static int32_t mapPop(void *object, const void *key) {
 }
 
 static void mapEmpty(void *object) {
-  ztAvlTree *tree = static_cast<ztMap *>(object)->tree;
+  ztAvlTree *tree = treeOf(object);
   if (tree != nullptr) ztAvlTree_of(tree)->empty(tree);
 }
 
@@ -86,7 +91,7 @@ static void *mapFindValue(const void *object, const void *key) {
 
 static int32_t mapFindAll(const void *object, const void *key, void *output) {
   const auto *map = static_cast<const ztMap *>(object);
-  if (!map->allowDuplicate || !ztOOP_isClassOf(output, ztMap_classname_)) return 0;
+  if (map == nullptr || !map->allowDuplicate || !ztOOP_isClassOf(output, ztMap_classname_)) return 0;
   const ztAvlTree *tree = treeForKey(object, key);
   if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return 0;
   // Collected first, since the output may be the very map that is searched.
@@ -102,7 +107,7 @@ static int32_t mapFindAll(const void *object, const void *key, void *output) {
 }
 
 static int32_t mapGetSize(const void *object) {
-  const ztAvlTree *tree = static_cast<const ztMap *>(object)->tree;
+  const ztAvlTree *tree = treeOf(object);
   return tree == nullptr ? 0 : static_cast<int32_t>(tree->count);
 }
 
@@ -143,7 +148,7 @@ static void *mapClone(const void *object, void *target) {
   auto *copy = static_cast<ztMap *>(ztAssociativeContainer_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
   copy->tree = nullptr;
-  const ztAvlTree *tree = static_cast<const ztMap *>(object)->tree;
+  const ztAvlTree *tree = treeOf(object);
   if (tree == nullptr || copyTree(tree, copy)) return copy;
   ztMap_table()->destroy(copy);
   return nullptr;

@@ -9,19 +9,19 @@ static const ztAvlTree *treeOf(const void *map) {
 }
 
 static void *mapIteratorFirst(void *object, const void *container) {
-  return ztMapIterator_of(object)->start(object, treeOf(container), 0);
+  return object == nullptr ? nullptr : ztMapIterator_of(object)->start(object, treeOf(container), 0);
 }
 
 static void *mapIteratorLast(void *object, const void *container) {
-  return ztMapIterator_of(object)->start(object, treeOf(container), 1);
+  return object == nullptr ? nullptr : ztMapIterator_of(object)->start(object, treeOf(container), 1);
 }
 
 static void *mapIteratorNext(void *object) {
-  return ztMapIterator_of(object)->move(object, 1);
+  return object == nullptr ? nullptr : ztMapIterator_of(object)->move(object, 1);
 }
 
 static void *mapIteratorPrev(void *object) {
-  return ztMapIterator_of(object)->move(object, 0);
+  return object == nullptr ? nullptr : ztMapIterator_of(object)->move(object, 0);
 }
 
 static void mapIteratorMethods(ztMapIteratorMethods *methods) {

@@ -1,0 +1,215 @@
+#include "containers/zthashtab.h"
+
+#include "containers/ztacont.hh"
+#include "containers/ztarrays.h"
+#include "core/ztbasec.hh"
+#include "core/ztlayout.hh"
+
+#include <string.h>
+
+ZT_PIN_CLASS(ztHashTable, 104, 33);
+ZT_PIN_FIELD(ztHashTable, count, 88);
+ZT_PIN_FIELD(ztHashTable, buckets, 96);
+ZT_PIN_SLOT(ztHashTable, setSize, 29);
+ZT_PIN_SLOT(ztHashTable, insert, 31);
+ZT_PIN_SLOT(ztHashTable, find, 32);
+
+// Buckets -----------------------------------------------------------------------------------------
+
+// Bytes count as signed characters: those from 0x80 on subtract.
+static uint32_t hashBytes(const void *key, int32_t length) {
+  if (length <= 0) return 0;
+  const auto *bytes = static_cast<const signed char *>(key);
+  uint32_t hash = 0;
+  for (int32_t i = 0; i < length; ++i) {
+    hash += static_cast<uint32_t>(bytes[i]);
+    hash += hash << 10;
+    hash ^= hash >> 6;
+  }
+  hash += hash << 3;
+  hash ^= hash >> 11;
+  hash += hash << 15;
+  return hash;
+}
+
+static ztHashTableItem **bucketsOf(const ztHashTable *table) {
+  return static_cast<ztHashTableItem **>(table->buckets->data);
+}
+
+// Where the chain for a key begins; NULL when there are no buckets or the key has no bytes to read.
+static ztHashTableItem **bucketFor(const ztHashTable *table, const void *key) {
+  if (table->buckets == nullptr || table->buckets->count <= 0) return nullptr;
+  if (key == nullptr && (table->keySize > 0 || table->keyConstructor != nullptr || !table->keyByPointer)) {
+    return nullptr;
+  }
+  const uint32_t hash = hashBytes(key, table->keySize);
+  const uint32_t folded = hash ^ (hash >> 10) ^ (hash >> 20);
+  return bucketsOf(table) + (folded & static_cast<uint32_t>(table->buckets->count - 1));
+}
+
+static void clearBuckets(ztHashTable *table) {
+  ztPtrArray *buckets = table->buckets;
+  if (buckets->data != nullptr)
+    memset(buckets->data, 0, static_cast<size_t>(buckets->count) * sizeof(void *));
+}
+
+// Takes all items out of the table, in one chain. The buckets keep what they hold, which means nothing
+// from here on.
+static ztHashTableItem *detachItems(ztHashTable *table) {
+  if (table->count == 0) return nullptr;
+  table->count = 0;
+  ztHashTableItem *first = nullptr;
+  ztHashTableItem **end = &first;
+  for (int32_t i = 0; i < table->buckets->count; ++i) {
+    *end = bucketsOf(table)[i];
+    while (*end != nullptr) end = &(*end)->next;
+  }
+  return first;
+}
+
+// Items -------------------------------------------------------------------------------------------
+
+static void *hashTableNewItem(void *object, const void *pair) {
+  auto *item = static_cast<ztHashTableItem *>(ztNewPairItem<ztHashTableItem>(object, pair));
+  if (item != nullptr) item->next = nullptr;
+  return item;
+}
+
+static void *hashTableCopyItem(void *object, void *destination, const void *source) {
+  return ztCopyPairItem<ztHashTableItem>(object, destination, source);
+}
+
+static void hashTableDeleteItem(void *object, void *item) {
+  ztDeletePairItem<ztHashTableItem>(object, item);
+}
+
+static ztHashTableItem *newItem(ztHashTable *table, const void *key, const void *value) {
+  void *manager = ztItemManagerOf(table);
+  const ztKeyValue pair = {key, value};
+  return static_cast<ztHashTableItem *>(ztContainer_of(manager)->newItem(manager, &pair));
+}
+
+// Pairs -------------------------------------------------------------------------------------------
+
+static int32_t hashTableSetSize(void *object, int32_t count) {
+  auto *table = static_cast<ztHashTable *>(object);
+  if (table == nullptr || table->buckets == nullptr) return 0;
+  if (count < 0 || count > INT32_MAX / static_cast<int32_t>(sizeof(void *))) return 0;
+  ztHashTable_of(table)->empty(table);
+  const int32_t result = ztPtrArray_of(table->buckets)->setSize(table->buckets, count);
+  // An array that has the size already keeps its contents.
+  clearBuckets(table);
+  return result;
+}
+
+static void hashTableEmpty(void *object) {
+  auto *table = static_cast<ztHashTable *>(object);
+  if (table == nullptr) return;
+  // All are detached first, since the end of a key or value may call back into the table.
+  ztHashTableItem *item = detachItems(table);
+  void *manager = ztItemManagerOf(table);
+  while (item != nullptr) {
+    ztHashTableItem *next = item->next;
+    ztContainer_of(manager)->deleteItem(manager, item);
+    item = next;
+  }
+}
+
+static ztHashTableItem *findInChain(const ztHashTable *table, ztHashTableItem *item, const void *key) {
+  while (item != nullptr && table->compareFunction(item->data, key) != 0) item = item->next;
+  return item;
+}
+
+static int32_t hashTableInsert(void *object, const void *key, const void *value) {
+  auto *table = static_cast<ztHashTable *>(object);
+  ztHashTableItem **bucket = table == nullptr ? nullptr : bucketFor(table, key);
+  if (bucket == nullptr) return 0;
+  // What an emptied table left in its buckets is gone.
+  if (table->count == 0) clearBuckets(table);
+  if (*bucket != nullptr && !table->allowDuplicate) {
+    if (table->compareFunction == nullptr || findInChain(table, *bucket, key) != nullptr) return 0;
+  }
+  ztHashTableItem *item = newItem(table, key, value);
+  if (item == nullptr) return 0;
+  item->next = *bucket;
+  *bucket = item;
+  ++table->count;
+  return 1;
+}
+
+static ztHashTableItem *hashTableFind(const void *object, const void *key) {
+  const auto *table = static_cast<const ztHashTable *>(object);
+  if (table == nullptr || table->count == 0 || table->compareFunction == nullptr) return nullptr;
+  ztHashTableItem **bucket = bucketFor(table, key);
+  return bucket == nullptr ? nullptr : findInChain(table, *bucket, key);
+}
+
+// Life --------------------------------------------------------------------------------------------
+
+static int32_t hashTableCreate(void *object) {
+  auto *table = static_cast<ztHashTable *>(object);
+  table->buckets = nullptr;
+  table->count = 0;
+  if (!ztAssociativeContainer_table()->create(object)) return 0;
+  ztHashTable_of(object)->setItemConstructor(object, ztHashTableItem_ctor);
+  table->buckets = static_cast<ztPtrArray *>(ztPtrArray_ctor(nullptr, 1));
+  return table->buckets != nullptr;
+}
+
+static void hashTableDestroy(void *object) {
+  ztAssociativeContainer_table()->destroy(object);
+  ztHashTable_of(object)->empty(object);
+  auto *table = static_cast<ztHashTable *>(object);
+  ztPtrArray *buckets = table->buckets;
+  table->buckets = nullptr;
+  if (buckets != nullptr) ztPtrArray_of(buckets)->unRef(buckets);
+}
+
+// Gives the copy of a table copies of a chain's items, in the same order.
+static bool copyChain(ztHashTable *copy, int32_t index, const ztHashTableItem *item) {
+  ztHashTableItem **end = bucketsOf(copy) + index;
+  for (; item != nullptr; item = item->next) {
+    *end = newItem(copy, item->data, item->value);
+    if (*end == nullptr) return false;
+    end = &(*end)->next;
+    ++copy->count;
+  }
+  return true;
+}
+
+static bool copyBuckets(const ztHashTable *source, ztHashTable *copy) {
+  copy->buckets = static_cast<ztPtrArray *>(ztCopyObject(source->buckets));
+  if (copy->buckets == nullptr) return false;
+  clearBuckets(copy);
+  if (source->count == 0) return true;
+  for (int32_t i = 0; i < source->buckets->count; ++i) {
+    if (!copyChain(copy, i, bucketsOf(source)[i])) return false;
+  }
+  return true;
+}
+
+static void *hashTableClone(const void *object, void *target) {
+  auto *copy = static_cast<ztHashTable *>(ztAssociativeContainer_table()->clone(object, target));
+  if (copy == nullptr) return nullptr;
+  copy->buckets = nullptr;
+  copy->count = 0;
+  const auto *source = static_cast<const ztHashTable *>(object);
+  if (source->buckets == nullptr || copyBuckets(source, copy)) return copy;
+  ztHashTable_table()->destroy(copy);
+  return nullptr;
+}
+
+static void hashTableMethods(ztHashTableMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, hashTableCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, hashTableClone);
+  ZT_OVERRIDE_METHOD(methods, destroy, hashTableDestroy);
+  ZT_OVERRIDE_METHOD(methods, newItem, hashTableNewItem);
+  ZT_OVERRIDE_METHOD(methods, copyItem, hashTableCopyItem);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, hashTableDeleteItem);
+  ZT_OVERRIDE_METHOD(methods, setSize, hashTableSetSize);
+  ZT_OVERRIDE_METHOD(methods, empty, hashTableEmpty);
+  ZT_OVERRIDE_METHOD(methods, insert, hashTableInsert);
+  ZT_OVERRIDE_METHOD(methods, find, hashTableFind);
+}
+
+ZT_DEFINE_CLASS(ztHashTable, ztAssociativeContainer, hashTableMethods)
