@@ -24,6 +24,13 @@ static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
+// Brings both children nearer while an element is compared, which hides most of the wait for memory in a
+// tree that is larger than the caches.
+static void fetchBelow(const ztAvlTreeItem *item) {
+  __builtin_prefetch(item->left);
+  __builtin_prefetch(item->right);
+}
+
 // Elements can be compared with the key. A NULL is one where pointers are kept; what it is to a foreign
 // item manager, that one knows.
 static bool canCompare(const ztAvlTree *tree, const void *key) {
@@ -78,6 +85,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, ztAvlTreeItem *probe, const void *
       aboveTop = parent;
       depth = 0;
     }
+    fetchBelow(item);
     right = compare(item->data, probe->data) < 0;
     goesRight[depth++] = right;
     parent = item;
@@ -202,6 +210,7 @@ static int32_t treePop(void *object, const void *key) {
   path.depth = 0;
   ztAvlTreeItem *item = tree->root;
   while (item != nullptr) {
+    fetchBelow(item);
     const int32_t order = tree->compareFunction(item->data, key);
     if (order == 0) break;
     item = step(&path, item, order < 0);
@@ -243,6 +252,7 @@ static ztAvlTreeItem *treeFind(const void *object, const void *key) {
   const ztCompareFunc compare = tree->compareFunction;
   ztAvlTreeItem *item = tree->root;
   while (item != nullptr) {
+    fetchBelow(item);
     const int32_t order = compare(item->data, key);
     if (order == 0) break;
     item = ztTreeLink(item, order < 0);
