@@ -1,10 +1,12 @@
 #include "containers/ztavltree.h"
 
 #include "containers/ztarrays.h"
+#include "containers/ztavliter.h"
 #include "containers/ztmap.h"
 #include "core/ztmem.h"
 #include "tests/containers/elements.hh"
 #include "tests/containers/treecheck.hh"
+#include "tests/support/faults.h"
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
@@ -898,6 +900,68 @@ TEST(AvlTree, CopyOntoNothingFails) {
   ztAvlTree *tree = newIntTree();
   EXPECT_EQ(ztAvlTree_of(tree)->clone(tree, nullptr), nullptr);
   release(tree);
+}
+
+// Without memory ----------------------------------------------------------------------------------
+
+TEST_P(TreeOf, PushWithoutMemoryChangesNothing) {
+  for (const int32_t present : {0, 3}) {
+    methods->empty(tree);
+    fill(upTo(present));
+    int failures = 0;
+    for (;; ++failures) {
+      const void *element = elements.make(present);
+      const Fault injected(failures);
+      const ztAvlTreeItem *item = methods->push(tree, element);
+      if (!injected.end()) {
+        EXPECT_NE(item, nullptr);
+        break;
+      }
+      EXPECT_EQ(item, nullptr);
+      expectNumbers(upTo(present));
+    }
+    const int perItem = GetParam() == Policy::byPointer ? 1 : 2;
+    EXPECT_EQ(failures, present == 0 ? perItem : 2 * perItem);
+    expectNumbers(upTo(present + 1));
+  }
+}
+
+TEST_P(TreeOf, CopyWithoutMemoryFailsAndOwnsNothing) {
+  fill(upTo(6));
+  const int32_t before = live.made();
+  for (int fault = 0;; ++fault) {
+    void *target = ztAvlTree_newop();
+    const Fault injected(fault);
+    void *copy = methods->clone(tree, target);
+    if (!injected.end()) {
+      ASSERT_EQ(copy, target);
+      release(copy);
+      EXPECT_GT(fault, 6);
+      break;
+    }
+    EXPECT_EQ(copy, nullptr) << fault;
+    EXPECT_EQ(live.made(), before) << fault;
+    ztm_free(target);
+  }
+  expectNumbers(upTo(6));
+}
+
+TEST_P(TreeOf, LookingRemovingAndWalkingNeedNoMemory) {
+  fill(upTo(100));
+  const Fault injected(0);
+  ztAvlIterator walk;
+  ztAvlIterator_ctor(&walk, 1);
+  int32_t count = 0;
+  for (void *item = ztAvlIterator_of(&walk)->first(&walk, tree); item != nullptr;
+       item = ztAvlIterator_of(&walk)->next(&walk)) {
+    ++count;
+  }
+  EXPECT_EQ(count, 100);
+  for (int32_t number = 0; number < 100; ++number) {
+    EXPECT_NE(methods->find(tree, elements.make(number)), nullptr);
+    EXPECT_EQ(methods->pop(tree, elements.make(number)), 1);
+  }
+  EXPECT_FALSE(injected.end());
 }
 
 // Misuse ------------------------------------------------------------------------------------------

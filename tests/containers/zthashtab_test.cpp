@@ -3,6 +3,7 @@
 #include "containers/ztarrays.h"
 #include "core/ztmem.h"
 #include "tests/containers/elements.hh"
+#include "tests/support/faults.h"
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
@@ -631,6 +632,72 @@ TEST_P(HashTableOf, CopyItemCopiesKeyAndValue) {
   EXPECT_EQ(copy->data == item->data, std::get<0>(GetParam()) == Policy::byPointer);
   methods->deleteItem(table, copy);
   methods->deleteItem(table, nullptr);
+}
+
+// Without memory ----------------------------------------------------------------------------------
+
+TEST(HashTable, CreatedWithoutMemoryForItsBucketsItDoesNothing) {
+  ztHashTable table;
+  ztHashTable_ctor(&table, 0);
+  const Fault injected(0);
+  EXPECT_EQ(ztHashTable_of(&table)->create(&table), 0);
+  EXPECT_TRUE(injected.end());
+  EXPECT_EQ(table.buckets, nullptr);
+  EXPECT_EQ(ztHashTable_of(&table)->setSize(&table, 8), 0);
+  ztHashTable_of(&table)->destroy(&table);
+}
+
+TEST(HashTable, SetSizeWithoutMemoryLeavesAnEmptyUsableTable) {
+  ztHashTable *table = newIntTable(8);
+  for (int32_t key = 0; key < 20; ++key) insert(table, key, key);
+  const Fault injected(0);
+  EXPECT_EQ(ztHashTable_of(table)->setSize(table, 64), 0);
+  EXPECT_TRUE(injected.end());
+  EXPECT_EQ(table->count, 0U);
+  EXPECT_EQ(table->buckets->count, 8);
+  EXPECT_TRUE(everyBucketIsEmpty(table));
+  EXPECT_EQ(insert(table, 1, 10), 1);
+  EXPECT_NE(find(table, 1), nullptr);
+  release(table);
+}
+
+TEST_P(HashTableOf, InsertWithoutMemoryChangesNothing) {
+  insertPair(1, 10);
+  int fault = 0;
+  for (;; ++fault) {
+    const void *key = keys.make(2);
+    const void *value = values.make(20);
+    const Fault injected(fault);
+    const int32_t inserted = methods->insert(table, key, value);
+    if (!injected.end()) {
+      EXPECT_EQ(inserted, 1);
+      break;
+    }
+    EXPECT_EQ(inserted, 0);
+    EXPECT_EQ(pairsIn(table).size(), 1U);
+    expectOwned();
+  }
+  EXPECT_GE(fault, 1);
+  EXPECT_EQ(table->count, 2U);
+}
+
+TEST_P(HashTableOf, CopyWithoutMemoryFailsAndOwnsNothing) {
+  for (int32_t key = 0; key < 5; ++key) insertPair(key, key);
+  const int32_t before = live.made();
+  for (int fault = 0;; ++fault) {
+    void *target = ztHashTable_newop();
+    const Fault injected(fault);
+    void *copy = methods->clone(table, target);
+    if (!injected.end()) {
+      ASSERT_EQ(copy, target);
+      release(copy);
+      EXPECT_GT(fault, 5);
+      break;
+    }
+    EXPECT_EQ(copy, nullptr) << fault;
+    EXPECT_EQ(live.made(), before) << fault;
+    ztm_free(target);
+  }
 }
 
 // Misuse ------------------------------------------------------------------------------------------

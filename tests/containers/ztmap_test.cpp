@@ -5,6 +5,7 @@
 #include "core/ztmem.h"
 #include "tests/containers/elements.hh"
 #include "tests/containers/treecheck.hh"
+#include "tests/support/faults.h"
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
@@ -592,6 +593,57 @@ TEST_P(MapOf, CopyItemCopiesKeyAndValue) {
   methods->deleteItem(map, empty);
   methods->deleteItem(map, emptyCopy);
   methods->deleteItem(map, nullptr);
+}
+
+// Without memory ----------------------------------------------------------------------------------
+
+TEST(Map, CreatedWithoutMemoryForItsTreeItDoesNothing) {
+  ztMap map;
+  ztMap_ctor(&map, 0);
+  const Fault injected(0);
+  EXPECT_EQ(ztMap_of(&map)->create(&map), 0);
+  EXPECT_TRUE(injected.end());
+  EXPECT_EQ(map.tree, nullptr);
+  EXPECT_EQ(pushBack(&map, 1, 10), nullptr);
+  ztMap_of(&map)->destroy(&map);
+}
+
+TEST_P(MapOf, PushBackWithoutMemoryChangesNothing) {
+  push(1, 10);
+  int fault = 0;
+  for (;; ++fault) {
+    const void *key = keys.make(2);
+    const void *value = values.make(20);
+    const Fault injected(fault);
+    const ztMapItem *item = methods->pushBack(map, key, value);
+    if (!injected.end()) {
+      EXPECT_NE(item, nullptr);
+      break;
+    }
+    EXPECT_EQ(item, nullptr);
+    expectPairs({{1, 10}});
+  }
+  EXPECT_GE(fault, 2);
+  expectPairs({{1, 10}, {2, 20}});
+}
+
+TEST_P(MapOf, CopyWithoutMemoryFailsAndOwnsNothing) {
+  for (int32_t key = 0; key < 5; ++key) push(key, key);
+  const int32_t before = live.made();
+  for (int fault = 0;; ++fault) {
+    void *target = ztMap_newop();
+    const Fault injected(fault);
+    void *copy = methods->clone(map, target);
+    if (!injected.end()) {
+      ASSERT_EQ(copy, target);
+      release(copy);
+      EXPECT_GT(fault, 5);
+      break;
+    }
+    EXPECT_EQ(copy, nullptr) << fault;
+    EXPECT_EQ(live.made(), before) << fault;
+    ztm_free(target);
+  }
 }
 
 // Misuse ------------------------------------------------------------------------------------------
