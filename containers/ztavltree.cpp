@@ -73,8 +73,8 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, ztAvlTreeItem *probe, const void *
   const ztCompareFunc compare = tree->compareFunction;
   probe->right = tree->root;
   ztAvlTreeItem *parent = probe;
-  // From the last uneven item on the way down, the only one that can come to lean by 2.
-  ztAvlTreeItem *top = tree->root;
+  // The last uneven item on the way down, or else the root: the only one that can come to lean by 2.
+  ztAvlTreeItem *top = nullptr;
   ztAvlTreeItem *aboveTop = probe;
   bool goesRight[ztTreeHeight];
   int depth = 0;
@@ -94,6 +94,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, ztAvlTreeItem *probe, const void *
   ztAvlTreeItem *added = newItem(tree, element);
   if (added == nullptr) return nullptr;
   ztTreeLink(parent, right) = added;
+  if (top == nullptr) top = probe->right;
   depth = 0;
   for (ztAvlTreeItem *item = top; item != added; item = ztTreeLink(item, goesRight[depth++])) {
     item->balance += goesRight[depth] ? 1 : -1;
