@@ -2,7 +2,7 @@
 
 #include "containers/ztarrays.h"
 #include "core/ztmem.h"
-#include "tests/containers/elements.hh"
+#include "tests/containers/pairs.hh"
 #include "tests/support/faults.h"
 #include "tests/support/scale.h"
 
@@ -52,20 +52,9 @@ ztHashTable *newTable(ztCtor constructor = ztHashTable_ctor) {
   return static_cast<ztHashTable *>(constructor(nullptr, 1));
 }
 
-void configure(void *table, Policy keys, Policy values) {
-  const auto *methods = ztHashTable_of(table);
-  // Keys are hashed by their bytes; those of objects are here the header's class pointer alone, which
-  // all of them share.
-  methods->setKeySize(table, keys == Policy::constructed ? 8 : 4, keys == Policy::byPointer);
-  methods->setKeyConstructor(table, keys == Policy::constructed ? Counted_ctor : nullptr);
-  methods->setCompareFunction(table, keys == Policy::constructed ? compareCounted : ztIntArray_compare_func);
-  methods->setValueSize(table, values == Policy::byPointer ? 8 : 4, values == Policy::byPointer);
-  methods->setValueConstructor(table, values == Policy::constructed ? Counted_ctor : nullptr);
-}
-
 ztHashTable *newIntTable(int32_t buckets, ztCtor constructor = ztHashTable_ctor) {
   ztHashTable *table = newTable(constructor);
-  configure(table, Policy::byValue, Policy::byValue);
+  configurePairs(table, {Policy::byValue, Policy::byValue});
   EXPECT_EQ(ztHashTable_of(table)->setSize(table, buckets), 1);
   return table;
 }
@@ -107,14 +96,14 @@ std::vector<int32_t> collidingKeys(size_t count, int32_t buckets) {
 }
 
 // One table for each pair of policies, of keys and of values.
-class HashTableOf : public ::testing::TestWithParam<std::tuple<Policy, Policy>> {
+class HashTableOf : public ::testing::TestWithParam<PairPolicy> {
  protected:
   HashTableOf()
       : keys(std::get<0>(GetParam())),
         values(std::get<1>(GetParam())),
         table(newTable()),
         methods(ztHashTable_of(table)) {
-    configure(table, std::get<0>(GetParam()), std::get<1>(GetParam()));
+    configurePairs(table, GetParam());
     methods->setSize(table, 16);
   }
   ~HashTableOf() override {
@@ -138,9 +127,7 @@ class HashTableOf : public ::testing::TestWithParam<std::tuple<Policy, Policy>> 
   }
 
   void expectOwned() {
-    const int objects = (std::get<0>(GetParam()) == Policy::constructed ? 1 : 0) +
-                        (std::get<1>(GetParam()) == Policy::constructed ? 1 : 0);
-    ASSERT_EQ(live.made(), objects * static_cast<int>(table->count));
+    ASSERT_EQ(live.made(), objectsPerPair(GetParam()) * static_cast<int>(table->count));
   }
 
   Elements keys;
@@ -150,13 +137,7 @@ class HashTableOf : public ::testing::TestWithParam<std::tuple<Policy, Policy>> 
   const ztHashTableMethods *methods;
 };
 
-INSTANTIATE_TEST_SUITE_P(Policies, HashTableOf,
-                         ::testing::Combine(::testing::ValuesIn(allPolicies),
-                                            ::testing::ValuesIn(allPolicies)),
-                         [](const auto &test) {
-                           return policyName(std::get<0>(test.param)) + "_" +
-                                  policyName(std::get<1>(test.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(Policies, HashTableOf, allPairPolicies(), pairPolicyName);
 
 }  // namespace
 
@@ -278,7 +259,7 @@ TEST(HashTable, ImpossibleSizeChangesNothing) {
 
 TEST(HashTable, WithoutBucketsNothingIsKept) {
   ztHashTable *table = newTable();
-  configure(table, Policy::byValue, Policy::byValue);
+  configurePairs(table, {Policy::byValue, Policy::byValue});
   EXPECT_EQ(insert(table, 1, 10), 0);
   EXPECT_EQ(find(table, 1), nullptr);
   ztHashTable_of(table)->empty(table);
@@ -461,7 +442,7 @@ TEST(HashTable, EmptyLeavesTheBucketsAsTheyAre) {
 TEST(HashTable, DestroyedTwiceIsHarmless) {
   ztHashTable table;
   ztHashTable_ctor(&table, 1);
-  configure(&table, Policy::byValue, Policy::byValue);
+  configurePairs(&table, {Policy::byValue, Policy::byValue});
   ztHashTable_of(&table)->setSize(&table, 4);
   insert(&table, 1, 10);
   ztHashTable_of(&table)->destroy(&table);
@@ -605,7 +586,7 @@ TEST_P(HashTableOf, CopyOfAnEmptiedTableIsEmpty) {
 TEST(HashTable, CopyThatFailsLosesNothing) {
   const LiveCount live;
   ztHashTable *table = newTable();
-  configure(table, Policy::constructed, Policy::constructed);
+  configurePairs(table, {Policy::constructed, Policy::constructed});
   ztHashTable_of(table)->setSize(table, 4);
   Counted *element = newCounted(0);
   for (element->value = 0; element->value < 9; ++element->value) {
@@ -683,21 +664,7 @@ TEST_P(HashTableOf, InsertWithoutMemoryChangesNothing) {
 
 TEST_P(HashTableOf, CopyWithoutMemoryFailsAndOwnsNothing) {
   for (int32_t key = 0; key < 5; ++key) insertPair(key, key);
-  const int32_t before = live.made();
-  for (int fault = 0;; ++fault) {
-    void *target = ztHashTable_newop();
-    const Fault injected(fault);
-    void *copy = methods->clone(table, target);
-    if (!injected.end()) {
-      ASSERT_EQ(copy, target);
-      release(copy);
-      EXPECT_GT(fault, 5);
-      break;
-    }
-    EXPECT_EQ(copy, nullptr) << fault;
-    EXPECT_EQ(live.made(), before) << fault;
-    ztm_free(target);
-  }
+  expectCopyToNeedMemory(table, 6);
 }
 
 // Misuse ------------------------------------------------------------------------------------------
@@ -733,7 +700,7 @@ TEST_P(HashTableOf, NullIsAValueOnlyWherePointersAreKept) {
 TEST(HashTable, PairThatCannotBeCopiedIsNotAdded) {
   const LiveCount live;
   ztHashTable *table = newTable();
-  configure(table, Policy::constructed, Policy::constructed);
+  configurePairs(table, {Policy::constructed, Policy::constructed});
   ztHashTable_of(table)->setSize(table, 4);
   Counted *good = newCounted(1);
   Counted *bad = newCounted(refusesToClone);
