@@ -106,6 +106,8 @@ struct LibraryClass {
 // clang-format off
 // One class a line.
 // clang-format off
+// One class a line.
+// clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
 #define PENDING(C) {#C, #C, nullptr}
 #define PENDING_TYPE(name) {name "PropertyType", name, nullptr}

@@ -1,32 +1,9 @@
 #!/usr/bin/env bash
-# One test of the demonstration host, in the current folder:
-#   station_log_test.sh <case> <program> <data file> [valgrind]
+# The tests of the demonstration host; see common.sh.
 set -euo pipefail
 
-here=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
-case=$1
-program=$2
-data=$3
-valgrind=${4:-}
-
-fail() {
-  printf '%s\n' "$@" >&2
-  exit 1
-}
-
-# Leaves the output of a run in out.txt and err.txt and its exit status in $status.
-run() {
-  status=0
-  "$@" >out.txt 2>err.txt || status=$?
-}
-
-expect_status() {
-  [ "$status" -eq "$1" ] || fail "the exit status is $status, not $1" "$(cat out.txt err.txt)"
-}
-
-expect_message() {
-  printf '%s\n' "$1" | diff - err.txt || fail "that is not the expected message"
-}
+# shellcheck source=tests/examples/common.sh
+. "$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)/common.sh"
 
 expect_no_results() {
   if grep -E '^(Read|Stored|Station)' out.txt; then fail "a run that failed printed results"; fi
@@ -35,8 +12,7 @@ expect_no_results() {
 prints_the_summary() {
   run "$program" "$data"
   expect_status 0
-  diff "$here/station_log_expected.txt" out.txt || fail "that is not the expected output"
-  [ ! -s err.txt ] || fail "messages:" "$(cat err.txt)"
+  expect_output station_log_expected.txt
 }
 
 # Those that other programs leave for a moment at the same time vanish by themselves.
@@ -142,18 +118,11 @@ refuses_malformed_rows() {
   expect_refused 'the data file has no measurements' "$names"
 }
 
-expect_nothing_in_use() {
-  run "$valgrind" --leak-check=full --show-leak-kinds=all --errors-for-leak-kinds=all --error-exitcode=99 \
-    "$program" "$1"
-  expect_status "$2"
-  grep -q 'in use at exit: 0 bytes in 0 blocks' err.txt || fail "memory in use at exit:" "$(cat err.txt)"
-}
-
 leaves_no_memory_in_use() {
-  expect_nothing_in_use "$data" 0
+  expect_nothing_in_use 0 "$data"
   printf '%s\n' "$names" "$good" 'Rainfall,Harbour,2024-03-01T02:00,-1,60' >bad.csv
-  expect_nothing_in_use bad.csv 1
-  expect_nothing_in_use missing.csv 1
+  expect_nothing_in_use 1 bad.csv
+  expect_nothing_in_use 1 missing.csv
 }
 
 "$case"
