@@ -24,11 +24,20 @@
 #include "containers/ztstack.h"
 #include "containers/ztstacks.h"
 #include "core/ztbasec.h"
+#include "core/ztcore.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
 #include "io/ztfile.h"
 #include "io/ztstring.h"
+#include "io/ztstring.hh"
 #include "io/zttxtfile.h"
+#include "objects/ztobject.h"
+#include "objects/ztobject.hh"
+#include "objects/ztproperty.h"
+#include "objects/ztproperty.hh"
+#include "objects/ztproptype.h"
+#include "objects/ztsignal.h"
+#include "objects/ztslot.h"
 #include "support/ztalloc.h"
 #include "support/ztstdalloc.h"
 
@@ -108,23 +117,25 @@ struct LibraryClass {
 // clang-format off
 // One class a line.
 // clang-format off
+// One class a line.
+// clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
+#define PROPERTY_TYPE(C, freeName) {#C, freeName, C##_ctor}
 #define PENDING(C) {#C, #C, nullptr}
-#define PENDING_TYPE(name) {name "PropertyType", name, nullptr}
 
 // In the order of registration. The property types go under the names that properties are declared
 // with: six of these name no class, and "ztString" frees the string class early.
 static const LibraryClass libraryClasses[] = {
     CLASS(ztHashTableItem),
     CLASS(ztAvlIterator),
-    PENDING(ztObject),
-    PENDING_TYPE("ztChar"),
-    PENDING_TYPE("ztCharPtr"),
-    PENDING_TYPE("ztInt"),
-    PENDING_TYPE("ztBool"),
-    PENDING_TYPE("ztFloat"),
-    PENDING_TYPE("ztVoidPtr"),
-    PENDING_TYPE("ztString"),
+    CLASS(ztObject),
+    PROPERTY_TYPE(ztCharPropertyType, "ztChar"),
+    PROPERTY_TYPE(ztCharPtrPropertyType, "ztCharPtr"),
+    PROPERTY_TYPE(ztIntPropertyType, "ztInt"),
+    PROPERTY_TYPE(ztBoolPropertyType, "ztBool"),
+    PROPERTY_TYPE(ztFloatPropertyType, "ztFloat"),
+    PROPERTY_TYPE(ztVoidPtrPropertyType, "ztVoidPtr"),
+    PROPERTY_TYPE(ztStringPropertyType, "ztString"),
     PENDING(ztIntTag),
     CLASS(ztMap),
     CLASS(ztString),
@@ -144,15 +155,15 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztIntList),
     CLASS(ztStringList),
     PENDING(ztBaseView),
-    PENDING(ztSignal),
-    PENDING(ztSignalMap),
+    CLASS(ztSignal),
+    CLASS(ztSignalMap),
     CLASS(ztContainerItem),
     CLASS(ztHashTable),
     PENDING(ztBaseModel),
-    PENDING(ztProperty),
-    PENDING(ztPropertyTypeMap),
-    PENDING(ztPropertyMap),
-    PENDING(ztPropertyPtrArray),
+    CLASS(ztProperty),
+    CLASS(ztPropertyTypeMap),
+    CLASS(ztPropertyMap),
+    CLASS(ztPropertyPtrArray),
     CLASS(ztStdAllocator),
     PENDING(ztFloatTag),
     CLASS(ztDeque),
@@ -161,13 +172,13 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztAssociativeContainer),
     CLASS(ztListItem),
     CLASS(ztTextFile),
-    PENDING(ztPropertyType),
+    CLASS(ztPropertyType),
     CLASS(ztList),
     CLASS(ztStack),
     CLASS(ztFile),
     CLASS(ztAvlTreeItem),
-    PENDING(ztSlot),
-    PENDING(ztSlotMap),
+    CLASS(ztSlot),
+    CLASS(ztSlotMap),
     CLASS(ztArray),
     CLASS(ztQueue),
     PENDING(ztLink),
@@ -190,6 +201,12 @@ void ztcoreClassInit(void) {
 
 void ztcoreClassFree(void) {
   for (const LibraryClass &libraryClass : libraryClasses) ztFreeClass(libraryClass.freeName);
+}
+
+void ztcoreReleaseShared() {
+  ztReleaseStaticProperties();
+  ztReleasePropertyTypes();
+  ztReleaseScratchString();
 }
 
 __attribute__((constructor)) void ztcore_lnx_init(void) {

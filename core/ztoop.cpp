@@ -1,6 +1,7 @@
 #include "core/ztoop.h"
 
 #include "core/ztbasec.h"
+#include "core/ztcore.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
@@ -307,6 +308,7 @@ void ztOOP_CleanUp(void) {
   if (!inited || releasing) return;
   ztLc_log("Cleaning up the system...\n");
   freeAllClasses();
+  ztcoreReleaseShared();
   ztLc_log("Cleaning done\n");
   ztLc_closeLogFile();
   inited = 0;
@@ -315,6 +317,7 @@ void ztOOP_CleanUp(void) {
 void ztOOP_releaseAfterStop() {
   if (inited || releasing) return;
   freeAllClasses();
+  ztcoreReleaseShared();
   ztLc_closeLogFile();
 }
 

@@ -5,6 +5,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "io/ztfile.hh"
+#include "io/ztstring.hh"
 
 #include <string.h>
 
@@ -190,7 +191,7 @@ static int32_t stringRead(void *object, void *file) {
   return done;
 }
 
-static void releaseScratch() {
+void ztReleaseScratchString() {
   void *released = scratch;
   scratch = nullptr;
   if (released != nullptr) ztString_of(released)->unRef(released);
@@ -200,7 +201,7 @@ static void *stringNewString(const void *, const char *text) {
   if (scratch == nullptr) scratch = ztString_ctor(nullptr, 1);
   if (scratch == nullptr) return nullptr;
   if (bufferOf(scratch) == nullptr) {
-    releaseScratch();  // memory may be there for the next one
+    ztReleaseScratchString();  // memory may be there for the next one
     return nullptr;
   }
   return ztString_of(scratch)->set(scratch, text);
@@ -211,7 +212,7 @@ static void stringClassInit(ztClass *) {
 }
 
 static void stringClassDestroy(void *) {
-  releaseScratch();
+  ztReleaseScratchString();
 }
 
 static void stringFunctions(ztStringFunctions *functions) {

@@ -1,0 +1,60 @@
+// Strings as the library's own modules use them: made from text, and looked up by.
+#ifndef ZT_IO_ZTSTRING_HH
+#define ZT_IO_ZTSTRING_HH
+
+#include "io/ztstring.h"
+
+#include <string.h>
+
+// A new string with the text (NULL counts as empty), the caller's to release; NULL when memory is
+// exhausted.
+inline ztString *ztNewString(const char *text) {
+  auto *string = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  if (string == nullptr) return nullptr;
+  if (string->buffer != nullptr && ztString_of(string)->set(string, text == nullptr ? "" : text) != nullptr) {
+    return string;
+  }
+  ztString_of(string)->unRef(string);
+  return nullptr;
+}
+
+// Releases the scratch string of newString, which makes it again when it is called.
+void ztReleaseScratchString();
+
+// The text of a string; a string without one reads as empty.
+inline const char *ztTextOf(const void *string) {
+  const ztCharArray *buffer = static_cast<const ztString *>(string)->buffer;
+  return buffer == nullptr || buffer->count == 0 ? "" : static_cast<const char *>(buffer->data);
+}
+
+// Compares two strings by their text: 0, 1 or -1. NULL sorts first.
+inline int32_t ztCompareStrings(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return (first != nullptr) - (second != nullptr);
+  const int order = strcmp(ztTextOf(first), ztTextOf(second));
+  return (order > 0) - (order < 0);
+}
+
+// A text that reads as a ztString, for look-ups that shall not allocate. It owns nothing, lives no
+// longer than the text, and is only read: neither created nor destroyed.
+class StringView {
+ public:
+  explicit StringView(const char *text) {
+    ztString_ctor(&string, 0);
+    ztCharArray_ctor(&buffer, 0);
+    buffer.count = static_cast<int32_t>(strlen(text) + 1);
+    buffer.data = const_cast<char *>(text);
+    string.buffer = &buffer;
+  }
+  StringView(const StringView &) = delete;
+  StringView &operator=(const StringView &) = delete;
+
+  const ztString *get() const {
+    return &string;
+  }
+
+ private:
+  ztString string;
+  ztCharArray buffer;
+};
+
+#endif

@@ -1,0 +1,779 @@
+#include "objects/ztobject.h"
+
+#include "containers/ztavltree.h"
+#include "containers/ztmapiter.h"
+#include "core/ztbasec.hh"
+#include "core/ztlayout.hh"
+#include "core/ztmem.h"
+#include "core/ztoop.hh"
+#include "core/zttext.hh"
+#include "io/zttxtfile.h"
+#include "objects/ztobject.hh"
+#include "objects/ztstrmap.hh"
+#include "support/ztcutils.h"
+
+#include <utility>
+
+ZT_PIN_CLASS(ztObject, 40, 32);
+ZT_PIN_FIELD(ztObject, signals, 16);
+ZT_PIN_FIELD(ztObject, dynamicProperties, 24);
+ZT_PIN_FIELD(ztObject, sender, 32);
+ZT_PIN_SLOT(ztObject, staticProperties, 16);
+ZT_PIN_SLOT(ztObject, connect, 20);
+ZT_PIN_SLOT(ztObject, reserved, 23);
+ZT_PIN_SLOT(ztObject, getSender, 31);
+
+static const ztObject *objectOf(const void *object) {
+  return static_cast<const ztObject *>(object);
+}
+
+static ztObjectMethods *tableOf(const ztClass *klass) {
+  return static_cast<ztObjectMethods *>(klass->methodTable);
+}
+
+template <typename Object>
+static void release(Object *&field) {
+  Object *released = field;
+  field = nullptr;
+  if (released != nullptr) ztBaseClass_of(released)->unRef(released);
+}
+
+// Nothing connects to a dying object any more, since nobody would take the connection away.
+static bool isDying(const void *object) {
+  return (objectOf(object)->marks & ztObjectDying) != 0;
+}
+
+// Static properties -------------------------------------------------------------------------------
+
+namespace {
+
+// The classes that have a map of static properties. A map is made for a class that is registered, and
+// for an ancestor that is not; the latter's is released with the library only.
+struct StaticMapOwner {
+  ztClass *klass;
+  StaticMapOwner *next;
+};
+
+}  // namespace
+
+static StaticMapOwner *staticMapOwners;
+
+static void releaseStaticMap(ztClass *klass) {
+  StaticMapOwner **at = &staticMapOwners;
+  while (*at != nullptr && (*at)->klass != klass) at = &(*at)->next;
+  if (*at == nullptr) return;
+  StaticMapOwner *owner = *at;
+  *at = owner->next;
+  ztm_free(owner);
+  release(tableOf(klass)->staticProperties);
+}
+
+void ztReleaseStaticProperties() {
+  while (staticMapOwners != nullptr) releaseStaticMap(staticMapOwners->klass);
+}
+
+static bool giveStaticMap(ztClass *klass) {
+  releaseStaticMap(klass);
+  auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
+  auto *map = static_cast<ztPropertyMap *>(ztPropertyMap_ctor(nullptr, 1));
+  if (owner == nullptr || map == nullptr) {
+    ztm_free(owner);
+    release(map);
+    return false;
+  }
+  *owner = {klass, staticMapOwners};
+  staticMapOwners = owner;
+  tableOf(klass)->staticProperties = map;
+  return true;
+}
+
+static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors) {
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  auto *item = static_cast<ztMapItem *>(methods->first(&walk, ancestors));
+  for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
+    ztPropertyMap_of(map)->pushBack(map, item->data, item->value);
+  }
+  methods->destroy(&walk);
+}
+
+// An ancestor's map that is missing is made whole, with what it inherits itself: its properties then
+// have the indices that they would have had, had an object of the ancestor been made before.
+static void buildStaticMap(ztClass *klass) {
+  if (!giveStaticMap(klass)) return;
+  for (ztClass *ancestor = klass->parent; ztOOP_isClassOfClass(ancestor, "ztObject");
+       ancestor = ancestor->parent) {
+    if (tableOf(ancestor)->staticProperties == nullptr) buildStaticMap(ancestor);
+    const ztPropertyMap *inherited = tableOf(ancestor)->staticProperties;
+    if (inherited != nullptr) inheritProperties(tableOf(klass)->staticProperties, inherited);
+  }
+  if (tableOf(klass)->initProperties != nullptr) tableOf(klass)->initProperties(klass);
+}
+
+// A class that was freed, or that the registry does not know, gets its map when it is first needed.
+static ztPropertyMap *staticMapOf(ztClass *klass) {
+  if (tableOf(klass)->staticProperties == nullptr) buildStaticMap(klass);
+  return tableOf(klass)->staticProperties;
+}
+
+static void objectClassInstanceCreate(ztClass *klass) {
+  buildStaticMap(klass);
+}
+
+static void objectClassInstanceDestroy(ztClass *klass) {
+  releaseStaticMap(klass);
+}
+
+static void objectClassInit(ztClass *) {
+  ztOOP_ensureRegistered("ztProperty", ztProperty_ctor);
+  ztOOP_ensureRegistered("ztPropertyMap", ztPropertyMap_ctor);
+}
+
+static void objectClassDestroy(void *) {}
+
+// Declaring and creating properties ---------------------------------------------------------------
+
+static ztClass *propertyTypeOf(const char *typeName) {
+  if (typeName == nullptr) return nullptr;
+  return ztProperty_functions()->getPropertyTypeClass(nullptr, ztCu_fmtMsg("%sPropertyType", typeName));
+}
+
+static int32_t sizeOfMap(const void *map) {
+  return map == nullptr ? 0 : ztMap_of(map)->getSize(map);
+}
+
+// Begins a property in the caller's memory; it is to be destroyed whatever the result.
+static bool beginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
+                          const char *ownerClassName) {
+  ztProperty_ctor(property, 1);
+  property->type = type;
+  property->index = index;
+  ztCopyText(property->ownerClassName, ownerClassName);
+  return property->name != nullptr && property->signalName != nullptr &&
+         ztString_of(property->name)->set(property->name, name) != nullptr;
+}
+
+static int32_t objectAddProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
+                                 ztSetter setter, void *userWord, const char *signalName) {
+  if (klass == nullptr || name == nullptr) return 0;
+  ztPropertyMap *map = staticMapOf(klass);
+  ztClass *type = propertyTypeOf(typeName);
+  if (map == nullptr || type == nullptr || ztFindByName(map, name) != nullptr) return 0;
+
+  ztProperty property;
+  bool complete = beginProperty(&property, name, type, sizeOfMap(map), klass->name);
+  property.getter = getter;
+  property.setter = setter;
+  property.userWord = userWord;
+  if (complete && signalName != nullptr) {
+    complete = ztString_of(property.signalName)->set(property.signalName, signalName) != nullptr;
+  }
+  const bool added = complete && ztInsertByName(map, name, &property) != nullptr;
+  ztProperty_of(&property)->destroy(&property);
+  return added;
+}
+
+static int32_t objectInitProperties(ztClass *klass) {
+  const ztObjectMethods *methods = tableOf(klass);
+  ztGetter getter;
+  getter.getInt = methods->getRefCount;
+  ztSetter setter;
+  setter.setInt = nullptr;
+  const int32_t added = methods->addProperty(klass, "refCount", "ztInt", getter, setter, nullptr, nullptr);
+  if (added) return added;
+  ztOOP_ensureRegistered("ztIntPropertyType", ztIntPropertyType_ctor);
+  ztProperty_functions()->registerNewType(nullptr, "ztIntPropertyType");
+  return methods->addProperty(klass, "refCount", "ztInt", getter, setter, nullptr, nullptr);
+}
+
+static int32_t createProperty(ztObject *object, const char *name, const char *typeName, const void *initial) {
+  ztClass *type = propertyTypeOf(typeName);
+  if (type == nullptr || object->dynamicProperties == nullptr) return 0;
+  const int32_t index = sizeOfMap(staticMapOf(object->klass)) + sizeOfMap(object->dynamicProperties);
+  const auto *operations = static_cast<const ztPropertyTypeMethods *>(type->methodTable);
+  ztProperty property;
+  const bool added = beginProperty(&property, name, type, index, object->klass->name) &&
+                     operations->allocDynamicProperty(type, &property, initial) != nullptr &&
+                     ztInsertByName(object->dynamicProperties, name, &property) != nullptr;
+  ztProperty_of(&property)->destroy(&property);
+  return added;
+}
+
+// Reading and writing properties ------------------------------------------------------------------
+
+static ztProperty *findProperty(const ztObject *object, const char *name) {
+  void *found = ztFindByName(staticMapOf(object->klass), name);
+  if (found == nullptr) found = ztFindByName(object->dynamicProperties, name);
+  return static_cast<ztProperty *>(found);
+}
+
+static int32_t objectSetProperty(void *object, const char *name, const char *typeName, ztWord value) {
+  if (object == nullptr || name == nullptr) return 0;
+  ztProperty *property = findProperty(objectOf(object), name);
+  if (property != nullptr) return ztProperty_of(property)->setValue(property, object, value);
+  return createProperty(static_cast<ztObject *>(object), name, typeName,
+                        reinterpret_cast<const void *>(value));
+}
+
+static int32_t objectGetProperty(void *object, const char *name, const char *, void *out) {
+  if (object == nullptr || name == nullptr) return 0;
+  const ztProperty *property = findProperty(objectOf(object), name);
+  return property == nullptr ? 0 : ztProperty_of(property)->getValue(property, object, out);
+}
+
+// Stores the addresses of the map's properties from position `at` on; the position behind them.
+static int32_t listProperties(void *array, const ztPropertyMap *map, int32_t at) {
+  if (map == nullptr) return at;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  auto *item = static_cast<ztMapItem *>(methods->first(&walk, map));
+  for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
+    ztPropertyPtrArray_of(array)->setAt(array, item->value, at++);
+  }
+  methods->destroy(&walk);
+  return at;
+}
+
+static int32_t listAllProperties(void *array, const ztPropertyMap *first, const ztPropertyMap *second) {
+  if (array == nullptr) return 0;
+  const ztPropertyPtrArrayMethods *methods = ztPropertyPtrArray_of(array);
+  if (!methods->setSize(array, sizeOfMap(first) + sizeOfMap(second))) return 0;
+  listProperties(array, second, listProperties(array, first, 0));
+  methods->sort(array, ztObject_propertiesSortFunc);
+  return 1;
+}
+
+static int32_t objectGetProperties(const void *object, void *array) {
+  if (object == nullptr) return 0;
+  return listAllProperties(array, staticMapOf(objectOf(object)->klass), objectOf(object)->dynamicProperties);
+}
+
+static int32_t objectGetStaticProperties(const void *object, void *array) {
+  return object == nullptr ? 0 : listAllProperties(array, staticMapOf(objectOf(object)->klass), nullptr);
+}
+
+static int32_t objectGetDynamicProperties(const void *object, void *array) {
+  return object == nullptr ? 0 : listAllProperties(array, nullptr, objectOf(object)->dynamicProperties);
+}
+
+int32_t ztObject_propertiesSortFunc(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return 0;
+  const int32_t one = (*static_cast<const ztProperty *const *>(first))->index;
+  const int32_t other = (*static_cast<const ztProperty *const *>(second))->index;
+  return (one > other) - (one < other);
+}
+
+// Slots of a signal -------------------------------------------------------------------------------
+
+static ztSignal *findSignal(const void *object, const char *name) {
+  return object == nullptr ? nullptr : static_cast<ztSignal *>(ztFindByName(objectOf(object)->signals, name));
+}
+
+static ztMapItem *mapItem(void *item) {
+  return static_cast<ztMapItem *>(item);
+}
+
+static ztSlot *slotOf(const ztMapItem *item) {
+  return static_cast<ztSlot *>(item->value);
+}
+
+namespace {
+
+// Walks the slots of one receiver, in map order. Valid until the map changes.
+class ReceiverSlots {
+ public:
+  ReceiverSlots(const ztSlotMap *slots, const void *wanted) : receiver(wanted) {
+    ztMapIterator_ctor(&walk, 1);
+    if (slots != nullptr && slots->tree != nullptr) start(slots->tree);
+  }
+  ~ReceiverSlots() {
+    ztMapIterator_of(&walk)->destroy(&walk);
+  }
+  ReceiverSlots(const ReceiverSlots &) = delete;
+  ReceiverSlots &operator=(const ReceiverSlots &) = delete;
+
+  // The current item; NULL behind the last.
+  ztMapItem *item() const {
+    return current != nullptr && current->data == receiver ? current : nullptr;
+  }
+  void next() {
+    current = mapItem(ztMapIterator_of(&walk)->next(&walk));
+  }
+
+ private:
+  // Places the iterator on the first item that does not sort before the receiver: the last one on the
+  // way down at which the way turned left.
+  void start(const ztAvlTree *tree) {
+    walk.tree = tree;
+    uint32_t depth = 0;
+    ztAvlTreeItem *found = nullptr;
+    uint32_t foundDepth = 0;
+    for (ztAvlTreeItem *item = tree->root; item != nullptr;) {
+      const bool before = ztSlotMap_key_compare_func_ptr(item->data, receiver) < 0;
+      walk.path[depth] = item;
+      if (!before) {
+        found = item;
+        foundDepth = depth;
+      }
+      ++depth;
+      item = before ? item->right : item->left;
+    }
+    walk.current = found;
+    walk.depth = foundDepth;
+    current = mapItem(found);
+  }
+
+  const void *receiver;
+  ztMapIterator walk;
+  ztMapItem *current = nullptr;
+};
+
+}  // namespace
+
+static bool isSame(ztSlotFunction one, ztSlotFunction other) {
+  return one.call0 == other.call0;
+}
+
+static ztMapItem *findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function) {
+  ReceiverSlots candidates(slots, receiver);
+  for (; candidates.item() != nullptr; candidates.next()) {
+    const ztSlot *slot = slotOf(candidates.item());
+    if (slot->receiver == receiver && isSame(slot->function, function)) return candidates.item();
+  }
+  return nullptr;
+}
+
+// Counts slots that were taken away, so that a delivery can tell whether it has to look again.
+static uint32_t removals;
+
+static void removeReceiver(ztSlotMap *slots, const void *receiver) {
+  if (slots == nullptr) return;
+  const ztSlotMapMethods *methods = ztSlotMap_of(slots);
+  // Items move when one is removed, so each is looked up anew.
+  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) ++removals;
+}
+
+// Moves the slot of the current item into the item `last`, and those on the way one place back.
+static void moveLater(ReceiverSlots &walk, const void *last) {
+  ztMapItem *item = walk.item();
+  while (item != nullptr && item != last) {
+    walk.next();
+    ztMapItem *following = walk.item();
+    if (following != nullptr) std::swap(item->value, following->value);
+    item = following;
+  }
+}
+
+// Moves the slot of the item `last` into the current item, and those on the way one place on.
+static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
+  void *carried = last->value;
+  for (ztMapItem *item = walk.item(); item != nullptr; item = walk.item()) {
+    std::swap(item->value, carried);
+    if (item == last) break;
+    walk.next();
+  }
+}
+
+// `pop` removes the item that `find` meets first. The unwanted slot is brought into that item, and the
+// slots between the two move by one place each, so that the others stay in order.
+static void removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
+  const void *first = ztSlotMap_of(slots)->find(slots, receiver);
+  ReceiverSlots walk(slots, receiver);
+  while (walk.item() != nullptr && walk.item() != first && walk.item() != unwanted) walk.next();
+  if (walk.item() == unwanted) {
+    moveLater(walk, first);
+  } else {
+    moveEarlier(walk, unwanted);
+  }
+  ztSlotMap_of(slots)->pop(slots, receiver);
+  ++removals;
+}
+
+// Delivery ----------------------------------------------------------------------------------------
+
+ObjectWatch *ObjectWatch::top;
+
+namespace {
+
+struct PendingSlot {
+  void *receiver;  // NULL once it is destroyed
+  ztSlotFunction function;
+};
+
+// One emission under way: the slots that were connected when it began. Deliveries nest as calls do.
+struct Delivery {
+  PendingSlot *slots;
+  int32_t count;
+  Delivery *outer;
+};
+
+}  // namespace
+
+static Delivery *deliveries;
+
+static void forgetReceiver(const void *dying) {
+  for (Delivery *delivery = deliveries; delivery != nullptr; delivery = delivery->outer) {
+    for (int32_t i = 0; i < delivery->count; ++i) {
+      if (delivery->slots[i].receiver == dying) delivery->slots[i].receiver = nullptr;
+    }
+  }
+}
+
+static void collectSlots(const ztSlotMap *slots, PendingSlot *pending) {
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, slots));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    *pending++ = {item->data, slotOf(item)->function};
+  }
+  methods->destroy(&walk);
+}
+
+static void callWithWord(const PendingSlot &slot, uint32_t argumentCount, intptr_t first) {
+  switch (argumentCount) {
+    case 0:
+      slot.function.call0(slot.receiver);
+      break;
+    case 1:
+      slot.function.call1(slot.receiver, first);
+      break;
+    case 2:
+      slot.function.call2(slot.receiver, first, 0);
+      break;
+    case 3:
+      slot.function.call3(slot.receiver, first, 0, 0);
+      break;
+    case 4:
+      slot.function.call4(slot.receiver, first, 0, 0, 0);
+      break;
+    default:
+      break;  // more arguments than any slot takes: nothing is called
+  }
+}
+
+static void callWithNumber(const PendingSlot &slot, uint32_t argumentCount, double first) {
+  switch (argumentCount) {
+    case 0:
+      slot.function.call0(slot.receiver);
+      break;
+    case 1:
+      slot.function.number1(slot.receiver, first);
+      break;
+    case 2:
+      slot.function.number2(slot.receiver, first, 0);
+      break;
+    case 3:
+      slot.function.number3(slot.receiver, first, 0, 0);
+      break;
+    case 4:
+      slot.function.number4(slot.receiver, first, 0, 0, 0);
+      break;
+    default:
+      break;
+  }
+}
+
+static void deliver(void *emitter, const PendingSlot &slot, uint32_t argumentCount,
+                    const EmittedValue &value) {
+  auto *receiver = static_cast<ztObject *>(slot.receiver);
+  ObjectWatch watch(receiver);
+  receiver->sender = emitter;
+  if (value.isNumber) {
+    callWithNumber(slot, argumentCount, value.number);
+  } else {
+    callWithWord(slot, argumentCount, value.word);
+  }
+  if (watch.isAlive()) receiver->sender = nullptr;
+}
+
+// The pending slots are copies: the map changes under the hands of its slots. While the emitter lives
+// its signals do too, so `signal` stays valid as long as the watch says.
+static void deliverAll(void *emitter, const ztSignal *signal, const Delivery &delivery,
+                       const EmittedValue &value) {
+  const uint32_t argumentCount = signal->argumentCount & 0xff;
+  const uint32_t removalsBefore = removals;
+  ObjectWatch watch(emitter);
+  for (int32_t i = 0; i < delivery.count && watch.isAlive(); ++i) {
+    const PendingSlot slot = delivery.slots[i];
+    if (slot.receiver == nullptr) continue;
+    if (removals != removalsBefore && findSlot(signal->slots, slot.receiver, slot.function) == nullptr) {
+      continue;
+    }
+    deliver(emitter, slot, argumentCount, value);
+  }
+}
+
+int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
+  const ztSignal *signal = findSignal(emitter, signalName);
+  if (signal == nullptr || signal->blocked != 0) return 0;
+  const int32_t count = sizeOfMap(signal->slots);
+  if (count <= 0) return 0;
+  PendingSlot few[16];
+  constexpr int32_t fewCount = sizeof few / sizeof few[0];
+  PendingSlot *pending = few;
+  if (count > fewCount) {
+    const int64_t bytes = count * static_cast<int64_t>(sizeof *pending);
+    pending =
+        bytes > INT32_MAX ? nullptr : static_cast<PendingSlot *>(ztm_alloc(static_cast<int32_t>(bytes)));
+    if (pending == nullptr) return 0;
+  }
+  collectSlots(signal->slots, pending);
+
+  Delivery delivery = {pending, count, deliveries};
+  deliveries = &delivery;
+  deliverAll(emitter, signal, delivery, value);
+  deliveries = delivery.outer;
+  if (pending != few) ztm_free(pending);
+  return 1;
+}
+
+// Properties of one object can be set on behalf of anything; only a ztObject has signals.
+static bool isObject(const void *object) {
+  for (const ztClass *klass = ztOOP_classOf(object); klass != nullptr; klass = klass->parent) {
+    if (klass == ztObjectClass_Instance()) return true;
+  }
+  return false;
+}
+
+void ztNotifyPropertyChange(void *object, EmittedValue value) {
+  if (object != nullptr && isObject(object)) ztEmit(object, "prop->signalname", value);
+}
+
+int32_t ztObject_emit(void *object, const char *signalName, intptr_t first) {
+  return ztEmit(object, signalName, EmittedValue(first));
+}
+
+int32_t ztObject_emitDouble(void *object, const char *signalName, double first) {
+  return ztEmit(object, signalName, EmittedValue(first));
+}
+
+// Connecting --------------------------------------------------------------------------------------
+
+static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
+  ztSignal fresh;
+  ztSignal_ctor(&fresh, 1);
+  ztSignal *signal = nullptr;
+  if (fresh.name != nullptr && ztString_of(fresh.name)->set(fresh.name, name) != nullptr) {
+    signal = static_cast<ztSignal *>(ztInsertByName(signals, name, &fresh));
+  }
+  ztSignal_of(&fresh)->destroy(&fresh);
+  if (signal == nullptr) return nullptr;
+
+  signal->argumentCount = argumentCount;
+  signal->slots = static_cast<ztSlotMap *>(ztSlotMap_ctor(nullptr, 1));
+  if (signal->slots == nullptr || signal->slots->tree == nullptr) {
+    StringView key(name);
+    ztSignalMap_of(signals)->pop(signals, key.get());
+    return nullptr;
+  }
+  ztSlotMap_of(signal->slots)->setAllowDuplicate(signal->slots, 1);
+  return signal;
+}
+
+static ztSignal *objectAddSignal(ztClass *, void *object, const char *name, uint32_t argumentCount) {
+  if (object == nullptr || name == nullptr || objectOf(object)->signals == nullptr) return nullptr;
+  ztSignal *known = findSignal(object, name);
+  return known != nullptr ? known : insertSignal(objectOf(object)->signals, name, argumentCount);
+}
+
+static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char *slotName,
+                             ztSlotFunction function) {
+  if (signal == nullptr || receiver == nullptr || function.call0 == nullptr) return 0;
+  ztSlotMap *slots = static_cast<ztSignal *>(signal)->slots;
+  if (slots == nullptr || isDying(receiver) || findSlot(slots, receiver, function) != nullptr) return 0;
+  ztSlot slot;
+  ztSlot_ctor(&slot, 1);
+  slot.receiver = receiver;
+  slot.function = function;
+  const bool added = slot.name != nullptr && ztString_of(slot.name)->set(slot.name, slotName) != nullptr &&
+                     ztSlotMap_of(slots)->pushBack(slots, receiver, &slot) != nullptr;
+  ztSlot_of(&slot)->destroy(&slot);
+  return added;
+}
+
+// Has `watcher` drop its slots aimed at `watched` when that is destroyed. False when it could not be
+// arranged.
+static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
+  const ztObjectMethods *methods = tableOf(klass);
+  ztSignal *destroyed = methods->addSignal(klass, watched, "destroyed", 1);
+  if (destroyed == nullptr) return false;
+  ztSlotFunction forget;
+  forget.object1 = ztObject_of(watcher)->destroyed;
+  return methods->addSlot(klass, destroyed, watcher, "destroyed", forget) ||
+         findSlot(destroyed->slots, watcher, forget) != nullptr;
+}
+
+static int32_t objectConnect(ztClass *klass, void *sender, const char *signalName, void *receiver,
+                             const char *slotName, ztSlotFunction function, uint32_t argumentCount) {
+  if (klass == nullptr || sender == nullptr || signalName == nullptr || receiver == nullptr) return 0;
+  if (isDying(sender) || isDying(receiver)) return 0;
+  if (sender != receiver &&
+      (!watchDestruction(klass, receiver, sender) || !watchDestruction(klass, sender, receiver))) {
+    return 0;
+  }
+  const ztObjectMethods *methods = tableOf(klass);
+  ztSignal *signal = methods->addSignal(klass, sender, signalName, argumentCount);
+  return signal == nullptr ? 0 : methods->addSlot(klass, signal, receiver, slotName, function);
+}
+
+static int32_t objectConnectionExist(ztClass *, const void *object, const char *signalName,
+                                     const void *receiver, ztSlotFunction function) {
+  const ztSignal *signal = findSignal(object, signalName);
+  return signal != nullptr && findSlot(signal->slots, receiver, function) != nullptr;
+}
+
+static void objectDestroyed(void *object, void *dying) {
+  if (object == nullptr || object == dying || objectOf(object)->signals == nullptr) return;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, objectOf(object)->signals));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    removeReceiver(static_cast<ztSignal *>(item->value)->slots, dying);
+  }
+  methods->destroy(&walk);
+}
+
+int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver, ztSlotFunction function) {
+  const ztSignal *signal = findSignal(sender, signalName);
+  if (signal == nullptr) return 0;
+  const ztMapItem *item = findSlot(signal->slots, receiver, function);
+  if (item == nullptr) return 0;
+  removeSlot(signal->slots, receiver, item);
+  return 1;
+}
+
+int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t blocked) {
+  ztSignal *signal = findSignal(object, signalName);
+  if (signal == nullptr) return 0;
+  signal->blocked = blocked;
+  return 1;
+}
+
+// The connection dump -----------------------------------------------------------------------------
+
+static void printSlots(void *file, const ztSlotMap *slots) {
+  if (slots == nullptr) return;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, slots));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    const ztSlot *slot = slotOf(item);
+    const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(slot->receiver));
+    ztTextFile_of(file)->writeString(
+        file, ztCu_fmtMsg("\tSlot '%s' - Receiver: 0x%x (Class: %s)\n", ztTextOf(slot->name), address,
+                          ztOOP_classNameOf(slot->receiver)));
+  }
+  methods->destroy(&walk);
+}
+
+static void printSignals(void *file, const ztSignalMap *signals) {
+  if (signals == nullptr) return;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, signals));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    const auto *signal = static_cast<const ztSignal *>(item->value);
+    ztTextFile_of(file)->writeString(file, ztCu_fmtMsg("- Slots for signal '%s'\n", ztTextOf(signal->name)));
+    printSlots(file, signal->slots);
+  }
+  methods->destroy(&walk);
+}
+
+static void objectPrintConnections(ztClass *klass, void *object, const char *fileName) {
+  if (klass == nullptr || object == nullptr) return;
+  void *file = ztTextFile_ctor(nullptr, 1);
+  if (file == nullptr) return;
+  const ztTextFileMethods *methods = ztTextFile_of(file);
+  if (methods->open(file, fileName, "w")) {
+    methods->writeString(file, ztCu_fmtMsg("# Connections for class '%s'\n", klass->name));
+    printSignals(file, objectOf(object)->signals);
+  }
+  methods->unRef(file);
+}
+
+// Life of an object -------------------------------------------------------------------------------
+
+static bool isMapComplete(const void *map) {
+  return map != nullptr && static_cast<const ztMap *>(map)->tree != nullptr;
+}
+
+static int32_t objectCreate(void *object) {
+  auto *self = static_cast<ztObject *>(object);
+  self->marks = 0;
+  self->signals = nullptr;
+  self->dynamicProperties = nullptr;
+  self->sender = nullptr;
+  if (!ztBaseClass_table()->create(object)) return 0;
+  self->signals = static_cast<ztSignalMap *>(ztSignalMap_ctor(nullptr, 1));
+  self->dynamicProperties = static_cast<ztPropertyMap *>(ztPropertyMap_ctor(nullptr, 1));
+  return isMapComplete(self->signals) && isMapComplete(self->dynamicProperties);
+}
+
+static void *objectClone(const void *object, void *target) {
+  auto *copy = static_cast<ztObject *>(ztBaseClass_table()->clone(object, target));
+  if (copy == nullptr) return nullptr;
+  copy->marks = 0;
+  copy->sender = nullptr;
+  copy->signals = static_cast<ztSignalMap *>(ztSignalMap_ctor(nullptr, 1));
+  const ztPropertyMap *properties = objectOf(object)->dynamicProperties;
+  copy->dynamicProperties = static_cast<ztPropertyMap *>(ztCopyObject(properties));
+  if (isMapComplete(copy->signals) && (properties == nullptr || copy->dynamicProperties != nullptr))
+    return copy;
+  release(copy->signals);
+  release(copy->dynamicProperties);
+  ztBaseClass_table()->destroy(copy);
+  return nullptr;
+}
+
+static void objectDestroy(void *object) {
+  auto *self = static_cast<ztObject *>(object);
+  // A slot of "destroyed" may release the emitter once more.
+  if (isDying(object)) return;
+  self->marks |= ztObjectDying;
+  tableOf(self->klass)->reserved = nullptr;
+  ztEmit(object, "destroyed", EmittedValue(reinterpret_cast<intptr_t>(object)));
+  ObjectWatch::objectDestroyed(object);
+  forgetReceiver(object);
+  release(self->signals);
+  release(self->dynamicProperties);
+  ztBaseClass_table()->destroy(object);
+}
+
+static void *objectGetSender(const void *object) {
+  return object == nullptr ? nullptr : objectOf(object)->sender;
+}
+
+static void objectFunctions(ztClassFunctions *functions) {
+  functions->classInit = objectClassInit;
+  functions->classDestroy = objectClassDestroy;
+}
+
+static void objectMethods(ztObjectMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, classInstanceCreate, objectClassInstanceCreate);
+  ZT_OVERRIDE_METHOD(methods, classInstanceDestroy, objectClassInstanceDestroy);
+  ZT_OVERRIDE_METHOD(methods, create, objectCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, objectClone);
+  ZT_OVERRIDE_METHOD(methods, destroy, objectDestroy);
+  ZT_OVERRIDE_METHOD(methods, printConnections, objectPrintConnections);
+  ZT_OVERRIDE_METHOD(methods, addSignal, objectAddSignal);
+  ZT_OVERRIDE_METHOD(methods, addSlot, objectAddSlot);
+  ZT_OVERRIDE_METHOD(methods, connect, objectConnect);
+  ZT_OVERRIDE_METHOD(methods, connectionExist, objectConnectionExist);
+  ZT_OVERRIDE_METHOD(methods, destroyed, objectDestroyed);
+  ZT_OVERRIDE_METHOD(methods, addProperty, objectAddProperty);
+  ZT_OVERRIDE_METHOD(methods, initProperties, objectInitProperties);
+  ZT_OVERRIDE_METHOD(methods, setProperty, objectSetProperty);
+  ZT_OVERRIDE_METHOD(methods, getProperty, objectGetProperty);
+  ZT_OVERRIDE_METHOD(methods, getProperties, objectGetProperties);
+  ZT_OVERRIDE_METHOD(methods, getStaticProperties, objectGetStaticProperties);
+  ZT_OVERRIDE_METHOD(methods, getDynamicProperties, objectGetDynamicProperties);
+  ZT_OVERRIDE_METHOD(methods, getSender, objectGetSender);
+}
+
+ZT_DEFINE_CLASS_FULL(ztObject, ztBaseClass, objectMethods, 1, ztClassFunctions, objectFunctions)

@@ -1,0 +1,117 @@
+/**
+ * @file ztobject.h
+ * ztObject: an object with properties, signals and slots.
+ *
+ * Properties have a name and a type. Static ones are declared once for a class, in its
+ * `initProperties`, and inherited; dynamic ones are made on one object when a name is set that its
+ * class does not know.
+ *
+ * Signals are delivered at once, inside the call that raises them, to the slots that were connected
+ * when it began. A slot may do anything meanwhile: connect and disconnect, emit, or release its
+ * receiver, the emitter and any other object; a slot that is disconnected or whose receiver is gone
+ * when its turn comes is not called.
+ */
+#ifndef ZT_OBJECTS_ZTOBJECT_H
+#define ZT_OBJECTS_ZTOBJECT_H
+
+#include "objects/ztproperty.h"
+#include "objects/ztsignal.h"
+
+/** Fields of ztObject. */
+#define ztObject_FIELDS                                     \
+  ztBaseClass_FIELDS                                        \
+  uint32_t marks;                   /* the library's own */ \
+  ztSignalMap *signals;             /* by name; owned */    \
+  ztPropertyMap *dynamicProperties; /* by name; owned */    \
+  void *sender;                     /* whose signal is being delivered to this object; or NULL */
+
+/**
+ * The methods of an object, in slot order. Two of the words are data of the class. Where a class
+ * descriptor comes first, the object's own is meant.
+ *
+ *  - `staticProperties`: the class's static properties by name; NULL until the class is registered.
+ *  - `printConnections`: writes the object's signals and their slots to a text file of that name.
+ *  - `addSignal`: adds a signal with that many arguments, 0 to 4. The signal, also when one of that
+ *    name is there already (its argument count stays); NULL on failure.
+ *  - `addSlot`: connects a receiver, a ztObject, and a function to a signal. 1; 0 when the two are
+ *    connected already, whatever the slot's name, and on failure. Unlike `connect`, this does not
+ *    watch for the death of either end.
+ *  - `connect`: adds the signal to the sender where it has none of that name, connects receiver and
+ *    function to it, and has each end forget the other when it is destroyed. As `addSlot`; 0 also
+ *    when one end is being destroyed.
+ *  - `connectionExist`: 1 when the object's signal of that name has a slot with that receiver and
+ *    function, else 0.
+ *  - `destroyed`: the slot behind that forgetting: drops every slot of the object that is aimed at the
+ *    dying object.
+ *  - `reserved`: NULL.
+ *  - `addProperty`: declares a static property of the class. 1; 0 when it has one of that name, when
+ *    the type is not known ("ztInt" stands for the registered "ztIntPropertyType"), and on failure.
+ *    The user word is kept with the property. The signal name is kept too, but changes are announced
+ *    under the name "prop->signalname".
+ *  - `initProperties`: declares the class's own static properties; runs after those of its ancestors
+ *    are in place. The result of the last declaration.
+ *  - `setProperty`: 1, or 0 when a new property cannot be made. An existing property takes its value
+ *    from the word itself (see ztProperty's `setValue`). A name that is not known makes a dynamic
+ *    property of the type, and then the word is the address of the initial value (of a ztString for
+ *    "ztString"; NULL for zero or the empty text).
+ *  - `getProperty`: reads a property into @c out, which is as wide as its kind. 1, or 0 when there is
+ *    none of that name, and @c out stays as it is. The type name is not looked at.
+ *  - `getProperties`, `getStaticProperties`, `getDynamicProperties`: fill a ztPropertyPtrArray with
+ *    the addresses of the object's properties in the order of their declaration, inherited ones first,
+ *    dynamic ones last. Valid until a property is added. 1, or 0 on failure.
+ *  - `getSender`: the object whose signal is being delivered to this one; NULL outside a delivery.
+ */
+#define ztObject_METHODS                                                                           \
+  ztBaseClass_METHODS                                                                              \
+  ztPropertyMap *staticProperties;                                                                 \
+  void (*printConnections)(ztClass * klass, void *object, const char *fileName);                   \
+  ztSignal *(*addSignal)(ztClass * klass, void *object, const char *name, uint32_t argumentCount); \
+  int32_t (*addSlot)(ztClass * klass, void *signal, void *receiver, const char *slotName,          \
+                     ztSlotFunction function);                                                     \
+  int32_t (*connect)(ztClass * klass, void *sender, const char *signalName, void *receiver,        \
+                     const char *slotName, ztSlotFunction function, uint32_t argumentCount);       \
+  int32_t (*connectionExist)(ztClass * klass, const void *object, const char *signalName,          \
+                             const void *receiver, ztSlotFunction function);                       \
+  void (*destroyed)(void *object, void *dying);                                                    \
+  void *reserved;                                                                                  \
+  int32_t (*addProperty)(ztClass * klass, const char *name, const char *typeName, ztGetter getter, \
+                         ztSetter setter, void *userWord, const char *signalName);                 \
+  int32_t (*initProperties)(ztClass * klass);                                                      \
+  int32_t (*setProperty)(void *object, const char *name, const char *typeName, ztWord value);      \
+  int32_t (*getProperty)(void *object, const char *name, const char *typeName, void *out);         \
+  int32_t (*getProperties)(const void *object, void *array);                                       \
+  int32_t (*getStaticProperties)(const void *object, void *array);                                 \
+  int32_t (*getDynamicProperties)(const void *object, void *array);                                \
+  void *(*getSender)(const void *object);
+
+/** An object with properties, signals and slots. */
+ZT_DECLARE_CLASS(ztObject)
+
+ZT_BEGIN_C
+
+/** Orders properties by their creation: compares the index fields of the two properties whose
+ *  addresses are stored at @p first and @p second. @return -1, 0 or 1 */
+ZT_API int32_t ztObject_propertiesSortFunc(const void *first, const void *second);
+
+/**
+ * Emits a signal of the object: calls every slot of it with @p first and as many zeros as the signal
+ * has further arguments. During a call the receiver's `getSender` gives the object.
+ * @return 1; 0 when the object has no signal of that name, when it is blocked or without slots, and
+ *         when memory is exhausted (then no slot was called)
+ */
+ZT_API int32_t ztObject_emit(void *object, const char *signalName, intptr_t first);
+
+/** As ztObject_emit(), with a double as the first argument. */
+ZT_API int32_t ztObject_emitDouble(void *object, const char *signalName, double first);
+
+/** Takes one connection away. @return 1, or 0 when there is no such connection */
+ZT_API int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver,
+                                   ztSlotFunction function);
+
+/** Blocks (not 0) or unblocks (0) every delivery of a signal. @return 1, or 0 when the object has no
+ *  signal of that name */
+ZT_API int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t blocked);
+
+ZT_END_C
+
+#endif

@@ -1,0 +1,61 @@
+// Emission of signals and the survival of what slots do, for the modules that raise signals.
+#ifndef ZT_OBJECTS_ZTOBJECT_HH
+#define ZT_OBJECTS_ZTOBJECT_HH
+
+#include "objects/ztobject.h"
+
+// What the field `marks` of a ztObject holds.
+enum : uint32_t {
+  ztObjectDying = 1,    // set from the beginning of the object's destruction on
+  ztObjectCloning = 2,  // set while a node's children are being cloned
+};
+
+// The first argument of an emission: a word, or a double, which is passed in another register.
+struct EmittedValue {
+  explicit EmittedValue(intptr_t value) : word(value), number(0), isNumber(false) {}
+  explicit EmittedValue(double value) : word(0), number(value), isNumber(true) {}
+  intptr_t word;
+  double number;
+  bool isNumber;
+};
+
+// Tells whether an object was destroyed meanwhile. Watches form a stack: they are local variables, and
+// the destruction of a ztObject looks through all of them. An object's reference count would not do,
+// since a count that comes back down to 1 destroys.
+class ObjectWatch {
+ public:
+  explicit ObjectWatch(const void *watched) : object(watched), outer(top) {
+    top = this;
+  }
+  ~ObjectWatch() {
+    top = outer;
+  }
+  ObjectWatch(const ObjectWatch &) = delete;
+  ObjectWatch &operator=(const ObjectWatch &) = delete;
+
+  bool isAlive() const {
+    return object != nullptr;
+  }
+  static void objectDestroyed(const void *dying) {
+    for (ObjectWatch *watch = top; watch != nullptr; watch = watch->outer) {
+      if (watch->object == dying) watch->object = nullptr;
+    }
+  }
+
+ private:
+  const void *object;  // NULL once it is destroyed
+  ObjectWatch *outer;
+  static ObjectWatch *top;
+};
+
+// Emits a signal of a ztObject; the result is that of ztObject_emit.
+int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value);
+
+// Announces a property change to the slots of "prop->signalname". Does nothing for an object that is
+// no ztObject.
+void ztNotifyPropertyChange(void *object, EmittedValue value);
+
+// Releases the static properties of every class; each class's are made again when they are needed.
+void ztReleaseStaticProperties();
+
+#endif

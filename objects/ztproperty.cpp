@@ -1,0 +1,242 @@
+#include "objects/ztproperty.h"
+
+#include "containers/ztcompare.hh"
+#include "containers/ztpointers.hh"
+#include "core/ztbasec.hh"
+#include "core/ztlayout.hh"
+#include "core/ztoop.hh"
+#include "core/zttext.hh"
+#include "objects/ztproperty.hh"
+#include "objects/ztstrmap.hh"
+
+ZT_PIN_CLASS(ztProperty, 184, 20);
+ZT_PIN_FIELD(ztProperty, index, 12);
+ZT_PIN_FIELD(ztProperty, type, 24);
+ZT_PIN_FIELD(ztProperty, signalName, 56);
+ZT_PIN_FIELD(ztProperty, ownerClassName, 64);
+ZT_PIN_FIELD(ztProperty, valueSize, 176);
+ZT_PIN_SLOT(ztProperty, setValue, 16);
+ZT_PIN_SLOT(ztProperty, isDynamic, 19);
+ZT_PIN_FUNCTION(ztProperty, registerNewType, 10);
+ZT_PIN_FUNCTION(ztProperty, getPropertyTypeClass, 11);
+
+// ztProperty --------------------------------------------------------------------------------------
+
+static const ztPropertyTypeMethods *operationsOf(const ztProperty *property) {
+  return static_cast<const ztPropertyTypeMethods *>(property->type->methodTable);
+}
+
+static void releaseString(ztString *&string) {
+  ztString *released = string;
+  string = nullptr;
+  if (released != nullptr) ztString_of(released)->unRef(released);
+}
+
+static int32_t propertyIsDynamic(const void *object) {
+  const auto *property = static_cast<const ztProperty *>(object);
+  return property->valuePointer != nullptr && property->valueSize != 0;
+}
+
+static int32_t propertyCreate(void *object) {
+  auto *property = static_cast<ztProperty *>(object);
+  property->name = nullptr;
+  property->signalName = nullptr;
+  property->type = nullptr;
+  property->getter.getInt = nullptr;
+  property->setter.setInt = nullptr;
+  property->userWord = nullptr;
+  property->index = 0;
+  ztCopyText(property->ownerClassName, "");
+  property->valuePointer = nullptr;
+  property->valueSize = 0;
+  if (!ztBaseClass_table()->create(object)) return 0;
+  property->name = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  property->signalName = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  return property->name != nullptr && property->signalName != nullptr;
+}
+
+static void propertyDestroy(void *object) {
+  auto *property = static_cast<ztProperty *>(object);
+  if (property->type != nullptr && propertyIsDynamic(object)) {
+    operationsOf(property)->freeDynamicProperty(property->type, property);
+  }
+  property->valuePointer = nullptr;
+  releaseString(property->name);
+  releaseString(property->signalName);
+  ztBaseClass_table()->destroy(object);
+}
+
+static void *propertyClone(const void *object, void *target) {
+  const auto *property = static_cast<const ztProperty *>(object);
+  auto *copy = static_cast<ztProperty *>(ztBaseClass_table()->clone(object, target));
+  if (copy == nullptr) return nullptr;
+  copy->valuePointer = nullptr;
+  copy->valueSize = 0;
+  copy->name = static_cast<ztString *>(ztCopyObject(property->name));
+  copy->signalName = static_cast<ztString *>(ztCopyObject(property->signalName));
+  bool complete = (property->name == nullptr || copy->name != nullptr) &&
+                  (property->signalName == nullptr || copy->signalName != nullptr);
+  if (complete && property->type != nullptr && propertyIsDynamic(object)) {
+    // Storage of a plain kind begins with its value, that of the string kind is the string: both are
+    // what a new property is given as its initial value.
+    complete = operationsOf(copy)->allocDynamicProperty(copy->type, copy, property->valuePointer) != nullptr;
+  }
+  if (complete) return copy;
+  releaseString(copy->name);
+  releaseString(copy->signalName);
+  ztBaseClass_table()->destroy(copy);
+  return nullptr;
+}
+
+static int32_t propertySetValue(void *object, void *owner, ztWord value) {
+  auto *property = static_cast<ztProperty *>(object);
+  if (property->type != nullptr) operationsOf(property)->setValue(property->type, property, owner, &value);
+  return 1;
+}
+
+static int32_t propertyGetValue(const void *object, void *owner, void *out) {
+  const auto *property = static_cast<const ztProperty *>(object);
+  if (property->type != nullptr) operationsOf(property)->getValue(property->type, property, owner, out);
+  return 1;
+}
+
+static const char *propertyGetType(const void *object) {
+  const auto *property = static_cast<const ztProperty *>(object);
+  return property->type == nullptr ? nullptr : operationsOf(property)->getType(property->type);
+}
+
+// The property types that declarations know --------------------------------------------------------
+
+static ztPropertyTypeMap *propertyTypes;
+
+static ztPropertyTypeMap *typeMap() {
+  if (propertyTypes == nullptr) {
+    propertyTypes = static_cast<ztPropertyTypeMap *>(ztPropertyTypeMap_ctor(nullptr, 1));
+  }
+  return propertyTypes;
+}
+
+void ztReleasePropertyTypes() {
+  ztPropertyTypeMap *released = propertyTypes;
+  propertyTypes = nullptr;
+  if (released != nullptr) ztPropertyTypeMap_of(released)->unRef(released);
+}
+
+static ztClass *propertyGetPropertyTypeClass(const void *, const char *typeClassName) {
+  return static_cast<ztClass *>(ztFindByName(propertyTypes, typeClassName));
+}
+
+static int32_t propertyRegisterNewType(const void *, const char *typeClassName) {
+  ztClass *known = propertyGetPropertyTypeClass(nullptr, typeClassName);
+  // A class that is registered later can still become known under its name.
+  ztClass *type = ztOOP_findClass(typeClassName);
+  if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 0;
+  const void *inserted = ztInsertByName(typeMap(), typeClassName, type);
+  return known == nullptr && inserted != nullptr;
+}
+
+static void propertyClassInit(ztClass *) {
+  ztOOP_ensureRegistered("ztPropertyType", ztPropertyType_ctor);
+  ztOOP_ensureRegistered("ztPropertyTypeMap", ztPropertyTypeMap_ctor);
+  typeMap();
+}
+
+static void propertyClassDestroy(void *) {
+  ztReleasePropertyTypes();
+}
+
+static void propertyFunctions(ztPropertyFunctions *functions) {
+  functions->classInit = propertyClassInit;
+  functions->classDestroy = propertyClassDestroy;
+  functions->registerNewType = propertyRegisterNewType;
+  functions->getPropertyTypeClass = propertyGetPropertyTypeClass;
+}
+
+static void propertyMethods(ztPropertyMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, propertyCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, propertyClone);
+  ZT_OVERRIDE_METHOD(methods, destroy, propertyDestroy);
+  ZT_OVERRIDE_METHOD(methods, setValue, propertySetValue);
+  ZT_OVERRIDE_METHOD(methods, getValue, propertyGetValue);
+  ZT_OVERRIDE_METHOD(methods, getType, propertyGetType);
+  ZT_OVERRIDE_METHOD(methods, isDynamic, propertyIsDynamic);
+}
+
+ZT_DEFINE_CLASS_FULL(ztProperty, ztBaseClass, propertyMethods, 1, ztPropertyFunctions, propertyFunctions)
+
+// The containers of properties --------------------------------------------------------------------
+
+static int32_t propertyMapCreate(void *object) {
+  if (!ztMap_table()->create(object)) return 0;
+  ztKeyByString(object, ztPropertyMap_compare_func);
+  const ztPropertyMapMethods *methods = ztPropertyMap_of(object);
+  methods->setValueConstructor(object, ztProperty_ctor);
+  methods->setValueSize(object, sizeof(ztProperty), 0);
+  methods->setValueCompareFunction(object, ztPropertyMap_compare_func);
+  return 1;
+}
+
+static void propertyMapMethods(ztPropertyMapMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, propertyMapCreate);
+}
+
+ZT_DEFINE_CLASS(ztPropertyMap, ztMap, propertyMapMethods)
+
+static int32_t propertyPtrArrayCreate(void *object) {
+  if (!ztArray_table()->create(object)) return 0;
+  ztKeepPointers(object, ztPropertyPtrArray_compare_func, ztPropertyPtrArray_compare_func_ptr);
+  return 1;
+}
+
+static void propertyPtrArrayMethods(ztPropertyPtrArrayMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, propertyPtrArrayCreate);
+}
+
+ZT_DEFINE_CLASS(ztPropertyPtrArray, ztArray, propertyPtrArrayMethods)
+
+static int32_t propertyTypeMapCreate(void *object) {
+  if (!ztMap_table()->create(object)) return 0;
+  ztKeyByString(object, ztPropertyTypeMap_key_compare_func);
+  const ztPropertyTypeMapMethods *methods = ztPropertyTypeMap_of(object);
+  methods->setValueSize(object, sizeof(void *), 1);
+  methods->setValueCompareFunction(object, ztPropertyTypeMap_value_compare_func_ptr);
+  return 1;
+}
+
+static void propertyTypeMapMethods(ztPropertyTypeMapMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, propertyTypeMapCreate);
+}
+
+ZT_DEFINE_CLASS(ztPropertyTypeMap, ztMap, propertyTypeMapMethods)
+
+int32_t ztPropertyMap_compare_func(const void *first, const void *second) {
+  return ztCompareStrings(first, second);
+}
+
+int32_t ztPropertyMap_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareStrings(first, second);
+}
+
+int32_t ztPropertyPtrArray_compare_func(const void *first, const void *second) {
+  return ztCompareAt<uintptr_t>(first, second);
+}
+
+int32_t ztPropertyPtrArray_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareWords<uintptr_t>(first, second);
+}
+
+int32_t ztPropertyTypeMap_key_compare_func(const void *first, const void *second) {
+  return ztCompareStrings(first, second);
+}
+
+int32_t ztPropertyTypeMap_key_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareStrings(first, second);
+}
+
+int32_t ztPropertyTypeMap_value_compare_func(const void *first, const void *second) {
+  return ztCompareAt<uintptr_t>(first, second);
+}
+
+int32_t ztPropertyTypeMap_value_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareWords<uintptr_t>(first, second);
+}

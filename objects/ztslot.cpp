@@ -1,0 +1,90 @@
+#include "objects/ztslot.h"
+
+#include "containers/ztcompare.hh"
+#include "core/ztbasec.hh"
+#include "core/ztlayout.hh"
+
+ZT_PIN_CLASS(ztSlot, 40, 16);
+ZT_PIN_FIELD(ztSlot, name, 16);
+ZT_PIN_FIELD(ztSlot, receiver, 24);
+ZT_PIN_FIELD(ztSlot, function, 32);
+
+static int32_t slotCreate(void *object) {
+  auto *slot = static_cast<ztSlot *>(object);
+  slot->name = nullptr;
+  slot->receiver = nullptr;
+  slot->function.call0 = nullptr;
+  if (!ztBaseClass_table()->create(object)) return 0;
+  slot->name = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  return slot->name != nullptr;
+}
+
+static void *slotClone(const void *object, void *target) {
+  auto *copy = static_cast<ztSlot *>(ztBaseClass_table()->clone(object, target));
+  if (copy == nullptr) return nullptr;
+  const ztString *name = static_cast<const ztSlot *>(object)->name;
+  copy->name = static_cast<ztString *>(ztCopyObject(name));
+  if (copy->name != nullptr || name == nullptr) return copy;
+  ztBaseClass_table()->destroy(copy);
+  return nullptr;
+}
+
+static int32_t slotAssign(void *object, const void *other) {
+  return ztBaseClass_table()->assign(object, other);
+}
+
+static void slotDestroy(void *object) {
+  auto *slot = static_cast<ztSlot *>(object);
+  ztString *name = slot->name;
+  slot->name = nullptr;
+  if (name != nullptr) ztString_of(name)->unRef(name);
+  ztBaseClass_table()->destroy(object);
+}
+
+static void slotMethods(ztSlotMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, slotCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, slotClone);
+  ZT_OVERRIDE_METHOD(methods, assign, slotAssign);
+  ZT_OVERRIDE_METHOD(methods, destroy, slotDestroy);
+}
+
+ZT_DEFINE_CLASS(ztSlot, ztBaseClass, slotMethods)
+
+static int32_t slotMapCreate(void *object) {
+  if (!ztMap_table()->create(object)) return 0;
+  const ztSlotMapMethods *methods = ztSlotMap_of(object);
+  methods->setKeySize(object, sizeof(void *), 1);
+  methods->setCompareFunction(object, ztSlotMap_key_compare_func_ptr);
+  methods->setValueConstructor(object, ztSlot_ctor);
+  methods->setValueSize(object, sizeof(ztSlot), 0);
+  methods->setValueCompareFunction(object, ztSlotMap_value_compare_func);
+  return 1;
+}
+
+static void slotMapMethods(ztSlotMapMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, slotMapCreate);
+}
+
+ZT_DEFINE_CLASS(ztSlotMap, ztMap, slotMapMethods)
+
+int32_t ztSlotMap_key_compare_func(const void *first, const void *second) {
+  return ztCompareAt<uintptr_t>(first, second);
+}
+
+int32_t ztSlotMap_key_compare_func_ptr(const void *first, const void *second) {
+  return ztCompareWords<uintptr_t>(first, second);
+}
+
+int32_t ztSlotMap_value_compare_func(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return (first != nullptr) - (second != nullptr);
+  const auto *one = static_cast<const ztSlot *>(first);
+  const auto *other = static_cast<const ztSlot *>(second);
+  if (one->receiver != other->receiver) {
+    return ztCompareWords<uintptr_t>(one->receiver, other->receiver);
+  }
+  return ztCompareAt<uintptr_t>(&one->function, &other->function);
+}
+
+int32_t ztSlotMap_value_compare_func_ptr(const void *first, const void *second) {
+  return ztSlotMap_value_compare_func(first, second);
+}

@@ -1,0 +1,34 @@
+// What the maps that are keyed by name have in common.
+#ifndef ZT_OBJECTS_ZTSTRMAP_HH
+#define ZT_OBJECTS_ZTSTRMAP_HH
+
+#include "containers/ztmap.h"
+#include "io/ztstring.hh"
+
+// Has the map keep its keys as strings of its own.
+inline void ztKeyByString(void *map, ztCompareFunc compare) {
+  const ztMapMethods *methods = ztMap_of(map);
+  methods->setKeyConstructor(map, ztString_ctor);
+  methods->setKeySize(map, sizeof(ztString), 0);
+  methods->setCompareFunction(map, compare);
+}
+
+// The stored value under a name; NULL when there is none, or no map.
+inline void *ztFindByName(const void *map, const char *name) {
+  if (map == nullptr || name == nullptr) return nullptr;
+  StringView key(name);
+  return ztMap_of(map)->findValue(map, key.get());
+}
+
+// Inserts copies of the name and the value. The stored value; NULL when the name is there already or
+// memory is exhausted.
+inline void *ztInsertByName(void *map, const char *name, const void *value) {
+  if (map == nullptr || name == nullptr) return nullptr;
+  ztString *key = ztNewString(name);
+  if (key == nullptr) return nullptr;
+  const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key, value));
+  ztString_of(key)->unRef(key);
+  return item == nullptr ? nullptr : item->value;
+}
+
+#endif
