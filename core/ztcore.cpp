@@ -31,11 +31,13 @@
 #include "io/ztstring.h"
 #include "io/ztstring.hh"
 #include "io/zttxtfile.h"
+#include "objects/ztlink.h"
 #include "objects/ztobject.h"
 #include "objects/ztobject.hh"
 #include "objects/ztproperty.h"
 #include "objects/ztproperty.hh"
 #include "objects/ztproptype.h"
+#include "objects/ztroot.h"
 #include "objects/ztsignal.h"
 #include "objects/ztslot.h"
 #include "support/ztalloc.h"
@@ -51,6 +53,8 @@ struct LibraryClass {
 
 }  // namespace
 
+// One class a line.
+// clang-format off
 // One class a line.
 // clang-format off
 // One class a line.
@@ -147,8 +151,8 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztCharArray),
     CLASS(ztIntArray),
     CLASS(ztFloatArray),
-    PENDING(ztRoot),
-    PENDING(ztRootPtrList),
+    CLASS(ztRoot),
+    CLASS(ztRootPtrList),
     CLASS(ztSequenceContainer),
     CLASS(ztBaseClass),
     CLASS(ztPtrList),
@@ -181,8 +185,8 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztSlotMap),
     CLASS(ztArray),
     CLASS(ztQueue),
-    PENDING(ztLink),
-    PENDING(ztLinkArray),
+    CLASS(ztLink),
+    CLASS(ztLinkArray),
     CLASS(ztIterator),
     CLASS(ztPtrQueue),
     PENDING(ztTag),

@@ -1,0 +1,68 @@
+#include "objects/ztlink.h"
+
+#include "core/ztlayout.hh"
+#include "io/ztfile.h"
+
+ZT_PIN_CLASS(ztLink, 32, 16);
+ZT_PIN_FIELD(ztLink, target, 16);
+ZT_PIN_FIELD(ztLink, targetId, 24);
+ZT_PIN_CLASS(ztLinkArray, 80, 42);
+
+static int32_t linkCreate(void *object) {
+  if (!ztBaseClass_table()->create(object)) return 0;
+  auto *link = static_cast<ztLink *>(object);
+  link->target = nullptr;
+  link->targetId = -1;
+  return 1;
+}
+
+static void *linkClone(const void *object, void *target) {
+  auto *copy = static_cast<ztLink *>(ztBaseClass_table()->clone(object, target));
+  if (copy != nullptr) copy->target = nullptr;
+  return copy;
+}
+
+static int32_t linkWrite(const void *object, void *file) {
+  if (file == nullptr || !ztBaseClass_table()->write(object, file)) return 0;
+  return ztFile_of(file)->writeInt(file, static_cast<const ztLink *>(object)->targetId) != 0;
+}
+
+static int32_t linkRead(void *object, void *file) {
+  if (file == nullptr || !ztBaseClass_table()->read(object, file)) return 0;
+  return ztFile_of(file)->readInt(file, &static_cast<ztLink *>(object)->targetId) != 0;
+}
+
+static void linkMethods(ztLinkMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, linkCreate);
+  ZT_OVERRIDE_METHOD(methods, clone, linkClone);
+  ZT_OVERRIDE_METHOD(methods, read, linkRead);
+  ZT_OVERRIDE_METHOD(methods, write, linkWrite);
+}
+
+ZT_DEFINE_CLASS(ztLink, ztBaseClass, linkMethods)
+
+int32_t ztLinkArray_compare_func(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return (first != nullptr) - (second != nullptr);
+  const ztLinkMethods *methods = ztLink_of(first);
+  if (methods->isEqual(first, second)) return 0;
+  return methods->isMajor(first, second) ? 1 : -1;
+}
+
+int32_t ztLinkArray_compare_func_ptr(const void *first, const void *second) {
+  return ztLinkArray_compare_func(first, second);
+}
+
+static int32_t linkArrayCreate(void *object) {
+  if (!ztArray_table()->create(object)) return 0;
+  const ztLinkArrayMethods *methods = ztLinkArray_of(object);
+  methods->setElementConstructor(object, ztLink_ctor);
+  methods->setElementSize(object, sizeof(ztLink), 0);
+  methods->setCompareFunction(object, ztLinkArray_compare_func);
+  return 1;
+}
+
+static void linkArrayMethods(ztLinkArrayMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, linkArrayCreate);
+}
+
+ZT_DEFINE_CLASS(ztLinkArray, ztArray, linkArrayMethods)
