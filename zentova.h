@@ -36,6 +36,8 @@
 #include "io/ztfile.h"
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
+#include "objects/ztbasemodel.h"
+#include "objects/ztbaseview.h"
 #include "objects/ztlink.h"
 #include "objects/ztobject.h"
 #include "objects/ztproperty.h"

@@ -31,6 +31,8 @@
 #include "io/ztstring.h"
 #include "io/ztstring.hh"
 #include "io/zttxtfile.h"
+#include "objects/ztbasemodel.h"
+#include "objects/ztbaseview.h"
 #include "objects/ztlink.h"
 #include "objects/ztobject.h"
 #include "objects/ztobject.hh"
@@ -53,6 +55,8 @@ struct LibraryClass {
 
 }  // namespace
 
+// One class a line.
+// clang-format off
 // One class a line.
 // clang-format off
 // One class a line.
@@ -158,12 +162,12 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztPtrList),
     CLASS(ztIntList),
     CLASS(ztStringList),
-    PENDING(ztBaseView),
+    CLASS(ztBaseView),
     CLASS(ztSignal),
     CLASS(ztSignalMap),
     CLASS(ztContainerItem),
     CLASS(ztHashTable),
-    PENDING(ztBaseModel),
+    CLASS(ztBaseModel),
     CLASS(ztProperty),
     CLASS(ztPropertyTypeMap),
     CLASS(ztPropertyMap),

@@ -1,0 +1,19 @@
+/**
+ * @file ztbasemodel.h
+ * ztBaseModel, the base of a host's models: a ztObject that can be told from other objects by its class.
+ */
+#ifndef ZT_OBJECTS_ZTBASEMODEL_H
+#define ZT_OBJECTS_ZTBASEMODEL_H
+
+#include "objects/ztobject.h"
+
+/** ztBaseModel adds no fields. */
+#define ztBaseModel_FIELDS ztObject_FIELDS
+
+/** ztBaseModel adds no methods. */
+#define ztBaseModel_METHODS ztObject_METHODS
+
+/** The base of models. */
+ZT_DECLARE_CLASS(ztBaseModel)
+
+#endif

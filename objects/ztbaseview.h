@@ -1,0 +1,19 @@
+/**
+ * @file ztbaseview.h
+ * ztBaseView, the base of a host's views: a ztObject that can be told from other objects by its class.
+ */
+#ifndef ZT_OBJECTS_ZTBASEVIEW_H
+#define ZT_OBJECTS_ZTBASEVIEW_H
+
+#include "objects/ztobject.h"
+
+/** ztBaseView adds no fields. */
+#define ztBaseView_FIELDS ztObject_FIELDS
+
+/** ztBaseView adds no methods. */
+#define ztBaseView_METHODS ztObject_METHODS
+
+/** The base of views. */
+ZT_DECLARE_CLASS(ztBaseView)
+
+#endif
