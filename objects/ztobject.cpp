@@ -118,7 +118,7 @@ static ztPropertyMap *staticMapOf(ztClass *klass) {
 }
 
 static void objectClassInstanceCreate(ztClass *klass) {
-  buildStaticMap(klass);
+  if (klass != nullptr) buildStaticMap(klass);
 }
 
 static void objectClassInstanceDestroy(ztClass *klass) {
@@ -175,6 +175,7 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
 }
 
 static int32_t objectInitProperties(ztClass *klass) {
+  if (klass == nullptr) return 0;
   const ztObjectMethods *methods = tableOf(klass);
   ztGetter getter;
   getter.getInt = methods->getRefCount;
@@ -705,6 +706,7 @@ static bool isMapComplete(const void *map) {
 
 static int32_t objectCreate(void *object) {
   auto *self = static_cast<ztObject *>(object);
+  if (self == nullptr) return 0;
   self->marks = 0;
   self->signals = nullptr;
   self->dynamicProperties = nullptr;
@@ -734,7 +736,7 @@ static void *objectClone(const void *object, void *target) {
 static void objectDestroy(void *object) {
   auto *self = static_cast<ztObject *>(object);
   // A slot of "destroyed" may release the emitter once more.
-  if (isDying(object)) return;
+  if (self == nullptr || isDying(object)) return;
   self->marks |= ztObjectDying;
   tableOf(self->klass)->reserved = nullptr;
   ztEmit(object, "destroyed", EmittedValue(reinterpret_cast<intptr_t>(object)));

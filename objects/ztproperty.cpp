@@ -34,11 +34,12 @@ static void releaseString(ztString *&string) {
 
 static int32_t propertyIsDynamic(const void *object) {
   const auto *property = static_cast<const ztProperty *>(object);
-  return property->valuePointer != nullptr && property->valueSize != 0;
+  return property != nullptr && property->valuePointer != nullptr && property->valueSize != 0;
 }
 
 static int32_t propertyCreate(void *object) {
   auto *property = static_cast<ztProperty *>(object);
+  if (property == nullptr) return 0;
   property->name = nullptr;
   property->signalName = nullptr;
   property->type = nullptr;
@@ -57,6 +58,7 @@ static int32_t propertyCreate(void *object) {
 
 static void propertyDestroy(void *object) {
   auto *property = static_cast<ztProperty *>(object);
+  if (property == nullptr) return;
   if (property->type != nullptr && propertyIsDynamic(object)) {
     operationsOf(property)->freeDynamicProperty(property->type, property);
   }
@@ -90,19 +92,22 @@ static void *propertyClone(const void *object, void *target) {
 
 static int32_t propertySetValue(void *object, void *owner, ztWord value) {
   auto *property = static_cast<ztProperty *>(object);
+  if (property == nullptr) return 0;
   if (property->type != nullptr) operationsOf(property)->setValue(property->type, property, owner, &value);
   return 1;
 }
 
 static int32_t propertyGetValue(const void *object, void *owner, void *out) {
   const auto *property = static_cast<const ztProperty *>(object);
+  if (property == nullptr) return 0;
   if (property->type != nullptr) operationsOf(property)->getValue(property->type, property, owner, out);
   return 1;
 }
 
 static const char *propertyGetType(const void *object) {
   const auto *property = static_cast<const ztProperty *>(object);
-  return property->type == nullptr ? nullptr : operationsOf(property)->getType(property->type);
+  if (property == nullptr || property->type == nullptr) return nullptr;
+  return operationsOf(property)->getType(property->type);
 }
 
 // The property types that declarations know --------------------------------------------------------

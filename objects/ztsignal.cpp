@@ -21,6 +21,7 @@ static void releaseParts(ztSignal *signal) {
 
 static int32_t signalCreate(void *object) {
   auto *signal = static_cast<ztSignal *>(object);
+  if (signal == nullptr) return 0;
   signal->name = nullptr;
   signal->slots = nullptr;
   signal->argumentCount = 0;
@@ -51,6 +52,7 @@ static int32_t signalAssign(void *object, const void *other) {
 }
 
 static void signalDestroy(void *object) {
+  if (object == nullptr) return;
   releaseParts(static_cast<ztSignal *>(object));
   ztBaseClass_table()->destroy(object);
 }

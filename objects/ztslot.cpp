@@ -11,6 +11,7 @@ ZT_PIN_FIELD(ztSlot, function, 32);
 
 static int32_t slotCreate(void *object) {
   auto *slot = static_cast<ztSlot *>(object);
+  if (slot == nullptr) return 0;
   slot->name = nullptr;
   slot->receiver = nullptr;
   slot->function.call0 = nullptr;
@@ -35,6 +36,7 @@ static int32_t slotAssign(void *object, const void *other) {
 
 static void slotDestroy(void *object) {
   auto *slot = static_cast<ztSlot *>(object);
+  if (slot == nullptr) return;
   ztString *name = slot->name;
   slot->name = nullptr;
   if (name != nullptr) ztString_of(name)->unRef(name);
