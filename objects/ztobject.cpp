@@ -610,6 +610,7 @@ static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
 static int32_t objectConnect(ztClass *klass, void *sender, const char *signalName, void *receiver,
                              const char *slotName, ztSlotFunction function, uint32_t argumentCount) {
   if (klass == nullptr || sender == nullptr || signalName == nullptr || receiver == nullptr) return 0;
+  if (function.call0 == nullptr) return 0;
   if (isDying(sender) || isDying(receiver)) return 0;
   if (sender != receiver &&
       (!watchDestruction(klass, receiver, sender) || !watchDestruction(klass, sender, receiver))) {
