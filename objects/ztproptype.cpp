@@ -201,11 +201,16 @@ struct StringOperations {
     auto *property = static_cast<ztProperty *>(object);
     if (property == nullptr) return nullptr;
     property->valueSize = 0;
-    property->valuePointer = ztNewString("");
-    if (property->valuePointer == nullptr) return nullptr;
+    property->valuePointer = nullptr;
+    ztString *string = ztNewString("");
+    if (string == nullptr) return nullptr;
+    if (initial != nullptr && !ztString_of(string)->assign(string, initial)) {
+      ztString_of(string)->unRef(string);
+      return nullptr;
+    }
+    property->valuePointer = string;
     property->valueSize = sizeof(ztString);
-    if (initial != nullptr) ztString_of(property->valuePointer)->assign(property->valuePointer, initial);
-    return property->valuePointer;
+    return string;
   }
 
   // Leaves the pointer: a size of 0 alone tells that there is no string any more.
