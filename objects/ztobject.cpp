@@ -193,6 +193,8 @@ static int32_t createProperty(ztObject *object, const char *name, const char *ty
   if (type == nullptr || object->dynamicProperties == nullptr) return 0;
   const int32_t index = sizeOfMap(staticMapOf(object->klass)) + sizeOfMap(object->dynamicProperties);
   const auto *operations = static_cast<const ztPropertyTypeMethods *>(type->methodTable);
+  // Not every type of a host's needs to have storage.
+  if (operations->allocDynamicProperty == nullptr) return 0;
   ztProperty property;
   const bool added = beginProperty(&property, name, type, index, object->klass->name) &&
                      operations->allocDynamicProperty(type, &property, initial) != nullptr &&

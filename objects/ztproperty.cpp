@@ -107,7 +107,8 @@ static int32_t propertyGetValue(const void *object, void *owner, void *out) {
 static const char *propertyGetType(const void *object) {
   const auto *property = static_cast<const ztProperty *>(object);
   if (property == nullptr || property->type == nullptr) return nullptr;
-  return operationsOf(property)->getType(property->type);
+  const ztPropertyTypeMethods *operations = operationsOf(property);
+  return operations->getType == nullptr ? nullptr : operations->getType(property->type);
 }
 
 // The property types that declarations know --------------------------------------------------------
