@@ -533,16 +533,14 @@ int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
   return 1;
 }
 
-// Properties of one object can be set on behalf of anything; only a ztObject has signals.
-static bool isObject(const void *object) {
-  for (const ztClass *klass = ztOOP_classOf(object); klass != nullptr; klass = klass->parent) {
-    if (klass == ztObjectClass_Instance()) return true;
-  }
-  return false;
+void *ztEmitterOf(void *object) {
+  const ztClass *klass = object == nullptr ? nullptr : ztOOP_classOf(object);
+  while (klass != nullptr && klass != ztObjectClass_Instance()) klass = klass->parent;
+  return klass == nullptr ? nullptr : object;
 }
 
 void ztNotifyPropertyChange(void *object, EmittedValue value) {
-  if (object != nullptr && isObject(object)) ztEmit(object, "prop->signalname", value);
+  ztEmit(object, "prop->signalname", value);
 }
 
 int32_t ztObject_emit(void *object, const char *signalName, intptr_t first) {

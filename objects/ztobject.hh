@@ -51,8 +51,11 @@ class ObjectWatch {
 // Emits a signal of a ztObject; the result is that of ztObject_emit.
 int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value);
 
-// Announces a property change to the slots of "prop->signalname". Does nothing for an object that is
-// no ztObject.
+// The object itself when it is a ztObject, and so has signals; else NULL. A property can be set on
+// behalf of anything.
+void *ztEmitterOf(void *object);
+
+// Announces a property change to the slots of the ztObject's signal "prop->signalname".
 void ztNotifyPropertyChange(void *object, EmittedValue value);
 
 // Releases the static properties of every class; each class's are made again when they are needed.

@@ -129,13 +129,13 @@ struct PlainOperations {
     Value value;
     memcpy(&value, word, sizeof value);
     // A setter may destroy the object, and the property with it.
-    ObjectWatch watch(owner);
+    ObjectWatch emitter(ztEmitterOf(owner));
     if (property->setter.setInt != nullptr) {
       K::set(property, owner, value);
     } else if (property->valuePointer != nullptr) {
       memcpy(property->valuePointer, &value, sizeof value);
     }
-    if (watch.isAlive()) K::notify(owner, value);
+    if (emitter.isAlive()) K::notify(owner, value);
     return K::wordOf(value);
   }
 
@@ -186,14 +186,14 @@ struct StringOperations {
     if (property == nullptr || word == nullptr) return 0;
     void *source;
     memcpy(&source, word, sizeof source);
-    ObjectWatch watch(owner);
+    ObjectWatch emitter(ztEmitterOf(owner));
     if (property->setter.setString != nullptr) {
       property->setter.setString(owner, &source);
     } else if (property->valueSize != 0 && property->valuePointer != nullptr && source != nullptr) {
       ztString_of(property->valuePointer)->assign(property->valuePointer, source);
     }
     const ztWord value = reinterpret_cast<ztWord>(source);
-    if (watch.isAlive()) ztNotifyPropertyChange(owner, EmittedValue(value));
+    if (emitter.isAlive()) ztNotifyPropertyChange(owner, EmittedValue(value));
     return value;
   }
 
