@@ -348,14 +348,12 @@ static ztMapItem *findSlot(const ztSlotMap *slots, const void *receiver, ztSlotF
   return nullptr;
 }
 
-// Counts slots that were taken away, so that a delivery can tell whether it has to look again.
-static uint32_t removals;
-
 static void removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // Items move when one is removed, so each is looked up anew.
-  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) ++removals;
+  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
+  }
 }
 
 // Moves the slot of the current item into the item `last`, and those on the way one place back.
@@ -391,7 +389,6 @@ static void removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *
     moveEarlier(walk, unwanted);
   }
   ztSlotMap_of(slots)->pop(slots, receiver);
-  ++removals;
 }
 
 // Delivery ----------------------------------------------------------------------------------------
@@ -405,8 +402,10 @@ struct PendingSlot {
   ztSlotFunction function;
 };
 
-// One emission under way: the slots that were connected when it began. Deliveries nest as calls do.
+// One emission under way: the slots that were connected when it began. They are copies, since the map
+// changes under the hands of its slots. Deliveries nest as calls do.
 struct Delivery {
+  const ztSignal *signal;  // NULL once it is destroyed, with its object or without
   PendingSlot *slots;
   int32_t count;
   Delivery *outer;
@@ -415,6 +414,17 @@ struct Delivery {
 }  // namespace
 
 static Delivery *deliveries;
+static uint32_t removals;  // raised whenever a slot was taken out of any map
+
+void ztSlotRemoved() {
+  ++removals;
+}
+
+void ztSignalDestroyed(const void *signal) {
+  for (Delivery *delivery = deliveries; delivery != nullptr; delivery = delivery->outer) {
+    if (delivery->signal == signal) delivery->signal = nullptr;
+  }
+}
 
 static void forgetReceiver(const void *dying) {
   for (Delivery *delivery = deliveries; delivery != nullptr; delivery = delivery->outer) {
@@ -479,32 +489,27 @@ static void callWithNumber(const PendingSlot &slot, uint32_t argumentCount, doub
   }
 }
 
-static void deliver(void *emitter, const PendingSlot &slot, uint32_t argumentCount,
+static void deliver(void *emitter, const PendingSlot &pending, uint32_t argumentCount,
                     const EmittedValue &value) {
+  const PendingSlot slot = pending;
   auto *receiver = static_cast<ztObject *>(slot.receiver);
-  ObjectWatch watch(receiver);
   receiver->sender = emitter;
   if (value.isNumber) {
     callWithNumber(slot, argumentCount, value.number);
   } else {
     callWithWord(slot, argumentCount, value.word);
   }
-  if (watch.isAlive()) receiver->sender = nullptr;
+  if (pending.receiver != nullptr) receiver->sender = nullptr;
 }
 
-// The pending slots are copies: the map changes under the hands of its slots. While the emitter lives
-// its signals do too, so `signal` stays valid as long as the watch says.
-static void deliverAll(void *emitter, const ztSignal *signal, const Delivery &delivery,
-                       const EmittedValue &value) {
-  const uint32_t argumentCount = signal->argumentCount & 0xff;
+static void deliverAll(void *emitter, const Delivery &delivery, const EmittedValue &value) {
+  const uint32_t argumentCount = delivery.signal->argumentCount & 0xff;
   const uint32_t removalsBefore = removals;
-  ObjectWatch watch(emitter);
-  for (int32_t i = 0; i < delivery.count && watch.isAlive(); ++i) {
-    const PendingSlot slot = delivery.slots[i];
+  for (int32_t i = 0; i < delivery.count && delivery.signal != nullptr; ++i) {
+    const PendingSlot &slot = delivery.slots[i];
     if (slot.receiver == nullptr) continue;
-    if (removals != removalsBefore && findSlot(signal->slots, slot.receiver, slot.function) == nullptr) {
-      continue;
-    }
+    const bool mayBeGone = removals != removalsBefore;
+    if (mayBeGone && findSlot(delivery.signal->slots, slot.receiver, slot.function) == nullptr) continue;
     deliver(emitter, slot, argumentCount, value);
   }
 }
@@ -525,9 +530,9 @@ int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
   }
   collectSlots(signal->slots, pending);
 
-  Delivery delivery = {pending, count, deliveries};
+  Delivery delivery = {signal, pending, count, deliveries};
   deliveries = &delivery;
-  deliverAll(emitter, signal, delivery, value);
+  deliverAll(emitter, delivery, value);
   deliveries = delivery.outer;
   if (pending != few) ztm_free(pending);
   return 1;

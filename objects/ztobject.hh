@@ -48,6 +48,10 @@ class ObjectWatch {
   static ObjectWatch *top;
 };
 
+// Told by slot maps and signals, so that the deliveries under way know what became of theirs.
+void ztSlotRemoved();
+void ztSignalDestroyed(const void *signal);
+
 // Emits a signal of a ztObject; the result is that of ztObject_emit.
 int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value);
 

@@ -2,6 +2,7 @@
 
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "objects/ztobject.hh"
 #include "objects/ztstrmap.hh"
 
 ZT_PIN_CLASS(ztSignal, 40, 16);
@@ -53,6 +54,7 @@ static int32_t signalAssign(void *object, const void *other) {
 
 static void signalDestroy(void *object) {
   if (object == nullptr) return;
+  ztSignalDestroyed(object);
   releaseParts(static_cast<ztSignal *>(object));
   ztBaseClass_table()->destroy(object);
 }

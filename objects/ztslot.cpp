@@ -3,6 +3,7 @@
 #include "containers/ztcompare.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "objects/ztobject.hh"
 
 ZT_PIN_CLASS(ztSlot, 40, 16);
 ZT_PIN_FIELD(ztSlot, name, 16);
@@ -63,8 +64,15 @@ static int32_t slotMapCreate(void *object) {
   return 1;
 }
 
+// Hosts may take slots out of a signal's map themselves, also during a delivery.
+static void slotMapDeleteItem(void *object, void *item) {
+  ztMap_table()->deleteItem(object, item);
+  ztSlotRemoved();
+}
+
 static void slotMapMethods(ztSlotMapMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, slotMapCreate);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, slotMapDeleteItem);
 }
 
 ZT_DEFINE_CLASS(ztSlotMap, ztMap, slotMapMethods)
