@@ -445,11 +445,15 @@ static void collectSlots(const ztSlotMap *slots, PendingSlot *pending) {
   methods->destroy(&walk);
 }
 
+constexpr uint32_t mostArguments = 4;
+
+static uint32_t argumentCountOf(const ztSignal *signal) {
+  return signal->argumentCount & 0xff;
+}
+
 static void callWithWord(const PendingSlot &slot, uint32_t argumentCount, intptr_t first) {
   switch (argumentCount) {
-    case 0:
-      slot.function.call0(slot.receiver);
-      break;
+    case 0:  // ignored by what takes no argument, but needed by the slots of `connect` on "destroyed"
     case 1:
       slot.function.call1(slot.receiver, first);
       break;
@@ -459,7 +463,7 @@ static void callWithWord(const PendingSlot &slot, uint32_t argumentCount, intptr
     case 3:
       slot.function.call3(slot.receiver, first, 0, 0);
       break;
-    case 4:
+    case mostArguments:
       slot.function.call4(slot.receiver, first, 0, 0, 0);
       break;
     default:
@@ -481,7 +485,7 @@ static void callWithNumber(const PendingSlot &slot, uint32_t argumentCount, doub
     case 3:
       slot.function.number3(slot.receiver, first, 0, 0);
       break;
-    case 4:
+    case mostArguments:
       slot.function.number4(slot.receiver, first, 0, 0, 0);
       break;
     default:
@@ -503,7 +507,7 @@ static void deliver(void *emitter, const PendingSlot &pending, uint32_t argument
 }
 
 static void deliverAll(void *emitter, const Delivery &delivery, const EmittedValue &value) {
-  const uint32_t argumentCount = delivery.signal->argumentCount & 0xff;
+  const uint32_t argumentCount = argumentCountOf(delivery.signal);
   const uint32_t removalsBefore = removals;
   for (int32_t i = 0; i < delivery.count && delivery.signal != nullptr; ++i) {
     const PendingSlot &slot = delivery.slots[i];
@@ -644,6 +648,23 @@ static void objectDestroyed(void *object, void *dying) {
   methods->destroy(&walk);
 }
 
+// Tells every peer that the object goes. Where the signal does not reach them (it is blocked, was made
+// with too many arguments, or memory is exhausted), they forget the object all the same.
+static void announceDestruction(void *object) {
+  const int32_t emitted = ztEmit(object, "destroyed", EmittedValue(reinterpret_cast<intptr_t>(object)));
+  const ztSignal *destroyed = findSignal(object, "destroyed");
+  if (destroyed == nullptr || (emitted && argumentCountOf(destroyed) <= mostArguments)) return;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, destroyed->slots));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    void *peer = slotOf(item)->receiver;
+    if (slotOf(item)->function.object1 == ztObject_of(peer)->destroyed) objectDestroyed(peer, object);
+  }
+  methods->destroy(&walk);
+}
+
 int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver, ztSlotFunction function) {
   const ztSignal *signal = findSignal(sender, signalName);
   if (signal == nullptr) return 0;
@@ -745,7 +766,7 @@ static void objectDestroy(void *object) {
   if (self == nullptr || isDying(object)) return;
   self->marks |= ztObjectDying;
   tableOf(self->klass)->reserved = nullptr;
-  ztEmit(object, "destroyed", EmittedValue(reinterpret_cast<intptr_t>(object)));
+  announceDestruction(object);
   ObjectWatch::objectDestroyed(object);
   forgetReceiver(object);
   release(self->signals);
