@@ -141,6 +141,8 @@ struct LibraryClass {
 // clang-format off
 // One class a line.
 // clang-format off
+// One class a line.
+// clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
 #define PROPERTY_TYPE(C, freeName) {#C, freeName, C##_ctor}
 #define PENDING(C) {#C, #C, nullptr}

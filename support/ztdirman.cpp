@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 // Names -------------------------------------------------------------------------------------------
@@ -48,11 +49,34 @@ static bool hasExtension(const char *name, const char *extension) {
   return dot != nullptr && (strcmp(dot + 1, extension) == 0 || strcmp(dot + 1, "*") == 0);
 }
 
-int32_t ztDm_enumFiles(const char *directory, const char *extension, int32_t recursive,
-                       ztDmFileCallback callback, void *userData) {
-  if (directory == nullptr || extension == nullptr || callback == nullptr) return 1;
-  DIR *entries = opendir(directory);
-  if (entries == nullptr) return 1;
+namespace {
+
+// A directory that is being walked; those above it are found through `outer`.
+struct Level {
+  dev_t device;
+  ino_t inode;
+  const Level *outer;
+};
+
+struct Search {
+  const char *extension;
+  bool recursive;
+  ztDmFileCallback callback;
+  void *userData;
+};
+
+}  // namespace
+
+static bool isAmong(const struct stat &directory, const Level *level) {
+  while (level != nullptr && (level->device != directory.st_dev || level->inode != directory.st_ino)) {
+    level = level->outer;
+  }
+  return level != nullptr;
+}
+
+static void walk(const char *directory, const Search &search, const Level *outer);
+
+static void walkEntries(DIR *entries, const char *directory, const Search &search, const Level *level) {
   while (const dirent *entry = readdir(entries)) {
     const char *name = entry->d_name;
     char path[ztPathSize];
@@ -60,11 +84,29 @@ int32_t ztDm_enumFiles(const char *directory, const char *extension, int32_t rec
     if (!ztJoinPath(path, directory, name)) continue;
     if (strcmp(name, ".") == 0 || strcmp(name, "..") == 0) continue;
     // Files, too: a directory is what can be opened as one.
-    if (recursive != 0) ztDm_enumFiles(path, extension, recursive, callback, userData);
-    if (hasExtension(name, extension)) {
-      callback(ztCu_fixRelativePath(ztCu_fixDosPath(path)), name, userData);
+    if (search.recursive) walk(path, search, level);
+    if (hasExtension(name, search.extension)) {
+      search.callback(ztCu_fixRelativePath(ztCu_fixDosPath(path)), name, search.userData);
     }
   }
+}
+
+static void walk(const char *directory, const Search &search, const Level *outer) {
+  DIR *entries = opendir(directory);
+  if (entries == nullptr) return;
+  struct stat found;
+  // Links that lead back up multiply: with two of them in one folder the ways through them double with
+  // each level.
+  if (fstat(dirfd(entries), &found) == 0 && !isAmong(found, outer)) {
+    const Level level = {found.st_dev, found.st_ino, outer};
+    walkEntries(entries, directory, search, &level);
+  }
   closedir(entries);
+}
+
+int32_t ztDm_enumFiles(const char *directory, const char *extension, int32_t recursive,
+                       ztDmFileCallback callback, void *userData) {
+  if (directory == nullptr || extension == nullptr || callback == nullptr) return 1;
+  walk(directory, {extension, recursive != 0, callback, userData}, nullptr);
   return 1;
 }

@@ -51,9 +51,10 @@ ZT_API int32_t ztDm_changeDir(const char *path);
  * extension is "*" is always reported.
  *
  * With @p recursive, what lies below an entry comes before the entry itself. Symbolic links are
- * followed, so a link to a folder above it is walked again and again until the system refuses to
- * follow more of them. Entries whose path is longer than 511 bytes are left out. The walk keeps one
- * directory open on each level; one that cannot be opened any more counts as empty.
+ * followed, except into a directory that is being walked already further up: a link that leads back is
+ * reported like any entry, and nothing below it. Entries whose path is longer than 511 bytes are left
+ * out. The walk keeps one directory open on each level; one that cannot be opened any more counts as
+ * empty.
  * @param directory  a directory that cannot be opened has no entries
  * @param extension  without the "."; capital and small letters differ
  * @param recursive  not 0: also the directories below
