@@ -49,5 +49,9 @@
 #include "support/ztcutils.h"
 #include "support/ztdirman.h"
 #include "support/ztstdalloc.h"
+#include "tags/ztfloattag.h"
+#include "tags/ztinttag.h"
+#include "tags/zttag.h"
+#include "tags/zttagattr.h"
 
 #endif

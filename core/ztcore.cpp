@@ -44,13 +44,17 @@
 #include "objects/ztslot.h"
 #include "support/ztalloc.h"
 #include "support/ztstdalloc.h"
+#include "tags/ztfloattag.h"
+#include "tags/ztinttag.h"
+#include "tags/zttag.h"
+#include "tags/zttagattr.h"
 
 namespace {
 
 struct LibraryClass {
   const char *name;
   const char *freeName;  // what ztcoreClassFree calls it
-  ztCtor ctor;           // NULL while the class is not built
+  ztCtor ctor;
 };
 
 }  // namespace
@@ -143,9 +147,10 @@ struct LibraryClass {
 // clang-format off
 // One class a line.
 // clang-format off
+// One class a line.
+// clang-format off
 #define CLASS(C) {#C, #C, C##_ctor}
 #define PROPERTY_TYPE(C, freeName) {#C, freeName, C##_ctor}
-#define PENDING(C) {#C, #C, nullptr}
 
 // In the order of registration. The property types go under the names that properties are declared
 // with: six of these name no class, and "ztString" frees the string class early.
@@ -160,13 +165,13 @@ static const LibraryClass libraryClasses[] = {
     PROPERTY_TYPE(ztFloatPropertyType, "ztFloat"),
     PROPERTY_TYPE(ztVoidPtrPropertyType, "ztVoidPtr"),
     PROPERTY_TYPE(ztStringPropertyType, "ztString"),
-    PENDING(ztIntTag),
+    CLASS(ztIntTag),
     CLASS(ztMap),
     CLASS(ztString),
     CLASS(ztStringArray),
     CLASS(ztMapIterator),
     CLASS(ztPtrStack),
-    PENDING(ztTagAttribute),
+    CLASS(ztTagAttribute),
     CLASS(ztPtrArray),
     CLASS(ztCharArray),
     CLASS(ztIntArray),
@@ -189,7 +194,7 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztPropertyMap),
     CLASS(ztPropertyPtrArray),
     CLASS(ztStdAllocator),
-    PENDING(ztFloatTag),
+    CLASS(ztFloatTag),
     CLASS(ztDeque),
     CLASS(ztContainer),
     CLASS(ztMapItem),
@@ -209,7 +214,7 @@ static const LibraryClass libraryClasses[] = {
     CLASS(ztLinkArray),
     CLASS(ztIterator),
     CLASS(ztPtrQueue),
-    PENDING(ztTag),
+    CLASS(ztTag),
     CLASS(ztAvlTree),
     CLASS(ztAllocator),
 };
@@ -219,7 +224,7 @@ static_assert(sizeof libraryClasses / sizeof libraryClasses[0] == 62);
 
 void ztcoreClassInit(void) {
   for (const LibraryClass &libraryClass : libraryClasses) {
-    if (libraryClass.ctor != nullptr) ztOOP_ensureRegistered(libraryClass.name, libraryClass.ctor);
+    ztOOP_ensureRegistered(libraryClass.name, libraryClass.ctor);
   }
 }
 

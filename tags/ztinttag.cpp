@@ -1,0 +1,57 @@
+#include "tags/ztinttag.h"
+
+#include "containers/ztarrays.h"
+#include "core/ztlayout.hh"
+#include "tags/zttagattr.hh"
+
+ZT_PIN_CLASS(ztIntTag, 88, 21);
+ZT_PIN_FIELD(ztIntTag, cachedResult, 80);
+
+static int32_t intTagCreate(void *object) {
+  if (!ztTagAttribute_table()->create(object)) return 0;
+  auto *attribute = static_cast<ztIntTag *>(object);
+  attribute->type = 1;
+  attribute->cachedResult = 0;
+  attribute->values = static_cast<ztArray *>(ztIntArray_ctor(nullptr, 1));
+  if (attribute->values == nullptr || !ztArray_of(attribute->values)->setSize(attribute->values, 1)) return 0;
+  const int32_t zero = 0;
+  ztArray_of(attribute->values)->setAt(attribute->values, &zero, 0);
+  return 1;
+}
+
+static int32_t sumOf(const void *object, int32_t count) {
+  uint32_t sum = 0;  // unsigned, so that it wraps
+  for (int32_t i = 0; i < count; ++i) {
+    int32_t value = 0;
+    ztIntTag_of(object)->getValue(object, i, &value);
+    sum += static_cast<uint32_t>(value);
+  }
+  return static_cast<int32_t>(sum);
+}
+
+// A caller gets the result of the call before, and that only while no value has changed; the fresh
+// result is for the next call.
+static void calculate(ztIntTag *attribute, bool average, void *out) {
+  if (!attribute->changed && out != nullptr) *static_cast<int32_t *>(out) = attribute->cachedResult;
+  const int32_t count = ztTatCount(attribute);
+  attribute->cachedResult = sumOf(attribute, count);
+  if (average && count > 0) attribute->cachedResult /= count;
+}
+
+static void *intTagGetAverageValue(void *object, void *out) {
+  calculate(static_cast<ztIntTag *>(object), true, out);
+  return ztTagAttribute_table()->getAverageValue(object, out);
+}
+
+static void *intTagGetTotalValue(void *object, void *out) {
+  calculate(static_cast<ztIntTag *>(object), false, out);
+  return ztTagAttribute_table()->getTotalValue(object, out);
+}
+
+static void intTagMethods(ztIntTagMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, intTagCreate);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, intTagGetAverageValue);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, intTagGetTotalValue);
+}
+
+ZT_DEFINE_CLASS(ztIntTag, ztTagAttribute, intTagMethods)
