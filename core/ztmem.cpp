@@ -18,12 +18,13 @@ static int32_t m_nblocks;
 static uint32_t alloc_called;
 static uint32_t free_called;
 
+// A negative size would be an enormous one to the system, which memory checkers report.
 void *ztm_alloc(int32_t size) {
-  return malloc(static_cast<size_t>(size));
+  return size < 0 ? nullptr : malloc(static_cast<size_t>(size));
 }
 
 void *ztm_realloc(void *block, int32_t size) {
-  return realloc(block, static_cast<size_t>(size));
+  return size < 0 ? nullptr : realloc(block, static_cast<size_t>(size));
 }
 
 void ztm_free(void *block) {
