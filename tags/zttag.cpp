@@ -24,24 +24,32 @@ static int32_t countOf(const void *object) {
   return attributes == nullptr ? 0 : ztPtrArray_of(attributes)->getSize(attributes);
 }
 
+// NULL where there is none, and where the attribute was destroyed.
 static ztTagAttribute *attributeAt(const void *object, int32_t index) {
   const ztPtrArray *attributes = static_cast<const ztTag *>(object)->attributes;
   if (attributes == nullptr) return nullptr;
   return static_cast<ztTagAttribute *>(ztPtrArray_of(attributes)->getAt(attributes, index));
 }
 
+// An array moves the tags that lie in it, so an attribute that is handed out is told where its tag is.
+static ztTagAttribute *toHandOut(const void *object, ztTagAttribute *attribute) {
+  ztTatHold(attribute, const_cast<void *>(object));
+  return attribute;
+}
+
 static ztTagAttribute *resolve(const void *object, const ztTagHandle *handle) {
   if (handle == nullptr) return nullptr;
   ztTagAttribute *attribute = attributeAt(object, handle->index);
-  return attribute != nullptr && attribute->type == handle->type ? attribute : nullptr;
+  if (attribute == nullptr || attribute->type != handle->type) return nullptr;
+  return toHandOut(object, attribute);
 }
 
-static bool isHeld(const ztTagAttribute *attribute) {
-  if (attribute->owner == nullptr) return false;
-  for (int32_t i = 0; i < countOf(attribute->owner); ++i) {
-    if (attributeAt(attribute->owner, i) == attribute) return true;
+void ztTagDropAttribute(void *tag, const ztTagAttribute *attribute) {
+  for (int32_t i = 0; i < countOf(tag); ++i) {
+    if (attributeAt(tag, i) != attribute) continue;
+    ztPtrArray *attributes = static_cast<ztTag *>(tag)->attributes;
+    ztPtrArray_of(attributes)->setAt(attributes, nullptr, i);
   }
-  return false;
 }
 
 static bool append(ztTag *tag, void *attribute) {
@@ -53,7 +61,7 @@ static bool append(ztTag *tag, void *attribute) {
 static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHandle *handle,
                             int32_t userValue, int32_t count, const void *initial) {
   auto *attribute = static_cast<ztTagAttribute *>(given);
-  if (attribute == nullptr || isHeld(attribute)) return 0;
+  if (attribute == nullptr || ztTatIsHeld(attribute)) return 0;
   if (name == nullptr) name = "";
   const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
   const bool hasName = strcmp(name, attribute->name) == 0;
@@ -64,7 +72,7 @@ static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHa
   ztCopyText(attribute->name, name);
   methods->setNumValues(attribute, count);
   methods->setValue(attribute, -1, initial);
-  ztTatSetOwner(attribute, object);
+  ztTatHold(attribute, object);
   attribute->userValue = userValue;
   if (handle != nullptr) *handle = {countOf(object) - 1, attribute->type};
   return 1;
@@ -80,7 +88,7 @@ static void *tagGetByName(const void *object, const char *name, int32_t *index) 
     ztTagAttribute *attribute = attributeAt(object, i);
     if (attribute == nullptr || strcmp(attribute->name, name) != 0) continue;
     if (index != nullptr) *index = i;
-    return attribute;
+    return toHandOut(object, attribute);
   }
   return nullptr;
 }
@@ -90,7 +98,9 @@ static int32_t tagEnumTags(void *object, ztTagCallback callback, void *userData)
   // The callback may insert attributes, or release the tag.
   ObjectWatch watch(object);
   for (int32_t i = 0; watch.isAlive() && i < countOf(object); ++i) {
-    if (!callback(object, attributeAt(object, i), userData)) return 0;
+    ztTagAttribute *attribute = attributeAt(object, i);
+    if (attribute == nullptr) continue;
+    if (!callback(object, toHandOut(object, attribute), userData)) return 0;
   }
   return 1;
 }
@@ -167,35 +177,35 @@ static int32_t tagCreate(void *object) {
   return ztRoot_table()->create(object) != 0;
 }
 
-static void releaseArray(ztTag *tag) {
+static void releaseAttributes(ztTag *tag) {
   ztPtrArray *attributes = tag->attributes;
   tag->attributes = nullptr;
-  if (attributes != nullptr) ztPtrArray_of(attributes)->unRef(attributes);
+  if (attributes == nullptr) return;
+  const ztPtrArrayMethods *methods = ztPtrArray_of(attributes);
+  for (int32_t i = 0; i < methods->getSize(attributes); ++i) {
+    auto *attribute = static_cast<ztTagAttribute *>(methods->getAt(attributes, i));
+    if (attribute == nullptr) continue;
+    // The host may hold a reference of its own; the attribute then lives on without an owner.
+    ztTatLetGo(attribute);
+    ztTagAttribute_of(attribute)->unRef(attribute);
+  }
+  methods->unRef(attributes);
 }
 
-static void releaseAttribute(const ztTag *tag, ztTagAttribute *attribute) {
-  if (attribute == nullptr) return;
-  // The host may hold a reference of its own; the attribute then lives on without this owner.
-  if (attribute->owner == tag) ztTatSetOwner(attribute, nullptr);
-  ztTagAttribute_of(attribute)->unRef(attribute);
-}
-
-// The copy's array holds the source's attributes until each is replaced by its copy.
+// The copy's array holds the source's attributes until each is replaced by its copy, or, once one could
+// not be copied, by nothing.
 static bool cloneAttributes(const ztTag *tag, ztTag *copy) {
   copy->attributes = static_cast<ztPtrArray *>(ztCopyObject(tag->attributes));
   if (copy->attributes == nullptr) return false;
-  const int32_t count = countOf(tag);
-  for (int32_t i = 0; i < count; ++i) {
-    auto *attribute = static_cast<ztTagAttribute *>(ztCopyObject(attributeAt(tag, i)));
-    if (attribute == nullptr) {
-      while (--i >= 0) releaseAttribute(copy, attributeAt(copy, i));
-      releaseArray(copy);
-      return false;
-    }
-    ztTatSetOwner(attribute, copy);
+  bool complete = true;
+  for (int32_t i = 0; i < countOf(copy); ++i) {
+    const ztTagAttribute *source = attributeAt(tag, i);
+    auto *attribute = static_cast<ztTagAttribute *>(complete ? ztCopyObject(source) : nullptr);
+    if (attribute != nullptr) ztTatHold(attribute, copy);
+    complete = complete && (attribute != nullptr || source == nullptr);
     ztPtrArray_of(copy->attributes)->setAt(copy->attributes, attribute, i);
   }
-  return true;
+  return complete;
 }
 
 static void *tagClone(const void *object, void *target) {
@@ -204,6 +214,7 @@ static void *tagClone(const void *object, void *target) {
   const auto *tag = static_cast<const ztTag *>(object);
   copy->attributes = nullptr;
   if (tag->attributes == nullptr || cloneAttributes(tag, copy)) return copy;
+  releaseAttributes(copy);
   ztRoot_table()->destroy(copy);
   return nullptr;
 }
@@ -221,8 +232,7 @@ static int32_t tagAssign(void *object, const void *other) {
 static void tagDestroy(void *object) {
   auto *tag = static_cast<ztTag *>(object);
   ztRoot_table()->destroy(object);
-  for (int32_t i = 0; i < countOf(tag); ++i) releaseAttribute(tag, attributeAt(tag, i));
-  releaseArray(tag);
+  releaseAttributes(tag);
   ztTatForgetOwner(tag);
 }
 

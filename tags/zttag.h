@@ -26,11 +26,11 @@ ZT_END_C
  * its index or by its type, gives 0 or NULL and changes nothing; so does a NULL handle.
  *
  *  - `insertNew`: takes over the caller's reference to an attribute, names it, gives it @c count values
- *    that all equal the one at @c initial (0 for NULL) and the user value, and writes its handle to
+ *    that all equal the one at @c initial (NULL leaves them, new ones 0) and the user value, and writes its handle to
  *    @c handle unless that is NULL. 1; 0 when the attribute is NULL, or in a tag already (whose it then
  *    stays), or, in a tag that has attributes, bears the very name that it is to get (as a new one does
  *    for the empty name), or when memory is exhausted; in these last two cases it is released. Names
- *    may repeat.
+ *    may repeat; they are cut to 31 characters. A count that cannot be leaves the attribute its number.
  *  - `setValue`, `getValue`, `getAverageValue`, `getTotalValue`: the attribute's own.
  *  - `setNumValues`: changes the number of values, then sets all of them to the one at @c initial
  *    (NULL leaves them). 1 or 0. `getNumValues`: the number of values.
@@ -45,6 +45,9 @@ ZT_END_C
  *  - `attrChanged`: called by an attribute whose value was set; does nothing, for subclasses.
  *  - `swapTags`: exchanges the values of two attributes of one type and number of values; 1 or 0.
  *    Names, user values and cached results stay.
+ *
+ * An attribute that the host destroys all the same (by giving back a reference that was not its own, or
+ * the first of two) leaves its place empty: its handle designates nothing, all others stay valid.
  *
  * `clone` copies the attributes. `assign` assigns attribute to attribute as far as both tags have them.
  * `write` stores the node's record and then each attribute, without their number: `read` needs a tag

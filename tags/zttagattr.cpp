@@ -16,6 +16,7 @@ ZT_PIN_FIELD(ztTagAttribute, name, 24);
 ZT_PIN_FIELD(ztTagAttribute, type, 56);
 ZT_PIN_FIELD(ztTagAttribute, changed, 60);
 ZT_PIN_FIELD(ztTagAttribute, userValue, 64);
+ZT_PIN_FIELD(ztTagAttribute, binding, 68);
 ZT_PIN_FIELD(ztTagAttribute, values, 72);
 ZT_PIN_SLOT(ztTagAttribute, setValue, 16);
 ZT_PIN_SLOT(ztTagAttribute, setNumValues, 20);
@@ -35,51 +36,90 @@ int32_t ztTatCount(const void *attribute) {
 }
 
 // Owners ------------------------------------------------------------------------------------------
+//
+// A copy of an attribute names its source's owner, which does not know of it. Such guests have a number
+// each, under which their owner is listed, so that a tag that dies can be struck out. The number goes
+// with the attribute's bytes, since an array moves the attributes that lie in it.
 
 namespace {
 
+enum : int32_t {
+  unbound = 0,  // no owner, or one that the host named
+  held = -1,    // in the owner's array
+};              // above 0: the number of a guest
+
 struct Guest {
-  ztTagAttribute *attribute;
-  Guest *next;
+  void *owner;   // NULL once that is destroyed
+  int32_t next;  // of an entry that is not in use: the next one
 };
 
 }  // namespace
 
 static Guest *guests;
+static int32_t guestCapacity;
+static int32_t guestCount;
+static int32_t freeGuest;  // the first entry not in use; the capacity when all are
 
-static bool addGuest(ztTagAttribute *attribute) {
-  auto *guest = static_cast<Guest *>(ztm_alloc(sizeof(Guest)));
-  if (guest == nullptr) return false;
-  *guest = {attribute, guests};
-  guests = guest;
+static bool growGuests() {
+  constexpr int32_t firstCapacity = 16;
+  const int32_t capacity = guestCapacity == 0 ? firstCapacity : 2 * guestCapacity;
+  const int64_t size = capacity * static_cast<int64_t>(sizeof(Guest));
+  if (size > INT32_MAX) return false;
+  auto *grown = static_cast<Guest *>(ztm_realloc(guests, static_cast<int32_t>(size)));
+  if (grown == nullptr) return false;
+  for (int32_t i = guestCapacity; i < capacity; ++i) grown[i] = {nullptr, i + 1};
+  guests = grown;
+  guestCapacity = capacity;
   return true;
 }
 
-static void removeGuest(const ztTagAttribute *attribute) {
-  Guest **at = &guests;
-  while (*at != nullptr && (*at)->attribute != attribute) at = &(*at)->next;
-  if (*at == nullptr) return;
-  Guest *removed = *at;
-  *at = removed->next;
-  ztm_free(removed);
+// The guest's number; 0 when there is no memory.
+static int32_t addGuest(void *owner) {
+  if (freeGuest == guestCapacity && !growGuests()) return 0;
+  const int32_t index = freeGuest;
+  freeGuest = guests[index].next;
+  guests[index].owner = owner;
+  ++guestCount;
+  return index + 1;
 }
 
-void ztTatSetOwner(ztTagAttribute *attribute, void *tag) {
-  removeGuest(attribute);
-  attribute->owner = tag;
+static void removeGuest(int32_t number) {
+  guests[number - 1] = {nullptr, freeGuest};
+  freeGuest = number - 1;
+  if (--guestCount > 0) return;
+  ztm_free(guests);
+  guests = nullptr;
+  guestCapacity = 0;
+  freeGuest = 0;
+}
+
+static void bind(ztTagAttribute *attribute, void *owner, int32_t binding) {
+  if (attribute->binding > 0) removeGuest(attribute->binding);
+  attribute->owner = owner;
+  attribute->binding = binding;
+}
+
+bool ztTatIsHeld(const ztTagAttribute *attribute) {
+  return attribute->binding == held;
+}
+
+void ztTatHold(ztTagAttribute *attribute, void *tag) {
+  bind(attribute, tag, held);
+}
+
+void ztTatLetGo(ztTagAttribute *attribute) {
+  bind(attribute, nullptr, unbound);
 }
 
 void ztTatForgetOwner(const void *tag) {
-  for (Guest **at = &guests; *at != nullptr;) {
-    Guest *guest = *at;
-    if (guest->attribute->owner != tag) {
-      at = &guest->next;
-      continue;
-    }
-    guest->attribute->owner = nullptr;
-    *at = guest->next;
-    ztm_free(guest);
+  for (int32_t i = 0; i < guestCapacity; ++i) {
+    if (guests[i].owner == tag) guests[i].owner = nullptr;
   }
+}
+
+static void *livingOwner(const ztTagAttribute *attribute) {
+  const bool orphaned = attribute->binding > 0 && guests[attribute->binding - 1].owner == nullptr;
+  return orphaned ? nullptr : attribute->owner;
 }
 
 // Values ------------------------------------------------------------------------------------------
@@ -101,8 +141,12 @@ static int32_t attributeSetValue(void *object, int32_t index, const void *value)
   } else {
     ztArray_of(attribute->values)->setAt(attribute->values, value, index);
   }
-  void *owner = attribute->owner;
-  if (owner != nullptr) ztTag_of(owner)->attrChanged(owner, attribute);
+  void *owner = livingOwner(attribute);
+  if (owner != nullptr) {
+    ztTag_of(owner)->attrChanged(owner, attribute);
+  } else {
+    ztTatLetGo(attribute);
+  }
   return 1;
 }
 
@@ -139,6 +183,7 @@ static int32_t attributeCreate(void *object) {
   ztTagAttribute *attribute = attributeOf(object);
   attribute->values = nullptr;
   attribute->owner = nullptr;
+  attribute->binding = unbound;
   if (!ztBaseClass_table()->create(object)) return 0;
   ztCopyText(attribute->name, "");
   attribute->type = -1;
@@ -157,9 +202,12 @@ static void *attributeClone(const void *object, void *target) {
   auto *copy = static_cast<ztTagAttribute *>(ztBaseClass_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
   const ztArray *values = attributeOf(object)->values;
+  copy->owner = livingOwner(attributeOf(object));
+  copy->binding = copy->owner == nullptr ? unbound : addGuest(copy->owner);
   copy->values = static_cast<ztArray *>(ztCopyObject(values));
-  const bool complete = copy->values != nullptr || values == nullptr;
-  if (complete && (copy->owner == nullptr || addGuest(copy))) return copy;
+  const bool isListed = copy->owner == nullptr || copy->binding != unbound;
+  if (isListed && (copy->values != nullptr || values == nullptr)) return copy;
+  ztTatLetGo(copy);
   releaseValues(copy);
   ztBaseClass_table()->destroy(copy);
   return nullptr;
@@ -175,9 +223,12 @@ static int32_t attributeAssign(void *object, const void *other) {
 }
 
 static void attributeDestroy(void *object) {
+  ztTagAttribute *attribute = attributeOf(object);
   ztBaseClass_table()->destroy(object);
-  ztTatSetOwner(attributeOf(object), nullptr);
-  releaseValues(attributeOf(object));
+  // Released while a tag holds it, as by a host that takes a reference and gives it back.
+  if (ztTatIsHeld(attribute)) ztTagDropAttribute(attribute->owner, attribute);
+  ztTatLetGo(attribute);
+  releaseValues(attribute);
 }
 
 // The record --------------------------------------------------------------------------------------

@@ -25,6 +25,7 @@ ZT_END_C
   int32_t type;      /* -1 here, 1 for ztIntTag, 2 for ztFloatTag */                                \
   uint32_t changed;  /* 1 when a value changed since a total or average was taken */                \
   int32_t userValue; /* the host's; stored with the attribute */                                    \
+  int32_t binding;   /* the library's own */                                                        \
   ztArray *values;   /* owned; NULL in the base class */
 
 /**
@@ -44,7 +45,8 @@ ZT_END_C
  *  - `setNumValues`: the number of values; those that are there stay, new ones are 0. 1 or 0. Counts as
  *    no change of a value.
  *
- * `assign` takes over the values as far as both attributes have them, and nothing from an attribute of
+ * A copy made by `clone` names its source's owner, without being held by it, and tells it of changes
+ * until it is destroyed. `assign` takes over the values as far as both attributes have them, and nothing from an attribute of
  * another kind.
  */
 #define ztTagAttribute_METHODS                                            \

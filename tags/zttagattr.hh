@@ -4,10 +4,17 @@
 
 #include "tags/zttagattr.h"
 
-// A copy of an attribute names its source's owner, which does not know of it. Such guests are listed,
-// so that a tag that dies can be struck out of them. An attribute that a tag holds is no guest.
-void ztTatSetOwner(ztTagAttribute *attribute, void *tag);
+// Makes a tag the owner that holds the attribute in its array, or leaves the attribute without one.
+void ztTatHold(ztTagAttribute *attribute, void *tag);
+void ztTatLetGo(ztTagAttribute *attribute);
+bool ztTatIsHeld(const ztTagAttribute *attribute);
+
+// Strikes a tag that is destroyed out of the attributes that name it without being held by it.
 void ztTatForgetOwner(const void *tag);
+
+// Takes an attribute that is destroyed out of the array of the tag that holds it. The others keep their
+// places, so that their handles stay valid.
+void ztTagDropAttribute(void *tag, const ztTagAttribute *attribute);
 
 // The number of the attribute's values; 0 without a value array.
 int32_t ztTatCount(const void *attribute);
