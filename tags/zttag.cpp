@@ -70,8 +70,11 @@ static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHa
     return 0;
   }
   ztCopyText(attribute->name, name);
+  ObjectWatch watch(object);
   methods->setNumValues(attribute, count);
   methods->setValue(attribute, -1, initial);
+  // A copy still told its source's owner, which may have released this tag, and the attribute with it.
+  if (!watch.isAlive()) return 0;
   ztTatHold(attribute, object);
   attribute->userValue = userValue;
   if (handle != nullptr) *handle = {countOf(object) - 1, attribute->type};
