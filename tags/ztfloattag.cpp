@@ -4,7 +4,6 @@
 #include "core/ztlayout.hh"
 #include "tags/zttagattr.hh"
 
-#include <math.h>
 #include <string.h>
 
 ZT_PIN_CLASS(ztFloatTag, 96, 21);
@@ -44,8 +43,7 @@ static void recalculate(ztFloatTag *attribute, bool average) {
     ztFloatTag_of(attribute)->getValue(attribute, i, &value);
     attribute->cachedResult += value;
   }
-  if (!average) return;
-  attribute->cachedResult = count == 0 ? static_cast<double>(NAN) : attribute->cachedResult / count;
+  if (average) attribute->cachedResult /= count;  // no number for no values
 }
 
 static void calculate(ztFloatTag *attribute, bool average, void *out) {
