@@ -2,17 +2,20 @@
 
 #include "core/ztlayout.hh"
 #include "io/ztfile.h"
+#include "objects/zttree.hh"
 
 ZT_PIN_CLASS(ztLink, 32, 16);
 ZT_PIN_FIELD(ztLink, target, 16);
 ZT_PIN_FIELD(ztLink, targetId, 24);
 ZT_PIN_CLASS(ztLinkArray, 80, 42);
 
+constexpr int32_t unset = -1;
+
 static int32_t linkCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
   auto *link = static_cast<ztLink *>(object);
   link->target = nullptr;
-  link->targetId = -1;
+  link->targetId = unset;
   return 1;
 }
 
@@ -23,12 +26,12 @@ static void *linkClone(const void *object, void *target) {
 }
 
 static int32_t linkWrite(const void *object, void *file) {
-  if (file == nullptr || !ztBaseClass_table()->write(object, file)) return 0;
+  if (object == nullptr || file == nullptr || !ztBaseClass_table()->write(object, file)) return 0;
   return ztFile_of(file)->writeInt(file, static_cast<const ztLink *>(object)->targetId) != 0;
 }
 
 static int32_t linkRead(void *object, void *file) {
-  if (file == nullptr || !ztBaseClass_table()->read(object, file)) return 0;
+  if (object == nullptr || file == nullptr || !ztBaseClass_table()->read(object, file)) return 0;
   return ztFile_of(file)->readInt(file, &static_cast<ztLink *>(object)->targetId) != 0;
 }
 
@@ -66,3 +69,49 @@ static void linkArrayMethods(ztLinkArrayMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(ztLinkArray, ztArray, linkArrayMethods)
+
+// Resolving ---------------------------------------------------------------------------------------
+
+int32_t ztLink_resolve(void *object, void *root) {
+  if (object == nullptr) return 0;
+  auto *link = static_cast<ztLink *>(object);
+  link->target = nullptr;
+  if (link->targetId == unset) return 0;
+  TreeWalk walk(static_cast<ztRoot *>(root));
+  for (; walk.current() != nullptr; walk.next()) {
+    ztRoot *node = walk.current();
+    if (ztRoot_of(node)->getUid(node) != link->targetId) continue;
+    link->target = node;
+    return 1;
+  }
+  return 0;
+}
+
+static bool indexTree(WordTable &byUid, ztRoot *root) {
+  TreeWalk walk(root);
+  for (; walk.current() != nullptr; walk.next()) {
+    ztRoot *node = walk.current();
+    if (!byUid.insert(ztUidKey(ztRoot_of(node)->getUid(node)), node)) return false;
+  }
+  return !walk.failed();
+}
+
+static int32_t resolveAll(void *links, const WordTable &byUid) {
+  const ztLinkArrayMethods *methods = ztLinkArray_of(links);
+  const int32_t count = methods->getSize(links);
+  int32_t resolved = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    auto *link = static_cast<ztLink *>(methods->getAt(links, i));
+    link->target = link->targetId == unset ? nullptr : byUid.find(ztUidKey(link->targetId));
+    resolved += link->target != nullptr;
+  }
+  return resolved;
+}
+
+int32_t ztLinkArray_resolve(void *links, void *root) {
+  if (links == nullptr) return 0;
+  WordTable byUid;
+  const int32_t resolved = indexTree(byUid, static_cast<ztRoot *>(root)) ? resolveAll(links, byUid) : 0;
+  byUid.clear();
+  return resolved;
+}

@@ -1,7 +1,7 @@
 /**
  * @file ztlink.h
  * ztLink, a reference to another object that can be stored: a file holds the target's identifier, and
- * the reference is made again after loading.
+ * the reference is made again after loading, with ztLink_resolve().
  */
 #ifndef ZT_OBJECTS_ZTLINK_H
 #define ZT_OBJECTS_ZTLINK_H
@@ -27,6 +27,21 @@ ZT_DECLARE_CLASS(ztLink)
 ZT_DECLARE_CLASS(ztLinkArray)
 
 ZT_BEGIN_C
+
+/**
+ * Points a link at the first node of a tree that bears the identifier of its target, in the order in
+ * which each node stands before its children.
+ * @param root  a ztRoot; it is searched too
+ * @return 1; 0 when there is none, and always for the identifier -1: the target is NULL then
+ */
+ZT_API int32_t ztLink_resolve(void *link, void *root);
+
+/**
+ * Does the same for every link of a ztLinkArray, with one walk over the tree.
+ * @return the number of links that have a target now; 0 also when memory is exhausted, with the links as
+ *         they were
+ */
+ZT_API int32_t ztLinkArray_resolve(void *links, void *root);
 
 /** Compares two ztLink objects by their `isEqual` and `isMajor`, which say nothing unless a subclass
  *  supplies them: to sort or search links, hand a function of your own to `sort` and `search`.

@@ -6,8 +6,10 @@
 
 // What the field `marks` of a ztObject holds.
 enum : uint32_t {
-  ztObjectDying = 1,    // set from the beginning of the object's destruction on
-  ztObjectCloning = 2,  // set while a node's children are being cloned
+  ztObjectDying = 1,  // set from the beginning of the object's destruction on
+  ztNodeEnding = 2,   // a node that releases its children and takes no new ones
+  ztNodeListed = 4,   // a node that is listed by one that is not its parent
+  ztNodeLeaving = 8,  // such a node while its deletion is being announced
 };
 
 // The first argument of an emission: a word, or a double, which is passed in another register.

@@ -9,6 +9,7 @@
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 #include "objects/ztobject.hh"
+#include "objects/zttree.hh"
 #include "support/ztcutils.h"
 
 #include <stdio.h>
@@ -45,78 +46,135 @@ static ztListItem *firstChild(const ztRoot *node) {
 // Name and identifier -----------------------------------------------------------------------------
 
 static char *rootSetName(void *object, const char *name) {
+  if (object == nullptr) return nullptr;
   ztCopyText(nodeOf(object)->name, name);
   return nodeOf(object)->name;
 }
 
 static const char *rootGetName(const void *object) {
-  return nodeOf(object)->name;
+  return object == nullptr ? nullptr : nodeOf(object)->name;
 }
 
 static int32_t rootGenerateUid(void *object) {
+  if (object == nullptr) return 0;
   nodeOf(object)->uid = ztCu_genUniqueId();
   return nodeOf(object)->uid;
 }
 
 static void rootSetUid(void *object, int32_t uid) {
-  nodeOf(object)->uid = uid;
+  if (object != nullptr) nodeOf(object)->uid = uid;
 }
 
 static int32_t rootGetUid(const void *object) {
-  return nodeOf(object)->uid;
+  return object == nullptr ? 0 : nodeOf(object)->uid;
 }
 
-// The tree ----------------------------------------------------------------------------------------
+// Lists -------------------------------------------------------------------------------------------
+//
+// A node is on one list at a time, and it is known on whose: otherwise its end would leave a pointer
+// behind, and the end of two lists would release it twice.
+
+// Who lists the nodes that are marked ztNodeListed.
+static WordTable listers;
+
+// Counts what comes onto lists and off them, so that a walk notices what slots did meanwhile.
+static uint32_t listChanges;
+
+static uint64_t keyOf(const ztRoot *node) {
+  return reinterpret_cast<uintptr_t>(node);
+}
+
+ztRoot *ztListerOf(const ztRoot *node) {
+  if (node->parent != nullptr) return node->parent;
+  return node->marks & ztNodeListed ? static_cast<ztRoot *>(listers.find(keyOf(node))) : nullptr;
+}
+
+static bool rememberLister(ztRoot *node, ztRoot *lister) {
+  if (!listers.insert(keyOf(node), lister)) return false;
+  node->marks |= ztNodeListed;
+  return true;
+}
+
+static void forgetLister(ztRoot *node) {
+  if (node->marks & ztNodeListed) listers.remove(keyOf(node));
+  node->marks &= ~(ztNodeListed | ztNodeLeaving);
+}
+
+static void removeItem(const ztRoot *node, ztListItem *item) {
+  ++listChanges;
+  ztRootPtrList_of(node->children)->removeItem(node->children, item);
+}
+
+static void removeListed(const ztRoot *node, const ztRoot *child) {
+  ztListItem *item = firstChild(node);
+  while (item != nullptr && item->data != child) item = item->next;
+  if (item != nullptr) removeItem(node, item);
+}
+
+// Takes a node off the list that it is on, unannounced.
+static void takeOff(ztRoot *node) {
+  const ztRoot *lister = ztListerOf(node);
+  forgetLister(node);
+  node->parent = nullptr;
+  if (lister != nullptr) removeListed(lister, node);
+}
+
+static bool isWithin(const ztRoot *node, const ztRoot *top) {
+  while (node != nullptr && node != top) node = ztListerOf(node);
+  return node != nullptr;
+}
+
+// The parent -------------------------------------------------------------------------------------
 
 static void *rootGetParent(const void *object) {
-  return nodeOf(object)->parent;
+  return object == nullptr ? nullptr : nodeOf(object)->parent;
 }
 
-static bool isAtOrAbove(const void *node, void *lower) {
-  for (; lower != nullptr; lower = ztRoot_of(lower)->getParent(lower)) {
-    if (lower == node) return true;
+static bool attach(ztRoot *node, ztRoot *parent) {
+  if (parent->children == nullptr || ((node->marks | parent->marks) & ztNodeEnding)) return false;
+  // A copied child of the parent's keeps its place.
+  const bool isListed = ztListerOf(node) == parent && !(node->marks & ztNodeLeaving);
+  if (isListed) {
+    forgetLister(node);
+  } else {
+    if (ztRootPtrList_of(parent->children)->pushBack(parent->children, node) == nullptr) return false;
+    ++listChanges;
+    // When the parent lists the node twice now, it is the earlier place that goes.
+    takeOff(node);
   }
-  return false;
-}
-
-// Takes a node off the list of its parent, announced or not.
-static void removeListed(const ztRoot *node, const ztRoot *child) {
-  for (ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
-    if (item->data != child) continue;
-    ztRootPtrList_of(node->children)->removeItem(node->children, item);
-    return;
-  }
-}
-
-static int32_t attach(ztRoot *node, ztRoot *parent) {
-  if (parent->children == nullptr) return 0;
-  if (ztRootPtrList_of(parent->children)->pushBack(parent->children, node) == nullptr) return 0;
   node->parent = parent;
   node->parentUid = ztRoot_of(parent)->getUid(parent);
   ztRoot_of(node)->ref(node);
-  return 1;
+  return true;
+}
+
+// False when a slot of "childDeleted" ended the node.
+static bool leaveParent(ztRoot *node, void *parent) {
+  ztRoot_of(node)->ref(node);
+  ObjectWatch watch(node);
+  ztRoot_of(parent)->deleteChild(parent, node);
+  if (!watch.isAlive()) return false;
+  // Among equal identifiers it was another child that went, and a slot may have attached this one.
+  takeOff(node);
+  node->parentUid = 0;
+  return true;
 }
 
 static int32_t rootSetParent(void *object, void *newParent) {
+  if (object == nullptr) return 0;
   ztRoot *node = nodeOf(object);
-  const ztRootMethods *methods = ztRoot_of(node);
-  void *current = methods->getParent(node);
+  ztRoot *parent = nodeOf(newParent);
+  void *current = ztRoot_of(node)->getParent(node);
   if (current == newParent) return 1;
-  if (isAtOrAbove(node, newParent)) return 0;
+  // Without children, only the node itself is below it.
+  const bool isLeaf = firstChild(node) == nullptr;
+  if (isLeaf ? parent == node : isWithin(parent, node)) return 0;
   if (current != nullptr) {
-    methods->ref(node);
-    ObjectWatch nodeWatch(node);
-    ObjectWatch parentWatch(newParent);
-    ztRoot_of(current)->deleteChild(current, node);
-    // A slot of "childDeleted" may have released either.
-    if (!nodeWatch.isAlive()) return 0;
-    // With equal identifiers it was another child that went; this one must not stay on two lists.
-    if (node->parent != nullptr) removeListed(node->parent, node);
-    node->parent = nullptr;
-    node->parentUid = 0;
-    if (!parentWatch.isAlive()) return newParent == nullptr;
+    ObjectWatch watch(parent);
+    if (!leaveParent(node, current)) return 0;
+    if (parent != nullptr && (!watch.isAlive() || isWithin(parent, node))) return 0;
   }
-  return newParent == nullptr ? 1 : attach(node, nodeOf(newParent));
+  return parent == nullptr || attach(node, parent);
 }
 
 static void rootUpdate(void *) {}
@@ -127,8 +185,7 @@ static void *searchBelow(const ztRoot *node, int32_t uid) {
   void *found = nullptr;
   for (const ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
     ztRoot *child = childOf(item);
-    if (child == nullptr) continue;
-    if (ztRoot_of(child)->getUid(child) == uid) return child;
+    if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return child;
     found = searchBelow(child, uid);
   }
   return found;
@@ -137,6 +194,7 @@ static void *searchBelow(const ztRoot *node, int32_t uid) {
 // Searches from the node above the top of the tree, where there is none: no child is ever refused for
 // an identifier that the tree has already.
 static void *rootFindChildById(const void *object, int32_t uid) {
+  if (object == nullptr) return nullptr;
   const void *top = ztRoot_of(object)->getParent(object);
   while (top != nullptr) top = ztRoot_of(top)->getParent(top);
   return searchBelow(nodeOf(top), uid);
@@ -147,7 +205,7 @@ static void emitChild(ztRoot *node, const char *signalName, ztRoot *child) {
 }
 
 static void rootAddChild(void *object, void *given) {
-  if (given == nullptr) return;
+  if (object == nullptr || given == nullptr) return;
   ztRoot *node = nodeOf(object);
   ztRoot *child = nodeOf(given);
   const ztRootMethods *methods = ztRoot_of(child);
@@ -167,31 +225,45 @@ static ztListItem *findByUid(const ztRoot *node, int32_t uid) {
 }
 
 static void rootDeleteChild(void *object, void *given) {
-  if (given == nullptr) return;
+  if (object == nullptr || given == nullptr) return;
   ztRoot *node = nodeOf(object);
-  const ztListItem *item = findByUid(node, ztRoot_of(given)->getUid(given));
+  ztListItem *item = findByUid(node, ztRoot_of(given)->getUid(given));
   if (item == nullptr) return;
   ztRoot *child = childOf(item);
+  if (child->marks & ztNodeLeaving) {
+    takeOff(child);  // a slot of "childDeleted" deletes the same child
+    return;
+  }
   child->parent = nullptr;
   child->parentUid = 0;
   static_cast<ztRootMethods *>(node->klass->methodTable)->reserved2 = nullptr;
-  ObjectWatch watch(node);
+  if (rememberLister(child, node)) {
+    child->marks |= ztNodeLeaving;
+  } else {
+    removeItem(node, item);  // without memory it goes first
+  }
+  ObjectWatch watch(child);
   emitChild(node, "childDeleted", child);
-  // A slot may have deleted this child, or all, already.
-  if (watch.isAlive()) removeListed(node, child);
+  // A slot may have deleted, attached or ended it already, or ended the node.
+  if (watch.isAlive() && (child->marks & ztNodeLeaving)) takeOff(child);
+}
+
+static const ztRootPtrList *childrenOf(const void *object) {
+  return object == nullptr ? nullptr : nodeOf(object)->children;
 }
 
 static int32_t rootGetChildCount(const void *object) {
-  const ztRootPtrList *children = nodeOf(object)->children;
+  const ztRootPtrList *children = childrenOf(object);
   return children == nullptr ? 0 : ztRootPtrList_of(children)->getSize(children);
 }
 
 static void *rootGetChildAt(const void *object, int32_t index) {
-  const ztRootPtrList *children = nodeOf(object)->children;
+  const ztRootPtrList *children = childrenOf(object);
   return children == nullptr ? nullptr : ztRootPtrList_of(children)->getAt(children, index);
 }
 
 static int32_t rootDeleteAllChild(void *object) {
+  if (object == nullptr) return 0;
   const ztRootMethods *methods = ztRoot_of(object);
   ObjectWatch watch(object);
   while (watch.isAlive() && methods->getChildCount(object) > 0) {
@@ -233,7 +305,7 @@ static int32_t rootInitProperties(ztClass *klass) {
 
 static void nameNode(ztRoot *node) {
   static uint32_t created;  // one count for the nodes of all classes
-  static char name[sizeof node->name + 16];
+  static char name[sizeof(ztClassEntry::name) + 16];
   snprintf(name, sizeof name, "%s_%d", node->klass->name, static_cast<int32_t>(created++));
   ztRoot_of(node)->setName(node, name);
 }
@@ -252,16 +324,58 @@ static int32_t rootCreate(void *object) {
   return node->children != nullptr;
 }
 
-static void releaseChildren(ztRoot *node) {
-  while (firstChild(node) != nullptr) {
-    ztListItem *item = firstChild(node);
-    ztRoot *child = childOf(item);
-    // Off the list before its release, which may reach this node again.
-    ztRootPtrList_of(node->children)->removeItem(node->children, item);
-    if (child == nullptr) continue;
-    if (child->parent == node) child->parent = nullptr;
-    ztRoot_of(child)->unRef(child);
+// A child leaves the list before its release, which may reach this node again.
+static void releaseItem(ztRoot *node, ztListItem *item) {
+  ztRoot *child = childOf(item);
+  removeItem(node, item);
+  if (child == nullptr) return;
+  // Detached already: its reference was left to whoever deletes it.
+  const bool isLeaving = (child->marks & ztNodeLeaving) != 0;
+  if (ztListerOf(child) == node) {
+    forgetLister(child);
+    if (child->parent != nullptr) child->parentUid = 0;
+    child->parent = nullptr;
   }
+  if (!isLeaving) ztRoot_of(child)->unRef(child);
+}
+
+// Whether a child has children that end with it when its list releases it.
+static bool endsWithChildren(const ztRoot *child, const ztRoot *lister) {
+  return child != nullptr && firstChild(child) != nullptr && ztListerOf(child) == lister &&
+         !(child->marks & ztNodeLeaving) && ztRoot_of(child)->getRefCount(child) <= 2;
+}
+
+// In the same order as by recursion, from below, but with no more stack for more levels.
+static void releaseFromBelow(ztRoot *node) {
+  ztRoot *at = node;
+  while (firstChild(node) != nullptr) {
+    ztListItem *first = firstChild(at);
+    if (first == nullptr) {
+      at = ztListerOf(at);
+      continue;
+    }
+    ztRoot *child = childOf(first);
+    if (endsWithChildren(child, at)) {
+      at = child;
+      continue;
+    }
+    const uint32_t changes = listChanges + 1;
+    releaseItem(at, first);
+    // Slots changed the tree; begin again.
+    if (listChanges != changes) at = node;
+  }
+}
+
+static void releaseChildren(ztRoot *node) {
+  constexpr int32_t deepest = 512;
+  static int32_t depth;
+  if (depth == deepest) {
+    releaseFromBelow(node);
+    return;
+  }
+  ++depth;
+  while (ztListItem *first = firstChild(node)) releaseItem(node, first);
+  --depth;
 }
 
 static void releaseList(ztRoot *node) {
@@ -280,22 +394,22 @@ static bool cloneChildren(const ztRoot *node, ztRoot *copy) {
       if (childCopy != nullptr) ztRoot_of(childCopy)->unRef(childCopy);
       return false;
     }
+    if (childCopy != nullptr && !rememberLister(childCopy, copy)) return false;
   }
   return true;
 }
 
 static void *rootClone(const void *object, void *target) {
-  auto *node = static_cast<ztRoot *>(const_cast<void *>(object));
-  // Copies of nodes do not know their parents, so they can be put below themselves after all.
-  if (node->marks & ztObjectCloning) return nullptr;
+  static int32_t levels;
+  if (levels == ZT_ROOT_MAX_LEVELS) return nullptr;
   auto *copy = static_cast<ztRoot *>(ztObject_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
   copy->parent = nullptr;
   copy->parentUid = -1;
   copy->children = static_cast<ztRootPtrList *>(ztRootPtrList_ctor(nullptr, 1));
-  node->marks |= ztObjectCloning;
-  const bool complete = copy->children != nullptr && cloneChildren(node, copy);
-  node->marks &= ~ztObjectCloning;
+  ++levels;
+  const bool complete = copy->children != nullptr && cloneChildren(nodeOf(object), copy);
+  --levels;
   if (complete) return copy;
   releaseChildren(copy);
   releaseList(copy);
@@ -303,23 +417,30 @@ static void *rootClone(const void *object, void *target) {
   return nullptr;
 }
 
-static int32_t rootAssign(void *object, const void *other) {
-  if (!ztObject_table()->assign(object, other)) return 0;
-  const ztListItem *own = firstChild(nodeOf(object));
-  const ztListItem *source = firstChild(nodeOf(other));
-  for (; own != nullptr && source != nullptr; own = own->next, source = source->next) {
+static void assignChildren(ztRoot *node, const ztRoot *source) {
+  const ztListItem *own = firstChild(node);
+  const ztListItem *other = firstChild(source);
+  for (; own != nullptr && other != nullptr; own = own->next, other = other->next) {
     ztRoot *child = childOf(own);
-    if (child != nullptr && source->data != nullptr) ztRoot_of(child)->assign(child, source->data);
+    if (child != nullptr && other->data != nullptr) ztRoot_of(child)->assign(child, other->data);
   }
+}
+
+static int32_t rootAssign(void *object, const void *other) {
+  static int32_t levels;
+  if (object == nullptr || other == nullptr || levels == ZT_ROOT_MAX_LEVELS) return 0;
+  if (!ztObject_table()->assign(object, other)) return 0;
+  ++levels;
+  assignChildren(nodeOf(object), nodeOf(other));
+  --levels;
   return 1;
 }
 
 static void rootDestroy(void *object) {
+  if (object == nullptr) return;
   ztRoot *node = nodeOf(object);
-  // Released by its maker while a parent still lists it.
-  ztRoot *parent = node->parent;
-  node->parent = nullptr;
-  if (parent != nullptr) removeListed(parent, node);
+  node->marks |= ztNodeEnding;
+  takeOff(node);  // released by its maker while it is attached
   releaseChildren(node);
   releaseList(node);
   ztCopyText(node->name, "");
@@ -331,21 +452,22 @@ static void rootDestroy(void *object) {
 constexpr int32_t nameFieldSize = sizeof ztRoot::name;
 
 static int32_t rootWrite(const void *object, void *file) {
-  if (file == nullptr || !ztObject_table()->write(object, file)) return 0;
+  if (object == nullptr || file == nullptr || !ztObject_table()->write(object, file)) return 0;
   const ztRoot *node = nodeOf(object);
   const ztFileMethods *methods = ztFile_of(file);
-  return methods->writeInt(file, node->uid) && methods->writeBuf(file, nameFieldSize, node->name) &&
-         methods->writeInt(file, node->parentUid);
+  return methods->writeInt(file, node->uid) > 0 &&
+         methods->writeBuf(file, nameFieldSize, node->name) == nameFieldSize &&
+         methods->writeInt(file, node->parentUid) > 0;
 }
 
 static int32_t rootRead(void *object, void *file) {
-  if (file == nullptr || !ztObject_table()->read(object, file)) return 0;
+  if (object == nullptr || file == nullptr || !ztObject_table()->read(object, file)) return 0;
   ztRoot *node = nodeOf(object);
   const ztFileMethods *methods = ztFile_of(file);
   if (!methods->readInt(file, &node->uid)) return 0;
   const int32_t read = methods->readBuf(file, nameFieldSize, node->name);
   node->name[nameFieldSize - 1] = '\0';
-  return read != 0 && methods->readInt(file, &node->parentUid);
+  return read == nameFieldSize && methods->readInt(file, &node->parentUid);
 }
 
 static void rootMethods(ztRootMethods *methods) {

@@ -3,12 +3,17 @@
  * ztRoot, a named node of a tree.
  *
  * A node has a name, an identifier that is stored with it, a parent and an ordered list of children.
- * Attaching a node gives its parent one reference; taking it off releases none. So a node that was made
- * and attached has count 2, and its maker may forget it: the parent's end is the node's end too. A node
- * that is released by its maker while it is attached ends at once and leaves its parent's list.
+ * Nodes of a tree are heap objects. Attaching a node gives its parent one reference; taking it off
+ * releases none. So a node that was made and attached has count 2, and its maker may forget it: the
+ * parent's end is the node's end too, unless further references were taken; one that survives is then
+ * without parent. A node that is released by its maker while it is attached ends at once and leaves its
+ * parent's list. A node is on one list of children at a time, and never below itself.
  *
  * A node announces its children with the signals "childAdded" and "childDeleted", whose first argument
- * is the child. A stored node is its own record only; see ztRoot_storeTree() for whole trees.
+ * is the child. A slot may do anything to the nodes meanwhile, such as release either of them.
+ *
+ * A stored node is its own record only: the identifier, 80 bytes of name and the parent's identifier.
+ * ztRoot_storeTree() and ztRoot_loadTree() take care of whole trees.
  */
 #ifndef ZT_OBJECTS_ZTROOT_H
 #define ZT_OBJECTS_ZTROOT_H
@@ -37,8 +42,10 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *  - `setName`: takes over a text (NULL counts as empty) and returns the name. `getName`: the name.
  *  - `generateUid`: gives the node an identifier of ztCu_genUniqueId() and returns it.
  *  - `setUid`, `getUid`: the identifier.
- *  - `setParent`: takes the node off its parent and appends it to the children of another, NULL for
- *    none. 1; 0 when the new parent is the node itself or below it, or on failure.
+ *  - `setParent`: takes the node off its parent, which costs nobody a reference but gives the node one
+ *    more, and appends it to the children of another, NULL for none. 1; 0 when the new parent is the
+ *    node itself or below it, on failure, and when a slot ended either: the node may have left its
+ *    parent then.
  *  - `getParent`: the parent, or NULL.
  *  - `update`: does nothing; for subclasses.
  *  - `findChildById`: NULL; for subclasses.
@@ -46,12 +53,16 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *    that is one already.
  *  - `deleteChild`: takes the first child off whose identifier equals that of the given node. Emits
  *    "childDeleted" while the child is detached but still listed. Nothing when there is none.
- *  - `deleteAllChild`: takes all children off, from the first on; 0.
+ *  - `deleteAllChild`: takes all children off, from the first on, until none is left; 0. It does not
+ *    end while a slot keeps adding children.
  *  - `getChildAt`: the child at an index from 0, NULL when out of range. `getChildCount`: how many.
  *  - `reserved1`, `reserved2`: NULL.
  *
- * `clone` copies the children too; a copy, and each copied child, comes out without parent. `assign`
- * assigns child to child as far as both nodes have them.
+ * `clone` copies the children too; a copy, and each copied child, comes out without parent and with a
+ * count of 1, the reference of the list that it is on. Identifiers are copied. To give copied children
+ * their parent, add each to the node that lists it, where it then stays in its place. `assign` assigns
+ * child to child as far as both nodes have them. Both take stack for each level of the tree and refuse
+ * one of more than ZT_ROOT_MAX_LEVELS levels; nothing else depends on how deep a tree is.
  */
 #define ztRoot_METHODS                                   \
   ztObject_METHODS                                       \
@@ -75,7 +86,44 @@ ZT_DECLARE_CLASS(ztRootPtrList)
 /** A node of a tree. */
 ZT_DECLARE_CLASS(ztRoot)
 
+/** How many levels a tree may have that is cloned or assigned. */
+#define ZT_ROOT_MAX_LEVELS 4096
+
 ZT_BEGIN_C
+
+/** What ztRoot_loadTree() found. */
+typedef struct ztTreeReport {
+  int32_t nodes;   /**< nodes that were read, also before a failure */
+  int32_t orphans; /**< nodes whose parent's identifier no record bears */
+  int32_t doubles; /**< nodes with an identifier that an earlier record bears already */
+  int32_t loops;   /**< rings of nodes each of which would have been above itself */
+} ztTreeReport;
+
+/**
+ * Writes a node and all below it to an open file, each before its children: the identity of its class
+ * (`classWrite`) and its record (`write`). A record bears the present identifier of the node above, so
+ * copies, and nodes whose parent's identifier was changed, are read back in their places; that of
+ * @p root stays as it is. Several trees may be written to one file.
+ * @param root  also a node within a tree
+ * @param file  a ztFile, or a ztTextFile, which cannot bring back names that begin with white space
+ * @return the number of nodes, or 0 on failure, which may leave a part in the file
+ */
+ZT_API int32_t ztRoot_storeTree(const void *root, void *file);
+
+/**
+ * Reads nodes with the identities of their classes, in any order, and attaches each to the first one
+ * that bears its parent's identifier. The children of a node are in the order of their records. 0 and
+ * -1 name no parent. A ring of nodes is opened at one of them. Nothing is announced.
+ * @param file    an open file, at the first record
+ * @param count   how many records to read; all up to the end of the file when it is negative
+ * @param roots   a ztPtrArray; the nodes that have got no parent are appended to it in the order of
+ *                their records, each with one reference that is the caller's
+ * @param report  what was found; may be NULL
+ * @return 1, also when there was nothing to read; 0 when the file is damaged or ends too early, a
+ *         record is that of an unknown class or of one that is no ztRoot, a node refuses its parent, or
+ *         memory is exhausted: then all nodes that were read are released and @p roots is as it was
+ */
+ZT_API int32_t ztRoot_loadTree(void *file, int32_t count, void *roots, ztTreeReport *report);
 
 /** Compares the node pointers stored at two addresses. @return 0, 1 or -1 */
 ZT_API int32_t ztRootPtrList_compare_func(const void *first, const void *second);
