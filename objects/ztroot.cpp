@@ -367,7 +367,8 @@ static void releaseFromBelow(ztRoot *node) {
 }
 
 static void releaseChildren(ztRoot *node) {
-  constexpr int32_t deepest = 512;
+  // Each release looks through those that are under way, so few of them keep it fast, too.
+  constexpr int32_t deepest = 64;
   static int32_t depth;
   if (depth == deepest) {
     releaseFromBelow(node);
