@@ -6,12 +6,10 @@
  * `reload` (closed, loaded and used again, closed).
  */
 #include "tests/hosts/check.h"
+#include "tests/hosts/raw.h"
 
 #include <dlfcn.h>
-#include <stdint.h>
-#include <string.h>
 
-typedef void (*Function)(void);
 typedef void *(*FromName)(const char *name);
 typedef void *(*Instance)(void);
 typedef int32_t (*Open)(void *file, const char *name, const char *mode);
@@ -47,28 +45,6 @@ static Function function(const char *name) {
   Function result;
   memcpy(&result, &found, sizeof result);
   return result;
-}
-
-static void *pointerAt(const void *object, size_t offset) {
-  void *result;
-  memcpy(&result, (const char *)object + offset, sizeof result);
-  return result;
-}
-
-static int32_t intAt(const void *object, size_t offset) {
-  int32_t result;
-  memcpy(&result, (const char *)object + offset, sizeof result);
-  return result;
-}
-
-static Function entry(const void *table, int number) {
-  Function result;
-  memcpy(&result, (const char *)table + (size_t)number * sizeof result, sizeof result);
-  return result;
-}
-
-static Function slot(const void *object, int number) {
-  return entry(pointerAt(pointerAt(object, 0), 40), number);
 }
 
 static void checkDescriptor(const void *klass, const void *parent) {
