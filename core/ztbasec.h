@@ -38,18 +38,30 @@ ZT_BEGIN_C
 
 /* Class functions ---------------------------------------------------------------------------- */
 
-/** The ten entries that every class-function table begins with, in slot order. */
-#define ztClass_FUNCTIONS                                                                                 \
-  void *(*newop)(void);                                              /* 0 allocates, without `create` */  \
-  ztCtor ctor;                                                       /* 1 */                              \
-  void (*InitTable)(void *object);                                   /* 2 */                              \
-  void *allocator;                                                   /* 3 set by hosts only; not owned */ \
-  uint32_t (*Version)(const void *ignored, const void *object);      /* 4 */                              \
-  const char *(*ClassName)(const void *ignored, const void *object); /* 5 */                              \
-  int32_t (*IsClass)(const void *ignored, const void *object, const char *name);   /* 6 */                \
-  int32_t (*IsClassOf)(const void *ignored, const void *object, const char *name); /* 7 */                \
-  void (*classInit)(ztClass * klass); /* 8 once, when the descriptor is filled; may be NULL */            \
-  ztClassDestroyHook classDestroy;    /* 9 once, when the registry frees it; may be NULL */
+/**
+ * The ten entries that every class-function table begins with, in slot order.
+ *
+ *  - `newop`: an object on the heap whose `create` has not run.
+ *  - `ctor`: makes an object, as `C_ctor` does.
+ *  - `InitTable`: writes the methods of the class into the table of the object's class.
+ *  - `allocator`: set by hosts only, for `CAllocator` to return; not owned.
+ *  - `Version`, `ClassName`: those of the object's own class.
+ *  - `IsClass`: 1 when the object's own class bears the name, else 0. `IsClassOf`: also for the names of
+ *    its ancestors.
+ *  - `classInit`: called once, when the descriptor is filled; may be NULL.
+ *  - `classDestroy`: called once, when the registry frees the class; may be NULL.
+ */
+#define ztClass_FUNCTIONS                                                          \
+  void *(*newop)(void);                                                            \
+  ztCtor ctor;                                                                     \
+  void (*InitTable)(void *object);                                                 \
+  void *allocator;                                                                 \
+  uint32_t (*Version)(const void *ignored, const void *object);                    \
+  const char *(*ClassName)(const void *ignored, const void *object);               \
+  int32_t (*IsClass)(const void *ignored, const void *object, const char *name);   \
+  int32_t (*IsClassOf)(const void *ignored, const void *object, const char *name); \
+  void (*classInit)(ztClass * klass);                                              \
+  ztClassDestroyHook classDestroy;
 
 /** The class-function table of a class without class functions of its own. */
 typedef struct ZT_MAY_ALIAS ztClassFunctions {
@@ -93,7 +105,8 @@ ZT_API void *ztOOP_construct(const ztClassDescription *description, void *object
 /**
  * Writes the methods of a class and its ancestors into the table of the object's class, and fills
  * the descriptor of each that is met for the first time: the body of every `C_InitTable`.
- * @param object  its class must be the described one or a descendant
+ * @param description  the class
+ * @param object       its class must be the described one or a descendant
  */
 ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object);
 

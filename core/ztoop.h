@@ -42,6 +42,7 @@
 
 ZT_BEGIN_C
 
+/** A class, by its descriptor. */
 typedef struct ztClass ztClass;
 
 /** Makes an object of one class: in @p object, or on the heap when it is NULL; runs its `create`

@@ -1,7 +1,7 @@
 /**
  * @file ztalloc.h
  * ztAllocator: what an object that hands out memory looks like. A host may put one into class slot 3
- * of a class, from where `C_Allocator` returns it; the library's own objects never use one.
+ * of a class, from where `CAllocator` returns it; the library's own objects never use one.
  */
 #ifndef ZT_SUPPORT_ZTALLOC_H
 #define ZT_SUPPORT_ZTALLOC_H

@@ -81,8 +81,7 @@ ZT_API char *ztCu_extractFileName(const char *path, char *out);
 ZT_API char *ztCu_extractPath(const char *path, char *out);
 
 /** Joins a directory and a name with "/"; an empty directory gives the name alone.
- *  @param out  may be NULL
- *  @return @p out, or a buffer of the function's own when it is NULL */
+ *  @return @p out, or a buffer of the function's own when @p out is NULL */
 ZT_API const char *ztCu_makePath(const char *directory, const char *name, char *out);
 
 /**

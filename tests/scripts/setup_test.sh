@@ -135,20 +135,25 @@ takes_an_old_cmake_for_missing() {
   done
 }
 
-knows_what_the_tests_and_benchmarks_take() {
+knows_what_each_profile_takes() {
   pretend pkg-config 'exit 1'
   run test
   expect_status 1
-  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy python3'
+  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3'
   run bench
   expect_status 1
   expect_named 'libbenchmark-dev libglib2.0-dev python3'
+
+  rm bin/g++ bin/cmake bin/ninja # which no page takes
+  run docs
+  expect_status 1
+  expect_named 'doxygen python3'
 }
 
 refuses_an_unknown_profile() {
   run everything
   expect_status 2
-  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|bench]' ] || fail "$(cat err.txt)"
+  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|bench|docs]' ] || fail "$(cat err.txt)"
 }
 
 prepare
