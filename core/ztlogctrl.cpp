@@ -22,10 +22,16 @@ bool isOneOf(char c, const char *set) {
   return c != '\0' && strchr(set, c) != nullptr;
 }
 
+// Skips an argument's position ("2$"): the arguments are all alike.
+const char *skipPosition(const char *text) {
+  const char *end = text + strspn(text, "0123456789");
+  return end != text && *end == '$' ? end + 1 : text;
+}
+
 // Reads a width or precision; '*' would take its number from an argument, and those are all zero.
 const char *readNumber(const char *text, int *number) {
   *number = 0;
-  if (*text == '*') return text + 1;
+  if (*text == '*') return skipPosition(text + 1);
   // No text of the log is wider than its buffer, so a wider field is cut to that.
   for (; *text >= '0' && *text <= '9'; ++text) {
     *number = *number * 10 + (*text - '0');
@@ -35,7 +41,7 @@ const char *readNumber(const char *text, int *number) {
 }
 
 Conversion readConversion(const char *percent) {
-  const char *at = percent + 1;
+  const char *at = skipPosition(percent + 1);
   char flags[6];
   size_t flagCount = 0;
   for (; isOneOf(*at, "-+ #0'I"); ++at) {
@@ -44,7 +50,6 @@ Conversion readConversion(const char *percent) {
   flags[flagCount] = '\0';
   int width;
   at = readNumber(at, &width);
-  if (*at == '$') at = readNumber(at + 1, &width);  // an argument's position: they are all alike
   int precision = -1;
   if (*at == '.') at = readNumber(at + 1, &precision);
   while (isOneOf(*at, "hlqjzZtL")) ++at;
@@ -66,7 +71,7 @@ Conversion readConversion(const char *percent) {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 void printZero(const Conversion &conversion, const char *percent) {
-  if (isOneOf(conversion.letter, "diouxXcC")) {
+  if (isOneOf(conversion.letter, "diouxXbBcC")) {
     printf(conversion.spec, 0);
   } else if (isOneOf(conversion.letter, "eEfFgGaA")) {
     printf(conversion.spec, 0.0);

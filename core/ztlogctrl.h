@@ -20,7 +20,7 @@ ZT_API int32_t ztLc_openLogFile(const char *path);
  * which is complete after every call.
  *
  * Standard output interprets a `%` left in the formatted text once more, with zero for every
- * argument; the file receives the text unchanged.
+ * argument and no field wider than 512; the file receives the text unchanged.
  */
 ZT_API void ztLc_log(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
