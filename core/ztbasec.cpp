@@ -49,7 +49,10 @@ static void registerClass(const ztClassDescription *description) {
     return;
   }
   const char *name = ztOOP_classOf(prototype)->name;
-  if (!ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) ztm_free(prototype);
+  if (ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) return;
+  ztm_free(prototype);
+  // Refused for want of memory, or because a hook registered the class meanwhile.
+  state->registrationTried = ztOOP_isClassRegistered(name);
 }
 
 // Out of line, since it runs for a handful of a class's objects only.

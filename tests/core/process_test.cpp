@@ -205,6 +205,27 @@ INSTANTIATE_TEST_SUITE_P(Order, ClassChain,
                            return std::string(std::get<0>(chain.param)) + "_" + std::get<1>(chain.param);
                          });
 
+// Faults -----------------------------------------------------------------------------------------
+
+// Lets each allocation of a class's first use fail in turn; returns how many there were.
+int firstUsesWithAFault(const std::string &kind) {
+  for (int n = 0; n < 1000; ++n) {
+    HostProcess host;
+    const int status = host.run("faults", {kind, std::to_string(n)});
+    if (status == 2) return n;
+    EXPECT_EQ(status, 0) << "allocation " << n << "\n" << host.output();
+    if (status != 0) break;
+  }
+  return -1;
+}
+
+TEST(Faults, AtTheFirstObjectOfAClassLeaveItToTheNextToRegisterIt) {
+  EXPECT_EQ(firstUsesWithAFault("plain"), 3);  // the object, the prototype, the entry
+  EXPECT_GT(firstUsesWithAFault("object"), 3);
+}
+
+// Hooks ------------------------------------------------------------------------------------------
+
 const std::string registered = "registered Oak\nregistered Elm\nregistered Ash\n";
 
 // What a host with hooks prints between the library's start and its end.
