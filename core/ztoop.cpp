@@ -195,13 +195,15 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
 
 void ztOOP_ensureRegistered(const char *name, ztCtor ctor) {
   if (ztOOP_isClassRegistered(name)) return;
-  // The first object of a class registers it by itself, with a prototype of its own; the one made
-  // here is then refused.
+  // The first object of a class fills the class and registers it. Not created it is no more than a
+  // header, so that the class can be used whatever becomes of the registration.
+  ztBaseClass header;
+  ctor(&header, 0);
+  if (ztOOP_isClassRegistered(name)) return;
   void *prototype = ctor(nullptr, 0);
   if (prototype == nullptr) return;
-  const ztClass *klass = ztOOP_classOf(prototype);
-  const auto *functions = static_cast<const ztClassFunctions *>(klass->classTable);
-  if (!ztAddNewClass(prototype, klass->name, functions->ctor, functions->classDestroy)) ztm_free(prototype);
+  const auto *functions = static_cast<const ztClassFunctions *>(header.klass->classTable);
+  if (!ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) ztm_free(prototype);
 }
 
 int32_t ztOOP_isClassRegistered(const char *name) {

@@ -1,8 +1,10 @@
 #include "core/ztcore.h"
 
 #include "tests/helpers/host_process.hh"
+#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 namespace {
 
@@ -222,6 +224,20 @@ int firstUsesWithAFault(const std::string &kind) {
 TEST(Faults, AtTheFirstObjectOfAClassLeaveItToTheNextToRegisterIt) {
   EXPECT_EQ(firstUsesWithAFault("plain"), 3);  // the object, the prototype, the entry
   EXPECT_GT(firstUsesWithAFault("object"), 3);
+}
+
+TEST(Faults, WhileLoadingLeaveALibraryThatRegistersTheRestLater) {
+  const char *const variable = "ZT_TEST_FAILING_ALLOCATION";
+  const int step = 100 / scale(100);
+  int status = 0;
+  for (int n = 0; status == 0 && n < 10000; n += step) {
+    setenv(variable, std::to_string(n).c_str(), 1);
+    HostProcess host;
+    status = host.run("faults", {"load"});
+    EXPECT_TRUE(status == 0 || status == 2) << "allocation " << n << "\n" << host.output();
+  }
+  unsetenv(variable);
+  EXPECT_EQ(status, 2);
 }
 
 // Hooks ------------------------------------------------------------------------------------------
