@@ -492,7 +492,9 @@ TEST_F(RecordedTree, NullManagerStandsForTheTree) {
 
 namespace {
 
-// A tree that counts what goes through its table, and can pretend to find everything.
+// A tree that counts what goes through its table, and whose find can pretend to find everything, or
+// empty the tree first.
+enum { pretendsAll = 1, emptiesFirst };
 #define HostTree_FIELDS ztAvlTree_FIELDS int32_t finds, empties, pretends;
 #define HostTree_METHODS ztAvlTree_METHODS
 
@@ -509,7 +511,9 @@ static int32_t hostTreeCreate(void *object) {
 static ztAvlTreeItem *hostTreeFind(const void *object, const void *key) {
   auto *tree = static_cast<HostTree *>(const_cast<void *>(object));
   ++tree->finds;
-  return tree->pretends ? tree->root : ztAvlTree_table()->find(object, key);
+  if (tree->pretends == pretendsAll) return tree->root;
+  if (tree->pretends == emptiesFirst) ztAvlTree_table()->empty(tree);
+  return ztAvlTree_table()->find(object, key);
 }
 
 static int32_t emptiesOfHostTrees;
@@ -534,12 +538,22 @@ TEST(AvlTree, PushAsksTheFindOfTheClass) {
   EXPECT_EQ(host->finds, 0);
   push(tree, 2);
   EXPECT_EQ(host->finds, 1);
-  host->pretends = 1;
+  host->pretends = pretendsAll;
   EXPECT_EQ(push(tree, 3), nullptr);
   EXPECT_EQ(tree->count, 2U);
   ztAvlTree_of(tree)->setAllowDuplicate(tree, 1);
   EXPECT_NE(push(tree, 3), nullptr);
   EXPECT_EQ(host->finds, 2);
+  release(tree);
+}
+
+TEST(AvlTree, PushIntoATreeThatItsFindEmptied) {
+  ztAvlTree *tree = newIntTree(HostTree_ctor);
+  for (int32_t number = 0; number < 5; ++number) push(tree, number);
+  reinterpret_cast<HostTree *>(tree)->pretends = emptiesFirst;
+  EXPECT_NE(push(tree, 9), nullptr);
+  EXPECT_EQ(shapeOf(tree), "9=");
+  EXPECT_EQ(faultOf(tree), "");
   release(tree);
 }
 
