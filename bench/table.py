@@ -49,7 +49,8 @@ def rows(times):
     """One row for each peer of a subject, or one without a peer."""
     subjects = {}
     for name, time in times.items():
-        subject, who, *size = name.split("/")
+        parts = [part for part in name.split("/") if not part.startswith(("iterations:", "repeats:"))]
+        subject, who, *size = parts
         subjects.setdefault(", ".join([subject, *size]), {})[who] = time
     for subject, by_who in subjects.items():
         ours = by_who.pop(OURS)
