@@ -31,6 +31,7 @@ ZT_BEGIN_C
 /**
  * Points a link at the first node of a tree that bears the identifier of its target, in the order in
  * which each node stands before its children.
+ * @param link  a ztLink
  * @param root  a ztRoot; it is searched too
  * @return 1; 0 when there is none, and always for the identifier -1: the target is NULL then
  */

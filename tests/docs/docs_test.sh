@@ -53,7 +53,7 @@ refuses_an_undocumented_method() {
   mkdir tree
   cp -R "$root/containers" "$root/docs" tree
   if removeAt_is_missed; then fail "it is missed though it is there"; fi
-  sed -i '/^ \*  - `removeAt`: /d' tree/containers/ztarray.h
+  sed -i '/^ \*  - .removeAt.: /d' tree/containers/ztarray.h
   removeAt_is_missed
 }
 
