@@ -32,6 +32,10 @@ expect_output() {
   [ ! -s err.txt ] || fail "messages:" "$(cat err.txt)"
 }
 
+expect_line() {
+  grep -qxF -- "$1" out.txt || fail "the line is missing: $1" "$(cat out.txt)"
+}
+
 # Runs the program with an expected status: expect_nothing_in_use <status> <argument>...
 expect_nothing_in_use() {
   local expected=$1

@@ -5,10 +5,6 @@ set -euo pipefail
 # shellcheck source=tests/examples/common.sh
 . "$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)/common.sh"
 
-expect_line() {
-  grep -qxF -- "$1" out.txt || fail "the line is missing: $1" "$(cat out.txt)"
-}
-
 prints_the_summary() {
   run "$program" "$data" Alice rabbit dinah "wouldn't" dragon
   expect_status 0
