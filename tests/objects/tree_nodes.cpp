@@ -45,13 +45,13 @@ static void liveNodeMethods(LiveNodeMethods *methods) {
 
 ZT_DEFINE_CLASS(LiveNode, ztRoot, liveNodeMethods)
 
-static void listenerMethods(ListenerMethods *) {}
+static void listenerMethods(NodeListenerMethods *) {}
 
-ZT_DEFINE_CLASS(Listener, ztObject, listenerMethods)
+ZT_DEFINE_CLASS(NodeListener, ztObject, listenerMethods)
 
 // What is connected in place of a test.
 static void listen(void *listener, void *child) {
-  (*static_cast<Listener *>(listener)->action)(static_cast<ztRoot *>(child));
+  (*static_cast<NodeListener *>(listener)->action)(static_cast<ztRoot *>(child));
 }
 
 Forest::Forest() : before(nodesLive) {}
@@ -65,7 +65,7 @@ Forest::~Forest() {
 }
 
 void Forest::on(void *node, const char *signalName, Action action) {
-  auto *listener = static_cast<Listener *>(Listener_ctor(nullptr, 1));
+  auto *listener = static_cast<NodeListener *>(NodeListener_ctor(nullptr, 1));
   listener->action = new Action(std::move(action));
   connected.push_back({listener, listener->action});
   ztSlotFunction slot;
@@ -84,10 +84,6 @@ ztRoot *newChild(void *parent, int32_t uid) {
   ztRoot *child = newNode(uid);
   ztRoot_of(parent)->addChild(parent, child);
   return child;
-}
-
-void release(void *node) {
-  ztBaseClass_of(node)->unRef(node);
 }
 
 int32_t countOf(const void *node) {

@@ -4,6 +4,7 @@
 
 #include "io/ztfile.h"
 #include "objects/ztroot.h"
+#include "tests/objects/listeners.hh"
 
 #include <functional>
 #include <string>
@@ -19,14 +20,14 @@ ZT_DECLARE_CLASS(LiveNode)
 // LiveNode objects that were created or cloned and not yet destroyed.
 extern int32_t nodesLive;
 
-// Listener: an object whose slot runs an action that the test sets.
+// NodeListener: an object whose slot runs an action that the test sets.
 using Action = std::function<void(ztRoot *child)>;
 
-#define Listener_FIELDS \
-  ztObject_FIELDS       \
+#define NodeListener_FIELDS \
+  ztObject_FIELDS           \
   Action *action; /* not owned */
-#define Listener_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(Listener)
+#define NodeListener_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(NodeListener)
 
 // Checks that all nodes made meanwhile have ended, and gives the test its listeners.
 class Forest {
@@ -54,7 +55,6 @@ ztRoot *newNode(int32_t uid = 1, ztCtor constructor = LiveNode_ctor);
 // A new node that belongs to its parent alone.
 ztRoot *newChild(void *parent, int32_t uid = 1);
 
-void release(void *node);
 int32_t countOf(const void *node);
 std::vector<ztRoot *> childrenOf(const void *node);
 // A node and all below it as text, such as "1(2 3(4))".
