@@ -46,13 +46,12 @@ static void fileClose(void *object) {
 
 static int32_t fileOpen(void *object, const char *name, const char *mode) {
   auto *file = static_cast<ztFile *>(object);
-  // The name may be the one that `close` is about to clear.
+  // The name may stand in the one that `close` is about to clear; such a name is never cut.
   char kept[sizeof file->fileName];
-  ztCopyText(kept, name);
-  const bool isOwnName = name == file->fileName;
+  const bool isWhole = ztCopyText(kept, name);
   ztFile_of(object)->close(object);
   if (name == nullptr || mode == nullptr) return 0;
-  file->stream = fopen(isOwnName ? kept : name, mode);
+  file->stream = fopen(isWhole ? kept : name, mode);
   if (file->stream == nullptr) return 0;
   memcpy(file->fileName, kept, sizeof kept);
   return 1;

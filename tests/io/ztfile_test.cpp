@@ -116,6 +116,12 @@ TEST_F(File, OpensItsOwnNameAgain) {
   EXPECT_EQ(methods->getFileName(file), path);
 }
 
+TEST_F(File, OpensAPartOfItsOwnName) {
+  ASSERT_EQ(methods->open(file, ("/." + path).c_str(), "wb"), 1);
+  EXPECT_EQ(methods->open(file, methods->getFileName(file) + 2, "rb"), 1);
+  EXPECT_EQ(methods->getFileName(file), path);
+}
+
 TEST_F(File, PassesTheModeThrough) {
   openFor("w");
   methods->writeBuf(file, 3, "abc");
