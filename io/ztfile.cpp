@@ -19,13 +19,13 @@ ZT_PIN_FUNCTION(ztFile, renameFile, 10);
 ZT_PIN_FUNCTION(ztFile, fileExist, 13);
 
 static FILE *streamOf(const void *file) {
-  return static_cast<const ztFile *>(file)->stream;
+  return file == nullptr ? nullptr : static_cast<const ztFile *>(file)->stream;
 }
 
 // Opening and closing -----------------------------------------------------------------------------
 
 static int32_t fileCreate(void *object) {
-  if (!ztBaseClass_table()->create(object)) return 0;
+  if (object == nullptr || !ztBaseClass_table()->create(object)) return 0;
   auto *file = static_cast<ztFile *>(object);
   file->stream = nullptr;
   ztCopyText(file->fileName, "");
@@ -33,18 +33,20 @@ static int32_t fileCreate(void *object) {
 }
 
 static void fileRelease(void *object) {
-  auto *file = static_cast<ztFile *>(object);
-  if (file->stream == nullptr) return;
-  fclose(file->stream);
-  file->stream = nullptr;
+  FILE *stream = streamOf(object);
+  if (stream == nullptr) return;
+  fclose(stream);
+  static_cast<ztFile *>(object)->stream = nullptr;
 }
 
 static void fileClose(void *object) {
+  if (object == nullptr) return;
   fileRelease(object);
   ztCopyText(static_cast<ztFile *>(object)->fileName, "");
 }
 
 static int32_t fileOpen(void *object, const char *name, const char *mode) {
+  if (object == nullptr) return 0;
   auto *file = static_cast<ztFile *>(object);
   // The name may stand in the one that `close` is about to clear; such a name is never cut.
   char kept[sizeof file->fileName];
@@ -58,6 +60,7 @@ static int32_t fileOpen(void *object, const char *name, const char *mode) {
 }
 
 static void fileDestroy(void *object) {
+  if (object == nullptr) return;
   ztBaseClass_table()->destroy(object);
   ztFile_of(object)->close(object);
 }
@@ -71,7 +74,7 @@ static int32_t fileAssign(void *object, const void *other) {
 }
 
 static const char *fileGetFileName(const void *object) {
-  return static_cast<const ztFile *>(object)->fileName;
+  return object == nullptr ? nullptr : static_cast<const ztFile *>(object)->fileName;
 }
 
 // Positions ---------------------------------------------------------------------------------------

@@ -15,7 +15,7 @@ static_assert(sizeof(ztTextFileFunctions) == sizeof(ztFileFunctions));
 static_assert(std::is_same_v<int32_t, int> && std::is_same_v<int64_t, long>);
 
 static FILE *streamOf(const void *file) {
-  return static_cast<const ztTextFile *>(file)->stream;
+  return file == nullptr ? nullptr : static_cast<const ztTextFile *>(file)->stream;
 }
 
 // The stream, when there is one and also something to take from it or give to it.

@@ -252,6 +252,29 @@ TEST_F(File, PrimitivesTakeNull) {
   EXPECT_EQ(methods->tell(file), 0);
 }
 
+TEST_F(File, OperationsTakeANullFile) {
+  EXPECT_EQ(methods->create(nullptr), 0);
+  EXPECT_EQ(methods->open(nullptr, path.c_str(), "wb"), 0);
+  EXPECT_EQ(methods->getFileName(nullptr), nullptr);
+  methods->close(nullptr);
+  methods->release(nullptr);
+  methods->destroy(nullptr);
+  EXPECT_EQ(methods->goToBegin(nullptr), -1);
+  EXPECT_EQ(methods->goToEnd(nullptr), -1);
+  EXPECT_EQ(methods->goTo(nullptr, 0), -1);
+  EXPECT_EQ(methods->goToAbs(nullptr, 0), -1);
+  EXPECT_EQ(methods->tell(nullptr), -1);
+  EXPECT_EQ(methods->flush(nullptr), EOF);
+  EXPECT_NE(methods->eof(nullptr), 0);
+  EXPECT_EQ(methods->writeInt(nullptr, 1), 0);
+  EXPECT_EQ(methods->writeString(nullptr, "a"), 0);
+  char letter = 'x';
+  EXPECT_EQ(methods->readChar(nullptr, &letter), 0);
+  EXPECT_EQ(methods->readString(nullptr, 1, &letter), 0);
+  EXPECT_EQ(letter, 'x');
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 // Primitives --------------------------------------------------------------------------------------
 
 TEST_F(File, ConcatenatesWhatIsWritten) {

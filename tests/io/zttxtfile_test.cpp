@@ -446,6 +446,17 @@ TEST_F(TextFile, WithoutAnOpenFileEveryPrimitiveFails) {
   EXPECT_STREQ(text, "text");
 }
 
+TEST_F(TextFile, OperationsTakeANullFile) {
+  char letter = 'x';
+  EXPECT_EQ(methods->writeInt(nullptr, 1), 0);
+  EXPECT_EQ(methods->writeBuf(nullptr, 1, "a"), 0);
+  EXPECT_EQ(methods->writeString(nullptr, "a"), 0);
+  EXPECT_EQ(methods->readChar(nullptr, &letter), 0);
+  EXPECT_EQ(methods->readBuf(nullptr, 1, &letter), 0);
+  EXPECT_EQ(methods->readString(nullptr, 1, &letter), 0);
+  EXPECT_EQ(letter, 'x');
+}
+
 TEST_F(TextFile, NullWritesNothing) {
   write();
   EXPECT_EQ(methods->writeBuf(file, 4, nullptr), 0);
