@@ -72,21 +72,26 @@ static int32_t textFileReadChar(void *object, char *out) {
 
 // Buffers -----------------------------------------------------------------------------------------
 
+// A buffer of no bytes needs no memory; its line feed is written and read all the same.
+static bool isBuffer(int32_t n, const void *buffer) {
+  return n == 0 || (n > 0 && buffer != nullptr);
+}
+
 static int32_t textFileWriteBuf(void *object, int32_t n, const void *buffer) {
-  FILE *stream = streamFor(object, buffer);
-  if (stream == nullptr || n < 0) return 0;
-  fwrite_unlocked(buffer, 1, static_cast<size_t>(n), stream);
+  FILE *stream = streamOf(object);
+  if (stream == nullptr || !isBuffer(n, buffer)) return 0;
+  if (n > 0) fwrite_unlocked(buffer, 1, static_cast<size_t>(n), stream);
   putc_unlocked('\n', stream);
   return n;
 }
 
 static int32_t textFileReadBuf(void *object, int32_t n, void *buffer) {
-  FILE *stream = streamFor(object, buffer);
-  if (stream == nullptr || n < 0) return 0;
+  FILE *stream = streamOf(object);
+  if (stream == nullptr || !isBuffer(n, buffer)) return 0;
   const auto wanted = static_cast<size_t>(n);
-  const size_t got = fread_unlocked(buffer, 1, wanted, stream);
+  const size_t got = n > 0 ? fread_unlocked(buffer, 1, wanted, stream) : 0;
   // The result does not tell a short read, so what is missing must not be stale memory.
-  memset(static_cast<char *>(buffer) + got, 0, wanted - got);
+  if (got < wanted) memset(static_cast<char *>(buffer) + got, 0, wanted - got);
   getc_unlocked(stream);
   return n;
 }

@@ -28,9 +28,10 @@
  *    before there was anything to convert. Where something else stands than a number the result is 1
  *    too: nothing is stored and the text stays for the next read, so give the variable a value first. A
  *    number too large for its type stores some value.
- *  - `writeBuf`: the @c n bytes as they are, and a line feed. @c n.
- *  - `readBuf`: @c n bytes, and one more that is dropped, the line feed of `writeBuf`. @c n, also when
- *    the input ends early; the bytes that were not there are zero.
+ *  - `writeBuf`: the @c n bytes as they are, and a line feed, also for no bytes, where the buffer may
+ *    be NULL. @c n.
+ *  - `readBuf`: @c n bytes, and one more that is dropped, the line feed of `writeBuf`; the buffer may be
+ *    NULL for no bytes. @c n, also when the input ends early; the bytes that were not there are zero.
  *  - `writeString`: the text, or "null" for an empty one, and a line feed unless the text ends with
  *    one. 1 or 0.
  *  - `readString`: one line, at most @c n - 1 bytes of it, and a terminating zero; the line feed is

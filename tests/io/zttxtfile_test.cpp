@@ -336,6 +336,17 @@ TEST_F(TextFile, AnEmptyBufferIsAnEmptyLine) {
   EXPECT_EQ(rest(), "d\n");
 }
 
+TEST_F(TextFile, AnEmptyBufferMayBeNull) {
+  write();
+  EXPECT_EQ(methods->writeBuf(file, 0, nullptr), 0);
+  methods->writeBuf(file, 1, "d");
+  const std::string text = written();
+  EXPECT_EQ(text, "\nd\n");
+  read(text);
+  EXPECT_EQ(methods->readBuf(file, 0, nullptr), 0);
+  EXPECT_EQ(rest(), "d\n");
+}
+
 TEST_F(TextFile, ANegativeCountDoesNothing) {
   write();
   EXPECT_EQ(methods->writeBuf(file, -1, "abc"), 0);
