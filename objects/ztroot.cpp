@@ -124,7 +124,7 @@ static bool isWithin(const ztRoot *node, const ztRoot *top) {
   return node != nullptr;
 }
 
-// The parent -------------------------------------------------------------------------------------
+// The parent --------------------------------------------------------------------------------------
 
 static void *rootGetParent(const void *object) {
   return object == nullptr ? nullptr : nodeOf(object)->parent;

@@ -1,5 +1,7 @@
 #include "tests/objects/tree_nodes.hh"
 
+#include "core/ztmem.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -82,8 +84,35 @@ ztRoot *newNode(int32_t uid, ztCtor constructor) {
 
 ztRoot *newChild(void *parent, int32_t uid) {
   ztRoot *child = newNode(uid);
-  ztRoot_of(parent)->addChild(parent, child);
+  addChild(parent, child);
   return child;
+}
+
+ztRoot *newCopy(const ztRoot *node) {
+  const auto *functions = static_cast<const ztClassFunctions *>(node->klass->classTable);
+  auto *target = static_cast<ztRoot *>(functions->newop());
+  if (ztRoot_of(node)->clone(node, target) == nullptr) {
+    ztm_free(target);
+    return nullptr;
+  }
+  target->refCount = 1;
+  return target;
+}
+
+void addChild(void *node, void *child) {
+  ztRoot_of(node)->addChild(node, child);
+}
+
+void deleteChild(void *node, void *child) {
+  ztRoot_of(node)->deleteChild(node, child);
+}
+
+int32_t setParent(void *node, void *parent) {
+  return ztRoot_of(node)->setParent(node, parent);
+}
+
+std::string nameOf(const void *node) {
+  return ztRoot_of(node)->getName(node);
 }
 
 int32_t countOf(const void *node) {

@@ -55,6 +55,14 @@ ztRoot *newNode(int32_t uid = 1, ztCtor constructor = LiveNode_ctor);
 // A new node that belongs to its parent alone.
 ztRoot *newChild(void *parent, int32_t uid = 1);
 
+// A copy that belongs to the caller; NULL when the node is not cloned.
+ztRoot *newCopy(const ztRoot *node);
+
+void addChild(void *node, void *child);
+void deleteChild(void *node, void *child);
+int32_t setParent(void *node, void *parent);
+
+std::string nameOf(const void *node);
 int32_t countOf(const void *node);
 std::vector<ztRoot *> childrenOf(const void *node);
 // A node and all below it as text, such as "1(2 3(4))".

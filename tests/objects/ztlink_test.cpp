@@ -1,13 +1,11 @@
 #include "objects/ztlink.h"
 
-#include "core/ztmem.h"
 #include "io/zttxtfile.h"
 #include "tests/objects/tree_nodes.hh"
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <random>
 
 // A link of the host's with an order: by the identifiers.
@@ -40,7 +38,7 @@ static std::string bytesOf(int32_t value) {
   return {reinterpret_cast<const char *>(&value), sizeof value};
 }
 
-// A link -----------------------------------------------------------------------------------------------
+// A link ------------------------------------------------------------------------------------------
 
 TEST(Link, IsUnsetWhenItIsNew) {
   for (void *object : {ztLink_ctor(nullptr, 1), ztNewFromName("ztLink")}) {
@@ -124,7 +122,7 @@ TEST(Link, StoresAndReadsNothingWithoutAFile) {
   release(link);
 }
 
-// Arrays of links ----------------------------------------------------------------------------------------
+// Arrays of links ---------------------------------------------------------------------------------
 
 TEST(LinkArray, IsSetUpForLinks) {
   auto *array = static_cast<ztLinkArray *>(ztNewFromName("ztLinkArray"));
@@ -210,7 +208,7 @@ TEST(LinkArray, SortsOrderedLinks) {
   release(array);
 }
 
-// Resolving ----------------------------------------------------------------------------------------------
+// Resolving ---------------------------------------------------------------------------------------
 
 TEST(ResolvingALink, FindsTheNodeAnywhereBelow) {
   Forest forest;
@@ -274,7 +272,7 @@ TEST(ResolvingALink, GoesDownAnyDepth) {
   ztRoot *at = top;
   for (int32_t uid = 2; uid <= levels; ++uid) {
     ztRoot *below = newNode(uid);
-    ASSERT_EQ(ztRoot_of(below)->setParent(below, at), 1);
+    ASSERT_EQ(setParent(below, at), 1);
     at = below;
   }
   ztLink *link = newLink(levels);
@@ -317,7 +315,7 @@ TEST(ResolvingLinks, AgreesWithOneByOne) {
   for (int i = 0; i < scale(3000); ++i) {
     ztRoot *parent = nodes[random() % nodes.size()];
     nodes.push_back(newNode(static_cast<int32_t>(random() % 4000) - 2000));
-    ASSERT_EQ(ztRoot_of(nodes.back())->setParent(nodes.back(), parent), 1);
+    ASSERT_EQ(setParent(nodes.back(), parent), 1);
   }
   void *array = ztLinkArray_ctor(nullptr, 1);
   ztLinkArray_of(array)->setSize(array, 200);

@@ -1,7 +1,6 @@
 #include "objects/ztroot.h"
 
 #include "containers/ztarrays.h"
-#include "core/ztmem.h"
 #include "io/zttxtfile.h"
 #include "tests/objects/tree_nodes.hh"
 #include "tests/support/scale.h"
@@ -11,7 +10,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <numeric>
 #include <random>
 
@@ -121,7 +119,7 @@ const size_t recordSize = 100 + 4 + 4 + 80 + 4 + 4;  // LiveNode stores a value 
 
 }  // namespace
 
-// Storing -------------------------------------------------------------------------------------------
+// Storing -----------------------------------------------------------------------------------------
 
 TEST(StoringATree, WritesIdentityAndRecordOfEachParentsFirst) {
   Forest forest;
@@ -174,8 +172,7 @@ TEST(StoringATree, BearsThePresentUidOfTheNodeAbove) {
 TEST(StoringATree, TakesCopiesToo) {
   Forest forest;
   ztRoot *top = newSample();
-  auto *copy = static_cast<ztRoot *>(LiveNode_newop());
-  ASSERT_NE(ztRoot_of(top)->clone(top, copy), nullptr);
+  ztRoot *copy = newCopy(top);
   release(top);
   const NodeFile file;
   EXPECT_EQ(ztRoot_storeTree(copy, file.get()), 6);
@@ -226,7 +223,7 @@ TEST(StoringATree, FailsWhereverTheFileIsFull) {
   release(top);
 }
 
-// Loading --------------------------------------------------------------------------------------------
+// Loading -----------------------------------------------------------------------------------------
 
 TEST(LoadingATree, BringsEverythingBack) {
   Forest forest;
@@ -397,7 +394,7 @@ TEST(LoadingATree, ReadsFromAPipe) {
   }
 }
 
-// Damage ---------------------------------------------------------------------------------------------
+// Damage ------------------------------------------------------------------------------------------
 
 TEST(LoadingDamage, AFileThatEndsTooEarlyGivesNothing) {
   const std::string bytes = sampleBytes();
@@ -502,7 +499,7 @@ TEST(LoadingDamage, NullArgumentsGiveNothing) {
   release(roots);
 }
 
-// Large and random trees -----------------------------------------------------------------------------
+// Large and random trees --------------------------------------------------------------------------
 
 TEST(LargeTrees, AChainIsLoadedInAnyOrder) {
   const int levels = scale(100000);
@@ -512,7 +509,7 @@ TEST(LargeTrees, AChainIsLoadedInAnyOrder) {
     ztRoot *at = top;
     for (int32_t uid = 2; uid <= levels; ++uid) {
       ztRoot *below = newNode(uid);
-      ASSERT_EQ(ztRoot_of(below)->setParent(below, at), 1);
+      ASSERT_EQ(setParent(below, at), 1);
       at = below;
     }
     NodeFile file;
@@ -546,7 +543,7 @@ TEST(RandomTrees, AreLoadedAsTheyWereStored) {
     for (int32_t uid = 1; uid < count; ++uid) {
       ztRoot *parent = nodes[random() % nodes.size()];
       nodes.push_back(newNode(uid * 7919));
-      ASSERT_EQ(ztRoot_of(nodes.back())->setParent(nodes.back(), parent), 1);
+      ASSERT_EQ(setParent(nodes.back(), parent), 1);
     }
     for (const ztCtor constructor : {ztFile_ctor, ztTextFile_ctor}) {
       const NodeFile file(constructor);
