@@ -28,31 +28,33 @@ static void associativeDestroy(void *object) {
 }
 
 static void associativeSetItemConstructor(void *object, ztCtor constructor) {
-  static_cast<ztAssociativeContainer *>(object)->itemConstructor = constructor;
+  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->itemConstructor = constructor;
 }
 
 static void associativeSetKeySize(void *object, int32_t size, uint32_t byPointer) {
   auto *container = static_cast<ztAssociativeContainer *>(object);
+  if (container == nullptr) return;
   container->keySize = size;
   container->keyByPointer = byPointer;
 }
 
 static void associativeSetKeyConstructor(void *object, ztCtor constructor) {
-  static_cast<ztAssociativeContainer *>(object)->keyConstructor = constructor;
+  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->keyConstructor = constructor;
 }
 
 static void associativeSetValueSize(void *object, int32_t size, uint32_t byPointer) {
   auto *container = static_cast<ztAssociativeContainer *>(object);
+  if (container == nullptr) return;
   container->valueSize = size;
   container->valueByPointer = byPointer;
 }
 
 static void associativeSetValueConstructor(void *object, ztCtor constructor) {
-  static_cast<ztAssociativeContainer *>(object)->valueConstructor = constructor;
+  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->valueConstructor = constructor;
 }
 
 static void associativeSetValueCompareFunction(void *object, ztCompareFunc compare) {
-  static_cast<ztAssociativeContainer *>(object)->valueCompareFunction = compare;
+  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->valueCompareFunction = compare;
 }
 
 static void associativeMethods(ztAssociativeContainerMethods *methods) {

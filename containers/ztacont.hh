@@ -21,7 +21,7 @@ inline ElementPolicy ztValuePolicy(const void *object) {
 template <typename Item>
 void *ztNewPairItem(void *object, const void *pair) {
   const auto *container = static_cast<const ztAssociativeContainer *>(object);
-  if (container->itemConstructor == nullptr || pair == nullptr) return nullptr;
+  if (container == nullptr || container->itemConstructor == nullptr || pair == nullptr) return nullptr;
   auto *item = static_cast<Item *>(container->itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
   const auto *given = static_cast<const ztKeyValue *>(pair);
@@ -37,7 +37,7 @@ void *ztNewPairItem(void *object, const void *pair) {
 // Stores copies of the source item's key and value in the destination item.
 template <typename Item>
 void *ztCopyPairItem(void *object, void *destination, const void *source) {
-  if (destination == nullptr || source == nullptr) return nullptr;
+  if (object == nullptr || destination == nullptr || source == nullptr) return nullptr;
   auto *to = static_cast<Item *>(destination);
   const auto *from = static_cast<const Item *>(source);
   ztCopyElement(ztKeyPolicy(object), from->data, &to->data);
@@ -48,7 +48,7 @@ void *ztCopyPairItem(void *object, void *destination, const void *source) {
 // Releases the item's key and value, then the item.
 template <typename Item>
 void ztDeletePairItem(void *object, void *item) {
-  if (item == nullptr) return;
+  if (object == nullptr || item == nullptr) return;
   ztReleaseElement(ztKeyPolicy(object), &static_cast<Item *>(item)->data);
   ztReleaseElement(ztValuePolicy(object), &static_cast<Item *>(item)->value);
   ztBaseClass_of(item)->unRef(item);

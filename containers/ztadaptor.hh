@@ -8,9 +8,16 @@
 #include "containers/ztscont.h"
 #include "core/ztbasec.hh"
 
+template <typename Adaptor>
+auto ztInnerOf(const void *object) {
+  const auto *adaptor = static_cast<const Adaptor *>(object);
+  return adaptor == nullptr ? nullptr : adaptor->inner;
+}
+
 // The class of the inner container is the one that `constructInner` makes.
 template <typename Adaptor, ztCtor constructInner>
 int32_t ztAdaptorCreate(void *object) {
+  if (object == nullptr) return 0;
   auto *adaptor = static_cast<Adaptor *>(object);
   adaptor->inner = nullptr;
   if (!ztSequenceContainer_table()->create(object)) return 0;
@@ -41,6 +48,7 @@ void *ztAdaptorClone(const void *object, void *target) {
 
 template <typename Adaptor>
 void ztAdaptorDestroy(void *object) {
+  if (object == nullptr) return;
   auto *adaptor = static_cast<Adaptor *>(object);
   void *inner = adaptor->inner;
   adaptor->inner = nullptr;
@@ -51,28 +59,28 @@ void ztAdaptorDestroy(void *object) {
 template <typename Adaptor>
 void ztAdaptorSetCompareFunction(void *object, ztCompareFunc compare) {
   ztSequenceContainer_table()->setCompareFunction(object, compare);
-  void *inner = static_cast<Adaptor *>(object)->inner;
+  void *inner = ztInnerOf<Adaptor>(object);
   if (inner != nullptr) ztSequenceContainer_of(inner)->setCompareFunction(inner, compare);
 }
 
 template <typename Adaptor>
 void ztAdaptorSetAllowDuplicate(void *object, uint32_t allow) {
   ztSequenceContainer_table()->setAllowDuplicate(object, allow);
-  void *inner = static_cast<Adaptor *>(object)->inner;
+  void *inner = ztInnerOf<Adaptor>(object);
   if (inner != nullptr) ztSequenceContainer_of(inner)->setAllowDuplicate(inner, allow);
 }
 
 template <typename Adaptor>
 void ztAdaptorSetElementSize(void *object, int32_t size, uint32_t byPointer) {
   ztSequenceContainer_table()->setElementSize(object, size, byPointer);
-  void *inner = static_cast<Adaptor *>(object)->inner;
+  void *inner = ztInnerOf<Adaptor>(object);
   if (inner != nullptr) ztSequenceContainer_of(inner)->setElementSize(inner, size, byPointer);
 }
 
 template <typename Adaptor>
 void ztAdaptorSetElementConstructor(void *object, ztCtor constructor) {
   ztSequenceContainer_table()->setElementConstructor(object, constructor);
-  void *inner = static_cast<Adaptor *>(object)->inner;
+  void *inner = ztInnerOf<Adaptor>(object);
   if (inner != nullptr) ztSequenceContainer_of(inner)->setElementConstructor(inner, constructor);
 }
 

@@ -303,6 +303,7 @@ static int32_t treeGetSize(const void *object) {
 // Life --------------------------------------------------------------------------------------------
 
 static int32_t treeCreate(void *object) {
+  if (object == nullptr) return 0;
   auto *tree = static_cast<ztAvlTree *>(object);
   tree->root = nullptr;
   tree->count = 0;
@@ -313,6 +314,7 @@ static int32_t treeCreate(void *object) {
 }
 
 static void treeDestroy(void *object) {
+  if (object == nullptr) return;
   ztAvlTree_of(object)->empty(object);
   ztSequenceContainer_table()->destroy(object);
 }

@@ -86,15 +86,15 @@ static void *containerClone(const void *object, void *target) {
 }
 
 static void containerSetItemManager(void *object, void *manager) {
-  static_cast<ztContainer *>(object)->itemManager = manager;
+  if (object != nullptr) static_cast<ztContainer *>(object)->itemManager = manager;
 }
 
 static void containerSetCompareFunction(void *object, ztCompareFunc compare) {
-  static_cast<ztContainer *>(object)->compareFunction = compare;
+  if (object != nullptr) static_cast<ztContainer *>(object)->compareFunction = compare;
 }
 
 static void containerSetAllowDuplicate(void *object, uint32_t allow) {
-  static_cast<ztContainer *>(object)->allowDuplicate = allow;
+  if (object != nullptr) static_cast<ztContainer *>(object)->allowDuplicate = allow;
 }
 
 static void containerMethods(ztContainerMethods *methods) {

@@ -9,7 +9,7 @@ ZT_PIN_SLOT(ztDeque, pushBack, 27);
 ZT_PIN_SLOT(ztDeque, isEmpty, 33);
 
 static ztList *listOf(const void *object) {
-  return static_cast<const ztDeque *>(object)->inner;
+  return ztInnerOf<ztDeque>(object);
 }
 
 static ztListItem *dequePushBack(void *object, const void *element) {
@@ -51,7 +51,7 @@ static int32_t dequeGetSize(const void *object) {
 
 static int32_t dequeIsEmpty(const void *object) {
   const ztList *list = listOf(object);
-  return list == nullptr || list->count == 0;
+  return object != nullptr && (list == nullptr || list->count == 0);
 }
 
 static void dequeMethods(ztDequeMethods *methods) {

@@ -147,6 +147,7 @@ static ztHashTableItem *hashTableFind(const void *object, const void *key) {
 // Life --------------------------------------------------------------------------------------------
 
 static int32_t hashTableCreate(void *object) {
+  if (object == nullptr) return 0;
   auto *table = static_cast<ztHashTable *>(object);
   table->buckets = nullptr;
   table->count = 0;
@@ -157,6 +158,7 @@ static int32_t hashTableCreate(void *object) {
 }
 
 static void hashTableDestroy(void *object) {
+  if (object == nullptr) return;
   ztAssociativeContainer_table()->destroy(object);
   ztHashTable_of(object)->empty(object);
   auto *table = static_cast<ztHashTable *>(object);

@@ -27,6 +27,7 @@ static void deleteItem(ztList *list, ztListItem *item) {
 
 static ztListItem *listPushBack(void *object, const void *element) {
   auto *list = static_cast<ztList *>(object);
+  if (list == nullptr) return nullptr;
   ztListItem *item = newItem(list, element);
   if (item == nullptr) return nullptr;
   item->next = nullptr;
@@ -40,6 +41,7 @@ static ztListItem *listPushBack(void *object, const void *element) {
 
 static ztListItem *listPushFront(void *object, const void *element) {
   auto *list = static_cast<ztList *>(object);
+  if (list == nullptr) return nullptr;
   ztListItem *item = newItem(list, element);
   if (item == nullptr) return nullptr;
   item->prev = nullptr;
@@ -64,13 +66,13 @@ static ztListItem *insertBetween(ztList *list, ztListItem *before, ztListItem *a
 }
 
 static ztListItem *listInsertPrev(void *object, ztListItem *item, const void *element) {
-  if (item == nullptr) return nullptr;
+  if (object == nullptr || item == nullptr) return nullptr;
   if (item->prev == nullptr) return ztList_of(object)->pushFront(object, element);
   return insertBetween(static_cast<ztList *>(object), item->prev, item, element);
 }
 
 static ztListItem *listInsertNext(void *object, ztListItem *item, const void *element) {
-  if (item == nullptr) return nullptr;
+  if (object == nullptr || item == nullptr) return nullptr;
   if (item->next == nullptr) return ztList_of(object)->pushBack(object, element);
   return insertBetween(static_cast<ztList *>(object), item, item->next, element);
 }
@@ -79,6 +81,7 @@ static ztListItem *listInsertNext(void *object, ztListItem *item, const void *el
 
 static ztListItem *listPopFront(void *object) {
   auto *list = static_cast<ztList *>(object);
+  if (list == nullptr) return nullptr;
   ztListItem *item = list->head;
   if (item == nullptr || list->tail == nullptr) return nullptr;
   list->head = item->next;
@@ -95,6 +98,7 @@ static ztListItem *listPopFront(void *object) {
 
 static ztListItem *listPopBack(void *object) {
   auto *list = static_cast<ztList *>(object);
+  if (list == nullptr) return nullptr;
   ztListItem *item = list->tail;
   if (item == nullptr || list->head == nullptr) return nullptr;
   list->tail = item->prev;
@@ -110,7 +114,7 @@ static ztListItem *listPopBack(void *object) {
 
 static ztListItem *listRemoveItem(void *object, ztListItem *item) {
   auto *list = static_cast<ztList *>(object);
-  if (item == nullptr) return nullptr;
+  if (list == nullptr || item == nullptr) return nullptr;
   if (item == list->head) return ztList_of(object)->popFront(object);
   if (item == list->tail) return ztList_of(object)->popBack(object);
   ztListItem *before = item->prev;
@@ -126,6 +130,7 @@ static ztListItem *listRemoveItem(void *object, ztListItem *item) {
 
 static void listEmpty(void *object) {
   auto *list = static_cast<ztList *>(object);
+  if (list == nullptr) return;
   while (list->head != nullptr) {
     ztListItem *item = list->head;
     list->head = item->next;
@@ -139,7 +144,7 @@ static void listEmpty(void *object) {
 
 static ztListItem *listFind(const void *object, const void *key) {
   const auto *list = static_cast<const ztList *>(object);
-  if (list->compareFunction == nullptr) return nullptr;
+  if (list == nullptr || list->compareFunction == nullptr) return nullptr;
   ztListItem *item = list->head;
   while (item != nullptr && list->compareFunction(item->data, key) != 0) item = item->next;
   return item;
@@ -150,26 +155,26 @@ static void *dataOf(const ztListItem *item) {
 }
 
 static void *listGetBack(const void *object) {
-  return dataOf(static_cast<const ztList *>(object)->tail);
+  return object == nullptr ? nullptr : dataOf(static_cast<const ztList *>(object)->tail);
 }
 
 static void *listGetFront(const void *object) {
-  return dataOf(static_cast<const ztList *>(object)->head);
+  return object == nullptr ? nullptr : dataOf(static_cast<const ztList *>(object)->head);
 }
 
 static ztListItem *listGetItemAt(const void *object, int32_t index) {
-  if (index < 0) return nullptr;
+  if (object == nullptr || index < 0) return nullptr;
   ztListItem *item = static_cast<const ztList *>(object)->head;
   for (; item != nullptr && index > 0; --index) item = item->next;
   return item;
 }
 
 static void *listGetAt(const void *object, int32_t index) {
-  return dataOf(ztList_of(object)->getItemAt(object, index));
+  return object == nullptr ? nullptr : dataOf(ztList_of(object)->getItemAt(object, index));
 }
 
 static int32_t listGetSize(const void *object) {
-  return static_cast<int32_t>(static_cast<const ztList *>(object)->count);
+  return object == nullptr ? 0 : static_cast<int32_t>(static_cast<const ztList *>(object)->count);
 }
 
 // Life --------------------------------------------------------------------------------------------
@@ -203,6 +208,7 @@ static int32_t listAssign(void *object, const void *other) {
 }
 
 static void listDestroy(void *object) {
+  if (object == nullptr) return;
   ztSequenceContainer_table()->destroy(object);
   ztList_of(object)->empty(object);
 }

@@ -114,6 +114,7 @@ static int32_t mapGetSize(const void *object) {
 // Life --------------------------------------------------------------------------------------------
 
 static int32_t mapCreate(void *object) {
+  if (object == nullptr) return 0;
   auto *map = static_cast<ztMap *>(object);
   map->tree = nullptr;
   if (!ztAssociativeContainer_table()->create(object)) return 0;
@@ -125,6 +126,7 @@ static int32_t mapCreate(void *object) {
 }
 
 static void mapDestroy(void *object) {
+  if (object == nullptr) return;
   auto *map = static_cast<ztMap *>(object);
   ztAvlTree *tree = map->tree;
   map->tree = nullptr;

@@ -9,7 +9,7 @@ ZT_PIN_SLOT(ztQueue, push, 27);
 ZT_PIN_SLOT(ztQueue, isEmpty, 31);
 
 static ztDeque *dequeOf(const void *object) {
-  return static_cast<const ztQueue *>(object)->inner;
+  return ztInnerOf<ztQueue>(object);
 }
 
 static ztListItem *queuePush(void *object, const void *element) {
@@ -39,7 +39,8 @@ static int32_t queueGetSize(const void *object) {
 
 static int32_t queueIsEmpty(const void *object) {
   const ztDeque *deque = dequeOf(object);
-  return deque == nullptr ? 1 : ztDeque_of(deque)->isEmpty(deque);
+  if (deque == nullptr) return object != nullptr;
+  return ztDeque_of(deque)->isEmpty(deque);
 }
 
 static void queueMethods(ztQueueMethods *methods) {

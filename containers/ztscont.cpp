@@ -31,7 +31,7 @@ static void sequenceDestroy(void *object) {
 
 static void *sequenceNewItem(void *object, const void *element) {
   const auto *container = static_cast<const ztSequenceContainer *>(object);
-  if (container->itemConstructor == nullptr) return nullptr;
+  if (container == nullptr || container->itemConstructor == nullptr) return nullptr;
   auto *item = static_cast<ztContainerItem *>(container->itemConstructor(nullptr, 1));
   if (item == nullptr || ztStoreElement(policyOf(object), element, &item->data)) return item;
   ztContainerItem_of(item)->unRef(item);
@@ -39,34 +39,35 @@ static void *sequenceNewItem(void *object, const void *element) {
 }
 
 static void *sequenceCopyItem(void *object, void *destination, const void *source) {
-  if (destination == nullptr || source == nullptr) return nullptr;
+  if (object == nullptr || destination == nullptr || source == nullptr) return nullptr;
   const void *element = static_cast<const ztContainerItem *>(source)->data;
   ztCopyElement(policyOf(object), element, &static_cast<ztContainerItem *>(destination)->data);
   return destination;
 }
 
 static void sequenceDeleteItem(void *object, void *item) {
-  if (item == nullptr) return;
+  if (object == nullptr || item == nullptr) return;
   ztReleaseElement(policyOf(object), &static_cast<ztContainerItem *>(item)->data);
   ztContainerItem_of(item)->unRef(item);
 }
 
 static void sequenceSetItemConstructor(void *object, ztCtor constructor) {
-  static_cast<ztSequenceContainer *>(object)->itemConstructor = constructor;
+  if (object != nullptr) static_cast<ztSequenceContainer *>(object)->itemConstructor = constructor;
 }
 
 static void sequenceSetElementSize(void *object, int32_t size, uint32_t byPointer) {
   auto *container = static_cast<ztSequenceContainer *>(object);
+  if (container == nullptr) return;
   container->elementSize = size;
   container->byPointer = byPointer;
 }
 
 static int32_t sequenceGetElementSize(const void *object) {
-  return static_cast<const ztSequenceContainer *>(object)->elementSize;
+  return object == nullptr ? 0 : static_cast<const ztSequenceContainer *>(object)->elementSize;
 }
 
 static void sequenceSetElementConstructor(void *object, ztCtor constructor) {
-  static_cast<ztSequenceContainer *>(object)->elementConstructor = constructor;
+  if (object != nullptr) static_cast<ztSequenceContainer *>(object)->elementConstructor = constructor;
 }
 
 static void sequenceMethods(ztSequenceContainerMethods *methods) {

@@ -9,7 +9,7 @@ ZT_PIN_SLOT(ztStack, push, 27);
 ZT_PIN_SLOT(ztStack, isEmpty, 30);
 
 static ztDeque *dequeOf(const void *object) {
-  return static_cast<const ztStack *>(object)->inner;
+  return ztInnerOf<ztStack>(object);
 }
 
 static ztListItem *stackPush(void *object, const void *element) {
@@ -34,7 +34,8 @@ static int32_t stackGetSize(const void *object) {
 
 static int32_t stackIsEmpty(const void *object) {
   const ztDeque *deque = dequeOf(object);
-  return deque == nullptr ? 1 : ztDeque_of(deque)->isEmpty(deque);
+  if (deque == nullptr) return object != nullptr;
+  return ztDeque_of(deque)->isEmpty(deque);
 }
 
 static void stackMethods(ztStackMethods *methods) {

@@ -180,8 +180,8 @@ static void baseClassInstanceCreate(ztClass *) {}
 
 static void baseClassInstanceDestroy(ztClass *) {}
 
-static int32_t baseCreate(void *) {
-  return 1;
+static int32_t baseCreate(void *object) {
+  return object != nullptr;
 }
 
 static void *baseClone(const void *object, void *target) {
@@ -189,18 +189,18 @@ static void *baseClone(const void *object, void *target) {
   return memmove(target, object, static_cast<size_t>(ztOOP_classOf(object)->instanceSize));
 }
 
-static int32_t baseAssign(void *, const void *) {
-  return 1;
+static int32_t baseAssign(void *object, const void *other) {
+  return object != nullptr && other != nullptr;
 }
 
 static void baseDestroy(void *) {}
 
-static int32_t baseRead(void *, void *) {
-  return 1;
+static int32_t baseRead(void *object, void *) {
+  return object != nullptr;
 }
 
-static int32_t baseWrite(const void *, void *) {
-  return 1;
+static int32_t baseWrite(const void *object, void *) {
+  return object != nullptr;
 }
 
 static void baseRef(void *object) {

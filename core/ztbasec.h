@@ -304,7 +304,7 @@ ZT_END_C
  *    any, is not released; returns the target. The target takes the source's class and reference
  *    count. NULL when it cannot: the target then owns nothing, so an override that fails after its
  *    parent's `clone` has the parent's `destroy` release what that made.
- *  - `assign`: takes over the contents of another object of the class, 1 or 0.
+ *  - `assign`: takes over the contents of another object of the class, 1 or 0; 0 without another.
  *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract where a class has no order.
  *  - `destroy`: releases what the object owns, never the object's own memory.
  *  - `read`, `write`: the object's data from and to a ztFile, 1 or 0.

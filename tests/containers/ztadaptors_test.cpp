@@ -338,6 +338,9 @@ TEST(Adaptors, OperationsWithoutAnInnerContainerGiveNothing) {
   EXPECT_EQ(ztStack_of(stack)->push(stack, &number), nullptr);
   EXPECT_EQ(ztStack_of(stack)->pop(stack), nullptr);
   EXPECT_EQ(ztStack_of(stack)->getTop(stack), nullptr);
+  EXPECT_EQ(ztDeque_of(deque)->isEmpty(deque), 1);
+  EXPECT_EQ(ztQueue_of(queue)->isEmpty(queue), 1);
+  EXPECT_EQ(ztStack_of(stack)->isEmpty(stack), 1);
   release(deque);
   release(queue);
   release(stack);

@@ -349,6 +349,11 @@ TEST(BaseClass, OperationsTakeNull) {
   EXPECT_EQ(methods->Allocator(nullptr), nullptr);
   EXPECT_EQ(methods->clone(nullptr, object), nullptr);
   EXPECT_EQ(methods->clone(object, nullptr), nullptr);
+  EXPECT_EQ(methods->create(nullptr), 0);
+  EXPECT_EQ(methods->assign(nullptr, object), 0);
+  EXPECT_EQ(methods->assign(object, nullptr), 0);
+  EXPECT_EQ(methods->read(nullptr, nullptr), 0);
+  EXPECT_EQ(methods->write(nullptr, nullptr), 0);
   methods->destroy(nullptr);
   methods->ref(nullptr);
   methods->unRef(nullptr);
