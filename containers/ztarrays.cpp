@@ -1,6 +1,7 @@
 #include "containers/ztarrays.h"
 
 #include "containers/ztcompare.hh"
+#include "containers/ztpointers.hh"
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztPtrArray, 80, 42);
@@ -50,11 +51,7 @@ static int32_t createByValue(void *array, int32_t elementSize, ztCompareFunc com
 
 static int32_t ptrArrayCreate(void *object) {
   if (!ztArray_table()->create(object)) return 0;
-  const ztArrayMethods *methods = ztArray_of(object);
-  methods->setElementSize(object, sizeof(void *), 1);
-  // `find` hands over the stored pointers themselves, unless a subclass chose otherwise.
-  const bool byPointer = static_cast<const ztPtrArray *>(object)->byPointer != 0;
-  methods->setCompareFunction(object, byPointer ? ztPtrArray_compare_func_ptr : ztPtrArray_compare_func);
+  ztKeepPointers(object, ztPtrArray_compare_func, ztPtrArray_compare_func_ptr);
   return 1;
 }
 
