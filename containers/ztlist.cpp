@@ -23,6 +23,12 @@ static void deleteItem(ztList *list, ztListItem *item) {
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
+static void clearItems(ztList *list) {
+  list->head = nullptr;
+  list->tail = nullptr;
+  list->count = 0;
+}
+
 // Adding ------------------------------------------------------------------------------------------
 
 static ztListItem *listPushBack(void *object, const void *element) {
@@ -79,9 +85,8 @@ static ztListItem *listInsertNext(void *object, ztListItem *item, const void *el
 
 // Removing ----------------------------------------------------------------------------------------
 
-static ztListItem *listPopFront(void *object) {
-  auto *list = static_cast<ztList *>(object);
-  if (list == nullptr) return nullptr;
+// Takes the head out of its links; NULL when there is none.
+static ztListItem *detachHead(ztList *list) {
   ztListItem *item = list->head;
   if (item == nullptr || list->tail == nullptr) return nullptr;
   list->head = item->next;
@@ -90,6 +95,13 @@ static ztListItem *listPopFront(void *object) {
   } else {
     list->tail = nullptr;
   }
+  return item;
+}
+
+static ztListItem *listPopFront(void *object) {
+  auto *list = static_cast<ztList *>(object);
+  ztListItem *item = list == nullptr ? nullptr : detachHead(list);
+  if (item == nullptr) return nullptr;
   // Not through the item manager: the element is the caller's from here on.
   ztListItem_of(item)->unRef(item);
   --list->count;
@@ -131,13 +143,9 @@ static ztListItem *listRemoveItem(void *object, ztListItem *item) {
 static void listEmpty(void *object) {
   auto *list = static_cast<ztList *>(object);
   if (list == nullptr) return;
-  while (list->head != nullptr) {
-    ztListItem *item = list->head;
-    list->head = item->next;
-    deleteItem(list, item);
-  }
-  list->tail = nullptr;
-  list->count = 0;
+  // Each is taken out first, since the end of an element may call back into the list.
+  while (ztListItem *item = detachHead(list)) deleteItem(list, item);
+  clearItems(list);
 }
 
 // Finding -----------------------------------------------------------------------------------------
@@ -178,12 +186,6 @@ static int32_t listGetSize(const void *object) {
 }
 
 // Life --------------------------------------------------------------------------------------------
-
-static void clearItems(ztList *list) {
-  list->head = nullptr;
-  list->tail = nullptr;
-  list->count = 0;
-}
 
 static int32_t listCreate(void *object) {
   if (!ztSequenceContainer_table()->create(object)) return 0;

@@ -301,6 +301,49 @@ TEST_P(ListOf, SecondDestroyIsHarmless) {
   EXPECT_EQ(numbers(), Numbers({0}));
 }
 
+namespace {
+
+// An element that, at its end, takes the last one out of its list.
+ztList *guestsList;
+int guestsEnded;
+
+}  // namespace
+
+#define Guest_FIELDS ztBaseClass_FIELDS
+#define Guest_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Guest)
+
+static void guestDestroy(void *object) {
+  ++guestsEnded;
+  if (guestsList != nullptr) ztList_of(guestsList)->popBack(guestsList);
+  ztBaseClass_table()->destroy(object);
+}
+
+static void guestMethods(GuestMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, destroy, guestDestroy);
+}
+
+ZT_DEFINE_CLASS(Guest, ztBaseClass, guestMethods)
+
+TEST(ListOfObjects, ElementMayTakeAnotherOutAtItsEndWhileTheListIsEmptied) {
+  for (int count = 1; count <= 5; ++count) {
+    ztList *list = newList();
+    ztList_of(list)->setElementConstructor(list, Guest_ctor);
+    void *guest = Guest_ctor(nullptr, 1);
+    for (int i = 0; i < count; ++i) ztList_of(list)->pushBack(list, guest);
+    guestsList = list;
+    guestsEnded = 0;
+    ztList_of(list)->empty(list);
+    EXPECT_EQ(guestsEnded, count);
+    EXPECT_EQ(list->head, nullptr);
+    EXPECT_EQ(list->tail, nullptr);
+    EXPECT_EQ(list->count, 0U);
+    guestsList = nullptr;
+    release(guest);
+    release(list);
+  }
+}
+
 // Looking -----------------------------------------------------------------------------------------
 
 TEST_P(ListOf, FrontAndBackAreTheEndsElements) {
