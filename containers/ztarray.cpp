@@ -81,7 +81,9 @@ static void *newBlock(const ztArray *array, int32_t count, int32_t clearFrom) {
 // Resizes the block, which keeps its elements; false when it cannot.
 static bool resizeBlock(ztArray *array, int64_t count) {
   const int32_t size = blockSize(array, count);
-  void *block = size < 0 ? nullptr : ztm_realloc(array->data, size);
+  if (size < 0) return false;
+  // A host's tracking allocator knows a block only from its allocation.
+  void *block = array->data == nullptr ? ztm_alloc(size) : ztm_realloc(array->data, size);
   if (block == nullptr) return false;
   array->data = block;
   return true;

@@ -280,6 +280,21 @@ TEST_F(ArrayTest, PushBackReturnsTheAddressOfTheNewSlot) {
   EXPECT_EQ(*static_cast<int32_t *>(array->getBack(array)), 3);
 }
 
+TEST_F(ArrayTest, FirstPushAllocatesAndLaterOnesResizeToTheVeryContents) {
+  const int before = reallocationsOfNothing;
+  const Array array = intArray({});
+  for (int32_t count = 1; count <= 3; ++count) {
+    array->pushBack(array, &count);
+    EXPECT_EQ(lastSizeAskedFor, count * 4);
+  }
+  array->removeAt(array, 0);
+  EXPECT_EQ(lastSizeAskedFor, 8);
+  const Array pieces = pieceArray({1, 2});
+  const Array pointers = pointerArray(8, {&before, &before});
+  EXPECT_EQ(lastSizeAskedFor, 16);
+  EXPECT_EQ(reallocationsOfNothing, before) << "the first block is allocated";
+}
+
 TEST_F(ArrayTest, PushBackCopiesTheElement) {
   Numbers numbers = {7};
   const Array array = intArray(numbers);

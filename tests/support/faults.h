@@ -10,6 +10,8 @@
 // Allocations that still succeed before one fails; -1 while all succeed.
 inline int allocationsBeforeFault = -1;
 inline int faultsInjected = 0;
+inline int32_t lastSizeAskedFor = 0;
+inline int reallocationsOfNothing = 0;
 
 inline bool allocationFails() {
   if (allocationsBeforeFault < 0) return false;
@@ -19,10 +21,13 @@ inline bool allocationFails() {
 }
 
 __attribute__((used)) inline void *ztm_alloc(int32_t size) {
+  lastSizeAskedFor = size;
   return allocationFails() ? nullptr : malloc(static_cast<size_t>(size));
 }
 
 __attribute__((used)) inline void *ztm_realloc(void *block, int32_t size) {
+  lastSizeAskedFor = size;
+  if (block == nullptr) ++reallocationsOfNothing;
   return allocationFails() ? nullptr : realloc(block, static_cast<size_t>(size));
 }
 
