@@ -473,7 +473,12 @@ static int32_t arrayRead(void *object, void *file) {
   const ztFileMethods *methods = ztFile_of(file);
   int32_t count = 0;
   if (!methods->readInt(file, &count) || !ztIsCredibleCount(file, count)) return 0;
+  const void *before = array->data;
   if (!ztArray_of(array)->setSize(array, count)) return 0;
+  // An array that has the count already keeps its contents.
+  if (before != nullptr && before == array->data && !holdsObjects(array)) {
+    clearBehind(array, array->data, 0, blockSize(array, array->count));
+  }
   for (int32_t i = 0; i < array->count; ++i) {
     void *slot = slotAt(array, i);
     if (holdsObjects(array)) {

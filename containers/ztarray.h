@@ -67,7 +67,8 @@
  * the two do not agree.
  *
  * `write` stores the count and each element: the object's own `write`, or its bytes (by pointer: the
- * pointers' bytes). `read` gives 0 for a count that cannot be; elements that the file lacks are zero.
+ * pointers' bytes). `read` gives 0 for a count that cannot be; elements that the file lacks are zero,
+ * objects as their own `read` leaves them.
  */
 #define ztArray_METHODS                                                             \
   ztSequenceContainer_METHODS                                                       \

@@ -1066,6 +1066,16 @@ TEST_F(ArrayTest, ATruncatedFileLeavesZeros) {
   }
 }
 
+TEST_F(ArrayTest, ATruncatedFileLeavesZerosInAnArrayOfTheSameCount) {
+  const Storage file;
+  const Array array = intArray({1, 2, 3});
+  array->write(array, file);
+  file.hold(file.bytes().substr(0, 8));
+  const Array other = intArray({9, 9, 9});
+  EXPECT_EQ(other->read(other, file), 1);
+  EXPECT_EQ(intsOf(other), Numbers({1, 0, 0}));
+}
+
 TEST_F(ArrayTest, ATruncatedFileLeavesNewObjects) {
   const Storage file;
   const Array array = pieceArray({1, 2, 3});
