@@ -370,6 +370,11 @@ static void hostMapDeleteItem(void *object, void *item) {
   ztMap_table()->deleteItem(object, item);
 }
 
+static void hostMapSetItemConstructor(void *object, ztCtor constructor) {
+  asked += static_cast<const ztMap *>(object)->tree == nullptr ? 'i' : 'I';
+  ztMap_table()->setItemConstructor(object, constructor);
+}
+
 static void hostMapSetAllowDuplicate(void *object, uint32_t allow) {
   asked += 'a';
   ztMap_table()->setAllowDuplicate(object, allow);
@@ -388,6 +393,7 @@ static int32_t hostMapGetSize(const void *object) {
 static void hostMapMethods(HostMapMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, newItem, hostMapNewItem);
   ZT_OVERRIDE_METHOD(methods, deleteItem, hostMapDeleteItem);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, hostMapSetItemConstructor);
   ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, hostMapSetAllowDuplicate);
   ZT_OVERRIDE_METHOD(methods, pushBack, hostMapPushBack);
   ZT_OVERRIDE_METHOD(methods, getSize, hostMapGetSize);
@@ -399,6 +405,13 @@ static std::string takeAsked() {
   std::string calls;
   calls.swap(asked);
   return calls;
+}
+
+TEST(Map, ItsTreeStandsWhenItsItemConstructorIsSet) {
+  takeAsked();
+  void *map = HostMap_ctor(nullptr, 1);
+  EXPECT_EQ(takeAsked(), "I");
+  release(map);
 }
 
 TEST(Map, TreeMakesAndDeletesItsItemsThroughTheMap) {
