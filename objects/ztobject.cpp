@@ -604,16 +604,29 @@ static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char
   return added;
 }
 
+static ztSlotFunction destroyedSlotOf(const void *object) {
+  ztSlotFunction function;
+  function.object1 = ztObject_of(object)->destroyed;
+  return function;
+}
+
 // Has `watcher` drop its slots aimed at `watched` when that is destroyed. False when it could not be
 // arranged.
 static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
   const ztObjectMethods *methods = tableOf(klass);
   ztSignal *destroyed = methods->addSignal(klass, watched, "destroyed", 1);
   if (destroyed == nullptr) return false;
-  ztSlotFunction forget;
-  forget.object1 = ztObject_of(watcher)->destroyed;
+  const ztSlotFunction forget = destroyedSlotOf(watcher);
   return methods->addSlot(klass, destroyed, watcher, "destroyed", forget) ||
          findSlot(destroyed->slots, watcher, forget) != nullptr;
+}
+
+static bool linkEnds(ztClass *klass, void *sender, void *receiver) {
+  if (!watchDestruction(klass, receiver, sender)) return false;
+  if (watchDestruction(klass, sender, receiver)) return true;
+  // Half a link would stay behind in the receiver when the sender is gone.
+  ztObject_disconnect(receiver, "destroyed", sender, destroyedSlotOf(sender));
+  return false;
 }
 
 static int32_t objectConnect(ztClass *klass, void *sender, const char *signalName, void *receiver,
@@ -621,10 +634,7 @@ static int32_t objectConnect(ztClass *klass, void *sender, const char *signalNam
   if (klass == nullptr || sender == nullptr || signalName == nullptr || receiver == nullptr) return 0;
   if (function.call0 == nullptr) return 0;
   if (isDying(sender) || isDying(receiver)) return 0;
-  if (sender != receiver &&
-      (!watchDestruction(klass, receiver, sender) || !watchDestruction(klass, sender, receiver))) {
-    return 0;
-  }
+  if (sender != receiver && !linkEnds(klass, sender, receiver)) return 0;
   const ztObjectMethods *methods = tableOf(klass);
   ztSignal *signal = methods->addSignal(klass, sender, signalName, argumentCount);
   return signal == nullptr ? 0 : methods->addSlot(klass, signal, receiver, slotName, function);
@@ -660,7 +670,7 @@ static void announceDestruction(void *object) {
   const ztMapItem *item = mapItem(methods->first(&walk, destroyed->slots));
   for (; item != nullptr; item = mapItem(methods->next(&walk))) {
     void *peer = slotOf(item)->receiver;
-    if (slotOf(item)->function.object1 == ztObject_of(peer)->destroyed) objectDestroyed(peer, object);
+    if (isSame(slotOf(item)->function, destroyedSlotOf(peer))) objectDestroyed(peer, object);
   }
   methods->destroy(&walk);
 }
