@@ -1,5 +1,7 @@
 #include "tests/objects/exhaustion.hh"
 
+#include "core/ztmem.h"
+
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
@@ -57,11 +59,10 @@ bool canExhaustMemory() {
   allocationsLeft = 0;
   hasRefused = false;
   refusesAllFollowing = false;
-  void *volatile block = malloc(1);
+  void *block = ztm_alloc(1);
   counting = false;
-  const bool refused = block == nullptr;
-  free(block);
-  return refused;
+  ztm_free(block);
+  return block == nullptr;
 }
 
 static void exhaustOnce(const std::function<void()> &scenario, int allocations, bool andAllFollowing) {

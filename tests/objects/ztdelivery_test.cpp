@@ -519,6 +519,9 @@ TEST_F(Delivery, OfADestructionAcceptsNoNewConnections) {
     EXPECT_EQ(connectTo(emitter, changed, other, diarySlot<1>()), 0);
     EXPECT_EQ(connectTo(other, changed, emitter, diarySlot<1>()), 0);
     EXPECT_EQ(connectTo(emitter, changed, emitter, diarySlot<1>()), 0);
+    ztClass *klass = ListenerClass_Instance();
+    ztSignal *ofOther = ztObject_of(other)->addSignal(klass, other, changed, 1);
+    EXPECT_EQ(ztObject_of(other)->addSlot(klass, ofOther, emitter, "slot", diarySlot<1>()), 0);
   };
   release(emitter);
   EXPECT_EQ(diary.size(), 1U);
