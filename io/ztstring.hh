@@ -39,11 +39,12 @@ inline int32_t ztCompareStrings(const void *first, const void *second) {
 class StringView {
  public:
   explicit StringView(const char *text) {
-    ztString_ctor(&string, 0);
-    ztCharArray_ctor(&buffer, 0);
-    buffer.count = static_cast<int32_t>(strlen(text) + 1);
-    buffer.data = const_cast<char *>(text);
+    string.klass = ztStringClass_Instance();
+    string.refCount = 1;
     string.buffer = &buffer;
+    buffer.klass = ztCharArrayClass_Instance();
+    buffer.refCount = 1;
+    hold(text);
   }
   StringView(const StringView &) = delete;
   StringView &operator=(const StringView &) = delete;
@@ -52,9 +53,29 @@ class StringView {
     return &string;
   }
 
- private:
+ protected:
+  void hold(const char *text) {
+    const size_t size = strlen(text) + 1;
+    buffer.count = size > INT32_MAX ? -1 : static_cast<int32_t>(size);  // too long to be copied
+    buffer.data = const_cast<char *>(text);
+  }
+
   ztString string;
   ztCharArray buffer;
+};
+
+// A view of which copies can be made: its parts are complete. NULL counts as empty.
+class StringSource : public StringView {
+ public:
+  explicit StringSource(const char *text) : StringView("") {
+    ztCharArray_ctor(&buffer, 1);
+    hold(text == nullptr ? "" : text);
+  }
+
+  // As a field of an object that is copied and not destroyed.
+  ztString *field() {
+    return &string;
+  }
 };
 
 #endif

@@ -518,8 +518,7 @@ static void deliverAll(void *emitter, const Delivery &delivery, const EmittedVal
   }
 }
 
-int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
-  const ztSignal *signal = findSignal(emitter, signalName);
+static int32_t emitSignal(void *emitter, const ztSignal *signal, const EmittedValue &value) {
   if (signal == nullptr || signal->blocked != 0) return 0;
   const int32_t count = sizeOfMap(signal->slots);
   if (count <= 0) return 0;
@@ -540,6 +539,10 @@ int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
   deliveries = delivery.outer;
   if (pending != few) ztm_free(pending);
   return 1;
+}
+
+int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
+  return emitSignal(emitter, findSignal(emitter, signalName), value);
 }
 
 void *ztEmitterOf(void *object) {
@@ -563,16 +566,17 @@ int32_t ztObject_emitDouble(void *object, const char *signalName, double first) 
 // Connecting --------------------------------------------------------------------------------------
 
 static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
+  // Only a source to copy from, and so not created.
+  StringSource ownName(name);
   ztSignal fresh;
-  ztSignal_ctor(&fresh, 1);
-  ztSignal *signal = nullptr;
-  if (fresh.name != nullptr && ztString_of(fresh.name)->set(fresh.name, name) != nullptr) {
-    signal = static_cast<ztSignal *>(ztInsertByName(signals, name, &fresh));
-  }
-  ztSignal_of(&fresh)->destroy(&fresh);
+  ztSignal_ctor(&fresh, 0);
+  fresh.name = ownName.field();
+  fresh.slots = nullptr;
+  fresh.argumentCount = argumentCount;
+  fresh.blocked = 0;
+  auto *signal = static_cast<ztSignal *>(ztInsertByName(signals, name, &fresh));
   if (signal == nullptr) return nullptr;
 
-  signal->argumentCount = argumentCount;
   signal->slots = static_cast<ztSlotMap *>(ztSlotMap_ctor(nullptr, 1));
   if (signal->slots == nullptr || signal->slots->tree == nullptr) {
     StringView key(name);
@@ -594,14 +598,14 @@ static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char
   if (signal == nullptr || receiver == nullptr || function.call0 == nullptr) return 0;
   ztSlotMap *slots = static_cast<ztSignal *>(signal)->slots;
   if (slots == nullptr || isDying(receiver) || findSlot(slots, receiver, function) != nullptr) return 0;
+  // Only a source to copy from, and so not created.
+  StringSource name(slotName);
   ztSlot slot;
-  ztSlot_ctor(&slot, 1);
+  ztSlot_ctor(&slot, 0);
+  slot.name = name.field();
   slot.receiver = receiver;
   slot.function = function;
-  const bool added = slot.name != nullptr && ztString_of(slot.name)->set(slot.name, slotName) != nullptr &&
-                     ztSlotMap_of(slots)->pushBack(slots, receiver, &slot) != nullptr;
-  ztSlot_of(&slot)->destroy(&slot);
-  return added;
+  return ztSlotMap_of(slots)->pushBack(slots, receiver, &slot) != nullptr;
 }
 
 static ztSlotFunction destroyedSlotOf(const void *object) {
@@ -661,9 +665,13 @@ static void objectDestroyed(void *object, void *dying) {
 // Tells every peer that the object goes. Where the signal does not reach them (it is blocked, was made
 // with too many arguments, or memory is exhausted), they forget the object all the same.
 static void announceDestruction(void *object) {
-  const int32_t emitted = ztEmit(object, "destroyed", EmittedValue(reinterpret_cast<intptr_t>(object)));
   const ztSignal *destroyed = findSignal(object, "destroyed");
-  if (destroyed == nullptr || (emitted && argumentCountOf(destroyed) <= mostArguments)) return;
+  if (destroyed == nullptr) return;
+  const bool reaches = argumentCountOf(destroyed) <= mostArguments;
+  const EmittedValue value(reinterpret_cast<intptr_t>(object));
+  if (emitSignal(object, destroyed, value) && reaches) return;
+  destroyed = findSignal(object, "destroyed");  // a slot may have taken it away
+  if (destroyed == nullptr) return;
   ztMapIterator walk;
   ztMapIterator_ctor(&walk, 1);
   const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);

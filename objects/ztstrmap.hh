@@ -2,6 +2,7 @@
 #ifndef ZT_OBJECTS_ZTSTRMAP_HH
 #define ZT_OBJECTS_ZTSTRMAP_HH
 
+#include "containers/ztavltree.h"
 #include "containers/ztmap.h"
 #include "io/ztstring.hh"
 
@@ -13,9 +14,15 @@ inline void ztKeyByString(void *map, ztCompareFunc compare) {
   methods->setCompareFunction(map, compare);
 }
 
+// Most maps of an object stay empty, and most look-ups meet such a one.
+inline bool isEmptyMap(const void *map) {
+  const ztAvlTree *tree = static_cast<const ztMap *>(map)->tree;
+  return tree == nullptr || tree->root == nullptr;
+}
+
 // The stored value under a name; NULL when there is none, or no map.
 inline void *ztFindByName(const void *map, const char *name) {
-  if (map == nullptr || name == nullptr) return nullptr;
+  if (map == nullptr || name == nullptr || isEmptyMap(map)) return nullptr;
   StringView key(name);
   return ztMap_of(map)->findValue(map, key.get());
 }
@@ -24,10 +31,8 @@ inline void *ztFindByName(const void *map, const char *name) {
 // memory is exhausted.
 inline void *ztInsertByName(void *map, const char *name, const void *value) {
   if (map == nullptr || name == nullptr) return nullptr;
-  ztString *key = ztNewString(name);
-  if (key == nullptr) return nullptr;
-  const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key, value));
-  ztString_of(key)->unRef(key);
+  StringSource key(name);
+  const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key.get(), value));
   return item == nullptr ? nullptr : item->value;
 }
 
