@@ -14,8 +14,8 @@ static int32_t refusingFileWriteInt(void *object, int32_t) {
   return refusingFileAccept(object);
 }
 
-static int32_t refusingFileWriteBuf(void *object, int32_t, const void *) {
-  return refusingFileAccept(object);
+static int32_t refusingFileWriteBuf(void *object, int32_t n, const void *) {
+  return refusingFileAccept(object) ? n : 0;
 }
 
 static int32_t refusingFileCreate(void *object) {
