@@ -5,7 +5,7 @@
 #ifndef STATION_LOG_MEASUREMENT_H
 #define STATION_LOG_MEASUREMENT_H
 
-#include "row.h"
+#include "../common/row.h"
 #include "zentova.h"
 
 /** Fields of Measurement. Behind the texts' ends there are only zeros. */

@@ -56,7 +56,7 @@ static int32_t append(StationLog *log, const Row *row, const RowReader *reader) 
 
 int32_t stationLogLoad(StationLog *log, const char *path) {
   RowReader reader;
-  if (!rowReaderOpen(&reader, path)) return 0;
+  if (!rowReaderOpen(&reader, "station_log", path)) return 0;
   Row row;
   RowResult result = rowReaderNext(&reader, &row);
   while (result == rowFound) {

@@ -1,10 +1,10 @@
 /**
  * @file row.h
- * Reading the data file: comma-separated rows below a row with the columns' names. Lines that begin
+ * Reading the log of the weather stations: comma-separated rows below a row with the columns' names. Lines that begin
  * with '#' and empty lines are left out.
  */
-#ifndef STATION_LOG_ROW_H
-#define STATION_LOG_ROW_H
+#ifndef EXAMPLES_ROW_H
+#define EXAMPLES_ROW_H
 
 #include <stdint.h>
 #include <stdio.h>
@@ -20,9 +20,10 @@ typedef struct Row {
 
 /** An open data file. */
 typedef struct RowReader {
-  const char *path; /**< as given to rowReaderOpen(), for messages; the caller's */
-  FILE *stream;     /**< owned */
-  long line;        /**< number of the line that was read last, from 1 on */
+  const char *program; /**< the name that messages begin with; the caller's */
+  const char *path;    /**< as given to rowReaderOpen(), for messages; the caller's */
+  FILE *stream;        /**< owned */
+  long line;           /**< number of the line that was read last, from 1 on */
 } RowReader;
 
 /** What rowReaderNext() found. */
@@ -32,7 +33,7 @@ typedef enum RowResult { rowFound, rowEnd, rowFailed } RowResult;
  * Opens a data file and checks its row of names.
  * @return 1, and rowReaderClose() is due; or 0 after a message on standard error
  */
-int32_t rowReaderOpen(RowReader *reader, const char *path);
+int32_t rowReaderOpen(RowReader *reader, const char *program, const char *path);
 
 /** Reads the next row.
  *  @return rowFailed after a message on standard error */

@@ -8,11 +8,11 @@
 static const char *const columnNames[columnCount] = {"kind", "station", "time", "value", "detail"};
 
 void rowReaderComplain(const RowReader *reader, const char *complaint) {
-  fprintf(stderr, "station_log: %s:%ld: %s\n", reader->path, reader->line, complaint);
+  fprintf(stderr, "%s: %s:%ld: %s\n", reader->program, reader->path, reader->line, complaint);
 }
 
 static void complainOfFile(const RowReader *reader, const char *what) {
-  fprintf(stderr, "station_log: cannot %s %s: %s\n", what, reader->path, strerror(errno));
+  fprintf(stderr, "%s: cannot %s %s: %s\n", reader->program, what, reader->path, strerror(errno));
 }
 
 /* Takes the end of the line away; 0 when there is none, although the file goes on. */
@@ -71,7 +71,8 @@ static int32_t checkNames(RowReader *reader) {
   return right;
 }
 
-int32_t rowReaderOpen(RowReader *reader, const char *path) {
+int32_t rowReaderOpen(RowReader *reader, const char *program, const char *path) {
+  reader->program = program;
   reader->path = path;
   reader->line = 0;
   reader->stream = fopen(path, "r");
