@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The tests of the demonstration host; see common.sh.
+# The tests of the example that stores single readings; see common.sh.
 set -euo pipefail
 
 # shellcheck source=tests/examples/common.sh
