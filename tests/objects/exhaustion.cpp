@@ -13,6 +13,7 @@
 
 extern "C" {
 void *__libc_malloc(size_t size);
+void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
 void __libc_free(void *block);
 }
@@ -38,6 +39,13 @@ extern "C" void *malloc(size_t size) noexcept {
   if (refusesNext()) return nullptr;
   ++liveBlocks;
   return __libc_malloc(size);
+}
+
+// Compilers make it of an allocation that is cleared.
+extern "C" void *calloc(size_t count, size_t size) noexcept {
+  if (refusesNext()) return nullptr;
+  ++liveBlocks;
+  return __libc_calloc(count, size);
 }
 
 extern "C" void *realloc(void *block, size_t size) noexcept {
