@@ -63,24 +63,21 @@ extern "C" void free(void *block) noexcept {
 }
 
 bool canExhaustMemory() {
-  counting = true;
-  allocationsLeft = 0;
-  hasRefused = false;
-  refusesAllFollowing = false;
-  void *block = ztm_alloc(1);
-  counting = false;
-  ztm_free(block);
-  return block == nullptr;
+  return allocates([] { ztm_free(ztm_alloc(1)); });
 }
 
-static void exhaustOnce(const std::function<void()> &scenario, int allocations, bool andAllFollowing) {
-  const int before = liveBlocks;
+static void runRefusing(const std::function<void()> &scenario, int allocations, bool andAllFollowing) {
   allocationsLeft = allocations;
   refusesAllFollowing = andAllFollowing;
   hasRefused = false;
   counting = true;
   scenario();
   counting = false;
+}
+
+static void exhaustOnce(const std::function<void()> &scenario, int allocations, bool andAllFollowing) {
+  const int before = liveBlocks;
+  runRefusing(scenario, allocations, andAllFollowing);
   EXPECT_EQ(liveBlocks, before) << "with allocation " << allocations << " refused";
 }
 
@@ -95,6 +92,11 @@ void exhaustMemoryIn(const std::function<void()> &scenario) {
   }
 }
 
+bool allocates(const std::function<void()> &scenario) {
+  runRefusing(scenario, 0, true);
+  return hasRefused;
+}
+
 #else
 
 bool canExhaustMemory() {
@@ -102,5 +104,9 @@ bool canExhaustMemory() {
 }
 
 void exhaustMemoryIn(const std::function<void()> &) {}
+
+bool allocates(const std::function<void()> &) {
+  return false;
+}
 
 #endif

@@ -12,4 +12,7 @@ bool canExhaustMemory();
 // run must leave as many blocks allocated as it found.
 void exhaustMemoryIn(const std::function<void()> &scenario);
 
+// Whether the scenario asks for memory.
+bool allocates(const std::function<void()> &scenario);
+
 #endif

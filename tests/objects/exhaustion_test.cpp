@@ -194,3 +194,29 @@ TEST_F(Exhaustion, OfADumpDoesNoHarm) {
   exhaustMemoryIn(
       [&] { ztObject_of(sender)->printConnections(ztObjectClass_Instance(), sender, path.c_str()); });
 }
+
+TEST_F(Exhaustion, DoesNotConcernChangesThatFewOrNoneListenTo) {
+  Owned object(ztObject_ctor);
+  const char *property = "prop->signalname";
+  const int32_t level = 3;
+  const ztObjectMethods *methods = ztObject_of(object);
+  methods->setProperty(object, "level", "ztInt", reinterpret_cast<ztWord>(&level));
+  const auto change = [&object] {
+    int32_t out = 0;
+    EXPECT_EQ(ztObject_of(object)->setProperty(object, "level", "ztInt", 4), 1);
+    EXPECT_EQ(ztObject_of(object)->getProperty(object, "level", "ztInt", &out), 1);
+    EXPECT_EQ(out, 4);
+  };
+  EXPECT_FALSE(allocates(change));
+  methods->addSignal(ztObjectClass_Instance(), object, property, 1);
+  EXPECT_FALSE(allocates(change));
+  std::vector<Listener *> listeners(16);
+  for (Listener *&listener : listeners) {
+    listener = newListener();
+    connectTo(object, property, listener, counter());
+  }
+  slotCalls = 0;
+  EXPECT_FALSE(allocates(change));
+  EXPECT_EQ(slotCalls, 16);
+  for (Listener *listener : listeners) release(listener);
+}
