@@ -68,6 +68,8 @@ class StringView {
 class StringSource : public StringView {
  public:
   explicit StringSource(const char *text) : StringView("") {
+    ztString_ctor(&string, 0);
+    string.buffer = &buffer;
     ztCharArray_ctor(&buffer, 1);
     hold(text == nullptr ? "" : text);
   }

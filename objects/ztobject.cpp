@@ -157,6 +157,8 @@ static bool beginProperty(ztProperty *property, const char *name, ztClass *type,
 static int32_t objectAddProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
                                  ztSetter setter, void *userWord, const char *signalName) {
   if (klass == nullptr || name == nullptr) return 0;
+  // First of all: the first declaration ever has the string class registered ahead of the types.
+  const StringSource key(name);
   ztPropertyMap *map = staticMapOf(klass);
   ztClass *type = propertyTypeOf(typeName);
   if (map == nullptr || type == nullptr || ztFindByName(map, name) != nullptr) return 0;
@@ -169,7 +171,7 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
   if (complete && signalName != nullptr) {
     complete = ztString_of(property.signalName)->set(property.signalName, signalName) != nullptr;
   }
-  const bool added = complete && ztInsertByName(map, name, &property) != nullptr;
+  const bool added = complete && ztInsertByKey(map, key, &property) != nullptr;
   ztProperty_of(&property)->destroy(&property);
   return added;
 }

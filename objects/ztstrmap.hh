@@ -27,13 +27,17 @@ inline void *ztFindByName(const void *map, const char *name) {
   return ztMap_of(map)->findValue(map, key.get());
 }
 
+// Inserts copies of the key and the value; the result is that of ztInsertByName.
+inline void *ztInsertByKey(void *map, const StringSource &key, const void *value) {
+  const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key.get(), value));
+  return item == nullptr ? nullptr : item->value;
+}
+
 // Inserts copies of the name and the value. The stored value; NULL when the name is there already or
 // memory is exhausted.
 inline void *ztInsertByName(void *map, const char *name, const void *value) {
   if (map == nullptr || name == nullptr) return nullptr;
-  StringSource key(name);
-  const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key.get(), value));
-  return item == nullptr ? nullptr : item->value;
+  return ztInsertByKey(map, StringSource(name), value);
 }
 
 #endif

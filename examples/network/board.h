@@ -8,10 +8,11 @@
 #include "zentova.h"
 
 /** Fields of Board. */
-#define Board_FIELDS                                              \
-  ztBaseView_FIELDS int32_t stations; /* nodes that were added */ \
-  int32_t values;                     /* values that were set */  \
-  int32_t warnings;                   /* of these, temperatures below 0 */
+#define Board_FIELDS                            \
+  ztBaseView_FIELDS                             \
+  int32_t stations; /* nodes that were added */ \
+  int32_t values;   /* values that were set */  \
+  int32_t warnings; /* of these, temperatures below 0 */
 
 /** Board adds no methods. */
 #define Board_METHODS ztBaseView_METHODS

@@ -15,7 +15,7 @@ import tempfile
 import tree
 
 # Options of the compile commands that clang does not know.
-FOREIGN_OPTIONS = [" -fno-gnu-unique", " -flto=auto", " -fno-fat-lto-objects"]
+FOREIGN_OPTIONS = [" -fno-gnu-unique", " -fno-ipa-icf", " -flto=auto", " -fno-fat-lto-objects"]
 
 
 def main():
