@@ -2,11 +2,10 @@
 
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
+#include "tests/helpers/host_process.hh"
 #include "tests/objects/tree_nodes.hh"
 
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -111,30 +110,9 @@ TEST(NewNode, HasANameThatIsCutToFit) {
   release(node);
 }
 
-// Run in a process of its own by the test below, where no node was made before.
-TEST(NodeNames, DISABLED_InAFreshProcess) {
-  void *first = Quiet_ctor(nullptr, 1);
-  void *second = ztRoot_ctor(nullptr, 1);
-  EXPECT_EQ(nameOf(first), "Quiet_0");
-  EXPECT_EQ(nameOf(second), "ztRoot_1");
-  release(first);
-  release(second);
-}
-
-TEST(NodeNames, BeginAtZero) {
-  char program[4096] = "";
-  ASSERT_GT(readlink("/proc/self/exe", program, sizeof program - 1), 0);
-  std::string command = "'";
-  command += program;
-  command += "' --gtest_filter=NodeNames.DISABLED_InAFreshProcess --gtest_also_run_disabled_tests";
-  FILE *output = popen(command.c_str(), "r");
-  ASSERT_NE(output, nullptr);
-  std::string printed;
-  for (int character = getc(output); character != EOF; character = getc(output)) {
-    printed += static_cast<char>(character);
-  }
-  EXPECT_EQ(pclose(output), 0) << printed;
-  EXPECT_NE(printed.find("[  PASSED  ] 1 test."), std::string::npos) << printed;
+TEST(NewNode, IsCountedFromZero) {
+  HostProcess host;
+  EXPECT_EQ(host.run("node_names"), 0) << host.output();
 }
 
 // Name and identifier -----------------------------------------------------------------------------
