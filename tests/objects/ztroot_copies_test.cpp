@@ -400,7 +400,7 @@ TEST(RandomTrees, FollowTheirModel) {
   for (unsigned seed = 1; seed <= 4; ++seed) {
     Forest forest;
     RandomForest trees(seed);
-    for (int i = 0; i < scale(20000); ++i) {
+    for (int i = 0; i < scale(10000); ++i) {
       trees.step();
       if (i % 16 == 0) trees.check();
       if (HasFatalFailure()) return;
