@@ -5,10 +5,9 @@
 #include "containers/zthashtab.h"
 
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
 #include <algorithm>
-#include <map>
-#include <memory>
 #include <random>
 #include <vector>
 
@@ -33,25 +32,30 @@ static Keys shuffled(Keys keys) {
   return keys;
 }
 
-// A peer: how a container is made, filled, asked and released. The containers to be asked are built once
-// for each size, since that takes longer than asking.
+// A peer is a struct of how a container is made, filled, asked and released.
+
+// Without this the pieces that a released container left, in random order, would scatter the next one
+// over the memory, and so decide the race.
+static void *makeInOrderlyHeap(void *(*make)()) {
+  malloc_trim(0);
+  return make();
+}
+
 template <typename Peer>
-static void *filled(int64_t count) {
-  static std::map<int64_t, std::unique_ptr<void, decltype(&Peer::release)>> containers;
-  auto place = containers.find(count);
-  if (place == containers.end()) {
-    place = containers.try_emplace(count, Peer::make(), Peer::release).first;
-    for (int32_t &key : randomKeys(count)) Peer::add(place->second.get(), &key);
-  }
-  return place->second.get();
+static void *filled(const Keys &keys) {
+  void *container = makeInOrderlyHeap(Peer::make);
+  for (const int32_t &key : keys) Peer::add(container, &key);
+  return container;
 }
 
 template <typename Peer>
 static void add(benchmark::State &state) {
-  Keys keys = randomKeys(state.range(0));
+  const Keys keys = randomKeys(state.range(0));
   for ([[maybe_unused]] auto turn : state) {
-    void *container = Peer::make();
-    for (int32_t &key : keys) Peer::add(container, &key);
+    state.PauseTiming();
+    void *container = makeInOrderlyHeap(Peer::make);
+    state.ResumeTiming();
+    for (const int32_t &key : keys) Peer::add(container, &key);
     state.PauseTiming();
     Peer::release(container);
     state.ResumeTiming();
@@ -59,26 +63,28 @@ static void add(benchmark::State &state) {
 }
 
 template <typename Peer>
+static void findAll(benchmark::State &state, void *container, const Keys &wanted) {
+  int64_t found = 0;
+  for (const int32_t &key : wanted) found += Peer::find(container, &key);
+  if (found != state.range(0)) state.SkipWithError("a key is missing");
+}
+
+template <typename Peer>
 static void find(benchmark::State &state) {
-  void *container = filled<Peer>(state.range(0));
-  const Keys keys = shuffled(randomKeys(state.range(0)));
-  for ([[maybe_unused]] auto turn : state) {
-    int64_t found = 0;
-    for (const int32_t &key : keys) found += Peer::find(container, &key);
-    if (found != state.range(0)) state.SkipWithError("a key is missing");
-  }
+  const Keys keys = randomKeys(state.range(0));
+  const Keys wanted = shuffled(keys);
+  void *container = filled<Peer>(keys);
+  for ([[maybe_unused]] auto turn : state) findAll<Peer>(state, container, wanted);
+  Peer::release(container);
 }
 
 template <typename Peer>
 static void addAndFind(benchmark::State &state) {
-  Keys keys = randomKeys(state.range(0));
+  const Keys keys = randomKeys(state.range(0));
   const Keys wanted = shuffled(keys);
   for ([[maybe_unused]] auto turn : state) {
-    void *container = Peer::make();
-    for (int32_t &key : keys) Peer::add(container, &key);
-    int64_t found = 0;
-    for (const int32_t &key : wanted) found += Peer::find(container, &key);
-    if (found != state.range(0)) state.SkipWithError("a key is missing");
+    void *container = filled<Peer>(keys);
+    findAll<Peer>(state, container, wanted);
     state.PauseTiming();
     Peer::release(container);
     state.ResumeTiming();
@@ -87,18 +93,18 @@ static void addAndFind(benchmark::State &state) {
 
 template <typename Peer>
 static void walk(benchmark::State &state) {
-  const void *container = filled<Peer>(state.range(0));
+  void *container = filled<Peer>(randomKeys(state.range(0)));
   for ([[maybe_unused]] auto turn : state) benchmark::DoNotOptimize(Peer::sum(container));
+  Peer::release(container);
 }
 
 template <typename Peer>
 static void removeAll(benchmark::State &state) {
-  Keys keys = randomKeys(state.range(0));
+  const Keys keys = randomKeys(state.range(0));
   const Keys order = shuffled(keys);
   for ([[maybe_unused]] auto turn : state) {
     state.PauseTiming();
-    void *container = Peer::make();
-    for (int32_t &key : keys) Peer::add(container, &key);
+    void *container = filled<Peer>(keys);
     state.ResumeTiming();
     for (const int32_t &key : order) Peer::remove(container, &key);
     state.PauseTiming();
@@ -119,7 +125,7 @@ struct Tree {
   static void release(void *tree) {
     ztAvlTree_of(tree)->unRef(tree);
   }
-  static void add(void *tree, int32_t *key) {
+  static void add(void *tree, const int32_t *key) {
     ztAvlTree_of(tree)->push(tree, key);
   }
   static bool find(void *tree, const int32_t *key) {
@@ -156,8 +162,8 @@ struct Table {
   static void release(void *table) {
     ztHashTable_of(table)->unRef(table);
   }
-  static void add(void *table, int32_t *key) {
-    ztHashTable_of(table)->insert(table, key, key);
+  static void add(void *table, const int32_t *key) {
+    ztHashTable_of(table)->insert(table, key, table);
   }
   static bool find(void *table, const int32_t *key) {
     return ztHashTable_of(table)->find(table, key) != nullptr;
@@ -209,8 +215,8 @@ struct GlibTree {
   static void release(void *tree) {
     g_tree_destroy(of(tree));
   }
-  static void add(void *tree, int32_t *key) {
-    g_tree_insert(of(tree), g_memdup2(key, sizeof *key), key);
+  static void add(void *tree, const int32_t *key) {
+    g_tree_insert(of(tree), g_memdup2(key, sizeof *key), tree);
   }
   static bool find(void *tree, const int32_t *key) {
     return g_tree_lookup(of(tree), key) != nullptr;
@@ -235,8 +241,8 @@ struct GlibTable {
   static void release(void *table) {
     g_hash_table_destroy(of(table));
   }
-  static void add(void *table, int32_t *key) {
-    g_hash_table_insert(of(table), g_memdup2(key, sizeof *key), key);
+  static void add(void *table, const int32_t *key) {
+    g_hash_table_insert(of(table), g_memdup2(key, sizeof *key), table);
   }
   static bool find(void *table, const int32_t *key) {
     return g_hash_table_lookup(of(table), key) != nullptr;
