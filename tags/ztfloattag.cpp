@@ -52,11 +52,13 @@ static void calculate(ztFloatTag *attribute, bool average, void *out) {
 }
 
 static void *floatTagGetAverageValue(void *object, void *out) {
+  if (object == nullptr) return nullptr;
   calculate(static_cast<ztFloatTag *>(object), true, out);
   return ztTagAttribute_table()->getAverageValue(object, out);
 }
 
 static void *floatTagGetTotalValue(void *object, void *out) {
+  if (object == nullptr) return nullptr;
   calculate(static_cast<ztFloatTag *>(object), false, out);
   return ztTagAttribute_table()->getTotalValue(object, out);
 }

@@ -39,11 +39,13 @@ static void calculate(ztIntTag *attribute, bool average, void *out) {
 }
 
 static void *intTagGetAverageValue(void *object, void *out) {
+  if (object == nullptr) return nullptr;
   calculate(static_cast<ztIntTag *>(object), true, out);
   return ztTagAttribute_table()->getAverageValue(object, out);
 }
 
 static void *intTagGetTotalValue(void *object, void *out) {
+  if (object == nullptr) return nullptr;
   calculate(static_cast<ztIntTag *>(object), false, out);
   return ztTagAttribute_table()->getTotalValue(object, out);
 }

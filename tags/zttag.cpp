@@ -20,12 +20,14 @@ ZT_PIN_SLOT(ztTag, swapTags, 63);
 // Attributes of a tag -----------------------------------------------------------------------------
 
 static int32_t countOf(const void *object) {
+  if (object == nullptr) return 0;
   const ztPtrArray *attributes = static_cast<const ztTag *>(object)->attributes;
   return attributes == nullptr ? 0 : ztPtrArray_of(attributes)->getSize(attributes);
 }
 
 // NULL where there is none, and where the attribute was destroyed.
 static ztTagAttribute *attributeAt(const void *object, int32_t index) {
+  if (object == nullptr) return nullptr;
   const ztPtrArray *attributes = static_cast<const ztTag *>(object)->attributes;
   if (attributes == nullptr) return nullptr;
   return static_cast<ztTagAttribute *>(ztPtrArray_of(attributes)->getAt(attributes, index));
@@ -61,7 +63,7 @@ static bool append(ztTag *tag, void *attribute) {
 static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHandle *handle,
                             int32_t userValue, int32_t count, const void *initial) {
   auto *attribute = static_cast<ztTagAttribute *>(given);
-  if (attribute == nullptr || ztTatIsHeld(attribute)) return 0;
+  if (object == nullptr || attribute == nullptr || ztTatIsHeld(attribute)) return 0;
   if (name == nullptr) name = "";
   const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
   const bool hasName = strcmp(name, attribute->name) == 0;
@@ -97,7 +99,7 @@ static void *tagGetByName(const void *object, const char *name, int32_t *index) 
 }
 
 static int32_t tagEnumTags(void *object, ztTagCallback callback, void *userData) {
-  if (callback == nullptr) return 0;
+  if (object == nullptr || callback == nullptr) return 0;
   // The callback may insert attributes, or release the tag.
   ObjectWatch watch(object);
   for (int32_t i = 0; watch.isAlive() && i < countOf(object); ++i) {
@@ -152,6 +154,7 @@ static int32_t tagAllocWise(void *, const ztTagHandle *) {
 }
 
 static int32_t tagDeallocWise(void *object, const char *name) {
+  if (object == nullptr) return 0;
   void *attribute = ztTag_of(object)->getByName(object, name, nullptr);
   return attribute == nullptr ? 0 : ztTagAttribute_of(attribute)->setNumValues(attribute, 1);
 }
@@ -176,6 +179,7 @@ static int32_t tagSwapTags(void *object, const ztTagHandle *first, const ztTagHa
 // Life of a tag -----------------------------------------------------------------------------------
 
 static int32_t tagCreate(void *object) {
+  if (object == nullptr) return 0;
   static_cast<ztTag *>(object)->attributes = nullptr;
   return ztRoot_table()->create(object) != 0;
 }
@@ -233,6 +237,7 @@ static int32_t tagAssign(void *object, const void *other) {
 }
 
 static void tagDestroy(void *object) {
+  if (object == nullptr) return;
   auto *tag = static_cast<ztTag *>(object);
   ztRoot_table()->destroy(object);
   releaseAttributes(tag);

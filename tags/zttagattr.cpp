@@ -31,7 +31,7 @@ static const ztTagAttribute *attributeOf(const void *object) {
 }
 
 int32_t ztTatCount(const void *attribute) {
-  const ztArray *values = attributeOf(attribute)->values;
+  const ztArray *values = attribute == nullptr ? nullptr : attributeOf(attribute)->values;
   return values == nullptr ? 0 : ztArray_of(values)->getSize(values);
 }
 
@@ -132,7 +132,8 @@ static int32_t attributeSetValue(void *object, int32_t index, const void *value)
   ztTagAttribute *attribute = attributeOf(object);
   const int32_t count = ztTatCount(attribute);
   constexpr int32_t everyIndex = -1;
-  if (value == nullptr || attribute->values == nullptr || index < everyIndex) return 0;
+  if (attribute == nullptr || value == nullptr || attribute->values == nullptr || index < everyIndex)
+    return 0;
   if (index >= count) index = 0;
   if (index != everyIndex && count == 0) return 0;
   attribute->changed = 1;
@@ -151,6 +152,7 @@ static int32_t attributeSetValue(void *object, int32_t index, const void *value)
 }
 
 static void *attributeGetValue(const void *object, int32_t index, void *out) {
+  if (object == nullptr) return nullptr;
   const ztArray *values = attributeOf(object)->values;
   const int32_t count = ztTatCount(object);
   if (index >= count) index = 0;
@@ -163,16 +165,19 @@ static void *attributeGetValue(const void *object, int32_t index, void *out) {
 }
 
 static void *attributeGetAverageValue(void *object, void *out) {
+  if (object == nullptr) return nullptr;
   attributeOf(object)->changed = 0;
   return out;
 }
 
 static void *attributeGetTotalValue(void *object, void *out) {
+  if (object == nullptr) return nullptr;
   attributeOf(object)->changed = 0;
   return out;
 }
 
 static int32_t attributeSetNumValues(void *object, int32_t count) {
+  if (object == nullptr) return 0;
   ztArray *values = attributeOf(object)->values;
   return values != nullptr && ztArray_of(values)->resize(values, count) != 0;
 }
@@ -180,6 +185,7 @@ static int32_t attributeSetNumValues(void *object, int32_t count) {
 // Life of an attribute ----------------------------------------------------------------------------
 
 static int32_t attributeCreate(void *object) {
+  if (object == nullptr) return 0;
   ztTagAttribute *attribute = attributeOf(object);
   attribute->values = nullptr;
   attribute->owner = nullptr;
@@ -223,6 +229,7 @@ static int32_t attributeAssign(void *object, const void *other) {
 }
 
 static void attributeDestroy(void *object) {
+  if (object == nullptr) return;
   ztTagAttribute *attribute = attributeOf(object);
   ztBaseClass_table()->destroy(object);
   // Released while a tag holds it, as by a host that takes a reference and gives it back.
@@ -238,7 +245,7 @@ constexpr int32_t nameFieldSize = sizeof ztTagAttribute::name;
 // The type stands twice.
 static int32_t attributeWrite(const void *object, void *file) {
   const ztTagAttribute *attribute = attributeOf(object);
-  if (file == nullptr || attribute->values == nullptr) return 0;
+  if (attribute == nullptr || file == nullptr || attribute->values == nullptr) return 0;
   const ztFileMethods *methods = ztFile_of(file);
   return ztBaseClass_table()->write(object, file) &&
          methods->writeBuf(file, nameFieldSize, attribute->name) &&
@@ -249,7 +256,7 @@ static int32_t attributeWrite(const void *object, void *file) {
 
 static int32_t attributeRead(void *object, void *file) {
   ztTagAttribute *attribute = attributeOf(object);
-  if (file == nullptr || attribute->values == nullptr) return 0;
+  if (attribute == nullptr || file == nullptr || attribute->values == nullptr) return 0;
   if (!ztBaseClass_table()->read(object, file)) return 0;
   const ztFileMethods *methods = ztFile_of(file);
   const int32_t read = methods->readBuf(file, nameFieldSize, attribute->name);
