@@ -690,6 +690,33 @@ TEST(HashTable, NullIsAKeyWherePointersOfNoBytesAreKept) {
   release(table);
 }
 
+// Pointers of no stated size all share a bucket, so these stand in one chain.
+TEST(HashTable, IntegersAreFoundBehindNullAndWithoutAlignment) {
+  char bytes[3 * sizeof(int32_t)] = {};
+  const int32_t values[] = {7, -7};
+  memcpy(bytes + 1, &values[0], sizeof(int32_t));
+  memcpy(bytes + 1 + sizeof(int32_t), &values[1], sizeof(int32_t));
+  ztHashTable *table = newTable();
+  const auto *methods = ztHashTable_of(table);
+  methods->setKeySize(table, 0, 1);
+  methods->setValueSize(table, 0, 1);
+  methods->setCompareFunction(table, ztIntArray_compare_func);
+  methods->setSize(table, 4);
+  ASSERT_EQ(methods->insert(table, bytes + 1, nullptr), 1);
+  ASSERT_EQ(methods->insert(table, bytes + 1 + sizeof(int32_t), nullptr), 1);
+  ASSERT_EQ(methods->insert(table, nullptr, nullptr), 1);
+  for (const int32_t &value : values) {
+    EXPECT_EQ(methods->insert(table, &value, nullptr), 0);
+    const ztHashTableItem *item = methods->find(table, &value);
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(memcmp(item->data, &value, sizeof value), 0);
+  }
+  const int32_t missing = 8;
+  EXPECT_EQ(methods->find(table, &missing), nullptr);
+  EXPECT_EQ(methods->find(table, nullptr)->data, nullptr);
+  release(table);
+}
+
 TEST_P(HashTableOf, NullIsAValueOnlyWherePointersAreKept) {
   const bool isValue = std::get<1>(GetParam()) == Policy::byPointer;
   EXPECT_EQ(methods->insert(table, keys.make(1), nullptr), isValue);
