@@ -106,7 +106,8 @@ void printAsFormat(const char *text) {
 int32_t ztLc_openLogFile(const char *path) {
   if (flog != nullptr) return 1;
   if (path == nullptr) return 0;
-  flog = fopen(path, "w");
+  // Closed in the programs that the host starts, whose descriptors are not ours to hand out.
+  flog = fopen(path, "we");
   return flog != nullptr;
 }
 

@@ -4,6 +4,7 @@
 #include "tests/helpers/captured_log.hh"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 namespace {
 
@@ -79,6 +80,25 @@ TEST(Log, CutsWithinAConversionHarmlessly) {
   ztLc_log("%s", (std::string(510, 'a') + "%d").c_str());
   EXPECT_EQ(log.output(), std::string(510, 'a'));
   EXPECT_EQ(log.file(), std::string(510, 'a') + "%");
+}
+
+TEST(Log, KeepsTheBeginningOfATextThatCannotBeFormatted) {
+  const wchar_t noCharacter[] = {static_cast<wchar_t>(0x7FFFFFFF), 0};
+  CapturedLog log;
+  ztLc_log("not of this locale: %ls\n", noCharacter);
+  ztLc_log("as ever\n");
+  EXPECT_EQ(log.output(), "not of this locale: as ever\n");
+  EXPECT_EQ(log.file(), "not of this locale: as ever\n");
+}
+
+TEST(Log, FileIsNotHandedToProgramsThatTheHostStarts) {
+  const TempFolder folder;
+  const std::string path = folder.path("a.log");
+  ztLc_closeLogFile();
+  ASSERT_EQ(ztLc_openLogFile(path.c_str()), 1);
+  const std::string command = "ls -l /proc/self/fd | grep -q '" + path + "'";
+  EXPECT_NE(system(command.c_str()), 0);
+  ztLc_closeLogFile();
 }
 
 TEST(Log, TakesTheMessageFormattersResult) {
