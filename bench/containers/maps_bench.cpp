@@ -78,6 +78,19 @@ static void find(benchmark::State &state) {
   Peer::release(container);
 }
 
+// How many of the keys in a tree are compared with one that is searched, apart from the time it takes.
+template <typename Peer>
+static void findAndCount(benchmark::State &state) {
+  const Keys keys = randomKeys(state.range(0));
+  const Keys wanted = shuffled(keys);
+  void *container = filled<Peer>(keys);
+  Peer::countComparisons(container);
+  for ([[maybe_unused]] auto turn : state) findAll<Peer>(state, container, wanted);
+  state.counters["comparisons"] =
+      benchmark::Counter(static_cast<double>(Peer::comparisons), benchmark::Counter::kAvgIterations);
+  Peer::release(container);
+}
+
 template <typename Peer>
 static void addAndFind(benchmark::State &state) {
   const Keys keys = randomKeys(state.range(0));
@@ -116,6 +129,16 @@ static void removeAll(benchmark::State &state) {
 // Peers --------------------------------------------------------------------------------------------
 
 struct Tree {
+  static inline int64_t comparisons;
+
+  static int32_t compareAndCount(const void *first, const void *second) {
+    ++comparisons;
+    return ztIntArray_compare_func(first, second);
+  }
+  static void countComparisons(void *tree) {
+    comparisons = 0;
+    ztAvlTree_of(tree)->setCompareFunction(tree, compareAndCount);
+  }
   static void *make() {
     void *tree = ztAvlTree_ctor(nullptr, 1);
     ztAvlTree_of(tree)->setElementSize(tree, sizeof(int32_t), 0);
@@ -183,6 +206,11 @@ static void tenMillion(benchmark::internal::Benchmark *registered) {
   registered->Arg(10000000)->Iterations(1)->Repetitions(2);
 }
 
+static void once(benchmark::internal::Benchmark *registered) {
+  for (int64_t count = 1000; count <= 10000000; count *= 10) registered->Arg(count);
+  registered->Iterations(1)->Repetitions(1);
+}
+
 BENCHMARK(add<Tree>)->Name("tree: push/zentova")->Apply(atEverySize);
 BENCHMARK(add<Tree>)->Name("tree: push/zentova")->Apply(million);
 BENCHMARK(find<Tree>)->Name("tree: find/zentova")->Apply(atEverySize);
@@ -194,6 +222,8 @@ BENCHMARK(removeAll<Tree>)->Name("tree: pop/zentova")->Apply(million);
 BENCHMARK(add<Tree>)->Name("tree: push/zentova")->Apply(tenMillion);
 BENCHMARK(find<Tree>)->Name("tree: find/zentova")->Apply(tenMillion);
 BENCHMARK(walk<Tree>)->Name("tree: walk/zentova")->Apply(tenMillion);
+BENCHMARK(removeAll<Tree>)->Name("tree: pop/zentova")->Apply(tenMillion);
+BENCHMARK(findAndCount<Tree>)->Name("tree: counted find/zentova")->Apply(once);
 BENCHMARK(addAndFind<Table>)->Name("hash table: insert and find/zentova")->Arg(100000);
 BENCHMARK(find<Table>)->Name("hash table: find/zentova")->Arg(100000);
 

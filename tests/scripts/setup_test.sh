@@ -143,6 +143,9 @@ knows_what_each_profile_takes() {
   run bench
   expect_status 1
   expect_named 'libbenchmark-dev libglib2.0-dev python3'
+  run plot
+  expect_status 1
+  expect_named 'libbenchmark-dev libglib2.0-dev python3 gnuplot-nox'
 
   rm bin/g++ bin/cmake bin/ninja # which no page takes
   run docs
@@ -153,7 +156,7 @@ knows_what_each_profile_takes() {
 refuses_an_unknown_profile() {
   run everything
   expect_status 2
-  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|bench|docs]' ] || fail "$(cat err.txt)"
+  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|bench|plot|docs]' ] || fail "$(cat err.txt)"
 }
 
 prepare
