@@ -140,6 +140,9 @@ knows_what_each_profile_takes() {
   run test
   expect_status 1
   expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3'
+  run coverage
+  expect_status 1
+  expect_named 'libgtest-dev gcovr'
   run bench
   expect_status 1
   expect_named 'libbenchmark-dev libglib2.0-dev python3'
@@ -156,7 +159,7 @@ knows_what_each_profile_takes() {
 refuses_an_unknown_profile() {
   run everything
   expect_status 2
-  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|bench|plot|docs]' ] || fail "$(cat err.txt)"
+  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|coverage|bench|plot|docs]' ] || fail "$(cat err.txt)"
 }
 
 prepare
