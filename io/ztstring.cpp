@@ -77,7 +77,10 @@ static bool setOwnBytes(ztCharArray *buffer, const char *text, size_t size) {
 static void *stringSet(void *object, const char *text) {
   ztCharArray *buffer = object == nullptr ? nullptr : bufferOf(object);
   if (buffer == nullptr) return nullptr;
-  if (text == nullptr) return resizeBuffer(buffer, 0) ? object : nullptr;
+  if (text == nullptr) {
+    ztCharArray_of(buffer)->empty(buffer);
+    return object;
+  }
   const size_t size = strlen(text) + 1;
   const bool done = isWithin(buffer, text) ? setOwnBytes(buffer, text, size) : setBytes(buffer, text, size);
   return done ? object : nullptr;

@@ -354,28 +354,23 @@ static void removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // Items move when one is removed, so each is looked up anew.
-  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
-  }
+  while (methods->find(slots, receiver) != nullptr) methods->pop(slots, receiver);
 }
 
 // Moves the slot of the current item into the item `last`, and those on the way one place back.
 static void moveLater(ReceiverSlots &walk, const void *last) {
-  ztMapItem *item = walk.item();
-  while (item != nullptr && item != last) {
+  for (ztMapItem *item = walk.item(); item != last; item = walk.item()) {
     walk.next();
-    ztMapItem *following = walk.item();
-    if (following != nullptr) std::swap(item->value, following->value);
-    item = following;
+    std::swap(item->value, walk.item()->value);
   }
 }
 
 // Moves the slot of the item `last` into the current item, and those on the way one place on.
 static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
   void *carried = last->value;
-  for (ztMapItem *item = walk.item(); item != nullptr; item = walk.item()) {
-    std::swap(item->value, carried);
-    if (item == last) break;
-    walk.next();
+  for (;; walk.next()) {
+    std::swap(walk.item()->value, carried);
+    if (walk.item() == last) return;
   }
 }
 
@@ -384,7 +379,7 @@ static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
 static void removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
   const void *first = ztSlotMap_of(slots)->find(slots, receiver);
   ReceiverSlots walk(slots, receiver);
-  while (walk.item() != nullptr && walk.item() != first && walk.item() != unwanted) walk.next();
+  while (walk.item() != first && walk.item() != unwanted) walk.next();
   if (walk.item() == unwanted) {
     moveLater(walk, first);
   } else {
@@ -672,8 +667,6 @@ static void announceDestruction(void *object) {
   const bool reaches = argumentCountOf(destroyed) <= mostArguments;
   const EmittedValue value(reinterpret_cast<intptr_t>(object));
   if (emitSignal(object, destroyed, value) && reaches) return;
-  destroyed = findSignal(object, "destroyed");  // a slot may have taken it away
-  if (destroyed == nullptr) return;
   ztMapIterator walk;
   ztMapIterator_ctor(&walk, 1);
   const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);

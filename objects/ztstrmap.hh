@@ -36,7 +36,7 @@ inline void *ztInsertByKey(void *map, const StringSource &key, const void *value
 // Inserts copies of the name and the value. The stored value; NULL when the name is there already or
 // memory is exhausted.
 inline void *ztInsertByName(void *map, const char *name, const void *value) {
-  if (map == nullptr || name == nullptr) return nullptr;
+  if (map == nullptr) return nullptr;
   return ztInsertByKey(map, StringSource(name), value);
 }
 

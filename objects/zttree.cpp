@@ -59,7 +59,6 @@ bool WordTable::insert(uint64_t key, void *value) {
 }
 
 void WordTable::remove(uint64_t key) {
-  if (find(key) == nullptr) return;
   // Later entries that the freed place keeps apart from their homes move up.
   uint32_t freed = placeOf(key);
   for (uint32_t place = (freed + 1) & last(); entries[place].value != nullptr; place = (place + 1) & last()) {

@@ -67,6 +67,7 @@ class WordTable {
   void *find(uint64_t key) const;
   // A key that is there keeps its value. False without memory.
   bool insert(uint64_t key, void *value);
+  // The key is there.
   void remove(uint64_t key);
   void clear();
 

@@ -50,7 +50,7 @@ inline char *ztCopyParentPath(char *buffer, const char *path, const char *separa
 inline bool ztJoinPath(char (&path)[ztPathSize], const char *directory, const char *name) {
   const char *between = *directory == '\0' ? "" : "/";
   const int length = snprintf(path, sizeof path, "%s%s%s", directory, between, name);
-  return length >= 0 && static_cast<size_t>(length) < sizeof path;
+  return static_cast<size_t>(length) < sizeof path;
 }
 
 // Hands out a result that stands in a function's own buffer.
