@@ -41,7 +41,7 @@ ZT_DECLARE_CLASS(PieceLarger)
 #define WatchedArray_METHODS ztArray_METHODS
 ZT_DECLARE_CLASS(WatchedArray)
 
-// A file that cannot seek.
+// A file that cannot seek, or fails to once it was asked a few times.
 #define PipeFile_FIELDS ztFile_FIELDS
 #define PipeFile_METHODS ztFile_METHODS
 ZT_DECLARE_CLASS(PipeFile)
@@ -147,9 +147,11 @@ static int32_t watchedSetSize(void *object, int32_t count) {
   return ztArray_table()->setSize(object, count);
 }
 
+static int32_t sizeHidden;  // elements at the end that the array keeps to itself
+
 static int32_t watchedGetSize(const void *object) {
   arrayCalls.emplace_back("getSize");
-  return ztArray_table()->getSize(object);
+  return ztArray_table()->getSize(object) - sizeHidden;
 }
 
 static void *watchedGetData(const void *object) {
@@ -168,12 +170,15 @@ static void watchedMethods(WatchedArrayMethods *methods) {
 
 ZT_DEFINE_CLASS(WatchedArray, ztArray, watchedMethods)
 
-static int64_t pipeTell(void *) {
-  return -1;
+static int tellsThatSucceed;
+static int seeksThatSucceed;
+
+static int64_t pipeTell(void *file) {
+  return tellsThatSucceed-- > 0 ? ztFile_table()->tell(file) : -1;
 }
 
-static int32_t pipeGoToEnd(void *) {
-  return -1;
+static int32_t pipeGoToEnd(void *file) {
+  return seeksThatSucceed-- > 0 ? ztFile_table()->goToEnd(file) : -1;
 }
 
 static void pipeMethods(PipeFileMethods *methods) {
@@ -243,6 +248,9 @@ class ArrayTest : public testing::Test {
  protected:
   void SetUp() override {
     refusedNumber = -1;
+    tellsThatSucceed = 0;
+    sizeHidden = 0;
+    seeksThatSucceed = 0;
     // The first object of a class registers it, which needs memory too.
     newPiece(0);
     pieceCalls.clear();
@@ -421,6 +429,9 @@ TEST_F(ArrayTest, ANegativeElementSizeHoldsNoElements) {
   EXPECT_EQ(array->setSize(array, 2), 0);
   EXPECT_EQ(array->resize(array, 2), 0);
   EXPECT_EQ(array->getSize(array), 0);
+  const Array pointers = pointerArray(-4, {});
+  EXPECT_EQ(pointers->pushBack(pointers, &one), nullptr);
+  EXPECT_EQ(pointers->getSize(pointers), 0);
 }
 
 TEST_F(ArrayTest, ElementsOfNoBytesAreCounted) {
@@ -754,6 +765,26 @@ TEST_F(ArrayTest, AnElementSizeThatTheConstructorOverrunsIsRefused) {
   }
 }
 
+TEST_F(ArrayTest, SlotsThatTheConstructorWouldOverrunTakeNoNewObjects) {
+  const Array array = pieceArray({1, 2});
+  array->setElementConstructor(array, PieceLarger_ctor);
+  EXPECT_EQ(array->resize(array, 3), 0);
+  EXPECT_EQ(piecesOf(array), Numbers({1, 2}));
+  EXPECT_EQ(array->resize(array, 1), 1) << "fewer need no new one";
+  EXPECT_EQ(piecesOf(array), Numbers({1}));
+}
+
+TEST_F(ArrayTest, ASlotThatTheConstructorWouldOverrunIsLeftWithAPlainObject) {
+  const Array array = pieceArray({1, 2});
+  const PieceObject piece = newPiece(3);
+  array->setElementConstructor(array, PieceLarger_ctor);
+  refusedNumber = 3;
+  EXPECT_EQ(array->setAt(array, piece, 1), nullptr);
+  EXPECT_EQ(livePieces, 2) << "the first one in the array and the one refused";
+  EXPECT_STREQ(ztBaseClassClassName(nullptr, array->getAt(array, 1)), "ztBaseClass");
+  EXPECT_EQ(array->getSize(array), 2);
+}
+
 TEST_F(ArrayTest, AnObjectThatRefusesToBeClonedIsNotAdded) {
   const Array array = pieceArray({1, 2});
   const PieceObject piece = newPiece(3);
@@ -951,6 +982,18 @@ TEST_F(ArrayTest, AssignOfObjectsAssignsEach) {
 
 // Calls among the methods -------------------------------------------------------------------------
 
+TEST_F(ArrayTest, SearchLooksThroughTheSizeThatTheArrayTells) {
+  const Array array(WatchedArray_ctor);
+  array->setElementSize(array, sizeof(int32_t), 0);
+  for (const int32_t number : {1, 2, 3}) array->pushBack(array, &number);
+  const int32_t three = 3;
+  EXPECT_EQ(array->search(array, &three, ztIntArray_compare_func), array->getAt(array, 2));
+  for (const int32_t hidden : {1, 3, 4}) {
+    sizeHidden = hidden;
+    EXPECT_EQ(array->search(array, &three, ztIntArray_compare_func), nullptr) << hidden;
+  }
+}
+
 TEST_F(ArrayTest, OperationsReachEachOtherThroughTheMethodTable) {
   using Calls = std::vector<std::string>;
   const int32_t one = 1;
@@ -1076,6 +1119,16 @@ TEST_F(ArrayTest, ATruncatedFileLeavesZerosInAnArrayOfTheSameCount) {
   EXPECT_EQ(intsOf(other), Numbers({1, 0, 0}));
 }
 
+TEST_F(ArrayTest, ATruncatedFileLeavesTheObjectsOfAnArrayOfTheSameCount) {
+  const Storage file;
+  const Array array = pieceArray({1, 2, 3});
+  array->write(array, file);
+  file.hold(file.bytes().substr(0, 8));
+  const Array other = pieceArray({7, 8, 9});
+  EXPECT_EQ(other->read(other, file), 1);
+  EXPECT_EQ(piecesOf(other), Numbers({1, 8, 9}));
+}
+
 TEST_F(ArrayTest, ATruncatedFileLeavesNewObjects) {
   const Storage file;
   const Array array = pieceArray({1, 2, 3});
@@ -1156,14 +1209,18 @@ TEST_F(ArrayTest, ALargeCountThatTheFileHoldsIsTaken) {
 }
 
 TEST_F(ArrayTest, AStreamThatCannotSeekIsNotChecked) {
-  const Storage file(PipeFile_ctor);
-  file->writeInt(file, 70000);
-  file->writeBuf(file, 3, "abc");
-  file->goToBegin(file);
-  const Array array(ztCharArray_ctor);
-  EXPECT_EQ(array->read(array, file), 1);
-  EXPECT_EQ(array->getSize(array), 70000);
-  EXPECT_STREQ(static_cast<char *>(array->getData(array)), "abc");
+  for (const int steps : {0, 1, 2}) {
+    const Storage file(PipeFile_ctor);
+    file->writeInt(file, 70000);
+    file->writeBuf(file, 3, "abc");
+    file->goToBegin(file);
+    tellsThatSucceed = steps > 0;  // where it stands
+    seeksThatSucceed = steps > 1;  // but not where its end is
+    const Array array(ztCharArray_ctor);
+    EXPECT_EQ(array->read(array, file), 1) << steps;
+    EXPECT_EQ(array->getSize(array), 70000);
+    EXPECT_STREQ(static_cast<char *>(array->getData(array)), "abc");
+  }
 }
 
 TEST_F(ArrayTest, TextFormReadsBack) {

@@ -717,6 +717,20 @@ TEST(HashTable, IntegersAreFoundBehindNullAndWithoutAlignment) {
   release(table);
 }
 
+TEST(HashTable, NullIsNoKeyOfNoBytesWhereKeysAreCopied) {
+  for (const Policy policy : {Policy::byValue, Policy::constructed}) {
+    ztHashTable *table = newTable();
+    configurePairs(table, {policy, Policy::byPointer});
+    const auto *methods = ztHashTable_of(table);
+    methods->setKeySize(table, 0, 0);
+    methods->setSize(table, 8);
+    EXPECT_EQ(methods->insert(table, nullptr, table), 0) << policyName(policy);
+    EXPECT_EQ(methods->find(table, nullptr), nullptr) << policyName(policy);
+    EXPECT_EQ(table->count, 0U);
+    release(table);
+  }
+}
+
 TEST_P(HashTableOf, NullIsAValueOnlyWherePointersAreKept) {
   const bool isValue = std::get<1>(GetParam()) == Policy::byPointer;
   EXPECT_EQ(methods->insert(table, keys.make(1), nullptr), isValue);

@@ -281,6 +281,18 @@ TEST_P(ListOf, RemovingAnItemThatStandsInNoListDoesNothing) {
   release(stray);
 }
 
+TEST_P(ListOf, RemovingAnItemAtTheEndOfAnotherListDoesNothing) {
+  fill(3);
+  ztList *other = newList();
+  elements.configure(other);
+  for (const int32_t number : {4, 5}) methods->pushBack(other, elements.make(number));
+  EXPECT_EQ(methods->removeItem(list, other->head), nullptr);
+  EXPECT_EQ(methods->removeItem(list, other->tail), nullptr);
+  EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
+  EXPECT_EQ(numbersOf(other, elements), Numbers({4, 5}));
+  release(other);
+}
+
 TEST_P(ListOf, EmptyReleasesEverything) {
   fill(5);
   methods->empty(list);

@@ -484,6 +484,15 @@ TEST_P(MapOf, FindAllFillsAMapThatThenAllowsDuplicates) {
   release(output);
 }
 
+TEST_P(MapOf, FindAllInAnEmptyMapAddsNothing) {
+  methods->setAllowDuplicate(map, 1);
+  ztMap *output = newMap();
+  configure(output);
+  EXPECT_EQ(methods->findAll(map, keys.make(7), output), 0);
+  EXPECT_EQ(output->allowDuplicate, 1U);
+  release(output);
+}
+
 TEST_P(MapOf, FindAllIntoTheMapItself) {
   methods->setAllowDuplicate(map, 1);
   for (int32_t i = 0; i < 3; ++i) push(7, i);
@@ -585,9 +594,21 @@ TEST_P(MapOf, CopyItemCopiesKeyAndValue) {
   EXPECT_EQ(methods->copyItem(map, emptyCopy, empty), emptyCopy);
   EXPECT_EQ(emptyCopy->data, nullptr);
   EXPECT_EQ(emptyCopy->value, nullptr);
+  EXPECT_EQ(methods->copyItem(map, nullptr, empty), nullptr);
+  EXPECT_EQ(methods->copyItem(map, empty, nullptr), nullptr);
+  EXPECT_EQ(methods->copyItem(nullptr, emptyCopy, empty), nullptr);
   methods->deleteItem(map, empty);
   methods->deleteItem(map, emptyCopy);
   methods->deleteItem(map, nullptr);
+}
+
+TEST_P(MapOf, NoPairMakesNoItem) {
+  EXPECT_EQ(methods->newItem(map, nullptr), nullptr);
+  const ztKeyValue pair = {keys.make(1), values.make(1)};
+  methods->setItemConstructor(map, nullptr);
+  EXPECT_EQ(methods->newItem(map, &pair), nullptr);
+  EXPECT_EQ(methods->pushBack(map, keys.make(1), values.make(1)), nullptr);
+  EXPECT_EQ(methods->getSize(map), 0);
 }
 
 // Without memory ----------------------------------------------------------------------------------
