@@ -77,6 +77,12 @@ TEST(LinkedHost, MayRegisterAClassWhileTheEngineIsStopped) {
   EXPECT_EQ(host.output(), loading + banner + cleaning + cleaned + freeing);
 }
 
+TEST(LinkedHost, MayEndTheLibraryInAHookWhileTheEngineIsStopped) {
+  HostProcess host;
+  ASSERT_EQ(host.run("lifecycle", {"end-in-hook"}), 0) << host.output();
+  EXPECT_EQ(host.output(), loading + banner + cleaning + cleaned + freeing + "still here\n" + freeing);
+}
+
 TEST(LinkedHost, GoesOnAfterTheLibrarysClassesWereFreed) {
   HostProcess host;
   ASSERT_EQ(host.run("lifecycle", {"free"}), 0) << host.output();
@@ -194,6 +200,7 @@ TEST(LogText, IsPrintedAsAFormatOfZerosAndStoredUnchanged) {
       {"%5000d", std::string(511, ' ') + "0"},
       {"%99999999999999999999d", std::string(511, ' ') + "0"},
       {"%-+ #0'I-+ #0'I5d", "+0   "},
+      {"%--5d|%+++d|", "0    |+0|"},
       {"\xff%\xff", "\xff%\xff"},
   };
   std::vector<std::string> arguments;

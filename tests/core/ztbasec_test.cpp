@@ -668,6 +668,29 @@ TEST(ReferenceCount, ObjectReferencedTwiceEndsAtTheSecondRelease) {
   EXPECT_EQ(events, std::vector<std::string>{"hill destroyed"});
 }
 
+#define Taken_FIELDS ztBaseClass_FIELDS
+#define Taken_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Taken)
+
+static void takenMethods(TakenMethods *) {}
+
+ZT_DEFINE_CLASS(Taken, ztBaseClass, takenMethods)
+
+TEST(Construction, OfAClassWhoseNameIsTakenLeavesTheNameToTheOther) {
+  ASSERT_EQ(ztAddNewClass(ztBaseClass_ctor(nullptr, 0), "Taken", ztBaseClass_ctor, nullptr), 1);
+  const int32_t count = ztOOP_classCount();
+  void *taken = Taken_ctor(nullptr, 1);
+  EXPECT_EQ(TakenIsClass(nullptr, taken, "Taken"), 1);
+  EXPECT_EQ(ztOOP_classCount(), count);
+  void *other = ztNewFromName("Taken");
+  EXPECT_EQ(TakenIsClass(nullptr, other, "ztBaseClass"), 1);
+  release(taken);
+  release(other);
+  ztFreeClass("Taken");
+  release(Taken_ctor(nullptr, 1));
+  EXPECT_EQ(ztOOP_classCount(), count) << "a class tries once";
+}
+
 TEST(ClassTest, IsByExactName) {
   void *peak = Peak_ctor(nullptr, 1);
   EXPECT_EQ(PeakIsClass(nullptr, peak, "Peak"), 1);
@@ -682,6 +705,21 @@ TEST(ClassTest, IsByExactName) {
     EXPECT_EQ(PeakIsClassOf(nullptr, peak, name), 0) << name;
     EXPECT_EQ(ztOOP_isClassOfClass(PeakClass_Instance(), name), 0) << name;
   }
+  release(peak);
+}
+
+TEST(ClassTest, FindsNoNameInAClassWithoutOne) {
+  ztClass nameless = *PeakClass_Instance();
+  nameless.name = nullptr;
+  auto *peak = static_cast<ztBaseClass *>(Peak_ctor(nullptr, 1));
+  peak->klass = &nameless;
+  EXPECT_EQ(PeakClassName(nullptr, peak), nullptr);
+  for (const char *name : {"Peak", ""}) {
+    EXPECT_EQ(PeakIsClass(nullptr, peak, name), 0) << name;
+    EXPECT_EQ(PeakIsClassOf(nullptr, peak, name), 0) << name;
+  }
+  EXPECT_EQ(PeakIsClassOf(nullptr, peak, "Hill"), 1) << "its ancestors have theirs";
+  peak->klass = PeakClass_Instance();
   release(peak);
 }
 

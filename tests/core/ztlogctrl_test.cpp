@@ -3,6 +3,7 @@
 #include "support/ztcutils.h"
 #include "tests/helpers/captured_log.hh"
 
+#include <errno.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -99,6 +100,14 @@ TEST(Log, FileIsNotHandedToProgramsThatTheHostStarts) {
   const std::string command = "ls -l /proc/self/fd | grep -q '" + path + "'";
   EXPECT_NE(system(command.c_str()), 0);
   ztLc_closeLogFile();
+}
+
+TEST(Log, PrintsTheSystemsMessageForItsConversion) {
+  CapturedLog log;
+  errno = ENOENT;
+  ztLc_log("%s", "[%m|%30m]");
+  EXPECT_EQ(log.output(), "[No such file or directory|     No such file or directory]");
+  EXPECT_EQ(log.file(), "[%m|%30m]");
 }
 
 TEST(Log, TakesTheMessageFormattersResult) {

@@ -168,6 +168,32 @@ TEST(Registry, TakesNull) {
   EXPECT_EQ(log.file(), "ztOOP::ztNewFromName - Error, class '(null)' not installed\n");
 }
 
+TEST(Registry, TellsNamesOfOneHashApart) {
+  ASSERT_EQ(addClass("liquid"), 1);
+  EXPECT_FALSE(ztOOP_isClassRegistered("costarring"));
+  ASSERT_EQ(addClass("costarring"), 1);
+  ztFreeClass("liquid");
+  EXPECT_FALSE(ztOOP_isClassRegistered("liquid"));
+  EXPECT_TRUE(ztOOP_isClassRegistered("costarring"));
+  ztFreeClass("costarring");
+}
+
+// A class that a host put together by hand: without a name, and with nothing in its slots.
+TEST(Registry, TakesAClassWithoutNameAndHooks) {
+  ztBaseClassMethods methods = {};
+  ztClass bare = *ztBaseClassClass_Instance();
+  bare.name = nullptr;
+  bare.methodTable = &methods;
+  auto *prototype = static_cast<ztBaseClass *>(ztBaseClass_ctor(nullptr, 0));
+  prototype->klass = &bare;
+  ASSERT_EQ(ztAddNewClass(prototype, "bare", ztBaseClass_ctor, nullptr), 1);
+  EXPECT_TRUE(ztOOP_isClassRegistered("bare"));
+  EXPECT_EQ(ztOOP_findClass("bare"), nullptr) << "which looks for the names that classes bear";
+  release(ztNewFromName("bare"));
+  ztFreeClass("bare");
+  EXPECT_FALSE(ztOOP_isClassRegistered("bare"));
+}
+
 TEST(Registry, FreeingAnUnknownClassDoesNothing) {
   const std::vector<std::string> before = registeredNames();
   ztFreeClass("Unknown");

@@ -78,6 +78,20 @@ static void registerWhileStopped(void) {
   CHECK(ztOOP_isClassRegistered("Lamp"));
 }
 
+static void endLibrary(void *prototype) {
+  ztcore_lnx_free();
+  CHECK(ztOOP_classOf(prototype) == LampClass_Instance());
+  ztLc_log("still here\n");
+}
+
+/* The class whose hook ends the library is still being freed then, and goes afterwards. */
+static void endInHook(void) {
+  ztOOP_CleanUp();
+  CHECK(ztAddNewClass(Lamp_newop(), "Beacon", Lamp_ctor, endLibrary) == 1);
+  ztFreeClass("Beacon");
+  CHECK(!ztOOP_isClassRegistered("Beacon"));
+}
+
 static void initTwice(void) {
   CHECK(ztOOP_Init("other") == 1);
   CHECK(ztOOP_Init(NULL) == 1);
@@ -129,6 +143,7 @@ int main(int argc, char **argv) {
   } scenarios[] = {
       {"early", cleanUpEarlyAndTwice}, {"again", startAgain},        {"stopped", registerWhileStopped},
       {"init-twice", initTwice},       {"free", freeLibraryClasses}, {"list", listClasses},
+      {"end-in-hook", endInHook},
   };
   if (argc != 2) return 2;
   for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {
