@@ -7,10 +7,25 @@
 #include <float.h>
 #include <math.h>
 #include <string.h>
+#include <sys/random.h>
 #include <unistd.h>
 
 #include <limits>
 #include <set>
+
+// What the system's random bytes are, a letter for each time that they are asked for: bytes of that letter,
+// or, for '!', none. They are random behind the last letter.
+static std::string scriptedEntropy;
+
+// Stands in front of the system's.
+extern "C" int getentropy(void *buffer, size_t size) {
+  if (scriptedEntropy.empty()) return getrandom(buffer, size, 0) == static_cast<ssize_t>(size) ? 0 : -1;
+  const char letter = scriptedEntropy.front();
+  scriptedEntropy.erase(0, 1);
+  if (letter == '!') return -1;
+  memset(buffer, letter, size);
+  return 0;
+}
 
 namespace {
 
@@ -538,6 +553,27 @@ TEST_F(File, MakesUpNamesThatNoFileBears) {
     names.insert(name);
   }
   EXPECT_EQ(names.size(), 1000U);
+}
+
+TEST_F(File, MakesUpAnotherNameWhereOneIsTaken) {
+  char taken[L_tmpnam];
+  scriptedEntropy = "a";
+  ASSERT_EQ(functions->tmpFile(nullptr, taken), taken);
+  ASSERT_EQ(methods->open(file, taken, "wb"), 1);
+  char name[L_tmpnam];
+  scriptedEntropy = "aab";
+  ASSERT_EQ(functions->tmpFile(nullptr, name), name);
+  EXPECT_EQ(scriptedEntropy, "") << "one try for each";
+  EXPECT_STRNE(name, taken);
+  EXPECT_FALSE(std::filesystem::exists(name));
+  EXPECT_EQ(functions->deleteFile(nullptr, taken), 0);
+}
+
+TEST_F(File, MakesUpNoNameWithoutRandomBytes) {
+  char name[L_tmpnam] = "kept";
+  scriptedEntropy = "!";
+  EXPECT_EQ(functions->tmpFile(nullptr, name), nullptr);
+  EXPECT_STREQ(name, "kept");
 }
 
 TEST_F(File, AMadeUpNameCanBeOpened) {

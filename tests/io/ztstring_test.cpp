@@ -37,9 +37,11 @@ static const char *shoutingGet(const void *) {
   return "LOUD";
 }
 
+static uint32_t shoutedLength = 4;
+
 static uint32_t shoutingLength(const void *) {
   calls.emplace_back("length");
-  return 4;
+  return shoutedLength;
 }
 
 static void *shoutingSet(void *object, const char *text) {
@@ -297,6 +299,17 @@ TEST(String, OperationsAskTheOtherThroughItsMethodTable) {
   calls.clear();
   EXPECT_EQ(loud->isEmpty(loud), 0);
   EXPECT_EQ(calls, Texts({"length"}));
+}
+
+TEST(String, CatRefusesATextThatNoBufferHolds) {
+  const String loud(ShoutingString_ctor);
+  const String string = stringOf("so ");
+  for (const uint32_t length : {uint32_t{INT32_MAX} - 3, UINT32_MAX}) {
+    shoutedLength = length;
+    EXPECT_EQ(string->cat(string, loud), nullptr);
+    EXPECT_STREQ(string->get(string), "so ");
+  }
+  shoutedLength = 4;
 }
 
 // The string as an object -------------------------------------------------------------------------

@@ -326,6 +326,20 @@ TEST_F(Folder, FollowsLinksToOtherFolders) {
   EXPECT_EQ(pathsFound(".", "txt", true), (Names{"./dangling.txt", "./link/a.txt", "./s/a.txt"}));
 }
 
+TEST_F(Folder, FollowsLinksToOtherFileSystems) {
+  struct stat here, there;
+  ASSERT_EQ(stat(".", &here), 0);
+  if (stat("/dev/shm", &there) != 0 || here.st_dev == there.st_dev) GTEST_SKIP() << "there is one only";
+  std::string other = "/dev/shm/ztdirmanXXXXXX";
+  if (mkdtemp(other.data()) == nullptr) GTEST_SKIP() << "the other one is read-only";
+  touch(fs::path(other) / "a.txt");
+  fs::create_directory_symlink(other, "link");
+  fs::create_directory_symlink(folder, fs::path(other) / "back");
+  touch("b.txt");
+  EXPECT_EQ(pathsFound(".", "txt", true), (Names{"./b.txt", "./link/a.txt"}));
+  fs::remove_all(other);
+}
+
 TEST_F(Folder, WalksNoFolderAgainBelowItself) {
   fs::create_directory("s.txt");
   touch("s.txt/a.txt");
