@@ -226,6 +226,21 @@ TEST(Object, CloneCopiesDynamicPropertiesButNoConnections) {
   EXPECT_EQ(listenersLive, 0);
 }
 
+TEST(Object, CloneOfAnEndedObjectHasNoPropertiesOfItsOwn) {
+  alignas(ztObject) char memory[sizeof(ztObject)];
+  void *object = ztObject_ctor(memory, 1);
+  newIntProperty(object, "level", 3);
+  ztObject_of(object)->destroy(object);
+  auto *copy = static_cast<ztObject *>(ztObject_of(object)->clone(object, ztObject_newop()));
+  ASSERT_NE(copy, nullptr);
+  copy->refCount = 1;
+  EXPECT_EQ(copy->dynamicProperties, nullptr);
+  EXPECT_EQ(allProperties(copy), Names{"refCount:0"});
+  EXPECT_EQ(setProperty(copy, "level", "ztInt", 0), 0);
+  EXPECT_NE(ztObject_of(copy)->addSignal(ztObjectClass_Instance(), copy, "changed", 1), nullptr);
+  release(copy);
+}
+
 // Properties --------------------------------------------------------------------------------------
 
 TEST(ObjectProperties, ANewObjectListsItsReferenceCount) {
@@ -463,6 +478,7 @@ TEST(ObjectProperties, SortFunctionComparesTheIndexesAsSignedNumbers) {
   EXPECT_EQ(ztObject_propertiesSortFunc(&other, &one), 1);
   EXPECT_EQ(ztObject_propertiesSortFunc(&one, &one), 0);
   EXPECT_EQ(ztObject_propertiesSortFunc(nullptr, &one), 0);
+  EXPECT_EQ(ztObject_propertiesSortFunc(&one, nullptr), 0);
 }
 
 // Static properties -------------------------------------------------------------------------------
@@ -485,6 +501,21 @@ TEST(StaticProperties, AClassWithoutDeclarationsHasThoseOfItsAncestors) {
   Owned plain(Plain_ctor);
   EXPECT_EQ(allProperties(plain), (Names{"refCount:0", "width:1", "area:2", "depth:3"}));
   EXPECT_STREQ(propertyNamed(plain, "depth")->ownerClassName, "Box");
+}
+
+#define Silent_FIELDS ztObject_FIELDS
+#define Silent_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Silent)
+
+static void silentMethods(SilentMethods *methods) {
+  methods->initProperties = nullptr;
+}
+
+ZT_DEFINE_CLASS(Silent, ztObject, silentMethods)
+
+TEST(StaticProperties, AClassThatEmptiesTheSlotOfDeclarationsHasThoseOfItsAncestors) {
+  Owned silent(Silent_ctor);
+  EXPECT_EQ(allProperties(silent), Names{"refCount:0"});
 }
 
 TEST(StaticProperties, AreReadAndWrittenThroughTheObject) {
@@ -996,6 +1027,70 @@ TEST(Connection, DisconnectOfWhatIsNotConnectedDoesNothing) {
   EXPECT_TRUE(isConnected(sender, "changed", receiver, function));
 }
 
+TEST(Connection, ABlockedEndCallsNoSlotAndIsForgotten) {
+  const Diary empty;
+  Owned sender(ztObject_ctor);
+  Listener *dying = newListener();
+  connectTo(dying, "changed", sender, diarySlot<0>());
+  connectTo(dying, "destroyed", sender, diarySlot<1>());
+  ztObject_blockSignal(dying, "destroyed", 1);
+  EXPECT_EQ(slotCount(sender, "destroyed"), 1);
+  release(dying);
+  EXPECT_TRUE(diary.empty());
+  EXPECT_EQ(slotCount(sender, "destroyed"), 0);
+}
+
+// A host may put slots into the map of a signal itself, under a key that is another than the receiver.
+TEST(Connection, ASlotUnderAForeignKeyIsNoneOfTheKeys) {
+  Owned sender(ztObject_ctor);
+  Owned receiver(ztObject_ctor);
+  Owned other(ztObject_ctor);
+  ztSignal *signal = ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
+  auto *slot = static_cast<ztSlot *>(ztSlot_ctor(nullptr, 1));
+  slot->receiver = other;
+  slot->function = diarySlot<0>();
+  ASSERT_NE(ztSlotMap_of(signal->slots)->pushBack(signal->slots, receiver, slot), nullptr);
+  release(slot);
+  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
+  EXPECT_FALSE(isConnected(sender, "changed", other, diarySlot<0>()));
+  EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, diarySlot<0>()), 0);
+}
+
+// Signals that a host put into the map of an object itself have no map of slots.
+
+static void putSignalWithoutSlots(void *object, const char *name) {
+  void *key = newString(name);
+  void *signal = ztSignal_ctor(nullptr, 1);
+  ztString_of(static_cast<ztSignal *>(signal)->name)->set(static_cast<ztSignal *>(signal)->name, name);
+  ztSignalMap *signals = static_cast<ztObject *>(object)->signals;
+  EXPECT_NE(ztSignalMap_of(signals)->pushBack(signals, key, signal), nullptr);
+  release(signal);
+  release(key);
+}
+
+TEST(Connection, ASignalWithoutSlotsTakesNone) {
+  const Diary empty;
+  Owned sender(ztObject_ctor);
+  Owned receiver(ztObject_ctor);
+  putSignalWithoutSlots(sender, "changed");
+  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
+  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
+  EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, diarySlot<0>()), 0);
+  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
+  ztObject_of(sender)->destroyed(sender, receiver);
+  EXPECT_TRUE(diary.empty());
+}
+
+TEST(Connection, AnEndThatCannotBeToldRefusesTheConnection) {
+  Owned sender(ztObject_ctor);
+  Owned receiver(ztObject_ctor);
+  putSignalWithoutSlots(receiver, "destroyed");
+  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
+  EXPECT_EQ(connectTo(receiver, "changed", sender, diarySlot<0>()), 0);
+  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
+  EXPECT_FALSE(isConnected(receiver, "changed", sender, diarySlot<0>()));
+}
+
 // The connection dump -----------------------------------------------------------------------------
 
 static std::string lineOf(const char *slot, const void *receiver, const char *className) {
@@ -1040,6 +1135,20 @@ TEST(ConnectionDump, NamesTheClassThatIsHanded) {
   Owned object(Listener_ctor);
   ztObject_of(object)->printConnections(ztObjectClass_Instance(), object, folder.path("out").c_str());
   EXPECT_EQ(contentsOf(folder.path("out")), "# Connections for class 'ztObject'\n");
+}
+
+TEST(ConnectionDump, ListsASignalThatHasNoSlots) {
+  Owned object(ztObject_ctor);
+  putSignalWithoutSlots(object, "bare");
+  EXPECT_EQ(dumpOf(object), "# Connections for class 'ztObject'\n- Slots for signal 'bare'\n");
+}
+
+TEST(ConnectionDump, OfAnEndedObjectListsNothing) {
+  alignas(ztObject) char memory[sizeof(ztObject)];
+  void *object = ztObject_ctor(memory, 1);
+  ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, "changed", 1);
+  ztObject_of(object)->destroy(object);
+  EXPECT_EQ(dumpOf(object), "# Connections for class 'ztObject'\n");
 }
 
 TEST(ConnectionDump, CutsLinesThatAreTooLong) {

@@ -208,6 +208,18 @@ TEST(Property, CloneOfAFreedStringPropertyHasNoStorage) {
   release(copy);
 }
 
+TEST(Property, CloneOfAnEndedOneHasNoStrings) {
+  ztProperty *property = newIntProperty(1);
+  ztProperty_of(property)->destroy(property);
+  ztProperty *copy = cloned(property);
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(copy->name, nullptr);
+  EXPECT_EQ(copy->signalName, nullptr);
+  EXPECT_EQ(ztProperty_of(copy)->isDynamic(copy), 0);
+  release(property);
+  release(copy);
+}
+
 TEST(Property, MayBeDestroyedTwice) {
   ztProperty *property = newIntProperty(1);
   ztProperty_of(property)->destroy(property);
@@ -378,6 +390,20 @@ TEST(PropertyCompare, StringsInBothForms) {
     EXPECT_EQ(compare(nullptr, nullptr), 0);
   }
   for (void *string : {one, same, two}) release(string);
+}
+
+TEST(PropertyCompare, StringsWithoutTextAreEmptyOnes) {
+  void *text = newString("a");
+  void *empty = newString("");
+  void *none = newString(nullptr);
+  void *ended = newString("b");
+  ztString_of(ended)->destroy(ended);
+  for (const void *without : {empty, none, ended}) {
+    EXPECT_EQ(ztPropertyMap_compare_func(without, text), -1);
+    EXPECT_EQ(ztPropertyMap_compare_func(text, without), 1);
+    EXPECT_EQ(ztPropertyMap_compare_func(without, empty), 0);
+  }
+  for (void *string : {text, empty, none, ended}) release(string);
 }
 
 TEST(PropertyCompare, PointersInBothForms) {

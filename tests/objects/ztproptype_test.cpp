@@ -309,6 +309,17 @@ TEST(PropertyType, StringIsAssignedToAndGivenAsTheStoredStringItself) {
   EXPECT_STREQ(textOf(storage), "first");
 }
 
+TEST(PropertyType, StringWithASizeAndNoStorageStaysWithout) {
+  Property property(ztStringPropertyTypeClass_Instance());
+  property->valueSize = sizeof(ztString);
+  String source("text");
+  EXPECT_EQ(property.set(nullptr, source.word()), source.word());
+  EXPECT_EQ(property->valuePointer, nullptr);
+  void *out = &source;
+  EXPECT_EQ(property.get(nullptr, &out), 0);
+  EXPECT_EQ(out, nullptr);
+}
+
 TEST(PropertyType, WithoutGetterAndStorageTheOutputStays) {
   for (const Kind &kind : kinds) {
     Property property(ztOOP_findClass(kind.className));

@@ -228,6 +228,27 @@ TEST(AssigningNodes, GoesThroughTheChildrenInStep) {
   }
 }
 
+TEST(AssigningNodes, PassesPlacesWithoutAChildBy) {
+  ztRoot *node = newNode(1, Assigned_ctor);
+  ztRoot *source = newNode(2, Assigned_ctor);
+  for (int32_t uid = 3; uid < 6; ++uid) {
+    addChild(node, newNode(uid, Assigned_ctor));
+    if (uid == 4) {
+      ztRootPtrList_of(source->children)->pushBack(source->children, nullptr);
+    } else {
+      addChild(source, newNode(uid, Assigned_ctor));
+    }
+  }
+  for (ztRoot *child : childrenOf(node)) reinterpret_cast<Assigned *>(child)->from = nullptr;
+  EXPECT_EQ(ztRoot_of(node)->assign(node, source), 1);
+  for (int32_t i = 0; i < 3; ++i) {
+    const auto *child = static_cast<const Assigned *>(ztRoot_of(node)->getChildAt(node, i));
+    EXPECT_EQ(child->from, ztRoot_of(source)->getChildAt(source, i)) << i;
+  }
+  release(node);
+  release(source);
+}
+
 // Random trees ------------------------------------------------------------------------------------
 
 namespace {

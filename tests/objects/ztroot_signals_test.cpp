@@ -411,6 +411,43 @@ TEST(Ending, ATreeOfManyLevelsNeedsNoStack) {
   release(top);
 }
 
+TEST(Ending, ANodeThatAHostPutIntoTheListEndsWithIt) {
+  Forest forest;
+  ztRoot *parent = newNode(1);
+  ztRoot *stranger = newNode(2);
+  newChild(stranger, 3);
+  ztRootPtrList_of(parent->children)->pushBack(parent->children, stranger);
+  newChild(parent, 4);
+  release(parent);
+}
+
+// What there may be at any level: a place without a child, a child with more references than its parent's,
+// one that a host put into the list, and one that is being deleted.
+TEST(Ending, ATreeOfManyLevelsReleasesOnlyWhatIsItsOwn) {
+  Forest forest;
+  ztRoot *top = newNode(0);
+  ztRoot *at = top;
+  for (int32_t level = 1; level < 200; ++level) at = newChild(at, level);
+  ztRootPtrList_of(at->children)->pushBack(at->children, nullptr);
+  ztRoot *kept = newChild(at, 1001);
+  newChild(kept, 1002);
+  ztRoot_of(kept)->ref(kept);
+  ztRoot *stranger = newNode(1003);
+  newChild(stranger, 1004);
+  ztRootPtrList_of(at->children)->pushBack(at->children, stranger);
+  ztRoot *leaving = newChild(at, 1005);
+  newChild(leaving, 1006);
+  forest.on(at, "childDeleted", [&](const ztRoot *) { release(top); });
+  deleteChild(at, leaving);
+  EXPECT_EQ(shapeOf(kept), "1001(1002)");
+  EXPECT_EQ(shapeOf(leaving), "1005(1006)");
+  EXPECT_EQ(nodesLive, 4);
+  for (ztRoot *node : {kept, leaving}) {
+    EXPECT_EQ(ztRoot_of(node)->getParent(node), nullptr);
+    release(node);
+  }
+}
+
 TEST(Ending, SlotsMayChangeATreeOfManyLevelsWhileItEnds) {
   Forest forest;
   constexpr int levels = 3000;

@@ -389,6 +389,33 @@ TEST(Attaching, DeletesAllChildrenFromTheFirstOn) {
   release(parent);
 }
 
+// The list of the children is the host's to reach into.
+
+TEST(Attaching, AChildThatTheHostTookOffTheListLeavesItsParentAllTheSame) {
+  Forest forest;
+  ztRoot *parent = newNode(1);
+  ztRoot *child = newChild(parent, 2);
+  ztRoot *other = newChild(parent, 3);
+  ztRootPtrList_of(parent->children)->popFront(parent->children);
+  EXPECT_EQ(setParent(child, nullptr), 1);
+  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
+  EXPECT_EQ(child->parentUid, 0);
+  EXPECT_EQ(childrenOf(parent), std::vector<ztRoot *>{other});
+  for (int i = countOf(child); i > 1; --i) release(child);
+  release(parent);
+}
+
+TEST(Attaching, APlaceWithoutAChildIsPassedBy) {
+  Forest forest;
+  ztRoot *parent = newNode(1);
+  ztRootPtrList_of(parent->children)->pushBack(parent->children, nullptr);
+  ztRoot *child = newChild(parent, 0);
+  deleteChild(parent, child);
+  EXPECT_EQ(childrenOf(parent), std::vector<ztRoot *>{nullptr});
+  release(child);
+  release(parent);
+}
+
 TEST(Attaching, FindChildByIdFindsNothing) {
   Forest forest;
   ztRoot *top = newNode(1);
@@ -400,6 +427,59 @@ TEST(Attaching, FindChildByIdFindsNothing) {
     }
   }
   release(top);
+}
+
+// A node that knows a child of any identifier, and one that ends what it is attached to.
+#define Knowing_FIELDS LiveNode_FIELDS
+#define Knowing_METHODS LiveNode_METHODS
+ZT_DECLARE_CLASS(Knowing)
+#define Ruinous_FIELDS LiveNode_FIELDS
+#define Ruinous_METHODS LiveNode_METHODS
+ZT_DECLARE_CLASS(Ruinous)
+
+static void *knowingFindChildById(const void *object, int32_t) {
+  return const_cast<void *>(object);
+}
+
+static void knowingMethods(KnowingMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, findChildById, knowingFindChildById);
+}
+
+static int32_t ruinousSetParent(void *object, void *parent) {
+  const int32_t result = ztRoot_table()->setParent(object, parent);
+  if (parent != nullptr) release(parent);
+  return result;
+}
+
+static void ruinousMethods(RuinousMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, setParent, ruinousSetParent);
+}
+
+ZT_DEFINE_CLASS(Knowing, LiveNode, knowingMethods)
+ZT_DEFINE_CLASS(Ruinous, LiveNode, ruinousMethods)
+
+TEST(Attaching, AChildWhoseUidIsFoundIsNotAdded) {
+  Forest forest;
+  ztRoot *parent = newNode(1, Knowing_ctor);
+  ztRoot *child = newNode(2);
+  forest.on(parent, "childAdded", [](const ztRoot *) { ADD_FAILURE() << "nothing was added"; });
+  addChild(parent, child);
+  EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 0);
+  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
+  release(parent);
+  release(child);
+}
+
+TEST(Attaching, AParentThatEndsMeanwhileAnnouncesNothing) {
+  Forest forest;
+  ztRoot *parent = newNode(1);
+  ztRoot *child = newNode(2, Ruinous_ctor);
+  ztRoot_of(child)->ref(child);
+  forest.on(parent, "childAdded", [](const ztRoot *) { ADD_FAILURE() << "there is nobody to tell of it"; });
+  addChild(parent, child);
+  EXPECT_EQ(nodesLive, 1);
+  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
+  release(child);
 }
 
 TEST(Attaching, WritesNullIntoTheReservedWordsOfTheClass) {

@@ -73,6 +73,18 @@ TEST(Signal, CloneWithoutSlotsHasNone) {
   release(copy);
 }
 
+TEST(Signal, CloneOfAnEndedOneHasNoName) {
+  ztSignal *signal = newSignal("ended");
+  ztSignal_of(signal)->destroy(signal);
+  auto *copy = static_cast<ztSignal *>(ztSignal_of(signal)->clone(signal, ztSignal_newop()));
+  ASSERT_NE(copy, nullptr);
+  copy->refCount = 1;
+  EXPECT_EQ(copy->name, nullptr);
+  EXPECT_EQ(copy->slots, nullptr);
+  release(signal);
+  release(copy);
+}
+
 TEST(Signal, AssignCopiesNothing) {
   ztSignal *signal = newSignal("one");
   ztSignal *other = newSignal("other");

@@ -60,6 +60,18 @@ TEST(Slot, CloneHasANameOfItsOwn) {
   release(receiver);
 }
 
+TEST(Slot, CloneOfAnEndedOneHasNoName) {
+  ztSlot *slot = newSlot("ended", nullptr, diarySlot<0>());
+  ztSlot_of(slot)->destroy(slot);
+  auto *copy = static_cast<ztSlot *>(ztSlot_of(slot)->clone(slot, ztSlot_newop()));
+  ASSERT_NE(copy, nullptr);
+  copy->refCount = 1;
+  EXPECT_EQ(copy->name, nullptr);
+  EXPECT_EQ(addressOf(copy->function), addressOf(diarySlot<0>()));
+  release(slot);
+  release(copy);
+}
+
 TEST(Slot, AssignCopiesNothing) {
   ztSlot *slot = newSlot("one", nullptr, diarySlot<0>());
   ztSlot *other = newSlot("other", slot, diarySlot<1>());

@@ -28,6 +28,43 @@ static void proudMethods(ProudMethods *methods) {
 
 ZT_DEFINE_CLASS(Proud, LiveNode, proudMethods)
 
+// A node that says it took its parent and did not.
+#define Feigning_FIELDS LiveNode_FIELDS
+#define Feigning_METHODS LiveNode_METHODS
+ZT_DECLARE_CLASS(Feigning)
+
+static int32_t feigningSetParent(void *, void *) {
+  return 1;
+}
+
+static void feigningMethods(FeigningMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, setParent, feigningSetParent);
+}
+
+ZT_DEFINE_CLASS(Feigning, LiveNode, feigningMethods)
+
+// A file that knows where it stands and cannot go to its end, or not back from there.
+#define OneWayFile_FIELDS ztFile_FIELDS
+#define OneWayFile_METHODS ztFile_METHODS
+ZT_DECLARE_CLASS(OneWayFile)
+
+static bool reachesItsEnd;
+
+static int32_t oneWayGoToEnd(void *file) {
+  return reachesItsEnd ? ztFile_table()->goToEnd(file) : -1;
+}
+
+static int32_t oneWayGoToAbs(void *, int64_t) {
+  return -1;
+}
+
+static void oneWayMethods(OneWayFileMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, goToEnd, oneWayGoToEnd);
+  ZT_OVERRIDE_METHOD(methods, goToAbs, oneWayGoToAbs);
+}
+
+ZT_DEFINE_CLASS(OneWayFile, ztFile, oneWayMethods)
+
 // A class by which a record says that it is no node.
 #define Stranger_FIELDS ztObject_FIELDS
 #define Stranger_METHODS ztObject_METHODS
@@ -195,6 +232,18 @@ TEST(StoringATree, LeavesOutWhatIsNoChild) {
   EXPECT_EQ(Loaded(file.get()).shapes(), sampleShape);
   ztRootPtrList_of(left->children)->popBack(left->children);
   release(top);
+}
+
+TEST(StoringATree, TakesANodeThatIsEnding) {
+  Forest forest;
+  ztRoot *node = newNode(7);
+  newChild(node, 8);
+  const NodeFile file;
+  int32_t stored = 0;
+  forest.on(node, "destroyed", [&](ztRoot *dying) { stored = ztRoot_storeTree(dying, file.get()); });
+  release(node);
+  EXPECT_EQ(stored, 1) << "its children went before it";
+  EXPECT_EQ(file.bytes().size(), recordSize);
 }
 
 TEST(StoringATree, FailsWithoutNodeOrFile) {
@@ -394,6 +443,29 @@ TEST(LoadingATree, ReadsFromAPipe) {
   }
 }
 
+TEST(LoadingATree, ReadsOnUntilAFileThatDoesNotTellItsEndHasNoMore) {
+  Forest forest;
+  reachesItsEnd = false;
+  const NodeFile file(OneWayFile_ctor, sampleBytes());
+  const Loaded loaded(file.get());
+  EXPECT_EQ(loaded.result, 1);
+  EXPECT_EQ(loaded.shapes(), sampleShape);
+
+  std::string unknown = record(2, 1);
+  unknown.replace(0, 8, "NotKnown");
+  const NodeFile damaged(OneWayFile_ctor, record(1, -1) + unknown + record(3, 1));
+  EXPECT_EQ(Loaded(damaged.get()).result, 0);
+}
+
+TEST(LoadingATree, FailsWhenTheFileDoesNotComeBackFromItsEnd) {
+  Forest forest;
+  reachesItsEnd = true;
+  const NodeFile file(OneWayFile_ctor, sampleBytes());
+  const Loaded loaded(file.get());
+  EXPECT_EQ(loaded.result, 0);
+  EXPECT_EQ(loaded.counts()[0], 0);
+}
+
 // Damage ------------------------------------------------------------------------------------------
 
 TEST(LoadingDamage, AFileThatEndsTooEarlyGivesNothing) {
@@ -475,13 +547,15 @@ TEST(LoadingDamage, ARecordOfAnotherClassGivesNothing) {
 
 TEST(LoadingDamage, ANodeThatRefusesItsParentGivesNothing) {
   Forest forest;
-  const NodeFile file(ztFile_ctor, record(1, -1) + record(2, 1) + record(3, 2, Proud_ctor) + record(4, 3));
-  void *roots = ztPtrArray_ctor(nullptr, 1);
-  static char other;
-  ztPtrArray_of(roots)->pushBack(roots, &other);
-  EXPECT_EQ(ztRoot_loadTree(file.get(), -1, roots, nullptr), 0);
-  EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
-  release(roots);
+  for (ztCtor constructor : {Proud_ctor, Feigning_ctor}) {
+    const NodeFile file(ztFile_ctor, record(1, -1) + record(2, 1) + record(3, 2, constructor) + record(4, 3));
+    void *roots = ztPtrArray_ctor(nullptr, 1);
+    static char other;
+    ztPtrArray_of(roots)->pushBack(roots, &other);
+    EXPECT_EQ(ztRoot_loadTree(file.get(), -1, roots, nullptr), 0);
+    EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
+    release(roots);
+  }
 }
 
 TEST(LoadingDamage, NullArgumentsGiveNothing) {
