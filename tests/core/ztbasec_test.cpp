@@ -709,9 +709,9 @@ TEST(ClassTest, IsByExactName) {
 }
 
 TEST(ClassTest, FindsNoNameInAClassWithoutOne) {
+  auto *peak = static_cast<ztBaseClass *>(Peak_ctor(nullptr, 1));
   ztClass nameless = *PeakClass_Instance();
   nameless.name = nullptr;
-  auto *peak = static_cast<ztBaseClass *>(Peak_ctor(nullptr, 1));
   peak->klass = &nameless;
   EXPECT_EQ(PeakClassName(nullptr, peak), nullptr);
   for (const char *name : {"Peak", ""}) {

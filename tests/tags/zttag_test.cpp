@@ -563,6 +563,17 @@ TEST_F(FilledTag, SwapsNoDifferentArraysThatPassForOneType) {
   EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5, 2.5, 4.5}));
 }
 
+TEST_F(FilledTag, SwapsNothingWithAnAttributeWithoutValues) {
+  auto *bare = static_cast<ztTagAttribute *>(ztTagAttribute_ctor(nullptr, 1));
+  bare->type = intType;
+  ztTagHandle handle;
+  ASSERT_EQ(methods->insertNew(tag, "bare", bare, &handle, 0, 1, nullptr), 1);
+  EXPECT_EQ(methods->swapTags(tag, &ints, &handle), 0);
+  EXPECT_EQ(methods->swapTags(tag, &handle, &ints), 0);
+  EXPECT_EQ(bare->values, nullptr);
+  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
+}
+
 // Enumeration -------------------------------------------------------------------------------------
 
 TEST_F(FilledTag, EnumeratesInOrder) {
@@ -668,6 +679,17 @@ TEST_F(TagWithAGap, IsCopiedAssignedAndStored) {
   EXPECT_EQ(Records().read(copy, record), 1);
   EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(copy, &others)), (Ints{3, 20, 40}));
   release(copy);
+}
+
+TEST_F(FilledTag, KeepsTheValuesForWhichTheOtherHasAGap) {
+  void *other = copyOf(tag);
+  release(methods->getByHandle(other, &floats));
+  const int32_t value = 3;
+  EXPECT_EQ(methods->setValue(other, &others, -1, &value), 1);
+  EXPECT_EQ(methods->assign(tag, other), 1);
+  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5, 2.5, 4.5}));
+  EXPECT_EQ(valuesOf<int32_t>(at(others)), (Ints{3, 3, 3}));
+  release(other);
 }
 
 // Copies ------------------------------------------------------------------------------------------

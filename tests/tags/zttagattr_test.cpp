@@ -305,6 +305,17 @@ TEST_F(BareAttribute, TakesNoTotalOrAverageButClearsTheMark) {
 
 // Notification ------------------------------------------------------------------------------------
 
+// A host's attribute may keep its values by pointer.
+TEST_F(BareAttribute, GivesNothingForANullThatItKeeps) {
+  attribute->values = static_cast<ztArray *>(ztPtrArray_ctor(nullptr, 1));
+  EXPECT_EQ(methods->setNumValues(attribute, 2), 1);
+  void *out = attribute;
+  EXPECT_EQ(methods->getValue(attribute, 1, &out), nullptr);
+  EXPECT_EQ(out, attribute);
+  EXPECT_EQ(methods->setValue(attribute, 1, this), 1);
+  EXPECT_EQ(methods->getValue(attribute, 1, nullptr), this);
+}
+
 TEST_F(HeldAttribute, TellsItsOwnerOnceForEachSetting) {
   EXPECT_EQ(set(attribute, 7), 1);
   EXPECT_EQ(tag->changes, changesBefore + 1);
