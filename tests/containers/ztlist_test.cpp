@@ -193,6 +193,21 @@ TEST_P(ListOf, PoppingAnEmptyListDoesNothing) {
   EXPECT_EQ(list->tail, nullptr);
 }
 
+TEST_P(ListOf, PoppingAListThatLacksAnEndDoesNothing) {
+  fill(2);
+  ztListItem *head = list->head;
+  ztListItem *tail = list->tail;
+  list->tail = nullptr;
+  EXPECT_EQ(methods->popFront(list), nullptr);
+  EXPECT_EQ(list->head, head);
+  list->tail = tail;
+  list->head = nullptr;
+  EXPECT_EQ(methods->popBack(list), nullptr);
+  EXPECT_EQ(list->tail, tail);
+  list->head = head;
+  EXPECT_EQ(numbers(), Numbers({0, 1}));
+}
+
 TEST_P(ListOf, PopFrontReturnsTheNewHead) {
   fill(3);
   ztListItem *second = at(1);

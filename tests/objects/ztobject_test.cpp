@@ -1081,6 +1081,50 @@ TEST(Connection, ASignalWithoutSlotsTakesNone) {
   EXPECT_TRUE(diary.empty());
 }
 
+TEST(Connection, ASignalWhoseSlotsWereEndedHasNone) {
+  const Diary empty;
+  Owned sender(ztObject_ctor);
+  Owned receiver(ztObject_ctor);
+  connectTo(sender, "changed", receiver, diarySlot<0>());
+  ztSignal *signal = ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
+  ztSlotMap_of(signal->slots)->destroy(signal->slots);
+  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
+  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
+  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
+  EXPECT_TRUE(diary.empty());
+}
+
+// A map of a host's that says it has more slots than memory could hold.
+#define BoundlessMap_FIELDS ztSlotMap_FIELDS
+#define BoundlessMap_METHODS ztSlotMap_METHODS
+ZT_DECLARE_CLASS(BoundlessMap)
+
+static int32_t boundlessGetSize(const void *) {
+  return INT32_MAX;
+}
+
+static void boundlessMethods(BoundlessMapMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, getSize, boundlessGetSize);
+}
+
+ZT_DEFINE_CLASS(BoundlessMap, ztSlotMap, boundlessMethods)
+
+TEST(Connection, MoreSlotsThanCanBeCountedInBytesAreNotCalled) {
+  const Diary empty;
+  Owned sender(ztObject_ctor);
+  Owned receiver(ztObject_ctor);
+  connectTo(sender, "changed", receiver, diarySlot<0>());
+  ztSignal *signal = ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
+  ztClass *own = signal->slots->klass;
+  release(BoundlessMap_ctor(nullptr, 1));
+  signal->slots->klass = BoundlessMapClass_Instance();
+  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
+  EXPECT_TRUE(diary.empty());
+  signal->slots->klass = own;
+  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
+  EXPECT_EQ(diary.size(), 1U);
+}
+
 TEST(Connection, AnEndThatCannotBeToldRefusesTheConnection) {
   Owned sender(ztObject_ctor);
   Owned receiver(ztObject_ctor);

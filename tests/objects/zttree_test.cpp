@@ -65,6 +65,28 @@ static void oneWayMethods(OneWayFileMethods *methods) {
 
 ZT_DEFINE_CLASS(OneWayFile, ztFile, oneWayMethods)
 
+// An array that has no room for more, or does not make any.
+#define FullArray_FIELDS ztPtrArray_FIELDS
+#define FullArray_METHODS ztPtrArray_METHODS
+ZT_DECLARE_CLASS(FullArray)
+
+static int32_t sizeOfTheFull;
+
+static int32_t fullGetSize(const void *) {
+  return sizeOfTheFull;
+}
+
+static int32_t fullResize(void *, int32_t) {
+  return 0;
+}
+
+static void fullMethods(FullArrayMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, getSize, fullGetSize);
+  ZT_OVERRIDE_METHOD(methods, resize, fullResize);
+}
+
+ZT_DEFINE_CLASS(FullArray, ztPtrArray, fullMethods)
+
 // A class by which a record says that it is no node.
 #define Stranger_FIELDS ztObject_FIELDS
 #define Stranger_METHODS ztObject_METHODS
@@ -556,6 +578,19 @@ TEST(LoadingDamage, ANodeThatRefusesItsParentGivesNothing) {
     EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
     release(roots);
   }
+}
+
+TEST(LoadingATree, FailsWhereTheRootsHaveNoRoom) {
+  Forest forest;
+  void *roots = FullArray_ctor(nullptr, 1);
+  for (const int32_t size : {0, INT32_MAX}) {
+    sizeOfTheFull = size;
+    const NodeFile file(ztFile_ctor, sampleBytes());
+    ztTreeReport report;
+    EXPECT_EQ(ztRoot_loadTree(file.get(), -1, roots, &report), 0);
+    EXPECT_EQ(report.nodes, 6);
+  }
+  release(roots);
 }
 
 TEST(LoadingDamage, NullArgumentsGiveNothing) {
