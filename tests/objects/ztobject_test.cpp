@@ -3,6 +3,7 @@
 #include "core/ztcore.h"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/listeners.hh"
+#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,8 @@
 #include <stddef.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -920,6 +923,58 @@ TEST(Connection, LongNamesAreKept) {
   EXPECT_TRUE(isConnected(sender, name.c_str(), receiver, diarySlot<0>()));
   EXPECT_FALSE(isConnected(sender, name.substr(1).c_str(), receiver, diarySlot<0>()));
   EXPECT_EQ(ztObject_emit(sender, name.c_str(), 1), 1);
+}
+
+namespace {
+
+// A text of 2 GiB that takes little memory: the same piece of a file again and again.
+class HugeText {
+ public:
+  HugeText() {
+    FILE *file = tmpfile();
+    const std::string piece(pieceSize, 'x');
+    const bool isThere = file != nullptr && fwrite(piece.data(), 1, pieceSize, file) == pieceSize;
+    // One page more, which stays zero.
+    address = mmap(nullptr, size + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    isComplete = isThere && fflush(file) == 0 && address != MAP_FAILED;
+    for (size_t at = 0; isComplete && at < size; at += pieceSize) {
+      char *place = static_cast<char *>(address) + at;
+      isComplete = mmap(place, pieceSize, PROT_READ, MAP_PRIVATE | MAP_FIXED, fileno(file), 0) == place;
+    }
+    if (file != nullptr) fclose(file);
+  }
+  ~HugeText() {
+    if (address != MAP_FAILED) munmap(address, size + 1);
+  }
+  HugeText(const HugeText &) = delete;
+  HugeText &operator=(const HugeText &) = delete;
+
+  // NULL where the system has no room for it.
+  const char *get() const {
+    return isComplete ? static_cast<const char *>(address) : nullptr;
+  }
+
+ private:
+  static constexpr size_t pieceSize = size_t{1} << 20;
+  static constexpr size_t size = size_t{1} << 31;
+
+  void *address;
+  bool isComplete;
+};
+
+}  // namespace
+
+TEST(Connection, NamesThatNoStringHoldsAreRefused) {
+  if (scale(2) < 2) GTEST_SKIP() << "it takes too long here";
+  const HugeText name;
+  if (name.get() == nullptr) GTEST_SKIP() << "there is no room for such a name";
+  Owned object(ztObject_ctor);
+  EXPECT_EQ(ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, name.get(), 1), nullptr);
+  const int32_t level = 1;
+  EXPECT_EQ(setProperty(object, name.get(), "ztInt", wordOf(&level)), 0);
+  const ztSignalMap *signals = static_cast<ztObject *>(static_cast<void *>(object))->signals;
+  EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 0);
+  EXPECT_EQ(dynamicProperties(object), Names{});
 }
 
 TEST(Connection, DestroyedDropsEverySlotAimedAtTheDyingObject) {
