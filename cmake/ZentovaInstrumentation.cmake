@@ -1,4 +1,4 @@
-# Sanitizers and coverage, the same for the library, the examples and the tests.
+# Sanitizers and coverage, the same for the library, the examples, the tests and the fuzz targets.
 add_library(zt_instrumentation INTERFACE)
 if(ZT_SANITIZE)
   set(flags -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -8,4 +8,14 @@ endif()
 if(ZT_COVERAGE)
   target_compile_options(zt_instrumentation INTERFACE --coverage)
   target_link_options(zt_instrumentation INTERFACE --coverage)
+endif()
+if(ZT_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    message(FATAL_ERROR "libFuzzer comes with clang")
+  endif()
+  # Getters and slots may take fewer arguments than they are called with, which clang alone objects to.
+  set(flags -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize=function -fno-sanitize-recover=all
+            -fno-omit-frame-pointer)
+  target_compile_options(zt_instrumentation INTERFACE ${flags})
+  target_link_options(zt_instrumentation INTERFACE ${flags})
 endif()
