@@ -58,17 +58,19 @@ __attribute__((used)) inline void ztm_free(void *block) {
 // Lets what the target itself needs be allocated, whatever is to fail.
 class NoFaults {
  public:
-  NoFaults() : kept(blocks.beforeFault) {
+  NoFaults() : kept(blocks) {
     blocks.beforeFault = -1;
+    blocks.limit = INT64_MAX;
   }
   ~NoFaults() {
-    blocks.beforeFault = kept;
+    blocks.beforeFault = kept.beforeFault;
+    blocks.limit = kept.limit;
   }
   NoFaults(const NoFaults &) = delete;
   NoFaults &operator=(const NoFaults &) = delete;
 
  private:
-  int32_t kept;
+  Blocks kept;
 };
 
 // Everything that is allocated in its scope has to be released in it. So many bytes may be.
