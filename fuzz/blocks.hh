@@ -13,6 +13,7 @@ struct Blocks {
   int64_t bytes = 0;
   int64_t limit = INT64_MAX;  // what would take more bytes than that is refused
   bool metLimit = false;
+  int32_t faults = 0;
   int32_t beforeFault = -1;  // allocations that still succeed before one fails; -1 while all do
 };
 
@@ -24,7 +25,9 @@ inline bool refuses(int32_t size) {
     blocks.metLimit = true;
     return true;
   }
-  return blocks.beforeFault >= 0 && blocks.beforeFault-- == 0;
+  if (blocks.beforeFault < 0 || blocks.beforeFault-- > 0) return false;
+  ++blocks.faults;
+  return true;
 }
 
 inline void *countBlock(void *block) {

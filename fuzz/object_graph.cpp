@@ -45,7 +45,10 @@ bool hasFault;
 // Every object that lives, in the order in which they came.
 std::vector<void *> living;
 
-// Copies of attributes, and links, which belong to nobody else.
+// Those that are being destroyed, which still receive signals meanwhile.
+std::vector<void *> dying;
+
+// Copies of attributes, which belong to nobody else.
 std::vector<void *> attributes;
 
 bool lives(const void *object) {
@@ -58,6 +61,11 @@ void comes(void *object) {
 
 void goes(void *object) {
   living.erase(std::remove(living.begin(), living.end(), object), living.end());
+  dying.push_back(object);
+}
+
+void isGone(void *object) {
+  dying.erase(std::remove(dying.begin(), dying.end(), object), dying.end());
 }
 
 void unRef(void *object) {
@@ -156,6 +164,7 @@ static void fuzzObjectDestroy(void *object) {
   static_cast<FuzzObject *>(object)->string = nullptr;
   if (string != nullptr) unRef(string);
   ztObject_table()->destroy(object);
+  isGone(object);
 }
 
 static int32_t getNumber(const void *object) {
@@ -246,6 +255,7 @@ static void *fuzzNodeClone(const void *object, void *target) {
 static void fuzzNodeDestroy(void *object) {
   goes(object);
   ztRoot_table()->destroy(object);
+  isGone(object);
 }
 
 static void fuzzNodeMethods(FuzzNodeMethods *methods) {
@@ -270,6 +280,7 @@ static void *fuzzTagClone(const void *object, void *target) {
 static void fuzzTagDestroy(void *object) {
   goes(object);
   ztTag_table()->destroy(object);
+  isGone(object);
 }
 
 static void fuzzTagAttrChanged(void *object, void *) {
@@ -379,8 +390,10 @@ void block() {
 }
 
 std::vector<Call> connectionsOf(const void *sender, const char *signal) {
+  std::vector<void *> receivers = living;
+  receivers.insert(receivers.end(), dying.begin(), dying.end());
   std::vector<Call> connections;
-  for (const void *receiver : living) {
+  for (const void *receiver : receivers) {
     for (int slot = 0; slot < slotCount; ++slot) {
       if (isConnected(sender, signal, receiver, slot)) connections.emplace_back(receiver, slot);
     }
