@@ -448,10 +448,7 @@ static int32_t arrayAssign(void *object, const void *other) {
   const int32_t count = array->count < source->count ? array->count : source->count;
   if (holdsObjects(array)) {
     if (!holdsObjects(source)) return 0;
-    for (int32_t i = 0; i < count; ++i) {
-      void *slot = slotAt(array, i);
-      ztBaseClass_of(slot)->assign(slot, slotAt(source, i));
-    }
+    for (int32_t i = 0; i < count; ++i) ztAssignCommon(slotAt(array, i), slotAt(source, i));
     return 1;
   }
   if (array->elementSize != source->elementSize) return 0;

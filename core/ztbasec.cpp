@@ -174,6 +174,17 @@ void *ztCopyObject(const void *source) {
   return copy;
 }
 
+static bool isWithin(const ztClass *klass, const ztClass *ancestor) {
+  while (klass != nullptr && klass != ancestor) klass = klass->parent;
+  return klass != nullptr;
+}
+
+int32_t ztAssignCommon(void *target, const void *source) {
+  const ztClass *klass = ztOOP_classOf(target);
+  while (klass != nullptr && !isWithin(ztOOP_classOf(source), klass)) klass = klass->parent;
+  return klass == nullptr ? 0 : methodsOf(klass)->assign(target, source);
+}
+
 // ztBaseClass ------------------------------------------------------------------------------------
 
 static void baseClassInstanceCreate(ztClass *) {}

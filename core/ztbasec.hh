@@ -1,4 +1,4 @@
-// Copies of objects that the library makes for itself.
+// What the library does with objects of its hosts: copies and assignments.
 #ifndef ZT_CORE_ZTBASEC_HH
 #define ZT_CORE_ZTBASEC_HH
 
@@ -12,5 +12,9 @@ void *ztCopyObject(const void *source);
 // the source's instance size, and gives it count 1. Returns what `clone` returns: NULL when the source
 // cannot be cloned; the target then owns nothing and must not be destroyed.
 void *ztCloneOnto(const void *source, void *target);
+
+// Has an object take over the contents of another one that may be of another class: with the `assign` of
+// the nearest class that both are of, since the target's own may look at what the other does not have.
+int32_t ztAssignCommon(void *target, const void *source);
 
 #endif

@@ -423,7 +423,7 @@ static void assignChildren(ztRoot *node, const ztRoot *source) {
   const ztListItem *other = firstChild(source);
   for (; own != nullptr && other != nullptr; own = own->next, other = other->next) {
     ztRoot *child = childOf(own);
-    if (child != nullptr && other->data != nullptr) ztRoot_of(child)->assign(child, other->data);
+    if (child != nullptr && other->data != nullptr) ztAssignCommon(child, other->data);
   }
 }
 

@@ -231,7 +231,7 @@ static int32_t tagAssign(void *object, const void *other) {
   for (int32_t i = 0; i < countOf(other); ++i) {
     ztTagAttribute *attribute = attributeAt(object, i);
     const ztTagAttribute *source = attributeAt(other, i);
-    if (attribute != nullptr && source != nullptr) ztTagAttribute_of(attribute)->assign(attribute, source);
+    if (attribute != nullptr && source != nullptr) ztAssignCommon(attribute, source);
   }
   return 1;
 }

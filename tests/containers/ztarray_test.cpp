@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "containers/ztarrays.h"
+#include "io/ztstring.h"
 #include "io/zttxtfile.h"
 #include "tests/support/faults.h"
 #include "tests/support/owned.h"
@@ -978,6 +979,29 @@ TEST_F(ArrayTest, AssignOfObjectsAssignsEach) {
   EXPECT_EQ(array->assign(array, other), 1);
   EXPECT_EQ(piecesOf(array), Numbers({8, 9, 3}));
   EXPECT_EQ(*static_cast<Piece *>(array->getAt(array, 0))->owned, 8);
+}
+
+TEST_F(ArrayTest, AssignGivesAnObjectOfAnotherClassOnlyWhatBothHave) {
+  // A string looks for its text where a bare object has nothing.
+  const Array strings(ztStringArray_ctor);
+  ASSERT_EQ(strings->setSize(strings, 2), 1);
+  void *string = strings->getAt(strings, 0);
+  ztString_of(string)->set(string, "kept");
+  const Array others(ztArray_ctor);
+  others->setElementConstructor(others, ztBaseClass_ctor);
+  others->setElementSize(others, sizeof(ztBaseClass), 0);
+  ASSERT_EQ(others->setSize(others, 2), 1);
+  EXPECT_EQ(strings->assign(strings, others), 1);
+  EXPECT_STREQ(ztString_of(string)->get(string), "kept");
+  EXPECT_EQ(others->assign(others, strings), 1);
+  // An object of a subclass has all that its parent has.
+  const Array pieces = pieceArray({1, 2});
+  const Array twins = pieceArray({});
+  ASSERT_NE(twins->pushBack(twins, newPiece(8, PieceTwin_ctor)), nullptr);
+  EXPECT_EQ(pieces->assign(pieces, twins), 1);
+  EXPECT_EQ(piecesOf(pieces), Numbers({8, 2}));
+  EXPECT_EQ(twins->assign(twins, pieceArray({9})), 1);
+  EXPECT_EQ(piecesOf(twins), Numbers({9}));
 }
 
 // Calls among the methods -------------------------------------------------------------------------

@@ -249,6 +249,26 @@ TEST(AssigningNodes, PassesPlacesWithoutAChildBy) {
   release(source);
 }
 
+TEST(AssigningNodes, GivesAChildOfAnotherClassOnlyWhatBothHave) {
+  Forest forest;
+  ztRoot *node = newNode(1);
+  ztRoot *source = newNode(2);
+  ztRoot *own = newNode(3, Assigned_ctor);
+  ztRoot *grandchild = newNode(4, Assigned_ctor);
+  addChild(node, own);
+  addChild(own, grandchild);
+  ztRoot *other = newChild(source, 5);
+  ztRoot *below = newNode(6, Assigned_ctor);
+  addChild(other, below);
+  for (ztRoot *assigned : {own, grandchild}) reinterpret_cast<Assigned *>(assigned)->from = nullptr;
+  // The two at the first level are no more than nodes to each other; their children are of one class.
+  EXPECT_EQ(ztRoot_of(node)->assign(node, source), 1);
+  EXPECT_EQ(reinterpret_cast<Assigned *>(own)->from, nullptr);
+  EXPECT_EQ(reinterpret_cast<Assigned *>(grandchild)->from, below);
+  release(node);
+  release(source);
+}
+
 // Random trees ------------------------------------------------------------------------------------
 
 namespace {

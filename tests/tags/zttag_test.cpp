@@ -806,6 +806,22 @@ TEST_F(FilledTag, AssignsAttributeToAttribute) {
   release(other);
 }
 
+TEST_F(FilledTag, BelowANodeTakesNoAttributesFromANodeThatIsNoTag) {
+  void *parent = ztRoot_ctor(nullptr, 1);
+  ztRoot_of(parent)->addChild(parent, tag);
+  void *other = ztRoot_ctor(nullptr, 1);
+  void *plain = ztRoot_ctor(nullptr, 1);
+  ztRoot_of(other)->addChild(other, plain);
+  EXPECT_EQ(ztRoot_of(parent)->assign(parent, other), 1);
+  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
+  EXPECT_EQ(ztRoot_of(other)->assign(other, parent), 1);
+  methods->setParent(tag, nullptr);
+  release(tag);  // what attaching and detaching added
+  EXPECT_EQ(methods->getRefCount(tag), 2);
+  release(parent);
+  release(other);
+}
+
 TEST_F(FilledTag, AssignsNothingWhereATagHasNoAttributes) {
   void *empty = ListeningTag_ctor(nullptr, 1);
   EXPECT_EQ(methods->assign(empty, tag), 1);
