@@ -481,7 +481,9 @@ static int32_t arrayRead(void *object, void *file) {
     if (holdsObjects(array)) {
       ztBaseClass_of(slot)->read(slot, file);
     } else {
-      methods->readBuf(file, array->elementSize, slot);
+      // What a file that has ended lacks is zero already.
+      const int32_t size = array->elementSize;
+      if (methods->readBuf(file, size, slot) < size && methods->eof(file)) break;
     }
   }
   return 1;

@@ -182,7 +182,15 @@ static int32_t pipeGoToEnd(void *file) {
   return seeksThatSucceed-- > 0 ? ztFile_table()->goToEnd(file) : -1;
 }
 
+static int32_t buffersRead;
+
+static int32_t pipeReadBuf(void *file, int32_t n, void *buffer) {
+  ++buffersRead;
+  return ztFile_table()->readBuf(file, n, buffer);
+}
+
 static void pipeMethods(PipeFileMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, readBuf, pipeReadBuf);
   ZT_OVERRIDE_METHOD(methods, tell, pipeTell);
   ZT_OVERRIDE_METHOD(methods, goToEnd, pipeGoToEnd);
 }
@@ -1245,6 +1253,19 @@ TEST_F(ArrayTest, AStreamThatCannotSeekIsNotChecked) {
     EXPECT_EQ(array->getSize(array), 70000);
     EXPECT_STREQ(static_cast<char *>(array->getData(array)), "abc");
   }
+}
+
+TEST_F(ArrayTest, AStreamThatHasEndedIsAskedForNoMoreElements) {
+  const Storage file(PipeFile_ctor);
+  file->writeInt(file, 50000000);
+  file->writeBuf(file, 3, "abc");
+  file->goToBegin(file);
+  const Array array(ztCharArray_ctor);
+  buffersRead = 0;
+  EXPECT_EQ(array->read(array, file), 1);
+  EXPECT_EQ(array->getSize(array), 50000000);
+  EXPECT_EQ(buffersRead, 4);
+  EXPECT_STREQ(static_cast<char *>(array->getData(array)), "abc");
 }
 
 TEST_F(ArrayTest, TextFormReadsBack) {
