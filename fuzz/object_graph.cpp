@@ -775,9 +775,8 @@ int LLVMFuzzerInitialize(int *, char ***) {
                                  ztStringPropertyType_ctor};
   for (ztCtor constructor : constructors) unRef(constructor(nullptr, 1));
   for (const char *type : types) ztProperty_functions()->registerNewType(nullptr, type);
-  static const uint8_t nothing = 0;
-  Input none(&nothing, 0);
-  input = &none;
+  static Input nothing(nullptr, 0);
+  input = &nothing;
   // What is made once and kept.
   for (ztCtor constructor : {FuzzObject_ctor, FuzzNode_ctor, FuzzTag_ctor}) unRef(constructor(nullptr, 1));
   return 0;
@@ -796,5 +795,6 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     checkTrees();
   }
   releaseAll();
+  input = nullptr;
   return 0;
 }
