@@ -150,6 +150,10 @@ knows_what_each_profile_takes() {
   expect_status 1
   expect_named 'libbenchmark-dev libglib2.0-dev python3 gnuplot-nox'
 
+  run fuzz
+  expect_status 1
+  expect_named 'clang libclang-rt-dev'
+
   rm bin/g++ bin/cmake bin/ninja # which no page takes
   run docs
   expect_status 1
@@ -159,7 +163,8 @@ knows_what_each_profile_takes() {
 refuses_an_unknown_profile() {
   run everything
   expect_status 2
-  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|coverage|bench|plot|docs]' ] || fail "$(cat err.txt)"
+  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|fuzz|coverage|bench|plot|docs]' ] ||
+    fail "$(cat err.txt)"
 }
 
 prepare
