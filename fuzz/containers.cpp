@@ -5,6 +5,7 @@
 #include "fuzz/blocks.hh"
 #include "fuzz/elements.hh"
 #include "fuzz/memoryfile.hh"
+#include "fuzz/objects.hh"
 #include "zentova.h"
 
 #include <algorithm>
@@ -18,18 +19,6 @@ namespace {
 using Values = std::vector<int>;
 
 const MemoryFile *storage;
-
-void unRef(void *object) {
-  ztBaseClass_of(object)->unRef(object);
-}
-
-void *copyOf(const void *object) {
-  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable)->newop();
-  if (fresh == nullptr) return nullptr;
-  auto *copy = static_cast<ztBaseClass *>(ztBaseClass_of(object)->clone(object, fresh));
-  if (copy == nullptr) ztm_free(fresh);
-  return copy;
-}
 
 // One container and its model.
 class Subject {
@@ -294,7 +283,7 @@ class ArraySubject : public Subject {
   }
 
   void copy(bool goOnWithCopy) {
-    void *made = copyOf(array);
+    void *made = newCopy(array);
     expect(made != nullptr);
     if (made == nullptr) return;
     ZT_REQUIRE(contents(made) == model);
@@ -303,7 +292,7 @@ class ArraySubject : public Subject {
   }
 
   void assign(Input &input) {
-    void *other = copyOf(array);
+    void *other = newCopy(array);
     if (other == nullptr) return;
     const int32_t removed = static_cast<int32_t>(input.below(4));
     for (int32_t i = 0; i < removed; ++i) methods()->removeAt(other, 0);
@@ -527,7 +516,7 @@ class ListSubject : public Subject {
   }
 
   void copy(bool goOnWithCopy) {
-    void *made = copyOf(list);
+    void *made = newCopy(list);
     expect(made != nullptr);
     if (made == nullptr) return;
     ZT_REQUIRE(contents(made) == model);
@@ -677,7 +666,7 @@ class AdaptorSubject : public Subject {
   }
 
   void copy(bool goOnWithCopy) {
-    void *made = copyOf(container);
+    void *made = newCopy(container);
     expect(made != nullptr);
     if (made == nullptr) return;
     ZT_REQUIRE(contents(made) == model);
@@ -840,7 +829,7 @@ class TreeSubject : public Subject {
   }
 
   void copy(bool goOnWithCopy) {
-    void *made = copyOf(tree);
+    void *made = newCopy(tree);
     expect(made != nullptr);
     if (made == nullptr) return;
     ZT_REQUIRE(contents(made) == model);
@@ -996,7 +985,7 @@ class MapSubject : public Subject {
   }
 
   void copy(bool goOnWithCopy) {
-    void *made = copyOf(map);
+    void *made = newCopy(map);
     expect(made != nullptr);
     if (made == nullptr) return;
     ZT_REQUIRE(contents(made) == model);
@@ -1122,7 +1111,7 @@ class HashTableSubject : public Subject {
   }
 
   void copy(bool goOnWithCopy) {
-    void *made = copyOf(table);
+    void *made = newCopy(table);
     expect(made != nullptr);
     if (made == nullptr) return;
     // The newest of a key comes first in the copy, too.
@@ -1231,7 +1220,7 @@ class StringSubject : public Subject {
   }
 
   void copy(bool byAssigning) {
-    void *made = byAssigning ? ztString_ctor(nullptr, 1) : copyOf(string);
+    void *made = byAssigning ? ztString_ctor(nullptr, 1) : newCopy(string);
     expect(made != nullptr);
     if (made == nullptr) return;
     if (byAssigning) expect(ztString_of(made)->assign(made, string) == 1);

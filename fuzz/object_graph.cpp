@@ -5,6 +5,7 @@
 // as it should be, lists of children and parents agree, and at the end nothing is left.
 #include "fuzz/blocks.hh"
 #include "fuzz/memoryfile.hh"
+#include "fuzz/objects.hh"
 #include "zentova.h"
 
 #include <algorithm>
@@ -66,10 +67,6 @@ void goes(void *object) {
 
 void isGone(void *object) {
   dying.erase(std::remove(dying.begin(), dying.end(), object), dying.end());
-}
-
-void unRef(void *object) {
-  ztBaseClass_of(object)->unRef(object);
 }
 
 void step();
@@ -241,47 +238,34 @@ static void fuzzObjectMethods(FuzzObjectMethods *methods) {
 
 ZT_DEFINE_CLASS(FuzzObject, ztObject, fuzzObjectMethods)
 
-static int32_t fuzzNodeCreate(void *object) {
+// What the classes of nodes have in common; `table` gives the methods of the parent.
+template <auto table>
+static int32_t trackedCreate(void *object) {
   comes(object);
-  return ztRoot_table()->create(object);
+  return table()->create(object);
 }
 
-static void *fuzzNodeClone(const void *object, void *target) {
-  void *copy = ztRoot_table()->clone(object, target);
+template <auto table>
+static void *trackedClone(const void *object, void *target) {
+  void *copy = table()->clone(object, target);
   if (copy != nullptr) comes(copy);
   return copy;
 }
 
-static void fuzzNodeDestroy(void *object) {
+template <auto table>
+static void trackedDestroy(void *object) {
   goes(object);
-  ztRoot_table()->destroy(object);
+  table()->destroy(object);
   isGone(object);
 }
 
 static void fuzzNodeMethods(FuzzNodeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, fuzzNodeCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, fuzzNodeClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, fuzzNodeDestroy);
+  ZT_OVERRIDE_METHOD(methods, create, trackedCreate<ztRoot_table>);
+  ZT_OVERRIDE_METHOD(methods, clone, trackedClone<ztRoot_table>);
+  ZT_OVERRIDE_METHOD(methods, destroy, trackedDestroy<ztRoot_table>);
 }
 
 ZT_DEFINE_CLASS(FuzzNode, ztRoot, fuzzNodeMethods)
-
-static int32_t fuzzTagCreate(void *object) {
-  comes(object);
-  return ztTag_table()->create(object);
-}
-
-static void *fuzzTagClone(const void *object, void *target) {
-  void *copy = ztTag_table()->clone(object, target);
-  if (copy != nullptr) comes(copy);
-  return copy;
-}
-
-static void fuzzTagDestroy(void *object) {
-  goes(object);
-  ztTag_table()->destroy(object);
-  isGone(object);
-}
 
 static void fuzzTagAttrChanged(void *object, void *) {
   ZT_REQUIRE(lives(object));
@@ -289,9 +273,9 @@ static void fuzzTagAttrChanged(void *object, void *) {
 }
 
 static void fuzzTagMethods(FuzzTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, fuzzTagCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, fuzzTagClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, fuzzTagDestroy);
+  ZT_OVERRIDE_METHOD(methods, create, trackedCreate<ztTag_table>);
+  ZT_OVERRIDE_METHOD(methods, clone, trackedClone<ztTag_table>);
+  ZT_OVERRIDE_METHOD(methods, destroy, trackedDestroy<ztTag_table>);
   ZT_OVERRIDE_METHOD(methods, attrChanged, fuzzTagAttrChanged);
 }
 
@@ -336,14 +320,7 @@ void end() {
 void copy() {
   void *object = anyObject();
   if (object == nullptr || living.size() >= mostObjects / 2) return;
-  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable)->newop();
-  if (fresh == nullptr) return;
-  auto *made = static_cast<ztBaseClass *>(ztBaseClass_of(object)->clone(object, fresh));
-  if (made == nullptr) {
-    ztm_free(fresh);
-    return;
-  }
-  made->refCount = 1;
+  newCopy(object);  // which is among the living
 }
 
 void assign() {
@@ -627,15 +604,8 @@ void copyAttribute() {
   const ztTagHandle handle = anyHandle();
   void *attribute = tag == nullptr ? nullptr : ztTag_of(tag)->getByHandle(tag, &handle);
   if (attribute == nullptr || attributes.size() >= 6) return;
-  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(attribute)->classTable)->newop();
-  if (fresh == nullptr) return;
-  auto *made = static_cast<ztBaseClass *>(ztBaseClass_of(attribute)->clone(attribute, fresh));
-  if (made == nullptr) {
-    ztm_free(fresh);
-    return;
-  }
-  made->refCount = 1;
-  attributes.push_back(made);
+  void *made = newCopy(attribute);
+  if (made != nullptr) attributes.push_back(made);
 }
 
 // A copy tells the tag of the attribute that it was copied from, or goes into a tag, or ends.

@@ -4,6 +4,7 @@
 // identities and records that are whole, parts of them, and bytes that are neither.
 #include "fuzz/blocks.hh"
 #include "fuzz/memoryfile.hh"
+#include "fuzz/objects.hh"
 #include "zentova.h"
 
 #include <algorithm>
@@ -28,10 +29,6 @@ bool hasFault;
 
 // Whether the file is one that cannot seek.
 bool isStream;
-
-void unRef(void *object) {
-  ztBaseClass_of(object)->unRef(object);
-}
 
 // An open file of one of the two kinds.
 class OpenFile {
@@ -184,14 +181,6 @@ void use(void *object) {
   if (ztOOP_isClass(object, "ztString")) compareStrings(object);
 }
 
-void *cloneOf(const void *object) {
-  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable)->newop();
-  if (fresh == nullptr) return nullptr;
-  void *copy = ztBaseClass_of(object)->clone(object, fresh);
-  if (copy == nullptr) ztm_free(fresh);
-  return copy;
-}
-
 // A copy of a node has no parent, whose identifier is stored.
 bool isOrHoldsNodes(const void *object) {
   if (ztOOP_isClassOf(object, "ztRoot")) return true;
@@ -201,7 +190,7 @@ bool isOrHoldsNodes(const void *object) {
 }
 
 void copyAndUse(void *object) {
-  void *copy = cloneOf(object);
+  void *copy = newCopy(object);
   if (copy != nullptr) {
     ZT_REQUIRE(isOrHoldsNodes(object) || recordOf(copy, false) == recordOf(object, false));
     use(copy);
@@ -216,7 +205,7 @@ void finish(void *object, bool wasRead) {
     if (wasRead) compareStored(object);
     copyAndUse(object);
   } else {
-    void *copy = cloneOf(object);
+    void *copy = newCopy(object);
     if (copy != nullptr) unRef(copy);
   }
   recordOf(object, true);
@@ -297,7 +286,7 @@ void readTrees(void *file, int32_t count) {
     compareTrees(roots, report);
     linkInto(roots);
     void *top = ztPtrArray_of(roots)->getFront(roots);
-    void *copy = top == nullptr ? nullptr : cloneOf(top);
+    void *copy = top == nullptr ? nullptr : newCopy(top);
     if (copy != nullptr) unRef(copy);
   }
   releaseRoots(roots);
