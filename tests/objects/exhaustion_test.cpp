@@ -1,9 +1,8 @@
 // What happens when memory is exhausted: failure is reported, nothing leaks, and what is there can be
 // used and released.
-#include "tests/objects/exhaustion.hh"
-
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/listeners.hh"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -15,13 +14,6 @@
 namespace {
 
 const char *const changed = "changed";
-
-class Exhaustion : public testing::Test {
- protected:
-  void SetUp() override {
-    if (!canExhaustMemory()) GTEST_SKIP() << "allocations cannot be refused here";
-  }
-};
 
 int32_t slotCalls;
 
@@ -41,7 +33,7 @@ void releaseIfMade(void *object) {
 
 }  // namespace
 
-TEST_F(Exhaustion, OfACreationLeavesAnObjectThatCanBeReleased) {
+TEST(Exhaustion, OfACreationLeavesAnObjectThatCanBeReleased) {
   exhaustMemoryIn([] {
     void *object = ztObject_ctor(nullptr, 1);
     if (object == nullptr) return;
@@ -56,7 +48,7 @@ TEST_F(Exhaustion, OfACreationLeavesAnObjectThatCanBeReleased) {
   });
 }
 
-TEST_F(Exhaustion, OfANewPropertyMakesItWholeOrNotAtAll) {
+TEST(Exhaustion, OfANewPropertyMakesItWholeOrNotAtAll) {
   registerAllPropertyTypes();
   void *text = newString("a text that is longer than a new string's buffer");
   Owned object(ztObject_ctor);
@@ -79,7 +71,7 @@ TEST_F(Exhaustion, OfANewPropertyMakesItWholeOrNotAtAll) {
   release(text);
 }
 
-TEST_F(Exhaustion, OfACloneLeavesTheSourceAndNoCopy) {
+TEST(Exhaustion, OfACloneLeavesTheSourceAndNoCopy) {
   Owned object(ztObject_ctor);
   const int32_t level = 3;
   for (const char *name : {"one", "two", "three"}) {
@@ -97,7 +89,7 @@ TEST_F(Exhaustion, OfACloneLeavesTheSourceAndNoCopy) {
   });
 }
 
-TEST_F(Exhaustion, OfAConnectionMakesItWithItsLinksOrNotAtAll) {
+TEST(Exhaustion, OfAConnectionMakesItWithItsLinksOrNotAtAll) {
   exhaustMemoryIn([] {
     void *sender = Listener_ctor(nullptr, 1);
     void *receiver = Listener_ctor(nullptr, 1);
@@ -116,7 +108,7 @@ TEST_F(Exhaustion, OfAConnectionMakesItWithItsLinksOrNotAtAll) {
   listenersLive = 0;
 }
 
-TEST_F(Exhaustion, OfADeliveryCallsAllSlotsOrNone) {
+TEST(Exhaustion, OfADeliveryCallsAllSlotsOrNone) {
   Owned sender(ztObject_ctor);
   std::vector<Listener *> listeners;
   listeners.reserve(30);
@@ -131,7 +123,7 @@ TEST_F(Exhaustion, OfADeliveryCallsAllSlotsOrNone) {
 }
 
 // More peers than are told without memory.
-TEST_F(Exhaustion, OfADestructionDisconnectsAllPeers) {
+TEST(Exhaustion, OfADestructionDisconnectsAllPeers) {
   std::vector<Listener *> listeners(40);
   exhaustMemoryIn([&listeners] {
     void *dying = Listener_ctor(nullptr, 1);
@@ -154,7 +146,7 @@ TEST_F(Exhaustion, OfADestructionDisconnectsAllPeers) {
   listenersLive = 0;
 }
 
-TEST_F(Exhaustion, OfAListReportsIt) {
+TEST(Exhaustion, OfAListReportsIt) {
   Owned object(ztObject_ctor);
   const int32_t level = 3;
   ztObject_of(object)->setProperty(object, "level", "ztInt", reinterpret_cast<ztWord>(&level));
@@ -167,7 +159,7 @@ TEST_F(Exhaustion, OfAListReportsIt) {
   });
 }
 
-TEST_F(Exhaustion, OfStaticPropertiesDoesNoHarm) {
+TEST(Exhaustion, OfStaticPropertiesDoesNoHarm) {
   release(newListener());  // which fills the class
   exhaustMemoryIn([] {
     ztClass *klass = ListenerClass_Instance();
@@ -185,7 +177,7 @@ TEST_F(Exhaustion, OfStaticPropertiesDoesNoHarm) {
   Listener_table()->classInstanceCreate(ListenerClass_Instance());
 }
 
-TEST_F(Exhaustion, OfADumpDoesNoHarm) {
+TEST(Exhaustion, OfADumpDoesNoHarm) {
   const TempFolder folder;
   const std::string path = folder.path("connections");
   Owned sender(ztObject_ctor);
@@ -195,7 +187,7 @@ TEST_F(Exhaustion, OfADumpDoesNoHarm) {
       [&] { ztObject_of(sender)->printConnections(ztObjectClass_Instance(), sender, path.c_str()); });
 }
 
-TEST_F(Exhaustion, DoesNotConcernChangesThatFewOrNoneListenTo) {
+TEST(Exhaustion, DoesNotConcernChangesThatFewOrNoneListenTo) {
   Owned object(ztObject_ctor);
   const char *property = "prop->signalname";
   const int32_t level = 3;
