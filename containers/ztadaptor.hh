@@ -21,15 +21,8 @@ int32_t ztAdaptorCreate(void *object) {
   auto *adaptor = static_cast<Adaptor *>(object);
   adaptor->inner = nullptr;
   if (!ztSequenceContainer_table()->create(object)) return 0;
-  // Created apart, since a constructor does not tell whether `create` succeeded.
-  void *inner = constructInner(nullptr, 0);
-  if (inner == nullptr) return 0;
-  if (!ztBaseClass_of(inner)->create(inner)) {
-    ztBaseClass_of(inner)->unRef(inner);
-    return 0;
-  }
-  adaptor->inner = static_cast<decltype(adaptor->inner)>(inner);
-  return 1;
+  adaptor->inner = static_cast<decltype(adaptor->inner)>(ztMakeObject(constructInner));
+  return adaptor->inner != nullptr;
 }
 
 template <typename Adaptor>

@@ -174,7 +174,7 @@ static int32_t hashTableCreate(void *object) {
   table->count = 0;
   if (!ztAssociativeContainer_table()->create(object)) return 0;
   ztHashTable_of(object)->setItemConstructor(object, ztHashTableItem_ctor);
-  table->buckets = static_cast<ztPtrArray *>(ztPtrArray_ctor(nullptr, 1));
+  table->buckets = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
   return table->buckets != nullptr;
 }
 

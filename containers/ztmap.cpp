@@ -118,7 +118,7 @@ static int32_t mapCreate(void *object) {
   auto *map = static_cast<ztMap *>(object);
   map->tree = nullptr;
   if (!ztAssociativeContainer_table()->create(object)) return 0;
-  map->tree = static_cast<ztAvlTree *>(ztAvlTree_ctor(nullptr, 1));
+  map->tree = ztNewObject<ztAvlTree>(ztAvlTree_ctor);
   if (map->tree == nullptr) return 0;
   ztMap_of(object)->setItemConstructor(object, ztMapItem_ctor);
   ztAvlTree_of(map->tree)->setItemManager(map->tree, object);

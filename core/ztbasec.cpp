@@ -153,7 +153,14 @@ void ztOOP_setAbstract(void *slot) {
   memcpy(slot, &handler, sizeof handler);
 }
 
-// Copies -----------------------------------------------------------------------------------------
+// New objects and copies -------------------------------------------------------------------------
+
+void *ztMakeObject(ztCtor constructor) {
+  void *object = constructor(nullptr, 0);
+  if (object == nullptr || ztBaseClass_of(object)->create(object)) return object;
+  ztBaseClass_of(object)->unRef(object);
+  return nullptr;
+}
 
 void *ztCloneOnto(const void *source, void *target) {
   // A `clone` that looks at its target before it fills it finds no garbage there.

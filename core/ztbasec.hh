@@ -1,8 +1,17 @@
-// What the library does with objects of its hosts: copies and assignments.
+// What the library does with objects: those that it makes for itself, copies and assignments.
 #ifndef ZT_CORE_ZTBASEC_HH
 #define ZT_CORE_ZTBASEC_HH
 
 #include "core/ztbasec.h"
+
+// A new heap object whose `create` succeeded, which the constructor itself does not tell. Its one reference
+// is the caller's. NULL when memory is exhausted.
+void *ztMakeObject(ztCtor constructor);
+
+template <typename Object>
+Object *ztNewObject(ztCtor constructor) {
+  return static_cast<Object *>(ztMakeObject(constructor));
+}
 
 // A new heap object of the source's own class, filled by the source's `clone`. Its one reference is
 // the caller's, whatever the source's count. NULL when the source is NULL or cannot be cloned.

@@ -134,7 +134,7 @@ static int32_t stringIsMajor(const void *object, const void *other) {
 
 static int32_t stringCreate(void *object) {
   if (object == nullptr || !ztBaseClass_table()->create(object)) return 0;
-  auto *buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
+  auto *buffer = ztNewObject<ztCharArray>(ztCharArray_ctor);
   static_cast<ztString *>(object)->buffer = buffer;
   return buffer != nullptr && ztCharArray_of(buffer)->setSize(buffer, initialSize) != 0;
 }
@@ -201,13 +201,8 @@ void ztReleaseScratchString() {
 }
 
 static void *stringNewString(const void *, const char *text) {
-  if (scratch == nullptr) scratch = ztString_ctor(nullptr, 1);
-  if (scratch == nullptr) return nullptr;
-  if (bufferOf(scratch) == nullptr) {
-    ztReleaseScratchString();  // memory may be there for the next one
-    return nullptr;
-  }
-  return ztString_of(scratch)->set(scratch, text);
+  if (scratch == nullptr) scratch = ztMakeObject(ztString_ctor);
+  return scratch == nullptr ? nullptr : ztString_of(scratch)->set(scratch, text);
 }
 
 static void stringClassInit(ztClass *) {

@@ -2,6 +2,7 @@
 #ifndef ZT_IO_ZTSTRING_HH
 #define ZT_IO_ZTSTRING_HH
 
+#include "core/ztbasec.hh"
 #include "io/ztstring.h"
 
 #include <string.h>
@@ -9,11 +10,9 @@
 // A new string with the text (NULL counts as empty), the caller's to release; NULL when memory is
 // exhausted.
 inline ztString *ztNewString(const char *text) {
-  auto *string = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  auto *string = ztNewObject<ztString>(ztString_ctor);
   if (string == nullptr) return nullptr;
-  if (string->buffer != nullptr && ztString_of(string)->set(string, text == nullptr ? "" : text) != nullptr) {
-    return string;
-  }
+  if (ztString_of(string)->set(string, text == nullptr ? "" : text) != nullptr) return string;
   ztString_of(string)->unRef(string);
   return nullptr;
 }

@@ -75,7 +75,7 @@ void ztReleaseStaticProperties() {
 static bool giveStaticMap(ztClass *klass) {
   releaseStaticMap(klass);
   auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
-  auto *map = static_cast<ztPropertyMap *>(ztPropertyMap_ctor(nullptr, 1));
+  auto *map = ztNewObject<ztPropertyMap>(ztPropertyMap_ctor);
   if (owner == nullptr || map == nullptr) {
     ztm_free(owner);
     release(map);
@@ -574,8 +574,8 @@ static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t a
   auto *signal = static_cast<ztSignal *>(ztInsertByName(signals, name, &fresh));
   if (signal == nullptr) return nullptr;
 
-  signal->slots = static_cast<ztSlotMap *>(ztSlotMap_ctor(nullptr, 1));
-  if (signal->slots == nullptr || signal->slots->tree == nullptr) {
+  signal->slots = ztNewObject<ztSlotMap>(ztSlotMap_ctor);
+  if (signal->slots == nullptr) {
     StringView key(name);
     ztSignalMap_of(signals)->pop(signals, key.get());
     return nullptr;
@@ -740,10 +740,6 @@ static void objectPrintConnections(ztClass *klass, void *object, const char *fil
 
 // Life of an object -------------------------------------------------------------------------------
 
-static bool isMapComplete(const void *map) {
-  return map != nullptr && static_cast<const ztMap *>(map)->tree != nullptr;
-}
-
 static int32_t objectCreate(void *object) {
   auto *self = static_cast<ztObject *>(object);
   if (self == nullptr) return 0;
@@ -752,9 +748,9 @@ static int32_t objectCreate(void *object) {
   self->dynamicProperties = nullptr;
   self->sender = nullptr;
   if (!ztBaseClass_table()->create(object)) return 0;
-  self->signals = static_cast<ztSignalMap *>(ztSignalMap_ctor(nullptr, 1));
-  self->dynamicProperties = static_cast<ztPropertyMap *>(ztPropertyMap_ctor(nullptr, 1));
-  return isMapComplete(self->signals) && isMapComplete(self->dynamicProperties);
+  self->signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
+  self->dynamicProperties = ztNewObject<ztPropertyMap>(ztPropertyMap_ctor);
+  return self->signals != nullptr && self->dynamicProperties != nullptr;
 }
 
 static void *objectClone(const void *object, void *target) {
@@ -762,11 +758,10 @@ static void *objectClone(const void *object, void *target) {
   if (copy == nullptr) return nullptr;
   copy->marks = 0;
   copy->sender = nullptr;
-  copy->signals = static_cast<ztSignalMap *>(ztSignalMap_ctor(nullptr, 1));
+  copy->signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
   const ztPropertyMap *properties = objectOf(object)->dynamicProperties;
   copy->dynamicProperties = static_cast<ztPropertyMap *>(ztCopyObject(properties));
-  if (isMapComplete(copy->signals) && (properties == nullptr || copy->dynamicProperties != nullptr))
-    return copy;
+  if (copy->signals != nullptr && (properties == nullptr || copy->dynamicProperties != nullptr)) return copy;
   release(copy->signals);
   release(copy->dynamicProperties);
   ztBaseClass_table()->destroy(copy);

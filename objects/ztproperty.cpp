@@ -51,8 +51,8 @@ static int32_t propertyCreate(void *object) {
   property->valuePointer = nullptr;
   property->valueSize = 0;
   if (!ztBaseClass_table()->create(object)) return 0;
-  property->name = static_cast<ztString *>(ztString_ctor(nullptr, 1));
-  property->signalName = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  property->name = ztNewObject<ztString>(ztString_ctor);
+  property->signalName = ztNewObject<ztString>(ztString_ctor);
   return property->name != nullptr && property->signalName != nullptr;
 }
 
@@ -117,7 +117,7 @@ static ztPropertyTypeMap *propertyTypes;
 
 static ztPropertyTypeMap *typeMap() {
   if (propertyTypes == nullptr) {
-    propertyTypes = static_cast<ztPropertyTypeMap *>(ztPropertyTypeMap_ctor(nullptr, 1));
+    propertyTypes = ztNewObject<ztPropertyTypeMap>(ztPropertyTypeMap_ctor);
   }
   return propertyTypes;
 }

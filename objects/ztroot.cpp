@@ -320,7 +320,7 @@ static int32_t rootCreate(void *object) {
   if (!ztObject_table()->create(object)) return 0;
   nameNode(node);
   ztRoot_of(node)->generateUid(node);
-  node->children = static_cast<ztRootPtrList *>(ztRootPtrList_ctor(nullptr, 1));
+  node->children = ztNewObject<ztRootPtrList>(ztRootPtrList_ctor);
   return node->children != nullptr;
 }
 
@@ -407,7 +407,7 @@ static void *rootClone(const void *object, void *target) {
   if (copy == nullptr) return nullptr;
   copy->parent = nullptr;
   copy->parentUid = -1;
-  copy->children = static_cast<ztRootPtrList *>(ztRootPtrList_ctor(nullptr, 1));
+  copy->children = ztNewObject<ztRootPtrList>(ztRootPtrList_ctor);
   ++levels;
   const bool complete = copy->children != nullptr && cloneChildren(nodeOf(object), copy);
   --levels;

@@ -28,7 +28,7 @@ static int32_t signalCreate(void *object) {
   signal->argumentCount = 0;
   signal->blocked = 0;
   if (!ztBaseClass_table()->create(object)) return 0;
-  signal->name = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  signal->name = ztNewObject<ztString>(ztString_ctor);
   return signal->name != nullptr;
 }
 

@@ -17,7 +17,7 @@ static int32_t slotCreate(void *object) {
   slot->receiver = nullptr;
   slot->function.call0 = nullptr;
   if (!ztBaseClass_table()->create(object)) return 0;
-  slot->name = static_cast<ztString *>(ztString_ctor(nullptr, 1));
+  slot->name = ztNewObject<ztString>(ztString_ctor);
   return slot->name != nullptr;
 }
 

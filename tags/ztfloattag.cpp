@@ -1,6 +1,7 @@
 #include "tags/ztfloattag.h"
 
 #include "containers/ztarrays.h"
+#include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "tags/zttagattr.hh"
 
@@ -16,7 +17,7 @@ static int32_t floatTagCreate(void *object) {
   attribute->type = 2;
   attribute->cachedResult = 0.0;
   attribute->reserved = 0;
-  attribute->values = static_cast<ztArray *>(ztFloatArray_ctor(nullptr, 1));
+  attribute->values = ztNewObject<ztArray>(ztFloatArray_ctor);
   if (attribute->values == nullptr || !ztArray_of(attribute->values)->setSize(attribute->values, 1)) return 0;
   const double zero = 0.0;
   ztArray_of(attribute->values)->setAt(attribute->values, &zero, 0);

@@ -1,6 +1,7 @@
 #include "tags/ztinttag.h"
 
 #include "containers/ztarrays.h"
+#include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "tags/zttagattr.hh"
 
@@ -12,7 +13,7 @@ static int32_t intTagCreate(void *object) {
   auto *attribute = static_cast<ztIntTag *>(object);
   attribute->type = 1;
   attribute->cachedResult = 0;
-  attribute->values = static_cast<ztArray *>(ztIntArray_ctor(nullptr, 1));
+  attribute->values = ztNewObject<ztArray>(ztIntArray_ctor);
   if (attribute->values == nullptr || !ztArray_of(attribute->values)->setSize(attribute->values, 1)) return 0;
   const int32_t zero = 0;
   ztArray_of(attribute->values)->setAt(attribute->values, &zero, 0);

@@ -55,7 +55,7 @@ void ztTagDropAttribute(void *tag, const ztTagAttribute *attribute) {
 }
 
 static bool append(ztTag *tag, void *attribute) {
-  if (tag->attributes == nullptr) tag->attributes = static_cast<ztPtrArray *>(ztPtrArray_ctor(nullptr, 1));
+  if (tag->attributes == nullptr) tag->attributes = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
   if (tag->attributes == nullptr) return false;
   return ztPtrArray_of(tag->attributes)->pushBack(tag->attributes, attribute) != nullptr;
 }

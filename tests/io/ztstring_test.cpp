@@ -851,7 +851,7 @@ TEST(String, NewStringWithoutMemoryGivesNullAndWorksLater) {
     }
     EXPECT_STREQ(ztString_of(scratch)->get(scratch), text);
   }
-  EXPECT_EQ(failed, 3);  // the empty text's block is not needed for this one
+  EXPECT_EQ(failed, 4);
 }
 
 // Random operations against a model ---------------------------------------------------------------

@@ -48,6 +48,21 @@ TEST(Exhaustion, OfACreationLeavesAnObjectThatCanBeReleased) {
   });
 }
 
+// The name is a string of its own, of which a part may be lacking.
+TEST(Exhaustion, OfAPartOfANameMakesTheCreationFail) {
+  alignas(ztSlot) char memory[sizeof(ztSlot)];
+  void *slot = ztSlot_ctor(memory, 0);
+  exhaustMemoryIn([slot] {
+    const ztSlotMethods *methods = ztSlot_of(slot);
+    if (methods->create(slot)) {
+      ztString *name = static_cast<ztSlot *>(slot)->name;
+      EXPECT_NE(name->buffer, nullptr);
+      EXPECT_EQ(ztArray_of(name->buffer)->getSize(name->buffer), 20);
+    }
+    methods->destroy(slot);
+  });
+}
+
 TEST(Exhaustion, OfANewPropertyMakesItWholeOrNotAtAll) {
   registerAllPropertyTypes();
   void *text = newString("a text that is longer than a new string's buffer");
