@@ -105,9 +105,15 @@ static int64_t fileTell(void *object) {
   return stream == nullptr ? -1 : ftello(stream);
 }
 
+// What an earlier call could not hand over is gone from the buffer, so that `fflush` alone would succeed.
 static int32_t fileFlush(void *object) {
   FILE *stream = streamOf(object);
-  return stream == nullptr ? EOF : fflush(stream);
+  if (stream == nullptr) return EOF;
+  const bool hasFailed = ferror(stream) != 0;
+  const int32_t flushed = fflush(stream);
+  if (!hasFailed && flushed == 0) return 0;
+  clearerr(stream);
+  return EOF;
 }
 
 static int32_t fileEof(void *object) {

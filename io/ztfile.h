@@ -2,6 +2,11 @@
  * @file ztfile.h
  * ztFile: one open file, and the typed primitives through which every object stores itself.
  *
+ * Writes are buffered, so a full disk may show only later, and `close` does not tell. Whoever needs to
+ * know that everything arrived, or that nothing was missed for an error while reading, calls `flush`
+ * before `close`. Writing to a pipe that nobody reads raises SIGPIPE, which ends a host that does not
+ * ignore it; the library leaves all signals alone.
+ *
  * A binary file is the plain concatenation of what was written: no alignment, no tags, no separators,
  * values in the machine's byte order. Because objects call the primitives through the file's method
  * table, another file class gives another form of the same contents.
@@ -28,7 +33,8 @@
  *  - `close`: closes the file, if one is open, and clears the name. `release`: keeps the name.
  *  - `goToBegin`, `goToEnd`, `goTo` (relative to the position), `goToAbs` (from the start): 0, or -1
  *    on failure. `tell`: the position in bytes, or -1.
- *  - `flush`: hands buffered bytes to the system; 0, or EOF on failure.
+ *  - `flush`: hands buffered bytes to the system; 0, or EOF when that fails or an error has struck since
+ *    the last `flush`: a write whose bytes were lost, or a read. Each error is told once.
  *  - `eof`: not 0 once a read met the end of the file.
  *  - `writeInt`, `readInt`: 4 bytes; `writeLong`, `readLong`: 8 bytes; `writeFloat`, `readFloat`: the
  *    8 bytes of a double; `writeChar`, `readChar`: 1 byte, the low one of the argument. The result is
