@@ -17,7 +17,8 @@ inline bool ztIsCredibleCount(void *file, int32_t count) {
   const int64_t here = methods->tell(file);
   if (here < 0 || methods->goToEnd(file) != 0) return true;
   const int64_t end = methods->tell(file);
-  methods->goToAbs(file, here);
+  // What follows cannot be read from anywhere else.
+  if (methods->goToAbs(file, here) != 0) return false;
   return end < 0 || count <= end - here;
 }
 
