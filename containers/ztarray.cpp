@@ -493,7 +493,7 @@ static int32_t arrayWrite(const void *object, void *file) {
   if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->write(object, file)) return 0;
   const auto *array = static_cast<const ztArray *>(object);
   const ztFileMethods *methods = ztFile_of(file);
-  if (!methods->writeInt(file, array->count)) return 0;
+  if (methods->writeInt(file, array->count) <= 0) return 0;
   for (int32_t i = 0; i < array->count; ++i) {
     const void *slot = slotAt(array, i);
     if (holdsObjects(array)) {

@@ -269,8 +269,8 @@ static int32_t baseClassWrite(const void *, const void *object, void *file) {
   char field[nameFieldSize];
   ztCopyText(field, klass->name);
   const ztFileMethods *methods = ztFile_of(file);
-  if (!methods->writeBuf(file, nameFieldSize, field)) return 0;
-  return methods->writeInt(file, static_cast<int32_t>(klass->version)) != 0;
+  if (methods->writeBuf(file, nameFieldSize, field) <= 0) return 0;
+  return methods->writeInt(file, static_cast<int32_t>(klass->version)) > 0;
 }
 
 // Files that went through an editor end their lines; a name of one character is left alone.

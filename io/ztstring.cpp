@@ -171,9 +171,9 @@ static int32_t stringWrite(const void *object, void *file) {
   if (object == nullptr || file == nullptr) return 0;
   const ztCharArray *buffer = bufferOf(object);
   const ztFileMethods *methods = ztFile_of(file);
-  if (!methods->writeInt(file, sizeOf(buffer))) return 0;
+  if (methods->writeInt(file, sizeOf(buffer)) <= 0) return 0;
   const char *text = dataOf(buffer);
-  return methods->writeString(file, text == nullptr ? "" : text) != 0;
+  return methods->writeString(file, text == nullptr ? "" : text) > 0;
 }
 
 // One byte more than the size says, and so one more than `write` stored.

@@ -27,7 +27,7 @@ static void *linkClone(const void *object, void *target) {
 
 static int32_t linkWrite(const void *object, void *file) {
   if (object == nullptr || file == nullptr || !ztBaseClass_table()->write(object, file)) return 0;
-  return ztFile_of(file)->writeInt(file, static_cast<const ztLink *>(object)->targetId) != 0;
+  return ztFile_of(file)->writeInt(file, static_cast<const ztLink *>(object)->targetId) > 0;
 }
 
 static int32_t linkRead(void *object, void *file) {

@@ -248,9 +248,9 @@ static int32_t attributeWrite(const void *object, void *file) {
   if (attribute == nullptr || file == nullptr || attribute->values == nullptr) return 0;
   const ztFileMethods *methods = ztFile_of(file);
   return ztBaseClass_table()->write(object, file) &&
-         methods->writeBuf(file, nameFieldSize, attribute->name) &&
-         methods->writeInt(file, attribute->type) && methods->writeInt(file, attribute->type) &&
-         methods->writeInt(file, attribute->userValue) &&
+         methods->writeBuf(file, nameFieldSize, attribute->name) == nameFieldSize &&
+         methods->writeInt(file, attribute->type) > 0 && methods->writeInt(file, attribute->type) > 0 &&
+         methods->writeInt(file, attribute->userValue) > 0 &&
          ztArray_of(attribute->values)->write(attribute->values, file);
 }
 
@@ -261,8 +261,8 @@ static int32_t attributeRead(void *object, void *file) {
   const ztFileMethods *methods = ztFile_of(file);
   const int32_t read = methods->readBuf(file, nameFieldSize, attribute->name);
   attribute->name[nameFieldSize - 1] = '\0';
-  return read && methods->readInt(file, &attribute->type) && methods->readInt(file, &attribute->type) &&
-         methods->readInt(file, &attribute->userValue) &&
+  return read == nameFieldSize && methods->readInt(file, &attribute->type) &&
+         methods->readInt(file, &attribute->type) && methods->readInt(file, &attribute->userValue) &&
          ztArray_of(attribute->values)->read(attribute->values, file);
 }
 
@@ -293,5 +293,5 @@ int32_t ztTat_readHandle(void *file, ztTagHandle *handle) {
 int32_t ztTat_writeHandle(void *file, const ztTagHandle *handle) {
   if (file == nullptr || handle == nullptr) return 0;
   const ztFileMethods *methods = ztFile_of(file);
-  return methods->writeInt(file, handle->index) && methods->writeInt(file, handle->type);
+  return methods->writeInt(file, handle->index) > 0 && methods->writeInt(file, handle->type) > 0;
 }
