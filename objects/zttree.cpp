@@ -161,12 +161,14 @@ class TreeLoader {
   GrowingArray<Record> records;
   void *file;
   ztTreeReport *report;
+  bool endsWithinNode = false;  // the last node that could not be read had its class identity
 };
 
 }  // namespace
 
 bool TreeLoader::readNode() {
   void *object = ztBaseClass_functions()->classRead(nullptr, file);
+  endsWithinNode = object != nullptr;
   if (object == nullptr) return false;
   if (ztOOP_isClassOf(object, ztRoot_classname_) && ztRoot_of(object)->read(object, file) != 0 &&
       records.push({static_cast<ztRoot *>(object)})) {
@@ -187,7 +189,7 @@ bool TreeLoader::readToEnd() {
     if (methods->goToAbs(file, here) != 0) return false;
   }
   while (end < 0 || methods->tell(file) < end) {
-    if (!readNode()) return end < 0 && methods->eof(file) != 0;
+    if (!readNode()) return end < 0 && !endsWithinNode && methods->eof(file) != 0;
   }
   return true;
 }
