@@ -60,6 +60,23 @@ static bool append(ztTag *tag, void *attribute) {
   return ztPtrArray_of(tag->attributes)->pushBack(tag->attributes, attribute) != nullptr;
 }
 
+// The array keeps an empty place where there is no memory for a smaller one.
+static void removeLast(const ztTag *tag) {
+  const int32_t last = countOf(tag) - 1;
+  ztPtrArray_of(tag->attributes)->setAt(tag->attributes, nullptr, last);
+  ztPtrArray_of(tag->attributes)->removeAt(tag->attributes, last);
+}
+
+// Whether an attribute that could hold so many values did not get them. A count that cannot be leaves it as
+// many as it has, and what a host's own class refuses is that class's affair.
+static bool lacksMemory(const ztTagAttribute *attribute, int32_t count) {
+  if (ztTagAttribute_of(attribute)->setNumValues != ztTagAttribute_table()->setNumValues) return false;
+  const ztArray *values = attribute->values;
+  if (values == nullptr || count < 0) return false;
+  const int32_t size = ztArray_of(values)->getElementSize(values);
+  return int64_t{count} * size <= INT32_MAX;
+}
+
 static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHandle *handle,
                             int32_t userValue, int32_t count, const void *initial) {
   auto *attribute = static_cast<ztTagAttribute *>(given);
@@ -73,7 +90,11 @@ static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHa
   }
   ztCopyText(attribute->name, name);
   ObjectWatch watch(object);
-  methods->setNumValues(attribute, count);
+  if (!methods->setNumValues(attribute, count) && lacksMemory(attribute, count)) {
+    removeLast(static_cast<ztTag *>(object));
+    methods->unRef(attribute);
+    return 0;
+  }
   methods->setValue(attribute, -1, initial);
   // A copy still told its source's owner, which may have released this tag, and the attribute with it.
   if (!watch.isAlive()) return 0;
