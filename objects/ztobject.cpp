@@ -58,6 +58,13 @@ struct StaticMapOwner {
 
 static StaticMapOwner *staticMapOwners;
 
+// Raised when a static property is lost for want of memory.
+static uint32_t lostDeclarations;
+
+void ztDeclarationLost() {
+  ++lostDeclarations;
+}
+
 static void releaseStaticMap(ztClass *klass) {
   StaticMapOwner **at = &staticMapOwners;
   while (*at != nullptr && (*at)->klass != klass) at = &(*at)->next;
@@ -92,16 +99,23 @@ static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors
   ztMapIterator_ctor(&walk, 1);
   const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
   auto *item = static_cast<ztMapItem *>(methods->first(&walk, ancestors));
+  const ztPropertyMapMethods *operations = ztPropertyMap_of(map);
   for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
-    ztPropertyMap_of(map)->pushBack(map, item->data, item->value);
+    if (operations->pushBack(map, item->data, item->value) != nullptr) continue;
+    if (operations->find(map, item->data) == nullptr) ztDeclarationLost();
   }
   methods->destroy(&walk);
 }
 
 // An ancestor's map that is missing is made whole, with what it inherits itself: its properties then
-// have the indices that they would have had, had an object of the ancestor been made before.
+// have the indices that they would have had, had an object of the ancestor been made before. A map that
+// lacks something is taken back, and made again when it is next needed.
 static void buildStaticMap(ztClass *klass) {
-  if (!giveStaticMap(klass)) return;
+  const uint32_t lostBefore = lostDeclarations;
+  if (!giveStaticMap(klass)) {
+    ztDeclarationLost();
+    return;
+  }
   for (ztClass *ancestor = klass->parent; ztOOP_isClassOfClass(ancestor, "ztObject");
        ancestor = ancestor->parent) {
     if (tableOf(ancestor)->staticProperties == nullptr) buildStaticMap(ancestor);
@@ -109,9 +123,11 @@ static void buildStaticMap(ztClass *klass) {
     if (inherited != nullptr) inheritProperties(tableOf(klass)->staticProperties, inherited);
   }
   if (tableOf(klass)->initProperties != nullptr) tableOf(klass)->initProperties(klass);
+  if (lostDeclarations != lostBefore) releaseStaticMap(klass);
 }
 
-// A class that was freed, or that the registry does not know, gets its map when it is first needed.
+// A class that was freed, or that the registry does not know, gets its map when it is first needed. NULL
+// when memory is exhausted.
 static ztPropertyMap *staticMapOf(ztClass *klass) {
   if (tableOf(klass)->staticProperties == nullptr) buildStaticMap(klass);
   return tableOf(klass)->staticProperties;
@@ -161,6 +177,7 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
   const StringSource key(name);
   ztPropertyMap *map = staticMapOf(klass);
   ztClass *type = propertyTypeOf(typeName);
+  if (map == nullptr) ztDeclarationLost();
   if (map == nullptr || type == nullptr || ztFindByName(map, name) != nullptr) return 0;
 
   ztProperty property;
@@ -172,28 +189,37 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
     complete = ztString_of(property.signalName)->set(property.signalName, signalName) != nullptr;
   }
   const bool added = complete && ztInsertByKey(map, key, &property) != nullptr;
+  if (!added) ztDeclarationLost();
   ztProperty_of(&property)->destroy(&property);
   return added;
 }
 
+int32_t ztDeclareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
+                          ztSetter setter, const char *typeClassName, ztCtor typeCtor) {
+  const ztObjectMethods *methods = tableOf(klass);
+  const int32_t added = methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
+  if (added) return added;
+  ztOOP_ensureRegistered(typeClassName, typeCtor);
+  if (!ztOOP_isClassRegistered(typeClassName)) ztDeclarationLost();
+  ztProperty_functions()->registerNewType(nullptr, typeClassName);
+  return methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
+}
+
 static int32_t objectInitProperties(ztClass *klass) {
   if (klass == nullptr) return 0;
-  const ztObjectMethods *methods = tableOf(klass);
   ztGetter getter;
-  getter.getInt = methods->getRefCount;
+  getter.getInt = tableOf(klass)->getRefCount;
   ztSetter setter;
   setter.setInt = nullptr;
-  const int32_t added = methods->addProperty(klass, "refCount", "ztInt", getter, setter, nullptr, nullptr);
-  if (added) return added;
-  ztOOP_ensureRegistered("ztIntPropertyType", ztIntPropertyType_ctor);
-  ztProperty_functions()->registerNewType(nullptr, "ztIntPropertyType");
-  return methods->addProperty(klass, "refCount", "ztInt", getter, setter, nullptr, nullptr);
+  return ztDeclareProperty(klass, "refCount", "ztInt", getter, setter, "ztIntPropertyType",
+                           ztIntPropertyType_ctor);
 }
 
 static int32_t createProperty(ztObject *object, const char *name, const char *typeName, const void *initial) {
   ztClass *type = propertyTypeOf(typeName);
-  if (type == nullptr || object->dynamicProperties == nullptr) return 0;
-  const int32_t index = sizeOfMap(staticMapOf(object->klass)) + sizeOfMap(object->dynamicProperties);
+  const ztPropertyMap *inherited = staticMapOf(object->klass);
+  if (type == nullptr || inherited == nullptr || object->dynamicProperties == nullptr) return 0;
+  const int32_t index = sizeOfMap(inherited) + sizeOfMap(object->dynamicProperties);
   const auto *operations = static_cast<const ztPropertyTypeMethods *>(type->methodTable);
   // Not every type of a host's needs to have storage.
   if (operations->allocDynamicProperty == nullptr) return 0;
@@ -251,12 +277,13 @@ static int32_t listAllProperties(void *array, const ztPropertyMap *first, const 
 }
 
 static int32_t objectGetProperties(const void *object, void *array) {
-  if (object == nullptr) return 0;
-  return listAllProperties(array, staticMapOf(objectOf(object)->klass), objectOf(object)->dynamicProperties);
+  const ztPropertyMap *map = object == nullptr ? nullptr : staticMapOf(objectOf(object)->klass);
+  return map == nullptr ? 0 : listAllProperties(array, map, objectOf(object)->dynamicProperties);
 }
 
 static int32_t objectGetStaticProperties(const void *object, void *array) {
-  return object == nullptr ? 0 : listAllProperties(array, staticMapOf(objectOf(object)->klass), nullptr);
+  const ztPropertyMap *map = object == nullptr ? nullptr : staticMapOf(objectOf(object)->klass);
+  return map == nullptr ? 0 : listAllProperties(array, map, nullptr);
 }
 
 static int32_t objectGetDynamicProperties(const void *object, void *array) {

@@ -29,7 +29,8 @@
  * The methods of an object, in slot order. Two of the words are data of the class. Where a class
  * descriptor comes first, the object's own is meant.
  *
- *  - `staticProperties`: the class's static properties by name; NULL until the class is registered.
+ *  - `staticProperties`: the class's static properties by name; NULL until the class is registered, and
+ *    after memory was exhausted while they were declared, until they are next needed.
  *  - `printConnections`: writes the object's signals and their slots to a text file of that name.
  *  - `addSignal`: adds a signal with that many arguments, 0 to 4. The signal, also when one of that
  *    name is there already (its argument count stays); NULL on failure.

@@ -64,6 +64,14 @@ void *ztEmitterOf(void *object);
 // Announces a property change to the slots of the ztObject's signal "prop->signalname".
 void ztNotifyPropertyChange(void *object, EmittedValue value);
 
+// Declares a static property of a type of the library's, which becomes known to declarations by this.
+int32_t ztDeclareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
+                          ztSetter setter, const char *typeClassName, ztCtor typeCtor);
+
+// Has the static properties that are being declared be declared anew later: one was lost for want of
+// memory.
+void ztDeclarationLost();
+
 // Releases the static properties of every class; each class's are made again when they are needed.
 void ztReleaseStaticProperties();
 

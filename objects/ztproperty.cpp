@@ -6,6 +6,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
+#include "objects/ztobject.hh"
 #include "objects/ztproperty.hh"
 #include "objects/ztstrmap.hh"
 
@@ -137,8 +138,10 @@ static int32_t propertyRegisterNewType(const void *, const char *typeClassName) 
   // A class that is registered later can still become known under its name.
   ztClass *type = ztOOP_findClass(typeClassName);
   if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 0;
-  const void *inserted = ztInsertByName(typeMap(), typeClassName, type);
-  return known == nullptr && inserted != nullptr;
+  if (known != nullptr) return 0;
+  if (ztInsertByName(typeMap(), typeClassName, type) != nullptr) return 1;
+  ztDeclarationLost();
+  return 0;
 }
 
 static void propertyClassInit(ztClass *) {

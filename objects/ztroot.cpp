@@ -5,7 +5,6 @@
 #include "containers/ztpointers.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
-#include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 #include "objects/ztobject.hh"
@@ -279,26 +278,17 @@ static int32_t rootDeleteAllChild(void *object) {
 
 // Properties --------------------------------------------------------------------------------------
 
-static int32_t declareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
-                               ztSetter setter, ztCtor typeCtor, const char *typeClassName) {
-  const auto *methods = static_cast<const ztRootMethods *>(klass->methodTable);
-  if (methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr)) return 1;
-  ztOOP_ensureRegistered(typeClassName, typeCtor);
-  ztProperty_functions()->registerNewType(nullptr, typeClassName);
-  return methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
-}
-
 static int32_t rootInitProperties(ztClass *klass) {
   const auto *methods = static_cast<const ztRootMethods *>(klass->methodTable);
   ztGetter getter;
   ztSetter setter;
   getter.getInt = methods->getUid;
   setter.setInt = methods->setUid;
-  declareProperty(klass, "uniqueID", "ztInt", getter, setter, ztIntPropertyType_ctor, "ztIntPropertyType");
+  ztDeclareProperty(klass, "uniqueID", "ztInt", getter, setter, "ztIntPropertyType", ztIntPropertyType_ctor);
   getter.getText = methods->getName;
   setter.setText = methods->setName;
-  return declareProperty(klass, "name", "ztCharPtr", getter, setter, ztCharPtrPropertyType_ctor,
-                         "ztCharPtrPropertyType");
+  return ztDeclareProperty(klass, "name", "ztCharPtr", getter, setter, "ztCharPtrPropertyType",
+                           ztCharPtrPropertyType_ctor);
 }
 
 // Life of a node ----------------------------------------------------------------------------------
