@@ -1,0 +1,300 @@
+// Files as a system may really offer them: a full disk, a pipe that nobody reads, a directory in place of a
+// file, a folder that takes no files, files and folders that are not there.
+#include "io/zttxtfile.h"
+
+#include "tests/faults/injection.hh"
+#include "tests/helpers/temp_folder.hh"
+#include "zentova.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+class RealFiles : public testing::TestWithParam<ztCtor> {
+ protected:
+  RealFiles() : file(GetParam()(nullptr, 1)), methods(ztFile_of(file)) {}
+
+  Held file;
+  const ztFileMethods *methods;
+};
+
+// No file of the process grows beyond so many bytes, as on a disk that is full.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t bytes) {
+    getrlimit(RLIMIT_FSIZE, &before);
+    previous = signal(SIGXFSZ, SIG_IGN);
+    const rlimit less = {bytes, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &less);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, previous);
+  }
+  FullDisk(const FullDisk &) = delete;
+  FullDisk &operator=(const FullDisk &) = delete;
+
+ private:
+  rlimit before;
+  sighandler_t previous;
+};
+
+// A pipe whose writing end is open under a name.
+class Pipe {
+ public:
+  Pipe() {
+    EXPECT_EQ(pipe(ends), 0);
+  }
+  ~Pipe() {
+    closeReader();
+    close(ends[1]);
+  }
+  Pipe(const Pipe &) = delete;
+  Pipe &operator=(const Pipe &) = delete;
+
+  std::string writer() const {
+    return "/proc/self/fd/" + std::to_string(ends[1]);
+  }
+  std::string reader() const {
+    return "/proc/self/fd/" + std::to_string(ends[0]);
+  }
+  void closeReader() {
+    if (ends[0] >= 0) close(ends[0]);
+    ends[0] = -1;
+  }
+  void write(const std::string &bytes) const {
+    EXPECT_EQ(::write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  }
+  void closeWriter() {
+    close(ends[1]);
+    ends[1] = -1;
+  }
+
+ private:
+  int ends[2];
+};
+
+void *smallTree() {
+  void *root = ztRoot_ctor(nullptr, 1);
+  for (int32_t uid = 2; uid < 6; ++uid) {
+    void *child = ztRoot_ctor(nullptr, 1);
+    ztRoot_of(child)->setUid(child, uid);
+    ztRoot_of(root)->addChild(root, child);
+  }
+  return root;
+}
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Of, RealFiles, testing::Values(ztFile_ctor, ztTextFile_ctor),
+                         [](const testing::TestParamInfo<ztCtor> &test) {
+                           return test.param == ztFile_ctor ? "Bytes" : "Text";
+                         });
+
+// A full disk ---------------------------------------------------------------------------------------
+
+TEST_P(RealFiles, OnAFullDeviceTellSoWhenTheyAreFlushed) {
+  ASSERT_EQ(methods->open(file, "/dev/full", "w"), 1);
+  EXPECT_GT(methods->writeInt(file, 1), 0);  // into the buffer
+  EXPECT_EQ(methods->flush(file), EOF);
+}
+
+// The buffer is emptied on the way, and what it held is lost; the writes behind it succeed.
+TEST_P(RealFiles, TellAtTheFlushOfWhatWasLostBefore) {
+  ASSERT_EQ(methods->open(file, "/dev/full", "w"), 1);
+  ztFile *fields = static_cast<ztFile *>(static_cast<void *>(file));
+  char buffer[64];
+  setvbuf(fields->stream, buffer, _IOFBF, sizeof buffer);
+  bool lost = false;
+  for (int i = 0; i < 100; ++i) lost = methods->writeInt(file, 1234567) <= 0 || lost;
+  EXPECT_TRUE(lost);
+  EXPECT_EQ(methods->flush(file), EOF);
+  EXPECT_EQ(methods->flush(file), 0) << "an error is told once";
+  methods->close(file);
+}
+
+// Without a buffer each write meets the disk itself.
+TEST_P(RealFiles, TellOfARecordThatTheyRefuse) {
+  ASSERT_EQ(methods->open(file, "/dev/full", "w"), 1);
+  setvbuf(static_cast<ztFile *>(static_cast<void *>(file))->stream, nullptr, _IONBF, 0);
+  for (const ztCtor constructor : {ztLink_ctor, ztIntArray_ctor, ztString_ctor, ztIntTag_ctor, ztRoot_ctor}) {
+    const Held object(constructor(nullptr, 1));
+    const char *name = ztOOP_classNameOf(object);
+    EXPECT_EQ(ztBaseClass_of(object)->write(object, file), 0) << name;
+    // A text file does not tell whether it wrote a buffer, but a number follows.
+    EXPECT_EQ(ztBaseClass_functions()->classWrite(nullptr, object, file), 0) << name;
+  }
+  const ztTagHandle handle = {1, 1};
+  EXPECT_EQ(ztTat_writeHandle(file, &handle), 0);
+  EXPECT_EQ(methods->flush(file), EOF);
+}
+
+TEST_P(RealFiles, OnADiskThatFillsUpNeverPassForWhole) {
+  Held tree(smallTree());
+  const MemoryFile disk;
+  const auto store = [&] {
+    return methods->open(file, disk.path(), "w") && ztRoot_storeTree(tree, file) == 5 &&
+           methods->flush(file) == 0;
+  };
+  ASSERT_TRUE(store());
+  const std::string whole = disk.bytes();
+  for (size_t room = 0; room < whole.size(); room += 1 + room / 8) {
+    bool stored = true;
+    {
+      const FullDisk full(room);
+      stored = store();
+      methods->close(file);
+    }
+    EXPECT_FALSE(stored) << room;
+    EXPECT_EQ(disk.bytes(), whole.substr(0, room));
+    // With room again the same objects store all.
+    EXPECT_TRUE(store());
+    EXPECT_EQ(disk.bytes(), whole);
+  }
+}
+
+// A pipe --------------------------------------------------------------------------------------------
+
+TEST_P(RealFiles, ThatNobodyReadsAnyMoreFail) {
+  const sighandler_t previous = signal(SIGPIPE, SIG_IGN);
+  Pipe pipe;
+  ASSERT_EQ(methods->open(file, pipe.writer().c_str(), "w"), 1);
+  pipe.closeReader();
+  EXPECT_GT(methods->writeInt(file, 1), 0);
+  EXPECT_EQ(methods->flush(file), EOF);
+  methods->close(file);
+  signal(SIGPIPE, previous);
+}
+
+TEST_P(RealFiles, ThatCannotSeekCarryATree) {
+  Held tree(smallTree());
+  Pipe pipe;
+  ASSERT_EQ(methods->open(file, pipe.writer().c_str(), "w"), 1);
+  EXPECT_EQ(ztRoot_storeTree(tree, file), 5);
+  Held source(GetParam()(nullptr, 1));
+  ASSERT_EQ(methods->open(source, pipe.reader().c_str(), "r"), 1);
+  methods->close(file);
+  pipe.closeWriter();
+  Held roots(ztPtrArray_ctor(nullptr, 1));
+  EXPECT_EQ(ztRoot_loadTree(source, -1, roots, nullptr), 1);
+  ASSERT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
+  void *root = ztPtrArray_of(roots)->getFront(roots);
+  EXPECT_EQ(ztRoot_of(root)->getChildCount(root), 4);
+  releaseIfMade(root);
+}
+
+TEST(Pipes, ThatEndWithinANodeCarryNoTree) {
+  Held tree(smallTree());
+  const MemoryFile stored;
+  Held file(ztFile_ctor(nullptr, 1));
+  ztFile_of(file)->open(file, stored.path(), "wb");
+  ztRoot_storeTree(tree, file);
+  ztFile_of(file)->close(file);
+  const std::string whole = stored.bytes();
+
+  Pipe pipe;
+  pipe.write(whole.substr(0, whole.size() - 6));
+  ztFile_of(file)->open(file, pipe.reader().c_str(), "rb");
+  pipe.closeWriter();
+  Held roots(ztPtrArray_ctor(nullptr, 1));
+  ztTreeReport report;
+  EXPECT_EQ(ztRoot_loadTree(file, -1, roots, &report), 0);
+  EXPECT_EQ(report.nodes, 4);
+  EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 0);
+}
+
+// What is no file -----------------------------------------------------------------------------------
+
+TEST_P(RealFiles, ThatAreDirectoriesAreNeitherWrittenNorRead) {
+  const TempFolder folder;
+  EXPECT_EQ(methods->open(file, folder.path().c_str(), "w"), 0);
+  EXPECT_STREQ(methods->getFileName(file), "");
+  // The system opens a directory for reading, and then refuses to read.
+  ASSERT_EQ(methods->open(file, folder.path().c_str(), "r"), 1);
+  int32_t value = 5;
+  EXPECT_EQ(methods->readInt(file, &value), 0);
+  EXPECT_EQ(value, 5);
+  EXPECT_EQ(methods->eof(file), 0);
+  EXPECT_EQ(methods->flush(file), EOF);
+  EXPECT_EQ(ztBaseClass_functions()->classRead(nullptr, file), nullptr);
+  Held roots(ztPtrArray_ctor(nullptr, 1));
+  EXPECT_EQ(ztRoot_loadTree(file, -1, roots, nullptr), 0);
+}
+
+// Nobody can make a file there, whoever runs the test.
+TEST_P(RealFiles, InAFolderThatTakesNoneAreNotOpened) {
+  for (const char *path : {"/proc/zentova", "/proc/self/task/zentova"}) {
+    EXPECT_EQ(methods->open(file, path, "w"), 0) << path;
+    EXPECT_STREQ(methods->getFileName(file), "") << path;
+  }
+  EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, "/proc/zentova"), -1);
+  EXPECT_EQ(ztFile_functions()->renameFile(nullptr, "/proc/version", "/proc/zentova"), -1);
+}
+
+TEST_P(RealFiles, InAFolderThatIsNotThereAreNotOpened) {
+  const TempFolder folder;
+  const std::string path = folder.path("missing/file");
+  EXPECT_EQ(methods->open(file, path.c_str(), "w"), 0);
+  EXPECT_EQ(methods->open(file, path.c_str(), "r"), 0);
+  EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path.c_str()), 0);
+  EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, path.c_str()), -1);
+  EXPECT_EQ(ztDm_changeDir(folder.path("missing").c_str()), 0);
+}
+
+TEST_P(RealFiles, ThatAreRemovedMeanwhileGoOnWhileOpen) {
+  const TempFolder folder;
+  const std::string path = folder.path("file");
+  ASSERT_EQ(methods->open(file, path.c_str(), "w+"), 1);
+  EXPECT_GT(methods->writeInt(file, 5), 0);
+  EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, path.c_str()), 0);
+  EXPECT_GT(methods->writeInt(file, 6), 0);
+  EXPECT_EQ(methods->flush(file), 0);
+  EXPECT_EQ(methods->goToBegin(file), 0);
+  int32_t values[2] = {};
+  for (int32_t &value : values) EXPECT_EQ(methods->readInt(file, &value), 1);
+  EXPECT_EQ(values[0] + values[1], 11);
+  methods->close(file);
+  EXPECT_EQ(methods->open(file, path.c_str(), "r"), 0);
+}
+
+TEST_P(RealFiles, OfManyMoreThanAProcessMayHaveFailToOpen) {
+  rlimit before;
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const int next = dup(STDIN_FILENO);
+  close(next);
+  const rlimit none = {static_cast<rlim_t>(next), before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const int32_t opened = methods->open(file, "/dev/null", "w");
+  const int32_t walked = ztDm_enumFiles(
+      "/", "*", 0, [](auto, auto, auto) { return 1; }, nullptr);
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(opened, 0);
+  EXPECT_EQ(walked, 1);
+  EXPECT_EQ(methods->open(file, "/dev/null", "w"), 1);
+}
+
+// The log -------------------------------------------------------------------------------------------
+
+TEST(RealLog, InPlaceOfADirectoryIsNotOpened) {
+  const TempFolder folder;
+  ztLc_closeLogFile();
+  EXPECT_EQ(ztLc_openLogFile(folder.path().c_str()), 0);
+  testing::internal::CaptureStdout();
+  ztLc_log("a text\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a text\n");
+}
+
+TEST(RealLog, OnAFullDeviceStillPrints) {
+  ztLc_closeLogFile();
+  EXPECT_EQ(ztLc_openLogFile("/dev/full"), 1);
+  testing::internal::CaptureStdout();
+  ztLc_log("a text\n");
+  ztLc_log("another\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a text\nanother\n");
+  ztLc_closeLogFile();
+}
