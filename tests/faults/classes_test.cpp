@@ -392,7 +392,7 @@ void fillSignal(Trial &trial, void *object) {
   auto *signal = static_cast<ztSignal *>(object);
   trial.need([&] { return ztString_of(signal->name)->set(signal->name, "changed"); });
   signal->slots = static_cast<ztSlotMap *>(trial.make(ztSlotMap_ctor));
-  fillMap<Pointers, Slots>(trial, signal->slots);
+  if (signal->slots != nullptr) fillMap<Pointers, Slots>(trial, signal->slots);
 }
 
 void fillSlot(Trial &trial, void *object) {

@@ -14,6 +14,7 @@
 namespace {
 
 std::string describe(const void *node) {
+  if (node == nullptr) return "nothing";
   const ztRootMethods *methods = ztRoot_of(node);
   std::string all = std::to_string(methods->getUid(node));
   for (int32_t i = 0; i < methods->getChildCount(node); ++i) {
