@@ -295,6 +295,22 @@ TEST(FaultsOfSignals, AreReportedBetweenModelAndView) {
   });
 }
 
+// The dump reports nothing, and the next one is whole.
+TEST(FaultsOfSignals, SpoilNoMoreThanTheOneDumpOfConnections) {
+  strikeAll(allKinds(), [](Trial &trial) {
+    Held sender(trial.make(ztObject_ctor));
+    Held receiver(trial.make(ztObject_ctor));
+    trial.need([&] { return connect(sender, "changed", receiver, slotOf(count)); });
+    const MemoryFile dump;
+    const auto print = ztObject_of(sender)->printConnections;
+    print(ztObjectClass_Instance(), sender, dump.path());
+    trial.endFault();
+    print(ztObjectClass_Instance(), sender, dump.path());
+    const std::string whole = dump.bytes();
+    return std::to_string(std::count(whole.begin(), whole.end(), '\n'));
+  });
+}
+
 // Properties ----------------------------------------------------------------------------------------
 
 TEST(FaultsOfProperties, AreReportedWhenTheyAreMadeCopiedAndListed) {
