@@ -381,7 +381,9 @@ static void removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // Items move when one is removed, so each is looked up anew.
-  while (methods->find(slots, receiver) != nullptr) methods->pop(slots, receiver);
+  // A map of a host's that takes nothing out ends it.
+  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
+  }
 }
 
 // Moves the slot of the current item into the item `last`, and those on the way one place back.
