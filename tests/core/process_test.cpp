@@ -316,6 +316,20 @@ TEST(ClassHooks, RunInTwoPassesAtTheEndOfTheProcess) {
   EXPECT_EQ(hookRun("tell", "exit"), registered + "end\n" + freeing + cleaning + everythingGoes + cleaned);
 }
 
+TEST(ClassHooks, FindTheLibrarysClassesAtTheCleanUpButNotAtTheEndOfTheProcess) {
+  const auto hooksThatSee = [](const std::string &library) {
+    std::string text;
+    for (const char *name : {"Ash", "Elm", "Oak"}) {
+      text += std::string("instances go ") + name + "\n  library " + library + "\n";
+    }
+    return text + "class goes Ash\nclass goes Elm\nclass goes Oak\n";
+  };
+  EXPECT_EQ(hookRun("look-around", "clean-up"),
+            registered + cleaning + hooksThatSee("1") + cleaned + "end\n" + freeing);
+  EXPECT_EQ(hookRun("look-around", "exit"),
+            registered + "end\n" + freeing + cleaning + hooksThatSee("0") + cleaned);
+}
+
 TEST(ClassHooks, FindTheClassThatIsBeingFreed) {
   EXPECT_EQ(hookRun("look-up", "free"), registered +
                                             "instances go Ash\n  known 1\nclass goes Ash\n  known 1\n"

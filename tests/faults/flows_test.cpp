@@ -357,20 +357,27 @@ TEST(FaultsOfTags, AreReportedByTagsInATree) {
 }
 
 TEST(FaultsOfTags, LeaveNoHalfInsertedAttribute) {
-  strikeAll({memory}, [](Trial &trial) {
-    Held tag(trial.make(ztTag_ctor));
-    void *attribute = trial.make(ztFloatTag_ctor);
-    const double initial = 0.5;
-    const int32_t inserted = ztTag_of(tag)->insertNew(tag, "values", attribute, nullptr, 1, 3, &initial);
-    const void *found = ztTag_of(tag)->getByName(tag, "values", nullptr);
-    EXPECT_EQ(found != nullptr, inserted == 1);
-    if (inserted) {
-      double out = 0;
-      ztTagAttribute_of(found)->getValue(found, 2, &out);
-      EXPECT_EQ(out, 0.5);
-    }
-    return std::string();
-  });
+  for (const int32_t count : {0, 3}) {
+    strikeAll({memory}, [count](Trial &trial) {
+      Held tag(trial.make(ztTag_ctor));
+      void *attribute = trial.make(ztFloatTag_ctor);
+      const double initial = 0.5;
+      ztTagHandle handle = {-1, 0};
+      const auto *methods = ztTag_of(tag);
+      const int32_t inserted = methods->insertNew(tag, "values", attribute, &handle, 1, count, &initial);
+      const void *found = methods->getByName(tag, "values", nullptr);
+      EXPECT_EQ(found != nullptr, inserted == 1);
+      if (inserted) {
+        EXPECT_EQ(methods->getNumValues(tag, &handle), count);
+      }
+      if (inserted && count > 0) {
+        double out = 0;
+        ztTagAttribute_of(found)->getValue(found, count - 1, &out);
+        EXPECT_EQ(out, 0.5);
+      }
+      return std::string();
+    });
+  }
 }
 
 // A copy of an attribute names the tag of its source.

@@ -51,6 +51,7 @@ static void instancesGo(ztClass *klass) {
     printf("  known %d\n", ztOOP_isClassRegistered(klass->name));
     makeAndRelease(klass->name);
   }
+  if (is("look-around")) printf("  library %d\n", ztOOP_isClassRegistered("ztFile"));
   if (is("free-self")) ztFreeClass(klass->name);
   if (is("clean-up")) ztOOP_CleanUp();
   if (klass != AshClass_Instance()) return;

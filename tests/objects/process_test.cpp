@@ -12,7 +12,7 @@ TEST(PropertiesInAProcess, StaticOnesComeInOrderWhateverClassIsUsedFirst) {
 }
 
 TEST(PropertiesInAProcess, SurviveFreedClassesAndANewStart) {
-  for (const char *end : {"stopped", "cleaned", "running"}) {
+  for (const char *end : {"stopped", "cleaned", "running", "type only"}) {
     HostProcess host;
     EXPECT_EQ(host.run("properties_restart", {end}), 0) << end << host.output();
   }

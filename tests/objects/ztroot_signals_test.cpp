@@ -175,6 +175,21 @@ TEST(Announcing, ASlotMayReleaseTheNodeWhileAllAreDeleted) {
   release(first);
 }
 
+TEST(Announcing, ASlotMayFollowTheChildThatLeaves) {
+  Forest forest;
+  ztRoot *node = newNode(1);
+  ztRoot *child = newChild(node, 2);
+  int calls = 0;
+  forest.on(node, "childDeleted",
+            [&](ztRoot *deleted) { forest.on(deleted, "childAdded", [&](ztRoot *) { ++calls; }); });
+  deleteChild(node, child);
+  EXPECT_EQ(calls, 0);
+  newChild(child, 3);
+  EXPECT_EQ(calls, 1);
+  release(child);
+  release(node);
+}
+
 TEST(Announcing, ASlotMayAddTheChildAgain) {
   Forest forest;
   ztRoot *node = newNode(1);
