@@ -7,12 +7,11 @@
 
 #include <string.h>
 
-// A new string with the text (NULL counts as empty), the caller's to release; NULL when memory is
-// exhausted.
+// A new string with the text, the caller's to release; NULL when memory is exhausted.
 inline ztString *ztNewString(const char *text) {
   auto *string = ztNewObject<ztString>(ztString_ctor);
   if (string == nullptr) return nullptr;
-  if (ztString_of(string)->set(string, text == nullptr ? "" : text) != nullptr) return string;
+  if (ztString_of(string)->set(string, text) != nullptr) return string;
   ztString_of(string)->unRef(string);
   return nullptr;
 }
