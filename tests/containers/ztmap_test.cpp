@@ -695,6 +695,25 @@ TEST_P(MapOf, NullIsAKeyOnlyWherePointersAreKept) {
   expectPairs({{1, 10}, {2, 20}});
 }
 
+static int32_t compareIntsThatAreThere(const void *first, const void *second) {
+  EXPECT_NE(first, nullptr);
+  EXPECT_NE(second, nullptr);
+  return ztIntArray_compare_func(first, second);
+}
+
+TEST(Map, NullIsNotComparedWithKeysOfBytes) {
+  ztMap *map = newIntMap();
+  const auto *methods = ztMap_of(map);
+  methods->setCompareFunction(map, compareIntsThatAreThere);
+  pushBack(map, 1, 10);
+  EXPECT_EQ(methods->find(map, nullptr), nullptr);
+  EXPECT_EQ(methods->pop(map, nullptr), 0);
+  const int32_t value = 20;
+  EXPECT_EQ(methods->pushBack(map, nullptr, &value), nullptr);
+  EXPECT_NE(find(map, 1), nullptr);
+  release(map);
+}
+
 TEST_P(MapOf, NullIsAValueOnlyWherePointersAreKept) {
   if (std::get<1>(GetParam()) == Policy::byPointer) {
     const ztMapItem *item = methods->pushBack(map, keys.make(1), nullptr);
