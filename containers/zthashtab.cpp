@@ -20,7 +20,7 @@ ZT_PIN_SLOT(ztHashTable, find, 32);
 // are used, since the calls would take as long as the search itself.
 
 // Bytes count as signed characters: those from 0x80 on subtract.
-[[gnu::always_inline]] inline uint32_t hashBytes(const void *key, int32_t length) {
+[[gnu::always_inline]] static inline uint32_t hashBytes(const void *key, int32_t length) {
   const auto *bytes = static_cast<const signed char *>(key);
   uint32_t hash = 0;
   for (int32_t i = 0; i < length; ++i) {
@@ -44,7 +44,7 @@ static ztHashTableItem **bucketsOf(const ztHashTable *table) {
 }
 
 // Where the chain for a key begins; NULL when there are no buckets or the key has no bytes to read.
-[[gnu::always_inline]] inline ztHashTableItem **bucketFor(const ztHashTable *table, const void *key) {
+[[gnu::always_inline]] static inline ztHashTableItem **bucketFor(const ztHashTable *table, const void *key) {
   if (table->buckets == nullptr || table->buckets->count <= 0) return nullptr;
   if (key == nullptr && (table->keySize > 0 || table->keyConstructor != nullptr || !table->keyByPointer)) {
     return nullptr;
