@@ -23,7 +23,8 @@ void *ztCopyObject(const void *source);
 void *ztCloneOnto(const void *source, void *target);
 
 // Has an object take over the contents of another one that may be of another class: with the `assign` of
-// the nearest class that both are of, since the target's own may look at what the other does not have.
+// the nearest class that both are of, since the target's own may look at what the other does not have. The
+// result of that, or 0 where there is no such class.
 int32_t ztAssignCommon(void *target, const void *source);
 
 #endif
