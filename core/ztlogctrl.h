@@ -10,7 +10,8 @@
 ZT_BEGIN_C
 
 /**
- * Opens the log file, emptying one that exists. An open log file is kept.
+ * Opens the log file, emptying one that exists. An open log file is kept. Programs that the host starts do
+ * not inherit it.
  * @return 1 when a log file is open afterwards, else 0 (also for a NULL path)
  */
 ZT_API int32_t ztLc_openLogFile(const char *path);
