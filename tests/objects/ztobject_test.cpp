@@ -1067,6 +1067,26 @@ TEST(Connection, DisconnectTakesOneAndKeepsTheOrderOfTheOthers) {
   }
 }
 
+TEST(Connection, DisconnectInAMapThatAHostGaveAnotherOrderLosesNoSlot) {
+  const Diary empty;
+  Owned sender(ztObject_ctor);
+  Owned receiver(ztObject_ctor);
+  const std::vector<ztSlotFunction> functions = diarySlots<5>();
+  for (ztSlotFunction function : functions) connectTo(sender, "changed", receiver, function);
+  ztClass *klass = ztOOP_classOf(sender);
+  ztSlotMap *slots = ztObject_of(sender)->addSignal(klass, sender, "changed", 1)->slots;
+  const auto *methods = ztSlotMap_of(slots);
+  const ztCompareFunc order = slots->compareFunction;
+  methods->setCompareFunction(slots, [](const void *, const void *) { return 1; });
+  for (ztSlotFunction function : functions) ztObject_disconnect(sender, "changed", receiver, function);
+  methods->setCompareFunction(slots, order);
+  ztObject_emit(sender, "changed", 0);
+  std::vector<int> called;
+  for (const Call &call : diary) called.push_back(call.slot);
+  std::sort(called.begin(), called.end());
+  EXPECT_EQ(called, (std::vector<int>{0, 1, 2, 3, 4}));
+}
+
 TEST(Connection, DisconnectOfWhatIsNotConnectedDoesNothing) {
   Owned sender(ztObject_ctor);
   Owned receiver(ztObject_ctor);
