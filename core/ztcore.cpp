@@ -25,8 +25,10 @@
 #include "containers/ztstacks.h"
 #include "core/ztbasec.h"
 #include "core/ztcore.hh"
+#include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
+#include "core/ztthread.hh"
 #include "io/ztfile.h"
 #include "io/ztstring.h"
 #include "io/ztstring.hh"
@@ -151,6 +153,7 @@ void ztcoreReleaseShared() {
 }
 
 __attribute__((constructor)) void ztcore_lnx_init(void) {
+  ztKeepLocksAcrossFork();
   ztLc_log("Zentova - Loading library: %s\n", "ztcore");
   ztOOP_Init("zentova");
   ztcoreClassInit();
@@ -160,4 +163,5 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
   ztLc_log("Zentova - Freeing library: %s\n", "ztcore");
   ztcoreClassFree();
   ztOOP_releaseAfterStop();
+  ztReleaseThreads();
 }
