@@ -24,6 +24,7 @@
 #include "containers/ztstack.h"
 #include "containers/ztstacks.h"
 #include "core/ztbasec.h"
+#include "core/ztcheck.hh"
 #include "core/ztcore.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
@@ -154,6 +155,7 @@ void ztcoreReleaseShared() {
 
 __attribute__((constructor)) void ztcore_lnx_init(void) {
   ztKeepLocksAcrossFork();
+  ztReadChecks();
   ztLc_log("Zentova - Loading library: %s\n", "ztcore");
   ztOOP_Init("zentova");
   ztcoreClassInit();
