@@ -1,8 +1,11 @@
 #include "core/ztbasec.h"
 
 #include "core/ztbasec.hh"
+#include "core/ztcore.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
 #include "core/ztmem.h"
+#include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 
@@ -37,30 +40,33 @@ static ztClassFunctions *functionsOf(const ztClass *klass) {
   return static_cast<ztClassFunctions *>(klass->classTable);
 }
 
-static void registerClass(const ztClassDescription *description) {
-  ztClassState *state = description->state;
-  // Set ahead of the prototype, whose own construction comes through here again.
-  state->registrationTried = 1;
-  if (ztOOP_isClassRegistered(*description->name)) return;
+// Registers a class whose name is free. Returns false when that is to be tried again.
+static bool registerClass(const ztClassDescription *description) {
+  if (ztOOP_isNameTaken(*description->name)) return true;
   const ztClassFunctions *functions = functionsOf(description->klass);
   void *prototype = functions->ctor(nullptr, 0);
-  if (prototype == nullptr) {
-    state->registrationTried = 0;  // the next object tries again
-    return;
-  }
+  if (prototype == nullptr) return false;
   const char *name = ztOOP_classOf(prototype)->name;
-  if (ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) return;
+  if (ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) return true;
   ztm_free(prototype);
   // Refused for want of memory, or because a hook registered the class meanwhile.
-  state->registrationTried = ztOOP_isClassRegistered(name);
+  return ztOOP_isNameTaken(name);
 }
 
-// Out of line, since it runs for a handful of a class's objects only.
+// Out of line, since it runs for a handful of a class's objects only. Only what is complete is published, by
+// the store at the end: until then other threads come here, too, and wait.
 __attribute__((noinline)) static void prepareClass(const ztClassDescription *description, void *object) {
-  // A classInit hook may make objects of the very class that is being filled.
-  if (description->state->filling) return;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  ztClassState *state = description->state;
+  // The hooks of the class, and its prototype, may make objects of the very class that is being prepared.
+  if (state->busy || state->registrationTried) return;
   if (!description->klass->initialised) description->functions.InitTable(object);
-  if (!description->state->registrationTried) registerClass(description);
+  // A hook may have made an object of the class meanwhile.
+  if (state->registrationTried) return;
+  state->busy = 1;
+  const bool tried = registerClass(description);
+  state->busy = 0;
+  if (tried) __atomic_store_n(&state->registrationTried, 1, __ATOMIC_RELEASE);
 }
 
 void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
@@ -73,7 +79,9 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
   header->klass = klass;
   header->refCount = 1;
   // Tried only once the class is initialised, so this one test covers both.
-  if (!description->state->registrationTried) prepareClass(description, object);
+  if (!__atomic_load_n(&description->state->registrationTried, __ATOMIC_ACQUIRE)) {
+    prepareClass(description, object);
+  }
   if (create) methodsOf(klass)->create(object);
   return object;
 }
@@ -93,6 +101,7 @@ static void fillDescriptor(const ztClassDescription *description) {
 
 void ztOOP_initTable(const ztClassDescription *description, void *object) {
   if (object == nullptr) return;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   ztClass *klass = description->klass;
   ztClass *derived = ztOOP_classOf(object);
   const bool isRoot = klass == ztBaseClassClass_Instance();
@@ -100,8 +109,8 @@ void ztOOP_initTable(const ztClassDescription *description, void *object) {
   if (derived->initialised) return;
 
   description->fillMethods(derived->methodTable);
-  if (klass->initialised || description->state->filling) return;
-  description->state->filling = 1;
+  if (klass->initialised || description->state->busy) return;
+  description->state->busy = 1;
   if (klass != derived) {
     memcpy(klass->methodTable, derived->methodTable,
            static_cast<size_t>(description->slotCount) * sizeof(void *));
@@ -114,7 +123,7 @@ void ztOOP_initTable(const ztClassDescription *description, void *object) {
     methodsOf(derived)->classInstanceCreate(derived);
   }
   klass->initialised = 1;
-  description->state->filling = 0;
+  description->state->busy = 0;
 }
 
 uint32_t ztOOP_versionOf(const void *object) {
@@ -181,15 +190,24 @@ void *ztCopyObject(const void *source) {
   return copy;
 }
 
-static bool isWithin(const ztClass *klass, const ztClass *ancestor) {
+bool ztIsWithin(const ztClass *klass, const ztClass *ancestor) {
   while (klass != nullptr && klass != ancestor) klass = klass->parent;
   return klass != nullptr;
 }
 
+// Whether the `assign` of a class is none of the library's.
+static bool hasHostsAssign(const ztClass *klass) {
+  const ztClass *ofLibrary = klass;
+  while (ofLibrary != nullptr && !ztcoreIsLibraryClass(ofLibrary)) ofLibrary = ofLibrary->parent;
+  return ofLibrary == nullptr || methodsOf(klass)->assign != methodsOf(ofLibrary)->assign;
+}
+
 int32_t ztAssignCommon(void *target, const void *source) {
   const ztClass *klass = ztOOP_classOf(target);
-  while (klass != nullptr && !isWithin(ztOOP_classOf(source), klass)) klass = klass->parent;
-  return klass == nullptr ? 0 : methodsOf(klass)->assign(target, source);
+  const ztClass *common = klass;
+  while (common != nullptr && !ztIsWithin(ztOOP_classOf(source), common)) common = common->parent;
+  if (common != klass && hasHostsAssign(klass)) common = klass;
+  return common == nullptr ? 0 : methodsOf(common)->assign(target, source);
 }
 
 // ztBaseClass ------------------------------------------------------------------------------------
@@ -207,8 +225,8 @@ static void *baseClone(const void *object, void *target) {
   return memmove(target, object, static_cast<size_t>(ztOOP_classOf(object)->instanceSize));
 }
 
-static int32_t baseAssign(void *object, const void *other) {
-  return object != nullptr && other != nullptr;
+static int32_t baseAssign(void *object, const void *) {
+  return object != nullptr;
 }
 
 static void baseDestroy(void *) {}
@@ -302,9 +320,10 @@ static void *baseClassRead(const void *, void *file) {
   return nullptr;
 }
 
+// Written only where they differ: other threads may be calling them.
 static void baseFunctions(ztBaseClassFunctions *functions) {
-  functions->classRead = baseClassRead;
-  functions->classWrite = baseClassWrite;
+  if (functions->classRead != baseClassRead) functions->classRead = baseClassRead;
+  if (functions->classWrite != baseClassWrite) functions->classWrite = baseClassWrite;
 }
 
 static void baseMethods(ztBaseClassMethods *methods) {

@@ -70,8 +70,9 @@ typedef struct ZT_MAY_ALIAS ztClassFunctions {
 
 /** What the engine remembers of one class beside its descriptor. Private. */
 typedef struct ztClassState {
-  int32_t filling;           /**< 1 while the descriptor is being filled */
-  int32_t registrationTried; /**< 1 once an object of its own had the class registered */
+  int32_t busy;              /**< 1 while the descriptor is being filled or the class registered */
+  int32_t registrationTried; /**< 1 once an object of its own had the class registered; read without
+                                  a lock, and so written when all the rest is in place */
 } ztClassState;
 
 /** Everything the engine needs to know of a class; made by ZT_DEFINE_CLASS. */
@@ -109,6 +110,16 @@ ZT_API void *ztOOP_construct(const ztClassDescription *description, void *object
  * @param object       its class must be the described one or a descendant
  */
 ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object);
+
+/**
+ * Takes a class, and the classes that descend from it, out of the registry and forgets their properties and
+ * what they are as property types: ZT_DEFINE_CLASS has it run when the shared library that defines the class
+ * is unloaded. Their hooks run as with ztFreeClass(). The classes of the program itself are left to
+ * ztOOP_CleanUp(), for their code stays until the process ends.
+ *
+ * Objects of the class must be gone by then; those that are not can no longer be used.
+ */
+ZT_API void ztOOP_leaveRegistry(const ztClassDescription *description);
 
 /** @return the version of the object's own class; 0 for NULL */
 ZT_API uint32_t ztOOP_versionOf(const void *object);
@@ -188,10 +199,41 @@ ZT_END_C
 
 /* Defining a class ----------------------------------------------------------------------------- */
 
+/** The text of a list, its macros expanded. */
+#define ZT_TEXT_OF(...) ZT_TEXT_OF_(__VA_ARGS__)
+#define ZT_TEXT_OF_(...) #__VA_ARGS__
+
+#ifdef __cplusplus
+#define ZT_STATIC_ASSERT(condition, message) static_assert(condition, message)
+#else
+/** A compile-time assertion, in C and in C++. */
+#define ZT_STATIC_ASSERT(condition, message) _Static_assert(condition, message)
+#endif
+
+/** Refuses to compile where a list of a class does not begin with its parent's: the parent's operations would
+ *  use the memory of other fields, and calls would reach other methods. */
+#define ZT_BEGINS_WITH(List, ParentList, message)                                            \
+  ZT_STATIC_ASSERT(__extension__(__builtin_strncmp(ZT_TEXT_OF(List), ZT_TEXT_OF(ParentList), \
+                                                   sizeof ZT_TEXT_OF(ParentList) - 1) == 0), \
+                   message)
+
+/* What the library itself defines goes with the library. */
+#ifdef ZT_BUILDING_LIBRARY
+#define ZT_LEAVE_WITH_CODE(C)
+#else
+/** Has a class leave the registry with the code that defines it: behind the other destructors of that code,
+ *  which may still release objects of the class. */
+#define ZT_LEAVE_WITH_CODE(C)                                         \
+  __attribute__((destructor(101))) static void C##Class_leave(void) { \
+    ztOOP_leaveRegistry(&C##Class_Description);                       \
+  }
+#endif
+
 /**
  * Defines class C, of version 1 and without class functions of its own.
  * @param C            the class, declared with ZT_DECLARE_CLASS
- * @param Parent       its parent class
+ * @param Parent       its parent class, with whose lists those of C begin; else a compile error that names the
+ *                     list
  * @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or
  *                     overrides with ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD
  */
@@ -209,18 +251,20 @@ ZT_END_C
  * @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up
  */
 #define ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, classVersion, Functions, functionsFill)              \
+  ZT_BEGINS_WITH(C##_FIELDS, Parent##_FIELDS, #C "_FIELDS must begin with " #Parent "_FIELDS");           \
+  ZT_BEGINS_WITH(C##_METHODS, Parent##_METHODS, #C "_METHODS must begin with " #Parent "_METHODS");       \
   const uint32_t C##_version_ = (classVersion);                                                           \
   const char *const C##_classname_ = #C;                                                                  \
   static C##Methods C##Class_VTable;                                                                      \
   static Functions C##Class_CTable;                                                                       \
   static ztClass C##Class_Inst = {NULL, 0, 0, NULL, 0, 0, &C##Class_CTable, &C##Class_VTable};            \
   static ztClassState C##Class_State;                                                                     \
-  static void C##Class_fillMethods(void *methods) {                                                       \
-    ((C##Methods *)methods)->Allocator = C##Allocator;                                                    \
-    methodsFill((C##Methods *)methods);                                                                   \
+  static void C##Class_fillMethods(void *C##Class_table) {                                                \
+    ((C##Methods *)C##Class_table)->Allocator = C##Allocator;                                             \
+    methodsFill((C##Methods *)C##Class_table);                                                            \
   }                                                                                                       \
-  static void C##Class_fillFunctions(void *functions) {                                                   \
-    functionsFill((Functions *)functions);                                                                \
+  static void C##Class_fillFunctions(void *C##Class_table) {                                              \
+    functionsFill((Functions *)C##Class_table);                                                           \
   }                                                                                                       \
   static const ztClassDescription C##Class_Description = {                                                \
       &C##Class_Inst,                                                                                     \
@@ -235,6 +279,7 @@ ZT_END_C
       C##Class_fillFunctions,                                                                             \
       {C##_newop, C##_ctor, C##InitTable, NULL, C##Version, C##ClassName, C##IsClass, C##IsClassOf, NULL, \
        NULL}};                                                                                            \
+  ZT_LEAVE_WITH_CODE(C)                                                                                   \
   ztClass *C##Class_Instance(void) {                                                                      \
     return &C##Class_Inst;                                                                                \
   }                                                                                                       \
@@ -304,7 +349,8 @@ ZT_END_C
  *    any, is not released; returns the target. The target takes the source's class and reference
  *    count. NULL when it cannot: the target then owns nothing, so an override that fails after its
  *    parent's `clone` has the parent's `destroy` release what that made.
- *  - `assign`: takes over the contents of another object of the class, 1 or 0; 0 without another.
+ *  - `assign`: takes over the contents of another object of the class, 1 or 0. ztBaseClass has no contents
+ *    to take over: 1, also without another.
  *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract where a class has no order.
  *  - `destroy`: releases what the object owns, never the object's own memory.
  *  - `read`, `write`: the object's data from and to a ztFile, 1 or 0.

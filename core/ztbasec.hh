@@ -22,9 +22,13 @@ void *ztCopyObject(const void *source);
 // cannot be cloned; the target then owns nothing and must not be destroyed.
 void *ztCloneOnto(const void *source, void *target);
 
+// Whether a class is the other one or descends from it; a NULL class is not.
+bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
+
 // Has an object take over the contents of another one that may be of another class: with the `assign` of
-// the nearest class that both are of, since the target's own may look at what the other does not have. The
-// result of that, or 0 where there is no such class.
+// the nearest class that both are of, since the target's own may look at what the other does not have. A
+// host's own `assign` is called whatever the other is, and is to look at it. The result of that, or 0 where
+// there is no such class.
 int32_t ztAssignCommon(void *target, const void *source);
 
 #endif

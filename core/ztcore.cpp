@@ -52,20 +52,23 @@
 #include "tags/zttag.h"
 #include "tags/zttagattr.h"
 
+#include <unistd.h>
+
 namespace {
 
 struct LibraryClass {
   const char *name;
   const char *freeName;  // what ztcoreClassFree calls it
   ztCtor ctor;
+  ztClass *(*instance)();
 };
 
 }  // namespace
 
 // One class a line.
 // clang-format off
-#define CLASS(C) {#C, #C, C##_ctor}
-#define PROPERTY_TYPE(C, freeName) {#C, freeName, C##_ctor}
+#define CLASS(C) {#C, #C, C##_ctor, C##Class_Instance}
+#define PROPERTY_TYPE(C, freeName) {#C, freeName, C##_ctor, C##Class_Instance}
 
 // In the order of registration. The property types go under the names that properties are declared
 // with: six of these name no class, and "ztString" frees the string class early.
@@ -147,23 +150,43 @@ void ztcoreClassFree(void) {
   for (const LibraryClass &libraryClass : libraryClasses) ztFreeClass(libraryClass.freeName);
 }
 
+bool ztcoreIsLibraryClass(const ztClass *klass) {
+  for (const LibraryClass &libraryClass : libraryClasses) {
+    if (libraryClass.instance() == klass) return true;
+  }
+  return false;
+}
+
 void ztcoreReleaseShared() {
   ztReleaseStaticProperties();
   ztReleasePropertyTypes();
   ztReleaseScratchString();
 }
 
+void ztcoreForgetClass(const ztClass *klass) {
+  ztForgetStaticProperties(klass);
+  ztForgetPropertyType(klass);
+}
+
+static pid_t loadedBy;
+
 __attribute__((constructor)) void ztcore_lnx_init(void) {
   ztKeepLocksAcrossFork();
   ztReadChecks();
+  loadedBy = getpid();
   ztLc_log("Zentova - Loading library: %s\n", "ztcore");
   ztOOP_Init("zentova");
   ztcoreClassInit();
 }
 
 __attribute__((destructor)) void ztcore_lnx_free(void) {
-  ztLc_log("Zentova - Freeing library: %s\n", "ztcore");
+  if (loadedBy == getpid()) ztLc_log("Zentova - Freeing library: %s\n", "ztcore");
   ztcoreClassFree();
   ztOOP_releaseAfterStop();
+}
+
+// Behind the clean-up, which where the library is linked runs after the function above, and whose hooks may
+// need what threads have.
+__attribute__((destructor(101))) static void releaseLast() {
   ztReleaseThreads();
 }

@@ -4,9 +4,11 @@ constinit ztLock ztEngineLock;
 constinit ztLock ztTablesLock;
 constinit ztLock ztMemoryLock;
 constinit ztLock ztLogLock;
+constinit ztLock ztIdLock;
 constinit ztLock ztThreadsLock;
 
-static ztLock *const inOrder[] = {&ztEngineLock, &ztTablesLock, &ztMemoryLock, &ztLogLock, &ztThreadsLock};
+static ztLock *const inOrder[] = {&ztEngineLock, &ztTablesLock, &ztMemoryLock,
+                                  &ztLogLock,    &ztIdLock,     &ztThreadsLock};
 
 static void takeAll() {
   for (ztLock *lock : inOrder) pthread_mutex_lock(&lock->mutex);

@@ -11,10 +11,13 @@ struct ztLock {
 };
 
 // Holds a lock for as long as the scope lasts. While the process has one thread there is nothing to lock
-// out, and the lock is not taken.
+// out, and the lock is not taken; it is where functions of a host's run, for those may start threads.
 class ztLocked {
  public:
-  explicit ztLocked(ztLock &wanted) : lock(__libc_single_threaded ? nullptr : &wanted) {
+  enum Contents { ownCode, hostsCode };
+
+  explicit ztLocked(ztLock &wanted, Contents contents = ownCode)
+      : lock(__libc_single_threaded && contents == ownCode ? nullptr : &wanted) {
     if (lock != nullptr) pthread_mutex_lock(&lock->mutex);
   }
   ~ztLocked() {
@@ -31,7 +34,8 @@ class ztLocked {
 extern ztLock ztEngineLock;   // the registry, the filling of classes, static properties, property types
 extern ztLock ztTablesLock;   // tables that know objects by address or number: leaf of those above
 extern ztLock ztMemoryLock;   // the records of the tracking form
-extern ztLock ztLogLock;      // the log file, and the lines that go to standard output
+extern ztLock ztLogLock;      // the log file
+extern ztLock ztIdLock;       // the C library's random numbers, between seeding and drawing
 extern ztLock ztThreadsLock;  // the list of what threads own
 
 // Sees to it that a child of `fork` finds every lock free. Called once, when the library is loaded.

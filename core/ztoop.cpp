@@ -1,16 +1,21 @@
 #include "core/ztoop.h"
 
 #include "core/ztbasec.h"
+#include "core/ztbasec.hh"
 #include "core/ztcore.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "support/ztcutils.h"
 
+#include <dlfcn.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
+#include <unistd.h>
 
 ZT_PIN_FIELD(ztClassEntry, ctor, 104);
 ZT_PIN_FIELD(ztClassEntry, classDestroy, 112);
@@ -124,10 +129,12 @@ uint32_t hashOf(const char *name, size_t length) {
 
 // The registry ------------------------------------------------------------------------------------
 
-// Plain data: the tear-down has two ends, and no destructor may run between them.
+// Plain data: the tear-down has two ends, and no destructor may run between them. All of it is read and
+// written with ztEngineLock held.
 static ztClassEntry *classlist;
 static int32_t classcount;
 static int32_t inited;
+static pid_t startedBy;  // the process that started the engine; a child of `fork` is another one
 static NameIndex<&IndexedEntry::byName> nameIndex;
 static NameIndex<&IndexedEntry::byClass> classIndex;
 static uint32_t listChanges;  // raised whenever the list changes, so that a walk can tell
@@ -137,13 +144,11 @@ static IndexedEntry *indexed(ztClassEntry *entry) {
   return reinterpret_cast<IndexedEntry *>(entry);
 }
 
-// Names are looked up as they are kept: cut to what an entry holds.
+// A name of which no entry can hold the whole finds none.
 static IndexedEntry *findEntry(const char *name) {
   if (name == nullptr) return nullptr;
-  const size_t length = strnlen(name, nameLength);
-  return nameIndex.find(hashOf(name, length), [=](const ztClassEntry &entry) {
-    return strncmp(entry.name, name, nameLength) == 0;
-  });
+  return nameIndex.find(hashOf(name, strlen(name)),
+                        [=](const ztClassEntry &entry) { return strcmp(entry.name, name) == 0; });
 }
 
 static void attach(IndexedEntry *entry) {
@@ -168,9 +173,17 @@ static const char *classNameOf(const ztClassEntry &entry) {
   return name == nullptr ? "" : name;
 }
 
+bool ztOOP_isNameTaken(const char *name) {
+  const ztLocked locked(ztEngineLock);
+  char kept[sizeof(ztClassEntry::name)];
+  ztCopyText(kept, name);
+  return findEntry(kept) != nullptr;
+}
+
 int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy) {
   if (prototype == nullptr || name == nullptr || ctor == nullptr) return 0;
-  if (findEntry(name) != nullptr) return 0;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  if (ztOOP_isNameTaken(name)) return 0;
   auto *entry = static_cast<IndexedEntry *>(ztm_alloc(sizeof(IndexedEntry)));
   if (entry == nullptr) return 0;
   if (!ztCopyText(entry->entry.name, name)) {
@@ -194,6 +207,7 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
 }
 
 void ztOOP_ensureRegistered(const char *name, ztCtor ctor) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   if (ztOOP_isClassRegistered(name)) return;
   // The first object of a class fills the class and registers it. Not created it is no more than a
   // header, so that the class can be used whatever becomes of the registration.
@@ -207,29 +221,39 @@ void ztOOP_ensureRegistered(const char *name, ztCtor ctor) {
 }
 
 int32_t ztOOP_isClassRegistered(const char *name) {
+  const ztLocked locked(ztEngineLock);
   return findEntry(name) != nullptr;
 }
 
 ztClass *ztOOP_findClass(const char *name) {
   if (name == nullptr) return nullptr;
+  const ztLocked locked(ztEngineLock);
   const IndexedEntry *found = classIndex.find(hashOf(name, strlen(name)), [=](const ztClassEntry &entry) {
     return strcmp(classNameOf(entry), name) == 0;
   });
   return found == nullptr ? nullptr : ztOOP_classOf(found->entry.prototype);
 }
 
-void *ztNewFromName(const char *name) {
+static ztCtor findCtor(const char *name) {
+  const ztLocked locked(ztEngineLock);
   const IndexedEntry *found = findEntry(name);
-  if (found != nullptr) return found->entry.ctor(nullptr, 1);
+  return found == nullptr ? nullptr : found->entry.ctor;
+}
+
+void *ztNewFromName(const char *name) {
+  const ztCtor ctor = findCtor(name);
+  if (ctor != nullptr) return ctor(nullptr, 1);
   ztLc_log("ztOOP::ztNewFromName - Error, class '%s' not installed\n", name == nullptr ? "(null)" : name);
   return nullptr;
 }
 
 const ztClassEntry *ztOOP_classList(void) {
+  const ztLocked locked(ztEngineLock);
   return classlist;
 }
 
 int32_t ztOOP_classCount(void) {
+  const ztLocked locked(ztEngineLock);
   return classcount;
 }
 
@@ -261,14 +285,18 @@ static void freeEntry(IndexedEntry *entry) {
   ztm_free(entry);
 }
 
-void ztFreeClass(const char *name) {
-  IndexedEntry *entry = findEntry(name);
+static void freeClass(IndexedEntry *entry) {
   if (entry == nullptr || entry->beingFreed) return;
   entry->beingFreed = true;
   callInstanceDestroy(entry);
   callClassDestroy(entry);
   detach(entry);
   freeEntry(entry);
+}
+
+void ztFreeClass(const char *name) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  freeClass(findEntry(name));
 }
 
 static void destroyAllInstances() {
@@ -291,13 +319,46 @@ static void freeAllClasses() {
   }
 }
 
+// Code that is unloaded ---------------------------------------------------------------------------
+
+// The program's own code is never unloaded. At the end of the process its destructors run ahead of the
+// clean-up, which is to find its classes.
+static bool isOfProgram(const void *data) {
+  Dl_info where;
+  Dl_info program;
+  return dladdr(data, &where) != 0 &&
+         dladdr(reinterpret_cast<const void *>(getauxval(AT_ENTRY)), &program) != 0 &&
+         where.dli_fbase == program.dli_fbase;
+}
+
+// The newest entry of a class or of one that descends from it.
+static IndexedEntry *findEntryOf(const ztClass *klass) {
+  for (ztClassEntry *entry = classlist; entry != nullptr; entry = entry->next) {
+    if (!indexed(entry)->beingFreed && ztIsWithin(ztOOP_classOf(entry->prototype), klass)) {
+      return indexed(entry);
+    }
+  }
+  return nullptr;
+}
+
+void ztOOP_leaveRegistry(const ztClassDescription *description) {
+  if (isOfProgram(description)) return;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  // What runs later in the same library may still make objects of the class.
+  __atomic_store_n(&description->state->registrationTried, 1, __ATOMIC_RELEASE);
+  while (IndexedEntry *entry = findEntryOf(description->klass)) freeClass(entry);
+  ztcoreForgetClass(description->klass);
+}
+
 // Start and clean-up ------------------------------------------------------------------------------
 
 int32_t ztOOP_Init(const char *baseName) {
   static bool exitHandlerInstalled;
+  const ztLocked locked(ztEngineLock);
   if (inited) return 1;
   if (!exitHandlerInstalled) exitHandlerInstalled = atexit(ztOOP_CleanUp) == 0;
   inited = 1;
+  startedBy = getpid();
   if (baseName != nullptr) ztLc_openLogFile(ztCu_fmtMsg("%s.log", baseName));
   ztLc_log("# Zentova OOP Engine started - Version %s\n", "1.0.10");
   ztLc_log("# An object engine for procedural programs\n");
@@ -306,17 +367,20 @@ int32_t ztOOP_Init(const char *baseName) {
 }
 
 void ztOOP_CleanUp(void) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   // A hook that asks for the clean-up has its own class's release, at least, still under way.
   if (!inited || releasing) return;
-  ztLc_log("Cleaning up the system...\n");
+  const bool isTold = startedBy == getpid();
+  if (isTold) ztLc_log("Cleaning up the system...\n");
   freeAllClasses();
   ztcoreReleaseShared();
-  ztLc_log("Cleaning done\n");
+  if (isTold) ztLc_log("Cleaning done\n");
   ztLc_closeLogFile();
   inited = 0;
 }
 
 void ztOOP_releaseAfterStop() {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   if (inited || releasing) return;
   freeAllClasses();
   ztcoreReleaseShared();

@@ -13,7 +13,12 @@
  *     a direct call of its `destroy`, never with `unRef`.
  *  5. Texts are zero-terminated bytes. A text handed to the library stays the caller's; a text that
  *     it returns stays the library's. A text longer than the buffer it goes into is cut to fit.
- *  6. The engine has no locks: one process uses it from one thread.
+ *  6. An object, and all that is connected to it or owned by it, is used by one thread at a time, and may
+ *     be handed on to another one. Different threads may use different objects at the same time: what the
+ *     process has once (the registry, the tables of classes, the property types, the log, the records of
+ *     the memory manager, counters) is locked inside, and a text that a function returns in a buffer of its
+ *     own is in a buffer of the calling thread's. The hooks of a class run while the registry is locked: they
+ *     may use the engine, but not wait for a thread that does.
  */
 #ifndef ZT_CORE_ZTOOP_H
 #define ZT_CORE_ZTOOP_H
@@ -79,10 +84,11 @@ typedef struct ztClassEntry {
  * Calls `classInstanceCreate` of the prototype's class when the entry is in place.
  * @param prototype     an object of the class made with create flag 0; the registry owns it when the
  *                      result is 1, and releases it with ztm_free()
- * @param name          copied, cut to 103 characters
+ * @param name          copied, cut to 103 characters (with a line in the log): the class is known by what is
+ *                      kept, and a longer name finds nothing
  * @param ctor          used by ztNewFromName()
  * @param classDestroy  called with the prototype when the class is freed; may be NULL
- * @return 1; 0 when the name is registered already (nothing changes), when memory is exhausted, or
+ * @return 1; 0 when what is kept of the name is registered already (nothing changes), when memory is exhausted, or
  *         when one of the first three arguments is NULL
  */
 ZT_API int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy);
@@ -126,7 +132,10 @@ ZT_API int32_t ztOOP_classCount(void);
 ZT_API int32_t ztOOP_Init(const char *baseName);
 
 /** Frees every registered class and closes the log. Runs by itself when the process ends; a host may
- *  call it earlier, once or twice. Classes stay usable by their functions, but no longer by name. */
+ *  call it earlier, once or twice. Classes stay usable by their functions, but no longer by name.
+ *
+ *  A child of `fork` has all that its parent had, and releases it when it ends; of that it logs nothing,
+ *  since the start was its parent's. An engine that it stops and starts itself is its own. */
 ZT_API void ztOOP_CleanUp(void);
 
 /** Logs "zt_assert: %s\n" with @p message when @p condition is 0; never stops the program. */

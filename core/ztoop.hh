@@ -4,6 +4,9 @@
 
 #include "core/ztoop.h"
 
+// Tells whether ztAddNewClass would refuse a name: one that is too long counts as what would be kept of it.
+bool ztOOP_isNameTaken(const char *name);
+
 // Registers a class where its name is not.
 void ztOOP_ensureRegistered(const char *name, ztCtor ctor);
 

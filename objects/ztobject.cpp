@@ -79,6 +79,29 @@ void ztReleaseStaticProperties() {
   while (staticMapOwners != nullptr) releaseStaticMap(staticMapOwners->klass);
 }
 
+static bool hasTypeWithin(const ztPropertyMap *map, const ztClass *klass) {
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  auto *item = static_cast<ztMapItem *>(methods->first(&walk, map));
+  while (item != nullptr && !ztIsWithin(static_cast<const ztProperty *>(item->value)->type, klass)) {
+    item = static_cast<ztMapItem *>(methods->next(&walk));
+  }
+  methods->destroy(&walk);
+  return item != nullptr;
+}
+
+void ztForgetStaticProperties(const ztClass *klass) {
+  StaticMapOwner *owner = staticMapOwners;
+  while (owner != nullptr) {
+    ztClass *owning = owner->klass;
+    owner = owner->next;
+    if (ztIsWithin(owning, klass) || hasTypeWithin(tableOf(owning)->staticProperties, klass)) {
+      releaseStaticMap(owning);
+    }
+  }
+}
+
 static bool giveStaticMap(ztClass *klass) {
   releaseStaticMap(klass);
   auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));

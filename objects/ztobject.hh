@@ -75,4 +75,8 @@ void ztDeclarationLost();
 // Releases the static properties of every class; each class's are made again when they are needed.
 void ztReleaseStaticProperties();
 
+// Releases those of a class whose code is about to be unloaded, of the classes that descend from it, and
+// those that have a property of such a class's type.
+void ztForgetStaticProperties(const ztClass *klass);
+
 #endif

@@ -133,6 +133,13 @@ static ztClass *propertyGetPropertyTypeClass(const void *, const char *typeClass
   return static_cast<ztClass *>(ztFindByName(propertyTypes, typeClassName));
 }
 
+void ztForgetPropertyType(const ztClass *klass) {
+  // A type is known under the name of its class.
+  if (ztFindByName(propertyTypes, klass->name) != klass) return;
+  const StringView key(klass->name);
+  ztPropertyTypeMap_of(propertyTypes)->pop(propertyTypes, key.get());
+}
+
 static int32_t propertyRegisterNewType(const void *, const char *typeClassName) {
   ztClass *known = propertyGetPropertyTypeClass(nullptr, typeClassName);
   // A class that is registered later can still become known under its name.

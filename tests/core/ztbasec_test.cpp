@@ -351,7 +351,7 @@ TEST(BaseClass, OperationsTakeNull) {
   EXPECT_EQ(methods->clone(object, nullptr), nullptr);
   EXPECT_EQ(methods->create(nullptr), 0);
   EXPECT_EQ(methods->assign(nullptr, object), 0);
-  EXPECT_EQ(methods->assign(object, nullptr), 0);
+  EXPECT_EQ(methods->assign(nullptr, nullptr), 0);
   EXPECT_EQ(methods->read(nullptr, nullptr), 0);
   EXPECT_EQ(methods->write(nullptr, nullptr), 0);
   methods->destroy(nullptr);
@@ -887,7 +887,7 @@ class Renamed {
     EXPECT_EQ(ztAddNewClass(prototype, name.c_str(), Alias_ctor, nullptr), 1);
   }
   ~Renamed() {
-    ztFreeClass(name.c_str());
+    ztFreeClass(name.substr(0, 103).c_str());
     AliasClass_Instance()->name = Alias_classname_;
   }
   Renamed(const Renamed &) = delete;

@@ -139,15 +139,33 @@ TEST(Registry, CutsANameThatIsTooLong) {
   CapturedLog log;
   EXPECT_EQ(ztOOP_classList()->name, longest);
   EXPECT_EQ(addClass(longest + "m"), 0);  // cut, it is the same name
-  EXPECT_TRUE(ztOOP_isClassRegistered((longest + "xyz").c_str()));
   ztFreeClass(longest.c_str());
 
   ASSERT_EQ(addClass(longest + std::string(5000, 'n')), 1);
   EXPECT_EQ(ztOOP_classList()->name, longest);
   EXPECT_EQ(log.file(), "ztOOP::ztAddNewClass - Warning, class name cut to '" + longest + "'\n");
   EXPECT_TRUE(ztOOP_isClassRegistered(longest.c_str()));
-  ztFreeClass((longest + "n").c_str());
+  EXPECT_EQ(addClass(longest + "o"), 0);
+  ztFreeClass(longest.c_str());
   EXPECT_FALSE(ztOOP_isClassRegistered(longest.c_str()));
+}
+
+TEST(Registry, ComparesANameThatIsTooLongAsAWhole) {
+  const std::string kept(103, 'w');
+  const std::string asked = kept + "1234567";
+  CapturedLog log;
+  ASSERT_EQ(addClass(kept), 1);
+  EXPECT_FALSE(ztOOP_isClassRegistered(asked.c_str()));
+  EXPECT_EQ(ztNewFromName(asked.c_str()), nullptr);
+  ztFreeClass(asked.c_str());
+  EXPECT_TRUE(ztOOP_isClassRegistered(kept.c_str()));
+  ztFreeClass(kept.c_str());
+
+  ASSERT_EQ(addClass(asked), 1);  // what is kept of it is what it is known by
+  EXPECT_FALSE(ztOOP_isClassRegistered(asked.c_str()));
+  EXPECT_TRUE(ztOOP_isClassRegistered(kept.c_str()));
+  ztFreeClass(kept.c_str());
+  EXPECT_FALSE(ztOOP_isClassRegistered(kept.c_str()));
 }
 
 TEST(Registry, TakesNull) {
