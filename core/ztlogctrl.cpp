@@ -1,11 +1,17 @@
 #include "core/ztlogctrl.h"
 
+#include "core/ztlock.hh"
+
+#include <errno.h>
+#include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-// The engine's own log file; NULL while none is open.
-static FILE *flog;
+// The engine's own log file; -1 while none is open.
+static int flog = -1;
 
 namespace {
 
@@ -103,31 +109,88 @@ void printAsFormat(const char *text) {
 
 }  // namespace
 
+static int openUninterrupted(const char *path) {
+  // Closed in the programs that the host starts, whose descriptors are not ours to hand out. Each text goes
+  // behind what other processes wrote meanwhile.
+  const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+  int file;
+  do {
+    file = open(path, flags, 0666);
+  } while (file < 0 && errno == EINTR);
+  return file;
+}
+
+// A host that closed its standard streams opens files of its own in their places, and prints into them.
+static int awayFromStandardStreams(int file) {
+  if (file > STDERR_FILENO) return file;
+  const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  close(file);
+  return moved;
+}
+
+static bool emptyUninterrupted(int file) {
+  int result;
+  do {
+    result = ftruncate(file, 0);
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
+}
+
+// Opening a pipe or a device may wait, or do something already.
+static bool isOtherThanFile(const char *path) {
+  struct stat found;
+  return stat(path, &found) == 0 && !S_ISREG(found.st_mode);
+}
+
+static bool isFile(int file) {
+  struct stat found;
+  return fstat(file, &found) == 0 && S_ISREG(found.st_mode);
+}
+
 int32_t ztLc_openLogFile(const char *path) {
-  if (flog != nullptr) return 1;
-  if (path == nullptr) return 0;
-  // Closed in the programs that the host starts, whose descriptors are not ours to hand out.
-  flog = fopen(path, "we");
-  return flog != nullptr;
+  const ztLocked locked(ztLogLock);
+  if (flog >= 0) return 1;
+  if (path == nullptr || isOtherThanFile(path)) return 0;
+  const int file = openUninterrupted(path);
+  if (file < 0) return 0;
+  if (isFile(file) && emptyUninterrupted(file)) {
+    flog = awayFromStandardStreams(file);
+    return flog >= 0;
+  }
+  close(file);
+  return 0;
+}
+
+// In one write, which another process does not come between.
+static void writeToFile(const char *text) {
+  const ztLocked locked(ztLogLock);
+  size_t left = strlen(text);
+  while (flog >= 0 && left > 0) {
+    const ssize_t written = write(flog, text, left);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;
+    text += written;
+    left -= static_cast<size_t>(written);
+  }
 }
 
 void ztLc_log(const char *format, ...) {
-  static char text[textSize];
   if (format == nullptr) return;
+  char text[textSize];
   va_list arguments;
   va_start(arguments, format);
   vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
 
+  // A text with conversions is printed in pieces.
+  flockfile(stdout);
   printAsFormat(text);
-  if (flog != nullptr) {
-    fputs(text, flog);
-    fflush(flog);
-  }
+  funlockfile(stdout);
+  writeToFile(text);
 }
 
 void ztLc_closeLogFile(void) {
-  if (flog == nullptr) return;
-  fclose(flog);
-  flog = nullptr;
+  const ztLocked locked(ztLogLock);
+  if (flog >= 0) close(flog);
+  flog = -1;
 }

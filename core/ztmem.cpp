@@ -1,6 +1,7 @@
 #include "core/ztmem.h"
 
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/zttext.hh"
 
@@ -11,7 +12,8 @@ ZT_PIN_FIELD(ztMemBlock, type, 536);
 ZT_PIN_FIELD(ztMemBlock, next, 640);
 ZT_PIN_FIELD(ztMemBlock, prev, 648);
 
-// The records form a doubly linked list; each counts once in m_nblocks and with its size in m_totalmem.
+// The records form a doubly linked list; each counts once in m_nblocks and with its size in m_totalmem. All
+// of it is read and written with ztMemoryLock held.
 static ztMemBlock *m_head;
 static uint32_t m_totalmem;  // unsigned, so that a sum past 31 bits wraps
 static int32_t m_nblocks;
@@ -32,6 +34,7 @@ void ztm_free(void *block) {
 }
 
 ztMemBlock *ztm_findblock(const void *block) {
+  const ztLocked locked(ztMemoryLock);
   ztMemBlock *record = m_head;
   while (record != nullptr && record->block != block) record = record->next;
   return record;
@@ -53,6 +56,7 @@ ztMemBlock *ztm_allocblock(void *block, int64_t size, const char *file, int64_t 
 void ztm_addblock(void *block, int64_t size, const char *file, int64_t line, const char *type) {
   ztMemBlock *record = ztm_allocblock(block, size, file, line, type);
   if (record == nullptr) return;
+  const ztLocked locked(ztMemoryLock);
   record->next = m_head;
   if (m_head != nullptr) m_head->prev = record;
   m_head = record;
@@ -61,6 +65,7 @@ void ztm_addblock(void *block, int64_t size, const char *file, int64_t line, con
 }
 
 int32_t ztm_removeblock(void *block) {
+  const ztLocked locked(ztMemoryLock);
   ztMemBlock *record = ztm_findblock(block);
   if (record == nullptr) return 0;
   if (record->prev != nullptr) {
@@ -78,11 +83,14 @@ int32_t ztm_removeblock(void *block) {
 void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const char *type) {
   void *block = malloc(static_cast<size_t>(size));
   ztm_addblock(block, size, file, line, type);
+  const ztLocked locked(ztMemoryLock);
   ++alloc_called;
   return block;
 }
 
 void *ztm_dbg_realloc(void *block, int64_t size) {
+  // Held until the record is right: the old address may be handed out again at once.
+  const ztLocked locked(ztMemoryLock);
   ztMemBlock *record = ztm_findblock(block);
   void *moved = realloc(block, static_cast<size_t>(size));
   if (record == nullptr) return moved;
@@ -92,10 +100,16 @@ void *ztm_dbg_realloc(void *block, int64_t size) {
   return moved;
 }
 
+static bool forgetFreed(void *block) {
+  const ztLocked locked(ztMemoryLock);
+  ++free_called;
+  return ztm_removeblock(block) != 0;
+}
+
 void ztm_dbg_free(void *block, const char *file, int64_t line) {
   if (block == nullptr) return;
-  ++free_called;
-  if (!ztm_removeblock(block)) {
+  // Ahead of the release, after which another thread may be given the address.
+  if (!forgetFreed(block)) {
     ztLc_log("WARNING: Trying to remove an invalid block: %X : %s, %d\n",
              static_cast<uint32_t>(reinterpret_cast<uintptr_t>(block)), file == nullptr ? "" : file,
              static_cast<int>(line));
@@ -105,6 +119,7 @@ void ztm_dbg_free(void *block, const char *file, int64_t line) {
 
 int32_t ztm_getmemstatus(ztMemStatus *status) {
   if (status == nullptr) return -1;
+  const ztLocked locked(ztMemoryLock);
   status->blocks = m_nblocks;
   status->bytes = static_cast<int32_t>(m_totalmem);
   status->first = m_head;
@@ -118,6 +133,7 @@ static void logBlock(const ztMemBlock &record) {
 }
 
 void ztm_dumpblocks(void) {
+  const ztLocked locked(ztMemoryLock);
   uint32_t unfreed = 0;
   ztLc_log("\n# MEMORY LOG\n");
   if (m_head != nullptr) {

@@ -8,9 +8,8 @@
 // The buffers of the functions whose result the next call overwrites, and the scratch string. Too large for
 // the space that threads have for libraries, and so made when a thread first needs one of them.
 struct ztThreadBlock {
-  ztThreadBlock *next;  // in the list of all
-  void *scratchString;  // of ztString's newString; NULL until it is used; owned
-  char logText[512];
+  ztThreadBlock *next;   // in the list of all
+  void *scratchString;   // of ztString's newString; NULL until it is used; owned
   char message[512];     // ztCu_fmtMsg
   char mappedCase[512];  // ztCu_sToLower, ztCu_sToUpper
   char madePath[512];    // ztCu_makePath

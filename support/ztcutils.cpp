@@ -1,6 +1,8 @@
 #include "support/ztcutils.h"
 
+#include "core/ztlock.hh"
 #include "core/zttext.hh"
+#include "core/ztthread.hh"
 #include "support/ztpath.hh"
 
 #include <ctype.h>
@@ -27,6 +29,8 @@ int32_t ztCu_round(double value) {
 
 int32_t ztCu_genUniqueId(void) {
   static uint32_t calls;
+  // Nothing comes between seeding and drawing, nor between the calls of two threads.
+  const ztLocked locked(ztIdLock);
   const auto now = static_cast<uint32_t>(time(nullptr));
   srand(now);
   ++calls;
@@ -36,7 +40,7 @@ int32_t ztCu_genUniqueId(void) {
 // Text --------------------------------------------------------------------------------------------
 
 const char *ztCu_fmtMsg(const char *format, ...) {
-  static char text[512];
+  char(&text)[512] = ztBlockOfThread()->message;
   // Formatted aside first: an argument may be the result of an earlier call.
   char fresh[sizeof text] = "";
   if (format != nullptr) {
@@ -50,7 +54,7 @@ const char *ztCu_fmtMsg(const char *format, ...) {
 }
 
 static const char *mapCharacters(const char *text, int (*mapping)(int)) {
-  static char mapped[512];
+  char(&mapped)[512] = ztBlockOfThread()->mappedCase;
   ztCopyText(mapped, text);
   for (char *c = mapped; *c != '\0'; ++c) *c = static_cast<char>(mapping(static_cast<unsigned char>(*c)));
   return mapped;
@@ -103,8 +107,7 @@ const char *ztMakePath(char (&kept)[ztPathSize], const char *directory, const ch
 }
 
 const char *ztCu_makePath(const char *directory, const char *name, char *out) {
-  static char path[ztPathSize];
-  return ztMakePath(path, directory, name, out);
+  return ztMakePath(ztBlockOfThread()->madePath, directory, name, out);
 }
 
 int32_t ztCu_expandEnvString(char *out, const char *in) {

@@ -5,7 +5,7 @@
  * Paths are built with "/"; when a path is taken apart, "/", "\" and ":" all separate. A buffer named
  * @c out belongs to the caller and holds at least 512 bytes; at most that many are written, and it may
  * be the buffer an argument stands in. A text that a function returns from a buffer of its own is valid
- * until that function is called again, and may be an argument of that call. Texts of more than 511
+ * until that function is called again by the same thread, and may be an argument of that call. Texts of more than 511
  * bytes are cut where they go into one of these buffers. A NULL text counts as empty unless the
  * function says otherwise.
  */
@@ -29,7 +29,8 @@ ZT_API int32_t ztCu_round(double value);
 /**
  * Makes an id from the time and the number of calls so far. The ids of one second differ, each by 1
  * from the one before; those of different seconds almost always do. They are not unique among
- * processes: two that have made as many ids make the same one in the same second.
+ * processes: two that have made as many ids make the same one in the same second. All threads of a process
+ * count together.
  *
  * Seeds the C library's `rand` with the time.
  */
@@ -39,7 +40,7 @@ ZT_API int32_t ztCu_genUniqueId(void);
 
 /**
  * Formats a text, at most 511 bytes of it.
- * @return the text, in a buffer of the library's that the next call overwrites; empty for a NULL format
+ * @return the text, in a buffer that the thread's next call overwrites; empty for a NULL format
  */
 ZT_API const char *ztCu_fmtMsg(const char *format, ...) __attribute__((format(printf, 1, 2)));
 

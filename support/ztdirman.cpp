@@ -1,5 +1,6 @@
 #include "support/ztdirman.h"
 
+#include "core/ztthread.hh"
 #include "support/ztcutils.h"
 #include "support/ztpath.hh"
 
@@ -15,26 +16,25 @@ int32_t ztDm_makeDir(const char *) {
 }
 
 const char *ztDm_getDirName(const char *path, char *out) {
-  static char name[ztPathSize];
+  char *name = ztBlockOfThread()->dirName;
   return ztHandOut(ztCu_fixDosPath(ztCopyPath(name, ztLastComponent(ztOrEmpty(path)))), out);
 }
 
 const char *ztDm_extractPath(const char *path, char *out) {
-  static char parent[ztPathSize];
+  char *parent = ztBlockOfThread()->parentPath;
   return ztHandOut(ztCopyParentPath(parent, ztOrEmpty(path), "/"), out);
 }
 
 const char *ztDm_makePath(const char *directory, const char *name, char *out) {
-  static char path[ztPathSize];
-  return ztMakePath(path, directory, name, out);
+  return ztMakePath(ztBlockOfThread()->joinedPath, directory, name, out);
 }
 
 // The current directory ---------------------------------------------------------------------------
 
 const char *ztDm_getCurrentDir(char *out) {
-  static char directory[ztPathSize];
+  char *directory = ztBlockOfThread()->currentDir;
   // A failed query may leave anything in the buffer.
-  if (getcwd(directory, sizeof directory) == nullptr) ztCopyPath(directory, "/");
+  if (getcwd(directory, ztPathSize) == nullptr) ztCopyPath(directory, "/");
   return ztHandOut(directory, out);
 }
 

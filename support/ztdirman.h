@@ -3,7 +3,8 @@
  * The directory manager: names of directories, the current directory, a walk over files.
  *
  * Buffers and NULL texts are as ztcutils.h has them: a buffer named @c out holds at least 512 bytes and
- * may be NULL; the result is then in a buffer of the function's own, which its next call overwrites.
+ * may be NULL; the result is then in a buffer of the function's own, which its next call by the same thread
+ * overwrites.
  */
 #ifndef ZT_SUPPORT_ZTDIRMAN_H
 #define ZT_SUPPORT_ZTDIRMAN_H
