@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <set>
 #include <sstream>
@@ -90,6 +91,40 @@ TEST(LinkedHost, GoesOnAfterTheLibrarysClassesWereFreed) {
   EXPECT_EQ(host.log(), banner + notInstalled("ztBaseClass") + "logged after\n" + ending);
 }
 
+TEST(LinkedHost, EndsInSilenceAsAChildOfFork) {
+  HostProcess host;
+  ASSERT_EQ(host.run("forked", {"exit"}), 0) << host.output();
+  EXPECT_EQ(host.output(), loading + banner + ending);
+  EXPECT_EQ(host.log(), banner + ending);
+}
+
+TEST(LinkedHost, LogsToItsParentsFileAsAChildOfFork) {
+  HostProcess host;
+  ASSERT_EQ(host.run("forked", {"talk"}), 0) << host.output();
+  EXPECT_EQ(host.log(), banner + "the child talks\nthe parent talks\n" + ending);
+}
+
+TEST(LinkedHost, LogsTheEndOfAnEngineThatAChildOfForkStarted) {
+  HostProcess host;
+  ASSERT_EQ(host.run("forked", {"restart"}), 0) << host.output();
+  EXPECT_EQ(contentsOf(host.folder.path("child.log")), banner + cleaning + cleaned);
+  EXPECT_EQ(host.log(), banner + ending);
+}
+
+TEST(LinkedHost, LogsWholeTextsThoughItsWritesAreInterrupted) {
+  HostProcess host;
+  ASSERT_EQ(host.run("interrupted"), 0) << host.output();
+  EXPECT_EQ(host.log(), banner + cleaning + cleaned);
+  EXPECT_EQ(contentsOf(host.folder.path("second.log")), banner + "a text of several writes\n" + ending);
+}
+
+TEST(LinkedHost, StartsBesideAPipeOfTheLogsName) {
+  HostProcess host;
+  ASSERT_EQ(mkfifo(host.folder.path("zentova.log").c_str(), 0600), 0);
+  ASSERT_EQ(host.run("log_texts", {"text"}), 0);
+  EXPECT_EQ(host.output(), loading + banner + "text\n" + ending);
+}
+
 // In the order of registration.
 constexpr const char *libraryClasses =
     "ztHashTableItem ztAvlIterator ztObject ztCharPropertyType ztCharPtrPropertyType ztIntPropertyType "
@@ -129,6 +164,35 @@ TEST(LinkedHost, FindsTheLibrarysClassesInTheirOrder) {
   std::erase_if(found, isEarly);
   std::erase_if(wanted, isEarly);
   EXPECT_EQ(found, wanted);
+}
+
+TEST(LinkedHost, FreesTheLibrarysClassesInTheirOrder) {
+  HostProcess host;
+  ASSERT_EQ(host.run("lifecycle", {"free-order"}), 0) << host.output();
+  // The list knows the property types by other names, and the string by one of these.
+  std::vector<std::string> expected;
+  for (const std::string &name : classNamesIn(libraryClasses)) {
+    const bool isPropertyType = name.size() > 14 && name.substr(name.size() - 12) == "PropertyType";
+    if (name == "ztStringPropertyType") expected.push_back("ztString");
+    if (!isPropertyType && name != "ztString") expected.push_back(name);
+  }
+  EXPECT_EQ(expected.size(), 55U);
+  EXPECT_EQ(classNamesIn(host.output()), expected);
+}
+
+TEST(LinkedHost, KeepsTheHooksOfClassesThatAreRegisteredAgain) {
+  HostProcess host;
+  EXPECT_EQ(host.run("lifecycle", {"hooks-again"}), 0) << host.output();
+}
+
+TEST(LinkedHost, NamesTheLogThroughTheMessageBuffer) {
+  HostProcess host;
+  EXPECT_EQ(host.run("lifecycle", {"log-name"}), 0) << host.output();
+}
+
+TEST(LinkedHost, CountsTheFirstIdentifierOfAProcessAsOne) {
+  HostProcess host;
+  EXPECT_EQ(host.run("lifecycle", {"first-id"}), 0) << host.output();
 }
 
 // A host that loads the library itself ----------------------------------------------------------

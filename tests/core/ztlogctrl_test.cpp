@@ -6,6 +6,13 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <sstream>
+#include <thread>
 
 namespace {
 
@@ -107,6 +114,123 @@ TEST(Log, FileIsNotHandedToProgramsThatTheHostStarts) {
   }
   EXPECT_EQ(found, 1);
   ztLc_closeLogFile();
+}
+
+TEST(Log, OpensNoPipeAndDoesNotWaitForOne) {
+  const TempFolder folder;
+  const std::string path = folder.path("pipe.log");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  ztLc_closeLogFile();
+  alarm(60);  // waiting ends the test program
+  EXPECT_EQ(ztLc_openLogFile(path.c_str()), 0);
+  const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
+  EXPECT_EQ(ztLc_openLogFile(path.c_str()), 0);
+  alarm(0);
+  close(reader);
+}
+
+TEST(Log, OpensNoDeviceNeitherDirectlyNorThroughALink) {
+  const TempFolder folder;
+  const std::string link = folder.path("link.log");
+  ASSERT_EQ(symlink("/dev/null", link.c_str()), 0);
+  ztLc_closeLogFile();
+  EXPECT_EQ(ztLc_openLogFile("/dev/null"), 0);
+  EXPECT_EQ(ztLc_openLogFile(link.c_str()), 0);
+}
+
+TEST(Log, OpensAFileThroughALink) {
+  const TempFolder folder;
+  const std::string path = folder.path("a.log");
+  const std::string link = folder.path("link.log");
+  ASSERT_EQ(symlink("a.log", link.c_str()), 0);
+  testing::internal::CaptureStdout();
+  ztLc_closeLogFile();
+  EXPECT_EQ(ztLc_openLogFile(link.c_str()), 1);
+  ztLc_log("text");
+  ztLc_closeLogFile();
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(contentsOf(path), "text");
+}
+
+TEST(Log, FileTakesThePlaceOfNoStandardStream) {
+  const TempFolder folder;
+  ztLc_closeLogFile();
+  const int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  EXPECT_EQ(ztLc_openLogFile(folder.path("a.log").c_str()), 1);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+  ztLc_closeLogFile();
+  if (input >= 0) {
+    dup2(input, STDIN_FILENO);
+    close(input);
+  }
+}
+
+TEST(Log, LeavesNoHoleInAFileThatAnotherEmptied) {
+  const TempFolder folder;
+  const std::string path = folder.path("a.log");
+  testing::internal::CaptureStdout();
+  ztLc_closeLogFile();
+  ASSERT_EQ(ztLc_openLogFile(path.c_str()), 1);
+  ztLc_log("a text that goes\n");
+  ASSERT_EQ(truncate(path.c_str(), 0), 0);
+  std::ofstream(path, std::ios::app) << "another's\n";
+  ztLc_log("ours\n");
+  ztLc_closeLogFile();
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(contentsOf(path), "another's\nours\n");
+}
+
+// How many of the file's lines consist of one letter throughout; -1 when one does not.
+int wholeLines(const std::string &path) {
+  std::istringstream lines(contentsOf(path));
+  int count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    if (line.size() != 400 || line != std::string(400, line[0])) return -1;
+  }
+  return count;
+}
+
+void logLines(char letter, int count) {
+  const std::string line(400, letter);
+  for (int i = 0; i < count; ++i) ztLc_log("%s\n", line.c_str());
+}
+
+TEST(Log, SplitsNoTextOfSeveralProcesses) {
+  const TempFolder folder;
+  const std::string path = folder.path("a.log");
+  testing::internal::CaptureStdout();
+  ztLc_closeLogFile();
+  ASSERT_EQ(ztLc_openLogFile(path.c_str()), 1);
+  const pid_t child = fork();
+  if (child == 0) {
+    // As a process does that was started by itself: it empties the file.
+    ztLc_closeLogFile();
+    ztLc_openLogFile(path.c_str());
+    logLines('c', 500);
+    _exit(0);
+  }
+  logLines('p', 500);
+  int status = -1;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  ztLc_closeLogFile();
+  testing::internal::GetCapturedStdout();
+  EXPECT_GE(wholeLines(path), 500);
+}
+
+TEST(Log, MixesNoTextsOfSeveralThreads) {
+  CapturedLog log;
+  std::thread other(logLines, 'b', 500);
+  logLines('a', 500);
+  other.join();
+  const std::string printed = log.output();
+  EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1000);
+  const TempFolder folder;
+  writeContents(folder.path("file"), log.file());
+  writeContents(folder.path("printed"), printed);
+  EXPECT_EQ(wholeLines(folder.path("file")), 1000);
+  EXPECT_EQ(wholeLines(folder.path("printed")), 1000);
 }
 
 TEST(Log, PrintsTheSystemsMessageForItsConversion) {

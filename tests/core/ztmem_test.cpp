@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include <random>
+#include <thread>
 #include <vector>
 
 static_assert(offsetof(ztMemBlock, block) == 0);
@@ -249,6 +250,32 @@ TEST(TrackedMemory, ResizesABlockAndItsRecord) {
   EXPECT_EQ(status().bytes, 5);
   EXPECT_EQ(callCounts(), counts);
   ztm_dbg_free(moved, "f.c", 4);
+}
+
+TEST(TrackedMemory, AResizedBlockKeepsItsPlace) {
+  std::vector<void *> blocks;
+  for (int i = 0; i < 3; ++i) blocks.insert(blocks.begin(), ztm_dbg_alloc(8, "f.c", i, "T"));
+  for (const size_t resized : {size_t{2}, size_t{1}, size_t{0}}) {
+    blocks[resized] = ztm_dbg_realloc(blocks[resized], 100000);
+    EXPECT_EQ(trackedBlocks(), blocks);
+  }
+  for (void *block : blocks) ztm_dbg_free(block, "f.c", 9);
+}
+
+TEST(TrackedMemory, StaysTrueWhileThreadsUseIt) {
+  const auto use = [] {
+    for (int i = 0; i < 500; ++i) {
+      void *block = ztm_dbg_alloc(10, "f.c", i, "T");
+      block = ztm_dbg_realloc(block, 20 + i);
+      ASSERT_NE(ztm_findblock(block), nullptr);
+      ztm_dbg_free(block, "f.c", i);
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) threads.emplace_back(use);
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_TRUE(trackedBlocks().empty());
+  EXPECT_EQ(status().bytes, 0);
 }
 
 TEST(TrackedMemory, ResizesAnUnknownBlockWithoutARecord) {

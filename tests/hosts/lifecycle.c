@@ -3,7 +3,10 @@
 
 #include "tests/hosts/check.h"
 
+#include <stdlib.h>
 #include <string.h>
+#include <time.h>
+#include <unistd.h>
 
 #define Lamp_FIELDS ztBaseClass_FIELDS
 #define Lamp_METHODS ztBaseClass_METHODS
@@ -126,6 +129,56 @@ static void freeLibraryClasses(void) {
   ztLc_log("logged after\n");
 }
 
+static void tellFreed(ztClass *klass) {
+  puts(klass->name);
+}
+
+/* Each class has a table of its own, whose hook tells when the class goes. */
+static void tellOrderOfFreeing(void) {
+  for (const ztClassEntry *entry = ztOOP_classList(); entry != NULL; entry = entry->next) {
+    ztBaseClassMethods *methods = ztOOP_classOf(entry->prototype)->methodTable;
+    methods->classInstanceDestroy = tellFreed;
+  }
+  ztcoreClassFree();
+  fflush(stdout);
+  _exit(failedChecks != 0); /* what the clean-up frees is not asked for */
+}
+
+/* The hooks of classes that are registered by the list, once more, are those of their tables. */
+static void keepHooksAgain(void) {
+  ztOOP_CleanUp();
+  CHECK(ztOOP_Init(NULL) == 1);
+  ztcoreClassInit();
+  int hooks = 0;
+  for (const ztClassEntry *entry = ztOOP_classList(); entry != NULL; entry = entry->next) {
+    const ztClassFunctions *functions = ztOOP_classOf(entry->prototype)->classTable;
+    CHECK(entry->classDestroy == functions->classDestroy);
+    hooks += entry->classDestroy != NULL;
+  }
+  CHECK(hooks == 3);
+}
+
+static void nameTheLog(void) {
+  const char *message = ztCu_fmtMsg("earlier");
+  ztOOP_CleanUp();
+  CHECK(ztOOP_Init("named") == 1);
+  CHECK(strcmp(message, "named.log") == 0);
+}
+
+/* The first identifier of a process counts 1; asked for within one second, what it is made of is known. */
+static void makeFirstId(void) {
+  time_t before = 0, after = 0;
+  uint32_t id = 0, calls = 0;
+  do {
+    before = time(NULL);
+    id = (uint32_t)ztCu_genUniqueId();
+    after = time(NULL);
+    ++calls;
+  } while (before != after);
+  srand((unsigned)before);
+  CHECK(id == (uint32_t)rand() + (uint32_t)before + calls);
+}
+
 static void tellFromTheOldest(const ztClassEntry *entry) {
   if (entry == NULL) return;
   tellFromTheOldest(entry->next);
@@ -141,9 +194,12 @@ int main(int argc, char **argv) {
     const char *name;
     void (*run)(void);
   } scenarios[] = {
-      {"early", cleanUpEarlyAndTwice}, {"again", startAgain},        {"stopped", registerWhileStopped},
-      {"init-twice", initTwice},       {"free", freeLibraryClasses}, {"list", listClasses},
-      {"end-in-hook", endInHook},
+      {"early", cleanUpEarlyAndTwice},   {"again", startAgain},
+      {"stopped", registerWhileStopped}, {"init-twice", initTwice},
+      {"free", freeLibraryClasses},      {"list", listClasses},
+      {"end-in-hook", endInHook},        {"free-order", tellOrderOfFreeing},
+      {"hooks-again", keepHooksAgain},   {"log-name", nameTheLog},
+      {"first-id", makeFirstId},
   };
   if (argc != 2) return 2;
   for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {

@@ -1,7 +1,11 @@
 #include "support/ztcutils.h"
 
+#include "tests/helpers/temp_folder.hh"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +13,8 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -160,7 +166,42 @@ TEST(Utilities, AnIdSeedsTheRandomGeneratorWithTheTime) {
       [&] { EXPECT_EQ(next, expected); });
 }
 
+TEST(Utilities, IdsOfOneSecondDifferAmongThreads) {
+  std::vector<uint32_t> ids;
+  withinOneSecond(
+      [&](time_t) {
+        std::vector<uint32_t> others;
+        std::thread other([&] {
+          for (int i = 0; i < 2000; ++i) others.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
+        });
+        ids.clear();
+        for (int i = 0; i < 2000; ++i) ids.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
+        other.join();
+        ids.insert(ids.end(), others.begin(), others.end());
+      },
+      [&] {
+        std::sort(ids.begin(), ids.end());
+        EXPECT_EQ(ids.size(), 4000U);
+        EXPECT_EQ(ids.back() - ids.front(), 3999U);
+        EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());
+      });
+}
+
 // Text --------------------------------------------------------------------------------------------
+
+TEST(Utilities, EveryThreadHasItsOwnBuffers) {
+  const char *message = ztCu_fmtMsg("ours");
+  const char *mapped = ztCu_sToUpper("ours");
+  const char *path = ztCu_makePath("our", "path", nullptr);
+  std::thread([] {
+    EXPECT_STREQ(ztCu_fmtMsg("theirs"), "theirs");
+    EXPECT_STREQ(ztCu_sToUpper("theirs"), "THEIRS");
+    EXPECT_STREQ(ztCu_makePath("their", "path", nullptr), "their/path");
+  }).join();
+  EXPECT_STREQ(message, "ours");
+  EXPECT_STREQ(mapped, "OURS");
+  EXPECT_STREQ(path, "our/path");
+}
 
 TEST(Utilities, FormatsAMessage) {
   EXPECT_STREQ(ztCu_fmtMsg("%s %d", "a", 5), "a 5");
@@ -198,6 +239,45 @@ TEST(Utilities, CaseFunctionsTakeEveryByte) {
   for (char &c : upper) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
   EXPECT_EQ(ztCu_sToLower(all.c_str()), lower);
   EXPECT_EQ(ztCu_sToUpper(all.c_str()), upper);
+}
+
+// A locale of one byte a character, in which letters beyond ASCII have a case. Made for the test, since few
+// systems have one.
+class LatinLocale {
+ public:
+  LatinLocale() {
+    const std::string command = "localedef --no-archive -i de_DE -f ISO-8859-1 '" +
+                                folder.path("de_DE.ISO-8859-1") + "' >'" + folder.path("said") + "' 2>&1";
+    isMade = system(command.c_str()) == 0;
+    setenv("LOCPATH", folder.path().c_str(), 1);
+    isSet = isMade && setlocale(LC_CTYPE, "de_DE.ISO-8859-1") != nullptr;
+    unsetenv("LOCPATH");
+  }
+  ~LatinLocale() {
+    setlocale(LC_CTYPE, "C");
+  }
+  LatinLocale(const LatinLocale &) = delete;
+  LatinLocale &operator=(const LatinLocale &) = delete;
+
+  bool isMade;
+  bool isSet;
+
+ private:
+  TempFolder folder;
+};
+
+TEST(Utilities, CaseFunctionsMapByTheLocale) {
+  const LatinLocale locale;
+  if (!locale.isMade) GTEST_SKIP() << "no definitions of locales here";
+  ASSERT_TRUE(locale.isSet);
+  EXPECT_STREQ(ztCu_sToLower("\xc4"
+                             "rger"),
+               "\xe4"
+               "rger");
+  EXPECT_STREQ(ztCu_sToUpper("\xe4"
+                             "rger"),
+               "\xc4"
+               "RGER");
 }
 
 TEST(Utilities, CaseFunctionsCutLongTexts) {

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -132,6 +133,25 @@ TEST(DirectoryNames, EachFunctionHasABufferOfItsOwn) {
   EXPECT_STREQ(made, "3/a");
   EXPECT_STREQ(common, "4/a");
   EXPECT_EQ(current, fs::current_path().string());
+}
+
+TEST(DirectoryNames, EveryThreadHasItsOwnBuffers) {
+  const char *name = ztDm_getDirName("our/name", nullptr);
+  const char *parent = ztDm_extractPath("our/name", nullptr);
+  const char *path = ztDm_makePath("our", "path", nullptr);
+  const std::string here = ztDm_getCurrentDir(nullptr);
+  const char *current = ztDm_getCurrentDir(nullptr);
+  std::thread([] {
+    EXPECT_STREQ(ztDm_getDirName("their/other", nullptr), "other");
+    EXPECT_STREQ(ztDm_extractPath("their/other", nullptr), "their");
+    EXPECT_STREQ(ztDm_makePath("their", "path", nullptr), "their/path");
+    char *buffer = const_cast<char *>(ztDm_getCurrentDir(nullptr));
+    buffer[0] = '?';
+  }).join();
+  EXPECT_STREQ(name, "name");
+  EXPECT_STREQ(parent, "our");
+  EXPECT_STREQ(path, "our/path");
+  EXPECT_EQ(current, here);
 }
 
 TEST(DirectoryNames, TakeEarlierResultsAsArguments) {

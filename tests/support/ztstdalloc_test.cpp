@@ -2,6 +2,7 @@
 
 #include "core/ztmem.h"
 #include "tests/helpers/abstract_slot.hh"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,32 @@ TEST_F(StdAllocator, IsNotTracked) {
   void *block = methods->allocate(allocator, 10);
   EXPECT_EQ(ztm_getmemstatus(&status), 0);
   EXPECT_EQ(ztm_findblock(block), nullptr);
+  methods->deallocate(allocator, block);
+}
+
+TEST_F(StdAllocator, DoesNotGoThroughTheMemoryManager) {
+  const int before = liveBlocks;
+  const bool asked = allocates([this] {
+    void *block = methods->allocate(allocator, 10);
+    block = methods->reallocate(allocator, block, 10, 100);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(malloc_usable_size(block) >= 100, true);
+    methods->deallocate(allocator, block);
+  });
+  EXPECT_FALSE(asked);
+  EXPECT_EQ(liveBlocks, before);
+}
+
+TEST_F(StdAllocator, HandsOutBlocksPastTwoGigabytes) {
+  constexpr uint64_t size = (uint64_t{1} << 31) + 4096;
+  auto *block = static_cast<char *>(methods->allocate(allocator, size));
+  ASSERT_NE(block, nullptr);
+  block[size - 1] = 'x';
+  EXPECT_GE(malloc_usable_size(block), size);
+  block = static_cast<char *>(methods->reallocate(allocator, block, 0, size + 4096));
+  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(block[size - 1], 'x');
+  EXPECT_GE(malloc_usable_size(block), size + 4096);
   methods->deallocate(allocator, block);
 }
 

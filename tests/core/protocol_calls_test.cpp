@@ -1,0 +1,258 @@
+// Which functions of a host's the protocol calls, in which order, and which it leaves out.
+#include "core/ztbasec.h"
+
+#include "containers/ztarray.h"
+#include "io/ztfile.h"
+#include "objects/ztroot.h"
+#include "tests/helpers/captured_log.hh"
+
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using Calls = std::vector<std::string>;
+
+Calls calls;
+
+void release(void *object) {
+  ztBaseClass_of(object)->unRef(object);
+}
+
+}  // namespace
+
+// A host's file --------------------------------------------------------------------------------------
+
+// Records what is asked of it; a write fails when it is the one that is told to, and every read of a number.
+#define Ledger_FIELDS \
+  ztFile_FIELDS       \
+  const char *failing;
+#define Ledger_METHODS ztFile_METHODS
+ZT_DECLARE_CLASS(Ledger)
+
+static int32_t ledgerCall(const void *file, const char *call) {
+  calls.push_back(call);
+  return strcmp(static_cast<const Ledger *>(file)->failing, call) != 0;
+}
+
+static int32_t ledgerWriteBuf(void *file, int32_t size, const void *) {
+  return ledgerCall(file, "writeBuf") ? size : 0;
+}
+
+static int32_t ledgerWriteInt(void *file, int32_t) {
+  return ledgerCall(file, "writeInt");
+}
+
+static int32_t ledgerReadBuf(void *file, int32_t size, void *buffer) {
+  memset(buffer, 0, static_cast<size_t>(size));
+  memcpy(buffer, "Nowhere", 7);
+  return ledgerCall(file, "readBuf") ? size : 0;
+}
+
+static int32_t ledgerReadInt(void *file, int32_t *number) {
+  *number = 1;
+  return ledgerCall(file, "readInt");
+}
+
+static void ledgerMethods(LedgerMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, writeBuf, ledgerWriteBuf);
+  ZT_OVERRIDE_METHOD(methods, writeInt, ledgerWriteInt);
+  ZT_OVERRIDE_METHOD(methods, readBuf, ledgerReadBuf);
+  ZT_OVERRIDE_METHOD(methods, readInt, ledgerReadInt);
+}
+
+ZT_DEFINE_CLASS(Ledger, ztFile, ledgerMethods)
+
+namespace {
+
+class IdentityCalls : public testing::Test {
+ protected:
+  IdentityCalls() {
+    Ledger_ctor(&ledger, 1);
+    ledger.failing = "";
+    calls.clear();
+  }
+  ~IdentityCalls() override {
+    Ledger_of(&ledger)->destroy(&ledger);
+  }
+
+  Ledger ledger;
+};
+
+TEST_F(IdentityCalls, WriteTheNameAndThenTheVersion) {
+  EXPECT_EQ(ztBaseClass_functions()->classWrite(nullptr, &ledger, &ledger), 1);
+  EXPECT_EQ(calls, (Calls{"writeBuf", "writeInt"}));
+}
+
+TEST_F(IdentityCalls, WriteNoVersionBehindANameThatFailed) {
+  ledger.failing = "writeBuf";
+  EXPECT_EQ(ztBaseClass_functions()->classWrite(nullptr, &ledger, &ledger), 0);
+  EXPECT_EQ(calls, (Calls{"writeBuf"}));
+}
+
+TEST_F(IdentityCalls, ReadTheVersionBeforeTheyLookTheNameUp) {
+  ledger.failing = "readInt";
+  CapturedLog log;
+  EXPECT_EQ(ztBaseClass_functions()->classRead(nullptr, &ledger), nullptr);
+  EXPECT_EQ(calls, (Calls{"readBuf", "readInt"}));
+  EXPECT_EQ(log.file(), "");  // the name is unknown, and nobody asked
+}
+
+TEST_F(IdentityCalls, ReadNoVersionBehindANameThatFailed) {
+  ledger.failing = "readBuf";
+  EXPECT_EQ(ztBaseClass_functions()->classRead(nullptr, &ledger), nullptr);
+  EXPECT_EQ(calls, (Calls{"readBuf"}));
+}
+
+}  // namespace
+
+// The filling of classes -----------------------------------------------------------------------------
+
+// Each is first used in one test.
+#define Knoll_FIELDS ztBaseClass_FIELDS
+#define Knoll_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Knoll)
+#define Rise_FIELDS ztBaseClass_FIELDS
+#define Rise_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Rise)
+#define Mound_FIELDS Rise_FIELDS
+#define Mound_METHODS Rise_METHODS
+ZT_DECLARE_CLASS(Mound)
+
+static void knollMethods(KnollMethods *) {}
+
+ZT_DEFINE_CLASS(Knoll, ztBaseClass, knollMethods)
+
+static int32_t classesBefore;
+
+static void riseCreated(ztClass *klass) {
+  calls.push_back(klass->name + (ztOOP_isClassRegistered(klass->name) ? std::string(" registered") : ""));
+  classesBefore = ztOOP_classCount();
+}
+
+static int32_t riseCreate(void *) {
+  return 0;
+}
+
+static void riseMethods(RiseMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, classInstanceCreate, riseCreated);
+  ZT_OVERRIDE_METHOD(methods, create, riseCreate);
+}
+
+static void moundMethods(MoundMethods *) {}
+
+ZT_DEFINE_CLASS(Rise, ztBaseClass, riseMethods)
+ZT_DEFINE_CLASS(Mound, Rise, moundMethods)
+
+namespace {
+
+TEST(Filling, OfAnyClassWritesWhatReadsAndWritesIdentities) {
+  auto *functions = static_cast<ztBaseClassFunctions *>(ztBaseClassClass_Instance()->classTable);
+  const ztBaseClassFunctions before = *functions;
+  functions->classRead = nullptr;
+  functions->classWrite = nullptr;
+  release(Knoll_ctor(nullptr, 1));
+  EXPECT_EQ(functions->classRead, before.classRead);
+  EXPECT_EQ(functions->classWrite, before.classWrite);
+  EXPECT_NE(before.classRead, nullptr);
+}
+
+TEST(Filling, OfAClassThatBearsItsNameAlreadyCreatesItsInstances) {
+  calls.clear();
+  MoundClass_Instance()->name = Mound_classname_;
+  void *mound = Mound_ctor(nullptr, 1);
+  EXPECT_EQ(calls, (Calls{"Mound", "Mound registered"}));
+  EXPECT_EQ(ztOOP_classCount(), classesBefore + 1);  // counted when its instances are created
+  release(mound);
+}
+
+TEST(NewFromName, IgnoresTheResultOfCreate) {
+  release(Rise_ctor(nullptr, 1));
+  void *rise = ztNewFromName("Rise");
+  ASSERT_NE(rise, nullptr);
+  EXPECT_STREQ(RiseClassName(nullptr, rise), "Rise");
+  release(rise);
+}
+
+}  // namespace
+
+// Assignment between two classes ---------------------------------------------------------------------
+
+#define Branch_FIELDS ztBaseClass_FIELDS
+#define Branch_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Branch)
+#define Twig_FIELDS Branch_FIELDS
+#define Twig_METHODS Branch_METHODS
+ZT_DECLARE_CLASS(Twig)
+#define Sprig_FIELDS ztRoot_FIELDS
+#define Sprig_METHODS ztRoot_METHODS
+ZT_DECLARE_CLASS(Sprig)
+
+static int32_t branchAssign(void *, const void *other) {
+  calls.push_back(std::string("from ") + ztOOP_classNameOf(other));
+  return 5;
+}
+
+static void branchMethods(BranchMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, assign, branchAssign);
+}
+
+static void twigMethods(TwigMethods *) {}
+static void sprigMethods(SprigMethods *) {}
+
+ZT_DEFINE_CLASS(Branch, ztBaseClass, branchMethods)
+ZT_DEFINE_CLASS(Twig, Branch, twigMethods)
+ZT_DEFINE_CLASS(Sprig, ztRoot, sprigMethods)
+
+namespace {
+
+void *arrayOfOne(ztCtor ctor) {
+  void *array = ztArray_ctor(nullptr, 1);
+  ztArray_of(array)->setElementConstructor(array, ctor);
+  void *object = ctor(nullptr, 1);
+  ztArray_of(array)->setElementSize(array, ztOOP_classOf(object)->instanceSize, 0);
+  EXPECT_NE(ztArray_of(array)->pushBack(array, object), nullptr);
+  release(object);
+  return array;
+}
+
+// Has an object of the one class take over the contents of one of the other, as elements of arrays do.
+Calls callsOfAssignment(ztCtor target, ztCtor source) {
+  void *to = arrayOfOne(target);
+  void *from = arrayOfOne(source);
+  calls.clear();
+  EXPECT_EQ(ztArray_of(to)->assign(to, from), 1);
+  release(from);
+  release(to);
+  return calls;
+}
+
+TEST(AssignmentOfTwoClasses, CallsTheHostsOwn) {
+  EXPECT_EQ(callsOfAssignment(Branch_ctor, ztBaseClass_ctor), (Calls{"from ztBaseClass"}));
+  EXPECT_EQ(callsOfAssignment(Branch_ctor, ztRoot_ctor), (Calls{"from ztRoot"}));
+}
+
+TEST(AssignmentOfTwoClasses, CallsTheHostsOwnInASubclassOfIts) {
+  EXPECT_EQ(callsOfAssignment(Twig_ctor, ztRoot_ctor), (Calls{"from ztRoot"}));
+  EXPECT_EQ(callsOfAssignment(Twig_ctor, Branch_ctor), (Calls{"from Branch"}));
+}
+
+// The nodes' own would look for children behind the end of the other.
+TEST(AssignmentOfTwoClasses, StaysWithWhatBothHaveInTheLibrarysOwn) {
+  EXPECT_EQ(callsOfAssignment(ztRoot_ctor, ztBaseClass_ctor), Calls());
+  EXPECT_EQ(callsOfAssignment(Sprig_ctor, Branch_ctor), Calls());
+  EXPECT_EQ(callsOfAssignment(ztBaseClass_ctor, Branch_ctor), Calls());
+  EXPECT_EQ(callsOfAssignment(Sprig_ctor, ztRoot_ctor), Calls());
+}
+
+TEST(BaseClass, AssignsFromNothing) {
+  void *object = ztBaseClass_ctor(nullptr, 1);
+  EXPECT_EQ(ztBaseClass_of(object)->assign(object, nullptr), 1);
+  EXPECT_EQ(ztBaseClass_of(object)->assign(nullptr, object), 0);
+  release(object);
+}
+
+}  // namespace
