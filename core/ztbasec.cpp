@@ -59,13 +59,13 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
   const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   ztClassState *state = description->state;
   // The hooks of the class, and its prototype, may make objects of the very class that is being prepared.
-  if (state->busy || state->registrationTried) return;
+  if (state->filling || state->registrationTried) return;
   if (!description->klass->initialised) description->functions.InitTable(object);
   // A hook may have made an object of the class meanwhile.
   if (state->registrationTried) return;
-  state->busy = 1;
+  state->filling = 1;
   const bool tried = registerClass(description);
-  state->busy = 0;
+  state->filling = 0;
   if (tried) __atomic_store_n(&state->registrationTried, 1, __ATOMIC_RELEASE);
 }
 
@@ -109,8 +109,8 @@ void ztOOP_initTable(const ztClassDescription *description, void *object) {
   if (derived->initialised) return;
 
   description->fillMethods(derived->methodTable);
-  if (klass->initialised || description->state->busy) return;
-  description->state->busy = 1;
+  if (klass->initialised || description->state->filling) return;
+  description->state->filling = 1;
   if (klass != derived) {
     memcpy(klass->methodTable, derived->methodTable,
            static_cast<size_t>(description->slotCount) * sizeof(void *));
@@ -123,7 +123,7 @@ void ztOOP_initTable(const ztClassDescription *description, void *object) {
     methodsOf(derived)->classInstanceCreate(derived);
   }
   klass->initialised = 1;
-  description->state->busy = 0;
+  description->state->filling = 0;
 }
 
 uint32_t ztOOP_versionOf(const void *object) {

@@ -70,7 +70,7 @@ typedef struct ZT_MAY_ALIAS ztClassFunctions {
 
 /** What the engine remembers of one class beside its descriptor. Private. */
 typedef struct ztClassState {
-  int32_t busy;              /**< 1 while the descriptor is being filled or the class registered */
+  int32_t filling;           /**< 1 while the descriptor is being filled or the class registered */
   int32_t registrationTried; /**< 1 once an object of its own had the class registered; read without
                                   a lock, and so written when all the rest is in place */
 } ztClassState;
@@ -201,6 +201,7 @@ ZT_END_C
 
 /** The text of a list, its macros expanded. */
 #define ZT_TEXT_OF(...) ZT_TEXT_OF_(__VA_ARGS__)
+/** The second step of ZT_TEXT_OF(). */
 #define ZT_TEXT_OF_(...) #__VA_ARGS__
 
 #ifdef __cplusplus

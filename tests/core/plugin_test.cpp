@@ -3,6 +3,7 @@
 #include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 namespace {
 
@@ -71,7 +72,7 @@ TEST(Plugin, MayBeClosedAfterTheCleanUp) {
 }
 
 TEST(Plugin, LeavesNothingInAThousandRounds) {
-  pluginRun("rounds", scale(1000));
+  EXPECT_NE(pluginRun("rounds", scale(1000)), "");
 }
 
 // A host that is not linked to the library -------------------------------------------------------
@@ -98,16 +99,30 @@ TEST(Plugin, LeftOpenGoesWithTheCleanUpOfALibraryThatItBrought) {
 }
 
 #ifndef __SANITIZE_ADDRESS__
+// Lets the allocator of the programs that are started keep no freed blocks aside, which it counts as
+// allocated.
+class WithoutCache {
+ public:
+  WithoutCache() {
+    setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
+  }
+  ~WithoutCache() {
+    unsetenv("GLIBC_TUNABLES");
+  }
+};
+
 TEST(Plugin, ThatBringsTheLibraryLeavesNothingInAThousandRounds) {
+  const WithoutCache withoutCache;
   unlinkedRun("plugin-rounds", scale(1000));
 }
 
 TEST(DlopenHost, LeavesNothingInAThousandRoundsOfTheLibrary) {
+  const WithoutCache withoutCache;
   unlinkedRun("library-rounds", scale(1000));
 }
 #else
 TEST(Plugin, ThatBringsTheLibraryMayBeLoadedAHundredTimes) {
-  unlinkedRun("plugin-rounds", 100);
+  EXPECT_NE(unlinkedRun("plugin-rounds", 100), "");
 }
 #endif
 

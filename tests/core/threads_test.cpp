@@ -15,6 +15,8 @@ namespace {
 std::atomic<int> initialised;
 std::atomic<bool> isInitialising;
 std::atomic<bool> wasInitialised;
+std::atomic<bool> isRegistering;
+std::atomic<bool> wasRegistered;
 
 }  // namespace
 
@@ -34,6 +36,9 @@ ZT_DECLARE_CLASS(Rush)
   int32_t length;
 #define Sedge_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Sedge)
+#define Sward_FIELDS ztBaseClass_FIELDS
+#define Sward_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Sward)
 
 static int32_t reedBend(void *reed) {
   return static_cast<Reed *>(reed)->length;
@@ -76,6 +81,18 @@ static void sedgeFunctions(ztClassFunctions *functions) {
 }
 
 ZT_DEFINE_CLASS_FULL(Sedge, ztBaseClass, sedgeMethods, 1, ztClassFunctions, sedgeFunctions)
+
+static void swardRegistered(ztClass *) {
+  isRegistering = true;
+  usleep(100000);
+  wasRegistered = true;
+}
+
+static void swardMethods(SwardMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, classInstanceCreate, swardRegistered);
+}
+
+ZT_DEFINE_CLASS(Sward, ztBaseClass, swardMethods)
 
 namespace {
 
@@ -122,6 +139,18 @@ TEST(Threads, GetNoObjectOfAClassThatAnotherIsFilling) {
   EXPECT_TRUE(ztOOP_isClassRegistered("Sedge"));
   filling.join();
   Sedge_of(object)->unRef(object);
+}
+
+TEST(Threads, GetNoObjectOfAClassThatAnotherIsRegistering) {
+  std::thread registering([] {
+    void *first = Sward_ctor(nullptr, 1);
+    Sward_of(first)->unRef(first);
+  });
+  while (!isRegistering) std::this_thread::yield();
+  void *object = Sward_ctor(nullptr, 1);
+  EXPECT_TRUE(wasRegistered);
+  registering.join();
+  Sward_of(object)->unRef(object);
 }
 
 TEST(Threads, FindWhatIsRegisteredWhileOthersRegisterAndFree) {

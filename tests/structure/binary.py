@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The library's file: what it links, and that only the two hooks run when it is loaded and unloaded.
+"""The library's file: what it links, and that only its own hooks run when it is loaded and unloaded.
 
 usage: binary.py LIBRARY
 """
@@ -11,10 +11,10 @@ import tree
 
 SONAME = "libztcore.so.1"
 LINKED = {"libc.so.6", "libm.so.6"}
-# What runs at each end: the library's hook, and what the compiler's own start-up files bring along.
+# What runs at each end: the library's hooks, none for each class, and what the compiler's own start-up files bring along.
 HOOKS = {
     ".init_array": {"ztcore_lnx_init", "frame_dummy"},
-    ".fini_array": {"ztcore_lnx_free", "__do_global_dtors_aux"},
+    ".fini_array": {"ztcore_lnx_free", "_ZL11releaseLastv", "__do_global_dtors_aux"},
 }
 FORBIDDEN_SECTIONS = {".preinit_array", ".ctors", ".dtors"}
 

@@ -1,6 +1,7 @@
 #include "support/ztcutils.h"
 
 #include "tests/helpers/temp_folder.hh"
+#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 
@@ -167,22 +168,22 @@ TEST(Utilities, AnIdSeedsTheRandomGeneratorWithTheTime) {
 }
 
 TEST(Utilities, IdsOfOneSecondDifferAmongThreads) {
+  const int count = scale(20000);
   std::vector<uint32_t> ids;
   withinOneSecond(
       [&](time_t) {
         std::vector<uint32_t> others;
         std::thread other([&] {
-          for (int i = 0; i < 2000; ++i) others.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
+          for (int i = 0; i < count; ++i) others.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
         });
         ids.clear();
-        for (int i = 0; i < 2000; ++i) ids.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
+        for (int i = 0; i < count; ++i) ids.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
         other.join();
         ids.insert(ids.end(), others.begin(), others.end());
       },
       [&] {
         std::sort(ids.begin(), ids.end());
-        EXPECT_EQ(ids.size(), 4000U);
-        EXPECT_EQ(ids.back() - ids.front(), 3999U);
+        EXPECT_EQ(ids.back() - ids.front() + 1, static_cast<uint32_t>(2 * count));
         EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());
       });
 }
