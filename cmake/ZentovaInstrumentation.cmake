@@ -1,7 +1,13 @@
 # Sanitizers and coverage, the same for the library, the examples, the tests and the fuzz targets.
 add_library(zt_instrumentation INTERFACE)
+if(ZT_SANITIZE OR ZT_COVERAGE OR ZT_BUILD_FUZZERS)
+  set(ZT_INSTRUMENTED ON)
+endif()
 if(ZT_SANITIZE)
   set(flags -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(ZT_SANITIZE STREQUAL "thread")
+    set(flags -fsanitize=thread -fno-omit-frame-pointer)
+  endif()
   target_compile_options(zt_instrumentation INTERFACE ${flags})
   target_link_options(zt_instrumentation INTERFACE ${flags})
 endif()

@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """The library's file: what it links, and that only its own hooks run when it is loaded and unloaded.
 
-usage: binary.py LIBRARY
+usage: binary.py LIBRARY optimised|unoptimised
+
+Then, how it is guarded, where the C library's own checks take an optimised build; and how little it takes of
+what threads have.
 """
 
 import re
@@ -17,6 +20,8 @@ HOOKS = {
     ".fini_array": {"ztcore_lnx_free", "_ZL11releaseLastv", "__do_global_dtors_aux"},
 }
 FORBIDDEN_SECTIONS = {".preinit_array", ".ctors", ".dtors"}
+# Loaded libraries share some 1,600 bytes of each thread's.
+MOST_THREAD_BYTES = 256
 
 
 def sections(library):
@@ -26,16 +31,25 @@ def sections(library):
     return {name: (int(address, 16), int(size, 16)) for name, address, size in rows}
 
 
-def pointers(library):
-    """Address of each relocated word to the names of the function that it points at."""
-    functions = {}
+def named_addresses(library):
+    names = {}
     for line in tree.run("nm", "--defined-only", library).splitlines():
         address, _, name = line.split()
-        functions.setdefault(int(address, 16), set()).add(name)
+        names.setdefault(int(address, 16), set()).add(name.split("@")[0])
+    return names
+
+
+def relocations(library):
+    return tree.run("readelf", "--relocs", "--wide", library)
+
+
+def pointers(library):
+    """Address of each relocated word to the names of the function that it points at."""
+    functions = named_addresses(library)
     found = {}
-    for line in tree.run("readelf", "--relocs", "--wide", library).splitlines():
+    for line in relocations(library).splitlines():
         relative = re.match(r"([0-9a-f]+)\s+\S+ R_X86_64_RELATIVE\s+([0-9a-f]+)", line)
-        by_name = re.match(r"([0-9a-f]+)\s+\S+ R_X86_64_64\s+\S+ (\S+)", line)
+        by_name = re.match(r"([0-9a-f]+)\s+\S+ R_X86_64_64\s+\S+ ([^\s@]+)", line)
         if relative:
             found[int(relative.group(1), 16)] = functions.get(int(relative.group(2), 16), set())
         elif by_name:
@@ -58,8 +72,59 @@ def wrong_hooks(library):
     return problems
 
 
+def first_instructions(library):
+    """Name of each function to its first instruction."""
+    code = tree.run("objdump", "--disassemble", "--section=.text", "--no-show-raw-insn", library)
+    return dict(re.findall(r"^[0-9a-f]+ <(\S+)>:\n\s*[0-9a-f]+:\s+(\S+)", code, re.M))
+
+
+def unguarded_targets(library):
+    """What is called by its address and does not begin as such a target does."""
+    first = first_instructions(library)
+    exported = tree.run("nm", "--dynamic", "--defined-only", library)
+    called = set(re.findall(r" T (\S+)", exported)).union(*pointers(library).values())
+    targets = called & first.keys()
+    if not targets:
+        return ["no function that is called by its address was found"]
+    bare = sorted(name for name in targets if first[name] != "endbr64")
+    if not bare:
+        return []
+    return [f"called by their addresses, {len(bare)} functions do not begin with endbr64: {bare[:5]}"]
+
+
+def weak_points(library, dynamic, symbols, optimised):
+    segments = tree.run("readelf", "--segments", "--wide", library)
+    properties = re.findall(r"Properties: (.*)", tree.run("readelf", "--notes", "--wide", library))
+    imported = set(re.findall(r" UND (\w+)", symbols))
+    problems = {
+        "is not bound when it is loaded": not re.search(r"\(FLAGS\).*BIND_NOW", dynamic),
+        "leaves its tables writable": "GNU_RELRO" not in segments,
+        "has a stack that runs code": not re.search(r"GNU_STACK(\s+0x[0-9a-f]+){5} RW ", segments),
+        "has code that can be written": re.search(r"LOAD(\s+0x[0-9a-f]+){5} RWE", segments),
+        "changes its code when it is loaded": "TEXTREL" in dynamic,
+        "does not guard its stack": "__stack_chk_fail" not in imported,
+        "does not note that calls and returns are guarded": properties != ["x86 feature: IBT, SHSTK"],
+        "runs what is no target of calls, _init or _fini": re.search(r"\((INIT|FINI)\)", dynamic),
+        "does not have sizes checked": optimised and "__vsnprintf_chk" not in imported,
+    }
+    return [problem for problem, found in problems.items() if found]
+
+
+def wrong_thread_storage(library, symbols):
+    """Storage of threads that libraries may use without a call, and not too much of it."""
+    segment = re.search(r"^\s*TLS(?:\s+0x[0-9a-f]+){4}\s+0x([0-9a-f]+)",
+                        tree.run("readelf", "--segments", "--wide", library), re.M)
+    size = int(segment.group(1), 16) if segment else 0
+    problems = [f"takes {size} bytes of each thread's storage"] if size > MOST_THREAD_BYTES else []
+    kinds = set(re.findall(r"R_X86_64_(\w*(?:TP|TLS)\w*)", relocations(library)))
+    problems += [f"finds a thread's storage by {kind}" for kind in sorted(kinds - {"TPOFF64"})]
+    if "__tls_get_addr" in symbols:
+        problems.append("calls __tls_get_addr")
+    return problems
+
+
 def main():
-    library = sys.argv[1]
+    _, library, build = sys.argv
     dynamic = tree.run("readelf", "--dynamic", "--wide", library)
     linked = set(re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic))
     problems = [f"links {name}" for name in sorted(linked - LINKED)]
@@ -69,7 +134,8 @@ def main():
     symbols = tree.run("readelf", "--symbols", "--wide", library)
     unique = sorted(set(re.findall(r" UNIQUE .* (\S+)$", symbols, re.M)))
     problems += [f"{name} is of unique linkage" for name in unique]
-    tree.finish(problems + wrong_hooks(library))
+    problems += wrong_hooks(library) + unguarded_targets(library) + wrong_thread_storage(library, symbols)
+    tree.finish(problems + weak_points(library, dynamic, symbols, build == "optimised"))
 
 
 main()
