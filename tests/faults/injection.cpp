@@ -162,49 +162,25 @@ std::vector<Kind> allKinds() {
   return kinds;
 }
 
-MemoryFile::MemoryFile()
-    : descriptor(memfd_create("fault", 0)), name("/proc/self/fd/" + std::to_string(descriptor)) {}
-
-MemoryFile::~MemoryFile() {
-  close(descriptor);
-}
-
-std::string MemoryFile::bytes() const {
-  std::string all(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)), '\0');
-  EXPECT_EQ(pread(descriptor, all.data(), all.size(), 0), static_cast<ssize_t>(all.size()));
-  return all;
-}
-
 // Trials -------------------------------------------------------------------------------------------
 
-void releaseIfMade(void *object) {
-  if (object != nullptr) ztBaseClass_of(object)->unRef(object);
-}
+namespace {
 
-// As a constructor does, but for the result of `create`.
-static void *makeComplete(ztCtor constructor) {
-  void *object = constructor(nullptr, 0);
-  if (object == nullptr || ztBaseClass_of(object)->create(object)) return object;
-  releaseIfMade(object);
-  return nullptr;
-}
+class StruckTrial : public Trial {
+ public:
+  explicit StruckTrial(const Fault &injected) : fault(injected) {}
+  int struck() const override {
+    return fault.struck();
+  }
+  void endFault() override {
+    fault.end();
+  }
 
-void *Trial::make(ztCtor constructor, std::source_location where) {
-  return need([=] { return makeComplete(constructor); }, where);
-}
+ private:
+  const Fault &fault;
+};
 
-void *Trial::makeByName(const char *name, std::source_location where) {
-  return need(
-      [=, this] {
-        const int before = struck();
-        void *object = ztNewFromName(name);
-        // It does not tell whether the object is complete.
-        if (struck() == before) return object;
-        releaseIfMade(object);
-        return static_cast<void *>(nullptr);
-      },
-      where);
-}
+}  // namespace
 
 static bool runOnce(const Kind &kind, const Scenario &scenario, const std::string &expected, int succeeding,
                     bool andAllFollowing) {
@@ -216,7 +192,7 @@ static bool runOnce(const Kind &kind, const Scenario &scenario, const std::strin
   const int foldersBefore = openFolders;
   current = &kind;
   const Fault fault(succeeding, andAllFollowing, *kind.faults);
-  Trial trial(fault);
+  StruckTrial trial(fault);
   const std::string result = scenario(trial);
   current = nullptr;
   EXPECT_EQ(result, expected);
@@ -228,7 +204,7 @@ static bool runOnce(const Kind &kind, const Scenario &scenario, const std::strin
 
 static std::string runWithoutFault(const Scenario &scenario) {
   const Fault none(-1);
-  Trial trial(none);
+  StruckTrial trial(none);
   return scenario(trial);
 }
 
