@@ -7,7 +7,7 @@
 #include <pthread.h>
 #include <string.h>
 
-constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec")));
+constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec"))) = {};
 
 // The first thread's, so that a program of one thread needs no memory for it.
 static ztThreadBlock firstBlock;
