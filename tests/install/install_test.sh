@@ -90,4 +90,38 @@ cmake_takes_only_a_version_that_fits() {
   done
 }
 
+# A library of the same names without versions stands in for the one that such a host was linked with.
+runs_hosts_linked_before_symbols_had_versions() {
+  local library=$prefix/$LIBDIR/libztcore.so
+  rm -rf unversioned
+  mkdir unversioned
+  nm --dynamic --defined-only "$library" | sed -n 's/^.* T \(\w*\).*/void \1(void) {}/p' >unversioned/names.c
+  "$CC" -shared -fPIC -Wl,-soname,libztcore.so.1 unversioned/names.c -o unversioned/libztcore.so
+  for folder in unversioned "$prefix/$LIBDIR"; do
+    "$CC" -std=c11 -I"$prefix/$INCLUDEDIR/zentova" "$here/host.c" "$folder/libztcore.so" -o unversioned/host
+    readelf --version-info unversioned/host | grep -c 'Name: ZTCORE_1\.0 ' >>unversioned/versions.txt || true
+    (cd unversioned && LD_LIBRARY_PATH="$prefix/$LIBDIR" ./host >>output.txt 2>&1)
+  done
+  diff - unversioned/versions.txt <<<$'0\n1'
+  diff - <(grep -Ev '^(Zentova|#|Cleaning|$)' unversioned/output.txt) <<'OUTPUT'
+Gauge 42
+read 21
+first of 3: 1
+Gauge 42
+read 21
+first of 3: 1
+OUTPUT
+}
+
+# packagers_may_have_warnings_stay_warnings <root of the tree>
+packagers_may_have_warnings_stay_warnings() {
+  local choice
+  for choice in ON OFF; do
+    rm -rf packaged
+    "$CMAKE" -G Ninja -S "$1" -B packaged -DZT_WERROR=$choice -DZT_BUILD_TESTS=OFF \
+      -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+    [ "$(grep -q -- -Werror packaged/compile_commands.json && echo ON || echo OFF)" = $choice ]
+  done
+}
+
 "$@"
