@@ -48,6 +48,7 @@ static void recalculate(ztFloatTag *attribute, bool average) {
 }
 
 static void calculate(ztFloatTag *attribute, bool average, void *out) {
+  if (!ztTatHasValuesOf(attribute, sizeof(double))) return;
   if (attribute->changed) recalculate(attribute, average);
   if (out != nullptr) memcpy(out, &attribute->cachedResult, sizeof attribute->cachedResult);
 }

@@ -33,6 +33,7 @@ static int32_t sumOf(const void *object, int32_t count) {
 // A caller gets the result of the call before, and that only while no value has changed; the fresh
 // result is for the next call.
 static void calculate(ztIntTag *attribute, bool average, void *out) {
+  if (!ztTatHasValuesOf(attribute, sizeof(int32_t))) return;
   if (!attribute->changed && out != nullptr) *static_cast<int32_t *>(out) = attribute->cachedResult;
   const int32_t count = ztTatCount(attribute);
   attribute->cachedResult = sumOf(attribute, count);

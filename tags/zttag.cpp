@@ -5,6 +5,7 @@
 #include "core/zttext.hh"
 #include "objects/ztobject.hh"
 #include "tags/zttagattr.hh"
+#include "tags/zttagowner.hh"
 
 #include <string.h>
 
@@ -35,7 +36,7 @@ static ztTagAttribute *attributeAt(const void *object, int32_t index) {
 
 // An array moves the tags that lie in it, so an attribute that is handed out is told where its tag is.
 static ztTagAttribute *toHandOut(const void *object, ztTagAttribute *attribute) {
-  ztTatHold(attribute, const_cast<void *>(object));
+  ztTatHold(attribute, static_cast<const ztTag *>(object));
   return attribute;
 }
 
@@ -46,25 +47,28 @@ static ztTagAttribute *resolve(const void *object, const ztTagHandle *handle) {
   return toHandOut(object, attribute);
 }
 
-void ztTagDropAttribute(void *tag, const ztTagAttribute *attribute) {
-  for (int32_t i = 0; i < countOf(tag); ++i) {
-    if (attributeAt(tag, i) != attribute) continue;
-    ztPtrArray *attributes = static_cast<ztTag *>(tag)->attributes;
-    ztPtrArray_of(attributes)->setAt(attributes, nullptr, i);
-  }
+// Where the tag lists the attribute, looked for among the last first; -1 where it does not.
+static int32_t indexOf(const ztTag *tag, const ztTagAttribute *attribute) {
+  int32_t index = countOf(tag) - 1;
+  while (index >= 0 && attributeAt(tag, index) != attribute) --index;
+  return index;
 }
 
-static bool append(ztTag *tag, void *attribute) {
+// The handles of those behind stay valid. The last place, too, stays where there is no memory for a smaller
+// array.
+static void removeAttribute(const ztTag *tag, int32_t index) {
+  ztPtrArray_of(tag->attributes)->setAt(tag->attributes, nullptr, index);
+  if (index == countOf(tag) - 1) ztPtrArray_of(tag->attributes)->removeAt(tag->attributes, index);
+}
+
+// From here on the tag holds the attribute, so that no other takes it while its values are set.
+static bool append(ztTag *tag, ztTagAttribute *attribute) {
   if (tag->attributes == nullptr) tag->attributes = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
   if (tag->attributes == nullptr) return false;
-  return ztPtrArray_of(tag->attributes)->pushBack(tag->attributes, attribute) != nullptr;
-}
-
-// The array keeps an empty place where there is no memory for a smaller one.
-static void removeLast(const ztTag *tag) {
-  const int32_t last = countOf(tag) - 1;
-  ztPtrArray_of(tag->attributes)->setAt(tag->attributes, nullptr, last);
-  ztPtrArray_of(tag->attributes)->removeAt(tag->attributes, last);
+  if (ztPtrArray_of(tag->attributes)->pushBack(tag->attributes, attribute) == nullptr) return false;
+  if (ztTatEnlist(attribute, tag)) return true;
+  removeAttribute(tag, countOf(tag) - 1);
+  return false;
 }
 
 // Whether an attribute that could hold so many values did not get them. A count that cannot be leaves it as
@@ -77,30 +81,41 @@ static bool lacksMemory(const ztTagAttribute *attribute, int32_t count) {
   return int64_t{count} * size <= INT32_MAX;
 }
 
+// Gives an attribute that the tag lists its values. Its index then; -1 when the tag lists it no more: a copy
+// tells its source's owner, and what a host does there may end the tag, or take the attribute out of it.
+static int32_t fill(ztTag *tag, ztTagAttribute *attribute, int32_t count, const void *initial) {
+  const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
+  ObjectWatch watch(tag);
+  const bool isSized = methods->setNumValues(attribute, count) != 0;
+  int32_t index = watch.isAlive() ? indexOf(tag, attribute) : -1;
+  if (index < 0) return -1;
+  if (!isSized && lacksMemory(attribute, count)) {
+    removeAttribute(tag, index);
+    ztTatWithdraw(attribute);
+    methods->unRef(attribute);
+    return -1;
+  }
+  methods->setValue(attribute, -1, initial);
+  return watch.isAlive() ? indexOf(tag, attribute) : -1;
+}
+
 static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHandle *handle,
                             int32_t userValue, int32_t count, const void *initial) {
+  auto *tag = static_cast<ztTag *>(object);
   auto *attribute = static_cast<ztTagAttribute *>(given);
-  if (object == nullptr || attribute == nullptr || ztTatIsHeld(attribute)) return 0;
+  if (tag == nullptr || attribute == nullptr || ztTatIsHeld(attribute)) return 0;
   if (name == nullptr) name = "";
-  const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
   const bool hasName = strcmp(name, attribute->name) == 0;
-  if ((countOf(object) > 0 && hasName) || !append(static_cast<ztTag *>(object), attribute)) {
-    methods->unRef(attribute);
+  if ((countOf(tag) > 0 && hasName) || !append(tag, attribute)) {
+    ztTagAttribute_of(attribute)->unRef(attribute);
     return 0;
   }
   ztCopyText(attribute->name, name);
-  ObjectWatch watch(object);
-  if (!methods->setNumValues(attribute, count) && lacksMemory(attribute, count)) {
-    removeLast(static_cast<ztTag *>(object));
-    methods->unRef(attribute);
-    return 0;
-  }
-  methods->setValue(attribute, -1, initial);
-  // A copy still told its source's owner, which may have released this tag, and the attribute with it.
-  if (!watch.isAlive()) return 0;
-  ztTatHold(attribute, object);
+  const int32_t index = fill(tag, attribute, count, initial);
+  if (index < 0) return 0;
+  ztTatHold(attribute, tag);
   attribute->userValue = userValue;
-  if (handle != nullptr) *handle = {countOf(object) - 1, attribute->type};
+  if (handle != nullptr) *handle = {index, attribute->type};
   return 1;
 }
 
@@ -182,11 +197,12 @@ static int32_t tagDeallocWise(void *object, const char *name) {
 
 static void tagAttrChanged(void *, void *) {}
 
-// A stored attribute may bring another type than its values have, so the arrays are looked at too.
+// A type says nothing of the values when the host sets it, or reads one of its own, so the arrays are looked
+// at too.
 static bool canSwap(const ztTagAttribute *first, const ztTagAttribute *second) {
   return first != nullptr && second != nullptr && first->type == second->type && first->values != nullptr &&
          second->values != nullptr && first->values->klass == second->values->klass &&
-         ztTatCount(first) == ztTatCount(second);
+         first->values->elementSize == second->values->elementSize && ztTatCount(first) == ztTatCount(second);
 }
 
 static int32_t tagSwapTags(void *object, const ztTagHandle *first, const ztTagHandle *second) {
@@ -205,19 +221,24 @@ static int32_t tagCreate(void *object) {
   return ztRoot_table()->create(object) != 0;
 }
 
+// Each attribute leaves its place before it is released, and is held until then: what a host's `destroy`
+// releases meanwhile takes itself out of the array.
 static void releaseAttributes(ztTag *tag) {
   ztPtrArray *attributes = tag->attributes;
   tag->attributes = nullptr;
-  if (attributes == nullptr) return;
-  const ztPtrArrayMethods *methods = ztPtrArray_of(attributes);
-  for (int32_t i = 0; i < methods->getSize(attributes); ++i) {
-    auto *attribute = static_cast<ztTagAttribute *>(methods->getAt(attributes, i));
-    if (attribute == nullptr) continue;
-    // The host may hold a reference of its own; the attribute then lives on without an owner.
-    ztTatLetGo(attribute);
-    ztTagAttribute_of(attribute)->unRef(attribute);
+  if (attributes != nullptr) {
+    const ztPtrArrayMethods *methods = ztPtrArray_of(attributes);
+    for (int32_t i = 0; i < methods->getSize(attributes); ++i) {
+      auto *attribute = static_cast<ztTagAttribute *>(methods->getAt(attributes, i));
+      if (attribute == nullptr) continue;
+      // The host may hold a reference of its own; the attribute then lives on without an owner.
+      methods->setAt(attributes, nullptr, i);
+      ztTatLetGo(attribute);
+      ztTagAttribute_of(attribute)->unRef(attribute);
+    }
   }
-  methods->unRef(attributes);
+  ztTatOwnerEnds(tag, attributes);
+  if (attributes != nullptr) ztPtrArray_of(attributes)->unRef(attributes);
 }
 
 // The copy's array holds the source's attributes until each is replaced by its copy, or, once one could
@@ -229,8 +250,8 @@ static bool cloneAttributes(const ztTag *tag, ztTag *copy) {
   for (int32_t i = 0; i < countOf(copy); ++i) {
     const ztTagAttribute *source = attributeAt(tag, i);
     auto *attribute = static_cast<ztTagAttribute *>(complete ? ztCopyObject(source) : nullptr);
-    if (attribute != nullptr) ztTatHold(attribute, copy);
-    complete = complete && (attribute != nullptr || source == nullptr);
+    const bool isHeld = attribute != nullptr && ztTatHold(attribute, copy);
+    complete = complete && (isHeld || source == nullptr);
     ztPtrArray_of(copy->attributes)->setAt(copy->attributes, attribute, i);
   }
   return complete;
@@ -261,8 +282,9 @@ static void tagDestroy(void *object) {
   if (object == nullptr) return;
   auto *tag = static_cast<ztTag *>(object);
   ztRoot_table()->destroy(object);
-  releaseAttributes(tag);
-  ztTatForgetOwner(tag);
+  // What an attribute's `destroy` inserts is released too.
+  do releaseAttributes(tag);
+  while (tag->attributes != nullptr);
 }
 
 // The record --------------------------------------------------------------------------------------

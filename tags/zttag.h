@@ -16,7 +16,8 @@ typedef int32_t (*ztTagCallback)(void *tag, void *attribute, void *userData);
 
 ZT_END_C
 
-/** Fields of ztTag. */
+/** Fields of ztTag. What the array lists is the tag's: a host may take an attribute out of it, which is then
+ *  the host's, but not put another array in its place. */
 #define ztTag_FIELDS \
   ztRoot_FIELDS      \
   ztPtrArray *attributes; /* in the order of insertion, one reference each; owned; NULL until the first */
@@ -31,6 +32,9 @@ ZT_END_C
  *    stays), or, in a tag that has attributes, bears the very name that it is to get (as a new one does
  *    for the empty name), or when memory is exhausted; in these last two cases it is released. Names
  *    may repeat; they are cut to 31 characters. A count that cannot be leaves the attribute its number.
+ *    An attribute is in a tag as long as the tag's array lists it. One that named an owner before, as a
+ *    copy does, tells that owner of the initial value; 0 also when that owner then ends the tag or the
+ *    attribute, or takes it out of the array.
  *  - `setValue`, `getValue`, `getAverageValue`, `getTotalValue`: the attribute's own.
  *  - `setNumValues`: changes the number of values, then sets all of them to the one at @c initial
  *    (NULL leaves them). 1 or 0. `getNumValues`: the number of values.
@@ -48,6 +52,9 @@ ZT_END_C
  *
  * An attribute that the host destroys all the same (by giving back a reference that was not its own, or
  * the first of two) leaves its place empty: its handle designates nothing, all others stay valid.
+ *
+ * A tag that lies in an array is moved as the array grows or shrinks: reach its attributes through the tag
+ * (by `getByHandle` and the like) before setting values of theirs, so that they know where it is.
  *
  * `clone` copies the attributes. `assign` assigns attribute to attribute as far as both tags have them.
  * `write` stores the node's record and then each attribute, without their number: `read` needs a tag

@@ -2,11 +2,11 @@
 
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
-#include "core/ztmem.h"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 #include "tags/zttag.h"
 #include "tags/zttagattr.hh"
+#include "tags/zttagowner.hh"
 
 #include <string.h>
 
@@ -35,94 +35,30 @@ int32_t ztTatCount(const void *attribute) {
   return values == nullptr ? 0 : ztArray_of(values)->getSize(values);
 }
 
-// Owners ------------------------------------------------------------------------------------------
-//
-// A copy of an attribute names its source's owner, which does not know of it. Such guests have a number
-// each, under which their owner is listed, so that a tag that dies can be struck out. The number goes
-// with the attribute's bytes, since an array moves the attributes that lie in it.
-
-namespace {
-
-enum : int32_t {
-  unbound = 0,  // no owner, or one that the host named
-  held = -1,    // in the owner's array
-};              // above 0: the number of a guest
-
-struct Guest {
-  void *owner;   // NULL once that is destroyed
-  int32_t next;  // of an entry that is not in use: the next one
-};
-
-}  // namespace
-
-static Guest *guests;
-static int32_t guestCapacity;
-static int32_t guestCount;
-static int32_t freeGuest;  // the first entry not in use; the capacity when all are
-
-static bool growGuests() {
-  constexpr int32_t firstCapacity = 16;
-  const int32_t capacity = guestCapacity == 0 ? firstCapacity : 2 * guestCapacity;
-  const int64_t size = capacity * static_cast<int64_t>(sizeof(Guest));
-  if (size > INT32_MAX) return false;
-  auto *grown = static_cast<Guest *>(ztm_realloc(guests, static_cast<int32_t>(size)));
-  if (grown == nullptr) return false;
-  for (int32_t i = guestCapacity; i < capacity; ++i) grown[i] = {nullptr, i + 1};
-  guests = grown;
-  guestCapacity = capacity;
-  return true;
-}
-
-// The guest's number; 0 when there is no memory.
-static int32_t addGuest(void *owner) {
-  if (freeGuest == guestCapacity && !growGuests()) return 0;
-  const int32_t index = freeGuest;
-  freeGuest = guests[index].next;
-  guests[index].owner = owner;
-  ++guestCount;
-  return index + 1;
-}
-
-static void removeGuest(int32_t number) {
-  guests[number - 1] = {nullptr, freeGuest};
-  freeGuest = number - 1;
-  if (--guestCount > 0) return;
-  ztm_free(guests);
-  guests = nullptr;
-  guestCapacity = 0;
-  freeGuest = 0;
-}
-
-static void bind(ztTagAttribute *attribute, void *owner, int32_t binding) {
-  if (attribute->binding > 0) removeGuest(attribute->binding);
-  attribute->owner = owner;
-  attribute->binding = binding;
-}
-
-bool ztTatIsHeld(const ztTagAttribute *attribute) {
-  return attribute->binding == held;
-}
-
-void ztTatHold(ztTagAttribute *attribute, void *tag) {
-  bind(attribute, tag, held);
-}
-
-void ztTatLetGo(ztTagAttribute *attribute) {
-  bind(attribute, nullptr, unbound);
-}
-
-void ztTatForgetOwner(const void *tag) {
-  for (int32_t i = 0; i < guestCapacity; ++i) {
-    if (guests[i].owner == tag) guests[i].owner = nullptr;
-  }
-}
-
-static void *livingOwner(const ztTagAttribute *attribute) {
-  const bool orphaned = attribute->binding > 0 && guests[attribute->binding - 1].owner == nullptr;
-  return orphaned ? nullptr : attribute->owner;
-}
-
 // Values ------------------------------------------------------------------------------------------
+//
+// A caller who goes by the type has 4 bytes for an integer and 8 for a double. The type is a field that hosts
+// set, and so is the array of values: where the two disagree nothing is copied.
+
+enum : int32_t { intType = 1, floatType = 2 };
+
+static bool typeAllows(int32_t type, int32_t size) {
+  if (type == intType) return size == sizeof(int32_t);
+  if (type == floatType) return size == sizeof(double);
+  return size >= 0;
+}
+
+static int32_t valueSize(const ztTagAttribute *attribute) {
+  return ztArray_of(attribute->values)->getElementSize(attribute->values);
+}
+
+static bool agreesWithType(const ztTagAttribute *attribute) {
+  return attribute->values != nullptr && typeAllows(attribute->type, valueSize(attribute));
+}
+
+bool ztTatHasValuesOf(const void *attribute, int32_t size) {
+  return agreesWithType(attributeOf(attribute)) && valueSize(attributeOf(attribute)) == size;
+}
 
 static void storeEverywhere(ztArray *values, const void *value, int32_t count) {
   for (int32_t i = 0; i < count; ++i) ztArray_of(values)->setAt(values, value, i);
@@ -132,8 +68,7 @@ static int32_t attributeSetValue(void *object, int32_t index, const void *value)
   ztTagAttribute *attribute = attributeOf(object);
   const int32_t count = ztTatCount(attribute);
   constexpr int32_t everyIndex = -1;
-  if (attribute == nullptr || value == nullptr || attribute->values == nullptr || index < everyIndex)
-    return 0;
+  if (attribute == nullptr || value == nullptr || index < everyIndex || !agreesWithType(attribute)) return 0;
   if (index >= count) index = 0;
   if (index != everyIndex && count == 0) return 0;
   attribute->changed = 1;
@@ -142,25 +77,23 @@ static int32_t attributeSetValue(void *object, int32_t index, const void *value)
   } else {
     ztArray_of(attribute->values)->setAt(attribute->values, value, index);
   }
-  void *owner = livingOwner(attribute);
+  void *owner = ztTatLivingOwner(attribute);
   if (owner != nullptr) {
     ztTag_of(owner)->attrChanged(owner, attribute);
   } else {
-    ztTatLetGo(attribute);
+    ztTatForgetDeadOwner(attribute);
   }
   return 1;
 }
 
 static void *attributeGetValue(const void *object, int32_t index, void *out) {
   if (object == nullptr) return nullptr;
-  const ztArray *values = attributeOf(object)->values;
-  const int32_t count = ztTatCount(object);
+  const ztTagAttribute *attribute = attributeOf(object);
+  const int32_t count = ztTatCount(attribute);
   if (index >= count) index = 0;
-  if (index < 0 || count == 0) return nullptr;
-  void *value = ztArray_of(values)->getAt(values, index);
-  if (out != nullptr && value != nullptr) {
-    memcpy(out, value, static_cast<size_t>(ztArray_of(values)->getElementSize(values)));
-  }
+  if (index < 0 || count == 0 || !agreesWithType(attribute)) return nullptr;
+  void *value = ztArray_of(attribute->values)->getAt(attribute->values, index);
+  if (out != nullptr && value != nullptr) memcpy(out, value, static_cast<size_t>(valueSize(attribute)));
   return value;
 }
 
@@ -189,7 +122,7 @@ static int32_t attributeCreate(void *object) {
   ztTagAttribute *attribute = attributeOf(object);
   attribute->values = nullptr;
   attribute->owner = nullptr;
-  attribute->binding = unbound;
+  attribute->binding = 0;
   if (!ztBaseClass_table()->create(object)) return 0;
   ztCopyText(attribute->name, "");
   attribute->type = -1;
@@ -208,11 +141,9 @@ static void *attributeClone(const void *object, void *target) {
   auto *copy = static_cast<ztTagAttribute *>(ztBaseClass_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
   const ztArray *values = attributeOf(object)->values;
-  copy->owner = livingOwner(attributeOf(object));
-  copy->binding = copy->owner == nullptr ? unbound : addGuest(copy->owner);
+  const bool hasOwner = ztTatShareOwner(copy, attributeOf(object));
   copy->values = static_cast<ztArray *>(ztCopyObject(values));
-  const bool isListed = copy->owner == nullptr || copy->binding != unbound;
-  if (isListed && (copy->values != nullptr || values == nullptr)) return copy;
+  if (hasOwner && (copy->values != nullptr || values == nullptr)) return copy;
   ztTatLetGo(copy);
   releaseValues(copy);
   ztBaseClass_table()->destroy(copy);
@@ -233,7 +164,7 @@ static void attributeDestroy(void *object) {
   ztTagAttribute *attribute = attributeOf(object);
   ztBaseClass_table()->destroy(object);
   // Released while a tag holds it, as by a host that takes a reference and gives it back.
-  if (ztTatIsHeld(attribute)) ztTagDropAttribute(attribute->owner, attribute);
+  ztTatLeaveArray(attribute);
   ztTatLetGo(attribute);
   releaseValues(attribute);
 }
@@ -254,6 +185,19 @@ static int32_t attributeWrite(const void *object, void *file) {
          ztArray_of(attribute->values)->write(attribute->values, file);
 }
 
+// A type that contradicts the values is refused: the caller would have too little room for them.
+static bool readTypes(ztTagAttribute *attribute, void *file) {
+  const int32_t kept = attribute->type;
+  for (int i = 0; i < 2; ++i) {
+    int32_t type = attribute->type;
+    if (ztFile_of(file)->readInt(file, &type) <= 0) return false;
+    const bool allowed = typeAllows(type, valueSize(attribute));
+    attribute->type = allowed ? type : kept;
+    if (!allowed) return false;
+  }
+  return true;
+}
+
 static int32_t attributeRead(void *object, void *file) {
   ztTagAttribute *attribute = attributeOf(object);
   if (attribute == nullptr || file == nullptr || attribute->values == nullptr) return 0;
@@ -261,8 +205,8 @@ static int32_t attributeRead(void *object, void *file) {
   const ztFileMethods *methods = ztFile_of(file);
   const int32_t read = methods->readBuf(file, nameFieldSize, attribute->name);
   attribute->name[nameFieldSize - 1] = '\0';
-  return read == nameFieldSize && methods->readInt(file, &attribute->type) &&
-         methods->readInt(file, &attribute->type) && methods->readInt(file, &attribute->userValue) &&
+  return read == nameFieldSize && readTypes(attribute, file) &&
+         methods->readInt(file, &attribute->userValue) > 0 &&
          ztArray_of(attribute->values)->read(attribute->values, file);
 }
 
@@ -287,7 +231,7 @@ ZT_DEFINE_CLASS(ztTagAttribute, ztBaseClass, tagAttributeMethods)
 int32_t ztTat_readHandle(void *file, ztTagHandle *handle) {
   if (file == nullptr || handle == nullptr) return 0;
   const ztFileMethods *methods = ztFile_of(file);
-  return methods->readInt(file, &handle->index) && methods->readInt(file, &handle->type);
+  return methods->readInt(file, &handle->index) > 0 && methods->readInt(file, &handle->type) > 0;
 }
 
 int32_t ztTat_writeHandle(void *file, const ztTagHandle *handle) {

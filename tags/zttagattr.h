@@ -30,7 +30,8 @@ ZT_END_C
 
 /**
  * The methods of an attribute, in slot order. Values are passed by address: 4 bytes for ztIntTag, 8 for
- * ztFloatTag. Without a value array, which only the base class lacks, the results are 0 and NULL.
+ * ztFloatTag. Without a value array, which only the base class lacks, the results are 0 and NULL. So they
+ * are, and no value is read or written, where the type is 1 or 2 and values do not have 4 or 8 bytes.
  *
  *  - `setValue`: stores a value at an index; -1 means every index, and one behind the last means the
  *    first. Then tells the owner (`attrChanged`), once. 1; 0 when the value is NULL or there is no
@@ -46,8 +47,11 @@ ZT_END_C
  *    no change of a value.
  *
  * A copy made by `clone` names its source's owner, without being held by it, and tells it of changes
- * until it is destroyed. `assign` takes over the values as far as both attributes have them, and nothing from an attribute of
- * another kind.
+ * until one of the two is destroyed; the next setting of a value then clears its `owner`. That of an
+ * attribute in a tag, or taken out of its array by the host, is cleared when the tag is destroyed.
+ * `assign` takes over the values as far as both attributes have them, and nothing from an attribute of
+ * another kind. `read` gives 0 for a stored type 1 or 2 that contradicts the values that the attribute
+ * has, whose type then stays.
  */
 #define ztTagAttribute_METHODS                                            \
   ztBaseClass_METHODS                                                     \

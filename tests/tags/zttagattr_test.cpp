@@ -3,6 +3,10 @@
 #include "io/zttxtfile.h"
 #include "tests/tags/attributes.hh"
 
+#include <stdlib.h>
+
+#include <utility>
+
 // The classes of the tests ------------------------------------------------------------------------
 
 static int32_t refusingFileAccept(void *object) {
@@ -634,9 +638,9 @@ TYPED_TEST(Attribute, ReadsWhatWasWritten) {
 
 TYPED_TEST(Attribute, ReadsOverTheValuesItHas) {
   this->have({1, 2, 3});
-  EXPECT_EQ(Records().read(this->attribute, recordOf<TypeParam>("n", 1, 2, {})), 1);
+  EXPECT_EQ(Records().read(this->attribute, recordOf<TypeParam>("n", this->attribute->type, 2, {})), 1);
   EXPECT_EQ(countOf(this->attribute), 0);
-  EXPECT_EQ(Records().read(this->attribute, recordOf<TypeParam>("n", 1, 2, {4, 5})), 1);
+  EXPECT_EQ(Records().read(this->attribute, recordOf<TypeParam>("n", this->attribute->type, 2, {4, 5})), 1);
   EXPECT_EQ(this->have(), (std::vector<TypeParam>{4, 5}));
 }
 
@@ -647,14 +651,117 @@ TEST_F(HeldAttribute, ReadingTellsNothingAndKeepsTheOwner) {
 }
 
 TYPED_TEST(Attribute, TheSecondTypeWordIsTheOneThatStays) {
-  std::string record = recordOf<TypeParam>("n", 1, 2, {4});
+  std::string record = recordOf<TypeParam>("n", this->attribute->type, 2, {4});
   record.replace(nameSize, 8, bytesOf(int32_t{11}) + bytesOf(int32_t{12}));
   EXPECT_EQ(Records().read(this->attribute, record), 1);
   EXPECT_EQ(this->attribute->type, 12);
 }
 
+// Whoever goes by the type has room for 4 bytes with 1, and for 8 with 2.
+TYPED_TEST(Attribute, ReadingRefusesATypeThatContradictsTheValues) {
+  const int32_t own = this->attribute->type;
+  const int32_t other = own == intType ? floatType : intType;
+  const std::vector<std::pair<int32_t, int32_t>> words = {
+      {other, other}, {own, other}, {other, own}, {11, other}};
+  for (const auto &[first, second] : words) {
+    this->have({1, 2});
+    this->attribute->userValue = 5;
+    std::string record = recordOf<TypeParam>("read", own, 9, {4});
+    record.replace(nameSize, 8, bytesOf(first) + bytesOf(second));
+    EXPECT_EQ(Records().read(this->attribute, record), 0);
+    EXPECT_EQ(this->attribute->type, own);
+    EXPECT_STREQ(this->attribute->name, "read");
+    EXPECT_EQ(this->attribute->userValue, 5);
+    EXPECT_EQ(this->have(), (std::vector<TypeParam>{1, 2}));
+    const std::string text =
+        fieldOf("text", nameSize) + "\n" + std::to_string(first) + "\n" + std::to_string(second) + "\n9\n0\n";
+    EXPECT_EQ(Records(ztTextFile_ctor).read(this->attribute, text), 0);
+    EXPECT_EQ(this->attribute->type, own);
+    EXPECT_STREQ(this->attribute->name, "text");
+  }
+}
+
+TYPED_TEST(Attribute, ReadingRefusesAContradictionAlsoOfATypeOfTheHosts) {
+  const int32_t other = this->attribute->type == intType ? floatType : intType;
+  this->attribute->type = 11;
+  EXPECT_EQ(Records().read(this->attribute, recordOf<TypeParam>("n", other, 2, {4})), 0);
+  EXPECT_EQ(this->attribute->type, 11);
+}
+
+TYPED_TEST(Attribute, TheFirstTypeStaysWhereTheSecondIsCutOff) {
+  const std::string record = recordOf<TypeParam>("n", 11, 2, {4}).substr(0, nameSize + 4);
+  EXPECT_EQ(Records().read(this->attribute, record), 0);
+  EXPECT_EQ(this->attribute->type, 11);
+}
+
+// Memory of just so many bytes, so that one more is noticed.
+template <typename Value>
+class Room {
+ public:
+  explicit Room(Value value) : bytes(static_cast<Value *>(malloc(sizeof value))) {
+    *bytes = value;
+  }
+  ~Room() {
+    free(bytes);
+  }
+  Room(const Room &) = delete;
+  Room &operator=(const Room &) = delete;
+
+  Value *const bytes;
+};
+
+template <typename Value>
+static void expectNothingCopied(void *attribute) {
+  const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
+  const Room<Value> room(77);
+  for (const int32_t index : {-1, 0, 1}) EXPECT_EQ(methods->setValue(attribute, index, room.bytes), 0);
+  for (const int32_t index : {0, 1, 5}) EXPECT_EQ(methods->getValue(attribute, index, room.bytes), nullptr);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(methods->getTotalValue(attribute, room.bytes), room.bytes);
+    EXPECT_EQ(methods->getAverageValue(attribute, room.bytes), room.bytes);
+  }
+  EXPECT_EQ(*room.bytes, 77);
+}
+
+TYPED_TEST(Attribute, CopiesNothingUnderATypeThatContradictsTheValues) {
+  using Other = std::conditional_t<std::is_same_v<TypeParam, int32_t>, double, int32_t>;
+  this->have({1, 2});
+  const int32_t own = this->attribute->type;
+  this->attribute->type = own == intType ? floatType : intType;
+  expectNothingCopied<Other>(this->attribute);
+  this->attribute->type = own;
+  EXPECT_EQ(this->have(), (std::vector<TypeParam>{1, 2}));
+}
+
+TYPED_TEST(Attribute, CopiesNothingOfValuesThatAHostReplacedByOthersOfAnotherSize) {
+  using Other = std::conditional_t<std::is_same_v<TypeParam, int32_t>, double, int32_t>;
+  ztTagAttribute *other = newAttribute(std::vector<Other>{1, 2});
+  std::swap(this->attribute->values, other->values);
+  expectNothingCopied<TypeParam>(this->attribute);
+  expectNothingCopied<Other>(other);
+  this->attribute->type = other->type;
+  // The class knows how to add its own kind only; the values themselves are reached again.
+  const Room<Other> room(77);
+  EXPECT_EQ(this->methods->getTotalValue(this->attribute, room.bytes), room.bytes);
+  EXPECT_EQ(*room.bytes, 77);
+  EXPECT_NE(this->methods->getValue(this->attribute, 1, room.bytes), nullptr);
+  EXPECT_EQ(*room.bytes, 2);
+  release(other);
+}
+
+TYPED_TEST(Attribute, AddsNoValuesOfAnotherSizeUnderATypeOfTheHosts) {
+  this->attribute->type = 11;
+  ztArray_of(this->attribute->values)->setElementSize(this->attribute->values, 100, 0);
+  ztArray_of(this->attribute->values)->empty(this->attribute->values);
+  ASSERT_EQ(this->methods->setNumValues(this->attribute, 3), 1);
+  TypeParam out = 77;
+  EXPECT_EQ(this->methods->getTotalValue(this->attribute, &out), &out);
+  EXPECT_EQ(this->methods->getTotalValue(this->attribute, &out), &out);
+  EXPECT_EQ(out, 77);
+}
+
 TYPED_TEST(Attribute, ANameWithoutAnEndIsCut) {
-  std::string record = recordOf<TypeParam>("", 1, 2, {4});
+  std::string record = recordOf<TypeParam>("", this->attribute->type, 2, {4});
   record.replace(0, nameSize, std::string(nameSize, 'n'));
   EXPECT_EQ(Records().read(this->attribute, record), 1);
   EXPECT_EQ(this->attribute->name, std::string(31, 'n'));
@@ -662,7 +769,7 @@ TYPED_TEST(Attribute, ANameWithoutAnEndIsCut) {
 
 // Missing element bytes read as zeros; all else must be there.
 TYPED_TEST(Attribute, ReadingACutRecordFailsAheadOfTheValues) {
-  const std::string record = recordOf<TypeParam>("name", 1, 2, {4, 5});
+  const std::string record = recordOf<TypeParam>("name", this->attribute->type, 2, {4, 5});
   const size_t values = nameSize + 16;
   for (size_t size = 0; size < record.size(); ++size) {
     this->have({7});
@@ -676,8 +783,8 @@ TYPED_TEST(Attribute, ReadingACutRecordFailsAheadOfTheValues) {
 }
 
 TYPED_TEST(Attribute, ReadingACutTextFailsAheadOfTheCount) {
-  const std::string text = textOf<TypeParam>("name", 1, 2, {65, 66});
-  const size_t count = text.find("2\n2\n") + 2;
+  const std::string text = textOf<TypeParam>("name", this->attribute->type, 7, {65, 66});
+  const size_t count = text.find("7\n2\n") + 2;
   for (size_t size = 0; size < text.size(); ++size) {
     this->have({7});
     EXPECT_EQ(Records(ztTextFile_ctor).read(this->attribute, text.substr(0, size)), size > count) << size;
@@ -688,7 +795,7 @@ TYPED_TEST(Attribute, ReadingACutTextFailsAheadOfTheCount) {
 TYPED_TEST(Attribute, ReadingAnImpossibleCountFails) {
   for (const int32_t count : {-1, INT32_MIN, INT32_MAX, 100000000}) {
     this->have({7});
-    std::string record = recordOf<TypeParam>("name", 1, 2, {4, 5});
+    std::string record = recordOf<TypeParam>("name", this->attribute->type, 2, {4, 5});
     record.replace(nameSize + 12, 4, bytesOf(count));
     EXPECT_EQ(Records().read(this->attribute, record), 0) << count;
     EXPECT_EQ(this->have(), (std::vector<TypeParam>{7}));

@@ -1,0 +1,384 @@
+#include "tags/zttagowner.hh"
+
+#include "core/ztlock.hh"
+#include "core/ztmem.h"
+
+// An attribute that a tag holds, and a copy that names its source's owner, have a bond each: its number is
+// the attribute's `binding`, and goes with the attribute's bytes, since an array moves the attributes that
+// lie in it. The bonds with one tag are listed, so that the tag's end reaches them all and no others.
+//
+// A tag may be moved too. It is known by its array of attributes, which stays where it is; one that the host
+// named as an owner, by its address.
+//
+// The tables are the process's and locked for writing. A bond never moves, so that it is read without the
+// lock by the thread to which its attribute belongs at the time.
+
+namespace {
+
+struct Owner;
+
+struct Bond {
+  ztTagAttribute *held;  // the attribute, where a tag holds it; NULL for a copy's
+  Owner *owner;          // NULL once that is destroyed
+  int32_t next;          // of the same owner; 0 at the end. Of a bond that is not in use: the next such
+  int32_t previous;      // of the same owner; 0 at the beginning
+  int32_t former;        // the bond with the owner before, which is told until the new one is; or 0
+};
+
+struct Owner {
+  void *tag;
+  const void *key;
+  Owner *nextInBucket;
+  int32_t firstBond;
+  bool moved;  // its attributes may name the address where it was
+};
+
+}  // namespace
+
+// Bonds -------------------------------------------------------------------------------------------
+
+constexpr int32_t firstChunkSize = 16;
+constexpr int32_t maxChunks = 22;  // the largest has a size of 2^30 bytes
+
+static Bond *chunks[maxChunks];  // each twice as large as the one before
+static int32_t chunkCount;
+static int32_t bondCount;
+static int32_t freeBond;  // 0 when all are in use
+
+static int32_t chunkSize(int32_t chunk) {
+  return firstChunkSize << chunk;
+}
+
+static Bond *bondAt(int32_t number) {
+  const auto place = static_cast<uint32_t>(number - 1 + firstChunkSize);
+  const int32_t chunk = 31 - __builtin_clz(place / firstChunkSize);
+  return &chunks[chunk][place - static_cast<uint32_t>(chunkSize(chunk))];
+}
+
+static bool addChunk() {
+  if (chunkCount == maxChunks) return false;
+  const int32_t size = chunkSize(chunkCount);
+  chunks[chunkCount] = static_cast<Bond *>(ztm_alloc(size * static_cast<int32_t>(sizeof(Bond))));
+  if (chunks[chunkCount] == nullptr) return false;
+  const int32_t first = size - firstChunkSize + 1;
+  for (int32_t i = 0; i < size; ++i) {
+    chunks[chunkCount][i] = {nullptr, nullptr, i + 1 < size ? first + i + 1 : 0, 0, 0};
+  }
+  ++chunkCount;
+  freeBond = first;
+  return true;
+}
+
+static void releaseChunks() {
+  while (chunkCount > 0) ztm_free(chunks[--chunkCount]);
+  freeBond = 0;
+}
+
+// 0 when memory is exhausted.
+static int32_t newBond(Owner *owner, ztTagAttribute *held, int32_t former) {
+  if (freeBond == 0 && !addChunk()) return 0;
+  const int32_t number = freeBond;
+  Bond *bond = bondAt(number);
+  freeBond = bond->next;
+  ++bondCount;
+  *bond = {held, owner, owner->firstBond, 0, former};
+  if (bond->next != 0) bondAt(bond->next)->previous = number;
+  owner->firstBond = number;
+  return number;
+}
+
+// Owners ------------------------------------------------------------------------------------------
+
+constexpr int32_t firstBucketCount = 16;
+
+static Owner **buckets;
+static int32_t bucketCount;  // a power of two
+static int32_t ownerCount;   // also read without the lock
+
+static Owner **bucketOf(const void *key) {
+  constexpr uint64_t spread = 0x9E3779B97F4A7C15U;
+  const uint64_t hash = reinterpret_cast<uintptr_t>(key) * spread;
+  return &buckets[(hash >> 32U) & static_cast<uint32_t>(bucketCount - 1)];
+}
+
+static void addToBucket(Owner *owner) {
+  Owner **bucket = bucketOf(owner->key);
+  owner->nextInBucket = *bucket;
+  *bucket = owner;
+}
+
+static bool growBuckets() {
+  Owner **old = buckets;
+  const int32_t oldCount = bucketCount;
+  const int32_t count = oldCount == 0 ? firstBucketCount : 2 * oldCount;
+  const int64_t size = count * static_cast<int64_t>(sizeof(Owner *));
+  auto **grown = size > INT32_MAX ? nullptr : static_cast<Owner **>(ztm_alloc(static_cast<int32_t>(size)));
+  if (grown == nullptr) return false;
+  for (int32_t i = 0; i < count; ++i) grown[i] = nullptr;
+  buckets = grown;
+  bucketCount = count;
+  for (int32_t i = 0; i < oldCount; ++i) {
+    for (Owner *owner = old[i], *next = nullptr; owner != nullptr; owner = next) {
+      next = owner->nextInBucket;
+      addToBucket(owner);
+    }
+  }
+  ztm_free(old);
+  return true;
+}
+
+static Owner *findOwner(const void *key) {
+  if (bucketCount == 0) return nullptr;
+  Owner *owner = *bucketOf(key);
+  while (owner != nullptr && owner->key != key) owner = owner->nextInBucket;
+  return owner;
+}
+
+static void setOwnerCount(int32_t count) {
+  __atomic_store_n(&ownerCount, count, __ATOMIC_RELAXED);
+}
+
+// NULL when memory is exhausted.
+static Owner *newOwner(void *tag, const void *key) {
+  // Without memory for more buckets those that are there become fuller.
+  if (ownerCount >= bucketCount && !growBuckets() && bucketCount == 0) return nullptr;
+  auto *owner = static_cast<Owner *>(ztm_alloc(sizeof(Owner)));
+  if (owner == nullptr) return nullptr;
+  *owner = {tag, key, nullptr, 0, false};
+  addToBucket(owner);
+  setOwnerCount(ownerCount + 1);
+  return owner;
+}
+
+static void releaseOwner(Owner *owner) {
+  Owner **place = bucketOf(owner->key);
+  while (*place != owner) place = &(*place)->nextInBucket;
+  *place = owner->nextInBucket;
+  ztm_free(owner);
+  setOwnerCount(ownerCount - 1);
+}
+
+static void noteAddress(Owner *owner, void *tag) {
+  if (owner->tag == tag) return;
+  owner->tag = tag;
+  owner->moved = true;
+}
+
+static Owner *ownerOf(void *tag, const void *key) {
+  Owner *owner = findOwner(key);
+  if (owner == nullptr) return newOwner(tag, key);
+  noteAddress(owner, tag);
+  return owner;
+}
+
+static void releaseTablesNotInUse() {
+  if (bondCount == 0) releaseChunks();
+  if (ownerCount > 0) return;
+  ztm_free(buckets);
+  buckets = nullptr;
+  bucketCount = 0;
+}
+
+// Bonds and their owners --------------------------------------------------------------------------
+
+// 0 when memory is exhausted.
+static int32_t bindTo(void *tag, const void *key, ztTagAttribute *held, int32_t former) {
+  Owner *owner = ownerOf(tag, key);
+  if (owner == nullptr) return 0;
+  const int32_t number = newBond(owner, held, former);
+  if (owner->firstBond == 0) releaseOwner(owner);
+  return number;
+}
+
+// The owner goes with the last bond.
+static void leaveOwner(const Bond *bond) {
+  Owner *owner = bond->owner;
+  if (owner == nullptr) return;
+  if (bond->next != 0) bondAt(bond->next)->previous = bond->previous;
+  if (bond->previous != 0) {
+    bondAt(bond->previous)->next = bond->next;
+  } else {
+    owner->firstBond = bond->next;
+  }
+  if (owner->firstBond == 0) releaseOwner(owner);
+}
+
+static void endBond(int32_t number) {
+  if (number == 0) return;
+  Bond *bond = bondAt(number);
+  leaveOwner(bond);
+  *bond = {nullptr, nullptr, freeBond, 0, 0};
+  freeBond = number;
+  --bondCount;
+}
+
+// NULL for an attribute without one, and for bytes copied from one that a tag holds.
+static Bond *bondOf(const ztTagAttribute *attribute) {
+  if (attribute->binding <= 0) return nullptr;
+  Bond *bond = bondAt(attribute->binding);
+  return bond->held == nullptr || bond->held == attribute ? bond : nullptr;
+}
+
+// The bond with the owner that the attribute names.
+static const Bond *namingBond(const ztTagAttribute *attribute) {
+  const Bond *bond = bondOf(attribute);
+  return bond == nullptr || bond->former == 0 ? bond : bondAt(bond->former);
+}
+
+void *ztTatLivingOwner(const ztTagAttribute *attribute) {
+  if (attribute->owner == nullptr) return nullptr;
+  const Bond *bond = namingBond(attribute);
+  if (bond == nullptr) return attribute->owner;
+  if (bond->owner == nullptr) return nullptr;
+  return bond->owner->moved ? bond->owner->tag : attribute->owner;
+}
+
+void ztTatForgetDeadOwner(ztTagAttribute *attribute) {
+  const Bond *bond = bondOf(attribute);
+  if (bond != nullptr && bond->owner == nullptr) ztTatLetGo(attribute);
+}
+
+bool ztTatShareOwner(ztTagAttribute *copy, const ztTagAttribute *source) {
+  copy->owner = ztTatLivingOwner(source);
+  copy->binding = 0;
+  if (copy->owner == nullptr) return true;
+  const ztLocked locked(ztTablesLock);
+  const Bond *bond = namingBond(source);
+  const bool isBound = bond != nullptr && bond->owner->tag == copy->owner;
+  copy->binding = isBound ? newBond(bond->owner, nullptr, 0) : bindTo(copy->owner, copy->owner, nullptr, 0);
+  releaseTablesNotInUse();
+  return copy->binding != 0;
+}
+
+// Holding -----------------------------------------------------------------------------------------
+
+// The array that should list the attribute; NULL for one that no tag holds.
+static ztPtrArray *arrayOf(const ztTagAttribute *attribute) {
+  const Bond *bond = bondOf(attribute);
+  if (bond == nullptr || bond->held == nullptr || bond->owner == nullptr) return nullptr;
+  return static_cast<ztPtrArray *>(const_cast<void *>(bond->owner->key));
+}
+
+// The attribute's next place in the array, or the array's count.
+static int32_t placeIn(const ztPtrArray *array, const ztTagAttribute *attribute, int32_t from) {
+  const int32_t count = ztPtrArray_of(array)->getSize(array);
+  while (from < count && ztPtrArray_of(array)->getAt(array, from) != attribute) ++from;
+  return from;
+}
+
+bool ztTatIsHeld(const ztTagAttribute *attribute) {
+  const ztPtrArray *array = arrayOf(attribute);
+  return array != nullptr && placeIn(array, attribute, 0) < ztPtrArray_of(array)->getSize(array);
+}
+
+void ztTatLeaveArray(const ztTagAttribute *attribute) {
+  ztPtrArray *array = arrayOf(attribute);
+  if (array == nullptr) return;
+  for (int32_t i = placeIn(array, attribute, 0); i < ztPtrArray_of(array)->getSize(array);
+       i = placeIn(array, attribute, i + 1)) {
+    ztPtrArray_of(array)->setAt(array, nullptr, i);
+  }
+}
+
+// Ends the bond that the attribute has, except for the part that tells who is to be told.
+static int32_t takeNamingBond(const ztTagAttribute *attribute) {
+  Bond *bond = bondOf(attribute);
+  if (bond == nullptr) return 0;
+  const int32_t former = bond->former;
+  if (former == 0) {
+    bond->held = nullptr;
+    return attribute->binding;
+  }
+  endBond(attribute->binding);
+  return former;
+}
+
+bool ztTatEnlist(ztTagAttribute *attribute, const ztTag *tag) {
+  const ztLocked locked(ztTablesLock);
+  attribute->binding = takeNamingBond(attribute);
+  const int32_t number = bindTo(const_cast<ztTag *>(tag), tag->attributes, attribute, attribute->binding);
+  if (number != 0) attribute->binding = number;
+  releaseTablesNotInUse();
+  return number != 0;
+}
+
+void ztTatWithdraw(ztTagAttribute *attribute) {
+  const ztLocked locked(ztTablesLock);
+  const Bond *bond = bondOf(attribute);
+  if (bond == nullptr) return;
+  const int32_t former = bond->former;
+  endBond(attribute->binding);
+  attribute->binding = former;
+  releaseTablesNotInUse();
+}
+
+static void dropBonds(ztTagAttribute *attribute) {
+  const Bond *bond = bondOf(attribute);
+  if (bond != nullptr) {
+    endBond(bond->former);
+    endBond(attribute->binding);
+  }
+  attribute->binding = 0;
+}
+
+void ztTatLetGo(ztTagAttribute *attribute) {
+  attribute->owner = nullptr;
+  if (attribute->binding == 0) return;
+  const ztLocked locked(ztTablesLock);
+  dropBonds(attribute);
+  releaseTablesNotInUse();
+}
+
+static bool isBoundTo(const Bond *bond, const ztTag *tag) {
+  return bond != nullptr && bond->held != nullptr && bond->owner != nullptr &&
+         bond->owner->key == tag->attributes;
+}
+
+bool ztTatHold(ztTagAttribute *attribute, const ztTag *tag) {
+  void *owner = const_cast<ztTag *>(tag);
+  attribute->owner = owner;
+  Bond *bond = bondOf(attribute);
+  const bool isBound = isBoundTo(bond, tag);
+  if (isBound) noteAddress(bond->owner, owner);
+  if (isBound && bond->former == 0) return true;
+  const ztLocked locked(ztTablesLock);
+  if (isBound) {
+    endBond(bond->former);
+    bond->former = 0;
+  } else {
+    dropBonds(attribute);
+    attribute->binding = bindTo(owner, tag->attributes, attribute, 0);
+  }
+  releaseTablesNotInUse();
+  return attribute->binding != 0;
+}
+
+// The end of an owner -----------------------------------------------------------------------------
+
+static void ownerEnds(int32_t number) {
+  Bond *bond = bondAt(number);
+  leaveOwner(bond);
+  bond->owner = nullptr;
+  bond->next = 0;
+  bond->previous = 0;
+  ztTagAttribute *attribute = bond->held;
+  if (attribute == nullptr) return;
+  // One that was taken out of the array. While it is being inserted elsewhere it still names another.
+  attribute->binding = bond->former;
+  if (bond->former == 0) attribute->owner = nullptr;
+  endBond(number);
+}
+
+static void bondsEnd(const void *key) {
+  for (const Owner *owner = findOwner(key); owner != nullptr; owner = findOwner(key)) {
+    ownerEnds(owner->firstBond);
+  }
+}
+
+void ztTatOwnerEnds(const ztTag *tag, const ztPtrArray *attributes) {
+  if (__atomic_load_n(&ownerCount, __ATOMIC_RELAXED) == 0) return;
+  const ztLocked locked(ztTablesLock);
+  bondsEnd(tag);
+  if (attributes != nullptr) bondsEnd(attributes);
+  releaseTablesNotInUse();
+}
