@@ -153,7 +153,9 @@ void expectNothing(ztCtor constructor, const Methods *table, Slots callSlots) {
   EXPECT_EQ(slot, static_cast<int>(sizeof(Methods) / sizeof(void *))) << "every slot is called";
   EXPECT_EQ(memcmp(bystander, untouched, sizeof bystander), 0);
   EXPECT_EQ(table->clone(object, nullptr), nullptr);
-  EXPECT_EQ(table->assign(object, nullptr), 0);
+  // Without contents to take over there is nothing that fails.
+  const bool takesContents = ztOOP_isClassOf(object, "ztArray") || ztOOP_isClassOf(object, "ztString");
+  EXPECT_EQ(table->assign(object, nullptr), takesContents ? 0 : 1);
   table->unRef(object);
 }
 

@@ -9,6 +9,7 @@
 
 #include <set>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -288,6 +289,31 @@ TEST(LogText, IsCutAt511Bytes) {
   const std::string cut = longest + "\n" + longest + "\n" + std::string(511, 'c') + "\n";
   EXPECT_EQ(host.output(), loading + banner + cut + ending);
   EXPECT_EQ(host.log(), banner + cut + ending);
+}
+
+// Whether the file has lines of one letter throughout, or of the library's own, and no others.
+bool hasWholeLinesOnly(const std::string &log) {
+  const std::string own = "\n" + banner + ending;
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    const bool isText = line.size() == 400 && line == std::string(400, line[0]);
+    if (!isText && own.find("\n" + line + "\n") == std::string::npos) return false;
+  }
+  return true;
+}
+
+TEST(LogText, IsNotSplitByAnotherProcessThatHasTheSameFile) {
+  HostProcess host;
+  HostProcess other;
+  std::filesystem::create_symlink(host.folder.path("zentova.log"), other.folder.path("zentova.log"));
+  std::thread second([&] {
+    EXPECT_EQ(other.run("log_texts", std::vector<std::string>(500, std::string(400, 'b') + "\n")), 0);
+  });
+  EXPECT_EQ(host.run("log_texts", std::vector<std::string>(500, std::string(400, 'a') + "\n")), 0);
+  second.join();
+  EXPECT_TRUE(hasWholeLinesOnly(host.log()));
+  EXPECT_NE(host.log().find(cleaned), std::string::npos);
+  EXPECT_GE(host.log().size(), 500U * 401U);  // the one that opened the file last wrote all behind that
 }
 
 // Host classes -----------------------------------------------------------------------------------

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -196,29 +195,6 @@ int wholeLines(const std::string &path) {
 void logLines(char letter, int count) {
   const std::string line(400, letter);
   for (int i = 0; i < count; ++i) ztLc_log("%s\n", line.c_str());
-}
-
-TEST(Log, SplitsNoTextOfSeveralProcesses) {
-  const TempFolder folder;
-  const std::string path = folder.path("a.log");
-  testing::internal::CaptureStdout();
-  ztLc_closeLogFile();
-  ASSERT_EQ(ztLc_openLogFile(path.c_str()), 1);
-  const pid_t child = fork();
-  if (child == 0) {
-    // As a process does that was started by itself: it empties the file.
-    ztLc_closeLogFile();
-    ztLc_openLogFile(path.c_str());
-    logLines('c', 500);
-    _exit(0);
-  }
-  logLines('p', 500);
-  int status = -1;
-  EXPECT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
-  ztLc_closeLogFile();
-  testing::internal::GetCapturedStdout();
-  EXPECT_GE(wholeLines(path), 500);
 }
 
 TEST(Log, MixesNoTextsOfSeveralThreads) {

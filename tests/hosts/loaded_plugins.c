@@ -138,6 +138,7 @@ static void closeOneOfTwo(void) {
   checkGone("Mixer");
   makeAndRelease("Pump");
   use(pump);
+  closeAll(pump);
 }
 
 static void closeOfOneName(void) {
