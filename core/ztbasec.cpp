@@ -1,6 +1,8 @@
 #include "core/ztbasec.h"
 
 #include "core/ztbasec.hh"
+#include "core/ztcalls.hh"
+#include "core/ztcheck.hh"
 #include "core/ztcore.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
@@ -8,6 +10,7 @@
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
+#include "objects/ztobject.hh"
 
 #include <string.h>
 
@@ -74,6 +77,7 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
     object = ztm_alloc(description->instanceSize);
     if (object == nullptr) return nullptr;
   }
+  ztObjectMade(object);
   auto *header = static_cast<ztBaseClass *>(object);
   ztClass *klass = description->klass;
   header->klass = klass;
@@ -239,39 +243,30 @@ static int32_t baseWrite(const void *object, void *) {
   return object != nullptr;
 }
 
+// A count that has come this far stays, and the object with it: beyond it, or back from it, nobody knows how
+// many references there are.
+constexpr int32_t mostReferences = INT32_MAX;
+
 static void baseRef(void *object) {
-  if (object != nullptr) ++static_cast<ztBaseClass *>(object)->refCount;
-}
-
-namespace {
-
-// An object whose release is under way, innermost first.
-struct Release {
-  const void *object;
-  const Release *outer;
-};
-
-}  // namespace
-
-static const Release *releases;
-
-// What an object's `destroy` sets off may release the object once more.
-static bool isBeingReleased(const void *object) {
-  for (const Release *release = releases; release != nullptr; release = release->outer) {
-    if (release->object == object) return true;
-  }
-  return false;
-}
-
-static void baseUnRef(void *object) {
   if (object == nullptr) return;
+  auto *header = static_cast<ztBaseClass *>(object);
+  if (header->refCount != mostReferences) ++header->refCount;
+}
+
+ZT_OWN_FRAME static void baseUnRef(void *object) {
+  if (object == nullptr) return;
+  if (ztChecksThreads) ztCheckThread(ztEmitterOf(object), "a release");
+  auto *header = static_cast<ztBaseClass *>(object);
+  if (header->refCount == mostReferences) return;
+  header->refCount = static_cast<int32_t>(static_cast<uint32_t>(header->refCount) - 1);
   // 1, not 0: a new object that was referenced once more ends at its first release.
-  if (--static_cast<ztBaseClass *>(object)->refCount > 1 || isBeingReleased(object)) return;
-  const Release release = {object, releases};
-  releases = &release;
+  if (header->refCount > 1) return;
+  // What an object's `destroy` sets off may release the object once more.
+  ztCallMark mark;
+  if (ztIsUnderWay(object, ztFrameOf(&mark), ztCallKind::release)) return;
+  ztCalls *calls = ztBeginCall(&mark, ztCallKind::release, object, ztFrameOf(&mark));
   ztBaseClass_of(object)->destroy(object);
-  releases = release.outer;
-  ztm_free(object);
+  if (calls == nullptr || ztEndCall(calls, mark)) ztm_free(object);
 }
 
 static int32_t baseGetRefCount(const void *object) {

@@ -1,0 +1,226 @@
+#include "core/ztcalls.hh"
+
+#include "core/ztmem.h"
+#include "objects/ztobject.h"
+
+#include <pthread.h>
+#include <string.h>
+#include <sys/single_threaded.h>
+
+// The table of a thread ---------------------------------------------------------------------------
+
+// The first thread's, so that a program of one thread needs no memory for it.
+static ztCalls firstCalls;
+static bool firstCallsTaken;
+
+static ztCalls *takeCalls() {
+  if (!__atomic_exchange_n(&firstCallsTaken, true, __ATOMIC_ACQ_REL)) return &firstCalls;
+  return static_cast<ztCalls *>(ztm_alloc(sizeof(ztCalls)));
+}
+
+static ztCalls *callsOfThread() {
+  if (ztThisThread.calls != nullptr) return ztThisThread.calls;
+  ztThreadBlock *block = ztBlockOfThread();
+  // One that threads share, for want of memory, cannot hold it.
+  if (block != ztThisThread.block) return nullptr;
+  ztCalls *calls = takeCalls();
+  if (calls == nullptr) return nullptr;
+  memset(calls, 0, sizeof *calls);
+  calls->entries = calls->fewEntries;
+  calls->capacity = sizeof calls->fewEntries / sizeof(ztCall);
+  calls->pending = calls->fewPending;
+  calls->pendingCapacity = sizeof calls->fewPending / sizeof(ztPendingSlot);
+  block->calls = calls;
+  ztThisThread.calls = calls;
+  return calls;
+}
+
+void ztReleaseCalls(ztCalls *calls) {
+  if (calls == nullptr) return;
+  if (calls->entries != calls->fewEntries) ztm_free(calls->entries);
+  if (calls->pending != calls->fewPending) ztm_free(calls->pending);
+  if (calls != &firstCalls) {
+    ztm_free(calls);
+  } else {
+    __atomic_store_n(&firstCallsTaken, false, __ATOMIC_RELEASE);
+  }
+}
+
+// A block for twice as many elements at least, with those of the old one; NULL without memory.
+template <typename Element>
+static Element *enlarge(Element *old, const Element *few, uint32_t *capacity, uint32_t wanted) {
+  uint32_t larger = 2 * *capacity;
+  while (larger < wanted && larger < INT32_MAX / sizeof(Element)) larger *= 2;
+  if (larger > INT32_MAX / sizeof(Element)) return nullptr;
+  const auto bytes = static_cast<int32_t>(larger * sizeof(Element));
+  auto *fresh = static_cast<Element *>(old == few ? ztm_alloc(bytes) : ztm_realloc(old, bytes));
+  if (fresh == nullptr) return nullptr;
+  if (old == few) memcpy(fresh, few, *capacity * sizeof(Element));
+  *capacity = larger;
+  return fresh;
+}
+
+bool ztReservePending(ztCalls *calls, uint32_t count) {
+  if (calls->pendingCapacity - calls->pendingCount >= count) return true;
+  if (count > INT32_MAX) return false;
+  ztPendingSlot *fresh =
+      enlarge(calls->pending, calls->fewPending, &calls->pendingCapacity, calls->pendingCount + count);
+  if (fresh == nullptr) return false;
+  calls->pending = fresh;
+  return true;
+}
+
+void ztTrimPending(ztCalls *calls) {
+  uint32_t used = 0;
+  for (uint32_t i = 0; i < calls->count; ++i) {
+    const ztCall &call = calls->entries[i];
+    if (call.kind == ztCallKind::delivery && call.end > used) used = call.end;
+  }
+  calls->pendingCount = used;
+}
+
+// Frames that are gone -----------------------------------------------------------------------------
+
+static void askForStack(ztCalls *calls) {
+  calls->stackLow = 1;
+  calls->stackHigh = 1;
+  pthread_attr_t attributes;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
+  void *low = nullptr;
+  size_t size = 0;
+  if (pthread_attr_getstack(&attributes, &low, &size) == 0) {
+    calls->stackLow = reinterpret_cast<uintptr_t>(low);
+    calls->stackHigh = calls->stackLow + size;
+  }
+  pthread_attr_destroy(&attributes);
+}
+
+static bool isOnOwnStack(ztCalls *calls, uintptr_t frame) {
+  if (calls->stackHigh == 0) askForStack(calls);
+  return frame >= calls->stackLow && frame < calls->stackHigh;
+}
+
+// Tells whether a frame that is running now has taken the place of an earlier one.
+static bool hasCovered(ztCalls *calls, uintptr_t frame, const ztCall &earlier) {
+  if (earlier.frame > frame) return false;
+  return earlier.frame == frame || (isOnOwnStack(calls, frame) && isOnOwnStack(calls, earlier.frame));
+}
+
+// What the slot that was called last left in its receiver. Where there are several threads the receiver may
+// have gone in another one, unnoticed here.
+static void clearSender(const ztCalls *calls, const ztCall &delivery) {
+  if (!__libc_single_threaded || delivery.detail >= delivery.end) return;
+  void *receiver = calls->pending[delivery.detail].receiver;
+  if (receiver != nullptr) static_cast<ztObject *>(receiver)->sender = nullptr;
+}
+
+static void drop(const ztCalls *calls, ztCall *call) {
+  if (call->kind == ztCallKind::delivery) clearSender(calls, *call);
+  *call = {nullptr, UINTPTR_MAX, 0, ztCallKind::gone, 0, 0};
+}
+
+static void trim(ztCalls *calls) {
+  while (calls->count > 0 && calls->entries[calls->count - 1].kind == ztCallKind::gone) --calls->count;
+  ztTrimPending(calls);
+}
+
+// A function may hold several watches at once: they have the same frame.
+static bool areTogether(const ztCall &one, ztCallKind kind, uint32_t detail) {
+  return one.kind == ztCallKind::watch && kind == ztCallKind::watch && one.detail != detail;
+}
+
+static void dropCovered(ztCalls *calls, ztCallKind kind, uintptr_t frame, uint32_t detail) {
+  for (uint32_t i = 0; i < calls->count; ++i) {
+    ztCall *call = &calls->entries[i];
+    if (call->kind == ztCallKind::gone || !hasCovered(calls, frame, *call)) continue;
+    if (call->frame != frame || !areTogether(*call, kind, detail)) drop(calls, call);
+  }
+  trim(calls);
+}
+
+// On the stacks of coroutines frames that are gone are not told from others by their order. But of two in
+// the same place the older one is gone, so that a loop leaves no more records than there are places.
+static void dropRepeated(ztCalls *calls) {
+  for (uint32_t i = 0; i < calls->count; ++i) {
+    ztCall *older = &calls->entries[i];
+    if (older->kind == ztCallKind::gone || isOnOwnStack(calls, older->frame)) continue;
+    for (uint32_t j = 0; j < calls->count; ++j) {
+      const ztCall &other = calls->entries[j];
+      const bool isNewer = static_cast<int32_t>(other.serial - older->serial) > 0;
+      if (other.frame != older->frame || !isNewer || areTogether(other, older->kind, older->detail)) continue;
+      drop(calls, older);
+      break;
+    }
+  }
+  trim(calls);
+}
+
+static uint32_t freeEntry(ztCalls *calls) {
+  if (calls->count < calls->capacity) return calls->count++;
+  for (uint32_t i = 0; i < calls->count; ++i) {
+    if (calls->entries[i].kind == ztCallKind::gone) return i;
+  }
+  return ztNoRoom;
+}
+
+uint32_t ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail) {
+  ztCalls *calls = callsOfThread();
+  if (calls == nullptr) return ztNoRoom;
+  dropCovered(calls, kind, frame, detail);
+  if (calls->count == calls->capacity) dropRepeated(calls);
+  const uint32_t index = freeEntry(calls);
+  if (index != ztNoRoom) return index;
+  ztCall *fresh = enlarge(calls->entries, calls->fewEntries, &calls->capacity, calls->count + 1);
+  if (fresh == nullptr) return ztNoRoom;
+  calls->entries = fresh;
+  return calls->count++;
+}
+
+bool ztEndCallAmongOthers(ztCalls *calls, const ztCallMark &mark) {
+  ztCall *own = ztCallOf(calls, mark);
+  if (own == nullptr) return false;
+  const uintptr_t frame = own->frame;
+  *own = {nullptr, UINTPTR_MAX, 0, ztCallKind::gone, 0, 0};
+  for (uint32_t i = 0; i < calls->count; ++i) {
+    ztCall *call = &calls->entries[i];
+    // Another watch of the same function's lasts.
+    if (call->frame < frame && hasCovered(calls, frame, *call)) drop(calls, call);
+  }
+  trim(calls);
+  return true;
+}
+
+// Releases that may have been left ----------------------------------------------------------------
+
+static bool isEnd(const ztCall &call, const void *object, ztCallKind least) {
+  return call.subject == object && call.kind >= least;
+}
+
+// Reads what may be memory of a frame that has ended, which nobody else would.
+__attribute__((noinline, no_sanitize_address)) static uint32_t serialInFrame(uintptr_t frame) {
+  return *reinterpret_cast<const volatile uint32_t *>(frame);
+}
+
+// A frame that still runs still holds its mark. One that was left may do so for a while, until other frames
+// have written over it: the object then stays as it is, to be released another time. The frames of other
+// stacks cannot be looked into, since their memory may be gone.
+static bool mayRun(ztCalls *calls, uintptr_t frame, const ztCall &call) {
+  if (hasCovered(calls, frame, call)) return false;
+  return !isOnOwnStack(calls, call.frame) || serialInFrame(call.frame) == call.serial;
+}
+
+bool ztLooksUnderWay(ztCalls *calls, const void *object, uintptr_t frame, ztCallKind least) {
+  for (uint32_t i = calls->count; i-- > 0;) {
+    ztCall *call = &calls->entries[i];
+    if (!isEnd(*call, object, least)) continue;
+    if (mayRun(calls, frame, *call)) return true;
+    drop(calls, call);
+  }
+  return false;
+}
+
+void ztDropCallsOn(ztCalls *calls, const void *object) {
+  for (uint32_t i = 0; i < calls->count; ++i) {
+    if (isEnd(calls->entries[i], object, ztCallKind::release)) drop(calls, &calls->entries[i]);
+  }
+}
