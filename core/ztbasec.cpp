@@ -77,7 +77,6 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
     object = ztm_alloc(description->instanceSize);
     if (object == nullptr) return nullptr;
   }
-  ztObjectMade(object);
   auto *header = static_cast<ztBaseClass *>(object);
   ztClass *klass = description->klass;
   header->klass = klass;
@@ -221,11 +220,13 @@ static void baseClassInstanceCreate(ztClass *) {}
 static void baseClassInstanceDestroy(ztClass *) {}
 
 static int32_t baseCreate(void *object) {
+  ztObjectMade(object);
   return object != nullptr;
 }
 
 static void *baseClone(const void *object, void *target) {
   if (object == nullptr || target == nullptr) return nullptr;
+  ztObjectMade(target);
   return memmove(target, object, static_cast<size_t>(ztOOP_classOf(object)->instanceSize));
 }
 
@@ -253,20 +254,33 @@ static void baseRef(void *object) {
   if (header->refCount != mostReferences) ++header->refCount;
 }
 
-ZT_OWN_FRAME static void baseUnRef(void *object) {
-  if (object == nullptr) return;
-  if (ztChecksThreads) ztCheckThread(ztEmitterOf(object), "a release");
-  auto *header = static_cast<ztBaseClass *>(object);
-  if (header->refCount == mostReferences) return;
-  header->refCount = static_cast<int32_t>(static_cast<uint32_t>(header->refCount) - 1);
-  // 1, not 0: a new object that was referenced once more ends at its first release.
-  if (header->refCount > 1) return;
+ZT_OWN_FRAME static void endObject(void *object) {
   // What an object's `destroy` sets off may release the object once more.
   ztCallMark mark;
   if (ztIsUnderWay(object, ztFrameOf(&mark), ztCallKind::release)) return;
-  ztCalls *calls = ztBeginCall(&mark, ztCallKind::release, object, ztFrameOf(&mark));
+  const bool recorded = ztBeginCall(&mark, ztCallKind::release, object, ztFrameOf(&mark)) != nullptr;
   ztBaseClass_of(object)->destroy(object);
-  if (calls == nullptr || ztEndCall(calls, mark)) ztm_free(object);
+  if (!recorded || ztEndCall(mark)) ztm_free(object);
+}
+
+__attribute__((cold, noinline)) static void checkRelease(void *object) {
+  ztCheckThread(ztEmitterOf(object), "a release");
+}
+
+static void baseUnRef(void *object) {
+  if (object == nullptr) return;
+  if (ztChecksThreads) checkRelease(object);
+  auto *header = static_cast<ztBaseClass *>(object);
+  if (header->refCount == mostReferences) return;
+  // Unsigned, since an object may be released any number of times while it ends.
+  header->refCount = static_cast<int32_t>(static_cast<uint32_t>(header->refCount) - 1);
+  // 1, not 0: a new object that was referenced once more ends at its first release.
+  if (header->refCount > 1) return;
+  if (ztBaseClass_of(object)->destroy == baseDestroy) {
+    ztm_free(object);
+  } else {
+    endObject(object);
+  }
 }
 
 static int32_t baseGetRefCount(const void *object) {

@@ -9,6 +9,20 @@
 
 // The table of a thread ---------------------------------------------------------------------------
 
+// In place of the table of a thread that has none: the entry below all others, and no room.
+static ztCall belowAll = {nullptr, UINTPTR_MAX, ztBelowAllCalls, 0, 0};
+
+constexpr uint64_t firstSerial = 64;
+
+constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec"))) = {
+    nullptr, nullptr, &belowAll + 1, &belowAll + 1, firstSerial, 0};
+
+void ztForgetCalls() {
+  ztThisThread.calls = nullptr;
+  ztThisThread.nextCall = &belowAll + 1;
+  ztThisThread.lastCall = &belowAll + 1;
+}
+
 // The first thread's, so that a program of one thread needs no memory for it.
 static ztCalls firstCalls;
 static bool firstCallsTaken;
@@ -16,6 +30,11 @@ static bool firstCallsTaken;
 static ztCalls *takeCalls() {
   if (!__atomic_exchange_n(&firstCallsTaken, true, __ATOMIC_ACQ_REL)) return &firstCalls;
   return static_cast<ztCalls *>(ztm_alloc(sizeof(ztCalls)));
+}
+
+static void useEntries(ztCalls *calls, uint32_t count) {
+  ztThisThread.nextCall = calls->entries + count;
+  ztThisThread.lastCall = calls->entries + calls->capacity;
 }
 
 static ztCalls *callsOfThread() {
@@ -30,8 +49,10 @@ static ztCalls *callsOfThread() {
   calls->capacity = sizeof calls->fewEntries / sizeof(ztCall);
   calls->pending = calls->fewPending;
   calls->pendingCapacity = sizeof calls->fewPending / sizeof(ztPendingSlot);
+  calls->entries[0] = belowAll;
   block->calls = calls;
   ztThisThread.calls = calls;
+  useEntries(calls, 1);
   return calls;
 }
 
@@ -72,10 +93,9 @@ bool ztReservePending(ztCalls *calls, uint32_t count) {
 
 void ztTrimPending(ztCalls *calls) {
   uint32_t used = 0;
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    const ztCall &call = calls->entries[i];
-    if (call.kind == ztCallKind::delivery && call.end > used) used = call.end;
-  }
+  ztForEachCall([&](const ztCall &call) {
+    if (ztKindOf(call) == ztCallKind::delivery && call.end > used) used = call.end;
+  });
   calls->pendingCount = used;
 }
 
@@ -114,78 +134,99 @@ static void clearSender(const ztCalls *calls, const ztCall &delivery) {
   if (receiver != nullptr) static_cast<ztObject *>(receiver)->sender = nullptr;
 }
 
+static void clear(ztCall *call) {
+  *call = {nullptr, UINTPTR_MAX, 0, 0, 0};
+}
+
 static void drop(const ztCalls *calls, ztCall *call) {
-  if (call->kind == ztCallKind::delivery) clearSender(calls, *call);
-  *call = {nullptr, UINTPTR_MAX, 0, ztCallKind::gone, 0, 0};
+  if (ztKindOf(*call) == ztCallKind::delivery) clearSender(calls, *call);
+  clear(call);
 }
 
 static void trim(ztCalls *calls) {
-  while (calls->count > 0 && calls->entries[calls->count - 1].kind == ztCallKind::gone) --calls->count;
+  while (ztThisThread.nextCall[-1].serial == 0) --ztThisThread.nextCall;
   ztTrimPending(calls);
 }
 
 // A function may hold several watches at once: they have the same frame.
 static bool areTogether(const ztCall &one, ztCallKind kind, uint32_t detail) {
-  return one.kind == ztCallKind::watch && kind == ztCallKind::watch && one.detail != detail;
+  return ztKindOf(one) == ztCallKind::watch && kind == ztCallKind::watch && one.detail != detail;
 }
 
 static void dropCovered(ztCalls *calls, ztCallKind kind, uintptr_t frame, uint32_t detail) {
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    ztCall *call = &calls->entries[i];
-    if (call->kind == ztCallKind::gone || !hasCovered(calls, frame, *call)) continue;
-    if (call->frame != frame || !areTogether(*call, kind, detail)) drop(calls, call);
-  }
+  ztForEachCall([=](ztCall &call) {
+    if (call.serial == 0 || !hasCovered(calls, frame, call)) return;
+    if (call.frame != frame || !areTogether(call, kind, detail)) drop(calls, &call);
+  });
   trim(calls);
+}
+
+static bool isRepeated(const ztCall &older) {
+  bool repeated = false;
+  ztForEachCall([&](const ztCall &newer) {
+    if (newer.frame != older.frame || newer.serial <= older.serial) return;
+    if (!areTogether(newer, ztKindOf(older), older.detail)) repeated = true;
+  });
+  return repeated;
 }
 
 // On the stacks of coroutines frames that are gone are not told from others by their order. But of two in
 // the same place the older one is gone, so that a loop leaves no more records than there are places.
 static void dropRepeated(ztCalls *calls) {
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    ztCall *older = &calls->entries[i];
-    if (older->kind == ztCallKind::gone || isOnOwnStack(calls, older->frame)) continue;
-    for (uint32_t j = 0; j < calls->count; ++j) {
-      const ztCall &other = calls->entries[j];
-      const bool isNewer = static_cast<int32_t>(other.serial - older->serial) > 0;
-      if (other.frame != older->frame || !isNewer || areTogether(other, older->kind, older->detail)) continue;
-      drop(calls, older);
-      break;
-    }
-  }
+  ztForEachCall([=](ztCall &call) {
+    if (call.serial != 0 && !isOnOwnStack(calls, call.frame) && isRepeated(call)) drop(calls, &call);
+  });
   trim(calls);
 }
 
-static uint32_t freeEntry(ztCalls *calls) {
-  if (calls->count < calls->capacity) return calls->count++;
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    if (calls->entries[i].kind == ztCallKind::gone) return i;
-  }
-  return ztNoRoom;
+static ztCall *freeEntry() {
+  ztCall *found = nullptr;
+  ztForEachCall([&](ztCall &call) {
+    if (call.serial == 0) found = &call;
+  });
+  return found;
 }
 
-uint32_t ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail) {
-  ztCalls *calls = callsOfThread();
-  if (calls == nullptr) return ztNoRoom;
-  dropCovered(calls, kind, frame, detail);
-  if (calls->count == calls->capacity) dropRepeated(calls);
-  const uint32_t index = freeEntry(calls);
-  if (index != ztNoRoom) return index;
-  ztCall *fresh = enlarge(calls->entries, calls->fewEntries, &calls->capacity, calls->count + 1);
-  if (fresh == nullptr) return ztNoRoom;
+static bool enlargeEntries(ztCalls *calls) {
+  const uint32_t count = calls->capacity;
+  ztCall *fresh = enlarge(calls->entries, calls->fewEntries, &calls->capacity, count + 1);
+  if (fresh == nullptr) return false;
   calls->entries = fresh;
-  return calls->count++;
+  useEntries(calls, count);
+  return true;
 }
 
-bool ztEndCallAmongOthers(ztCalls *calls, const ztCallMark &mark) {
-  ztCall *own = ztCallOf(calls, mark);
-  if (own == nullptr) return false;
-  const uintptr_t frame = own->frame;
-  *own = {nullptr, UINTPTR_MAX, 0, ztCallKind::gone, 0, 0};
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    ztCall *call = &calls->entries[i];
-    // Another watch of the same function's lasts.
-    if (call->frame < frame && hasCovered(calls, frame, *call)) drop(calls, call);
+ztCall *ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail) {
+  ztCalls *calls = callsOfThread();
+  if (calls == nullptr) return nullptr;
+  dropCovered(calls, kind, frame, detail);
+  if (ztThisThread.nextCall == ztThisThread.lastCall) dropRepeated(calls);
+  if (ztThisThread.nextCall == ztThisThread.lastCall) {
+    ztCall *amongOthers = freeEntry();
+    if (amongOthers != nullptr) return amongOthers;
+    if (!enlargeEntries(calls)) return nullptr;
   }
+  return ztThisThread.nextCall++;
+}
+
+ztCall *ztFindCall(const ztCallMark &mark) {
+  ztCall *found = nullptr;
+  ztForEachCall([&](ztCall &call) {
+    if (call.serial == mark.serial) found = &call;
+  });
+  return found;
+}
+
+bool ztEndCallAmongOthers(const ztCallMark &mark) {
+  ztCall *own = ztFindCall(mark);
+  if (own == nullptr) return false;
+  ztCalls *calls = ztThisThread.calls;
+  const uintptr_t frame = own->frame;
+  clear(own);
+  ztForEachCall([=](ztCall &call) {
+    // Another watch of the same function's lasts.
+    if (call.frame < frame && hasCovered(calls, frame, call)) drop(calls, &call);
+  });
   trim(calls);
   return true;
 }
@@ -193,12 +234,12 @@ bool ztEndCallAmongOthers(ztCalls *calls, const ztCallMark &mark) {
 // Releases that may have been left ----------------------------------------------------------------
 
 static bool isEnd(const ztCall &call, const void *object, ztCallKind least) {
-  return call.subject == object && call.kind >= least;
+  return call.subject == object && ztKindOf(call) >= least;
 }
 
 // Reads what may be memory of a frame that has ended, which nobody else would.
-__attribute__((noinline, no_sanitize_address)) static uint32_t serialInFrame(uintptr_t frame) {
-  return *reinterpret_cast<const volatile uint32_t *>(frame);
+__attribute__((noinline, no_sanitize_address)) static uint64_t serialInFrame(uintptr_t frame) {
+  return *reinterpret_cast<const volatile uint64_t *>(frame);
 }
 
 // A frame that still runs still holds its mark. One that was left may do so for a while, until other frames
@@ -209,18 +250,23 @@ static bool mayRun(ztCalls *calls, uintptr_t frame, const ztCall &call) {
   return !isOnOwnStack(calls, call.frame) || serialInFrame(call.frame) == call.serial;
 }
 
-bool ztLooksUnderWay(ztCalls *calls, const void *object, uintptr_t frame, ztCallKind least) {
-  for (uint32_t i = calls->count; i-- > 0;) {
-    ztCall *call = &calls->entries[i];
-    if (!isEnd(*call, object, least)) continue;
-    if (mayRun(calls, frame, *call)) return true;
-    drop(calls, call);
-  }
-  return false;
+bool ztLooksUnderWay(const void *object, uintptr_t frame, ztCallKind least) {
+  ztCalls *calls = ztThisThread.calls;
+  bool underWay = false;
+  ztForEachCall([&](ztCall &call) {
+    if (!isEnd(call, object, least)) return;
+    if (mayRun(calls, frame, call)) {
+      underWay = true;
+    } else {
+      drop(calls, &call);
+    }
+  });
+  return underWay;
 }
 
-void ztDropCallsOn(ztCalls *calls, const void *object) {
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    if (isEnd(calls->entries[i], object, ztCallKind::release)) drop(calls, &calls->entries[i]);
-  }
+void ztDropCallsOn(const void *object) {
+  if (!ztIsSubject(object)) return;
+  ztForEachCall([=](ztCall &call) {
+    if (isEnd(call, object, ztCallKind::release)) drop(ztThisThread.calls, &call);
+  });
 }

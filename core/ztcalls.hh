@@ -22,7 +22,7 @@
 
 #define ZT_OWN_FRAME __attribute__((noinline, no_sanitize_address))
 
-enum class ztCallKind : uint32_t {
+enum class ztCallKind : uint64_t {
   gone,      // dropped; its place is free
   watch,     // the subject is an object whose destruction matters
   delivery,  // the subject is a signal whose slots are being called
@@ -30,15 +30,20 @@ enum class ztCallKind : uint32_t {
   ending,    // the subject is a ztObject that is being destroyed
 };
 
+constexpr uint64_t ztCallKinds = 7;  // the bits of a serial number that hold the kind
+
 struct ztCall {
   const void *subject;  // NULL once it is destroyed
   uintptr_t frame;      // where the frame that made the record lies; above all others once it is gone
-  uint32_t serial;      // as in the mark of that frame; 0 once it is gone
-  ztCallKind kind;
-  uint32_t detail;  // delivery: the pending slot that was called last; watch: where in its frame it lies;
-                    // ending: not 0 where peers stay tied to the object until its end
-  uint32_t end;     // delivery: behind its pending slots
+  uint64_t serial;      // as in the mark of that frame, with the kind in its last bits
+  uint32_t detail;      // delivery: the pending slot that was called last; watch: where in its frame it lies;
+                        // ending: not 0 where peers stay tied to the object until its end
+  uint32_t end;         // delivery: behind its pending slots
 };
+
+inline ztCallKind ztKindOf(const ztCall &call) {
+  return static_cast<ztCallKind>(call.serial & ztCallKinds);
+}
 
 // A slot that a delivery has yet to call, or calls.
 struct ztPendingSlot {
@@ -46,14 +51,13 @@ struct ztPendingSlot {
   void (*function)(void *receiver);
 };
 
+// The table. Its first entry is of no call, and stands below all others; the thread knows where it ends.
 struct ztCalls {
   ztCall *entries;
-  uint32_t count;
   uint32_t capacity;
-  ztPendingSlot *pending;  // those of all deliveries
   uint32_t pendingCount;
+  ztPendingSlot *pending;  // those of all deliveries
   uint32_t pendingCapacity;
-  uint32_t serial;      // the latest that was given
   uint32_t removals;    // raised whenever a slot was taken out of any map
   uintptr_t stackLow;   // the bounds of the thread's own stack, once they were asked for; both equal where
   uintptr_t stackHigh;  // they are not known
@@ -61,78 +65,92 @@ struct ztCalls {
   ztPendingSlot fewPending[64];
 };
 
-// What the frame holds. The serial number comes first, where a look into the frame finds it.
+constexpr uint64_t ztBelowAllCalls = 16;  // the serial number of the first entry; of no kind
+constexpr uint64_t ztNoCall = 24;         // that of a mark without a record
+
+// What the frame holds: where a look into the frame finds it.
 struct ztCallMark {
-  uint32_t serial;
-  uint32_t index;
+  uint64_t serial;
 };
 
-inline uintptr_t ztFrameOf(const ztCallMark *mark) {
+inline uintptr_t ztFrameOf(ztCallMark *mark) {
   return reinterpret_cast<uintptr_t>(mark);
 }
 
-// The index of a free entry, after the records of frames that are gone were dropped; noRoom without memory.
-constexpr uint32_t ztNoRoom = UINT32_MAX;
-uint32_t ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail);
+// The calls of this thread; runs visit(call) for each of them, the latest first.
+template <typename Visit>
+inline void ztForEachCall(Visit visit) {
+  for (ztCall *call = ztThisThread.nextCall - 1; call->serial != ztBelowAllCalls; --call) visit(*call);
+}
 
-// Makes a record. The table that it is in; NULL without memory, there is then no record.
-inline ztCalls *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subject, uintptr_t frame,
-                            uint32_t detail = 0) {
-  ztCalls *calls = ztThisThread.calls;
-  uint32_t index;
-  if (calls != nullptr && calls->count < calls->capacity &&
-      (calls->count == 0 || calls->entries[calls->count - 1].frame > frame)) {
-    index = calls->count++;
+// Where a record goes, after those of frames that are gone were dropped. NULL without memory.
+ztCall *ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail);
+
+// Makes a record. NULL without memory: there is then none. Valid until the next one is made.
+inline ztCall *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subject, uintptr_t frame,
+                           uint32_t detail = 0) {
+  ztCall *call = ztThisThread.nextCall;
+  if (call != ztThisThread.lastCall && call[-1].frame > frame) {
+    ztThisThread.nextCall = call + 1;
   } else {
-    index = ztMakeRoomForCall(kind, frame, detail);
-    if (index == ztNoRoom) return nullptr;
-    calls = ztThisThread.calls;
+    call = ztMakeRoomForCall(kind, frame, detail);
+    if (call == nullptr) {
+      mark->serial = ztNoCall;
+      return nullptr;
+    }
   }
-  if (++calls->serial == 0) calls->serial = 1;
-  *mark = {calls->serial, index};
-  calls->entries[index] = {subject, frame, calls->serial, kind, detail, 0};
-  return calls;
+  ztThisThread.callSerial += ztCallKinds + 1;
+  const uint64_t serial = ztThisThread.callSerial | static_cast<uint64_t>(kind);
+  mark->serial = serial;
+  call->subject = subject;
+  call->frame = frame;
+  call->serial = serial;
+  call->detail = detail;
+  call->end = 0;
+  return call;
 }
 
-// The record of a frame; NULL when it was dropped. Valid until the next record is made.
-inline ztCall *ztCallOf(const ztCalls *calls, const ztCallMark &mark) {
-  if (mark.index >= calls->count) return nullptr;
-  ztCall *call = &calls->entries[mark.index];
-  return call->serial == mark.serial ? call : nullptr;
+ztCall *ztFindCall(const ztCallMark &mark);
+
+// The record of a frame; NULL when it was dropped. Valid until the next one is made.
+inline ztCall *ztCallOf(const ztCallMark &mark) {
+  ztCall *last = ztThisThread.nextCall - 1;
+  return last->serial == mark.serial ? last : ztFindCall(mark);
 }
 
-bool ztEndCallAmongOthers(ztCalls *calls, const ztCallMark &mark);
+bool ztEndCallAmongOthers(const ztCallMark &mark);
 
-// Takes the record of a frame back, and those of the frames that it called. False when it was dropped.
-inline bool ztEndCall(ztCalls *calls, const ztCallMark &mark) {
-  if (mark.index + 1 != calls->count || calls->entries[mark.index].serial != mark.serial) {
-    return ztEndCallAmongOthers(calls, mark);
-  }
-  --calls->count;
+// Takes the record of a frame back, and those of the frames that it called. False when there is none.
+inline bool ztEndCall(const ztCallMark &mark) {
+  ztCall *last = ztThisThread.nextCall - 1;
+  if (last->serial != mark.serial) return ztEndCallAmongOthers(mark);
+  ztThisThread.nextCall = last;
   return true;
 }
 
-bool ztLooksUnderWay(ztCalls *calls, const void *object, uintptr_t frame, ztCallKind least);
+bool ztLooksUnderWay(const void *object, uintptr_t frame, ztCallKind least);
+
+inline bool ztIsSubject(const void *object) {
+  const ztCall *call = ztThisThread.nextCall;
+  do {
+    --call;
+    if (call->subject == object) return true;
+  } while (call->serial != ztBelowAllCalls);
+  return false;
+}
 
 // Tells whether an object's end is under way, or with `release` as the least of the two its release or end.
 // Records of it whose frames are found gone are dropped.
 inline bool ztIsUnderWay(const void *object, uintptr_t frame, ztCallKind least) {
-  ztCalls *calls = ztThisThread.calls;
-  if (calls == nullptr) return false;
-  for (uint32_t i = calls->count; i-- > 0;) {
-    if (calls->entries[i].subject == object) return ztLooksUnderWay(calls, object, frame, least);
-  }
-  return false;
+  return ztIsSubject(object) && ztLooksUnderWay(object, frame, least);
 }
 
-void ztDropCallsOn(ztCalls *calls, const void *object);
+void ztDropCallsOn(const void *object);
 
-// Told of every object that is made: what is under way there was about another one, whose memory was freed
-// by a host.
+// Told of every object that is created or cloned: what is under way there was about another one, whose memory
+// was freed by a host.
 inline void ztObjectMade(const void *object) {
-  ztCalls *calls = ztThisThread.calls;
-  if (calls == nullptr || calls->count == 0) return;
-  ztDropCallsOn(calls, object);
+  if (ztThisThread.nextCall[-1].serial != ztBelowAllCalls) ztDropCallsOn(object);
 }
 
 // Makes room for so many pending slots behind those that there are. False without memory.
@@ -141,7 +159,10 @@ bool ztReservePending(ztCalls *calls, uint32_t count);
 // Gives the places of the pending slots back that no delivery has any more.
 void ztTrimPending(ztCalls *calls);
 
-// Releases a thread's table.
+// Releases a thread's table, which no thread uses any more.
 void ztReleaseCalls(ztCalls *calls);
+
+// Has this thread begin anew, without a table.
+void ztForgetCalls();
 
 #endif

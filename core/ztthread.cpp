@@ -8,8 +8,6 @@
 #include <pthread.h>
 #include <string.h>
 
-constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec")));
-
 // The first thread's, so that a program of one thread needs no memory for it.
 static ztThreadBlock firstBlock;
 static bool firstBlockTaken;
@@ -45,7 +43,7 @@ static void unlink(const ztThreadBlock *block) {
 
 static void forgetBlock() {
   ztThisThread.block = nullptr;
-  ztThisThread.calls = nullptr;
+  ztForgetCalls();
 }
 
 // Runs at the end of a thread.

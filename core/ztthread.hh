@@ -22,9 +22,12 @@ struct ztThreadBlock {
 
 // At most 256 bytes, which any loaded library may take of a thread's static space.
 struct ztThread {
-  ztThreadBlock *block;   // NULL until it is needed
-  struct ztCalls *calls;  // the block's
-  uint32_t number;        // from 1 on; 0 until it is needed
+  ztThreadBlock *block;     // NULL until it is needed
+  struct ztCalls *calls;    // the block's
+  struct ztCall *nextCall;  // behind the last entry in use of those
+  struct ztCall *lastCall;  // behind the last entry
+  uint64_t callSerial;      // the latest that was given to one
+  uint32_t number;          // from 1 on; 0 until it is needed
 };
 
 static_assert(sizeof(ztThread) <= 256);

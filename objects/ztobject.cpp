@@ -552,12 +552,9 @@ void ztSlotRemoved() {
 }
 
 void ztSignalDestroyed(const void *signal) {
-  const ztCalls *calls = ztThisThread.calls;
-  if (calls == nullptr) return;
-  for (uint32_t i = 0; i < calls->count; ++i) {
-    ztCall &call = calls->entries[i];
-    if (call.subject == signal && call.kind == ztCallKind::delivery) call.subject = nullptr;
-  }
+  ztForEachCall([=](ztCall &call) {
+    if (call.subject == signal && ztKindOf(call) == ztCallKind::delivery) call.subject = nullptr;
+  });
 }
 
 static void forgetReceiver(const void *dying) {
@@ -584,7 +581,6 @@ namespace {
 // changes under the hands of its slots.
 struct Delivery {
   ztCallMark mark;
-  ztCalls *calls;
   uint32_t first;  // among the pending slots
   uint32_t end;
 };
@@ -596,26 +592,25 @@ static bool beginDelivery(Delivery *delivery, const ztSignal *signal) {
   if (signal == nullptr || signal->blocked != 0 || signal->slots == nullptr) return false;
   const ztAvlTree *tree = signal->slots->tree;
   if (tree == nullptr || tree->root == nullptr) return false;
-  ztCalls *calls = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
-  if (calls == nullptr) return false;
+  ztCall *call = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
+  if (call == nullptr) return false;
+  ztCalls *calls = ztThisThread.calls;
   if (!ztReservePending(calls, tree->count)) {
-    ztEndCall(calls, delivery->mark);
+    ztEndCall(delivery->mark);
     return false;
   }
-  delivery->calls = calls;
   delivery->first = calls->pendingCount;
   delivery->end = delivery->first + tree->count;
   calls->pendingCount = delivery->end;
-  calls->entries[delivery->mark.index].end = delivery->end;
+  call->end = delivery->end;
   collectSlots(tree->root, calls->pending + delivery->first);
   return true;
 }
 
 static void endDelivery(const Delivery &delivery) {
-  ztCalls *calls = delivery.calls;
-  const bool isLast = calls->pendingCount == delivery.end;
-  if (!ztEndCall(calls, delivery.mark)) return;
-  if (isLast) {
+  if (!ztEndCall(delivery.mark)) return;
+  ztCalls *calls = ztThisThread.calls;
+  if (calls->pendingCount == delivery.end) {
     calls->pendingCount = delivery.first;
   } else {
     ztTrimPending(calls);
@@ -689,18 +684,19 @@ static bool isStillConnected(const ztSignal *signal, const ztPendingSlot &slot) 
 // False when it ended before its last slot.
 static bool deliver(const Delivery &delivery, void *emitter, const ztSignal *signal,
                     const EmittedValue &value) {
-  ztCalls *calls = delivery.calls;
+  ztCalls *calls = ztThisThread.calls;
+  ztCall *call = ztCallOf(delivery.mark);
   const uint32_t argumentCount = argumentCountOf(signal);
   const uint32_t removalsBefore = calls->removals;
   for (uint32_t at = delivery.first; at < delivery.end; ++at) {
     const ztPendingSlot slot = calls->pending[at];
     if (slot.receiver == nullptr) continue;
     if (calls->removals != removalsBefore && !isStillConnected(signal, slot)) continue;
-    calls->entries[delivery.mark.index].detail = at;
+    call->detail = at;
     auto *receiver = static_cast<ztObject *>(slot.receiver);
     receiver->sender = emitter;
     callSlot(slot, argumentCount, value);
-    const ztCall *call = ztCallOf(calls, delivery.mark);
+    call = ztCallOf(delivery.mark);
     if (call == nullptr) return false;
     if (calls->pending[at].receiver != nullptr) receiver->sender = nullptr;
     if (call->subject == nullptr) return false;
@@ -861,12 +857,11 @@ static void forgetPeer(void *object, void *dying, bool staysTied) {
 
 // The record of an object's end that is under way.
 static ztCall *endingOf(const void *object) {
-  const ztCalls *calls = ztThisThread.calls;
-  for (uint32_t i = calls == nullptr ? 0 : calls->count; i-- > 0;) {
-    ztCall *call = &calls->entries[i];
-    if (call->subject == object && call->kind == ztCallKind::ending) return call;
-  }
-  return nullptr;
+  ztCall *ending = nullptr;
+  ztForEachCall([&](ztCall &call) {
+    if (call.subject == object && ztKindOf(call) == ztCallKind::ending) ending = &call;
+  });
+  return ending;
 }
 
 static void objectDestroyed(void *object, void *dying) {
@@ -891,8 +886,8 @@ static void leavePeers(void *object, const ztSignal *destroyed) {
 
 // The same for those among the receivers of a delivery that still live.
 static void leaveReceivers(void *object, const Delivery &delivery) {
-  const ztCalls *calls = delivery.calls;
-  if (ztCallOf(calls, delivery.mark) == nullptr) return;
+  if (ztCallOf(delivery.mark) == nullptr) return;
+  const ztCalls *calls = ztThisThread.calls;
   for (uint32_t at = delivery.first; at < delivery.end; ++at) {
     const ztPendingSlot &slot = calls->pending[at];
     if (slot.receiver == nullptr || slot.function != destroyedSlotOf(slot.receiver).call0) continue;
@@ -904,7 +899,7 @@ static bool callsHost(const Delivery &delivery) {
   ztSlotFunction own;
   own.object1 = objectDestroyed;
   for (uint32_t at = delivery.first; at < delivery.end; ++at) {
-    if (delivery.calls->pending[at].function != own.call0) return true;
+    if (ztThisThread.calls->pending[at].function != own.call0) return true;
   }
   return false;
 }
@@ -924,8 +919,8 @@ ZT_OWN_FRAME static void announceDestruction(void *object) {
   }
   const bool tied = callsHost(delivery);
   const bool reaches = argumentCountOf(destroyed) <= mostArguments;
-  ztCall *ending = endingOf(object);
-  if (ending != nullptr) ending->detail = tied;
+  ztCall *ending = tied ? endingOf(object) : nullptr;
+  if (ending != nullptr) ending->detail = 1;
   const EmittedValue value(reinterpret_cast<intptr_t>(object));
   if (!deliver(delivery, object, destroyed, value) || tied || !reaches) leaveReceivers(object, delivery);
   endDelivery(delivery);
@@ -1043,7 +1038,7 @@ ZT_OWN_FRAME static void objectDestroy(void *object) {
   if (again && self->signals == nullptr && self->dynamicProperties == nullptr) return;
   // A slot of "destroyed" may end the emitter once more.
   if (again && ztIsUnderWay(object, ztFrameOf(&mark), ztCallKind::ending)) return;
-  ztCalls *calls = ztBeginCall(&mark, ztCallKind::ending, object, ztFrameOf(&mark));
+  ztBeginCall(&mark, ztCallKind::ending, object, ztFrameOf(&mark));
   self->marks |= ztObjectDying;
   clearReserved(self->klass);
   if (again) {
@@ -1056,7 +1051,7 @@ ZT_OWN_FRAME static void objectDestroy(void *object) {
   release(self->signals);
   release(self->dynamicProperties);
   ztBaseClass_table()->destroy(object);
-  if (calls != nullptr) ztEndCall(calls, mark);
+  ztEndCall(mark);
 }
 
 static void *objectGetSender(const void *object) {

@@ -31,30 +31,26 @@ class ObjectWatch {
   __attribute__((always_inline)) explicit ObjectWatch(const void *watched) {
     const auto frame = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
     const auto place = static_cast<uint32_t>(frame - reinterpret_cast<uintptr_t>(this));
-    calls = ztBeginCall(&mark, ztCallKind::watch, watched, frame, place);
+    ztBeginCall(&mark, ztCallKind::watch, watched, frame, place);
   }
   ~ObjectWatch() {
-    if (calls != nullptr) ztEndCall(calls, mark);
+    ztEndCall(mark);
   }
   ObjectWatch(const ObjectWatch &) = delete;
   ObjectWatch &operator=(const ObjectWatch &) = delete;
 
   // False also when that cannot be told: memory was exhausted.
   bool isAlive() const {
-    const ztCall *call = calls == nullptr ? nullptr : ztCallOf(calls, mark);
+    const ztCall *call = ztCallOf(mark);
     return call != nullptr && call->subject != nullptr;
   }
   static void objectDestroyed(const void *dying) {
-    const ztCalls *all = ztThisThread.calls;
-    if (all == nullptr) return;
-    for (uint32_t i = 0; i < all->count; ++i) {
-      ztCall &call = all->entries[i];
-      if (call.subject == dying && call.kind == ztCallKind::watch) call.subject = nullptr;
-    }
+    ztForEachCall([=](ztCall &call) {
+      if (call.subject == dying && ztKindOf(call) == ztCallKind::watch) call.subject = nullptr;
+    });
   }
 
  private:
-  ztCalls *calls;
   ztCallMark mark;
 };
 
