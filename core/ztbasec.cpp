@@ -256,11 +256,11 @@ static void baseRef(void *object) {
 
 ZT_OWN_FRAME static void endObject(void *object) {
   // What an object's `destroy` sets off may release the object once more.
-  ztCallMark mark;
-  if (ztIsUnderWay(object, ztFrameOf(&mark), ztCallKind::release)) return;
-  const bool recorded = ztBeginCall(&mark, ztCallKind::release, object, ztFrameOf(&mark)) != nullptr;
+  if (ztIsUnderWay(object, ztCallKind::release)) return;
+  ztEndMark mark;
+  const bool recorded = ztBeginEnd(&mark, ztCallKind::release, object);
   ztBaseClass_of(object)->destroy(object);
-  if (!recorded || ztEndCall(mark)) ztm_free(object);
+  if (!recorded || ztEndCall(mark.mark)) ztm_free(object);
 }
 
 __attribute__((cold, noinline)) static void checkRelease(void *object) {

@@ -238,24 +238,28 @@ static bool isEnd(const ztCall &call, const void *object, ztCallKind least) {
 }
 
 // Reads what may be memory of a frame that has ended, which nobody else would.
-__attribute__((noinline, no_sanitize_address)) static uint64_t serialInFrame(uintptr_t frame) {
-  return *reinterpret_cast<const volatile uint64_t *>(frame);
+__attribute__((noinline, no_sanitize_address)) static bool isMarked(uintptr_t frame, uint64_t serial) {
+  const auto *words = reinterpret_cast<const volatile uint64_t *>(frame);
+  for (size_t i = 0; i < sizeof(ztEndMark) / sizeof serial; ++i) {
+    if (words[i] != serial) return false;
+  }
+  return true;
 }
 
 // A frame that still runs still holds its mark. One that was left may do so for a while, until other frames
 // have written over it: the object then stays as it is, to be released another time. The frames of other
 // stacks cannot be looked into, since their memory may be gone.
-static bool mayRun(ztCalls *calls, uintptr_t frame, const ztCall &call) {
-  if (hasCovered(calls, frame, call)) return false;
-  return !isOnOwnStack(calls, call.frame) || serialInFrame(call.frame) == call.serial;
+static bool mayRun(ztCalls *calls, uintptr_t frameTop, const ztCall &call) {
+  if (hasCovered(calls, frameTop, call)) return false;
+  return !isOnOwnStack(calls, call.frame) || isMarked(call.frame, call.serial);
 }
 
-bool ztLooksUnderWay(const void *object, uintptr_t frame, ztCallKind least) {
+bool ztLooksUnderWay(const void *object, uintptr_t frameTop, ztCallKind least) {
   ztCalls *calls = ztThisThread.calls;
   bool underWay = false;
   ztForEachCall([&](ztCall &call) {
     if (!isEnd(call, object, least)) return;
-    if (mayRun(calls, frame, call)) {
+    if (mayRun(calls, frameTop, call)) {
       underWay = true;
     } else {
       drop(calls, &call);

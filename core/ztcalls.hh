@@ -77,6 +77,13 @@ inline uintptr_t ztFrameOf(ztCallMark *mark) {
   return reinterpret_cast<uintptr_t>(mark);
 }
 
+// That of a release or an end, whose frame may be looked into: so large that no frames of small functions,
+// which write at least where they return to, come to lie there and leave it as it was.
+struct ztEndMark {
+  ztCallMark mark;
+  uint64_t copies[3];
+};
+
 // The calls of this thread; runs visit(call) for each of them, the latest first.
 template <typename Visit>
 inline void ztForEachCall(Visit visit) {
@@ -110,6 +117,13 @@ inline ztCall *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subjec
   return call;
 }
 
+// The same for a release or an end. False without memory.
+inline bool ztBeginEnd(ztEndMark *mark, ztCallKind kind, const void *object) {
+  const bool begun = ztBeginCall(&mark->mark, kind, object, ztFrameOf(&mark->mark)) != nullptr;
+  for (uint64_t &copy : mark->copies) copy = mark->mark.serial;
+  return begun;
+}
+
 ztCall *ztFindCall(const ztCallMark &mark);
 
 // The record of a frame; NULL when it was dropped. Valid until the next one is made.
@@ -128,7 +142,7 @@ inline bool ztEndCall(const ztCallMark &mark) {
   return true;
 }
 
-bool ztLooksUnderWay(const void *object, uintptr_t frame, ztCallKind least);
+bool ztLooksUnderWay(const void *object, uintptr_t frameTop, ztCallKind least);
 
 inline bool ztIsSubject(const void *object) {
   const ztCall *call = ztThisThread.nextCall;
@@ -140,9 +154,10 @@ inline bool ztIsSubject(const void *object) {
 }
 
 // Tells whether an object's end is under way, or with `release` as the least of the two its release or end.
-// Records of it whose frames are found gone are dropped.
-inline bool ztIsUnderWay(const void *object, uintptr_t frame, ztCallKind least) {
-  return ztIsSubject(object) && ztLooksUnderWay(object, frame, least);
+// Records of it whose frames are found gone are dropped. Inlined, since it asks for the frame of its caller.
+__attribute__((always_inline)) inline bool ztIsUnderWay(const void *object, ztCallKind least) {
+  if (!ztIsSubject(object)) return false;
+  return ztLooksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
 }
 
 void ztDropCallsOn(const void *object);

@@ -1033,12 +1033,12 @@ static void *objectClone(const void *object, void *target) {
 ZT_OWN_FRAME static void objectDestroy(void *object) {
   auto *self = static_cast<ztObject *>(object);
   if (self == nullptr) return;
-  ztCallMark mark;
   const bool again = isDying(object);
   if (again && self->signals == nullptr && self->dynamicProperties == nullptr) return;
   // A slot of "destroyed" may end the emitter once more.
-  if (again && ztIsUnderWay(object, ztFrameOf(&mark), ztCallKind::ending)) return;
-  ztBeginCall(&mark, ztCallKind::ending, object, ztFrameOf(&mark));
+  if (again && ztIsUnderWay(object, ztCallKind::ending)) return;
+  ztEndMark mark;
+  ztBeginEnd(&mark, ztCallKind::ending, object);
   self->marks |= ztObjectDying;
   clearReserved(self->klass);
   if (again) {
@@ -1051,7 +1051,7 @@ ZT_OWN_FRAME static void objectDestroy(void *object) {
   release(self->signals);
   release(self->dynamicProperties);
   ztBaseClass_table()->destroy(object);
-  ztEndCall(mark);
+  ztEndCall(mark.mark);
 }
 
 static void *objectGetSender(const void *object) {

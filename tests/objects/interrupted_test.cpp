@@ -117,11 +117,12 @@ Fiber *Fiber::current;
 
 enum Place { sameFrame, deeperFrame, otherStack };
 
-void run(Place place, void (*call)(void *), void *argument) {
+__attribute__((noinline)) void run(Place place, void (*call)(void *), void *argument) {
   const Action action = {call, argument};
   if (place == sameFrame) call(argument);
   if (place == deeperFrame) fromDeeper(action, 10);
-  if (place == otherStack) Fiber(action).resume();
+  // Not on the stack, of which it would cover much without writing to it.
+  if (place == otherStack) std::make_unique<Fiber>(action)->resume();
 }
 
 // What is left ------------------------------------------------------------------------------------
@@ -419,7 +420,8 @@ TEST_P(Interrupted, LoopsKeepNoMemory) {
                                 setterOf([](void *, int32_t) { leave(); }), nullptr, nullptr);
   const auto attempt = [](void *) {
     isLeft(emitChanged, objects[0]);
-    isLeft(releaseObject, objects[1]);
+    // What was left on another stack is not finished from this one.
+    if (std::get<1>(GetParam()) != otherStack) isLeft(releaseObject, objects[1]);
     isLeft([](void *owner) { ztObject_of(owner)->setProperty(owner, "leaving in loops", "ztInt", 1); },
            objects[0]);
     fromDeeper({[](void *) { isLeft(emitChanged, objects[0]); }, nullptr}, left % 3);
