@@ -531,10 +531,18 @@ static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
   }
 }
 
+static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *item) {
+  ReceiverSlots walk(slots, receiver);
+  while (walk.item() != nullptr && walk.item() != item) walk.next();
+  return walk.item() != nullptr;
+}
+
 // `pop` removes the item that `find` meets first. The unwanted slot is brought into that item, and the
-// slots between the two move by one place each, so that the others stay in order.
+// slots between the two move by one place each, so that the others stay in order. In a map that a host gave
+// another order it may meet none of the receiver's: then none goes.
 static bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
   const void *first = ztSlotMap_of(slots)->find(slots, receiver);
+  if (!isAmong(slots, receiver, first)) return false;
   ReceiverSlots walk(slots, receiver);
   while (walk.item() != first && walk.item() != unwanted) walk.next();
   if (walk.item() == unwanted) {
@@ -931,8 +939,7 @@ int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver
   if (signal == nullptr) return 0;
   const ztMapItem *item = findSlot(signal->slots, receiver, function);
   if (item == nullptr) return 0;
-  removeSlot(signal->slots, receiver, item);
-  return 1;
+  return removeSlot(signal->slots, receiver, item);
 }
 
 int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t blocked) {
