@@ -1,6 +1,8 @@
 #include "core/ztbasec.h"
 
 #include "core/ztbasec.hh"
+#include "core/ztcalls.hh"
+#include "core/ztcheck.hh"
 #include "core/ztcore.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
@@ -8,6 +10,7 @@
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
+#include "objects/ztobject.hh"
 
 #include <string.h>
 
@@ -217,11 +220,13 @@ static void baseClassInstanceCreate(ztClass *) {}
 static void baseClassInstanceDestroy(ztClass *) {}
 
 static int32_t baseCreate(void *object) {
+  ztObjectMade(object);
   return object != nullptr;
 }
 
 static void *baseClone(const void *object, void *target) {
   if (object == nullptr || target == nullptr) return nullptr;
+  ztObjectMade(target);
   return memmove(target, object, static_cast<size_t>(ztOOP_classOf(object)->instanceSize));
 }
 
@@ -239,39 +244,43 @@ static int32_t baseWrite(const void *object, void *) {
   return object != nullptr;
 }
 
+// A count that has come this far stays, and the object with it: beyond it, or back from it, nobody knows how
+// many references there are.
+constexpr int32_t mostReferences = INT32_MAX;
+
 static void baseRef(void *object) {
-  if (object != nullptr) ++static_cast<ztBaseClass *>(object)->refCount;
+  if (object == nullptr) return;
+  auto *header = static_cast<ztBaseClass *>(object);
+  if (header->refCount != mostReferences) ++header->refCount;
 }
 
-namespace {
+ZT_OWN_FRAME static void endObject(void *object) {
+  // What an object's `destroy` sets off may release the object once more.
+  if (ztIsUnderWay(object, ztCallKind::release)) return;
+  ztEndMark mark;
+  const bool recorded = ztBeginEnd(&mark, ztCallKind::release, object);
+  ztBaseClass_of(object)->destroy(object);
+  if (!recorded || ztEndCall(mark.mark)) ztm_free(object);
+}
 
-// An object whose release is under way, innermost first.
-struct Release {
-  const void *object;
-  const Release *outer;
-};
-
-}  // namespace
-
-static const Release *releases;
-
-// What an object's `destroy` sets off may release the object once more.
-static bool isBeingReleased(const void *object) {
-  for (const Release *release = releases; release != nullptr; release = release->outer) {
-    if (release->object == object) return true;
-  }
-  return false;
+__attribute__((cold, noinline)) static void checkRelease(void *object) {
+  ztCheckThread(ztEmitterOf(object), "a release");
 }
 
 static void baseUnRef(void *object) {
   if (object == nullptr) return;
+  if (ztChecksThreads) checkRelease(object);
+  auto *header = static_cast<ztBaseClass *>(object);
+  if (header->refCount == mostReferences) return;
+  // Unsigned, since an object may be released any number of times while it ends.
+  header->refCount = static_cast<int32_t>(static_cast<uint32_t>(header->refCount) - 1);
   // 1, not 0: a new object that was referenced once more ends at its first release.
-  if (--static_cast<ztBaseClass *>(object)->refCount > 1 || isBeingReleased(object)) return;
-  const Release release = {object, releases};
-  releases = &release;
-  ztBaseClass_of(object)->destroy(object);
-  releases = release.outer;
-  ztm_free(object);
+  if (header->refCount > 1) return;
+  if (ztBaseClass_of(object)->destroy == baseDestroy) {
+    ztm_free(object);
+  } else {
+    endObject(object);
+  }
 }
 
 static int32_t baseGetRefCount(const void *object) {

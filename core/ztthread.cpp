@@ -1,13 +1,12 @@
 #include "core/ztthread.hh"
 
 #include "core/ztbasec.h"
+#include "core/ztcalls.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 
 #include <pthread.h>
 #include <string.h>
-
-constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec"))) = {};
 
 // The first thread's, so that a program of one thread needs no memory for it.
 static ztThreadBlock firstBlock;
@@ -24,10 +23,14 @@ static void releaseContents(ztThreadBlock *block) {
   void *string = block->scratchString;
   block->scratchString = nullptr;
   if (string != nullptr) ztBaseClass_of(string)->unRef(string);
+  if (block->uses.records != block->uses.first) ztm_free(block->uses.records);
+  block->uses.records = nullptr;
+  block->uses.count = block->uses.capacity = 0;
 }
 
+// After its contents, which are released with the calls of the thread that does it.
 static void releaseBlock(ztThreadBlock *block) {
-  releaseContents(block);
+  ztReleaseCalls(block->calls);
   if (block == &firstBlock) {
     firstBlockTaken = false;
   } else {
@@ -41,12 +44,18 @@ static void unlink(const ztThreadBlock *block) {
   if (*at != nullptr) *at = block->next;
 }
 
+static void forgetBlock() {
+  ztThisThread.block = nullptr;
+  ztForgetCalls();
+}
+
 // Runs at the end of a thread.
 static void endThread(void *block) {
+  releaseContents(static_cast<ztThreadBlock *>(block));
   const ztLocked locked(ztThreadsLock);
   unlink(static_cast<ztThreadBlock *>(block));
   releaseBlock(static_cast<ztThreadBlock *>(block));
-  ztThisThread.block = nullptr;
+  forgetBlock();
 }
 
 static ztThreadBlock *takeBlock() {
@@ -68,14 +77,22 @@ ztThreadBlock *ztMakeThreadBlock() {
   return block;
 }
 
+uint32_t ztNumberOfThread() {
+  static uint32_t numbered;
+  if (ztThisThread.number == 0) ztThisThread.number = __atomic_add_fetch(&numbered, 1, __ATOMIC_RELAXED);
+  return ztThisThread.number;
+}
+
 void ztReleaseThreads() {
   const ztLocked locked(ztThreadsLock);
-  if (hasKey) pthread_key_delete(endOfThread);
-  hasKey = false;
+  for (ztThreadBlock *block = blocks; block != nullptr; block = block->next) releaseContents(block);
+  releaseContents(&sharedBlock);
   while (ztThreadBlock *block = blocks) {
     blocks = block->next;
     releaseBlock(block);
   }
-  releaseContents(&sharedBlock);
-  ztThisThread.block = nullptr;
+  forgetBlock();
+  // Last, since a release may have made a block for this thread.
+  if (hasKey) pthread_key_delete(endOfThread);
+  hasKey = false;
 }

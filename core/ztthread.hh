@@ -8,20 +8,26 @@
 // The buffers of the functions whose result the next call overwrites, and the scratch string. Too large for
 // the space that threads have for libraries, and so made when a thread first needs one of them.
 struct ztThreadBlock {
-  ztThreadBlock *next;   // in the list of all
-  void *scratchString;   // of ztString's newString; NULL until it is used; owned
-  char message[512];     // ztCu_fmtMsg
-  char mappedCase[512];  // ztCu_sToLower, ztCu_sToUpper
-  char madePath[512];    // ztCu_makePath
-  char dirName[512];     // ztDm_getDirName
-  char parentPath[512];  // ztDm_extractPath
-  char joinedPath[512];  // ztDm_makePath
-  char currentDir[512];  // ztDm_getCurrentDir
+  ztThreadBlock *next;    // in the list of all
+  void *scratchString;    // of ztString's newString; NULL until it is used; owned
+  struct ztCalls *calls;  // NULL until the thread needs it; owned
+  char message[512];      // ztCu_fmtMsg
+  char mappedCase[512];   // ztCu_sToLower, ztCu_sToUpper
+  char madePath[512];     // ztCu_makePath
+  char dirName[512];      // ztDm_getDirName
+  char parentPath[512];   // ztDm_extractPath
+  char joinedPath[512];   // ztDm_makePath
+  char currentDir[512];   // ztDm_getCurrentDir
 };
 
 // At most 256 bytes, which any loaded library may take of a thread's static space.
 struct ztThread {
-  ztThreadBlock *block;  // NULL until it is needed
+  ztThreadBlock *block;     // NULL until it is needed
+  struct ztCalls *calls;    // the block's
+  struct ztCall *nextCall;  // behind the last entry in use of those
+  struct ztCall *lastCall;  // behind the last entry
+  uint64_t callSerial;      // the latest that was given to one
+  uint32_t number;          // from 1 on; 0 until it is needed
 };
 
 static_assert(sizeof(ztThread) <= 256);
@@ -35,6 +41,9 @@ ztThreadBlock *ztMakeThreadBlock();
 inline ztThreadBlock *ztBlockOfThread() {
   return ztThisThread.block != nullptr ? ztThisThread.block : ztMakeThreadBlock();
 }
+
+// The number of this thread, by which it can be told from others.
+uint32_t ztNumberOfThread();
 
 // Releases what every thread has, at the end of the library. Threads that end later find nothing to do.
 void ztReleaseThreads();

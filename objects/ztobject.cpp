@@ -3,7 +3,10 @@
 #include "containers/ztavltree.h"
 #include "containers/ztmapiter.h"
 #include "core/ztbasec.hh"
+#include "core/ztcheck.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
+#include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
@@ -43,14 +46,32 @@ static bool isDying(const void *object) {
   return (objectOf(object)->marks & ztObjectDying) != 0;
 }
 
+// Threads that use an object ----------------------------------------------------------------------
+
+// The number of the thread that made an object, in the upper half of its marks.
+constexpr uint32_t makerShift = 16;
+
+void ztCheckThread(const void *object, const char *use) {
+  if (object == nullptr) return;
+  static bool logged;
+  const uint32_t maker = objectOf(object)->marks >> makerShift;
+  const uint32_t user = ztNumberOfThread() & (UINT32_MAX >> makerShift);
+  if (maker == 0 || maker == user || __atomic_exchange_n(&logged, true, __ATOMIC_RELAXED)) return;
+  ztLc_log("ztObject -> Warning: %s in another thread than the one that made the object, of class: %s\n", use,
+           ztOOP_classNameOf(object));
+}
+
 // Static properties -------------------------------------------------------------------------------
 
 namespace {
 
-// The classes that have a map of static properties. A map is made for a class that is registered, and
-// for an ancestor that is not; the latter's is released with the library only.
+// A class that has a map of static properties. A map is made for a class that is registered, and for an
+// ancestor that is not; the latter's is released with the library only.
 struct StaticMapOwner {
   ztClass *klass;
+  bool complete;  // other threads may read the map without a lock, so it does not change any more
+  ztPropertyMap
+      *retired;  // NULL: the class's map is meant; else one that it had when others may have read it
   StaticMapOwner *next;
 };
 
@@ -58,26 +79,63 @@ struct StaticMapOwner {
 
 static StaticMapOwner *staticMapOwners;
 
-// Raised when a static property is lost for want of memory.
+// Maps that are being built. While there are any, threads that want one of a class's wait for the lock.
+static uint32_t mapsBeingBuilt;
+
+// Raised, under the lock, when a static property is lost for want of memory.
 static uint32_t lostDeclarations;
 
 void ztDeclarationLost() {
   ++lostDeclarations;
 }
 
-static void releaseStaticMap(ztClass *klass) {
-  StaticMapOwner **at = &staticMapOwners;
-  while (*at != nullptr && (*at)->klass != klass) at = &(*at)->next;
-  if (*at == nullptr) return;
+static ztPropertyMap *publishedMap(const ztClass *klass) {
+  return __atomic_load_n(&tableOf(klass)->staticProperties, __ATOMIC_ACQUIRE);
+}
+
+static void publishMap(const ztClass *klass, ztPropertyMap *map) {
+  __atomic_store_n(&tableOf(klass)->staticProperties, map, __ATOMIC_RELEASE);
+}
+
+static ztPropertyMap *mapOf(const StaticMapOwner *owner) {
+  return owner->retired != nullptr ? owner->retired : publishedMap(owner->klass);
+}
+
+// Takes an owner off the list, with its map.
+static void releaseOwner(StaticMapOwner **at) {
   StaticMapOwner *owner = *at;
+  ztPropertyMap *map = mapOf(owner);
   *at = owner->next;
+  if (owner->retired == nullptr) publishMap(owner->klass, nullptr);
+  release(map);
   ztm_free(owner);
-  release(tableOf(klass)->staticProperties);
+}
+
+static void releaseStaticMaps(const ztClass *klass) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  StaticMapOwner **at = &staticMapOwners;
+  while (*at != nullptr) {
+    if ((*at)->klass == klass) {
+      releaseOwner(at);
+    } else {
+      at = &(*at)->next;
+    }
+  }
+}
+
+// Where a class stands in the list for the map that it has; at the end when it has none.
+static StaticMapOwner **ownerOf(const ztClass *klass) {
+  StaticMapOwner **at = &staticMapOwners;
+  while (*at != nullptr && ((*at)->klass != klass || (*at)->retired != nullptr)) at = &(*at)->next;
+  return at;
 }
 
 void ztReleaseStaticProperties() {
-  while (staticMapOwners != nullptr) releaseStaticMap(staticMapOwners->klass);
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  while (staticMapOwners != nullptr) releaseOwner(&staticMapOwners);
 }
+
+static void buildStaticMap(ztClass *klass);
 
 static bool hasTypeWithin(const ztPropertyMap *map, const ztClass *klass) {
   ztMapIterator walk;
@@ -94,26 +152,38 @@ static bool hasTypeWithin(const ztPropertyMap *map, const ztClass *klass) {
 void ztForgetStaticProperties(const ztClass *klass) {
   StaticMapOwner *owner = staticMapOwners;
   while (owner != nullptr) {
-    ztClass *owning = owner->klass;
-    owner = owner->next;
-    if (ztIsWithin(owning, klass) || hasTypeWithin(tableOf(owning)->staticProperties, klass)) {
-      releaseStaticMap(owning);
+    if (ztIsWithin(owner->klass, klass) || hasTypeWithin(mapOf(owner), klass)) {
+      releaseStaticMaps(owner->klass);
+      owner = staticMapOwners;
+    } else {
+      owner = owner->next;
     }
   }
 }
 
-static bool giveStaticMap(ztClass *klass) {
-  releaseStaticMap(klass);
+// Other threads may be reading a map that is replaced.
+static void retireMap(const ztClass *klass) {
+  StaticMapOwner *owner = *ownerOf(klass);
+  if (owner == nullptr) return;
+  if (__libc_single_threaded) {
+    releaseStaticMaps(klass);
+  } else {
+    owner->retired = publishedMap(klass);
+  }
+}
+
+// Gives a class a map, which it takes over, in place of the one it has.
+static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
   auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
-  auto *map = ztNewObject<ztPropertyMap>(ztPropertyMap_ctor);
   if (owner == nullptr || map == nullptr) {
     ztm_free(owner);
     release(map);
     return false;
   }
-  *owner = {klass, staticMapOwners};
+  retireMap(klass);
+  *owner = {klass, complete, nullptr, staticMapOwners};
   staticMapOwners = owner;
-  tableOf(klass)->staticProperties = map;
+  publishMap(klass, map);
   return true;
 }
 
@@ -131,29 +201,48 @@ static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors
 }
 
 // An ancestor's map that is missing is made whole, with what it inherits itself: its properties then
-// have the indices that they would have had, had an object of the ancestor been made before. A map that
-// lacks something is taken back, and made again when it is next needed.
-static void buildStaticMap(ztClass *klass) {
-  const uint32_t lostBefore = lostDeclarations;
-  if (!giveStaticMap(klass)) {
-    ztDeclarationLost();
-    return;
-  }
+// have the indices that they would have had, had an object of the ancestor been made before.
+static void fillStaticMap(ztClass *klass) {
   for (ztClass *ancestor = klass->parent; ztOOP_isClassOfClass(ancestor, "ztObject");
        ancestor = ancestor->parent) {
-    if (tableOf(ancestor)->staticProperties == nullptr) buildStaticMap(ancestor);
-    const ztPropertyMap *inherited = tableOf(ancestor)->staticProperties;
-    if (inherited != nullptr) inheritProperties(tableOf(klass)->staticProperties, inherited);
+    if (publishedMap(ancestor) == nullptr) buildStaticMap(ancestor);
+    const ztPropertyMap *inherited = publishedMap(ancestor);
+    if (inherited != nullptr) inheritProperties(publishedMap(klass), inherited);
   }
   if (tableOf(klass)->initProperties != nullptr) tableOf(klass)->initProperties(klass);
-  if (lostDeclarations != lostBefore) releaseStaticMap(klass);
+}
+
+static void completeMap(const ztClass *klass, bool lacksSomething) {
+  StaticMapOwner **owner = ownerOf(klass);
+  if (*owner == nullptr) return;
+  (*owner)->complete = true;
+  if (lacksSomething) releaseOwner(owner);
+}
+
+// The class has its map from the beginning on, for its `initProperties` to find. One that lacks something in
+// the end is taken back, and made again when it is next needed.
+static void buildStaticMap(ztClass *klass) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const uint32_t lostBefore = lostDeclarations;
+  __atomic_add_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELAXED);
+  if (giveMap(klass, ztNewObject<ztPropertyMap>(ztPropertyMap_ctor), false)) {
+    fillStaticMap(klass);
+    completeMap(klass, lostDeclarations != lostBefore);
+  } else {
+    ztDeclarationLost();
+  }
+  __atomic_sub_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELEASE);
 }
 
 // A class that was freed, or that the registry does not know, gets its map when it is first needed. NULL
 // when memory is exhausted.
 static ztPropertyMap *staticMapOf(ztClass *klass) {
-  if (tableOf(klass)->staticProperties == nullptr) buildStaticMap(klass);
-  return tableOf(klass)->staticProperties;
+  ztPropertyMap *map = publishedMap(klass);
+  // In this order: a map that is not complete was put there after the count was raised.
+  if (map != nullptr && __atomic_load_n(&mapsBeingBuilt, __ATOMIC_ACQUIRE) == 0) return map;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  if (publishedMap(klass) == nullptr) buildStaticMap(klass);
+  return publishedMap(klass);
 }
 
 static void objectClassInstanceCreate(ztClass *klass) {
@@ -161,7 +250,7 @@ static void objectClassInstanceCreate(ztClass *klass) {
 }
 
 static void objectClassInstanceDestroy(ztClass *klass) {
-  releaseStaticMap(klass);
+  releaseStaticMaps(klass);
 }
 
 static void objectClassInit(ztClass *) {
@@ -193,9 +282,23 @@ static bool beginProperty(ztProperty *property, const char *name, ztClass *type,
          ztString_of(property->name)->set(property->name, name) != nullptr;
 }
 
+// Adds a property to a class's map; to a copy of it, where other threads may be reading it.
+static bool insertStatic(ztClass *klass, ztPropertyMap *map, const StringSource &name,
+                         const ztProperty &property) {
+  const StaticMapOwner *owner = *ownerOf(klass);
+  if (__libc_single_threaded || owner == nullptr || !owner->complete) {
+    return ztInsertByKey(map, name, &property) != nullptr;
+  }
+  auto *copy = static_cast<ztPropertyMap *>(ztCopyObject(map));
+  if (copy == nullptr || ztInsertByKey(copy, name, &property) != nullptr) return giveMap(klass, copy, true);
+  release(copy);
+  return false;
+}
+
 static int32_t objectAddProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
                                  ztSetter setter, void *userWord, const char *signalName) {
   if (klass == nullptr || name == nullptr) return 0;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   // First of all: the first declaration ever has the string class registered ahead of the types.
   const StringSource key(name);
   ztPropertyMap *map = staticMapOf(klass);
@@ -211,7 +314,7 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
   if (complete && signalName != nullptr) {
     complete = ztString_of(property.signalName)->set(property.signalName, signalName) != nullptr;
   }
-  const bool added = complete && ztInsertByKey(map, key, &property) != nullptr;
+  const bool added = complete && insertStatic(klass, map, key, property);
   if (!added) ztDeclarationLost();
   ztProperty_of(&property)->destroy(&property);
   return added;
@@ -219,6 +322,7 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
 
 int32_t ztDeclareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
                           ztSetter setter, const char *typeClassName, ztCtor typeCtor) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   const ztObjectMethods *methods = tableOf(klass);
   const int32_t added = methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
   if (added) return added;
@@ -264,6 +368,7 @@ static ztProperty *findProperty(const ztObject *object, const char *name) {
 
 static int32_t objectSetProperty(void *object, const char *name, const char *typeName, ztWord value) {
   if (object == nullptr || name == nullptr) return 0;
+  if (ztChecksThreads) ztCheckThread(object, "the setting of a property");
   ztProperty *property = findProperty(objectOf(object), name);
   if (property != nullptr) return ztProperty_of(property)->setValue(property, object, value);
   return createProperty(static_cast<ztObject *>(object), name, typeName,
@@ -426,10 +531,18 @@ static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
   }
 }
 
+static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *item) {
+  ReceiverSlots walk(slots, receiver);
+  while (walk.item() != nullptr && walk.item() != item) walk.next();
+  return walk.item() != nullptr;
+}
+
 // `pop` removes the item that `find` meets first. The unwanted slot is brought into that item, and the
-// slots between the two move by one place each, so that the others stay in order.
-static void removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
+// slots between the two move by one place each, so that the others stay in order. In a map that a host gave
+// another order it may meet none of the receiver's: then none goes.
+static bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
   const void *first = ztSlotMap_of(slots)->find(slots, receiver);
+  if (!isAmong(slots, receiver, first)) return false;
   ReceiverSlots walk(slots, receiver);
   while (walk.item() != first && walk.item() != unwanted) walk.next();
   if (walk.item() == unwanted) {
@@ -437,61 +550,79 @@ static void removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *
   } else {
     moveEarlier(walk, unwanted);
   }
-  ztSlotMap_of(slots)->pop(slots, receiver);
+  return ztSlotMap_of(slots)->pop(slots, receiver) != 0;
 }
 
 // Delivery ----------------------------------------------------------------------------------------
 
-ObjectWatch *ObjectWatch::top;
+void ztSlotRemoved() {
+  if (ztThisThread.calls != nullptr) ++ztThisThread.calls->removals;
+}
+
+void ztSignalDestroyed(const void *signal) {
+  ztForEachCall([=](ztCall &call) {
+    if (call.subject == signal && ztKindOf(call) == ztCallKind::delivery) call.subject = nullptr;
+  });
+}
+
+static void forgetReceiver(const void *dying) {
+  const ztCalls *calls = ztThisThread.calls;
+  if (calls == nullptr) return;
+  for (uint32_t i = 0; i < calls->pendingCount; ++i) {
+    if (calls->pending[i].receiver == dying) calls->pending[i].receiver = nullptr;
+  }
+}
+
+// Copies the slots of a map in its order; the place behind the last.
+static ztPendingSlot *collectSlots(const ztAvlTreeItem *item, ztPendingSlot *pending) {
+  for (; item != nullptr; item = item->right) {
+    pending = collectSlots(item->left, pending);
+    const auto *slot = static_cast<const ztSlot *>(reinterpret_cast<const ztMapItem *>(item)->value);
+    *pending++ = {item->data, slot->function.call0};
+  }
+  return pending;
+}
 
 namespace {
 
-struct PendingSlot {
-  void *receiver;  // NULL once it is destroyed
-  ztSlotFunction function;
-};
-
 // One emission under way: the slots that were connected when it began. They are copies, since the map
-// changes under the hands of its slots. Deliveries nest as calls do.
+// changes under the hands of its slots.
 struct Delivery {
-  const ztSignal *signal;  // NULL once it is destroyed, with its object or without
-  PendingSlot *slots;
-  int32_t count;
-  Delivery *outer;
+  ztCallMark mark;
+  uint32_t first;  // among the pending slots
+  uint32_t end;
 };
 
 }  // namespace
 
-static Delivery *deliveries;
-static uint32_t removals;  // raised whenever a slot was taken out of any map
-
-void ztSlotRemoved() {
-  ++removals;
+// In a frame of its own. False when there is nothing to deliver, and without memory.
+static bool beginDelivery(Delivery *delivery, const ztSignal *signal) {
+  if (signal == nullptr || signal->blocked != 0 || signal->slots == nullptr) return false;
+  const ztAvlTree *tree = signal->slots->tree;
+  if (tree == nullptr || tree->root == nullptr) return false;
+  ztCall *call = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
+  if (call == nullptr) return false;
+  ztCalls *calls = ztThisThread.calls;
+  if (!ztReservePending(calls, tree->count)) {
+    ztEndCall(delivery->mark);
+    return false;
+  }
+  delivery->first = calls->pendingCount;
+  delivery->end = delivery->first + tree->count;
+  calls->pendingCount = delivery->end;
+  call->end = delivery->end;
+  collectSlots(tree->root, calls->pending + delivery->first);
+  return true;
 }
 
-void ztSignalDestroyed(const void *signal) {
-  for (Delivery *delivery = deliveries; delivery != nullptr; delivery = delivery->outer) {
-    if (delivery->signal == signal) delivery->signal = nullptr;
+static void endDelivery(const Delivery &delivery) {
+  if (!ztEndCall(delivery.mark)) return;
+  ztCalls *calls = ztThisThread.calls;
+  if (calls->pendingCount == delivery.end) {
+    calls->pendingCount = delivery.first;
+  } else {
+    ztTrimPending(calls);
   }
-}
-
-static void forgetReceiver(const void *dying) {
-  for (Delivery *delivery = deliveries; delivery != nullptr; delivery = delivery->outer) {
-    for (int32_t i = 0; i < delivery->count; ++i) {
-      if (delivery->slots[i].receiver == dying) delivery->slots[i].receiver = nullptr;
-    }
-  }
-}
-
-static void collectSlots(const ztSlotMap *slots, PendingSlot *pending) {
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  const ztMapItem *item = mapItem(methods->first(&walk, slots));
-  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
-    *pending++ = {item->data, slotOf(item)->function};
-  }
-  methods->destroy(&walk);
 }
 
 constexpr uint32_t mostArguments = 4;
@@ -500,97 +631,97 @@ static uint32_t argumentCountOf(const ztSignal *signal) {
   return signal->argumentCount & 0xff;
 }
 
-static void callWithWord(const PendingSlot &slot, uint32_t argumentCount, intptr_t first) {
+static void callWithWord(void *receiver, ztSlotFunction function, uint32_t argumentCount, intptr_t first) {
   switch (argumentCount) {
     case 0:  // ignored by what takes no argument, but needed by the slots of `connect` on "destroyed"
     case 1:
-      slot.function.call1(slot.receiver, first);
+      function.call1(receiver, first);
       break;
     case 2:
-      slot.function.call2(slot.receiver, first, 0);
+      function.call2(receiver, first, 0);
       break;
     case 3:
-      slot.function.call3(slot.receiver, first, 0, 0);
+      function.call3(receiver, first, 0, 0);
       break;
     case mostArguments:
-      slot.function.call4(slot.receiver, first, 0, 0, 0);
+      function.call4(receiver, first, 0, 0, 0);
       break;
     default:
       break;  // more arguments than any slot takes: nothing is called
   }
 }
 
-static void callWithNumber(const PendingSlot &slot, uint32_t argumentCount, double first) {
+static void callWithNumber(void *receiver, ztSlotFunction function, uint32_t argumentCount, double first) {
   switch (argumentCount) {
     case 0:
-      slot.function.call0(slot.receiver);
+      function.call0(receiver);
       break;
     case 1:
-      slot.function.number1(slot.receiver, first);
+      function.number1(receiver, first);
       break;
     case 2:
-      slot.function.number2(slot.receiver, first, 0);
+      function.number2(receiver, first, 0);
       break;
     case 3:
-      slot.function.number3(slot.receiver, first, 0, 0);
+      function.number3(receiver, first, 0, 0);
       break;
     case mostArguments:
-      slot.function.number4(slot.receiver, first, 0, 0, 0);
+      function.number4(receiver, first, 0, 0, 0);
       break;
     default:
       break;
   }
 }
 
-static void deliver(void *emitter, const PendingSlot &pending, uint32_t argumentCount,
-                    const EmittedValue &value) {
-  const PendingSlot slot = pending;
-  auto *receiver = static_cast<ztObject *>(slot.receiver);
-  receiver->sender = emitter;
+static void callSlot(const ztPendingSlot &slot, uint32_t argumentCount, const EmittedValue &value) {
+  ztSlotFunction function;
+  function.call0 = slot.function;
   if (value.isNumber) {
-    callWithNumber(slot, argumentCount, value.number);
+    callWithNumber(slot.receiver, function, argumentCount, value.number);
   } else {
-    callWithWord(slot, argumentCount, value.word);
+    callWithWord(slot.receiver, function, argumentCount, value.word);
   }
-  if (pending.receiver != nullptr) receiver->sender = nullptr;
 }
 
-static void deliverAll(void *emitter, const Delivery &delivery, const EmittedValue &value) {
-  const uint32_t argumentCount = argumentCountOf(delivery.signal);
-  const uint32_t removalsBefore = removals;
-  for (int32_t i = 0; i < delivery.count && delivery.signal != nullptr; ++i) {
-    const PendingSlot &slot = delivery.slots[i];
+static bool isStillConnected(const ztSignal *signal, const ztPendingSlot &slot) {
+  ztSlotFunction function;
+  function.call0 = slot.function;
+  return findSlot(signal->slots, slot.receiver, function) != nullptr;
+}
+
+// False when it ended before its last slot.
+static bool deliver(const Delivery &delivery, void *emitter, const ztSignal *signal,
+                    const EmittedValue &value) {
+  ztCalls *calls = ztThisThread.calls;
+  ztCall *call = ztCallOf(delivery.mark);
+  const uint32_t argumentCount = argumentCountOf(signal);
+  const uint32_t removalsBefore = calls->removals;
+  for (uint32_t at = delivery.first; at < delivery.end; ++at) {
+    const ztPendingSlot slot = calls->pending[at];
     if (slot.receiver == nullptr) continue;
-    const bool mayBeGone = removals != removalsBefore;
-    if (mayBeGone && findSlot(delivery.signal->slots, slot.receiver, slot.function) == nullptr) continue;
-    deliver(emitter, slot, argumentCount, value);
+    if (calls->removals != removalsBefore && !isStillConnected(signal, slot)) continue;
+    call->detail = at;
+    auto *receiver = static_cast<ztObject *>(slot.receiver);
+    receiver->sender = emitter;
+    callSlot(slot, argumentCount, value);
+    call = ztCallOf(delivery.mark);
+    if (call == nullptr) return false;
+    if (calls->pending[at].receiver != nullptr) receiver->sender = nullptr;
+    if (call->subject == nullptr) return false;
   }
+  return true;
 }
 
-static int32_t emitSignal(void *emitter, const ztSignal *signal, const EmittedValue &value) {
-  if (signal == nullptr || signal->blocked != 0) return 0;
-  const int32_t count = sizeOfMap(signal->slots);
-  if (count <= 0) return 0;
-  PendingSlot few[16];
-  constexpr int32_t fewCount = sizeof few / sizeof few[0];
-  PendingSlot *pending = few;
-  if (count > fewCount) {
-    const int64_t bytes = count * static_cast<int64_t>(sizeof *pending);
-    pending =
-        bytes > INT32_MAX ? nullptr : static_cast<PendingSlot *>(ztm_alloc(static_cast<int32_t>(bytes)));
-    if (pending == nullptr) return 0;
-  }
-  collectSlots(signal->slots, pending);
-
-  Delivery delivery = {signal, pending, count, deliveries};
-  deliveries = &delivery;
-  deliverAll(emitter, delivery, value);
-  deliveries = delivery.outer;
-  if (pending != few) ztm_free(pending);
+ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal, const EmittedValue &value) {
+  Delivery delivery;
+  if (!beginDelivery(&delivery, signal)) return 0;
+  deliver(delivery, emitter, signal, value);
+  endDelivery(delivery);
   return 1;
 }
 
 int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
+  if (ztChecksThreads) ztCheckThread(emitter, "an emission");
   return emitSignal(emitter, findSignal(emitter, signalName), value);
 }
 
@@ -686,6 +817,7 @@ static int32_t objectConnect(ztClass *klass, void *sender, const char *signalNam
                              const char *slotName, ztSlotFunction function, uint32_t argumentCount) {
   if (klass == nullptr || sender == nullptr || signalName == nullptr || receiver == nullptr) return 0;
   if (function.call0 == nullptr) return 0;
+  if (ztChecksThreads) ztCheckThread(sender, "a connection");
   if (isDying(sender) || isDying(receiver)) return 0;
   if (sender != receiver && !linkEnds(klass, sender, receiver)) return 0;
   const ztObjectMethods *methods = tableOf(klass);
@@ -699,35 +831,107 @@ static int32_t objectConnectionExist(ztClass *, const void *object, const char *
   return signal != nullptr && findSlot(signal->slots, receiver, function) != nullptr;
 }
 
-static void objectDestroyed(void *object, void *dying) {
-  if (object == nullptr || object == dying || objectOf(object)->signals == nullptr) return;
+// Drops all slots of one receiver but those with one function.
+static void removeReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept) {
+  if (slots == nullptr) return;
+  for (;;) {
+    const ztMapItem *unwanted = nullptr;
+    for (ReceiverSlots walk(slots, receiver); walk.item() != nullptr && unwanted == nullptr; walk.next()) {
+      if (!isSame(slotOf(walk.item())->function, kept)) unwanted = walk.item();
+    }
+    if (unwanted == nullptr || !removeSlot(slots, receiver, unwanted)) return;
+  }
+}
+
+// Drops an object's slots that are aimed at one that goes; all but the one by which the object tells that one
+// of its own end, where that is still needed.
+static void forgetPeer(void *object, void *dying, bool staysTied) {
+  if (object == dying || objectOf(object)->signals == nullptr) return;
+  const ztSignal *destroyed = staysTied ? findSignal(object, "destroyed") : nullptr;
   ztMapIterator walk;
   ztMapIterator_ctor(&walk, 1);
   const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
   const ztMapItem *item = mapItem(methods->first(&walk, objectOf(object)->signals));
   for (; item != nullptr; item = mapItem(methods->next(&walk))) {
-    removeReceiver(static_cast<ztSignal *>(item->value)->slots, dying);
+    const auto *signal = static_cast<const ztSignal *>(item->value);
+    if (signal == destroyed) {
+      removeReceiverExcept(signal->slots, dying, destroyedSlotOf(dying));
+    } else {
+      removeReceiver(signal->slots, dying);
+    }
   }
   methods->destroy(&walk);
 }
 
-// Tells every peer that the object goes. Where the signal does not reach them (it is blocked, was made
-// with too many arguments, or memory is exhausted), they forget the object all the same.
-static void announceDestruction(void *object) {
-  const ztSignal *destroyed = findSignal(object, "destroyed");
+// The record of an object's end that is under way.
+static ztCall *endingOf(const void *object) {
+  ztCall *ending = nullptr;
+  ztForEachCall([&](ztCall &call) {
+    if (call.subject == object && ztKindOf(call) == ztCallKind::ending) ending = &call;
+  });
+  return ending;
+}
+
+static void objectDestroyed(void *object, void *dying) {
+  if (object == nullptr) return;
+  const ztCall *ending = endingOf(dying);
+  forgetPeer(object, dying, ending != nullptr && ending->detail != 0);
+}
+
+// Has the peers that are in a map of "destroyed" forget the object.
+static void leavePeers(void *object, const ztSignal *destroyed) {
   if (destroyed == nullptr) return;
-  const bool reaches = argumentCountOf(destroyed) <= mostArguments;
-  const EmittedValue value(reinterpret_cast<intptr_t>(object));
-  if (emitSignal(object, destroyed, value) && reaches) return;
   ztMapIterator walk;
   ztMapIterator_ctor(&walk, 1);
   const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
   const ztMapItem *item = mapItem(methods->first(&walk, destroyed->slots));
   for (; item != nullptr; item = mapItem(methods->next(&walk))) {
     void *peer = slotOf(item)->receiver;
-    if (isSame(slotOf(item)->function, destroyedSlotOf(peer))) objectDestroyed(peer, object);
+    if (isSame(slotOf(item)->function, destroyedSlotOf(peer))) forgetPeer(peer, object, false);
   }
   methods->destroy(&walk);
+}
+
+// The same for those among the receivers of a delivery that still live.
+static void leaveReceivers(void *object, const Delivery &delivery) {
+  if (ztCallOf(delivery.mark) == nullptr) return;
+  const ztCalls *calls = ztThisThread.calls;
+  for (uint32_t at = delivery.first; at < delivery.end; ++at) {
+    const ztPendingSlot &slot = calls->pending[at];
+    if (slot.receiver == nullptr || slot.function != destroyedSlotOf(slot.receiver).call0) continue;
+    forgetPeer(slot.receiver, object, false);
+  }
+}
+
+static bool callsHost(const Delivery &delivery) {
+  ztSlotFunction own;
+  own.object1 = objectDestroyed;
+  for (uint32_t at = delivery.first; at < delivery.end; ++at) {
+    if (ztThisThread.calls->pending[at].function != own.call0) return true;
+  }
+  return false;
+}
+
+// Tells every peer that the object goes. Where the signal does not reach them (it is blocked, was made
+// with too many arguments, or memory is exhausted), they forget the object all the same.
+//
+// A peer that was told drops its slots aimed at the object, which still has its own aimed at the peer. A slot
+// of a host's may release the peer before the object is at its end, or leave by an exception so that it does
+// not come to it: therefore the peer stays tied until then, and tells the object in its turn.
+ZT_OWN_FRAME static void announceDestruction(void *object) {
+  const ztSignal *destroyed = findSignal(object, "destroyed");
+  Delivery delivery;
+  if (!beginDelivery(&delivery, destroyed)) {
+    leavePeers(object, destroyed);
+    return;
+  }
+  const bool tied = callsHost(delivery);
+  const bool reaches = argumentCountOf(destroyed) <= mostArguments;
+  ztCall *ending = tied ? endingOf(object) : nullptr;
+  if (ending != nullptr) ending->detail = 1;
+  const EmittedValue value(reinterpret_cast<intptr_t>(object));
+  if (!deliver(delivery, object, destroyed, value) || tied || !reaches) leaveReceivers(object, delivery);
+  endDelivery(delivery);
 }
 
 int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver, ztSlotFunction function) {
@@ -735,8 +939,7 @@ int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver
   if (signal == nullptr) return 0;
   const ztMapItem *item = findSlot(signal->slots, receiver, function);
   if (item == nullptr) return 0;
-  removeSlot(signal->slots, receiver, item);
-  return 1;
+  return removeSlot(signal->slots, receiver, item);
 }
 
 int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t blocked) {
@@ -792,10 +995,22 @@ static void objectPrintConnections(ztClass *klass, void *object, const char *fil
 
 // Life of an object -------------------------------------------------------------------------------
 
+// The maker is told from other threads where that is checked.
+static uint32_t firstMarks() {
+  return ztChecksThreads ? ztNumberOfThread() << makerShift : 0;
+}
+
+// Threads that use different objects share the word, and so do not write it without need.
+static void clearReserved(const ztClass *klass) {
+  void **reserved = &tableOf(klass)->reserved;
+  if (__atomic_load_n(reserved, __ATOMIC_RELAXED) == nullptr) return;
+  __atomic_store_n(reserved, nullptr, __ATOMIC_RELAXED);
+}
+
 static int32_t objectCreate(void *object) {
   auto *self = static_cast<ztObject *>(object);
   if (self == nullptr) return 0;
-  self->marks = 0;
+  self->marks = firstMarks();
   self->signals = nullptr;
   self->dynamicProperties = nullptr;
   self->sender = nullptr;
@@ -808,7 +1023,7 @@ static int32_t objectCreate(void *object) {
 static void *objectClone(const void *object, void *target) {
   auto *copy = static_cast<ztObject *>(ztBaseClass_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
-  copy->marks = 0;
+  copy->marks = firstMarks();
   copy->sender = nullptr;
   copy->signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
   const ztPropertyMap *properties = objectOf(object)->dynamicProperties;
@@ -820,18 +1035,30 @@ static void *objectClone(const void *object, void *target) {
   return nullptr;
 }
 
-static void objectDestroy(void *object) {
+// An end that was interrupted, by an exception out of a slot, is finished by the next one. What was not told
+// then is not told any more.
+ZT_OWN_FRAME static void objectDestroy(void *object) {
   auto *self = static_cast<ztObject *>(object);
-  // A slot of "destroyed" may release the emitter once more.
-  if (self == nullptr || isDying(object)) return;
+  if (self == nullptr) return;
+  const bool again = isDying(object);
+  if (again && self->signals == nullptr && self->dynamicProperties == nullptr) return;
+  // A slot of "destroyed" may end the emitter once more.
+  if (again && ztIsUnderWay(object, ztCallKind::ending)) return;
+  ztEndMark mark;
+  ztBeginEnd(&mark, ztCallKind::ending, object);
   self->marks |= ztObjectDying;
-  tableOf(self->klass)->reserved = nullptr;
-  announceDestruction(object);
+  clearReserved(self->klass);
+  if (again) {
+    leavePeers(object, findSignal(object, "destroyed"));
+  } else {
+    announceDestruction(object);
+  }
   ObjectWatch::objectDestroyed(object);
   forgetReceiver(object);
   release(self->signals);
   release(self->dynamicProperties);
   ztBaseClass_table()->destroy(object);
+  ztEndCall(mark.mark);
 }
 
 static void *objectGetSender(const void *object) {

@@ -2,9 +2,11 @@
 #ifndef ZT_OBJECTS_ZTOBJECT_HH
 #define ZT_OBJECTS_ZTOBJECT_HH
 
+#include "core/ztcalls.hh"
 #include "objects/ztobject.h"
 
-// What the field `marks` of a ztObject holds.
+// What the field `marks` of a ztObject holds; in its upper half the number of the thread that made the object,
+// or 0.
 enum : uint32_t {
   ztObjectDying = 1,  // set from the beginning of the object's destruction on
   ztNodeEnding = 2,   // a node that releases its children and takes no new ones
@@ -21,33 +23,35 @@ struct EmittedValue {
   bool isNumber;
 };
 
-// Tells whether an object was destroyed meanwhile. Watches form a stack: they are local variables, and
-// the destruction of a ztObject looks through all of them. An object's reference count would not do,
-// since a count that comes back down to 1 destroys.
+// Tells whether an object was destroyed meanwhile; a local variable. An object's reference count would not
+// do, since a count that comes back down to 1 destroys.
 class ObjectWatch {
  public:
-  explicit ObjectWatch(const void *watched) : object(watched), outer(top) {
-    top = this;
+  // Inlined always, since it is the frame of its caller that the watch lasts as long as.
+  __attribute__((always_inline)) explicit ObjectWatch(const void *watched) {
+    const auto frame = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+    const auto place = static_cast<uint32_t>(frame - reinterpret_cast<uintptr_t>(this));
+    ztBeginCall(&mark, ztCallKind::watch, watched, frame, place);
   }
   ~ObjectWatch() {
-    top = outer;
+    ztEndCall(mark);
   }
   ObjectWatch(const ObjectWatch &) = delete;
   ObjectWatch &operator=(const ObjectWatch &) = delete;
 
+  // False also when that cannot be told: memory was exhausted.
   bool isAlive() const {
-    return object != nullptr;
+    const ztCall *call = ztCallOf(mark);
+    return call != nullptr && call->subject != nullptr;
   }
   static void objectDestroyed(const void *dying) {
-    for (ObjectWatch *watch = top; watch != nullptr; watch = watch->outer) {
-      if (watch->object == dying) watch->object = nullptr;
-    }
+    ztForEachCall([=](ztCall &call) {
+      if (call.subject == dying && ztKindOf(call) == ztCallKind::watch) call.subject = nullptr;
+    });
   }
 
  private:
-  const void *object;  // NULL once it is destroyed
-  ObjectWatch *outer;
-  static ObjectWatch *top;
+  ztCallMark mark;
 };
 
 // Told by slot maps and signals, so that the deliveries under way know what became of theirs.
@@ -60,6 +64,9 @@ int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value);
 // The object itself when it is a ztObject, and so has signals; else NULL. A property can be set on
 // behalf of anything.
 void *ztEmitterOf(void *object);
+
+// Logs, once, that a ztObject is used in another thread than the one that made it. NULL is no such object.
+void ztCheckThread(const void *object, const char *use);
 
 // Announces a property change to the slots of the ztObject's signal "prop->signalname".
 void ztNotifyPropertyChange(void *object, EmittedValue value);

@@ -4,6 +4,7 @@
 #include "containers/ztpointers.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "objects/ztobject.hh"
@@ -114,6 +115,7 @@ static const char *propertyGetType(const void *object) {
 
 // The property types that declarations know --------------------------------------------------------
 
+// Only read and changed under the engine's lock.
 static ztPropertyTypeMap *propertyTypes;
 
 static ztPropertyTypeMap *typeMap() {
@@ -124,16 +126,19 @@ static ztPropertyTypeMap *typeMap() {
 }
 
 void ztReleasePropertyTypes() {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   ztPropertyTypeMap *released = propertyTypes;
   propertyTypes = nullptr;
   if (released != nullptr) ztPropertyTypeMap_of(released)->unRef(released);
 }
 
 static ztClass *propertyGetPropertyTypeClass(const void *, const char *typeClassName) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   return static_cast<ztClass *>(ztFindByName(propertyTypes, typeClassName));
 }
 
 void ztForgetPropertyType(const ztClass *klass) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   // A type is known under the name of its class.
   if (ztFindByName(propertyTypes, klass->name) != klass) return;
   const StringView key(klass->name);
@@ -141,17 +146,19 @@ void ztForgetPropertyType(const ztClass *klass) {
 }
 
 static int32_t propertyRegisterNewType(const void *, const char *typeClassName) {
-  ztClass *known = propertyGetPropertyTypeClass(nullptr, typeClassName);
-  // A class that is registered later can still become known under its name.
+  if (typeClassName == nullptr) return 0;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  if (propertyGetPropertyTypeClass(nullptr, typeClassName) != nullptr) return 0;
   ztClass *type = ztOOP_findClass(typeClassName);
-  if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 0;
-  if (known != nullptr) return 0;
+  // Not put in, so that a class that is registered later can still become known under its name.
+  if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 1;
   if (ztInsertByName(typeMap(), typeClassName, type) != nullptr) return 1;
   ztDeclarationLost();
   return 0;
 }
 
 static void propertyClassInit(ztClass *) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   ztOOP_ensureRegistered("ztPropertyType", ztPropertyType_ctor);
   ztOOP_ensureRegistered("ztPropertyTypeMap", ztPropertyTypeMap_ctor);
   typeMap();

@@ -48,8 +48,9 @@
  * The class functions of ztProperty, from class slot 10 on.
  *
  *  - `registerNewType(NULL, typeClassName)`: makes a registered property type, "ztBoolPropertyType"
- *    say, known to declarations. 1 when the name was not known before; 0 when it was, or when no
- *    property type of that name is registered.
+ *    say, known to declarations. 1 when the name was not known before, else 0; 0 also for NULL and when
+ *    memory is exhausted. The result does not tell whether the name is known now: a class that is not
+ *    registered, or is no ztPropertyType, does not become known. `getPropertyTypeClass` tells.
  *  - `getPropertyTypeClass(NULL, typeClassName)`: the property type known under that name, or NULL.
  *
  * A host registers a type before it declares or sets properties of it; "ztIntPropertyType" and, with

@@ -184,15 +184,15 @@ struct StringOperations {
   static ztWord setValue(ztClass *, void *object, void *owner, const ztWord *word) {
     const ztProperty *property = propertyOf(object);
     if (property == nullptr || word == nullptr) return 0;
-    void *source;
-    memcpy(&source, word, sizeof source);
+    // Read first, since the setter may change the word.
+    const ztWord value = *word;
+    auto *source = reinterpret_cast<void *>(value);
     ObjectWatch emitter(ztEmitterOf(owner));
     if (property->setter.setString != nullptr) {
-      property->setter.setString(owner, &source);
+      property->setter.setString(owner, reinterpret_cast<void *const *>(word));
     } else if (property->valueSize != 0 && property->valuePointer != nullptr && source != nullptr) {
       ztString_of(property->valuePointer)->assign(property->valuePointer, source);
     }
-    const ztWord value = reinterpret_cast<ztWord>(source);
     if (emitter.isAlive()) ztNotifyPropertyChange(owner, EmittedValue(value));
     return value;
   }

@@ -117,7 +117,8 @@ int main(int argc, char **argv) {
   ztFreeClass("ztProperty");
   CHECK(typeNamed("ztIntPropertyType") == NULL);
   CHECK(Lamp_of(lamp)->setProperty(lamp, "fresh", "ztInt", 0) == 0);
-  CHECK(ztProperty_functions()->registerNewType(NULL, "ztIntPropertyType") == 0);
+  CHECK(ztProperty_functions()->registerNewType(NULL, "ztIntPropertyType") == 1);
+  CHECK(typeNamed("ztIntPropertyType") == NULL);
   checkLamp(lamp);
 
   ztOOP_CleanUp();

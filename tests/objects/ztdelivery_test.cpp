@@ -799,14 +799,16 @@ class Graph {
 
 TEST_F(Delivery, SurvivesRandomGraphs) {
   int calls = 0;
+  const int steps = scale(20000);
   for (uint32_t seed = 1; seed <= 12; ++seed) {
     Graph graph(seed);
-    graph.run(scale(20000));
+    graph.run(steps);
     calls += graph.calls;
     if (HasFailure()) {
       ADD_FAILURE() << "with seed " << seed;
       break;
     }
   }
-  EXPECT_GT(calls, scale(100000)) << calls;
+  // A short run hardly gets further than making objects and connecting them.
+  EXPECT_GT(calls, steps < 5000 ? 0 : 5 * steps) << calls;
 }

@@ -1184,7 +1184,7 @@ static void boundlessMethods(BoundlessMapMethods *methods) {
 
 ZT_DEFINE_CLASS(BoundlessMap, ztSlotMap, boundlessMethods)
 
-TEST(Connection, MoreSlotsThanCanBeCountedInBytesAreNotCalled) {
+TEST(Connection, TheSlotsThatAMapHoldsAreCalledWhateverNumberItGives) {
   const Diary empty;
   Owned sender(ztObject_ctor);
   Owned receiver(ztObject_ctor);
@@ -1193,11 +1193,11 @@ TEST(Connection, MoreSlotsThanCanBeCountedInBytesAreNotCalled) {
   ztClass *own = signal->slots->klass;
   release(BoundlessMap_ctor(nullptr, 1));
   signal->slots->klass = BoundlessMapClass_Instance();
-  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
-  EXPECT_TRUE(diary.empty());
-  signal->slots->klass = own;
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 1U);
+  signal->slots->klass = own;
+  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
+  EXPECT_EQ(diary.size(), 2U);
 }
 
 TEST(Connection, AnEndThatCannotBeToldRefusesTheConnection) {

@@ -518,6 +518,29 @@ TEST(PropertyType, StringSetterTakesTheAddressOfTheWord) {
   EXPECT_EQ(seenProperty, property.get());
 }
 
+static void exchangeWord(void *, void *const *string) {
+  seenPointer = string;
+  *const_cast<void **>(string) = nullptr;
+}
+
+TEST(PropertyType, StringSetterReceivesTheVeryWordAndMayChangeIt) {
+  Property property(ztStringPropertyTypeClass_Instance());
+  String string("a string");
+  property->setter.setString = exchangeWord;
+  Listener *owner = newListener();
+  connectTo(owner, "prop->signalname", owner, diarySlot<0>());
+  const ztWord word = string.word();
+  const auto *methods = static_cast<const ztPropertyTypeMethods *>(property->type->methodTable);
+  EXPECT_EQ(methods->setValue(property->type, property.get(), owner, &word), string.word());
+  EXPECT_EQ(seenPointer, &word);
+  EXPECT_EQ(*static_cast<const volatile ztWord *>(&word), 0);
+  // Slots are told what was set.
+  ASSERT_EQ(diary.size(), 1U);
+  EXPECT_EQ(diary[0].first, string.word());
+  diary.clear();
+  release(owner);
+}
+
 TEST(PropertyType, ASetterKeepsTheStorageUntouched) {
   Property property(ztIntPropertyTypeClass_Instance());
   const int32_t initial = 3;

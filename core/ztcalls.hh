@@ -1,0 +1,183 @@
+// The calls that a thread has under way and that something which happens meanwhile is to reach: deliveries of
+// signals, watches, releases and ends of objects.
+//
+// Functions of a host's run inside those calls, and may leave by an exception or a longjmp: the frame that
+// made a record is then gone without having taken it back. So the records lie in a table of the thread's, not
+// on the stack; a frame holds no more than a mark, by which it finds its record, or that it was dropped.
+//
+// A record is dropped as soon as its frame is known to be gone: when another record is made from a frame that
+// lies no deeper on the same stack. Beyond that there are only guesses: about frames above the current one,
+// which may have been left and covered, and about other stacks, such as those of coroutines. A record of
+// doubtful state stays, since it is harmless: it is told of the end of its subject as the others are, and
+// nothing of it is followed. One that would keep an object from being released is looked into.
+//
+// So that frames can be compared, a function that makes such a record is marked ZT_OWN_FRAME and makes no
+// other one.
+#ifndef ZT_CORE_ZTCALLS_HH
+#define ZT_CORE_ZTCALLS_HH
+
+#include "core/ztthread.hh"
+
+#include <stdint.h>
+
+#define ZT_OWN_FRAME __attribute__((noinline, no_sanitize_address))
+
+enum class ztCallKind : uint64_t {
+  gone,      // dropped; its place is free
+  watch,     // the subject is an object whose destruction matters
+  delivery,  // the subject is a signal whose slots are being called
+  release,   // the subject is an object that is being released
+  ending,    // the subject is a ztObject that is being destroyed
+};
+
+constexpr uint64_t ztCallKinds = 7;  // the bits of a serial number that hold the kind
+
+struct ztCall {
+  const void *subject;  // NULL once it is destroyed
+  uintptr_t frame;      // where the frame that made the record lies; above all others once it is gone
+  uint64_t serial;      // as in the mark of that frame, with the kind in its last bits
+  uint32_t detail;      // delivery: the pending slot that was called last; watch: where in its frame it lies;
+                        // ending: not 0 where peers stay tied to the object until its end
+  uint32_t end;         // delivery: behind its pending slots
+};
+
+inline ztCallKind ztKindOf(const ztCall &call) {
+  return static_cast<ztCallKind>(call.serial & ztCallKinds);
+}
+
+// A slot that a delivery has yet to call, or calls.
+struct ztPendingSlot {
+  void *receiver;  // NULL once it is destroyed
+  void (*function)(void *receiver);
+};
+
+// The table. Its first entry is of no call, and stands below all others; the thread knows where it ends.
+struct ztCalls {
+  ztCall *entries;
+  uint32_t capacity;
+  uint32_t pendingCount;
+  ztPendingSlot *pending;  // those of all deliveries
+  uint32_t pendingCapacity;
+  uint32_t removals;    // raised whenever a slot was taken out of any map
+  uintptr_t stackLow;   // the bounds of the thread's own stack, once they were asked for; both equal where
+  uintptr_t stackHigh;  // they are not known
+  ztCall fewEntries[32];
+  ztPendingSlot fewPending[64];
+};
+
+constexpr uint64_t ztBelowAllCalls = 16;  // the serial number of the first entry; of no kind
+constexpr uint64_t ztNoCall = 24;         // that of a mark without a record
+
+// What the frame holds: where a look into the frame finds it.
+struct ztCallMark {
+  uint64_t serial;
+};
+
+inline uintptr_t ztFrameOf(ztCallMark *mark) {
+  return reinterpret_cast<uintptr_t>(mark);
+}
+
+// That of a release or an end, whose frame may be looked into: so large that no frames of small functions,
+// which write at least where they return to, come to lie there and leave it as it was.
+struct ztEndMark {
+  ztCallMark mark;
+  uint64_t copies[3];
+};
+
+// The calls of this thread; runs visit(call) for each of them, the latest first.
+template <typename Visit>
+inline void ztForEachCall(Visit visit) {
+  for (ztCall *call = ztThisThread.nextCall - 1; call->serial != ztBelowAllCalls; --call) visit(*call);
+}
+
+// Where a record goes, after those of frames that are gone were dropped. NULL without memory.
+ztCall *ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail);
+
+// Makes a record. NULL without memory: there is then none. Valid until the next one is made.
+inline ztCall *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subject, uintptr_t frame,
+                           uint32_t detail = 0) {
+  ztCall *call = ztThisThread.nextCall;
+  if (call != ztThisThread.lastCall && call[-1].frame > frame) {
+    ztThisThread.nextCall = call + 1;
+  } else {
+    call = ztMakeRoomForCall(kind, frame, detail);
+    if (call == nullptr) {
+      mark->serial = ztNoCall;
+      return nullptr;
+    }
+  }
+  ztThisThread.callSerial += ztCallKinds + 1;
+  const uint64_t serial = ztThisThread.callSerial | static_cast<uint64_t>(kind);
+  mark->serial = serial;
+  call->subject = subject;
+  call->frame = frame;
+  call->serial = serial;
+  call->detail = detail;
+  call->end = 0;
+  return call;
+}
+
+// The same for a release or an end. False without memory.
+inline bool ztBeginEnd(ztEndMark *mark, ztCallKind kind, const void *object) {
+  const bool begun = ztBeginCall(&mark->mark, kind, object, ztFrameOf(&mark->mark)) != nullptr;
+  for (uint64_t &copy : mark->copies) copy = mark->mark.serial;
+  return begun;
+}
+
+ztCall *ztFindCall(const ztCallMark &mark);
+
+// The record of a frame; NULL when it was dropped. Valid until the next one is made.
+inline ztCall *ztCallOf(const ztCallMark &mark) {
+  ztCall *last = ztThisThread.nextCall - 1;
+  return last->serial == mark.serial ? last : ztFindCall(mark);
+}
+
+bool ztEndCallAmongOthers(const ztCallMark &mark);
+
+// Takes the record of a frame back, and those of the frames that it called. False when there is none.
+inline bool ztEndCall(const ztCallMark &mark) {
+  ztCall *last = ztThisThread.nextCall - 1;
+  if (last->serial != mark.serial) return ztEndCallAmongOthers(mark);
+  ztThisThread.nextCall = last;
+  return true;
+}
+
+bool ztLooksUnderWay(const void *object, uintptr_t frameTop, ztCallKind least);
+
+inline bool ztIsSubject(const void *object) {
+  const ztCall *call = ztThisThread.nextCall;
+  do {
+    --call;
+    if (call->subject == object) return true;
+  } while (call->serial != ztBelowAllCalls);
+  return false;
+}
+
+// Tells whether an object's end is under way, or with `release` as the least of the two its release or end.
+// Records of it whose frames are found gone are dropped. Inlined, since it asks for the frame of its caller.
+__attribute__((always_inline)) inline bool ztIsUnderWay(const void *object, ztCallKind least) {
+  if (!ztIsSubject(object)) return false;
+  return ztLooksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
+}
+
+void ztDropCallsOn(const void *object);
+
+// Told of every object that is created or cloned: what is under way there was about another one, whose memory
+// was freed by a host.
+inline void ztObjectMade(const void *object) {
+  if (ztThisThread.nextCall[-1].serial != ztBelowAllCalls) ztDropCallsOn(object);
+}
+
+// Makes room for so many pending slots behind those that there are. False without memory.
+bool ztReservePending(ztCalls *calls, uint32_t count);
+
+// Gives the places of the pending slots back that no delivery has any more.
+void ztTrimPending(ztCalls *calls);
+
+// Releases a thread's table, which no thread uses any more.
+void ztReleaseCalls(ztCalls *calls);
+
+// Has this thread begin anew, without a table.
+void ztForgetCalls();
+
+#endif
