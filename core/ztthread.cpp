@@ -24,6 +24,9 @@ static void releaseContents(ztThreadBlock *block) {
   void *string = block->scratchString;
   block->scratchString = nullptr;
   if (string != nullptr) ztBaseClass_of(string)->unRef(string);
+  if (block->uses.records != block->uses.first) ztm_free(block->uses.records);
+  block->uses.records = nullptr;
+  block->uses.count = block->uses.capacity = 0;
 }
 
 static void releaseBlock(ztThreadBlock *block) {

@@ -5,6 +5,24 @@
 
 #include <stdint.h>
 
+// A call on a container that is under way; see containers/ztuse.hh.
+struct ztUse {
+  const void *container;
+  void *part;       // what it needs of the container although that has given it up
+  uint64_t number;  // never given again
+  bool added;       // elements came meanwhile
+  bool removed;     // elements went meanwhile
+};
+
+struct ztUseTable {
+  static constexpr int32_t firstCapacity = 32;
+  ztUse *records;  // `first`, or a block of its own; NULL until the first call
+  int32_t count;
+  int32_t capacity;
+  uint64_t lastNumber;
+  ztUse first[firstCapacity];
+};
+
 // The buffers of the functions whose result the next call overwrites, and the scratch string. Too large for
 // the space that threads have for libraries, and so made when a thread first needs one of them.
 struct ztThreadBlock {
@@ -18,6 +36,7 @@ struct ztThreadBlock {
   char parentPath[512];  // ztDm_extractPath
   char joinedPath[512];  // ztDm_makePath
   char currentDir[512];  // ztDm_getCurrentDir
+  ztUseTable uses;
 };
 
 // At most 256 bytes, which any loaded library may take of a thread's static space.
