@@ -313,7 +313,7 @@ class TakenObject {
  public:
   // Takes out the element at an index that the array has. Its block must be in no other use.
   TakenObject(ztArray *owner, int32_t taken)
-      : array(owner), index(taken), open(withoutElement(owner, taken)) {}
+      : array(owner), index(taken), formerEnd(owner->count - 1), open(withoutElement(owner, taken)) {}
 
   char *object() const {
     return open.slot();
@@ -325,17 +325,23 @@ class TakenObject {
   void refill() const {
     open.refill();
   }
-  // Puts the object back at its index, or behind the last where there are no longer as many elements. Returns
-  // its slot; NULL when it was destroyed since it cannot be an element any more.
+  // Puts the object back at its index, and the one that stood there behind it as before, ahead of what came in
+  // meanwhile. Where the array has become smaller they stand at its end. Returns the object's slot; NULL when it
+  // was destroyed since it cannot be an element any more.
   char *putBack() {
-    char *last = open.add();
-    if (last == nullptr || index >= array->count - 1) return last;
-    char *slot = slotAt(array, index);
-    exchangeSlots(slot, last, array->elementSize);
-    return slot;
+    char *slot = open.add();
+    if (slot == nullptr) return nullptr;
+    const int32_t end = array->count - 1;
+    for (int32_t i = end; i > formerEnd; --i) exchange(i, i - 1);
+    const int32_t place = end < formerEnd ? end : formerEnd;
+    if (index < place) exchange(index, place);
+    return slotAt(array, index < place ? index : place);
   }
 
  private:
+  void exchange(int32_t first, int32_t second) const {
+    exchangeSlots(slotAt(array, first), slotAt(array, second), array->elementSize);
+  }
   static ztArray *withoutElement(ztArray *array, int32_t index) {
     --array->count;
     exchangeSlots(slotAt(array, index), slotAt(array, array->count), array->elementSize);
@@ -344,6 +350,7 @@ class TakenObject {
 
   ztArray *array;
   int32_t index;
+  int32_t formerEnd;  // where the last element stood
   OpenSlot open;
 };
 
@@ -640,9 +647,10 @@ static int32_t arrayIsEmpty(const void *object) {
   return object != nullptr && static_cast<const ztArray *>(object)->count == 0;
 }
 
+// What the compare function changes in the array is done in another block, which is not sorted then.
 static void arraySort(void *object, ztCompareFunc compare) {
-  const auto *array = static_cast<const ztArray *>(object);
-  if (array == nullptr || array->data == nullptr || compare == nullptr) return;
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || array->data == nullptr || compare == nullptr || !ownBlock(array)) return;
   const BlockUse use(array);
   qsort(array->data, static_cast<size_t>(array->count), static_cast<size_t>(array->elementSize), compare);
 }
