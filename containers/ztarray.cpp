@@ -436,12 +436,11 @@ static void *arrayPushBack(void *object, const void *element) {
 
 // Whether the match function tells a match among the elements that there are when it begins.
 static bool matchesAny(const ztArray *array, const void *element, ztCompareFunc match) {
-  const BlockUse use(array);
+  const ContainerUse use(array);
   const ztArrayMethods *methods = ztArray_of(array);
   const int32_t count = array->count;
-  for (int32_t i = 0; i < count; ++i) {
-    if (match(methods->getAt(array, i), element)) return true;
-    if (!use.isCurrent() && (use.ended() || i + 1 >= array->count)) return use.ended();
+  for (int32_t i = 0; i < count && i < array->count; ++i) {
+    if (match(methods->getAt(array, i), element) || use.ended()) return true;
   }
   return false;
 }
@@ -694,11 +693,12 @@ static void *arrayFind(const void *object, const void *key) {
   if (array == nullptr || array->compareFunction == nullptr) return nullptr;
   const ztCompareFunc compare = array->compareFunction;
   const bool isForeign = !ztIsOwnCompare(compare);
-  const BlockUse use(array);
+  const ContainerUse use(array);
+  const void *block = array->data;
   for (int32_t i = 0; i < array->count; ++i) {
     void *element = elementAt(array, i);
     const bool isEqual = compare(element, key) == 0;
-    if (isForeign && !use.isCurrent()) return nullptr;
+    if (isForeign && (use.ended() || array->data != block)) return nullptr;
     if (isEqual) return element;
   }
   return nullptr;

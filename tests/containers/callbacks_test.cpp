@@ -803,6 +803,7 @@ TEST(PushedWhileDestroyed, IntoAMapEnds) {
       },
       [push](void *map) {
         create(map);
+        configureMap(map);
         push(map);
       });
 }
@@ -853,4 +854,54 @@ TEST(PushedWhileDestroyed, IntoAnAdaptorEnds) {
   expectNothingLeft(deque, anew(intoDeque));
   expectNothingLeft(queue, anew(intoQueue));
   expectNothingLeft(stack, anew(intoStack));
+}
+
+// What a copy begins with ---------------------------------------------------------------------------
+
+// LooksAtTarget: an object whose `clone` looks at the target before it fills it.
+#define LooksAtTarget_FIELDS \
+  ztBaseClass_FIELDS         \
+  int64_t words[6];
+#define LooksAtTarget_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(LooksAtTarget)
+
+static int targetsSeen;
+static bool areTargetsClear;
+
+static void *looksAtTargetClone(const void *source, void *target) {
+  ++targetsSeen;
+  for (const int64_t word : static_cast<const LooksAtTarget *>(target)->words) {
+    areTargetsClear = areTargetsClear && word == 0;
+  }
+  return ztBaseClass_table()->clone(source, target);
+}
+
+static void looksAtTargetMethods(LooksAtTargetMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, clone, looksAtTargetClone);
+}
+
+ZT_DEFINE_CLASS(LooksAtTarget, ztBaseClass, looksAtTargetMethods)
+
+TEST(Copies, BeginWithFieldsThatAreZero) {
+  const Owned<LooksAtTarget, LooksAtTargetMethods> source(LooksAtTarget_ctor);
+  for (int64_t &word : source.fields().words) word = -1;
+  const Owned<ztArray, ztArrayMethods> array(ztArray_ctor);
+  array->setElementConstructor(array, LooksAtTarget_ctor);
+  array->setElementSize(array, sizeof(LooksAtTarget), 0);
+  const Owned<ztList, ztListMethods> list(ztList_ctor);
+  list->setElementConstructor(list, LooksAtTarget_ctor);
+  areTargetsClear = true;
+  targetsSeen = 0;
+  for (int i = 0; i < 3; ++i) {
+    // Memory that is used again is not zero by itself.
+    void *used = ztm_alloc(sizeof(LooksAtTarget));
+    memset(used, -1, sizeof(LooksAtTarget));
+    ztm_free(used);
+    array->pushBack(array, source);
+    array->setAt(array, source, 0);
+    list->pushBack(list, source);
+  }
+  EXPECT_EQ(array->resize(array, 2), 1);
+  EXPECT_EQ(targetsSeen, 3 + 3 + 3 + 2);
+  EXPECT_TRUE(areTargetsClear);
 }

@@ -119,9 +119,10 @@ Hooked *newHooked(int32_t value) {
 }
 
 int32_t compareHooked(const void *first, const void *second) {
+  const int32_t one = static_cast<const Hooked *>(first)->value;
+  const int32_t other = static_cast<const Hooked *>(second)->value;
   raise(Event::compare);
-  return ztIntList_compare_func(&static_cast<const Hooked *>(first)->value,
-                                &static_cast<const Hooked *>(second)->value);
+  return ztIntList_compare_func(&one, &other);
 }
 
 bool isWhole(const void *object) {

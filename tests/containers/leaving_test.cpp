@@ -4,6 +4,7 @@
 #include <setjmp.h>
 
 #include <algorithm>
+#include <set>
 #include <vector>
 
 #include "containers/ztarrays.h"
@@ -36,7 +37,8 @@ enum class Way { exception, jump };
 // Leaves the call at the event that follows so many others of its kind. Whether it was left.
 static bool leave(Way way, Event event, const std::function<void()> &call, int others = 0) {
   if (way == Way::exception) {
-    const Hook hook(event, [] { throw Thrown(); }, others);
+    const Hook hook(
+        event, [] { throw Thrown(); }, others);
     try {
       call();
     } catch (const Thrown &) {
@@ -44,22 +46,35 @@ static bool leave(Way way, Event event, const std::function<void()> &call, int o
     }
     return false;
   }
-  const Hook hook(event, [] { longjmp(jumpTarget, 1); }, others);
+  const Hook hook(
+      event, [] { longjmp(jumpTarget, 1); }, others);
   // NOLINTNEXTLINE: what the jump passes over has no destructors that matter here
   if (setjmp(jumpTarget) != 0) return true;
   call();
   return false;
 }
 
-class Leaving : public testing::TestWithParam<Way> {};
+// Releases in the end what calls that were left have lost, and nothing else is lost.
+class Leaving : public testing::TestWithParam<Way> {
+ protected:
+  size_t mayBeLost = 4;
 
-INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump),
-                         [](const auto &test) { return test.param == Way::exception ? "Exception" : "Jump"; });
+  Leaving() {
+    notedBlocks = &blocks;
+  }
+  ~Leaving() override {
+    notedBlocks = nullptr;
+    EXPECT_LE(blocks.size(), mayBeLost);
+    for (void *lost : blocks) ztm_free(lost);
+  }
 
-// What a test knows to be lost, it releases itself, so that everything else that is lost shows.
-static void releaseLost(void *block) {
-  ztm_free(block);
-}
+ private:
+  std::set<void *> blocks;
+};
+
+INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump), [](const auto &test) {
+  return test.param == Way::exception ? "Exception" : "Jump";
+});
 
 static Array newArray(const Numbers &numbers) {
   const Quiet making;
@@ -85,10 +100,8 @@ TEST_P(Leaving, PushBackFromCloneLeavesTheElementsThatTheArrayHad) {
   const Object three = object(3);
   EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { array->pushBack(array, three); }));
   EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
-  void *lost = array->getData(array);
   EXPECT_NE(array->pushBack(array, three), nullptr);
   EXPECT_EQ(numbersOf(array), Numbers({1, 2, 3}));
-  if (array->getData(array) != lost) releaseLost(lost);
 }
 
 TEST_P(Leaving, SetAtFromCloneLosesNoOtherElement) {
@@ -103,49 +116,38 @@ TEST_P(Leaving, SetAtFromCloneLosesNoOtherElement) {
 TEST_P(Leaving, SetAtFromDestroyLosesNoOtherElement) {
   const Array array = newArray({1, 2, 3});
   const Object four = object(4);
-  int32_t *lost = static_cast<Hooked *>(array->getAt(array, 1))->owned;
   EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { array->setAt(array, four, 1); }));
   EXPECT_EQ(numbersOf(array), Numbers({1, 3}));
-  --hookedLive;
-  releaseLost(lost);
 }
 
 TEST_P(Leaving, AssignFromAnElementLosesNoOtherElement) {
   const Array array = newArray({1, 2, 3});
   const Array other = newArray({4, 5, 6});
-  EXPECT_TRUE(leave(GetParam(), Event::assign, [&] { array->assign(array, other); }, 1));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::assign, [&] { array->assign(array, other); }, 1));
   EXPECT_EQ(numbersOf(array), Numbers({4, 3}));
   EXPECT_EQ(numbersOf(other), Numbers({4, 5, 6}));
-  --hookedLive;
 }
 
 TEST_P(Leaving, RemoveAtFromDestroyHasRemovedTheElement) {
   const Array array = newArray({1, 2, 3});
-  auto *block = static_cast<Hooked *>(array->getData(array));
-  int32_t *lost = block[1].owned;
   EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { array->removeAt(array, 1); }));
   EXPECT_EQ(numbersOf(array), Numbers({1, 3}));
-  --hookedLive;
-  releaseLost(lost);
-  releaseLost(block);
 }
 
 TEST_P(Leaving, ResizeFromCloneOrCreateKeepsTheArray) {
   for (const Event event : {Event::clone, Event::create}) {
     const Array array = newArray({1, 2});
-    const int blocks = liveBlocks;
-    const int live = hookedLive;
-    EXPECT_TRUE(leave(GetParam(), event, [&] { array->resize(array, 4); }, 1));
+    EXPECT_TRUE(leave(
+        GetParam(), event, [&] { array->resize(array, 4); }, 1));
     EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
-    // The new block, and what stands in it.
-    EXPECT_GT(liveBlocks, blocks);
-    EXPECT_GT(hookedLive, live);
   }
 }
 
 TEST_P(Leaving, SetSizeFromCreateLeavesAnEmptyArray) {
   const Array array = newArray({1, 2});
-  EXPECT_TRUE(leave(GetParam(), Event::create, [&] { array->setSize(array, 3); }, 2));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::create, [&] { array->setSize(array, 3); }, 2));
   EXPECT_EQ(numbersOf(array), Numbers());
   EXPECT_EQ(array->setSize(array, 3), 1);
   EXPECT_EQ(numbersOf(array), Numbers({0, 0, 0}));
@@ -161,7 +163,8 @@ TEST_P(Leaving, EmptyFromDestroyLeavesAnEmptyArray) {
 TEST_P(Leaving, CloneOfAnArrayLeavesACopyThatOwnsNothing) {
   const Array array = newArray({1, 2});
   void *fresh = ztArray_newop();
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { array->clone(array, fresh); }, 1));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::clone, [&] { array->clone(array, fresh); }, 1));
   EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
   ztArray_of(fresh)->unRef(fresh);
   EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
@@ -170,7 +173,8 @@ TEST_P(Leaving, CloneOfAnArrayLeavesACopyThatOwnsNothing) {
 TEST_P(Leaving, SortSearchAndFindFromTheCompareFunctionKeepEveryElement) {
   const Array array = newArray({3, 1, 2, 5, 4});
   for (int others = 0; others < 5; ++others) {
-    EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { array->sort(array, compareHooked); }, others));
+    EXPECT_TRUE(leave(
+        GetParam(), Event::compare, [&] { array->sort(array, compareHooked); }, others));
     Numbers numbers = numbersOf(array);
     std::sort(numbers.begin(), numbers.end());
     EXPECT_EQ(numbers, Numbers({1, 2, 3, 4, 5}));
@@ -183,7 +187,8 @@ TEST_P(Leaving, SortSearchAndFindFromTheCompareFunctionKeepEveryElement) {
   EXPECT_EQ(array->find(array, one), array->getAt(array, 0));
 }
 
-TEST_P(Leaving, AnArrayMayEndAfterItsCallsWereLeftOftenAndSoMayAllOthers) {
+TEST_P(Leaving, ArraysLoseNothingWhenFindIsLeftOften) {
+  mayBeLost = 0;
   for (int round = 0; round < 100; ++round) {
     Array array = newArray({1, 2});
     const Object three = object(3);
@@ -289,8 +294,9 @@ class LeavingItems : public Leaving {
   }
 };
 
-INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump),
-                         [](const auto &test) { return test.param == Way::exception ? "Exception" : "Jump"; });
+INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump), [](const auto &test) {
+  return test.param == Way::exception ? "Exception" : "Jump";
+});
 
 TEST_P(LeavingItems, ListsTakeNoElementWhoseCopyingLeavesTheCall) {
   const Object six = object(6);
@@ -316,21 +322,26 @@ TEST_P(LeavingItems, ListsAreWithoutTheItemWhoseDeletionLeavesTheCall) {
 TEST_P(LeavingItems, TreesTakeNoElementWhoseCopyingOrComparingLeavesTheCall) {
   const Object six = object(6);
   for (int others = 0; others < 2; ++others) {
-    EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { tree->push(tree, six); }, others));
+    EXPECT_TRUE(leave(
+        GetParam(), Event::clone, [&] { tree->push(tree, six); }, others));
     EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
   }
   for (int others = 0; others < 4; ++others) {
-    EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { tree->push(tree, six); }, others));
+    EXPECT_TRUE(leave(
+        GetParam(), Event::compare, [&] { tree->push(tree, six); }, others));
     EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
   }
-  EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { tree->pop(tree, six); }, 1));
-  EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { tree->find(tree, six); }, 1));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::compare, [&] { tree->pop(tree, six); }, 1));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::compare, [&] { tree->find(tree, six); }, 1));
   EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
   EXPECT_NE(tree->push(tree, six), nullptr);
   EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5, 6}));
 }
 
 TEST_P(LeavingItems, TreesAreWithoutTheItemWhoseDeletionLeavesTheCall) {
+  manager->setItemConstructor(manager, ztAvlTreeItem_ctor);
   tree->setItemManager(tree, manager);
   EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { tree->pop(tree, object(2)); }));
   EXPECT_EQ(inTree(), Numbers({1, 3, 4, 5}));
@@ -350,6 +361,7 @@ TEST_P(LeavingItems, WhatATreeHadStillToDeleteGoesWithIt) {
     EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { other->empty(other); }));
     EXPECT_EQ(other->getSize(other), 0);
     EXPECT_EQ(hookedLive, live + 4);
+    other->setItemManager(other, nullptr);
     other->push(other, object(6));
     EXPECT_EQ(other->getSize(other), 1);
   }
@@ -387,7 +399,8 @@ TEST_P(Leaving, MapsStayWhole) {
     const Object four = object(4);
     const int32_t number = 4;
     for (int others = 0; others < 2; ++others) {
-      EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { map->pushBack(map, &number, four); }, others));
+      EXPECT_TRUE(leave(
+          GetParam(), Event::clone, [&] { map->pushBack(map, &number, four); }, others));
       EXPECT_EQ(map->getSize(map), 3);
       EXPECT_EQ(map->find(map, &number), nullptr);
     }
