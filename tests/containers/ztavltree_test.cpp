@@ -1072,7 +1072,7 @@ TEST(AvlTree, PopExchangesAsMuchAsTheSmallerItemHas) {
     void *tree = ztAvlTree_ctor(nullptr, 1);
     const ztAvlTreeMethods *methods = ztAvlTree_of(tree);
     methods->setElementSize(tree, sizeof(int32_t), 0);
-    methods->setCompareFunction(tree, ztIntList_compare_func);
+    methods->setCompareFunction(tree, ztIntArray_compare_func);
     for (const int32_t number : {2, 1, 3}) {
       methods->setItemConstructor(tree, number == 2 ? root : rest);
       auto *item = reinterpret_cast<WideItem *>(methods->push(tree, &number));
@@ -1099,7 +1099,7 @@ TEST(AvlTree, TakesNoMoreElementsThanItsSizeCanTell) {
   void *tree = ztAvlTree_ctor(nullptr, 1);
   const ztAvlTreeMethods *methods = ztAvlTree_of(tree);
   methods->setElementSize(tree, sizeof(int32_t), 0);
-  methods->setCompareFunction(tree, ztIntList_compare_func);
+  methods->setCompareFunction(tree, ztIntArray_compare_func);
   const int32_t numbers[] = {1, 2};
   methods->push(tree, &numbers[0]);
   static_cast<ztAvlTree *>(tree)->count = INT32_MAX;
