@@ -59,7 +59,7 @@ static void *elementAt(const ztArray *array, int32_t index) {
 // Bytes of a block for so many elements, at least 1; -1 when there can be no such block.
 static int32_t blockSize(const ztArray *array, int64_t count) {
   int64_t stride = array->elementSize;
-  if (stride < 0) return -1;
+  if (stride < 0 || count > INT32_MAX) return -1;
   if (holdsPointers(array) && stride < pointerStride) stride = pointerStride;
   const int64_t size = count * stride;
   if (size > INT32_MAX) return -1;
