@@ -1,5 +1,6 @@
 #include "containers/ztacont.h"
 
+#include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztAssociativeContainer, 88, 29);
@@ -24,6 +25,7 @@ static int32_t associativeCreate(void *object) {
 }
 
 static void associativeDestroy(void *object) {
+  ztEndUses(object);
   ztContainer_table()->destroy(object);
 }
 

@@ -5,6 +5,7 @@
 
 #include "containers/ztacont.h"
 #include "containers/ztcont.hh"
+#include "containers/ztuse.hh"
 
 inline ElementPolicy ztKeyPolicy(const void *object) {
   const auto *container = static_cast<const ztAssociativeContainer *>(object);
@@ -17,17 +18,22 @@ inline ElementPolicy ztValuePolicy(const void *object) {
 }
 
 // A new item that holds the pair, made by the container's item constructor; NULL when that or one of
-// the two copies fails.
+// the two copies fails, or when the container ended meanwhile.
 template <typename Item>
 void *ztNewPairItem(void *object, const void *pair) {
   const auto *container = static_cast<const ztAssociativeContainer *>(object);
   if (container == nullptr || container->itemConstructor == nullptr || pair == nullptr) return nullptr;
+  const ElementPolicy keys = ztKeyPolicy(object);
+  const ElementPolicy values = ztValuePolicy(object);
+  const ContainerUse use(object);
   auto *item = static_cast<Item *>(container->itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
   const auto *given = static_cast<const ztKeyValue *>(pair);
-  const ElementPolicy keys = ztKeyPolicy(object);
   if (ztStoreElement(keys, given->key, &item->data)) {
-    if (ztStoreElement(ztValuePolicy(object), given->value, &item->value)) return item;
+    if (ztStoreElement(values, given->value, &item->value)) {
+      if (!use.ended()) return item;
+      ztReleaseElement(values, &item->value);
+    }
     ztReleaseElement(keys, &item->data);
   }
   ztBaseClass_of(item)->unRef(item);
@@ -45,12 +51,13 @@ void *ztCopyPairItem(void *object, void *destination, const void *source) {
   return destination;
 }
 
-// Releases the item's key and value, then the item.
+// Releases the item's key and value, then the item. The container may end with the key.
 template <typename Item>
 void ztDeletePairItem(void *object, void *item) {
   if (object == nullptr || item == nullptr) return;
+  const ElementPolicy values = ztValuePolicy(object);
   ztReleaseElement(ztKeyPolicy(object), &static_cast<Item *>(item)->data);
-  ztReleaseElement(ztValuePolicy(object), &static_cast<Item *>(item)->value);
+  ztReleaseElement(values, &static_cast<Item *>(item)->value);
   ztBaseClass_of(item)->unRef(item);
 }
 

@@ -43,9 +43,11 @@ template <typename Adaptor>
 void ztAdaptorDestroy(void *object) {
   if (object == nullptr) return;
   auto *adaptor = static_cast<Adaptor *>(object);
-  void *inner = adaptor->inner;
-  adaptor->inner = nullptr;
-  if (inner != nullptr) ztBaseClass_of(inner)->unRef(inner);
+  // An element may have another inner container made at its end.
+  while (void *inner = adaptor->inner) {
+    adaptor->inner = nullptr;
+    ztBaseClass_of(inner)->unRef(inner);
+  }
   ztSequenceContainer_table()->destroy(object);
 }
 

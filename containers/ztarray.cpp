@@ -1,5 +1,7 @@
 #include "containers/ztarray.h"
 
+#include "containers/ztcompare.hh"
+#include "containers/ztuse.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
@@ -57,7 +59,7 @@ static void *elementAt(const ztArray *array, int32_t index) {
 // Bytes of a block for so many elements, at least 1; -1 when there can be no such block.
 static int32_t blockSize(const ztArray *array, int64_t count) {
   int64_t stride = array->elementSize;
-  if (stride < 0) return -1;
+  if (stride < 0 || count > INT32_MAX) return -1;
   if (holdsPointers(array) && stride < pointerStride) stride = pointerStride;
   const int64_t size = count * stride;
   if (size > INT32_MAX) return -1;
@@ -78,10 +80,28 @@ static void *newBlock(const ztArray *array, int32_t count, int32_t clearFrom) {
   return block;
 }
 
+// Frees a block that the array has given up, unless a call that is under way goes on reading it: that call
+// frees it then.
+static void releaseBlock(const ztArray *array, void *block) {
+  if (!ztIsPartInUse(array, block)) ztm_free(block);
+}
+
+// Moves the elements to a new block of that size.
+static bool moveBlock(ztArray *array, int32_t size) {
+  void *block = ztm_alloc(size);
+  if (block == nullptr) return false;
+  const int32_t old = blockSize(array, array->count);
+  memcpy(block, array->data, static_cast<size_t>(old < size ? old : size));
+  releaseBlock(array, array->data);
+  array->data = block;
+  return true;
+}
+
 // Resizes the block, which keeps its elements; false when it cannot.
 static bool resizeBlock(ztArray *array, int64_t count) {
   const int32_t size = blockSize(array, count);
   if (size < 0) return false;
+  if (array->data != nullptr && ztIsPartInUse(array, array->data)) return moveBlock(array, size);
   // A host's tracking allocator knows a block only from its allocation.
   void *block = array->data == nullptr ? ztm_alloc(size) : ztm_realloc(array->data, size);
   if (block == nullptr) return false;
@@ -90,10 +110,50 @@ static bool resizeBlock(ztArray *array, int64_t count) {
 }
 
 static void installBlock(ztArray *array, void *block, int32_t count) {
-  ztm_free(array->data);
+  releaseBlock(array, array->data);
   array->data = block;
   array->count = count;
 }
+
+namespace {
+
+// A call that goes on reading the array's block after code of a host's. What that code changes is then done
+// in a new block, and the old one stays until the call ends.
+class BlockUse {
+ public:
+  explicit BlockUse(const ztArray *used)
+      : array(used),
+        block(used->data),
+        isOwner(block != nullptr && !ztIsPartInUse(used, block)),
+        use(used, block) {}
+  ~BlockUse() {
+    end();
+  }
+  BlockUse(const BlockUse &) = delete;
+  BlockUse &operator=(const BlockUse &) = delete;
+
+  bool ended() const {
+    return use.ended();
+  }
+  // Whether the array still has the block: nothing was added or removed.
+  bool isCurrent() const {
+    return !use.ended() && array->data == block;
+  }
+  // Gives the block back. It is freed where the array has another one now.
+  void end() {
+    if (isOwner && !isCurrent()) ztm_free(block);
+    isOwner = false;
+    use.end();
+  }
+
+ private:
+  const ztArray *array;
+  void *block;
+  bool isOwner;  // and not a call further out
+  ContainerUse use;
+};
+
+}  // namespace
 
 // Where in the block an address lies, or -1.
 static int64_t offsetInBlock(const ztArray *array, const void *address) {
@@ -120,6 +180,9 @@ static void copyBytes(void *slot, const void *source, size_t size) {
 }
 
 // Objects in the block ----------------------------------------------------------------------------
+//
+// Their calls come back into the array at times. It is then one that has all that was constructed and not
+// yet destroyed; an object that is being cloned, assigned, read or destroyed is none of its elements.
 
 static void *copyIntoSlot(void *slot, const void *source) {
   memcpy(slot, source, sizeof(ztBaseClass));  // tells how large the object will be
@@ -130,33 +193,172 @@ static void destroyObject(void *slot) {
   ztBaseClass_of(slot)->destroy(slot);
 }
 
-static void destroyObjects(const ztArray *array, void *block, int32_t count) {
+// The array itself may end while its former objects do.
+static void destroyObjects(void *block, int32_t count, int32_t stride) {
   char *slot = static_cast<char *>(block);
-  for (int32_t i = 0; i < count; ++i, slot += array->elementSize) destroyObject(slot);
+  for (int32_t i = 0; i < count; ++i, slot += stride) destroyObject(slot);
 }
 
-// Copies the array's first objects into a block; false, with nothing left there, when one cannot be.
-static bool copyObjects(const ztArray *array, void *block, int32_t count) {
+// Copies the array's first objects into a block; false, with nothing left there, when one cannot be, or when
+// the array was changed meanwhile.
+static bool copyObjects(const BlockUse &use, const ztArray *array, void *block, int32_t count) {
+  const int32_t stride = array->elementSize;
+  const char *source = slotAt(array, 0);
   char *slot = static_cast<char *>(block);
-  for (int32_t i = 0; i < count; ++i, slot += array->elementSize) {
-    if (copyIntoSlot(slot, slotAt(array, i)) != nullptr) continue;
-    destroyObjects(array, block, i);
+  for (int32_t i = 0; i < count; ++i, slot += stride, source += stride) {
+    const bool isCopied = copyIntoSlot(slot, source) != nullptr;
+    if (isCopied && use.isCurrent()) continue;
+    destroyObjects(block, isCopied ? i + 1 : i, stride);
     return false;
   }
   return true;
 }
 
 // A header alone suffices to learn the size: without `create` a constructor writes no more.
-static bool constructorFits(const ztArray *array) {
-  if (array->elementSize < static_cast<int32_t>(sizeof(ztBaseClass))) return false;
+static bool constructorFits(ztCtor constructor, int32_t size) {
+  if (size < static_cast<int32_t>(sizeof(ztBaseClass))) return false;
   ztBaseClass header;
-  array->elementConstructor(&header, 0);
-  return header.klass->instanceSize <= array->elementSize;
+  constructor(&header, 0);
+  return header.klass->instanceSize <= size;
 }
 
-static void constructObjects(const ztArray *array, void *block, int32_t from, int32_t count) {
-  char *slot = static_cast<char *>(block) + static_cast<int64_t>(from) * array->elementSize;
-  for (int32_t i = from; i < count; ++i, slot += array->elementSize) array->elementConstructor(slot, 1);
+static bool constructorFits(const ztArray *array) {
+  return constructorFits(array->elementConstructor, array->elementSize);
+}
+
+static void constructObjects(ztCtor constructor, void *block, int32_t from, int32_t count, int32_t stride) {
+  char *slot = static_cast<char *>(block) + static_cast<int64_t>(from) * stride;
+  for (int32_t i = from; i < count; ++i, slot += stride) constructor(slot, 1);
+}
+
+static void exchangeSlots(char *first, char *second, int32_t size) {
+  char buffer[64];
+  while (size > 0 && first != second) {
+    const size_t part = size < int32_t{sizeof buffer} ? static_cast<size_t>(size) : sizeof buffer;
+    memcpy(buffer, first, part);
+    memcpy(first, second, part);
+    memcpy(second, buffer, part);
+    first += part;
+    second += part;
+    size -= static_cast<int32_t>(part);
+  }
+}
+
+namespace {
+
+// The slot behind the array's last element, for an object that is none of its elements yet, or for a while.
+// The block has room for it, and is in no other use.
+class OpenSlot {
+ public:
+  explicit OpenSlot(ztArray *opened)
+      : array(opened),
+        constructor(opened->elementConstructor),
+        stride(opened->elementSize),
+        place(slotAt(opened, opened->count)),
+        use(opened) {}
+
+  char *slot() const {
+    return place;
+  }
+  bool isCurrent() const {
+    return use.isCurrent();
+  }
+  // Gives up a slot that holds no object. True where the array still has the room for it.
+  bool leave() {
+    const bool current = use.isCurrent();
+    use.end();
+    return current;
+  }
+  // Constructs an object in place of one that could not be cloned, so that no element goes.
+  void refill() const {
+    if (constructorFits(constructor, stride)) {
+      constructor(place, 1);
+    } else {
+      ztBaseClass_ctor(place, 1);
+    }
+  }
+  // Makes the object the last element, whatever the array has become. Where it cannot be one, since the array
+  // is gone, keeps other elements now, or lacks memory, it is destroyed. Returns its slot, or NULL.
+  char *add() {
+    if (use.isCurrent()) {
+      use.end();
+      ++array->count;
+      return place;
+    }
+    const bool fits =
+        !use.ended() && array->elementConstructor == constructor && array->elementSize == stride;
+    if (!fits || !resizeBlock(array, int64_t{array->count} + 1)) {
+      destroyObject(place);
+      use.end();
+      return nullptr;
+    }
+    char *last = slotAt(array, array->count++);
+    memcpy(last, place, static_cast<size_t>(stride));
+    use.end();
+    return last;
+  }
+
+ private:
+  ztArray *array;
+  ztCtor constructor;
+  int32_t stride;
+  char *place;
+  BlockUse use;
+};
+
+// An object that is taken out of the array while one of its methods runs that changes it. The last element
+// stands in its place meanwhile, so that nothing has to be moved. Where the call does not come back, the
+// others stay, and the object is lost.
+class TakenObject {
+ public:
+  // Takes out the element at an index that the array has. Its block must be in no other use.
+  TakenObject(ztArray *owner, int32_t taken)
+      : array(owner), index(taken), formerEnd(owner->count - 1), open(withoutElement(owner, taken)) {}
+
+  char *object() const {
+    return open.slot();
+  }
+  // Whether the array has the same elements still.
+  bool isCurrent() const {
+    return open.isCurrent();
+  }
+  void refill() const {
+    open.refill();
+  }
+  // Puts the object back at its index, and the one that stood there behind it as before, ahead of what came in
+  // meanwhile. Where the array has become smaller they stand at its end. Returns the object's slot; NULL when it
+  // was destroyed since it cannot be an element any more.
+  char *putBack() {
+    char *slot = open.add();
+    if (slot == nullptr) return nullptr;
+    const int32_t end = array->count - 1;
+    for (int32_t i = end; i > formerEnd; --i) exchange(i, i - 1);
+    const int32_t place = end < formerEnd ? end : formerEnd;
+    if (index < place) exchange(index, place);
+    return slotAt(array, index < place ? index : place);
+  }
+
+ private:
+  void exchange(int32_t first, int32_t second) const {
+    exchangeSlots(slotAt(array, first), slotAt(array, second), array->elementSize);
+  }
+  static ztArray *withoutElement(ztArray *array, int32_t index) {
+    --array->count;
+    exchangeSlots(slotAt(array, index), slotAt(array, array->count), array->elementSize);
+    return array;
+  }
+
+  ztArray *array;
+  int32_t index;
+  int32_t formerEnd;  // where the last element stood
+  OpenSlot open;
+};
+
+}  // namespace
+
+// Sees to it that the block is in no other use. False, with nothing changed, when there is no memory.
+static bool ownBlock(ztArray *array) {
+  return !ztIsPartInUse(array, array->data) || moveBlock(array, blockSize(array, array->count));
 }
 
 // Adding and replacing ----------------------------------------------------------------------------
@@ -202,8 +404,7 @@ static void *pushPointer(ztArray *array, const void *pointer) {
 }
 
 // Without memory for a smaller block the larger one stays.
-static void dropLastSlot(ztArray *array) {
-  --array->count;
+static void dropRoom(ztArray *array) {
   if (array->count == 0) {
     installBlock(array, nullptr, 0);
   } else {
@@ -215,10 +416,15 @@ static void *pushObject(ztArray *array, const void *element) {
   if (!accepts(array, element)) return nullptr;
   const int64_t own = offsetInBlock(array, element);
   if (!resizeBlock(array, int64_t{array->count} + 1)) return nullptr;
-  void *slot = slotAt(array, array->count++);
-  void *copy = copyIntoSlot(slot, afterMove(array, element, own));
-  if (copy == nullptr) dropLastSlot(array);
-  return copy;
+  OpenSlot open(array);
+  void *copy = copyIntoSlot(open.slot(), afterMove(array, element, own));
+  if (copy == nullptr) {
+    if (open.leave()) dropRoom(array);
+    return nullptr;
+  }
+  const bool isInSlot = copy == open.slot();
+  void *slot = open.add();
+  return isInSlot || slot == nullptr ? slot : copy;
 }
 
 static void *arrayPushBack(void *object, const void *element) {
@@ -228,61 +434,79 @@ static void *arrayPushBack(void *object, const void *element) {
   return holdsPointers(array) ? pushPointer(array, element) : pushBytes(array, element);
 }
 
-static int32_t arrayPushBackUnique(void *object, const void *element, ztCompareFunc match) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || match == nullptr) return 0;
+// Whether the match function tells a match among the elements that there are when it begins.
+static bool matchesAny(const ztArray *array, const void *element, ztCompareFunc match) {
+  const ContainerUse use(array);
   const ztArrayMethods *methods = ztArray_of(array);
   const int32_t count = array->count;
-  for (int32_t i = 0; i < count; ++i) {
-    if (match(methods->getAt(array, i), element)) return 0;
+  for (int32_t i = 0; i < count && i < array->count; ++i) {
+    if (match(methods->getAt(array, i), element) || use.ended()) return true;
   }
-  return methods->pushBack(array, element) != nullptr;
+  return false;
 }
 
-// A slot never stays without an object, since all of them are destroyed in the end.
-static void refillSlot(const ztArray *array, void *slot) {
-  if (constructorFits(array)) {
-    array->elementConstructor(slot, 1);
-  } else {
-    ztBaseClass_ctor(slot, 1);
-  }
+static int32_t arrayPushBackUnique(void *object, const void *element, ztCompareFunc match) {
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || match == nullptr || matchesAny(array, element, match)) return 0;
+  return ztArray_of(array)->pushBack(array, element) != nullptr;
+}
+
+static void *setObject(ztArray *array, const void *element, int32_t index) {
+  if (element == slotAt(array, index)) return slotAt(array, index);
+  const int64_t own = offsetInBlock(array, element);
+  if (!ownBlock(array)) return nullptr;
+  element = afterMove(array, element, own);
+  TakenObject taken(array, index);
+  if (element == taken.object()) element = slotAt(array, index);
+  destroyObject(taken.object());
+  // The array's own element may have gone meanwhile.
+  void *copy = nullptr;
+  if (own < 0 || taken.isCurrent()) copy = copyIntoSlot(taken.object(), element);
+  if (copy == nullptr) taken.refill();
+  const bool isInSlot = copy == taken.object();
+  void *slot = taken.putBack();
+  return isInSlot || slot == nullptr ? slot : copy;
 }
 
 static void *arraySetAt(void *object, const void *element, int32_t index) {
   auto *array = static_cast<ztArray *>(object);
   if (array == nullptr || !hasIndex(array, index) || !accepts(array, element)) return nullptr;
+  if (holdsObjects(array)) return setObject(array, element, index);
   void *slot = slotAt(array, index);
-  if (!holdsObjects(array)) {
-    storeBytes(array, slot, element);
-    return slot;
-  }
-  if (element == slot) return slot;
-  destroyObject(slot);
-  void *copy = copyIntoSlot(slot, element);
-  if (copy == nullptr) refillSlot(array, slot);
-  return copy;
+  storeBytes(array, slot, element);
+  return slot;
 }
 
 // Removing ----------------------------------------------------------------------------------------
+
+// A block with all elements but one.
+static void *copyWithout(const ztArray *array, int32_t index) {
+  const int32_t left = array->count - 1;
+  void *block = newBlock(array, left, left);
+  if (block == nullptr) return nullptr;
+  const auto size = static_cast<size_t>(array->elementSize);
+  const size_t before = static_cast<size_t>(index) * size;
+  memcpy(block, array->data, before);
+  memcpy(static_cast<char *>(block) + before, slotAt(array, int64_t{index} + 1),
+         static_cast<size_t>(left - index) * size);
+  return block;
+}
 
 static void arrayRemoveAt(void *object, int32_t index) {
   auto *array = static_cast<ztArray *>(object);
   if (array == nullptr || !hasIndex(array, index)) return;
   const int32_t left = array->count - 1;
-  void *block = nullptr;
-  if (left > 0) {
-    block = newBlock(array, left, left);
-    if (block == nullptr) return;
-  }
-  if (holdsObjects(array)) destroyObject(slotAt(array, index));
-  if (left > 0) {
-    const auto size = static_cast<size_t>(array->elementSize);
-    const size_t before = static_cast<size_t>(index) * size;
-    memcpy(block, array->data, before);
-    memcpy(static_cast<char *>(block) + before, slotAt(array, int64_t{index} + 1),
-           static_cast<size_t>(left - index) * size);
-  }
-  installBlock(array, block, left);
+  void *rest = left == 0 ? nullptr : copyWithout(array, index);
+  if (left != 0 && rest == nullptr) return;
+  void *block = array->data;
+  void *slot = slotAt(array, index);
+  const bool isFree = !ztIsPartInUse(array, block);
+  const bool isObject = holdsObjects(array);
+  array->data = rest;
+  array->count = left;
+  // The array is whole again without the object before that ends.
+  if (isObject) destroyObject(slot);
+  if (isFree) ztm_free(block);
 }
 
 static void arrayEmpty(void *object) {
@@ -290,13 +514,43 @@ static void arrayEmpty(void *object) {
   if (array == nullptr || array->data == nullptr) return;
   void *block = array->data;
   const int32_t count = array->count;
+  const bool isFree = !ztIsPartInUse(array, block);
   array->data = nullptr;
   array->count = 0;
-  if (holdsObjects(array)) destroyObjects(array, block, count);
-  ztm_free(block);
+  if (holdsObjects(array)) destroyObjects(block, count, array->elementSize);
+  if (isFree) ztm_free(block);
 }
 
 // Sizes -------------------------------------------------------------------------------------------
+
+static int32_t setSizeBytes(ztArray *array, int32_t count) {
+  void *block = newBlock(array, count, 0);
+  if (block == nullptr) return 0;
+  ztArray_of(array)->empty(array);
+  installBlock(array, block, count);
+  return 1;
+}
+
+// The new objects become the array's once all of them stand.
+static int32_t setSizeObjects(ztArray *array, int32_t count) {
+  if (!constructorFits(array)) return 0;
+  void *block = newBlock(array, count, 0);
+  if (block == nullptr) return 0;
+  const ContainerUse use(array);
+  const ztCtor constructor = array->elementConstructor;
+  const int32_t stride = array->elementSize;
+  ztArray_of(array)->empty(array);
+  constructObjects(constructor, block, 0, count, stride);
+  // What the objects put in at their end or their beginning is discarded, too.
+  while (!use.ended() && array->data != nullptr) arrayEmpty(array);
+  if (!use.ended() && array->elementConstructor == constructor && array->elementSize == stride) {
+    installBlock(array, block, count);
+    return 1;
+  }
+  destroyObjects(block, count, stride);
+  ztm_free(block);
+  return 0;
+}
 
 static int32_t arraySetSize(void *object, int32_t count) {
   auto *array = static_cast<ztArray *>(object);
@@ -306,13 +560,20 @@ static int32_t arraySetSize(void *object, int32_t count) {
     ztArray_of(array)->empty(array);
     return 1;
   }
-  if (holdsObjects(array) && !constructorFits(array)) return 0;
-  void *block = newBlock(array, count, 0);
-  if (block == nullptr) return 0;
-  ztArray_of(array)->empty(array);
-  installBlock(array, block, count);
-  if (holdsObjects(array)) constructObjects(array, block, 0, count);
-  return 1;
+  return holdsObjects(array) ? setSizeObjects(array, count) : setSizeBytes(array, count);
+}
+
+// Fills a block with copies of the array's first objects and new ones behind them; false, with nothing left
+// there, when that fails or the array was changed meanwhile.
+static bool copyAndConstruct(const ztArray *array, void *block, int32_t kept, int32_t count) {
+  const ztCtor constructor = array->elementConstructor;
+  const int32_t stride = array->elementSize;
+  const BlockUse use(array);
+  if (!copyObjects(use, array, block, kept)) return false;
+  constructObjects(constructor, block, kept, count, stride);
+  if (use.isCurrent()) return true;
+  destroyObjects(block, count, stride);
+  return false;
 }
 
 static int32_t resizeObjects(ztArray *array, int32_t count) {
@@ -321,13 +582,16 @@ static int32_t resizeObjects(ztArray *array, int32_t count) {
   if (count > kept && !constructorFits(array)) return 0;
   void *block = newBlock(array, count, kept);
   if (block == nullptr) return 0;
-  if (!copyObjects(array, block, kept)) {
+  if (!copyAndConstruct(array, block, kept, count)) {
     ztm_free(block);
     return 0;
   }
-  constructObjects(array, block, kept, count);
-  destroyObjects(array, array->data, old);
-  installBlock(array, block, count);
+  void *former = array->data;
+  const bool isFree = !ztIsPartInUse(array, former);
+  array->data = block;
+  array->count = count;
+  destroyObjects(former, old, array->elementSize);
+  if (isFree) ztm_free(former);
   return 1;
 }
 
@@ -382,27 +646,60 @@ static int32_t arrayIsEmpty(const void *object) {
   return object != nullptr && static_cast<const ztArray *>(object)->count == 0;
 }
 
+// What the compare function changes in the array is done in another block, which is not sorted then.
 static void arraySort(void *object, ztCompareFunc compare) {
-  const auto *array = static_cast<const ztArray *>(object);
-  if (array == nullptr || array->data == nullptr || compare == nullptr) return;
+  auto *array = static_cast<ztArray *>(object);
+  if (array == nullptr || array->data == nullptr || compare == nullptr || !ownBlock(array)) return;
+  const BlockUse use(array);
   qsort(array->data, static_cast<size_t>(array->count), static_cast<size_t>(array->elementSize), compare);
+}
+
+namespace {
+
+// Stands for the key NULL, which the standard library's search does not take.
+struct NullKey {
+  ztCompareFunc compare;
+};
+
+}  // namespace
+
+static int32_t compareNull(const void *key, const void *slot) {
+  return static_cast<const NullKey *>(key)->compare(nullptr, slot);
+}
+
+static void *searchBlock(const void *key, const void *block, int32_t count, int32_t size,
+                         ztCompareFunc compare) {
+  const auto slots = static_cast<size_t>(count);
+  const auto width = static_cast<size_t>(size);
+  if (key != nullptr) return bsearch(key, block, slots, width, compare);
+  const NullKey null = {compare};
+  return bsearch(&null, block, slots, width, compareNull);
 }
 
 static void *arraySearch(const void *object, const void *key, ztCompareFunc compare) {
   const auto *array = static_cast<const ztArray *>(object);
-  if (array == nullptr || key == nullptr || compare == nullptr) return nullptr;
+  if (array == nullptr || compare == nullptr) return nullptr;
+  if (key == nullptr && ztIsOwnCompare(compare)) return nullptr;
   const int32_t count = ztArray_of(array)->getSize(array);
   const void *block = ztArray_of(array)->getData(array);
   if (block == nullptr || count <= 0) return nullptr;
-  return bsearch(key, block, static_cast<size_t>(count), static_cast<size_t>(array->elementSize), compare);
+  const BlockUse use(array);
+  void *found = searchBlock(key, block, count, array->elementSize, compare);
+  return use.isCurrent() ? found : nullptr;
 }
 
 static void *arrayFind(const void *object, const void *key) {
   const auto *array = static_cast<const ztArray *>(object);
   if (array == nullptr || array->compareFunction == nullptr) return nullptr;
+  const ztCompareFunc compare = array->compareFunction;
+  const bool isForeign = !ztIsOwnCompare(compare);
+  const ContainerUse use(array);
+  const void *block = array->data;
   for (int32_t i = 0; i < array->count; ++i) {
     void *element = elementAt(array, i);
-    if (array->compareFunction(element, key) == 0) return element;
+    const bool isEqual = compare(element, key) == 0;
+    if (isForeign && (use.ended() || array->data != block)) return nullptr;
+    if (isEqual) return element;
   }
   return nullptr;
 }
@@ -423,7 +720,8 @@ static void *copyBlock(const ztArray *array) {
   if (!holdsObjects(array)) {
     return memcpy(block, array->data, static_cast<size_t>(blockSize(array, array->count)));
   }
-  if (copyObjects(array, block, array->count)) return block;
+  const BlockUse use(array);
+  if (copyObjects(use, array, block, array->count)) return block;
   ztm_free(block);
   return nullptr;
 }
@@ -432,13 +730,40 @@ static void *arrayClone(const void *object, void *target) {
   auto *copy = static_cast<ztArray *>(ztSequenceContainer_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
   const auto *array = static_cast<const ztArray *>(object);
+  const int32_t count = array->count;
   copy->data = nullptr;
-  if (array->count == 0) return copy;
-  copy->data = copyBlock(array);
-  if (copy->data != nullptr) return copy;
   copy->count = 0;
+  if (count == 0) return copy;
+  copy->data = copyBlock(array);
+  if (copy->data != nullptr) {
+    copy->count = count;
+    return copy;
+  }
   ztSequenceContainer_table()->destroy(copy);
   return nullptr;
+}
+
+// Assigns one object of the source to the array's at the same index; false when the array is gone then.
+static bool assignObject(ztArray *array, const ztArray *source, int32_t index) {
+  if (!ownBlock(array)) return true;
+  TakenObject taken(array, index);
+  if (source == array) {
+    ztAssignCommon(taken.object(), taken.object());
+  } else {
+    const BlockUse use(source);
+    ztAssignCommon(taken.object(), slotAt(source, index));
+  }
+  return taken.putBack() != nullptr;
+}
+
+static int32_t assignObjects(ztArray *array, const ztArray *source) {
+  const ContainerUse target(array);
+  const ContainerUse other(source);
+  for (int32_t i = 0; i < array->count && i < source->count; ++i) {
+    assignObject(array, source, i);
+    if (target.ended() || other.ended()) return 0;
+  }
+  return 1;
 }
 
 static int32_t arrayAssign(void *object, const void *other) {
@@ -447,9 +772,7 @@ static int32_t arrayAssign(void *object, const void *other) {
   const auto *source = static_cast<const ztArray *>(other);
   const int32_t count = array->count < source->count ? array->count : source->count;
   if (holdsObjects(array)) {
-    if (!holdsObjects(source)) return 0;
-    for (int32_t i = 0; i < count; ++i) ztAssignCommon(slotAt(array, i), slotAt(source, i));
-    return 1;
+    return holdsObjects(source) ? assignObjects(array, source) : 0;
   }
   if (array->elementSize != source->elementSize) return 0;
   if (count > 0) {
@@ -461,6 +784,8 @@ static int32_t arrayAssign(void *object, const void *other) {
 static void arrayDestroy(void *object) {
   if (object == nullptr) return;
   ztArray_of(object)->empty(object);
+  // What the elements put in at their end.
+  while (static_cast<const ztArray *>(object)->data != nullptr) arrayEmpty(object);
   ztSequenceContainer_table()->destroy(object);
 }
 

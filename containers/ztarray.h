@@ -17,6 +17,10 @@
  * Growth and removal move objects in the block byte by byte. An object whose own address is kept
  * somewhere, as a list keeps its own in its item manager, must not live there: store pointers to it.
  *
+ * The methods of an element may call back into the array. While an element is cloned, assigned, read or
+ * destroyed it is none of the array's: another one stands in its place when it is replaced or assigned, and
+ * it is back at its index after that, ahead of what was added meanwhile.
+ *
  * What an operation returns from inside the block is valid until the next operation that adds,
  * removes, resizes or reads. Sizes past 2^31 - 1 bytes and negative counts are refused.
  */
@@ -48,16 +52,17 @@
  *    for an index out of range or an element that does not fit. When the element cannot be cloned the
  *    result is NULL and the slot holds a new object.
  *  - `empty`: removes all elements.
- *  - `setSize`: empties the array and gives it @c count elements that are zero, or new objects; 1, or
+ *  - `setSize`: empties the array, with all that its elements add at their end, and gives it @c count elements that are zero, or new objects; 1, or
  *    0 when it cannot, and nothing changes. When the array has that many elements already (and any)
  *    it keeps them as they are.
- *  - `resize`: keeps the first elements and adds or removes at the end; results as `setSize`.
+ *  - `resize`: keeps the first elements and adds or removes at the end; results as `setSize`. 0 too, and
+ *    the array stays as it is, when the cloning or making of an element changes it.
  *  - `getFront`, `getBack`: the first or last element, through `getAt`; NULL when empty.
  *  - `getData`: the block.
  *  - `isEmpty`: 1 without elements, else 0.
  *  - `sort`: sorts with a function that is given the addresses of two slots (by pointer: of two stored
  *    pointers); equal elements in no certain order.
- *  - `search`: finds an element of an array that was sorted by the same function, which is given the
+ *  - `search`: the key may be NULL where the function can compare that. Finds an element of an array that was sorted by the same function, which is given the
  *    key and the address of a slot; the address of the slot, or NULL.
  *  - `find`: the first element for which the compare function of the array, given the element and the
  *    key, gives 0; or NULL.

@@ -3,9 +3,8 @@
 #include "containers/ztavltree.hh"
 #include "containers/ztcont.hh"
 #include "containers/ztmapitem.h"
+#include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
-
-#include <string.h>
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
 ZT_PIN_FIELD(ztAvlTree, root, 64);
@@ -14,9 +13,10 @@ ZT_PIN_SLOT(ztAvlTree, push, 27);
 ZT_PIN_SLOT(ztAvlTree, pop, 28);
 ZT_PIN_SLOT(ztAvlTree, findAll, 31);
 
-static ztAvlTreeItem *newItem(ztAvlTree *tree, const void *element) {
-  void *manager = ztItemManagerOf(tree);
-  return static_cast<ztAvlTreeItem *>(ztContainer_of(manager)->newItem(manager, element));
+// No tree has more items than its size can tell.
+static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {
+  if (tree->count >= INT32_MAX) return nullptr;
+  return static_cast<ztAvlTreeItem *>(ztMakeItem(tree, use, element));
 }
 
 static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
@@ -67,64 +67,127 @@ static ztAvlTreeItem *rotate(ztAvlTreeItem *item) {
 
 // Adding ------------------------------------------------------------------------------------------
 
-// Adds a new item for the element. The probe holds the element too, as the key of all comparisons, and
-// stands above the root, which is its right link.
-static ztAvlTreeItem *insert(ztAvlTree *tree, ztAvlTreeItem *probe, const void *element) {
-  const ztCompareFunc compare = tree->compareFunction;
-  probe->right = tree->root;
-  ztAvlTreeItem *parent = probe;
+namespace {
+
+// Where a new item goes. The probe stands above the root, which is its right link.
+struct Place {
+  ztAvlTreeItem *parent;
+  bool right;
   // The last uneven item on the way down, or else the root: the only one that can come to lean by 2.
-  ztAvlTreeItem *top = nullptr;
-  ztAvlTreeItem *aboveTop = probe;
-  bool goesRight[ztTreeHeight];
+  ztAvlTreeItem *top;
+  ztAvlTreeItem *aboveTop;
+  bool goesRight[ztTreeHeight];  // from the top on
+};
+
+}  // namespace
+
+static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place) {
+  const ztCompareFunc compare = tree->compareFunction;
+  place->parent = probe;
+  place->right = true;
+  place->top = nullptr;
+  place->aboveTop = probe;
   int depth = 0;
-  bool right = true;
-  for (ztAvlTreeItem *item = tree->root; item != nullptr; item = ztTreeLink(item, right)) {
+  for (ztAvlTreeItem *item = tree->root; item != nullptr; item = ztTreeLink(item, place->right)) {
     if (item->balance != 0) {
-      top = item;
-      aboveTop = parent;
+      place->top = item;
+      place->aboveTop = place->parent;
       depth = 0;
     }
     fetchBelow(item);
-    right = compare(item->data, probe->data) < 0;
-    goesRight[depth++] = right;
-    parent = item;
+    place->right = compare(item->data, probe->data) < 0;
+    place->goesRight[depth++] = place->right;
+    place->parent = item;
   }
+}
 
-  ztAvlTreeItem *added = newItem(tree, element);
-  if (added == nullptr) return nullptr;
-  ztTreeLink(parent, right) = added;
-  if (top == nullptr) top = probe->right;
-  depth = 0;
-  for (ztAvlTreeItem *item = top; item != added; item = ztTreeLink(item, goesRight[depth++])) {
-    item->balance += goesRight[depth] ? 1 : -1;
+static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAvlTreeItem *added) {
+  probe->right = tree->root;
+  ztTreeLink(place.parent, place.right) = added;
+  ztAvlTreeItem *top = place.top == nullptr ? probe->right : place.top;
+  int depth = 0;
+  for (ztAvlTreeItem *item = top; item != added; item = ztTreeLink(item, place.goesRight[depth++])) {
+    item->balance += place.goesRight[depth] ? 1 : -1;
   }
   if (top->balance == 2 || top->balance == -2) {
-    const bool topHangsRight = aboveTop->right == top;
-    ztTreeLink(aboveTop, topHangsRight) = rotate(top);
+    const bool topHangsRight = place.aboveTop->right == top;
+    ztTreeLink(place.aboveTop, topHangsRight) = rotate(top);
   }
   tree->root = probe->right;
   ++tree->count;
+  ztNoteAdded(tree);
+}
+
+static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
+  return !tree->allowDuplicate && ztAvlTree_of(tree)->find(tree, probe->data) != nullptr;
+}
+
+// Adds a new item for the element. The probe holds the element too, as the key of all comparisons.
+static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
+                             const void *element) {
+  Place place;
+  findPlace(tree, probe, &place);
+  ztAvlTreeItem *added = newItem(tree, use, element);
+  if (added == nullptr) return nullptr;
+  if (use.changed()) {
+    // The making of the item came back into the tree.
+    if (tree->compareFunction == nullptr || isRefused(tree, probe)) {
+      deleteItem(tree, added);
+      return nullptr;
+    }
+    findPlace(tree, probe, &place);
+  }
+  hang(tree, probe, place, added);
   return added;
+}
+
+// The item that holds an element of the tree, or NULL.
+static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
+  ztAvlIterator walk;
+  ztAvlIterator_ctor(&walk, 1);
+  const ztAvlIteratorMethods *steps = ztAvlIterator_table();
+  auto *item = static_cast<ztAvlTreeItem *>(steps->start(&walk, tree, 0));
+  while (item != nullptr && item->data != data) item = static_cast<ztAvlTreeItem *>(steps->move(&walk, 1));
+  steps->destroy(&walk);
+  return item;
+}
+
+// The first element of all needs no place to be found.
+static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
+  tree->root = item;
+  ++tree->count;
+  ztNoteAdded(tree);
+  return item;
+}
+
+static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeItem *probe,
+                                  const void *element) {
+  if (tree->compareFunction == nullptr) {
+    deleteItem(tree, probe);
+    return nullptr;
+  }
+  // Whoever ends the tree meanwhile deletes the probe.
+  use->setPart(probe);
+  ztAvlTreeItem *added = isRefused(tree, probe) ? nullptr : insert(tree, *use, probe, element);
+  if (use->ended()) return nullptr;
+  use->setPart(nullptr);
+  use->startAfresh();
+  void *data = added == nullptr ? nullptr : added->data;
+  deleteItem(tree, probe);
+  if (added == nullptr || use->ended()) return nullptr;
+  return use->removed() ? itemOf(tree, data) : added;
 }
 
 static ztAvlTreeItem *treePush(void *object, const void *element) {
   auto *tree = static_cast<ztAvlTree *>(object);
-  if (tree == nullptr) return nullptr;
-  if (tree->root == nullptr) {
-    tree->root = newItem(tree, element);
-    if (tree->root != nullptr) ++tree->count;
-    return tree->root;
-  }
-  if (tree->compareFunction == nullptr) return nullptr;
-  ztAvlTreeItem *probe = newItem(tree, element);
-  if (probe == nullptr) return nullptr;
-  ztAvlTreeItem *added = nullptr;
-  if (tree->allowDuplicate || ztAvlTree_of(tree)->find(tree, probe->data) == nullptr) {
-    added = insert(tree, probe, element);
-  }
-  deleteItem(tree, probe);
-  return added;
+  if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return nullptr;
+  ContainerUse use(tree);
+  const bool isFirst = tree->root == nullptr;
+  ztAvlTreeItem *item = newItem(tree, use, element);
+  if (item == nullptr) return nullptr;
+  // The making of the first item may have pushed another: it is a probe then.
+  if (isFirst && tree->root == nullptr) return pushFirst(tree, item);
+  return pushBesides(tree, &use, item, element);
 }
 
 // Removing ----------------------------------------------------------------------------------------
@@ -220,9 +283,30 @@ static int32_t treePop(void *object, const void *key) {
   item = unlinkItem(tree, &path, item);
   rebalance(tree, &path);
   --tree->count;
+  ztNoteRemoved(tree);
   // Last, since the end of an element may call back into the tree.
   deleteItem(tree, item);
   return 1;
+}
+
+// Deletes items that were taken out of the tree with all that hang below. Whoever ends the tree meanwhile
+// deletes the rest of them.
+static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
+  ContainerUse use(tree);
+  while (item != nullptr) {
+    ztAvlTreeItem *left = item->left;
+    ztAvlTreeItem *right = item->right;
+    if (left == nullptr) {
+      use.setPart(right);
+      deleteItem(tree, item);
+      if (use.ended()) return;
+      item = right;
+    } else {
+      item->left = left->right;
+      left->right = item;
+      item = left;
+    }
+  }
 }
 
 static void treeEmpty(void *object) {
@@ -231,18 +315,8 @@ static void treeEmpty(void *object) {
   ztAvlTreeItem *item = tree->root;
   tree->root = nullptr;
   tree->count = 0;
-  while (item != nullptr) {
-    ztAvlTreeItem *left = item->left;
-    ztAvlTreeItem *right = item->right;
-    if (left == nullptr) {
-      deleteItem(tree, item);
-      item = right;
-    } else {
-      item->left = left->right;
-      left->right = item;
-      item = left;
-    }
-  }
+  ztNoteRemoved(tree);
+  deleteItems(tree, item);
 }
 
 // Finding -----------------------------------------------------------------------------------------
@@ -292,7 +366,14 @@ static int32_t treeFindAll(const void *object, const void *key, void *output) {
   EqualItems found;
   ztCollectEqual(tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
-  for (int i = 0; i < found.count; ++i) methods->append(output, found.items[i]->data);
+  const ContainerUse source(tree);
+  const ContainerUse target(output);
+  for (int i = 0; i < found.count; ++i) {
+    methods->append(output, found.items[i]->data);
+    if (target.ended()) return 0;
+    // Where the copying of an element takes others out, those found may be gone.
+    if (source.ended() || source.removed()) break;
+  }
   return methods->getSize(output);
 }
 
@@ -315,7 +396,18 @@ static int32_t treeCreate(void *object) {
 
 static void treeDestroy(void *object) {
   if (object == nullptr) return;
+  auto *tree = static_cast<ztAvlTree *>(object);
   ztAvlTree_of(object)->empty(object);
+  for (;;) {
+    // What elements put in at their end, and what calls that are under way had to delete.
+    if (tree->root != nullptr) {
+      treeEmpty(tree);
+    } else if (void *rest = ztTakePart(tree)) {
+      deleteItems(tree, static_cast<ztAvlTreeItem *>(rest));
+    } else {
+      break;
+    }
+  }
   ztSequenceContainer_table()->destroy(object);
 }
 

@@ -33,7 +33,7 @@
  * more than one element, or to find or take one, a tree needs its compare function: without it the
  * result is NULL or 0 and nothing changes.
  *
- *  - `push`: adds an element. Returns its item; NULL when duplicates are not allowed and an equal
+ *  - `push`: adds an element. Returns the item that holds it; NULL when duplicates are not allowed and an equal
  *    element is there, or when the item manager makes no item.
  *  - `pop`: removes the first element met from the root down that is equal to the key, and releases it
  *    as the policy says. 1; 0 when there is none; 1 when the tree is empty. Items are not stable: the

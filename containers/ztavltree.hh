@@ -3,6 +3,7 @@
 #define ZT_CONTAINERS_ZTAVLTREE_HH
 
 #include "containers/ztavliter.h"
+#include "containers/ztuse.hh"
 
 // No tree that fits into memory is higher.
 constexpr int ztTreeHeight = 64;
@@ -21,7 +22,7 @@ struct EqualItems {
 void ztCollectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
 // Pushes what `elementOf` gives for each item of a tree onto another, which is empty, and keeps the
-// order. False when a push failed.
+// order. False when a push failed, or the source lost items meanwhile.
 template <typename ElementOf>
 bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf) {
   ztAvlIterator walk;
@@ -31,9 +32,12 @@ bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf) {
   // The source may hold equal elements from a time when it allowed them.
   const uint32_t allowDuplicate = copy->allowDuplicate;
   copy->allowDuplicate = 1;
+  const ContainerUse use(source);
   // Backwards, since an equal element goes ahead of those that are there.
   auto *item = static_cast<ztAvlTreeItem *>(steps->last(&walk, source));
   while (item != nullptr && methods->push(copy, elementOf(item)) != nullptr) {
+    // A push into the source may turn it under the walk, too.
+    if (use.ended() || use.changed()) break;
     item = static_cast<ztAvlTreeItem *>(steps->prev(&walk));
   }
   copy->allowDuplicate = allowDuplicate;

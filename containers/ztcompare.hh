@@ -2,6 +2,8 @@
 #ifndef ZT_CONTAINERS_ZTCOMPARE_HH
 #define ZT_CONTAINERS_ZTCOMPARE_HH
 
+#include "containers/ztcont.h"
+
 #include <stdint.h>
 #include <string.h>
 
@@ -29,5 +31,9 @@ inline int32_t ztCompareWords(const void *first, const void *second) {
   static_assert(sizeof(Value) <= sizeof(void *));
   return ztCompareAt<Value>(&first, &second);
 }
+
+// Whether a function is one of those that the library exports for arrays, lists, queues and stacks. They
+// look at two values and no more, so nobody sees whether they are called.
+bool ztIsOwnCompare(ztCompareFunc compare);
 
 #endif

@@ -1,6 +1,7 @@
 #include "containers/ztcont.h"
 
 #include "containers/ztcont.hh"
+#include "containers/ztuse.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
@@ -67,10 +68,26 @@ void ztReleaseElement(const ElementPolicy &policy, void **stored) {
   }
 }
 
+void *ztMakeItem(void *container, const ContainerUse &use, const void *element) {
+  void *manager = ztItemManagerOf(container);
+  void *item = ztContainer_of(manager)->newItem(manager, element);
+  if (item == nullptr || !use.ended()) return item;
+  // Its own manager ended with it and has made none.
+  if (manager != container) ztContainer_of(manager)->deleteItem(manager, item);
+  return nullptr;
+}
+
 // ztContainer -------------------------------------------------------------------------------------
+
+// Calls that were left without their end on what lay at this address before have no claim on this container.
+static void dropOldParts(const void *container) {
+  while (ztTakePart(container) != nullptr) {
+  }
+}
 
 static int32_t containerCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
+  dropOldParts(object);
   auto *container = static_cast<ztContainer *>(object);
   ztContainer_of(object)->setItemManager(object, object);
   container->itemConstructor = nullptr;
@@ -81,7 +98,9 @@ static int32_t containerCreate(void *object) {
 
 static void *containerClone(const void *object, void *target) {
   void *copy = ztBaseClass_table()->clone(object, target);
-  if (copy != nullptr) ztContainer_of(copy)->setItemManager(copy, copy);
+  if (copy == nullptr) return nullptr;
+  dropOldParts(copy);
+  ztContainer_of(copy)->setItemManager(copy, copy);
   return copy;
 }
 

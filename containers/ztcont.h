@@ -13,6 +13,12 @@
  * Set the policy after `create` and before the first element; elements that are stored already are not
  * converted. Containers whose elements stand in items of their own make, copy and delete every item
  * through their item manager, which is the container itself unless a host sets another.
+ *
+ * The methods of elements, items and item managers may call any method of the container whose call is under
+ * way, or end it: it is whole whenever they run. What they put into a container that is being destroyed is
+ * destroyed, too. A compare function must not change a list, tree, map or hash table that it is called for.
+ * An exception or a longjmp() may leave any of these functions: the container is whole then, but what its
+ * call had begun is lost, an element or a block of memory.
  */
 #ifndef ZT_CONTAINERS_ZTCONT_H
 #define ZT_CONTAINERS_ZTCONT_H

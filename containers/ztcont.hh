@@ -27,4 +27,8 @@ inline void *ztItemManagerOf(void *object) {
   return manager == nullptr ? object : manager;
 }
 
+// Makes an item for a container that the caller is at work on. NULL also when the container ended meanwhile:
+// it must not be touched then.
+void *ztMakeItem(void *container, const class ContainerUse &use, const void *element);
+
 #endif

@@ -2,6 +2,7 @@
 
 #include "containers/ztacont.hh"
 #include "containers/ztarrays.h"
+#include "containers/ztcompare.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 
@@ -90,36 +91,49 @@ static void hashTableDeleteItem(void *object, void *item) {
   ztDeletePairItem<ztHashTableItem>(object, item);
 }
 
-static ztHashTableItem *newItem(ztHashTable *table, const void *key, const void *value) {
-  void *manager = ztItemManagerOf(table);
+static ztHashTableItem *newItem(ztHashTable *table, const ContainerUse &use, const void *key,
+                                const void *value) {
+  if (table->count >= INT32_MAX) return nullptr;
   const ztKeyValue pair = {key, value};
-  return static_cast<ztHashTableItem *>(ztContainer_of(manager)->newItem(manager, &pair));
+  return static_cast<ztHashTableItem *>(ztMakeItem(table, use, &pair));
+}
+
+// Deletes a chain that was taken out of the table. Whoever ends the table meanwhile deletes the rest of it.
+static void deleteChain(ztHashTable *table, ztHashTableItem *item) {
+  ContainerUse use(table);
+  while (item != nullptr && !use.ended()) {
+    ztHashTableItem *next = item->next;
+    use.setPart(next);
+    void *manager = ztItemManagerOf(table);
+    ztContainer_of(manager)->deleteItem(manager, item);
+    item = next;
+  }
 }
 
 // Pairs -------------------------------------------------------------------------------------------
-
-static int32_t hashTableSetSize(void *object, int32_t count) {
-  auto *table = static_cast<ztHashTable *>(object);
-  if (table == nullptr || table->buckets == nullptr) return 0;
-  if (count < 0 || count > INT32_MAX / static_cast<int32_t>(sizeof(void *))) return 0;
-  ztHashTable_of(table)->empty(table);
-  const int32_t result = ztPtrArray_of(table->buckets)->setSize(table->buckets, count);
-  // An array that has the size already keeps its contents.
-  clearBuckets(table);
-  return result;
-}
 
 static void hashTableEmpty(void *object) {
   auto *table = static_cast<ztHashTable *>(object);
   if (table == nullptr) return;
   // All are detached first, since the end of a key or value may call back into the table.
-  ztHashTableItem *item = detachItems(table);
-  void *manager = ztItemManagerOf(table);
-  while (item != nullptr) {
-    ztHashTableItem *next = item->next;
-    ztContainer_of(manager)->deleteItem(manager, item);
-    item = next;
-  }
+  ztNoteRemoved(table);
+  deleteChain(table, detachItems(table));
+}
+
+static int32_t hashTableSetSize(void *object, int32_t count) {
+  auto *table = static_cast<ztHashTable *>(object);
+  if (table == nullptr || table->buckets == nullptr) return 0;
+  if (count < 0 || count > INT32_MAX / static_cast<int32_t>(sizeof(void *))) return 0;
+  const ContainerUse use(table);
+  ztHashTable_of(table)->empty(table);
+  // What keys and values put in at their end goes, too.
+  while (!use.ended() && table->count != 0) hashTableEmpty(table);
+  if (use.ended() || table->buckets == nullptr) return 0;
+  const int32_t result = ztPtrArray_of(table->buckets)->setSize(table->buckets, count);
+  // An array that has the size already keeps its contents.
+  clearBuckets(table);
+  ztNoteRemoved(table);
+  return result;
 }
 
 static int32_t integerAt(const void *address) {
@@ -141,20 +155,40 @@ static ztHashTableItem *findInChain(const ztHashTable *table, ztHashTableItem *i
   return item;
 }
 
-static int32_t hashTableInsert(void *object, const void *key, const void *value) {
-  auto *table = static_cast<ztHashTable *>(object);
-  ztHashTableItem **bucket = table == nullptr ? nullptr : bucketFor(table, key);
-  if (bucket == nullptr) return 0;
+// Where a pair with the key goes; NULL where the table cannot take it.
+static ztHashTableItem **bucketToFill(ztHashTable *table, const void *key) {
+  ztHashTableItem **bucket = bucketFor(table, key);
+  if (bucket == nullptr) return nullptr;
   // What an emptied table left in its buckets is gone.
   if (table->count == 0) clearBuckets(table);
-  if (*bucket != nullptr && !table->allowDuplicate) {
-    if (table->compareFunction == nullptr || findInChain(table, *bucket, key) != nullptr) return 0;
+  if (*bucket == nullptr) return bucket;
+  const ztCompareFunc compare = table->compareFunction;
+  if (!table->allowDuplicate) {
+    return compare == nullptr || findInChain(table, *bucket, key) != nullptr ? nullptr : bucket;
   }
-  ztHashTableItem *item = newItem(table, key, value);
+  if (compare == nullptr || ztIsOwnCompare(compare)) return bucket;
+  // A host sees its function called for each pair of the bucket, although nothing depends on it.
+  for (const ztHashTableItem *item = *bucket; item != nullptr; item = item->next) compare(item->data, key);
+  return bucket;
+}
+
+static int32_t hashTableInsert(void *object, const void *key, const void *value) {
+  auto *table = static_cast<ztHashTable *>(object);
+  ztHashTableItem **bucket = table == nullptr ? nullptr : bucketToFill(table, key);
+  if (bucket == nullptr) return 0;
+  const ContainerUse use(table);
+  ztHashTableItem *item = newItem(table, use, key, value);
   if (item == nullptr) return 0;
+  if (use.changed()) bucket = bucketToFill(table, key);
+  if (bucket == nullptr) {
+    void *manager = ztItemManagerOf(table);
+    ztContainer_of(manager)->deleteItem(manager, item);
+    return 0;
+  }
   item->next = *bucket;
   *bucket = item;
   ++table->count;
+  ztNoteAdded(table);
   return 1;
 }
 
@@ -178,24 +212,38 @@ static int32_t hashTableCreate(void *object) {
   return table->buckets != nullptr;
 }
 
+// Elements may put pairs in at their end, or have buckets made anew: all of that ends too.
 static void hashTableDestroy(void *object) {
   if (object == nullptr) return;
-  ztAssociativeContainer_table()->destroy(object);
-  ztHashTable_of(object)->empty(object);
   auto *table = static_cast<ztHashTable *>(object);
   ztPtrArray *buckets = table->buckets;
-  table->buckets = nullptr;
-  if (buckets != nullptr) ztPtrArray_of(buckets)->unRef(buckets);
+  // Calls that are under way leave what they had to delete.
+  while (void *rest = ztTakePart(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  ztAssociativeContainer_table()->destroy(object);
+  const ContainerUse use(table);
+  ztHashTable_of(object)->empty(object);
+  while (!use.ended()) {
+    while (!use.ended() && table->count != 0) hashTableEmpty(table);
+    if (use.ended()) return;
+    if (table->buckets == buckets) table->buckets = nullptr;
+    if (buckets != nullptr) ztPtrArray_of(buckets)->unRef(buckets);
+    buckets = table->buckets;
+    if (buckets == nullptr) return;
+  }
 }
 
-// Gives the copy of a table copies of a chain's items, in the same order.
-static bool copyChain(ztHashTable *copy, int32_t index, const ztHashTableItem *item) {
+// Gives the copy of a table copies of a chain's items, in the same order. False also when the source lost
+// items meanwhile.
+static bool copyChain(const ContainerUse &source, ztHashTable *copy, int32_t index,
+                      const ztHashTableItem *item) {
   ztHashTableItem **end = bucketsOf(copy) + index;
+  const ContainerUse use(copy);
   for (; item != nullptr; item = item->next) {
-    *end = newItem(copy, item->data, item->value);
+    *end = newItem(copy, use, item->data, item->value);
     if (*end == nullptr) return false;
     end = &(*end)->next;
     ++copy->count;
+    if (source.ended() || source.removed()) return false;
   }
   return true;
 }
@@ -205,8 +253,9 @@ static bool copyBuckets(const ztHashTable *source, ztHashTable *copy) {
   if (copy->buckets == nullptr) return false;
   clearBuckets(copy);
   if (source->count == 0) return true;
+  const ContainerUse use(source);
   for (int32_t i = 0; i < source->buckets->count; ++i) {
-    if (!copyChain(copy, i, bucketsOf(source)[i])) return false;
+    if (!copyChain(use, copy, i, bucketsOf(source)[i])) return false;
   }
   return true;
 }

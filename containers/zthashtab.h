@@ -41,10 +41,11 @@
  * The methods of a hash table, in slot order after those of ztAssociativeContainer. Items stay the
  * table's.
  *
- *  - `setSize`: removes and releases every pair, then sets the number of buckets. 1; 0 when it is
+ *  - `setSize`: removes and releases every pair, those too that are added meanwhile, then sets the number of buckets. 1; 0 when it is
  *    negative or too large, and then nothing changes, or when memory is exhausted.
  *  - `empty`: removes and releases every pair. The buckets stay.
- *  - `insert`: adds a pair, ahead of the others in its bucket. 1; 0 when duplicates are not allowed and
+ *  - `insert`: adds a pair, ahead of the others in its bucket. A compare function of a host's is called for
+ *    each of those, also where duplicates are allowed. 1; 0 when duplicates are not allowed and
  *    the key is there, when a copy cannot be made, when there are no buckets, or when a compare function
  *    is needed and not set.
  *  - `find`: the item of the pair added last with an equal key, or NULL.

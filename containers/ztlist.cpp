@@ -1,6 +1,7 @@
 #include "containers/ztlist.h"
 
 #include "containers/ztcont.hh"
+#include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztList, 88, 40);
@@ -13,9 +14,10 @@ ZT_PIN_SLOT(ztList, removeItem, 33);
 ZT_PIN_SLOT(ztList, empty, 37);
 ZT_PIN_SLOT(ztList, getItemAt, 39);
 
-static ztListItem *newItem(ztList *list, const void *element) {
-  void *manager = ztItemManagerOf(list);
-  return static_cast<ztListItem *>(ztContainer_of(manager)->newItem(manager, element));
+// No list has more items than its size can tell.
+static ztListItem *newItem(ztList *list, const ContainerUse &use, const void *element) {
+  if (list->count >= INT32_MAX) return nullptr;
+  return static_cast<ztListItem *>(ztMakeItem(list, use, element));
 }
 
 static void deleteItem(ztList *list, ztListItem *item) {
@@ -29,12 +31,19 @@ static void clearItems(ztList *list) {
   list->count = 0;
 }
 
+static bool hasItem(const ztList *list, const ztListItem *wanted) {
+  const ztListItem *item = list->head;
+  while (item != nullptr && item != wanted) item = item->next;
+  return item != nullptr;
+}
+
 // Adding ------------------------------------------------------------------------------------------
 
 static ztListItem *listPushBack(void *object, const void *element) {
   auto *list = static_cast<ztList *>(object);
   if (list == nullptr) return nullptr;
-  ztListItem *item = newItem(list, element);
+  const ContainerUse use(list);
+  ztListItem *item = newItem(list, use, element);
   if (item == nullptr) return nullptr;
   item->next = nullptr;
   item->prev = list->tail;
@@ -42,13 +51,15 @@ static ztListItem *listPushBack(void *object, const void *element) {
   if (item->prev != nullptr) item->prev->next = item;
   if (list->head == nullptr) list->head = item;
   ++list->count;
+  ztNoteAdded(list);
   return item;
 }
 
 static ztListItem *listPushFront(void *object, const void *element) {
   auto *list = static_cast<ztList *>(object);
   if (list == nullptr) return nullptr;
-  ztListItem *item = newItem(list, element);
+  const ContainerUse use(list);
+  ztListItem *item = newItem(list, use, element);
   if (item == nullptr) return nullptr;
   item->prev = nullptr;
   item->next = list->head;
@@ -56,36 +67,46 @@ static ztListItem *listPushFront(void *object, const void *element) {
   if (item->next != nullptr) item->next->prev = item;
   if (list->tail == nullptr) list->tail = item;
   ++list->count;
+  ztNoteAdded(list);
   return item;
 }
 
-// A new item between two neighbours.
-static ztListItem *insertBetween(ztList *list, ztListItem *before, ztListItem *after, const void *element) {
-  ztListItem *item = newItem(list, element);
-  if (item == nullptr) return nullptr;
+// A new item ahead of or behind one that has a neighbour there. What makes it may take that one out: there
+// is no place for the new item then.
+static ztListItem *insertAt(ztList *list, ztListItem *item, bool behind, const void *element) {
+  const ContainerUse use(list);
+  ztListItem *added = newItem(list, use, element);
+  if (added == nullptr) return nullptr;
+  if (use.removed() && !hasItem(list, item)) {
+    deleteItem(list, added);
+    return nullptr;
+  }
+  added->prev = behind ? item : item->prev;
+  added->next = behind ? item->next : item;
   ++list->count;
-  before->next = item;
-  item->prev = before;
-  item->next = after;
-  after->prev = item;
-  return item;
+  (added->prev != nullptr ? added->prev->next : list->head) = added;
+  (added->next != nullptr ? added->next->prev : list->tail) = added;
+  ztNoteAdded(list);
+  return added;
 }
 
 static ztListItem *listInsertPrev(void *object, ztListItem *item, const void *element) {
   if (object == nullptr || item == nullptr) return nullptr;
   if (item->prev == nullptr) return ztList_of(object)->pushFront(object, element);
-  return insertBetween(static_cast<ztList *>(object), item->prev, item, element);
+  return insertAt(static_cast<ztList *>(object), item, false, element);
 }
 
 static ztListItem *listInsertNext(void *object, ztListItem *item, const void *element) {
   if (object == nullptr || item == nullptr) return nullptr;
   if (item->next == nullptr) return ztList_of(object)->pushBack(object, element);
-  return insertBetween(static_cast<ztList *>(object), item, item->next, element);
+  return insertAt(static_cast<ztList *>(object), item, true, element);
 }
 
 // Removing ----------------------------------------------------------------------------------------
+//
+// The list is whole without an item, and has counted it out, before anything of a host's learns of its end.
 
-// Takes the head out of its links; NULL when there is none.
+// Takes the head out; NULL when there is none.
 static ztListItem *detachHead(ztList *list) {
   ztListItem *item = list->head;
   if (item == nullptr || list->tail == nullptr) return nullptr;
@@ -95,22 +116,13 @@ static ztListItem *detachHead(ztList *list) {
   } else {
     list->tail = nullptr;
   }
+  --list->count;
+  ztNoteRemoved(list);
   return item;
 }
 
-static ztListItem *listPopFront(void *object) {
-  auto *list = static_cast<ztList *>(object);
-  ztListItem *item = list == nullptr ? nullptr : detachHead(list);
-  if (item == nullptr) return nullptr;
-  // Not through the item manager: the element is the caller's from here on.
-  ztListItem_of(item)->unRef(item);
-  --list->count;
-  return list->head;
-}
-
-static ztListItem *listPopBack(void *object) {
-  auto *list = static_cast<ztList *>(object);
-  if (list == nullptr) return nullptr;
+// Takes the tail out; NULL when there is none.
+static ztListItem *detachTail(ztList *list) {
   ztListItem *item = list->tail;
   if (item == nullptr || list->head == nullptr) return nullptr;
   list->tail = item->prev;
@@ -119,9 +131,43 @@ static ztListItem *listPopBack(void *object) {
   } else {
     list->head = nullptr;
   }
-  deleteItem(list, item);
   --list->count;
-  return list->tail;
+  ztNoteRemoved(list);
+  return item;
+}
+
+static ztListItem *listPopFront(void *object) {
+  auto *list = static_cast<ztList *>(object);
+  ztListItem *item = list == nullptr ? nullptr : detachHead(list);
+  if (item == nullptr) return nullptr;
+  const ContainerUse use(list);
+  // Not through the item manager: the element is the caller's from here on.
+  ztListItem_of(item)->unRef(item);
+  return use.ended() ? nullptr : list->head;
+}
+
+static ztListItem *listPopBack(void *object) {
+  auto *list = static_cast<ztList *>(object);
+  ztListItem *item = list == nullptr ? nullptr : detachTail(list);
+  if (item == nullptr) return nullptr;
+  const ContainerUse use(list);
+  deleteItem(list, item);
+  return use.ended() ? nullptr : list->tail;
+}
+
+static ztListItem *removeBetween(ztList *list, ztListItem *item) {
+  ztListItem *before = item->prev;
+  ztListItem *after = item->next;
+  // An item between the ends has both links; one without them stands in no list, or at another's end.
+  if (before == nullptr || after == nullptr) return nullptr;
+  before->next = after;
+  after->prev = before;
+  --list->count;
+  ztNoteRemoved(list);
+  const ContainerUse use(list);
+  deleteItem(list, item);
+  if (use.ended() || (use.removed() && !hasItem(list, before))) return nullptr;
+  return before;
 }
 
 static ztListItem *listRemoveItem(void *object, ztListItem *item) {
@@ -129,22 +175,17 @@ static ztListItem *listRemoveItem(void *object, ztListItem *item) {
   if (list == nullptr || item == nullptr) return nullptr;
   if (item == list->head) return ztList_of(object)->popFront(object);
   if (item == list->tail) return ztList_of(object)->popBack(object);
-  ztListItem *before = item->prev;
-  ztListItem *after = item->next;
-  // An item between the ends has both links; one without them stands in no list, or at another's end.
-  if (before == nullptr || after == nullptr) return nullptr;
-  before->next = after;
-  after->prev = before;
-  deleteItem(list, item);
-  --list->count;
-  return before;
+  return removeBetween(list, item);
 }
 
 static void listEmpty(void *object) {
   auto *list = static_cast<ztList *>(object);
   if (list == nullptr) return;
-  // Each is taken out first, since the end of an element may call back into the list.
-  while (ztListItem *item = detachHead(list)) deleteItem(list, item);
+  const ContainerUse use(list);
+  while (ztListItem *item = detachHead(list)) {
+    deleteItem(list, item);
+    if (use.ended()) return;
+  }
   clearItems(list);
 }
 
@@ -199,7 +240,12 @@ static void *listClone(const void *object, void *target) {
   if (copy == nullptr) return nullptr;
   clearItems(static_cast<ztList *>(copy));
   const ztListItem *item = static_cast<const ztList *>(object)->head;
-  while (item != nullptr && ztList_of(copy)->pushBack(copy, item->data) != nullptr) item = item->next;
+  const ContainerUse source(object);
+  while (item != nullptr && ztList_of(copy)->pushBack(copy, item->data) != nullptr) {
+    // Where an element's own copying takes others out, the next may be gone.
+    if (source.ended() || source.removed()) break;
+    item = item->next;
+  }
   if (item == nullptr) return copy;
   ztList_table()->destroy(copy);
   return nullptr;

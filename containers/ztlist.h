@@ -11,6 +11,8 @@
  * for (ztListItem *item = ztList_of(list)->getItemAt(list, 0); item != NULL; item = item->next) ...
  * @endcode
  *
+ * The list is without an item, and counts one less, before the item and its element end.
+ *
  * An item handed to a method must be one of that very list's: another list's corrupts both.
  */
 #ifndef ZT_CONTAINERS_ZTLIST_H
@@ -33,7 +35,8 @@
  *  - `pushBack`, `pushFront`: the new item at that end. NULL, with the list as it was, when the item
  *    manager makes none.
  *  - `insertPrev`, `insertNext`: the new item before or after @c item; at the list's ends through
- *    `pushFront` and `pushBack`. NULL as there, and for a NULL item.
+ *    `pushFront` and `pushBack`. NULL as there, for a NULL item, and when @c item went while the new one
+ *    was made.
  *  - `popFront`: takes off the head and HANDS ITS ELEMENT OVER: only the item is released, never the
  *    element. A caller whose list keeps elements by value or as objects reads the element with
  *    `getFront` first and releases it afterwards, with ztm_free() or `unRef`. Returns the new head, or
@@ -42,7 +45,7 @@
  *    new tail, or NULL.
  *  - `removeItem`: takes off the head with `popFront` (so its element is the caller's), the tail with
  *    `popBack`, and returns what these return; has the item manager delete any other item, with its
- *    element, and returns the one before it. NULL for a NULL item.
+ *    element, and returns the one before it, or NULL when that went with it. NULL for a NULL item.
  *  - `find`: the first item for whose element the compare function, called with the element and
  *    @c key, gives 0; NULL when there is none, or no compare function.
  *  - `getBack`, `getFront`: the element at that end, the list's; NULL when the list is empty.

@@ -99,9 +99,14 @@ static int32_t mapFindAll(const void *object, const void *key, void *output) {
   ztCollectEqual(tree, key, &found);
   const ztMapMethods *methods = ztMap_of(output);
   methods->setAllowDuplicate(output, 1);
+  const ContainerUse source(tree);
+  const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
     const auto *item = reinterpret_cast<const ztMapItem *>(found.items[i]);
     methods->pushBack(output, item->data, item->value);
+    if (target.ended()) return 0;
+    // Where the copying of a pair takes others out, those found may be gone.
+    if (source.ended() || source.removed()) break;
   }
   return methods->getSize(output);
 }
@@ -128,9 +133,11 @@ static int32_t mapCreate(void *object) {
 static void mapDestroy(void *object) {
   if (object == nullptr) return;
   auto *map = static_cast<ztMap *>(object);
-  ztAvlTree *tree = map->tree;
-  map->tree = nullptr;
-  if (tree != nullptr) ztAvlTree_of(tree)->unRef(tree);
+  // An element may have another tree made at its end.
+  while (ztAvlTree *tree = map->tree) {
+    map->tree = nullptr;
+    ztAvlTree_of(tree)->unRef(tree);
+  }
   ztAssociativeContainer_table()->destroy(object);
 }
 

@@ -2,6 +2,7 @@
 
 #include "containers/ztcitem.h"
 #include "containers/ztcont.hh"
+#include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztSequenceContainer, 64, 27);
@@ -26,14 +27,21 @@ static int32_t sequenceCreate(void *object) {
 }
 
 static void sequenceDestroy(void *object) {
+  ztEndUses(object);
   ztContainer_table()->destroy(object);
 }
 
 static void *sequenceNewItem(void *object, const void *element) {
   const auto *container = static_cast<const ztSequenceContainer *>(object);
   if (container == nullptr || container->itemConstructor == nullptr) return nullptr;
+  const ElementPolicy policy = policyOf(object);
+  const ContainerUse use(object);
   auto *item = static_cast<ztContainerItem *>(container->itemConstructor(nullptr, 1));
-  if (item == nullptr || ztStoreElement(policyOf(object), element, &item->data)) return item;
+  if (item == nullptr) return nullptr;
+  if (ztStoreElement(policy, element, &item->data)) {
+    if (!use.ended()) return item;
+    ztReleaseElement(policy, &item->data);
+  }
   ztContainerItem_of(item)->unRef(item);
   return nullptr;
 }

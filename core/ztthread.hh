@@ -5,6 +5,24 @@
 
 #include <stdint.h>
 
+// A call on a container that is under way; see containers/ztuse.hh.
+struct ztUse {
+  const void *container;
+  void *part;       // what it needs of the container although that has given it up
+  uint64_t number;  // never given again
+  bool added;       // elements came meanwhile
+  bool removed;     // elements went meanwhile
+};
+
+struct ztUseTable {
+  static constexpr int32_t firstCapacity = 32;
+  ztUse *records;  // `first`, or a block of its own; NULL until the first call
+  int32_t count;
+  int32_t capacity;
+  uint64_t lastNumber;
+  ztUse first[firstCapacity];
+};
+
 // The buffers of the functions whose result the next call overwrites, and the scratch string. Too large for
 // the space that threads have for libraries, and so made when a thread first needs one of them.
 struct ztThreadBlock {
@@ -18,16 +36,23 @@ struct ztThreadBlock {
   char parentPath[512];   // ztDm_extractPath
   char joinedPath[512];   // ztDm_makePath
   char currentDir[512];   // ztDm_getCurrentDir
+  ztUseTable uses;
 };
 
 // At most 256 bytes, which any loaded library may take of a thread's static space.
 struct ztThread {
-  ztThreadBlock *block;     // NULL until it is needed
-  struct ztCalls *calls;    // the block's
-  struct ztCall *nextCall;  // behind the last entry in use of those
-  struct ztCall *lastCall;  // behind the last entry
-  uint64_t callSerial;      // the latest that was given to one
-  uint32_t number;          // from 1 on; 0 until it is needed
+  ztThreadBlock *block = nullptr;     // NULL until it is needed
+  struct ztCalls *calls = nullptr;    // the block's
+  struct ztCall *nextCall = nullptr;  // behind the last entry in use of those
+  struct ztCall *lastCall = nullptr;  // behind the last entry
+  uint64_t callSerial = 0;            // the latest that was given to one
+  uint64_t bytesRead = 0;             // by the library's own primitives of files, ever
+  const void *countSource = nullptr;  // the file whose `readInt` of the library's ran last
+  uintptr_t stackLow = 0;             // the bounds of the stack that was last looked at
+  uintptr_t stackHigh = 0;
+  uint32_t number = 0;              // from 1 on; 0 until it is needed
+  uint32_t brokenPaths = 0;         // how often a node was taken off the path of a release
+  uint32_t refusedAssignments = 0;  // how often the stack was too small for an assignment
 };
 
 static_assert(sizeof(ztThread) <= 256);

@@ -457,6 +457,35 @@ TEST_F(ArrayTest, ElementsOfNoBytesAreCounted) {
   EXPECT_EQ(copy->getSize(copy), 7);
 }
 
+TEST_F(ArrayTest, ElementsOfNoBytesAreNotCountedPastWhatTheSizeCanTell) {
+  Array array(ztArray_ctor);
+  ASSERT_EQ(array->setSize(array, INT32_MAX), 1);
+  EXPECT_EQ(array->pushBack(array, array), nullptr);
+  EXPECT_EQ(array->getSize(array), INT32_MAX);
+  EXPECT_EQ(array->resize(array, 3), 1);
+  EXPECT_EQ(array->resize(array, INT32_MAX), 1);
+  EXPECT_EQ(array->pushBack(array, array), nullptr);
+  EXPECT_EQ(array->getSize(array), INT32_MAX);
+}
+
+static int nullKeysCompared;
+
+static int32_t compareWithNull(const void *key, const void *slot) {
+  if (key != nullptr) return ztIntArray_compare_func(key, slot);
+  ++nullKeysCompared;
+  const int32_t wanted = 4;
+  return ztIntArray_compare_func(&wanted, slot);
+}
+
+TEST_F(ArrayTest, SearchHandsTheKeyNullToAHostsFunctionOnly) {
+  const Array array(ztIntArray_ctor);
+  for (const int32_t number : {1, 2, 4, 8}) array->pushBack(array, &number);
+  nullKeysCompared = 0;
+  EXPECT_EQ(array->search(array, nullptr, compareWithNull), array->getAt(array, 2));
+  EXPECT_GT(nullKeysCompared, 0);
+  EXPECT_EQ(array->search(array, nullptr, ztIntArray_compare_func), nullptr);
+}
+
 TEST_F(ArrayTest, PushBackUniqueTakesAMatchFunction) {
   const Array array = intArray({});
   ztCompareFunc isSame = [](const void *stored, const void *given) -> int32_t {

@@ -1045,3 +1045,67 @@ TEST(AvlTree, ElementThatRefusesToBeCopiedIsNotAdded) {
   release(tree);
   EXPECT_EQ(live.made(), 0);
 }
+
+// A manager's items of two sizes -------------------------------------------------------------------
+
+// WideItem: an item that carries a word of its own, and words that no smaller item has.
+#define WideItem_FIELDS \
+  ztAvlTreeItem_FIELDS  \
+  int64_t mark;
+#define WideItem_METHODS ztAvlTreeItem_METHODS
+ZT_DECLARE_CLASS(WideItem)
+
+#define WiderItem_FIELDS WideItem_FIELDS int64_t more[8];
+#define WiderItem_METHODS ztAvlTreeItem_METHODS
+ZT_DECLARE_CLASS(WiderItem)
+
+static void wideItemMethods(WideItemMethods *) {}
+
+static void widerItemMethods(WiderItemMethods *) {}
+
+ZT_DEFINE_CLASS(WideItem, ztAvlTreeItem, wideItemMethods)
+ZT_DEFINE_CLASS(WiderItem, WideItem, widerItemMethods)
+
+TEST(AvlTree, PopExchangesAsMuchAsTheSmallerItemHas) {
+  for (const ztCtor root : {WideItem_ctor, WiderItem_ctor}) {
+    const ztCtor rest = root == WideItem_ctor ? WiderItem_ctor : WideItem_ctor;
+    void *tree = ztAvlTree_ctor(nullptr, 1);
+    const ztAvlTreeMethods *methods = ztAvlTree_of(tree);
+    methods->setElementSize(tree, sizeof(int32_t), 0);
+    methods->setCompareFunction(tree, ztIntArray_compare_func);
+    for (const int32_t number : {2, 1, 3}) {
+      methods->setItemConstructor(tree, number == 2 ? root : rest);
+      auto *item = reinterpret_cast<WideItem *>(methods->push(tree, &number));
+      item->mark = 100 + number;
+      const bool isWider = item->klass == WiderItemClass_Instance();
+      for (int i = 0; isWider && i < 8; ++i) reinterpret_cast<WiderItem *>(item)->more[i] = number;
+    }
+    const int32_t two = 2;
+    EXPECT_EQ(methods->pop(tree, &two), 1);
+    // The root's item stays and holds what the smaller item of both could carry over.
+    const auto *top = reinterpret_cast<const WideItem *>(static_cast<const ztAvlTree *>(tree)->root);
+    EXPECT_EQ(top->klass->instanceSize,
+              root == WideItem_ctor ? int32_t{sizeof(WideItem)} : int32_t{sizeof(WiderItem)});
+    EXPECT_EQ(*static_cast<const int32_t *>(top->data), 3);
+    EXPECT_EQ(top->mark, 103);
+    for (int i = 0; root == WiderItem_ctor && i < 8; ++i) {
+      EXPECT_EQ(reinterpret_cast<const WiderItem *>(top)->more[i], 2) << i;
+    }
+    methods->unRef(tree);
+  }
+}
+
+TEST(AvlTree, TakesNoMoreElementsThanItsSizeCanTell) {
+  void *tree = ztAvlTree_ctor(nullptr, 1);
+  const ztAvlTreeMethods *methods = ztAvlTree_of(tree);
+  methods->setElementSize(tree, sizeof(int32_t), 0);
+  methods->setCompareFunction(tree, ztIntArray_compare_func);
+  const int32_t numbers[] = {1, 2};
+  methods->push(tree, &numbers[0]);
+  static_cast<ztAvlTree *>(tree)->count = INT32_MAX;
+  EXPECT_EQ(methods->push(tree, &numbers[1]), nullptr);
+  EXPECT_EQ(methods->getSize(tree), INT32_MAX);
+  static_cast<ztAvlTree *>(tree)->count = 1;
+  EXPECT_NE(methods->push(tree, &numbers[1]), nullptr);
+  methods->unRef(tree);
+}

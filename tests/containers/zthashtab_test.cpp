@@ -775,3 +775,55 @@ TEST(HashTable, NullTableGivesNothing) {
   EXPECT_EQ(methods->find(nullptr, &key), nullptr);
   methods->empty(nullptr);
 }
+
+// Comparing -----------------------------------------------------------------------------------------
+
+static int comparisons;
+
+static int32_t countingCompare(const void *first, const void *second) {
+  ++comparisons;
+  return ztIntArray_compare_func(first, second);
+}
+
+TEST(HashTable, AHostsCompareFunctionSeesTheWholeBucketAlsoWhereDuplicatesAreAllowed) {
+  void *table = ztHashTable_ctor(nullptr, 1);
+  const ztHashTableMethods *methods = ztHashTable_of(table);
+  methods->setKeySize(table, sizeof(int32_t), 0);
+  methods->setCompareFunction(table, countingCompare);
+  methods->setAllowDuplicate(table, 1);
+  methods->setSize(table, 1);
+  comparisons = 0;
+  const int32_t key = 5;
+  for (int before = 0; before < 4; ++before) EXPECT_EQ(methods->insert(table, &key, &key), 1);
+  EXPECT_EQ(comparisons, 0 + 1 + 2 + 3);
+  methods->unRef(table);
+}
+
+TEST(HashTable, NothingOfTheLibrarysIsComparedWhereDuplicatesAreAllowed) {
+  void *table = ztHashTable_ctor(nullptr, 1);
+  const ztHashTableMethods *methods = ztHashTable_of(table);
+  methods->setKeySize(table, 0, 1);
+  methods->setCompareFunction(table, ztIntArray_compare_func);
+  methods->setAllowDuplicate(table, 1);
+  methods->setSize(table, 1);
+  // Keys that cannot be followed.
+  for (uintptr_t key = 1; key < 5; ++key) {
+    EXPECT_EQ(methods->insert(table, reinterpret_cast<const void *>(key), nullptr), 1);
+  }
+  methods->unRef(table);
+}
+
+TEST(HashTable, TakesNoMorePairsThanItsCountShouldTell) {
+  void *table = ztHashTable_ctor(nullptr, 1);
+  const ztHashTableMethods *methods = ztHashTable_of(table);
+  methods->setKeySize(table, sizeof(int32_t), 0);
+  methods->setCompareFunction(table, ztIntArray_compare_func);
+  methods->setSize(table, 1);
+  const int32_t keys[] = {1, 2};
+  EXPECT_EQ(methods->insert(table, &keys[0], &keys[0]), 1);
+  static_cast<ztHashTable *>(table)->count = INT32_MAX;
+  EXPECT_EQ(methods->insert(table, &keys[1], &keys[1]), 0);
+  static_cast<ztHashTable *>(table)->count = 1;
+  EXPECT_EQ(methods->insert(table, &keys[1], &keys[1]), 1);
+  methods->unRef(table);
+}

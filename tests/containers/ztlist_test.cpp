@@ -1284,3 +1284,19 @@ class ListModel {
 TEST_P(ListOf, BehavesAsADequeUnderRandomOperations) {
   for (const uint32_t seed : {1U, 20260U}) ListModel(GetParam(), seed).run(scale(40000));
 }
+
+TEST(ListOfBytes, TakesNoMoreElementsThanItsSizeCanTell) {
+  void *list = ztList_ctor(nullptr, 1);
+  const ztListMethods *methods = ztList_of(list);
+  const int32_t number = 1;
+  ztListItem *item = methods->pushBack(list, &number);
+  methods->pushBack(list, &number);
+  static_cast<ztList *>(list)->count = INT32_MAX;
+  EXPECT_EQ(methods->pushBack(list, &number), nullptr);
+  EXPECT_EQ(methods->pushFront(list, &number), nullptr);
+  EXPECT_EQ(methods->insertNext(list, item, &number), nullptr);
+  EXPECT_EQ(methods->getSize(list), INT32_MAX);
+  static_cast<ztList *>(list)->count = 2;
+  EXPECT_NE(methods->pushBack(list, &number), nullptr);
+  methods->unRef(list);
+}

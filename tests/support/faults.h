@@ -11,6 +11,7 @@
 #include <string.h>
 
 #include <functional>
+#include <set>
 
 // Which calls of one kind fail.
 struct Faults {
@@ -36,11 +37,19 @@ inline int liveBlocks = 0;
 inline int32_t lastSizeAskedFor = 0;
 inline int reallocationsOfNothing = 0;
 
+// The live blocks that were allocated since a test set it; NULL while none does.
+inline std::set<void *> *notedBlocks = nullptr;
+
+inline void *noteBlock(void *block) {
+  if (notedBlocks != nullptr) notedBlocks->insert(block);
+  return block;
+}
+
 __attribute__((used)) inline void *ztm_alloc(int32_t size) {
   lastSizeAskedFor = size;
   if (size < 0 || allocationFaults.strike()) return nullptr;
   ++liveBlocks;
-  return malloc(static_cast<size_t>(size));
+  return noteBlock(malloc(static_cast<size_t>(size)));
 }
 
 __attribute__((used)) inline void *ztm_realloc(void *block, int32_t size) {
@@ -48,12 +57,14 @@ __attribute__((used)) inline void *ztm_realloc(void *block, int32_t size) {
   if (block == nullptr) ++reallocationsOfNothing;
   if (size < 0 || allocationFaults.strike()) return nullptr;
   if (block == nullptr) ++liveBlocks;
-  return realloc(block, static_cast<size_t>(size));
+  if (notedBlocks != nullptr) notedBlocks->erase(block);
+  return noteBlock(realloc(block, static_cast<size_t>(size)));
 }
 
 // What is freed is overwritten, so that a later use shows.
 __attribute__((used)) inline void ztm_free(void *block) {
   if (block == nullptr) return;
+  if (notedBlocks != nullptr) notedBlocks->erase(block);
   memset(block, 0xDB, malloc_usable_size(block));
   --liveBlocks;
   free(block);

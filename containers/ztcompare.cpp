@@ -1,0 +1,25 @@
+#include "containers/ztcompare.hh"
+
+#include "containers/ztarrays.h"
+#include "containers/ztlists.h"
+#include "containers/ztqueues.h"
+#include "containers/ztstacks.h"
+#include "io/ztstring.h"
+#include "objects/ztobject.h"
+
+static const ztCompareFunc ownFunctions[] = {
+    ztIntArray_compare_func,        ztIntArray_compare_func_ptr,   ztPtrArray_compare_func,
+    ztPtrArray_compare_func_ptr,    ztCharArray_compare_func,      ztCharArray_compare_func_ptr,
+    ztFloatArray_compare_func,      ztFloatArray_compare_func_ptr, ztStringArray_compare_func,
+    ztStringArray_compare_func_ptr, ztIntList_compare_func,        ztIntList_compare_func_ptr,
+    ztStringList_compare_func,      ztStringList_compare_func_ptr, ztPtrList_compare_func,
+    ztPtrList_compare_func_ptr,     ztPtrQueue_compare_func,       ztPtrQueue_compare_func_ptr,
+    ztPtrStack_compare_func,        ztPtrStack_compare_func_ptr,   ztObject_propertiesSortFunc,
+};
+
+bool ztIsOwnCompare(ztCompareFunc compare) {
+  for (const ztCompareFunc own : ownFunctions) {
+    if (compare == own) return true;
+  }
+  return false;
+}
