@@ -261,7 +261,7 @@ static int32_t baseGetRefCount(const void *object) {
 }
 
 // A class identity in a file: the name in a field of fixed size, zero behind its text, and the version.
-constexpr int32_t nameFieldSize = 100;
+constexpr int32_t nameFieldSize = sizeof ztIdentity::name;
 
 static int32_t baseClassWrite(const void *, const void *object, void *file) {
   if (object == nullptr || file == nullptr) return 0;
@@ -285,21 +285,26 @@ static void cutLineEnd(char *name) {
   }
 }
 
-static void *baseClassRead(const void *, void *file) {
-  if (file == nullptr) return nullptr;
+bool ztReadIdentity(void *file, ztIdentity *identity) {
+  *identity = {};
   const ztFileMethods *methods = ztFile_of(file);
-  char name[nameFieldSize] = "";
-  if (methods->readBuf(file, nameFieldSize, name) != nameFieldSize) return nullptr;
-  name[nameFieldSize - 1] = '\0';
-  cutLineEnd(name);
-  int32_t version = 0;
-  if (!methods->readInt(file, &version)) return nullptr;
+  if (methods->readBuf(file, nameFieldSize, identity->name) != nameFieldSize) return false;
+  identity->name[nameFieldSize - 1] = '\0';
+  cutLineEnd(identity->name);
+  return methods->readInt(file, &identity->version) > 0;
+}
 
-  void *object = ztNewFromName(name);
+void *ztMakeIdentified(const ztIdentity &identity) {
+  void *object = ztNewFromName(identity.name);
   if (object == nullptr) return nullptr;
-  if (static_cast<uint32_t>(version) == ztOOP_versionOf(object)) return object;
+  if (static_cast<uint32_t>(identity.version) == ztOOP_versionOf(object)) return object;
   ztBaseClass_of(object)->unRef(object);
   return nullptr;
+}
+
+static void *baseClassRead(const void *, void *file) {
+  ztIdentity identity;
+  return file != nullptr && ztReadIdentity(file, &identity) ? ztMakeIdentified(identity) : nullptr;
 }
 
 static void baseFunctions(ztBaseClassFunctions *functions) {

@@ -23,6 +23,10 @@ struct ztThreadBlock {
 // At most 256 bytes, which any loaded library may take of a thread's static space.
 struct ztThread {
   ztThreadBlock *block;  // NULL until it is needed
+  uintptr_t stackLow;    // the bounds of the stack that was last looked at
+  uintptr_t stackHigh;
+  uint32_t brokenPaths;         // how often a node was taken off the path of a release
+  uint32_t refusedAssignments;  // how often the stack was too small for an assignment
 };
 
 static_assert(sizeof(ztThread) <= 256);
