@@ -12,6 +12,7 @@ enum : uint32_t {
   ztNodeLeaving = 8,      // such a node while its deletion is being announced
   ztNodeOnPath = 16,      // a node below which another releases its children
   ztNodeAssignable = 32,  // a node below which an assignment is known to have the stack that it needs
+  ztNodeSurveyed = 64,    // a node below which what lies too deep for the stack was released
 };
 
 // The first argument of an emission: a word, or a double, which is passed in another register.

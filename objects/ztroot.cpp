@@ -401,17 +401,28 @@ static bool endsLikeTheLibrarys(const ztRoot *child) {
   return methods->destroy == ofLibrary->destroy && methods->unRef == ofLibrary->unRef;
 }
 
-// Whether a child has children that are to end ahead of it, since it ends when its list releases it. A host's
-// own `destroy` finds its children listed as long as there is stack for it.
-static bool endsFromBelow(const ztRoot *child, const ztRoot *lister) {
+// Whether a child, and with it its own children, ends when its list releases it.
+static bool endsWithChildren(const ztRoot *child, const ztRoot *lister) {
   return child != nullptr && ztFirstChild(child) != nullptr && ztListerOf(child) == lister &&
-         !(child->marks & ztNodeLeaving) && ztRoot_of(child)->getRefCount(child) <= 2 &&
-         (endsLikeTheLibrarys(child) || ztStackLeft() == 0);
+         !(child->marks & ztNodeLeaving) && ztRoot_of(child)->getRefCount(child) <= 2;
 }
 
-// In the same order as by recursion, from below, but with no more stack for more levels. The path down to
-// the present node is the nodes' own: each knows who lists it.
-static void releaseChildren(ztRoot *node) {
+namespace {
+
+enum class Override { sees, ignored };
+
+}  // namespace
+
+// A host's own `destroy` finds its children listed, as long as there is stack for it.
+static bool endsFromBelow(const ztRoot *child, const ztRoot *lister, Override overrides) {
+  return endsWithChildren(child, lister) &&
+         (overrides == Override::ignored || endsLikeTheLibrarys(child) || ztStackLeft() == 0);
+}
+
+// Releases the children of a node in the same order as by recursion, from below, but with no more stack for
+// more levels. The path down to the present node is the nodes' own: each knows who lists it. Returns false
+// when slots took the path apart.
+static bool releaseBelow(ztRoot *node, Override overrides) {
   ztRoot *at = node;
   while (ztFirstChild(node) != nullptr) {
     ztListItem *first = ztFirstChild(at);
@@ -421,16 +432,56 @@ static void releaseChildren(ztRoot *node) {
       continue;
     }
     ztRoot *child = ztChildOf(first);
-    if (endsFromBelow(child, at)) {
+    if (endsFromBelow(child, at, overrides)) {
       child->marks |= ztNodeOnPath;
       at = child;
       continue;
     }
     const uint32_t broken = ztThisThread.brokenPaths;
     releaseItem(at, first);
-    // Slots took the path apart; begin again.
-    if (ztThisThread.brokenPaths != broken) at = node;
+    if (ztThisThread.brokenPaths != broken) return false;
   }
+  return true;
+}
+
+// The first node with children to which so many calls of hosts' own `destroy` lead, one inside the other,
+// when `top` ends. NULL when there is none, or no memory to find it.
+static ztRoot *findTooDeep(ztRoot *top, size_t most) {
+  constexpr int64_t survives = -INT32_MAX;
+  GrowingArray<int64_t> calls;  // by the level of the walk
+  TreeWalk walk(top);
+  for (walk.next(); walk.current() != nullptr; walk.next()) {
+    ztRoot *node = walk.current();
+    while (calls.size() >= walk.depth()) calls.pop();
+    int64_t call = calls.size() == 0 ? 0 : calls.last();
+    if (ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+      call = endsWithChildren(node, walk.above()) ? call + 1 : survives;
+      node->marks |= ztNodeSurveyed;
+      if (call >= static_cast<int64_t>(most)) return node;
+    }
+    if (!calls.push(call)) return nullptr;
+  }
+  return nullptr;
+}
+
+// Each `destroy` of a host's takes stack for those below it, and each release looks through those that are
+// under way. So what lies deeper than the stack reaches goes first, from here.
+static void releaseTooDeep(ztRoot *node) {
+  constexpr size_t stackOfDestroy = 1024;
+  const size_t most = ztStackLeft() / stackOfDestroy;
+  while (ztRoot *deep = findTooDeep(node, most)) {
+    deep->marks |= ztNodeOnPath;
+    if (releaseBelow(deep, Override::ignored)) deep->marks &= ~uint32_t{ztNodeOnPath};
+  }
+}
+
+static void releaseChildren(ztRoot *node) {
+  // A node that is reached through the `destroy` of one above it was looked at with that one.
+  if (!(node->marks & ztNodeSurveyed) && ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+    releaseTooDeep(node);
+  }
+  // Slots took the path apart: begin again.
+  while (!releaseBelow(node, Override::sees)) continue;
 }
 
 static void releaseList(ztRoot *node) {
