@@ -5,7 +5,7 @@
  *                                            beyond N bytes
  *   treesave_killed PATH TEXT full N         the same on a disk with room for N bytes; the result is the exit
  *                                            status
- *   treesave_killed PATH TEXT call N         the process ends at the Nth call for files, ahead of the call
+ *   treesave_killed PATH TEXT call N         the process is killed at the Nth call for files, ahead of the call
  *   treesave_killed PATH TEXT fail N         that call fails
  */
 #define _GNU_SOURCE
@@ -29,7 +29,7 @@ static int struck;
 /* Whether the call is to fail. */
 static int strike(void) {
   if (callsLeft < 0 || --callsLeft >= 0) return 0;
-  if (!callsFail) _exit(90);
+  if (!callsFail) kill(getpid(), SIGKILL);
   errno = EIO;
   struck = 1;
   return 1;

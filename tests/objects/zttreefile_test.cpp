@@ -461,7 +461,7 @@ TEST_P(Killed, AtAnyCallForFilesLeaveTheOldTreeOrTheNewOne) {
   ASSERT_EQ(save("make"), 0);
   int killed = 0;
   bool isReplaced = false;
-  for (; save("call", killed) == 90; ++killed) {
+  for (; save("call", killed) == 128 + SIGKILL; ++killed) {
     const int32_t nodes = nodesInFile();
     ASSERT_TRUE(nodes == 30 || nodes == 40) << killed;
     isReplaced = isReplaced || nodes == 40;
