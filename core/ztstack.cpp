@@ -52,7 +52,7 @@ size_t ztStackLeft() {
     thread.stackHigh = stack.high;
   }
   // For what the slots and the overrides of hosts call themselves.
-  constexpr uintptr_t mostReserved = 128 * 1024;
+  constexpr uintptr_t mostReserved = uintptr_t{128} * 1024;
   const uintptr_t quarter = (stack.high - stack.low) / 4;
   const uintptr_t reserved = quarter < mostReserved ? quarter : mostReserved;
   const uintptr_t left = here - stack.low;

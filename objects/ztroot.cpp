@@ -452,7 +452,7 @@ static ztRoot *findTooDeep(ztRoot *top, size_t most) {
   TreeWalk walk(top);
   for (walk.next(); walk.current() != nullptr; walk.next()) {
     ztRoot *node = walk.current();
-    while (calls.size() >= walk.depth()) calls.pop();
+    while (calls.size() > 0 && calls.size() >= walk.depth()) calls.pop();
     int64_t call = calls.size() == 0 ? 0 : calls.last();
     if (ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
       call = endsWithChildren(node, walk.above()) ? call + 1 : survives;

@@ -200,7 +200,7 @@ TEST(LargeTrees, WithIdentifiersThatWereChosenToMeetAreLoadedAllTheSame) {
   // The high bits of a product are those of its first place where a key is chosen for a small product.
   uint64_t key = 2;
   for (; made < count && key < UINT32_MAX; ++key) {
-    if ((key * multiplier) >> 50 != 0) continue;
+    if ((key * multiplier) >> 54 != 0) continue;
     addChild(top, newNode(static_cast<int32_t>(key), ztRoot_ctor));
     ++made;
   }
