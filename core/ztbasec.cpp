@@ -77,6 +77,7 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
     object = ztm_alloc(description->instanceSize);
     if (object == nullptr) return nullptr;
   }
+  ztObjectMade(object);
   auto *header = static_cast<ztBaseClass *>(object);
   ztClass *klass = description->klass;
   header->klass = klass;
@@ -220,13 +221,11 @@ static void baseClassInstanceCreate(ztClass *) {}
 static void baseClassInstanceDestroy(ztClass *) {}
 
 static int32_t baseCreate(void *object) {
-  ztObjectMade(object);
   return object != nullptr;
 }
 
 static void *baseClone(const void *object, void *target) {
   if (object == nullptr || target == nullptr) return nullptr;
-  ztObjectMade(target);
   return memmove(target, object, static_cast<size_t>(ztOOP_classOf(object)->instanceSize));
 }
 
@@ -288,7 +287,7 @@ static int32_t baseGetRefCount(const void *object) {
 }
 
 // A class identity in a file: the name in a field of fixed size, zero behind its text, and the version.
-constexpr int32_t nameFieldSize = 100;
+constexpr int32_t nameFieldSize = sizeof ztIdentity::name;
 
 static int32_t baseClassWrite(const void *, const void *object, void *file) {
   if (object == nullptr || file == nullptr) return 0;
@@ -312,21 +311,26 @@ static void cutLineEnd(char *name) {
   }
 }
 
-static void *baseClassRead(const void *, void *file) {
-  if (file == nullptr) return nullptr;
+bool ztReadIdentity(void *file, ztIdentity *identity) {
+  *identity = {};
   const ztFileMethods *methods = ztFile_of(file);
-  char name[nameFieldSize] = "";
-  if (methods->readBuf(file, nameFieldSize, name) != nameFieldSize) return nullptr;
-  name[nameFieldSize - 1] = '\0';
-  cutLineEnd(name);
-  int32_t version = 0;
-  if (!methods->readInt(file, &version)) return nullptr;
+  if (methods->readBuf(file, nameFieldSize, identity->name) != nameFieldSize) return false;
+  identity->name[nameFieldSize - 1] = '\0';
+  cutLineEnd(identity->name);
+  return methods->readInt(file, &identity->version) > 0;
+}
 
-  void *object = ztNewFromName(name);
+void *ztMakeIdentified(const ztIdentity &identity) {
+  void *object = ztNewFromName(identity.name);
   if (object == nullptr) return nullptr;
-  if (static_cast<uint32_t>(version) == ztOOP_versionOf(object)) return object;
+  if (static_cast<uint32_t>(identity.version) == ztOOP_versionOf(object)) return object;
   ztBaseClass_of(object)->unRef(object);
   return nullptr;
+}
+
+static void *baseClassRead(const void *, void *file) {
+  ztIdentity identity;
+  return file != nullptr && ztReadIdentity(file, &identity) ? ztMakeIdentified(identity) : nullptr;
 }
 
 // Written only where they differ: other threads may be calling them.

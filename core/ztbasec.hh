@@ -31,4 +31,15 @@ bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
 // there is no such class.
 int32_t ztAssignCommon(void *target, const void *source);
 
+// The identity of a class as a file holds it. Behind the text of the name there may be anything.
+struct ztIdentity {
+  char name[100];
+  int32_t version;
+};
+
+// The two halves of `classRead`: what a file says, and a new object of the class that it names. False, and
+// NULL, on failure.
+bool ztReadIdentity(void *file, ztIdentity *identity);
+void *ztMakeIdentified(const ztIdentity &identity);
+
 #endif

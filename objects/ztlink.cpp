@@ -32,7 +32,7 @@ static int32_t linkWrite(const void *object, void *file) {
 
 static int32_t linkRead(void *object, void *file) {
   if (object == nullptr || file == nullptr || !ztBaseClass_table()->read(object, file)) return 0;
-  return ztFile_of(file)->readInt(file, &static_cast<ztLink *>(object)->targetId) != 0;
+  return ztFile_of(file)->readInt(file, &static_cast<ztLink *>(object)->targetId) > 0;
 }
 
 static void linkMethods(ztLinkMethods *methods) {

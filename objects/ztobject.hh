@@ -8,10 +8,13 @@
 // What the field `marks` of a ztObject holds; in its upper half the number of the thread that made the object,
 // or 0.
 enum : uint32_t {
-  ztObjectDying = 1,  // set from the beginning of the object's destruction on
-  ztNodeEnding = 2,   // a node that releases its children and takes no new ones
-  ztNodeListed = 4,   // a node that is listed by one that is not its parent
-  ztNodeLeaving = 8,  // such a node while its deletion is being announced
+  ztObjectDying = 1,      // set from the beginning of the object's destruction on
+  ztNodeEnding = 2,       // a node that releases its children and takes no new ones
+  ztNodeListed = 4,       // a node that is listed by one that is not its parent
+  ztNodeLeaving = 8,      // such a node while its deletion is being announced
+  ztNodeOnPath = 16,      // a node below which another releases its children
+  ztNodeAssignable = 32,  // a node below which an assignment is known to have the stack that it needs
+  ztNodeSurveyed = 64,    // a node below which what lies too deep for the stack was released
 };
 
 // The first argument of an emission: a word, or a double, which is passed in another register.

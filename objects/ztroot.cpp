@@ -5,7 +5,10 @@
 #include "containers/ztpointers.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
+#include "core/ztstack.hh"
 #include "core/zttext.hh"
+#include "core/ztthread.hh"
 #include "io/ztfile.h"
 #include "objects/ztobject.hh"
 #include "objects/zttree.hh"
@@ -32,14 +35,6 @@ static ztRoot *nodeOf(void *object) {
 
 static const ztRoot *nodeOf(const void *object) {
   return static_cast<const ztRoot *>(object);
-}
-
-static ztRoot *childOf(const ztListItem *item) {
-  return static_cast<ztRoot *>(item->data);
-}
-
-static ztListItem *firstChild(const ztRoot *node) {
-  return node->children == nullptr ? nullptr : node->children->head;
 }
 
 // Name and identifier -----------------------------------------------------------------------------
@@ -73,11 +68,8 @@ static int32_t rootGetUid(const void *object) {
 // A node is on one list at a time, and it is known on whose: otherwise its end would leave a pointer
 // behind, and the end of two lists would release it twice.
 
-// Who lists the nodes that are marked ztNodeListed.
+// Who lists the nodes that are marked ztNodeListed; for the nodes of all threads.
 static WordTable listers;
-
-// Counts what comes onto lists and off them, so that a walk notices what slots did meanwhile.
-static uint32_t listChanges;
 
 static uint64_t keyOf(const ztRoot *node) {
   return reinterpret_cast<uintptr_t>(node);
@@ -85,27 +77,40 @@ static uint64_t keyOf(const ztRoot *node) {
 
 ztRoot *ztListerOf(const ztRoot *node) {
   if (node->parent != nullptr) return node->parent;
-  return node->marks & ztNodeListed ? static_cast<ztRoot *>(listers.find(keyOf(node))) : nullptr;
+  if (!(node->marks & ztNodeListed)) return nullptr;
+  const ztLocked locked(ztTablesLock);
+  return static_cast<ztRoot *>(listers.find(keyOf(node)));
 }
 
-static bool rememberLister(ztRoot *node, ztRoot *lister) {
+bool ztRememberLister(ztRoot *node, ztRoot *lister) {
+  const ztLocked locked(ztTablesLock);
   if (!listers.insert(keyOf(node), lister)) return false;
   node->marks |= ztNodeListed;
   return true;
 }
 
 static void forgetLister(ztRoot *node) {
-  if (node->marks & ztNodeListed) listers.remove(keyOf(node));
+  if (node->marks & ztNodeListed) {
+    const ztLocked locked(ztTablesLock);
+    listers.remove(keyOf(node));
+  }
   node->marks &= ~(ztNodeListed | ztNodeLeaving);
 }
 
+// A release that goes up and down below another node has to notice when its way back is cut.
+static void leavePath(ztRoot *node) {
+  if (!(node->marks & ztNodeOnPath)) return;
+  node->marks &= ~uint32_t{ztNodeOnPath};
+  ++ztThisThread.brokenPaths;
+}
+
 static void removeItem(const ztRoot *node, ztListItem *item) {
-  ++listChanges;
+  if (item->data != nullptr) leavePath(ztChildOf(item));
   ztRootPtrList_of(node->children)->removeItem(node->children, item);
 }
 
 static void removeListed(const ztRoot *node, const ztRoot *child) {
-  ztListItem *item = firstChild(node);
+  ztListItem *item = ztFirstChild(node);
   while (item != nullptr && item->data != child) item = item->next;
   if (item != nullptr) removeItem(node, item);
 }
@@ -113,14 +118,65 @@ static void removeListed(const ztRoot *node, const ztRoot *child) {
 // Takes a node off the list that it is on, unannounced.
 static void takeOff(ztRoot *node) {
   const ztRoot *lister = ztListerOf(node);
+  leavePath(node);
   forgetLister(node);
   node->parent = nullptr;
   if (lister != nullptr) removeListed(lister, node);
 }
 
+// The way up from a node. A host can make it lead round, by taking a node off its parent's list.
+namespace {
+
+class WayUp {
+ public:
+  explicit WayUp(const ztRoot *from) : node(from), seen(from) {}
+
+  // NULL above the top, and where the way leads round.
+  const ztRoot *current() const {
+    return node;
+  }
+  void next() {
+    node = ztListerOf(node);
+    leadsRound = node != nullptr && node == seen;
+    if (leadsRound) node = nullptr;
+    if (++steps == stride) {
+      seen = node;
+      stride *= 2;
+    }
+  }
+  bool isRound() const {
+    return leadsRound;
+  }
+
+ private:
+  const ztRoot *node;
+  const ztRoot *seen;  // an earlier one, ever farther apart
+  uint64_t steps = 0;
+  uint64_t stride = 2;
+  bool leadsRound = false;
+};
+
+}  // namespace
+
+// Whether a node is `top` or below it. The way up is as long as the tree is deep; after some steps of it, each
+// one is matched by a step through what is below `top`, so that of two trees that are joined the smaller one
+// tells what it costs.
 static bool isWithin(const ztRoot *node, const ztRoot *top) {
-  while (node != nullptr && node != top) node = ztListerOf(node);
-  return node != nullptr;
+  constexpr int32_t fewSteps = 64;
+  WayUp up(node);
+  for (int32_t i = 0; i < fewSteps && up.current() != nullptr; ++i) {
+    if (up.current() == top) return true;
+    up.next();
+  }
+  TreeWalk below(const_cast<ztRoot *>(top));
+  while (up.current() != nullptr && up.current() != top) {
+    up.next();
+    if (below.current() == nullptr) continue;
+    if (below.current() == node) return true;
+    below.next();
+    if (below.current() == nullptr && !below.failed()) return false;
+  }
+  return up.current() != nullptr || up.isRound();
 }
 
 // The parent --------------------------------------------------------------------------------------
@@ -131,18 +187,19 @@ static void *rootGetParent(const void *object) {
 
 static bool attach(ztRoot *node, ztRoot *parent) {
   if (parent->children == nullptr || ((node->marks | parent->marks) & ztNodeEnding)) return false;
+  // Asked for ahead of all changes, since a host's own may not return.
+  const int32_t parentUid = ztRoot_of(parent)->getUid(parent);
   // A copied child of the parent's keeps its place.
   const bool isListed = ztListerOf(node) == parent && !(node->marks & ztNodeLeaving);
   if (isListed) {
     forgetLister(node);
   } else {
     if (ztRootPtrList_of(parent->children)->pushBack(parent->children, node) == nullptr) return false;
-    ++listChanges;
     // When the parent lists the node twice now, it is the earlier place that goes.
     takeOff(node);
   }
   node->parent = parent;
-  node->parentUid = ztRoot_of(parent)->getUid(parent);
+  node->parentUid = parentUid;
   ztRoot_of(node)->ref(node);
   return true;
 }
@@ -159,19 +216,22 @@ static bool leaveParent(ztRoot *node, void *parent) {
   return true;
 }
 
+static bool isBelow(const ztRoot *parent, const ztRoot *node) {
+  // Without children, only the node itself is below it.
+  return ztFirstChild(node) == nullptr ? parent == node : isWithin(parent, node);
+}
+
 static int32_t rootSetParent(void *object, void *newParent) {
   if (object == nullptr) return 0;
   ztRoot *node = nodeOf(object);
   ztRoot *parent = nodeOf(newParent);
   void *current = ztRoot_of(node)->getParent(node);
   if (current == newParent) return 1;
-  // Without children, only the node itself is below it.
-  const bool isLeaf = firstChild(node) == nullptr;
-  if (isLeaf ? parent == node : isWithin(parent, node)) return 0;
+  if (isBelow(parent, node)) return 0;
   if (current != nullptr) {
     ObjectWatch watch(parent);
     if (!leaveParent(node, current)) return 0;
-    if (parent != nullptr && (!watch.isAlive() || isWithin(parent, node))) return 0;
+    if (parent != nullptr && (!watch.isAlive() || isBelow(parent, node))) return 0;
   }
   return parent == nullptr || attach(node, parent);
 }
@@ -182,8 +242,8 @@ static void rootUpdate(void *) {}
 static void *searchBelow(const ztRoot *node, int32_t uid) {
   if (node == nullptr) return nullptr;
   void *found = nullptr;
-  for (const ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
-    ztRoot *child = childOf(item);
+  for (const ztListItem *item = ztFirstChild(node); item != nullptr; item = item->next) {
+    ztRoot *child = ztChildOf(item);
     if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return child;
     found = searchBelow(child, uid);
   }
@@ -191,12 +251,16 @@ static void *searchBelow(const ztRoot *node, int32_t uid) {
 }
 
 // Searches from the node above the top of the tree, where there is none: no child is ever refused for
-// an identifier that the tree has already.
+// an identifier that the tree has already. So the way up is gone only as far as a host's `getParent` leads.
 static void *rootFindChildById(const void *object, int32_t uid) {
-  if (object == nullptr) return nullptr;
-  const void *top = ztRoot_of(object)->getParent(object);
-  while (top != nullptr) top = ztRoot_of(top)->getParent(top);
-  return searchBelow(nodeOf(top), uid);
+  const void *top = object;
+  while (top != nullptr && ztRoot_of(top)->getParent != rootGetParent) top = ztRoot_of(top)->getParent(top);
+  return searchBelow(nullptr, uid);
+}
+
+// A class's nodes may be announced by several threads at once.
+static void clearWord(void *&word) {
+  __atomic_store_n(&word, nullptr, __ATOMIC_RELAXED);
 }
 
 static void emitChild(ztRoot *node, const char *signalName, ztRoot *child) {
@@ -211,13 +275,13 @@ static void rootAddChild(void *object, void *given) {
   if (ztRoot_of(node)->findChildById(node, methods->getUid(child)) != nullptr) return;
   ObjectWatch watch(node);
   if (!methods->setParent(child, node) || !watch.isAlive()) return;
-  static_cast<ztRootMethods *>(node->klass->methodTable)->reserved1 = nullptr;
+  clearWord(static_cast<ztRootMethods *>(node->klass->methodTable)->reserved1);
   emitChild(node, "childAdded", child);
 }
 
 static ztListItem *findByUid(const ztRoot *node, int32_t uid) {
-  for (ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
-    const ztRoot *child = childOf(item);
+  for (ztListItem *item = ztFirstChild(node); item != nullptr; item = item->next) {
+    const ztRoot *child = ztChildOf(item);
     if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return item;
   }
   return nullptr;
@@ -228,15 +292,15 @@ static void rootDeleteChild(void *object, void *given) {
   ztRoot *node = nodeOf(object);
   ztListItem *item = findByUid(node, ztRoot_of(given)->getUid(given));
   if (item == nullptr) return;
-  ztRoot *child = childOf(item);
+  ztRoot *child = ztChildOf(item);
   if (child->marks & ztNodeLeaving) {
     takeOff(child);  // a slot of "childDeleted" deletes the same child
     return;
   }
   child->parent = nullptr;
   child->parentUid = 0;
-  static_cast<ztRootMethods *>(node->klass->methodTable)->reserved2 = nullptr;
-  if (rememberLister(child, node)) {
+  clearWord(static_cast<ztRootMethods *>(node->klass->methodTable)->reserved2);
+  if (ztRememberLister(child, node)) {
     child->marks |= ztNodeLeaving;
   } else {
     removeItem(node, item);  // without memory it goes first
@@ -294,9 +358,10 @@ static int32_t rootInitProperties(ztClass *klass) {
 // Life of a node ----------------------------------------------------------------------------------
 
 static void nameNode(ztRoot *node) {
-  static uint32_t created;  // one count for the nodes of all classes
-  static char name[sizeof(ztClassEntry::name) + 16];
-  snprintf(name, sizeof name, "%s_%d", node->klass->name, static_cast<int32_t>(created++));
+  static uint32_t created;  // one count for the nodes of all classes and threads
+  const uint32_t number = __atomic_fetch_add(&created, 1, __ATOMIC_RELAXED);
+  char name[sizeof(ztClassEntry::name) + 16];
+  snprintf(name, sizeof name, "%s_%d", node->klass->name, static_cast<int32_t>(number));
   ztRoot_of(node)->setName(node, name);
 }
 
@@ -316,7 +381,7 @@ static int32_t rootCreate(void *object) {
 
 // A child leaves the list before its release, which may reach this node again.
 static void releaseItem(ztRoot *node, ztListItem *item) {
-  ztRoot *child = childOf(item);
+  ztRoot *child = ztChildOf(item);
   removeItem(node, item);
   if (child == nullptr) return;
   // Detached already: its reference was left to whoever deletes it.
@@ -329,44 +394,94 @@ static void releaseItem(ztRoot *node, ztListItem *item) {
   if (!isLeaving) ztRoot_of(child)->unRef(child);
 }
 
-// Whether a child has children that end with it when its list releases it.
+// Whether a child does not notice that its children end ahead of it.
+static bool endsLikeTheLibrarys(const ztRoot *child) {
+  const ztRootMethods *methods = ztRoot_of(child);
+  const ztRootMethods *ofLibrary = ztLibraryMethodsOf(child);
+  return methods->destroy == ofLibrary->destroy && methods->unRef == ofLibrary->unRef;
+}
+
+// Whether a child, and with it its own children, ends when its list releases it.
 static bool endsWithChildren(const ztRoot *child, const ztRoot *lister) {
-  return child != nullptr && firstChild(child) != nullptr && ztListerOf(child) == lister &&
+  return child != nullptr && ztFirstChild(child) != nullptr && ztListerOf(child) == lister &&
          !(child->marks & ztNodeLeaving) && ztRoot_of(child)->getRefCount(child) <= 2;
 }
 
-// In the same order as by recursion, from below, but with no more stack for more levels.
-static void releaseFromBelow(ztRoot *node) {
+namespace {
+
+enum class Override { sees, ignored };
+
+}  // namespace
+
+// A host's own `destroy` finds its children listed, as long as there is stack for it.
+static bool endsFromBelow(const ztRoot *child, const ztRoot *lister, Override overrides) {
+  return endsWithChildren(child, lister) &&
+         (overrides == Override::ignored || endsLikeTheLibrarys(child) || ztStackLeft() == 0);
+}
+
+// Releases the children of a node in the same order as by recursion, from below, but with no more stack for
+// more levels. The path down to the present node is the nodes' own: each knows who lists it. Returns false
+// when slots took the path apart.
+static bool releaseBelow(ztRoot *node, Override overrides) {
   ztRoot *at = node;
-  while (firstChild(node) != nullptr) {
-    ztListItem *first = firstChild(at);
+  while (ztFirstChild(node) != nullptr) {
+    ztListItem *first = ztFirstChild(at);
     if (first == nullptr) {
+      at->marks &= ~uint32_t{ztNodeOnPath};
       at = ztListerOf(at);
       continue;
     }
-    ztRoot *child = childOf(first);
-    if (endsWithChildren(child, at)) {
+    ztRoot *child = ztChildOf(first);
+    if (endsFromBelow(child, at, overrides)) {
+      child->marks |= ztNodeOnPath;
       at = child;
       continue;
     }
-    const uint32_t changes = listChanges + 1;
+    const uint32_t broken = ztThisThread.brokenPaths;
     releaseItem(at, first);
-    // Slots changed the tree; begin again.
-    if (listChanges != changes) at = node;
+    if (ztThisThread.brokenPaths != broken) return false;
+  }
+  return true;
+}
+
+// The first node with children to which so many calls of hosts' own `destroy` lead, one inside the other,
+// when `top` ends. NULL when there is none, or no memory to find it.
+static ztRoot *findTooDeep(ztRoot *top, size_t most) {
+  constexpr int64_t survives = -INT32_MAX;
+  GrowingArray<int64_t> calls;  // by the level of the walk
+  TreeWalk walk(top);
+  for (walk.next(); walk.current() != nullptr; walk.next()) {
+    ztRoot *node = walk.current();
+    while (calls.size() > 0 && calls.size() >= walk.depth()) calls.pop();
+    int64_t call = calls.size() == 0 ? 0 : calls.last();
+    if (ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+      call = endsWithChildren(node, walk.above()) ? call + 1 : survives;
+      node->marks |= ztNodeSurveyed;
+      if (call >= static_cast<int64_t>(most)) return node;
+    }
+    if (!calls.push(call)) return nullptr;
+  }
+  return nullptr;
+}
+
+// Each `destroy` of a host's takes stack for those below it, and each release looks through those that are
+// under way. So what lies deeper than the stack reaches goes first, from here.
+static void releaseTooDeep(ztRoot *node) {
+  constexpr size_t stackOfDestroy = 1024;
+  const size_t most = ztStackLeft() / stackOfDestroy;
+  while (ztRoot *deep = findTooDeep(node, most)) {
+    deep->marks |= ztNodeOnPath;
+    if (releaseBelow(deep, Override::ignored)) deep->marks &= ~uint32_t{ztNodeOnPath};
   }
 }
 
 static void releaseChildren(ztRoot *node) {
-  // Each release looks through those that are under way, so few of them keep it fast, too.
-  constexpr int32_t deepest = 64;
-  static int32_t depth;
-  if (depth == deepest) {
-    releaseFromBelow(node);
-    return;
+  // A node that is reached through the `destroy` of one above it was looked at with that one.
+  if (!(node->marks & ztNodeSurveyed) && ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+    releaseTooDeep(node);
   }
-  ++depth;
-  while (ztListItem *first = firstChild(node)) releaseItem(node, first);
-  --depth;
+  // Slots took the path apart: begin again.
+  while (!releaseBelow(node, Override::sees)) continue;
 }
 
 static void releaseList(ztRoot *node) {
@@ -375,56 +490,29 @@ static void releaseList(ztRoot *node) {
   if (children != nullptr) ztRootPtrList_of(children)->unRef(children);
 }
 
-// Each child of a copy belongs to it alone, with one reference; its parent field does not say so.
-static bool cloneChildren(const ztRoot *node, ztRoot *copy) {
-  for (const ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
-    const ztRoot *child = childOf(item);
-    auto *childCopy = static_cast<ztRoot *>(ztCopyObject(child));
-    if (child != nullptr && childCopy == nullptr) return false;
-    if (ztRootPtrList_of(copy->children)->pushBack(copy->children, childCopy) == nullptr) {
-      if (childCopy != nullptr) ztRoot_of(childCopy)->unRef(childCopy);
-      return false;
-    }
-    if (childCopy != nullptr && !rememberLister(childCopy, copy)) return false;
-  }
-  return true;
-}
-
-static void *rootClone(const void *object, void *target) {
-  static int32_t levels;
-  if (levels == ZT_ROOT_MAX_LEVELS) return nullptr;
-  auto *copy = static_cast<ztRoot *>(ztObject_table()->clone(object, target));
+ztRoot *ztCopyNodeAlone(const void *node, void *target) {
+  auto *copy = static_cast<ztRoot *>(ztObject_table()->clone(node, target));
   if (copy == nullptr) return nullptr;
   copy->parent = nullptr;
   copy->parentUid = -1;
   copy->children = ztNewObject<ztRootPtrList>(ztRootPtrList_ctor);
-  ++levels;
-  const bool complete = copy->children != nullptr && cloneChildren(nodeOf(object), copy);
-  --levels;
-  if (complete) return copy;
+  if (copy->children != nullptr) return copy;
+  ztObject_table()->destroy(copy);
+  return nullptr;
+}
+
+static void *rootClone(const void *object, void *target) {
+  ztRoot *copy = ztCopyNodeAlone(object, target);
+  if (copy == nullptr || ztCopyChildren(nodeOf(object), copy)) return copy;
   releaseChildren(copy);
   releaseList(copy);
   ztObject_table()->destroy(copy);
   return nullptr;
 }
 
-static void assignChildren(ztRoot *node, const ztRoot *source) {
-  const ztListItem *own = firstChild(node);
-  const ztListItem *other = firstChild(source);
-  for (; own != nullptr && other != nullptr; own = own->next, other = other->next) {
-    ztRoot *child = childOf(own);
-    if (child != nullptr && other->data != nullptr) ztAssignCommon(child, other->data);
-  }
-}
-
 static int32_t rootAssign(void *object, const void *other) {
-  static int32_t levels;
-  if (object == nullptr || other == nullptr || levels == ZT_ROOT_MAX_LEVELS) return 0;
-  if (!ztObject_table()->assign(object, other)) return 0;
-  ++levels;
-  assignChildren(nodeOf(object), nodeOf(other));
-  --levels;
-  return 1;
+  if (object == nullptr || other == nullptr || !ztObject_table()->assign(object, other)) return 0;
+  return ztAssignChildren(nodeOf(object), nodeOf(other));
 }
 
 static void rootDestroy(void *object) {
@@ -455,10 +543,10 @@ static int32_t rootRead(void *object, void *file) {
   if (object == nullptr || file == nullptr || !ztObject_table()->read(object, file)) return 0;
   ztRoot *node = nodeOf(object);
   const ztFileMethods *methods = ztFile_of(file);
-  if (!methods->readInt(file, &node->uid)) return 0;
+  if (methods->readInt(file, &node->uid) <= 0) return 0;
   const int32_t read = methods->readBuf(file, nameFieldSize, node->name);
   node->name[nameFieldSize - 1] = '\0';
-  return read == nameFieldSize && methods->readInt(file, &node->parentUid);
+  return read == nameFieldSize && methods->readInt(file, &node->parentUid) > 0;
 }
 
 static void rootMethods(ztRootMethods *methods) {

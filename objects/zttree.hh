@@ -1,13 +1,40 @@
-// What the modules of the tree share: who lists a node, walks over trees, an index by words.
+// What the modules of the tree share: who lists a node, the library's own operations, walks over trees, an
+// index by words.
 #ifndef ZT_OBJECTS_ZTTREE_HH
 #define ZT_OBJECTS_ZTTREE_HH
 
+#include "containers/ztlistitem.h"
 #include "core/ztmem.h"
 #include "objects/ztroot.h"
+
+inline ztRoot *ztChildOf(const ztListItem *item) {
+  return static_cast<ztRoot *>(item->data);
+}
+
+inline ztListItem *ztFirstChild(const ztRoot *node) {
+  return node->children == nullptr ? nullptr : node->children->head;
+}
 
 // The one node that lists this node among its children: its parent; or, for the child of a copy and
 // for a child whose deletion is being announced, a node that is not its parent. NULL for none.
 ztRoot *ztListerOf(const ztRoot *node);
+
+// Notes who lists a node that has no parent. False without memory.
+bool ztRememberLister(ztRoot *node, ztRoot *lister);
+
+// The methods of the nearest class of the library's: a node does what they do where its own are the same.
+const ztRootMethods *ztLibraryMethodsOf(const ztRoot *node);
+
+// Fills the list of a copy with copies of a node's children, and of all below them. False, with a part of
+// them listed, where one cannot be copied.
+bool ztCopyChildren(const ztRoot *node, ztRoot *copy);
+
+// Assigns the children of another node to those in the same places, and so on below them. 0 where that
+// would take more stack or memory than there is.
+int32_t ztAssignChildren(ztRoot *node, const ztRoot *other);
+
+// Begins a copy of a node: all but its children, in memory that holds nothing. NULL on failure.
+ztRoot *ztCopyNodeAlone(const void *node, void *target);
 
 // Elements side by side, without constructors and destructors of their own.
 template <typename Element>
@@ -59,8 +86,9 @@ class GrowingArray {
   int32_t room = 0;
 };
 
-// A hash table from words to pointers. Plain data without destructor, so that it can be static: `clear`
-// releases what it holds, and so does the removal of the last entry.
+// A hash table from words to pointers. Where a key stands depends on a secret of the process, so that nobody
+// can choose keys that all stand in one place. Plain data without destructor, so that it can be static:
+// `clear` releases what it holds, and so does the removal of the last entry.
 class WordTable {
  public:
   // NULL when there is no such key.
@@ -105,6 +133,10 @@ class TreeWalk {
   // The node above the current one; NULL for the top.
   ztRoot *above() const {
     return levels.size() == 0 ? nullptr : levels.last().parent;
+  }
+  // How many nodes of the walk are above the current one.
+  int32_t depth() const {
+    return levels.size();
   }
   void next();
   bool failed() const {

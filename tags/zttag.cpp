@@ -4,6 +4,7 @@
 #include "core/ztlayout.hh"
 #include "core/zttext.hh"
 #include "objects/ztobject.hh"
+#include "tags/zttag.hh"
 #include "tags/zttagattr.hh"
 #include "tags/zttagowner.hh"
 
@@ -257,24 +258,30 @@ static bool cloneAttributes(const ztTag *tag, ztTag *copy) {
   return complete;
 }
 
+bool ztTagCopyAttributes(const ztTag *tag, ztTag *copy) {
+  copy->attributes = nullptr;
+  return tag->attributes == nullptr || cloneAttributes(tag, copy);
+}
+
 static void *tagClone(const void *object, void *target) {
   auto *copy = static_cast<ztTag *>(ztRoot_table()->clone(object, target));
-  if (copy == nullptr) return nullptr;
-  const auto *tag = static_cast<const ztTag *>(object);
-  copy->attributes = nullptr;
-  if (tag->attributes == nullptr || cloneAttributes(tag, copy)) return copy;
+  if (copy == nullptr || ztTagCopyAttributes(static_cast<const ztTag *>(object), copy)) return copy;
   releaseAttributes(copy);
   ztRoot_table()->destroy(copy);
   return nullptr;
 }
 
-static int32_t tagAssign(void *object, const void *other) {
-  if (other == nullptr || !ztRoot_table()->assign(object, other)) return 0;
+void ztTagAssignAttributes(ztTag *tag, const ztTag *other) {
   for (int32_t i = 0; i < countOf(other); ++i) {
-    ztTagAttribute *attribute = attributeAt(object, i);
+    ztTagAttribute *attribute = attributeAt(tag, i);
     const ztTagAttribute *source = attributeAt(other, i);
     if (attribute != nullptr && source != nullptr) ztAssignCommon(attribute, source);
   }
+}
+
+static int32_t tagAssign(void *object, const void *other) {
+  if (other == nullptr || !ztRoot_table()->assign(object, other)) return 0;
+  ztTagAssignAttributes(static_cast<ztTag *>(object), static_cast<const ztTag *>(other));
   return 1;
 }
 

@@ -101,6 +101,13 @@ extern "C" FILE *fopen(const char *name, const char *mode) {
   return stream == nullptr || current == nullptr ? stream : countedStream(stream, mode);
 }
 
+extern "C" FILE *fdopen(int descriptor, const char *mode) {
+  static auto *const open = following<FILE *(int, const char *)>("fdopen");
+  if (fails(opens)) return nullptr;
+  FILE *stream = open(descriptor, mode);
+  return stream == nullptr || current == nullptr ? stream : countedStream(stream, mode);
+}
+
 extern "C" DIR *opendir(const char *name) {
   static auto *const open = following<DIR *(const char *)>("opendir");
   if (fails(opens)) return nullptr;

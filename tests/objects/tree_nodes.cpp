@@ -1,5 +1,6 @@
 #include "tests/objects/tree_nodes.hh"
 
+#include "containers/ztarrays.h"
 #include "core/ztmem.h"
 
 #include <gtest/gtest.h>
@@ -166,4 +167,38 @@ std::string NodeFile::bytes() const {
   std::ostringstream contents;
   contents << std::ifstream(name, std::ios::binary).rdbuf();
   return contents.str();
+}
+
+Loaded::Loaded(void *file, int32_t count) : roots(ztPtrArray_ctor(nullptr, 1)) {
+  result = ztRoot_loadTree(file, count, roots, &report);
+}
+
+Loaded::Loaded(const std::string &path) : roots(ztPtrArray_ctor(nullptr, 1)) {
+  result = ztRoot_openTree(path.c_str(), roots, &report);
+}
+
+Loaded::~Loaded() {
+  for (ztRoot *root : tops()) release(root);
+  release(roots);
+}
+
+std::vector<ztRoot *> Loaded::tops() const {
+  std::vector<ztRoot *> found;
+  for (int32_t i = 0; i < ztPtrArray_of(roots)->getSize(roots); ++i) {
+    found.push_back(static_cast<ztRoot *>(ztPtrArray_of(roots)->getAt(roots, i)));
+  }
+  return found;
+}
+
+std::string Loaded::shapes() const {
+  std::string text;
+  for (const ztRoot *root : tops()) {
+    if (!text.empty()) text += ' ';
+    text += shapeOf(root);
+  }
+  return text;
+}
+
+std::vector<int32_t> Loaded::counts() const {
+  return {report.nodes, report.orphans, report.doubles, report.loops};
 }

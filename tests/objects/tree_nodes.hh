@@ -87,4 +87,26 @@ class NodeFile {
   std::string name;
 };
 
+// What a load gave; ends with the roots.
+class Loaded {
+ public:
+  explicit Loaded(void *file, int32_t count = -1);
+  // A file of its own.
+  explicit Loaded(const std::string &path);
+  ~Loaded();
+  Loaded(const Loaded &) = delete;
+  Loaded &operator=(const Loaded &) = delete;
+
+  std::vector<ztRoot *> tops() const;
+  std::string shapes() const;
+  // Nodes, orphans, doubles and loops.
+  std::vector<int32_t> counts() const;
+
+  int32_t result;
+
+ private:
+  void *roots;
+  ztTreeReport report;
+};
+
 #endif

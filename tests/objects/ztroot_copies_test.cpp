@@ -152,34 +152,6 @@ TEST(CopyOfANode, IsNotPutBelowItsOwnChildren) {
   release(node);
 }
 
-// The levels of a chain are those of the copy that is tried.
-static ztRoot *newChain(int levels) {
-  ztRoot *top = newNode(0);
-  ztRoot *at = top;
-  for (int level = 1; level < levels; ++level) at = newChild(at, level);
-  return top;
-}
-
-TEST(CopyOfANode, HasAtMostSoManyLevels) {
-  Forest forest;
-  ztRoot *chain = newChain(ZT_ROOT_MAX_LEVELS);
-  ztRoot *copy = newCopy(chain);
-  ASSERT_NE(copy, nullptr);
-  EXPECT_EQ(ztRoot_of(copy)->assign(copy, chain), 1);
-  ztRoot *longer = newNode(-1);
-  addChild(longer, chain);
-  EXPECT_EQ(newCopy(longer), nullptr);
-  EXPECT_EQ(ztRoot_of(longer)->assign(longer, longer), 1);
-  release(copy);
-  release(longer);
-  // A refusal leaves nothing behind.
-  ztRoot *small = newNode(1);
-  ztRoot *smallCopy = newCopy(small);
-  EXPECT_NE(smallCopy, nullptr);
-  release(smallCopy);
-  release(small);
-}
-
 // Records what it is assigned.
 #define Assigned_FIELDS \
   ztRoot_FIELDS         \

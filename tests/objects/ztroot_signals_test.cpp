@@ -466,9 +466,13 @@ TEST(Ending, ATreeOfManyLevelsReleasesOnlyWhatIsItsOwn) {
 TEST(Ending, SlotsMayChangeATreeOfManyLevelsWhileItEnds) {
   Forest forest;
   constexpr int levels = 3000;
-  ztRoot *top = newNode(0);
+  ztRoot *top = newNode(0, ztRoot_ctor);
   std::vector<ztRoot *> chain = {top};
-  while (chain.size() < levels) chain.push_back(newChild(chain.back(), static_cast<int32_t>(chain.size())));
+  while (chain.size() < levels) {
+    ztRoot *below = newNode(static_cast<int32_t>(chain.size()), ztRoot_ctor);
+    addChild(chain.back(), below);
+    chain.push_back(below);
+  }
   ztRoot *refuge = newNode(-1);
   // The end of the lowest frees half of the chain, and ends a part of the other half.
   forest.on(chain[levels - 1], "destroyed", [&](ztRoot *) {

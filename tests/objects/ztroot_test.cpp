@@ -2,10 +2,13 @@
 
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
+#include "objects/ztlink.h"
 #include "tests/helpers/host_process.hh"
 #include "tests/objects/tree_nodes.hh"
 
 #include <gtest/gtest.h>
+
+#include <setjmp.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -429,6 +432,38 @@ TEST(Attaching, FindChildByIdFindsNothing) {
   release(top);
 }
 
+// A node whose identifier is not told: who asks for it is left with a longjmp.
+#define Secretive_FIELDS ztRoot_FIELDS
+#define Secretive_METHODS ztRoot_METHODS
+ZT_DECLARE_CLASS(Secretive)
+
+static jmp_buf beforeTheQuestion;
+
+static int32_t secretiveGetUid(const void *) {
+  longjmp(beforeTheQuestion, 1);
+}
+
+static void secretiveMethods(SecretiveMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, getUid, secretiveGetUid);
+}
+
+ZT_DEFINE_CLASS(Secretive, ztRoot, secretiveMethods)
+
+TEST(Attaching, ThatIsLeftByALongjmpOfTheParentsChangesNothing) {
+  ztRoot *parent = newNode(1, Secretive_ctor);
+  ztRoot *child = newNode(2, ztRoot_ctor);
+  if (setjmp(beforeTheQuestion) == 0) {
+    setParent(child, parent);
+    ADD_FAILURE() << "the parent was not asked";
+  }
+  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
+  EXPECT_EQ(child->parentUid, -1);
+  EXPECT_EQ(countOf(child), 1);
+  EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 0);
+  release(parent);
+  release(child);
+}
+
 // A node that knows a child of any identifier, and one that ends what it is attached to.
 #define Knowing_FIELDS LiveNode_FIELDS
 #define Knowing_METHODS LiveNode_METHODS
@@ -576,6 +611,31 @@ TEST(NodeRecord, ANameWithoutEndIsCut) {
   EXPECT_EQ(nameOf(node), std::string(79, 'n'));
   EXPECT_EQ(node->parentUid, 2);
   release(node);
+}
+
+// A file that reports an error by a negative number.
+#define Negative_FIELDS ztFile_FIELDS
+#define Negative_METHODS ztFile_METHODS
+ZT_DECLARE_CLASS(Negative)
+
+static int32_t negativeReadInt(void *, int32_t *) {
+  return -1;
+}
+
+static void negativeMethods(NegativeMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, readInt, negativeReadInt);
+}
+
+ZT_DEFINE_CLASS(Negative, ztFile, negativeMethods)
+
+TEST(NodeRecord, IsNotReadFromAFileThatGivesANegativeResult) {
+  const NodeFile file(Negative_ctor, std::string(200, 'x'));
+  ztRoot *node = newNode(1);
+  EXPECT_EQ(ztRoot_table()->read(node, file.get()), 0);
+  release(node);
+  void *link = ztLink_ctor(nullptr, 1);
+  EXPECT_EQ(ztLink_of(link)->read(link, file.get()), 0);
+  release(link);
 }
 
 TEST(NodeRecord, IsNotWrittenWithoutAFile) {

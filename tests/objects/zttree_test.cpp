@@ -98,46 +98,6 @@ ZT_DEFINE_CLASS(Stranger, ztObject, strangerMethods)
 
 namespace {
 
-// What a load gave; ends with the roots.
-class Loaded {
- public:
-  explicit Loaded(void *file, int32_t count = -1) : roots(ztPtrArray_ctor(nullptr, 1)) {
-    result = ztRoot_loadTree(file, count, roots, &report);
-  }
-  ~Loaded() {
-    for (ztRoot *root : tops()) release(root);
-    release(roots);
-  }
-  Loaded(const Loaded &) = delete;
-  Loaded &operator=(const Loaded &) = delete;
-
-  std::vector<ztRoot *> tops() const {
-    std::vector<ztRoot *> found;
-    for (int32_t i = 0; i < ztPtrArray_of(roots)->getSize(roots); ++i) {
-      found.push_back(static_cast<ztRoot *>(ztPtrArray_of(roots)->getAt(roots, i)));
-    }
-    return found;
-  }
-  std::string shapes() const {
-    std::string text;
-    for (const ztRoot *root : tops()) {
-      if (!text.empty()) text += ' ';
-      text += shapeOf(root);
-    }
-    return text;
-  }
-  // Nodes, orphans, doubles and loops.
-  std::vector<int32_t> counts() const {
-    return {report.nodes, report.orphans, report.doubles, report.loops};
-  }
-
-  int32_t result;
-
- private:
-  void *roots;
-  ztTreeReport report;
-};
-
 // One record as it is stored: the identity of the class, and the node.
 std::string record(int32_t uid, int32_t parentUid, ztCtor constructor = LiveNode_ctor) {
   ztRoot *node = newNode(uid, constructor);

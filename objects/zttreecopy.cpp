@@ -1,0 +1,222 @@
+// Copies and assignments of whole trees. Nodes that do as the library's classes do are taken in loops, whose
+// memory is the heap; a host's override is called, and comes back here for what is below its node.
+
+#include "core/ztbasec.hh"
+#include "core/ztstack.hh"
+#include "core/ztthread.hh"
+#include "objects/ztobject.hh"
+#include "objects/zttree.hh"
+#include "tags/zttag.hh"
+
+const ztRootMethods *ztLibraryMethodsOf(const ztRoot *node) {
+  const ztClass *klass = node->klass;
+  while (klass != ztTagClass_Instance() && klass != ztRootClass_Instance()) klass = klass->parent;
+  return static_cast<const ztRootMethods *>(klass->methodTable);
+}
+
+static bool isTag(const ztRoot *node) {
+  return ztLibraryMethodsOf(node) == ztTagClass_Instance()->methodTable;
+}
+
+static ztTag *tagOf(ztRoot *node) {
+  return reinterpret_cast<ztTag *>(node);
+}
+
+static const ztTag *tagOf(const ztRoot *node) {
+  return reinterpret_cast<const ztTag *>(node);
+}
+
+// Whether a child stands above the last level. The tree itself puts no node below itself, but its lists are
+// a host's to reach into, and only a child that another node lists can have been put there so.
+template <typename Levels>
+static bool leadsBack(Levels &levels, const ztRoot *child) {
+  if (ztListerOf(child) == levels.last().node) return false;
+  int32_t level = levels.size();
+  while (level > 0 && levels[level - 1].node != child) --level;
+  return level > 0;
+}
+
+// Copying -----------------------------------------------------------------------------------------
+
+namespace {
+
+struct CopyLevel {
+  const ztRoot *node;
+  ztRoot *copy;
+  const ztListItem *following;  // the next child of the node
+};
+
+}  // namespace
+
+static ztRoot *copyAlone(const ztRoot *node) {
+  void *fresh = static_cast<const ztClassFunctions *>(node->klass->classTable)->newop();
+  if (fresh == nullptr) return nullptr;
+  ztRoot *copy = ztCopyNodeAlone(node, fresh);
+  if (copy == nullptr) {
+    ztm_free(fresh);
+    return nullptr;
+  }
+  copy->refCount = 1;
+  // Until its turn comes: now it is the source's array.
+  if (isTag(node)) tagOf(copy)->attributes = nullptr;
+  return copy;
+}
+
+// The copy belongs to the list that it is on alone, with one reference; its parent field does not say so.
+static bool list(ztRoot *copy, ztRoot *childCopy) {
+  if (ztRootPtrList_of(copy->children)->pushBack(copy->children, childCopy) != nullptr) {
+    return childCopy == nullptr || ztRememberLister(childCopy, copy);
+  }
+  if (childCopy != nullptr) ztRoot_of(childCopy)->unRef(childCopy);
+  return false;
+}
+
+static bool copyChild(GrowingArray<CopyLevel> &levels, const ztRoot *child) {
+  ztRoot *copy = levels.last().copy;
+  if (child == nullptr) return list(copy, nullptr);
+  if (leadsBack(levels, child)) return false;
+  if (ztRoot_of(child)->clone == ztLibraryMethodsOf(child)->clone) {
+    ztRoot *childCopy = copyAlone(child);
+    return childCopy != nullptr && list(copy, childCopy) &&
+           levels.push({child, childCopy, ztFirstChild(child)});
+  }
+  auto *childCopy = static_cast<ztRoot *>(ztStackLeft() > 0 ? ztCopyObject(child) : nullptr);
+  return childCopy != nullptr && list(copy, childCopy);
+}
+
+bool ztCopyChildren(const ztRoot *node, ztRoot *copy) {
+  GrowingArray<CopyLevel> levels;
+  if (!levels.push({node, copy, ztFirstChild(node)})) return false;
+  while (true) {
+    CopyLevel &level = levels.last();
+    if (level.following != nullptr) {
+      const ztRoot *child = ztChildOf(level.following);
+      level.following = level.following->next;
+      if (!copyChild(levels, child)) return false;
+      continue;
+    }
+    // The uppermost is its caller's to complete.
+    if (levels.size() == 1) return true;
+    if (isTag(level.node) && !ztTagCopyAttributes(tagOf(level.node), tagOf(level.copy))) return false;
+    levels.pop();
+  }
+}
+
+// Assigning ---------------------------------------------------------------------------------------
+
+namespace {
+
+struct AssignLevel {
+  ztRoot *node;
+  const ztRoot *other;
+  const ztListItem *own;  // the next child of each
+  const ztListItem *following;
+  int32_t overrides;  // how many nodes down to here are assigned by a host's override
+};
+
+// Goes through two trees in step, as far as both have children.
+class PairWalk {
+ public:
+  bool push(ztRoot *node, const ztRoot *other, int32_t overrides) {
+    return levels.push({node, other, ztFirstChild(node), ztFirstChild(other), overrides});
+  }
+  // Moves on to the next pair of children in the last level; false behind the last.
+  bool next();
+  bool isEmpty() const {
+    return levels.size() == 0;
+  }
+  bool isTop() const {
+    return levels.size() == 1;
+  }
+  AssignLevel &last() {
+    return levels.last();
+  }
+  void pop() {
+    levels.pop();
+  }
+  bool leadsBack() {
+    return ::leadsBack(levels, child);
+  }
+
+  ztRoot *child = nullptr;  // the present pair
+  const ztRoot *source = nullptr;
+
+ private:
+  GrowingArray<AssignLevel> levels;
+};
+
+}  // namespace
+
+bool PairWalk::next() {
+  AssignLevel &level = levels.last();
+  while (level.own != nullptr && level.following != nullptr) {
+    child = ztChildOf(level.own);
+    source = ztChildOf(level.following);
+    level.own = level.own->next;
+    level.following = level.following->next;
+    if (child != nullptr && source != nullptr) return true;
+  }
+  return false;
+}
+
+static bool isAssignedByOverride(const ztRoot *node) {
+  return ztRoot_of(node)->assign != ztLibraryMethodsOf(node)->assign;
+}
+
+// Whether memory and stack suffice, as far as that can be told beforehand: what overrides take is theirs.
+static bool canAssign(PairWalk &walk, ztRoot *node, const ztRoot *other) {
+  constexpr size_t stackOfOverride = 512;
+  const size_t most = ztStackLeft() / stackOfOverride;
+  if (!walk.push(node, other, 0)) return false;
+  while (!walk.isEmpty()) {
+    if (!walk.next()) {
+      walk.pop();
+      continue;
+    }
+    const int32_t overrides = walk.last().overrides + (isAssignedByOverride(walk.child) ? 1 : 0);
+    if (static_cast<size_t>(overrides) > most || walk.leadsBack() ||
+        !walk.push(walk.child, walk.source, overrides)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Returns false when there is not enough stack or memory for all below the pair.
+static bool assignPair(PairWalk &walk) {
+  ztRoot *child = walk.child;
+  if (!isAssignedByOverride(child)) {
+    return !ztObject_table()->assign(child, walk.source) || walk.push(child, walk.source, 0);
+  }
+  if (ztStackLeft() == 0) return false;
+  child->marks |= ztNodeAssignable;
+  ztAssignCommon(child, walk.source);
+  return true;
+}
+
+// Does both, since the walk keeps the memory that it took.
+static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
+  const uint32_t refused = ztThisThread.refusedAssignments;
+  if (!walk.push(node, other, 0)) return false;
+  while (true) {
+    if (walk.next()) {
+      if (!assignPair(walk)) return false;
+      continue;
+    }
+    // The uppermost is its caller's to complete.
+    const AssignLevel &level = walk.last();
+    if (walk.isTop()) return ztThisThread.refusedAssignments == refused;
+    if (isTag(level.node) && isTag(level.other)) ztTagAssignAttributes(tagOf(level.node), tagOf(level.other));
+    walk.pop();
+  }
+}
+
+int32_t ztAssignChildren(ztRoot *node, const ztRoot *other) {
+  PairWalk walk;
+  // Of a node that is reached through an override, the walk above it has looked at all that is below.
+  const bool isAssignable = (node->marks & ztNodeAssignable) != 0;
+  node->marks &= ~uint32_t{ztNodeAssignable};
+  if ((isAssignable || canAssign(walk, node, other)) && assignBelow(walk, node, other)) return 1;
+  ++ztThisThread.refusedAssignments;
+  return 0;
+}

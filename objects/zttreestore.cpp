@@ -1,0 +1,396 @@
+#include "objects/zttreestore.hh"
+
+#include "containers/ztarrays.h"
+#include "core/ztbasec.hh"
+#include "core/zttext.hh"
+#include "io/ztfile.h"
+#include "objects/zttree.hh"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+// The identity of a record ------------------------------------------------------------------------
+//
+// A reader looks for the first record that bears the identifier of a node's parent. Where that is another
+// record, or the identifier stands for no parent, the name field of the class identity says behind the name
+// how many records above this one its parent's stands; other readers do not look there.
+
+constexpr char hintLabel[] = "above:";
+constexpr size_t hintDigits = 10;
+constexpr size_t hintSize = sizeof hintLabel - 1 + hintDigits;
+// The field ends with a zero, and a name with another.
+constexpr size_t hintPlace = sizeof(ztIdentity::name) - 1 - hintSize;
+
+// A class with a name that leaves no room does without.
+static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
+  const ztClass *klass = node->klass;
+  if (distance == 0 || strlen(klass->name) >= hintPlace) {
+    return ztBaseClass_functions()->classWrite(nullptr, node, file) != 0;
+  }
+  ztIdentity identity;
+  ztCopyText(identity.name, klass->name);
+  snprintf(identity.name + hintPlace, hintSize + 1, "%s%010d", hintLabel, distance);
+  const ztFileMethods *methods = ztFile_of(file);
+  return methods->writeBuf(file, sizeof identity.name, identity.name) == sizeof identity.name &&
+         methods->writeInt(file, static_cast<int32_t>(klass->version)) > 0;
+}
+
+// 0 where nothing is said.
+static int64_t distanceIn(const ztIdentity &identity) {
+  const size_t length = strlen(identity.name);
+  for (size_t i = length; i < hintPlace; ++i) {
+    if (identity.name[i] != '\0') return 0;
+  }
+  const char *hint = identity.name + hintPlace;
+  const char *digits = hint + sizeof hintLabel - 1;
+  if (length >= hintPlace || memcmp(hint, hintLabel, sizeof hintLabel - 1) != 0) return 0;
+  return strspn(digits, "0123456789") == hintDigits ? strtoll(digits, nullptr, 10) : 0;
+}
+
+// 0 and -1 stand for no parent.
+static bool namesParent(int32_t uid) {
+  return uid != 0 && uid != -1;
+}
+
+// Storing -----------------------------------------------------------------------------------------
+
+namespace {
+
+class TreeStorer {
+ public:
+  explicit TreeStorer(void *target) : file(target) {}
+  ~TreeStorer() {
+    uids.clear();
+  }
+  TreeStorer(const TreeStorer &) = delete;
+  TreeStorer &operator=(const TreeStorer &) = delete;
+
+  // The number of nodes; 0 on failure.
+  int32_t store(ztRoot *root);
+
+ private:
+  struct Level {
+    int32_t record;
+    bool isFound;  // by the identifier that the record bears
+  };
+
+  bool noteNode(const ztRoot *node, int32_t depth);
+  bool storeNode(ztRoot *node, const ztRoot *above);
+
+  GrowingArray<Level> levels;  // the present node and those above it
+  WordTable uids;              // of the records so far
+  void *file;
+  int32_t stored = 0;
+  bool isFirst = true;  // there are no records ahead of the tree's in the file
+};
+
+}  // namespace
+
+bool TreeStorer::noteNode(const ztRoot *node, int32_t depth) {
+  const int32_t uid = ztRoot_of(node)->getUid(node);
+  const uint64_t key = ztUidKey(uid);
+  const bool isFound = isFirst && namesParent(uid) && uids.find(key) == nullptr;
+  while (levels.size() > depth) levels.pop();
+  return levels.push({stored, isFound}) && uids.insert(key, this);
+}
+
+// The record bears the identifier that the node above has now, whatever it was when the node was
+// attached there; copied children were never attached.
+bool TreeStorer::storeNode(ztRoot *node, const ztRoot *above) {
+  const int32_t kept = node->parentUid;
+  int32_t distance = 0;
+  if (above != nullptr) {
+    node->parentUid = ztRoot_of(above)->getUid(above);
+    const Level &level = levels[levels.size() - 2];
+    if (!level.isFound) distance = stored - level.record;
+  }
+  const bool isStored = writeIdentity(node, distance, file) && ztRoot_of(node)->write(node, file) != 0;
+  node->parentUid = kept;
+  return isStored;
+}
+
+int32_t TreeStorer::store(ztRoot *root) {
+  isFirst = ztFile_of(file)->tell(file) == 0;
+  TreeWalk walk(root);
+  for (; walk.current() != nullptr; walk.next()) {
+    if (stored == INT32_MAX || !noteNode(walk.current(), walk.depth()) ||
+        !storeNode(walk.current(), walk.above())) {
+      return 0;
+    }
+    ++stored;
+  }
+  return walk.failed() ? 0 : stored;
+}
+
+int32_t ztRoot_storeTree(const void *root, void *file) {
+  if (root == nullptr || file == nullptr) return 0;
+  TreeStorer storer(file);
+  return storer.store(static_cast<ztRoot *>(const_cast<void *>(root)));
+}
+
+// The mark ----------------------------------------------------------------------------------------
+
+const char ztMarkName[] = "(end of tree)";
+
+void ztPrintMark(const ztTreeMark &mark, char (&text)[ztMarkTextSize + 1]) {
+  snprintf(text, sizeof text, "nodes %010d bytes %020ld sum %016lx", mark.nodes, mark.bytes, mark.sum);
+}
+
+bool ztParseMark(const char *text, ztTreeMark *mark) {
+  char kept[ztMarkTextSize + 1];
+  memcpy(kept, text, ztMarkTextSize);
+  kept[ztMarkTextSize] = '\0';
+  // NOLINTNEXTLINE(cert-err34-c): what is out of range is not printed as it was
+  if (sscanf(kept, "nodes %10d bytes %20ld sum %16lx", &mark->nodes, &mark->bytes, &mark->sum) != 3) {
+    return false;
+  }
+  char again[ztMarkTextSize + 1];
+  ztPrintMark(*mark, again);
+  return mark->nodes > 0 && memcmp(kept, again, sizeof again) == 0;
+}
+
+bool ztWriteMark(const ztTreeMark &mark, void *file) {
+  char name[sizeof ztIdentity::name];
+  ztCopyText(name, ztMarkName);
+  char text[ztMarkTextSize + 1];
+  ztPrintMark(mark, text);
+  const ztFileMethods *methods = ztFile_of(file);
+  return methods->writeBuf(file, sizeof name, name) == sizeof name &&
+         methods->writeInt(file, ztMarkVersion) > 0 &&
+         methods->writeBuf(file, ztMarkTextSize, text) == ztMarkTextSize;
+}
+
+// Loading -----------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr int32_t none = -1;
+
+// A node that was read, and its place in the tree that is to be. Records refer to each other by index.
+struct Record {
+  ztRoot *node;
+  int32_t parent = none;  // until all are read, what the record itself says
+  int32_t firstChild = none;
+  int32_t nextSibling = none;
+  int32_t visit = 0;  // the search for loops that came by
+};
+
+enum class Found { node, mark, nothing };
+
+class TreeLoader {
+ public:
+  TreeLoader(void *source, ztTreeReport *found) : file(source), report(found) {}
+
+  bool readAll(int32_t count);
+  // Whether the last that was read is such a mark, behind as many nodes.
+  bool endsWith(const ztTreeMark &expected) const;
+  bool findParents();
+  void cutLoops();
+  bool attachAll();
+  bool handOver(void *roots);
+  void releaseAll();
+
+ private:
+  Found readNext();
+  bool readMark();
+  bool readNode(const ztIdentity &identity);
+  bool readToEnd();
+  bool checkParent(int32_t index);
+  void listChildren();
+  bool attach(int32_t index);
+  int32_t following(int32_t index);
+
+  GrowingArray<Record> records;
+  void *file;
+  ztTreeReport *report;
+  bool endsWithinRecord = false;  // the last record that could not be read had its class identity
+  ztTreeMark mark = {};           // what was met at the end; without nodes while none was
+};
+
+}  // namespace
+
+bool TreeLoader::readMark() {
+  char text[ztMarkTextSize];
+  return ztFile_of(file)->readBuf(file, ztMarkTextSize, text) == ztMarkTextSize && ztParseMark(text, &mark);
+}
+
+bool TreeLoader::readNode(const ztIdentity &identity) {
+  void *object = ztMakeIdentified(identity);
+  if (object == nullptr) return false;
+  const int64_t distance = distanceIn(identity);
+  const int32_t index = records.size();
+  const int32_t parent = distance <= index ? static_cast<int32_t>(index - distance) : index;
+  if (ztOOP_isClassOf(object, ztRoot_classname_) && ztRoot_of(object)->read(object, file) != 0 &&
+      records.push({static_cast<ztRoot *>(object), parent})) {
+    ++report->nodes;
+    return true;
+  }
+  ztBaseClass_of(object)->unRef(object);
+  return false;
+}
+
+Found TreeLoader::readNext() {
+  ztIdentity identity;
+  endsWithinRecord = ztReadIdentity(file, &identity);
+  if (!endsWithinRecord) return Found::nothing;
+  if (identity.version == ztMarkVersion && strcmp(identity.name, ztMarkName) == 0) {
+    return readMark() ? Found::mark : Found::nothing;
+  }
+  return readNode(identity) ? Found::node : Found::nothing;
+}
+
+// A stream that cannot seek is at its end when it has no further class identity.
+bool TreeLoader::readToEnd() {
+  const ztFileMethods *methods = ztFile_of(file);
+  const int64_t here = methods->tell(file);
+  int64_t end = -1;
+  if (here >= 0 && methods->goToEnd(file) == 0) {
+    end = methods->tell(file);
+    if (methods->goToAbs(file, here) != 0) return false;
+  }
+  while (end < 0 || methods->tell(file) < end) {
+    const Found found = readNext();
+    if (found == Found::mark) return true;
+    if (found == Found::nothing) return end < 0 && !endsWithinRecord && methods->eof(file) != 0;
+  }
+  return true;
+}
+
+bool TreeLoader::endsWith(const ztTreeMark &expected) const {
+  return mark.nodes == expected.nodes && mark.bytes == expected.bytes && mark.sum == expected.sum &&
+         report->nodes == expected.nodes;
+}
+
+bool TreeLoader::readAll(int32_t count) {
+  if (count < 0) return readToEnd();
+  while (count-- > 0) {
+    if (readNext() != Found::node) return false;
+  }
+  return true;
+}
+
+// What a record says counts where the record that it names bears the identifier.
+bool TreeLoader::checkParent(int32_t index) {
+  const int32_t parent = records[index].parent;
+  records[index].parent = none;
+  if (parent == index) return false;
+  const ztRoot *node = records[parent].node;
+  if (ztRoot_of(node)->getUid(node) != records[index].node->parentUid) return false;
+  records[index].parent = parent;
+  return true;
+}
+
+bool TreeLoader::findParents() {
+  WordTable byUid;
+  bool complete = true;
+  for (int32_t i = 0; complete && i < records.size(); ++i) {
+    const ztRoot *node = records[i].node;
+    const uint64_t key = ztUidKey(ztRoot_of(node)->getUid(node));
+    if (byUid.find(key) != nullptr) {
+      ++report->doubles;
+    } else {
+      complete = byUid.insert(key, &records[i]);
+    }
+  }
+  for (int32_t i = 0; complete && i < records.size(); ++i) {
+    if (checkParent(i)) continue;
+    const int32_t uid = records[i].node->parentUid;
+    if (!namesParent(uid)) continue;
+    const auto *parent = static_cast<const Record *>(byUid.find(ztUidKey(uid)));
+    if (parent != nullptr) {
+      records[i].parent = static_cast<int32_t>(parent - &records[0]);
+    } else {
+      ++report->orphans;
+    }
+  }
+  byUid.clear();
+  return complete;
+}
+
+// The way up from a record ends at the top, on the way of an earlier search, or where it came by.
+void TreeLoader::cutLoops() {
+  for (int32_t i = 0; i < records.size(); ++i) {
+    const int32_t search = i + 1;
+    int32_t at = i;
+    for (; at != none && records[at].visit == 0; at = records[at].parent) records[at].visit = search;
+    if (at == none || records[at].visit != search) continue;
+    records[at].parent = none;
+    ++report->loops;
+  }
+}
+
+void TreeLoader::listChildren() {
+  for (int32_t i = records.size() - 1; i >= 0; --i) {
+    if (records[i].parent == none) continue;
+    Record &parent = records[records[i].parent];
+    records[i].nextSibling = parent.firstChild;
+    parent.firstChild = i;
+  }
+}
+
+// The record behind this one in the tree, each before its children.
+int32_t TreeLoader::following(int32_t index) {
+  if (records[index].firstChild != none) return records[index].firstChild;
+  while (index != none && records[index].nextSibling == none) index = records[index].parent;
+  return index == none ? none : records[index].nextSibling;
+}
+
+bool TreeLoader::attach(int32_t index) {
+  if (records[index].parent == none) return true;
+  ztRoot *node = records[index].node;
+  ztRoot *parent = records[records[index].parent].node;
+  return ztRoot_of(node)->setParent(node, parent) != 0 && ztListerOf(node) == parent;
+}
+
+// Parents first: a node without children is attached without a look at all that is above.
+bool TreeLoader::attachAll() {
+  listChildren();
+  for (int32_t top = 0; top < records.size(); ++top) {
+    if (records[top].parent != none) continue;
+    for (int32_t at = top; at != none; at = following(at)) {
+      if (!attach(at)) return false;
+    }
+  }
+  return true;
+}
+
+bool TreeLoader::handOver(void *roots) {
+  int32_t tops = 0;
+  for (int32_t i = 0; i < records.size(); ++i) tops += records[i].parent == none;
+  const ztPtrArrayMethods *methods = ztPtrArray_of(roots);
+  int32_t at = methods->getSize(roots);
+  if (tops == 0) return true;
+  if (at > INT32_MAX - tops || !methods->resize(roots, at + tops)) return false;
+  for (int32_t i = 0; i < records.size(); ++i) {
+    if (records[i].parent == none) methods->setAt(roots, records[i].node, at++);
+  }
+  return true;
+}
+
+void TreeLoader::releaseAll() {
+  // Noted beforehand, for the end of a node is the end of those below it.
+  for (int32_t i = 0; i < records.size(); ++i) records[i].visit = ztListerOf(records[i].node) == nullptr;
+  for (int32_t i = 0; i < records.size(); ++i) {
+    if (records[i].visit) ztRoot_of(records[i].node)->unRef(records[i].node);
+  }
+}
+
+int32_t ztLoadTree(void *file, int32_t count, void *roots, ztTreeReport *report, const ztTreeMark *expected) {
+  ztTreeReport unread;
+  if (report == nullptr) report = &unread;
+  *report = {};
+  if (file == nullptr || roots == nullptr) return 0;
+  TreeLoader loader(file, report);
+  const bool isRead = loader.readAll(count) && (expected == nullptr || loader.endsWith(*expected));
+  if (isRead && loader.findParents()) {
+    loader.cutLoops();
+    if (loader.attachAll() && loader.handOver(roots)) return 1;
+  }
+  loader.releaseAll();
+  return 0;
+}
+
+int32_t ztRoot_loadTree(void *file, int32_t count, void *roots, ztTreeReport *report) {
+  return ztLoadTree(file, count, roots, report, nullptr);
+}
