@@ -22,7 +22,9 @@ struct ztThreadBlock {
 
 // At most 256 bytes, which any loaded library may take of a thread's static space.
 struct ztThread {
-  ztThreadBlock *block;  // NULL until it is needed
+  ztThreadBlock *block;     // NULL until it is needed
+  uint64_t bytesRead;       // by the library's own primitives of files, ever
+  const void *countSource;  // the file whose `readInt` of the library's ran last
 };
 
 static_assert(sizeof(ztThread) <= 256);
