@@ -33,14 +33,23 @@ struct Faults {
 
 inline Faults allocationFaults;
 inline int liveBlocks = 0;
+inline int64_t liveBytes = 0;
+inline int64_t mostBytes = 0;  // that were live at any time since the host set it
 inline int32_t lastSizeAskedFor = 0;
 inline int reallocationsOfNothing = 0;
+
+// A block that is new, with 1, or gone, with -1.
+inline void *countBytes(void *block, int sign) {
+  liveBytes += sign * static_cast<int64_t>(malloc_usable_size(block));
+  if (liveBytes > mostBytes) mostBytes = liveBytes;
+  return block;
+}
 
 __attribute__((used)) inline void *ztm_alloc(int32_t size) {
   lastSizeAskedFor = size;
   if (size < 0 || allocationFaults.strike()) return nullptr;
   ++liveBlocks;
-  return malloc(static_cast<size_t>(size));
+  return countBytes(malloc(static_cast<size_t>(size)), 1);
 }
 
 __attribute__((used)) inline void *ztm_realloc(void *block, int32_t size) {
@@ -48,13 +57,15 @@ __attribute__((used)) inline void *ztm_realloc(void *block, int32_t size) {
   if (block == nullptr) ++reallocationsOfNothing;
   if (size < 0 || allocationFaults.strike()) return nullptr;
   if (block == nullptr) ++liveBlocks;
-  return realloc(block, static_cast<size_t>(size));
+  countBytes(block, -1);
+  return countBytes(realloc(block, static_cast<size_t>(size)), 1);
 }
 
 // What is freed is overwritten, so that a later use shows.
 __attribute__((used)) inline void ztm_free(void *block) {
   if (block == nullptr) return;
   memset(block, 0xDB, malloc_usable_size(block));
+  countBytes(block, -1);
   --liveBlocks;
   free(block);
 }
