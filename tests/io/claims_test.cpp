@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -255,6 +256,10 @@ struct Form {
     return constructor == ztTextFile_ctor;
   }
 };
+
+std::ostream &operator<<(std::ostream &out, const Form &form) {
+  return out << form.name;
+}
 
 class Claims : public testing::TestWithParam<Form> {
  protected:

@@ -35,7 +35,7 @@ class Interruptions {
   Interruptions() {
     struct sigaction action = {};
     action.sa_handler = interrupt;  // without SA_RESTART
-    sigaction(SIGALRM, &action, &previous);
+    sigaction(SIGALRM, &action, nullptr);
     interruptions = 0;
     const itimerval often = {{0, 1000}, {0, 1000}};
     setitimer(ITIMER_REAL, &often, nullptr);
@@ -43,13 +43,10 @@ class Interruptions {
   ~Interruptions() {
     const itimerval never = {};
     setitimer(ITIMER_REAL, &never, nullptr);
-    sigaction(SIGALRM, &previous, nullptr);
+    signal(SIGALRM, SIG_IGN);  // one may still be on its way
   }
   Interruptions(const Interruptions &) = delete;
   Interruptions &operator=(const Interruptions &) = delete;
-
- private:
-  struct sigaction previous;
 };
 
 // A thread that takes no signals, so that they meet the other.
