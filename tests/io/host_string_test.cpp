@@ -299,8 +299,26 @@ TEST(HostBuffer, IsReadBySetSizeAndGetData) {
   }
 }
 
+static int32_t toldSetSize(void *array, int32_t size) {
+  calls.push_back(with("setSize", size));
+  return ztArray_table()->setSize(array, size);
+}
+
+static int32_t toldResize(void *array, int32_t size) {
+  calls.push_back(with("resize", size));
+  return ztArray_table()->resize(array, size);
+}
+
+// In the table of the buffer's own class for once, since a string makes its buffer itself.
 TEST(String, CreateSetsTheSizeOfItsBufferTo20) {
+  auto *table = static_cast<ztCharArrayMethods *>(ztCharArrayClass_Instance()->methodTable);
+  const ztCharArrayMethods before = *table;
+  table->setSize = toldSetSize;
+  table->resize = toldResize;
+  calls.clear();
   const String string(ztString_ctor);
+  *table = before;
+  EXPECT_EQ(calls, Calls({"setSize 20"}));
   EXPECT_EQ(ztCharArray_of(string.fields().buffer)->getSize(string.fields().buffer), 20);
 }
 
