@@ -5,7 +5,9 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
-#include "io/ztfile.hh"
+#include "io/ztclaims.hh"
+#include "io/ztfile.h"
+#include "io/ztstream.hh"
 
 #include <stdlib.h>
 #include <string.h>
@@ -789,29 +791,181 @@ static void arrayDestroy(void *object) {
   ztSequenceContainer_table()->destroy(object);
 }
 
-static int32_t arrayRead(void *object, void *file) {
-  if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->read(object, file)) return 0;
-  auto *array = static_cast<ztArray *>(object);
-  const ztFileMethods *methods = ztFile_of(file);
+// Reading -----------------------------------------------------------------------------------------
+//
+// Where the file is not known to hold what the count claims, slots are made as elements arrive. An array whose
+// class makes its slots itself makes them all at once.
+
+namespace {
+
+class ArrayReader {
+ public:
+  ArrayReader(ztArray *target, void *source) : array(target), file(source), claims(source) {}
+
+  int32_t read();
+
+ private:
+  // Of an object beside its slot, roughly.
+  static constexpr int64_t ownParts = 128;
+  // Met without looking at the file.
+  static constexpr int64_t smallClaim = 4096;
+  // Elements without a size are asked for no more often by a file that does not tell its end.
+  static constexpr int32_t mostWithoutSize = 65536;
+
+  bool makesOwnSlots() const {
+    const ztArrayMethods *methods = ztArray_of(array);
+    const ztArrayMethods *library = ztArray_table();
+    return methods->setSize != library->setSize || methods->empty != library->empty;
+  }
+  int64_t sizeOf(int32_t slots) const {
+    return slots == 0 ? 0 : blockSize(array, slots);
+  }
+  // An element takes as many bytes as it has, and an object's record a byte at least.
+  bool isExcessive() {
+    return claims.isExcessive(count, holdsObjects(array) ? 1 : array->elementSize, sizeOf(1));
+  }
+
+  int32_t slotsAtFirst();
+  int32_t slotsToAdd();
+  bool setSize(int32_t slots);
+  bool addSlots(int32_t added);
+  void readObject(int32_t index);
+  bool readBytes(int32_t index);
+  bool fillUp(int32_t arrived);
+  void bring(int64_t bytes);
+
+  ztArray *array;
+  void *file;
+  ztClaims claims;
   int32_t count = 0;
-  if (!methods->readInt(file, &count) || !ztIsCredibleCount(file, count)) return 0;
+  int32_t made = 0;     // slots
+  bool isFree = false;  // the slots are no claim of this count
+  int64_t claimed = 0;  // for each slot; 0 while none is on the file's account
+  bool more = true;     // the last element brought something
+};
+
+}  // namespace
+
+// How many slots to begin with, or -1 for a count that is not met.
+int32_t ArrayReader::slotsAtFirst() {
+  const int64_t size = sizeOf(count);
+  isFree = size < 0 || count == array->count || makesOwnSlots();
+  if (!isFree && size <= smallClaim && !holdsObjects(array)) return count;
+  if (size > smallClaim && isExcessive()) return -1;
+  if (isFree) return count;
+  claimed = sizeOf(1);
+  if (claims.isHeld(size)) {
+    claims.hold(size);
+    return count;
+  }
+  if (claims.take(size)) return count;
+  if (claims.ownStream() != nullptr && !ztHasByte(claims.ownStream())) return -1;
+  // Objects without a record are there all the same.
+  if (holdsObjects(array)) claimed += ownParts;
+  const int32_t slots = slotsToAdd();
+  return slots == 0 ? -1 : slots;
+}
+
+// As many slots as may be claimed, or one for an element that has begun to arrive.
+int32_t ArrayReader::slotsToAdd() {
+  // A block without objects is there until the larger one has its bytes.
+  const int64_t room = claims.left() - (holdsObjects(array) ? 0 : sizeOf(made));
+  const int64_t slots = room / claimed;
+  const int32_t missing = count - made;
+  if (slots > 0) {
+    const int32_t added = slots < missing ? static_cast<int32_t>(slots) : missing;
+    claims.hold(added * claimed);
+    return added;
+  }
+  FILE *stream = claims.ownStream();
+  // Elements that bring nothing would never come to the byte that is there.
+  const bool hasBegun = more && (stream == nullptr || ztHasByte(stream));
+  if (hasBegun) claims.hold(claimed);
+  return hasBegun;
+}
+
+bool ArrayReader::setSize(int32_t slots) {
   const void *before = array->data;
-  if (!ztArray_of(array)->setSize(array, count)) return 0;
+  if (!ztArray_of(array)->setSize(array, slots)) return false;
   // An array that has the count already keeps its contents.
   if (before != nullptr && before == array->data && !holdsObjects(array)) {
     clearBehind(array, array->data, 0, blockSize(array, array->count));
   }
-  for (int32_t i = 0; i < array->count; ++i) {
-    void *slot = slotAt(array, i);
+  made = array->count;
+  if (makesOwnSlots()) count = made;
+  return true;
+}
+
+bool ArrayReader::addSlots(int32_t added) {
+  if (added <= 0 || !resizeBlock(array, int64_t{made} + added)) return false;
+  if (holdsObjects(array)) {
+    constructObjects(array, array->data, made, made + added);
+  } else {
+    clearBehind(array, array->data, made, blockSize(array, int64_t{made} + added));
+  }
+  made += added;
+  array->count = made;
+  return true;
+}
+
+// What has arrived for an element is no claim any more.
+void ArrayReader::bring(int64_t bytes) {
+  if (!claims.isCounted()) claims.addArrived(bytes);
+  if (claimed > 0) claims.give(claimed);
+}
+
+void ArrayReader::readObject(int32_t index) {
+  void *slot = slotAt(array, index);
+  claims.arrivedSince();
+  const bool done = ztBaseClass_of(slot)->read(slot, file) > 0;
+  more = claims.isCounted() ? claims.arrivedSince() > 0 : done;
+  if (more) bring(array->elementSize);
+}
+
+// False when the file has ended.
+bool ArrayReader::readBytes(int32_t index) {
+  const int32_t size = array->elementSize;
+  const ztFileMethods *methods = ztFile_of(file);
+  claims.arrivedSince();
+  const int32_t got = methods->readBuf(file, size, slotAt(array, index));
+  const int64_t arrived = claims.isCounted() ? claims.arrivedSince() : got;
+  more = arrived > 0;
+  if (size == 0) return claims.isCounted() ? more : index < mostWithoutSize && !methods->eof(file);
+  if (arrived >= size) bring(size);
+  return arrived >= size || ((more || claims.ownStream() == nullptr) && !methods->eof(file));
+}
+
+// What a file that has ended lacks is zero, as far as that may be claimed.
+bool ArrayReader::fillUp(int32_t arrived) {
+  if (isFree) return true;
+  const int64_t lacking = sizeOf(count) - sizeOf(claimed > 0 ? made : arrived);
+  return claims.take(lacking) && (made == count || addSlots(count - made));
+}
+
+int32_t ArrayReader::read() {
+  if (!claims.readCount(&count)) return 0;
+  const int32_t first = slotsAtFirst();
+  if (first < 0 || !setSize(first)) return 0;
+  bool isMet = true;
+  for (int32_t i = 0; i < count && isMet; ++i) {
+    if (i == made) isMet = addSlots(slotsToAdd());
+    if (!isMet || array->count != made) break;  // what was read may have changed the array
     if (holdsObjects(array)) {
-      ztBaseClass_of(slot)->read(slot, file);
-    } else {
-      // What a file that has ended lacks is zero already.
-      const int32_t size = array->elementSize;
-      if (methods->readBuf(file, size, slot) < size && methods->eof(file)) break;
+      readObject(i);
+    } else if (!readBytes(i)) {
+      isMet = fillUp(i);
+      break;
     }
   }
-  return 1;
+  if (isMet) return 1;
+  ztArray_of(array)->empty(array);
+  claims.giveAll();
+  return 0;
+}
+
+static int32_t arrayRead(void *object, void *file) {
+  if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->read(object, file)) return 0;
+  return ArrayReader(static_cast<ztArray *>(object), file).read();
 }
 
 static int32_t arrayWrite(const void *object, void *file) {

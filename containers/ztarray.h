@@ -72,8 +72,10 @@
  * the two do not agree.
  *
  * `write` stores the count and each element: the object's own `write`, or its bytes (by pointer: the
- * pointers' bytes). `read` gives 0 for a count that cannot be; elements that the file lacks are zero,
- * objects as their own `read` leaves them.
+ * pointers' bytes). `read` gives 0 for a count that cannot be. Elements that the file lacks are zero,
+ * objects as their own `read` leaves them, as long as they take no more than 64 KB and what has been read
+ * of the file allow; else `read` gives 0, and the array is as it was or empty. A host's class that
+ * overrides `setSize` or `empty` gets all elements by one `setSize`.
  */
 #define ztArray_METHODS                                                             \
   ztSequenceContainer_METHODS                                                       \

@@ -2,8 +2,12 @@
 
 #include "core/ztlayout.hh"
 #include "core/zttext.hh"
+#include "io/ztclaims.hh"
 #include "io/ztfile.hh"
+#include "io/ztstream.hh"
 
+#include <errno.h>
+#include <fcntl.h>
 #include <string.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -35,8 +39,9 @@ static int32_t fileCreate(void *object) {
 static void fileRelease(void *object) {
   FILE *stream = streamOf(object);
   if (stream == nullptr) return;
-  fclose(stream);
+  ztForgetClaims(object);
   static_cast<ztFile *>(object)->stream = nullptr;
+  ztCloseStream(stream);
 }
 
 static void fileClose(void *object) {
@@ -53,7 +58,7 @@ static int32_t fileOpen(void *object, const char *name, const char *mode) {
   const bool isWhole = ztCopyText(kept, name);
   ztFile_of(object)->close(object);
   if (name == nullptr || mode == nullptr) return 0;
-  file->stream = fopen(isWhole ? kept : name, mode);
+  file->stream = ztOpenStream(isWhole ? kept : name, mode);
   if (file->stream == nullptr) return 0;
   memcpy(file->fileName, kept, sizeof kept);
   return 1;
@@ -105,15 +110,9 @@ static int64_t fileTell(void *object) {
   return stream == nullptr ? -1 : ftello(stream);
 }
 
-// What an earlier call could not hand over is gone from the buffer, so that `fflush` alone would succeed.
 static int32_t fileFlush(void *object) {
   FILE *stream = streamOf(object);
-  if (stream == nullptr) return EOF;
-  const bool hasFailed = ferror(stream) != 0;
-  const int32_t flushed = fflush(stream);
-  if (!hasFailed && flushed == 0) return 0;
-  clearerr(stream);
-  return EOF;
+  return stream != nullptr && ztFlushStream(stream) ? 0 : EOF;
 }
 
 static int32_t fileEof(void *object) {
@@ -123,18 +122,19 @@ static int32_t fileEof(void *object) {
 
 // Primitives --------------------------------------------------------------------------------------
 //
-// The engine has one thread, so the stream's lock, which the plain calls take each time, is left out.
+// An object belongs to one thread at a time, so the stream's lock, which the plain calls take each time, is
+// left out.
 
 static int32_t writeBytes(void *object, const void *buffer, size_t n) {
   FILE *stream = streamOf(object);
   if (stream == nullptr || buffer == nullptr) return 0;
-  return static_cast<int32_t>(fwrite_unlocked(buffer, 1, n, stream));
+  return static_cast<int32_t>(ztPutBytes(stream, buffer, n));
 }
 
 static int32_t readBytes(void *object, void *buffer, size_t n) {
   FILE *stream = streamOf(object);
   if (stream == nullptr || buffer == nullptr) return 0;
-  return static_cast<int32_t>(fread_unlocked(buffer, 1, n, stream));
+  return static_cast<int32_t>(ztTakeBytes(stream, buffer, n));
 }
 
 template <typename Value>
@@ -152,6 +152,7 @@ static int32_t fileWriteInt(void *object, int32_t value) {
 }
 
 static int32_t fileReadInt(void *object, int32_t *out) {
+  ztThisThread.countSource = object;
   return readValue(object, out);
 }
 
@@ -224,10 +225,17 @@ static char *fileTmpFile(const void *, char *buffer) {
   return buffer;
 }
 
+// A FIFO is not opened, since that would wait for a writer, or let one go on that waits for a reader.
 static int32_t fileFileExist(const void *, const char *name) {
-  FILE *stream = name == nullptr ? nullptr : fopen(name, "r");
-  if (stream == nullptr) return 0;
-  fclose(stream);
+  struct stat found;
+  if (name == nullptr || stat(name, &found) != 0) return 0;
+  if (S_ISFIFO(found.st_mode)) return faccessat(AT_FDCWD, name, R_OK, AT_EACCESS) == 0;
+  int descriptor;
+  do {
+    descriptor = open(name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  } while (descriptor < 0 && errno == EINTR);
+  if (descriptor < 0) return 0;
+  close(descriptor);
   return 1;
 }
 

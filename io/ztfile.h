@@ -8,7 +8,13 @@
  * ignore it; the library leaves all signals alone.
  *
  * A binary file is the plain concatenation of what was written: no alignment, no tags, no separators,
- * values in the machine's byte order. Because objects call the primitives through the file's method
+ * values in the machine's byte order. A system call that a signal interrupts is made again: reads and
+ * writes go on, and so does an `open` that waits for the other end of a FIFO.
+ *
+ * A host's class that overrides primitives gets exactly the calls that an object's `read` and `write` name.
+ * Where its `readInt` is the library's or calls that, a count is held against what is left of @c stream.
+ *
+ * Because objects call the primitives through the file's method
  * table, another file class gives another form of the same contents.
  */
 #ifndef ZT_IO_ZTFILE_H
@@ -34,7 +40,8 @@
  *  - `goToBegin`, `goToEnd`, `goTo` (relative to the position), `goToAbs` (from the start): 0, or -1
  *    on failure. `tell`: the position in bytes, or -1.
  *  - `flush`: hands buffered bytes to the system; 0, or EOF when that fails or an error has struck since
- *    the last `flush`: a write whose bytes were lost, or a read. Each error is told once.
+ *    the last `flush`: a write whose bytes were lost, or a read. Each error is told once. What `eof`
+ *    tells stays as it is.
  *  - `eof`: not 0 once a read met the end of the file.
  *  - `writeInt`, `readInt`: 4 bytes; `writeLong`, `readLong`: 8 bytes; `writeFloat`, `readFloat`: the
  *    8 bytes of a double; `writeChar`, `readChar`: 1 byte, the low one of the argument. The result is
@@ -80,7 +87,8 @@
  *  - `tmpFile(NULL, buffer)`: writes an unguessable name that no file bears, in the system's folder
  *    for temporary files, into a buffer of at least L_tmpnam bytes; no file is created. The buffer,
  *    or NULL on failure.
- *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0.
+ *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0. It waits for nothing: a
+ *    FIFO is not opened, the permission to read it decides.
  */
 #define ztFile_FUNCTIONS                                                                \
   int32_t (*renameFile)(const void *ignored, const char *oldName, const char *newName); \

@@ -4,7 +4,10 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
-#include "io/ztfile.hh"
+#include "core/ztthread.hh"
+#include "io/ztclaims.hh"
+#include "io/ztfile.h"
+#include "io/ztstream.hh"
 #include "io/ztstring.hh"
 
 #include <string.h>
@@ -22,9 +25,6 @@ ZT_PIN_FUNCTION(ztString, newString, 10);
 ZT_PIN_CLASS(ztStringArray, 80, 42);
 
 constexpr int32_t initialSize = 20;
-
-// Made by the first newString, released with the class, and made again by a later newString.
-static void *scratch;
 
 // The buffer --------------------------------------------------------------------------------------
 
@@ -52,21 +52,24 @@ static bool resizeBuffer(ztCharArray *buffer, size_t size) {
 
 // Text --------------------------------------------------------------------------------------------
 
-// What is written stands in the buffer's block itself; its fields save two calls for each text set.
-static bool isWithin(const ztCharArray *buffer, const char *text) {
+// A text in the buffer of a host's class may be anywhere.
+static bool mayBeWithin(const ztCharArray *buffer, const char *text) {
+  if (!ztIsOwnBuffer(buffer)) return true;
   const auto offset = reinterpret_cast<uintptr_t>(text) - reinterpret_cast<uintptr_t>(buffer->data);
   return offset < static_cast<uintptr_t>(buffer->count);
 }
 
 static bool setBytes(ztCharArray *buffer, const char *text, size_t size) {
   if (!resizeBuffer(buffer, size)) return false;
-  memcpy(buffer->data, text, size);
+  char *data = dataOf(buffer);
+  if (data == nullptr) return false;
+  memcpy(data, text, size);
   return true;
 }
 
 // Resizing may cut off the very text, so it is kept aside.
 static bool setOwnBytes(ztCharArray *buffer, const char *text, size_t size) {
-  auto *kept = static_cast<char *>(ztm_alloc(static_cast<int32_t>(size)));
+  auto *kept = size > INT32_MAX ? nullptr : static_cast<char *>(ztm_alloc(static_cast<int32_t>(size)));
   if (kept == nullptr) return false;
   memcpy(kept, text, size);
   const bool done = setBytes(buffer, kept, size);
@@ -77,12 +80,10 @@ static bool setOwnBytes(ztCharArray *buffer, const char *text, size_t size) {
 static void *stringSet(void *object, const char *text) {
   ztCharArray *buffer = object == nullptr ? nullptr : bufferOf(object);
   if (buffer == nullptr) return nullptr;
-  if (text == nullptr) {
-    ztCharArray_of(buffer)->empty(buffer);
-    return object;
-  }
+  if (text == nullptr) return resizeBuffer(buffer, 0) ? object : nullptr;
   const size_t size = strlen(text) + 1;
-  const bool done = isWithin(buffer, text) ? setOwnBytes(buffer, text, size) : setBytes(buffer, text, size);
+  const bool done =
+      mayBeWithin(buffer, text) ? setOwnBytes(buffer, text, size) : setBytes(buffer, text, size);
   return done ? object : nullptr;
 }
 
@@ -96,8 +97,10 @@ static void *stringCat(void *object, const void *other) {
   if (length == 0) return methods->set(object, otherMethods->get(other));
   ztCharArray *buffer = bufferOf(object);
   if (!resizeBuffer(buffer, length + otherLength + 1)) return nullptr;
+  char *data = dataOf(buffer);
+  if (data == nullptr) return nullptr;
   // Asked for only now: the other may be this string, whose text has just moved.
-  char *end = static_cast<char *>(buffer->data) + length;
+  char *end = data + length;
   memcpy(end, otherMethods->get(other), otherLength);
   end[otherLength] = '\0';
   return object;
@@ -108,7 +111,8 @@ static const char *stringGet(const void *object) {
 }
 
 static uint32_t stringLength(const void *object) {
-  const char *text = object == nullptr ? nullptr : dataOf(bufferOf(object));
+  const ztCharArray *buffer = object == nullptr ? nullptr : bufferOf(object);
+  const char *text = sizeOf(buffer) == 0 ? nullptr : dataOf(buffer);
   return text == nullptr ? 0 : static_cast<uint32_t>(strlen(text));
 }
 
@@ -171,42 +175,190 @@ static int32_t stringWrite(const void *object, void *file) {
   if (object == nullptr || file == nullptr) return 0;
   const ztCharArray *buffer = bufferOf(object);
   const ztFileMethods *methods = ztFile_of(file);
-  if (methods->writeInt(file, sizeOf(buffer)) <= 0) return 0;
-  const char *text = dataOf(buffer);
+  const int32_t size = sizeOf(buffer);
+  if (methods->writeInt(file, size) <= 0) return 0;
+  const char *text = size == 0 ? nullptr : dataOf(buffer);
   return methods->writeString(file, text == nullptr ? "" : text) > 0;
 }
 
-// One byte more than the size says, and so one more than `write` stored.
-static int32_t stringRead(void *object, void *file) {
-  if (object == nullptr || file == nullptr) return 0;
-  ztCharArray *buffer = bufferOf(object);
-  const ztFileMethods *methods = ztFile_of(file);
-  int32_t stored = 0;
-  if (buffer == nullptr || !methods->readInt(file, &stored)) return 0;
-  if (stored == INT32_MAX || !ztIsCredibleCount(file, stored)) return 0;
-  const int32_t size = stored + 1;
+// Reading -----------------------------------------------------------------------------------------
+//
+// The size that is stored grows by one each time a string is read and stored again, and so passes what follows
+// it. How far it does is the slack of a string, which is zero bytes.
+
+constexpr int64_t smallClaim = 4096;  // met without looking at the file
+constexpr int64_t smallSlack = 8;     // no more than twice what a size takes in the file
+constexpr int64_t largeSlack = 32768;
+
+// Slack that has come to be large, or that the file's account has no room for, is given up: the text stays.
+static bool keepsSlack(ztClaims *claims, int64_t slack) {
+  return slack <= smallSlack || (slack < largeSlack && claims->take(slack));
+}
+
+// What the text form stores of a text with a line feed ends there, too.
+static void giveUpSlack(ztCharArray *buffer, int32_t size, ztClaims *claims) {
+  if (!claims->isCounted() || !ztIsOwnBuffer(buffer)) return;
+  const int64_t arrived = claims->arrivedSince();
+  if (arrived > 0 && arrived < size && !keepsSlack(claims, size - arrived)) {
+    resizeBuffer(buffer, static_cast<size_t>(arrived) + 1);
+    dataOf(buffer)[arrived] = '\0';
+  }
+}
+
+// As many bytes as the size says, and one more.
+static int32_t readInto(ztCharArray *buffer, void *file, int32_t size, ztClaims *claims) {
   if (!ztCharArray_of(buffer)->setSize(buffer, size)) return 0;
   char *text = dataOf(buffer);
+  if (text == nullptr) return 0;
   // The buffer may have had this size already, and with it the old text.
   memset(text, 0, static_cast<size_t>(size));
-  const bool done = methods->readString(file, size, text) != 0;
-  if (memchr(text, 0, static_cast<size_t>(size)) == nullptr) text[stored] = '\0';
+  claims->arrivedSince();
+  const bool done = ztFile_of(file)->readString(file, size, text) > 0;
+  if (memchr(text, 0, static_cast<size_t>(size)) == nullptr) text[size - 1] = '\0';
+  if (done) giveUpSlack(buffer, size, claims);
   return done;
 }
 
+// Takes over the block, which becomes the buffer's where its class is the library's.
+static int32_t installText(ztCharArray *buffer, char *block, int32_t size) {
+  if (ztIsOwnBuffer(buffer)) {
+    ztm_free(buffer->data);
+    buffer->data = block;
+    buffer->count = size;
+    return 1;
+  }
+  const int32_t done = ztCharArray_of(buffer)->setSize(buffer, size);
+  char *text = done ? dataOf(buffer) : nullptr;
+  if (text != nullptr) memcpy(text, block, static_cast<size_t>(size));
+  ztm_free(block);
+  return text != nullptr;
+}
+
+// The text of a file that is not known to hold it is read before the buffer grows.
+static int32_t readArriving(ztCharArray *buffer, int32_t size, ztClaims *claims) {
+  const bool isLine = claims->isText();
+  int32_t arrived = 0;
+  char *block = ztTakeArriving(claims->ownStream(), isLine ? size - 1 : size, isLine, &arrived);
+  const int64_t slack = int64_t{size} - arrived;
+  const bool isBorneOut = block != nullptr && arrived > 0 && slack <= claims->limit();
+  if (isBorneOut && arrived < size && ztIsOwnBuffer(buffer) && !keepsSlack(claims, slack)) size = arrived + 1;
+  char *text = isBorneOut ? static_cast<char *>(ztm_realloc(block, size)) : nullptr;
+  if (text == nullptr) {
+    ztm_free(block);
+    return 0;
+  }
+  memset(text + arrived, 0, static_cast<size_t>(size - arrived));
+  if (memchr(text, 0, static_cast<size_t>(size)) == nullptr) text[size - 1] = '\0';
+  return installText(buffer, text, size);
+}
+
+static int32_t stringRead(void *object, void *file) {
+  ztCharArray *buffer = object == nullptr || file == nullptr ? nullptr : bufferOf(object);
+  if (buffer == nullptr) return 0;
+  ztClaims claims(file);
+  int32_t stored = 0;
+  if (!claims.readCount(&stored) || stored >= INT32_MAX - 1) return 0;
+  const int32_t size = stored + 1;
+  if (size <= smallClaim || claims.isHeld(stored)) return readInto(buffer, file, size, &claims);
+  if (claims.ownStream() != nullptr) return readArriving(buffer, size, &claims);
+  return claims.isExcessive(size, 1, 1) ? 0 : readInto(buffer, file, size, &claims);
+}
+
+// Several in a row --------------------------------------------------------------------------------
+//
+// 0 for no text, else the number of characters and one; a mark; the characters. The mark stands between the
+// number and the characters since a text file drops the white space behind a number.
+
+constexpr char textMark = ':';
+
+static bool storeBytes(void *file, int32_t count, const char *bytes) {
+  return count == 0 || ztFile_of(file)->writeBuf(file, count, bytes) == count;
+}
+
+int32_t ztString_store(const void *string, void *file) {
+  if (string == nullptr || file == nullptr) return 0;
+  const char *text = ztString_of(string)->get(string);
+  const size_t length = text == nullptr ? 0 : strlen(text);
+  if (length >= INT32_MAX) return 0;
+  const auto count = static_cast<int32_t>(length);
+  return ztFile_of(file)->writeInt(file, text == nullptr ? 0 : count + 1) > 0 &&
+         storeBytes(file, sizeof textMark, &textMark) && storeBytes(file, count, text);
+}
+
+static bool loadMark(void *file) {
+  char mark = 0;
+  return ztFile_of(file)->readBuf(file, sizeof mark, &mark) == sizeof mark && mark == textMark;
+}
+
+// As the file's `readBuf`, but for memory that is there only for what arrives.
+static char *loadArriving(int32_t count, const ztClaims *claims) {
+  int32_t arrived = 0;
+  char *text = ztTakeArriving(claims->ownStream(), count, false, &arrived);
+  // A line feed stands behind the bytes of a text file.
+  const bool isWhole = arrived == count && (!claims->isText() || ztTakeByte(claims->ownStream()) == '\n');
+  if (text == nullptr || isWhole) return text;
+  ztm_free(text);
+  return nullptr;
+}
+
+static char *loadThroughTable(void *file, int32_t count) {
+  auto *text = static_cast<char *>(ztm_alloc(count + 1));
+  if (text == nullptr || ztFile_of(file)->readBuf(file, count, text) == count) return text;
+  ztm_free(text);
+  return nullptr;
+}
+
+// A new block with the characters and a terminator; NULL when they are not all there.
+static char *loadText(void *file, int32_t count, ztClaims *claims) {
+  char *text = nullptr;
+  if (count == 0) {
+    text = static_cast<char *>(ztm_alloc(1));
+  } else if (claims->ownStream() != nullptr) {
+    text = loadArriving(count, claims);
+  } else if (!claims->isExcessive(count, 1, 1)) {
+    text = loadThroughTable(file, count);
+  }
+  if (text == nullptr) return nullptr;
+  text[count] = '\0';
+  // A text file puts zeros for bytes that are missing.
+  if (strlen(text) == static_cast<size_t>(count)) return text;
+  ztm_free(text);
+  return nullptr;
+}
+
+int32_t ztString_load(void *string, void *file) {
+  if (string == nullptr || file == nullptr) return 0;
+  ztClaims claims(file);
+  int32_t stored = 0;
+  if (!claims.readCount(&stored) || !loadMark(file)) return 0;
+  char *text = stored == 0 ? nullptr : loadText(file, stored - 1, &claims);
+  if (text == nullptr && stored != 0) return 0;
+  const bool done = ztString_of(string)->set(string, text) != nullptr;
+  ztm_free(text);
+  return done;
+}
+
+// The scratch string ------------------------------------------------------------------------------
+//
+// Each thread has one of its own, made by its first newString, released with the class or the thread, and made
+// again by a later newString.
+
 void ztReleaseScratchString() {
-  void *released = scratch;
-  scratch = nullptr;
+  if (ztThisThread.block == nullptr) return;
+  void *released = ztThisThread.block->scratchString;
+  ztThisThread.block->scratchString = nullptr;
   if (released != nullptr) ztString_of(released)->unRef(released);
 }
 
 static void *stringNewString(const void *, const char *text) {
-  if (scratch == nullptr) scratch = ztMakeObject(ztString_ctor);
+  ztThreadBlock *block = ztBlockOfThread();
+  if (block->scratchString == nullptr) block->scratchString = ztMakeObject(ztString_ctor);
+  void *scratch = block->scratchString;
   return scratch == nullptr ? nullptr : ztString_of(scratch)->set(scratch, text);
 }
 
 static void stringClassInit(ztClass *) {
-  scratch = nullptr;
+  if (ztThisThread.block != nullptr) ztThisThread.block->scratchString = nullptr;
 }
 
 static void stringClassDestroy(void *) {

@@ -12,6 +12,11 @@
  * reading one (`goTo(file, -1)`). The `write` and `read` of a ztStringArray do neither, so an array of
  * strings does not read back from a binary file: store its strings one by one. A string that was made
  * and never set is stored with size 20 and one byte, and cannot be read back from among others.
+ * `ztString_store` and `ztString_load` have none of this: they keep any text, in either kind of file.
+ *
+ * `read` of a size that the file does not bear out gives 0 where zeros in its place would be more than
+ * 64 KB and what has been read allow, so a damaged file cannot demand memory. A string whose size has come
+ * to be far beyond its text is cut to it.
  */
 #ifndef ZT_IO_ZTSTRING_H
 #define ZT_IO_ZTSTRING_H
@@ -47,15 +52,38 @@
 /**
  * The class functions of ztString, from class slot 10 on.
  *
- *  - `newString(NULL, text)`: sets the class's one scratch string to the text and returns it. It is
- *    the library's: the next call changes it, and the caller must not `unRef` it. NULL when memory is
- *    exhausted.
+ *  - `newString(NULL, text)`: sets the thread's one scratch string to the text and returns it. It is
+ *    the library's: the thread's next call changes it, its end releases it, and the caller must not
+ *    `unRef` it. NULL when memory is exhausted.
  */
 #define ztString_FUNCTIONS void *(*newString)(const void *ignored, const char *text);
 
 /** A text object. */
 ZT_DECLARE_CLASS(ztString)
 ZT_DECLARE_CLASS_FUNCTIONS(ztString)
+
+ZT_BEGIN_C
+
+/**
+ * Stores a string so that ztString_load brings it back exactly: no text, an empty one, or any text, of
+ * whatever characters. Several may follow one another, among other things, in files of either kind. Takes
+ * the calls `writeInt` and `writeBuf` of the file's own class.
+ * @param string  a ztString; NULL gives 0
+ * @param file    an open ztFile, of any class; NULL gives 0
+ * @return 1, or 0 when the file refused to take it
+ */
+ZT_API int32_t ztString_store(const void *string, void *file);
+
+/**
+ * Loads what ztString_store stored, and sets the string to it. Memory follows the bytes that the file
+ * has. Takes the calls `readInt` and `readBuf` of the file's own class.
+ * @param string  a ztString, which keeps its text when the result is 0; NULL gives 0
+ * @param file    an open ztFile, of any class; NULL gives 0
+ * @return 1, or 0 when no whole string stands there or memory is exhausted
+ */
+ZT_API int32_t ztString_load(void *string, void *file);
+
+ZT_END_C
 
 /** ztStringArray adds no fields. */
 #define ztStringArray_FIELDS ztArray_FIELDS

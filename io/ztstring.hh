@@ -16,13 +16,27 @@ inline ztString *ztNewString(const char *text) {
   return nullptr;
 }
 
-// Releases the scratch string of newString, which makes it again when it is called.
+// Releases this thread's scratch string of newString, which makes it again when it is called.
 void ztReleaseScratchString();
+
+// Whether a buffer is of the library's own class, which keeps its text where its fields say.
+inline bool ztIsOwnBuffer(const ztCharArray *buffer) {
+  return ztOOP_classOf(buffer) == ztCharArrayClass_Instance();
+}
+
+// The text in the buffer of a host's class.
+inline const char *ztTextOfForeign(const ztCharArray *buffer) {
+  const ztCharArrayMethods *methods = ztCharArray_of(buffer);
+  const void *text = methods->getSize(buffer) == 0 ? nullptr : methods->getData(buffer);
+  return text == nullptr ? "" : static_cast<const char *>(text);
+}
 
 // The text of a string; a string without one reads as empty.
 inline const char *ztTextOf(const void *string) {
   const ztCharArray *buffer = static_cast<const ztString *>(string)->buffer;
-  return buffer == nullptr || buffer->count == 0 ? "" : static_cast<const char *>(buffer->data);
+  if (buffer == nullptr) return "";
+  if (!ztIsOwnBuffer(buffer)) return ztTextOfForeign(buffer);
+  return buffer->count == 0 ? "" : static_cast<const char *>(buffer->data);
 }
 
 // Compares two strings by their text: 0, 1 or -1. NULL sorts first.

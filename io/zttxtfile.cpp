@@ -1,8 +1,12 @@
 #include "io/zttxtfile.h"
 
 #include "core/ztlayout.hh"
+#include "core/ztmem.h"
 #include "io/ztfile.hh"
+#include "io/ztstream.hh"
 
+#include <locale.h>
+#include <stdlib.h>
 #include <string.h>
 #include <type_traits>
 
@@ -12,7 +16,7 @@ ZT_PIN_FUNCTION(ztTextFile, fileExist, 13);
 static_assert(sizeof(ztTextFileFunctions) == sizeof(ztFileFunctions));
 
 // What the formats below name.
-static_assert(std::is_same_v<int32_t, int> && std::is_same_v<int64_t, long>);
+static_assert(std::is_same_v<int64_t, long>);
 
 static FILE *streamOf(const void *file) {
   return file == nullptr ? nullptr : static_cast<const ztTextFile *>(file)->stream;
@@ -23,52 +27,264 @@ static FILE *streamFor(const void *file, const void *data) {
   return data == nullptr ? nullptr : streamOf(file);
 }
 
-// Numbers and characters --------------------------------------------------------------------------
+// Numbers, written -------------------------------------------------------------------------------
 //
-// A scan that converts nothing counts as read unless the input ended: only the end is told.
-// NOLINTBEGIN(cert-err34-c)
+// Whatever locale the host or its thread has set, numbers have a point and no other separator.
+
+static locale_t plainLocale() {
+  return newlocale(LC_ALL_MASK, "C", nullptr);  // the C library's own, which is not freed
+}
+
+// The number of bytes, or a negative number.
+static int32_t put(FILE *stream, const char *text, int length) {
+  const auto size = static_cast<size_t>(length);
+  return ztPutBytes(stream, text, size) == size ? length : -1;
+}
+
+static int32_t putWhole(FILE *stream, int64_t value) {
+  char text[24];
+  return put(stream, text, snprintf(text, sizeof text, "%ld\n", value));
+}
 
 static int32_t textFileWriteInt(void *object, int32_t value) {
   FILE *stream = streamOf(object);
-  return stream == nullptr ? 0 : fprintf(stream, "%d\n", value);
-}
-
-static int32_t textFileReadInt(void *object, int32_t *out) {
-  FILE *stream = streamFor(object, out);
-  return stream != nullptr && fscanf(stream, "%d\n", out) != EOF;
+  return stream == nullptr ? 0 : putWhole(stream, value);
 }
 
 static int32_t textFileWriteLong(void *object, int64_t value) {
   FILE *stream = streamOf(object);
-  return stream == nullptr ? 0 : fprintf(stream, "%ld\n", value);
-}
-
-static int32_t textFileReadLong(void *object, int64_t *out) {
-  FILE *stream = streamFor(object, out);
-  return stream != nullptr && fscanf(stream, "%ld\n", out) != EOF;
+  return stream == nullptr ? 0 : putWhole(stream, value);
 }
 
 static int32_t textFileWriteFloat(void *object, double value) {
   FILE *stream = streamOf(object);
-  return stream == nullptr ? 0 : fprintf(stream, "%lf\n", value);
-}
-
-static int32_t textFileReadFloat(void *object, double *out) {
-  FILE *stream = streamFor(object, out);
-  return stream != nullptr && fscanf(stream, "%lf\n", out) != EOF;
+  if (stream == nullptr) return 0;
+  char text[330];  // the largest double has 309 digits before the point
+  const locale_t before = uselocale(plainLocale());
+  const int length = snprintf(text, sizeof text, "%lf\n", value);
+  uselocale(before);
+  return put(stream, text, length);
 }
 
 static int32_t textFileWriteChar(void *object, int32_t value) {
   FILE *stream = streamOf(object);
-  return stream == nullptr ? 0 : fprintf(stream, "%c\n", value);
+  const char text[] = {static_cast<char>(value), '\n'};
+  return stream == nullptr ? 0 : put(stream, text, sizeof text);
+}
+
+// Numbers, read ----------------------------------------------------------------------------------
+//
+// As `fscanf` does with "%ld\n" and "%lf\n", which take a byte at a time and give back one at most. But theirs
+// are the host's locale, and numbers that end where a signal interrupts the read.
+
+static bool isSpace(int byte) {
+  return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
+
+static bool isDigit(int byte) {
+  return byte >= '0' && byte <= '9';
+}
+
+static int toLower(int byte) {
+  return byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte;
+}
+
+static bool isHexDigit(int byte) {
+  return isDigit(byte) || (toLower(byte) >= 'a' && toLower(byte) <= 'f');
+}
+
+static int takeBehindSpace(FILE *stream) {
+  int byte;
+  do {
+    byte = ztTakeByte(stream);
+  } while (isSpace(byte));
+  return byte;
+}
+
+static void skipSpace(FILE *stream) {
+  ztReturnByte(stream, takeBehindSpace(stream));
+}
+
+// Takes digits of which the first is at hand. A number too large becomes the largest of its sign.
+static int64_t takeDigits(FILE *stream, int digit, bool isNegative) {
+  int64_t value = 0;
+  bool overflows = false;
+  for (; isDigit(digit); digit = ztTakeByte(stream)) {
+    const int one = isNegative ? '0' - digit : digit - '0';
+    overflows =
+        overflows || __builtin_mul_overflow(value, 10, &value) || __builtin_add_overflow(value, one, &value);
+  }
+  ztReturnByte(stream, digit);
+  if (!overflows) return value;
+  return isNegative ? INT64_MIN : INT64_MAX;
+}
+
+// False when the input ended before there was anything to convert. Where something else stands than a number
+// the result is true as well, and nothing is stored.
+template <typename Value>
+static bool readWhole(FILE *stream, Value *out) {
+  int byte = takeBehindSpace(stream);
+  if (byte == EOF) return false;
+  const bool isNegative = byte == '-';
+  if (isNegative || byte == '+') byte = ztTakeByte(stream);
+  if (!isDigit(byte)) {
+    ztReturnByte(stream, byte);
+    return true;
+  }
+  *out = static_cast<Value>(takeDigits(stream, byte, isNegative));
+  skipSpace(stream);
+  return true;
+}
+
+static int32_t textFileReadInt(void *object, int32_t *out) {
+  FILE *stream = streamFor(object, out);
+  ztThisThread.countSource = object;
+  return stream != nullptr && readWhole(stream, out);
+}
+
+static int32_t textFileReadLong(void *object, int64_t *out) {
+  FILE *stream = streamFor(object, out);
+  return stream != nullptr && readWhole(stream, out);
+}
+
+namespace {
+
+// The bytes of a number as they are taken from a stream; always one ahead.
+class Numeral {
+ public:
+  explicit Numeral(FILE *source) : stream(source), next(takeBehindSpace(source)) {}
+  ~Numeral() {
+    if (text != local) ztm_free(text);
+  }
+  Numeral(const Numeral &) = delete;
+  Numeral &operator=(const Numeral &) = delete;
+
+  int ahead() const {
+    return next;
+  }
+  int last() const {
+    return size == 0 ? EOF : text[size - 1];
+  }
+  int32_t length() const {
+    return size;
+  }
+
+  void take() {
+    if (size + 1 < room || grow()) text[size++] = static_cast<char>(next);
+    next = ztTakeByte(stream);
+  }
+  // Takes the byte ahead if it is this letter, large or small.
+  bool takeIf(char letter) {
+    if (toLower(next) != letter) return false;
+    take();
+    return true;
+  }
+  bool takeWord(const char *letters) {
+    while (*letters != '\0' && takeIf(*letters)) ++letters;
+    return *letters == '\0';
+  }
+  void returnAhead() const {
+    ztReturnByte(stream, next);
+  }
+
+  void makeInvalid() {
+    isCut = true;
+  }
+
+  // False when memory was exhausted, or what was taken is no number.
+  bool convert(double *out) const {
+    if (isCut) return false;
+    char *end = nullptr;
+    text[size] = '\0';
+    const double value = strtod_l(text, &end, plainLocale());
+    if (end == text) return false;
+    *out = value;
+    return true;
+  }
+
+ private:
+  bool grow() {
+    auto *larger = static_cast<char *>(isCut || room > INT32_MAX / 2 ? nullptr : ztm_alloc(room * 2));
+    isCut = larger == nullptr;
+    if (isCut) return false;
+    memcpy(larger, text, static_cast<size_t>(size));
+    if (text != local) ztm_free(text);
+    text = larger;
+    room *= 2;
+    return true;
+  }
+
+  FILE *stream;
+  int next;
+  char local[64];
+  char *text = local;
+  int32_t size = 0;
+  int32_t room = sizeof local;
+  bool isCut = false;
+};
+
+}  // namespace
+
+// Digits with at most one point and one exponent. The prefix of a hexadecimal number alone is none.
+static void takeDecimal(Numeral &number) {
+  bool hasDigit = number.takeIf('0');
+  const bool isHex = hasDigit && number.takeIf('x');
+  const int32_t prefixLength = number.length();
+  if (isHex) hasDigit = false;
+  const char exponent = isHex ? 'p' : 'e';
+  bool hasPoint = false;
+  bool hasExponent = false;
+  for (;; number.take()) {
+    const int byte = number.ahead();
+    if (isDigit(byte) || (isHex && !hasExponent && isHexDigit(byte))) {
+      hasDigit = true;
+    } else if (hasDigit && !hasExponent && toLower(byte) == exponent) {
+      hasPoint = hasExponent = true;
+    } else if (byte == '.' && !hasPoint) {
+      hasPoint = true;
+    } else if (!hasExponent || toLower(number.last()) != exponent || (byte != '-' && byte != '+')) {
+      if (isHex && number.length() == prefixLength) number.makeInvalid();
+      return;
+    }
+  }
+}
+
+// False for a word that only begins as one of these.
+static bool takeFloat(Numeral &number) {
+  if (number.ahead() == '-' || number.ahead() == '+') number.take();
+  switch (toLower(number.ahead())) {
+    case 'n':
+      return number.takeWord("nan");
+    case 'i':
+      return number.takeWord("inf") && (toLower(number.ahead()) != 'i' || number.takeWord("inity"));
+    default:
+      takeDecimal(number);
+      return true;
+  }
+}
+
+static bool readReal(FILE *stream, double *out) {
+  Numeral number(stream);
+  if (number.ahead() == EOF) return false;
+  // Where a word becomes another one, the byte that tells is not given back.
+  if (!takeFloat(number)) return true;
+  number.returnAhead();
+  if (number.convert(out)) skipSpace(stream);
+  return true;
+}
+
+static int32_t textFileReadFloat(void *object, double *out) {
+  FILE *stream = streamFor(object, out);
+  return stream != nullptr && readReal(stream, out);
 }
 
 static int32_t textFileReadChar(void *object, char *out) {
   FILE *stream = streamFor(object, out);
-  return stream != nullptr && fscanf(stream, "%c", out) != EOF;
+  const int byte = stream == nullptr ? EOF : ztTakeByte(stream);
+  if (byte == EOF) return 0;
+  *out = static_cast<char>(byte);
+  return 1;
 }
-
-// NOLINTEND(cert-err34-c)
 
 // Buffers -----------------------------------------------------------------------------------------
 
@@ -77,11 +293,15 @@ static bool isBuffer(int32_t n, const void *buffer) {
   return n == 0 || (n > 0 && buffer != nullptr);
 }
 
+static bool putLineFeed(FILE *stream) {
+  return ztPutBytes(stream, "\n", 1) == 1;
+}
+
 static int32_t textFileWriteBuf(void *object, int32_t n, const void *buffer) {
   FILE *stream = streamOf(object);
   if (stream == nullptr || !isBuffer(n, buffer)) return 0;
-  if (n > 0) fwrite_unlocked(buffer, 1, static_cast<size_t>(n), stream);
-  putc_unlocked('\n', stream);
+  if (n > 0) ztPutBytes(stream, buffer, static_cast<size_t>(n));
+  putLineFeed(stream);
   return n;
 }
 
@@ -89,10 +309,10 @@ static int32_t textFileReadBuf(void *object, int32_t n, void *buffer) {
   FILE *stream = streamOf(object);
   if (stream == nullptr || !isBuffer(n, buffer)) return 0;
   const auto wanted = static_cast<size_t>(n);
-  const size_t got = n > 0 ? fread_unlocked(buffer, 1, wanted, stream) : 0;
+  const size_t got = n > 0 ? ztTakeBytes(stream, buffer, wanted) : 0;
   // The result does not tell a short read, so what is missing must not be stale memory.
   if (got < wanted) memset(static_cast<char *>(buffer) + got, 0, wanted - got);
-  getc_unlocked(stream);
+  ztTakeByte(stream);
   return n;
 }
 
@@ -102,15 +322,18 @@ static int32_t textFileWriteString(void *object, const char *text) {
   FILE *stream = streamFor(object, text);
   if (stream == nullptr) return 0;
   const char *written = *text == '\0' ? "null" : text;
-  if (fputs(written, stream) == EOF) return 0;
-  const bool endsLine = written[strlen(written) - 1] == '\n';
-  return endsLine || putc_unlocked('\n', stream) != EOF;
+  const size_t length = strlen(written);
+  if (ztPutBytes(stream, written, length) != length) return 0;
+  return written[length - 1] == '\n' || putLineFeed(stream);
 }
 
 static intptr_t textFileReadString(void *object, int32_t n, char *buffer) {
   FILE *stream = streamFor(object, buffer);
   if (stream == nullptr || n <= 0) return 0;
-  return reinterpret_cast<intptr_t>(fgets(buffer, n, stream));
+  const int32_t length = ztTakeLine(stream, buffer, n - 1);
+  if (length < 0 || (length == 0 && n > 1)) return 0;
+  buffer[length] = '\0';
+  return reinterpret_cast<intptr_t>(buffer);
 }
 
 static void textFileMethods(ztTextFileMethods *methods) {

@@ -5,7 +5,9 @@
  * An object that is given a text file instead of a ztFile writes the same contents in a form made for
  * reports and inspection. The text carries no types and no escapes, so only numbers read back exactly
  * as they were written (doubles to the six digits that are printed); a text that contains a line feed
- * spans lines, and an empty text becomes the word "null".
+ * spans lines, and an empty text becomes the word "null". A text, buffer or character that begins with
+ * white space loses it where it follows a number, since reading a number skips the white space behind it:
+ * `ztString_store` keeps such texts.
  */
 #ifndef ZT_IO_ZTTXTFILE_H
 #define ZT_IO_ZTTXTFILE_H
@@ -38,8 +40,8 @@
  *    kept, and the rest of a longer line stays for the next read. The address of the buffer as an
  *    integer, or 0 at the end of input, on failure and when @c n is 0.
  *
- * Numbers are written and read as the current locale has them; the library never sets one, so they
- * carry a decimal point unless the host does.
+ * Numbers are written and read with a point and without separators between thousands, whatever locale the
+ * host has set.
  */
 #define ztTextFile_METHODS ztFile_METHODS
 

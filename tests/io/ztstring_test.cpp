@@ -537,7 +537,7 @@ TEST(String, ADamagedFileLeavesAUsableString) {
       int32_t size = 0;
       memcpy(&size, damaged.data(), sizeof size);
       const String string = stringOf("old");
-      EXPECT_EQ(string->read(string, file), size >= 0 && size <= 65536);
+      EXPECT_EQ(string->read(string, file), size >= 0 && size < 70000);
       EXPECT_LE(string->length(string), 5U);
       EXPECT_EQ(strlen(string->get(string)), string->length(string));
       EXPECT_NE(string->cat(string, string), nullptr);
@@ -556,7 +556,7 @@ TEST(String, ATextWithoutTerminatorIsCutAtItsLastByte) {
 
 TEST(String, AnImpossibleSizeIsRefusedAndTheTextKept) {
   const Storage file;
-  for (const int32_t size : {-1, -2, INT_MIN, INT_MAX, INT_MAX - 1, 65537}) {
+  for (const int32_t size : {-1, -2, INT_MIN, INT_MAX, INT_MAX - 1, 70000}) {
     file.hold("");
     file->writeInt(file, size);
     file->writeBuf(file, 6, "abcdef");
@@ -763,7 +763,7 @@ TEST(StringArray, ATruncatedOrDamagedFileLeavesAUsableArray) {
       int32_t count = 0;
       memcpy(&count, damaged.data(), sizeof count);
       const Array other(ztStringArray_ctor);
-      EXPECT_EQ(other->read(other, file), count >= 0 && count <= 65536);
+      EXPECT_EQ(other->read(other, file), count >= 0 && count <= 65536 / int32_t{sizeof(ztString)});
       for (const std::string &text : textsOf(other)) EXPECT_LE(text.size(), whole.size());
     }
   }

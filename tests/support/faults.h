@@ -34,14 +34,25 @@ struct Faults {
 
 inline Faults allocationFaults;
 inline int liveBlocks = 0;
+inline int64_t liveBytes = 0;
+inline int64_t mostBytes = 0;  // that were live at any time since the host set it
 inline int32_t lastSizeAskedFor = 0;
 inline int reallocationsOfNothing = 0;
 
 // The live blocks that were allocated since a test set it; NULL while none does.
 inline std::set<void *> *notedBlocks = nullptr;
 
+inline void forgetBlock(void *block) {
+  if (block == nullptr) return;
+  if (notedBlocks != nullptr) notedBlocks->erase(block);
+  liveBytes -= static_cast<int64_t>(malloc_usable_size(block));
+}
+
 inline void *noteBlock(void *block) {
+  if (block == nullptr) return nullptr;
   if (notedBlocks != nullptr) notedBlocks->insert(block);
+  liveBytes += static_cast<int64_t>(malloc_usable_size(block));
+  if (liveBytes > mostBytes) mostBytes = liveBytes;
   return block;
 }
 
@@ -57,14 +68,14 @@ __attribute__((used)) inline void *ztm_realloc(void *block, int32_t size) {
   if (block == nullptr) ++reallocationsOfNothing;
   if (size < 0 || allocationFaults.strike()) return nullptr;
   if (block == nullptr) ++liveBlocks;
-  if (notedBlocks != nullptr) notedBlocks->erase(block);
+  forgetBlock(block);
   return noteBlock(realloc(block, static_cast<size_t>(size)));
 }
 
 // What is freed is overwritten, so that a later use shows.
 __attribute__((used)) inline void ztm_free(void *block) {
   if (block == nullptr) return;
-  if (notedBlocks != nullptr) notedBlocks->erase(block);
+  forgetBlock(block);
   memset(block, 0xDB, malloc_usable_size(block));
   --liveBlocks;
   free(block);

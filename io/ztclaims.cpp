@@ -1,0 +1,175 @@
+#include "io/ztclaims.hh"
+
+#include "core/ztlock.hh"
+#include "core/ztthread.hh"
+#include "io/ztstream.hh"
+#include "io/zttxtfile.h"
+
+// The accounts -------------------------------------------------------------------------------------
+//
+// There are few: a file has one only while objects with claims are read from it, or when claims stayed unmet.
+// Which file an account is of changes under the lock; the rest is for the thread that reads the file.
+
+constexpr int accountCount = 32;
+static ztClaimAccount accounts[accountCount];
+static int32_t accountsInUse;
+static int nextVictim;
+
+static ztClaimAccount *find(const void *file) {
+  for (ztClaimAccount &account : accounts) {
+    if (account.file == file) return &account;
+  }
+  return nullptr;
+}
+
+// One that is free, or that of a file which is not being read. NULL when there is none.
+static ztClaimAccount *findFree() {
+  ztClaimAccount *account = find(nullptr);
+  for (int i = 0; account == nullptr && i < accountCount; ++i) {
+    nextVictim = (nextVictim + 1) % accountCount;
+    if (accounts[nextVictim].depth == 0) account = &accounts[nextVictim];
+  }
+  return account;
+}
+
+static void clear(ztClaimAccount *account) {
+  if (account->file != nullptr) __atomic_sub_fetch(&accountsInUse, 1, __ATOMIC_RELAXED);
+  *account = {};
+}
+
+// The account of the file; NULL when all are taken by files that are being read.
+static ztClaimAccount *findOrMake(const void *file) {
+  ztClaimAccount *account = find(file);
+  if (account != nullptr) return account;
+  account = findFree();
+  if (account == nullptr) return nullptr;
+  clear(account);
+  __atomic_add_fetch(&accountsInUse, 1, __ATOMIC_RELAXED);
+  return account;
+}
+
+void ztForgetClaims(const void *file) {
+  if (__atomic_load_n(&accountsInUse, __ATOMIC_RELAXED) == 0) return;
+  const ztLocked locked(ztTablesLock);
+  ztClaimAccount *account = find(file);
+  if (account != nullptr) clear(account);
+}
+
+// The position of a claim; one that is read again from before does not add to the claims of the last time.
+static bool isReadAgain(const ztClaimAccount *account, const FILE *stream, int64_t position) {
+  return account->stream != stream || (position >= 0 && position <= account->position);
+}
+
+static void begin(ztClaimAccount *account, const void *file, const FILE *stream, int64_t position) {
+  if (account->depth == 0 && isReadAgain(account, stream, position)) account->claimed = account->read = 0;
+  account->file = file;
+  account->stream = stream;
+  account->position = position;
+  if (account->depth++ == 0) account->countedFrom = ztThisThread.bytesRead;
+}
+
+static void end(ztClaimAccount *account, const void *file) {
+  const ztLocked locked(ztTablesLock);
+  // The file may have been closed by what was read.
+  if (account->file != file || --account->depth > 0) return;
+  account->read += static_cast<int64_t>(ztThisThread.bytesRead - account->countedFrom);
+  if (account->claimed <= 0) clear(account);
+}
+
+// The claims of an object --------------------------------------------------------------------------
+
+static bool usesPrimitivesOf(const ztFileMethods *methods, const ztFileMethods *others) {
+  return methods->readInt == others->readInt && methods->readBuf == others->readBuf &&
+         methods->readString == others->readString;
+}
+
+ztClaims::ztClaims(void *source)
+    : file(source), stream(static_cast<const ztFile *>(source)->stream), lastRead(ztThisThread.bytesRead) {
+  const ztFileMethods *methods = ztFile_of(file);
+  const auto *textMethods = static_cast<const ztFileMethods *>(ztTextFileClass_Instance()->methodTable);
+  text = usesPrimitivesOf(methods, textMethods);
+  if (text || usesPrimitivesOf(methods, ztFile_table())) own = stream;
+}
+
+ztClaims::~ztClaims() {
+  if (shared != nullptr && shared != &local) end(shared, file);
+}
+
+bool ztClaims::readCount(int32_t *count) {
+  ztThisThread.countSource = nullptr;
+  const bool isRead = ztFile_of(file)->readInt(file, count) > 0 && *count >= 0;
+  counted = stream != nullptr && ztThisThread.countSource == file;
+  return isRead;
+}
+
+ztClaimAccount *ztClaims::account() {
+  if (shared != nullptr) return shared;
+  const int64_t position = stream == nullptr ? -1 : ftello(stream);
+  const ztLocked locked(ztTablesLock);
+  shared = findOrMake(file);
+  if (shared == nullptr) shared = &local;
+  begin(shared, file, stream, position);
+  return shared;
+}
+
+static int64_t limitFor(int64_t read) {
+  constexpr int64_t always = 65536;
+  constexpr int64_t forEachByte = 3;  // beside the byte that came
+  return read > 0 ? always + forEachByte * read : always;
+}
+
+int64_t ztClaims::read() {
+  const int64_t position = stream == nullptr ? -1 : ftello(stream);
+  if (position >= 0) return position;
+  const ztClaimAccount *mine = account();
+  return mine->read + static_cast<int64_t>(ztThisThread.bytesRead - mine->countedFrom);
+}
+
+int64_t ztClaims::limit() {
+  return limitFor(read());
+}
+
+int64_t ztClaims::left() {
+  return limit() - account()->claimed;
+}
+
+bool ztClaims::isHeld(int64_t bytes) {
+  if (!counted) return false;
+  const int64_t inFile = ztBytesLeft(stream);
+  return inFile >= 0 && bytes <= inFile - account()->claimed;
+}
+
+bool ztClaims::isExcessive(int64_t elements, int64_t inFile, int64_t inMemory) {
+  const int64_t left = counted && inFile > 0 ? ztBytesLeft(stream) : -1;
+  if (left < 0 || elements <= left / inFile) return false;
+  return (elements - left / inFile) * inMemory > limitFor(read() + left);
+}
+
+bool ztClaims::take(int64_t bytes) {
+  if (bytes > left()) return false;
+  hold(bytes);
+  return true;
+}
+
+void ztClaims::hold(int64_t bytes) {
+  account()->claimed += bytes;
+  unmet += bytes;
+}
+
+void ztClaims::give(int64_t bytes) {
+  hold(-bytes);
+}
+
+void ztClaims::giveAll() {
+  give(unmet);
+}
+
+void ztClaims::addArrived(int64_t bytes) {
+  account()->read += bytes;
+}
+
+int64_t ztClaims::arrivedSince() {
+  const uint64_t before = lastRead;
+  lastRead = ztThisThread.bytesRead;
+  return static_cast<int64_t>(lastRead - before);
+}

@@ -1,0 +1,165 @@
+#include "io/ztstream.hh"
+
+#include "core/ztmem.h"
+
+#include <errno.h>
+#include <stdio_ext.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// Interrupted writes -------------------------------------------------------------------------------
+//
+// A stream whose write is interrupted drops its buffer. So the buffers of pipes, terminals and the like, where
+// that happens, are written here, before the stream itself would.
+
+static bool isInterruptible(FILE *stream) {
+  struct stat found;
+  const int descriptor = fileno(stream);
+  if (descriptor < 0 || fstat(descriptor, &found) != 0) return false;
+  return S_ISFIFO(found.st_mode) || S_ISSOCK(found.st_mode) || S_ISCHR(found.st_mode);
+}
+
+static void markFailed(FILE *stream) {
+  stream->_flags |= _IO_ERR_SEEN;
+}
+
+// As `clearerr`, but for the mark at the end of the file.
+static void clearFailure(FILE *stream) {
+  stream->_flags &= ~_IO_ERR_SEEN;
+}
+
+static size_t writeAll(FILE *stream, const char *bytes, size_t count) {
+  size_t done = 0;
+  while (done < count) {
+    const ssize_t written = write(fileno(stream), bytes + done, count - done);
+    if (written > 0) {
+      done += static_cast<size_t>(written);
+    } else if (written == 0 || errno != EINTR) {
+      markFailed(stream);
+      break;
+    }
+  }
+  return done;
+}
+
+static bool writeBuffer(FILE *stream) {
+  const size_t pending = __fpending(stream);
+  if (pending == 0) return true;
+  const size_t written = writeAll(stream, stream->_IO_write_base, pending);
+  __fpurge(stream);
+  return written == pending;
+}
+
+static size_t bufferSize(const FILE *stream) {
+  constexpr size_t smallest = 512;  // of those that a stream makes with its first byte
+  const auto size = static_cast<size_t>(stream->_IO_buf_end - stream->_IO_buf_base);
+  return size == 0 ? smallest : size;
+}
+
+static size_t putPastBuffer(FILE *stream, const void *bytes, size_t count) {
+  if (!isInterruptible(stream)) return fwrite_unlocked(bytes, 1, count, stream);
+  if (!writeBuffer(stream)) return 0;
+  if (count < bufferSize(stream) && !__flbf(stream)) return fwrite_unlocked(bytes, 1, count, stream);
+  return writeAll(stream, static_cast<const char *>(bytes), count);
+}
+
+size_t ztPutBytes(FILE *stream, const void *bytes, size_t count) {
+  const auto room = static_cast<size_t>(stream->_IO_write_end - stream->_IO_write_ptr);
+  return count <= room ? fwrite_unlocked(bytes, 1, count, stream) : putPastBuffer(stream, bytes, count);
+}
+
+bool ztFlushStream(FILE *stream) {
+  const bool hasFailed = ferror_unlocked(stream) != 0;
+  const bool wasWritten = !isInterruptible(stream) || writeBuffer(stream);
+  if (fflush(stream) == 0 && wasWritten && !hasFailed) return true;
+  clearFailure(stream);
+  return false;
+}
+
+// Opening and closing ------------------------------------------------------------------------------
+
+FILE *ztOpenStream(const char *name, const char *mode) {
+  FILE *stream;
+  do {
+    errno = 0;
+    stream = fopen(name, mode);
+  } while (stream == nullptr && errno == EINTR);
+  return stream;
+}
+
+void ztCloseStream(FILE *stream) {
+  if (isInterruptible(stream)) writeBuffer(stream);
+  fclose(stream);
+}
+
+// Reads --------------------------------------------------------------------------------------------
+
+// Whether a read ended early for a signal. Clears what marks it as failed, unless something else had failed
+// before, and what tells the reason.
+static bool wasInterrupted(FILE *stream, bool hadFailed) {
+  if (errno != EINTR || feof_unlocked(stream) || !ferror_unlocked(stream)) return false;
+  if (!hadFailed) clearFailure(stream);
+  errno = 0;
+  return true;
+}
+
+size_t ztTakeBytes(FILE *stream, void *bytes, size_t count) {
+  const bool hadFailed = ferror_unlocked(stream) != 0;
+  size_t got = fread_unlocked(bytes, 1, count, stream);
+  while (got < count && wasInterrupted(stream, hadFailed)) {
+    got += fread_unlocked(static_cast<char *>(bytes) + got, 1, count - got, stream);
+  }
+  ztThisThread.bytesRead += got;
+  return got;
+}
+
+// The failure may be an older one, and then the mark goes with the signal's.
+int ztTakeByteAgain(FILE *stream) {
+  int byte = EOF;
+  while (byte == EOF && wasInterrupted(stream, false)) byte = getc_unlocked(stream);
+  return byte;
+}
+
+int32_t ztTakeLine(FILE *stream, char *bytes, int32_t count) {
+  int32_t got = 0;
+  while (got < count) {
+    const int byte = ztTakeByte(stream);
+    if (byte == EOF) return feof_unlocked(stream) ? got : -1;
+    bytes[got++] = static_cast<char>(byte);
+    if (byte == '\n') break;
+  }
+  return got;
+}
+
+char *ztTakeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived) {
+  constexpr int32_t atFirst = 4096;
+  int32_t room = count < atFirst ? count : atFirst;
+  auto *block = static_cast<char *>(ztm_alloc(room + 1));
+  int32_t got = 0;
+  while (block != nullptr) {
+    const int32_t wanted = room - got;
+    const int32_t more =
+        isLine ? ztTakeLine(stream, block + got, wanted)
+               : static_cast<int32_t>(ztTakeBytes(stream, block + got, static_cast<size_t>(wanted)));
+    if (more > 0) got += more;
+    if (more < wanted || room == count || (isLine && block[got - 1] == '\n')) break;
+    room = room > count / 2 ? count : room * 2;
+    auto *larger = static_cast<char *>(ztm_realloc(block, room + 1));
+    if (larger == nullptr) ztm_free(block);
+    block = larger;
+  }
+  *arrived = got;
+  return block;
+}
+
+// Sizes --------------------------------------------------------------------------------------------
+
+int64_t ztBytesLeft(FILE *stream) {
+  struct stat found;
+  const int descriptor = fileno(stream);
+  if (descriptor < 0 || fstat(descriptor, &found) != 0 || !S_ISREG(found.st_mode)) return -1;
+  const int64_t here = ftello(stream);
+  if (here < 0) return -1;
+  return here < found.st_size ? found.st_size - here : 0;
+}

@@ -1,0 +1,275 @@
+// Files whose system calls are interrupted by signals, and what lies in the way of a file.
+#include "io/zttxtfile.h"
+
+#include "tests/helpers/temp_folder.hh"
+#include "tests/support/owned.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <string.h>
+
+#include <algorithm>
+#include <atomic>
+#include <string>
+#include <thread>
+
+namespace {
+
+using File = Owned<ztFile, ztFileMethods>;
+
+volatile sig_atomic_t interruptions;
+
+void interrupt(int) {
+  interruptions = interruptions + 1;
+}
+
+// Interrupts this thread's system calls, a thousand times a second, as long as it lives.
+class Interruptions {
+ public:
+  Interruptions() {
+    struct sigaction action = {};
+    action.sa_handler = interrupt;  // without SA_RESTART
+    sigaction(SIGALRM, &action, nullptr);
+    interruptions = 0;
+    const itimerval often = {{0, 1000}, {0, 1000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+  }
+  ~Interruptions() {
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    signal(SIGALRM, SIG_IGN);  // one may still be on its way
+  }
+  Interruptions(const Interruptions &) = delete;
+  Interruptions &operator=(const Interruptions &) = delete;
+};
+
+// A thread that takes no signals, so that they meet the other.
+template <typename Work>
+std::thread quietThread(Work work) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  std::thread thread(work);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return thread;
+}
+
+class Signals : public testing::TestWithParam<ztCtor> {
+ protected:
+  Signals() : file(GetParam()) {
+    EXPECT_EQ(pipe(ends), 0);
+  }
+  ~Signals() override {
+    for (const int end : ends) {
+      if (end >= 0) close(end);
+    }
+  }
+  void open(int which, const char *mode) {
+    const std::string name = "/proc/self/fd/" + std::to_string(ends[which]);
+    ASSERT_EQ(file->open(file, name.c_str(), mode), 1);
+    close(ends[which]);
+    ends[which] = -1;
+  }
+
+  File file;
+  int ends[2];
+};
+
+void pause(int milliseconds) {
+  usleep(static_cast<useconds_t>(milliseconds) * 1000);
+}
+
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Of, Signals, testing::Values(ztFile_ctor, ztTextFile_ctor),
+                         [](const testing::TestParamInfo<ztCtor> &test) {
+                           return test.param == ztFile_ctor ? "Bytes" : "Text";
+                         });
+
+TEST_P(Signals, ThatInterruptWritesLoseNoByte) {
+  std::string arrived;
+  const int reader = ends[0];
+  std::thread slow = quietThread([&] {
+    pause(50);
+    char bytes[20000];
+    for (ssize_t n = read(reader, bytes, sizeof bytes); n > 0; n = read(reader, bytes, sizeof bytes)) {
+      arrived.append(bytes, static_cast<size_t>(n));
+      pause(2);
+    }
+  });
+  open(1, "w");
+  std::string expected;
+  {
+    const Interruptions often;
+    const std::string large(30000, 'b');
+    for (int32_t i = 0; i < 3000; ++i) {
+      ASSERT_GT(file->writeInt(file, i), 0);
+      ASSERT_GT(file->writeFloat(file, i / 4.0), 0);
+      ASSERT_GT(file->writeString(file, "a text of some length"), 0);
+      if (i % 500 == 0) {
+        ASSERT_EQ(file->writeBuf(file, 30000, large.data()), 30000);
+      }
+      if (i % 100 == 0) {
+        ASSERT_EQ(file->flush(file), 0);
+      }
+    }
+    EXPECT_EQ(file->flush(file), 0);
+    file->close(file);
+    EXPECT_GT(interruptions, 10);
+  }
+  slow.join();
+  const TempFolder folder;
+  const std::string path = folder.path("same");
+  ASSERT_EQ(file->open(file, path.c_str(), "w"), 1);
+  const std::string large(30000, 'b');
+  for (int32_t i = 0; i < 3000; ++i) {
+    file->writeInt(file, i);
+    file->writeFloat(file, i / 4.0);
+    file->writeString(file, "a text of some length");
+    if (i % 500 == 0) file->writeBuf(file, 30000, large.data());
+  }
+  file->close(file);
+  EXPECT_TRUE(arrived == contentsOf(path)) << arrived.size() << " bytes";
+}
+
+TEST_P(Signals, ThatInterruptReadsLoseNoByte) {
+  const TempFolder folder;
+  const std::string path = folder.path("source");
+  ASSERT_EQ(file->open(file, path.c_str(), "w"), 1);
+  for (int32_t i = 0; i < 40; ++i) {
+    file->writeInt(file, 1000000 + i);
+    file->writeFloat(file, i / 4.0);
+    file->writeBuf(file, 10, "0123456789");
+  }
+  file->close(file);
+  const std::string all = contentsOf(path);
+  const int writer = ends[1];
+  ends[1] = -1;
+  std::thread slow = quietThread([&all, writer] {
+    // A few bytes at a time, within numbers, too.
+    for (size_t at = 0; at < all.size(); at += 7) {
+      pause(3);
+      EXPECT_GT(write(writer, all.data() + at, std::min<size_t>(7, all.size() - at)), 0);
+    }
+    pause(5);
+    close(writer);
+  });
+  open(0, "r");
+  {
+    const Interruptions often;
+    for (int32_t i = 0; i < 40; ++i) {
+      int32_t number = 0;
+      double real = -1;
+      char buffer[11] = "";
+      ASSERT_EQ(file->readInt(file, &number), 1);
+      ASSERT_EQ(number, 1000000 + i);
+      ASSERT_EQ(file->readFloat(file, &real), 1);
+      ASSERT_EQ(real, i / 4.0);
+      ASSERT_EQ(file->readBuf(file, 10, buffer), 10);
+      ASSERT_STREQ(buffer, "0123456789");
+    }
+    int32_t none = 5;
+    EXPECT_EQ(file->readInt(file, &none), 0);
+    EXPECT_NE(file->eof(file), 0);
+    EXPECT_EQ(file->flush(file), 0) << "nothing failed";
+    EXPECT_GT(interruptions, 10);
+  }
+  slow.join();
+}
+
+TEST_P(Signals, ThatInterruptALineLoseNoByte) {
+  const int writer = ends[1];
+  ends[1] = -1;
+  std::thread slow = quietThread([writer] {
+    for (const char *part : {"a li", "ne of", " text\n"}) {
+      pause(5);
+      EXPECT_GT(write(writer, part, strlen(part)), 0);
+    }
+    close(writer);
+  });
+  open(0, "r");
+  const Interruptions often;
+  char line[16] = "";
+  EXPECT_NE(file->readString(file, 16, line), 0);
+  EXPECT_STREQ(line, "a line of text\n");
+  slow.join();
+}
+
+TEST_P(Signals, ThatInterruptTheOpeningOfAFifoLetItGoOn) {
+  const TempFolder folder;
+  const std::string path = folder.path("fifo");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  std::thread late = quietThread([&path] {
+    pause(30);
+    const int end = ::open(path.c_str(), O_WRONLY);
+    close(end);
+  });
+  {
+    const Interruptions often;
+    EXPECT_EQ(file->open(file, path.c_str(), "r"), 1);
+    EXPECT_GT(interruptions, 2);
+  }
+  late.join();
+}
+
+// What lies in the way ------------------------------------------------------------------------------
+
+TEST(FileExist, DoesNotWaitForTheOtherEndOfAFifo) {
+  const TempFolder folder;
+  const std::string path = folder.path("fifo");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path.c_str()), 1);
+}
+
+TEST(FileExist, LetsNoWriterOfAFifoGoOn) {
+  const TempFolder folder;
+  const std::string path = folder.path("fifo");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  // A reader would let this succeed.
+  std::atomic<bool> asked = false;
+  std::thread writer([&] {
+    while (!asked) {
+      const int end = open(path.c_str(), O_WRONLY | O_NONBLOCK);
+      EXPECT_LT(end, 0);
+      if (end >= 0) close(end);
+    }
+  });
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path.c_str()), 1);
+  asked = true;
+  writer.join();
+}
+
+TEST(FileExist, TellsOfWhatCannotBeRead) {
+  const TempFolder folder;
+  const std::string path = folder.path("link");
+  ASSERT_EQ(symlink("missing", path.c_str()), 0);
+  EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path.c_str()), 0);
+  EXPECT_EQ(ztFile_functions()->fileExist(nullptr, "/dev/null"), 1);
+}
+
+// Flushing ------------------------------------------------------------------------------------------
+
+TEST(Flush, LeavesTheMarkAtTheEndOfTheFile) {
+  const TempFolder folder;
+  const std::string path = folder.path("file");
+  writeContents(path, "ab");
+  for (const ztCtor constructor : {ztFile_ctor, ztTextFile_ctor}) {
+    const File file(constructor);
+    ASSERT_EQ(file->open(file, path.c_str(), "r"), 1);
+    char bytes[4];
+    file->readBuf(file, 3, bytes);
+    ASSERT_NE(file->eof(file), 0);
+    EXPECT_EQ(file->writeChar(file, 'x') > 0, false);
+    EXPECT_EQ(file->flush(file), EOF) << "the write failed";
+    EXPECT_NE(file->eof(file), 0);
+    EXPECT_EQ(file->flush(file), 0) << "an error is told once";
+    EXPECT_NE(file->eof(file), 0);
+  }
+}
