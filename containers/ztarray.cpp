@@ -899,7 +899,7 @@ bool ArrayReader::setSize(int32_t slots) {
 bool ArrayReader::addSlots(int32_t added) {
   if (added <= 0 || !resizeBlock(array, int64_t{made} + added)) return false;
   if (holdsObjects(array)) {
-    constructObjects(array, array->data, made, made + added);
+    constructObjects(array->elementConstructor, array->data, made, made + added, array->elementSize);
   } else {
     clearBehind(array, array->data, made, blockSize(array, int64_t{made} + added));
   }
