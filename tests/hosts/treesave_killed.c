@@ -8,7 +8,6 @@
  *   treesave_killed PATH TEXT call N         the process is killed at the Nth call for files, ahead of the call
  *   treesave_killed PATH TEXT fail N         that call fails
  */
-#define _GNU_SOURCE
 #include "tests/hosts/check.h"
 #include "zentova.h"
 
