@@ -10,12 +10,12 @@
 // The table of a thread ---------------------------------------------------------------------------
 
 // In place of the table of a thread that has none: the entry below all others, and no room.
-static ztCall belowAll = {nullptr, UINTPTR_MAX, ztBelowAllCalls, 0, 0};
+static ztCall belowAll = {nullptr, UINTPTR_MAX, ztBelowAllCalls, 0, 0, 0};
 
 constexpr uint64_t firstSerial = 64;
 
 constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec"))) = {
-    nullptr, nullptr, &belowAll + 1, &belowAll + 1, firstSerial, 0};
+    .nextCall = &belowAll + 1, .lastCall = &belowAll + 1, .callSerial = firstSerial};
 
 void ztForgetCalls() {
   ztThisThread.calls = nullptr;
@@ -81,16 +81,6 @@ static Element *enlarge(Element *old, const Element *few, uint32_t *capacity, ui
   return fresh;
 }
 
-bool ztReservePending(ztCalls *calls, uint32_t count) {
-  if (calls->pendingCapacity - calls->pendingCount >= count) return true;
-  if (count > INT32_MAX) return false;
-  ztPendingSlot *fresh =
-      enlarge(calls->pending, calls->fewPending, &calls->pendingCapacity, calls->pendingCount + count);
-  if (fresh == nullptr) return false;
-  calls->pending = fresh;
-  return true;
-}
-
 void ztTrimPending(ztCalls *calls) {
   uint32_t used = 0;
   ztForEachCall([&](const ztCall &call) {
@@ -135,7 +125,7 @@ static void clearSender(const ztCalls *calls, const ztCall &delivery) {
 }
 
 static void clear(ztCall *call) {
-  *call = {nullptr, UINTPTR_MAX, 0, 0, 0};
+  *call = {nullptr, UINTPTR_MAX, 0, 0, 0, 0};
 }
 
 static void drop(const ztCalls *calls, ztCall *call) {
@@ -177,6 +167,37 @@ static void dropRepeated(ztCalls *calls) {
     if (call.serial != 0 && !isOnOwnStack(calls, call.frame) && isRepeated(call)) drop(calls, &call);
   });
   trim(calls);
+}
+
+// Whether no delivery has pending slots from this place on.
+static bool isFreePlace(uint64_t first, uint32_t count) {
+  bool isFree = true;
+  ztForEachCall([&](const ztCall &call) {
+    if (call.first < call.end && first < call.end && call.first < first + count) isFree = false;
+  });
+  return isFree;
+}
+
+// The first place between those of deliveries that is large enough; the one behind all of them at the most.
+static uint32_t findPlace(const ztCalls *calls, uint32_t count) {
+  uint32_t found = isFreePlace(0, count) ? 0 : calls->pendingCount;
+  ztForEachCall([&](const ztCall &call) {
+    if (call.end > 0 && call.end < found && isFreePlace(call.end, count)) found = call.end;
+  });
+  return found;
+}
+
+uint32_t ztReservePending(ztCalls *calls, uint32_t count) {
+  if (calls->pendingCapacity - calls->pendingCount >= count) return calls->pendingCount;
+  if (count > INT32_MAX) return ztNoPlace;
+  // Deliveries that were left on the stacks of coroutines may stand in front of much room.
+  dropRepeated(calls);
+  const uint32_t first = findPlace(calls, count);
+  if (calls->pendingCapacity - first >= count) return first;
+  ztPendingSlot *fresh = enlarge(calls->pending, calls->fewPending, &calls->pendingCapacity, first + count);
+  if (fresh == nullptr) return ztNoPlace;
+  calls->pending = fresh;
+  return first;
 }
 
 static ztCall *freeEntry() {

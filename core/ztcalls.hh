@@ -38,7 +38,8 @@ struct ztCall {
   uint64_t serial;      // as in the mark of that frame, with the kind in its last bits
   uint32_t detail;      // delivery: the pending slot that was called last; watch: where in its frame it lies;
                         // ending: not 0 where peers stay tied to the object until its end
-  uint32_t end;         // delivery: behind its pending slots
+  uint32_t first;       // delivery: where its pending slots begin,
+  uint32_t end;         // and the place behind them
 };
 
 inline ztCallKind ztKindOf(const ztCall &call) {
@@ -113,6 +114,7 @@ inline ztCall *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subjec
   call->frame = frame;
   call->serial = serial;
   call->detail = detail;
+  call->first = 0;
   call->end = 0;
   return call;
 }
@@ -162,14 +164,15 @@ __attribute__((always_inline)) inline bool ztIsUnderWay(const void *object, ztCa
 
 void ztDropCallsOn(const void *object);
 
-// Told of every object that is created or cloned: what is under way there was about another one, whose memory
-// was freed by a host.
+// Told of every object that is constructed: what is under way there was about another one, whose memory was
+// freed by a host.
 inline void ztObjectMade(const void *object) {
   if (ztThisThread.nextCall[-1].serial != ztBelowAllCalls) ztDropCallsOn(object);
 }
 
-// Makes room for so many pending slots behind those that there are. False without memory.
-bool ztReservePending(ztCalls *calls, uint32_t count);
+// Where there is room for so many pending slots, made where there was none.
+constexpr uint32_t ztNoPlace = UINT32_MAX;  // without memory
+uint32_t ztReservePending(ztCalls *calls, uint32_t count);
 
 // Gives the places of the pending slots back that no delivery has any more.
 void ztTrimPending(ztCalls *calls);

@@ -603,13 +603,14 @@ static bool beginDelivery(Delivery *delivery, const ztSignal *signal) {
   ztCall *call = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
   if (call == nullptr) return false;
   ztCalls *calls = ztThisThread.calls;
-  if (!ztReservePending(calls, tree->count)) {
+  delivery->first = ztReservePending(calls, tree->count);
+  if (delivery->first == ztNoPlace) {
     ztEndCall(delivery->mark);
     return false;
   }
-  delivery->first = calls->pendingCount;
   delivery->end = delivery->first + tree->count;
-  calls->pendingCount = delivery->end;
+  if (calls->pendingCount < delivery->end) calls->pendingCount = delivery->end;
+  call->first = delivery->first;
   call->end = delivery->end;
   collectSlots(tree->root, calls->pending + delivery->first);
   return true;
