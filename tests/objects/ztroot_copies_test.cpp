@@ -221,7 +221,7 @@ TEST(AssigningNodes, PassesPlacesWithoutAChildBy) {
   release(source);
 }
 
-TEST(AssigningNodes, GivesAChildOfAnotherClassOnlyWhatBothHave) {
+TEST(AssigningNodes, CallsAHostsOverrideForAChildOfAnotherClassAndGivesTheLibrarysWhatBothHave) {
   Forest forest;
   ztRoot *node = newNode(1);
   ztRoot *source = newNode(2);
@@ -233,9 +233,9 @@ TEST(AssigningNodes, GivesAChildOfAnotherClassOnlyWhatBothHave) {
   ztRoot *below = newNode(6, Assigned_ctor);
   addChild(other, below);
   for (ztRoot *assigned : {own, grandchild}) reinterpret_cast<Assigned *>(assigned)->from = nullptr;
-  // The two at the first level are no more than nodes to each other; their children are of one class.
+  // The two at the first level are of different classes; their children are of one.
   EXPECT_EQ(ztRoot_of(node)->assign(node, source), 1);
-  EXPECT_EQ(reinterpret_cast<Assigned *>(own)->from, nullptr);
+  EXPECT_EQ(reinterpret_cast<Assigned *>(own)->from, other);
   EXPECT_EQ(reinterpret_cast<Assigned *>(grandchild)->from, below);
   release(node);
   release(source);
