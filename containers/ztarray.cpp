@@ -85,7 +85,7 @@ static void *newBlock(const ztArray *array, int32_t count, int32_t clearFrom) {
 // Frees a block that the array has given up, unless a call that is under way goes on reading it: that call
 // frees it then.
 static void releaseBlock(const ztArray *array, void *block) {
-  if (!ztIsPartInUse(array, block)) ztm_free(block);
+  if (!ztLeavePart(array, block)) ztm_free(block);
 }
 
 // Moves the elements to a new block of that size.
@@ -123,16 +123,8 @@ namespace {
 // in a new block, and the old one stays until the call ends.
 class BlockUse {
  public:
-  explicit BlockUse(const ztArray *used)
-      : array(used),
-        block(used->data),
-        isOwner(block != nullptr && !ztIsPartInUse(used, block)),
-        use(used, block) {}
-  ~BlockUse() {
-    end();
-  }
-  BlockUse(const BlockUse &) = delete;
-  BlockUse &operator=(const BlockUse &) = delete;
+  ZT_IN_CALLERS_FRAME explicit BlockUse(const ztArray *used)
+      : array(used), block(used->data), use(used, block) {}
 
   bool ended() const {
     return use.ended();
@@ -143,15 +135,12 @@ class BlockUse {
   }
   // Gives the block back. It is freed where the array has another one now.
   void end() {
-    if (isOwner && !isCurrent()) ztm_free(block);
-    isOwner = false;
     use.end();
   }
 
  private:
   const ztArray *array;
   void *block;
-  bool isOwner;  // and not a call further out
   ContainerUse use;
 };
 
@@ -233,26 +222,13 @@ static void constructObjects(ztCtor constructor, void *block, int32_t from, int3
   for (int32_t i = from; i < count; ++i, slot += stride) constructor(slot, 1);
 }
 
-static void exchangeSlots(char *first, char *second, int32_t size) {
-  char buffer[64];
-  while (size > 0 && first != second) {
-    const size_t part = size < int32_t{sizeof buffer} ? static_cast<size_t>(size) : sizeof buffer;
-    memcpy(buffer, first, part);
-    memcpy(first, second, part);
-    memcpy(second, buffer, part);
-    first += part;
-    second += part;
-    size -= static_cast<int32_t>(part);
-  }
-}
-
 namespace {
 
-// The slot behind the array's last element, for an object that is none of its elements yet, or for a while.
+// The slot behind the array's last element, for an object that is none of its elements yet.
 // The block has room for it, and is in no other use.
 class OpenSlot {
  public:
-  explicit OpenSlot(ztArray *opened)
+  ZT_IN_CALLERS_FRAME explicit OpenSlot(ztArray *opened)
       : array(opened),
         constructor(opened->elementConstructor),
         stride(opened->elementSize),
@@ -262,22 +238,11 @@ class OpenSlot {
   char *slot() const {
     return place;
   }
-  bool isCurrent() const {
-    return use.isCurrent();
-  }
   // Gives up a slot that holds no object. True where the array still has the room for it.
   bool leave() {
     const bool current = use.isCurrent();
     use.end();
     return current;
-  }
-  // Constructs an object in place of one that could not be cloned, so that no element goes.
-  void refill() const {
-    if (constructorFits(constructor, stride)) {
-      constructor(place, 1);
-    } else {
-      ztBaseClass_ctor(place, 1);
-    }
   }
   // Makes the object the last element, whatever the array has become. Where it cannot be one, since the array
   // is gone, keeps other elements now, or lacks memory, it is destroyed. Returns its slot, or NULL.
@@ -308,55 +273,131 @@ class OpenSlot {
   BlockUse use;
 };
 
-// An object that is taken out of the array while one of its methods runs that changes it. The last element
-// stands in its place meanwhile, so that nothing has to be moved. Where the call does not come back, the
-// others stay, and the object is lost.
-class TakenObject {
+// The block of an array, out of it while a host's code works on one of the objects in it: they keep their
+// addresses, whatever that code does to the array. An array that is destroyed meanwhile destroys the objects,
+// except for the one that is worked on.
+class DetachedBlock {
  public:
-  // Takes out the element at an index that the array has. Its block must be in no other use.
-  TakenObject(ztArray *owner, int32_t taken)
-      : array(owner), index(taken), formerEnd(owner->count - 1), open(withoutElement(owner, taken)) {}
+  // The block must be in no other use.
+  ZT_IN_CALLERS_FRAME explicit DetachedBlock(ztArray *owner)
+      : array(owner),
+        constructor(owner->elementConstructor),
+        stride(owner->elementSize),
+        block(static_cast<char *>(owner->data)),
+        use(owner) {
+    ztUse *record = use.record();
+    if (record == nullptr) return;
+    record->part = block;
+    record->kind = ztPartKind::objects;
+    record->count = array->count;
+    record->stride = stride;
+    array->data = nullptr;
+    array->count = 0;
+  }
 
-  char *object() const {
-    return open.slot();
+  // False without memory; nothing has changed then.
+  bool isOut() const {
+    return use.record() != nullptr;
   }
-  // Whether the array has the same elements still.
-  bool isCurrent() const {
-    return open.isCurrent();
+  // Whether the array was destroyed.
+  bool ended() const {
+    return use.ended();
   }
-  void refill() const {
-    open.refill();
+  char *slotOf(int32_t index) const {
+    return block + int64_t{index} * stride;
   }
-  // Puts the object back at its index, and the one that stood there behind it as before, ahead of what came in
-  // meanwhile. Where the array has become smaller they stand at its end. Returns the object's slot; NULL when it
-  // was destroyed since it cannot be an element any more.
-  char *putBack() {
-    char *slot = open.add();
-    if (slot == nullptr) return nullptr;
-    const int32_t end = array->count - 1;
-    for (int32_t i = end; i > formerEnd; --i) exchange(i, i - 1);
-    const int32_t place = end < formerEnd ? end : formerEnd;
-    if (index < place) exchange(index, place);
-    return slotAt(array, index < place ? index : place);
+  // Takes the object in a slot for one that is worked on.
+  char *open(int32_t index) {
+    use.record()->open = index;
+    return slotOf(index);
   }
+  // The object is whole. Where the others were destroyed meanwhile it is, too.
+  void close(int32_t index) {
+    ztUse *record = use.record();
+    if (record == nullptr) return;
+    record->open = -1;
+    if (record->kind != ztPartKind::objects) destroyObject(slotOf(index));
+  }
+  // Constructs an object in place of one that could not be cloned, so that no element goes.
+  void refill(int32_t index) const {
+    if (constructorFits(constructor, stride)) {
+      constructor(slotOf(index), 1);
+    } else {
+      ztBaseClass_ctor(slotOf(index), 1);
+    }
+  }
+  bool add(int32_t added);
+  bool putBack();
 
  private:
-  void exchange(int32_t first, int32_t second) const {
-    exchangeSlots(slotAt(array, first), slotAt(array, second), array->elementSize);
-  }
-  static ztArray *withoutElement(ztArray *array, int32_t index) {
-    --array->count;
-    exchangeSlots(slotAt(array, index), slotAt(array, array->count), array->elementSize);
-    return array;
-  }
+  bool grow(int32_t added);
+  bool append();
 
   ztArray *array;
-  int32_t index;
-  int32_t formerEnd;  // where the last element stood
-  OpenSlot open;
+  ztCtor constructor;
+  int32_t stride;
+  char *block;
+  ContainerUse use;
 };
 
 }  // namespace
+
+// Makes room behind the objects; false without memory.
+bool DetachedBlock::grow(int32_t added) {
+  ztUse *record = use.record();
+  const int32_t size = blockSize(array, int64_t{record->count} + added);
+  void *grown = size < 0 ? nullptr : ztm_realloc(block, size);
+  if (grown == nullptr) return false;
+  block = static_cast<char *>(grown);
+  record->part = grown;
+  return true;
+}
+
+// Constructs new objects behind the others; false without memory, or when the array is gone.
+bool DetachedBlock::add(int32_t added) {
+  if (!grow(added)) return false;
+  for (int32_t i = 0; i < added && !use.ended(); ++i) {
+    const int32_t index = use.record()->count++;
+    constructor(open(index), 1);
+    close(index);
+  }
+  return !use.ended();
+}
+
+// Moves what came into the array meanwhile behind the objects; false without memory.
+bool DetachedBlock::append() {
+  if (!grow(array->count)) return false;
+  ztUse *record = use.record();
+  memcpy(slotOf(record->count), array->data, static_cast<size_t>(array->count) * static_cast<size_t>(stride));
+  record->count += array->count;
+  return true;
+}
+
+// Gives the array its block again, with what came in meanwhile behind it. Where that cannot be, what came in
+// is destroyed; where the array keeps other elements by now, the objects are. False when they are gone.
+bool DetachedBlock::putBack() {
+  const bool fits = !use.ended() && use.record()->kind == ztPartKind::objects &&
+                    array->elementConstructor == constructor && array->elementSize == stride;
+  if (!fits) {
+    while (!use.ended() && ztEndObjects(array)) continue;
+    use.end();
+    return false;
+  }
+  void *meanwhile = array->data;
+  const int32_t added = array->count;
+  const bool isAppended = meanwhile == nullptr || append();
+  const ztUse held = *use.record();
+  use.record()->kind = ztPartKind::borrowed;
+  array->data = held.part;
+  array->count = held.count;
+  if (isAppended) {
+    releaseBlock(array, meanwhile);
+    return true;
+  }
+  destroyObjects(meanwhile, added, stride);
+  releaseBlock(array, meanwhile);
+  return !use.ended();
+}
 
 // Sees to it that the block is in no other use. False, with nothing changed, when there is no memory.
 static bool ownBlock(ztArray *array) {
@@ -432,7 +473,10 @@ static void *pushObject(ztArray *array, const void *element) {
 static void *arrayPushBack(void *object, const void *element) {
   auto *array = static_cast<ztArray *>(object);
   if (array == nullptr) return nullptr;
-  if (holdsObjects(array)) return pushObject(array, element);
+  if (holdsObjects(array)) {
+    ztBeginUses();
+    return pushObject(array, element);
+  }
   return holdsPointers(array) ? pushPointer(array, element) : pushBytes(array, element);
 }
 
@@ -453,27 +497,42 @@ static int32_t arrayPushBackUnique(void *object, const void *element, ztCompareF
   return ztArray_of(array)->pushBack(array, element) != nullptr;
 }
 
+// Sees to it that the array's block can be taken out: what an earlier call that was left has out of it ends
+// first. False when there is no memory, or the array has no such index any more.
+static bool prepareDetaching(ztArray *array, int32_t index) {
+  const ContainerUse use(array);
+  while (!use.ended() && ztEndObjectsLeft(array)) continue;
+  return !use.ended() && hasIndex(array, index) && ownBlock(array);
+}
+
 static void *setObject(ztArray *array, const void *element, int32_t index) {
   if (element == slotAt(array, index)) return slotAt(array, index);
   const int64_t own = offsetInBlock(array, element);
-  if (!ownBlock(array)) return nullptr;
+  if (!prepareDetaching(array, index)) return nullptr;
   element = afterMove(array, element, own);
-  TakenObject taken(array, index);
-  if (element == taken.object()) element = slotAt(array, index);
-  destroyObject(taken.object());
-  // The array's own element may have gone meanwhile.
-  void *copy = nullptr;
-  if (own < 0 || taken.isCurrent()) copy = copyIntoSlot(taken.object(), element);
-  if (copy == nullptr) taken.refill();
-  const bool isInSlot = copy == taken.object();
-  void *slot = taken.putBack();
-  return isInSlot || slot == nullptr ? slot : copy;
+  DetachedBlock detached(array);
+  if (!detached.isOut()) return nullptr;
+  char *slot = detached.open(index);
+  destroyObject(slot);
+  if (detached.ended()) return nullptr;
+  void *copy = copyIntoSlot(slot, element);
+  bool isWhole = copy != nullptr;
+  if (!isWhole && !detached.ended()) {
+    detached.refill(index);
+    isWhole = true;
+  }
+  if (isWhole) detached.close(index);
+  if (!detached.putBack()) return nullptr;
+  return copy == slot ? slotAt(array, index) : copy;
 }
 
 static void *arraySetAt(void *object, const void *element, int32_t index) {
   auto *array = static_cast<ztArray *>(object);
   if (array == nullptr || !hasIndex(array, index) || !accepts(array, element)) return nullptr;
-  if (holdsObjects(array)) return setObject(array, element, index);
+  if (holdsObjects(array)) {
+    ztBeginUses();
+    return setObject(array, element, index);
+  }
   void *slot = slotAt(array, index);
   storeBytes(array, slot, element);
   return slot;
@@ -500,27 +559,30 @@ static void arrayRemoveAt(void *object, int32_t index) {
   const int32_t left = array->count - 1;
   void *rest = left == 0 ? nullptr : copyWithout(array, index);
   if (left != 0 && rest == nullptr) return;
+  if (!holdsObjects(array)) return installBlock(array, rest, left);
+  const BlockUse use(array);
   void *block = array->data;
   void *slot = slotAt(array, index);
-  const bool isFree = !ztIsPartInUse(array, block);
-  const bool isObject = holdsObjects(array);
   array->data = rest;
   array->count = left;
+  const bool isLeft = ztLeavePart(array, block);
   // The array is whole again without the object before that ends.
-  if (isObject) destroyObject(slot);
-  if (isFree) ztm_free(block);
+  destroyObject(slot);
+  if (!isLeft) ztm_free(block);
 }
 
 static void arrayEmpty(void *object) {
   auto *array = static_cast<ztArray *>(object);
   if (array == nullptr || array->data == nullptr) return;
+  if (!holdsObjects(array)) return installBlock(array, nullptr, 0);
+  const BlockUse use(array);
   void *block = array->data;
   const int32_t count = array->count;
-  const bool isFree = !ztIsPartInUse(array, block);
   array->data = nullptr;
   array->count = 0;
-  if (holdsObjects(array)) destroyObjects(block, count, array->elementSize);
-  if (isFree) ztm_free(block);
+  const bool isLeft = ztLeavePart(array, block);
+  destroyObjects(block, count, array->elementSize);
+  if (!isLeft) ztm_free(block);
 }
 
 // Sizes -------------------------------------------------------------------------------------------
@@ -588,12 +650,13 @@ static int32_t resizeObjects(ztArray *array, int32_t count) {
     ztm_free(block);
     return 0;
   }
+  const BlockUse use(array);
   void *former = array->data;
-  const bool isFree = !ztIsPartInUse(array, former);
   array->data = block;
   array->count = count;
+  const bool isLeft = ztLeavePart(array, former);
   destroyObjects(former, old, array->elementSize);
-  if (isFree) ztm_free(former);
+  if (!isLeft) ztm_free(former);
   return 1;
 }
 
@@ -745,27 +808,31 @@ static void *arrayClone(const void *object, void *target) {
   return nullptr;
 }
 
-// Assigns one object of the source to the array's at the same index; false when the array is gone then.
-static bool assignObject(ztArray *array, const ztArray *source, int32_t index) {
-  if (!ownBlock(array)) return true;
-  TakenObject taken(array, index);
-  if (source == array) {
-    ztAssignCommon(taken.object(), taken.object());
+// Assigns one object of the source to the one in the array's slot.
+static void assignObject(DetachedBlock *target, const ztArray *source, int32_t index, bool isSame) {
+  char *slot = target->open(index);
+  if (isSame) {
+    ztAssignCommon(slot, slot);
   } else {
     const BlockUse use(source);
-    ztAssignCommon(taken.object(), slotAt(source, index));
+    ztAssignCommon(slot, slotAt(source, index));
   }
-  return taken.putBack() != nullptr;
+  target->close(index);
 }
 
 static int32_t assignObjects(ztArray *array, const ztArray *source) {
-  const ContainerUse target(array);
+  if (array->count == 0 || source->count == 0) return 1;
   const ContainerUse other(source);
-  for (int32_t i = 0; i < array->count && i < source->count; ++i) {
-    assignObject(array, source, i);
-    if (target.ended() || other.ended()) return 0;
+  if (!prepareDetaching(array, 0) || other.ended()) return 0;
+  const bool isSame = source == array;
+  const int32_t count = array->count;
+  DetachedBlock target(array);
+  if (!target.isOut()) return 0;
+  for (int32_t i = 0; i < count && !target.ended() && !other.ended(); ++i) {
+    if (!isSame && i >= source->count) break;
+    assignObject(&target, source, i, isSame);
   }
-  return 1;
+  return target.putBack() && !other.ended();
 }
 
 static int32_t arrayAssign(void *object, const void *other) {
@@ -774,6 +841,7 @@ static int32_t arrayAssign(void *object, const void *other) {
   const auto *source = static_cast<const ztArray *>(other);
   const int32_t count = array->count < source->count ? array->count : source->count;
   if (holdsObjects(array)) {
+    ztBeginUses();
     return holdsObjects(source) ? assignObjects(array, source) : 0;
   }
   if (array->elementSize != source->elementSize) return 0;
@@ -786,8 +854,10 @@ static int32_t arrayAssign(void *object, const void *other) {
 static void arrayDestroy(void *object) {
   if (object == nullptr) return;
   ztArray_of(object)->empty(object);
-  // What the elements put in at their end.
-  while (static_cast<const ztArray *>(object)->data != nullptr) arrayEmpty(object);
+  // What the elements put in at their end, and what calls that are under way have out of the array.
+  do {
+    while (static_cast<const ztArray *>(object)->data != nullptr) arrayEmpty(object);
+  } while (ztEndObjects(object));
   ztSequenceContainer_table()->destroy(object);
 }
 
@@ -825,11 +895,18 @@ class ArrayReader {
     return claims.isExcessive(count, holdsObjects(array) ? 1 : array->elementSize, sizeOf(1));
   }
 
+  // What was read may have changed the array. What came in meanwhile stands behind the slots, and no slots
+  // are made behind that.
+  bool hasSlot(int32_t index) const {
+    return index < made && (array->count == made || (array->count > made && made == count));
+  }
+
   int32_t slotsAtFirst();
   int32_t slotsToAdd();
   bool setSize(int32_t slots);
+  bool addObjects(int32_t added);
   bool addSlots(int32_t added);
-  void readObject(int32_t index);
+  bool readObject(int32_t index);
   bool readBytes(int32_t index);
   bool fillUp(int32_t arrived);
   void bring(int64_t bytes);
@@ -886,7 +963,8 @@ int32_t ArrayReader::slotsToAdd() {
 
 bool ArrayReader::setSize(int32_t slots) {
   const void *before = array->data;
-  if (!ztArray_of(array)->setSize(array, slots)) return false;
+  const ContainerUse use(array);
+  if (!ztArray_of(array)->setSize(array, slots) || use.ended()) return false;
   // An array that has the count already keeps its contents.
   if (before != nullptr && before == array->data && !holdsObjects(array)) {
     clearBehind(array, array->data, 0, blockSize(array, array->count));
@@ -897,15 +975,25 @@ bool ArrayReader::setSize(int32_t slots) {
 }
 
 bool ArrayReader::addSlots(int32_t added) {
-  if (added <= 0 || !resizeBlock(array, int64_t{made} + added)) return false;
+  if (added <= 0) return false;
   if (holdsObjects(array)) {
-    constructObjects(array->elementConstructor, array->data, made, made + added, array->elementSize);
-  } else {
-    clearBehind(array, array->data, made, blockSize(array, int64_t{made} + added));
+    if (!addObjects(added)) return false;
+    made += added;
+    return true;
   }
+  if (!resizeBlock(array, int64_t{made} + added)) return false;
+  clearBehind(array, array->data, made, blockSize(array, int64_t{made} + added));
   made += added;
   array->count = made;
   return true;
+}
+
+bool ArrayReader::addObjects(int32_t added) {
+  if (!ownBlock(array)) return false;
+  DetachedBlock detached(array);
+  if (!detached.isOut()) return false;
+  const bool isAdded = detached.add(added);
+  return detached.putBack() && isAdded;
 }
 
 // What has arrived for an element is no claim any more.
@@ -914,12 +1002,19 @@ void ArrayReader::bring(int64_t bytes) {
   if (claimed > 0) claims.give(claimed);
 }
 
-void ArrayReader::readObject(int32_t index) {
-  void *slot = slotAt(array, index);
+// False without memory, or when the array does not keep such objects any more.
+bool ArrayReader::readObject(int32_t index) {
+  if (!ownBlock(array)) return false;
+  DetachedBlock detached(array);
+  if (!detached.isOut()) return false;
+  void *slot = detached.open(index);
   claims.arrivedSince();
   const bool done = ztBaseClass_of(slot)->read(slot, file) > 0;
   more = claims.isCounted() ? claims.arrivedSince() > 0 : done;
+  detached.close(index);
+  if (!detached.putBack()) return false;
   if (more) bring(array->elementSize);
+  return true;
 }
 
 // False when the file has ended.
@@ -945,19 +1040,21 @@ bool ArrayReader::fillUp(int32_t arrived) {
 int32_t ArrayReader::read() {
   if (!claims.readCount(&count)) return 0;
   const int32_t first = slotsAtFirst();
-  if (first < 0 || !setSize(first)) return 0;
+  const ContainerUse use(array);
+  if (first < 0 || !setSize(first) || use.ended()) return 0;
   bool isMet = true;
   for (int32_t i = 0; i < count && isMet; ++i) {
     if (i == made) isMet = addSlots(slotsToAdd());
-    if (!isMet || array->count != made) break;  // what was read may have changed the array
+    if (!isMet || !hasSlot(i)) break;
     if (holdsObjects(array)) {
-      readObject(i);
+      isMet = readObject(i);
     } else if (!readBytes(i)) {
       isMet = fillUp(i);
       break;
     }
   }
   if (isMet) return 1;
+  if (use.ended()) return 0;
   ztArray_of(array)->empty(array);
   claims.giveAll();
   return 0;

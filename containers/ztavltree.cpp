@@ -24,6 +24,26 @@ static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
+// Deletes items that were taken out of the tree with all that hang below. Whoever ends the tree meanwhile
+// deletes the rest of them.
+static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
+  ContainerUse use(tree);
+  while (item != nullptr) {
+    ztAvlTreeItem *left = item->left;
+    ztAvlTreeItem *right = item->right;
+    if (left == nullptr) {
+      use.setItems(right);
+      deleteItem(tree, item);
+      if (use.ended()) return;
+      item = right;
+    } else {
+      item->left = left->right;
+      left->right = item;
+      item = left;
+    }
+  }
+}
+
 // Brings both children nearer while an element is compared, which hides most of the wait for memory in a
 // tree that is larger than the caches.
 static void fetchBelow(const ztAvlTreeItem *item) {
@@ -167,10 +187,10 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
     return nullptr;
   }
   // Whoever ends the tree meanwhile deletes the probe.
-  use->setPart(probe);
+  use->setItems(probe);
   ztAvlTreeItem *added = isRefused(tree, probe) ? nullptr : insert(tree, *use, probe, element);
   if (use->ended()) return nullptr;
-  use->setPart(nullptr);
+  use->setItems(nullptr);
   use->startAfresh();
   void *data = added == nullptr ? nullptr : added->data;
   deleteItem(tree, probe);
@@ -182,6 +202,9 @@ static ztAvlTreeItem *treePush(void *object, const void *element) {
   auto *tree = static_cast<ztAvlTree *>(object);
   if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return nullptr;
   ContainerUse use(tree);
+  // What a call that was left had still to delete.
+  while (void *rest = ztTakeItemsLeft(tree)) deleteItems(tree, static_cast<ztAvlTreeItem *>(rest));
+  if (use.ended()) return nullptr;
   const bool isFirst = tree->root == nullptr;
   ztAvlTreeItem *item = newItem(tree, use, element);
   if (item == nullptr) return nullptr;
@@ -289,26 +312,6 @@ static int32_t treePop(void *object, const void *key) {
   return 1;
 }
 
-// Deletes items that were taken out of the tree with all that hang below. Whoever ends the tree meanwhile
-// deletes the rest of them.
-static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
-  ContainerUse use(tree);
-  while (item != nullptr) {
-    ztAvlTreeItem *left = item->left;
-    ztAvlTreeItem *right = item->right;
-    if (left == nullptr) {
-      use.setPart(right);
-      deleteItem(tree, item);
-      if (use.ended()) return;
-      item = right;
-    } else {
-      item->left = left->right;
-      left->right = item;
-      item = left;
-    }
-  }
-}
-
 static void treeEmpty(void *object) {
   auto *tree = static_cast<ztAvlTree *>(object);
   if (tree == nullptr) return;
@@ -402,7 +405,7 @@ static void treeDestroy(void *object) {
     // What elements put in at their end, and what calls that are under way had to delete.
     if (tree->root != nullptr) {
       treeEmpty(tree);
-    } else if (void *rest = ztTakePart(tree)) {
+    } else if (void *rest = ztTakeItems(tree)) {
       deleteItems(tree, static_cast<ztAvlTreeItem *>(rest));
     } else {
       break;

@@ -80,14 +80,14 @@ void *ztMakeItem(void *container, const ContainerUse &use, const void *element) 
 // ztContainer -------------------------------------------------------------------------------------
 
 // Calls that were left without their end on what lay at this address before have no claim on this container.
-static void dropOldParts(const void *container) {
-  while (ztTakePart(container) != nullptr) {
+static void dropOldItems(const void *container) {
+  while (ztTakeItems(container) != nullptr) {
   }
 }
 
 static int32_t containerCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
-  dropOldParts(object);
+  dropOldItems(object);
   auto *container = static_cast<ztContainer *>(object);
   ztContainer_of(object)->setItemManager(object, object);
   container->itemConstructor = nullptr;
@@ -99,7 +99,7 @@ static int32_t containerCreate(void *object) {
 static void *containerClone(const void *object, void *target) {
   void *copy = ztBaseClass_table()->clone(object, target);
   if (copy == nullptr) return nullptr;
-  dropOldParts(copy);
+  dropOldItems(copy);
   ztContainer_of(copy)->setItemManager(copy, copy);
   return copy;
 }

@@ -103,7 +103,7 @@ static void deleteChain(ztHashTable *table, ztHashTableItem *item) {
   ContainerUse use(table);
   while (item != nullptr && !use.ended()) {
     ztHashTableItem *next = item->next;
-    use.setPart(next);
+    use.setItems(next);
     void *manager = ztItemManagerOf(table);
     ztContainer_of(manager)->deleteItem(manager, item);
     item = next;
@@ -177,6 +177,9 @@ static int32_t hashTableInsert(void *object, const void *key, const void *value)
   ztHashTableItem **bucket = table == nullptr ? nullptr : bucketToFill(table, key);
   if (bucket == nullptr) return 0;
   const ContainerUse use(table);
+  // What a call that was left had still to delete.
+  while (void *rest = ztTakeItemsLeft(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  if (use.ended()) return 0;
   ztHashTableItem *item = newItem(table, use, key, value);
   if (item == nullptr) return 0;
   if (use.changed()) bucket = bucketToFill(table, key);
@@ -218,7 +221,7 @@ static void hashTableDestroy(void *object) {
   auto *table = static_cast<ztHashTable *>(object);
   ztPtrArray *buckets = table->buckets;
   // Calls that are under way leave what they had to delete.
-  while (void *rest = ztTakePart(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  while (void *rest = ztTakeItems(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   ztAssociativeContainer_table()->destroy(object);
   const ContainerUse use(table);
   ztHashTable_of(object)->empty(object);

@@ -3,11 +3,24 @@
 // when it goes on. A destroyed container forgets the calls on it, and so each learns that it is gone.
 //
 // The records do not lie on the stack, since an exception or a `longjmp` may leave a call without its end.
-// What such a call leaves goes with its container.
+// They are dropped when another record is made in a frame that shows theirs to be gone: one no deeper on the
+// thread's own stack, or the same one on any stack. A call whose record was dropped takes its container for
+// destroyed.
+//
+// A call may need a part of its container that this has given up. A block is freed by the last call that has
+// it as its part. Objects and items of a call that was left stay until the container ends, or until another
+// call of the same kind.
 #ifndef ZT_CONTAINERS_ZTUSE_HH
 #define ZT_CONTAINERS_ZTUSE_HH
 
 #include "core/ztthread.hh"
+
+// What looks at its own frame must not have one of its own.
+#define ZT_IN_CALLERS_FRAME [[gnu::always_inline]]
+
+ZT_IN_CALLERS_FRAME inline uintptr_t ztFrameHere() {
+  return reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+}
 
 // The records of this thread, if it has any calls under way.
 inline ztUseTable *ztUsesUnderWay() {
@@ -18,11 +31,20 @@ inline ztUseTable *ztUsesUnderWay() {
 // The same for one container, out of line.
 void ztMarkUses(ztUseTable *uses, const void *container, bool added, bool removed);
 bool ztIsPartOf(const ztUseTable *uses, const void *container, const void *part);
-void *ztTakePartFrom(ztUseTable *uses, const void *container);
+bool ztLeavePartTo(ztUseTable *uses, const void *container, const void *part);
+void *ztTakeItemsFrom(ztUseTable *uses, const void *container, bool onlyIfGone);
+bool ztEndObjectsOf(ztUseTable *uses, const void *container, bool onlyIfGone);
 void ztForgetUses(ztUseTable *uses, const void *container);
-void ztEndUseBelow(ztUseTable *uses, uint64_t number);
+void ztEndUse(ztUseTable *uses, uint64_t number);
 ztUse *ztFindUse(ztUseTable *uses, uint64_t number);
 bool ztGrowUses(ztUseTable *uses);
+
+// Drops the records whose frames a running one shows to be gone; `self` is what in it stands for its own
+// record, or NULL.
+void ztDropGoneUses(ztUseTable *uses, uintptr_t frame, const void *self);
+
+// Releases the records of a thread that ends, with their parts.
+void ztReleaseUses(ztUseTable *uses);
 
 // Tells the calls under way on a container that elements came or went.
 inline void ztNoteAdded(const void *container) {
@@ -33,16 +55,47 @@ inline void ztNoteRemoved(const void *container) {
   if (ztUseTable *uses = ztUsesUnderWay()) ztMarkUses(uses, container, false, true);
 }
 
-// Whether a call under way on a container still needs this part of it: it is to be left to that call.
-inline bool ztIsPartInUse(const void *container, const void *part) {
-  const ztUseTable *uses = ztUsesUnderWay();
-  return uses != nullptr && ztIsPartOf(uses, container, part);
+// Drops the records that a function shows to be gone that has made none yet itself.
+ZT_IN_CALLERS_FRAME inline void ztBeginUses() {
+  if (ztUseTable *uses = ztUsesUnderWay()) ztDropGoneUses(uses, ztFrameHere() + 1, nullptr);
 }
 
-// Takes a part over from a call under way on a container; NULL when no call has one.
-inline void *ztTakePart(const void *container) {
+// Whether a call under way on a container still needs this part of it.
+ZT_IN_CALLERS_FRAME inline bool ztIsPartInUse(const void *container, const void *part) {
   ztUseTable *uses = ztUsesUnderWay();
-  return uses == nullptr ? nullptr : ztTakePartFrom(uses, container);
+  if (uses == nullptr) return false;
+  ztDropGoneUses(uses, ztFrameHere(), nullptr);
+  return ztIsPartOf(uses, container, part);
+}
+
+// Leaves a block that a container has given up to the calls that still need it; false when none does.
+inline bool ztLeavePart(const void *container, const void *part) {
+  ztUseTable *uses = ztUsesUnderWay();
+  return uses != nullptr && ztLeavePartTo(uses, container, part);
+}
+
+// Takes items over from a call on a container; NULL when no call has any.
+inline void *ztTakeItems(const void *container) {
+  ztUseTable *uses = ztUsesUnderWay();
+  return uses == nullptr ? nullptr : ztTakeItemsFrom(uses, container, false);
+}
+
+// The same, only from a call that was left without its end, as far as that is known.
+inline void *ztTakeItemsLeft(const void *container) {
+  ztUseTable *uses = ztUsesUnderWay();
+  return uses == nullptr ? nullptr : ztTakeItemsFrom(uses, container, true);
+}
+
+// Destroys the whole objects of one block that a call has out of an array, or only of a call that was left;
+// false when there is none.
+inline bool ztEndObjects(const void *container) {
+  ztUseTable *uses = ztUsesUnderWay();
+  return uses != nullptr && ztEndObjectsOf(uses, container, false);
+}
+
+inline bool ztEndObjectsLeft(const void *container) {
+  ztUseTable *uses = ztUsesUnderWay();
+  return uses != nullptr && ztEndObjectsOf(uses, container, true);
 }
 
 // Called when a container is destroyed.
@@ -53,14 +106,18 @@ inline void ztEndUses(const void *container) {
 // One call, for as long as the scope lasts. Without memory for its record it knows of nothing.
 class ContainerUse {
  public:
-  explicit ContainerUse(const void *container, void *part = nullptr) : number(0), index(0) {
+  ZT_IN_CALLERS_FRAME explicit ContainerUse(const void *container, void *part = nullptr)
+      : number(0), index(0) {
     if (ztThisThread.block == nullptr) ztMakeThreadBlock();
     if (ztThisThread.block == nullptr) return;
     ztUseTable *uses = &ztThisThread.block->uses;
+    const uintptr_t frame = ztFrameHere();
+    if (uses->count > 0 && uses->records[uses->count - 1].frame <= frame) ztDropGoneUses(uses, frame, this);
     if (uses->count == uses->capacity && !ztGrowUses(uses)) return;
     number = ++uses->lastNumber;
     index = uses->count++;
-    uses->records[index] = {container, part, number, false, false};
+    uses->records[index] = {container, part,  number, frame, this, 0, 0, -1, ztPartKind::borrowed,
+                            false,     false, false};
   }
   ~ContainerUse() {
     end();
@@ -71,17 +128,20 @@ class ContainerUse {
   void end() {
     if (number == 0 || ztThisThread.block == nullptr) return;
     ztUseTable *uses = &ztThisThread.block->uses;
-    if (uses->count > 0 && uses->records[uses->count - 1].number == number) {
+    const ztUse *last = uses->count > 0 ? &uses->records[uses->count - 1] : nullptr;
+    if (last != nullptr && last->number == number && last->kind != ztPartKind::block) {
       --uses->count;
     } else {
-      ztEndUseBelow(uses, number);
+      ztEndUse(uses, number);
     }
     number = 0;
   }
 
   // Whether the container was destroyed: it must not be touched any more.
   bool ended() const {
-    return number != 0 && record() == nullptr;
+    if (number == 0) return false;
+    const ztUse *use = record();
+    return use == nullptr || use->container == nullptr;
   }
   bool removed() const {
     const ztUse *use = record();
@@ -96,13 +156,14 @@ class ContainerUse {
     ztUse *use = record();
     if (use != nullptr) use->added = use->removed = false;
   }
-  // What the container is to release if it is destroyed, in place of the call.
-  void setPart(void *part) {
+  // What items the container is to delete if it is destroyed, in place of the call.
+  void setItems(void *items) {
     ztUse *use = record();
-    if (use != nullptr) use->part = part;
+    if (use == nullptr) return;
+    use->part = items;
+    use->kind = items == nullptr ? ztPartKind::borrowed : ztPartKind::items;
   }
-
- private:
+  // NULL where there was no memory for it, and once it was dropped. Valid until the next one is made.
   ztUse *record() const {
     if (number == 0 || ztThisThread.block == nullptr) return nullptr;
     ztUseTable *uses = &ztThisThread.block->uses;
@@ -110,6 +171,7 @@ class ContainerUse {
     return ztFindUse(uses, number);
   }
 
+ private:
   uint64_t number;  // 0 without a record
   int32_t index;    // where the record was made
 };

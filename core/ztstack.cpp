@@ -19,7 +19,8 @@ struct Bounds {
 
 }  // namespace
 
-static bool findStackOfThread(Bounds &found) {
+bool ztFindOwnStack(uintptr_t *low, uintptr_t *high) {
+  *low = *high = 1;
   pthread_attr_t attributes;
   if (pthread_getattr_np(pthread_self(), &attributes) != 0) return false;
   void *start = nullptr;
@@ -28,7 +29,8 @@ static bool findStackOfThread(Bounds &found) {
   pthread_attr_getstack(&attributes, &start, &size);
   pthread_attr_getguardsize(&attributes, &guard);
   pthread_attr_destroy(&attributes);
-  found = {reinterpret_cast<uintptr_t>(start) + guard, reinterpret_cast<uintptr_t>(start) + size};
+  *low = reinterpret_cast<uintptr_t>(start) + guard;
+  *high = reinterpret_cast<uintptr_t>(start) + size;
   return true;
 }
 
@@ -47,7 +49,8 @@ size_t ztStackLeft() {
   ztThread &thread = ztThisThread;
   Bounds stack = {thread.stackLow, thread.stackHigh};
   if (!stack.holds(here)) {
-    if (!(findStackOfThread(stack) && stack.holds(here)) && !findMapping(here, stack)) return 0;
+    if (!(ztFindOwnStack(&stack.low, &stack.high) && stack.holds(here)) && !findMapping(here, stack))
+      return 0;
     thread.stackLow = stack.low;
     thread.stackHigh = stack.high;
   }

@@ -1,5 +1,6 @@
 #include "core/ztthread.hh"
 
+#include "containers/ztuse.hh"
 #include "core/ztbasec.h"
 #include "core/ztcalls.hh"
 #include "core/ztlock.hh"
@@ -23,9 +24,7 @@ static void releaseContents(ztThreadBlock *block) {
   void *string = block->scratchString;
   block->scratchString = nullptr;
   if (string != nullptr) ztBaseClass_of(string)->unRef(string);
-  if (block->uses.records != block->uses.first) ztm_free(block->uses.records);
-  block->uses.records = nullptr;
-  block->uses.count = block->uses.capacity = 0;
+  ztReleaseUses(&block->uses);
 }
 
 // After its contents, which are released with the calls of the thread that does it.

@@ -5,13 +5,28 @@
 
 #include <stdint.h>
 
+// What a call needs of a container.
+enum class ztPartKind : uint8_t {
+  borrowed,  // the container has it still
+  block,     // the container has given it up: the last call that needs it frees it
+  objects,   // a block of objects that is out of its array as long as the call lasts
+  items,     // items that are to be deleted, by the container if it ends first
+};
+
 // A call on a container that is under way; see containers/ztuse.hh.
 struct ztUse {
-  const void *container;
-  void *part;       // what it needs of the container although that has given it up
-  uint64_t number;  // never given again
-  bool added;       // elements came meanwhile
-  bool removed;     // elements went meanwhile
+  const void *container;  // NULL once it is destroyed
+  void *part;
+  uint64_t number;   // never given again
+  uintptr_t frame;   // of the function that makes the call
+  const void *self;  // what in that frame stands for the record
+  int32_t count;     // objects: how many there are,
+  int32_t stride;    // how far they are apart,
+  int32_t open;      // and which one is not whole, or -1
+  ztPartKind kind;
+  bool isGone;   // the frame is gone; what is left is the part
+  bool added;    // elements came meanwhile
+  bool removed;  // elements went meanwhile
 };
 
 struct ztUseTable {
@@ -20,6 +35,8 @@ struct ztUseTable {
   int32_t count;
   int32_t capacity;
   uint64_t lastNumber;
+  uintptr_t stackLow;   // the bounds of the thread's own stack, once they were asked for; both equal where
+  uintptr_t stackHigh;  // they are not known
   ztUse first[firstCapacity];
 };
 
