@@ -17,9 +17,11 @@
  * Growth and removal move objects in the block byte by byte. An object whose own address is kept
  * somewhere, as a list keeps its own in its item manager, must not live there: store pointers to it.
  *
- * The methods of an element may call back into the array. While an element is cloned, assigned, read or
- * destroyed it is none of the array's: another one stands in its place when it is replaced or assigned, and
- * it is back at its index after that, ahead of what was added meanwhile.
+ * The methods of an element may call back into the array. An element that is being added is none of the
+ * array's yet, one that is being removed is none any more. While `setAt`, `assign` and `read` have an element
+ * cloned, assigned, read or destroyed in its slot the array is empty, and what is added then stands behind
+ * the others afterwards. An exception or a `longjmp` out of such a call leaves the array empty; the elements
+ * then end with it, or with the next such call.
  *
  * What an operation returns from inside the block is valid until the next operation that adds,
  * removes, resizes or reads. Sizes past 2^31 - 1 bytes and negative counts are refused.

@@ -111,13 +111,15 @@ static void destroyObjects(const ztUse &held) {
 }
 
 bool ztEndObjectsOf(ztUseTable *uses, const void *container, bool onlyIfGone) {
-  ztUse *use = findPart(uses, container, ztPartKind::objects, onlyIfGone);
-  if (use == nullptr) return false;
+  const ztUse *found = findPart(uses, container, ztPartKind::objects, onlyIfGone);
+  if (found == nullptr) return false;
+  const uint64_t number = found->number;
+  // The block is needed as long as its objects end.
+  const ContainerUse own(container, found->part);
+  ztUse *use = ztFindUse(uses, number);
   const ztUse held = *use;
   use->kind = ztPartKind::block;
-  // The block is needed as long as its objects end.
-  const ContainerUse own(container, held.part);
-  if (held.isGone) ztEndUse(uses, held.number);
+  if (held.isGone) remove(uses, use);
   destroyObjects(held);
   return true;
 }

@@ -16,6 +16,7 @@
 #include "tests/containers/hooked.hh"
 #include "tests/support/faults.h"
 #include "tests/support/owned.h"
+#include "tests/support/storage.h"
 
 using Numbers = std::vector<int32_t>;
 using Action = std::function<void()>;
@@ -99,6 +100,17 @@ static Numbers numbersOf(const void *array) {
   return numbers;
 }
 
+// Reads three objects into an array.
+static void readThrough(const Storage &file, void *array) {
+  {
+    const Quiet making;
+    file->writeInt(file, 3);
+    for (const int32_t number : {21, 22, 23}) file->writeInt(file, number);
+  }
+  file->goToBegin(file);
+  ztArray_of(array)->read(array, file);
+}
+
 static Actions arrayActions(Subject *subject) {
   const auto call = [subject](auto function) {
     return [subject, function] {
@@ -142,6 +154,10 @@ static Actions arrayActions(Subject *subject) {
       {"assign", call([](auto *methods, void *array) {
          const Owned<ztArray, ztArrayMethods> other(newArray({4, 5, 6}));
          methods->assign(array, other);
+       })},
+      {"read", call([](auto *, void *array) {
+         const Storage file;
+         readThrough(file, array);
        })},
       {"assign to itself", call([](auto *methods, void *array) { methods->assign(array, array); })},
   };
@@ -189,19 +205,88 @@ TEST_F(ArrayOfHooked, RemovedElementEndsWhenTheArrayIsWithoutIt) {
   EXPECT_EQ(seen, Numbers({1, 3}));
 }
 
-TEST_F(ArrayOfHooked, ReplacedElementEndsWhileTheArrayIsWithoutIt) {
+TEST_F(ArrayOfHooked, ReplacedElementEndsWhileTheArrayIsEmpty) {
+  seen = {-1};
   const Hook hook(Event::destroy, [this] { look(); });
   array->setAt(array, object(4), 0);
-  EXPECT_EQ(seen, Numbers({3, 2}));
+  EXPECT_EQ(seen, Numbers());
   EXPECT_EQ(numbersOf(array), Numbers({4, 2, 3}));
 }
 
-TEST_F(ArrayOfHooked, AssignedElementIsTakenOutMeanwhile) {
+TEST_F(ArrayOfHooked, ElementIsAssignedWhileTheArrayIsEmpty) {
   const Owned<ztArray, ztArrayMethods> other(newArray({4, 5, 6}));
+  seen = {-1};
   const Hook hook(Event::assign, [this] { look(); });
   EXPECT_EQ(array->assign(array, other), 1);
-  EXPECT_EQ(seen, Numbers({3, 2}));
+  EXPECT_EQ(seen, Numbers());
   EXPECT_EQ(numbersOf(array), Numbers({4, 5, 6}));
+}
+
+// What an event was seen at: where the element lay then, and the bytes of the others.
+struct Seen {
+  const void *element = nullptr;
+  std::string others;
+};
+
+static std::string bytesBut(const char *block, int32_t count, int32_t index) {
+  std::string bytes(block, static_cast<size_t>(count) * sizeof(Hooked));
+  return bytes.erase(static_cast<size_t>(index) * sizeof(Hooked), sizeof(Hooked));
+}
+
+TEST_F(ArrayOfHooked, EachElementIsReplacedInItsOwnSlotAndTheOthersStayInTheirs) {
+  const auto *block = static_cast<const char *>(array->getData(array));
+  for (const Event event : {Event::destroy, Event::clone}) {
+    for (int32_t i = 0; i < 3; ++i) {
+      SCOPED_TRACE(i);
+      const Object four = object(4);
+      const std::string before = bytesBut(block, 3, i);
+      Seen at;
+      const Hook hook(event, [&] { at = {hookedSlot, bytesBut(block, 3, i)}; });
+      EXPECT_EQ(array->setAt(array, four, i), block + i * int32_t{sizeof(Hooked)});
+      EXPECT_EQ(at.element, block + i * int32_t{sizeof(Hooked)});
+      EXPECT_EQ(at.others, before);
+      EXPECT_EQ(bytesBut(block, 3, i), before);
+      EXPECT_EQ(array->getData(array), block);
+    }
+  }
+  EXPECT_EQ(numbersOf(array), Numbers({4, 4, 4}));
+}
+
+TEST_F(ArrayOfHooked, EachElementIsAssignedInItsOwnSlot) {
+  const auto *block = static_cast<const char *>(array->getData(array));
+  const Owned<ztArray, ztArrayMethods> other(newArray({4, 5, 6}));
+  for (int32_t i = 0; i < 3; ++i) {
+    SCOPED_TRACE(i);
+    const void *at = nullptr;
+    const Hook hook(
+        Event::assign, [&] { at = hookedSlot; }, i);
+    EXPECT_EQ(array->assign(array, other), 1);
+    EXPECT_EQ(at, block + i * int32_t{sizeof(Hooked)});
+    EXPECT_EQ(array->getData(array), block);
+  }
+  EXPECT_EQ(numbersOf(array), Numbers({4, 5, 6}));
+}
+
+TEST_F(ArrayOfHooked, WhatAnAssignedElementPutsInStaysBehindTheOthers) {
+  const Owned<ztArray, ztArrayMethods> other(newArray({4, 5, 6}));
+  const Hook hook(Event::assign, [this] { push(); });
+  EXPECT_EQ(array->assign(array, other), 1);
+  EXPECT_EQ(numbersOf(array), Numbers({4, 5, 6, 9}));
+}
+
+TEST_F(ArrayOfHooked, WhatWasPutInEndsWithoutMemoryToKeepIt) {
+  const int before = hookedLive;
+  const Object four = object(4);
+  {
+    const Hook hook(Event::clone, [this] {
+      push();
+      allocationFaults.before = 1;  // after the copy's own memory
+    });
+    EXPECT_NE(array->setAt(array, four, 1), nullptr);
+    EXPECT_EQ(allocationFaults.before, -1);
+  }
+  EXPECT_EQ(numbersOf(array), Numbers({1, 4, 3}));
+  EXPECT_EQ(hookedLive, before + 1);
 }
 
 TEST_F(ArrayOfHooked, ResizedElementsEndWhenTheArrayHasItsCopies) {
@@ -255,10 +340,10 @@ TEST_F(ArrayOfHooked, ElementsThatChangeTheArrayWhileTheyAreClonedMakeResizeFail
   EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
 }
 
-TEST_F(ArrayOfHooked, OwnElementThatGoesWhileAnotherEndsIsNotCloned) {
+TEST_F(ArrayOfHooked, OwnElementCannotGoWhileAnotherEnds) {
   const Hook hook(Event::destroy, [this] { array->removeAt(array, 1); });
-  EXPECT_EQ(array->setAt(array, array->getAt(array, 1), 0), nullptr);
-  EXPECT_EQ(numbersOf(array), Numbers({0, 3}));
+  EXPECT_EQ(array->setAt(array, array->getAt(array, 1), 0), array->getAt(array, 0));
+  EXPECT_EQ(numbersOf(array), Numbers({2, 2, 3}));
 }
 
 TEST_F(ArrayOfHooked, ElementsForWhichTheArrayHasNoPlaceAnyMoreEnd) {

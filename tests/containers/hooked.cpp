@@ -5,6 +5,7 @@
 #include "io/ztfile.h"
 
 int hookedLive;
+const void *hookedSlot;
 
 static std::function<void()> hooked;
 static Event hookedEvent;
@@ -35,9 +36,10 @@ bool Hook::isCalled() {
   return called;
 }
 
-static void raise(Event event) {
+static void raise(Event event, const void *slot = nullptr) {
   if (hooked == nullptr || called || quiet > 0 || event != hookedEvent || othersBefore-- > 0) return;
   called = true;
+  hookedSlot = slot;
   hooked();
 }
 
@@ -49,7 +51,7 @@ static int32_t *newOwned(int32_t value) {
 
 static int32_t hookedCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
-  raise(Event::create);
+  raise(Event::create, object);
   auto *made = static_cast<Hooked *>(object);
   made->value = 0;
   made->owned = newOwned(0);
@@ -59,7 +61,7 @@ static int32_t hookedCreate(void *object) {
 
 static void *hookedClone(const void *object, void *target) {
   const int32_t value = static_cast<const Hooked *>(object)->value;
-  raise(Event::clone);
+  raise(Event::clone, target);
   auto *copy = static_cast<Hooked *>(target);
   copy->klass = HookedClass_Instance();
   copy->value = value;
@@ -73,7 +75,7 @@ static int32_t hookedAssign(void *object, const void *other) {
   const int32_t value = static_cast<const Hooked *>(other)->value;
   ztm_free(target->owned);
   target->owned = nullptr;
-  raise(Event::assign);
+  raise(Event::assign, object);
   target->value = value;
   target->owned = newOwned(value);
   return 1;
@@ -82,7 +84,7 @@ static int32_t hookedAssign(void *object, const void *other) {
 static int32_t hookedRead(void *object, void *file) {
   auto *target = static_cast<Hooked *>(object);
   if (!ztFile_of(file)->readInt(file, &target->value)) return 0;
-  raise(Event::read);
+  raise(Event::read, object);
   *target->owned = target->value;
   return 1;
 }
@@ -93,7 +95,7 @@ static int32_t hookedWrite(const void *object, void *file) {
 
 static void hookedDestroy(void *object) {
   auto *ended = static_cast<Hooked *>(object);
-  raise(Event::destroy);
+  raise(Event::destroy, object);
   ztm_free(ended->owned);
   ended->owned = nullptr;
   --hookedLive;

@@ -41,6 +41,9 @@ class Quiet {
   Quiet &operator=(const Quiet &) = delete;
 };
 
+// Where the object lies that raised the last event, or that is being cloned into.
+extern const void *hookedSlot;
+
 // Hooked objects that were created or cloned and not yet destroyed.
 extern int hookedLive;
 
