@@ -37,10 +37,10 @@ enum class Way { exception, jump };
 
 // Calls deep enough that a later call of the test's own shows the frames to be gone.
 __attribute__((noinline)) static void callDeeply(const std::function<void()> &call) {
-  volatile char room[8192];
-  room[0] = 0;
+  char room[8192];
+  asm volatile("" : : "r"(room) : "memory");
   call();
-  room[1] = 0;
+  asm volatile("" : : "r"(room) : "memory");
 }
 
 // Leaves the call at the event that follows so many others of its kind. Whether it was left.
