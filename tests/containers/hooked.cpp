@@ -4,6 +4,8 @@
 #include "core/ztmem.h"
 #include "io/ztfile.h"
 
+#include <gtest/gtest.h>
+
 int hookedLive;
 const void *hookedSlot;
 
@@ -111,6 +113,20 @@ static void hookedMethods(HookedMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(Hooked, ztBaseClass, hookedMethods)
+
+namespace {
+
+// Has the class registered, which takes blocks, ahead of every test that counts them.
+class HookedClass : public testing::Environment {
+ public:
+  void SetUp() override {
+    ztm_free(Hooked_newop());
+  }
+};
+
+[[maybe_unused]] const auto *const hookedClass = testing::AddGlobalTestEnvironment(new HookedClass);
+
+}  // namespace
 
 Hooked *newHooked(int32_t value) {
   const Quiet making;

@@ -6,6 +6,8 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <sys/mman.h>
 #include <sys/random.h>
@@ -32,6 +34,9 @@ static bool fails(Faults &faults) {
   errno = current->error;
   return true;
 }
+
+// The log is written without a stream; it alone is opened for appending.
+static int logDescriptor = -1;
 
 // The C library's functions ------------------------------------------------------------------------
 
@@ -77,6 +82,7 @@ static int countedSeek(void *cookie, off64_t *offset, int whence) {
 
 static int countedClose(void *cookie) {
   const std::unique_ptr<CountedFile> file(fileOf(cookie));
+  if (file->descriptor == logDescriptor) logDescriptor = -1;
   --openStreams;
   close(file->descriptor);
   return fails(closes) ? -1 : 0;
@@ -106,6 +112,27 @@ extern "C" FILE *fdopen(int descriptor, const char *mode) {
   if (fails(opens)) return nullptr;
   FILE *stream = open(descriptor, mode);
   return stream == nullptr || current == nullptr ? stream : countedStream(stream, mode);
+}
+
+extern "C" int open(const char *name, int flags, ...) {
+  static auto *const plainOpen = following<int(const char *, int, ...)>("open");
+  va_list arguments;
+  va_start(arguments, flags);
+  const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : mode_t{0};
+  va_end(arguments);
+  const bool isLog = (flags & O_APPEND) != 0;
+  if (isLog && fails(opens)) return -1;
+  const int descriptor = plainOpen(name, flags, mode);
+  if (isLog) logDescriptor = descriptor;
+  return descriptor;
+}
+
+extern "C" ssize_t write(int descriptor, const void *bytes, size_t size) {
+  static auto *const plainWrite = following<ssize_t(int, const void *, size_t)>("write");
+  // One that is interrupted is made again, for ever where all that follow are interrupted, too.
+  const bool mayFail = descriptor == logDescriptor && current != nullptr && current->error != EINTR;
+  if (!mayFail || !fails(writes)) return plainWrite(descriptor, bytes, size);
+  return current->partial ? plainWrite(descriptor, bytes, size / 2) : -1;
 }
 
 extern "C" DIR *opendir(const char *name) {

@@ -250,9 +250,9 @@ TEST_P(Interrupted, AnEmissionGivesTheSenderOfItsReceiverBack) {
 TEST_P(Interrupted, ASetterLeavesTheEngineWhole) {
   ztGetter getter;
   getter.getInt = [](const void *) -> int32_t { leave(); };
+  Listener *object = newListener();
   ztObject_table()->addProperty(ListenerClass_Instance(), "leaving", "ztInt", getter,
                                 setterOf([](void *, int32_t) { leave(); }), nullptr, nullptr);
-  Listener *object = newListener();
   EXPECT_TRUE(
       isLeft([](void *owner) { ztObject_of(owner)->setProperty(owner, "leaving", "ztInt", 1); }, object));
   checkEngine();
