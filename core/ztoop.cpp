@@ -42,8 +42,6 @@ struct IndexedEntry {
   bool beingFreed;
 };
 
-constexpr size_t nameLength = sizeof(ztClassEntry::name) - 1;
-
 // Finds entries by a name. The list `classlist` alone tells their order; a chain repeats it: newest
 // first among the entries of one bucket.
 template <Link IndexedEntry::*link>
