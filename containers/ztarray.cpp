@@ -1070,6 +1070,9 @@ static int32_t arrayWrite(const void *object, void *file) {
   const auto *array = static_cast<const ztArray *>(object);
   const ztFileMethods *methods = ztFile_of(file);
   if (methods->writeInt(file, array->count) <= 0) return 0;
+  // Elements of no bytes leave nothing in a binary file, however many there are.
+  const bool leavesBytes = holdsObjects(array) || array->elementSize != 0;
+  if (!leavesBytes && methods->writeBuf == ztFile_table()->writeBuf) return 1;
   for (int32_t i = 0; i < array->count; ++i) {
     const void *slot = slotAt(array, i);
     if (holdsObjects(array)) {
