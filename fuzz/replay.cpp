@@ -20,7 +20,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-constexpr size_t longest = 4096;
+constexpr size_t longest = 65536;
 
 Bytes contentsOf(const std::filesystem::path &path) {
   std::ifstream file(path, std::ios::binary);
