@@ -127,7 +127,8 @@ static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAv
   ztAvlTreeItem *top = place.top == nullptr ? probe->right : place.top;
   int depth = 0;
   for (ztAvlTreeItem *item = top; item != added; item = ztTreeLink(item, place.goesRight[depth++])) {
-    item->balance += place.goesRight[depth] ? 1 : -1;
+    // Noted on the same way down.
+    item->balance += place.goesRight[depth] ? 1 : -1;  // NOLINT(clang-analyzer-core.uninitialized.Branch)
   }
   if (top->balance == 2 || top->balance == -2) {
     const bool topHangsRight = place.aboveTop->right == top;

@@ -855,8 +855,8 @@ static void forgetPeer(void *object, void *dying, bool staysTied) {
   const ztMapItem *item = mapItem(methods->first(&walk, objectOf(object)->signals));
   for (; item != nullptr; item = mapItem(methods->next(&walk))) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
-    if (signal == destroyed) {
-      removeReceiverExcept(signal->slots, dying, destroyedSlotOf(dying));
+    if (destroyed != nullptr && signal == destroyed) {
+      removeReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
     } else {
       removeReceiver(signal->slots, dying);
     }

@@ -111,7 +111,7 @@ static bool growBuckets() {
   Owner **old = buckets;
   const int32_t oldCount = bucketCount;
   const int32_t count = oldCount == 0 ? firstBucketCount : 2 * oldCount;
-  const int64_t size = count * static_cast<int64_t>(sizeof(Owner *));
+  const int64_t size = count * static_cast<int64_t>(sizeof(void *));
   auto **grown = size > INT32_MAX ? nullptr : static_cast<Owner **>(ztm_alloc(static_cast<int32_t>(size)));
   if (grown == nullptr) return false;
   for (int32_t i = 0; i < count; ++i) grown[i] = nullptr;
