@@ -1032,8 +1032,6 @@ bool ArrayReader::readBytes(int32_t index) {
 
 // What a file that has ended lacks is zero, as far as that may be claimed.
 bool ArrayReader::fillUp(int32_t arrived) {
-  // Elements of no bytes take no memory, but the time of whatever goes through them.
-  if (!holdsObjects(array) && array->elementSize == 0 && count > smallClaim) return false;
   if (isFree) return true;
   const int64_t lacking = sizeOf(count) - sizeOf(claimed > 0 ? made : arrived);
   return claims.take(lacking) && (made == count || addSlots(count - made));

@@ -78,7 +78,7 @@
  * objects as their own `read` leaves them, as long as they take no more than 64 KB and what has been read
  * of the file allow; else `read` gives 0, and the array is as it was or empty. A host's class that
  * overrides `setSize` or `empty` gets all elements by one `setSize`. Elements of no bytes leave nothing in
- * a binary file; more than 65,536 of them that a file lacks give 0.
+ * a binary file and an empty line each in a text file.
  */
 #define ztArray_METHODS                                                             \
   ztSequenceContainer_METHODS                                                       \
