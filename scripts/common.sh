@@ -16,6 +16,23 @@ quietly() {
   return 1
 }
 
+# Runs a command like quietly, and shows a line of its progress every 15 seconds.
+showing_life() {
+  local log status=0
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 &
+  local command=$! waited=0
+  while kill -0 "$command" 2>/dev/null; do
+    sleep 1
+    waited=$((waited + 1))
+    if [ $((waited % 15)) -eq 0 ]; then printf '   %3d s  %s\n' "$waited" "$(tail -n 1 "$log" | cut -c 1-100)"; fi
+  done
+  wait "$command" || status=$?
+  if [ "$status" -ne 0 ]; then cat "$log" >&2; fi
+  rm -f "$log"
+  return "$status"
+}
+
 cores() {
   nproc 2>/dev/null || echo 2
 }
