@@ -17,8 +17,19 @@ inline ElementPolicy ztValuePolicy(const void *object) {
   return {container->valueConstructor, container->valueByPointer != 0, container->valueSize};
 }
 
+// What of a stored pair its container releases: the key, or else the value; NULL when neither.
+inline const void *ztOwnOfPair(const void *object, const void *key, const void *value) {
+  if (ztIsOwned(ztKeyPolicy(object))) return key;
+  return ztIsOwned(ztValuePolicy(object)) ? value : nullptr;
+}
+
+// Whether a pair may be gone that is copied out of a container.
+inline bool ztIsPairGone(const ztKeyValue *pair) {
+  return ztIsSourceGone(pair->key) || ztIsSourceGone(pair->value);
+}
+
 // A new item that holds the pair, made by the container's item constructor; NULL when that or one of
-// the two copies fails, or when the container ended meanwhile.
+// the two copies fails, or when the container ended or the pair went meanwhile.
 template <typename Item>
 void *ztNewPairItem(void *object, const void *pair) {
   const auto *container = static_cast<const ztAssociativeContainer *>(object);
@@ -29,8 +40,8 @@ void *ztNewPairItem(void *object, const void *pair) {
   auto *item = static_cast<Item *>(container->itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
   const auto *given = static_cast<const ztKeyValue *>(pair);
-  if (ztStoreElement(keys, given->key, &item->data)) {
-    if (ztStoreElement(values, given->value, &item->value)) {
+  if (!ztIsPairGone(given) && ztStoreElement(keys, given->key, &item->data)) {
+    if (!ztIsPairGone(given) && ztStoreElement(values, given->value, &item->value)) {
       if (!use.ended()) return item;
       ztReleaseElement(values, &item->value);
     }

@@ -370,9 +370,10 @@ static int32_t treeFindAll(const void *object, const void *key, void *output) {
   EqualItems found;
   ztCollectEqual(tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
-  const ContainerUse source(tree);
+  ContainerUse source(tree);
   const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
+    source.setSource(ztOwnOfElement(tree, found.items[i]->data));
     methods->append(output, found.items[i]->data);
     if (target.ended()) return 0;
     // Where the copying of an element takes others out, those found may be gone.
@@ -424,7 +425,8 @@ static void *treeClone(const void *object, void *target) {
   // Only the map that makes such items can copy them, and fills the copy itself.
   if (ztOOP_isClassOf(source->root, ztMapItem_classname_)) return copy;
   const auto elementOf = [](const ztAvlTreeItem *item) -> const void * { return item->data; };
-  if (ztPushAll(source, copy, elementOf)) return copy;
+  const auto ownOf = [copy](const ztAvlTreeItem *item) { return ztOwnOfElement(copy, item->data); };
+  if (ztPushAll(source, copy, elementOf, ownOf)) return copy;
   ztAvlTree_table()->destroy(copy);
   return nullptr;
 }

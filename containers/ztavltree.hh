@@ -22,9 +22,10 @@ struct EqualItems {
 void ztCollectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
 // Pushes what `elementOf` gives for each item of a tree onto another, which is empty, and keeps the
-// order. False when a push failed, or the source lost items meanwhile.
-template <typename ElementOf>
-bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf) {
+// order. `ownOf` tells what of that the tree releases with the item, or NULL. False when a push failed, or the
+// source lost items meanwhile.
+template <typename ElementOf, typename OwnOf>
+bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, OwnOf ownOf) {
   ztAvlIterator walk;
   ztAvlIterator_ctor(&walk, 1);
   const ztAvlIteratorMethods *steps = ztAvlIterator_of(&walk);
@@ -32,10 +33,12 @@ bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf) {
   // The source may hold equal elements from a time when it allowed them.
   const uint32_t allowDuplicate = copy->allowDuplicate;
   copy->allowDuplicate = 1;
-  const ContainerUse use(source);
+  ContainerUse use(source);
   // Backwards, since an equal element goes ahead of those that are there.
   auto *item = static_cast<ztAvlTreeItem *>(steps->last(&walk, source));
-  while (item != nullptr && methods->push(copy, elementOf(item)) != nullptr) {
+  while (item != nullptr) {
+    use.setSource(ownOf(item));
+    if (methods->push(copy, elementOf(item)) == nullptr) break;
     // A push into the source may turn it under the walk, too.
     if (use.ended() || use.changed()) break;
     item = static_cast<ztAvlTreeItem *>(steps->prev(&walk));

@@ -11,6 +11,11 @@ struct ElementPolicy {
   int32_t size;  // bytes of an element kept by value
 };
 
+// Whether a container releases its elements.
+inline bool ztIsOwned(const ElementPolicy &policy) {
+  return policy.constructor != nullptr || !policy.byPointer;
+}
+
 // Stores an element in the caller's form. False, with `*stored` NULL, when it cannot be copied.
 bool ztStoreElement(const ElementPolicy &policy, const void *element, void **stored);
 
@@ -26,6 +31,9 @@ inline void *ztItemManagerOf(void *object) {
   void *manager = static_cast<ztContainer *>(object)->itemManager;
   return manager == nullptr ? object : manager;
 }
+
+// What of a stored element a sequence container releases: the element, or NULL.
+const void *ztOwnOfElement(const void *container, const void *element);
 
 // Makes an item for a container that the caller is at work on. NULL also when the container ended meanwhile:
 // it must not be touched then.

@@ -237,16 +237,16 @@ static void hashTableDestroy(void *object) {
 
 // Gives the copy of a table copies of a chain's items, in the same order. False also when the source lost
 // items meanwhile.
-static bool copyChain(const ContainerUse &source, ztHashTable *copy, int32_t index,
-                      const ztHashTableItem *item) {
+static bool copyChain(ContainerUse *source, ztHashTable *copy, int32_t index, const ztHashTableItem *item) {
   ztHashTableItem **end = bucketsOf(copy) + index;
   const ContainerUse use(copy);
   for (; item != nullptr; item = item->next) {
+    source->setSource(ztOwnOfPair(copy, item->data, item->value));
     *end = newItem(copy, use, item->data, item->value);
     if (*end == nullptr) return false;
     end = &(*end)->next;
     ++copy->count;
-    if (source.ended() || source.removed()) return false;
+    if (source->ended() || source->removed()) return false;
   }
   return true;
 }
@@ -256,9 +256,9 @@ static bool copyBuckets(const ztHashTable *source, ztHashTable *copy) {
   if (copy->buckets == nullptr) return false;
   clearBuckets(copy);
   if (source->count == 0) return true;
-  const ContainerUse use(source);
+  ContainerUse use(source);
   for (int32_t i = 0; i < source->buckets->count; ++i) {
-    if (!copyChain(use, copy, i, bucketsOf(source)[i])) return false;
+    if (!copyChain(&use, copy, i, bucketsOf(source)[i])) return false;
   }
   return true;
 }

@@ -240,8 +240,10 @@ static void *listClone(const void *object, void *target) {
   if (copy == nullptr) return nullptr;
   clearItems(static_cast<ztList *>(copy));
   const ztListItem *item = static_cast<const ztList *>(object)->head;
-  const ContainerUse source(object);
-  while (item != nullptr && ztList_of(copy)->pushBack(copy, item->data) != nullptr) {
+  ContainerUse source(object);
+  while (item != nullptr) {
+    source.setSource(ztOwnOfElement(copy, item->data));
+    if (ztList_of(copy)->pushBack(copy, item->data) == nullptr) break;
     // Where an element's own copying takes others out, the next may be gone.
     if (source.ended() || source.removed()) break;
     item = item->next;

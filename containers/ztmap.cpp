@@ -99,10 +99,11 @@ static int32_t mapFindAll(const void *object, const void *key, void *output) {
   ztCollectEqual(tree, key, &found);
   const ztMapMethods *methods = ztMap_of(output);
   methods->setAllowDuplicate(output, 1);
-  const ContainerUse source(tree);
+  ContainerUse source(tree);
   const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
     const auto *item = reinterpret_cast<const ztMapItem *>(found.items[i]);
+    source.setSource(ztOwnOfPair(map, item->data, item->value));
     methods->pushBack(output, item->data, item->value);
     if (target.ended()) return 0;
     // Where the copying of a pair takes others out, those found may be gone.
@@ -147,10 +148,14 @@ static bool copyTree(const ztAvlTree *source, ztMap *copy) {
   if (copy->tree == nullptr) return false;
   ztAvlTree_of(copy->tree)->setItemManager(copy->tree, copy);
   ztKeyValue pair;
-  return ztPushAll(source, copy->tree, [&pair](const ztAvlTreeItem *item) -> const void * {
+  const auto pairOf = [&pair](const ztAvlTreeItem *item) -> const void * {
     pair = {item->data, reinterpret_cast<const ztMapItem *>(item)->value};
     return &pair;
-  });
+  };
+  const auto ownOf = [copy](const ztAvlTreeItem *item) {
+    return ztOwnOfPair(copy, item->data, reinterpret_cast<const ztMapItem *>(item)->value);
+  };
+  return ztPushAll(source, copy->tree, pairOf, ownOf);
 }
 
 static void *mapClone(const void *object, void *target) {

@@ -17,6 +17,10 @@ static ElementPolicy policyOf(const void *object) {
   return {container->elementConstructor, container->byPointer != 0, container->elementSize};
 }
 
+const void *ztOwnOfElement(const void *container, const void *element) {
+  return ztIsOwned(policyOf(container)) ? element : nullptr;
+}
+
 static int32_t sequenceCreate(void *object) {
   if (!ztContainer_table()->create(object)) return 0;
   auto *container = static_cast<ztSequenceContainer *>(object);
@@ -38,7 +42,7 @@ static void *sequenceNewItem(void *object, const void *element) {
   const ContainerUse use(object);
   auto *item = static_cast<ztContainerItem *>(container->itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
-  if (ztStoreElement(policy, element, &item->data)) {
+  if (!ztIsSourceGone(element) && ztStoreElement(policy, element, &item->data)) {
     if (!use.ended()) return item;
     ztReleaseElement(policy, &item->data);
   }

@@ -33,6 +33,15 @@ ztUse *ztFindUse(ztUseTable *uses, uint64_t number) {
   return nullptr;
 }
 
+bool ztIsSourceGone(const ztUseTable *uses, const void *element) {
+  for (int32_t i = 0; i < uses->count; ++i) {
+    const ztUse &use = uses->records[i];
+    if (use.part != element || use.kind != ztPartKind::borrowed) continue;
+    if (use.container == nullptr || use.removed) return true;
+  }
+  return false;
+}
+
 bool ztGrowUses(ztUseTable *uses) {
   if (uses->records == nullptr) {
     uses->records = uses->first;

@@ -37,6 +37,7 @@ bool ztEndObjectsOf(ztUseTable *uses, const void *container, bool onlyIfGone);
 void ztForgetUses(ztUseTable *uses, const void *container);
 void ztEndUse(ztUseTable *uses, uint64_t number);
 ztUse *ztFindUse(ztUseTable *uses, uint64_t number);
+bool ztIsSourceGone(const ztUseTable *uses, const void *element);
 bool ztGrowUses(ztUseTable *uses);
 
 // Drops the records whose frames a running one shows to be gone; `self` is what in it stands for its own
@@ -98,6 +99,12 @@ inline bool ztEndObjectsLeft(const void *container) {
   return uses != nullptr && ztEndObjectsOf(uses, container, true);
 }
 
+// Whether what a call copies out of a container may be gone, since that one ended or lost elements meanwhile.
+inline bool ztIsSourceGone(const void *element) {
+  ztUseTable *uses = ztUsesUnderWay();
+  return uses != nullptr && element != nullptr && ztIsSourceGone(uses, element);
+}
+
 // Called when a container is destroyed.
 inline void ztEndUses(const void *container) {
   if (ztUseTable *uses = ztUsesUnderWay()) ztForgetUses(uses, container);
@@ -155,6 +162,11 @@ class ContainerUse {
   void startAfresh() {
     ztUse *use = record();
     if (use != nullptr) use->added = use->removed = false;
+  }
+  // What the call copies out of the container, and the container releases; or NULL.
+  void setSource(const void *element) {
+    ztUse *use = record();
+    if (use != nullptr) use->part = const_cast<void *>(element);
   }
   // What items the container is to delete if it is destroyed, in place of the call.
   void setItems(void *items) {

@@ -57,16 +57,23 @@ static size_t bufferSize(const FILE *stream) {
   return size == 0 ? smallest : size;
 }
 
+// A stream learns with its first byte whether it writes to a terminal.
+static bool isLineBuffered(FILE *stream) {
+  return __flbf(stream) || (stream->_IO_buf_base == nullptr && isatty(fileno(stream)));
+}
+
 static size_t putPastBuffer(FILE *stream, const void *bytes, size_t count) {
   if (!isInterruptible(stream)) return fwrite_unlocked(bytes, 1, count, stream);
   if (!writeBuffer(stream)) return 0;
-  if (count < bufferSize(stream) && !__flbf(stream)) return fwrite_unlocked(bytes, 1, count, stream);
+  if (count < bufferSize(stream) && !isLineBuffered(stream)) return fwrite_unlocked(bytes, 1, count, stream);
   return writeAll(stream, static_cast<const char *>(bytes), count);
 }
 
 size_t ztPutBytes(FILE *stream, const void *bytes, size_t count) {
-  const auto room = static_cast<size_t>(stream->_IO_write_end - stream->_IO_write_ptr);
-  return count <= room ? fwrite_unlocked(bytes, 1, count, stream) : putPastBuffer(stream, bytes, count);
+  // A line-buffered stream has none, and less than none while bytes wait in its buffer.
+  const ptrdiff_t room = stream->_IO_write_end - stream->_IO_write_ptr;
+  const bool fits = room >= 0 && count <= static_cast<size_t>(room);
+  return fits ? fwrite_unlocked(bytes, 1, count, stream) : putPastBuffer(stream, bytes, count);
 }
 
 bool ztFlushStream(FILE *stream) {

@@ -534,6 +534,14 @@ TEST(ListCallbacks, PopFrontCountsBeforeItReleasesTheItem) {
   EXPECT_EQ(countSeen, 2U);
 }
 
+// Makes a copy of a container and releases it.
+static void copyOf(const void *container) {
+  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(container)->classTable)->newop();
+  void *copy = ztBaseClass_of(container)->clone(container, fresh);
+  if (copy == nullptr) ztm_free(fresh);
+  if (copy != nullptr) ztBaseClass_of(copy)->unRef(copy);
+}
+
 // Trees and maps ----------------------------------------------------------------------------------
 
 static void *newTree(const Numbers &numbers) {
@@ -591,6 +599,12 @@ static Actions treeActions(Subject *subject) {
       {"pop a leaf", call([](auto *methods, void *tree) { methods->pop(tree, object(1)); })},
       {"pop the root", call([](auto *methods, void *tree) { methods->pop(tree, object(4)); })},
       {"empty", call([](auto *methods, void *tree) { methods->empty(tree); })},
+      {"clone", call([](auto *, void *tree) { copyOf(tree); })},
+      {"find all", call([](auto *methods, void *tree) {
+         const Owned<ztAvlTree, ztAvlTreeMethods> found(newTree({5, 4}));
+         methods->setAllowDuplicate(tree, 1);
+         methods->findAll(tree, object(4), found);
+       })},
   };
 }
 
@@ -726,6 +740,12 @@ static Actions mapActions(Subject *subject) {
       {"pop a leaf", call([](auto *methods, void *map) { methods->pop(map, object(1)); })},
       {"pop the root", call([](auto *methods, void *map) { methods->pop(map, object(4)); })},
       {"empty", call([](auto *methods, void *map) { methods->empty(map); })},
+      {"clone", call([](auto *, void *map) { copyOf(map); })},
+      {"find all", call([](auto *methods, void *map) {
+         const Owned<ztMap, ztMapMethods> found(newMap({5, 4}));
+         methods->setAllowDuplicate(map, 1);
+         methods->findAll(map, object(4), found);
+       })},
   };
 }
 
@@ -790,12 +810,7 @@ static Actions tableActions(Subject *subject) {
       {"setSize", call([](auto *methods, void *table) { methods->setSize(table, 8); })},
       {"setSize to none", call([](auto *methods, void *table) { methods->setSize(table, 0); })},
       {"setSize to the same", call([](auto *methods, void *table) { methods->setSize(table, 2); })},
-      {"clone", call([](auto *, void *table) {
-         void *fresh = ztHashTable_newop();
-         void *copy = ztHashTable_of(table)->clone(table, fresh);
-         if (copy == nullptr) ztm_free(fresh);
-         if (copy != nullptr) ztHashTable_of(copy)->unRef(copy);
-       })},
+      {"clone", call([](auto *, void *table) { copyOf(table); })},
   };
 }
 
@@ -824,6 +839,25 @@ TEST(HashTableCallbacks, SetSizeLeavesNoPairBehind) {
     EXPECT_EQ(pairsOf(table), Numbers());
   }
   EXPECT_EQ(hookedLive, before - 3);
+}
+
+TEST(HashTableCallbacks, PairThatGoesWhileItsKeyIsCopiedIsNotCopied) {
+  const Owned<ztHashTable, ztHashTableMethods> table(ztHashTable_ctor);
+  // All keys are in one chain, since none of their bytes count.
+  table->setKeyConstructor(table, Hooked_ctor);
+  table->setValueConstructor(table, Hooked_ctor);
+  table->setCompareFunction(table, compareHooked);
+  ASSERT_EQ(table->setSize(table, 1), 1);
+  const int before = hookedLive;
+  for (int others = 0; others < 4; ++others) {
+    for (const int32_t number : {1, 2}) table->insert(table, object(number), object(-number));
+    void *fresh = ztHashTable_newop();
+    const Hook hook(
+        Event::clone, [&] { table->empty(table); }, others);
+    EXPECT_EQ(table->clone(table, fresh), nullptr);
+    ztm_free(fresh);
+    EXPECT_EQ(hookedLive, before);
+  }
 }
 
 // The end -----------------------------------------------------------------------------------------

@@ -10,8 +10,10 @@
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
@@ -93,50 +95,89 @@ INSTANTIATE_TEST_SUITE_P(Of, Signals, testing::Values(ztFile_ctor, ztTextFile_ct
                            return test.param == ztFile_ctor ? "Bytes" : "Text";
                          });
 
+namespace {
+
+void writeMany(const File &file) {
+  const std::string large(30000, 'b');
+  for (int32_t i = 0; i < 3000; ++i) {
+    ASSERT_GT(file->writeInt(file, i), 0);
+    ASSERT_GT(file->writeFloat(file, i / 4.0), 0);
+    ASSERT_GT(file->writeString(file, "a text of some length"), 0);
+    if (i % 500 == 0) {
+      ASSERT_EQ(file->writeBuf(file, 30000, large.data()), 30000);
+    }
+    if (i % 100 == 0) {
+      ASSERT_EQ(file->flush(file), 0);
+    }
+  }
+  EXPECT_EQ(file->flush(file), 0);
+}
+
+void writeManyInterrupted(const File &file) {
+  const Interruptions often;
+  writeMany(file);
+  file->close(file);
+  EXPECT_GT(interruptions, 10);
+}
+
+// What the same writes leave where nothing interrupts them.
+std::string manyWritten(const File &file) {
+  const TempFolder folder;
+  const std::string path = folder.path("same");
+  EXPECT_EQ(file->open(file, path.c_str(), "w"), 1);
+  writeMany(file);
+  file->close(file);
+  return contentsOf(path);
+}
+
+// All that comes until there is nobody to write, or no more than so many bytes.
+std::string readSlowly(int reader, size_t most) {
+  std::string arrived;
+  char bytes[20000];
+  pause(50);
+  while (arrived.size() < most) {
+    const ssize_t n = read(reader, bytes, sizeof bytes);
+    if (n <= 0) break;
+    arrived.append(bytes, static_cast<size_t>(n));
+    pause(2);
+  }
+  return arrived;
+}
+
+}  // namespace
+
 TEST_P(Signals, ThatInterruptWritesLoseNoByte) {
   std::string arrived;
   const int reader = ends[0];
-  std::thread slow = quietThread([&] {
-    pause(50);
-    char bytes[20000];
-    for (ssize_t n = read(reader, bytes, sizeof bytes); n > 0; n = read(reader, bytes, sizeof bytes)) {
-      arrived.append(bytes, static_cast<size_t>(n));
-      pause(2);
-    }
-  });
+  std::thread slow = quietThread([&] { arrived = readSlowly(reader, SIZE_MAX); });
   open(1, "w");
-  std::string expected;
-  {
-    const Interruptions often;
-    const std::string large(30000, 'b');
-    for (int32_t i = 0; i < 3000; ++i) {
-      ASSERT_GT(file->writeInt(file, i), 0);
-      ASSERT_GT(file->writeFloat(file, i / 4.0), 0);
-      ASSERT_GT(file->writeString(file, "a text of some length"), 0);
-      if (i % 500 == 0) {
-        ASSERT_EQ(file->writeBuf(file, 30000, large.data()), 30000);
-      }
-      if (i % 100 == 0) {
-        ASSERT_EQ(file->flush(file), 0);
-      }
-    }
-    EXPECT_EQ(file->flush(file), 0);
-    file->close(file);
-    EXPECT_GT(interruptions, 10);
-  }
+  writeManyInterrupted(file);
   slow.join();
-  const TempFolder folder;
-  const std::string path = folder.path("same");
-  ASSERT_EQ(file->open(file, path.c_str(), "w"), 1);
-  const std::string large(30000, 'b');
-  for (int32_t i = 0; i < 3000; ++i) {
-    file->writeInt(file, i);
-    file->writeFloat(file, i / 4.0);
-    file->writeString(file, "a text of some length");
-    if (i % 500 == 0) file->writeBuf(file, 30000, large.data());
-  }
-  file->close(file);
-  EXPECT_TRUE(arrived == contentsOf(path)) << arrived.size() << " bytes";
+  EXPECT_TRUE(arrived == manyWritten(file)) << arrived.size() << " bytes";
+}
+
+TEST_P(Signals, ThatInterruptWritesToATerminalLoseNoByte) {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_GE(terminal, 0);
+  ASSERT_EQ(grantpt(terminal), 0);
+  ASSERT_EQ(unlockpt(terminal), 0);
+  const std::string name = ptsname(terminal);
+  const int other = ::open(name.c_str(), O_RDWR | O_NOCTTY);
+  ASSERT_GE(other, 0);
+  termios settings;
+  ASSERT_EQ(tcgetattr(other, &settings), 0);
+  cfmakeraw(&settings);
+  ASSERT_EQ(tcsetattr(other, TCSANOW, &settings), 0);
+  const std::string expected = manyWritten(file);
+  std::string arrived;
+  std::thread slow = quietThread([&] { arrived = readSlowly(terminal, expected.size()); });
+  ASSERT_EQ(file->open(file, name.c_str(), "w"), 1);
+  // What it holds back stays so until the other end has been read.
+  close(other);
+  writeManyInterrupted(file);
+  slow.join();
+  close(terminal);
+  EXPECT_TRUE(arrived == expected) << arrived.size() << " bytes";
 }
 
 TEST_P(Signals, ThatInterruptReadsLoseNoByte) {
