@@ -320,7 +320,7 @@ static void treeEmpty(void *object) {
   tree->root = nullptr;
   tree->count = 0;
   ztNoteRemoved(tree);
-  deleteItems(tree, item);
+  if (item != nullptr) deleteItems(tree, item);
 }
 
 // Finding -----------------------------------------------------------------------------------------

@@ -24,8 +24,8 @@ inline bool ztIsOwnBuffer(const ztCharArray *buffer) {
   return ztOOP_classOf(buffer) == ztCharArrayClass_Instance();
 }
 
-// The text in the buffer of a host's class.
-inline const char *ztTextOfForeign(const ztCharArray *buffer) {
+// The text in the buffer of a host's class. Kept apart, for hardly any text is in one.
+[[gnu::cold, gnu::noinline]] inline const char *ztTextOfForeign(const ztCharArray *buffer) {
   const ztCharArrayMethods *methods = ztCharArray_of(buffer);
   const void *text = methods->getSize(buffer) == 0 ? nullptr : methods->getData(buffer);
   return text == nullptr ? "" : static_cast<const char *>(text);

@@ -597,7 +597,7 @@ struct Delivery {
 
 // In a frame of its own. False when there is nothing to deliver, and without memory.
 static bool beginDelivery(Delivery *delivery, const ztSignal *signal) {
-  if (signal == nullptr || signal->blocked != 0 || signal->slots == nullptr) return false;
+  if (signal->blocked != 0 || signal->slots == nullptr) return false;
   const ztAvlTree *tree = signal->slots->tree;
   if (tree == nullptr || tree->root == nullptr) return false;
   ztCall *call = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
@@ -723,7 +723,8 @@ ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal, co
 
 int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
   if (ztChecksThreads) ztCheckThread(emitter, "an emission");
-  return emitSignal(emitter, findSignal(emitter, signalName), value);
+  const ztSignal *signal = findSignal(emitter, signalName);
+  return signal == nullptr ? 0 : emitSignal(emitter, signal, value);
 }
 
 void *ztEmitterOf(void *object) {
@@ -881,7 +882,6 @@ static void objectDestroyed(void *object, void *dying) {
 
 // Has the peers that are in a map of "destroyed" forget the object.
 static void leavePeers(void *object, const ztSignal *destroyed) {
-  if (destroyed == nullptr) return;
   ztMapIterator walk;
   ztMapIterator_ctor(&walk, 1);
   const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
@@ -919,8 +919,7 @@ static bool callsHost(const Delivery &delivery) {
 // A peer that was told drops its slots aimed at the object, which still has its own aimed at the peer. A slot
 // of a host's may release the peer before the object is at its end, or leave by an exception so that it does
 // not come to it: therefore the peer stays tied until then, and tells the object in its turn.
-ZT_OWN_FRAME static void announceDestruction(void *object) {
-  const ztSignal *destroyed = findSignal(object, "destroyed");
+ZT_OWN_FRAME static void announceDestruction(void *object, const ztSignal *destroyed) {
   Delivery delivery;
   if (!beginDelivery(&delivery, destroyed)) {
     leavePeers(object, destroyed);
@@ -1036,8 +1035,18 @@ static void *objectClone(const void *object, void *target) {
   return nullptr;
 }
 
-// An end that was interrupted, by an exception out of a slot, is finished by the next one. What was not told
-// then is not told any more.
+// What was not told when an end was interrupted is not told any more.
+static void tellPeers(void *object, bool again) {
+  const ztSignal *destroyed = findSignal(object, "destroyed");
+  if (destroyed == nullptr) return;
+  if (again) {
+    leavePeers(object, destroyed);
+  } else {
+    announceDestruction(object, destroyed);
+  }
+}
+
+// An end that was interrupted, by an exception out of a slot, is finished by the next one.
 ZT_OWN_FRAME static void objectDestroy(void *object) {
   auto *self = static_cast<ztObject *>(object);
   if (self == nullptr) return;
@@ -1049,11 +1058,7 @@ ZT_OWN_FRAME static void objectDestroy(void *object) {
   ztBeginEnd(&mark, ztCallKind::ending, object);
   self->marks |= ztObjectDying;
   clearReserved(self->klass);
-  if (again) {
-    leavePeers(object, findSignal(object, "destroyed"));
-  } else {
-    announceDestruction(object);
-  }
+  tellPeers(object, again);
   ObjectWatch::objectDestroyed(object);
   forgetReceiver(object);
   release(self->signals);

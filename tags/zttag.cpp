@@ -223,21 +223,28 @@ static int32_t tagCreate(void *object) {
 }
 
 // Each attribute leaves its place before it is released, and is held until then: what a host's `destroy`
-// releases meanwhile takes itself out of the array.
+// releases meanwhile takes itself out of the array. That may leave by an exception, and the rest is then still
+// the tag's, for its next end to release.
+static bool releaseEach(const ztTag *tag) {
+  bool released = false;
+  for (int32_t i = 0; i < countOf(tag); ++i) {
+    ztTagAttribute *attribute = attributeAt(tag, i);
+    if (attribute == nullptr) continue;
+    released = true;
+    // The host may hold a reference of its own; the attribute then lives on without an owner.
+    ztPtrArray_of(tag->attributes)->setAt(tag->attributes, nullptr, i);
+    ztTatLetGo(attribute);
+    ztTagAttribute_of(attribute)->unRef(attribute);
+  }
+  return released;
+}
+
 static void releaseAttributes(ztTag *tag) {
+  // What an attribute's `destroy` inserts, or moves to an earlier place, is released too.
+  while (releaseEach(tag)) {
+  }
   ztPtrArray *attributes = tag->attributes;
   tag->attributes = nullptr;
-  if (attributes != nullptr) {
-    const ztPtrArrayMethods *methods = ztPtrArray_of(attributes);
-    for (int32_t i = 0; i < methods->getSize(attributes); ++i) {
-      auto *attribute = static_cast<ztTagAttribute *>(methods->getAt(attributes, i));
-      if (attribute == nullptr) continue;
-      // The host may hold a reference of its own; the attribute then lives on without an owner.
-      methods->setAt(attributes, nullptr, i);
-      ztTatLetGo(attribute);
-      ztTagAttribute_of(attribute)->unRef(attribute);
-    }
-  }
   ztTatOwnerEnds(tag, attributes);
   if (attributes != nullptr) ztPtrArray_of(attributes)->unRef(attributes);
 }
@@ -287,11 +294,8 @@ static int32_t tagAssign(void *object, const void *other) {
 
 static void tagDestroy(void *object) {
   if (object == nullptr) return;
-  auto *tag = static_cast<ztTag *>(object);
   ztRoot_table()->destroy(object);
-  // What an attribute's `destroy` inserts is released too.
-  do releaseAttributes(tag);
-  while (tag->attributes != nullptr);
+  releaseAttributes(static_cast<ztTag *>(object));
 }
 
 // The record --------------------------------------------------------------------------------------

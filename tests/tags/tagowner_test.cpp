@@ -397,16 +397,18 @@ TEST_F(InsertedCopy, SettingAValueMayBeLeftByAnException) {
 
 // The end of an owner -----------------------------------------------------------------------------
 
-// An attribute that releases another, and inserts a new one, when it ends.
-#define ReleasingTag_FIELDS                             \
-  ztIntTag_FIELDS void *alsoReleased; /* may be NULL */ \
-  void *insertedInto;                 /* a tag, or NULL */
+// An attribute that releases another, inserts a new one, or throws, when it ends.
+#define ReleasingTag_FIELDS                                \
+  ztIntTag_FIELDS void *alsoReleased; /* may be NULL */    \
+  void *insertedInto;                 /* a tag, or NULL */ \
+  int32_t throws;
 #define ReleasingTag_METHODS ztIntTag_METHODS
 ZT_DECLARE_CLASS(ReleasingTag)
 
 static int32_t releasingTagCreate(void *object) {
   static_cast<ReleasingTag *>(object)->alsoReleased = nullptr;
   static_cast<ReleasingTag *>(object)->insertedInto = nullptr;
+  static_cast<ReleasingTag *>(object)->throws = 0;
   return ztIntTag_table()->create(object);
 }
 
@@ -414,6 +416,7 @@ static void releasingTagDestroy(void *object) {
   auto *attribute = static_cast<ReleasingTag *>(object);
   if (attribute->alsoReleased != nullptr) release(attribute->alsoReleased);
   if (attribute->insertedInto != nullptr) insert(attribute->insertedInto, "late", Ints{1});
+  if (attribute->throws) throw 1;
   ztIntTag_table()->destroy(object);
 }
 
@@ -440,6 +443,28 @@ TEST(TagOwner, WhatIsInsertedWhileTheAttributesEndIsReleasedToo) {
   ASSERT_EQ(insertInto(tag, "releasing", releasing), 1);
   releasing->insertedInto = tag;
   release(tag);
+}
+
+TEST(TagOwner, ATagWhoseEndAnAttributeLeftByAnExceptionReleasesTheOthersAtItsNext) {
+  ListeningTag *tag = newTag();
+  auto *releasing = static_cast<ReleasingTag *>(ReleasingTag_ctor(nullptr, 1));
+  ASSERT_EQ(insertInto(tag, "releasing", releasing), 1);
+  releasing->throws = 1;
+  insert(tag, "kept", Ints{1});
+  insert(tag, "last", Ints{1});
+  ztTagAttribute *kept = attributeIn(asTag(tag), 1);
+  ztTagAttribute_of(kept)->ref(kept);
+  ztTagAttribute_of(kept)->ref(kept);
+
+  EXPECT_THROW(release(tag), int);
+  EXPECT_EQ(kept->owner, tag);
+  release(tag);
+  EXPECT_EQ(kept->owner, nullptr);
+  EXPECT_EQ(set(kept, 5), 1);
+
+  releasing->throws = 0;
+  release(releasing);
+  release(kept);
 }
 
 namespace {
