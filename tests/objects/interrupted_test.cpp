@@ -81,6 +81,13 @@ __attribute__((noinline)) void fromDeeper(const Action &action, int levels) {
   EXPECT_EQ(room[0], static_cast<char>(levels));
 }
 
+// Writes over what the calls that were left have on the stack, as whatever a host does next will. Where nothing
+// has, their frames cannot be told from running ones.
+__attribute__((noinline, no_sanitize_address)) void coverStack() {
+  volatile char room[32768];
+  for (volatile char &byte : room) byte = 2;
+}
+
 // A coroutine with a stack of its own.
 class Fiber {
  public:
@@ -164,6 +171,10 @@ class Interrupted : public testing::TestWithParam<std::tuple<Way, Place>> {
 
   // The next call, from the place that is being tested.
   static void next(void (*call)(void *), void *argument) {
+#ifdef __SANITIZE_ADDRESS__
+    // Whose frames leave much of their room as it is.
+    coverStack();
+#endif
     run(std::get<1>(GetParam()), call, argument);
   }
 
@@ -457,13 +468,6 @@ void deleteSecond(void *parent) {
 
 void deleteAll(void *parent) {
   ztRoot_of(parent)->deleteAllChild(parent);
-}
-
-// Writes over what the calls that were left have on the stack, as whatever a host does next will. Where nothing
-// has, their frames cannot be told from running ones.
-__attribute__((noinline, no_sanitize_address)) void coverStack() {
-  volatile char room[32768];
-  for (volatile char &byte : room) byte = 2;
 }
 
 struct Pair {
