@@ -187,7 +187,7 @@ TEST(ArrayCallbacks, ASingleElementMayDoTheSame) {
 
 // An array whose file is not known to hold what its count claims gets its slots in pieces.
 TEST(ArrayCallbacks, AnArrayThatIsReadInPiecesStaysWholeUnderEveryCallback) {
-  constexpr int32_t count = 2500;
+  constexpr int32_t count = 3500;
   const Storage file;
   {
     const Quiet making;

@@ -275,16 +275,17 @@ TEST_P(TreeFile, StaysWhereANodesWriteLeavesTheSaveAndAnotherSaveReplacesIt) {
   for (const bool byException : {true, false}) {
     ASSERT_EQ(saveSample(path, isText), 6);
     const std::string before = contentsOf(path);
+    ztRoot *top = newNode(1);
+    newChild(top, 2);
+    addChild(top, newNode(3, Meddling_ctor));
     EXPECT_TRUE(isDoneElsewhere([&] {
-      ztRoot *top = newNode(1);
-      newChild(top, 2);
-      addChild(top, newNode(3, Meddling_ctor));
       for (int i = 0; i < 3; ++i) {
         if (!isSaveLeft(top, path, isText, byException) || contentsOf(path) != before) return false;
       }
       meddle = [](const void *node, void *file) { return ztRoot_table()->write(node, file); };
       return ztRoot_saveTree(top, path.c_str(), isText) == 3;
     }));
+    release(top);
     EXPECT_EQ(shapesIn(path), "1(2 3)");
   }
   // As a process that is killed leaves them.
