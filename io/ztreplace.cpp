@@ -42,16 +42,26 @@ static bool isSame(const char *path, const struct stat &known) {
   return lstat(path, &found) == 0 && found.st_dev == known.st_dev && found.st_ino == known.st_ino;
 }
 
-bool FileReplacement::findTarget(const char *path) {
+// Finds the name behind all links, and what is there.
+bool FileReplacement::followPath(const char *path) {
   if (!ztCopyText(target, path)) return false;
   replaces = stat(target, &replaced) == 0;
   if (!replaces && errno != ENOENT) return false;
   if (!followLinks(target)) return false;
   const size_t length = strlen(target);
-  if (length == 0 || target[length - 1] == '/') return false;
-  if (!replaces) return true;
-  return isSame(target, replaced) && S_ISREG(replaced.st_mode) &&
-         faccessat(AT_FDCWD, target, W_OK, AT_EACCESS) == 0;
+  return length != 0 && target[length - 1] != '/';
+}
+
+bool FileReplacement::findTarget(const char *path) {
+  // Another process may replace the file between two looks at it.
+  constexpr int mostLooks = 40;
+  for (int i = 0; i < mostLooks; ++i) {
+    if (!followPath(path)) return false;
+    if (!replaces) return true;
+    if (!S_ISREG(replaced.st_mode)) return false;
+    if (isSame(target, replaced)) return faccessat(AT_FDCWD, target, W_OK, AT_EACCESS) == 0;
+  }
+  return false;
 }
 
 bool FileReplacement::makeFile() {

@@ -26,6 +26,7 @@ class FileReplacement {
   bool commit();
 
  private:
+  bool followPath(const char *path);
   bool findTarget(const char *path);
   bool makeFile();
   bool keepOwnerAndMode() const;

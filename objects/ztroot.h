@@ -150,7 +150,8 @@ ZT_API int32_t ztRoot_loadTree(void *file, int32_t count, void *roots, ztTreeRep
  * and takes the target's place. The new file has the mode of the old one, and its owner and group as far as
  * the process may give them; a new one's mode is what the process's mask leaves of 0666. Where the target is
  * a symbolic link, the link stays and the file that it leads to is replaced. Of several that save to one path
- * at once, the last one's tree stays. A process that is killed may leave its file, ".zt-" and 32 digits.
+ * at once, the last one's tree stays. A process that is killed may leave its file, ".zt-" and 32 digits; so
+ * does a `write` of a host's that leaves by an exception or a `longjmp`, and the file stays open then.
  * @param root  also a node within a tree
  * @param path  a regular file that may be written, or a new one
  * @param text  not 0 for the text form, which cannot bring back names that begin with white space

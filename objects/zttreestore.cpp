@@ -26,7 +26,7 @@ constexpr size_t hintPlace = sizeof(ztIdentity::name) - 1 - hintSize;
 static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
   const ztClass *klass = node->klass;
   if (distance == 0 || strlen(klass->name) >= hintPlace) {
-    return ztBaseClass_functions()->classWrite(nullptr, node, file) != 0;
+    return ztBaseClass_functions()->classWrite(nullptr, node, file) > 0;
   }
   ztIdentity identity;
   ztCopyText(identity.name, klass->name);
@@ -105,7 +105,7 @@ bool TreeStorer::storeNode(ztRoot *node, const ztRoot *above) {
     const Level &level = levels[levels.size() - 2];
     if (!level.isFound) distance = stored - level.record;
   }
-  const bool isStored = writeIdentity(node, distance, file) && ztRoot_of(node)->write(node, file) != 0;
+  const bool isStored = writeIdentity(node, distance, file) && ztRoot_of(node)->write(node, file) > 0;
   node->parentUid = kept;
   return isStored;
 }
@@ -221,7 +221,7 @@ bool TreeLoader::readNode(const ztIdentity &identity) {
   const int64_t distance = distanceIn(identity);
   const int32_t index = records.size();
   const int32_t parent = distance <= index ? static_cast<int32_t>(index - distance) : index;
-  if (ztOOP_isClassOf(object, ztRoot_classname_) && ztRoot_of(object)->read(object, file) != 0 &&
+  if (ztOOP_isClassOf(object, ztRoot_classname_) && ztRoot_of(object)->read(object, file) > 0 &&
       records.push({static_cast<ztRoot *>(object), parent})) {
     ++report->nodes;
     return true;

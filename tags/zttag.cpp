@@ -304,7 +304,7 @@ static int32_t tagWrite(const void *object, void *file) {
   if (!ztRoot_table()->write(object, file)) return 0;
   for (int32_t i = 0; i < countOf(object); ++i) {
     const ztTagAttribute *attribute = attributeAt(object, i);
-    if (attribute != nullptr && !ztTagAttribute_of(attribute)->write(attribute, file)) return 0;
+    if (attribute != nullptr && ztTagAttribute_of(attribute)->write(attribute, file) <= 0) return 0;
   }
   return 1;
 }
@@ -313,7 +313,7 @@ static int32_t tagRead(void *object, void *file) {
   if (!ztRoot_table()->read(object, file)) return 0;
   for (int32_t i = 0; i < countOf(object); ++i) {
     ztTagAttribute *attribute = attributeAt(object, i);
-    if (attribute != nullptr && !ztTagAttribute_of(attribute)->read(attribute, file)) return 0;
+    if (attribute != nullptr && ztTagAttribute_of(attribute)->read(attribute, file) <= 0) return 0;
   }
   return 1;
 }

@@ -182,7 +182,7 @@ static int32_t attributeWrite(const void *object, void *file) {
          methods->writeBuf(file, nameFieldSize, attribute->name) == nameFieldSize &&
          methods->writeInt(file, attribute->type) > 0 && methods->writeInt(file, attribute->type) > 0 &&
          methods->writeInt(file, attribute->userValue) > 0 &&
-         ztArray_of(attribute->values)->write(attribute->values, file);
+         ztArray_of(attribute->values)->write(attribute->values, file) > 0;
 }
 
 // A type that contradicts the values is refused: the caller would have too little room for them.
@@ -207,7 +207,7 @@ static int32_t attributeRead(void *object, void *file) {
   attribute->name[nameFieldSize - 1] = '\0';
   return read == nameFieldSize && readTypes(attribute, file) &&
          methods->readInt(file, &attribute->userValue) > 0 &&
-         ztArray_of(attribute->values)->read(attribute->values, file);
+         ztArray_of(attribute->values)->read(attribute->values, file) > 0;
 }
 
 static void tagAttributeMethods(ztTagAttributeMethods *methods) {

@@ -185,6 +185,58 @@ TEST(ArrayCallbacks, ASingleElementMayDoTheSame) {
                      [](void *array) { numbersOf(array); }, true);
 }
 
+// An array whose file is not known to hold what its count claims gets its slots in pieces.
+TEST(ArrayCallbacks, AnArrayThatIsReadInPiecesStaysWholeUnderEveryCallback) {
+  constexpr int32_t count = 3500;
+  const Storage file;
+  {
+    const Quiet making;
+    file->writeInt(file, count);
+    for (int32_t i = 1; i <= count; ++i) file->writeInt(file, i);
+  }
+  // How many slots the array has with each of the first pieces, which come when those before are used.
+  std::vector<int32_t> sizes;
+  for (const int piece : {0, 1, 2}) {
+    const Owned<ztArray, ztArrayMethods> array(newArray({}));
+    const int live = hookedLive;
+    const Hook hook(
+        Event::read, [&] { sizes.push_back(hookedLive - live); }, piece == 0 ? 0 : sizes.back());
+    file->goToBegin(file);
+    array->read(array, file);
+  }
+  ASSERT_EQ(sizes.size(), 3U);
+  ASSERT_LT(sizes[0], sizes[1]);
+  ASSERT_LT(sizes[1], sizes[2]);
+  ASSERT_LT(sizes[2], count);
+  Subject subject;
+  for (const auto &[callback, unused] : arrayCallbacks(&subject)) {
+    for (const Event event : {Event::read, Event::create}) {
+      for (const int32_t others : {0, sizes[0] - 1, sizes[0], sizes[1], count - 1}) {
+        SCOPED_TRACE(callback + " at event " + std::to_string(static_cast<int>(event)) + " after " +
+                     std::to_string(others));
+        const int blocks = liveBlocks;
+        const int live = hookedLive;
+        subject.container = newArray({8, 9});
+        file->goToBegin(file);
+        {
+          const Hook hook(event, arrayCallbacks(&subject)[callback], others);
+          ztArray_of(subject.container)->read(subject.container, file);
+          EXPECT_TRUE(Hook::isCalled());
+        }
+        if (subject.container != nullptr) {
+          numbersOf(subject.container);
+          const Quiet making;
+          ztArray_of(subject.container)->pushBack(subject.container, object(3));
+          EXPECT_EQ(numbersOf(subject.container).back(), 3);
+        }
+        subject.release();
+        EXPECT_EQ(hookedLive, live);
+        EXPECT_EQ(liveBlocks, blocks);
+      }
+    }
+  }
+}
+
 class ArrayOfHooked : public testing::Test {
  protected:
   Owned<ztArray, ztArrayMethods> array = Owned<ztArray, ztArrayMethods>(newArray({1, 2, 3}));

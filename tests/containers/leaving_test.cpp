@@ -13,6 +13,7 @@
 #include "containers/zthashtab.h"
 #include "containers/ztlists.h"
 #include "containers/ztmap.h"
+#include "containers/ztqueue.h"
 #include "tests/containers/hooked.hh"
 #include "tests/support/faults.h"
 #include "tests/support/owned.h"
@@ -396,6 +397,99 @@ TEST_P(LeavingItems, WhatATreeHadStillToDeleteGoesWithIt) {
   EXPECT_EQ(hookedLive, live);
 }
 
+TEST_P(LeavingItems, ListsAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
+  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { list->popBack(list); }));
+  EXPECT_EQ(listed(), Numbers({1, 2, 3, 4}));
+  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { list->removeItem(list, list->getItemAt(list, 1)); }));
+  EXPECT_EQ(listed(), Numbers({1, 3, 4}));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::destroy, [&] { list->empty(list); }, 1));
+  EXPECT_EQ(listed(), Numbers({4}));
+  list->pushBack(list, object(5));
+  EXPECT_EQ(listed(), Numbers({4, 5}));
+  list->empty(list);
+  EXPECT_EQ(listed(), Numbers());
+}
+
+TEST_P(LeavingItems, TreesAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
+  const Object two = object(2);
+  const int live = hookedLive;
+  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { tree->pop(tree, two); }));
+  EXPECT_EQ(inTree(), Numbers({1, 3, 4, 5}));
+  EXPECT_EQ(tree->push(tree, two) == nullptr, false);
+  EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
+  EXPECT_TRUE(leave(
+      GetParam(), Event::destroy, [&] { tree->empty(tree); }, 1));
+  EXPECT_EQ(inTree(), Numbers());
+  tree->push(tree, two);
+  EXPECT_EQ(inTree(), Numbers({2}));
+  tree->empty(tree);
+  // Of those that were in the tree only the two whose ends were left are there.
+  EXPECT_EQ(hookedLive, live - 5 + 2);
+}
+
+TEST_P(LeavingItems, QueuesAndMapsAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
+  const Object two = object(2);
+  {
+    const Owned<ztQueue, ztQueueMethods> queue(ztQueue_ctor);
+    queue->setElementConstructor(queue, Hooked_ctor);
+    for (const int32_t number : {1, 2, 3}) queue->push(queue, object(number));
+    const int live = hookedLive;
+    EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] {
+      void *first = queue->getFront(queue);
+      queue->pop(queue);
+      Hooked_of(first)->unRef(first);
+    }));
+    EXPECT_EQ(queue->getSize(queue), 2);
+    EXPECT_TRUE(isWhole(queue->getFront(queue)));
+    EXPECT_NE(queue->push(queue, two), nullptr);
+    EXPECT_EQ(queue->getSize(queue), 3);
+    EXPECT_EQ(hookedLive, live + 1);
+  }
+  const int live = hookedLive;
+  {
+    const Owned<ztMap, ztMapMethods> map(ztMap_ctor);
+    map->setKeySize(map, sizeof(int32_t), 0);
+    map->setValueConstructor(map, Hooked_ctor);
+    map->setCompareFunction(map, ztIntArray_compare_func);
+    for (const int32_t number : {1, 2, 3, 4}) map->pushBack(map, &number, object(number));
+    const int32_t second = 2;
+    EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { map->pop(map, &second); }));
+    EXPECT_EQ(map->getSize(map), 3);
+    EXPECT_EQ(map->find(map, &second), nullptr);
+    EXPECT_NE(map->pushBack(map, &second, two), nullptr);
+    EXPECT_TRUE(isWhole(map->findValue(map, &second)));
+    EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { map->empty(map); }));
+    EXPECT_EQ(map->getSize(map), 0);
+    EXPECT_NE(map->pushBack(map, &second, two), nullptr);
+    EXPECT_TRUE(isWhole(map->findValue(map, &second)));
+  }
+  EXPECT_EQ(hookedLive, live + 2);
+}
+
+TEST_P(LeavingItems, HashTablesAreEmptyWhenAValuesEndLeavesTheCall) {
+  const int live = hookedLive;
+  {
+    const Owned<ztHashTable, ztHashTableMethods> table(ztHashTable_ctor);
+    table->setKeySize(table, sizeof(int32_t), 0);
+    table->setValueConstructor(table, Hooked_ctor);
+    table->setCompareFunction(table, ztIntArray_compare_func);
+    table->setSize(table, 2);
+    const std::function<void()> calls[] = {[&] { table->empty(table); }, [&] { table->setSize(table, 4); },
+                                           [&] { table->setSize(table, 4); }};
+    for (const auto &call : calls) {
+      for (const int32_t number : {1, 2, 3}) EXPECT_EQ(table->insert(table, &number, object(number)), 1);
+      EXPECT_TRUE(leave(GetParam(), Event::destroy, call, 1));
+      EXPECT_EQ(table.fields().count, 0U);
+      for (const int32_t number : {1, 2, 3}) EXPECT_EQ(table->find(table, &number), nullptr);
+    }
+    const int32_t number = 3;
+    EXPECT_EQ(table->insert(table, &number, object(3)), 1);
+    EXPECT_TRUE(isWhole(table->find(table, &number)->value));
+  }
+  EXPECT_EQ(hookedLive, live + 3);
+}
+
 TEST_P(Leaving, HashTablesStayWhole) {
   const int live = hookedLive;
   {
@@ -482,6 +576,35 @@ TEST_P(Leaving, ArraysSortedAndChangedInTurnGrowNothing) {
     array->sort(array, [](const void *, const void *) -> int32_t { return compareHooked(one, one); });
   });
   EXPECT_EQ(array->getSize(array), 3);
+}
+
+TEST_P(Leaving, HashTablesGrowNothingWhenInsertOrFindIsLeftOften) {
+  const Owned<ztHashTable, ztHashTableMethods> table(ztHashTable_ctor);
+  table->setKeySize(table, sizeof(int32_t), 0);
+  table->setValueConstructor(table, Hooked_ctor);
+  table->setSize(table, 1);
+  static Hooked *one;
+  const Object value = object(1);
+  one = &value.fields();
+  const auto compare = [](const void *first, const void *second) -> int32_t {
+    compareHooked(one, one);
+    return ztIntArray_compare_func(first, second);
+  };
+  table->setCompareFunction(table, compare);
+  for (const int32_t number : {1, 2, 3}) ASSERT_EQ(table->insert(table, &number, value), 1);
+  const int32_t four = 4;
+  for (const uint32_t allow : {0U, 1U}) {
+    table->setAllowDuplicate(table, allow);
+    leaveOften(GetParam(), Event::compare, [&] { table->insert(table, &four, value); });
+    leaveOften(GetParam(), Event::compare, [&] { table->find(table, &four); });
+  }
+  EXPECT_EQ(table.fields().count, 3U);
+  EXPECT_EQ(table.fields().buckets->count, 1);
+  EXPECT_EQ(table->insert(table, &four, value), 1);
+  for (const int32_t number : {1, 2, 3, 4}) {
+    ASSERT_NE(table->find(table, &number), nullptr);
+    EXPECT_TRUE(isWhole(table->find(table, &number)->value));
+  }
 }
 
 TEST_P(LeavingItems, TreesGrowNothingWhenPushIsLeftOften) {

@@ -99,6 +99,11 @@ static int32_t recorderReadBuf(void *file, int32_t n, void *buffer) {
   return ztFile_table()->readBuf(file, n, buffer);
 }
 
+static int32_t recorderWriteBuf(void *file, int32_t n, const void *buffer) {
+  calls.emplace_back("writeBuf " + std::to_string(n));
+  return ztFile_table()->writeBuf(file, n, buffer);
+}
+
 static int64_t recorderTell(void *file) {
   calls.emplace_back("tell");
   return ztFile_table()->tell(file);
@@ -113,6 +118,7 @@ static void recorderMethods(RecorderMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, readInt, recorderReadInt);
   ZT_OVERRIDE_METHOD(methods, readString, recorderReadString);
   ZT_OVERRIDE_METHOD(methods, readBuf, recorderReadBuf);
+  ZT_OVERRIDE_METHOD(methods, writeBuf, recorderWriteBuf);
   ZT_OVERRIDE_METHOD(methods, tell, recorderTell);
   ZT_OVERRIDE_METHOD(methods, goToEnd, recorderGoToEnd);
 }
@@ -434,6 +440,37 @@ TEST_P(Claims, OfElementsWithoutSizeDoNotRunForEver) {
   array->setElementSize(array, 0, 0);
   EXPECT_EQ(array->read(array, *file), 1);
   EXPECT_EQ(array->getSize(array), INT_MAX);
+}
+
+TEST(Claims, OfElementsWithoutSizeAreKeptByABinaryFileAsTheirCountAlone) {
+  const Storage file;
+  const Array array(ztArray_ctor);
+  array->setElementSize(array, 0, 0);
+  ASSERT_EQ(array->setSize(array, 1000000), 1);
+  for (int i = 1; i <= 3; ++i) {
+    EXPECT_EQ(array->write(array, file), 1);
+    EXPECT_EQ(file->tell(file), 4 * i);
+  }
+  file->goToBegin(file);
+  for (int i = 1; i <= 3; ++i) {
+    const Array read(ztArray_ctor);
+    read->setElementSize(read, 0, 0);
+    EXPECT_EQ(read->read(read, file), 1);
+    EXPECT_EQ(read->getSize(read), 1000000);
+    EXPECT_EQ(file->tell(file), 4 * i);
+  }
+}
+
+// A host's file is asked for each element, as it may keep something for it.
+TEST(Claims, OfElementsWithoutSizeAreWrittenOneByOneToAHostsFile) {
+  const Storage file(Recorder_ctor);
+  const Array array(ztArray_ctor);
+  array->setElementSize(array, 0, 0);
+  ASSERT_EQ(array->setSize(array, 1000), 1);
+  calls.clear();
+  EXPECT_EQ(array->write(array, file), 1);
+  EXPECT_EQ(calls, Calls(1000, "writeBuf 0"));
+  EXPECT_EQ(file->tell(file), 4);
 }
 
 TEST_P(Claims, OfPointersAreWeighedWithTheirStride) {

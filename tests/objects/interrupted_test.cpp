@@ -3,6 +3,7 @@
 #include "tests/support/scale.h"
 
 #include "containers/ztavltree.h"
+#include "objects/ztroot.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <vector>
 
 #ifdef __SANITIZE_ADDRESS__
@@ -77,6 +79,13 @@ __attribute__((noinline)) void fromDeeper(const Action &action, int levels) {
     action.call(action.argument);
   }
   EXPECT_EQ(room[0], static_cast<char>(levels));
+}
+
+// Writes over what the calls that were left have on the stack, as whatever a host does next will. Where nothing
+// has, their frames cannot be told from running ones.
+__attribute__((noinline, no_sanitize_address)) void coverStack() {
+  volatile char room[32768];
+  for (volatile char &byte : room) byte = 2;
 }
 
 // A coroutine with a stack of its own.
@@ -162,6 +171,10 @@ class Interrupted : public testing::TestWithParam<std::tuple<Way, Place>> {
 
   // The next call, from the place that is being tested.
   static void next(void (*call)(void *), void *argument) {
+#ifdef __SANITIZE_ADDRESS__
+    // Whose frames leave much of their room as it is.
+    coverStack();
+#endif
     run(std::get<1>(GetParam()), call, argument);
   }
 
@@ -373,6 +386,216 @@ TEST_P(Interrupted, AReleaseOfAnyObjectIsFinishedByTheNextOne) {
   leaves = false;
   checkEngine();
   next(releaseObject, fuse);
+}
+
+// Ends of trees -----------------------------------------------------------------------------------
+
+namespace {
+
+// Nodes whose own `destroy` leaves, and which know of all whose end has begun and not come to its end.
+#define FuseNode_FIELDS ztRoot_FIELDS
+#define FuseNode_METHODS ztRoot_METHODS
+
+enum Moment { atItsBegin, atItsEnd };
+
+std::vector<void *> nodesEnding;
+Moment leavesAt;
+int endsBefore;  // that are not left
+
+}  // namespace
+
+ZT_DECLARE_CLASS(FuseNode)
+
+static int32_t fuseNodeCreate(void *object) {
+  ++listenersLive;
+  return ztRoot_table()->create(object);
+}
+
+static void fuseNodeDestroy(void *object) {
+  nodesEnding.push_back(object);
+  const bool isLeaving = endsBefore-- == 0;
+  if (isLeaving && leavesAt == atItsBegin) leave();
+  ztRoot_table()->destroy(object);
+  if (isLeaving && leavesAt == atItsEnd) leave();
+  --listenersLive;
+  nodesEnding.pop_back();
+}
+
+static void fuseNodeMethods(FuseNodeMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, fuseNodeCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, fuseNodeDestroy);
+}
+
+ZT_DEFINE_CLASS(FuseNode, ztRoot, fuseNodeMethods)
+
+namespace {
+
+ztRoot *newNodeBelow(void *parent, ztCtor constructor) {
+  auto *node = static_cast<ztRoot *>(constructor(nullptr, 1));
+  if (parent != nullptr) ztRoot_of(parent)->addChild(parent, node);
+  return node;
+}
+
+// 0(1(2 3) 4(5)), the nodes by these numbers.
+constexpr int treeSize = 6;
+
+std::vector<ztRoot *> newTree(ztCtor constructor) {
+  std::vector<ztRoot *> nodes;
+  for (const int parent : {-1, 0, 1, 1, 0, 4}) {
+    nodes.push_back(newNodeBelow(parent < 0 ? nullptr : nodes[static_cast<size_t>(parent)], constructor));
+  }
+  return nodes;
+}
+
+// Whose "destroyed" was emitted, and the one whose was left.
+std::multiset<const void *> told;
+void *leftNode;
+
+ztSlotFunction leavingEnds() {
+  ztSlotFunction function;
+  function.call1 = [](void *receiver, intptr_t) {
+    leftNode = ztObject_of(receiver)->getSender(receiver);
+    told.insert(leftNode);
+    if (endsBefore-- == 0) leave();
+  };
+  return function;
+}
+
+void deleteSecond(void *parent) {
+  const ztRootMethods *methods = ztRoot_of(parent);
+  methods->deleteChild(parent, methods->getChildAt(parent, 1));
+}
+
+void deleteAll(void *parent) {
+  ztRoot_of(parent)->deleteAllChild(parent);
+}
+
+struct Pair {
+  void *parent;
+  void *child;
+};
+
+void addPair(void *pair) {
+  const auto *nodes = static_cast<const Pair *>(pair);
+  ztRoot_of(nodes->parent)->addChild(nodes->parent, nodes->child);
+}
+
+}  // namespace
+
+TEST_P(Interrupted, AnAddedChildIsThereWhenItsAnnouncementIsLeft) {
+  for (const bool childGoesFirst : {false, true}) {
+    ztRoot *parent = newNodeBelow(nullptr, FuseNode_ctor);
+    ztRoot *child = newNodeBelow(nullptr, FuseNode_ctor);
+    Owned receiver(Listener_ctor);
+    connectTo(parent, "childAdded", receiver, leavingSlot());
+    endsBefore = INT32_MAX;
+    Pair nodes = {parent, child};
+    EXPECT_TRUE(isLeft(addPair, &nodes));
+    EXPECT_EQ(child->parent, parent);
+    EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 1);
+    EXPECT_EQ(child->refCount, 2);
+    if (childGoesFirst) next(releaseObject, child);
+    EXPECT_EQ(listenersLive, childGoesFirst ? 2 : 3);
+    next(releaseObject, parent);
+    EXPECT_EQ(listenersLive, 1);
+    checkEngine();
+  }
+}
+
+TEST_P(Interrupted, ADeletedChildLeavesWithTheNextCallWhenItsAnnouncementIsLeft) {
+  enum Next { deletedAgain, childReleased, parentReleased, added, allDeleted };
+  for (const Next then : {deletedAgain, childReleased, parentReleased, added, allDeleted}) {
+    SCOPED_TRACE(then);
+    leaves = true;
+    endsBefore = INT32_MAX;
+    ztRoot *parent = newNodeBelow(nullptr, FuseNode_ctor);
+    newNodeBelow(parent, FuseNode_ctor);
+    ztRoot *child = newNodeBelow(parent, FuseNode_ctor);
+    newNodeBelow(parent, FuseNode_ctor);
+    Owned receiver(Listener_ctor);
+    connectTo(parent, "childDeleted", receiver, leavingSlot());
+    EXPECT_TRUE(isLeft(deleteSecond, parent));
+    EXPECT_EQ(child->parent, nullptr);
+    leaves = false;
+    checkEngine();
+    Pair nodes = {parent, child};
+    if (then == deletedAgain) next(deleteSecond, parent);
+    if (then == childReleased) next(releaseObject, child);
+    if (then == added) next(addPair, &nodes);
+    if (then == allDeleted) {
+      const std::vector<void *> others = {ztRoot_of(parent)->getChildAt(parent, 0),
+                                          ztRoot_of(parent)->getChildAt(parent, 2)};
+      next(deleteAll, parent);
+      EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 0);
+      for (void *other : others) next(releaseObject, other);
+    }
+    if (then == deletedAgain || then == childReleased) {
+      EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 2);
+    }
+    if (then == added) {
+      EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 3);
+      EXPECT_EQ(child->parent, parent);
+      EXPECT_EQ(child->refCount, 3) << "the one of the first place is its deleter's";
+      release(child);
+    }
+    next(releaseObject, parent);
+    if (then == deletedAgain || then == parentReleased || then == allDeleted) {
+      EXPECT_EQ(listenersLive, 2);
+      next(releaseObject, child);
+    }
+    EXPECT_EQ(listenersLive, 1);
+    checkEngine();
+  }
+}
+
+// Plain nodes end from below, so one end alone is left.
+TEST_P(Interrupted, TheEndOfATreeIsFinishedByTheNextReleaseAfterASlot) {
+  for (int which = 0; which < treeSize; ++which) {
+    for (const bool rootGoesFirst : {false, true}) {
+      SCOPED_TRACE(which);
+      const std::vector<ztRoot *> nodes = newTree(ztRoot_ctor);
+      Owned receiver(Listener_ctor);
+      for (ztRoot *node : nodes) connectTo(node, "destroyed", receiver, leavingEnds());
+      told.clear();
+      endsBefore = which;
+      EXPECT_TRUE(isLeft(releaseObject, nodes[0]));
+      coverStack();
+      EXPECT_EQ(told.size(), static_cast<size_t>(which) + 1);
+      void *halfGone = leftNode;
+      checkEngine();
+      if (rootGoesFirst) next(releaseObject, nodes[0]);
+      if (halfGone != nodes[0]) next(releaseObject, halfGone);
+      if (!rootGoesFirst) next(releaseObject, nodes[0]);
+      for (ztRoot *node : nodes) EXPECT_EQ(told.count(node), 1U);
+      checkEngine();
+    }
+  }
+}
+
+// The ends of a host's nodes lie one inside the other, and all that had begun are left.
+TEST_P(Interrupted, TheEndOfATreeIsFinishedByTheNextReleasesAfterAHostsDestroy) {
+  for (const Moment moment : {atItsBegin, atItsEnd}) {
+    for (int which = 0; which < treeSize; ++which) {
+      for (const bool outermostGoesFirst : {false, true}) {
+        SCOPED_TRACE(which);
+        ztRoot *root = newTree(FuseNode_ctor)[0];
+        nodesEnding.clear();
+        leavesAt = moment;
+        endsBefore = which;
+        EXPECT_TRUE(isLeft(releaseObject, root));
+        coverStack();
+        std::vector<void *> halfGone = nodesEnding;
+        EXPECT_EQ(halfGone[0], root);
+        nodesEnding.clear();
+        checkEngine();
+        if (!outermostGoesFirst) std::reverse(halfGone.begin(), halfGone.end());
+        for (void *node : halfGone) next(releaseObject, node);
+        EXPECT_TRUE(nodesEnding.empty());
+        EXPECT_EQ(listenersLive, 0);
+        checkEngine();
+      }
+    }
+  }
 }
 
 static int32_t leavingCompare(const void *, const void *) {

@@ -169,21 +169,37 @@ TEST(Threads, HandObjectsOverAfterAnInterruptedEmission) {
   }
 }
 
-TEST(Threads, LogTheUseOfAnotherThreadsObjectOnceWhereThatIsChecked) {
+// How often a host that uses an object in another thread is warned; NULL for no such word in the environment.
+static int warningsWith(const char *checks, const char *use) {
+  if (checks != nullptr) setenv("ZENTOVA_CHECK", checks, 1);
+  HostProcess host;
+  EXPECT_EQ(host.run("checked_threads", {use}), 0) << use << host.output();
+  unsetenv("ZENTOVA_CHECK");
   const std::string warning = "ztObject -> Warning: ";
+  const std::string output = host.output();
+  int found = 0;
+  for (size_t at = output.find(warning); at != std::string::npos; at = output.find(warning, at + 1)) ++found;
+  return found;
+}
+
+TEST(Threads, LogTheUseOfAnotherThreadsObjectOnceWhereThatIsChecked) {
   const std::vector<std::pair<const char *, int>> uses = {{"connect", 1}, {"emit", 1}, {"set", 1},
                                                           {"release", 1}, {"all", 1},  {"own", 0}};
   for (const auto &[use, times] : uses) {
     for (const char *checks : {"thread", "other"}) {
-      setenv("ZENTOVA_CHECK", checks, 1);
-      HostProcess host;
-      EXPECT_EQ(host.run("checked_threads", {use}), 0) << use << host.output();
-      const std::string output = host.output();
-      int found = 0;
-      for (size_t at = output.find(warning); at != std::string::npos; at = output.find(warning, at + 1))
-        ++found;
-      EXPECT_EQ(found, strcmp(checks, "thread") == 0 ? times : 0) << use << output;
+      EXPECT_EQ(warningsWith(checks, use), strcmp(checks, "thread") == 0 ? times : 0) << use;
     }
   }
-  unsetenv("ZENTOVA_CHECK");
+}
+
+TEST(Threads, AreCheckedWhereOneOfTheWordsBetweenCommasAsksForIt) {
+  for (const char *checks : {"thread", "thread,", ",thread", "other,thread", "thread,other", "a,thread,b",
+                             "thread,thread", ",,thread,,", "threads,thread"}) {
+    EXPECT_EQ(warningsWith(checks, "emit"), 1) << checks;
+  }
+  for (const char *checks : {"", ",", "other", "other,words", "threads", "thre", "thread other", " thread",
+                             "thread;other", "Thread", "thread=1", "athread,threadb"}) {
+    EXPECT_EQ(warningsWith(checks, "emit"), 0) << checks;
+  }
+  EXPECT_EQ(warningsWith(nullptr, "emit"), 0);
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -19,7 +20,7 @@
 #include <filesystem>
 #include <functional>
 
-// A node that does something when it is stored.
+// A node that does something when it is stored, and tells what a test wants when it was read.
 #define Meddling_FIELDS ztRoot_FIELDS
 #define Meddling_METHODS ztRoot_METHODS
 ZT_DECLARE_CLASS(Meddling)
@@ -30,7 +31,14 @@ static int32_t meddlingWrite(const void *object, void *file) {
   return meddle(object, file);
 }
 
+static int32_t resultOfReading = 1;
+
+static int32_t meddlingRead(void *object, void *file) {
+  return ztRoot_table()->read(object, file) ? resultOfReading : 0;
+}
+
 static void meddlingMethods(MeddlingMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, read, meddlingRead);
   ZT_OVERRIDE_METHOD(methods, write, meddlingWrite);
 }
 
@@ -204,6 +212,7 @@ TEST_P(TreeFile, StaysWhereANodeIsNotWritten) {
   addChild(top, newNode(2, Meddling_ctor));
   const std::function<int32_t(const void *, void *)> waysToFail[] = {
       [](const void *, void *) { return 0; },
+      [](const void *, void *) { return -1; },  // what a text file's primitives give
       [](const void *node, void *file) {
         ztFile_of(file)->close(file);
         return ztRoot_table()->write(node, file);
@@ -223,6 +232,108 @@ TEST_P(TreeFile, StaysWhereANodeIsNotWritten) {
   EXPECT_EQ(ztRoot_saveTree(nullptr, path.c_str(), isText), 0);
   EXPECT_EQ(ztRoot_saveTree(top, nullptr, isText), 0);
   release(top);
+}
+
+namespace {
+
+struct Left {};
+jmp_buf whereTo;
+
+// Runs work in a process of its own, which is killed at once when the work is done: what it has allocated by
+// then is no leak. Whether the work was done, and gave true.
+bool isDoneElsewhere(const std::function<bool()> &work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (work()) raise(SIGKILL);
+    _exit(1);
+  }
+  int status = 0;
+  return waitpid(child, &status, 0) == child && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+}
+
+// Whether the save was left.
+bool isSaveLeft(const void *top, const std::string &path, bool isText, bool byException) {
+  if (byException) {
+    meddle = [](const void *, void *) -> int32_t { throw Left(); };
+    try {
+      ztRoot_saveTree(top, path.c_str(), isText);
+    } catch (const Left &) {
+      return true;
+    }
+    return false;
+  }
+  meddle = [](const void *, void *) -> int32_t { longjmp(whereTo, 1); };
+  // NOLINTNEXTLINE: what the jump passes over has no destructors that matter here
+  if (setjmp(whereTo) != 0) return true;
+  ztRoot_saveTree(top, path.c_str(), isText);
+  return false;
+}
+
+}  // namespace
+
+TEST_P(TreeFile, StaysWhereANodesWriteLeavesTheSaveAndAnotherSaveReplacesIt) {
+  for (const bool byException : {true, false}) {
+    ASSERT_EQ(saveSample(path, isText), 6);
+    const std::string before = contentsOf(path);
+    ztRoot *top = newNode(1);
+    newChild(top, 2);
+    addChild(top, newNode(3, Meddling_ctor));
+    EXPECT_TRUE(isDoneElsewhere([&] {
+      for (int i = 0; i < 3; ++i) {
+        if (!isSaveLeft(top, path, isText, byException) || contentsOf(path) != before) return false;
+      }
+      meddle = [](const void *node, void *file) { return ztRoot_table()->write(node, file); };
+      return ztRoot_saveTree(top, path.c_str(), isText) == 3;
+    }));
+    release(top);
+    EXPECT_EQ(shapesIn(path), "1(2 3)");
+  }
+  // As a process that is killed leaves them.
+  std::vector<std::string> names = namesIn(folder.path());
+  ASSERT_EQ(names.size(), 7U);
+  EXPECT_EQ(names.back(), "tree.zt");
+  names.pop_back();
+  for (const std::string &name : names) {
+    EXPECT_EQ(name.size(), 36U);
+    EXPECT_EQ(name.rfind(".zt-", 0), 0U);
+  }
+}
+
+TEST_P(TreeFile, ThatTwoProcessesSaveAtOnceIsAlwaysTheWholeTreeOfOne) {
+  ASSERT_EQ(saveSample(path, isText, 10), 6);
+  const std::string shapes[] = {"10(11(12 13) 14(15))", "20(21 22)"};
+  pid_t children[2];
+  for (const int which : {0, 1}) {
+    children[which] = fork();
+    if (children[which] != 0) continue;
+    ztRoot *top = which == 0 ? newSample(10) : newNode(20);
+    if (which == 1) {
+      newChild(top, 21);
+      newChild(top, 22);
+    }
+    for (int i = 0; i < scale(400); ++i) {
+      if (ztRoot_saveTree(top, path.c_str(), isText) != (which == 0 ? 6 : 3)) _exit(1);
+    }
+    // So that nothing is told of what this process has inherited.
+    raise(SIGKILL);
+  }
+  ASSERT_GT(children[0], 0);
+  ASSERT_GT(children[1], 0);
+  int seen[2] = {};
+  for (int running = 2; running > 0;) {
+    const std::string found = shapesIn(path);
+    ASSERT_TRUE(found == shapes[0] || found == shapes[1]) << found;
+    ++seen[found == shapes[1]];
+    int status = 0;
+    const pid_t ended = waitpid(-1, &status, WNOHANG);
+    if (ended <= 0) continue;
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "a save failed";
+    --running;
+  }
+  EXPECT_GT(seen[0] + seen[1], 2);
+  const std::string last = shapesIn(path);
+  EXPECT_TRUE(last == shapes[0] || last == shapes[1]) << last;
+  EXPECT_EQ(namesIn(folder.path()), std::vector<std::string>{"tree.zt"});
 }
 
 TEST_P(TreeFile, GivesTheNodesAFileObjectOfItsForm) {
@@ -303,6 +414,20 @@ TEST_P(TreeFile, MixedOfTwoIsNone) {
     writeContents(path, mixed);
     ASSERT_EQ(shapesIn(path), "none") << at;
   }
+}
+
+TEST_P(TreeFile, OfANodeThatIsNotReadIsNone) {
+  ztRoot *top = newNode(1);
+  addChild(top, newNode(2, Meddling_ctor));
+  meddle = [](const void *node, void *file) { return ztRoot_table()->write(node, file); };
+  ASSERT_EQ(ztRoot_saveTree(top, path.c_str(), isText), 2);
+  release(top);
+  for (const int32_t failure : {0, -1}) {
+    resultOfReading = failure;
+    EXPECT_EQ(shapesIn(path), "none") << failure;
+  }
+  resultOfReading = 1;
+  EXPECT_EQ(shapesIn(path), "1(2)");
 }
 
 TEST_P(TreeFile, WithoutAMarkIsNone) {

@@ -9,6 +9,28 @@
 
 // The classes of the tests ------------------------------------------------------------------------
 
+// Values that are neither stored nor read.
+#define FleetingValues_FIELDS ztIntArray_FIELDS
+#define FleetingValues_METHODS ztIntArray_METHODS
+ZT_DECLARE_CLASS(FleetingValues)
+
+static int32_t fleetingResult;
+
+static int32_t fleetingValuesWrite(const void *, void *) {
+  return fleetingResult;
+}
+
+static int32_t fleetingValuesRead(void *, void *) {
+  return fleetingResult;
+}
+
+static void fleetingValuesMethods(FleetingValuesMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, write, fleetingValuesWrite);
+  ZT_OVERRIDE_METHOD(methods, read, fleetingValuesRead);
+}
+
+ZT_DEFINE_CLASS(FleetingValues, ztIntArray, fleetingValuesMethods)
+
 static int32_t refusingFileAccept(void *object) {
   auto *file = static_cast<RefusingFile *>(object);
   return ++file->calls <= file->allowed;
@@ -900,4 +922,18 @@ TYPED_TEST(Attribute, WritingStopsAtTheFirstFailure) {
   file->calls = 0;
   EXPECT_EQ(this->methods->write(this->attribute, file), 1);
   release(file);
+}
+
+TEST(ValuesOfAHostsClass, ThatAreNotStoredOrReadFailTheAttribute) {
+  void *attribute = ztIntTag_ctor(nullptr, 1);
+  auto *fields = static_cast<ztTagAttribute *>(attribute);
+  release(fields->values);
+  fields->values = static_cast<ztArray *>(FleetingValues_ctor(nullptr, 1));
+  for (const int32_t result : {0, -1, 1}) {
+    fleetingResult = result;
+    Records records;
+    EXPECT_EQ(ztTagAttribute_of(attribute)->write(attribute, records.toWrite()), result == 1) << result;
+    EXPECT_EQ(Records().read(attribute, records.written()), result == 1) << result;
+  }
+  release(attribute);
 }
