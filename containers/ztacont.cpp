@@ -2,6 +2,7 @@
 
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztAssociativeContainer, 88, 29);
 ZT_PIN_FIELD(ztAssociativeContainer, keyByPointer, 44);
@@ -33,22 +34,18 @@ static void associativeSetItemConstructor(void *object, ztCtor constructor) {
   if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->itemConstructor = constructor;
 }
 
-static void associativeSetKeySize(void *object, int32_t size, uint32_t byPointer) {
-  auto *container = static_cast<ztAssociativeContainer *>(object);
-  if (container == nullptr) return;
-  container->keySize = size;
-  container->keyByPointer = byPointer;
+static void associativeSetKeySize(ztAssociativeContainer &container, int32_t size, uint32_t byPointer) {
+  container.keySize = size;
+  container.keyByPointer = byPointer;
 }
 
 static void associativeSetKeyConstructor(void *object, ztCtor constructor) {
   if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->keyConstructor = constructor;
 }
 
-static void associativeSetValueSize(void *object, int32_t size, uint32_t byPointer) {
-  auto *container = static_cast<ztAssociativeContainer *>(object);
-  if (container == nullptr) return;
-  container->valueSize = size;
-  container->valueByPointer = byPointer;
+static void associativeSetValueSize(ztAssociativeContainer &container, int32_t size, uint32_t byPointer) {
+  container.valueSize = size;
+  container.valueByPointer = byPointer;
 }
 
 static void associativeSetValueConstructor(void *object, ztCtor constructor) {
@@ -63,9 +60,9 @@ static void associativeMethods(ztAssociativeContainerMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, associativeCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, associativeDestroy);
   ZT_OVERRIDE_METHOD(methods, setItemConstructor, associativeSetItemConstructor);
-  ZT_OVERRIDE_METHOD(methods, setKeySize, associativeSetKeySize);
+  ZT_OVERRIDE_METHOD(methods, setKeySize, ztMethod<associativeSetKeySize>);
   ZT_OVERRIDE_METHOD(methods, setKeyConstructor, associativeSetKeyConstructor);
-  ZT_OVERRIDE_METHOD(methods, setValueSize, associativeSetValueSize);
+  ZT_OVERRIDE_METHOD(methods, setValueSize, ztMethod<associativeSetValueSize>);
   ZT_OVERRIDE_METHOD(methods, setValueConstructor, associativeSetValueConstructor);
   ZT_OVERRIDE_METHOD(methods, setValueCompareFunction, associativeSetValueCompareFunction);
 }

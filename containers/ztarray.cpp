@@ -5,6 +5,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
+#include "core/ztmethod.hh"
 #include "io/ztclaims.hh"
 #include "io/ztfile.h"
 #include "io/ztstream.hh"
@@ -470,14 +471,12 @@ static void *pushObject(ztArray *array, const void *element) {
   return isInSlot || slot == nullptr ? slot : copy;
 }
 
-static void *arrayPushBack(void *object, const void *element) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr) return nullptr;
-  if (holdsObjects(array)) {
+static void *arrayPushBack(ztArray &array, const void *element) {
+  if (holdsObjects(&array)) {
     ztBeginUses();
-    return pushObject(array, element);
+    return pushObject(&array, element);
   }
-  return holdsPointers(array) ? pushPointer(array, element) : pushBytes(array, element);
+  return holdsPointers(&array) ? pushPointer(&array, element) : pushBytes(&array, element);
 }
 
 // Whether the match function tells a match among the elements that there are when it begins.
@@ -491,10 +490,9 @@ static bool matchesAny(const ztArray *array, const void *element, ztCompareFunc 
   return false;
 }
 
-static int32_t arrayPushBackUnique(void *object, const void *element, ztCompareFunc match) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || match == nullptr || matchesAny(array, element, match)) return 0;
-  return ztArray_of(array)->pushBack(array, element) != nullptr;
+static int32_t arrayPushBackUnique(ztArray &array, const void *element, ztCompareFunc match) {
+  if (match == nullptr || matchesAny(&array, element, match)) return 0;
+  return ztArray_of(&array)->pushBack(&array, element) != nullptr;
 }
 
 // Sees to it that the array's block can be taken out: what an earlier call that was left has out of it ends
@@ -526,15 +524,14 @@ static void *setObject(ztArray *array, const void *element, int32_t index) {
   return copy == slot ? slotAt(array, index) : copy;
 }
 
-static void *arraySetAt(void *object, const void *element, int32_t index) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || !hasIndex(array, index) || !accepts(array, element)) return nullptr;
-  if (holdsObjects(array)) {
+static void *arraySetAt(ztArray &array, const void *element, int32_t index) {
+  if (!hasIndex(&array, index) || !accepts(&array, element)) return nullptr;
+  if (holdsObjects(&array)) {
     ztBeginUses();
-    return setObject(array, element, index);
+    return setObject(&array, element, index);
   }
-  void *slot = slotAt(array, index);
-  storeBytes(array, slot, element);
+  void *slot = slotAt(&array, index);
+  storeBytes(&array, slot, element);
   return slot;
 }
 
@@ -553,35 +550,33 @@ static void *copyWithout(const ztArray *array, int32_t index) {
   return block;
 }
 
-static void arrayRemoveAt(void *object, int32_t index) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || !hasIndex(array, index)) return;
-  const int32_t left = array->count - 1;
-  void *rest = left == 0 ? nullptr : copyWithout(array, index);
+static void arrayRemoveAt(ztArray &array, int32_t index) {
+  if (!hasIndex(&array, index)) return;
+  const int32_t left = array.count - 1;
+  void *rest = left == 0 ? nullptr : copyWithout(&array, index);
   if (left != 0 && rest == nullptr) return;
-  if (!holdsObjects(array)) return installBlock(array, rest, left);
-  const BlockUse use(array);
-  void *block = array->data;
-  void *slot = slotAt(array, index);
-  array->data = rest;
-  array->count = left;
-  const bool isLeft = ztLeavePart(array, block);
-  // The array is whole again without the object before that ends.
+  if (!holdsObjects(&array)) return installBlock(&array, rest, left);
+  const BlockUse use(&array);
+  void *block = array.data;
+  void *slot = slotAt(&array, index);
+  array.data = rest;
+  array.count = left;
+  const bool isLeft = ztLeavePart(&array, block);
+  // The &array is whole again without the &array before that ends.
   destroyObject(slot);
   if (!isLeft) ztm_free(block);
 }
 
-static void arrayEmpty(void *object) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || array->data == nullptr) return;
-  if (!holdsObjects(array)) return installBlock(array, nullptr, 0);
-  const BlockUse use(array);
-  void *block = array->data;
-  const int32_t count = array->count;
-  array->data = nullptr;
-  array->count = 0;
-  const bool isLeft = ztLeavePart(array, block);
-  destroyObjects(block, count, array->elementSize);
+static void arrayEmpty(ztArray &array) {
+  if (array.data == nullptr) return;
+  if (!holdsObjects(&array)) return installBlock(&array, nullptr, 0);
+  const BlockUse use(&array);
+  void *block = array.data;
+  const int32_t count = array.count;
+  array.data = nullptr;
+  array.count = 0;
+  const bool isLeft = ztLeavePart(&array, block);
+  destroyObjects(block, count, array.elementSize);
   if (!isLeft) ztm_free(block);
 }
 
@@ -616,15 +611,14 @@ static int32_t setSizeObjects(ztArray *array, int32_t count) {
   return 0;
 }
 
-static int32_t arraySetSize(void *object, int32_t count) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || count < 0) return 0;
-  if (count == array->count && count != 0) return 1;
+static int32_t arraySetSize(ztArray &array, int32_t count) {
+  if (count < 0) return 0;
+  if (count == array.count && count != 0) return 1;
   if (count == 0) {
-    ztArray_of(array)->empty(array);
+    ztArray_of(&array)->empty(&array);
     return 1;
   }
-  return holdsObjects(array) ? setSizeObjects(array, count) : setSizeBytes(array, count);
+  return holdsObjects(&array) ? setSizeObjects(&array, count) : setSizeBytes(&array, count);
 }
 
 // Fills a block with copies of the array's first objects and new ones behind them; false, with nothing left
@@ -669,24 +663,22 @@ static int32_t resizeBytes(ztArray *array, int32_t count) {
   return 1;
 }
 
-static int32_t arrayResize(void *object, int32_t count) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || count < 0) return 0;
+static int32_t arrayResize(ztArray &array, int32_t count) {
+  if (count < 0) return 0;
   if (count == 0) {
-    ztArray_of(array)->empty(array);
+    ztArray_of(&array)->empty(&array);
     return 1;
   }
-  if (array->count == 0) return ztArray_of(array)->setSize(array, count);
-  if (count == array->count) return 1;
-  return holdsObjects(array) ? resizeObjects(array, count) : resizeBytes(array, count);
+  if (array.count == 0) return ztArray_of(&array)->setSize(&array, count);
+  if (count == array.count) return 1;
+  return holdsObjects(&array) ? resizeObjects(&array, count) : resizeBytes(&array, count);
 }
 
 // Reading elements --------------------------------------------------------------------------------
 
-static void *arrayGetAt(const void *object, int32_t index) {
-  const auto *array = static_cast<const ztArray *>(object);
-  if (array == nullptr || (holdsPointers(array) && !hasIndex(array, index))) return nullptr;
-  return elementAt(array, index);
+static void *arrayGetAt(const ztArray &array, int32_t index) {
+  if ((holdsPointers(&array) && !hasIndex(&array, index))) return nullptr;
+  return elementAt(&array, index);
 }
 
 static void *arrayGetFront(const void *object) {
@@ -699,12 +691,12 @@ static void *arrayGetBack(const void *object) {
   return array == nullptr || array->count == 0 ? nullptr : ztArray_of(array)->getAt(array, array->count - 1);
 }
 
-static void *arrayGetData(const void *object) {
-  return object == nullptr ? nullptr : static_cast<const ztArray *>(object)->data;
+static void *arrayGetData(const ztArray &array) {
+  return array.data;
 }
 
-static int32_t arrayGetSize(const void *object) {
-  return object == nullptr ? 0 : static_cast<const ztArray *>(object)->count;
+static int32_t arrayGetSize(const ztArray &array) {
+  return array.count;
 }
 
 static int32_t arrayIsEmpty(const void *object) {
@@ -712,11 +704,10 @@ static int32_t arrayIsEmpty(const void *object) {
 }
 
 // What the compare function changes in the array is done in another block, which is not sorted then.
-static void arraySort(void *object, ztCompareFunc compare) {
-  auto *array = static_cast<ztArray *>(object);
-  if (array == nullptr || array->data == nullptr || compare == nullptr || !ownBlock(array)) return;
-  const BlockUse use(array);
-  qsort(array->data, static_cast<size_t>(array->count), static_cast<size_t>(array->elementSize), compare);
+static void arraySort(ztArray &array, ztCompareFunc compare) {
+  if (array.data == nullptr || compare == nullptr || !ownBlock(&array)) return;
+  const BlockUse use(&array);
+  qsort(array.data, static_cast<size_t>(array.count), static_cast<size_t>(array.elementSize), compare);
 }
 
 namespace {
@@ -741,29 +732,27 @@ static void *searchBlock(const void *key, const void *block, int32_t count, int3
   return bsearch(&null, block, slots, width, compareNull);
 }
 
-static void *arraySearch(const void *object, const void *key, ztCompareFunc compare) {
-  const auto *array = static_cast<const ztArray *>(object);
-  if (array == nullptr || compare == nullptr) return nullptr;
+static void *arraySearch(const ztArray &array, const void *key, ztCompareFunc compare) {
+  if (compare == nullptr) return nullptr;
   if (key == nullptr && ztIsOwnCompare(compare)) return nullptr;
-  const int32_t count = ztArray_of(array)->getSize(array);
-  const void *block = ztArray_of(array)->getData(array);
+  const int32_t count = ztArray_of(&array)->getSize(&array);
+  const void *block = ztArray_of(&array)->getData(&array);
   if (block == nullptr || count <= 0) return nullptr;
-  const BlockUse use(array);
-  void *found = searchBlock(key, block, count, array->elementSize, compare);
+  const BlockUse use(&array);
+  void *found = searchBlock(key, block, count, array.elementSize, compare);
   return use.isCurrent() ? found : nullptr;
 }
 
-static void *arrayFind(const void *object, const void *key) {
-  const auto *array = static_cast<const ztArray *>(object);
-  if (array == nullptr || array->compareFunction == nullptr) return nullptr;
-  const ztCompareFunc compare = array->compareFunction;
+static void *arrayFind(const ztArray &array, const void *key) {
+  if (array.compareFunction == nullptr) return nullptr;
+  const ztCompareFunc compare = array.compareFunction;
   const bool isForeign = !ztIsOwnCompare(compare);
-  const ContainerUse use(array);
-  const void *block = array->data;
-  for (int32_t i = 0; i < array->count; ++i) {
-    void *element = elementAt(array, i);
+  const ContainerUse use(&array);
+  const void *block = array.data;
+  for (int32_t i = 0; i < array.count; ++i) {
+    void *element = elementAt(&array, i);
     const bool isEqual = compare(element, key) == 0;
-    if (isForeign && (use.ended() || array->data != block)) return nullptr;
+    if (isForeign && (use.ended() || array.data != block)) return nullptr;
     if (isEqual) return element;
   }
   return nullptr;
@@ -835,9 +824,9 @@ static int32_t assignObjects(ztArray *array, const ztArray *source) {
   return target.putBack() && !other.ended();
 }
 
-static int32_t arrayAssign(void *object, const void *other) {
-  if (object == nullptr || other == nullptr || !ztSequenceContainer_table()->assign(object, other)) return 0;
-  auto *array = static_cast<ztArray *>(object);
+static int32_t arrayAssign(ztArray &array, const void *other) {
+  if (other == nullptr || !ztSequenceContainer_table()->assign(&array, other)) return 0;
+  auto *array = &array;
   const auto *source = static_cast<const ztArray *>(other);
   const int32_t count = array->count < source->count ? array->count : source->count;
   if (holdsObjects(array)) {
@@ -851,14 +840,13 @@ static int32_t arrayAssign(void *object, const void *other) {
   return 1;
 }
 
-static void arrayDestroy(void *object) {
-  if (object == nullptr) return;
-  ztArray_of(object)->empty(object);
+static void arrayDestroy(ztArray &array) {
+  ztArray_of(&array)->empty(&array);
   // What the elements put in at their end, and what calls that are under way have out of the array.
   do {
-    while (static_cast<const ztArray *>(object)->data != nullptr) arrayEmpty(object);
-  } while (ztEndObjects(object));
-  ztSequenceContainer_table()->destroy(object);
+    while (array.data != nullptr) arrayEmpty(&array);
+  } while (ztEndObjects(&array));
+  ztSequenceContainer_table()->destroy(&array);
 }
 
 // Reading -----------------------------------------------------------------------------------------
@@ -1060,14 +1048,14 @@ int32_t ArrayReader::read() {
   return 0;
 }
 
-static int32_t arrayRead(void *object, void *file) {
-  if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->read(object, file)) return 0;
-  return ArrayReader(static_cast<ztArray *>(object), file).read();
+static int32_t arrayRead(ztArray &array, void *file) {
+  if (file == nullptr || !ztSequenceContainer_table()->read(&array, file)) return 0;
+  return ArrayReader(&array, file).read();
 }
 
-static int32_t arrayWrite(const void *object, void *file) {
-  if (object == nullptr || file == nullptr || !ztSequenceContainer_table()->write(object, file)) return 0;
-  const auto *array = static_cast<const ztArray *>(object);
+static int32_t arrayWrite(const ztArray &array, void *file) {
+  if (file == nullptr || !ztSequenceContainer_table()->write(&array, file)) return 0;
+  const auto *array = &array;
   const ztFileMethods *methods = ztFile_of(file);
   if (methods->writeInt(file, array->count) <= 0) return 0;
   // Elements of no bytes leave nothing in a binary file, however many there are.
@@ -1087,26 +1075,26 @@ static int32_t arrayWrite(const void *object, void *file) {
 static void arrayMethods(ztArrayMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, arrayCreate);
   ZT_OVERRIDE_METHOD(methods, clone, arrayClone);
-  ZT_OVERRIDE_METHOD(methods, assign, arrayAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, arrayDestroy);
-  ZT_OVERRIDE_METHOD(methods, read, arrayRead);
-  ZT_OVERRIDE_METHOD(methods, write, arrayWrite);
-  ZT_OVERRIDE_METHOD(methods, getSize, arrayGetSize);
-  ZT_OVERRIDE_METHOD(methods, pushBack, arrayPushBack);
-  ZT_OVERRIDE_METHOD(methods, pushBackUnique, arrayPushBackUnique);
-  ZT_OVERRIDE_METHOD(methods, removeAt, arrayRemoveAt);
-  ZT_OVERRIDE_METHOD(methods, getAt, arrayGetAt);
-  ZT_OVERRIDE_METHOD(methods, setAt, arraySetAt);
-  ZT_OVERRIDE_METHOD(methods, empty, arrayEmpty);
-  ZT_OVERRIDE_METHOD(methods, setSize, arraySetSize);
-  ZT_OVERRIDE_METHOD(methods, resize, arrayResize);
+  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<arrayAssign>);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<arrayDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, ztMethod<arrayRead>);
+  ZT_OVERRIDE_METHOD(methods, write, ztMethod<arrayWrite>);
+  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<arrayGetSize>);
+  ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<arrayPushBack>);
+  ZT_OVERRIDE_METHOD(methods, pushBackUnique, ztMethod<arrayPushBackUnique>);
+  ZT_OVERRIDE_METHOD(methods, removeAt, ztMethod<arrayRemoveAt>);
+  ZT_OVERRIDE_METHOD(methods, getAt, ztMethod<arrayGetAt>);
+  ZT_OVERRIDE_METHOD(methods, setAt, ztMethod<arraySetAt>);
+  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<arrayEmpty>);
+  ZT_OVERRIDE_METHOD(methods, setSize, ztMethod<arraySetSize>);
+  ZT_OVERRIDE_METHOD(methods, resize, ztMethod<arrayResize>);
   ZT_OVERRIDE_METHOD(methods, getFront, arrayGetFront);
   ZT_OVERRIDE_METHOD(methods, getBack, arrayGetBack);
-  ZT_OVERRIDE_METHOD(methods, getData, arrayGetData);
+  ZT_OVERRIDE_METHOD(methods, getData, ztMethod<arrayGetData>);
   ZT_OVERRIDE_METHOD(methods, isEmpty, arrayIsEmpty);
-  ZT_OVERRIDE_METHOD(methods, sort, arraySort);
-  ZT_OVERRIDE_METHOD(methods, search, arraySearch);
-  ZT_OVERRIDE_METHOD(methods, find, arrayFind);
+  ZT_OVERRIDE_METHOD(methods, sort, ztMethod<arraySort>);
+  ZT_OVERRIDE_METHOD(methods, search, ztMethod<arraySearch>);
+  ZT_OVERRIDE_METHOD(methods, find, ztMethod<arrayFind>);
 }
 
 ZT_DEFINE_CLASS(ztArray, ztSequenceContainer, arrayMethods)

@@ -2,6 +2,7 @@
 
 #include "containers/ztavltree.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztAvlIterator, 552, 22);
 ZT_PIN_FIELD(ztAvlIterator, tree, 16);
@@ -32,61 +33,58 @@ static void descend(ztAvlIterator *iterator, bool right) {
   iterator->current = item;
 }
 
-static void *avlIteratorStart(void *object, const void *container, int32_t direction) {
-  auto *iterator = static_cast<ztAvlIterator *>(object);
-  if (iterator == nullptr) return nullptr;
-  iterator->tree = static_cast<const ztAvlTree *>(container);
-  iterator->depth = 0;
-  iterator->current = container == nullptr ? nullptr : iterator->tree->root;
-  if (iterator->current != nullptr) descend(iterator, direction != 0);
-  return iterator->current;
+static void *avlIteratorStart(ztAvlIterator &iterator, const void *container, int32_t direction) {
+  iterator.tree = static_cast<const ztAvlTree *>(container);
+  iterator.depth = 0;
+  iterator.current = container == nullptr ? nullptr : iterator.tree->root;
+  if (iterator.current != nullptr) descend(&iterator, direction != 0);
+  return iterator.current;
 }
 
-static void *avlIteratorMove(void *object, int32_t direction) {
-  auto *iterator = static_cast<ztAvlIterator *>(object);
-  if (iterator == nullptr || iterator->current == nullptr) return nullptr;
+static void *avlIteratorMove(ztAvlIterator &iterator, int32_t direction) {
+  if (iterator.current == nullptr) return nullptr;
   const bool right = direction != 0;
-  ztAvlTreeItem *item = iterator->current;
+  ztAvlTreeItem *item = iterator.current;
   if (ztAvlTreeItem *below = ztTreeLink(item, right); below != nullptr) {
-    iterator->path[iterator->depth++] = item;
-    iterator->current = below;
-    descend(iterator, !right);
-    return iterator->current;
+    iterator.path[iterator.depth++] = item;
+    iterator.current = below;
+    descend(&iterator, !right);
+    return iterator.current;
   }
   const ztAvlTreeItem *last;
   do {
-    if (iterator->depth == 0) return iterator->current = nullptr;
+    if (iterator.depth == 0) return iterator.current = nullptr;
     last = item;
-    item = iterator->path[--iterator->depth];
+    item = iterator.path[--iterator.depth];
   } while (ztTreeLink(item, right) == last);
-  return iterator->current = item;
+  return iterator.current = item;
 }
 
-static void *avlIteratorFirst(void *object, const void *container) {
-  return object == nullptr ? nullptr : ztAvlIterator_of(object)->start(object, container, 0);
+static void *avlIteratorFirst(ztAvlIterator &self, const void *container) {
+  return ztAvlIterator_of(&self)->start(&self, container, 0);
 }
 
-static void *avlIteratorLast(void *object, const void *container) {
-  return object == nullptr ? nullptr : ztAvlIterator_of(object)->start(object, container, 1);
+static void *avlIteratorLast(ztAvlIterator &self, const void *container) {
+  return ztAvlIterator_of(&self)->start(&self, container, 1);
 }
 
-static void *avlIteratorNext(void *object) {
-  return object == nullptr ? nullptr : ztAvlIterator_of(object)->move(object, 1);
+static void *avlIteratorNext(ztAvlIterator &self) {
+  return ztAvlIterator_of(&self)->move(&self, 1);
 }
 
-static void *avlIteratorPrev(void *object) {
-  return object == nullptr ? nullptr : ztAvlIterator_of(object)->move(object, 0);
+static void *avlIteratorPrev(ztAvlIterator &self) {
+  return ztAvlIterator_of(&self)->move(&self, 0);
 }
 
 static void avlIteratorMethods(ztAvlIteratorMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, avlIteratorCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, avlIteratorDestroy);
-  ZT_OVERRIDE_METHOD(methods, start, avlIteratorStart);
-  ZT_OVERRIDE_METHOD(methods, move, avlIteratorMove);
-  ZT_OVERRIDE_METHOD(methods, first, avlIteratorFirst);
-  ZT_OVERRIDE_METHOD(methods, last, avlIteratorLast);
-  ZT_OVERRIDE_METHOD(methods, next, avlIteratorNext);
-  ZT_OVERRIDE_METHOD(methods, prev, avlIteratorPrev);
+  ZT_OVERRIDE_METHOD(methods, start, ztMethod<avlIteratorStart>);
+  ZT_OVERRIDE_METHOD(methods, move, ztMethod<avlIteratorMove>);
+  ZT_OVERRIDE_METHOD(methods, first, ztMethod<avlIteratorFirst>);
+  ZT_OVERRIDE_METHOD(methods, last, ztMethod<avlIteratorLast>);
+  ZT_OVERRIDE_METHOD(methods, next, ztMethod<avlIteratorNext>);
+  ZT_OVERRIDE_METHOD(methods, prev, ztMethod<avlIteratorPrev>);
 }
 
 ZT_DEFINE_CLASS(ztAvlIterator, ztIterator, avlIteratorMethods)

@@ -5,6 +5,7 @@
 #include "containers/ztmapitem.h"
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
 ZT_PIN_FIELD(ztAvlTree, root, 64);
@@ -199,19 +200,18 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
   return use->removed() ? itemOf(tree, data) : added;
 }
 
-static ztAvlTreeItem *treePush(void *object, const void *element) {
-  auto *tree = static_cast<ztAvlTree *>(object);
-  if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return nullptr;
-  ContainerUse use(tree);
+static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
+  if ((tree.root != nullptr && tree.compareFunction == nullptr)) return nullptr;
+  ContainerUse use(&tree);
   // What a call that was left had still to delete.
-  while (void *rest = ztTakeItemsLeft(tree)) deleteItems(tree, static_cast<ztAvlTreeItem *>(rest));
+  while (void *rest = ztTakeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
   if (use.ended()) return nullptr;
-  const bool isFirst = tree->root == nullptr;
-  ztAvlTreeItem *item = newItem(tree, use, element);
+  const bool isFirst = tree.root == nullptr;
+  ztAvlTreeItem *item = newItem(&tree, use, element);
   if (item == nullptr) return nullptr;
   // The making of the first item may have pushed another: it is a probe then.
-  if (isFirst && tree->root == nullptr) return pushFirst(tree, item);
-  return pushBesides(tree, &use, item, element);
+  if (isFirst && tree.root == nullptr) return pushFirst(&tree, item);
+  return pushBesides(&tree, &use, item, element);
 }
 
 // Removing ----------------------------------------------------------------------------------------
@@ -289,47 +289,42 @@ static void rebalance(ztAvlTree *tree, Path *path) {
   }
 }
 
-static int32_t treePop(void *object, const void *key) {
-  auto *tree = static_cast<ztAvlTree *>(object);
-  if (tree == nullptr) return 0;
-  if (tree->root == nullptr) return 1;
-  if (!canCompare(tree, key)) return 0;
+static int32_t treePop(ztAvlTree &tree, const void *key) {
+  if (tree.root == nullptr) return 1;
+  if (!canCompare(&tree, key)) return 0;
   Path path;
   path.depth = 0;
-  ztAvlTreeItem *item = tree->root;
+  ztAvlTreeItem *item = tree.root;
   while (item != nullptr) {
     fetchBelow(item);
-    const int32_t order = tree->compareFunction(item->data, key);
+    const int32_t order = tree.compareFunction(item->data, key);
     if (order == 0) break;
     item = step(&path, item, order < 0);
   }
   if (item == nullptr) return 0;
-  item = unlinkItem(tree, &path, item);
-  rebalance(tree, &path);
-  --tree->count;
-  ztNoteRemoved(tree);
-  // Last, since the end of an element may call back into the tree.
-  deleteItem(tree, item);
+  item = unlinkItem(&tree, &path, item);
+  rebalance(&tree, &path);
+  --tree.count;
+  ztNoteRemoved(&tree);
+  // Last, since the end of an element may call back into the &tree.
+  deleteItem(&tree, item);
   return 1;
 }
 
-static void treeEmpty(void *object) {
-  auto *tree = static_cast<ztAvlTree *>(object);
-  if (tree == nullptr) return;
-  ztAvlTreeItem *item = tree->root;
-  tree->root = nullptr;
-  tree->count = 0;
-  ztNoteRemoved(tree);
-  if (item != nullptr) deleteItems(tree, item);
+static void treeEmpty(ztAvlTree &tree) {
+  ztAvlTreeItem *item = tree.root;
+  tree.root = nullptr;
+  tree.count = 0;
+  ztNoteRemoved(&tree);
+  if (item != nullptr) deleteItems(&tree, item);
 }
 
 // Finding -----------------------------------------------------------------------------------------
 
-static ztAvlTreeItem *treeFind(const void *object, const void *key) {
-  const auto *tree = static_cast<const ztAvlTree *>(object);
-  if (tree == nullptr || !canCompare(tree, key)) return nullptr;
-  const ztCompareFunc compare = tree->compareFunction;
-  ztAvlTreeItem *item = tree->root;
+static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
+  if (!canCompare(&tree, key)) return nullptr;
+  const ztCompareFunc compare = tree.compareFunction;
+  ztAvlTreeItem *item = tree.root;
   while (item != nullptr) {
     fetchBelow(item);
     const int32_t order = compare(item->data, key);
@@ -361,19 +356,18 @@ struct ZT_MAY_ALIAS OutputMethods {
 
 static_assert(offsetof(OutputMethods, append) == sizeof(ztSequenceContainerMethods));
 
-static int32_t treeFindAll(const void *object, const void *key, void *output) {
-  const auto *tree = static_cast<const ztAvlTree *>(object);
-  if (tree == nullptr || !tree->allowDuplicate) return 0;
+static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output) {
+  if (!tree.allowDuplicate) return 0;
   if (!ztOOP_isClassOf(output, ztSequenceContainer_classname_)) return 0;
-  if (tree->root != nullptr && !canCompare(tree, key)) return 0;
-  // Collected first, since the output may be the very tree that is searched.
+  if (tree.root != nullptr && !canCompare(&tree, key)) return 0;
+  // Collected first, since the output may be the very &tree that is searched.
   EqualItems found;
-  ztCollectEqual(tree, key, &found);
+  ztCollectEqual(&tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
-  ContainerUse source(tree);
+  ContainerUse source(&tree);
   const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
-    source.setSource(ztOwnOfElement(tree, found.items[i]->data));
+    source.setSource(ztOwnOfElement(&tree, found.items[i]->data));
     methods->append(output, found.items[i]->data);
     if (target.ended()) return 0;
     // Where the copying of an element takes others out, those found may be gone.
@@ -382,27 +376,25 @@ static int32_t treeFindAll(const void *object, const void *key, void *output) {
   return methods->getSize(output);
 }
 
-static int32_t treeGetSize(const void *object) {
-  return object == nullptr ? 0 : static_cast<int32_t>(static_cast<const ztAvlTree *>(object)->count);
+static int32_t treeGetSize(const ztAvlTree &tree) {
+  return static_cast<int32_t>(tree.count);
 }
 
 // Life --------------------------------------------------------------------------------------------
 
-static int32_t treeCreate(void *object) {
-  if (object == nullptr) return 0;
-  auto *tree = static_cast<ztAvlTree *>(object);
+static int32_t treeCreate(ztAvlTree &tree) {
+  auto *tree = &tree;
   tree->root = nullptr;
   tree->count = 0;
-  if (!ztSequenceContainer_table()->create(object)) return 0;
+  if (!ztSequenceContainer_table()->create(&tree)) return 0;
   tree->compareFunction = nullptr;
-  ztAvlTree_of(object)->setItemConstructor(object, ztAvlTreeItem_ctor);
+  ztAvlTree_of(&tree)->setItemConstructor(&tree, ztAvlTreeItem_ctor);
   return 1;
 }
 
-static void treeDestroy(void *object) {
-  if (object == nullptr) return;
-  auto *tree = static_cast<ztAvlTree *>(object);
-  ztAvlTree_of(object)->empty(object);
+static void treeDestroy(ztAvlTree &tree) {
+  auto *tree = &tree;
+  ztAvlTree_of(&tree)->empty(&tree);
   for (;;) {
     // What elements put in at their end, and what calls that are under way had to delete.
     if (tree->root != nullptr) {
@@ -413,7 +405,7 @@ static void treeDestroy(void *object) {
       break;
     }
   }
-  ztSequenceContainer_table()->destroy(object);
+  ztSequenceContainer_table()->destroy(&tree);
 }
 
 static void *treeClone(const void *object, void *target) {
@@ -432,15 +424,15 @@ static void *treeClone(const void *object, void *target) {
 }
 
 static void treeMethods(ztAvlTreeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, treeCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<treeCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, treeClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, treeDestroy);
-  ZT_OVERRIDE_METHOD(methods, getSize, treeGetSize);
-  ZT_OVERRIDE_METHOD(methods, push, treePush);
-  ZT_OVERRIDE_METHOD(methods, pop, treePop);
-  ZT_OVERRIDE_METHOD(methods, empty, treeEmpty);
-  ZT_OVERRIDE_METHOD(methods, find, treeFind);
-  ZT_OVERRIDE_METHOD(methods, findAll, treeFindAll);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<treeDestroy>);
+  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<treeGetSize>);
+  ZT_OVERRIDE_METHOD(methods, push, ztMethod<treePush>);
+  ZT_OVERRIDE_METHOD(methods, pop, ztMethod<treePop>);
+  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<treeEmpty>);
+  ZT_OVERRIDE_METHOD(methods, find, ztMethod<treeFind>);
+  ZT_OVERRIDE_METHOD(methods, findAll, ztMethod<treeFindAll>);
 }
 
 ZT_DEFINE_CLASS(ztAvlTree, ztSequenceContainer, treeMethods)

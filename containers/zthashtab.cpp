@@ -5,6 +5,7 @@
 #include "containers/ztcompare.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 #include <string.h>
 
@@ -112,27 +113,24 @@ static void deleteChain(ztHashTable *table, ztHashTableItem *item) {
 
 // Pairs -------------------------------------------------------------------------------------------
 
-static void hashTableEmpty(void *object) {
-  auto *table = static_cast<ztHashTable *>(object);
-  if (table == nullptr) return;
-  // All are detached first, since the end of a key or value may call back into the table.
-  ztNoteRemoved(table);
-  deleteChain(table, detachItems(table));
+static void hashTableEmpty(ztHashTable &table) {
+  // All are detached first, since the end of a key or value may call back into the &table.
+  ztNoteRemoved(&table);
+  deleteChain(&table, detachItems(&table));
 }
 
-static int32_t hashTableSetSize(void *object, int32_t count) {
-  auto *table = static_cast<ztHashTable *>(object);
-  if (table == nullptr || table->buckets == nullptr) return 0;
+static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
+  if (table.buckets == nullptr) return 0;
   if (count < 0 || count > INT32_MAX / static_cast<int32_t>(sizeof(void *))) return 0;
-  const ContainerUse use(table);
-  ztHashTable_of(table)->empty(table);
+  const ContainerUse use(&table);
+  ztHashTable_of(&table)->empty(&table);
   // What keys and values put in at their end goes, too.
-  while (!use.ended() && table->count != 0) hashTableEmpty(table);
-  if (use.ended() || table->buckets == nullptr) return 0;
-  const int32_t result = ztPtrArray_of(table->buckets)->setSize(table->buckets, count);
+  while (!use.ended() && table.count != 0) hashTableEmpty(&table);
+  if (use.ended() || table.buckets == nullptr) return 0;
+  const int32_t result = ztPtrArray_of(table.buckets)->setSize(table.buckets, count);
   // An array that has the size already keeps its contents.
-  clearBuckets(table);
-  ztNoteRemoved(table);
+  clearBuckets(&table);
+  ztNoteRemoved(&table);
   return result;
 }
 
@@ -195,36 +193,33 @@ static int32_t hashTableInsert(void *object, const void *key, const void *value)
   return 1;
 }
 
-static ztHashTableItem *hashTableFind(const void *object, const void *key) {
-  const auto *table = static_cast<const ztHashTable *>(object);
-  if (table == nullptr || table->count == 0 || table->compareFunction == nullptr) return nullptr;
-  ztHashTableItem **bucket = bucketFor(table, key);
-  return bucket == nullptr ? nullptr : findInChain(table, *bucket, key);
+static ztHashTableItem *hashTableFind(const ztHashTable &table, const void *key) {
+  if (table.count == 0 || table.compareFunction == nullptr) return nullptr;
+  ztHashTableItem **bucket = bucketFor(&table, key);
+  return bucket == nullptr ? nullptr : findInChain(&table, *bucket, key);
 }
 
 // Life --------------------------------------------------------------------------------------------
 
-static int32_t hashTableCreate(void *object) {
-  if (object == nullptr) return 0;
-  auto *table = static_cast<ztHashTable *>(object);
+static int32_t hashTableCreate(ztHashTable &table) {
+  auto *table = &table;
   table->buckets = nullptr;
   table->count = 0;
-  if (!ztAssociativeContainer_table()->create(object)) return 0;
-  ztHashTable_of(object)->setItemConstructor(object, ztHashTableItem_ctor);
+  if (!ztAssociativeContainer_table()->create(&table)) return 0;
+  ztHashTable_of(&table)->setItemConstructor(&table, ztHashTableItem_ctor);
   table->buckets = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
   return table->buckets != nullptr;
 }
 
 // Elements may put pairs in at their end, or have buckets made anew: all of that ends too.
-static void hashTableDestroy(void *object) {
-  if (object == nullptr) return;
-  auto *table = static_cast<ztHashTable *>(object);
+static void hashTableDestroy(ztHashTable &table) {
+  auto *table = &table;
   ztPtrArray *buckets = table->buckets;
   // Calls that are under way leave what they had to delete.
   while (void *rest = ztTakeItems(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
-  ztAssociativeContainer_table()->destroy(object);
+  ztAssociativeContainer_table()->destroy(&table);
   const ContainerUse use(table);
-  ztHashTable_of(object)->empty(object);
+  ztHashTable_of(&table)->empty(&table);
   while (!use.ended()) {
     while (!use.ended() && table->count != 0) hashTableEmpty(table);
     if (use.ended()) return;
@@ -275,16 +270,16 @@ static void *hashTableClone(const void *object, void *target) {
 }
 
 static void hashTableMethods(ztHashTableMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, hashTableCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<hashTableCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, hashTableClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, hashTableDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<hashTableDestroy>);
   ZT_OVERRIDE_METHOD(methods, newItem, hashTableNewItem);
   ZT_OVERRIDE_METHOD(methods, copyItem, hashTableCopyItem);
   ZT_OVERRIDE_METHOD(methods, deleteItem, hashTableDeleteItem);
-  ZT_OVERRIDE_METHOD(methods, setSize, hashTableSetSize);
-  ZT_OVERRIDE_METHOD(methods, empty, hashTableEmpty);
+  ZT_OVERRIDE_METHOD(methods, setSize, ztMethod<hashTableSetSize>);
+  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<hashTableEmpty>);
   ZT_OVERRIDE_METHOD(methods, insert, hashTableInsert);
-  ZT_OVERRIDE_METHOD(methods, find, hashTableFind);
+  ZT_OVERRIDE_METHOD(methods, find, ztMethod<hashTableFind>);
 }
 
 ZT_DEFINE_CLASS(ztHashTable, ztAssociativeContainer, hashTableMethods)

@@ -3,6 +3,7 @@
 #include "containers/ztcont.hh"
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztList, 88, 40);
 ZT_PIN_FIELD(ztList, head, 64);
@@ -39,35 +40,31 @@ static bool hasItem(const ztList *list, const ztListItem *wanted) {
 
 // Adding ------------------------------------------------------------------------------------------
 
-static ztListItem *listPushBack(void *object, const void *element) {
-  auto *list = static_cast<ztList *>(object);
-  if (list == nullptr) return nullptr;
-  const ContainerUse use(list);
-  ztListItem *item = newItem(list, use, element);
+static ztListItem *listPushBack(ztList &list, const void *element) {
+  const ContainerUse use(&list);
+  ztListItem *item = newItem(&list, use, element);
   if (item == nullptr) return nullptr;
   item->next = nullptr;
-  item->prev = list->tail;
-  list->tail = item;
+  item->prev = list.tail;
+  list.tail = item;
   if (item->prev != nullptr) item->prev->next = item;
-  if (list->head == nullptr) list->head = item;
-  ++list->count;
-  ztNoteAdded(list);
+  if (list.head == nullptr) list.head = item;
+  ++list.count;
+  ztNoteAdded(&list);
   return item;
 }
 
-static ztListItem *listPushFront(void *object, const void *element) {
-  auto *list = static_cast<ztList *>(object);
-  if (list == nullptr) return nullptr;
-  const ContainerUse use(list);
-  ztListItem *item = newItem(list, use, element);
+static ztListItem *listPushFront(ztList &list, const void *element) {
+  const ContainerUse use(&list);
+  ztListItem *item = newItem(&list, use, element);
   if (item == nullptr) return nullptr;
   item->prev = nullptr;
-  item->next = list->head;
-  list->head = item;
+  item->next = list.head;
+  list.head = item;
   if (item->next != nullptr) item->next->prev = item;
-  if (list->tail == nullptr) list->tail = item;
-  ++list->count;
-  ztNoteAdded(list);
+  if (list.tail == nullptr) list.tail = item;
+  ++list.count;
+  ztNoteAdded(&list);
   return item;
 }
 
@@ -90,16 +87,16 @@ static ztListItem *insertAt(ztList *list, ztListItem *item, bool behind, const v
   return added;
 }
 
-static ztListItem *listInsertPrev(void *object, ztListItem *item, const void *element) {
-  if (object == nullptr || item == nullptr) return nullptr;
-  if (item->prev == nullptr) return ztList_of(object)->pushFront(object, element);
-  return insertAt(static_cast<ztList *>(object), item, false, element);
+static ztListItem *listInsertPrev(ztList &list, ztListItem *item, const void *element) {
+  if (item == nullptr) return nullptr;
+  if (item->prev == nullptr) return ztList_of(&list)->pushFront(&list, element);
+  return insertAt(&list, item, false, element);
 }
 
-static ztListItem *listInsertNext(void *object, ztListItem *item, const void *element) {
-  if (object == nullptr || item == nullptr) return nullptr;
-  if (item->next == nullptr) return ztList_of(object)->pushBack(object, element);
-  return insertAt(static_cast<ztList *>(object), item, true, element);
+static ztListItem *listInsertNext(ztList &list, ztListItem *item, const void *element) {
+  if (item == nullptr) return nullptr;
+  if (item->next == nullptr) return ztList_of(&list)->pushBack(&list, element);
+  return insertAt(&list, item, true, element);
 }
 
 // Removing ----------------------------------------------------------------------------------------
@@ -170,32 +167,28 @@ static ztListItem *removeBetween(ztList *list, ztListItem *item) {
   return before;
 }
 
-static ztListItem *listRemoveItem(void *object, ztListItem *item) {
-  auto *list = static_cast<ztList *>(object);
-  if (list == nullptr || item == nullptr) return nullptr;
-  if (item == list->head) return ztList_of(object)->popFront(object);
-  if (item == list->tail) return ztList_of(object)->popBack(object);
-  return removeBetween(list, item);
+static ztListItem *listRemoveItem(ztList &list, ztListItem *item) {
+  if (item == nullptr) return nullptr;
+  if (item == list.head) return ztList_of(&list)->popFront(&list);
+  if (item == list.tail) return ztList_of(&list)->popBack(&list);
+  return removeBetween(&list, item);
 }
 
-static void listEmpty(void *object) {
-  auto *list = static_cast<ztList *>(object);
-  if (list == nullptr) return;
-  const ContainerUse use(list);
-  while (ztListItem *item = detachHead(list)) {
-    deleteItem(list, item);
+static void listEmpty(ztList &list) {
+  const ContainerUse use(&list);
+  while (ztListItem *item = detachHead(&list)) {
+    deleteItem(&list, item);
     if (use.ended()) return;
   }
-  clearItems(list);
+  clearItems(&list);
 }
 
 // Finding -----------------------------------------------------------------------------------------
 
-static ztListItem *listFind(const void *object, const void *key) {
-  const auto *list = static_cast<const ztList *>(object);
-  if (list == nullptr || list->compareFunction == nullptr) return nullptr;
-  ztListItem *item = list->head;
-  while (item != nullptr && list->compareFunction(item->data, key) != 0) item = item->next;
+static ztListItem *listFind(const ztList &list, const void *key) {
+  if (list.compareFunction == nullptr) return nullptr;
+  ztListItem *item = list.head;
+  while (item != nullptr && list.compareFunction(item->data, key) != 0) item = item->next;
   return item;
 }
 
@@ -203,27 +196,27 @@ static void *dataOf(const ztListItem *item) {
   return item == nullptr ? nullptr : item->data;
 }
 
-static void *listGetBack(const void *object) {
-  return object == nullptr ? nullptr : dataOf(static_cast<const ztList *>(object)->tail);
+static void *listGetBack(const ztList &list) {
+  return dataOf(list.tail);
 }
 
-static void *listGetFront(const void *object) {
-  return object == nullptr ? nullptr : dataOf(static_cast<const ztList *>(object)->head);
+static void *listGetFront(const ztList &list) {
+  return dataOf(list.head);
 }
 
-static ztListItem *listGetItemAt(const void *object, int32_t index) {
-  if (object == nullptr || index < 0) return nullptr;
-  ztListItem *item = static_cast<const ztList *>(object)->head;
+static ztListItem *listGetItemAt(const ztList &list, int32_t index) {
+  if (index < 0) return nullptr;
+  ztListItem *item = list.head;
   for (; item != nullptr && index > 0; --index) item = item->next;
   return item;
 }
 
-static void *listGetAt(const void *object, int32_t index) {
-  return object == nullptr ? nullptr : dataOf(ztList_of(object)->getItemAt(object, index));
+static void *listGetAt(const ztList &list, int32_t index) {
+  return dataOf(ztList_of(&list)->getItemAt(&list, index));
 }
 
-static int32_t listGetSize(const void *object) {
-  return object == nullptr ? 0 : static_cast<int32_t>(static_cast<const ztList *>(object)->count);
+static int32_t listGetSize(const ztList &list) {
+  return static_cast<int32_t>(list.count);
 }
 
 // Life --------------------------------------------------------------------------------------------
@@ -257,31 +250,30 @@ static int32_t listAssign(void *object, const void *other) {
   return ztSequenceContainer_table()->assign(object, other) ? 1 : 0;
 }
 
-static void listDestroy(void *object) {
-  if (object == nullptr) return;
-  ztSequenceContainer_table()->destroy(object);
-  ztList_of(object)->empty(object);
+static void listDestroy(ztList &list) {
+  ztSequenceContainer_table()->destroy(&list);
+  ztList_of(&list)->empty(&list);
 }
 
 static void listMethods(ztListMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, listCreate);
   ZT_OVERRIDE_METHOD(methods, clone, listClone);
   ZT_OVERRIDE_METHOD(methods, assign, listAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, listDestroy);
-  ZT_OVERRIDE_METHOD(methods, getSize, listGetSize);
-  ZT_OVERRIDE_METHOD(methods, pushBack, listPushBack);
-  ZT_OVERRIDE_METHOD(methods, pushFront, listPushFront);
-  ZT_OVERRIDE_METHOD(methods, insertPrev, listInsertPrev);
-  ZT_OVERRIDE_METHOD(methods, insertNext, listInsertNext);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<listDestroy>);
+  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<listGetSize>);
+  ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<listPushBack>);
+  ZT_OVERRIDE_METHOD(methods, pushFront, ztMethod<listPushFront>);
+  ZT_OVERRIDE_METHOD(methods, insertPrev, ztMethod<listInsertPrev>);
+  ZT_OVERRIDE_METHOD(methods, insertNext, ztMethod<listInsertNext>);
   ZT_OVERRIDE_METHOD(methods, popFront, listPopFront);
   ZT_OVERRIDE_METHOD(methods, popBack, listPopBack);
-  ZT_OVERRIDE_METHOD(methods, removeItem, listRemoveItem);
-  ZT_OVERRIDE_METHOD(methods, find, listFind);
-  ZT_OVERRIDE_METHOD(methods, getBack, listGetBack);
-  ZT_OVERRIDE_METHOD(methods, getFront, listGetFront);
-  ZT_OVERRIDE_METHOD(methods, empty, listEmpty);
-  ZT_OVERRIDE_METHOD(methods, getAt, listGetAt);
-  ZT_OVERRIDE_METHOD(methods, getItemAt, listGetItemAt);
+  ZT_OVERRIDE_METHOD(methods, removeItem, ztMethod<listRemoveItem>);
+  ZT_OVERRIDE_METHOD(methods, find, ztMethod<listFind>);
+  ZT_OVERRIDE_METHOD(methods, getBack, ztMethod<listGetBack>);
+  ZT_OVERRIDE_METHOD(methods, getFront, ztMethod<listGetFront>);
+  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<listEmpty>);
+  ZT_OVERRIDE_METHOD(methods, getAt, ztMethod<listGetAt>);
+  ZT_OVERRIDE_METHOD(methods, getItemAt, ztMethod<listGetItemAt>);
 }
 
 ZT_DEFINE_CLASS(ztList, ztSequenceContainer, listMethods)

@@ -4,6 +4,7 @@
 #include "containers/ztavltree.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztMap, 96, 35);
 ZT_PIN_FIELD(ztMap, tree, 88);
@@ -89,12 +90,11 @@ static void *mapFindValue(const void *object, const void *key) {
   return item == nullptr ? nullptr : item->value;
 }
 
-static int32_t mapFindAll(const void *object, const void *key, void *output) {
-  const auto *map = static_cast<const ztMap *>(object);
-  if (map == nullptr || !map->allowDuplicate || !ztOOP_isClassOf(output, ztMap_classname_)) return 0;
-  const ztAvlTree *tree = treeForKey(object, key);
+static int32_t mapFindAll(const ztMap &map, const void *key, void *output) {
+  if (!map.allowDuplicate || !ztOOP_isClassOf(output, ztMap_classname_)) return 0;
+  const ztAvlTree *tree = treeForKey(&map, key);
   if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return 0;
-  // Collected first, since the output may be the very map that is searched.
+  // Collected first, since the output may be the very &map that is searched.
   EqualItems found;
   ztCollectEqual(tree, key, &found);
   const ztMapMethods *methods = ztMap_of(output);
@@ -103,7 +103,7 @@ static int32_t mapFindAll(const void *object, const void *key, void *output) {
   const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
     const auto *item = reinterpret_cast<const ztMapItem *>(found.items[i]);
-    source.setSource(ztOwnOfPair(map, item->data, item->value));
+    source.setSource(ztOwnOfPair(&map, item->data, item->value));
     methods->pushBack(output, item->data, item->value);
     if (target.ended()) return 0;
     // Where the copying of a pair takes others out, those found may be gone.
@@ -119,27 +119,25 @@ static int32_t mapGetSize(const void *object) {
 
 // Life --------------------------------------------------------------------------------------------
 
-static int32_t mapCreate(void *object) {
-  if (object == nullptr) return 0;
-  auto *map = static_cast<ztMap *>(object);
+static int32_t mapCreate(ztMap &map) {
+  auto *map = &map;
   map->tree = nullptr;
-  if (!ztAssociativeContainer_table()->create(object)) return 0;
+  if (!ztAssociativeContainer_table()->create(&map)) return 0;
   map->tree = ztNewObject<ztAvlTree>(ztAvlTree_ctor);
   if (map->tree == nullptr) return 0;
-  ztMap_of(object)->setItemConstructor(object, ztMapItem_ctor);
-  ztAvlTree_of(map->tree)->setItemManager(map->tree, object);
+  ztMap_of(&map)->setItemConstructor(&map, ztMapItem_ctor);
+  ztAvlTree_of(map->tree)->setItemManager(map->tree, &map);
   return 1;
 }
 
-static void mapDestroy(void *object) {
-  if (object == nullptr) return;
-  auto *map = static_cast<ztMap *>(object);
+static void mapDestroy(ztMap &map) {
+  auto *map = &map;
   // An element may have another tree made at its end.
   while (ztAvlTree *tree = map->tree) {
     map->tree = nullptr;
     ztAvlTree_of(tree)->unRef(tree);
   }
-  ztAssociativeContainer_table()->destroy(object);
+  ztAssociativeContainer_table()->destroy(&map);
 }
 
 // Gives the copy of a map a tree of its own with copies of the source's pairs.
@@ -169,9 +167,9 @@ static void *mapClone(const void *object, void *target) {
 }
 
 static void mapMethods(ztMapMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, mapCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<mapCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, mapClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, mapDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<mapDestroy>);
   ZT_OVERRIDE_METHOD(methods, newItem, mapNewItem);
   ZT_OVERRIDE_METHOD(methods, copyItem, mapCopyItem);
   ZT_OVERRIDE_METHOD(methods, deleteItem, mapDeleteItem);
@@ -183,7 +181,7 @@ static void mapMethods(ztMapMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, empty, mapEmpty);
   ZT_OVERRIDE_METHOD(methods, find, mapFind);
   ZT_OVERRIDE_METHOD(methods, findValue, mapFindValue);
-  ZT_OVERRIDE_METHOD(methods, findAll, mapFindAll);
+  ZT_OVERRIDE_METHOD(methods, findAll, ztMethod<mapFindAll>);
 }
 
 ZT_DEFINE_CLASS(ztMap, ztAssociativeContainer, mapMethods)

@@ -4,6 +4,7 @@
 #include "containers/ztcont.hh"
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztSequenceContainer, 64, 27);
 ZT_PIN_FIELD(ztSequenceContainer, byPointer, 44);
@@ -67,15 +68,13 @@ static void sequenceSetItemConstructor(void *object, ztCtor constructor) {
   if (object != nullptr) static_cast<ztSequenceContainer *>(object)->itemConstructor = constructor;
 }
 
-static void sequenceSetElementSize(void *object, int32_t size, uint32_t byPointer) {
-  auto *container = static_cast<ztSequenceContainer *>(object);
-  if (container == nullptr) return;
-  container->elementSize = size;
-  container->byPointer = byPointer;
+static void sequenceSetElementSize(ztSequenceContainer &container, int32_t size, uint32_t byPointer) {
+  container.elementSize = size;
+  container.byPointer = byPointer;
 }
 
-static int32_t sequenceGetElementSize(const void *object) {
-  return object == nullptr ? 0 : static_cast<const ztSequenceContainer *>(object)->elementSize;
+static int32_t sequenceGetElementSize(const ztSequenceContainer &self) {
+  return self.elementSize;
 }
 
 static void sequenceSetElementConstructor(void *object, ztCtor constructor) {
@@ -89,8 +88,8 @@ static void sequenceMethods(ztSequenceContainerMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, copyItem, sequenceCopyItem);
   ZT_OVERRIDE_METHOD(methods, deleteItem, sequenceDeleteItem);
   ZT_OVERRIDE_METHOD(methods, setItemConstructor, sequenceSetItemConstructor);
-  ZT_OVERRIDE_METHOD(methods, setElementSize, sequenceSetElementSize);
-  ZT_OVERRIDE_METHOD(methods, getElementSize, sequenceGetElementSize);
+  ZT_OVERRIDE_METHOD(methods, setElementSize, ztMethod<sequenceSetElementSize>);
+  ZT_OVERRIDE_METHOD(methods, getElementSize, ztMethod<sequenceGetElementSize>);
   ZT_OVERRIDE_METHOD(methods, setElementConstructor, sequenceSetElementConstructor);
 }
 

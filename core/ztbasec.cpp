@@ -7,6 +7,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
+#include "core/ztmethod.hh"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
@@ -247,9 +248,8 @@ static int32_t baseWrite(const void *object, void *) {
 // many references there are.
 constexpr int32_t mostReferences = INT32_MAX;
 
-static void baseRef(void *object) {
-  if (object == nullptr) return;
-  auto *header = static_cast<ztBaseClass *>(object);
+static void baseRef(ztBaseClass &self) {
+  auto *header = &self;
   if (header->refCount != mostReferences) ++header->refCount;
 }
 
@@ -266,24 +266,23 @@ __attribute__((cold, noinline)) static void checkRelease(void *object) {
   ztCheckThread(ztEmitterOf(object), "a release");
 }
 
-static void baseUnRef(void *object) {
-  if (object == nullptr) return;
-  if (ztChecksThreads) checkRelease(object);
-  auto *header = static_cast<ztBaseClass *>(object);
+static void baseUnRef(ztBaseClass &self) {
+  if (ztChecksThreads) checkRelease(&self);
+  auto *header = &self;
   if (header->refCount == mostReferences) return;
-  // Unsigned, since an object may be released any number of times while it ends.
+  // Unsigned, since an &self may be released any number of times while it ends.
   header->refCount = static_cast<int32_t>(static_cast<uint32_t>(header->refCount) - 1);
-  // 1, not 0: a new object that was referenced once more ends at its first release.
+  // 1, not 0: a new &self that was referenced once more ends at its first release.
   if (header->refCount > 1) return;
-  if (ztBaseClass_of(object)->destroy == baseDestroy) {
-    ztm_free(object);
+  if (ztBaseClass_of(&self)->destroy == baseDestroy) {
+    ztm_free(&self);
   } else {
-    endObject(object);
+    endObject(&self);
   }
 }
 
-static int32_t baseGetRefCount(const void *object) {
-  return object == nullptr ? 0 : static_cast<const ztBaseClass *>(object)->refCount;
+static int32_t baseGetRefCount(const ztBaseClass &self) {
+  return self.refCount;
 }
 
 // A class identity in a file: the name in a field of fixed size, zero behind its text, and the version.
@@ -351,9 +350,9 @@ static void baseMethods(ztBaseClassMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, destroy, baseDestroy);
   ZT_OVERRIDE_METHOD(methods, read, baseRead);
   ZT_OVERRIDE_METHOD(methods, write, baseWrite);
-  ZT_OVERRIDE_METHOD(methods, ref, baseRef);
-  ZT_OVERRIDE_METHOD(methods, unRef, baseUnRef);
-  ZT_OVERRIDE_METHOD(methods, getRefCount, baseGetRefCount);
+  ZT_OVERRIDE_METHOD(methods, ref, ztMethod<baseRef>);
+  ZT_OVERRIDE_METHOD(methods, unRef, ztMethod<baseUnRef>);
+  ZT_OVERRIDE_METHOD(methods, getRefCount, ztMethod<baseGetRefCount>);
   // Also here, not only when the descriptor is filled: a host may reach for them through the class
   // table as soon as any class was used.
   baseFunctions(static_cast<ztBaseClassFunctions *>(ztBaseClassClass_Instance()->classTable));

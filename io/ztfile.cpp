@@ -1,6 +1,7 @@
 #include "io/ztfile.h"
 
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "core/zttext.hh"
 #include "io/ztclaims.hh"
 #include "io/ztfile.hh"
@@ -28,9 +29,9 @@ static FILE *streamOf(const void *file) {
 
 // Opening and closing -----------------------------------------------------------------------------
 
-static int32_t fileCreate(void *object) {
-  if (object == nullptr || !ztBaseClass_table()->create(object)) return 0;
-  auto *file = static_cast<ztFile *>(object);
+static int32_t fileCreate(ztFile &file) {
+  if (!ztBaseClass_table()->create(&file)) return 0;
+  auto *file = &file;
   file->stream = nullptr;
   ztCopyText(file->fileName, "");
   return 1;
@@ -44,19 +45,17 @@ static void fileRelease(void *object) {
   ztCloseStream(stream);
 }
 
-static void fileClose(void *object) {
-  if (object == nullptr) return;
-  fileRelease(object);
-  ztCopyText(static_cast<ztFile *>(object)->fileName, "");
+static void fileClose(ztFile &file) {
+  fileRelease(&file);
+  ztCopyText(file.fileName, "");
 }
 
-static int32_t fileOpen(void *object, const char *name, const char *mode) {
-  if (object == nullptr) return 0;
-  auto *file = static_cast<ztFile *>(object);
+static int32_t fileOpen(ztFile &file, const char *name, const char *mode) {
+  auto *file = &file;
   // The name may stand in the one that `close` is about to clear; such a name is never cut.
   char kept[sizeof file->fileName];
   const bool isWhole = ztCopyText(kept, name);
-  ztFile_of(object)->close(object);
+  ztFile_of(&file)->close(&file);
   if (name == nullptr || mode == nullptr) return 0;
   file->stream = ztOpenStream(isWhole ? kept : name, mode);
   if (file->stream == nullptr) return 0;
@@ -64,10 +63,9 @@ static int32_t fileOpen(void *object, const char *name, const char *mode) {
   return 1;
 }
 
-static void fileDestroy(void *object) {
-  if (object == nullptr) return;
-  ztBaseClass_table()->destroy(object);
-  ztFile_of(object)->close(object);
+static void fileDestroy(ztFile &file) {
+  ztBaseClass_table()->destroy(&file);
+  ztFile_of(&file)->close(&file);
 }
 
 static void *fileClone(const void *, void *) {
@@ -78,8 +76,8 @@ static int32_t fileAssign(void *object, const void *other) {
   return ztBaseClass_table()->assign(object, other);
 }
 
-static const char *fileGetFileName(const void *object) {
-  return object == nullptr ? nullptr : static_cast<const ztFile *>(object)->fileName;
+static const char *fileGetFileName(const ztFile &file) {
+  return file.fileName;
 }
 
 // Positions ---------------------------------------------------------------------------------------
@@ -247,12 +245,12 @@ void ztFillFileFunctions(ztFileFunctions *functions) {
 }
 
 static void fileMethods(ztFileMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, fileCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<fileCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, fileClone);
   ZT_OVERRIDE_METHOD(methods, assign, fileAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, fileDestroy);
-  ZT_OVERRIDE_METHOD(methods, open, fileOpen);
-  ZT_OVERRIDE_METHOD(methods, close, fileClose);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<fileDestroy>);
+  ZT_OVERRIDE_METHOD(methods, open, ztMethod<fileOpen>);
+  ZT_OVERRIDE_METHOD(methods, close, ztMethod<fileClose>);
   ZT_OVERRIDE_METHOD(methods, release, fileRelease);
   ZT_OVERRIDE_METHOD(methods, goToBegin, fileGoToBegin);
   ZT_OVERRIDE_METHOD(methods, goToEnd, fileGoToEnd);
@@ -273,7 +271,7 @@ static void fileMethods(ztFileMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, readString, fileReadString);
   ZT_OVERRIDE_METHOD(methods, writeChar, fileWriteChar);
   ZT_OVERRIDE_METHOD(methods, readChar, fileReadChar);
-  ZT_OVERRIDE_METHOD(methods, getFileName, fileGetFileName);
+  ZT_OVERRIDE_METHOD(methods, getFileName, ztMethod<fileGetFileName>);
 }
 
 ZT_DEFINE_CLASS_FULL(ztFile, ztBaseClass, fileMethods, 1, ztFileFunctions, ztFillFileFunctions)

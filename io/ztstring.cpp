@@ -4,6 +4,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
+#include "core/ztmethod.hh"
 #include "core/ztthread.hh"
 #include "io/ztclaims.hh"
 #include "io/ztfile.h"
@@ -87,15 +88,15 @@ static void *stringSet(void *object, const char *text) {
   return done ? object : nullptr;
 }
 
-static void *stringCat(void *object, const void *other) {
-  if (object == nullptr || other == nullptr) return nullptr;
-  const ztStringMethods *methods = ztString_of(object);
+static void *stringCat(ztString &string, const void *other) {
+  if (other == nullptr) return nullptr;
+  const ztStringMethods *methods = ztString_of(&string);
   const ztStringMethods *otherMethods = ztString_of(other);
-  const size_t length = methods->length(object);
+  const size_t length = methods->length(&string);
   const size_t otherLength = otherMethods->length(other);
-  if (otherLength == 0) return object;
-  if (length == 0) return methods->set(object, otherMethods->get(other));
-  ztCharArray *buffer = bufferOf(object);
+  if (otherLength == 0) return &string;
+  if (length == 0) return methods->set(&string, otherMethods->get(other));
+  ztCharArray *buffer = bufferOf(&string);
   if (!resizeBuffer(buffer, length + otherLength + 1)) return nullptr;
   char *data = dataOf(buffer);
   if (data == nullptr) return nullptr;
@@ -103,7 +104,7 @@ static void *stringCat(void *object, const void *other) {
   char *end = data + length;
   memcpy(end, otherMethods->get(other), otherLength);
   end[otherLength] = '\0';
-  return object;
+  return &string;
 }
 
 static const char *stringGet(const void *object) {
@@ -136,10 +137,10 @@ static int32_t stringIsMajor(const void *object, const void *other) {
 
 // The string as an object -------------------------------------------------------------------------
 
-static int32_t stringCreate(void *object) {
-  if (object == nullptr || !ztBaseClass_table()->create(object)) return 0;
+static int32_t stringCreate(ztString &string) {
+  if (!ztBaseClass_table()->create(&string)) return 0;
   auto *buffer = ztNewObject<ztCharArray>(ztCharArray_ctor);
-  static_cast<ztString *>(object)->buffer = buffer;
+  string.buffer = buffer;
   return buffer != nullptr && ztCharArray_of(buffer)->setSize(buffer, initialSize) != 0;
 }
 
@@ -163,11 +164,10 @@ static int32_t stringAssign(void *object, const void *other) {
   return 1;
 }
 
-static void stringDestroy(void *object) {
-  if (object == nullptr) return;
-  ztBaseClass_table()->destroy(object);
-  ztCharArray *buffer = bufferOf(object);
-  static_cast<ztString *>(object)->buffer = nullptr;
+static void stringDestroy(ztString &string) {
+  ztBaseClass_table()->destroy(&string);
+  ztCharArray *buffer = bufferOf(&string);
+  string.buffer = nullptr;
   if (buffer != nullptr) ztCharArray_of(buffer)->unRef(buffer);
 }
 
@@ -372,17 +372,17 @@ static void stringFunctions(ztStringFunctions *functions) {
 }
 
 static void stringMethods(ztStringMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, stringCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<stringCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, stringClone);
   ZT_OVERRIDE_METHOD(methods, assign, stringAssign);
   ZT_OVERRIDE_METHOD(methods, isEqual, stringIsEqual);
   ZT_OVERRIDE_METHOD(methods, isLess, stringIsLess);
   ZT_OVERRIDE_METHOD(methods, isMajor, stringIsMajor);
-  ZT_OVERRIDE_METHOD(methods, destroy, stringDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<stringDestroy>);
   ZT_OVERRIDE_METHOD(methods, read, stringRead);
   ZT_OVERRIDE_METHOD(methods, write, stringWrite);
   ZT_OVERRIDE_METHOD(methods, set, stringSet);
-  ZT_OVERRIDE_METHOD(methods, cat, stringCat);
+  ZT_OVERRIDE_METHOD(methods, cat, ztMethod<stringCat>);
   ZT_OVERRIDE_METHOD(methods, get, stringGet);
   ZT_OVERRIDE_METHOD(methods, length, stringLength);
   ZT_OVERRIDE_METHOD(methods, isEmpty, stringIsEmpty);

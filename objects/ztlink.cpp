@@ -1,6 +1,7 @@
 #include "objects/ztlink.h"
 
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "io/ztfile.h"
 #include "objects/zttree.hh"
 
@@ -25,21 +26,21 @@ static void *linkClone(const void *object, void *target) {
   return copy;
 }
 
-static int32_t linkWrite(const void *object, void *file) {
-  if (object == nullptr || file == nullptr || !ztBaseClass_table()->write(object, file)) return 0;
-  return ztFile_of(file)->writeInt(file, static_cast<const ztLink *>(object)->targetId) > 0;
+static int32_t linkWrite(const ztLink &link, void *file) {
+  if (file == nullptr || !ztBaseClass_table()->write(&link, file)) return 0;
+  return ztFile_of(file)->writeInt(file, link.targetId) > 0;
 }
 
-static int32_t linkRead(void *object, void *file) {
-  if (object == nullptr || file == nullptr || !ztBaseClass_table()->read(object, file)) return 0;
-  return ztFile_of(file)->readInt(file, &static_cast<ztLink *>(object)->targetId) > 0;
+static int32_t linkRead(ztLink &link, void *file) {
+  if (file == nullptr || !ztBaseClass_table()->read(&link, file)) return 0;
+  return ztFile_of(file)->readInt(file, &link.targetId) > 0;
 }
 
 static void linkMethods(ztLinkMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, linkCreate);
   ZT_OVERRIDE_METHOD(methods, clone, linkClone);
-  ZT_OVERRIDE_METHOD(methods, read, linkRead);
-  ZT_OVERRIDE_METHOD(methods, write, linkWrite);
+  ZT_OVERRIDE_METHOD(methods, read, ztMethod<linkRead>);
+  ZT_OVERRIDE_METHOD(methods, write, ztMethod<linkWrite>);
 }
 
 ZT_DEFINE_CLASS(ztLink, ztBaseClass, linkMethods)

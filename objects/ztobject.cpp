@@ -8,6 +8,7 @@
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
+#include "core/ztmethod.hh"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/zttxtfile.h"
@@ -366,13 +367,12 @@ static ztProperty *findProperty(const ztObject *object, const char *name) {
   return static_cast<ztProperty *>(found);
 }
 
-static int32_t objectSetProperty(void *object, const char *name, const char *typeName, ztWord value) {
-  if (object == nullptr || name == nullptr) return 0;
-  if (ztChecksThreads) ztCheckThread(object, "the setting of a property");
-  ztProperty *property = findProperty(objectOf(object), name);
-  if (property != nullptr) return ztProperty_of(property)->setValue(property, object, value);
-  return createProperty(static_cast<ztObject *>(object), name, typeName,
-                        reinterpret_cast<const void *>(value));
+static int32_t objectSetProperty(ztObject &object, const char *name, const char *typeName, ztWord value) {
+  if (name == nullptr) return 0;
+  if (ztChecksThreads) ztCheckThread(&object, "the setting of a property");
+  ztProperty *property = findProperty(objectOf(&object), name);
+  if (property != nullptr) return ztProperty_of(property)->setValue(property, &object, value);
+  return createProperty(&object, name, typeName, reinterpret_cast<const void *>(value));
 }
 
 static int32_t objectGetProperty(void *object, const char *name, const char *, void *out) {
@@ -1007,17 +1007,15 @@ static void clearReserved(const ztClass *klass) {
   __atomic_store_n(reserved, nullptr, __ATOMIC_RELAXED);
 }
 
-static int32_t objectCreate(void *object) {
-  auto *self = static_cast<ztObject *>(object);
-  if (self == nullptr) return 0;
-  self->marks = firstMarks();
-  self->signals = nullptr;
-  self->dynamicProperties = nullptr;
-  self->sender = nullptr;
-  if (!ztBaseClass_table()->create(object)) return 0;
-  self->signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
-  self->dynamicProperties = ztNewObject<ztPropertyMap>(ztPropertyMap_ctor);
-  return self->signals != nullptr && self->dynamicProperties != nullptr;
+static int32_t objectCreate(ztObject &self) {
+  self.marks = firstMarks();
+  self.signals = nullptr;
+  self.dynamicProperties = nullptr;
+  self.sender = nullptr;
+  if (!ztBaseClass_table()->create(&self)) return 0;
+  self.signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
+  self.dynamicProperties = ztNewObject<ztPropertyMap>(ztPropertyMap_ctor);
+  return self.signals != nullptr && self.dynamicProperties != nullptr;
 }
 
 static void *objectClone(const void *object, void *target) {
@@ -1079,7 +1077,7 @@ static void objectFunctions(ztClassFunctions *functions) {
 static void objectMethods(ztObjectMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, classInstanceCreate, objectClassInstanceCreate);
   ZT_OVERRIDE_METHOD(methods, classInstanceDestroy, objectClassInstanceDestroy);
-  ZT_OVERRIDE_METHOD(methods, create, objectCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<objectCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, objectClone);
   ZT_OVERRIDE_METHOD(methods, destroy, objectDestroy);
   ZT_OVERRIDE_METHOD(methods, printConnections, objectPrintConnections);
@@ -1090,7 +1088,7 @@ static void objectMethods(ztObjectMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, destroyed, objectDestroyed);
   ZT_OVERRIDE_METHOD(methods, addProperty, objectAddProperty);
   ZT_OVERRIDE_METHOD(methods, initProperties, objectInitProperties);
-  ZT_OVERRIDE_METHOD(methods, setProperty, objectSetProperty);
+  ZT_OVERRIDE_METHOD(methods, setProperty, ztMethod<objectSetProperty>);
   ZT_OVERRIDE_METHOD(methods, getProperty, objectGetProperty);
   ZT_OVERRIDE_METHOD(methods, getProperties, objectGetProperties);
   ZT_OVERRIDE_METHOD(methods, getStaticProperties, objectGetStaticProperties);

@@ -5,6 +5,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
+#include "core/ztmethod.hh"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "objects/ztobject.hh"
@@ -39,35 +40,31 @@ static int32_t propertyIsDynamic(const void *object) {
   return property != nullptr && property->valuePointer != nullptr && property->valueSize != 0;
 }
 
-static int32_t propertyCreate(void *object) {
-  auto *property = static_cast<ztProperty *>(object);
-  if (property == nullptr) return 0;
-  property->name = nullptr;
-  property->signalName = nullptr;
-  property->type = nullptr;
-  property->getter.getInt = nullptr;
-  property->setter.setInt = nullptr;
-  property->userWord = nullptr;
-  property->index = 0;
-  ztCopyText(property->ownerClassName, "");
-  property->valuePointer = nullptr;
-  property->valueSize = 0;
-  if (!ztBaseClass_table()->create(object)) return 0;
-  property->name = ztNewObject<ztString>(ztString_ctor);
-  property->signalName = ztNewObject<ztString>(ztString_ctor);
-  return property->name != nullptr && property->signalName != nullptr;
+static int32_t propertyCreate(ztProperty &property) {
+  property.name = nullptr;
+  property.signalName = nullptr;
+  property.type = nullptr;
+  property.getter.getInt = nullptr;
+  property.setter.setInt = nullptr;
+  property.userWord = nullptr;
+  property.index = 0;
+  ztCopyText(property.ownerClassName, "");
+  property.valuePointer = nullptr;
+  property.valueSize = 0;
+  if (!ztBaseClass_table()->create(&property)) return 0;
+  property.name = ztNewObject<ztString>(ztString_ctor);
+  property.signalName = ztNewObject<ztString>(ztString_ctor);
+  return property.name != nullptr && property.signalName != nullptr;
 }
 
-static void propertyDestroy(void *object) {
-  auto *property = static_cast<ztProperty *>(object);
-  if (property == nullptr) return;
-  if (property->type != nullptr && propertyIsDynamic(object)) {
-    operationsOf(property)->freeDynamicProperty(property->type, property);
+static void propertyDestroy(ztProperty &property) {
+  if (property.type != nullptr && propertyIsDynamic(&property)) {
+    operationsOf(&property)->freeDynamicProperty(property.type, &property);
   }
-  property->valuePointer = nullptr;
-  releaseString(property->name);
-  releaseString(property->signalName);
-  ztBaseClass_table()->destroy(object);
+  property.valuePointer = nullptr;
+  releaseString(property.name);
+  releaseString(property.signalName);
+  ztBaseClass_table()->destroy(&property);
 }
 
 static void *propertyClone(const void *object, void *target) {
@@ -92,25 +89,20 @@ static void *propertyClone(const void *object, void *target) {
   return nullptr;
 }
 
-static int32_t propertySetValue(void *object, void *owner, ztWord value) {
-  auto *property = static_cast<ztProperty *>(object);
-  if (property == nullptr) return 0;
-  if (property->type != nullptr) operationsOf(property)->setValue(property->type, property, owner, &value);
+static int32_t propertySetValue(ztProperty &property, void *owner, ztWord value) {
+  if (property.type != nullptr) operationsOf(&property)->setValue(property.type, &property, owner, &value);
   return 1;
 }
 
-static int32_t propertyGetValue(const void *object, void *owner, void *out) {
-  const auto *property = static_cast<const ztProperty *>(object);
-  if (property == nullptr) return 0;
-  if (property->type != nullptr) operationsOf(property)->getValue(property->type, property, owner, out);
+static int32_t propertyGetValue(const ztProperty &property, void *owner, void *out) {
+  if (property.type != nullptr) operationsOf(&property)->getValue(property.type, &property, owner, out);
   return 1;
 }
 
-static const char *propertyGetType(const void *object) {
-  const auto *property = static_cast<const ztProperty *>(object);
-  if (property == nullptr || property->type == nullptr) return nullptr;
-  const ztPropertyTypeMethods *operations = operationsOf(property);
-  return operations->getType == nullptr ? nullptr : operations->getType(property->type);
+static const char *propertyGetType(const ztProperty &property) {
+  if (property.type == nullptr) return nullptr;
+  const ztPropertyTypeMethods *operations = operationsOf(&property);
+  return operations->getType == nullptr ? nullptr : operations->getType(property.type);
 }
 
 // The property types that declarations know --------------------------------------------------------
@@ -176,12 +168,12 @@ static void propertyFunctions(ztPropertyFunctions *functions) {
 }
 
 static void propertyMethods(ztPropertyMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, propertyCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<propertyCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, propertyClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, propertyDestroy);
-  ZT_OVERRIDE_METHOD(methods, setValue, propertySetValue);
-  ZT_OVERRIDE_METHOD(methods, getValue, propertyGetValue);
-  ZT_OVERRIDE_METHOD(methods, getType, propertyGetType);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<propertyDestroy>);
+  ZT_OVERRIDE_METHOD(methods, setValue, ztMethod<propertySetValue>);
+  ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<propertyGetValue>);
+  ZT_OVERRIDE_METHOD(methods, getType, ztMethod<propertyGetType>);
   ZT_OVERRIDE_METHOD(methods, isDynamic, propertyIsDynamic);
 }
 

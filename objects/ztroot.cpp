@@ -6,6 +6,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
+#include "core/ztmethod.hh"
 #include "core/ztstack.hh"
 #include "core/zttext.hh"
 #include "core/ztthread.hh"
@@ -325,16 +326,15 @@ static void *rootGetChildAt(const void *object, int32_t index) {
   return children == nullptr ? nullptr : ztRootPtrList_of(children)->getAt(children, index);
 }
 
-static int32_t rootDeleteAllChild(void *object) {
-  if (object == nullptr) return 0;
-  const ztRootMethods *methods = ztRoot_of(object);
-  ObjectWatch watch(object);
-  while (watch.isAlive() && methods->getChildCount(object) > 0) {
-    void *child = methods->getChildAt(object, 0);
+static int32_t rootDeleteAllChild(ztRoot &node) {
+  const ztRootMethods *methods = ztRoot_of(&node);
+  ObjectWatch watch(&node);
+  while (watch.isAlive() && methods->getChildCount(&node) > 0) {
+    void *child = methods->getChildAt(&node, 0);
     if (child != nullptr) {
-      methods->deleteChild(object, child);
+      methods->deleteChild(&node, child);
     } else {
-      removeListed(nodeOf(object), nullptr);
+      removeListed(nodeOf(&node), nullptr);
     }
   }
   return 0;
@@ -568,7 +568,7 @@ static void rootMethods(ztRootMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, findChildById, rootFindChildById);
   ZT_OVERRIDE_METHOD(methods, addChild, rootAddChild);
   ZT_OVERRIDE_METHOD(methods, deleteChild, rootDeleteChild);
-  ZT_OVERRIDE_METHOD(methods, deleteAllChild, rootDeleteAllChild);
+  ZT_OVERRIDE_METHOD(methods, deleteAllChild, ztMethod<rootDeleteAllChild>);
   ZT_OVERRIDE_METHOD(methods, getChildAt, rootGetChildAt);
   ZT_OVERRIDE_METHOD(methods, getChildCount, rootGetChildCount);
 }

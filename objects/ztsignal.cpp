@@ -2,6 +2,7 @@
 
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "objects/ztobject.hh"
 #include "objects/ztstrmap.hh"
 
@@ -20,16 +21,14 @@ static void releaseParts(ztSignal *signal) {
   if (slots != nullptr) ztSlotMap_of(slots)->unRef(slots);
 }
 
-static int32_t signalCreate(void *object) {
-  auto *signal = static_cast<ztSignal *>(object);
-  if (signal == nullptr) return 0;
-  signal->name = nullptr;
-  signal->slots = nullptr;
-  signal->argumentCount = 0;
-  signal->blocked = 0;
-  if (!ztBaseClass_table()->create(object)) return 0;
-  signal->name = ztNewObject<ztString>(ztString_ctor);
-  return signal->name != nullptr;
+static int32_t signalCreate(ztSignal &signal) {
+  signal.name = nullptr;
+  signal.slots = nullptr;
+  signal.argumentCount = 0;
+  signal.blocked = 0;
+  if (!ztBaseClass_table()->create(&signal)) return 0;
+  signal.name = ztNewObject<ztString>(ztString_ctor);
+  return signal.name != nullptr;
 }
 
 static void *signalClone(const void *object, void *target) {
@@ -52,18 +51,17 @@ static int32_t signalAssign(void *object, const void *other) {
   return ztBaseClass_table()->assign(object, other);
 }
 
-static void signalDestroy(void *object) {
-  if (object == nullptr) return;
-  ztSignalDestroyed(object);
-  releaseParts(static_cast<ztSignal *>(object));
-  ztBaseClass_table()->destroy(object);
+static void signalDestroy(ztSignal &self) {
+  ztSignalDestroyed(&self);
+  releaseParts(&self);
+  ztBaseClass_table()->destroy(&self);
 }
 
 static void signalMethods(ztSignalMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, signalCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<signalCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, signalClone);
   ZT_OVERRIDE_METHOD(methods, assign, signalAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, signalDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<signalDestroy>);
 }
 
 ZT_DEFINE_CLASS(ztSignal, ztBaseClass, signalMethods)

@@ -3,6 +3,7 @@
 #include "containers/ztcompare.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "objects/ztobject.hh"
 
 ZT_PIN_CLASS(ztSlot, 40, 16);
@@ -10,15 +11,13 @@ ZT_PIN_FIELD(ztSlot, name, 16);
 ZT_PIN_FIELD(ztSlot, receiver, 24);
 ZT_PIN_FIELD(ztSlot, function, 32);
 
-static int32_t slotCreate(void *object) {
-  auto *slot = static_cast<ztSlot *>(object);
-  if (slot == nullptr) return 0;
-  slot->name = nullptr;
-  slot->receiver = nullptr;
-  slot->function.call0 = nullptr;
-  if (!ztBaseClass_table()->create(object)) return 0;
-  slot->name = ztNewObject<ztString>(ztString_ctor);
-  return slot->name != nullptr;
+static int32_t slotCreate(ztSlot &slot) {
+  slot.name = nullptr;
+  slot.receiver = nullptr;
+  slot.function.call0 = nullptr;
+  if (!ztBaseClass_table()->create(&slot)) return 0;
+  slot.name = ztNewObject<ztString>(ztString_ctor);
+  return slot.name != nullptr;
 }
 
 static void *slotClone(const void *object, void *target) {
@@ -35,20 +34,18 @@ static int32_t slotAssign(void *object, const void *other) {
   return ztBaseClass_table()->assign(object, other);
 }
 
-static void slotDestroy(void *object) {
-  auto *slot = static_cast<ztSlot *>(object);
-  if (slot == nullptr) return;
-  ztString *name = slot->name;
-  slot->name = nullptr;
+static void slotDestroy(ztSlot &slot) {
+  ztString *name = slot.name;
+  slot.name = nullptr;
   if (name != nullptr) ztString_of(name)->unRef(name);
-  ztBaseClass_table()->destroy(object);
+  ztBaseClass_table()->destroy(&slot);
 }
 
 static void slotMethods(ztSlotMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, slotCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<slotCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, slotClone);
   ZT_OVERRIDE_METHOD(methods, assign, slotAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, slotDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<slotDestroy>);
 }
 
 ZT_DEFINE_CLASS(ztSlot, ztBaseClass, slotMethods)

@@ -3,6 +3,7 @@
 #include "containers/ztarrays.h"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "tags/zttagattr.hh"
 
 #include <string.h>
@@ -53,16 +54,14 @@ static void calculate(ztFloatTag *attribute, bool average, void *out) {
   if (out != nullptr) memcpy(out, &attribute->cachedResult, sizeof attribute->cachedResult);
 }
 
-static void *floatTagGetAverageValue(void *object, void *out) {
-  if (object == nullptr) return nullptr;
-  calculate(static_cast<ztFloatTag *>(object), true, out);
-  return ztTagAttribute_table()->getAverageValue(object, out);
+static void *floatTagGetAverageValue(ztFloatTag &self, void *out) {
+  calculate(&self, true, out);
+  return ztTagAttribute_table()->getAverageValue(&self, out);
 }
 
-static void *floatTagGetTotalValue(void *object, void *out) {
-  if (object == nullptr) return nullptr;
-  calculate(static_cast<ztFloatTag *>(object), false, out);
-  return ztTagAttribute_table()->getTotalValue(object, out);
+static void *floatTagGetTotalValue(ztFloatTag &self, void *out) {
+  calculate(&self, false, out);
+  return ztTagAttribute_table()->getTotalValue(&self, out);
 }
 
 static void floatTagMethods(ztFloatTagMethods *methods) {
@@ -70,8 +69,8 @@ static void floatTagMethods(ztFloatTagMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, clone, floatTagClone);
   ZT_OVERRIDE_METHOD(methods, assign, floatTagAssign);
   ZT_OVERRIDE_METHOD(methods, destroy, floatTagDestroy);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, floatTagGetAverageValue);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, floatTagGetTotalValue);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<floatTagGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<floatTagGetTotalValue>);
 }
 
 ZT_DEFINE_CLASS(ztFloatTag, ztTagAttribute, floatTagMethods)

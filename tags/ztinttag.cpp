@@ -3,6 +3,7 @@
 #include "containers/ztarrays.h"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "tags/zttagattr.hh"
 
 ZT_PIN_CLASS(ztIntTag, 88, 21);
@@ -40,22 +41,20 @@ static void calculate(ztIntTag *attribute, bool average, void *out) {
   if (average && count > 0) attribute->cachedResult /= count;
 }
 
-static void *intTagGetAverageValue(void *object, void *out) {
-  if (object == nullptr) return nullptr;
-  calculate(static_cast<ztIntTag *>(object), true, out);
-  return ztTagAttribute_table()->getAverageValue(object, out);
+static void *intTagGetAverageValue(ztIntTag &self, void *out) {
+  calculate(&self, true, out);
+  return ztTagAttribute_table()->getAverageValue(&self, out);
 }
 
-static void *intTagGetTotalValue(void *object, void *out) {
-  if (object == nullptr) return nullptr;
-  calculate(static_cast<ztIntTag *>(object), false, out);
-  return ztTagAttribute_table()->getTotalValue(object, out);
+static void *intTagGetTotalValue(ztIntTag &self, void *out) {
+  calculate(&self, false, out);
+  return ztTagAttribute_table()->getTotalValue(&self, out);
 }
 
 static void intTagMethods(ztIntTagMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, intTagCreate);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, intTagGetAverageValue);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, intTagGetTotalValue);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<intTagGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<intTagGetTotalValue>);
 }
 
 ZT_DEFINE_CLASS(ztIntTag, ztTagAttribute, intTagMethods)

@@ -2,6 +2,7 @@
 
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 #include "core/zttext.hh"
 #include "objects/ztobject.hh"
 #include "tags/zttag.hh"
@@ -190,9 +191,8 @@ static int32_t tagAllocWise(void *, const ztTagHandle *) {
   return 0;
 }
 
-static int32_t tagDeallocWise(void *object, const char *name) {
-  if (object == nullptr) return 0;
-  void *attribute = ztTag_of(object)->getByName(object, name, nullptr);
+static int32_t tagDeallocWise(ztTag &tag, const char *name) {
+  void *attribute = ztTag_of(&tag)->getByName(&tag, name, nullptr);
   return attribute == nullptr ? 0 : ztTagAttribute_of(attribute)->setNumValues(attribute, 1);
 }
 
@@ -216,10 +216,9 @@ static int32_t tagSwapTags(void *object, const ztTagHandle *first, const ztTagHa
 
 // Life of a tag -----------------------------------------------------------------------------------
 
-static int32_t tagCreate(void *object) {
-  if (object == nullptr) return 0;
-  static_cast<ztTag *>(object)->attributes = nullptr;
-  return ztRoot_table()->create(object) != 0;
+static int32_t tagCreate(ztTag &tag) {
+  tag.attributes = nullptr;
+  return ztRoot_table()->create(&tag) != 0;
 }
 
 // Each attribute leaves its place before it is released, and is held until then: what a host's `destroy`
@@ -292,10 +291,9 @@ static int32_t tagAssign(void *object, const void *other) {
   return 1;
 }
 
-static void tagDestroy(void *object) {
-  if (object == nullptr) return;
-  ztRoot_table()->destroy(object);
-  releaseAttributes(static_cast<ztTag *>(object));
+static void tagDestroy(ztTag &tag) {
+  ztRoot_table()->destroy(&tag);
+  releaseAttributes(&tag);
 }
 
 // The record --------------------------------------------------------------------------------------
@@ -319,10 +317,10 @@ static int32_t tagRead(void *object, void *file) {
 }
 
 static void tagMethods(ztTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, tagCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<tagCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, tagClone);
   ZT_OVERRIDE_METHOD(methods, assign, tagAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, tagDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<tagDestroy>);
   ZT_OVERRIDE_METHOD(methods, read, tagRead);
   ZT_OVERRIDE_METHOD(methods, write, tagWrite);
   ZT_OVERRIDE_METHOD(methods, insertNew, tagInsertNew);
@@ -337,7 +335,7 @@ static void tagMethods(ztTagMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, getByName, tagGetByName);
   ZT_OVERRIDE_METHOD(methods, getByHandle, tagGetByHandle);
   ZT_OVERRIDE_METHOD(methods, allocWise, tagAllocWise);
-  ZT_OVERRIDE_METHOD(methods, deallocWise, tagDeallocWise);
+  ZT_OVERRIDE_METHOD(methods, deallocWise, ztMethod<tagDeallocWise>);
   ZT_OVERRIDE_METHOD(methods, attrChanged, tagAttrChanged);
   ZT_OVERRIDE_METHOD(methods, swapTags, tagSwapTags);
 }
