@@ -43,12 +43,17 @@ def run(*command, **options):
     return done.stdout
 
 
-def llvm_tool(name):
-    """A tool of the version that the tree is kept with; without it the check is not made."""
+def find_llvm_tool(name):
+    """A tool of the version that the tree is kept with; None without it."""
     for candidate in (f"{name}-{LLVM_VERSION}", name):
         if shutil.which(candidate) and f"version {LLVM_VERSION}." in run(candidate, "--version"):
             return candidate
-    return skip(f"no {name} of version {LLVM_VERSION}")
+    return None
+
+
+def llvm_tool(name):
+    """The same; without it the check is not made."""
+    return find_llvm_tool(name) or skip(f"no {name} of version {LLVM_VERSION}")
 
 
 def files(*suffixes):
