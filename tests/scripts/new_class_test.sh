@@ -19,7 +19,7 @@ prepare() {
   local name rooms
   rooms=$(sed -n 's/^set(ZT_ROOMS \(.*\))$/\1/p' "$root/CMakeLists.txt")
   for name in $rooms scripts zentova.h CMakeLists.txt .clang-format; do cp -R "$root/$name" tree; done
-  for name in $rooms helpers hosts protocol structure; do cp -R "$root/tests/$name" tree/tests; done
+  for name in $rooms faults helpers hosts protocol structure; do cp -R "$root/tests/$name" tree/tests; done
   cp "$root/docs/rooms.dox" "$root/docs/rooms.svg" tree/docs
 }
 
@@ -58,6 +58,7 @@ expect_refused() {
 refuses_what_does_not_fit() {
   expect_refused 'attic is none of the rooms' attic ztGauge ztObject 'A level'
   expect_refused 'a class of the library is like ztGauge' objects Gauge ztObject 'A level'
+  expect_refused 'where a property type goes' objects ztLongPropertyType ztPropertyType 'A long integer'
   expect_refused 'ztRoot is declared in objects/ztroot.h' objects ztRoot ztObject 'A level'
   expect_refused 'ztNothing is no class of the library' objects ztGauge ztNothing 'A level'
   expect_refused 'ztObject is in objects, a later room than io' io ztGauge ztObject 'A level'
