@@ -7,9 +7,8 @@ import re
 import tree
 
 OF_THE_CODE = ("docs/architecture.md", "CONTRIBUTING.md")
-FOLDERS = (*tree.ROOMS, "cmake", "docs", "fuzz", "scripts", "tests")
-# Made by building.
-MADE = "build/"
+# Made by building; of CMake itself.
+NOT_OURS = ("build/", "CMAKE_")
 
 
 def without_blocks(text):
@@ -35,21 +34,21 @@ def broken_links(path, text):
 
 
 def words_of_the_code():
-    texts = [tree.text_of(path) or "" for path in tree.kept()
-             if path.suffix != ".md" and tree.name_of(path).split("/")[0] in (*FOLDERS, "CMakeLists.txt")]
+    texts = [tree.text_of(path) or "" for path in tree.kept() if path.suffix != ".md"]
     return set(re.findall(r"\w+", "\n".join(texts)))
 
 
 def unknown_names(path, text, words):
     for code in re.findall(r"`([^`\n]+)`", without_blocks(text)):
         file = re.match(r"[\w.\-]+(?:/[\w.\-]+)+", code)
-        if file and not code.startswith(MADE):
+        name = re.match(r"[A-Za-z_]\w*", code)
+        if code.startswith(NOT_OURS):
+            continue
+        if file:
             if not (tree.ROOT / file.group()).exists():
                 yield f"{tree.name_of(path)}: there is no {file.group()}"
-        elif re.match(r"[A-Za-z_]\w*", code) and not file:
-            name = re.match(r"[A-Za-z_]\w*", code).group()
-            if name not in words and not (tree.ROOT / code).exists():
-                yield f"{tree.name_of(path)}: nothing is called {name}"
+        elif name and name.group() not in words and not (tree.ROOT / code).exists():
+            yield f"{tree.name_of(path)}: nothing is called {name.group()}"
 
 
 def main():
