@@ -21,6 +21,7 @@ text { font: 13px sans-serif; fill: #222; }
 .name { font-weight: bold; }
 .small { font-size: 11px; fill: #666; }
 rect { fill: #f4f6f8; stroke: #556; }
+.page { fill: #fff; stroke: none; }
 path { fill: none; stroke-width: 1.3; }
 .down { stroke: #2a6496; marker-end: url(#to-down); }
 .ahead { stroke: #b0542a; stroke-dasharray: 5 3; marker-end: url(#to-ahead); }
@@ -97,6 +98,7 @@ def drawn():
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{WIDTH}" height="{height}" '
              f'viewBox="0 0 {WIDTH} {height}">', f"<style>\n{STYLE}</style>",
              "<defs>" + MARKER.format("down", "#2a6496") + MARKER.format("ahead", "#b0542a") + "</defs>"]
+    parts.append(f'<rect class="page" width="{WIDTH}" height="{height}"/>')
     for room, subject in subjects().items():
         parts += box(room, subject)
     parts += [arc(pair, LEFT + BOX_WIDTH, 1, "down") for pair in reduced(down)]
