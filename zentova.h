@@ -33,6 +33,7 @@
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "core/ztoop.h"
+#include "core/ztversion.h"
 #include "io/ztfile.h"
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"

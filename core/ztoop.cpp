@@ -9,6 +9,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
+#include "core/ztversion.h"
 #include "support/ztcutils.h"
 
 #include <dlfcn.h>
@@ -358,7 +359,7 @@ int32_t ztOOP_Init(const char *baseName) {
   inited = 1;
   startedBy = getpid();
   if (baseName != nullptr) ztLc_openLogFile(ztCu_fmtMsg("%s.log", baseName));
-  ztLc_log("# Zentova OOP Engine started - Version %s\n", "1.0.10");
+  ztLc_log("# Zentova OOP Engine started - Version %s\n", ZT_VERSION);
   ztLc_log("# An object engine for procedural programs\n");
   ztLc_log("# Running Release Version\n\n");
   return 1;

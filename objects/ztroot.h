@@ -69,7 +69,7 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  * child to child as far as both nodes have them. Both take trees of any depth; where they go through a
  * class's own `clone` or `assign`, these take stack for each level. When there is not enough, or no memory,
  * or when a host made a list lead back to a node above it, `clone` gives NULL and `assign` 0, with nothing
- * changed; an `assign` whose overrides take more than half a kilobyte of stack each may have begun.
+ * changed; an `assign` whose overrides take more than a kilobyte of stack each may have begun.
  */
 #define ztRoot_METHODS                                   \
   ztObject_METHODS                                       \

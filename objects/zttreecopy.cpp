@@ -165,7 +165,7 @@ static bool isAssignedByOverride(const ztRoot *node) {
 
 // Whether memory and stack suffice, as far as that can be told beforehand: what overrides take is theirs.
 static bool canAssign(PairWalk &walk, ztRoot *node, const ztRoot *other) {
-  constexpr size_t stackOfOverride = 512;
+  constexpr size_t stackOfOverride = 1024;
   const size_t most = ztStackLeft() / stackOfOverride;
   if (!walk.push(node, other, 0)) return false;
   while (!walk.isEmpty()) {

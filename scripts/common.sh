@@ -4,6 +4,12 @@
 # shellcheck disable=SC2034 # used where this is sourced
 root=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
+# What stands in CMakeLists.txt alone.
+# shellcheck disable=SC2034
+rooms=$(sed -n 's/^set(ZT_ROOMS \(.*\))$/\1/p' "$root/CMakeLists.txt")
+# shellcheck disable=SC2034
+version=$(sed -n 's/^project(zentova VERSION \([0-9.]*\).*/\1/p' "$root/CMakeLists.txt")
+
 say() {
   printf '== %s\n' "$*"
 }

@@ -1,20 +1,20 @@
 // A million integers to and from a file.
+#include "bench/tempfile.hh"
 #include "io/ztfile.h"
 
 #include <benchmark/benchmark.h>
 #include <stdio.h>
 
 static constexpr int32_t valueCount = 1000000;
-static const char fileName[] = "values.bin";
 
 static void *openFile(const char *mode) {
   void *file = ztFile_ctor(nullptr, 1);
-  if (!ztFile_of(file)->open(file, fileName, mode)) abort();
+  if (!ztFile_of(file)->open(file, temporaryFile(), mode)) abort();
   return file;
 }
 
 static FILE *openStream(const char *mode) {
-  FILE *stream = fopen(fileName, mode);
+  FILE *stream = fopen(temporaryFile(), mode);
   if (stream == nullptr) abort();
   return stream;
 }

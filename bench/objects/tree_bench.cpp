@@ -1,4 +1,5 @@
 // A million nodes: built, stored, loaded and put together again, released.
+#include "bench/tempfile.hh"
 #include "containers/ztarrays.h"
 #include "io/ztfile.h"
 #include "objects/ztlink.h"
@@ -11,7 +12,6 @@
 
 static constexpr int32_t nodeCount = 1000000;
 static constexpr int32_t childrenOfEach = 10;
-static const char fileName[] = "tree.bin";
 
 static void require(bool done) {
   if (!done) abort();
@@ -39,7 +39,7 @@ static void *buildTree() {
 
 static void *openFile(const char *mode) {
   void *file = ztFile_ctor(nullptr, 1);
-  require(ztFile_of(file)->open(file, fileName, mode));
+  require(ztFile_of(file)->open(file, temporaryFile(), mode));
   return file;
 }
 

@@ -5,7 +5,9 @@ set -euo pipefail
 root=$2
 
 if ! command -v doxygen >/dev/null; then
-  echo "skipped: no doxygen here"
+  echo "not checked: no doxygen here"
+  # Where changes are judged, a check that is not made is no success.
+  [ -z "${CI:-}" ] || exit 1
   exit 77
 fi
 

@@ -172,8 +172,10 @@ TEST(FaultsAtTheStart, LeaveAnEngineThatWorks) {
     });
     trial.need([&] { return ztLc_openLogFile((base + ".log").c_str()); });
     std::string all;
-    for (const char *name : {"ztObject", "ztRoot", "ztTag", "ztBaseModel", "ztBaseView"}) {
-      Held object(trial.makeByName(name));
+    // A class that lost its properties makes them again when they are asked for.
+    for (const std::string &name : names) {
+      if (!ztOOP_isClassOfClass(ztOOP_findClass(name.c_str()), "ztObject")) continue;
+      Held object(trial.makeByName(name.c_str()));
       std::string properties;
       trial.need([&] { return !(properties = staticPropertiesOf(object)).empty(); });
       all += properties;

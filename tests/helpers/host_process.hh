@@ -2,6 +2,7 @@
 #ifndef ZT_TESTS_HOST_PROCESS_HH
 #define ZT_TESTS_HOST_PROCESS_HH
 
+#include "core/ztversion.h"
 #include "tests/helpers/temp_folder.hh"
 
 #include <fcntl.h>
@@ -48,10 +49,10 @@ class HostProcess {
 
 // What the library itself says in a host's life.
 inline const std::string loading = "Zentova - Loading library: ztcore\n";
-inline const std::string banner =
-    "# Zentova OOP Engine started - Version 1.0.10\n"
-    "# An object engine for procedural programs\n"
-    "# Running Release Version\n\n";
+inline const std::string banner = "# Zentova OOP Engine started - Version " ZT_VERSION
+                                  "\n"
+                                  "# An object engine for procedural programs\n"
+                                  "# Running Release Version\n\n";
 inline const std::string freeing = "Zentova - Freeing library: ztcore\n";
 inline const std::string cleaning = "Cleaning up the system...\n";
 inline const std::string cleaned = "Cleaning done\n";

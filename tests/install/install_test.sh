@@ -60,7 +60,12 @@ configure_host() {
 }
 
 hosts_of_pkg_config_and_cmake_agree() {
-  command -v pkg-config >/dev/null || { echo "skipped: no pkg-config here" && exit 77; }
+  if ! command -v pkg-config >/dev/null; then
+    echo "not checked: no pkg-config here"
+    # Where changes are judged, a check that is not made is no success.
+    [ -z "${CI:-}" ] || exit 1
+    exit 77
+  fi
   mkdir -p pkg_config_host
   # shellcheck disable=SC2046 # the flags are words
   "$CC" -std=c11 -Wall -Wextra -Wpedantic -Werror $(flags --cflags) "$here/host.c" $(flags --libs) \

@@ -27,7 +27,6 @@ import time
 
 import mutants
 
-ROOMS = ["core", "support", "containers", "io", "objects", "tags"]
 # Programs whose tests need more than one room.
 OTHER_TESTS = r"^(protocol|network|station_log|inverted_index|word_list|model_view|node_tree)"
 QUICK = {"ZT_TEST_OPERATIONS_DIVISOR": "20"}
@@ -97,10 +96,15 @@ class Copy:
         return None if run(others, self.build, 300) else "examples or protocol"
 
 
+def rooms(root):
+    """As the build lists them."""
+    return re.search(r"set\(ZT_ROOMS ([^)]*)\)", (root / "CMakeLists.txt").read_text()).group(1).split()
+
+
 def sites(root, only):
     """For each module, its faults in random order."""
     found = {}
-    for room in ROOMS:
+    for room in rooms(root):
         for path in sorted((root / room).iterdir()):
             name = path.relative_to(root).as_posix()
             if path.suffix in (".cpp", ".hh") and re.search(only, name):

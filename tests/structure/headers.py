@@ -20,9 +20,10 @@ COMPILERS = [("gcc", "c"), ("g++", "c++"), ("clang", "c"), ("clang++", "c++")]
 
 def compile_alone(job):
     (compiler, language), header = job
-    include = f'#include "{tree.name_of(header)}"\n'
+    # A header may hold macros alone, and C wants a declaration in every source.
+    source = 2 * f'#include "{tree.name_of(header)}"\n' + "extern int alone;\n"
     command = [compiler, *LANGUAGES[language], *WARNINGS, "-I", tree.ROOT, "-"]
-    done = subprocess.run(command, input=2 * include, capture_output=True, text=True)
+    done = subprocess.run(command, input=source, capture_output=True, text=True)
     return None if done.returncode == 0 else f"{tree.name_of(header)} with {compiler}:\n{done.stderr}"
 
 

@@ -1,5 +1,6 @@
 """What the structure checks share: the files of the tree, what its headers declare, how to report."""
 
+import os
 import pathlib
 import re
 import shutil
@@ -7,7 +8,9 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-ROOMS = re.search(r"set\(ZT_ROOMS ([^)]*)\)", (ROOT / "CMakeLists.txt").read_text()).group(1).split()
+BUILD = (ROOT / "CMakeLists.txt").read_text()
+ROOMS = re.search(r"set\(ZT_ROOMS ([^)]*)\)", BUILD).group(1).split()
+VERSION = re.search(r"project\(zentova VERSION ([\d.]+)", BUILD).group(1)
 
 # The formatter and the linter judge differently from one major version to the next.
 LLVM_VERSION = 14
@@ -24,6 +27,10 @@ def finish(problems):
 
 
 def skip(reason):
+    """Ends a check that cannot be made here. Where changes are judged, with CI set in the environment, that is
+    a failure: a check that is not made finds nothing."""
+    if os.environ.get("CI"):
+        finish([f"not checked, and CI is set: {reason}"])
     print(f"skipped: {reason}")
     sys.exit(SKIPPED)
 
@@ -36,12 +43,17 @@ def run(*command, **options):
     return done.stdout
 
 
-def llvm_tool(name):
-    """A tool of the version that the tree is kept with; without it the check is skipped."""
+def find_llvm_tool(name):
+    """A tool of the version that the tree is kept with; None without it."""
     for candidate in (f"{name}-{LLVM_VERSION}", name):
         if shutil.which(candidate) and f"version {LLVM_VERSION}." in run(candidate, "--version"):
             return candidate
-    return skip(f"no {name} of version {LLVM_VERSION}")
+    return None
+
+
+def llvm_tool(name):
+    """The same; without it the check is not made."""
+    return find_llvm_tool(name) or skip(f"no {name} of version {LLVM_VERSION}")
 
 
 def files(*suffixes):
@@ -58,6 +70,24 @@ def files(*suffixes):
                 yield path
 
     return list(walk(ROOT))
+
+
+def kept():
+    """What version control tracks; every file of a tree that comes without it."""
+    if shutil.which("git"):
+        done = subprocess.run(["git", "-C", ROOT, "ls-files", "-z"], capture_output=True, text=True)
+        if done.returncode == 0:
+            return [path for name in done.stdout.split("\0") if name and (path := ROOT / name).is_file()]
+    return files()
+
+
+def text_of(path):
+    """The text of a file; None when it holds none."""
+    try:
+        text = path.read_text(encoding="utf-8")
+    except UnicodeDecodeError:
+        return None
+    return None if "\0" in text else text
 
 
 def room_files(*patterns):

@@ -1,0 +1,118 @@
+#!/usr/bin/env bash
+# One test of the structure checks, in the current folder: checks_test.sh <case> <root of the tree> <python>
+set -euo pipefail
+
+case=$1 root=$2 python=$3
+
+fail() {
+  printf '%s\n' "$@" >&2
+  exit 1
+}
+
+# A tree of the checks and one source.
+prepare() {
+  rm -rf tree bin
+  mkdir -p tree/tests tree/core tree/fuzz/corpus/inputs bin
+  cp -R "$root/tests/structure" tree/tests
+  cp "$root/CMakeLists.txt" "$root/.clang-format" tree
+  echo 'int one;' >tree/core/one.cpp
+  echo '[]' >compile_commands.json
+}
+
+# Python itself may be a script that needs other commands.
+within_bin='
+import os, runpy, sys
+os.environ["PATH"] = os.path.abspath("bin")
+del sys.argv[0]
+sys.path.insert(0, os.path.dirname(sys.argv[0]))
+runpy.run_path(sys.argv[0], run_name="__main__")
+'
+
+# Leaves the output of a check in out.txt and its exit status in $status. It finds the commands in ./bin only.
+check() {
+  status=0
+  "$python" -B -c "$within_bin" "tree/tests/structure/$1.py" . >out.txt 2>&1 || status=$?
+}
+
+# expect <status> [text]
+expect() {
+  [ "$status" -eq "$1" ] || fail "the exit status is $status, not $1" "$(cat out.txt)"
+  if [ $# -gt 1 ]; then grep -qF -- "$2" out.txt || fail "not said: $2" "$(cat out.txt)"; fi
+}
+
+# Makes a tool that says of which version it is and finds nothing.
+pretend() {
+  printf '#!%s\necho "%s version %s"\n' "$(command -v sh)" "$1" "$2" >"bin/$1"
+  chmod +x "bin/$1"
+}
+
+expect_from_both() {
+  local name
+  for name in format tidy; do
+    check "$name"
+    expect "$1" "no clang-$name of version"
+  done
+}
+
+skips_a_check_whose_tool_is_missing() {
+  unset CI
+  expect_from_both 77
+}
+
+fails_where_changes_are_judged_and_a_tool_is_missing() {
+  export CI=true
+  expect_from_both 1
+}
+
+fails_where_changes_are_judged_and_a_tool_is_of_another_version() {
+  export CI=true
+  local name
+  for name in format tidy; do
+    pretend "clang-$name" 13.0.1
+  done
+  expect_from_both 1
+  pretend clang-format 14.0.6
+  check format
+  expect 0
+}
+
+refuses_a_large_file() {
+  check kept
+  expect 0
+  head -c 1000001 /dev/zero | tr '\0' a >tree/large.txt
+  check kept
+  expect 1 'large.txt: 1000001 bytes'
+}
+
+refuses_a_binary_file_outside_the_fuzz_corpus() {
+  printf 'a\0b' >tree/fuzz/corpus/inputs/zero
+  printf '\377' >tree/fuzz/corpus/inputs/other
+  check kept
+  expect 0
+  printf 'a\0b' >tree/core/zero
+  check kept
+  expect 1 'core/zero: not a text'
+  printf '\377' >tree/core/zero
+  check kept
+  expect 1 'core/zero: not a text'
+}
+
+refuses_the_version_and_the_rooms_in_another_place() {
+  check once
+  expect 0
+  local version rooms
+  version=$(sed -n 's/^project(zentova VERSION \([0-9.]*\).*/\1/p' tree/CMakeLists.txt)
+  rooms=$(sed -n 's/^set(ZT_ROOMS \(.*\))$/\1/p' tree/CMakeLists.txt)
+  printf 'Version %s.\n' "$version" >tree/core/notes
+  check once
+  expect 1 'core/notes:1: spells out the version'
+  printf '\n"%s"\n' "${rooms// /\", \"}" >tree/core/notes
+  check once
+  expect 1 'core/notes:2: spells out the rooms'
+  printf '2%s %s1\n' "$version" "$version" >tree/core/notes
+  check once
+  expect 0
+}
+
+prepare
+"$case"
