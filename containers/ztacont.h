@@ -41,13 +41,13 @@ ZT_END_C
  *
  * `newItem`, `copyItem`, `deleteItem` and `getSize` stay abstract.
  */
-#define ztAssociativeContainer_METHODS                                     \
-  ztContainer_METHODS                                                      \
-  void (*setKeySize)(void *container, int32_t size, uint32_t byPointer);   \
-  void (*setKeyConstructor)(void *container, ztCtor constructor);          \
-  void (*setValueSize)(void *container, int32_t size, uint32_t byPointer); \
-  void (*setValueConstructor)(void *container, ztCtor constructor);        \
-  void (*setValueCompareFunction)(void *container, ztCompareFunc compare);
+#define ztAssociativeContainer_METHODS                                              \
+  ztContainer_METHODS                                                               \
+  void (*setKeySize)(void *container, int32_t size, uint32_t byPointer);   /* 24 */ \
+  void (*setKeyConstructor)(void *container, ztCtor constructor);          /* 25 */ \
+  void (*setValueSize)(void *container, int32_t size, uint32_t byPointer); /* 26 */ \
+  void (*setValueConstructor)(void *container, ztCtor constructor);        /* 27 */ \
+  void (*setValueCompareFunction)(void *container, ztCompareFunc compare); /* 28 */
 
 /** The abstract associative container. */
 ZT_DECLARE_CLASS(ztAssociativeContainer)

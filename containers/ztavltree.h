@@ -52,13 +52,13 @@
  * copy's own item manager, itself. The items of a map's tree hold values besides, which a tree cannot
  * copy: a copy of that tree is empty.
  */
-#define ztAvlTree_METHODS                                           \
-  ztSequenceContainer_METHODS                                       \
-  struct ztAvlTreeItem *(*push)(void *tree, const void *element);   \
-  int32_t (*pop)(void *tree, const void *key);                      \
-  void (*empty)(void *tree);                                        \
-  struct ztAvlTreeItem *(*find)(const void *tree, const void *key); \
-  int32_t (*findAll)(const void *tree, const void *key, void *output);
+#define ztAvlTree_METHODS                                                       \
+  ztSequenceContainer_METHODS                                                   \
+  struct ztAvlTreeItem *(*push)(void *tree, const void *element);      /* 27 */ \
+  int32_t (*pop)(void *tree, const void *key);                         /* 28 */ \
+  void (*empty)(void *tree);                                           /* 29 */ \
+  struct ztAvlTreeItem *(*find)(const void *tree, const void *key);    /* 30 */ \
+  int32_t (*findAll)(const void *tree, const void *key, void *output); /* 31 */
 
 /** A sorted container. */
 ZT_DECLARE_CLASS(ztAvlTree)

@@ -59,16 +59,16 @@ ZT_END_C
  *
  * The first four and `getSize` are abstract here.
  */
-#define ztContainer_METHODS                                                  \
-  ztBaseClass_METHODS                                                        \
-  void *(*newItem)(void *container, const void *element);                    \
-  void *(*copyItem)(void *container, void *destination, const void *source); \
-  void (*deleteItem)(void *container, void *item);                           \
-  void (*setItemConstructor)(void *container, ztCtor constructor);           \
-  void (*setItemManager)(void *container, void *manager);                    \
-  void (*setCompareFunction)(void *container, ztCompareFunc compare);        \
-  void (*setAllowDuplicate)(void *container, uint32_t allow);                \
-  int32_t (*getSize)(const void *container);
+#define ztContainer_METHODS                                                           \
+  ztBaseClass_METHODS                                                                 \
+  void *(*newItem)(void *container, const void *element);                    /* 16 */ \
+  void *(*copyItem)(void *container, void *destination, const void *source); /* 17 */ \
+  void (*deleteItem)(void *container, void *item);                           /* 18 */ \
+  void (*setItemConstructor)(void *container, ztCtor constructor);           /* 19 */ \
+  void (*setItemManager)(void *container, void *manager);                    /* 20 */ \
+  void (*setCompareFunction)(void *container, ztCompareFunc compare);        /* 21 */ \
+  void (*setAllowDuplicate)(void *container, uint32_t allow);                /* 22 */ \
+  int32_t (*getSize)(const void *container);                                 /* 23 */
 
 /** The abstract container. */
 ZT_DECLARE_CLASS(ztContainer)

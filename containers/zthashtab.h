@@ -52,12 +52,12 @@
  *
  * `getSize` stays abstract: read the field `count`. `clone` gives an independent copy.
  */
-#define ztHashTable_METHODS                                           \
-  ztAssociativeContainer_METHODS                                      \
-  int32_t (*setSize)(void *table, int32_t count);                     \
-  void (*empty)(void *table);                                         \
-  int32_t (*insert)(void *table, const void *key, const void *value); \
-  struct ztHashTableItem *(*find)(const void *table, const void *key);
+#define ztHashTable_METHODS                                                     \
+  ztAssociativeContainer_METHODS                                                \
+  int32_t (*setSize)(void *table, int32_t count);                      /* 29 */ \
+  void (*empty)(void *table);                                          /* 30 */ \
+  int32_t (*insert)(void *table, const void *key, const void *value);  /* 31 */ \
+  struct ztHashTableItem *(*find)(const void *table, const void *key); /* 32 */
 
 /** An unordered container of pairs. */
 ZT_DECLARE_CLASS(ztHashTable)

@@ -20,14 +20,14 @@
  *  - `first`, `last`: begin a walk at that end.
  *  - `next`, `prev`: one step forwards, one backwards.
  */
-#define ztIterator_METHODS                                                  \
-  ztBaseClass_METHODS                                                       \
-  void *(*start)(void *iterator, const void *container, int32_t direction); \
-  void *(*move)(void *iterator, int32_t direction);                         \
-  void *(*first)(void *iterator, const void *container);                    \
-  void *(*last)(void *iterator, const void *container);                     \
-  void *(*next)(void *iterator);                                            \
-  void *(*prev)(void *iterator);
+#define ztIterator_METHODS                                                           \
+  ztBaseClass_METHODS                                                                \
+  void *(*start)(void *iterator, const void *container, int32_t direction); /* 16 */ \
+  void *(*move)(void *iterator, int32_t direction);                         /* 17 */ \
+  void *(*first)(void *iterator, const void *container);                    /* 18 */ \
+  void *(*last)(void *iterator, const void *container);                     /* 19 */ \
+  void *(*next)(void *iterator);                                            /* 20 */ \
+  void *(*prev)(void *iterator);                                            /* 21 */
 
 /** The abstract iterator. */
 ZT_DECLARE_CLASS(ztIterator)

@@ -52,14 +52,14 @@
  * items of the tree are made by the map itself. `clone` gives an independent copy, its pairs in the same
  * order.
  */
-#define ztMap_METHODS                                                           \
-  ztAssociativeContainer_METHODS                                                \
-  struct ztMapItem *(*pushBack)(void *map, const void *key, const void *value); \
-  int32_t (*pop)(void *map, const void *key);                                   \
-  void (*empty)(void *map);                                                     \
-  struct ztMapItem *(*find)(const void *map, const void *key);                  \
-  void *(*findValue)(const void *map, const void *key);                         \
-  int32_t (*findAll)(const void *map, const void *key, void *output);
+#define ztMap_METHODS                                                                    \
+  ztAssociativeContainer_METHODS                                                         \
+  struct ztMapItem *(*pushBack)(void *map, const void *key, const void *value); /* 29 */ \
+  int32_t (*pop)(void *map, const void *key);                                   /* 30 */ \
+  void (*empty)(void *map);                                                     /* 31 */ \
+  struct ztMapItem *(*find)(const void *map, const void *key);                  /* 32 */ \
+  void *(*findValue)(const void *map, const void *key);                         /* 33 */ \
+  int32_t (*findAll)(const void *map, const void *key, void *output);           /* 34 */
 
 /** A sorted container of pairs. */
 ZT_DECLARE_CLASS(ztMap)

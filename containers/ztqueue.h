@@ -24,13 +24,13 @@
  *  - `getBack`, `getFront`: the element at that end, the list's; NULL when the queue is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
-#define ztQueue_METHODS                                         \
-  ztSequenceContainer_METHODS                                   \
-  struct ztListItem *(*push)(void *queue, const void *element); \
-  struct ztListItem *(*pop)(void *queue);                       \
-  void *(*getBack)(const void *queue);                          \
-  void *(*getFront)(const void *queue);                         \
-  int32_t (*isEmpty)(const void *queue);
+#define ztQueue_METHODS                                                  \
+  ztSequenceContainer_METHODS                                            \
+  struct ztListItem *(*push)(void *queue, const void *element); /* 27 */ \
+  struct ztListItem *(*pop)(void *queue);                       /* 28 */ \
+  void *(*getBack)(const void *queue);                          /* 29 */ \
+  void *(*getFront)(const void *queue);                         /* 30 */ \
+  int32_t (*isEmpty)(const void *queue);                        /* 31 */
 
 /** A queue. */
 ZT_DECLARE_CLASS(ztQueue)

@@ -25,11 +25,11 @@
  *
  * `getSize` stays abstract.
  */
-#define ztSequenceContainer_METHODS                                          \
-  ztContainer_METHODS                                                        \
-  void (*setElementSize)(void *container, int32_t size, uint32_t byPointer); \
-  int32_t (*getElementSize)(const void *container);                          \
-  void (*setElementConstructor)(void *container, ztCtor constructor);
+#define ztSequenceContainer_METHODS                                                   \
+  ztContainer_METHODS                                                                 \
+  void (*setElementSize)(void *container, int32_t size, uint32_t byPointer); /* 24 */ \
+  int32_t (*getElementSize)(const void *container);                          /* 25 */ \
+  void (*setElementConstructor)(void *container, ztCtor constructor);        /* 26 */
 
 /** The abstract sequence container. */
 ZT_DECLARE_CLASS(ztSequenceContainer)

@@ -23,12 +23,12 @@
  *  - `getTop`: the element on top, the list's; NULL when the stack is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
-#define ztStack_METHODS                                         \
-  ztSequenceContainer_METHODS                                   \
-  struct ztListItem *(*push)(void *stack, const void *element); \
-  struct ztListItem *(*pop)(void *stack);                       \
-  void *(*getTop)(const void *stack);                           \
-  int32_t (*isEmpty)(const void *stack);
+#define ztStack_METHODS                                                  \
+  ztSequenceContainer_METHODS                                            \
+  struct ztListItem *(*push)(void *stack, const void *element); /* 27 */ \
+  struct ztListItem *(*pop)(void *stack);                       /* 28 */ \
+  void *(*getTop)(const void *stack);                           /* 29 */ \
+  int32_t (*isEmpty)(const void *stack);                        /* 30 */
 
 /** A stack. */
 ZT_DECLARE_CLASS(ztStack)

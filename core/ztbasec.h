@@ -359,23 +359,23 @@ ZT_END_C
  *    released, so a new object referenced once more ends at the first `unRef`.
  *  - `getRefCount`: the reference count.
  */
-#define ztBaseClass_METHODS                                  \
-  void *(*Allocator)(const void *object);                    \
-  void (*classInstanceCreate)(ztClass * klass);              \
-  void (*classInstanceDestroy)(ztClass * klass);             \
-  void *emptySlot; /* NULL in every class */                 \
-  int32_t (*create)(void *object);                           \
-  void *(*clone)(const void *object, void *target);          \
-  int32_t (*assign)(void *object, const void *other);        \
-  int32_t (*isEqual)(const void *object, const void *other); \
-  int32_t (*isLess)(const void *object, const void *other);  \
-  int32_t (*isMajor)(const void *object, const void *other); \
-  void (*destroy)(void *object);                             \
-  int32_t (*read)(void *object, void *file);                 \
-  int32_t (*write)(const void *object, void *file);          \
-  void (*ref)(void *object);                                 \
-  void (*unRef)(void *object);                               \
-  int32_t (*getRefCount)(const void *object);
+#define ztBaseClass_METHODS                                                               \
+  void *(*Allocator)(const void *object);                    /* 0 */                      \
+  void (*classInstanceCreate)(ztClass * klass);              /* 1 */                      \
+  void (*classInstanceDestroy)(ztClass * klass);             /* 2 */                      \
+  void *emptySlot;                                           /* 3: NULL in every class */ \
+  int32_t (*create)(void *object);                           /* 4 */                      \
+  void *(*clone)(const void *object, void *target);          /* 5 */                      \
+  int32_t (*assign)(void *object, const void *other);        /* 6 */                      \
+  int32_t (*isEqual)(const void *object, const void *other); /* 7 */                      \
+  int32_t (*isLess)(const void *object, const void *other);  /* 8 */                      \
+  int32_t (*isMajor)(const void *object, const void *other); /* 9 */                      \
+  void (*destroy)(void *object);                             /* 10 */                     \
+  int32_t (*read)(void *object, void *file);                 /* 11 */                     \
+  int32_t (*write)(const void *object, void *file);          /* 12 */                     \
+  void (*ref)(void *object);                                 /* 13 */                     \
+  void (*unRef)(void *object);                               /* 14 */                     \
+  int32_t (*getRefCount)(const void *object);                /* 15 */
 
 /**
  * The class functions of ztBaseClass, from class slot 10 on; no other class's table has them.

@@ -41,13 +41,13 @@
  *
  * `isEqual`, `isLess` and `isMajor` compare byte by byte with another string. A new string is empty.
  */
-#define ztString_METHODS                         \
-  ztBaseClass_METHODS                            \
-  void *(*set)(void *string, const char *text);  \
-  void *(*cat)(void *string, const void *other); \
-  const char *(*get)(const void *string);        \
-  uint32_t (*length)(const void *string);        \
-  int32_t (*isEmpty)(const void *string);
+#define ztString_METHODS                                  \
+  ztBaseClass_METHODS                                     \
+  void *(*set)(void *string, const char *text);  /* 16 */ \
+  void *(*cat)(void *string, const void *other); /* 17 */ \
+  const char *(*get)(const void *string);        /* 18 */ \
+  uint32_t (*length)(const void *string);        /* 19 */ \
+  int32_t (*isEmpty)(const void *string);        /* 20 */
 
 /**
  * The class functions of ztString, from class slot 10 on.

@@ -37,12 +37,12 @@
  *  - `getType`: the name of the type.
  *  - `isDynamic`: 1 when the property has storage of its own, else 0.
  */
-#define ztProperty_METHODS                                            \
-  ztBaseClass_METHODS                                                 \
-  int32_t (*setValue)(void *property, void *object, ztWord value);    \
-  int32_t (*getValue)(const void *property, void *object, void *out); \
-  const char *(*getType)(const void *property);                       \
-  int32_t (*isDynamic)(const void *property);
+#define ztProperty_METHODS                                                     \
+  ztBaseClass_METHODS                                                          \
+  int32_t (*setValue)(void *property, void *object, ztWord value);    /* 16 */ \
+  int32_t (*getValue)(const void *property, void *object, void *out); /* 17 */ \
+  const char *(*getType)(const void *property);                       /* 18 */ \
+  int32_t (*isDynamic)(const void *property);                         /* 19 */
 
 /**
  * The class functions of ztProperty, from class slot 10 on.

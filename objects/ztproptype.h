@@ -75,13 +75,13 @@ ZT_END_C
  *
  * The first two are abstract in ztPropertyType, the others empty.
  */
-#define ztPropertyType_METHODS                                                          \
-  ztBaseClass_METHODS                                                                   \
-  ztWord (*getValue)(ztClass * type, const void *property, void *object, void *out);    \
-  ztWord (*setValue)(ztClass * type, void *property, void *object, const ztWord *word); \
-  void *(*allocDynamicProperty)(ztClass * type, void *property, const void *initial);   \
-  void (*freeDynamicProperty)(ztClass * type, void *property);                          \
-  const char *(*getType)(ztClass * type);
+#define ztPropertyType_METHODS                                                                   \
+  ztBaseClass_METHODS                                                                            \
+  ztWord (*getValue)(ztClass * type, const void *property, void *object, void *out);    /* 16 */ \
+  ztWord (*setValue)(ztClass * type, void *property, void *object, const ztWord *word); /* 17 */ \
+  void *(*allocDynamicProperty)(ztClass * type, void *property, const void *initial);   /* 18 */ \
+  void (*freeDynamicProperty)(ztClass * type, void *property);                          /* 19 */ \
+  const char *(*getType)(ztClass * type);                                               /* 20 */
 
 /** The abstract property type. */
 ZT_DECLARE_CLASS(ztPropertyType)

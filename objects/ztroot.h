@@ -71,24 +71,24 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  * or when a host made a list lead back to a node above it, `clone` gives NULL and `assign` 0, with nothing
  * changed; an `assign` whose overrides take more than a kilobyte of stack each may have begun.
  */
-#define ztRoot_METHODS                                   \
-  ztObject_METHODS                                       \
-  char *(*setName)(void *node, const char *name);        \
-  const char *(*getName)(const void *node);              \
-  int32_t (*generateUid)(void *node);                    \
-  void (*setUid)(void *node, int32_t uid);               \
-  int32_t (*getUid)(const void *node);                   \
-  int32_t (*setParent)(void *node, void *parent);        \
-  void *(*getParent)(const void *node);                  \
-  void (*update)(void *node);                            \
-  void *(*findChildById)(const void *node, int32_t uid); \
-  void (*addChild)(void *node, void *child);             \
-  void (*deleteChild)(void *node, void *child);          \
-  int32_t (*deleteAllChild)(void *node);                 \
-  void *(*getChildAt)(const void *node, int32_t index);  \
-  int32_t (*getChildCount)(const void *node);            \
-  void *reserved1;                                       \
-  void *reserved2;
+#define ztRoot_METHODS                                            \
+  ztObject_METHODS                                                \
+  char *(*setName)(void *node, const char *name);        /* 32 */ \
+  const char *(*getName)(const void *node);              /* 33 */ \
+  int32_t (*generateUid)(void *node);                    /* 34 */ \
+  void (*setUid)(void *node, int32_t uid);               /* 35 */ \
+  int32_t (*getUid)(const void *node);                   /* 36 */ \
+  int32_t (*setParent)(void *node, void *parent);        /* 37 */ \
+  void *(*getParent)(const void *node);                  /* 38 */ \
+  void (*update)(void *node);                            /* 39 */ \
+  void *(*findChildById)(const void *node, int32_t uid); /* 40 */ \
+  void (*addChild)(void *node, void *child);             /* 41 */ \
+  void (*deleteChild)(void *node, void *child);          /* 42 */ \
+  int32_t (*deleteAllChild)(void *node);                 /* 43 */ \
+  void *(*getChildAt)(const void *node, int32_t index);  /* 44 */ \
+  int32_t (*getChildCount)(const void *node);            /* 45 */ \
+  void *reserved1;                                       /* 46 */ \
+  void *reserved2;                                       /* 47 */
 
 /** A node of a tree. */
 ZT_DECLARE_CLASS(ztRoot)

@@ -63,22 +63,23 @@ ZT_END_C
 #define ztTag_METHODS                                                                                        \
   ztRoot_METHODS                                                                                             \
   int32_t (*insertNew)(void *tag, const char *name, void *attribute, ztTagHandle *handle, int32_t userValue, \
-                       int32_t count, const void *initial);                                                  \
-  int32_t (*setValue)(void *tag, const ztTagHandle *handle, int32_t index, const void *value);               \
-  int32_t (*setNumValues)(void *tag, const ztTagHandle *handle, int32_t count, const void *initial);         \
-  int32_t (*getNumValues)(const void *tag, const ztTagHandle *handle);                                       \
-  void *(*getValue)(const void *tag, const ztTagHandle *handle, int32_t index, void *out);                   \
-  ztArray *(*getValues)(const void *tag, const ztTagHandle *handle);                                         \
-  void *(*getAverageValue)(void *tag, const ztTagHandle *handle, void *out);                                 \
-  void *(*getTotalValue)(void *tag, const ztTagHandle *handle, void *out);                                   \
-  int32_t (*enumTags)(void *tag, ztTagCallback callback, void *userData);                                    \
-  void *(*getByName)(const void *tag, const char *name, int32_t *index);                                     \
-  void *(*getByHandle)(const void *tag, const ztTagHandle *handle);                                          \
-  void *emptySlot2;                                                                                          \
-  int32_t (*allocWise)(void *tag, const ztTagHandle *handle);                                                \
-  int32_t (*deallocWise)(void *tag, const char *name);                                                       \
-  void (*attrChanged)(void *tag, void *attribute);                                                           \
-  int32_t (*swapTags)(void *tag, const ztTagHandle *first, const ztTagHandle *second);
+                       int32_t count, const void *initial);                                    /* 48 */      \
+  int32_t (*setValue)(void *tag, const ztTagHandle *handle, int32_t index, const void *value); /* 49 */      \
+  int32_t (*setNumValues)(void *tag, const ztTagHandle *handle, int32_t count,                               \
+                          const void *initial);                                            /* 50 */          \
+  int32_t (*getNumValues)(const void *tag, const ztTagHandle *handle);                     /* 51 */          \
+  void *(*getValue)(const void *tag, const ztTagHandle *handle, int32_t index, void *out); /* 52 */          \
+  ztArray *(*getValues)(const void *tag, const ztTagHandle *handle);                       /* 53 */          \
+  void *(*getAverageValue)(void *tag, const ztTagHandle *handle, void *out);               /* 54 */          \
+  void *(*getTotalValue)(void *tag, const ztTagHandle *handle, void *out);                 /* 55 */          \
+  int32_t (*enumTags)(void *tag, ztTagCallback callback, void *userData);                  /* 56 */          \
+  void *(*getByName)(const void *tag, const char *name, int32_t *index);                   /* 57 */          \
+  void *(*getByHandle)(const void *tag, const ztTagHandle *handle);                        /* 58 */          \
+  void *emptySlot2;                                                                        /* 59 */          \
+  int32_t (*allocWise)(void *tag, const ztTagHandle *handle);                              /* 60 */          \
+  int32_t (*deallocWise)(void *tag, const char *name);                                     /* 61 */          \
+  void (*attrChanged)(void *tag, void *attribute);                                         /* 62 */          \
+  int32_t (*swapTags)(void *tag, const ztTagHandle *first, const ztTagHandle *second);     /* 63 */
 
 /** A node with attributes. */
 ZT_DECLARE_CLASS(ztTag)

@@ -53,13 +53,13 @@ ZT_END_C
  * another kind. `read` gives 0 for a stored type 1 or 2 that contradicts the values that the attribute
  * has, whose type then stays.
  */
-#define ztTagAttribute_METHODS                                            \
-  ztBaseClass_METHODS                                                     \
-  int32_t (*setValue)(void *attribute, int32_t index, const void *value); \
-  void *(*getValue)(const void *attribute, int32_t index, void *out);     \
-  void *(*getAverageValue)(void *attribute, void *out);                   \
-  void *(*getTotalValue)(void *attribute, void *out);                     \
-  int32_t (*setNumValues)(void *attribute, int32_t count);
+#define ztTagAttribute_METHODS                                                     \
+  ztBaseClass_METHODS                                                              \
+  int32_t (*setValue)(void *attribute, int32_t index, const void *value); /* 16 */ \
+  void *(*getValue)(const void *attribute, int32_t index, void *out);     /* 17 */ \
+  void *(*getAverageValue)(void *attribute, void *out);                   /* 18 */ \
+  void *(*getTotalValue)(void *attribute, void *out);                     /* 19 */ \
+  int32_t (*setNumValues)(void *attribute, int32_t count);                /* 20 */
 
 /** The base of attributes. */
 ZT_DECLARE_CLASS(ztTagAttribute)
