@@ -8,7 +8,6 @@
 #include "core/ztmethod.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
-#include "objects/ztobject.hh"
 
 #include <string.h>
 
@@ -66,12 +65,8 @@ ZT_OWN_FRAME static void endObject(void *object) {
   if (!recorded || ztEndCall(mark.mark)) ztm_free(object);
 }
 
-__attribute__((cold, noinline)) static void checkRelease(void *object) {
-  ztCheckThread(ztEmitterOf(object), "a release");
-}
-
 static void baseUnRef(ztBaseClass &object) {
-  if (ztChecksThreads) checkRelease(&object);
+  if (ztChecksThreads && ztCheckRelease != nullptr) ztCheckRelease(&object);
   if (object.refCount == mostReferences) return;
   // Unsigned, since an object may be released any number of times while it ends.
   object.refCount = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);

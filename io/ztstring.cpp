@@ -336,13 +336,6 @@ int32_t ztString_load(void *string, void *file) {
 // Each thread has one of its own, made by its first newString, released with the class or the thread, and made
 // again by a later newString.
 
-void ztReleaseScratchString() {
-  if (ztThisThread.block == nullptr) return;
-  void *released = ztThisThread.block->scratchString;
-  ztThisThread.block->scratchString = nullptr;
-  if (released != nullptr) ztString_of(released)->unRef(released);
-}
-
 static void *stringNewString(const void *, const char *text) {
   ztThreadBlock *block = ztBlockOfThread();
   if (block->scratchString == nullptr) block->scratchString = ztMakeObject(ztString_ctor);
