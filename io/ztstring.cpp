@@ -389,17 +389,17 @@ int32_t ztStringArray_compare_func_ptr(const void *first, const void *second) {
   return ztStringArray_compare_func(first, second);
 }
 
-static int32_t stringArrayCreate(void *object) {
-  if (!ztArray_table()->create(object)) return 0;
-  const ztArrayMethods *methods = ztArray_of(object);
-  methods->setElementConstructor(object, ztString_ctor);
-  methods->setElementSize(object, sizeof(ztString), 0);
-  methods->setCompareFunction(object, ztStringArray_compare_func);
+static int32_t stringArrayCreate(ztStringArray &array) {
+  if (!ztArray_table()->create(&array)) return 0;
+  const ztArrayMethods *methods = ztArray_of(&array);
+  methods->setElementConstructor(&array, ztString_ctor);
+  methods->setElementSize(&array, sizeof(ztString), 0);
+  methods->setCompareFunction(&array, ztStringArray_compare_func);
   return 1;
 }
 
 static void stringArrayMethods(ztStringArrayMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, stringArrayCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<stringArrayCreate>);
 }
 
 ZT_DEFINE_CLASS(ztStringArray, ztArray, stringArrayMethods)
