@@ -29,6 +29,7 @@
 #include "containers/ztstack.h"
 #include "containers/ztstacks.h"
 #include "core/ztbasec.h"
+#include "core/ztclass.h"
 #include "core/ztcore.h"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"

@@ -42,8 +42,12 @@ bool ztIsSourceGone(const ztUseTable *uses, const void *element) {
   return false;
 }
 
+// Releases the records of a thread that ends, with their parts.
+static void releaseUses(ztUseTable *uses);
+
 bool ztGrowUses(ztUseTable *uses) {
   if (uses->records == nullptr) {
+    uses->release = releaseUses;
     uses->records = uses->first;
     uses->capacity = ztUseTable::firstCapacity;
     return true;
@@ -174,7 +178,7 @@ void ztDropGoneUses(ztUseTable *uses, uintptr_t frame, const void *self) {
   }
 }
 
-void ztReleaseUses(ztUseTable *uses) {
+static void releaseUses(ztUseTable *uses) {
   while (uses->count > 0) {
     const ztUse last = uses->records[--uses->count];
     releaseBlock(uses, last);

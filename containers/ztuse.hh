@@ -44,9 +44,6 @@ bool ztGrowUses(ztUseTable *uses);
 // record, or NULL.
 void ztDropGoneUses(ztUseTable *uses, uintptr_t frame, const void *self);
 
-// Releases the records of a thread that ends, with their parts.
-void ztReleaseUses(ztUseTable *uses);
-
 // Tells the calls under way on a container that elements came or went.
 inline void ztNoteAdded(const void *container) {
   if (ztUseTable *uses = ztUsesUnderWay()) ztMarkUses(uses, container, true, false);

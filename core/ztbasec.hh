@@ -1,35 +1,9 @@
-// What the library does with objects: those that it makes for itself, copies and assignments.
+// What an object is in a file: the identity of its class, which stands ahead of its data.
 #ifndef ZT_CORE_ZTBASEC_HH
 #define ZT_CORE_ZTBASEC_HH
 
 #include "core/ztbasec.h"
-
-// A new heap object whose `create` succeeded, which the constructor itself does not tell. Its one reference
-// is the caller's. NULL when memory is exhausted.
-void *ztMakeObject(ztCtor constructor);
-
-template <typename Object>
-Object *ztNewObject(ztCtor constructor) {
-  return static_cast<Object *>(ztMakeObject(constructor));
-}
-
-// A new heap object of the source's own class, filled by the source's `clone`. Its one reference is
-// the caller's, whatever the source's count. NULL when the source is NULL or cannot be cloned.
-void *ztCopyObject(const void *source);
-
-// Clones the source onto an object that was constructed but not created, whose memory holds at least
-// the source's instance size, and gives it count 1. Returns what `clone` returns: NULL when the source
-// cannot be cloned; the target then owns nothing and must not be destroyed.
-void *ztCloneOnto(const void *source, void *target);
-
-// Whether a class is the other one or descends from it; a NULL class is not.
-bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
-
-// Has an object take over the contents of another one that may be of another class: with the `assign` of
-// the nearest class that both are of, since the target's own may look at what the other does not have. A
-// host's own `assign` is called whatever the other is, and is to look at it. The result of that, or 0 where
-// there is no such class.
-int32_t ztAssignCommon(void *target, const void *source);
+#include "core/ztclass.hh"
 
 // The identity of a class as a file holds it. Behind the text of the name there may be anything.
 struct ztIdentity {

@@ -1,7 +1,6 @@
 #include "core/ztcalls.hh"
 
 #include "core/ztmem.h"
-#include "objects/ztobject.h"
 
 #include <pthread.h>
 #include <string.h>
@@ -116,12 +115,14 @@ static bool hasCovered(ztCalls *calls, uintptr_t frame, const ztCall &earlier) {
   return earlier.frame == frame || (isOnOwnStack(calls, frame) && isOnOwnStack(calls, earlier.frame));
 }
 
+void (*ztLeaveReceiver)(void *receiver);
+
 // What the slot that was called last left in its receiver. Where there are several threads the receiver may
 // have gone in another one, unnoticed here.
 static void clearSender(const ztCalls *calls, const ztCall &delivery) {
   if (!__libc_single_threaded || delivery.detail >= delivery.end) return;
   void *receiver = calls->pending[delivery.detail].receiver;
-  if (receiver != nullptr) static_cast<ztObject *>(receiver)->sender = nullptr;
+  if (receiver != nullptr) ztLeaveReceiver(receiver);
 }
 
 static void clear(ztCall *call) {

@@ -170,6 +170,10 @@ inline void ztObjectMade(const void *object) {
   if (ztThisThread.nextCall[-1].serial != ztBelowAllCalls) ztDropCallsOn(object);
 }
 
+// Has the receiver of a slot that a delivery was called in, and left, forget who called. Set ahead of the first
+// delivery.
+extern void (*ztLeaveReceiver)(void *receiver);
+
 // Where there is room for so many pending slots, made where there was none.
 constexpr uint32_t ztNoPlace = UINT32_MAX;  // without memory
 uint32_t ztReservePending(ztCalls *calls, uint32_t count);

@@ -4,6 +4,7 @@
 #include <string.h>
 
 bool ztChecksThreads;
+void (*ztCheckRelease)(void *object);
 
 static bool listContains(const char *list, const char *word) {
   const size_t length = strlen(word);

@@ -6,6 +6,10 @@
 // once the library is loaded, so every thread may read it.
 extern bool ztChecksThreads;
 
+// Looks at an object that is about to be released; called only where threads are checked. NULL until there are
+// objects that know their thread.
+extern void (*ztCheckRelease)(void *object);
+
 // Reads the environment. Called once, when the library is loaded.
 void ztReadChecks();
 

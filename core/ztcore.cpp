@@ -1,56 +1,12 @@
 #include "core/ztcore.h"
 
-#include "containers/ztacont.h"
-#include "containers/ztarray.h"
-#include "containers/ztarrays.h"
-#include "containers/ztavliter.h"
-#include "containers/ztavltitem.h"
-#include "containers/ztavltree.h"
-#include "containers/ztcitem.h"
-#include "containers/ztcont.h"
-#include "containers/ztdeque.h"
-#include "containers/zthashtab.h"
-#include "containers/zthashtitem.h"
-#include "containers/ztiter.h"
-#include "containers/ztlist.h"
-#include "containers/ztlistitem.h"
-#include "containers/ztlists.h"
-#include "containers/ztmap.h"
-#include "containers/ztmapitem.h"
-#include "containers/ztmapiter.h"
-#include "containers/ztqueue.h"
-#include "containers/ztqueues.h"
-#include "containers/ztscont.h"
-#include "containers/ztstack.h"
-#include "containers/ztstacks.h"
-#include "core/ztbasec.h"
 #include "core/ztcheck.hh"
 #include "core/ztcore.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
 #include "core/ztthread.hh"
-#include "io/ztfile.h"
-#include "io/ztstring.h"
-#include "io/ztstring.hh"
-#include "io/zttxtfile.h"
-#include "objects/ztbasemodel.h"
-#include "objects/ztbaseview.h"
-#include "objects/ztlink.h"
-#include "objects/ztobject.h"
-#include "objects/ztobject.hh"
-#include "objects/ztproperty.h"
-#include "objects/ztproperty.hh"
-#include "objects/ztproptype.h"
-#include "objects/ztroot.h"
-#include "objects/ztsignal.h"
-#include "objects/ztslot.h"
-#include "support/ztalloc.h"
-#include "support/ztstdalloc.h"
-#include "tags/ztfloattag.h"
-#include "tags/ztinttag.h"
-#include "tags/zttag.h"
-#include "tags/zttagattr.h"
+#include "zentova.h"
 
 #include <unistd.h>
 
@@ -155,17 +111,6 @@ bool ztcoreIsLibraryClass(const ztClass *klass) {
     if (libraryClass.instance() == klass) return true;
   }
   return false;
-}
-
-void ztcoreReleaseShared() {
-  ztReleaseStaticProperties();
-  ztReleasePropertyTypes();
-  ztReleaseScratchString();
-}
-
-void ztcoreForgetClass(const ztClass *klass) {
-  ztForgetStaticProperties(klass);
-  ztForgetPropertyType(klass);
 }
 
 static pid_t loadedBy;

@@ -17,7 +17,8 @@ using ztUntyped = std::conditional_t<std::is_const_v<Object>, const void, void>;
 template <auto operation>
 struct ztMethodOf;
 
-template <typename Result, typename Object, typename... Arguments, Result (*operation)(Object &, Arguments...)>
+template <typename Result, typename Object, typename... Arguments,
+          Result (*operation)(Object &, Arguments...)>
 struct ztMethodOf<operation> {
   static Result call(ztUntyped<Object> *object, Arguments... arguments) {
     if (object == nullptr) return Result();
@@ -53,7 +54,7 @@ struct ztParentCall<Methods, table, slot> {
   }
 };
 
-#define ZT_CALL_PARENT_ONLY(methods, Parent, slot)                                    \
+#define ZT_CALL_PARENT_ONLY(methods, Parent, slot)                                           \
   ((methods)->slot = ztParentCall<std::remove_pointer_t<decltype(methods)>, &Parent##_table, \
                                   &Parent##Methods::slot>::call)
 

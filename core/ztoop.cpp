@@ -1,16 +1,16 @@
 #include "core/ztoop.h"
 
 #include "core/ztbasec.h"
-#include "core/ztbasec.hh"
-#include "core/ztcore.hh"
+#include "core/ztclass.hh"
+#include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
+#include "core/ztmessage.hh"
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "core/ztversion.h"
-#include "support/ztcutils.h"
 
 #include <dlfcn.h>
 #include <stdlib.h>
@@ -346,7 +346,7 @@ void ztOOP_leaveRegistry(const ztClassDescription *description) {
   // What runs later in the same library may still make objects of the class.
   __atomic_store_n(&description->state->registrationTried, 1, __ATOMIC_RELEASE);
   while (IndexedEntry *entry = findEntryOf(description->klass)) freeClass(entry);
-  ztcoreForgetClass(description->klass);
+  ztForgetClass(description->klass);
 }
 
 // Start and clean-up ------------------------------------------------------------------------------
@@ -358,7 +358,7 @@ int32_t ztOOP_Init(const char *baseName) {
   if (!exitHandlerInstalled) exitHandlerInstalled = atexit(ztOOP_CleanUp) == 0;
   inited = 1;
   startedBy = getpid();
-  if (baseName != nullptr) ztLc_openLogFile(ztCu_fmtMsg("%s.log", baseName));
+  if (baseName != nullptr) ztLc_openLogFile(ztMessage("%s.log", baseName));
   ztLc_log("# Zentova OOP Engine started - Version %s\n", ZT_VERSION);
   ztLc_log("# An object engine for procedural programs\n");
   ztLc_log("# Running Release Version\n\n");
@@ -372,7 +372,7 @@ void ztOOP_CleanUp(void) {
   const bool isTold = startedBy == getpid();
   if (isTold) ztLc_log("Cleaning up the system...\n");
   freeAllClasses();
-  ztcoreReleaseShared();
+  ztReleaseKept();
   if (isTold) ztLc_log("Cleaning done\n");
   ztLc_closeLogFile();
   inited = 0;
@@ -382,7 +382,7 @@ void ztOOP_releaseAfterStop() {
   const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   if (inited || releasing) return;
   freeAllClasses();
-  ztcoreReleaseShared();
+  ztReleaseKept();
   ztLc_closeLogFile();
 }
 
@@ -412,7 +412,7 @@ void *ztOOP_ztVirtualFuncHandler(const void *object) {
     if (klass == nullptr) klass = static_cast<const ztClass *>(object);
     name = klass->name;
   }
-  const char *text = ztCu_fmtMsg("ztOOP -> Error: Trying to call a virtual function member for class: %s\n",
-                                 printable(name));
+  const char *text =
+      ztMessage("ztOOP -> Error: Trying to call a virtual function member for class: %s\n", printable(name));
   return const_cast<char *>(text);
 }

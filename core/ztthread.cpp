@@ -1,10 +1,9 @@
 #include "core/ztthread.hh"
 
-#include "containers/ztuse.hh"
-#include "core/ztbasec.h"
 #include "core/ztcalls.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
+#include "core/ztparts.hh"
 
 #include <pthread.h>
 #include <string.h>
@@ -21,10 +20,8 @@ static pthread_key_t endOfThread;
 static bool hasKey;
 
 static void releaseContents(ztThreadBlock *block) {
-  void *string = block->scratchString;
-  block->scratchString = nullptr;
-  if (string != nullptr) ztBaseClass_of(string)->unRef(string);
-  ztReleaseUses(&block->uses);
+  ztReleasePart(block->scratchString);
+  if (block->uses.release != nullptr) block->uses.release(&block->uses);
 }
 
 // After its contents, which are released with the calls of the thread that does it.
@@ -74,6 +71,10 @@ ztThreadBlock *ztMakeThreadBlock() {
   blocks = block;
   ztThisThread.block = block;
   return block;
+}
+
+void ztReleaseScratchString() {
+  if (ztThisThread.block != nullptr) ztReleasePart(ztThisThread.block->scratchString);
 }
 
 uint32_t ztNumberOfThread() {

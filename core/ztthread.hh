@@ -31,7 +31,8 @@ struct ztUse {
 
 struct ztUseTable {
   static constexpr int32_t firstCapacity = 32;
-  ztUse *records;  // `first`, or a block of its own; NULL until the first call
+  void (*release)(ztUseTable *uses);  // at the end of the thread; NULL until the first call
+  ztUse *records;                     // `first`, or a block of its own; NULL until the first call
   int32_t count;
   int32_t capacity;
   uint64_t lastNumber;
@@ -83,6 +84,9 @@ ztThreadBlock *ztMakeThreadBlock();
 inline ztThreadBlock *ztBlockOfThread() {
   return ztThisThread.block != nullptr ? ztThisThread.block : ztMakeThreadBlock();
 }
+
+// Releases this thread's scratch string, which is made again when it is needed.
+void ztReleaseScratchString();
 
 // The number of this thread, by which it can be told from others.
 uint32_t ztNumberOfThread();

@@ -23,43 +23,37 @@ ZT_PIN_SLOT(ztFile, getFileName, 38);
 ZT_PIN_FUNCTION(ztFile, renameFile, 10);
 ZT_PIN_FUNCTION(ztFile, fileExist, 13);
 
-static FILE *streamOf(const void *file) {
-  return file == nullptr ? nullptr : static_cast<const ztFile *>(file)->stream;
-}
-
 // Opening and closing -----------------------------------------------------------------------------
 
 static int32_t fileCreate(ztFile &file) {
   if (!ztBaseClass_table()->create(&file)) return 0;
-  auto *file = &file;
-  file->stream = nullptr;
-  ztCopyText(file->fileName, "");
+  file.stream = nullptr;
+  ztCopyText(file.fileName, "");
   return 1;
 }
 
-static void fileRelease(void *object) {
-  FILE *stream = streamOf(object);
+static void fileRelease(ztFile &file) {
+  FILE *stream = file.stream;
   if (stream == nullptr) return;
-  ztForgetClaims(object);
-  static_cast<ztFile *>(object)->stream = nullptr;
+  ztForgetClaims(&file);
+  file.stream = nullptr;
   ztCloseStream(stream);
 }
 
 static void fileClose(ztFile &file) {
-  fileRelease(&file);
+  fileRelease(file);
   ztCopyText(file.fileName, "");
 }
 
 static int32_t fileOpen(ztFile &file, const char *name, const char *mode) {
-  auto *file = &file;
   // The name may stand in the one that `close` is about to clear; such a name is never cut.
-  char kept[sizeof file->fileName];
+  char kept[sizeof file.fileName];
   const bool isWhole = ztCopyText(kept, name);
   ztFile_of(&file)->close(&file);
   if (name == nullptr || mode == nullptr) return 0;
-  file->stream = ztOpenStream(isWhole ? kept : name, mode);
-  if (file->stream == nullptr) return 0;
-  memcpy(file->fileName, kept, sizeof kept);
+  file.stream = ztOpenStream(isWhole ? kept : name, mode);
+  if (file.stream == nullptr) return 0;
+  memcpy(file.fileName, kept, sizeof kept);
   return 1;
 }
 
@@ -72,50 +66,42 @@ static void *fileClone(const void *, void *) {
   return nullptr;
 }
 
-static int32_t fileAssign(void *object, const void *other) {
-  return ztBaseClass_table()->assign(object, other);
-}
-
 static const char *fileGetFileName(const ztFile &file) {
   return file.fileName;
 }
 
 // Positions ---------------------------------------------------------------------------------------
 
-static int32_t seek(void *object, int64_t offset, int whence) {
-  FILE *stream = streamOf(object);
-  return stream == nullptr ? -1 : fseeko(stream, offset, whence);
+static int32_t seek(const ztFile &file, int64_t offset, int whence) {
+  return file.stream == nullptr ? -1 : fseeko(file.stream, offset, whence);
 }
 
-static int32_t fileGoToBegin(void *object) {
-  return seek(object, 0, SEEK_SET);
+static int32_t fileGoToBegin(ztFile &file) {
+  return seek(file, 0, SEEK_SET);
 }
 
-static int32_t fileGoToEnd(void *object) {
-  return seek(object, 0, SEEK_END);
+static int32_t fileGoToEnd(ztFile &file) {
+  return seek(file, 0, SEEK_END);
 }
 
-static int32_t fileGoTo(void *object, int64_t offset) {
-  return seek(object, offset, SEEK_CUR);
+static int32_t fileGoTo(ztFile &file, int64_t offset) {
+  return seek(file, offset, SEEK_CUR);
 }
 
-static int32_t fileGoToAbs(void *object, int64_t offset) {
-  return seek(object, offset, SEEK_SET);
+static int32_t fileGoToAbs(ztFile &file, int64_t offset) {
+  return seek(file, offset, SEEK_SET);
 }
 
-static int64_t fileTell(void *object) {
-  FILE *stream = streamOf(object);
-  return stream == nullptr ? -1 : ftello(stream);
+static int64_t fileTell(ztFile &file) {
+  return file.stream == nullptr ? -1 : ftello(file.stream);
 }
 
-static int32_t fileFlush(void *object) {
-  FILE *stream = streamOf(object);
-  return stream != nullptr && ztFlushStream(stream) ? 0 : EOF;
+static int32_t fileFlush(ztFile &file) {
+  return file.stream != nullptr && ztFlushStream(file.stream) ? 0 : EOF;
 }
 
-static int32_t fileEof(void *object) {
-  FILE *stream = streamOf(object);
-  return stream == nullptr || feof(stream);
+static int32_t fileEof(ztFile &file) {
+  return file.stream == nullptr || feof(file.stream);
 }
 
 // Primitives --------------------------------------------------------------------------------------
@@ -123,75 +109,49 @@ static int32_t fileEof(void *object) {
 // An object belongs to one thread at a time, so the stream's lock, which the plain calls take each time, is
 // left out.
 
-static int32_t writeBytes(void *object, const void *buffer, size_t n) {
-  FILE *stream = streamOf(object);
-  if (stream == nullptr || buffer == nullptr) return 0;
-  return static_cast<int32_t>(ztPutBytes(stream, buffer, n));
+static int32_t writeBytes(const ztFile &file, const void *buffer, size_t n) {
+  if (file.stream == nullptr || buffer == nullptr) return 0;
+  return static_cast<int32_t>(ztPutBytes(file.stream, buffer, n));
 }
 
-static int32_t readBytes(void *object, void *buffer, size_t n) {
-  FILE *stream = streamOf(object);
-  if (stream == nullptr || buffer == nullptr) return 0;
-  return static_cast<int32_t>(ztTakeBytes(stream, buffer, n));
-}
-
-template <typename Value>
-static int32_t writeValue(void *object, Value value) {
-  return writeBytes(object, &value, sizeof value) == sizeof value;
+static int32_t readBytes(const ztFile &file, void *buffer, size_t n) {
+  if (file.stream == nullptr || buffer == nullptr) return 0;
+  return static_cast<int32_t>(ztTakeBytes(file.stream, buffer, n));
 }
 
 template <typename Value>
-static int32_t readValue(void *object, Value *out) {
-  return readBytes(object, out, sizeof *out) == sizeof *out;
+static int32_t writeValue(ztFile &file, Value value) {
+  return writeBytes(file, &value, sizeof value) == sizeof value;
 }
 
-static int32_t fileWriteInt(void *object, int32_t value) {
-  return writeValue(object, value);
+template <typename Value>
+static int32_t readValue(ztFile &file, Value *out) {
+  return readBytes(file, out, sizeof *out) == sizeof *out;
 }
 
-static int32_t fileReadInt(void *object, int32_t *out) {
-  ztThisThread.countSource = object;
-  return readValue(object, out);
+static int32_t fileReadInt(ztFile &file, int32_t *out) {
+  ztThisThread.countSource = &file;
+  return readValue(file, out);
 }
 
-static int32_t fileWriteLong(void *object, int64_t value) {
-  return writeValue(object, value);
+static int32_t fileWriteChar(ztFile &file, int32_t value) {
+  return writeValue(file, static_cast<char>(value));
 }
 
-static int32_t fileReadLong(void *object, int64_t *out) {
-  return readValue(object, out);
+static int32_t fileWriteBuf(ztFile &file, int32_t n, const void *buffer) {
+  return n <= 0 ? 0 : writeBytes(file, buffer, static_cast<size_t>(n));
 }
 
-static int32_t fileWriteFloat(void *object, double value) {
-  return writeValue(object, value);
+static int32_t fileReadBuf(ztFile &file, int32_t n, void *buffer) {
+  return n <= 0 ? 0 : readBytes(file, buffer, static_cast<size_t>(n));
 }
 
-static int32_t fileReadFloat(void *object, double *out) {
-  return readValue(object, out);
+static int32_t fileWriteString(ztFile &file, const char *text) {
+  return text == nullptr ? 0 : writeBytes(file, text, strlen(text) + 1);
 }
 
-static int32_t fileWriteChar(void *object, int32_t value) {
-  return writeValue(object, static_cast<char>(value));
-}
-
-static int32_t fileReadChar(void *object, char *out) {
-  return readValue(object, out);
-}
-
-static int32_t fileWriteBuf(void *object, int32_t n, const void *buffer) {
-  return n <= 0 ? 0 : writeBytes(object, buffer, static_cast<size_t>(n));
-}
-
-static int32_t fileReadBuf(void *object, int32_t n, void *buffer) {
-  return n <= 0 ? 0 : readBytes(object, buffer, static_cast<size_t>(n));
-}
-
-static int32_t fileWriteString(void *object, const char *text) {
-  return text == nullptr ? 0 : writeBytes(object, text, strlen(text) + 1);
-}
-
-static intptr_t fileReadString(void *object, int32_t n, char *buffer) {
-  return n <= 0 ? 0 : readBytes(object, buffer, static_cast<size_t>(n));
+static intptr_t fileReadString(ztFile &file, int32_t n, char *buffer) {
+  return fileReadBuf(file, n, buffer);
 }
 
 // Class functions ---------------------------------------------------------------------------------
@@ -247,30 +207,30 @@ void ztFillFileFunctions(ztFileFunctions *functions) {
 static void fileMethods(ztFileMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<fileCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, fileClone);
-  ZT_OVERRIDE_METHOD(methods, assign, fileAssign);
+  ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<fileDestroy>);
   ZT_OVERRIDE_METHOD(methods, open, ztMethod<fileOpen>);
   ZT_OVERRIDE_METHOD(methods, close, ztMethod<fileClose>);
-  ZT_OVERRIDE_METHOD(methods, release, fileRelease);
-  ZT_OVERRIDE_METHOD(methods, goToBegin, fileGoToBegin);
-  ZT_OVERRIDE_METHOD(methods, goToEnd, fileGoToEnd);
-  ZT_OVERRIDE_METHOD(methods, goTo, fileGoTo);
-  ZT_OVERRIDE_METHOD(methods, goToAbs, fileGoToAbs);
-  ZT_OVERRIDE_METHOD(methods, tell, fileTell);
-  ZT_OVERRIDE_METHOD(methods, flush, fileFlush);
-  ZT_OVERRIDE_METHOD(methods, eof, fileEof);
-  ZT_OVERRIDE_METHOD(methods, writeInt, fileWriteInt);
-  ZT_OVERRIDE_METHOD(methods, readInt, fileReadInt);
-  ZT_OVERRIDE_METHOD(methods, writeLong, fileWriteLong);
-  ZT_OVERRIDE_METHOD(methods, readLong, fileReadLong);
-  ZT_OVERRIDE_METHOD(methods, writeFloat, fileWriteFloat);
-  ZT_OVERRIDE_METHOD(methods, readFloat, fileReadFloat);
-  ZT_OVERRIDE_METHOD(methods, writeBuf, fileWriteBuf);
-  ZT_OVERRIDE_METHOD(methods, readBuf, fileReadBuf);
-  ZT_OVERRIDE_METHOD(methods, writeString, fileWriteString);
-  ZT_OVERRIDE_METHOD(methods, readString, fileReadString);
-  ZT_OVERRIDE_METHOD(methods, writeChar, fileWriteChar);
-  ZT_OVERRIDE_METHOD(methods, readChar, fileReadChar);
+  ZT_OVERRIDE_METHOD(methods, release, ztMethod<fileRelease>);
+  ZT_OVERRIDE_METHOD(methods, goToBegin, (ztMethodOr<fileGoToBegin, -1>));
+  ZT_OVERRIDE_METHOD(methods, goToEnd, (ztMethodOr<fileGoToEnd, -1>));
+  ZT_OVERRIDE_METHOD(methods, goTo, (ztMethodOr<fileGoTo, -1>));
+  ZT_OVERRIDE_METHOD(methods, goToAbs, (ztMethodOr<fileGoToAbs, -1>));
+  ZT_OVERRIDE_METHOD(methods, tell, (ztMethodOr<fileTell, -1>));
+  ZT_OVERRIDE_METHOD(methods, flush, (ztMethodOr<fileFlush, EOF>));
+  ZT_OVERRIDE_METHOD(methods, eof, (ztMethodOr<fileEof, 1>));
+  ZT_OVERRIDE_METHOD(methods, writeInt, ztMethod<writeValue<int32_t>>);
+  ZT_OVERRIDE_METHOD(methods, readInt, ztMethod<fileReadInt>);
+  ZT_OVERRIDE_METHOD(methods, writeLong, ztMethod<writeValue<int64_t>>);
+  ZT_OVERRIDE_METHOD(methods, readLong, ztMethod<readValue<int64_t>>);
+  ZT_OVERRIDE_METHOD(methods, writeFloat, ztMethod<writeValue<double>>);
+  ZT_OVERRIDE_METHOD(methods, readFloat, ztMethod<readValue<double>>);
+  ZT_OVERRIDE_METHOD(methods, writeBuf, ztMethod<fileWriteBuf>);
+  ZT_OVERRIDE_METHOD(methods, readBuf, ztMethod<fileReadBuf>);
+  ZT_OVERRIDE_METHOD(methods, writeString, ztMethod<fileWriteString>);
+  ZT_OVERRIDE_METHOD(methods, readString, ztMethod<fileReadString>);
+  ZT_OVERRIDE_METHOD(methods, writeChar, ztMethod<fileWriteChar>);
+  ZT_OVERRIDE_METHOD(methods, readChar, ztMethod<readValue<char>>);
   ZT_OVERRIDE_METHOD(methods, getFileName, ztMethod<fileGetFileName>);
 }
 

@@ -5,6 +5,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
+#include "core/ztparts.hh"
 #include "core/ztthread.hh"
 #include "io/ztclaims.hh"
 #include "io/ztfile.h"
@@ -28,10 +29,6 @@ ZT_PIN_CLASS(ztStringArray, 80, 42);
 constexpr int32_t initialSize = 20;
 
 // The buffer --------------------------------------------------------------------------------------
-
-static ztCharArray *bufferOf(const void *string) {
-  return static_cast<const ztString *>(string)->buffer;
-}
 
 static int32_t sizeOf(const ztCharArray *buffer) {
   return buffer == nullptr ? 0 : ztCharArray_of(buffer)->getSize(buffer);
@@ -78,14 +75,14 @@ static bool setOwnBytes(ztCharArray *buffer, const char *text, size_t size) {
   return done;
 }
 
-static void *stringSet(void *object, const char *text) {
-  ztCharArray *buffer = object == nullptr ? nullptr : bufferOf(object);
+static void *stringSet(ztString &string, const char *text) {
+  ztCharArray *buffer = string.buffer;
   if (buffer == nullptr) return nullptr;
-  if (text == nullptr) return resizeBuffer(buffer, 0) ? object : nullptr;
+  if (text == nullptr) return resizeBuffer(buffer, 0) ? &string : nullptr;
   const size_t size = strlen(text) + 1;
   const bool done =
       mayBeWithin(buffer, text) ? setOwnBytes(buffer, text, size) : setBytes(buffer, text, size);
-  return done ? object : nullptr;
+  return done ? &string : nullptr;
 }
 
 static void *stringCat(ztString &string, const void *other) {
@@ -96,9 +93,8 @@ static void *stringCat(ztString &string, const void *other) {
   const size_t otherLength = otherMethods->length(other);
   if (otherLength == 0) return &string;
   if (length == 0) return methods->set(&string, otherMethods->get(other));
-  ztCharArray *buffer = bufferOf(&string);
-  if (!resizeBuffer(buffer, length + otherLength + 1)) return nullptr;
-  char *data = dataOf(buffer);
+  if (!resizeBuffer(string.buffer, length + otherLength + 1)) return nullptr;
+  char *data = dataOf(string.buffer);
   if (data == nullptr) return nullptr;
   // Asked for only now: the other may be this string, whose text has just moved.
   char *end = data + length;
@@ -107,32 +103,31 @@ static void *stringCat(ztString &string, const void *other) {
   return &string;
 }
 
-static const char *stringGet(const void *object) {
-  return object == nullptr ? nullptr : dataOf(bufferOf(object));
+static const char *stringGet(const ztString &string) {
+  return dataOf(string.buffer);
 }
 
-static uint32_t stringLength(const void *object) {
-  const ztCharArray *buffer = object == nullptr ? nullptr : bufferOf(object);
-  const char *text = sizeOf(buffer) == 0 ? nullptr : dataOf(buffer);
+static uint32_t stringLength(const ztString &string) {
+  const char *text = sizeOf(string.buffer) == 0 ? nullptr : dataOf(string.buffer);
   return text == nullptr ? 0 : static_cast<uint32_t>(strlen(text));
 }
 
-static int32_t stringIsEmpty(const void *object) {
-  return object != nullptr && ztString_of(object)->length(object) == 0;
+static int32_t stringIsEmpty(const ztString &string) {
+  return ztString_of(&string)->length(&string) == 0;
 }
 
 // Comparison --------------------------------------------------------------------------------------
 
-static int32_t stringIsEqual(const void *object, const void *other) {
-  return object != nullptr && other != nullptr && strcmp(textOf(object), textOf(other)) == 0;
+static int32_t stringIsEqual(const ztString &string, const void *other) {
+  return other != nullptr && strcmp(textOf(&string), textOf(other)) == 0;
 }
 
-static int32_t stringIsLess(const void *object, const void *other) {
-  return object != nullptr && other != nullptr && strcmp(textOf(object), textOf(other)) < 0;
+static int32_t stringIsLess(const ztString &string, const void *other) {
+  return other != nullptr && strcmp(textOf(&string), textOf(other)) < 0;
 }
 
-static int32_t stringIsMajor(const void *object, const void *other) {
-  return object != nullptr && other != nullptr && strcmp(textOf(object), textOf(other)) > 0;
+static int32_t stringIsMajor(const ztString &string, const void *other) {
+  return other != nullptr && strcmp(textOf(&string), textOf(other)) > 0;
 }
 
 // The string as an object -------------------------------------------------------------------------
@@ -144,19 +139,19 @@ static int32_t stringCreate(ztString &string) {
   return buffer != nullptr && ztCharArray_of(buffer)->setSize(buffer, initialSize) != 0;
 }
 
-static void *stringClone(const void *object, void *target) {
-  auto *copy = static_cast<ztString *>(ztBaseClass_table()->clone(object, target));
+static void *stringClone(const ztString &string, void *target) {
+  auto *copy = static_cast<ztString *>(ztBaseClass_table()->clone(&string, target));
   if (copy == nullptr) return nullptr;
-  copy->buffer = static_cast<ztCharArray *>(ztCopyObject(bufferOf(object)));
-  if (copy->buffer != nullptr || bufferOf(object) == nullptr) return copy;
+  copy->buffer = static_cast<ztCharArray *>(ztCopyObject(string.buffer));
+  if (copy->buffer != nullptr || string.buffer == nullptr) return copy;
   ztBaseClass_table()->destroy(copy);
   return nullptr;
 }
 
-static int32_t stringAssign(void *object, const void *other) {
-  if (object == nullptr || other == nullptr || !ztBaseClass_table()->assign(object, other)) return 0;
-  ztCharArray *buffer = bufferOf(object);
-  const ztCharArray *source = bufferOf(other);
+static int32_t stringAssign(ztString &string, const void *other) {
+  if (other == nullptr || !ztBaseClass_table()->assign(&string, other)) return 0;
+  ztCharArray *buffer = string.buffer;
+  const ztCharArray *source = static_cast<const ztString *>(other)->buffer;
   if (buffer == nullptr) return source == nullptr;
   const ztCharArrayMethods *methods = ztCharArray_of(buffer);
   if (!methods->setSize(buffer, sizeOf(source))) return 0;
@@ -166,14 +161,12 @@ static int32_t stringAssign(void *object, const void *other) {
 
 static void stringDestroy(ztString &string) {
   ztBaseClass_table()->destroy(&string);
-  ztCharArray *buffer = bufferOf(&string);
-  string.buffer = nullptr;
-  if (buffer != nullptr) ztCharArray_of(buffer)->unRef(buffer);
+  ztReleasePart(string.buffer);
 }
 
-static int32_t stringWrite(const void *object, void *file) {
-  if (object == nullptr || file == nullptr) return 0;
-  const ztCharArray *buffer = bufferOf(object);
+static int32_t stringWrite(const ztString &string, void *file) {
+  if (file == nullptr) return 0;
+  const ztCharArray *buffer = string.buffer;
   const ztFileMethods *methods = ztFile_of(file);
   const int32_t size = sizeOf(buffer);
   if (methods->writeInt(file, size) <= 0) return 0;
@@ -252,9 +245,9 @@ static int32_t readArriving(ztCharArray *buffer, int32_t size, ztClaims *claims)
   return installText(buffer, text, size);
 }
 
-static int32_t stringRead(void *object, void *file) {
-  ztCharArray *buffer = object == nullptr || file == nullptr ? nullptr : bufferOf(object);
-  if (buffer == nullptr) return 0;
+static int32_t stringRead(ztString &string, void *file) {
+  ztCharArray *buffer = string.buffer;
+  if (buffer == nullptr || file == nullptr) return 0;
   ztClaims claims(file);
   int32_t stored = 0;
   if (!claims.readCount(&stored) || stored >= INT32_MAX - 1) return 0;
@@ -343,13 +336,6 @@ int32_t ztString_load(void *string, void *file) {
 // Each thread has one of its own, made by its first newString, released with the class or the thread, and made
 // again by a later newString.
 
-void ztReleaseScratchString() {
-  if (ztThisThread.block == nullptr) return;
-  void *released = ztThisThread.block->scratchString;
-  ztThisThread.block->scratchString = nullptr;
-  if (released != nullptr) ztString_of(released)->unRef(released);
-}
-
 static void *stringNewString(const void *, const char *text) {
   ztThreadBlock *block = ztBlockOfThread();
   if (block->scratchString == nullptr) block->scratchString = ztMakeObject(ztString_ctor);
@@ -373,19 +359,19 @@ static void stringFunctions(ztStringFunctions *functions) {
 
 static void stringMethods(ztStringMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<stringCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, stringClone);
-  ZT_OVERRIDE_METHOD(methods, assign, stringAssign);
-  ZT_OVERRIDE_METHOD(methods, isEqual, stringIsEqual);
-  ZT_OVERRIDE_METHOD(methods, isLess, stringIsLess);
-  ZT_OVERRIDE_METHOD(methods, isMajor, stringIsMajor);
+  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<stringClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<stringAssign>);
+  ZT_OVERRIDE_METHOD(methods, isEqual, ztMethod<stringIsEqual>);
+  ZT_OVERRIDE_METHOD(methods, isLess, ztMethod<stringIsLess>);
+  ZT_OVERRIDE_METHOD(methods, isMajor, ztMethod<stringIsMajor>);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<stringDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, stringRead);
-  ZT_OVERRIDE_METHOD(methods, write, stringWrite);
-  ZT_OVERRIDE_METHOD(methods, set, stringSet);
+  ZT_OVERRIDE_METHOD(methods, read, ztMethod<stringRead>);
+  ZT_OVERRIDE_METHOD(methods, write, ztMethod<stringWrite>);
+  ZT_OVERRIDE_METHOD(methods, set, ztMethod<stringSet>);
   ZT_OVERRIDE_METHOD(methods, cat, ztMethod<stringCat>);
-  ZT_OVERRIDE_METHOD(methods, get, stringGet);
-  ZT_OVERRIDE_METHOD(methods, length, stringLength);
-  ZT_OVERRIDE_METHOD(methods, isEmpty, stringIsEmpty);
+  ZT_OVERRIDE_METHOD(methods, get, ztMethod<stringGet>);
+  ZT_OVERRIDE_METHOD(methods, length, ztMethod<stringLength>);
+  ZT_OVERRIDE_METHOD(methods, isEmpty, ztMethod<stringIsEmpty>);
 }
 
 ZT_DEFINE_CLASS_FULL(ztString, ztBaseClass, stringMethods, 1, ztStringFunctions, stringFunctions)
@@ -403,17 +389,17 @@ int32_t ztStringArray_compare_func_ptr(const void *first, const void *second) {
   return ztStringArray_compare_func(first, second);
 }
 
-static int32_t stringArrayCreate(void *object) {
-  if (!ztArray_table()->create(object)) return 0;
-  const ztArrayMethods *methods = ztArray_of(object);
-  methods->setElementConstructor(object, ztString_ctor);
-  methods->setElementSize(object, sizeof(ztString), 0);
-  methods->setCompareFunction(object, ztStringArray_compare_func);
+static int32_t stringArrayCreate(ztStringArray &array) {
+  if (!ztArray_table()->create(&array)) return 0;
+  const ztArrayMethods *methods = ztArray_of(&array);
+  methods->setElementConstructor(&array, ztString_ctor);
+  methods->setElementSize(&array, sizeof(ztString), 0);
+  methods->setCompareFunction(&array, ztStringArray_compare_func);
   return 1;
 }
 
 static void stringArrayMethods(ztStringArrayMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, stringArrayCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<stringArrayCreate>);
 }
 
 ZT_DEFINE_CLASS(ztStringArray, ztArray, stringArrayMethods)

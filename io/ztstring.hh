@@ -16,9 +16,6 @@ inline ztString *ztNewString(const char *text) {
   return nullptr;
 }
 
-// Releases this thread's scratch string of newString, which makes it again when it is called.
-void ztReleaseScratchString();
-
 // Whether a buffer is of the library's own class, which keeps its text where its fields say.
 inline bool ztIsOwnBuffer(const ztCharArray *buffer) {
   return ztOOP_classOf(buffer) == ztCharArrayClass_Instance();

@@ -2,6 +2,7 @@
 
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
+#include "core/ztmethod.hh"
 #include "io/ztfile.hh"
 #include "io/ztstream.hh"
 
@@ -18,15 +19,6 @@ static_assert(sizeof(ztTextFileFunctions) == sizeof(ztFileFunctions));
 // What the formats below name.
 static_assert(std::is_same_v<int64_t, long>);
 
-static FILE *streamOf(const void *file) {
-  return file == nullptr ? nullptr : static_cast<const ztTextFile *>(file)->stream;
-}
-
-// The stream, when there is one and also something to take from it or give to it.
-static FILE *streamFor(const void *file, const void *data) {
-  return data == nullptr ? nullptr : streamOf(file);
-}
-
 // Numbers, written -------------------------------------------------------------------------------
 //
 // Whatever locale the host or its thread has set, numbers have a point and no other separator.
@@ -41,35 +33,25 @@ static int32_t put(FILE *stream, const char *text, int length) {
   return ztPutBytes(stream, text, size) == size ? length : -1;
 }
 
-static int32_t putWhole(FILE *stream, int64_t value) {
+template <typename Value>
+static int32_t textFileWriteWhole(ztTextFile &file, Value value) {
+  if (file.stream == nullptr) return 0;
   char text[24];
-  return put(stream, text, snprintf(text, sizeof text, "%ld\n", value));
+  return put(file.stream, text, snprintf(text, sizeof text, "%ld\n", int64_t{value}));
 }
 
-static int32_t textFileWriteInt(void *object, int32_t value) {
-  FILE *stream = streamOf(object);
-  return stream == nullptr ? 0 : putWhole(stream, value);
-}
-
-static int32_t textFileWriteLong(void *object, int64_t value) {
-  FILE *stream = streamOf(object);
-  return stream == nullptr ? 0 : putWhole(stream, value);
-}
-
-static int32_t textFileWriteFloat(void *object, double value) {
-  FILE *stream = streamOf(object);
-  if (stream == nullptr) return 0;
+static int32_t textFileWriteFloat(ztTextFile &file, double value) {
+  if (file.stream == nullptr) return 0;
   char text[330];  // the largest double has 309 digits before the point
   const locale_t before = uselocale(plainLocale());
   const int length = snprintf(text, sizeof text, "%lf\n", value);
   uselocale(before);
-  return put(stream, text, length);
+  return put(file.stream, text, length);
 }
 
-static int32_t textFileWriteChar(void *object, int32_t value) {
-  FILE *stream = streamOf(object);
+static int32_t textFileWriteChar(ztTextFile &file, int32_t value) {
   const char text[] = {static_cast<char>(value), '\n'};
-  return stream == nullptr ? 0 : put(stream, text, sizeof text);
+  return file.stream == nullptr ? 0 : put(file.stream, text, sizeof text);
 }
 
 // Numbers, read ----------------------------------------------------------------------------------
@@ -136,15 +118,13 @@ static bool readWhole(FILE *stream, Value *out) {
   return true;
 }
 
-static int32_t textFileReadInt(void *object, int32_t *out) {
-  FILE *stream = streamFor(object, out);
-  ztThisThread.countSource = object;
-  return stream != nullptr && readWhole(stream, out);
+static int32_t textFileReadLong(ztTextFile &file, int64_t *out) {
+  return file.stream != nullptr && out != nullptr && readWhole(file.stream, out);
 }
 
-static int32_t textFileReadLong(void *object, int64_t *out) {
-  FILE *stream = streamFor(object, out);
-  return stream != nullptr && readWhole(stream, out);
+static int32_t textFileReadInt(ztTextFile &file, int32_t *out) {
+  ztThisThread.countSource = &file;
+  return file.stream != nullptr && out != nullptr && readWhole(file.stream, out);
 }
 
 namespace {
@@ -273,14 +253,12 @@ static bool readReal(FILE *stream, double *out) {
   return true;
 }
 
-static int32_t textFileReadFloat(void *object, double *out) {
-  FILE *stream = streamFor(object, out);
-  return stream != nullptr && readReal(stream, out);
+static int32_t textFileReadFloat(ztTextFile &file, double *out) {
+  return file.stream != nullptr && out != nullptr && readReal(file.stream, out);
 }
 
-static int32_t textFileReadChar(void *object, char *out) {
-  FILE *stream = streamFor(object, out);
-  const int byte = stream == nullptr ? EOF : ztTakeByte(stream);
+static int32_t textFileReadChar(ztTextFile &file, char *out) {
+  const int byte = file.stream == nullptr || out == nullptr ? EOF : ztTakeByte(file.stream);
   if (byte == EOF) return 0;
   *out = static_cast<char>(byte);
   return 1;
@@ -297,58 +275,54 @@ static bool putLineFeed(FILE *stream) {
   return ztPutBytes(stream, "\n", 1) == 1;
 }
 
-static int32_t textFileWriteBuf(void *object, int32_t n, const void *buffer) {
-  FILE *stream = streamOf(object);
-  if (stream == nullptr || !isBuffer(n, buffer)) return 0;
-  if (n > 0) ztPutBytes(stream, buffer, static_cast<size_t>(n));
-  putLineFeed(stream);
+static int32_t textFileWriteBuf(ztTextFile &file, int32_t n, const void *buffer) {
+  if (file.stream == nullptr || !isBuffer(n, buffer)) return 0;
+  if (n > 0) ztPutBytes(file.stream, buffer, static_cast<size_t>(n));
+  putLineFeed(file.stream);
   return n;
 }
 
-static int32_t textFileReadBuf(void *object, int32_t n, void *buffer) {
-  FILE *stream = streamOf(object);
-  if (stream == nullptr || !isBuffer(n, buffer)) return 0;
+static int32_t textFileReadBuf(ztTextFile &file, int32_t n, void *buffer) {
+  if (file.stream == nullptr || !isBuffer(n, buffer)) return 0;
   const auto wanted = static_cast<size_t>(n);
-  const size_t got = n > 0 ? ztTakeBytes(stream, buffer, wanted) : 0;
+  const size_t got = n > 0 ? ztTakeBytes(file.stream, buffer, wanted) : 0;
   // The result does not tell a short read, so what is missing must not be stale memory.
   if (got < wanted) memset(static_cast<char *>(buffer) + got, 0, wanted - got);
-  ztTakeByte(stream);
+  ztTakeByte(file.stream);
   return n;
 }
 
 // Texts -------------------------------------------------------------------------------------------
 
-static int32_t textFileWriteString(void *object, const char *text) {
-  FILE *stream = streamFor(object, text);
-  if (stream == nullptr) return 0;
+static int32_t textFileWriteString(ztTextFile &file, const char *text) {
+  if (file.stream == nullptr || text == nullptr) return 0;
   const char *written = *text == '\0' ? "null" : text;
   const size_t length = strlen(written);
-  if (ztPutBytes(stream, written, length) != length) return 0;
-  return written[length - 1] == '\n' || putLineFeed(stream);
+  if (ztPutBytes(file.stream, written, length) != length) return 0;
+  return written[length - 1] == '\n' || putLineFeed(file.stream);
 }
 
-static intptr_t textFileReadString(void *object, int32_t n, char *buffer) {
-  FILE *stream = streamFor(object, buffer);
-  if (stream == nullptr || n <= 0) return 0;
-  const int32_t length = ztTakeLine(stream, buffer, n - 1);
+static intptr_t textFileReadString(ztTextFile &file, int32_t n, char *buffer) {
+  if (file.stream == nullptr || buffer == nullptr || n <= 0) return 0;
+  const int32_t length = ztTakeLine(file.stream, buffer, n - 1);
   if (length < 0 || (length == 0 && n > 1)) return 0;
   buffer[length] = '\0';
   return reinterpret_cast<intptr_t>(buffer);
 }
 
 static void textFileMethods(ztTextFileMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, writeInt, textFileWriteInt);
-  ZT_OVERRIDE_METHOD(methods, readInt, textFileReadInt);
-  ZT_OVERRIDE_METHOD(methods, writeLong, textFileWriteLong);
-  ZT_OVERRIDE_METHOD(methods, readLong, textFileReadLong);
-  ZT_OVERRIDE_METHOD(methods, writeFloat, textFileWriteFloat);
-  ZT_OVERRIDE_METHOD(methods, readFloat, textFileReadFloat);
-  ZT_OVERRIDE_METHOD(methods, writeBuf, textFileWriteBuf);
-  ZT_OVERRIDE_METHOD(methods, readBuf, textFileReadBuf);
-  ZT_OVERRIDE_METHOD(methods, writeString, textFileWriteString);
-  ZT_OVERRIDE_METHOD(methods, readString, textFileReadString);
-  ZT_OVERRIDE_METHOD(methods, writeChar, textFileWriteChar);
-  ZT_OVERRIDE_METHOD(methods, readChar, textFileReadChar);
+  ZT_OVERRIDE_METHOD(methods, writeInt, ztMethod<textFileWriteWhole<int32_t>>);
+  ZT_OVERRIDE_METHOD(methods, readInt, ztMethod<textFileReadInt>);
+  ZT_OVERRIDE_METHOD(methods, writeLong, ztMethod<textFileWriteWhole<int64_t>>);
+  ZT_OVERRIDE_METHOD(methods, readLong, ztMethod<textFileReadLong>);
+  ZT_OVERRIDE_METHOD(methods, writeFloat, ztMethod<textFileWriteFloat>);
+  ZT_OVERRIDE_METHOD(methods, readFloat, ztMethod<textFileReadFloat>);
+  ZT_OVERRIDE_METHOD(methods, writeBuf, ztMethod<textFileWriteBuf>);
+  ZT_OVERRIDE_METHOD(methods, readBuf, ztMethod<textFileReadBuf>);
+  ZT_OVERRIDE_METHOD(methods, writeString, ztMethod<textFileWriteString>);
+  ZT_OVERRIDE_METHOD(methods, readString, ztMethod<textFileReadString>);
+  ZT_OVERRIDE_METHOD(methods, writeChar, ztMethod<textFileWriteChar>);
+  ZT_OVERRIDE_METHOD(methods, readChar, ztMethod<textFileReadChar>);
 }
 
 ZT_DEFINE_CLASS_FULL(ztTextFile, ztFile, textFileMethods, 1, ztFileFunctions, ztFillFileFunctions)

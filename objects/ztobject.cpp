@@ -4,6 +4,7 @@
 #include "containers/ztmapiter.h"
 #include "core/ztbasec.hh"
 #include "core/ztcheck.hh"
+#include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
@@ -1069,7 +1070,18 @@ static void *objectGetSender(const void *object) {
   return object == nullptr ? nullptr : objectOf(object)->sender;
 }
 
+static void checkRelease(void *object) {
+  ztCheckThread(ztEmitterOf(object), "a release");
+}
+
+static void forgetSender(void *object) {
+  static_cast<ztObject *>(object)->sender = nullptr;
+}
+
 static void objectFunctions(ztClassFunctions *functions) {
+  ztKeep(ztKept::declarations, ztReleaseStaticProperties, ztForgetStaticProperties);
+  ztCheckRelease = checkRelease;
+  ztLeaveReceiver = forgetSender;
   functions->classInit = objectClassInit;
   functions->classDestroy = objectClassDestroy;
 }

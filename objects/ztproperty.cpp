@@ -3,6 +3,7 @@
 #include "containers/ztcompare.hh"
 #include "containers/ztpointers.hh"
 #include "core/ztbasec.hh"
+#include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
 #include "core/ztmethod.hh"
@@ -161,6 +162,7 @@ static void propertyClassDestroy(void *) {
 }
 
 static void propertyFunctions(ztPropertyFunctions *functions) {
+  ztKeep(ztKept::types, ztReleasePropertyTypes, ztForgetPropertyType);
   functions->classInit = propertyClassInit;
   functions->classDestroy = propertyClassDestroy;
   functions->registerNewType = propertyRegisterNewType;

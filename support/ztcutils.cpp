@@ -1,6 +1,7 @@
 #include "support/ztcutils.h"
 
 #include "core/ztlock.hh"
+#include "core/ztmessage.hh"
 #include "core/zttext.hh"
 #include "core/ztthread.hh"
 #include "support/ztpath.hh"
@@ -40,16 +41,10 @@ int32_t ztCu_genUniqueId(void) {
 // Text --------------------------------------------------------------------------------------------
 
 const char *ztCu_fmtMsg(const char *format, ...) {
-  char(&text)[512] = ztBlockOfThread()->message;
-  // Formatted aside first: an argument may be the result of an earlier call.
-  char fresh[sizeof text] = "";
-  if (format != nullptr) {
-    va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(fresh, sizeof fresh, format, arguments);
-    va_end(arguments);
-  }
-  ztCopyText(text, fresh);
+  va_list arguments;
+  va_start(arguments, format);
+  const char *text = ztFormatMessage(format, arguments);
+  va_end(arguments);
   return text;
 }
 

@@ -9,23 +9,22 @@
 ZT_PIN_CLASS(ztIntTag, 88, 21);
 ZT_PIN_FIELD(ztIntTag, cachedResult, 80);
 
-static int32_t intTagCreate(void *object) {
-  if (!ztTagAttribute_table()->create(object)) return 0;
-  auto *attribute = static_cast<ztIntTag *>(object);
-  attribute->type = 1;
-  attribute->cachedResult = 0;
-  attribute->values = ztNewObject<ztArray>(ztIntArray_ctor);
-  if (attribute->values == nullptr || !ztArray_of(attribute->values)->setSize(attribute->values, 1)) return 0;
+static int32_t intTagCreate(ztIntTag &attribute) {
+  if (!ztTagAttribute_table()->create(&attribute)) return 0;
+  attribute.type = 1;
+  attribute.cachedResult = 0;
+  attribute.values = ztNewObject<ztArray>(ztIntArray_ctor);
+  if (attribute.values == nullptr || !ztArray_of(attribute.values)->setSize(attribute.values, 1)) return 0;
   const int32_t zero = 0;
-  ztArray_of(attribute->values)->setAt(attribute->values, &zero, 0);
+  ztArray_of(attribute.values)->setAt(attribute.values, &zero, 0);
   return 1;
 }
 
-static int32_t sumOf(const void *object, int32_t count) {
+static int32_t sumOf(const ztIntTag &attribute, int32_t count) {
   uint32_t sum = 0;  // unsigned, so that it wraps
   for (int32_t i = 0; i < count; ++i) {
     int32_t value = 0;
-    ztIntTag_of(object)->getValue(object, i, &value);
+    ztIntTag_of(&attribute)->getValue(&attribute, i, &value);
     sum += static_cast<uint32_t>(value);
   }
   return static_cast<int32_t>(sum);
@@ -33,26 +32,26 @@ static int32_t sumOf(const void *object, int32_t count) {
 
 // A caller gets the result of the call before, and that only while no value has changed; the fresh
 // result is for the next call.
-static void calculate(ztIntTag *attribute, bool average, void *out) {
-  if (!ztTatHasValuesOf(attribute, sizeof(int32_t))) return;
-  if (!attribute->changed && out != nullptr) *static_cast<int32_t *>(out) = attribute->cachedResult;
-  const int32_t count = ztTatCount(attribute);
-  attribute->cachedResult = sumOf(attribute, count);
-  if (average && count > 0) attribute->cachedResult /= count;
+static void calculate(ztIntTag &attribute, bool average, void *out) {
+  if (!ztTatHasValuesOf(&attribute, sizeof(int32_t))) return;
+  if (!attribute.changed && out != nullptr) *static_cast<int32_t *>(out) = attribute.cachedResult;
+  const int32_t count = ztTatCount(&attribute);
+  attribute.cachedResult = sumOf(attribute, count);
+  if (average && count > 0) attribute.cachedResult /= count;
 }
 
-static void *intTagGetAverageValue(ztIntTag &self, void *out) {
-  calculate(&self, true, out);
-  return ztTagAttribute_table()->getAverageValue(&self, out);
+static void *intTagGetAverageValue(ztIntTag &attribute, void *out) {
+  calculate(attribute, true, out);
+  return ztTagAttribute_table()->getAverageValue(&attribute, out);
 }
 
-static void *intTagGetTotalValue(ztIntTag &self, void *out) {
-  calculate(&self, false, out);
-  return ztTagAttribute_table()->getTotalValue(&self, out);
+static void *intTagGetTotalValue(ztIntTag &attribute, void *out) {
+  calculate(attribute, false, out);
+  return ztTagAttribute_table()->getTotalValue(&attribute, out);
 }
 
 static void intTagMethods(ztIntTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, intTagCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<intTagCreate>);
   ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<intTagGetAverageValue>);
   ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<intTagGetTotalValue>);
 }

@@ -3,6 +3,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
+#include "core/ztparts.hh"
 #include "core/zttext.hh"
 #include "objects/ztobject.hh"
 #include "tags/zttag.hh"
@@ -22,35 +23,33 @@ ZT_PIN_SLOT(ztTag, swapTags, 63);
 
 // Attributes of a tag -----------------------------------------------------------------------------
 
-static int32_t countOf(const void *object) {
-  if (object == nullptr) return 0;
-  const ztPtrArray *attributes = static_cast<const ztTag *>(object)->attributes;
+static int32_t countOf(const ztTag &tag) {
+  const ztPtrArray *attributes = tag.attributes;
   return attributes == nullptr ? 0 : ztPtrArray_of(attributes)->getSize(attributes);
 }
 
 // NULL where there is none, and where the attribute was destroyed.
-static ztTagAttribute *attributeAt(const void *object, int32_t index) {
-  if (object == nullptr) return nullptr;
-  const ztPtrArray *attributes = static_cast<const ztTag *>(object)->attributes;
+static ztTagAttribute *attributeAt(const ztTag &tag, int32_t index) {
+  const ztPtrArray *attributes = tag.attributes;
   if (attributes == nullptr) return nullptr;
   return static_cast<ztTagAttribute *>(ztPtrArray_of(attributes)->getAt(attributes, index));
 }
 
 // An array moves the tags that lie in it, so an attribute that is handed out is told where its tag is.
-static ztTagAttribute *toHandOut(const void *object, ztTagAttribute *attribute) {
-  ztTatHold(attribute, static_cast<const ztTag *>(object));
+static ztTagAttribute *toHandOut(const ztTag &tag, ztTagAttribute *attribute) {
+  ztTatHold(attribute, &tag);
   return attribute;
 }
 
-static ztTagAttribute *resolve(const void *object, const ztTagHandle *handle) {
+static ztTagAttribute *resolve(const ztTag &tag, const ztTagHandle *handle) {
   if (handle == nullptr) return nullptr;
-  ztTagAttribute *attribute = attributeAt(object, handle->index);
+  ztTagAttribute *attribute = attributeAt(tag, handle->index);
   if (attribute == nullptr || attribute->type != handle->type) return nullptr;
-  return toHandOut(object, attribute);
+  return toHandOut(tag, attribute);
 }
 
 // Where the tag lists the attribute, looked for among the last first; -1 where it does not.
-static int32_t indexOf(const ztTag *tag, const ztTagAttribute *attribute) {
+static int32_t indexOf(const ztTag &tag, const ztTagAttribute *attribute) {
   int32_t index = countOf(tag) - 1;
   while (index >= 0 && attributeAt(tag, index) != attribute) --index;
   return index;
@@ -58,17 +57,17 @@ static int32_t indexOf(const ztTag *tag, const ztTagAttribute *attribute) {
 
 // The handles of those behind stay valid. The last place, too, stays where there is no memory for a smaller
 // array.
-static void removeAttribute(const ztTag *tag, int32_t index) {
-  ztPtrArray_of(tag->attributes)->setAt(tag->attributes, nullptr, index);
-  if (index == countOf(tag) - 1) ztPtrArray_of(tag->attributes)->removeAt(tag->attributes, index);
+static void removeAttribute(const ztTag &tag, int32_t index) {
+  ztPtrArray_of(tag.attributes)->setAt(tag.attributes, nullptr, index);
+  if (index == countOf(tag) - 1) ztPtrArray_of(tag.attributes)->removeAt(tag.attributes, index);
 }
 
 // From here on the tag holds the attribute, so that no other takes it while its values are set.
-static bool append(ztTag *tag, ztTagAttribute *attribute) {
-  if (tag->attributes == nullptr) tag->attributes = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
-  if (tag->attributes == nullptr) return false;
-  if (ztPtrArray_of(tag->attributes)->pushBack(tag->attributes, attribute) == nullptr) return false;
-  if (ztTatEnlist(attribute, tag)) return true;
+static bool append(ztTag &tag, ztTagAttribute *attribute) {
+  if (tag.attributes == nullptr) tag.attributes = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
+  if (tag.attributes == nullptr) return false;
+  if (ztPtrArray_of(tag.attributes)->pushBack(tag.attributes, attribute) == nullptr) return false;
+  if (ztTatEnlist(attribute, &tag)) return true;
   removeAttribute(tag, countOf(tag) - 1);
   return false;
 }
@@ -85,9 +84,9 @@ static bool lacksMemory(const ztTagAttribute *attribute, int32_t count) {
 
 // Gives an attribute that the tag lists its values. Its index then; -1 when the tag lists it no more: a copy
 // tells its source's owner, and what a host does there may end the tag, or take the attribute out of it.
-static int32_t fill(ztTag *tag, ztTagAttribute *attribute, int32_t count, const void *initial) {
+static int32_t fill(ztTag &tag, ztTagAttribute *attribute, int32_t count, const void *initial) {
   const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
-  ObjectWatch watch(tag);
+  ObjectWatch watch(&tag);
   const bool isSized = methods->setNumValues(attribute, count) != 0;
   int32_t index = watch.isAlive() ? indexOf(tag, attribute) : -1;
   if (index < 0) return -1;
@@ -101,11 +100,10 @@ static int32_t fill(ztTag *tag, ztTagAttribute *attribute, int32_t count, const 
   return watch.isAlive() ? indexOf(tag, attribute) : -1;
 }
 
-static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHandle *handle,
-                            int32_t userValue, int32_t count, const void *initial) {
-  auto *tag = static_cast<ztTag *>(object);
+static int32_t tagInsertNew(ztTag &tag, const char *name, void *given, ztTagHandle *handle, int32_t userValue,
+                            int32_t count, const void *initial) {
   auto *attribute = static_cast<ztTagAttribute *>(given);
-  if (tag == nullptr || attribute == nullptr || ztTatIsHeld(attribute)) return 0;
+  if (attribute == nullptr || ztTatIsHeld(attribute)) return 0;
   if (name == nullptr) name = "";
   const bool hasName = strcmp(name, attribute->name) == 0;
   if ((countOf(tag) > 0 && hasName) || !append(tag, attribute)) {
@@ -115,75 +113,75 @@ static int32_t tagInsertNew(void *object, const char *name, void *given, ztTagHa
   ztCopyText(attribute->name, name);
   const int32_t index = fill(tag, attribute, count, initial);
   if (index < 0) return 0;
-  ztTatHold(attribute, tag);
+  ztTatHold(attribute, &tag);
   attribute->userValue = userValue;
   if (handle != nullptr) *handle = {index, attribute->type};
   return 1;
 }
 
-static void *tagGetByHandle(const void *object, const ztTagHandle *handle) {
-  return resolve(object, handle);
+static void *tagGetByHandle(const ztTag &tag, const ztTagHandle *handle) {
+  return resolve(tag, handle);
 }
 
-static void *tagGetByName(const void *object, const char *name, int32_t *index) {
+static void *tagGetByName(const ztTag &tag, const char *name, int32_t *index) {
   if (name == nullptr) return nullptr;
-  for (int32_t i = 0; i < countOf(object); ++i) {
-    ztTagAttribute *attribute = attributeAt(object, i);
+  for (int32_t i = 0; i < countOf(tag); ++i) {
+    ztTagAttribute *attribute = attributeAt(tag, i);
     if (attribute == nullptr || strcmp(attribute->name, name) != 0) continue;
     if (index != nullptr) *index = i;
-    return toHandOut(object, attribute);
+    return toHandOut(tag, attribute);
   }
   return nullptr;
 }
 
-static int32_t tagEnumTags(void *object, ztTagCallback callback, void *userData) {
-  if (object == nullptr || callback == nullptr) return 0;
+static int32_t tagEnumTags(ztTag &tag, ztTagCallback callback, void *userData) {
+  if (callback == nullptr) return 0;
   // The callback may insert attributes, or release the tag.
-  ObjectWatch watch(object);
-  for (int32_t i = 0; watch.isAlive() && i < countOf(object); ++i) {
-    ztTagAttribute *attribute = attributeAt(object, i);
+  ObjectWatch watch(&tag);
+  for (int32_t i = 0; watch.isAlive() && i < countOf(tag); ++i) {
+    ztTagAttribute *attribute = attributeAt(tag, i);
     if (attribute == nullptr) continue;
-    if (!callback(object, toHandOut(object, attribute), userData)) return 0;
+    if (!callback(&tag, toHandOut(tag, attribute), userData)) return 0;
   }
   return 1;
 }
 
 // Values ------------------------------------------------------------------------------------------
 
-static int32_t tagSetValue(void *object, const ztTagHandle *handle, int32_t index, const void *value) {
-  ztTagAttribute *attribute = resolve(object, handle);
+static int32_t tagSetValue(ztTag &tag, const ztTagHandle *handle, int32_t index, const void *value) {
+  ztTagAttribute *attribute = resolve(tag, handle);
   return attribute == nullptr ? 0 : ztTagAttribute_of(attribute)->setValue(attribute, index, value);
 }
 
-static int32_t tagSetNumValues(void *object, const ztTagHandle *handle, int32_t count, const void *initial) {
-  ztTagAttribute *attribute = resolve(object, handle);
+static int32_t tagSetNumValues(ztTag &tag, const ztTagHandle *handle, int32_t count, const void *initial) {
+  ztTagAttribute *attribute = resolve(tag, handle);
   if (attribute == nullptr || !ztTagAttribute_of(attribute)->setNumValues(attribute, count)) return 0;
   ztTagAttribute_of(attribute)->setValue(attribute, -1, initial);
   return 1;
 }
 
-static int32_t tagGetNumValues(const void *object, const ztTagHandle *handle) {
-  const ztTagAttribute *attribute = resolve(object, handle);
+static int32_t tagGetNumValues(const ztTag &tag, const ztTagHandle *handle) {
+  const ztTagAttribute *attribute = resolve(tag, handle);
   return attribute == nullptr ? 0 : ztTatCount(attribute);
 }
 
-static void *tagGetValue(const void *object, const ztTagHandle *handle, int32_t index, void *out) {
-  const ztTagAttribute *attribute = resolve(object, handle);
+static void *tagGetValue(const ztTag &tag, const ztTagHandle *handle, int32_t index, void *out) {
+  const ztTagAttribute *attribute = resolve(tag, handle);
   return attribute == nullptr ? nullptr : ztTagAttribute_of(attribute)->getValue(attribute, index, out);
 }
 
-static ztArray *tagGetValues(const void *object, const ztTagHandle *handle) {
-  const ztTagAttribute *attribute = resolve(object, handle);
+static ztArray *tagGetValues(const ztTag &tag, const ztTagHandle *handle) {
+  const ztTagAttribute *attribute = resolve(tag, handle);
   return attribute == nullptr ? nullptr : attribute->values;
 }
 
-static void *tagGetAverageValue(void *object, const ztTagHandle *handle, void *out) {
-  ztTagAttribute *attribute = resolve(object, handle);
+static void *tagGetAverageValue(ztTag &tag, const ztTagHandle *handle, void *out) {
+  ztTagAttribute *attribute = resolve(tag, handle);
   return attribute == nullptr ? nullptr : ztTagAttribute_of(attribute)->getAverageValue(attribute, out);
 }
 
-static void *tagGetTotalValue(void *object, const ztTagHandle *handle, void *out) {
-  ztTagAttribute *attribute = resolve(object, handle);
+static void *tagGetTotalValue(ztTag &tag, const ztTagHandle *handle, void *out) {
+  ztTagAttribute *attribute = resolve(tag, handle);
   return attribute == nullptr ? nullptr : ztTagAttribute_of(attribute)->getTotalValue(attribute, out);
 }
 
@@ -206,9 +204,9 @@ static bool canSwap(const ztTagAttribute *first, const ztTagAttribute *second) {
          first->values->elementSize == second->values->elementSize && ztTatCount(first) == ztTatCount(second);
 }
 
-static int32_t tagSwapTags(void *object, const ztTagHandle *first, const ztTagHandle *second) {
-  ztTagAttribute *one = resolve(object, first);
-  ztTagAttribute *other = resolve(object, second);
+static int32_t tagSwapTags(ztTag &tag, const ztTagHandle *first, const ztTagHandle *second) {
+  ztTagAttribute *one = resolve(tag, first);
+  ztTagAttribute *other = resolve(tag, second);
   if (!canSwap(one, other)) return 0;
   std::swap(one->values, other->values);
   return 1;
@@ -224,93 +222,91 @@ static int32_t tagCreate(ztTag &tag) {
 // Each attribute leaves its place before it is released, and is held until then: what a host's `destroy`
 // releases meanwhile takes itself out of the array. That may leave by an exception, and the rest is then still
 // the tag's, for its next end to release.
-static bool releaseEach(const ztTag *tag) {
+static bool releaseEach(const ztTag &tag) {
   bool released = false;
   for (int32_t i = 0; i < countOf(tag); ++i) {
     ztTagAttribute *attribute = attributeAt(tag, i);
     if (attribute == nullptr) continue;
     released = true;
     // The host may hold a reference of its own; the attribute then lives on without an owner.
-    ztPtrArray_of(tag->attributes)->setAt(tag->attributes, nullptr, i);
+    ztPtrArray_of(tag.attributes)->setAt(tag.attributes, nullptr, i);
     ztTatLetGo(attribute);
     ztTagAttribute_of(attribute)->unRef(attribute);
   }
   return released;
 }
 
-static void releaseAttributes(ztTag *tag) {
+static void releaseAttributes(ztTag &tag) {
   // What an attribute's `destroy` inserts, or moves to an earlier place, is released too.
   while (releaseEach(tag)) {
   }
-  ztPtrArray *attributes = tag->attributes;
-  tag->attributes = nullptr;
-  ztTatOwnerEnds(tag, attributes);
-  if (attributes != nullptr) ztPtrArray_of(attributes)->unRef(attributes);
+  ztTatOwnerEnds(&tag, tag.attributes);
+  ztReleasePart(tag.attributes);
 }
 
 // The copy's array holds the source's attributes until each is replaced by its copy, or, once one could
 // not be copied, by nothing.
-static bool cloneAttributes(const ztTag *tag, ztTag *copy) {
-  copy->attributes = static_cast<ztPtrArray *>(ztCopyObject(tag->attributes));
-  if (copy->attributes == nullptr) return false;
+static bool cloneAttributes(const ztTag &tag, ztTag &copy) {
+  copy.attributes = static_cast<ztPtrArray *>(ztCopyObject(tag.attributes));
+  if (copy.attributes == nullptr) return false;
   bool complete = true;
   for (int32_t i = 0; i < countOf(copy); ++i) {
     const ztTagAttribute *source = attributeAt(tag, i);
     auto *attribute = static_cast<ztTagAttribute *>(complete ? ztCopyObject(source) : nullptr);
-    const bool isHeld = attribute != nullptr && ztTatHold(attribute, copy);
+    const bool isHeld = attribute != nullptr && ztTatHold(attribute, &copy);
     complete = complete && (isHeld || source == nullptr);
-    ztPtrArray_of(copy->attributes)->setAt(copy->attributes, attribute, i);
+    ztPtrArray_of(copy.attributes)->setAt(copy.attributes, attribute, i);
   }
   return complete;
 }
 
 bool ztTagCopyAttributes(const ztTag *tag, ztTag *copy) {
   copy->attributes = nullptr;
-  return tag->attributes == nullptr || cloneAttributes(tag, copy);
+  return tag->attributes == nullptr || cloneAttributes(*tag, *copy);
 }
 
-static void *tagClone(const void *object, void *target) {
-  auto *copy = static_cast<ztTag *>(ztRoot_table()->clone(object, target));
-  if (copy == nullptr || ztTagCopyAttributes(static_cast<const ztTag *>(object), copy)) return copy;
-  releaseAttributes(copy);
+static void *tagClone(const ztTag &tag, void *target) {
+  auto *copy = static_cast<ztTag *>(ztRoot_table()->clone(&tag, target));
+  if (copy == nullptr || ztTagCopyAttributes(&tag, copy)) return copy;
+  releaseAttributes(*copy);
   ztRoot_table()->destroy(copy);
   return nullptr;
 }
 
 void ztTagAssignAttributes(ztTag *tag, const ztTag *other) {
-  for (int32_t i = 0; i < countOf(other); ++i) {
-    ztTagAttribute *attribute = attributeAt(tag, i);
-    const ztTagAttribute *source = attributeAt(other, i);
+  for (int32_t i = 0; i < countOf(*other); ++i) {
+    ztTagAttribute *attribute = attributeAt(*tag, i);
+    const ztTagAttribute *source = attributeAt(*other, i);
     if (attribute != nullptr && source != nullptr) ztAssignCommon(attribute, source);
   }
 }
 
-static int32_t tagAssign(void *object, const void *other) {
-  if (other == nullptr || !ztRoot_table()->assign(object, other)) return 0;
-  ztTagAssignAttributes(static_cast<ztTag *>(object), static_cast<const ztTag *>(other));
+static int32_t tagAssign(ztTag &tag, const void *other) {
+  if (other == nullptr || !ztRoot_table()->assign(&tag, other)) return 0;
+  ztTagAssignAttributes(&tag, static_cast<const ztTag *>(other));
   return 1;
 }
 
 static void tagDestroy(ztTag &tag) {
   ztRoot_table()->destroy(&tag);
-  releaseAttributes(&tag);
+  releaseAttributes(tag);
 }
 
 // The record --------------------------------------------------------------------------------------
 
-static int32_t tagWrite(const void *object, void *file) {
-  if (!ztRoot_table()->write(object, file)) return 0;
-  for (int32_t i = 0; i < countOf(object); ++i) {
-    const ztTagAttribute *attribute = attributeAt(object, i);
+static int32_t tagWrite(const ztTag &tag, void *file) {
+  if (!ztRoot_table()->write(&tag, file)) return 0;
+  for (int32_t i = 0; i < countOf(tag); ++i) {
+    const ztTagAttribute *attribute = attributeAt(tag, i);
     if (attribute != nullptr && ztTagAttribute_of(attribute)->write(attribute, file) <= 0) return 0;
   }
   return 1;
 }
 
-static int32_t tagRead(void *object, void *file) {
-  if (!ztRoot_table()->read(object, file)) return 0;
-  for (int32_t i = 0; i < countOf(object); ++i) {
-    ztTagAttribute *attribute = attributeAt(object, i);
+static int32_t tagRead(ztTag &tag, void *file) {
+  if (!ztRoot_table()->read(&tag, file)) return 0;
+  for (int32_t i = 0; i < countOf(tag); ++i) {
+    ztTagAttribute *attribute = attributeAt(tag, i);
     if (attribute != nullptr && ztTagAttribute_of(attribute)->read(attribute, file) <= 0) return 0;
   }
   return 1;
@@ -318,26 +314,26 @@ static int32_t tagRead(void *object, void *file) {
 
 static void tagMethods(ztTagMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<tagCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, tagClone);
-  ZT_OVERRIDE_METHOD(methods, assign, tagAssign);
+  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<tagClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<tagAssign>);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<tagDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, tagRead);
-  ZT_OVERRIDE_METHOD(methods, write, tagWrite);
-  ZT_OVERRIDE_METHOD(methods, insertNew, tagInsertNew);
-  ZT_OVERRIDE_METHOD(methods, setValue, tagSetValue);
-  ZT_OVERRIDE_METHOD(methods, setNumValues, tagSetNumValues);
-  ZT_OVERRIDE_METHOD(methods, getNumValues, tagGetNumValues);
-  ZT_OVERRIDE_METHOD(methods, getValue, tagGetValue);
-  ZT_OVERRIDE_METHOD(methods, getValues, tagGetValues);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, tagGetAverageValue);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, tagGetTotalValue);
-  ZT_OVERRIDE_METHOD(methods, enumTags, tagEnumTags);
-  ZT_OVERRIDE_METHOD(methods, getByName, tagGetByName);
-  ZT_OVERRIDE_METHOD(methods, getByHandle, tagGetByHandle);
+  ZT_OVERRIDE_METHOD(methods, read, ztMethod<tagRead>);
+  ZT_OVERRIDE_METHOD(methods, write, ztMethod<tagWrite>);
+  ZT_OVERRIDE_METHOD(methods, insertNew, ztMethod<tagInsertNew>);
+  ZT_OVERRIDE_METHOD(methods, setValue, ztMethod<tagSetValue>);
+  ZT_OVERRIDE_METHOD(methods, setNumValues, ztMethod<tagSetNumValues>);
+  ZT_OVERRIDE_METHOD(methods, getNumValues, ztMethod<tagGetNumValues>);
+  ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<tagGetValue>);
+  ZT_OVERRIDE_METHOD(methods, getValues, ztMethod<tagGetValues>);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<tagGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<tagGetTotalValue>);
+  ZT_OVERRIDE_METHOD(methods, enumTags, ztMethod<tagEnumTags>);
+  ZT_OVERRIDE_METHOD(methods, getByName, ztMethod<tagGetByName>);
+  ZT_OVERRIDE_METHOD(methods, getByHandle, ztMethod<tagGetByHandle>);
   ZT_OVERRIDE_METHOD(methods, allocWise, tagAllocWise);
   ZT_OVERRIDE_METHOD(methods, deallocWise, ztMethod<tagDeallocWise>);
   ZT_OVERRIDE_METHOD(methods, attrChanged, tagAttrChanged);
-  ZT_OVERRIDE_METHOD(methods, swapTags, tagSwapTags);
+  ZT_OVERRIDE_METHOD(methods, swapTags, ztMethod<tagSwapTags>);
 }
 
 ZT_DEFINE_CLASS(ztTag, ztRoot, tagMethods)

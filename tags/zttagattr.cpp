@@ -2,6 +2,8 @@
 
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
+#include "core/ztparts.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 #include "tags/zttag.h"
@@ -22,16 +24,12 @@ ZT_PIN_SLOT(ztTagAttribute, setValue, 16);
 ZT_PIN_SLOT(ztTagAttribute, setNumValues, 20);
 static_assert(sizeof(ztTagHandle) == 8);
 
-static ztTagAttribute *attributeOf(void *object) {
-  return static_cast<ztTagAttribute *>(object);
-}
-
-static const ztTagAttribute *attributeOf(const void *object) {
-  return static_cast<const ztTagAttribute *>(object);
+static const ztTagAttribute &attributeOf(const void *object) {
+  return *static_cast<const ztTagAttribute *>(object);
 }
 
 int32_t ztTatCount(const void *attribute) {
-  const ztArray *values = attribute == nullptr ? nullptr : attributeOf(attribute)->values;
+  const ztArray *values = attributeOf(attribute).values;
   return values == nullptr ? 0 : ztArray_of(values)->getSize(values);
 }
 
@@ -48,12 +46,12 @@ static bool typeAllows(int32_t type, int32_t size) {
   return size >= 0;
 }
 
-static int32_t valueSize(const ztTagAttribute *attribute) {
-  return ztArray_of(attribute->values)->getElementSize(attribute->values);
+static int32_t valueSize(const ztTagAttribute &attribute) {
+  return ztArray_of(attribute.values)->getElementSize(attribute.values);
 }
 
-static bool agreesWithType(const ztTagAttribute *attribute) {
-  return attribute->values != nullptr && typeAllows(attribute->type, valueSize(attribute));
+static bool agreesWithType(const ztTagAttribute &attribute) {
+  return attribute.values != nullptr && typeAllows(attribute.type, valueSize(attribute));
 }
 
 bool ztTatHasValuesOf(const void *attribute, int32_t size) {
@@ -64,109 +62,93 @@ static void storeEverywhere(ztArray *values, const void *value, int32_t count) {
   for (int32_t i = 0; i < count; ++i) ztArray_of(values)->setAt(values, value, i);
 }
 
-static int32_t attributeSetValue(void *object, int32_t index, const void *value) {
-  ztTagAttribute *attribute = attributeOf(object);
-  const int32_t count = ztTatCount(attribute);
+static int32_t attributeSetValue(ztTagAttribute &attribute, int32_t index, const void *value) {
+  const int32_t count = ztTatCount(&attribute);
   constexpr int32_t everyIndex = -1;
-  if (attribute == nullptr || value == nullptr || index < everyIndex || !agreesWithType(attribute)) return 0;
+  if (value == nullptr || index < everyIndex || !agreesWithType(attribute)) return 0;
   if (index >= count) index = 0;
   if (index != everyIndex && count == 0) return 0;
-  attribute->changed = 1;
+  attribute.changed = 1;
   if (index == everyIndex) {
-    storeEverywhere(attribute->values, value, count);
+    storeEverywhere(attribute.values, value, count);
   } else {
-    ztArray_of(attribute->values)->setAt(attribute->values, value, index);
+    ztArray_of(attribute.values)->setAt(attribute.values, value, index);
   }
-  void *owner = ztTatLivingOwner(attribute);
+  void *owner = ztTatLivingOwner(&attribute);
   if (owner != nullptr) {
-    ztTag_of(owner)->attrChanged(owner, attribute);
+    ztTag_of(owner)->attrChanged(owner, &attribute);
   } else {
-    ztTatForgetDeadOwner(attribute);
+    ztTatForgetDeadOwner(&attribute);
   }
   return 1;
 }
 
-static void *attributeGetValue(const void *object, int32_t index, void *out) {
-  if (object == nullptr) return nullptr;
-  const ztTagAttribute *attribute = attributeOf(object);
-  const int32_t count = ztTatCount(attribute);
+static void *attributeGetValue(const ztTagAttribute &attribute, int32_t index, void *out) {
+  const int32_t count = ztTatCount(&attribute);
   if (index >= count) index = 0;
   if (index < 0 || count == 0 || !agreesWithType(attribute)) return nullptr;
-  void *value = ztArray_of(attribute->values)->getAt(attribute->values, index);
+  void *value = ztArray_of(attribute.values)->getAt(attribute.values, index);
   if (out != nullptr && value != nullptr) memcpy(out, value, static_cast<size_t>(valueSize(attribute)));
   return value;
 }
 
-static void *attributeGetAverageValue(void *object, void *out) {
-  if (object == nullptr) return nullptr;
-  attributeOf(object)->changed = 0;
+static void *attributeGetAverageValue(ztTagAttribute &attribute, void *out) {
+  attribute.changed = 0;
   return out;
 }
 
-static void *attributeGetTotalValue(void *object, void *out) {
-  if (object == nullptr) return nullptr;
-  attributeOf(object)->changed = 0;
+static void *attributeGetTotalValue(ztTagAttribute &attribute, void *out) {
+  attribute.changed = 0;
   return out;
 }
 
-static int32_t attributeSetNumValues(void *object, int32_t count) {
-  if (object == nullptr) return 0;
-  ztArray *values = attributeOf(object)->values;
+static int32_t attributeSetNumValues(ztTagAttribute &attribute, int32_t count) {
+  ztArray *values = attribute.values;
   return values != nullptr && ztArray_of(values)->resize(values, count) != 0;
 }
 
 // Life of an attribute ----------------------------------------------------------------------------
 
-static int32_t attributeCreate(void *object) {
-  if (object == nullptr) return 0;
-  ztTagAttribute *attribute = attributeOf(object);
-  attribute->values = nullptr;
-  attribute->owner = nullptr;
-  attribute->binding = 0;
-  if (!ztBaseClass_table()->create(object)) return 0;
-  ztCopyText(attribute->name, "");
-  attribute->type = -1;
-  attribute->changed = 1;
-  attribute->userValue = 1;
+static int32_t attributeCreate(ztTagAttribute &attribute) {
+  attribute.values = nullptr;
+  attribute.owner = nullptr;
+  attribute.binding = 0;
+  if (!ztBaseClass_table()->create(&attribute)) return 0;
+  ztCopyText(attribute.name, "");
+  attribute.type = -1;
+  attribute.changed = 1;
+  attribute.userValue = 1;
   return 1;
 }
 
-static void releaseValues(ztTagAttribute *attribute) {
-  ztArray *values = attribute->values;
-  attribute->values = nullptr;
-  if (values != nullptr) ztArray_of(values)->unRef(values);
-}
-
-static void *attributeClone(const void *object, void *target) {
-  auto *copy = static_cast<ztTagAttribute *>(ztBaseClass_table()->clone(object, target));
+static void *attributeClone(const ztTagAttribute &attribute, void *target) {
+  auto *copy = static_cast<ztTagAttribute *>(ztBaseClass_table()->clone(&attribute, target));
   if (copy == nullptr) return nullptr;
-  const ztArray *values = attributeOf(object)->values;
-  const bool hasOwner = ztTatShareOwner(copy, attributeOf(object));
+  const ztArray *values = attribute.values;
+  const bool hasOwner = ztTatShareOwner(copy, &attribute);
   copy->values = static_cast<ztArray *>(ztCopyObject(values));
   if (hasOwner && (copy->values != nullptr || values == nullptr)) return copy;
   ztTatLetGo(copy);
-  releaseValues(copy);
+  ztReleasePart(copy->values);
   ztBaseClass_table()->destroy(copy);
   return nullptr;
 }
 
-static int32_t attributeAssign(void *object, const void *other) {
-  if (other == nullptr || !ztBaseClass_table()->assign(object, other)) return 0;
-  ztArray *values = attributeOf(object)->values;
-  const ztArray *source = attributeOf(other)->values;
+static int32_t attributeAssign(ztTagAttribute &attribute, const void *other) {
+  if (other == nullptr || !ztBaseClass_table()->assign(&attribute, other)) return 0;
+  ztArray *values = attribute.values;
+  const ztArray *source = attributeOf(other).values;
   if (values == nullptr || source == nullptr || values->klass != source->klass) return 1;
   ztArray_of(values)->assign(values, source);
   return 1;
 }
 
-static void attributeDestroy(void *object) {
-  if (object == nullptr) return;
-  ztTagAttribute *attribute = attributeOf(object);
-  ztBaseClass_table()->destroy(object);
+static void attributeDestroy(ztTagAttribute &attribute) {
+  ztBaseClass_table()->destroy(&attribute);
   // Released while a tag holds it, as by a host that takes a reference and gives it back.
-  ztTatLeaveArray(attribute);
-  ztTatLetGo(attribute);
-  releaseValues(attribute);
+  ztTatLeaveArray(&attribute);
+  ztTatLetGo(&attribute);
+  ztReleasePart(attribute.values);
 }
 
 // The record --------------------------------------------------------------------------------------
@@ -174,54 +156,52 @@ static void attributeDestroy(void *object) {
 constexpr int32_t nameFieldSize = sizeof ztTagAttribute::name;
 
 // The type stands twice.
-static int32_t attributeWrite(const void *object, void *file) {
-  const ztTagAttribute *attribute = attributeOf(object);
-  if (attribute == nullptr || file == nullptr || attribute->values == nullptr) return 0;
+static int32_t attributeWrite(const ztTagAttribute &attribute, void *file) {
+  if (file == nullptr || attribute.values == nullptr) return 0;
   const ztFileMethods *methods = ztFile_of(file);
-  return ztBaseClass_table()->write(object, file) &&
-         methods->writeBuf(file, nameFieldSize, attribute->name) == nameFieldSize &&
-         methods->writeInt(file, attribute->type) > 0 && methods->writeInt(file, attribute->type) > 0 &&
-         methods->writeInt(file, attribute->userValue) > 0 &&
-         ztArray_of(attribute->values)->write(attribute->values, file) > 0;
+  return ztBaseClass_table()->write(&attribute, file) &&
+         methods->writeBuf(file, nameFieldSize, attribute.name) == nameFieldSize &&
+         methods->writeInt(file, attribute.type) > 0 && methods->writeInt(file, attribute.type) > 0 &&
+         methods->writeInt(file, attribute.userValue) > 0 &&
+         ztArray_of(attribute.values)->write(attribute.values, file) > 0;
 }
 
 // A type that contradicts the values is refused: the caller would have too little room for them.
-static bool readTypes(ztTagAttribute *attribute, void *file) {
-  const int32_t kept = attribute->type;
+static bool readTypes(ztTagAttribute &attribute, void *file) {
+  const int32_t kept = attribute.type;
   for (int i = 0; i < 2; ++i) {
-    int32_t type = attribute->type;
+    int32_t type = attribute.type;
     if (ztFile_of(file)->readInt(file, &type) <= 0) return false;
     const bool allowed = typeAllows(type, valueSize(attribute));
-    attribute->type = allowed ? type : kept;
+    attribute.type = allowed ? type : kept;
     if (!allowed) return false;
   }
   return true;
 }
 
-static int32_t attributeRead(void *object, void *file) {
-  ztTagAttribute *attribute = attributeOf(object);
-  if (attribute == nullptr || file == nullptr || attribute->values == nullptr) return 0;
-  if (!ztBaseClass_table()->read(object, file)) return 0;
+static int32_t attributeRead(ztTagAttribute &attribute, void *file) {
+  if (file == nullptr || attribute.values == nullptr) return 0;
+  if (!ztBaseClass_table()->read(&attribute, file)) return 0;
   const ztFileMethods *methods = ztFile_of(file);
-  const int32_t read = methods->readBuf(file, nameFieldSize, attribute->name);
-  attribute->name[nameFieldSize - 1] = '\0';
+  const int32_t read = methods->readBuf(file, nameFieldSize, attribute.name);
+  attribute.name[nameFieldSize - 1] = '\0';
   return read == nameFieldSize && readTypes(attribute, file) &&
-         methods->readInt(file, &attribute->userValue) > 0 &&
-         ztArray_of(attribute->values)->read(attribute->values, file) > 0;
+         methods->readInt(file, &attribute.userValue) > 0 &&
+         ztArray_of(attribute.values)->read(attribute.values, file) > 0;
 }
 
 static void tagAttributeMethods(ztTagAttributeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, attributeCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, attributeClone);
-  ZT_OVERRIDE_METHOD(methods, assign, attributeAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, attributeDestroy);
-  ZT_OVERRIDE_METHOD(methods, read, attributeRead);
-  ZT_OVERRIDE_METHOD(methods, write, attributeWrite);
-  ZT_OVERRIDE_METHOD(methods, setValue, attributeSetValue);
-  ZT_OVERRIDE_METHOD(methods, getValue, attributeGetValue);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, attributeGetAverageValue);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, attributeGetTotalValue);
-  ZT_OVERRIDE_METHOD(methods, setNumValues, attributeSetNumValues);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<attributeCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<attributeClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<attributeAssign>);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<attributeDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, ztMethod<attributeRead>);
+  ZT_OVERRIDE_METHOD(methods, write, ztMethod<attributeWrite>);
+  ZT_OVERRIDE_METHOD(methods, setValue, ztMethod<attributeSetValue>);
+  ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<attributeGetValue>);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<attributeGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<attributeGetTotalValue>);
+  ZT_OVERRIDE_METHOD(methods, setNumValues, ztMethod<attributeSetNumValues>);
 }
 
 ZT_DEFINE_CLASS(ztTagAttribute, ztBaseClass, tagAttributeMethods)

@@ -1,0 +1,335 @@
+/**
+ * @file ztclass.h
+ * How a class is declared and defined, and what all classes have in common.
+ *
+ * A class is written in two places. Its header lists the instance fields and the methods, each list
+ * beginning with the parent's, and declares the class:
+ *
+ * @code
+ * #define Station_FIELDS ztBaseClass_FIELDS  double height;
+ * #define Station_METHODS ztBaseClass_METHODS  double (*describe)(const void *station);
+ * ZT_DECLARE_CLASS(Station)
+ * @endcode
+ *
+ * Its source writes the operations as ordinary functions, puts them into the method table and defines
+ * the class:
+ *
+ * @code
+ * static int32_t stationCreate(void *object) {
+ *   if (!ztBaseClass_table()->create(object)) return 0;     // the parent's version
+ *   ((Station *)object)->height = 0;
+ *   return 1;
+ * }
+ * static void stationMethods(StationMethods *methods) {
+ *   ZT_OVERRIDE_METHOD(methods, create, stationCreate);
+ * }
+ * ZT_DEFINE_CLASS(Station, ztBaseClass, stationMethods)
+ * @endcode
+ *
+ * Objects are then made with `Station_ctor(NULL, 1)` or `ztNewFromName("Station")`, and their methods
+ * called with `Station_of(object)->describe(object)`.
+ */
+#ifndef ZT_CORE_ZTCLASS_H
+#define ZT_CORE_ZTCLASS_H
+
+#include "core/ztoop.h"
+
+ZT_BEGIN_C
+
+/* Class functions ---------------------------------------------------------------------------- */
+
+/**
+ * The ten entries that every class-function table begins with, in slot order.
+ *
+ *  - `newop`: an object on the heap whose `create` has not run.
+ *  - `ctor`: makes an object, as `C_ctor` does.
+ *  - `InitTable`: writes the methods of the class into the table of the object's class.
+ *  - `allocator`: set by hosts only, for `CAllocator` to return; not owned.
+ *  - `Version`, `ClassName`: those of the object's own class.
+ *  - `IsClass`: 1 when the object's own class bears the name, else 0. `IsClassOf`: also for the names of
+ *    its ancestors.
+ *  - `classInit`: called once, when the descriptor is filled; may be NULL.
+ *  - `classDestroy`: called once, when the registry frees the class; may be NULL.
+ */
+#define ztClass_FUNCTIONS                                                          \
+  void *(*newop)(void);                                                            \
+  ztCtor ctor;                                                                     \
+  void (*InitTable)(void *object);                                                 \
+  void *allocator;                                                                 \
+  uint32_t (*Version)(const void *ignored, const void *object);                    \
+  const char *(*ClassName)(const void *ignored, const void *object);               \
+  int32_t (*IsClass)(const void *ignored, const void *object, const char *name);   \
+  int32_t (*IsClassOf)(const void *ignored, const void *object, const char *name); \
+  void (*classInit)(ztClass * klass);                                              \
+  ztClassDestroyHook classDestroy;
+
+/** The class-function table of a class without class functions of its own. */
+typedef struct ZT_MAY_ALIAS ztClassFunctions {
+  ztClass_FUNCTIONS
+} ztClassFunctions;
+
+/** What the engine remembers of one class beside its descriptor. Private. */
+typedef struct ztClassState {
+  int32_t filling;           /**< 1 while the descriptor is being filled or the class registered */
+  int32_t registrationTried; /**< 1 once an object of its own had the class registered; read without
+                                  a lock, and so written when all the rest is in place */
+} ztClassState;
+
+/** Everything the engine needs to know of a class; made by ZT_DEFINE_CLASS. */
+typedef struct ztClassDescription {
+  ztClass *klass;                         /**< the descriptor, with its two table pointers set */
+  ztClassState *state;                    /**< beside the descriptor */
+  ztClass *(*parent)(void);               /**< the parent's Class_Instance; ztBaseClass names itself */
+  void (*parentInitTable)(void *object);  /**< the parent's InitTable */
+  const char *const *name;                /**< C_classname_ */
+  const uint32_t *version;                /**< C_version_ */
+  int32_t instanceSize;                   /**< bytes of one instance */
+  int32_t slotCount;                      /**< slots of the method table */
+  void (*fillMethods)(void *methods);     /**< writes the class's own methods into a table */
+  void (*fillFunctions)(void *functions); /**< writes class slots 8 and up */
+  ztClassFunctions functions;             /**< class slots 0 to 7 */
+} ztClassDescription;
+
+/* The protocol, shared by the classes of the library and of hosts ------------------------------ */
+
+/**
+ * Makes an object: the body of every `C_ctor`, and of `C_newop` with NULL and 0.
+ *
+ * The first object of a class fills the class's tables and registers it.
+ * @param description  the class
+ * @param object       memory of at least the instance size, or NULL to allocate it
+ * @param create       not 0: run the object's `create`, whose result is ignored
+ * @return the object; NULL when memory is exhausted
+ */
+ZT_API void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create);
+
+/**
+ * Writes the methods of a class and its ancestors into the table of the object's class, and fills
+ * the descriptor of each that is met for the first time: the body of every `C_InitTable`.
+ * @param description  the class
+ * @param object       its class must be the described one or a descendant
+ */
+ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object);
+
+/**
+ * Takes a class, and the classes that descend from it, out of the registry and forgets their properties and
+ * what they are as property types: ZT_DEFINE_CLASS has it run when the shared library that defines the class
+ * is unloaded. Their hooks run as with ztFreeClass(). The classes of the program itself are left to
+ * ztOOP_CleanUp(), for their code stays until the process ends.
+ *
+ * Objects of the class must be gone by then; those that are not can no longer be used.
+ */
+ZT_API void ztOOP_leaveRegistry(const ztClassDescription *description);
+
+/** @return the version of the object's own class; 0 for NULL */
+ZT_API uint32_t ztOOP_versionOf(const void *object);
+/** @return the name of the object's own class; NULL for NULL */
+ZT_API const char *ztOOP_classNameOf(const void *object);
+/** @return the allocator that a host put into class slot 3 of the object's class, or NULL */
+ZT_API void *ztOOP_allocatorOf(const void *object);
+/** @return 1 when the object's own class bears exactly this name */
+ZT_API int32_t ztOOP_isClass(const void *object, const char *name);
+/** @return 1 when the object's class or one of its ancestors bears exactly this name */
+ZT_API int32_t ztOOP_isClassOf(const void *object, const char *name);
+/** @return 1 when the class itself or one of its ancestors bears exactly this name */
+ZT_API int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name);
+/** Writes the virtual-function handler into a method slot, given by its address. */
+ZT_API void ztOOP_setAbstract(void *slot);
+
+/** @return the class of an object that is not NULL */
+static inline ztClass *ztOOP_classOf(const void *object) {
+  typedef ztClass *ZT_MAY_ALIAS Header;
+  return *(const Header *)object;
+}
+
+/** Writes no class functions: for classes whose class table is the standard one. */
+static inline void ztOOP_noFunctions(ztClassFunctions *functions) {
+  (void)functions;
+}
+
+ZT_END_C
+
+/* Declaring a class ---------------------------------------------------------------------------- */
+
+/**
+ * Declares class C from the lists `C_FIELDS` and `C_METHODS`: the instance struct `C`, the method
+ * table `CMethods`, the functions that every class has, and
+ *  - `C_of(object)`, the method table of the object's own class, for calls;
+ *  - `C_table()`, the method table of C itself, for calls of C's version from a subclass.
+ */
+#define ZT_DECLARE_CLASS(C)                                                               \
+  ZT_BEGIN_C                                                                              \
+  typedef struct ZT_MAY_ALIAS C {                                                         \
+    C##_FIELDS                                                                            \
+  } C;                                                                                    \
+  typedef struct ZT_MAY_ALIAS C##Methods {                                                \
+    C##_METHODS                                                                           \
+  } C##Methods;                                                                           \
+  extern ZT_API const uint32_t C##_version_;                                              \
+  extern ZT_API const char *const C##_classname_;                                         \
+  ZT_API ztClass *C##Class_Instance(void);                                                \
+  ZT_API uint32_t C##Version(const void *ignored, const void *object);                    \
+  ZT_API const char *C##ClassName(const void *ignored, const void *object);               \
+  ZT_API void *C##Allocator(const void *object);                                          \
+  ZT_API int32_t C##IsClass(const void *ignored, const void *object, const char *name);   \
+  ZT_API int32_t C##IsClassOf(const void *ignored, const void *object, const char *name); \
+  ZT_API void C##InitTable(void *object);                                                 \
+  ZT_API void *C##_ctor(void *object, int32_t create);                                    \
+  ZT_API void *C##_newop(void);                                                           \
+  static inline ZT_MAYBE_UNUSED const C##Methods *C##_of(const void *object) {            \
+    return (const C##Methods *)ztOOP_classOf(object)->methodTable;                        \
+  }                                                                                       \
+  static inline ZT_MAYBE_UNUSED const C##Methods *C##_table(void) {                       \
+    return (const C##Methods *)C##Class_Instance()->methodTable;                          \
+  }                                                                                       \
+  ZT_END_C
+
+/** Declares the class-function table `CFunctions` of a class that lists class functions of its own
+ *  in `C_FUNCTIONS`, and `C_functions()`, which returns it. Follows ZT_DECLARE_CLASS(C). */
+#define ZT_DECLARE_CLASS_FUNCTIONS(C)                                     \
+  ZT_BEGIN_C                                                              \
+  typedef struct ZT_MAY_ALIAS C##Functions {                              \
+    ztClass_FUNCTIONS                                                     \
+    C##_FUNCTIONS                                                         \
+  } C##Functions;                                                         \
+  static inline ZT_MAYBE_UNUSED const C##Functions *C##_functions(void) { \
+    return (const C##Functions *)C##Class_Instance()->classTable;         \
+  }                                                                       \
+  ZT_END_C
+
+/* Defining a class ----------------------------------------------------------------------------- */
+
+/** The text of a list, its macros expanded. */
+#define ZT_TEXT_OF(...) ZT_TEXT_OF_(__VA_ARGS__)
+/** The second step of ZT_TEXT_OF(). */
+#define ZT_TEXT_OF_(...) #__VA_ARGS__
+
+#ifdef __cplusplus
+#define ZT_STATIC_ASSERT(condition, message) static_assert(condition, message)
+#else
+/** A compile-time assertion, in C and in C++. */
+#define ZT_STATIC_ASSERT(condition, message) _Static_assert(condition, message)
+#endif
+
+/** Refuses to compile where a list of a class does not begin with its parent's: the parent's operations would
+ *  use the memory of other fields, and calls would reach other methods. */
+#define ZT_BEGINS_WITH(List, ParentList, message)                                            \
+  ZT_STATIC_ASSERT(__extension__(__builtin_strncmp(ZT_TEXT_OF(List), ZT_TEXT_OF(ParentList), \
+                                                   sizeof ZT_TEXT_OF(ParentList) - 1) == 0), \
+                   message)
+
+/* What the library itself defines goes with the library. */
+#ifdef ZT_BUILDING_LIBRARY
+#define ZT_LEAVE_WITH_CODE(C)
+#else
+/** Has a class leave the registry with the code that defines it: behind the other destructors of that code,
+ *  which may still release objects of the class. */
+#define ZT_LEAVE_WITH_CODE(C)                                         \
+  __attribute__((destructor(101))) static void C##Class_leave(void) { \
+    ztOOP_leaveRegistry(&C##Class_Description);                       \
+  }
+#endif
+
+/**
+ * Defines class C, of version 1 and without class functions of its own.
+ * @param C            the class, declared with ZT_DECLARE_CLASS
+ * @param Parent       its parent class, with whose lists those of C begin; else a compile error that names the
+ *                     list
+ * @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or
+ *                     overrides with ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD
+ */
+#define ZT_DEFINE_CLASS(C, Parent, methodsFill) \
+  ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, 1, ztClassFunctions, ztOOP_noFunctions)
+
+/**
+ * Defines class C with everything that may differ from class to class.
+ * @param C              as in ZT_DEFINE_CLASS
+ * @param Parent         as in ZT_DEFINE_CLASS
+ * @param methodsFill    as in ZT_DEFINE_CLASS
+ * @param classVersion   the version that is stored with objects of the class
+ * @param Functions      the struct of its class-function table: ztClassFunctions, or `CFunctions`
+ *                       after ZT_DECLARE_CLASS_FUNCTIONS(C)
+ * @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up
+ */
+#define ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, classVersion, Functions, functionsFill)              \
+  ZT_BEGINS_WITH(C##_FIELDS, Parent##_FIELDS, #C "_FIELDS must begin with " #Parent "_FIELDS");           \
+  ZT_BEGINS_WITH(C##_METHODS, Parent##_METHODS, #C "_METHODS must begin with " #Parent "_METHODS");       \
+  const uint32_t C##_version_ = (classVersion);                                                           \
+  const char *const C##_classname_ = #C;                                                                  \
+  static C##Methods C##Class_VTable;                                                                      \
+  static Functions C##Class_CTable;                                                                       \
+  static ztClass C##Class_Inst = {NULL, 0, 0, NULL, 0, 0, &C##Class_CTable, &C##Class_VTable};            \
+  static ztClassState C##Class_State;                                                                     \
+  static void C##Class_fillMethods(void *C##Class_table) {                                                \
+    ((C##Methods *)C##Class_table)->Allocator = C##Allocator;                                             \
+    methodsFill((C##Methods *)C##Class_table);                                                            \
+  }                                                                                                       \
+  static void C##Class_fillFunctions(void *C##Class_table) {                                              \
+    functionsFill((Functions *)C##Class_table);                                                           \
+  }                                                                                                       \
+  static const ztClassDescription C##Class_Description = {                                                \
+      &C##Class_Inst,                                                                                     \
+      &C##Class_State,                                                                                    \
+      Parent##Class_Instance,                                                                             \
+      Parent##InitTable,                                                                                  \
+      &C##_classname_,                                                                                    \
+      &C##_version_,                                                                                      \
+      (int32_t)sizeof(C),                                                                                 \
+      (int32_t)(sizeof(C##Methods) / sizeof(void *)),                                                     \
+      C##Class_fillMethods,                                                                               \
+      C##Class_fillFunctions,                                                                             \
+      {C##_newop, C##_ctor, C##InitTable, NULL, C##Version, C##ClassName, C##IsClass, C##IsClassOf, NULL, \
+       NULL}};                                                                                            \
+  ZT_LEAVE_WITH_CODE(C)                                                                                   \
+  ztClass *C##Class_Instance(void) {                                                                      \
+    return &C##Class_Inst;                                                                                \
+  }                                                                                                       \
+  uint32_t C##Version(const void *ignored, const void *object) {                                          \
+    (void)ignored;                                                                                        \
+    return ztOOP_versionOf(object);                                                                       \
+  }                                                                                                       \
+  const char *C##ClassName(const void *ignored, const void *object) {                                     \
+    (void)ignored;                                                                                        \
+    return ztOOP_classNameOf(object);                                                                     \
+  }                                                                                                       \
+  void *C##Allocator(const void *object) {                                                                \
+    return ztOOP_allocatorOf(object);                                                                     \
+  }                                                                                                       \
+  int32_t C##IsClass(const void *ignored, const void *object, const char *name) {                         \
+    (void)ignored;                                                                                        \
+    return ztOOP_isClass(object, name);                                                                   \
+  }                                                                                                       \
+  int32_t C##IsClassOf(const void *ignored, const void *object, const char *name) {                       \
+    (void)ignored;                                                                                        \
+    return ztOOP_isClassOf(object, name);                                                                 \
+  }                                                                                                       \
+  void C##InitTable(void *object) {                                                                       \
+    ztOOP_initTable(&C##Class_Description, object);                                                       \
+  }                                                                                                       \
+  void *C##_ctor(void *object, int32_t create) {                                                          \
+    return ztOOP_construct(&C##Class_Description, object, create);                                        \
+  }                                                                                                       \
+  void *C##_newop(void) {                                                                                 \
+    return ztOOP_construct(&C##Class_Description, NULL, 0);                                               \
+  }
+
+/** Puts a function into a method slot. A function whose signature differs from the slot's is a
+ *  compile error on this line. */
+#ifdef __cplusplus
+#define ZT_OVERRIDE_METHOD(methods, slot, function) ((methods)->slot = (function))
+#else
+/* C alone would merely warn. The compiler reports a selection that fails where its first word stands, and
+   that is the host's own. */
+#define ZT_OVERRIDE_METHOD(methods, slot, function) \
+  ((methods)->slot = _Generic(function, __typeof__((methods)->slot) : function))
+#endif
+
+/** Leaves a method to the subclasses: calling it gives the text of ztOOP_ztVirtualFuncHandler(). */
+#define ZT_ABSTRACT_METHOD(methods, slot) ztOOP_setAbstract(&(methods)->slot)
+
+/** 1 when the object's class C has something in the method slot; otherwise logs the empty slot and
+ *  gives 0: `if (ZT_HAS_METHOD(C, object, slot)) C_of(object)->slot(object);` */
+#define ZT_HAS_METHOD(C, object, slot) \
+  (C##_of(object)->slot != NULL || ztOOP_HandleNullFuncPtr((object), #slot))
+
+#endif

@@ -1,0 +1,34 @@
+// What the library does with classes and objects: those that it makes for itself, copies and assignments.
+#ifndef ZT_CORE_ZTCLASS_HH
+#define ZT_CORE_ZTCLASS_HH
+
+#include "core/ztclass.h"
+
+// A new heap object whose `create` succeeded, which the constructor itself does not tell. Its one reference
+// is the caller's. NULL when memory is exhausted.
+void *ztMakeObject(ztCtor constructor);
+
+template <typename Object>
+Object *ztNewObject(ztCtor constructor) {
+  return static_cast<Object *>(ztMakeObject(constructor));
+}
+
+// A new heap object of the source's own class, filled by the source's `clone`. Its one reference is
+// the caller's, whatever the source's count. NULL when the source is NULL or cannot be cloned.
+void *ztCopyObject(const void *source);
+
+// Clones the source onto an object that was constructed but not created, whose memory holds at least
+// the source's instance size, and gives it count 1. Returns what `clone` returns: NULL when the source
+// cannot be cloned; the target then owns nothing and must not be destroyed.
+void *ztCloneOnto(const void *source, void *target);
+
+// Whether a class is the other one or descends from it; a NULL class is not.
+bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
+
+// Has an object take over the contents of another one that may be of another class: with the `assign` of
+// the nearest class that both are of, since the target's own may look at what the other does not have. A
+// host's own `assign` is called whatever the other is, and is to look at it. The result of that, or 0 where
+// there is no such class.
+int32_t ztAssignCommon(void *target, const void *source);
+
+#endif

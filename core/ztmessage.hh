@@ -1,0 +1,11 @@
+// Texts in this thread's buffer for messages, where the next one overwrites them.
+#ifndef ZT_CORE_ZTMESSAGE_HH
+#define ZT_CORE_ZTMESSAGE_HH
+
+#include <stdarg.h>
+
+// At most 511 bytes. An argument may be the result of an earlier call; a NULL format gives an empty text.
+const char *ztFormatMessage(const char *format, va_list arguments) __attribute__((format(printf, 1, 0)));
+const char *ztMessage(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+#endif
