@@ -30,8 +30,8 @@ static void associativeDestroy(void *object) {
   ztContainer_table()->destroy(object);
 }
 
-static void associativeSetItemConstructor(void *object, ztCtor constructor) {
-  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->itemConstructor = constructor;
+static void associativeSetItemConstructor(ztAssociativeContainer &container, ztCtor constructor) {
+  container.itemConstructor = constructor;
 }
 
 static void associativeSetKeySize(ztAssociativeContainer &container, int32_t size, uint32_t byPointer) {
@@ -39,8 +39,8 @@ static void associativeSetKeySize(ztAssociativeContainer &container, int32_t siz
   container.keyByPointer = byPointer;
 }
 
-static void associativeSetKeyConstructor(void *object, ztCtor constructor) {
-  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->keyConstructor = constructor;
+static void associativeSetKeyConstructor(ztAssociativeContainer &container, ztCtor constructor) {
+  container.keyConstructor = constructor;
 }
 
 static void associativeSetValueSize(ztAssociativeContainer &container, int32_t size, uint32_t byPointer) {
@@ -48,23 +48,23 @@ static void associativeSetValueSize(ztAssociativeContainer &container, int32_t s
   container.valueByPointer = byPointer;
 }
 
-static void associativeSetValueConstructor(void *object, ztCtor constructor) {
-  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->valueConstructor = constructor;
+static void associativeSetValueConstructor(ztAssociativeContainer &container, ztCtor constructor) {
+  container.valueConstructor = constructor;
 }
 
-static void associativeSetValueCompareFunction(void *object, ztCompareFunc compare) {
-  if (object != nullptr) static_cast<ztAssociativeContainer *>(object)->valueCompareFunction = compare;
+static void associativeSetValueCompareFunction(ztAssociativeContainer &container, ztCompareFunc compare) {
+  container.valueCompareFunction = compare;
 }
 
 static void associativeMethods(ztAssociativeContainerMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, associativeCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, associativeDestroy);
-  ZT_OVERRIDE_METHOD(methods, setItemConstructor, associativeSetItemConstructor);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, ztMethod<associativeSetItemConstructor>);
   ZT_OVERRIDE_METHOD(methods, setKeySize, ztMethod<associativeSetKeySize>);
-  ZT_OVERRIDE_METHOD(methods, setKeyConstructor, associativeSetKeyConstructor);
+  ZT_OVERRIDE_METHOD(methods, setKeyConstructor, ztMethod<associativeSetKeyConstructor>);
   ZT_OVERRIDE_METHOD(methods, setValueSize, ztMethod<associativeSetValueSize>);
-  ZT_OVERRIDE_METHOD(methods, setValueConstructor, associativeSetValueConstructor);
-  ZT_OVERRIDE_METHOD(methods, setValueCompareFunction, associativeSetValueCompareFunction);
+  ZT_OVERRIDE_METHOD(methods, setValueConstructor, ztMethod<associativeSetValueConstructor>);
+  ZT_OVERRIDE_METHOD(methods, setValueCompareFunction, ztMethod<associativeSetValueCompareFunction>);
 }
 
 ZT_DEFINE_CLASS(ztAssociativeContainer, ztContainer, associativeMethods)

@@ -31,13 +31,12 @@ inline bool ztIsPairGone(const ztKeyValue *pair) {
 // A new item that holds the pair, made by the container's item constructor; NULL when that or one of
 // the two copies fails, or when the container ended or the pair went meanwhile.
 template <typename Item>
-void *ztNewPairItem(void *object, const void *pair) {
-  const auto *container = static_cast<const ztAssociativeContainer *>(object);
-  if (container == nullptr || container->itemConstructor == nullptr || pair == nullptr) return nullptr;
-  const ElementPolicy keys = ztKeyPolicy(object);
-  const ElementPolicy values = ztValuePolicy(object);
-  const ContainerUse use(object);
-  auto *item = static_cast<Item *>(container->itemConstructor(nullptr, 1));
+void *ztNewPairItem(ztAssociativeContainer &container, const void *pair) {
+  if (container.itemConstructor == nullptr || pair == nullptr) return nullptr;
+  const ElementPolicy keys = ztKeyPolicy(&container);
+  const ElementPolicy values = ztValuePolicy(&container);
+  const ContainerUse use(&container);
+  auto *item = static_cast<Item *>(container.itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
   const auto *given = static_cast<const ztKeyValue *>(pair);
   if (!ztIsPairGone(given) && ztStoreElement(keys, given->key, &item->data)) {
@@ -53,21 +52,21 @@ void *ztNewPairItem(void *object, const void *pair) {
 
 // Stores copies of the source item's key and value in the destination item.
 template <typename Item>
-void *ztCopyPairItem(void *object, void *destination, const void *source) {
-  if (object == nullptr || destination == nullptr || source == nullptr) return nullptr;
+void *ztCopyPairItem(ztAssociativeContainer &container, void *destination, const void *source) {
+  if (destination == nullptr || source == nullptr) return nullptr;
   auto *to = static_cast<Item *>(destination);
   const auto *from = static_cast<const Item *>(source);
-  ztCopyElement(ztKeyPolicy(object), from->data, &to->data);
-  ztCopyElement(ztValuePolicy(object), from->value, &to->value);
+  ztCopyElement(ztKeyPolicy(&container), from->data, &to->data);
+  ztCopyElement(ztValuePolicy(&container), from->value, &to->value);
   return destination;
 }
 
 // Releases the item's key and value, then the item. The container may end with the key.
 template <typename Item>
-void ztDeletePairItem(void *object, void *item) {
-  if (object == nullptr || item == nullptr) return;
-  const ElementPolicy values = ztValuePolicy(object);
-  ztReleaseElement(ztKeyPolicy(object), &static_cast<Item *>(item)->data);
+void ztDeletePairItem(ztAssociativeContainer &container, void *item) {
+  if (item == nullptr) return;
+  const ElementPolicy values = ztValuePolicy(&container);
+  ztReleaseElement(ztKeyPolicy(&container), &static_cast<Item *>(item)->data);
   ztReleaseElement(values, &static_cast<Item *>(item)->value);
   ztBaseClass_of(item)->unRef(item);
 }

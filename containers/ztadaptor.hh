@@ -7,88 +7,77 @@
 
 #include "containers/ztscont.h"
 #include "core/ztbasec.hh"
-
-template <typename Adaptor>
-auto ztInnerOf(const void *object) {
-  const auto *adaptor = static_cast<const Adaptor *>(object);
-  return adaptor == nullptr ? nullptr : adaptor->inner;
-}
+#include "core/ztmethod.hh"
+#include "core/ztparts.hh"
 
 // The class of the inner container is the one that `constructInner` makes.
 template <typename Adaptor, ztCtor constructInner>
-int32_t ztAdaptorCreate(void *object) {
-  if (object == nullptr) return 0;
-  auto *adaptor = static_cast<Adaptor *>(object);
-  adaptor->inner = nullptr;
-  if (!ztSequenceContainer_table()->create(object)) return 0;
-  adaptor->inner = static_cast<decltype(adaptor->inner)>(ztMakeObject(constructInner));
-  return adaptor->inner != nullptr;
+int32_t ztAdaptorCreate(Adaptor &adaptor) {
+  adaptor.inner = nullptr;
+  if (!ztSequenceContainer_table()->create(&adaptor)) return 0;
+  adaptor.inner = static_cast<decltype(adaptor.inner)>(ztMakeObject(constructInner));
+  return adaptor.inner != nullptr;
 }
 
 template <typename Adaptor>
 void *ztAdaptorClone(const void *object, void *target) {
-  void *copy = ztSequenceContainer_table()->clone(object, target);
+  auto *copy = static_cast<Adaptor *>(ztSequenceContainer_table()->clone(object, target));
   if (copy == nullptr) return nullptr;
-  auto *adaptor = static_cast<Adaptor *>(copy);
-  adaptor->inner = nullptr;
+  copy->inner = nullptr;
   const void *inner = static_cast<const Adaptor *>(object)->inner;
   if (inner == nullptr) return copy;
-  adaptor->inner = static_cast<decltype(adaptor->inner)>(ztCopyObject(inner));
-  if (adaptor->inner != nullptr) return copy;
+  copy->inner = static_cast<decltype(copy->inner)>(ztCopyObject(inner));
+  if (copy->inner != nullptr) return copy;
   ztSequenceContainer_table()->destroy(copy);
   return nullptr;
 }
 
 template <typename Adaptor>
-void ztAdaptorDestroy(void *object) {
-  if (object == nullptr) return;
-  auto *adaptor = static_cast<Adaptor *>(object);
+void ztAdaptorDestroy(Adaptor &adaptor) {
   // An element may have another inner container made at its end.
-  while (void *inner = adaptor->inner) {
-    adaptor->inner = nullptr;
-    ztBaseClass_of(inner)->unRef(inner);
+  while (adaptor.inner != nullptr) ztReleasePart(adaptor.inner);
+  ztSequenceContainer_table()->destroy(&adaptor);
+}
+
+// The method that calls the inner container's method of that slot.
+template <typename Adaptor, auto slot>
+struct ztInnerCall;
+
+template <typename Adaptor, typename Methods, typename Result, typename Object, typename... Arguments,
+          Result (*Methods::*slot)(Object *, Arguments...)>
+struct ztInnerCall<Adaptor, slot> {
+  static Result call(std::conditional_t<std::is_const_v<Object>, const Adaptor, Adaptor> &adaptor,
+                     Arguments... arguments) {
+    if (adaptor.inner == nullptr) return Result();
+    const void *methods = ztOOP_classOf(adaptor.inner)->methodTable;
+    return (static_cast<const Methods *>(methods)->*slot)(adaptor.inner, arguments...);
   }
-  ztSequenceContainer_table()->destroy(object);
-}
 
-template <typename Adaptor>
-void ztAdaptorSetCompareFunction(void *object, ztCompareFunc compare) {
-  ztSequenceContainer_table()->setCompareFunction(object, compare);
-  void *inner = ztInnerOf<Adaptor>(object);
-  if (inner != nullptr) ztSequenceContainer_of(inner)->setCompareFunction(inner, compare);
-}
+  static void set(Adaptor &adaptor, Arguments... arguments) {
+    (ztSequenceContainer_table()->*slot)(&adaptor, arguments...);
+    call(adaptor, arguments...);
+  }
+};
 
-template <typename Adaptor>
-void ztAdaptorSetAllowDuplicate(void *object, uint32_t allow) {
-  ztSequenceContainer_table()->setAllowDuplicate(object, allow);
-  void *inner = ztInnerOf<Adaptor>(object);
-  if (inner != nullptr) ztSequenceContainer_of(inner)->setAllowDuplicate(inner, allow);
-}
+template <typename Adaptor, auto slot>
+inline constexpr auto ztInnerMethod = ztMethod<ztInnerCall<Adaptor, slot>::call>;
 
-template <typename Adaptor>
-void ztAdaptorSetElementSize(void *object, int32_t size, uint32_t byPointer) {
-  ztSequenceContainer_table()->setElementSize(object, size, byPointer);
-  void *inner = ztInnerOf<Adaptor>(object);
-  if (inner != nullptr) ztSequenceContainer_of(inner)->setElementSize(inner, size, byPointer);
-}
-
-template <typename Adaptor>
-void ztAdaptorSetElementConstructor(void *object, ztCtor constructor) {
-  ztSequenceContainer_table()->setElementConstructor(object, constructor);
-  void *inner = ztInnerOf<Adaptor>(object);
-  if (inner != nullptr) ztSequenceContainer_of(inner)->setElementConstructor(inner, constructor);
-}
+// The same for a setting, which the adaptor keeps, too.
+template <typename Adaptor, auto slot>
+inline constexpr auto ztInnerSetting = ztMethod<ztInnerCall<Adaptor, slot>::set>;
 
 // Writes the overrides that are the same for every adaptor; the rest is each class's own.
 template <typename Adaptor, ztCtor constructInner, typename Methods>
 void ztFillAdaptorMethods(Methods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, (ztAdaptorCreate<Adaptor, constructInner>));
+  using Settings = ztSequenceContainerMethods;
+  ZT_OVERRIDE_METHOD(methods, create, (ztMethod<ztAdaptorCreate<Adaptor, constructInner>>));
   ZT_OVERRIDE_METHOD(methods, clone, ztAdaptorClone<Adaptor>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztAdaptorDestroy<Adaptor>);
-  ZT_OVERRIDE_METHOD(methods, setCompareFunction, ztAdaptorSetCompareFunction<Adaptor>);
-  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, ztAdaptorSetAllowDuplicate<Adaptor>);
-  ZT_OVERRIDE_METHOD(methods, setElementSize, ztAdaptorSetElementSize<Adaptor>);
-  ZT_OVERRIDE_METHOD(methods, setElementConstructor, ztAdaptorSetElementConstructor<Adaptor>);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<ztAdaptorDestroy<Adaptor>>);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, (ztInnerSetting<Adaptor, &Settings::setCompareFunction>));
+  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, (ztInnerSetting<Adaptor, &Settings::setAllowDuplicate>));
+  ZT_OVERRIDE_METHOD(methods, setElementSize, (ztInnerSetting<Adaptor, &Settings::setElementSize>));
+  ZT_OVERRIDE_METHOD(methods, setElementConstructor,
+                     (ztInnerSetting<Adaptor, &Settings::setElementConstructor>));
 }
 
 #endif

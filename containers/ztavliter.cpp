@@ -19,25 +19,21 @@ static int32_t avlIteratorCreate(void *object) {
   return 1;
 }
 
-static void avlIteratorDestroy(void *object) {
-  ztIterator_table()->destroy(object);
-}
-
 // Goes down from the current item as long as there is a child on that side.
-static void descend(ztAvlIterator *iterator, bool right) {
-  ztAvlTreeItem *item = iterator->current;
+static void descend(ztAvlIterator &iterator, bool right) {
+  ztAvlTreeItem *item = iterator.current;
   for (ztAvlTreeItem *below = ztTreeLink(item, right); below != nullptr; below = ztTreeLink(item, right)) {
-    iterator->path[iterator->depth++] = item;
+    iterator.path[iterator.depth++] = item;
     item = below;
   }
-  iterator->current = item;
+  iterator.current = item;
 }
 
 static void *avlIteratorStart(ztAvlIterator &iterator, const void *container, int32_t direction) {
   iterator.tree = static_cast<const ztAvlTree *>(container);
   iterator.depth = 0;
   iterator.current = container == nullptr ? nullptr : iterator.tree->root;
-  if (iterator.current != nullptr) descend(&iterator, direction != 0);
+  if (iterator.current != nullptr) descend(iterator, direction != 0);
   return iterator.current;
 }
 
@@ -48,7 +44,7 @@ static void *avlIteratorMove(ztAvlIterator &iterator, int32_t direction) {
   if (ztAvlTreeItem *below = ztTreeLink(item, right); below != nullptr) {
     iterator.path[iterator.depth++] = item;
     iterator.current = below;
-    descend(&iterator, !right);
+    descend(iterator, !right);
     return iterator.current;
   }
   const ztAvlTreeItem *last;
@@ -60,25 +56,25 @@ static void *avlIteratorMove(ztAvlIterator &iterator, int32_t direction) {
   return iterator.current = item;
 }
 
-static void *avlIteratorFirst(ztAvlIterator &self, const void *container) {
-  return ztAvlIterator_of(&self)->start(&self, container, 0);
+static void *avlIteratorFirst(ztAvlIterator &iterator, const void *container) {
+  return ztAvlIterator_of(&iterator)->start(&iterator, container, 0);
 }
 
-static void *avlIteratorLast(ztAvlIterator &self, const void *container) {
-  return ztAvlIterator_of(&self)->start(&self, container, 1);
+static void *avlIteratorLast(ztAvlIterator &iterator, const void *container) {
+  return ztAvlIterator_of(&iterator)->start(&iterator, container, 1);
 }
 
-static void *avlIteratorNext(ztAvlIterator &self) {
-  return ztAvlIterator_of(&self)->move(&self, 1);
+static void *avlIteratorNext(ztAvlIterator &iterator) {
+  return ztAvlIterator_of(&iterator)->move(&iterator, 1);
 }
 
-static void *avlIteratorPrev(ztAvlIterator &self) {
-  return ztAvlIterator_of(&self)->move(&self, 0);
+static void *avlIteratorPrev(ztAvlIterator &iterator) {
+  return ztAvlIterator_of(&iterator)->move(&iterator, 0);
 }
 
 static void avlIteratorMethods(ztAvlIteratorMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, avlIteratorCreate);
-  ZT_OVERRIDE_METHOD(methods, destroy, avlIteratorDestroy);
+  ZT_CALL_PARENT_ONLY(methods, ztIterator, destroy);
   ZT_OVERRIDE_METHOD(methods, start, ztMethod<avlIteratorStart>);
   ZT_OVERRIDE_METHOD(methods, move, ztMethod<avlIteratorMove>);
   ZT_OVERRIDE_METHOD(methods, first, ztMethod<avlIteratorFirst>);

@@ -201,7 +201,7 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
 }
 
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
-  if ((tree.root != nullptr && tree.compareFunction == nullptr)) return nullptr;
+  if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
   // What a call that was left had still to delete.
   while (void *rest = ztTakeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
@@ -306,7 +306,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   rebalance(&tree, &path);
   --tree.count;
   ztNoteRemoved(&tree);
-  // Last, since the end of an element may call back into the &tree.
+  // Last, since the end of an element may call back into the tree.
   deleteItem(&tree, item);
   return 1;
 }
@@ -360,7 +360,7 @@ static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output)
   if (!tree.allowDuplicate) return 0;
   if (!ztOOP_isClassOf(output, ztSequenceContainer_classname_)) return 0;
   if (tree.root != nullptr && !canCompare(&tree, key)) return 0;
-  // Collected first, since the output may be the very &tree that is searched.
+  // Collected first, since the output may be the very tree that is searched.
   EqualItems found;
   ztCollectEqual(&tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
@@ -383,24 +383,22 @@ static int32_t treeGetSize(const ztAvlTree &tree) {
 // Life --------------------------------------------------------------------------------------------
 
 static int32_t treeCreate(ztAvlTree &tree) {
-  auto *tree = &tree;
-  tree->root = nullptr;
-  tree->count = 0;
+  tree.root = nullptr;
+  tree.count = 0;
   if (!ztSequenceContainer_table()->create(&tree)) return 0;
-  tree->compareFunction = nullptr;
+  tree.compareFunction = nullptr;
   ztAvlTree_of(&tree)->setItemConstructor(&tree, ztAvlTreeItem_ctor);
   return 1;
 }
 
 static void treeDestroy(ztAvlTree &tree) {
-  auto *tree = &tree;
   ztAvlTree_of(&tree)->empty(&tree);
   for (;;) {
     // What elements put in at their end, and what calls that are under way had to delete.
-    if (tree->root != nullptr) {
+    if (tree.root != nullptr) {
       treeEmpty(tree);
-    } else if (void *rest = ztTakeItems(tree)) {
-      deleteItems(tree, static_cast<ztAvlTreeItem *>(rest));
+    } else if (void *rest = ztTakeItems(&tree)) {
+      deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
     } else {
       break;
     }

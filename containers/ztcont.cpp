@@ -5,6 +5,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
+#include "core/ztmethod.hh"
 
 #include <string.h>
 
@@ -104,16 +105,16 @@ static void *containerClone(const void *object, void *target) {
   return copy;
 }
 
-static void containerSetItemManager(void *object, void *manager) {
-  if (object != nullptr) static_cast<ztContainer *>(object)->itemManager = manager;
+static void containerSetItemManager(ztContainer &container, void *manager) {
+  container.itemManager = manager;
 }
 
-static void containerSetCompareFunction(void *object, ztCompareFunc compare) {
-  if (object != nullptr) static_cast<ztContainer *>(object)->compareFunction = compare;
+static void containerSetCompareFunction(ztContainer &container, ztCompareFunc compare) {
+  container.compareFunction = compare;
 }
 
-static void containerSetAllowDuplicate(void *object, uint32_t allow) {
-  if (object != nullptr) static_cast<ztContainer *>(object)->allowDuplicate = allow;
+static void containerSetAllowDuplicate(ztContainer &container, uint32_t allow) {
+  container.allowDuplicate = allow;
 }
 
 static void containerMethods(ztContainerMethods *methods) {
@@ -123,9 +124,9 @@ static void containerMethods(ztContainerMethods *methods) {
   ZT_ABSTRACT_METHOD(methods, copyItem);
   ZT_ABSTRACT_METHOD(methods, deleteItem);
   ZT_ABSTRACT_METHOD(methods, setItemConstructor);
-  ZT_OVERRIDE_METHOD(methods, setItemManager, containerSetItemManager);
-  ZT_OVERRIDE_METHOD(methods, setCompareFunction, containerSetCompareFunction);
-  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, containerSetAllowDuplicate);
+  ZT_OVERRIDE_METHOD(methods, setItemManager, ztMethod<containerSetItemManager>);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, ztMethod<containerSetCompareFunction>);
+  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, ztMethod<containerSetAllowDuplicate>);
   ZT_ABSTRACT_METHOD(methods, getSize);
 }
 

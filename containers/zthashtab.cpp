@@ -41,35 +41,35 @@ static inline uint32_t hashKey(const void *key, int32_t size) {
   return size == sizeof(int32_t) ? hashBytes(key, sizeof(int32_t)) : hashBytes(key, size);
 }
 
-static ztHashTableItem **bucketsOf(const ztHashTable *table) {
-  return static_cast<ztHashTableItem **>(table->buckets->data);
+static ztHashTableItem **bucketsOf(const ztHashTable &table) {
+  return static_cast<ztHashTableItem **>(table.buckets->data);
 }
 
 // Where the chain for a key begins; NULL when there are no buckets or the key has no bytes to read.
-[[gnu::always_inline]] static inline ztHashTableItem **bucketFor(const ztHashTable *table, const void *key) {
-  if (table->buckets == nullptr || table->buckets->count <= 0) return nullptr;
-  if (key == nullptr && (table->keySize > 0 || table->keyConstructor != nullptr || !table->keyByPointer)) {
+[[gnu::always_inline]] static inline ztHashTableItem **bucketFor(const ztHashTable &table, const void *key) {
+  if (table.buckets == nullptr || table.buckets->count <= 0) return nullptr;
+  if (key == nullptr && (table.keySize > 0 || table.keyConstructor != nullptr || !table.keyByPointer)) {
     return nullptr;
   }
-  const uint32_t hash = hashKey(key, table->keySize);
+  const uint32_t hash = hashKey(key, table.keySize);
   const uint32_t folded = hash ^ (hash >> 10) ^ (hash >> 20);
-  return bucketsOf(table) + (folded & static_cast<uint32_t>(table->buckets->count - 1));
+  return bucketsOf(table) + (folded & static_cast<uint32_t>(table.buckets->count - 1));
 }
 
-static void clearBuckets(ztHashTable *table) {
-  ztPtrArray *buckets = table->buckets;
+static void clearBuckets(ztHashTable &table) {
+  ztPtrArray *buckets = table.buckets;
   if (buckets->data != nullptr)
     memset(buckets->data, 0, static_cast<size_t>(buckets->count) * sizeof(void *));
 }
 
 // Takes all items out of the table, in one chain. The buckets keep what they hold, which means nothing
 // from here on.
-static ztHashTableItem *detachItems(ztHashTable *table) {
-  if (table->count == 0) return nullptr;
-  table->count = 0;
+static ztHashTableItem *detachItems(ztHashTable &table) {
+  if (table.count == 0) return nullptr;
+  table.count = 0;
   ztHashTableItem *first = nullptr;
   ztHashTableItem **end = &first;
-  for (int32_t i = 0; i < table->buckets->count; ++i) {
+  for (int32_t i = 0; i < table.buckets->count; ++i) {
     *end = bucketsOf(table)[i];
     while (*end != nullptr) end = &(*end)->next;
   }
@@ -78,34 +78,26 @@ static ztHashTableItem *detachItems(ztHashTable *table) {
 
 // Items -------------------------------------------------------------------------------------------
 
-static void *hashTableNewItem(void *object, const void *pair) {
-  auto *item = static_cast<ztHashTableItem *>(ztNewPairItem<ztHashTableItem>(object, pair));
+static void *hashTableNewItem(ztAssociativeContainer &table, const void *pair) {
+  auto *item = static_cast<ztHashTableItem *>(ztNewPairItem<ztHashTableItem>(table, pair));
   if (item != nullptr) item->next = nullptr;
   return item;
 }
 
-static void *hashTableCopyItem(void *object, void *destination, const void *source) {
-  return ztCopyPairItem<ztHashTableItem>(object, destination, source);
-}
-
-static void hashTableDeleteItem(void *object, void *item) {
-  ztDeletePairItem<ztHashTableItem>(object, item);
-}
-
-static ztHashTableItem *newItem(ztHashTable *table, const ContainerUse &use, const void *key,
+static ztHashTableItem *newItem(ztHashTable &table, const ContainerUse &use, const void *key,
                                 const void *value) {
-  if (table->count >= INT32_MAX) return nullptr;
+  if (table.count >= INT32_MAX) return nullptr;
   const ztKeyValue pair = {key, value};
-  return static_cast<ztHashTableItem *>(ztMakeItem(table, use, &pair));
+  return static_cast<ztHashTableItem *>(ztMakeItem(&table, use, &pair));
 }
 
 // Deletes a chain that was taken out of the table. Whoever ends the table meanwhile deletes the rest of it.
-static void deleteChain(ztHashTable *table, ztHashTableItem *item) {
-  ContainerUse use(table);
+static void deleteChain(ztHashTable &table, ztHashTableItem *item) {
+  ContainerUse use(&table);
   while (item != nullptr && !use.ended()) {
     ztHashTableItem *next = item->next;
     use.setItems(next);
-    void *manager = ztItemManagerOf(table);
+    void *manager = ztItemManagerOf(&table);
     ztContainer_of(manager)->deleteItem(manager, item);
     item = next;
   }
@@ -114,9 +106,9 @@ static void deleteChain(ztHashTable *table, ztHashTableItem *item) {
 // Pairs -------------------------------------------------------------------------------------------
 
 static void hashTableEmpty(ztHashTable &table) {
-  // All are detached first, since the end of a key or value may call back into the &table.
+  // All are detached first, since the end of a key or value may call back into the table.
   ztNoteRemoved(&table);
-  deleteChain(&table, detachItems(&table));
+  deleteChain(table, detachItems(table));
 }
 
 static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
@@ -125,11 +117,11 @@ static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
   const ContainerUse use(&table);
   ztHashTable_of(&table)->empty(&table);
   // What keys and values put in at their end goes, too.
-  while (!use.ended() && table.count != 0) hashTableEmpty(&table);
+  while (!use.ended() && table.count != 0) hashTableEmpty(table);
   if (use.ended() || table.buckets == nullptr) return 0;
   const int32_t result = ztPtrArray_of(table.buckets)->setSize(table.buckets, count);
   // An array that has the size already keeps its contents.
-  clearBuckets(&table);
+  clearBuckets(table);
   ztNoteRemoved(&table);
   return result;
 }
@@ -146,22 +138,22 @@ static ztHashTableItem *findInteger(ztHashTableItem *item, int32_t wanted) {
   return item;
 }
 
-static ztHashTableItem *findInChain(const ztHashTable *table, ztHashTableItem *item, const void *key) {
-  const ztCompareFunc compare = table->compareFunction;
+static ztHashTableItem *findInChain(const ztHashTable &table, ztHashTableItem *item, const void *key) {
+  const ztCompareFunc compare = table.compareFunction;
   if (compare == ztIntArray_compare_func && key != nullptr) return findInteger(item, integerAt(key));
   while (item != nullptr && compare(item->data, key) != 0) item = item->next;
   return item;
 }
 
 // Where a pair with the key goes; NULL where the table cannot take it.
-static ztHashTableItem **bucketToFill(ztHashTable *table, const void *key) {
+static ztHashTableItem **bucketToFill(ztHashTable &table, const void *key) {
   ztHashTableItem **bucket = bucketFor(table, key);
   if (bucket == nullptr) return nullptr;
   // What an emptied table left in its buckets is gone.
-  if (table->count == 0) clearBuckets(table);
+  if (table.count == 0) clearBuckets(table);
   if (*bucket == nullptr) return bucket;
-  const ztCompareFunc compare = table->compareFunction;
-  if (!table->allowDuplicate) {
+  const ztCompareFunc compare = table.compareFunction;
+  if (!table.allowDuplicate) {
     return compare == nullptr || findInChain(table, *bucket, key) != nullptr ? nullptr : bucket;
   }
   if (compare == nullptr || ztIsOwnCompare(compare)) return bucket;
@@ -170,89 +162,86 @@ static ztHashTableItem **bucketToFill(ztHashTable *table, const void *key) {
   return bucket;
 }
 
-static int32_t hashTableInsert(void *object, const void *key, const void *value) {
-  auto *table = static_cast<ztHashTable *>(object);
-  ztHashTableItem **bucket = table == nullptr ? nullptr : bucketToFill(table, key);
+static int32_t hashTableInsert(ztHashTable &table, const void *key, const void *value) {
+  ztHashTableItem **bucket = bucketToFill(table, key);
   if (bucket == nullptr) return 0;
-  const ContainerUse use(table);
+  const ContainerUse use(&table);
   // What a call that was left had still to delete.
-  while (void *rest = ztTakeItemsLeft(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  while (void *rest = ztTakeItemsLeft(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   if (use.ended()) return 0;
   ztHashTableItem *item = newItem(table, use, key, value);
   if (item == nullptr) return 0;
   if (use.changed()) bucket = bucketToFill(table, key);
   if (bucket == nullptr) {
-    void *manager = ztItemManagerOf(table);
+    void *manager = ztItemManagerOf(&table);
     ztContainer_of(manager)->deleteItem(manager, item);
     return 0;
   }
   item->next = *bucket;
   *bucket = item;
-  ++table->count;
-  ztNoteAdded(table);
+  ++table.count;
+  ztNoteAdded(&table);
   return 1;
 }
 
 static ztHashTableItem *hashTableFind(const ztHashTable &table, const void *key) {
   if (table.count == 0 || table.compareFunction == nullptr) return nullptr;
-  ztHashTableItem **bucket = bucketFor(&table, key);
-  return bucket == nullptr ? nullptr : findInChain(&table, *bucket, key);
+  ztHashTableItem **bucket = bucketFor(table, key);
+  return bucket == nullptr ? nullptr : findInChain(table, *bucket, key);
 }
 
 // Life --------------------------------------------------------------------------------------------
 
 static int32_t hashTableCreate(ztHashTable &table) {
-  auto *table = &table;
-  table->buckets = nullptr;
-  table->count = 0;
+  table.buckets = nullptr;
+  table.count = 0;
   if (!ztAssociativeContainer_table()->create(&table)) return 0;
   ztHashTable_of(&table)->setItemConstructor(&table, ztHashTableItem_ctor);
-  table->buckets = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
-  return table->buckets != nullptr;
+  table.buckets = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
+  return table.buckets != nullptr;
 }
 
 // Elements may put pairs in at their end, or have buckets made anew: all of that ends too.
 static void hashTableDestroy(ztHashTable &table) {
-  auto *table = &table;
-  ztPtrArray *buckets = table->buckets;
+  ztPtrArray *buckets = table.buckets;
   // Calls that are under way leave what they had to delete.
-  while (void *rest = ztTakeItems(table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  while (void *rest = ztTakeItems(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   ztAssociativeContainer_table()->destroy(&table);
-  const ContainerUse use(table);
+  const ContainerUse use(&table);
   ztHashTable_of(&table)->empty(&table);
   while (!use.ended()) {
-    while (!use.ended() && table->count != 0) hashTableEmpty(table);
+    while (!use.ended() && table.count != 0) hashTableEmpty(table);
     if (use.ended()) return;
-    if (table->buckets == buckets) table->buckets = nullptr;
+    if (table.buckets == buckets) table.buckets = nullptr;
     if (buckets != nullptr) ztPtrArray_of(buckets)->unRef(buckets);
-    buckets = table->buckets;
+    buckets = table.buckets;
     if (buckets == nullptr) return;
   }
 }
 
 // Gives the copy of a table copies of a chain's items, in the same order. False also when the source lost
 // items meanwhile.
-static bool copyChain(ContainerUse *source, ztHashTable *copy, int32_t index, const ztHashTableItem *item) {
+static bool copyChain(ContainerUse *source, ztHashTable &copy, int32_t index, const ztHashTableItem *item) {
   ztHashTableItem **end = bucketsOf(copy) + index;
-  const ContainerUse use(copy);
+  const ContainerUse use(&copy);
   for (; item != nullptr; item = item->next) {
-    source->setSource(ztOwnOfPair(copy, item->data, item->value));
+    source->setSource(ztOwnOfPair(&copy, item->data, item->value));
     *end = newItem(copy, use, item->data, item->value);
     if (*end == nullptr) return false;
     end = &(*end)->next;
-    ++copy->count;
+    ++copy.count;
     if (source->ended() || source->removed()) return false;
   }
   return true;
 }
 
-static bool copyBuckets(const ztHashTable *source, ztHashTable *copy) {
-  copy->buckets = static_cast<ztPtrArray *>(ztCopyObject(source->buckets));
-  if (copy->buckets == nullptr) return false;
+static bool copyBuckets(const ztHashTable &source, ztHashTable &copy) {
+  copy.buckets = static_cast<ztPtrArray *>(ztCopyObject(source.buckets));
+  if (copy.buckets == nullptr) return false;
   clearBuckets(copy);
-  if (source->count == 0) return true;
-  ContainerUse use(source);
-  for (int32_t i = 0; i < source->buckets->count; ++i) {
+  if (source.count == 0) return true;
+  ContainerUse use(&source);
+  for (int32_t i = 0; i < source.buckets->count; ++i) {
     if (!copyChain(&use, copy, i, bucketsOf(source)[i])) return false;
   }
   return true;
@@ -264,7 +253,7 @@ static void *hashTableClone(const void *object, void *target) {
   copy->buckets = nullptr;
   copy->count = 0;
   const auto *source = static_cast<const ztHashTable *>(object);
-  if (source->buckets == nullptr || copyBuckets(source, copy)) return copy;
+  if (source->buckets == nullptr || copyBuckets(*source, *copy)) return copy;
   ztHashTable_table()->destroy(copy);
   return nullptr;
 }
@@ -273,12 +262,12 @@ static void hashTableMethods(ztHashTableMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<hashTableCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, hashTableClone);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<hashTableDestroy>);
-  ZT_OVERRIDE_METHOD(methods, newItem, hashTableNewItem);
-  ZT_OVERRIDE_METHOD(methods, copyItem, hashTableCopyItem);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, hashTableDeleteItem);
+  ZT_OVERRIDE_METHOD(methods, newItem, ztMethod<hashTableNewItem>);
+  ZT_OVERRIDE_METHOD(methods, copyItem, ztMethod<ztCopyPairItem<ztHashTableItem>>);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, ztMethod<ztDeletePairItem<ztHashTableItem>>);
   ZT_OVERRIDE_METHOD(methods, setSize, ztMethod<hashTableSetSize>);
   ZT_OVERRIDE_METHOD(methods, empty, ztMethod<hashTableEmpty>);
-  ZT_OVERRIDE_METHOD(methods, insert, hashTableInsert);
+  ZT_OVERRIDE_METHOD(methods, insert, ztMethod<hashTableInsert>);
   ZT_OVERRIDE_METHOD(methods, find, ztMethod<hashTableFind>);
 }
 

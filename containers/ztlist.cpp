@@ -104,52 +104,50 @@ static ztListItem *listInsertNext(ztList &list, ztListItem *item, const void *el
 // The list is whole without an item, and has counted it out, before anything of a host's learns of its end.
 
 // Takes the head out; NULL when there is none.
-static ztListItem *detachHead(ztList *list) {
-  ztListItem *item = list->head;
-  if (item == nullptr || list->tail == nullptr) return nullptr;
-  list->head = item->next;
-  if (list->head != nullptr) {
-    list->head->prev = nullptr;
+static ztListItem *detachHead(ztList &list) {
+  ztListItem *item = list.head;
+  if (item == nullptr || list.tail == nullptr) return nullptr;
+  list.head = item->next;
+  if (list.head != nullptr) {
+    list.head->prev = nullptr;
   } else {
-    list->tail = nullptr;
+    list.tail = nullptr;
   }
-  --list->count;
-  ztNoteRemoved(list);
+  --list.count;
+  ztNoteRemoved(&list);
   return item;
 }
 
 // Takes the tail out; NULL when there is none.
-static ztListItem *detachTail(ztList *list) {
-  ztListItem *item = list->tail;
-  if (item == nullptr || list->head == nullptr) return nullptr;
-  list->tail = item->prev;
-  if (list->tail != nullptr) {
-    list->tail->next = nullptr;
+static ztListItem *detachTail(ztList &list) {
+  ztListItem *item = list.tail;
+  if (item == nullptr || list.head == nullptr) return nullptr;
+  list.tail = item->prev;
+  if (list.tail != nullptr) {
+    list.tail->next = nullptr;
   } else {
-    list->head = nullptr;
+    list.head = nullptr;
   }
-  --list->count;
-  ztNoteRemoved(list);
+  --list.count;
+  ztNoteRemoved(&list);
   return item;
 }
 
-static ztListItem *listPopFront(void *object) {
-  auto *list = static_cast<ztList *>(object);
-  ztListItem *item = list == nullptr ? nullptr : detachHead(list);
+static ztListItem *listPopFront(ztList &list) {
+  ztListItem *item = detachHead(list);
   if (item == nullptr) return nullptr;
-  const ContainerUse use(list);
+  const ContainerUse use(&list);
   // Not through the item manager: the element is the caller's from here on.
   ztListItem_of(item)->unRef(item);
-  return use.ended() ? nullptr : list->head;
+  return use.ended() ? nullptr : list.head;
 }
 
-static ztListItem *listPopBack(void *object) {
-  auto *list = static_cast<ztList *>(object);
-  ztListItem *item = list == nullptr ? nullptr : detachTail(list);
+static ztListItem *listPopBack(ztList &list) {
+  ztListItem *item = detachTail(list);
   if (item == nullptr) return nullptr;
-  const ContainerUse use(list);
-  deleteItem(list, item);
-  return use.ended() ? nullptr : list->tail;
+  const ContainerUse use(&list);
+  deleteItem(&list, item);
+  return use.ended() ? nullptr : list.tail;
 }
 
 static ztListItem *removeBetween(ztList *list, ztListItem *item) {
@@ -176,7 +174,7 @@ static ztListItem *listRemoveItem(ztList &list, ztListItem *item) {
 
 static void listEmpty(ztList &list) {
   const ContainerUse use(&list);
-  while (ztListItem *item = detachHead(&list)) {
+  while (ztListItem *item = detachHead(list)) {
     deleteItem(&list, item);
     if (use.ended()) return;
   }
@@ -246,10 +244,6 @@ static void *listClone(const void *object, void *target) {
   return nullptr;
 }
 
-static int32_t listAssign(void *object, const void *other) {
-  return ztSequenceContainer_table()->assign(object, other) ? 1 : 0;
-}
-
 static void listDestroy(ztList &list) {
   ztSequenceContainer_table()->destroy(&list);
   ztList_of(&list)->empty(&list);
@@ -258,15 +252,16 @@ static void listDestroy(ztList &list) {
 static void listMethods(ztListMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, listCreate);
   ZT_OVERRIDE_METHOD(methods, clone, listClone);
-  ZT_OVERRIDE_METHOD(methods, assign, listAssign);
+  // Assigning copies no elements: the list keeps its own.
+  ZT_CALL_PARENT_ONLY(methods, ztSequenceContainer, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<listDestroy>);
   ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<listGetSize>);
   ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<listPushBack>);
   ZT_OVERRIDE_METHOD(methods, pushFront, ztMethod<listPushFront>);
   ZT_OVERRIDE_METHOD(methods, insertPrev, ztMethod<listInsertPrev>);
   ZT_OVERRIDE_METHOD(methods, insertNext, ztMethod<listInsertNext>);
-  ZT_OVERRIDE_METHOD(methods, popFront, listPopFront);
-  ZT_OVERRIDE_METHOD(methods, popBack, listPopBack);
+  ZT_OVERRIDE_METHOD(methods, popFront, ztMethod<listPopFront>);
+  ZT_OVERRIDE_METHOD(methods, popBack, ztMethod<listPopBack>);
   ZT_OVERRIDE_METHOD(methods, removeItem, ztMethod<listRemoveItem>);
   ZT_OVERRIDE_METHOD(methods, find, ztMethod<listFind>);
   ZT_OVERRIDE_METHOD(methods, getBack, ztMethod<listGetBack>);

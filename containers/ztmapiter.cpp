@@ -9,20 +9,20 @@ static const ztAvlTree *treeOf(const void *map) {
   return map == nullptr ? nullptr : static_cast<const ztMap *>(map)->tree;
 }
 
-static void *mapIteratorFirst(ztMapIterator &self, const void *container) {
-  return ztMapIterator_of(&self)->start(&self, treeOf(container), 0);
+static void *mapIteratorFirst(ztMapIterator &iterator, const void *map) {
+  return ztMapIterator_of(&iterator)->start(&iterator, treeOf(map), 0);
 }
 
-static void *mapIteratorLast(ztMapIterator &self, const void *container) {
-  return ztMapIterator_of(&self)->start(&self, treeOf(container), 1);
+static void *mapIteratorLast(ztMapIterator &iterator, const void *map) {
+  return ztMapIterator_of(&iterator)->start(&iterator, treeOf(map), 1);
 }
 
-static void *mapIteratorNext(ztMapIterator &self) {
-  return ztMapIterator_of(&self)->move(&self, 1);
+static void *mapIteratorNext(ztMapIterator &iterator) {
+  return ztMapIterator_of(&iterator)->move(&iterator, 1);
 }
 
-static void *mapIteratorPrev(ztMapIterator &self) {
-  return ztMapIterator_of(&self)->move(&self, 0);
+static void *mapIteratorPrev(ztMapIterator &iterator) {
+  return ztMapIterator_of(&iterator)->move(&iterator, 0);
 }
 
 static void mapIteratorMethods(ztMapIteratorMethods *methods) {

@@ -13,13 +13,12 @@ ZT_PIN_FIELD(ztSequenceContainer, elementConstructor, 56);
 ZT_PIN_SLOT(ztSequenceContainer, setElementSize, 24);
 ZT_PIN_SLOT(ztSequenceContainer, setElementConstructor, 26);
 
-static ElementPolicy policyOf(const void *object) {
-  const auto *container = static_cast<const ztSequenceContainer *>(object);
-  return {container->elementConstructor, container->byPointer != 0, container->elementSize};
+static ElementPolicy policyOf(const ztSequenceContainer &container) {
+  return {container.elementConstructor, container.byPointer != 0, container.elementSize};
 }
 
 const void *ztOwnOfElement(const void *container, const void *element) {
-  return ztIsOwned(policyOf(container)) ? element : nullptr;
+  return ztIsOwned(policyOf(*static_cast<const ztSequenceContainer *>(container))) ? element : nullptr;
 }
 
 static int32_t sequenceCreate(void *object) {
@@ -36,12 +35,11 @@ static void sequenceDestroy(void *object) {
   ztContainer_table()->destroy(object);
 }
 
-static void *sequenceNewItem(void *object, const void *element) {
-  const auto *container = static_cast<const ztSequenceContainer *>(object);
-  if (container == nullptr || container->itemConstructor == nullptr) return nullptr;
-  const ElementPolicy policy = policyOf(object);
-  const ContainerUse use(object);
-  auto *item = static_cast<ztContainerItem *>(container->itemConstructor(nullptr, 1));
+static void *sequenceNewItem(ztSequenceContainer &container, const void *element) {
+  if (container.itemConstructor == nullptr) return nullptr;
+  const ElementPolicy policy = policyOf(container);
+  const ContainerUse use(&container);
+  auto *item = static_cast<ztContainerItem *>(container.itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
   if (!ztIsSourceGone(element) && ztStoreElement(policy, element, &item->data)) {
     if (!use.ended()) return item;
@@ -51,21 +49,21 @@ static void *sequenceNewItem(void *object, const void *element) {
   return nullptr;
 }
 
-static void *sequenceCopyItem(void *object, void *destination, const void *source) {
-  if (object == nullptr || destination == nullptr || source == nullptr) return nullptr;
+static void *sequenceCopyItem(ztSequenceContainer &container, void *destination, const void *source) {
+  if (destination == nullptr || source == nullptr) return nullptr;
   const void *element = static_cast<const ztContainerItem *>(source)->data;
-  ztCopyElement(policyOf(object), element, &static_cast<ztContainerItem *>(destination)->data);
+  ztCopyElement(policyOf(container), element, &static_cast<ztContainerItem *>(destination)->data);
   return destination;
 }
 
-static void sequenceDeleteItem(void *object, void *item) {
-  if (object == nullptr || item == nullptr) return;
-  ztReleaseElement(policyOf(object), &static_cast<ztContainerItem *>(item)->data);
+static void sequenceDeleteItem(ztSequenceContainer &container, void *item) {
+  if (item == nullptr) return;
+  ztReleaseElement(policyOf(container), &static_cast<ztContainerItem *>(item)->data);
   ztContainerItem_of(item)->unRef(item);
 }
 
-static void sequenceSetItemConstructor(void *object, ztCtor constructor) {
-  if (object != nullptr) static_cast<ztSequenceContainer *>(object)->itemConstructor = constructor;
+static void sequenceSetItemConstructor(ztSequenceContainer &container, ztCtor constructor) {
+  container.itemConstructor = constructor;
 }
 
 static void sequenceSetElementSize(ztSequenceContainer &container, int32_t size, uint32_t byPointer) {
@@ -73,24 +71,24 @@ static void sequenceSetElementSize(ztSequenceContainer &container, int32_t size,
   container.byPointer = byPointer;
 }
 
-static int32_t sequenceGetElementSize(const ztSequenceContainer &self) {
-  return self.elementSize;
+static int32_t sequenceGetElementSize(const ztSequenceContainer &container) {
+  return container.elementSize;
 }
 
-static void sequenceSetElementConstructor(void *object, ztCtor constructor) {
-  if (object != nullptr) static_cast<ztSequenceContainer *>(object)->elementConstructor = constructor;
+static void sequenceSetElementConstructor(ztSequenceContainer &container, ztCtor constructor) {
+  container.elementConstructor = constructor;
 }
 
 static void sequenceMethods(ztSequenceContainerMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, sequenceCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, sequenceDestroy);
-  ZT_OVERRIDE_METHOD(methods, newItem, sequenceNewItem);
-  ZT_OVERRIDE_METHOD(methods, copyItem, sequenceCopyItem);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, sequenceDeleteItem);
-  ZT_OVERRIDE_METHOD(methods, setItemConstructor, sequenceSetItemConstructor);
+  ZT_OVERRIDE_METHOD(methods, newItem, ztMethod<sequenceNewItem>);
+  ZT_OVERRIDE_METHOD(methods, copyItem, ztMethod<sequenceCopyItem>);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, ztMethod<sequenceDeleteItem>);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, ztMethod<sequenceSetItemConstructor>);
   ZT_OVERRIDE_METHOD(methods, setElementSize, ztMethod<sequenceSetElementSize>);
   ZT_OVERRIDE_METHOD(methods, getElementSize, ztMethod<sequenceGetElementSize>);
-  ZT_OVERRIDE_METHOD(methods, setElementConstructor, sequenceSetElementConstructor);
+  ZT_OVERRIDE_METHOD(methods, setElementConstructor, ztMethod<sequenceSetElementConstructor>);
 }
 
 ZT_DEFINE_CLASS(ztSequenceContainer, ztContainer, sequenceMethods)

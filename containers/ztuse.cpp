@@ -151,11 +151,6 @@ void ztForgetUses(ztUseTable *uses, const void *container) {
 
 // Calls that were left ----------------------------------------------------------------------------
 
-static bool isOnOwnStack(ztUseTable *uses, uintptr_t frame) {
-  if (uses->stackHigh == 0) ztFindOwnStack(&uses->stackLow, &uses->stackHigh);
-  return frame >= uses->stackLow && frame < uses->stackHigh;
-}
-
 // Objects and items are left to the container.
 static void drop(ztUseTable *uses, ztUse *use) {
   if (use->kind == ztPartKind::objects || use->kind == ztPartKind::items) {
@@ -166,11 +161,11 @@ static void drop(ztUseTable *uses, ztUse *use) {
 }
 
 void ztDropGoneUses(ztUseTable *uses, uintptr_t frame, const void *self) {
-  const bool isOwn = isOnOwnStack(uses, frame);
+  const bool isOwn = ztIsOnOwnStack(frame);
   for (int32_t i = uses->count - 1; i >= 0; --i) {
     ztUse *use = &uses->records[i];
     if (use->isGone) continue;
-    const bool isComparable = isOwn && isOnOwnStack(uses, use->frame);
+    const bool isComparable = isOwn && ztIsOnOwnStack(use->frame);
     // Those below it were made in frames that are further out still.
     if (isComparable && use->frame > frame) return;
     const bool isSame = use->frame == frame && use->self == self;

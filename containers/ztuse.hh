@@ -107,7 +107,8 @@ inline void ztEndUses(const void *container) {
   if (ztUseTable *uses = ztUsesUnderWay()) ztForgetUses(uses, container);
 }
 
-// One call, for as long as the scope lasts. Without memory for its record it knows of nothing.
+// One call, for as long as the scope lasts. Without memory for its record it knows of nothing. What a call asks
+// after everything that a host's code did is inlined into it.
 class ContainerUse {
  public:
   ZT_IN_CALLERS_FRAME explicit ContainerUse(const void *container, void *part = nullptr)
@@ -142,7 +143,7 @@ class ContainerUse {
   }
 
   // Whether the container was destroyed: it must not be touched any more.
-  bool ended() const {
+  [[gnu::always_inline]] bool ended() const {
     if (number == 0) return false;
     const ztUse *use = record();
     return use == nullptr || use->container == nullptr;
@@ -173,7 +174,7 @@ class ContainerUse {
     use->kind = items == nullptr ? ztPartKind::borrowed : ztPartKind::items;
   }
   // NULL where there was no memory for it, and once it was dropped. Valid until the next one is made.
-  ztUse *record() const {
+  [[gnu::always_inline]] ztUse *record() const {
     if (number == 0 || ztThisThread.block == nullptr) return nullptr;
     ztUseTable *uses = &ztThisThread.block->uses;
     if (index < uses->count && uses->records[index].number == number) return &uses->records[index];

@@ -1,8 +1,8 @@
 #include "core/ztcalls.hh"
 
 #include "core/ztmem.h"
+#include "core/ztstack.hh"
 
-#include <pthread.h>
 #include <string.h>
 #include <sys/single_threaded.h>
 
@@ -90,29 +90,10 @@ void ztTrimPending(ztCalls *calls) {
 
 // Frames that are gone -----------------------------------------------------------------------------
 
-static void askForStack(ztCalls *calls) {
-  calls->stackLow = 1;
-  calls->stackHigh = 1;
-  pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
-  void *low = nullptr;
-  size_t size = 0;
-  if (pthread_attr_getstack(&attributes, &low, &size) == 0) {
-    calls->stackLow = reinterpret_cast<uintptr_t>(low);
-    calls->stackHigh = calls->stackLow + size;
-  }
-  pthread_attr_destroy(&attributes);
-}
-
-static bool isOnOwnStack(ztCalls *calls, uintptr_t frame) {
-  if (calls->stackHigh == 0) askForStack(calls);
-  return frame >= calls->stackLow && frame < calls->stackHigh;
-}
-
 // Tells whether a frame that is running now has taken the place of an earlier one.
-static bool hasCovered(ztCalls *calls, uintptr_t frame, const ztCall &earlier) {
+static bool hasCovered(uintptr_t frame, const ztCall &earlier) {
   if (earlier.frame > frame) return false;
-  return earlier.frame == frame || (isOnOwnStack(calls, frame) && isOnOwnStack(calls, earlier.frame));
+  return earlier.frame == frame || (ztIsOnOwnStack(frame) && ztIsOnOwnStack(earlier.frame));
 }
 
 void (*ztLeaveReceiver)(void *receiver);
@@ -146,7 +127,7 @@ static bool areTogether(const ztCall &one, ztCallKind kind, uint32_t detail) {
 
 static void dropCovered(ztCalls *calls, ztCallKind kind, uintptr_t frame, uint32_t detail) {
   ztForEachCall([=](ztCall &call) {
-    if (call.serial == 0 || !hasCovered(calls, frame, call)) return;
+    if (call.serial == 0 || !hasCovered(frame, call)) return;
     if (call.frame != frame || !areTogether(call, kind, detail)) drop(calls, &call);
   });
   trim(calls);
@@ -165,7 +146,7 @@ static bool isRepeated(const ztCall &older) {
 // the same place the older one is gone, so that a loop leaves no more records than there are places.
 static void dropRepeated(ztCalls *calls) {
   ztForEachCall([=](ztCall &call) {
-    if (call.serial != 0 && !isOnOwnStack(calls, call.frame) && isRepeated(call)) drop(calls, &call);
+    if (call.serial != 0 && !ztIsOnOwnStack(call.frame) && isRepeated(call)) drop(calls, &call);
   });
   trim(calls);
 }
@@ -247,7 +228,7 @@ bool ztEndCallAmongOthers(const ztCallMark &mark) {
   clear(own);
   ztForEachCall([=](ztCall &call) {
     // Another watch of the same function's lasts.
-    if (call.frame < frame && hasCovered(calls, frame, call)) drop(calls, &call);
+    if (call.frame < frame && hasCovered(frame, call)) drop(calls, &call);
   });
   trim(calls);
   return true;
@@ -271,9 +252,9 @@ __attribute__((noinline, no_sanitize_address)) static bool isMarked(uintptr_t fr
 // A frame that still runs still holds its mark. One that was left may do so for a while, until other frames
 // have written over it: the object then stays as it is, to be released another time. The frames of other
 // stacks cannot be looked into, since their memory may be gone.
-static bool mayRun(ztCalls *calls, uintptr_t frameTop, const ztCall &call) {
-  if (hasCovered(calls, frameTop, call)) return false;
-  return !isOnOwnStack(calls, call.frame) || isMarked(call.frame, call.serial);
+static bool mayRun(uintptr_t frameTop, const ztCall &call) {
+  if (hasCovered(frameTop, call)) return false;
+  return !ztIsOnOwnStack(call.frame) || isMarked(call.frame, call.serial);
 }
 
 bool ztLooksUnderWay(const void *object, uintptr_t frameTop, ztCallKind least) {
@@ -281,7 +262,7 @@ bool ztLooksUnderWay(const void *object, uintptr_t frameTop, ztCallKind least) {
   bool underWay = false;
   ztForEachCall([&](ztCall &call) {
     if (!isEnd(call, object, least)) return;
-    if (mayRun(calls, frameTop, call)) {
+    if (mayRun(frameTop, call)) {
       underWay = true;
     } else {
       drop(calls, &call);

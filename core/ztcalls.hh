@@ -59,9 +59,7 @@ struct ztCalls {
   uint32_t pendingCount;
   ztPendingSlot *pending;  // those of all deliveries
   uint32_t pendingCapacity;
-  uint32_t removals;    // raised whenever a slot was taken out of any map
-  uintptr_t stackLow;   // the bounds of the thread's own stack, once they were asked for; both equal where
-  uintptr_t stackHigh;  // they are not known
+  uint32_t removals;  // raised whenever a slot was taken out of any map
   ztCall fewEntries[32];
   ztPendingSlot fewPending[64];
 };

@@ -1,41 +1,25 @@
 #include "core/ztstack.hh"
 
-#include "core/ztthread.hh"
-
 #include <pthread.h>
-#include <stdint.h>
 #include <stdio.h>
 
-namespace {
-
-struct Bounds {
-  uintptr_t low = 0;
-  uintptr_t high = 0;
-
-  bool holds(uintptr_t address) const {
-    return low <= address && address < high;
-  }
-};
-
-}  // namespace
-
-bool ztFindOwnStack(uintptr_t *low, uintptr_t *high) {
-  *low = *high = 1;
+void ztFindOwnStack() {
+  ztStackBounds &own = ztThisThread.ownStack;
+  own = {1, 1};
   pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return false;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
   void *start = nullptr;
   size_t size = 0;
   size_t guard = 0;
   pthread_attr_getstack(&attributes, &start, &size);
   pthread_attr_getguardsize(&attributes, &guard);
   pthread_attr_destroy(&attributes);
-  *low = reinterpret_cast<uintptr_t>(start) + guard;
-  *high = reinterpret_cast<uintptr_t>(start) + size;
-  return true;
+  own.low = reinterpret_cast<uintptr_t>(start) + guard;
+  own.high = reinterpret_cast<uintptr_t>(start) + size;
 }
 
 // A host may run on a stack that it made itself: it lies in a mapping of its own.
-static bool findMapping(uintptr_t address, Bounds &found) {
+static bool findMapping(uintptr_t address, ztStackBounds &found) {
   FILE *mappings = fopen("/proc/self/maps", "re");
   if (mappings == nullptr) return false;
   // NOLINTNEXTLINE(cert-err34-c): the system writes it
@@ -46,13 +30,15 @@ static bool findMapping(uintptr_t address, Bounds &found) {
 
 size_t ztStackLeft() {
   const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  ztThread &thread = ztThisThread;
-  Bounds stack = {thread.stackLow, thread.stackHigh};
+  ztStackBounds &stack = ztThisThread.stack;
   if (!stack.holds(here)) {
-    if (!(ztFindOwnStack(&stack.low, &stack.high) && stack.holds(here)) && !findMapping(here, stack))
+    ztStackBounds found;
+    if (ztIsOnOwnStack(here)) {
+      found = ztThisThread.ownStack;
+    } else if (!findMapping(here, found)) {
       return 0;
-    thread.stackLow = stack.low;
-    thread.stackHigh = stack.high;
+    }
+    stack = found;
   }
   // For what the slots and the overrides of hosts call themselves.
   constexpr uintptr_t mostReserved = uintptr_t{128} * 1024;

@@ -36,9 +36,16 @@ struct ztUseTable {
   int32_t count;
   int32_t capacity;
   uint64_t lastNumber;
-  uintptr_t stackLow;   // the bounds of the thread's own stack, once they were asked for; both equal where
-  uintptr_t stackHigh;  // they are not known
   ztUse first[firstCapacity];
+};
+
+struct ztStackBounds {
+  uintptr_t low = 0;
+  uintptr_t high = 0;
+
+  bool holds(uintptr_t address) const {
+    return low <= address && address < high;
+  }
 };
 
 // The buffers of the functions whose result the next call overwrites, and the scratch string. Too large for
@@ -66,11 +73,11 @@ struct ztThread {
   uint64_t callSerial = 0;            // the latest that was given to one
   uint64_t bytesRead = 0;             // by the library's own primitives of files, ever
   const void *countSource = nullptr;  // the file whose `readInt` of the library's ran last
-  uintptr_t stackLow = 0;             // the bounds of the stack that was last looked at
-  uintptr_t stackHigh = 0;
-  uint32_t number = 0;              // from 1 on; 0 until it is needed
-  uint32_t brokenPaths = 0;         // how often a node was taken off the path of a release
-  uint32_t refusedAssignments = 0;  // how often the stack was too small for an assignment
+  ztStackBounds ownStack = {};        // that the system gave the thread; see core/ztstack.hh
+  ztStackBounds stack = {};           // the one that was last looked at
+  uint32_t number = 0;                // from 1 on; 0 until it is needed
+  uint32_t brokenPaths = 0;           // how often a node was taken off the path of a release
+  uint32_t refusedAssignments = 0;    // how often the stack was too small for an assignment
 };
 
 static_assert(sizeof(ztThread) <= 256);

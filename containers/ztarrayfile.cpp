@@ -1,0 +1,227 @@
+#include "containers/ztarray.hh"
+#include "containers/ztdetached.hh"
+#include "io/ztclaims.hh"
+#include "io/ztfile.h"
+#include "io/ztstream.hh"
+
+using namespace ztcore;
+
+// Where the file is not known to hold what the count claims, slots are made as elements arrive. An array whose
+// class makes its slots itself makes them all at once.
+
+namespace {
+
+class ArrayReader {
+ public:
+  ArrayReader(ztArray &target, void *source) : array(target), file(source), claims(source) {}
+
+  int32_t read();
+
+ private:
+  // Of an object beside its slot, roughly.
+  static constexpr int64_t ownParts = 128;
+  // Met without looking at the file.
+  static constexpr int64_t smallClaim = 4096;
+  // Elements without a size are asked for no more often by a file that does not tell its end.
+  static constexpr int32_t mostWithoutSize = 65536;
+
+  bool makesOwnSlots() const {
+    const ztArrayMethods *methods = ztArray_of(&array);
+    const ztArrayMethods *library = ztArray_table();
+    return methods->setSize != library->setSize || methods->empty != library->empty;
+  }
+  int64_t sizeOf(int32_t slots) const {
+    return slots == 0 ? 0 : blockSize(array, slots);
+  }
+  // An element takes as many bytes as it has, and an object's record a byte at least.
+  bool isExcessive() {
+    return claims.isExcessive(count, holdsObjects(array) ? 1 : array.elementSize, sizeOf(1));
+  }
+
+  // What was read may have changed the array. What came in meanwhile stands behind the slots, and no slots
+  // are made behind that.
+  bool hasSlot(int32_t index) const {
+    return index < made && (array.count == made || (array.count > made && made == count));
+  }
+
+  int32_t slotsAtFirst();
+  int32_t slotsToAdd();
+  bool setSize(int32_t slots);
+  bool addObjects(int32_t added);
+  bool addSlots(int32_t added);
+  bool readObject(int32_t index);
+  bool readBytes(int32_t index);
+  bool fillUp(int32_t arrived);
+  void bring(int64_t bytes);
+
+  ztArray &array;
+  void *file;
+  ztClaims claims;
+  int32_t count = 0;
+  int32_t made = 0;     // slots
+  bool isFree = false;  // the slots are no claim of this count
+  int64_t claimed = 0;  // for each slot; 0 while none is on the file's account
+  bool more = true;     // the last element brought something
+};
+
+}  // namespace
+
+// How many slots to begin with, or -1 for a count that is not met.
+int32_t ArrayReader::slotsAtFirst() {
+  const int64_t size = sizeOf(count);
+  isFree = size < 0 || count == array.count || makesOwnSlots();
+  if (!isFree && size <= smallClaim && !holdsObjects(array)) return count;
+  if (size > smallClaim && isExcessive()) return -1;
+  if (isFree) return count;
+  claimed = sizeOf(1);
+  if (claims.isHeld(size)) {
+    claims.hold(size);
+    return count;
+  }
+  if (claims.take(size)) return count;
+  if (claims.ownStream() != nullptr && !ztHasByte(claims.ownStream())) return -1;
+  // Objects without a record are there all the same.
+  if (holdsObjects(array)) claimed += ownParts;
+  const int32_t slots = slotsToAdd();
+  return slots == 0 ? -1 : slots;
+}
+
+// As many slots as may be claimed, or one for an element that has begun to arrive.
+int32_t ArrayReader::slotsToAdd() {
+  // A block without objects is there until the larger one has its bytes.
+  const int64_t room = claims.left() - (holdsObjects(array) ? 0 : sizeOf(made));
+  const int64_t slots = room / claimed;
+  const int32_t missing = count - made;
+  if (slots > 0) {
+    const int32_t added = slots < missing ? static_cast<int32_t>(slots) : missing;
+    claims.hold(added * claimed);
+    return added;
+  }
+  FILE *stream = claims.ownStream();
+  // Elements that bring nothing would never come to the byte that is there.
+  const bool hasBegun = more && (stream == nullptr || ztHasByte(stream));
+  if (hasBegun) claims.hold(claimed);
+  return hasBegun;
+}
+
+bool ArrayReader::setSize(int32_t slots) {
+  const void *before = array.data;
+  const ContainerUse use(&array);
+  if (!ztArray_of(&array)->setSize(&array, slots) || use.ended()) return false;
+  // An array that has the count already keeps its contents.
+  if (before != nullptr && before == array.data && !holdsObjects(array)) {
+    clearBehind(array, array.data, 0, blockSize(array, array.count));
+  }
+  made = array.count;
+  if (makesOwnSlots()) count = made;
+  return true;
+}
+
+bool ArrayReader::addSlots(int32_t added) {
+  if (added <= 0) return false;
+  if (holdsObjects(array)) {
+    if (!addObjects(added)) return false;
+    made += added;
+    return true;
+  }
+  if (!resizeBlock(array, int64_t{made} + added)) return false;
+  clearBehind(array, array.data, made, blockSize(array, int64_t{made} + added));
+  made += added;
+  array.count = made;
+  return true;
+}
+
+bool ArrayReader::addObjects(int32_t added) {
+  if (!ownBlock(array)) return false;
+  DetachedBlock detached(array);
+  if (!detached.isOut()) return false;
+  const bool isAdded = detached.add(added);
+  return detached.putBack() && isAdded;
+}
+
+// What has arrived for an element is no claim any more.
+void ArrayReader::bring(int64_t bytes) {
+  if (!claims.isCounted()) claims.addArrived(bytes);
+  if (claimed > 0) claims.give(claimed);
+}
+
+// False without memory, or when the array does not keep such objects any more.
+bool ArrayReader::readObject(int32_t index) {
+  if (!ownBlock(array)) return false;
+  DetachedBlock detached(array);
+  if (!detached.isOut()) return false;
+  void *slot = detached.open(index);
+  claims.arrivedSince();
+  const bool done = ztBaseClass_of(slot)->read(slot, file) > 0;
+  more = claims.isCounted() ? claims.arrivedSince() > 0 : done;
+  detached.close(index);
+  if (!detached.putBack()) return false;
+  if (more) bring(array.elementSize);
+  return true;
+}
+
+// False when the file has ended.
+bool ArrayReader::readBytes(int32_t index) {
+  const int32_t size = array.elementSize;
+  const ztFileMethods *methods = ztFile_of(file);
+  claims.arrivedSince();
+  const int32_t got = methods->readBuf(file, size, slotAt(array, index));
+  const int64_t arrived = claims.isCounted() ? claims.arrivedSince() : got;
+  more = arrived > 0;
+  if (size == 0) return claims.isCounted() ? more : index < mostWithoutSize && !methods->eof(file);
+  if (arrived >= size) bring(size);
+  return arrived >= size || ((more || claims.ownStream() == nullptr) && !methods->eof(file));
+}
+
+// What a file that has ended lacks is zero, as far as that may be claimed.
+bool ArrayReader::fillUp(int32_t arrived) {
+  if (isFree) return true;
+  const int64_t lacking = sizeOf(count) - sizeOf(claimed > 0 ? made : arrived);
+  return claims.take(lacking) && (made == count || addSlots(count - made));
+}
+
+int32_t ArrayReader::read() {
+  if (!claims.readCount(&count)) return 0;
+  const int32_t first = slotsAtFirst();
+  const ContainerUse use(&array);
+  if (first < 0 || !setSize(first) || use.ended()) return 0;
+  bool isMet = true;
+  for (int32_t i = 0; i < count && isMet; ++i) {
+    if (i == made) isMet = addSlots(slotsToAdd());
+    if (!isMet || !hasSlot(i)) break;
+    if (holdsObjects(array)) {
+      isMet = readObject(i);
+    } else if (!readBytes(i)) {
+      isMet = fillUp(i);
+      break;
+    }
+  }
+  if (isMet) return 1;
+  if (use.ended()) return 0;
+  ztArray_of(&array)->empty(&array);
+  claims.giveAll();
+  return 0;
+}
+
+int32_t ztcore::arrayRead(ztArray &array, void *file) {
+  if (file == nullptr || !ztSequenceContainer_table()->read(&array, file)) return 0;
+  return ArrayReader(array, file).read();
+}
+
+int32_t ztcore::arrayWrite(const ztArray &array, void *file) {
+  if (file == nullptr || !ztSequenceContainer_table()->write(&array, file)) return 0;
+  const ztFileMethods *methods = ztFile_of(file);
+  if (methods->writeInt(file, array.count) <= 0) return 0;
+  // Elements of no bytes leave nothing in a binary file, however many there are.
+  const bool leavesBytes = holdsObjects(array) || array.elementSize != 0;
+  if (!leavesBytes && methods->writeBuf == ztFile_table()->writeBuf) return 1;
+  for (int32_t i = 0; i < array.count; ++i) {
+    const void *slot = slotAt(array, i);
+    if (holdsObjects(array)) {
+      ztBaseClass_of(slot)->write(slot, file);
+    } else {
+      methods->writeBuf(file, array.elementSize, slot);
+    }
+  }
+  return 1;
+}

@@ -1,0 +1,64 @@
+#include "containers/ztdetached.hh"
+
+#include "core/ztmem.h"
+
+#include <string.h>
+
+using namespace ztcore;
+
+// Makes room behind the objects; false without memory.
+bool DetachedBlock::grow(int32_t added) {
+  ztUse *record = use.record();
+  const int32_t size = blockSize(array, int64_t{record->count} + added);
+  void *grown = size < 0 ? nullptr : ztm_realloc(block, size);
+  if (grown == nullptr) return false;
+  block = static_cast<char *>(grown);
+  record->part = grown;
+  return true;
+}
+
+// Constructs new objects behind the others; false without memory, or when the array is gone.
+bool DetachedBlock::add(int32_t added) {
+  if (!grow(added)) return false;
+  for (int32_t i = 0; i < added && !use.ended(); ++i) {
+    const int32_t index = use.record()->count++;
+    constructor(open(index), 1);
+    close(index);
+  }
+  return !use.ended();
+}
+
+// Moves what came into the array meanwhile behind the objects; false without memory.
+bool DetachedBlock::append() {
+  if (!grow(array.count)) return false;
+  ztUse *record = use.record();
+  memcpy(slotOf(record->count), array.data, static_cast<size_t>(array.count) * static_cast<size_t>(stride));
+  record->count += array.count;
+  return true;
+}
+
+// Gives the array its block again, with what came in meanwhile behind it. Where that cannot be, what came in
+// is destroyed; where the array keeps other elements by now, the objects are. False when they are gone.
+bool DetachedBlock::putBack() {
+  const bool fits = !use.ended() && use.record()->kind == ztPartKind::objects &&
+                    array.elementConstructor == constructor && array.elementSize == stride;
+  if (!fits) {
+    while (!use.ended() && ztEndObjects(&array)) continue;
+    use.end();
+    return false;
+  }
+  void *meanwhile = array.data;
+  const int32_t added = array.count;
+  const bool isAppended = meanwhile == nullptr || append();
+  const ztUse held = *use.record();
+  use.record()->kind = ztPartKind::borrowed;
+  array.data = held.part;
+  array.count = held.count;
+  if (isAppended) {
+    releaseBlock(array, meanwhile);
+    return true;
+  }
+  destroyObjects(meanwhile, added, stride);
+  releaseBlock(array, meanwhile);
+  return !use.ended();
+}
