@@ -11,7 +11,7 @@
 #include "core/ztoop.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
-#include "objects/ztobject.hh"
+#include "objects/ztobjbase.hh"
 
 #include <string.h>
 

@@ -4,7 +4,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 #include "core/zttext.hh"
-#include "objects/ztobject.hh"
+#include "objects/ztwatch.hh"
 #include "tags/zttag.hh"
 #include "tags/zttagattr.hh"
 #include "tags/zttagowner.hh"
