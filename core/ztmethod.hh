@@ -21,7 +21,8 @@ template <typename Result, typename Object, typename... Arguments,
           Result (*operation)(Object &, Arguments...)>
 struct ztMethodOf<operation> {
   static Result call(ztUntyped<Object> *object, Arguments... arguments) {
-    if (object == nullptr) return Result();
+    if (object == nullptr) [[unlikely]]
+      return Result();
     return operation(*static_cast<Object *>(object), arguments...);
   }
 

@@ -1,20 +1,14 @@
 #include "objects/ztbasemodel.h"
 
 #include "core/ztlayout.hh"
+#include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztBaseModel, 40, 32);
 
-static int32_t baseModelCreate(void *object) {
-  return ztObject_table()->create(object) != 0;
-}
-
-static void baseModelDestroy(void *object) {
-  ztObject_table()->destroy(object);
-}
-
 static void baseModelMethods(ztBaseModelMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, baseModelCreate);
-  ZT_OVERRIDE_METHOD(methods, destroy, baseModelDestroy);
+  // A ztObject in all but its class.
+  ZT_CALL_PARENT_ONLY(methods, ztObject, create);
+  ZT_CALL_PARENT_ONLY(methods, ztObject, destroy);
 }
 
 ZT_DEFINE_CLASS(ztBaseModel, ztObject, baseModelMethods)

@@ -4,6 +4,7 @@
 #include "core/ztmethod.hh"
 #include "io/ztfile.h"
 #include "objects/zttree.hh"
+#include "objects/ztwordtab.hh"
 
 ZT_PIN_CLASS(ztLink, 32, 16);
 ZT_PIN_FIELD(ztLink, target, 16);
@@ -12,11 +13,10 @@ ZT_PIN_CLASS(ztLinkArray, 80, 42);
 
 constexpr int32_t unset = -1;
 
-static int32_t linkCreate(void *object) {
-  if (!ztBaseClass_table()->create(object)) return 0;
-  auto *link = static_cast<ztLink *>(object);
-  link->target = nullptr;
-  link->targetId = unset;
+static int32_t linkCreate(ztLink &link) {
+  if (!ztBaseClass_table()->create(&link)) return 0;
+  link.target = nullptr;
+  link.targetId = unset;
   return 1;
 }
 
@@ -37,7 +37,7 @@ static int32_t linkRead(ztLink &link, void *file) {
 }
 
 static void linkMethods(ztLinkMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, linkCreate);
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<linkCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, linkClone);
   ZT_OVERRIDE_METHOD(methods, read, ztMethod<linkRead>);
   ZT_OVERRIDE_METHOD(methods, write, ztMethod<linkWrite>);

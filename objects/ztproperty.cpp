@@ -8,10 +8,11 @@
 #include "core/ztlock.hh"
 #include "core/ztmethod.hh"
 #include "core/ztoop.hh"
+#include "core/ztparts.hh"
 #include "core/zttext.hh"
-#include "objects/ztobject.hh"
 #include "objects/ztproperty.hh"
 #include "objects/ztstrmap.hh"
+#include "support/ztcutils.h"
 
 ZT_PIN_CLASS(ztProperty, 184, 20);
 ZT_PIN_FIELD(ztProperty, index, 12);
@@ -26,19 +27,12 @@ ZT_PIN_FUNCTION(ztProperty, getPropertyTypeClass, 11);
 
 // ztProperty --------------------------------------------------------------------------------------
 
-static const ztPropertyTypeMethods *operationsOf(const ztProperty *property) {
-  return static_cast<const ztPropertyTypeMethods *>(property->type->methodTable);
+static const ztPropertyTypeMethods *operationsOf(const ztProperty &property) {
+  return static_cast<const ztPropertyTypeMethods *>(property.type->methodTable);
 }
 
-static void releaseString(ztString *&string) {
-  ztString *released = string;
-  string = nullptr;
-  if (released != nullptr) ztString_of(released)->unRef(released);
-}
-
-static int32_t propertyIsDynamic(const void *object) {
-  const auto *property = static_cast<const ztProperty *>(object);
-  return property != nullptr && property->valuePointer != nullptr && property->valueSize != 0;
+static int32_t propertyIsDynamic(const ztProperty &property) {
+  return property.valuePointer != nullptr && property.valueSize != 0;
 }
 
 static int32_t propertyCreate(ztProperty &property) {
@@ -59,54 +53,68 @@ static int32_t propertyCreate(ztProperty &property) {
 }
 
 static void propertyDestroy(ztProperty &property) {
-  if (property.type != nullptr && propertyIsDynamic(&property)) {
-    operationsOf(&property)->freeDynamicProperty(property.type, &property);
+  if (property.type != nullptr && propertyIsDynamic(property)) {
+    operationsOf(property)->freeDynamicProperty(property.type, &property);
   }
   property.valuePointer = nullptr;
-  releaseString(property.name);
-  releaseString(property.signalName);
+  ztReleasePart(property.name);
+  ztReleasePart(property.signalName);
   ztBaseClass_table()->destroy(&property);
 }
 
-static void *propertyClone(const void *object, void *target) {
-  const auto *property = static_cast<const ztProperty *>(object);
-  auto *copy = static_cast<ztProperty *>(ztBaseClass_table()->clone(object, target));
+static void *propertyClone(const ztProperty &property, void *target) {
+  auto *copy = static_cast<ztProperty *>(ztBaseClass_table()->clone(&property, target));
   if (copy == nullptr) return nullptr;
   copy->valuePointer = nullptr;
   copy->valueSize = 0;
-  copy->name = static_cast<ztString *>(ztCopyObject(property->name));
-  copy->signalName = static_cast<ztString *>(ztCopyObject(property->signalName));
-  bool complete = (property->name == nullptr || copy->name != nullptr) &&
-                  (property->signalName == nullptr || copy->signalName != nullptr);
-  if (complete && property->type != nullptr && propertyIsDynamic(object)) {
+  copy->name = static_cast<ztString *>(ztCopyObject(property.name));
+  copy->signalName = static_cast<ztString *>(ztCopyObject(property.signalName));
+  bool complete = (property.name == nullptr || copy->name != nullptr) &&
+                  (property.signalName == nullptr || copy->signalName != nullptr);
+  if (complete && property.type != nullptr && propertyIsDynamic(property)) {
     // Storage of a plain kind begins with its value, that of the string kind is the string: both are
     // what a new property is given as its initial value.
-    complete = operationsOf(copy)->allocDynamicProperty(copy->type, copy, property->valuePointer) != nullptr;
+    complete = operationsOf(*copy)->allocDynamicProperty(copy->type, copy, property.valuePointer) != nullptr;
   }
   if (complete) return copy;
-  releaseString(copy->name);
-  releaseString(copy->signalName);
+  ztReleasePart(copy->name);
+  ztReleasePart(copy->signalName);
   ztBaseClass_table()->destroy(copy);
   return nullptr;
 }
 
-static int32_t propertySetValue(ztProperty &property, void *owner, ztWord value) {
-  if (property.type != nullptr) operationsOf(&property)->setValue(property.type, &property, owner, &value);
+// Not through ztMethod: in there the word would be a variable, whose address has the compiler guard the stack.
+static int32_t propertySetValue(void *object, void *owner, ztWord value) {
+  if (object == nullptr) return 0;
+  const auto &property = *static_cast<const ztProperty *>(object);
+  if (property.type != nullptr) operationsOf(property)->setValue(property.type, object, owner, &value);
   return 1;
 }
 
 static int32_t propertyGetValue(const ztProperty &property, void *owner, void *out) {
-  if (property.type != nullptr) operationsOf(&property)->getValue(property.type, &property, owner, out);
+  if (property.type != nullptr) operationsOf(property)->getValue(property.type, &property, owner, out);
   return 1;
 }
 
 static const char *propertyGetType(const ztProperty &property) {
   if (property.type == nullptr) return nullptr;
-  const ztPropertyTypeMethods *operations = operationsOf(&property);
+  const ztPropertyTypeMethods *operations = operationsOf(property);
   return operations->getType == nullptr ? nullptr : operations->getType(property.type);
 }
 
+bool ztBeginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
+                     const char *ownerClassName) {
+  ztProperty_ctor(property, 1);
+  property->type = type;
+  property->index = index;
+  ztCopyText(property->ownerClassName, ownerClassName);
+  return property->name != nullptr && property->signalName != nullptr &&
+         ztString_of(property->name)->set(property->name, name) != nullptr;
+}
+
 // The property types that declarations know --------------------------------------------------------
+
+uint32_t ztLostDeclarations;
 
 // Only read and changed under the engine's lock.
 static ztPropertyTypeMap *propertyTypes;
@@ -120,14 +128,17 @@ static ztPropertyTypeMap *typeMap() {
 
 void ztReleasePropertyTypes() {
   const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  ztPropertyTypeMap *released = propertyTypes;
-  propertyTypes = nullptr;
-  if (released != nullptr) ztPropertyTypeMap_of(released)->unRef(released);
+  ztReleasePart(propertyTypes);
 }
 
 static ztClass *propertyGetPropertyTypeClass(const void *, const char *typeClassName) {
   const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
   return static_cast<ztClass *>(ztFindByName(propertyTypes, typeClassName));
+}
+
+ztClass *ztPropertyTypeOf(const char *typeName) {
+  if (typeName == nullptr) return nullptr;
+  return ztProperty_functions()->getPropertyTypeClass(nullptr, ztCu_fmtMsg("%sPropertyType", typeName));
 }
 
 void ztForgetPropertyType(const ztClass *klass) {
@@ -146,7 +157,7 @@ static int32_t propertyRegisterNewType(const void *, const char *typeClassName) 
   // Not put in, so that a class that is registered later can still become known under its name.
   if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 1;
   if (ztInsertByName(typeMap(), typeClassName, type) != nullptr) return 1;
-  ztDeclarationLost();
+  ++ztLostDeclarations;
   return 0;
 }
 
@@ -171,12 +182,12 @@ static void propertyFunctions(ztPropertyFunctions *functions) {
 
 static void propertyMethods(ztPropertyMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<propertyCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, propertyClone);
+  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<propertyClone>);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<propertyDestroy>);
-  ZT_OVERRIDE_METHOD(methods, setValue, ztMethod<propertySetValue>);
+  ZT_OVERRIDE_METHOD(methods, setValue, propertySetValue);
   ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<propertyGetValue>);
   ZT_OVERRIDE_METHOD(methods, getType, ztMethod<propertyGetType>);
-  ZT_OVERRIDE_METHOD(methods, isDynamic, propertyIsDynamic);
+  ZT_OVERRIDE_METHOD(methods, isDynamic, ztMethod<propertyIsDynamic>);
 }
 
 ZT_DEFINE_CLASS_FULL(ztProperty, ztBaseClass, propertyMethods, 1, ztPropertyFunctions, propertyFunctions)

@@ -1,13 +1,24 @@
-// The process-wide map of property types, for the end of the library.
+// What declarations need: a property in the making, and the property types that are known.
 #ifndef ZT_OBJECTS_ZTPROPERTY_HH
 #define ZT_OBJECTS_ZTPROPERTY_HH
 
-#include "core/ztoop.h"
+#include "objects/ztproperty.h"
 
-// Releases the map; it is made again when a type is registered.
+// Begins a property in the caller's memory; it is to be destroyed whatever the result.
+bool ztBeginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
+                     const char *ownerClassName);
+
+// The class of a type by the name that declarations have for it, "ztInt" say. NULL for one that is not known.
+ztClass *ztPropertyTypeOf(const char *typeName);
+
+// Raised, under the engine's lock, when a declaration is lost for want of memory: the static properties that
+// are being declared are declared anew later.
+extern uint32_t ztLostDeclarations;
+
+// Releases the map of types; it is made again when a type is registered.
 void ztReleasePropertyTypes();
 
-// Takes a class whose code is about to be unloaded out of the map.
+// Takes a class whose code is about to be unloaded out of that map.
 void ztForgetPropertyType(const ztClass *klass);
 
 #endif

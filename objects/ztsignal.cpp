@@ -1,9 +1,10 @@
 #include "objects/ztsignal.h"
 
 #include "core/ztbasec.hh"
+#include "core/ztcalls.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
-#include "objects/ztobject.hh"
+#include "core/ztparts.hh"
 #include "objects/ztstrmap.hh"
 
 ZT_PIN_CLASS(ztSignal, 40, 16);
@@ -12,13 +13,9 @@ ZT_PIN_FIELD(ztSignal, slots, 24);
 ZT_PIN_FIELD(ztSignal, argumentCount, 32);
 ZT_PIN_FIELD(ztSignal, blocked, 36);
 
-static void releaseParts(ztSignal *signal) {
-  ztString *name = signal->name;
-  ztSlotMap *slots = signal->slots;
-  signal->name = nullptr;
-  signal->slots = nullptr;
-  if (name != nullptr) ztString_of(name)->unRef(name);
-  if (slots != nullptr) ztSlotMap_of(slots)->unRef(slots);
+static void releaseParts(ztSignal &signal) {
+  ztReleasePart(signal.name);
+  ztReleasePart(signal.slots);
 }
 
 static int32_t signalCreate(ztSignal &signal) {
@@ -31,36 +28,38 @@ static int32_t signalCreate(ztSignal &signal) {
   return signal.name != nullptr;
 }
 
-static void *signalClone(const void *object, void *target) {
-  const auto *signal = static_cast<const ztSignal *>(object);
-  auto *copy = static_cast<ztSignal *>(ztBaseClass_table()->clone(object, target));
+static void *signalClone(const ztSignal &signal, void *target) {
+  auto *copy = static_cast<ztSignal *>(ztBaseClass_table()->clone(&signal, target));
   if (copy == nullptr) return nullptr;
-  copy->name = static_cast<ztString *>(ztCopyObject(signal->name));
+  copy->name = static_cast<ztString *>(ztCopyObject(signal.name));
   // A signal that is on its way into an object's map has no slot map yet.
-  copy->slots = static_cast<ztSlotMap *>(ztCopyObject(signal->slots));
-  if ((copy->name != nullptr || signal->name == nullptr) &&
-      (copy->slots != nullptr || signal->slots == nullptr)) {
+  copy->slots = static_cast<ztSlotMap *>(ztCopyObject(signal.slots));
+  if ((copy->name != nullptr || signal.name == nullptr) &&
+      (copy->slots != nullptr || signal.slots == nullptr)) {
     return copy;
   }
-  releaseParts(copy);
+  releaseParts(*copy);
   ztBaseClass_table()->destroy(copy);
   return nullptr;
 }
 
-static int32_t signalAssign(void *object, const void *other) {
-  return ztBaseClass_table()->assign(object, other);
+static void forgetDeliveries(const ztSignal &signal) {
+  ztForEachCall([&](ztCall &call) {
+    if (call.subject == &signal && ztKindOf(call) == ztCallKind::delivery) call.subject = nullptr;
+  });
 }
 
-static void signalDestroy(ztSignal &self) {
-  ztSignalDestroyed(&self);
-  releaseParts(&self);
-  ztBaseClass_table()->destroy(&self);
+static void signalDestroy(ztSignal &signal) {
+  forgetDeliveries(signal);
+  releaseParts(signal);
+  ztBaseClass_table()->destroy(&signal);
 }
 
 static void signalMethods(ztSignalMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<signalCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, signalClone);
-  ZT_OVERRIDE_METHOD(methods, assign, signalAssign);
+  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<signalClone>);
+  // A signal keeps its name and its slots.
+  ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<signalDestroy>);
 }
 

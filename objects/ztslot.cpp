@@ -2,9 +2,10 @@
 
 #include "containers/ztcompare.hh"
 #include "core/ztbasec.hh"
+#include "core/ztcalls.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
-#include "objects/ztobject.hh"
+#include "core/ztparts.hh"
 
 ZT_PIN_CLASS(ztSlot, 40, 16);
 ZT_PIN_FIELD(ztSlot, name, 16);
@@ -20,31 +21,25 @@ static int32_t slotCreate(ztSlot &slot) {
   return slot.name != nullptr;
 }
 
-static void *slotClone(const void *object, void *target) {
-  auto *copy = static_cast<ztSlot *>(ztBaseClass_table()->clone(object, target));
+static void *slotClone(const ztSlot &slot, void *target) {
+  auto *copy = static_cast<ztSlot *>(ztBaseClass_table()->clone(&slot, target));
   if (copy == nullptr) return nullptr;
-  const ztString *name = static_cast<const ztSlot *>(object)->name;
-  copy->name = static_cast<ztString *>(ztCopyObject(name));
-  if (copy->name != nullptr || name == nullptr) return copy;
+  copy->name = static_cast<ztString *>(ztCopyObject(slot.name));
+  if (copy->name != nullptr || slot.name == nullptr) return copy;
   ztBaseClass_table()->destroy(copy);
   return nullptr;
 }
 
-static int32_t slotAssign(void *object, const void *other) {
-  return ztBaseClass_table()->assign(object, other);
-}
-
 static void slotDestroy(ztSlot &slot) {
-  ztString *name = slot.name;
-  slot.name = nullptr;
-  if (name != nullptr) ztString_of(name)->unRef(name);
+  ztReleasePart(slot.name);
   ztBaseClass_table()->destroy(&slot);
 }
 
 static void slotMethods(ztSlotMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, ztMethod<slotCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, slotClone);
-  ZT_OVERRIDE_METHOD(methods, assign, slotAssign);
+  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<slotClone>);
+  // A slot is not assigned, only replaced.
+  ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<slotDestroy>);
 }
 
@@ -64,7 +59,7 @@ static int32_t slotMapCreate(void *object) {
 // Hosts may take slots out of a signal's map themselves, also during a delivery.
 static void slotMapDeleteItem(void *object, void *item) {
   ztMap_table()->deleteItem(object, item);
-  ztSlotRemoved();
+  if (ztThisThread.calls != nullptr) ++ztThisThread.calls->removals;
 }
 
 static void slotMapMethods(ztSlotMapMethods *methods) {

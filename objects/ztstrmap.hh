@@ -20,6 +20,10 @@ inline bool isEmptyMap(const void *map) {
   return tree == nullptr || tree->root == nullptr;
 }
 
+inline int32_t ztSizeOfMap(const void *map) {
+  return map == nullptr ? 0 : ztMap_of(map)->getSize(map);
+}
+
 // The stored value under a name; NULL when there is none, or no map.
 inline void *ztFindByName(const void *map, const char *name) {
   if (map == nullptr || name == nullptr || isEmptyMap(map)) return nullptr;

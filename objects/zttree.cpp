@@ -1,108 +1,6 @@
 #include "objects/zttree.hh"
 
-#include <string.h>
-#include <sys/random.h>
-#include <time.h>
-#include <unistd.h>
-
-// Words to pointers -------------------------------------------------------------------------------
-
-uint32_t WordTable::last() const {
-  return (uint32_t{1} << bits) - 1;
-}
-
-// Where there is no randomness yet, the time and the places of things have to do.
-static uint64_t makeSecret() {
-  uint64_t secret = 0;
-  if (getrandom(&secret, sizeof secret, GRND_NONBLOCK) != sizeof secret) {
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
-    secret = static_cast<uint64_t>(now.tv_sec * 1000000000 + now.tv_nsec) ^
-             reinterpret_cast<uintptr_t>(&secret) << 16 ^ static_cast<uint64_t>(getpid()) << 40;
-  }
-  return secret | 1;
-}
-
-// Of the process. The tables that it has already are read with it, so whoever comes first makes it.
-static uint64_t secretOfProcess() {
-  static uint64_t secret;
-  uint64_t known = __atomic_load_n(&secret, __ATOMIC_RELAXED);
-  if (known != 0) return known;
-  const uint64_t made = makeSecret();
-  const bool isFirst =
-      __atomic_compare_exchange_n(&secret, &known, made, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED);
-  return isFirst ? made : known;
-}
-
-// The high bits of a product depend on all bits of its factors. Without the middle step, keys at equal
-// distances would stay so.
-uint32_t WordTable::homeOf(uint64_t key) const {
-  const uint64_t secret = secretOfProcess();
-  uint64_t mixed = (key ^ secret) * 0x9E3779B97F4A7C15U;
-  mixed = (mixed ^ mixed >> 32) * secret;
-  return static_cast<uint32_t>(mixed >> (64 - bits));
-}
-
-// Where the key is, or the free place where it would be.
-uint32_t WordTable::placeOf(uint64_t key) const {
-  uint32_t place = homeOf(key);
-  while (entries[place].value != nullptr && entries[place].key != key) place = (place + 1) & last();
-  return place;
-}
-
-void *WordTable::find(uint64_t key) const {
-  return entries == nullptr ? nullptr : entries[placeOf(key)].value;
-}
-
-bool WordTable::grow() {
-  constexpr uint32_t fewest = 4;
-  constexpr uint32_t most = 26;
-  WordTable larger;
-  larger.bits = entries == nullptr ? fewest : bits + 1;
-  if (larger.bits > most) return false;
-  const size_t bytes = sizeof(Entry) << larger.bits;
-  larger.entries = static_cast<Entry *>(ztm_alloc(static_cast<int32_t>(bytes)));
-  if (larger.entries == nullptr) return false;
-  memset(larger.entries, 0, bytes);
-  for (uint32_t place = 0; entries != nullptr && place <= last(); ++place) {
-    const Entry &entry = entries[place];
-    if (entry.value != nullptr) larger.entries[larger.placeOf(entry.key)] = entry;
-  }
-  larger.count = count;
-  ztm_free(entries);
-  *this = larger;
-  return true;
-}
-
-bool WordTable::insert(uint64_t key, void *value) {
-  if ((entries == nullptr || count > last() / 2) && !grow()) return false;
-  Entry &entry = entries[placeOf(key)];
-  if (entry.value != nullptr) return true;
-  entry = {key, value};
-  ++count;
-  return true;
-}
-
-void WordTable::remove(uint64_t key) {
-  // Later entries that the freed place keeps apart from their homes move up.
-  uint32_t freed = placeOf(key);
-  for (uint32_t place = (freed + 1) & last(); entries[place].value != nullptr; place = (place + 1) & last()) {
-    const uint32_t fromHome = (place - homeOf(entries[place].key)) & last();
-    const uint32_t fromFreed = (place - freed) & last();
-    if (fromHome < fromFreed) continue;
-    entries[freed] = entries[place];
-    freed = place;
-  }
-  entries[freed].value = nullptr;
-  if (--count == 0) clear();
-}
-
-void WordTable::clear() {
-  ztm_free(entries);
-  *this = WordTable();
-}
-
-// The walk ----------------------------------------------------------------------------------------
+#include "objects/ztnode.hh"
 
 void TreeWalk::next() {
   const ztListItem *first = ztFirstChild(node);
@@ -116,7 +14,7 @@ void TreeWalk::next() {
     for (const ztListItem *item = level.following; item != nullptr; item = item->next) {
       ztRoot *child = ztChildOf(item);
       // A node that was put into the list by other means may stand above it as well.
-      if (child == nullptr || ztListerOf(child) != level.parent) continue;
+      if (child == nullptr || ztHolderOf(child) != level.parent) continue;
       level.following = item->next;
       node = child;
       return;
@@ -124,4 +22,59 @@ void TreeWalk::next() {
     levels.pop();
   }
   node = nullptr;
+}
+
+// The way up from a node. A host can make it lead round, by taking a node off its parent's list.
+namespace {
+
+class WayUp {
+ public:
+  explicit WayUp(const ztRoot *from) : node(from), seen(from) {}
+
+  // NULL above the top, and where the way leads round.
+  const ztRoot *current() const {
+    return node;
+  }
+  void next() {
+    node = ztHolderOf(node);
+    leadsRound = node != nullptr && node == seen;
+    if (leadsRound) node = nullptr;
+    if (++steps == stride) {
+      seen = node;
+      stride *= 2;
+    }
+  }
+  bool isRound() const {
+    return leadsRound;
+  }
+
+ private:
+  const ztRoot *node;
+  const ztRoot *seen;  // an earlier one, ever farther apart
+  uint64_t steps = 0;
+  uint64_t stride = 2;
+  bool leadsRound = false;
+};
+
+}  // namespace
+
+// The way up is as long as the tree is deep; after some steps of it, each
+// one is matched by a step through what is below `top`, so that of two trees that are joined the smaller one
+// tells what it costs.
+bool ztIsWithinTree(const ztRoot *node, const ztRoot *top) {
+  constexpr int32_t fewSteps = 64;
+  WayUp up(node);
+  for (int32_t i = 0; i < fewSteps && up.current() != nullptr; ++i) {
+    if (up.current() == top) return true;
+    up.next();
+  }
+  TreeWalk below(const_cast<ztRoot *>(top));
+  while (up.current() != nullptr && up.current() != top) {
+    up.next();
+    if (below.current() == nullptr) continue;
+    if (below.current() == node) return true;
+    below.next();
+    if (below.current() == nullptr && !below.failed()) return false;
+  }
+  return up.current() != nullptr || up.isRound();
 }

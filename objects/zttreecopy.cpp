@@ -1,12 +1,14 @@
-// Copies and assignments of whole trees. Nodes that do as the library's classes do are taken in loops, whose
-// memory is the heap; a host's override is called, and comes back here for what is below its node.
+#include "objects/zttreecopy.hh"
 
 #include "core/ztbasec.hh"
 #include "core/ztstack.hh"
 #include "core/ztthread.hh"
-#include "objects/ztobject.hh"
-#include "objects/zttree.hh"
+#include "objects/ztgrowing.hh"
+#include "objects/ztnode.hh"
 #include "tags/zttag.hh"
+
+// Nodes that do as the library's classes do are taken in loops, whose memory is the heap; a host's override is
+// called, and comes back here for what is below its node.
 
 const ztRootMethods *ztLibraryMethodsOf(const ztRoot *node) {
   const ztClass *klass = node->klass;
@@ -30,7 +32,7 @@ static const ztTag *tagOf(const ztRoot *node) {
 // a host's to reach into, and only a child that another node lists can have been put there so.
 template <typename Levels>
 static bool leadsBack(Levels &levels, const ztRoot *child) {
-  if (ztListerOf(child) == levels.last().node) return false;
+  if (ztHolderOf(child) == levels.last().node) return false;
   int32_t level = levels.size();
   while (level > 0 && levels[level - 1].node != child) --level;
   return level > 0;
@@ -47,6 +49,17 @@ struct CopyLevel {
 };
 
 }  // namespace
+
+ztRoot *ztCopyNodeAlone(const void *node, void *target) {
+  auto *copy = static_cast<ztRoot *>(ztObject_table()->clone(node, target));
+  if (copy == nullptr) return nullptr;
+  copy->parent = nullptr;
+  copy->parentUid = -1;
+  copy->children = ztNewObject<ztRootPtrList>(ztRootPtrList_ctor);
+  if (copy->children != nullptr) return copy;
+  ztObject_table()->destroy(copy);
+  return nullptr;
+}
 
 static ztRoot *copyAlone(const ztRoot *node) {
   void *fresh = static_cast<const ztClassFunctions *>(node->klass->classTable)->newop();
@@ -65,7 +78,7 @@ static ztRoot *copyAlone(const ztRoot *node) {
 // The copy belongs to the list that it is on alone, with one reference; its parent field does not say so.
 static bool list(ztRoot *copy, ztRoot *childCopy) {
   if (ztRootPtrList_of(copy->children)->pushBack(copy->children, childCopy) != nullptr) {
-    return childCopy == nullptr || ztRememberLister(childCopy, copy);
+    return childCopy == nullptr || ztRememberHolder(childCopy, copy);
   }
   if (childCopy != nullptr) ztRoot_of(childCopy)->unRef(childCopy);
   return false;

@@ -4,7 +4,10 @@
 #include "core/ztbasec.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
+#include "objects/ztgrowing.hh"
+#include "objects/ztnode.hh"
 #include "objects/zttree.hh"
+#include "objects/ztwordtab.hh"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -340,7 +343,7 @@ bool TreeLoader::attach(int32_t index) {
   if (records[index].parent == none) return true;
   ztRoot *node = records[index].node;
   ztRoot *parent = records[records[index].parent].node;
-  return ztRoot_of(node)->setParent(node, parent) != 0 && ztListerOf(node) == parent;
+  return ztRoot_of(node)->setParent(node, parent) != 0 && ztHolderOf(node) == parent;
 }
 
 // Parents first: a node without children is attached without a look at all that is above.
@@ -370,7 +373,7 @@ bool TreeLoader::handOver(void *roots) {
 
 void TreeLoader::releaseAll() {
   // Noted beforehand, for the end of a node is the end of those below it.
-  for (int32_t i = 0; i < records.size(); ++i) records[i].visit = ztListerOf(records[i].node) == nullptr;
+  for (int32_t i = 0; i < records.size(); ++i) records[i].visit = ztHolderOf(records[i].node) == nullptr;
   for (int32_t i = 0; i < records.size(); ++i) {
     if (records[i].visit) ztRoot_of(records[i].node)->unRef(records[i].node);
   }

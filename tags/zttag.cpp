@@ -5,7 +5,7 @@
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
 #include "core/zttext.hh"
-#include "objects/ztobject.hh"
+#include "objects/ztwatch.hh"
 #include "tags/zttag.hh"
 #include "tags/zttagattr.hh"
 #include "tags/zttagowner.hh"

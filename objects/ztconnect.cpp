@@ -1,0 +1,271 @@
+#include "objects/ztconnect.hh"
+
+#include "containers/ztmapiter.h"
+#include "core/ztbasec.hh"
+#include "core/ztcheck.hh"
+#include "core/ztmethod.hh"
+#include "io/zttxtfile.h"
+#include "objects/ztdelivery.hh"
+#include "objects/ztobjbase.hh"
+#include "objects/ztslots.hh"
+#include "objects/ztstrmap.hh"
+#include "support/ztcutils.h"
+
+static ztMapItem *mapItem(void *item) {
+  return static_cast<ztMapItem *>(item);
+}
+
+static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
+  // Only a source to copy from, and so not created.
+  StringSource ownName(name);
+  ztSignal fresh;
+  ztSignal_ctor(&fresh, 0);
+  fresh.name = ownName.field();
+  fresh.slots = nullptr;
+  fresh.argumentCount = argumentCount;
+  fresh.blocked = 0;
+  auto *signal = static_cast<ztSignal *>(ztInsertByName(signals, name, &fresh));
+  if (signal == nullptr) return nullptr;
+
+  signal->slots = ztNewObject<ztSlotMap>(ztSlotMap_ctor);
+  if (signal->slots == nullptr) {
+    StringView key(name);
+    ztSignalMap_of(signals)->pop(signals, key.get());
+    return nullptr;
+  }
+  ztSlotMap_of(signal->slots)->setAllowDuplicate(signal->slots, 1);
+  return signal;
+}
+
+static ztSignal *objectAddSignal(ztClass *, void *object, const char *name, uint32_t argumentCount) {
+  if (object == nullptr || name == nullptr) return nullptr;
+  ztSignalMap *signals = static_cast<ztObject *>(object)->signals;
+  if (signals == nullptr) return nullptr;
+  ztSignal *known = ztFindSignal(object, name);
+  return known != nullptr ? known : insertSignal(signals, name, argumentCount);
+}
+
+static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char *slotName,
+                             ztSlotFunction function) {
+  if (signal == nullptr || receiver == nullptr || function.call0 == nullptr) return 0;
+  ztSlotMap *slots = static_cast<ztSignal *>(signal)->slots;
+  if (slots == nullptr || ztIsDying(receiver) || ztFindSlot(slots, receiver, function) != nullptr) return 0;
+  // Only a source to copy from, and so not created.
+  StringSource name(slotName);
+  ztSlot slot;
+  ztSlot_ctor(&slot, 0);
+  slot.name = name.field();
+  slot.receiver = receiver;
+  slot.function = function;
+  return ztSlotMap_of(slots)->pushBack(slots, receiver, &slot) != nullptr;
+}
+
+static ztSlotFunction destroyedSlotOf(const void *object) {
+  ztSlotFunction function;
+  function.object1 = ztObject_of(object)->destroyed;
+  return function;
+}
+
+// Has `watcher` drop its slots aimed at `watched` when that is destroyed. False when it could not be
+// arranged.
+static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
+  const ztObjectMethods *methods = ztObjectTableOf(klass);
+  ztSignal *destroyed = methods->addSignal(klass, watched, "destroyed", 1);
+  if (destroyed == nullptr) return false;
+  const ztSlotFunction forget = destroyedSlotOf(watcher);
+  return methods->addSlot(klass, destroyed, watcher, "destroyed", forget) ||
+         ztFindSlot(destroyed->slots, watcher, forget) != nullptr;
+}
+
+static bool linkEnds(ztClass *klass, void *sender, void *receiver) {
+  if (!watchDestruction(klass, receiver, sender)) return false;
+  if (watchDestruction(klass, sender, receiver)) return true;
+  // Half a link would stay behind in the receiver when the sender is gone.
+  ztObject_disconnect(receiver, "destroyed", sender, destroyedSlotOf(sender));
+  return false;
+}
+
+static int32_t objectConnect(ztClass *klass, void *sender, const char *signalName, void *receiver,
+                             const char *slotName, ztSlotFunction function, uint32_t argumentCount) {
+  if (klass == nullptr || sender == nullptr || signalName == nullptr || receiver == nullptr) return 0;
+  if (function.call0 == nullptr) return 0;
+  if (ztChecksThreads) ztCheckThread(sender, "a connection");
+  if (ztIsDying(sender) || ztIsDying(receiver)) return 0;
+  if (sender != receiver && !linkEnds(klass, sender, receiver)) return 0;
+  const ztObjectMethods *methods = ztObjectTableOf(klass);
+  ztSignal *signal = methods->addSignal(klass, sender, signalName, argumentCount);
+  return signal == nullptr ? 0 : methods->addSlot(klass, signal, receiver, slotName, function);
+}
+
+static int32_t objectConnectionExist(ztClass *, const void *object, const char *signalName,
+                                     const void *receiver, ztSlotFunction function) {
+  const ztSignal *signal = ztFindSignal(object, signalName);
+  return signal != nullptr && ztFindSlot(signal->slots, receiver, function) != nullptr;
+}
+
+// Drops an object's slots that are aimed at one that goes; all but the one by which the object tells that one
+// of its own end, where that is still needed.
+static void forgetPeer(void *object, void *dying, bool staysTied) {
+  const ztSignalMap *signals = static_cast<const ztObject *>(object)->signals;
+  if (object == dying || signals == nullptr) return;
+  const ztSignal *destroyed = staysTied ? ztFindSignal(object, "destroyed") : nullptr;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, signals));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    const auto *signal = static_cast<const ztSignal *>(item->value);
+    if (destroyed != nullptr && signal == destroyed) {
+      ztRemoveReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
+    } else {
+      ztRemoveReceiver(signal->slots, dying);
+    }
+  }
+  methods->destroy(&walk);
+}
+
+// The record of an object's end that is under way.
+static ztCall *endingOf(const void *object) {
+  ztCall *ending = nullptr;
+  ztForEachCall([&](ztCall &call) {
+    if (call.subject == object && ztKindOf(call) == ztCallKind::ending) ending = &call;
+  });
+  return ending;
+}
+
+static void objectDestroyed(ztObject &object, void *dying) {
+  const ztCall *ending = endingOf(dying);
+  forgetPeer(&object, dying, ending != nullptr && ending->detail != 0);
+}
+
+// Has the peers that are in a map of "destroyed" forget the object.
+static void forgetPeers(void *object, const ztSignal *destroyed) {
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, destroyed->slots));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    void *peer = ztSlotOf(item)->receiver;
+    if (ztIsSameSlot(ztSlotOf(item)->function, destroyedSlotOf(peer))) forgetPeer(peer, object, false);
+  }
+  methods->destroy(&walk);
+}
+
+// The same for those among the receivers of a delivery that still live.
+static void leaveReceivers(void *object, const ztDelivery &delivery) {
+  if (ztCallOf(delivery.mark) == nullptr) return;
+  const ztCalls *calls = ztThisThread.calls;
+  for (uint32_t at = delivery.first; at < delivery.end; ++at) {
+    const ztPendingSlot &slot = calls->pending[at];
+    if (slot.receiver == nullptr || slot.function != destroyedSlotOf(slot.receiver).call0) continue;
+    forgetPeer(slot.receiver, object, false);
+  }
+}
+
+static bool callsHost(const ztDelivery &delivery) {
+  ztSlotFunction own;
+  own.object1 = ztMethod<objectDestroyed>;
+  for (uint32_t at = delivery.first; at < delivery.end; ++at) {
+    if (ztThisThread.calls->pending[at].function != own.call0) return true;
+  }
+  return false;
+}
+
+// Tells every peer that the object goes. Where the signal does not reach them (it is blocked, was made
+// with too many arguments, or memory is exhausted), they forget the object all the same.
+//
+// A peer that was told drops its slots aimed at the object, which still has its own aimed at the peer. A slot
+// of a host's may release the peer before the object is at its end, or leave by an exception so that it does
+// not come to it: therefore the peer stays tied until then, and tells the object in its turn.
+ZT_OWN_FRAME static void announceDestruction(void *object, const ztSignal *destroyed) {
+  ztDelivery delivery;
+  if (!ztBeginDelivery(&delivery, destroyed)) {
+    forgetPeers(object, destroyed);
+    return;
+  }
+  const bool tied = callsHost(delivery);
+  const bool reaches = ztArgumentCountOf(destroyed) <= ztMostArguments;
+  ztCall *ending = tied ? endingOf(object) : nullptr;
+  if (ending != nullptr) ending->detail = 1;
+  const EmittedValue value(reinterpret_cast<intptr_t>(object));
+  if (!ztDeliver(delivery, object, destroyed, value) || tied || !reaches) leaveReceivers(object, delivery);
+  ztEndDelivery(delivery);
+}
+
+void ztLeavePeers(ztObject *object, bool again) {
+  const ztSignal *destroyed = ztFindSignal(object, "destroyed");
+  if (destroyed == nullptr) return;
+  if (again) {
+    forgetPeers(object, destroyed);
+  } else {
+    announceDestruction(object, destroyed);
+  }
+}
+
+int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver, ztSlotFunction function) {
+  const ztSignal *signal = ztFindSignal(sender, signalName);
+  if (signal == nullptr) return 0;
+  const ztMapItem *item = ztFindSlot(signal->slots, receiver, function);
+  if (item == nullptr) return 0;
+  return ztRemoveSlot(signal->slots, receiver, item);
+}
+
+int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t blocked) {
+  ztSignal *signal = ztFindSignal(object, signalName);
+  if (signal == nullptr) return 0;
+  signal->blocked = blocked;
+  return 1;
+}
+
+// The connection dump -----------------------------------------------------------------------------
+
+static void printSlots(void *file, const ztSlotMap *slots) {
+  if (slots == nullptr) return;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, slots));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    const ztSlot *slot = ztSlotOf(item);
+    const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(slot->receiver));
+    ztTextFile_of(file)->writeString(
+        file, ztCu_fmtMsg("\tSlot '%s' - Receiver: 0x%x (Class: %s)\n", ztTextOf(slot->name), address,
+                          ztOOP_classNameOf(slot->receiver)));
+  }
+  methods->destroy(&walk);
+}
+
+static void printSignals(void *file, const ztSignalMap *signals) {
+  if (signals == nullptr) return;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  const ztMapItem *item = mapItem(methods->first(&walk, signals));
+  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+    const auto *signal = static_cast<const ztSignal *>(item->value);
+    ztTextFile_of(file)->writeString(file, ztCu_fmtMsg("- Slots for signal '%s'\n", ztTextOf(signal->name)));
+    printSlots(file, signal->slots);
+  }
+  methods->destroy(&walk);
+}
+
+static void objectPrintConnections(ztClass *klass, void *object, const char *fileName) {
+  if (klass == nullptr || object == nullptr) return;
+  void *file = ztTextFile_ctor(nullptr, 1);
+  if (file == nullptr) return;
+  const ztTextFileMethods *methods = ztTextFile_of(file);
+  if (methods->open(file, fileName, "w")) {
+    methods->writeString(file, ztCu_fmtMsg("# Connections for class '%s'\n", klass->name));
+    printSignals(file, static_cast<const ztObject *>(object)->signals);
+  }
+  methods->unRef(file);
+}
+
+void ztOverrideConnections(ztObjectMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, printConnections, objectPrintConnections);
+  ZT_OVERRIDE_METHOD(methods, addSignal, objectAddSignal);
+  ZT_OVERRIDE_METHOD(methods, addSlot, objectAddSlot);
+  ZT_OVERRIDE_METHOD(methods, connect, objectConnect);
+  ZT_OVERRIDE_METHOD(methods, connectionExist, objectConnectionExist);
+  ZT_OVERRIDE_METHOD(methods, destroyed, ztMethod<objectDestroyed>);
+}

@@ -1,0 +1,153 @@
+#include "objects/ztdelivery.hh"
+
+#include "containers/ztavltree.h"
+#include "core/ztcheck.hh"
+#include "objects/ztobjbase.hh"
+#include "objects/ztslots.hh"
+#include "objects/ztstrmap.hh"
+
+ztSignal *ztFindSignal(const void *object, const char *name) {
+  if (object == nullptr) return nullptr;
+  return static_cast<ztSignal *>(ztFindByName(static_cast<const ztObject *>(object)->signals, name));
+}
+
+void ztForgetReceiver(const void *dying) {
+  const ztCalls *calls = ztThisThread.calls;
+  if (calls == nullptr) return;
+  for (uint32_t i = 0; i < calls->pendingCount; ++i) {
+    if (calls->pending[i].receiver == dying) calls->pending[i].receiver = nullptr;
+  }
+}
+
+// Copies the slots of a map in its order; the place behind the last.
+static ztPendingSlot *collectSlots(const ztAvlTreeItem *item, ztPendingSlot *pending) {
+  for (; item != nullptr; item = item->right) {
+    pending = collectSlots(item->left, pending);
+    const auto *slot = static_cast<const ztSlot *>(reinterpret_cast<const ztMapItem *>(item)->value);
+    *pending++ = {item->data, slot->function.call0};
+  }
+  return pending;
+}
+
+bool ztBeginDelivery(ztDelivery *delivery, const ztSignal *signal) {
+  if (signal->blocked != 0 || signal->slots == nullptr) return false;
+  const ztAvlTree *tree = signal->slots->tree;
+  if (tree == nullptr || tree->root == nullptr) return false;
+  ztCall *call = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
+  if (call == nullptr) return false;
+  ztCalls *calls = ztThisThread.calls;
+  delivery->first = ztReservePending(calls, tree->count);
+  if (delivery->first == ztNoPlace) {
+    ztEndCall(delivery->mark);
+    return false;
+  }
+  delivery->end = delivery->first + tree->count;
+  if (calls->pendingCount < delivery->end) calls->pendingCount = delivery->end;
+  call->first = delivery->first;
+  call->end = delivery->end;
+  collectSlots(tree->root, calls->pending + delivery->first);
+  return true;
+}
+
+void ztEndDelivery(const ztDelivery &delivery) {
+  if (!ztEndCall(delivery.mark)) return;
+  ztCalls *calls = ztThisThread.calls;
+  if (calls->pendingCount == delivery.end) {
+    calls->pendingCount = delivery.first;
+  } else {
+    ztTrimPending(calls);
+  }
+}
+
+// A signal with more arguments than any slot takes calls nothing.
+static void callWithWord(void *receiver, ztSlotFunction function, uint32_t argumentCount, intptr_t first) {
+  switch (argumentCount) {
+    case 0:  // ignored by what takes no argument, but needed by the slots of `connect` on "destroyed"
+    case 1:
+      return function.call1(receiver, first);
+    case 2:
+      return function.call2(receiver, first, 0);
+    case 3:
+      return function.call3(receiver, first, 0, 0);
+    case ztMostArguments:
+      return function.call4(receiver, first, 0, 0, 0);
+  }
+}
+
+static void callWithNumber(void *receiver, ztSlotFunction function, uint32_t argumentCount, double first) {
+  switch (argumentCount) {
+    case 0:
+      return function.call0(receiver);
+    case 1:
+      return function.number1(receiver, first);
+    case 2:
+      return function.number2(receiver, first, 0);
+    case 3:
+      return function.number3(receiver, first, 0, 0);
+    case ztMostArguments:
+      return function.number4(receiver, first, 0, 0, 0);
+  }
+}
+
+static void callSlot(const ztPendingSlot &slot, uint32_t argumentCount, const EmittedValue &value) {
+  ztSlotFunction function;
+  function.call0 = slot.function;
+  if (value.isNumber) {
+    callWithNumber(slot.receiver, function, argumentCount, value.number);
+  } else {
+    callWithWord(slot.receiver, function, argumentCount, value.word);
+  }
+}
+
+static bool isStillConnected(const ztSignal *signal, const ztPendingSlot &slot) {
+  ztSlotFunction function;
+  function.call0 = slot.function;
+  return ztFindSlot(signal->slots, slot.receiver, function) != nullptr;
+}
+
+bool ztDeliver(const ztDelivery &delivery, void *emitter, const ztSignal *signal, const EmittedValue &value) {
+  ztCalls *calls = ztThisThread.calls;
+  ztCall *call = ztCallOf(delivery.mark);
+  const uint32_t argumentCount = ztArgumentCountOf(signal);
+  const uint32_t removalsBefore = calls->removals;
+  for (uint32_t at = delivery.first; at < delivery.end; ++at) {
+    const ztPendingSlot slot = calls->pending[at];
+    if (slot.receiver == nullptr) continue;
+    if (calls->removals != removalsBefore && !isStillConnected(signal, slot)) continue;
+    call->detail = at;
+    auto *receiver = static_cast<ztObject *>(slot.receiver);
+    receiver->sender = emitter;
+    callSlot(slot, argumentCount, value);
+    call = ztCallOf(delivery.mark);
+    if (call == nullptr) return false;
+    if (calls->pending[at].receiver != nullptr) receiver->sender = nullptr;
+    if (call->subject == nullptr) return false;
+  }
+  return true;
+}
+
+ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal, const EmittedValue &value) {
+  ztDelivery delivery;
+  if (!ztBeginDelivery(&delivery, signal)) return 0;
+  ztDeliver(delivery, emitter, signal, value);
+  ztEndDelivery(delivery);
+  return 1;
+}
+
+int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
+  if (ztChecksThreads) ztCheckThread(emitter, "an emission");
+  const ztSignal *signal = ztFindSignal(emitter, signalName);
+  return signal == nullptr ? 0 : emitSignal(emitter, signal, value);
+}
+
+void ztNotifyPropertyChange(void *object, EmittedValue value) {
+  ztEmit(object, "prop->signalname", value);
+}
+
+int32_t ztObject_emit(void *object, const char *signalName, intptr_t first) {
+  return ztEmit(object, signalName, EmittedValue(first));
+}
+
+int32_t ztObject_emitDouble(void *object, const char *signalName, double first) {
+  return ztEmit(object, signalName, EmittedValue(first));
+}

@@ -1,0 +1,97 @@
+#include "objects/ztobjprops.hh"
+
+#include "containers/ztmapiter.h"
+#include "core/ztcheck.hh"
+#include "core/ztmethod.hh"
+#include "objects/ztobjbase.hh"
+#include "objects/ztproperty.hh"
+#include "objects/ztstatics.hh"
+#include "objects/ztstrmap.hh"
+
+static int32_t createProperty(ztObject &object, const char *name, const char *typeName, const void *initial) {
+  ztClass *type = ztPropertyTypeOf(typeName);
+  const ztPropertyMap *inherited = ztStaticMapOf(object.klass);
+  if (type == nullptr || inherited == nullptr || object.dynamicProperties == nullptr) return 0;
+  const int32_t index = ztSizeOfMap(inherited) + ztSizeOfMap(object.dynamicProperties);
+  const auto *operations = static_cast<const ztPropertyTypeMethods *>(type->methodTable);
+  // Not every type of a host's needs to have storage.
+  if (operations->allocDynamicProperty == nullptr) return 0;
+  ztProperty property;
+  const bool added = ztBeginProperty(&property, name, type, index, object.klass->name) &&
+                     operations->allocDynamicProperty(type, &property, initial) != nullptr &&
+                     ztInsertByName(object.dynamicProperties, name, &property) != nullptr;
+  ztProperty_of(&property)->destroy(&property);
+  return added;
+}
+
+static ztProperty *findProperty(const ztObject &object, const char *name) {
+  void *found = ztFindByName(ztStaticMapOf(object.klass), name);
+  if (found == nullptr) found = ztFindByName(object.dynamicProperties, name);
+  return static_cast<ztProperty *>(found);
+}
+
+static int32_t objectSetProperty(ztObject &object, const char *name, const char *typeName, ztWord value) {
+  if (name == nullptr) return 0;
+  if (ztChecksThreads) ztCheckThread(&object, "the setting of a property");
+  ztProperty *property = findProperty(object, name);
+  if (property != nullptr) return ztProperty_of(property)->setValue(property, &object, value);
+  return createProperty(object, name, typeName, reinterpret_cast<const void *>(value));
+}
+
+static int32_t objectGetProperty(ztObject &object, const char *name, const char *, void *out) {
+  if (name == nullptr) return 0;
+  const ztProperty *property = findProperty(object, name);
+  return property == nullptr ? 0 : ztProperty_of(property)->getValue(property, &object, out);
+}
+
+// Stores the addresses of the map's properties from position `at` on; the position behind them.
+static int32_t listProperties(void *array, const ztPropertyMap *map, int32_t at) {
+  if (map == nullptr) return at;
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  auto *item = static_cast<ztMapItem *>(methods->first(&walk, map));
+  for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
+    ztPropertyPtrArray_of(array)->setAt(array, item->value, at++);
+  }
+  methods->destroy(&walk);
+  return at;
+}
+
+static int32_t listAllProperties(void *array, const ztPropertyMap *first, const ztPropertyMap *second) {
+  if (array == nullptr) return 0;
+  const ztPropertyPtrArrayMethods *methods = ztPropertyPtrArray_of(array);
+  if (!methods->setSize(array, ztSizeOfMap(first) + ztSizeOfMap(second))) return 0;
+  listProperties(array, second, listProperties(array, first, 0));
+  methods->sort(array, ztObject_propertiesSortFunc);
+  return 1;
+}
+
+static int32_t objectGetProperties(const ztObject &object, void *array) {
+  const ztPropertyMap *map = ztStaticMapOf(object.klass);
+  return map == nullptr ? 0 : listAllProperties(array, map, object.dynamicProperties);
+}
+
+static int32_t objectGetStaticProperties(const ztObject &object, void *array) {
+  const ztPropertyMap *map = ztStaticMapOf(object.klass);
+  return map == nullptr ? 0 : listAllProperties(array, map, nullptr);
+}
+
+static int32_t objectGetDynamicProperties(const ztObject &object, void *array) {
+  return listAllProperties(array, nullptr, object.dynamicProperties);
+}
+
+int32_t ztObject_propertiesSortFunc(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return 0;
+  const int32_t one = (*static_cast<const ztProperty *const *>(first))->index;
+  const int32_t other = (*static_cast<const ztProperty *const *>(second))->index;
+  return (one > other) - (one < other);
+}
+
+void ztOverrideProperties(ztObjectMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, setProperty, ztMethod<objectSetProperty>);
+  ZT_OVERRIDE_METHOD(methods, getProperty, ztMethod<objectGetProperty>);
+  ZT_OVERRIDE_METHOD(methods, getProperties, ztMethod<objectGetProperties>);
+  ZT_OVERRIDE_METHOD(methods, getStaticProperties, ztMethod<objectGetStaticProperties>);
+  ZT_OVERRIDE_METHOD(methods, getDynamicProperties, ztMethod<objectGetDynamicProperties>);
+}

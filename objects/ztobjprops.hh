@@ -1,0 +1,10 @@
+// The properties of an object, static and dynamic.
+#ifndef ZT_OBJECTS_ZTOBJPROPS_HH
+#define ZT_OBJECTS_ZTOBJPROPS_HH
+
+#include "objects/ztobject.h"
+
+// Puts the methods that read, write and list properties into the table of ztObject.
+void ztOverrideProperties(ztObjectMethods *methods);
+
+#endif

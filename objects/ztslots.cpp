@@ -1,0 +1,131 @@
+#include "objects/ztslots.hh"
+
+#include "containers/ztavltree.h"
+#include "containers/ztmapiter.h"
+
+#include <utility>
+
+static ztMapItem *mapItem(void *item) {
+  return static_cast<ztMapItem *>(item);
+}
+
+namespace {
+
+// Walks the slots of one receiver, in map order. Valid until the map changes.
+class ReceiverSlots {
+ public:
+  ReceiverSlots(const ztSlotMap *slots, const void *wanted) : receiver(wanted) {
+    ztMapIterator_ctor(&walk, 1);
+    if (slots != nullptr && slots->tree != nullptr) start(slots->tree);
+  }
+  ~ReceiverSlots() {
+    ztMapIterator_of(&walk)->destroy(&walk);
+  }
+  ReceiverSlots(const ReceiverSlots &) = delete;
+  ReceiverSlots &operator=(const ReceiverSlots &) = delete;
+
+  // The current item; NULL behind the last.
+  ztMapItem *item() const {
+    return current != nullptr && current->data == receiver ? current : nullptr;
+  }
+  void next() {
+    current = mapItem(ztMapIterator_of(&walk)->next(&walk));
+  }
+
+ private:
+  // Places the iterator on the first item that does not sort before the receiver: the last one on the
+  // way down at which the way turned left.
+  void start(const ztAvlTree *tree) {
+    walk.tree = tree;
+    uint32_t depth = 0;
+    ztAvlTreeItem *found = nullptr;
+    uint32_t foundDepth = 0;
+    for (ztAvlTreeItem *item = tree->root; item != nullptr;) {
+      const bool before = ztSlotMap_key_compare_func_ptr(item->data, receiver) < 0;
+      walk.path[depth] = item;
+      if (!before) {
+        found = item;
+        foundDepth = depth;
+      }
+      ++depth;
+      item = before ? item->right : item->left;
+    }
+    walk.current = found;
+    walk.depth = foundDepth;
+    current = mapItem(found);
+  }
+
+  const void *receiver;
+  ztMapIterator walk;
+  ztMapItem *current = nullptr;
+};
+
+}  // namespace
+
+ztMapItem *ztFindSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function) {
+  ReceiverSlots candidates(slots, receiver);
+  for (; candidates.item() != nullptr; candidates.next()) {
+    const ztSlot *slot = ztSlotOf(candidates.item());
+    if (slot->receiver == receiver && ztIsSameSlot(slot->function, function)) return candidates.item();
+  }
+  return nullptr;
+}
+
+void ztRemoveReceiver(ztSlotMap *slots, const void *receiver) {
+  if (slots == nullptr) return;
+  const ztSlotMapMethods *methods = ztSlotMap_of(slots);
+  // Items move when one is removed, so each is looked up anew.
+  // A map of a host's that takes nothing out ends it.
+  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
+  }
+}
+
+// Moves the slot of the current item into the item `last`, and those on the way one place back.
+static void moveLater(ReceiverSlots &walk, const void *last) {
+  for (ztMapItem *item = walk.item(); item != last; item = walk.item()) {
+    walk.next();
+    std::swap(item->value, walk.item()->value);
+  }
+}
+
+// Moves the slot of the item `last` into the current item, and those on the way one place on.
+static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
+  void *carried = last->value;
+  for (;; walk.next()) {
+    std::swap(walk.item()->value, carried);
+    if (walk.item() == last) return;
+  }
+}
+
+static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *item) {
+  ReceiverSlots walk(slots, receiver);
+  while (walk.item() != nullptr && walk.item() != item) walk.next();
+  return walk.item() != nullptr;
+}
+
+// `pop` removes the item that `find` meets first. The unwanted slot is brought into that item, and the
+// slots between the two move by one place each, so that the others stay in order. In a map that a host gave
+// another order it may meet none of the receiver's: then none goes.
+bool ztRemoveSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
+  const void *first = ztSlotMap_of(slots)->find(slots, receiver);
+  if (!isAmong(slots, receiver, first)) return false;
+  ReceiverSlots walk(slots, receiver);
+  while (walk.item() != first && walk.item() != unwanted) walk.next();
+  if (walk.item() == unwanted) {
+    moveLater(walk, first);
+  } else {
+    moveEarlier(walk, unwanted);
+  }
+  return ztSlotMap_of(slots)->pop(slots, receiver) != 0;
+}
+
+void ztRemoveReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept) {
+  if (slots == nullptr) return;
+  for (;;) {
+    const ztMapItem *unwanted = nullptr;
+    for (ReceiverSlots walk(slots, receiver); walk.item() != nullptr && unwanted == nullptr; walk.next()) {
+      if (!ztIsSameSlot(ztSlotOf(walk.item())->function, kept)) unwanted = walk.item();
+    }
+    if (unwanted == nullptr || !ztRemoveSlot(slots, receiver, unwanted)) return;
+  }
+}

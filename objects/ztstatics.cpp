@@ -1,0 +1,256 @@
+#include "objects/ztstatics.hh"
+
+#include "containers/ztmapiter.h"
+#include "core/ztbasec.hh"
+#include "core/ztlock.hh"
+#include "core/ztmem.h"
+#include "core/ztoop.hh"
+#include "core/ztparts.hh"
+#include "objects/ztobjbase.hh"
+#include "objects/ztproperty.hh"
+#include "objects/ztstrmap.hh"
+
+namespace {
+
+// A class that has a map of static properties. A map is made for a class that is registered, and for an
+// ancestor that is not; the latter's is released with the library only.
+struct StaticMapOwner {
+  ztClass *klass;
+  bool complete;           // other threads may read the map without a lock, so it does not change any more
+  ztPropertyMap *retired;  // a map that it had, which others may read; NULL: the one that it has is meant
+  StaticMapOwner *next;
+};
+
+}  // namespace
+
+static StaticMapOwner *staticMapOwners;
+
+// Maps that are being built. While there are any, threads that want one of a class's wait for the lock.
+static uint32_t mapsBeingBuilt;
+
+static ztPropertyMap *publishedMap(const ztClass *klass) {
+  return __atomic_load_n(&ztObjectTableOf(klass)->staticProperties, __ATOMIC_ACQUIRE);
+}
+
+static void publishMap(const ztClass *klass, ztPropertyMap *map) {
+  __atomic_store_n(&ztObjectTableOf(klass)->staticProperties, map, __ATOMIC_RELEASE);
+}
+
+static ztPropertyMap *mapOf(const StaticMapOwner *owner) {
+  return owner->retired != nullptr ? owner->retired : publishedMap(owner->klass);
+}
+
+// Takes an owner off the list, with its map.
+static void releaseOwner(StaticMapOwner **at) {
+  StaticMapOwner *owner = *at;
+  ztPropertyMap *map = mapOf(owner);
+  *at = owner->next;
+  if (owner->retired == nullptr) publishMap(owner->klass, nullptr);
+  ztReleasePart(map);
+  ztm_free(owner);
+}
+
+static void releaseStaticMaps(ztClass *klass) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  StaticMapOwner **at = &staticMapOwners;
+  while (*at != nullptr) {
+    if ((*at)->klass == klass) {
+      releaseOwner(at);
+    } else {
+      at = &(*at)->next;
+    }
+  }
+}
+
+// Where a class stands in the list for the map that it has; at the end when it has none.
+static StaticMapOwner **ownerOf(const ztClass *klass) {
+  StaticMapOwner **at = &staticMapOwners;
+  while (*at != nullptr && ((*at)->klass != klass || (*at)->retired != nullptr)) at = &(*at)->next;
+  return at;
+}
+
+void ztReleaseStaticProperties() {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  while (staticMapOwners != nullptr) releaseOwner(&staticMapOwners);
+}
+
+static void buildStaticMap(ztClass *klass);
+
+static bool hasTypeWithin(const ztPropertyMap *map, const ztClass *klass) {
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  auto *item = static_cast<ztMapItem *>(methods->first(&walk, map));
+  while (item != nullptr && !ztIsWithin(static_cast<const ztProperty *>(item->value)->type, klass)) {
+    item = static_cast<ztMapItem *>(methods->next(&walk));
+  }
+  methods->destroy(&walk);
+  return item != nullptr;
+}
+
+void ztForgetStaticProperties(const ztClass *klass) {
+  StaticMapOwner *owner = staticMapOwners;
+  while (owner != nullptr) {
+    if (ztIsWithin(owner->klass, klass) || hasTypeWithin(mapOf(owner), klass)) {
+      releaseStaticMaps(owner->klass);
+      owner = staticMapOwners;
+    } else {
+      owner = owner->next;
+    }
+  }
+}
+
+// Other threads may be reading a map that is replaced.
+static void retireMap(ztClass *klass) {
+  StaticMapOwner *owner = *ownerOf(klass);
+  if (owner == nullptr) return;
+  if (__libc_single_threaded) {
+    releaseStaticMaps(klass);
+  } else {
+    owner->retired = publishedMap(klass);
+  }
+}
+
+// Gives a class a map, which it takes over, in place of the one it has.
+static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
+  auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
+  if (owner == nullptr || map == nullptr) {
+    ztm_free(owner);
+    ztReleasePart(map);
+    return false;
+  }
+  retireMap(klass);
+  *owner = {klass, complete, nullptr, staticMapOwners};
+  staticMapOwners = owner;
+  publishMap(klass, map);
+  return true;
+}
+
+static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors) {
+  ztMapIterator walk;
+  ztMapIterator_ctor(&walk, 1);
+  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
+  auto *item = static_cast<ztMapItem *>(methods->first(&walk, ancestors));
+  const ztPropertyMapMethods *operations = ztPropertyMap_of(map);
+  for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
+    if (operations->pushBack(map, item->data, item->value) != nullptr) continue;
+    if (operations->find(map, item->data) == nullptr) ++ztLostDeclarations;
+  }
+  methods->destroy(&walk);
+}
+
+// An ancestor's map that is missing is made whole, with what it inherits itself: its properties then
+// have the indices that they would have had, had an object of the ancestor been made before.
+static void fillStaticMap(ztClass *klass) {
+  for (ztClass *ancestor = klass->parent; ztOOP_isClassOfClass(ancestor, "ztObject");
+       ancestor = ancestor->parent) {
+    if (publishedMap(ancestor) == nullptr) buildStaticMap(ancestor);
+    const ztPropertyMap *inherited = publishedMap(ancestor);
+    if (inherited != nullptr) inheritProperties(publishedMap(klass), inherited);
+  }
+  if (ztObjectTableOf(klass)->initProperties != nullptr) ztObjectTableOf(klass)->initProperties(klass);
+}
+
+static void completeMap(const ztClass *klass, bool lacksSomething) {
+  StaticMapOwner **owner = ownerOf(klass);
+  if (*owner == nullptr) return;
+  (*owner)->complete = true;
+  if (lacksSomething) releaseOwner(owner);
+}
+
+// The class has its map from the beginning on, for its `initProperties` to find. One that lacks something in
+// the end is taken back, and made again when it is next needed.
+static void buildStaticMap(ztClass *klass) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const uint32_t lostBefore = ztLostDeclarations;
+  __atomic_add_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELAXED);
+  if (giveMap(klass, ztNewObject<ztPropertyMap>(ztPropertyMap_ctor), false)) {
+    fillStaticMap(klass);
+    completeMap(klass, ztLostDeclarations != lostBefore);
+  } else {
+    ++ztLostDeclarations;
+  }
+  __atomic_sub_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELEASE);
+}
+
+ztPropertyMap *ztStaticMapOf(ztClass *klass) {
+  ztPropertyMap *map = publishedMap(klass);
+  // In this order: a map that is not complete was put there after the count was raised.
+  if (map != nullptr && __atomic_load_n(&mapsBeingBuilt, __ATOMIC_ACQUIRE) == 0) return map;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  if (publishedMap(klass) == nullptr) buildStaticMap(klass);
+  return publishedMap(klass);
+}
+
+static void objectClassInstanceCreate(ztClass *klass) {
+  if (klass != nullptr) buildStaticMap(klass);
+}
+
+// Declaring ---------------------------------------------------------------------------------------
+
+// Adds a property to a class's map; to a copy of it, where other threads may be reading it.
+static bool insertStatic(ztClass *klass, ztPropertyMap *map, const StringSource &name,
+                         const ztProperty &property) {
+  const StaticMapOwner *owner = *ownerOf(klass);
+  if (__libc_single_threaded || owner == nullptr || !owner->complete) {
+    return ztInsertByKey(map, name, &property) != nullptr;
+  }
+  auto *copy = static_cast<ztPropertyMap *>(ztCopyObject(map));
+  if (copy == nullptr || ztInsertByKey(copy, name, &property) != nullptr) return giveMap(klass, copy, true);
+  ztReleasePart(copy);
+  return false;
+}
+
+static int32_t objectAddProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
+                                 ztSetter setter, void *userWord, const char *signalName) {
+  if (klass == nullptr || name == nullptr) return 0;
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  // First of all: the first declaration ever has the string class registered ahead of the types.
+  const StringSource key(name);
+  ztPropertyMap *map = ztStaticMapOf(klass);
+  ztClass *type = ztPropertyTypeOf(typeName);
+  if (map == nullptr) ++ztLostDeclarations;
+  if (map == nullptr || type == nullptr || ztFindByName(map, name) != nullptr) return 0;
+
+  ztProperty property;
+  bool complete = ztBeginProperty(&property, name, type, ztSizeOfMap(map), klass->name);
+  property.getter = getter;
+  property.setter = setter;
+  property.userWord = userWord;
+  if (complete && signalName != nullptr) {
+    complete = ztString_of(property.signalName)->set(property.signalName, signalName) != nullptr;
+  }
+  const bool added = complete && insertStatic(klass, map, key, property);
+  if (!added) ++ztLostDeclarations;
+  ztProperty_of(&property)->destroy(&property);
+  return added;
+}
+
+int32_t ztDeclareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
+                          ztSetter setter, const char *typeClassName, ztCtor typeCtor) {
+  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const ztObjectMethods *methods = ztObjectTableOf(klass);
+  const int32_t added = methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
+  if (added) return added;
+  ztOOP_ensureRegistered(typeClassName, typeCtor);
+  if (!ztOOP_isClassRegistered(typeClassName)) ++ztLostDeclarations;
+  ztProperty_functions()->registerNewType(nullptr, typeClassName);
+  return methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
+}
+
+static int32_t objectInitProperties(ztClass *klass) {
+  if (klass == nullptr) return 0;
+  ztGetter getter;
+  getter.getInt = ztObjectTableOf(klass)->getRefCount;
+  ztSetter setter;
+  setter.setInt = nullptr;
+  return ztDeclareProperty(klass, "refCount", "ztInt", getter, setter, "ztIntPropertyType",
+                           ztIntPropertyType_ctor);
+}
+
+void ztOverrideStaticProperties(ztObjectMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, classInstanceCreate, objectClassInstanceCreate);
+  ZT_OVERRIDE_METHOD(methods, classInstanceDestroy, releaseStaticMaps);
+  ZT_OVERRIDE_METHOD(methods, addProperty, objectAddProperty);
+  ZT_OVERRIDE_METHOD(methods, initProperties, objectInitProperties);
+}

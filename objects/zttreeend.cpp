@@ -1,0 +1,112 @@
+#include "objects/zttreeend.hh"
+
+#include "core/ztstack.hh"
+#include "core/ztthread.hh"
+#include "objects/ztnode.hh"
+#include "objects/zttree.hh"
+#include "objects/zttreecopy.hh"
+
+// A child leaves the list before its release, which may reach this node again.
+static void releaseItem(ztRoot *node, ztListItem *item) {
+  ztRoot *child = ztChildOf(item);
+  ztRemoveItem(node, item);
+  if (child == nullptr) return;
+  // Detached already: its reference was left to whoever deletes it.
+  const bool isLeaving = (child->marks & ztNodeLeaving) != 0;
+  if (ztHolderOf(child) == node) {
+    ztForgetHolder(child);
+    if (child->parent != nullptr) child->parentUid = 0;
+    child->parent = nullptr;
+  }
+  if (!isLeaving) ztRoot_of(child)->unRef(child);
+}
+
+// Whether a child does not notice that its children end ahead of it.
+static bool endsLikeTheLibrarys(const ztRoot *child) {
+  const ztRootMethods *methods = ztRoot_of(child);
+  const ztRootMethods *ofLibrary = ztLibraryMethodsOf(child);
+  return methods->destroy == ofLibrary->destroy && methods->unRef == ofLibrary->unRef;
+}
+
+// Whether a child, and with it its own children, ends when its list releases it.
+static bool endsWithChildren(const ztRoot *child, const ztRoot *holder) {
+  return child != nullptr && ztFirstChild(child) != nullptr && ztHolderOf(child) == holder &&
+         !(child->marks & ztNodeLeaving) && ztRoot_of(child)->getRefCount(child) <= 2;
+}
+
+namespace {
+
+enum class Override { sees, ignored };
+
+}  // namespace
+
+// A host's own `destroy` finds its children listed, as long as there is stack for it.
+static bool endsFromBelow(const ztRoot *child, const ztRoot *holder, Override overrides) {
+  return endsWithChildren(child, holder) &&
+         (overrides == Override::ignored || endsLikeTheLibrarys(child) || ztStackLeft() == 0);
+}
+
+// Releases the children of a node in the same order as by recursion, from below, but with no more stack for
+// more levels. The path down to the present node is the nodes' own: each knows who lists it. Returns false
+// when slots took the path apart.
+static bool releaseBelow(ztRoot *node, Override overrides) {
+  ztRoot *at = node;
+  while (ztFirstChild(node) != nullptr) {
+    ztListItem *first = ztFirstChild(at);
+    if (first == nullptr) {
+      at->marks &= ~uint32_t{ztNodeOnPath};
+      at = ztHolderOf(at);
+      continue;
+    }
+    ztRoot *child = ztChildOf(first);
+    if (endsFromBelow(child, at, overrides)) {
+      child->marks |= ztNodeOnPath;
+      at = child;
+      continue;
+    }
+    const uint32_t broken = ztThisThread.brokenPaths;
+    releaseItem(at, first);
+    if (ztThisThread.brokenPaths != broken) return false;
+  }
+  return true;
+}
+
+// The first node with children to which so many calls of hosts' own `destroy` lead, one inside the other,
+// when `top` ends. NULL when there is none, or no memory to find it.
+static ztRoot *findTooDeep(ztRoot *top, size_t most) {
+  constexpr int64_t survives = -INT32_MAX;
+  GrowingArray<int64_t> calls;  // by the level of the walk
+  TreeWalk walk(top);
+  for (walk.next(); walk.current() != nullptr; walk.next()) {
+    ztRoot *node = walk.current();
+    while (calls.size() > 0 && calls.size() >= walk.depth()) calls.pop();
+    int64_t call = calls.size() == 0 ? 0 : calls.last();
+    if (ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+      call = endsWithChildren(node, walk.above()) ? call + 1 : survives;
+      node->marks |= ztNodeSurveyed;
+      if (call >= static_cast<int64_t>(most)) return node;
+    }
+    if (!calls.push(call)) return nullptr;
+  }
+  return nullptr;
+}
+
+// Each `destroy` of a host's takes stack for those below it, and each release looks through those that are
+// under way. So what lies deeper than the stack reaches goes first, from here.
+static void releaseTooDeep(ztRoot *node) {
+  constexpr size_t stackOfDestroy = 1024;
+  const size_t most = ztStackLeft() / stackOfDestroy;
+  while (ztRoot *deep = findTooDeep(node, most)) {
+    deep->marks |= ztNodeOnPath;
+    if (releaseBelow(deep, Override::ignored)) deep->marks &= ~uint32_t{ztNodeOnPath};
+  }
+}
+
+void ztReleaseChildren(ztRoot *node) {
+  // A node that is reached through the `destroy` of one above it was looked at with that one.
+  if (!(node->marks & ztNodeSurveyed) && ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+    releaseTooDeep(node);
+  }
+  // Slots took the path apart: begin again.
+  while (!releaseBelow(node, Override::sees)) continue;
+}
