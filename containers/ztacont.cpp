@@ -5,12 +5,6 @@
 #include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztAssociativeContainer, 88, 29);
-ZT_PIN_FIELD(ztAssociativeContainer, keyByPointer, 44);
-ZT_PIN_FIELD(ztAssociativeContainer, valueSize, 56);
-ZT_PIN_FIELD(ztAssociativeContainer, keyConstructor, 64);
-ZT_PIN_FIELD(ztAssociativeContainer, valueCompareFunction, 80);
-ZT_PIN_SLOT(ztAssociativeContainer, setKeySize, 24);
-ZT_PIN_SLOT(ztAssociativeContainer, setValueCompareFunction, 28);
 
 static int32_t associativeCreate(void *object) {
   if (!ztContainer_table()->create(object)) return 0;

@@ -10,12 +10,6 @@
 #include <string.h>
 
 ZT_PIN_CLASS(ztArray, 80, 42);
-ZT_PIN_FIELD(ztArray, count, 64);
-ZT_PIN_FIELD(ztArray, data, 72);
-ZT_PIN_SLOT(ztArray, pushBack, 27);
-ZT_PIN_SLOT(ztArray, setAt, 31);
-ZT_PIN_SLOT(ztArray, getData, 37);
-ZT_PIN_SLOT(ztArray, find, 41);
 
 using namespace ztcore;
 

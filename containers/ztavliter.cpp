@@ -5,10 +5,6 @@
 #include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztAvlIterator, 552, 22);
-ZT_PIN_FIELD(ztAvlIterator, tree, 16);
-ZT_PIN_FIELD(ztAvlIterator, current, 24);
-ZT_PIN_FIELD(ztAvlIterator, path, 32);
-ZT_PIN_FIELD(ztAvlIterator, depth, 544);
 
 static int32_t avlIteratorCreate(void *object) {
   if (!ztIterator_table()->create(object)) return 0;

@@ -3,9 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztAvlTreeItem, 48, 16);
-ZT_PIN_FIELD(ztAvlTreeItem, balance, 24);
-ZT_PIN_FIELD(ztAvlTreeItem, left, 32);
-ZT_PIN_FIELD(ztAvlTreeItem, right, 40);
 
 static int32_t avlTreeItemCreate(void *object) {
   if (!ztContainerItem_table()->create(object)) return 0;

@@ -8,11 +8,6 @@
 #include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
-ZT_PIN_FIELD(ztAvlTree, root, 64);
-ZT_PIN_FIELD(ztAvlTree, count, 72);
-ZT_PIN_SLOT(ztAvlTree, push, 27);
-ZT_PIN_SLOT(ztAvlTree, pop, 28);
-ZT_PIN_SLOT(ztAvlTree, findAll, 31);
 
 // No tree has more items than its size can tell.
 static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {

@@ -3,7 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztContainerItem, 24, 16);
-ZT_PIN_FIELD(ztContainerItem, data, 16);
 
 static int32_t containerItemCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;

@@ -10,10 +10,6 @@
 #include <string.h>
 
 ZT_PIN_CLASS(ztContainer, 48, 24);
-ZT_PIN_FIELD(ztContainer, itemConstructor, 16);
-ZT_PIN_FIELD(ztContainer, allowDuplicate, 40);
-ZT_PIN_SLOT(ztContainer, newItem, 16);
-ZT_PIN_SLOT(ztContainer, getSize, 23);
 
 // The element policy ------------------------------------------------------------------------------
 

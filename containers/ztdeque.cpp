@@ -4,9 +4,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztDeque, 72, 34);
-ZT_PIN_FIELD(ztDeque, inner, 64);
-ZT_PIN_SLOT(ztDeque, pushBack, 27);
-ZT_PIN_SLOT(ztDeque, isEmpty, 33);
 
 // Looking at the ends reads the list's fields, and calls none of its methods.
 

@@ -10,11 +10,6 @@
 #include <string.h>
 
 ZT_PIN_CLASS(ztHashTable, 104, 33);
-ZT_PIN_FIELD(ztHashTable, count, 88);
-ZT_PIN_FIELD(ztHashTable, buckets, 96);
-ZT_PIN_SLOT(ztHashTable, setSize, 29);
-ZT_PIN_SLOT(ztHashTable, insert, 31);
-ZT_PIN_SLOT(ztHashTable, find, 32);
 
 // Buckets -----------------------------------------------------------------------------------------
 

@@ -3,8 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztHashTableItem, 40, 16);
-ZT_PIN_FIELD(ztHashTableItem, next, 24);
-ZT_PIN_FIELD(ztHashTableItem, value, 32);
 
 static int32_t hashTableItemCreate(void *object) {
   if (!ztContainerItem_table()->create(object)) return 0;

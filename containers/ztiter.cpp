@@ -3,9 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztIterator, 16, 22);
-ZT_PIN_SLOT(ztIterator, start, 16);
-ZT_PIN_SLOT(ztIterator, move, 17);
-ZT_PIN_SLOT(ztIterator, prev, 21);
 
 static void iteratorMethods(ztIteratorMethods *methods) {
   ZT_ABSTRACT_METHOD(methods, start);

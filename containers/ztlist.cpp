@@ -6,14 +6,6 @@
 #include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztList, 88, 40);
-ZT_PIN_FIELD(ztList, head, 64);
-ZT_PIN_FIELD(ztList, tail, 72);
-ZT_PIN_FIELD(ztList, count, 80);
-ZT_PIN_SLOT(ztList, pushBack, 27);
-ZT_PIN_SLOT(ztList, popFront, 31);
-ZT_PIN_SLOT(ztList, removeItem, 33);
-ZT_PIN_SLOT(ztList, empty, 37);
-ZT_PIN_SLOT(ztList, getItemAt, 39);
 
 // No list has more items than its size can tell.
 static ztListItem *newItem(ztList *list, const ContainerUse &use, const void *element) {

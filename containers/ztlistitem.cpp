@@ -3,8 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztListItem, 40, 16);
-ZT_PIN_FIELD(ztListItem, prev, 24);
-ZT_PIN_FIELD(ztListItem, next, 32);
 
 static int32_t listItemCreate(void *object) {
   if (!ztContainerItem_table()->create(object)) return 0;

@@ -8,10 +8,6 @@
 #include "core/ztparts.hh"
 
 ZT_PIN_CLASS(ztMap, 96, 35);
-ZT_PIN_FIELD(ztMap, tree, 88);
-ZT_PIN_SLOT(ztMap, pushBack, 29);
-ZT_PIN_SLOT(ztMap, find, 32);
-ZT_PIN_SLOT(ztMap, findAll, 34);
 
 // The tree of a map to look a key up in; NULL where that cannot be done. A NULL is a key where pointers
 // are kept.

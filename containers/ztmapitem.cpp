@@ -3,7 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztMapItem, 56, 16);
-ZT_PIN_FIELD(ztMapItem, value, 48);
 
 static int32_t mapItemCreate(void *object) {
   if (!ztAvlTreeItem_table()->create(object)) return 0;

@@ -4,9 +4,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztQueue, 72, 32);
-ZT_PIN_FIELD(ztQueue, inner, 64);
-ZT_PIN_SLOT(ztQueue, push, 27);
-ZT_PIN_SLOT(ztQueue, isEmpty, 31);
 
 static int32_t queueIsEmpty(const ztQueue &queue) {
   return queue.inner == nullptr ? 1 : ztDeque_of(queue.inner)->isEmpty(queue.inner);

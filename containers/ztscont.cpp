@@ -7,11 +7,6 @@
 #include "core/ztmethod.hh"
 
 ZT_PIN_CLASS(ztSequenceContainer, 64, 27);
-ZT_PIN_FIELD(ztSequenceContainer, byPointer, 44);
-ZT_PIN_FIELD(ztSequenceContainer, elementSize, 48);
-ZT_PIN_FIELD(ztSequenceContainer, elementConstructor, 56);
-ZT_PIN_SLOT(ztSequenceContainer, setElementSize, 24);
-ZT_PIN_SLOT(ztSequenceContainer, setElementConstructor, 26);
 
 static ElementPolicy policyOf(const ztSequenceContainer &container) {
   return {container.elementConstructor, container.byPointer != 0, container.elementSize};

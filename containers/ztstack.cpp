@@ -4,9 +4,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztStack, 72, 31);
-ZT_PIN_FIELD(ztStack, inner, 64);
-ZT_PIN_SLOT(ztStack, push, 27);
-ZT_PIN_SLOT(ztStack, isEmpty, 30);
 
 static int32_t stackIsEmpty(const ztStack &stack) {
   return stack.inner == nullptr ? 1 : ztDeque_of(stack.inner)->isEmpty(stack.inner);

@@ -13,9 +13,6 @@
 
 ZT_PIN_CLASS(ztBaseClass, 16, 16);
 ZT_PIN_FIELD(ztBaseClass, refCount, 8);
-ZT_PIN_SLOT(ztBaseClass, create, 4);
-ZT_PIN_SLOT(ztBaseClass, destroy, 10);
-ZT_PIN_SLOT(ztBaseClass, getRefCount, 15);
 ZT_PIN_FUNCTION(ztBaseClass, allocator, 3);
 ZT_PIN_FUNCTION(ztBaseClass, classInit, 8);
 ZT_PIN_FUNCTION(ztBaseClass, classRead, 10);

@@ -1,12 +1,11 @@
-// Pins what hosts reach by number: field offsets, slot numbers, instance sizes and slot counts.
+// Pins the sizes of classes, and what the engine's own structs have where. Where every field and every slot
+// stands, the layout test knows, and the headers show the number of each slot.
 #ifndef ZT_CORE_ZTLAYOUT_HH
 #define ZT_CORE_ZTLAYOUT_HH
 
 #include <stddef.h>
 
 #define ZT_PIN_FIELD(Struct, field, offset) static_assert(offsetof(Struct, field) == (offset))
-
-#define ZT_PIN_SLOT(C, slot, number) static_assert(offsetof(C##Methods, slot) == (number) * sizeof(void *))
 
 #define ZT_PIN_FUNCTION(C, slot, number) \
   static_assert(offsetof(C##Functions, slot) == (number) * sizeof(void *))

@@ -15,11 +15,6 @@
 #include <unistd.h>
 
 ZT_PIN_CLASS(ztFile, 536, 39);
-ZT_PIN_FIELD(ztFile, stream, 16);
-ZT_PIN_FIELD(ztFile, fileName, 24);
-ZT_PIN_SLOT(ztFile, open, 16);
-ZT_PIN_SLOT(ztFile, writeInt, 26);
-ZT_PIN_SLOT(ztFile, getFileName, 38);
 ZT_PIN_FUNCTION(ztFile, renameFile, 10);
 ZT_PIN_FUNCTION(ztFile, fileExist, 13);
 

@@ -15,12 +15,6 @@
 #include <string.h>
 
 ZT_PIN_CLASS(ztString, 24, 21);
-ZT_PIN_FIELD(ztString, buffer, 16);
-ZT_PIN_SLOT(ztString, set, 16);
-ZT_PIN_SLOT(ztString, cat, 17);
-ZT_PIN_SLOT(ztString, get, 18);
-ZT_PIN_SLOT(ztString, length, 19);
-ZT_PIN_SLOT(ztString, isEmpty, 20);
 ZT_PIN_FUNCTION(ztString, classInit, 8);
 ZT_PIN_FUNCTION(ztString, classDestroy, 9);
 ZT_PIN_FUNCTION(ztString, newString, 10);

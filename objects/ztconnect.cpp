@@ -1,6 +1,6 @@
 #include "objects/ztconnect.hh"
 
-#include "containers/ztmapiter.h"
+#include "containers/ztwalk.hh"
 #include "core/ztbasec.hh"
 #include "core/ztcheck.hh"
 #include "core/ztmethod.hh"
@@ -10,10 +10,6 @@
 #include "objects/ztslots.hh"
 #include "objects/ztstrmap.hh"
 #include "support/ztcutils.h"
-
-static ztMapItem *mapItem(void *item) {
-  return static_cast<ztMapItem *>(item);
-}
 
 static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
   // Only a source to copy from, and so not created.
@@ -109,11 +105,7 @@ static void forgetPeer(void *object, void *dying, bool staysTied) {
   const ztSignalMap *signals = static_cast<const ztObject *>(object)->signals;
   if (object == dying || signals == nullptr) return;
   const ztSignal *destroyed = staysTied ? ztFindSignal(object, "destroyed") : nullptr;
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  const ztMapItem *item = mapItem(methods->first(&walk, signals));
-  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+  for (const ztMapItem *item : itemsOf(signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     if (destroyed != nullptr && signal == destroyed) {
       ztRemoveReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
@@ -121,7 +113,6 @@ static void forgetPeer(void *object, void *dying, bool staysTied) {
       ztRemoveReceiver(signal->slots, dying);
     }
   }
-  methods->destroy(&walk);
 }
 
 // The record of an object's end that is under way.
@@ -140,15 +131,10 @@ static void objectDestroyed(ztObject &object, void *dying) {
 
 // Has the peers that are in a map of "destroyed" forget the object.
 static void forgetPeers(void *object, const ztSignal *destroyed) {
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  const ztMapItem *item = mapItem(methods->first(&walk, destroyed->slots));
-  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+  for (const ztMapItem *item : itemsOf(destroyed->slots)) {
     void *peer = ztSlotOf(item)->receiver;
     if (ztIsSameSlot(ztSlotOf(item)->function, destroyedSlotOf(peer))) forgetPeer(peer, object, false);
   }
-  methods->destroy(&walk);
 }
 
 // The same for those among the receivers of a delivery that still live.
@@ -221,32 +207,22 @@ int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t bloc
 
 static void printSlots(void *file, const ztSlotMap *slots) {
   if (slots == nullptr) return;
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  const ztMapItem *item = mapItem(methods->first(&walk, slots));
-  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+  for (const ztMapItem *item : itemsOf(slots)) {
     const ztSlot *slot = ztSlotOf(item);
     const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(slot->receiver));
     ztTextFile_of(file)->writeString(
         file, ztCu_fmtMsg("\tSlot '%s' - Receiver: 0x%x (Class: %s)\n", ztTextOf(slot->name), address,
                           ztOOP_classNameOf(slot->receiver)));
   }
-  methods->destroy(&walk);
 }
 
 static void printSignals(void *file, const ztSignalMap *signals) {
   if (signals == nullptr) return;
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  const ztMapItem *item = mapItem(methods->first(&walk, signals));
-  for (; item != nullptr; item = mapItem(methods->next(&walk))) {
+  for (const ztMapItem *item : itemsOf(signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     ztTextFile_of(file)->writeString(file, ztCu_fmtMsg("- Slots for signal '%s'\n", ztTextOf(signal->name)));
     printSlots(file, signal->slots);
   }
-  methods->destroy(&walk);
 }
 
 static void objectPrintConnections(ztClass *klass, void *object, const char *fileName) {

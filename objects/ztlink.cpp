@@ -7,8 +7,6 @@
 #include "objects/ztwordtab.hh"
 
 ZT_PIN_CLASS(ztLink, 32, 16);
-ZT_PIN_FIELD(ztLink, target, 16);
-ZT_PIN_FIELD(ztLink, targetId, 24);
 ZT_PIN_CLASS(ztLinkArray, 80, 42);
 
 constexpr int32_t unset = -1;

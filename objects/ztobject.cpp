@@ -15,13 +15,6 @@
 #include "objects/ztwatch.hh"
 
 ZT_PIN_CLASS(ztObject, 40, 32);
-ZT_PIN_FIELD(ztObject, signals, 16);
-ZT_PIN_FIELD(ztObject, dynamicProperties, 24);
-ZT_PIN_FIELD(ztObject, sender, 32);
-ZT_PIN_SLOT(ztObject, staticProperties, 16);
-ZT_PIN_SLOT(ztObject, connect, 20);
-ZT_PIN_SLOT(ztObject, reserved, 23);
-ZT_PIN_SLOT(ztObject, getSender, 31);
 
 static void objectClassInit(ztClass *) {
   ztOOP_ensureRegistered("ztProperty", ztProperty_ctor);

@@ -1,6 +1,6 @@
 #include "objects/ztobjprops.hh"
 
-#include "containers/ztmapiter.h"
+#include "containers/ztwalk.hh"
 #include "core/ztcheck.hh"
 #include "core/ztmethod.hh"
 #include "objects/ztobjbase.hh"
@@ -47,14 +47,9 @@ static int32_t objectGetProperty(ztObject &object, const char *name, const char 
 // Stores the addresses of the map's properties from position `at` on; the position behind them.
 static int32_t listProperties(void *array, const ztPropertyMap *map, int32_t at) {
   if (map == nullptr) return at;
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  auto *item = static_cast<ztMapItem *>(methods->first(&walk, map));
-  for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
+  for (const ztMapItem *item : itemsOf(map)) {
     ztPropertyPtrArray_of(array)->setAt(array, item->value, at++);
   }
-  methods->destroy(&walk);
   return at;
 }
 

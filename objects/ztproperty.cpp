@@ -15,13 +15,6 @@
 #include "support/ztcutils.h"
 
 ZT_PIN_CLASS(ztProperty, 184, 20);
-ZT_PIN_FIELD(ztProperty, index, 12);
-ZT_PIN_FIELD(ztProperty, type, 24);
-ZT_PIN_FIELD(ztProperty, signalName, 56);
-ZT_PIN_FIELD(ztProperty, ownerClassName, 64);
-ZT_PIN_FIELD(ztProperty, valueSize, 176);
-ZT_PIN_SLOT(ztProperty, setValue, 16);
-ZT_PIN_SLOT(ztProperty, isDynamic, 19);
 ZT_PIN_FUNCTION(ztProperty, registerNewType, 10);
 ZT_PIN_FUNCTION(ztProperty, getPropertyTypeClass, 11);
 

@@ -20,16 +20,6 @@
 #include <stdio.h>
 
 ZT_PIN_CLASS(ztRoot, 152, 48);
-ZT_PIN_FIELD(ztRoot, children, 40);
-ZT_PIN_FIELD(ztRoot, name, 48);
-ZT_PIN_FIELD(ztRoot, uid, 128);
-ZT_PIN_FIELD(ztRoot, parentUid, 132);
-ZT_PIN_FIELD(ztRoot, parent, 136);
-ZT_PIN_FIELD(ztRoot, reservedWord, 144);
-ZT_PIN_SLOT(ztRoot, setName, 32);
-ZT_PIN_SLOT(ztRoot, addChild, 41);
-ZT_PIN_SLOT(ztRoot, getChildCount, 45);
-ZT_PIN_SLOT(ztRoot, reserved2, 47);
 ZT_PIN_CLASS(ztRootPtrList, 88, 40);
 
 // Name and identifier -----------------------------------------------------------------------------

@@ -8,10 +8,6 @@
 #include "objects/ztstrmap.hh"
 
 ZT_PIN_CLASS(ztSignal, 40, 16);
-ZT_PIN_FIELD(ztSignal, name, 16);
-ZT_PIN_FIELD(ztSignal, slots, 24);
-ZT_PIN_FIELD(ztSignal, argumentCount, 32);
-ZT_PIN_FIELD(ztSignal, blocked, 36);
 
 static void releaseParts(ztSignal &signal) {
   ztReleasePart(signal.name);

@@ -8,9 +8,6 @@
 #include "core/ztparts.hh"
 
 ZT_PIN_CLASS(ztSlot, 40, 16);
-ZT_PIN_FIELD(ztSlot, name, 16);
-ZT_PIN_FIELD(ztSlot, receiver, 24);
-ZT_PIN_FIELD(ztSlot, function, 32);
 
 static int32_t slotCreate(ztSlot &slot) {
   slot.name = nullptr;

@@ -1,6 +1,6 @@
 #include "objects/ztstatics.hh"
 
-#include "containers/ztmapiter.h"
+#include "containers/ztwalk.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
@@ -77,15 +77,10 @@ void ztReleaseStaticProperties() {
 static void buildStaticMap(ztClass *klass);
 
 static bool hasTypeWithin(const ztPropertyMap *map, const ztClass *klass) {
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  auto *item = static_cast<ztMapItem *>(methods->first(&walk, map));
-  while (item != nullptr && !ztIsWithin(static_cast<const ztProperty *>(item->value)->type, klass)) {
-    item = static_cast<ztMapItem *>(methods->next(&walk));
+  for (const ztMapItem *item : itemsOf(map)) {
+    if (ztIsWithin(static_cast<const ztProperty *>(item->value)->type, klass)) return true;
   }
-  methods->destroy(&walk);
-  return item != nullptr;
+  return false;
 }
 
 void ztForgetStaticProperties(const ztClass *klass) {
@@ -127,16 +122,11 @@ static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
 }
 
 static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors) {
-  ztMapIterator walk;
-  ztMapIterator_ctor(&walk, 1);
-  const ztMapIteratorMethods *methods = ztMapIterator_of(&walk);
-  auto *item = static_cast<ztMapItem *>(methods->first(&walk, ancestors));
   const ztPropertyMapMethods *operations = ztPropertyMap_of(map);
-  for (; item != nullptr; item = static_cast<ztMapItem *>(methods->next(&walk))) {
+  for (const ztMapItem *item : itemsOf(ancestors)) {
     if (operations->pushBack(map, item->data, item->value) != nullptr) continue;
     if (operations->find(map, item->data) == nullptr) ++ztLostDeclarations;
   }
-  methods->destroy(&walk);
 }
 
 // An ancestor's map that is missing is made whole, with what it inherits itself: its properties then

@@ -3,8 +3,6 @@
 #include "core/ztlayout.hh"
 
 ZT_PIN_CLASS(ztAllocator, 16, 20);
-ZT_PIN_SLOT(ztAllocator, allocate, 16);
-ZT_PIN_SLOT(ztAllocator, reserved, 19);
 
 static void allocatorMethods(ztAllocatorMethods *methods) {
   ZT_ABSTRACT_METHOD(methods, allocate);

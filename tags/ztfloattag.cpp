@@ -9,8 +9,6 @@
 #include <string.h>
 
 ZT_PIN_CLASS(ztFloatTag, 96, 21);
-ZT_PIN_FIELD(ztFloatTag, cachedResult, 80);
-ZT_PIN_FIELD(ztFloatTag, reserved, 88);
 
 static int32_t floatTagCreate(ztFloatTag &attribute) {
   if (!ztTagAttribute_table()->create(&attribute)) return 0;

@@ -7,7 +7,6 @@
 #include "tags/zttagattr.hh"
 
 ZT_PIN_CLASS(ztIntTag, 88, 21);
-ZT_PIN_FIELD(ztIntTag, cachedResult, 80);
 
 static int32_t intTagCreate(ztIntTag &attribute) {
   if (!ztTagAttribute_table()->create(&attribute)) return 0;

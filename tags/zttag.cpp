@@ -15,11 +15,6 @@
 #include <utility>
 
 ZT_PIN_CLASS(ztTag, 160, 64);
-ZT_PIN_FIELD(ztTag, attributes, 152);
-ZT_PIN_SLOT(ztTag, insertNew, 48);
-ZT_PIN_SLOT(ztTag, getByHandle, 58);
-ZT_PIN_SLOT(ztTag, emptySlot2, 59);
-ZT_PIN_SLOT(ztTag, swapTags, 63);
 
 // Attributes of a tag -----------------------------------------------------------------------------
 

@@ -13,15 +13,6 @@
 #include <string.h>
 
 ZT_PIN_CLASS(ztTagAttribute, 80, 21);
-ZT_PIN_FIELD(ztTagAttribute, owner, 16);
-ZT_PIN_FIELD(ztTagAttribute, name, 24);
-ZT_PIN_FIELD(ztTagAttribute, type, 56);
-ZT_PIN_FIELD(ztTagAttribute, changed, 60);
-ZT_PIN_FIELD(ztTagAttribute, userValue, 64);
-ZT_PIN_FIELD(ztTagAttribute, binding, 68);
-ZT_PIN_FIELD(ztTagAttribute, values, 72);
-ZT_PIN_SLOT(ztTagAttribute, setValue, 16);
-ZT_PIN_SLOT(ztTagAttribute, setNumValues, 20);
 static_assert(sizeof(ztTagHandle) == 8);
 
 static const ztTagAttribute &attributeOf(const void *object) {
