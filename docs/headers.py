@@ -75,7 +75,7 @@ class List:
     """What one of the macros `C_FIELDS`, `C_METHODS` and `C_FUNCTIONS` says."""
 
     def __init__(self, match):
-        kind = match["kind"]
+        kind = self.kind = match["kind"]
         body = re.sub(r"\\\n", "\n", match["body"])
         first = re.match(rf"\s*(\w+)_{kind}\b", body)
         self.parent = first[1] if first else None
@@ -117,8 +117,13 @@ class List:
     def declarations(self):
         lines = ""
         for declaration, comment in self.members:
-            said = self.texts.get(self.name_of(declaration), "")
-            lines += documented("\n\n".join(filter(None, [said, comment])), " ".join(declaration.split()))
+            number = r"(\d*)(?:: )?" if self.kind == "METHODS" else "()"
+            slot, more = re.match(number + "(.*)", comment).groups()
+            said = list(filter(None, [self.texts.get(self.name_of(declaration), ""), more]))
+            # The number alone says nothing of what the method does.
+            if said and slot:
+                said.append(f"Slot {slot}.")
+            lines += documented("\n\n".join(said), " ".join(declaration.split()))
         return lines
 
     def struct(self, name, parent, text):
