@@ -22,18 +22,36 @@ quietly() {
   return 1
 }
 
-# Runs a command like quietly, and shows a line of its progress every 15 seconds.
-showing_life() {
-  local log status=0
-  log=$(mktemp)
-  "$@" >"$log" 2>&1 &
-  local command=$! waited=0
-  while kill -0 "$command" 2>/dev/null; do
-    sleep 1
-    waited=$((waited + 1))
-    if [ $((waited % 15)) -eq 0 ]; then printf '   %3d s  %s\n' "$waited" "$(tail -n 1 "$log" | cut -c 1-100)"; fi
+# Prints a line every 15 seconds, with the last line of a file where one is named.
+tick() {
+  local seconds=0
+  # It outlives its parent, and must not keep a pipe of the script's open.
+  while sleep 15 >/dev/null 2>&1; do
+    seconds=$((seconds + 15))
+    printf '   %3d s  %s\n' "$seconds" "$(if [ $# -gt 0 ]; then tail -n 1 "$1" | cut -c 1-100; fi)"
   done
-  wait "$command" || status=$?
+}
+
+# Runs a command while a line every 15 seconds shows that it goes on.
+ticking() {
+  local ticker status=0
+  tick &
+  ticker=$!
+  "$@" || status=$?
+  kill "$ticker"
+  wait "$ticker" 2>/dev/null || true
+  return "$status"
+}
+
+# Runs a command like quietly, with a line every 15 seconds that shows how far it is.
+showing_life() {
+  local log ticker status=0
+  log=$(mktemp)
+  tick "$log" &
+  ticker=$!
+  "$@" >"$log" 2>&1 || status=$?
+  kill "$ticker"
+  wait "$ticker" 2>/dev/null || true
   if [ "$status" -ne 0 ]; then cat "$log" >&2; fi
   rm -f "$log"
   return "$status"
