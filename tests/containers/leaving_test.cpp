@@ -17,6 +17,7 @@
 #include "tests/containers/hooked.hh"
 #include "tests/support/faults.h"
 #include "tests/support/owned.h"
+#include "tests/support/scale.h"
 
 using Numbers = std::vector<int32_t>;
 using Object = Owned<Hooked, HookedMethods>;
@@ -536,7 +537,7 @@ TEST_P(Leaving, MapsStayWhole) {
 
 // Leaves a call so often that what each leaves behind would show.
 static void leaveOften(Way way, Event event, const std::function<void()> &call) {
-  constexpr int rounds = 100000;
+  const int rounds = scale(100000);
   int blocks = 0;
   int64_t bytes = 0;
   int left = 0;

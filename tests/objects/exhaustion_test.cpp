@@ -3,6 +3,7 @@
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/listeners.hh"
 #include "tests/support/faults.h"
+#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 
 #include <string.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -147,7 +149,7 @@ TEST(Exhaustion, OfADeliveryCallsAllSlotsOrNone) {
 
 // More peers than are told without memory.
 TEST(Exhaustion, OfADestructionDisconnectsAllPeers) {
-  std::vector<Listener *> listeners(40);
+  std::vector<Listener *> listeners(static_cast<size_t>(std::max(5, scale(40))));
   exhaustMemoryIn([&listeners] {
     void *dying = Listener_ctor(nullptr, 1);
     if (dying == nullptr) return;
