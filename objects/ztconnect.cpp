@@ -102,10 +102,9 @@ static int32_t objectConnectionExist(ztClass *, const void *object, const char *
 // Drops an object's slots that are aimed at one that goes; all but the one by which the object tells that one
 // of its own end, where that is still needed.
 static void forgetPeer(void *object, void *dying, bool staysTied) {
-  const ztSignalMap *signals = static_cast<const ztObject *>(object)->signals;
-  if (object == dying || signals == nullptr) return;
+  if (object == dying) return;
   const ztSignal *destroyed = staysTied ? ztFindSignal(object, "destroyed") : nullptr;
-  for (const ztMapItem *item : itemsOf(signals)) {
+  for (const ztMapItem *item : itemsOf(static_cast<const ztObject *>(object)->signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     if (destroyed != nullptr && signal == destroyed) {
       ztRemoveReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
@@ -206,7 +205,6 @@ int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t bloc
 // The connection dump -----------------------------------------------------------------------------
 
 static void printSlots(void *file, const ztSlotMap *slots) {
-  if (slots == nullptr) return;
   for (const ztMapItem *item : itemsOf(slots)) {
     const ztSlot *slot = ztSlotOf(item);
     const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(slot->receiver));
@@ -217,7 +215,6 @@ static void printSlots(void *file, const ztSlotMap *slots) {
 }
 
 static void printSignals(void *file, const ztSignalMap *signals) {
-  if (signals == nullptr) return;
   for (const ztMapItem *item : itemsOf(signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     ztTextFile_of(file)->writeString(file, ztCu_fmtMsg("- Slots for signal '%s'\n", ztTextOf(signal->name)));

@@ -46,7 +46,6 @@ static int32_t objectGetProperty(ztObject &object, const char *name, const char 
 
 // Stores the addresses of the map's properties from position `at` on; the position behind them.
 static int32_t listProperties(void *array, const ztPropertyMap *map, int32_t at) {
-  if (map == nullptr) return at;
   for (const ztMapItem *item : itemsOf(map)) {
     ztPropertyPtrArray_of(array)->setAt(array, item->value, at++);
   }

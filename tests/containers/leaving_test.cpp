@@ -417,7 +417,7 @@ TEST_P(LeavingItems, TreesAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
   const int live = hookedLive;
   EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { tree->pop(tree, two); }));
   EXPECT_EQ(inTree(), Numbers({1, 3, 4, 5}));
-  EXPECT_EQ(tree->push(tree, two) == nullptr, false);
+  EXPECT_NE(tree->push(tree, two), nullptr);
   EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
   EXPECT_TRUE(leave(
       GetParam(), Event::destroy, [&] { tree->empty(tree); }, 1));
@@ -468,14 +468,22 @@ TEST_P(LeavingItems, QueuesAndMapsAreWithoutTheItemWhoseElementsEndLeavesTheCall
   EXPECT_EQ(hookedLive, live + 2);
 }
 
-TEST_P(LeavingItems, HashTablesAreEmptyWhenAValuesEndLeavesTheCall) {
-  const int live = hookedLive;
-  {
-    const Owned<ztHashTable, ztHashTableMethods> table(ztHashTable_ctor);
+// A hash table of two buckets that keeps Hooked values under integers.
+class HookedTable : public Owned<ztHashTable, ztHashTableMethods> {
+ public:
+  HookedTable() : Owned(ztHashTable_ctor) {
+    const HookedTable &table = *this;
     table->setKeySize(table, sizeof(int32_t), 0);
     table->setValueConstructor(table, Hooked_ctor);
     table->setCompareFunction(table, ztIntArray_compare_func);
     table->setSize(table, 2);
+  }
+};
+
+TEST_P(LeavingItems, HashTablesAreEmptyWhenAValuesEndLeavesTheCall) {
+  const int live = hookedLive;
+  {
+    const HookedTable table;
     const std::function<void()> calls[] = {[&] { table->empty(table); }, [&] { table->setSize(table, 4); },
                                            [&] { table->setSize(table, 4); }};
     for (const auto &call : calls) {
@@ -494,11 +502,7 @@ TEST_P(LeavingItems, HashTablesAreEmptyWhenAValuesEndLeavesTheCall) {
 TEST_P(Leaving, HashTablesStayWhole) {
   const int live = hookedLive;
   {
-    const Owned<ztHashTable, ztHashTableMethods> table(ztHashTable_ctor);
-    table->setKeySize(table, sizeof(int32_t), 0);
-    table->setValueConstructor(table, Hooked_ctor);
-    table->setCompareFunction(table, ztIntArray_compare_func);
-    table->setSize(table, 2);
+    const HookedTable table;
     for (const int32_t number : {1, 2, 3}) table->insert(table, &number, object(number));
     const Object four = object(4);
     const int32_t number = 4;

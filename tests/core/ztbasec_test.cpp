@@ -343,6 +343,30 @@ TEST(BaseClass, CloneOntoItselfChangesNothing) {
   release(peak);
 }
 
+// Of the library; what a host's does with NULL is the host's.
+TEST(EveryClass, AnswersNullWithNothing) {
+  std::vector<std::pair<std::string, ztCtor>> classes;
+  for (const ztClassEntry *entry = ztOOP_classList(); entry != nullptr; entry = entry->next) {
+    if (strncmp(entry->name, "zt", 2) == 0) classes.emplace_back(entry->name, entry->ctor);
+  }
+  EXPECT_GE(classes.size(), 62U);
+  for (const auto &[name, ctor] : classes) {
+    SCOPED_TRACE(name);
+    void *object = ctor(nullptr, 1);
+    const ztBaseClassMethods *methods = ztBaseClass_of(object);
+    EXPECT_EQ(methods->create(nullptr), 0);
+    EXPECT_EQ(methods->clone(nullptr, nullptr), nullptr);
+    EXPECT_EQ(methods->assign(nullptr, nullptr), 0);
+    EXPECT_EQ(methods->read(nullptr, nullptr), 0);
+    EXPECT_EQ(methods->write(nullptr, nullptr), 0);
+    methods->destroy(nullptr);
+    methods->ref(nullptr);
+    methods->unRef(nullptr);
+    EXPECT_EQ(methods->getRefCount(nullptr), 0);
+    release(object);
+  }
+}
+
 TEST(BaseClass, OperationsTakeNull) {
   void *object = ztBaseClass_ctor(nullptr, 1);
   const ztBaseClassMethods *methods = ztBaseClass_of(object);
