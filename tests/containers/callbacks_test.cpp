@@ -14,9 +14,9 @@
 #include "containers/ztqueue.h"
 #include "containers/ztstack.h"
 #include "tests/containers/hooked.hh"
-#include "tests/support/faults.h"
-#include "tests/support/owned.h"
-#include "tests/support/storage.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/storage.hh"
 
 using Numbers = std::vector<int32_t>;
 using Action = std::function<void()>;

@@ -15,9 +15,9 @@
 #include "containers/ztmap.h"
 #include "containers/ztqueue.h"
 #include "tests/containers/hooked.hh"
-#include "tests/support/faults.h"
-#include "tests/support/owned.h"
-#include "tests/support/scale.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/scale.hh"
 
 using Numbers = std::vector<int32_t>;
 using Object = Owned<Hooked, HookedMethods>;

@@ -2,7 +2,7 @@
 
 #include "containers/ztacont.h"
 #include "containers/ztarrays.h"
-#include "tests/support/faults.h"
+#include "tests/helpers/faults.hh"
 
 std::string pairPolicyName(const ::testing::TestParamInfo<PairPolicy> &test) {
   return policyName(std::get<0>(test.param)) + "_" + policyName(std::get<1>(test.param));

@@ -8,8 +8,8 @@
 #include "core/ztmem.h"
 #include "io/ztstring.h"
 #include "tests/containers/elements.hh"
-#include "tests/support/faults.h"
-#include "tests/support/scale.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 

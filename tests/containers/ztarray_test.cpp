@@ -12,10 +12,10 @@
 #include "containers/ztarrays.h"
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
-#include "tests/support/faults.h"
-#include "tests/support/owned.h"
-#include "tests/support/scale.h"
-#include "tests/support/storage.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/scale.hh"
+#include "tests/helpers/storage.hh"
 
 // Elements ----------------------------------------------------------------------------------------
 

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/owned.h"
-#include "tests/support/scale.h"
-#include "tests/support/storage.h"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/scale.hh"
+#include "tests/helpers/storage.hh"
 
 // A pointer array whose subclass decides on another element policy.
 #define OddPtrArray_FIELDS ztPtrArray_FIELDS

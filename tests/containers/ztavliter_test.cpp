@@ -4,7 +4,7 @@
 #include "containers/ztmapiter.h"
 #include "core/ztmem.h"
 #include "tests/containers/treecheck.hh"
-#include "tests/support/scale.h"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 #include <string.h>

@@ -7,7 +7,7 @@
 #include "core/ztmem.h"
 #include "io/ztfile.h"
 #include "tests/containers/elements.hh"
-#include "tests/support/faults.h"
+#include "tests/helpers/faults.hh"
 
 #include <gtest/gtest.h>
 

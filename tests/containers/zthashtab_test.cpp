@@ -3,8 +3,8 @@
 #include "containers/ztarrays.h"
 #include "core/ztmem.h"
 #include "tests/containers/pairs.hh"
-#include "tests/support/faults.h"
-#include "tests/support/scale.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 #include <limits.h>

@@ -5,8 +5,8 @@
 #include "core/ztmem.h"
 #include "tests/containers/pairs.hh"
 #include "tests/containers/treecheck.hh"
-#include "tests/support/faults.h"
-#include "tests/support/scale.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // What is left of the classes of a shared library when it is unloaded.
 #include "tests/helpers/host_process.hh"
-#include "tests/support/scale.h"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>

@@ -1,7 +1,7 @@
 #include "core/ztcore.h"
 
 #include "tests/helpers/host_process.hh"
-#include "tests/support/scale.h"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>

@@ -1,8 +1,8 @@
 // The engine's start, its registry, its log and the static properties of classes while calls fail.
 #include "tests/faults/injection.hh"
 
+#include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
-#include "tests/support/scale.h"
 #include "zentova.h"
 
 #include <gtest/gtest.h>

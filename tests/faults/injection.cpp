@@ -1,7 +1,7 @@
 #include "tests/faults/injection.hh"
 
 #include "core/ztbasec.h"
-#include "tests/support/scale.h"
+#include "tests/helpers/scale.hh"
 
 #include <dirent.h>
 #include <dlfcn.h>

@@ -3,8 +3,8 @@
 #ifndef ZT_TESTS_INJECTION_HH
 #define ZT_TESTS_INJECTION_HH
 
+#include "tests/helpers/faults.hh"
 #include "tests/helpers/trial.hh"
-#include "tests/support/faults.h"
 
 #include <functional>
 #include <ostream>

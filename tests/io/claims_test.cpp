@@ -3,10 +3,10 @@
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
 
-#include "tests/support/faults.h"
-#include "tests/support/owned.h"
-#include "tests/support/scale.h"
-#include "tests/support/storage.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/scale.hh"
+#include "tests/helpers/storage.hh"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

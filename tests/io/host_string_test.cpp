@@ -3,9 +3,9 @@
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
 
-#include "tests/support/faults.h"
-#include "tests/support/owned.h"
-#include "tests/support/storage.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/storage.hh"
 
 #include <gtest/gtest.h>
 #include <string.h>

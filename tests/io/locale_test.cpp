@@ -1,10 +1,10 @@
 // Numbers in text files under a locale of the host's that writes them otherwise.
 #include "io/zttxtfile.h"
 
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/scale.hh"
+#include "tests/helpers/storage.hh"
 #include "tests/helpers/temp_folder.hh"
-#include "tests/support/owned.h"
-#include "tests/support/scale.h"
-#include "tests/support/storage.h"
 
 #include <gtest/gtest.h>
 #include <locale.h>

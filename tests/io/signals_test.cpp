@@ -1,8 +1,8 @@
 // Files whose system calls are interrupted by signals, and what lies in the way of a file.
 #include "io/zttxtfile.h"
 
+#include "tests/helpers/owned.hh"
 #include "tests/helpers/temp_folder.hh"
-#include "tests/support/owned.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

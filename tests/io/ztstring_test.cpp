@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "io/zttxtfile.h"
-#include "tests/support/faults.h"
-#include "tests/support/owned.h"
-#include "tests/support/scale.h"
-#include "tests/support/storage.h"
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/scale.hh"
+#include "tests/helpers/storage.hh"
 
 // A string that shows a text of its own choosing and counts what it is asked.
 #define ShoutingString_FIELDS ztString_FIELDS

@@ -1,6 +1,6 @@
 // Objects that end while others do.
+#include "tests/helpers/scale.hh"
 #include "tests/objects/listeners.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 // What happens when memory is exhausted: failure is reported, nothing leaks, and what is there can be
 // used and released.
+#include "tests/helpers/faults.hh"
+#include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/listeners.hh"
-#include "tests/support/faults.h"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Functions of a host's that leave by an exception or a longjmp, through calls of the library's.
+#include "tests/helpers/scale.hh"
 #include "tests/objects/listeners.hh"
-#include "tests/support/scale.h"
 
 #include "containers/ztavltree.h"
 #include "objects/ztroot.h"

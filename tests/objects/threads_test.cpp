@@ -2,8 +2,8 @@
 #include "objects/ztbasemodel.h"
 #include "objects/ztobject.h"
 #include "tests/helpers/host_process.hh"
+#include "tests/helpers/scale.hh"
 #include "tests/objects/listeners.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

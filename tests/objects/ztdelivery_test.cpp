@@ -1,7 +1,7 @@
 #include "objects/ztobject.h"
 
+#include "tests/helpers/scale.hh"
 #include "tests/objects/listeners.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

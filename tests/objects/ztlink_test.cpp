@@ -1,8 +1,8 @@
 #include "objects/ztlink.h"
 
 #include "io/zttxtfile.h"
+#include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "objects/ztobject.h"
 
 #include "core/ztcore.h"
+#include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/listeners.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

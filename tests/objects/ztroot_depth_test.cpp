@@ -4,8 +4,8 @@
 #include "containers/ztarrays.h"
 #include "tags/ztinttag.h"
 #include "tags/zttag.h"
+#include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "objects/ztroot.h"
 
+#include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

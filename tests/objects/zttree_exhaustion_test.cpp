@@ -2,9 +2,9 @@
 #include "containers/ztarrays.h"
 #include "tags/ztinttag.h"
 #include "tags/zttag.h"
+#include "tests/helpers/faults.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/tree_nodes.hh"
-#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 #include "objects/ztroot.h"
 
 #include "io/zttxtfile.h"
+#include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include "containers/ztarrays.h"
 #include "io/zttxtfile.h"
 #include "tests/helpers/host_process.hh"
+#include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "support/ztcutils.h"
 
+#include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
-#include "tests/support/scale.h"
 
 #include <gtest/gtest.h>
 

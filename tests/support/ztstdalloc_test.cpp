@@ -2,7 +2,7 @@
 
 #include "core/ztmem.h"
 #include "tests/helpers/abstract_slot.hh"
-#include "tests/support/faults.h"
+#include "tests/helpers/faults.hh"
 
 #include <gtest/gtest.h>
 

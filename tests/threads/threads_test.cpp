@@ -1,8 +1,8 @@
 // Threads that use the library at the same time, each with objects of its own.
 #include "tests/helpers/captured_log.hh"
 #include "tests/helpers/lives.hh"
+#include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
-#include "tests/support/scale.h"
 #include "tests/threads/blocks.hh"
 #include "tests/threads/meter.hh"
 #include "tests/threads/together.hh"

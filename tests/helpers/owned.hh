@@ -1,6 +1,6 @@
 // An object that is released at the end of its scope, with its methods at hand: `owned->method(owned)`.
-#ifndef ZT_TESTS_OWNED_H
-#define ZT_TESTS_OWNED_H
+#ifndef ZT_TESTS_OWNED_HH
+#define ZT_TESTS_OWNED_HH
 
 #include "core/ztbasec.h"
 

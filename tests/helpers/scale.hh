@@ -1,6 +1,6 @@
 // How much the random tests do.
-#ifndef ZT_TESTS_SCALE_H
-#define ZT_TESTS_SCALE_H
+#ifndef ZT_TESTS_SCALE_HH
+#define ZT_TESTS_SCALE_HH
 
 #include <stdlib.h>
 

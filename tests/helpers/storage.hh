@@ -1,6 +1,6 @@
 // Files of the tests, with what they hold at hand.
-#ifndef ZT_TESTS_STORAGE_H
-#define ZT_TESTS_STORAGE_H
+#ifndef ZT_TESTS_STORAGE_HH
+#define ZT_TESTS_STORAGE_HH
 
 #include "io/ztfile.h"
 

@@ -1,7 +1,7 @@
 // Makes the library's allocations fail, and counts its blocks. A test program that includes this puts its
 // own ztm_alloc, ztm_realloc and ztm_free in front of the library's.
-#ifndef ZT_TESTS_FAULTS_H
-#define ZT_TESTS_FAULTS_H
+#ifndef ZT_TESTS_FAULTS_HH
+#define ZT_TESTS_FAULTS_HH
 
 #include "core/ztmem.h"
 
