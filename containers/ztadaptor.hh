@@ -6,30 +6,16 @@
 #define ZT_CONTAINERS_ZTADAPTOR_HH
 
 #include "containers/ztscont.h"
-#include "core/ztbasec.hh"
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
 
 // The class of the inner container is the one that `constructInner` makes.
 template <typename Adaptor, ztCtor constructInner>
-int32_t ztAdaptorCreate(Adaptor &adaptor) {
-  adaptor.inner = nullptr;
-  if (!ztSequenceContainer_table()->create(&adaptor)) return 0;
-  adaptor.inner = static_cast<decltype(adaptor.inner)>(ztMakeObject(constructInner));
-  return adaptor.inner != nullptr;
-}
+using ztAdaptorParts = ztParts<&ztSequenceContainer_table, ztPart<&Adaptor::inner, constructInner>>;
 
-template <typename Adaptor>
-void *ztAdaptorClone(const void *object, void *target) {
-  auto *copy = static_cast<Adaptor *>(ztSequenceContainer_table()->clone(object, target));
-  if (copy == nullptr) return nullptr;
-  copy->inner = nullptr;
-  const void *inner = static_cast<const Adaptor *>(object)->inner;
-  if (inner == nullptr) return copy;
-  copy->inner = static_cast<decltype(copy->inner)>(ztCopyObject(inner));
-  if (copy->inner != nullptr) return copy;
-  ztSequenceContainer_table()->destroy(copy);
-  return nullptr;
+template <typename Adaptor, ztCtor constructInner>
+void *ztAdaptorClone(const Adaptor &adaptor, void *target) {
+  return ztAdaptorParts<Adaptor, constructInner>::clone(adaptor, target);
 }
 
 template <typename Adaptor>
@@ -70,8 +56,9 @@ inline constexpr auto ztInnerSetting = ztMethod<ztInnerCall<Adaptor, slot>::set>
 template <typename Adaptor, ztCtor constructInner, typename Methods>
 void ztFillAdaptorMethods(Methods *methods) {
   using Settings = ztSequenceContainerMethods;
-  ZT_OVERRIDE_METHOD(methods, create, (ztMethod<ztAdaptorCreate<Adaptor, constructInner>>));
-  ZT_OVERRIDE_METHOD(methods, clone, ztAdaptorClone<Adaptor>);
+  using Parts = ztAdaptorParts<Adaptor, constructInner>;
+  ZT_OVERRIDE_METHOD(methods, create, ztMethod<Parts::template create<Adaptor>>);
+  ZT_OVERRIDE_METHOD(methods, clone, (ztMethod<ztAdaptorClone<Adaptor, constructInner>>));
   ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<ztAdaptorDestroy<Adaptor>>);
   ZT_OVERRIDE_METHOD(methods, setCompareFunction, (ztInnerSetting<Adaptor, &Settings::setCompareFunction>));
   ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, (ztInnerSetting<Adaptor, &Settings::setAllowDuplicate>));

@@ -1,8 +1,15 @@
-// The parts of an object: other objects that it owns, each in a field.
+// The parts of an object: other objects that it owns, each in a field. A class lists them once,
+//
+//   using Parts = ztParts<&ztBaseClass_table, ztPart<&ztSlot::name, ztString_ctor>>;
+//
+// and its `create`, `clone` and `destroy` follow, or begin with what follows.
 #ifndef ZT_CORE_ZTPARTS_HH
 #define ZT_CORE_ZTPARTS_HH
 
 #include "core/ztbasec.h"
+#include "core/ztclass.hh"
+
+#include <type_traits>
 
 // Takes a part out of its field, and releases it. In this order: what the part's end calls finds the field
 // empty, and may fill it again.
@@ -12,5 +19,82 @@ inline void ztReleasePart(Part *&field) {
   field = nullptr;
   if (part != nullptr) ztBaseClass_of(part)->unRef(part);
 }
+
+// The part in one field. A new object gets what the constructor makes, or none where there is no constructor.
+// A copy gets a copy.
+template <auto field, ztCtor constructor = nullptr>
+struct ztPart {
+  template <typename Object>
+  static bool make(Object &object) {
+    if constexpr (constructor != nullptr) {
+      object.*field =
+          static_cast<std::remove_reference_t<decltype(object.*field)>>(ztMakeObject(constructor));
+      return object.*field != nullptr;
+    }
+    return true;
+  }
+
+  template <typename Object>
+  static bool copy(const Object &source, Object &copy) {
+    copy.*field = static_cast<std::remove_reference_t<decltype(copy.*field)>>(ztCopyObject(source.*field));
+    return copy.*field != nullptr || source.*field == nullptr;
+  }
+
+  template <typename Object>
+  static void clear(Object &object) {
+    object.*field = nullptr;
+  }
+
+  template <typename Object>
+  static void release(Object &object) {
+    ztReleasePart(object.*field);
+  }
+};
+
+// The same, but a copy gets a new part, too.
+template <auto field, ztCtor constructor>
+struct ztPartNotCopied : ztPart<field, constructor> {
+  template <typename Object>
+  static bool copy(const Object &, Object &copy) {
+    return ztPart<field, constructor>::make(copy);
+  }
+};
+
+// The parts of a class; `table` is its parent's method table.
+template <auto table, typename... Part>
+struct ztParts {
+  // The parent's `create`, then the parts. False when one of them fails.
+  template <typename Object>
+  static int32_t create(Object &object) {
+    (Part::clear(object), ...);
+    if (!table()->create(&object)) return 0;
+    bool complete = true;
+    ((complete &= Part::make(object)), ...);
+    return complete;
+  }
+
+  // The parent's `clone`, then the parts. NULL when one of them fails; the target then owns nothing.
+  template <typename Object>
+  static Object *clone(const Object &object, void *target) {
+    auto *copy = static_cast<Object *>(table()->clone(&object, target));
+    if (copy == nullptr) return nullptr;
+    bool complete = true;
+    ((complete &= Part::copy(object, *copy)), ...);
+    return complete ? copy : undo(*copy);
+  }
+
+  // Leaves a copy that could not be completed without anything; NULL, for the caller to return.
+  template <typename Object>
+  static Object *undo(Object &copy) {
+    destroy(copy);
+    return nullptr;
+  }
+
+  template <typename Object>
+  static void destroy(Object &object) {
+    (Part::release(object), ...);
+    table()->destroy(&object);
+  }
+};
 
 #endif

@@ -126,20 +126,15 @@ static int32_t stringIsMajor(const ztString &string, const void *other) {
 
 // The string as an object -------------------------------------------------------------------------
 
+using StringParts = ztParts<&ztBaseClass_table, ztPart<&ztString::buffer, ztCharArray_ctor>>;
+
 static int32_t stringCreate(ztString &string) {
-  if (!ztBaseClass_table()->create(&string)) return 0;
-  auto *buffer = ztNewObject<ztCharArray>(ztCharArray_ctor);
-  string.buffer = buffer;
-  return buffer != nullptr && ztCharArray_of(buffer)->setSize(buffer, initialSize) != 0;
+  if (!StringParts::create(string)) return 0;
+  return ztCharArray_of(string.buffer)->setSize(string.buffer, initialSize) != 0;
 }
 
 static void *stringClone(const ztString &string, void *target) {
-  auto *copy = static_cast<ztString *>(ztBaseClass_table()->clone(&string, target));
-  if (copy == nullptr) return nullptr;
-  copy->buffer = static_cast<ztCharArray *>(ztCopyObject(string.buffer));
-  if (copy->buffer != nullptr || string.buffer == nullptr) return copy;
-  ztBaseClass_table()->destroy(copy);
-  return nullptr;
+  return StringParts::clone(string, target);
 }
 
 static int32_t stringAssign(ztString &string, const void *other) {

@@ -30,30 +30,22 @@ static void clearReserved(const ztClass *klass) {
   __atomic_store_n(reserved, nullptr, __ATOMIC_RELAXED);
 }
 
+// A copy begins without connections.
+using ObjectParts = ztParts<&ztBaseClass_table, ztPartNotCopied<&ztObject::signals, ztSignalMap_ctor>,
+                            ztPart<&ztObject::dynamicProperties, ztPropertyMap_ctor>>;
+
 static int32_t objectCreate(ztObject &self) {
   self.marks = ztFirstMarks();
-  self.signals = nullptr;
-  self.dynamicProperties = nullptr;
   self.sender = nullptr;
-  if (!ztBaseClass_table()->create(&self)) return 0;
-  self.signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
-  self.dynamicProperties = ztNewObject<ztPropertyMap>(ztPropertyMap_ctor);
-  return self.signals != nullptr && self.dynamicProperties != nullptr;
+  return ObjectParts::create(self);
 }
 
 static void *objectClone(const ztObject &object, void *target) {
-  auto *copy = static_cast<ztObject *>(ztBaseClass_table()->clone(&object, target));
+  ztObject *copy = ObjectParts::clone(object, target);
   if (copy == nullptr) return nullptr;
   copy->marks = ztFirstMarks();
   copy->sender = nullptr;
-  copy->signals = ztNewObject<ztSignalMap>(ztSignalMap_ctor);
-  const ztPropertyMap *properties = object.dynamicProperties;
-  copy->dynamicProperties = static_cast<ztPropertyMap *>(ztCopyObject(properties));
-  if (copy->signals != nullptr && (properties == nullptr || copy->dynamicProperties != nullptr)) return copy;
-  ztReleasePart(copy->signals);
-  ztReleasePart(copy->dynamicProperties);
-  ztBaseClass_table()->destroy(copy);
-  return nullptr;
+  return copy;
 }
 
 // An end that was interrupted, by an exception out of a slot, is finished by the next one.
@@ -69,9 +61,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   ztLeavePeers(&object, again);
   ObjectWatch::objectDestroyed(&object);
   ztForgetReceiver(&object);
-  ztReleasePart(object.signals);
-  ztReleasePart(object.dynamicProperties);
-  ztBaseClass_table()->destroy(&object);
+  ObjectParts::destroy(object);
   ztEndCall(mark.mark);
 }
 

@@ -28,9 +28,10 @@ static int32_t propertyIsDynamic(const ztProperty &property) {
   return property.valuePointer != nullptr && property.valueSize != 0;
 }
 
+using PropertyParts = ztParts<&ztBaseClass_table, ztPart<&ztProperty::name, ztString_ctor>,
+                              ztPart<&ztProperty::signalName, ztString_ctor>>;
+
 static int32_t propertyCreate(ztProperty &property) {
-  property.name = nullptr;
-  property.signalName = nullptr;
   property.type = nullptr;
   property.getter.getInt = nullptr;
   property.setter.setInt = nullptr;
@@ -39,10 +40,7 @@ static int32_t propertyCreate(ztProperty &property) {
   ztCopyText(property.ownerClassName, "");
   property.valuePointer = nullptr;
   property.valueSize = 0;
-  if (!ztBaseClass_table()->create(&property)) return 0;
-  property.name = ztNewObject<ztString>(ztString_ctor);
-  property.signalName = ztNewObject<ztString>(ztString_ctor);
-  return property.name != nullptr && property.signalName != nullptr;
+  return PropertyParts::create(property);
 }
 
 static void propertyDestroy(ztProperty &property) {
@@ -50,30 +48,20 @@ static void propertyDestroy(ztProperty &property) {
     operationsOf(property)->freeDynamicProperty(property.type, &property);
   }
   property.valuePointer = nullptr;
-  ztReleasePart(property.name);
-  ztReleasePart(property.signalName);
-  ztBaseClass_table()->destroy(&property);
+  PropertyParts::destroy(property);
 }
 
 static void *propertyClone(const ztProperty &property, void *target) {
-  auto *copy = static_cast<ztProperty *>(ztBaseClass_table()->clone(&property, target));
+  ztProperty *copy = PropertyParts::clone(property, target);
   if (copy == nullptr) return nullptr;
   copy->valuePointer = nullptr;
   copy->valueSize = 0;
-  copy->name = static_cast<ztString *>(ztCopyObject(property.name));
-  copy->signalName = static_cast<ztString *>(ztCopyObject(property.signalName));
-  bool complete = (property.name == nullptr || copy->name != nullptr) &&
-                  (property.signalName == nullptr || copy->signalName != nullptr);
-  if (complete && property.type != nullptr && propertyIsDynamic(property)) {
-    // Storage of a plain kind begins with its value, that of the string kind is the string: both are
-    // what a new property is given as its initial value.
-    complete = operationsOf(*copy)->allocDynamicProperty(copy->type, copy, property.valuePointer) != nullptr;
-  }
-  if (complete) return copy;
-  ztReleasePart(copy->name);
-  ztReleasePart(copy->signalName);
-  ztBaseClass_table()->destroy(copy);
-  return nullptr;
+  if (property.type == nullptr || !propertyIsDynamic(property)) return copy;
+  // Storage of a plain kind begins with its value, that of the string kind is the string: both are what a
+  // new property is given as its initial value.
+  const ztPropertyTypeMethods *operations = operationsOf(*copy);
+  const bool hasValue = operations->allocDynamicProperty(copy->type, copy, property.valuePointer) != nullptr;
+  return hasValue ? copy : PropertyParts::undo(*copy);
 }
 
 // Not through ztMethod: in there the word would be a variable, whose address has the compiler guard the stack.

@@ -9,34 +9,18 @@
 
 ZT_PIN_CLASS(ztSignal, 40, 16);
 
-static void releaseParts(ztSignal &signal) {
-  ztReleasePart(signal.name);
-  ztReleasePart(signal.slots);
-}
+// A signal that is on its way into an object's map has no slot map yet.
+using SignalParts =
+    ztParts<&ztBaseClass_table, ztPart<&ztSignal::name, ztString_ctor>, ztPart<&ztSignal::slots>>;
 
 static int32_t signalCreate(ztSignal &signal) {
-  signal.name = nullptr;
-  signal.slots = nullptr;
   signal.argumentCount = 0;
   signal.blocked = 0;
-  if (!ztBaseClass_table()->create(&signal)) return 0;
-  signal.name = ztNewObject<ztString>(ztString_ctor);
-  return signal.name != nullptr;
+  return SignalParts::create(signal);
 }
 
 static void *signalClone(const ztSignal &signal, void *target) {
-  auto *copy = static_cast<ztSignal *>(ztBaseClass_table()->clone(&signal, target));
-  if (copy == nullptr) return nullptr;
-  copy->name = static_cast<ztString *>(ztCopyObject(signal.name));
-  // A signal that is on its way into an object's map has no slot map yet.
-  copy->slots = static_cast<ztSlotMap *>(ztCopyObject(signal.slots));
-  if ((copy->name != nullptr || signal.name == nullptr) &&
-      (copy->slots != nullptr || signal.slots == nullptr)) {
-    return copy;
-  }
-  releaseParts(*copy);
-  ztBaseClass_table()->destroy(copy);
-  return nullptr;
+  return SignalParts::clone(signal, target);
 }
 
 static void forgetDeliveries(const ztSignal &signal) {
@@ -47,8 +31,7 @@ static void forgetDeliveries(const ztSignal &signal) {
 
 static void signalDestroy(ztSignal &signal) {
   forgetDeliveries(signal);
-  releaseParts(signal);
-  ztBaseClass_table()->destroy(&signal);
+  SignalParts::destroy(signal);
 }
 
 static void signalMethods(ztSignalMethods *methods) {

@@ -9,27 +9,16 @@
 
 ZT_PIN_CLASS(ztSlot, 40, 16);
 
+using SlotParts = ztParts<&ztBaseClass_table, ztPart<&ztSlot::name, ztString_ctor>>;
+
 static int32_t slotCreate(ztSlot &slot) {
-  slot.name = nullptr;
   slot.receiver = nullptr;
   slot.function.call0 = nullptr;
-  if (!ztBaseClass_table()->create(&slot)) return 0;
-  slot.name = ztNewObject<ztString>(ztString_ctor);
-  return slot.name != nullptr;
+  return SlotParts::create(slot);
 }
 
 static void *slotClone(const ztSlot &slot, void *target) {
-  auto *copy = static_cast<ztSlot *>(ztBaseClass_table()->clone(&slot, target));
-  if (copy == nullptr) return nullptr;
-  copy->name = static_cast<ztString *>(ztCopyObject(slot.name));
-  if (copy->name != nullptr || slot.name == nullptr) return copy;
-  ztBaseClass_table()->destroy(copy);
-  return nullptr;
-}
-
-static void slotDestroy(ztSlot &slot) {
-  ztReleasePart(slot.name);
-  ztBaseClass_table()->destroy(&slot);
+  return SlotParts::clone(slot, target);
 }
 
 static void slotMethods(ztSlotMethods *methods) {
@@ -37,7 +26,7 @@ static void slotMethods(ztSlotMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, clone, ztMethod<slotClone>);
   // A slot is not assigned, only replaced.
   ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<slotDestroy>);
+  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<SlotParts::destroy<ztSlot>>);
 }
 
 ZT_DEFINE_CLASS(ztSlot, ztBaseClass, slotMethods)
