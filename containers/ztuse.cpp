@@ -1,6 +1,7 @@
 #include "containers/ztuse.hh"
 
 #include "core/ztbasec.h"
+#include "core/ztgrowing.hh"
 #include "core/ztmem.h"
 #include "core/ztstack.hh"
 
@@ -52,14 +53,9 @@ bool ztGrowUses(ztUseTable *uses) {
     uses->capacity = ztUseTable::firstCapacity;
     return true;
   }
-  if (uses->capacity > INT32_MAX / 2 / static_cast<int32_t>(sizeof(ztUse))) return false;
-  const bool wasFirst = uses->records == uses->first;
-  const auto size = static_cast<int32_t>(sizeof(ztUse)) * 2 * uses->capacity;
-  auto *grown = static_cast<ztUse *>(wasFirst ? ztm_alloc(size) : ztm_realloc(uses->records, size));
+  ztUse *grown = ztGrow<ztUse>(uses->records, uses->first, &uses->capacity, uses->count + 1);
   if (grown == nullptr) return false;
-  if (wasFirst) memcpy(grown, uses->first, sizeof uses->first);
   uses->records = grown;
-  uses->capacity *= 2;
   return true;
 }
 

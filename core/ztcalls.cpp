@@ -1,5 +1,6 @@
 #include "core/ztcalls.hh"
 
+#include "core/ztgrowing.hh"
 #include "core/ztmem.h"
 #include "core/ztstack.hh"
 
@@ -64,20 +65,6 @@ void ztReleaseCalls(ztCalls *calls) {
   } else {
     __atomic_store_n(&firstCallsTaken, false, __ATOMIC_RELEASE);
   }
-}
-
-// A block for twice as many elements at least, with those of the old one; NULL without memory.
-template <typename Element>
-static Element *enlarge(Element *old, const Element *few, uint32_t *capacity, uint32_t wanted) {
-  uint32_t larger = 2 * *capacity;
-  while (larger < wanted && larger < INT32_MAX / sizeof(Element)) larger *= 2;
-  if (larger > INT32_MAX / sizeof(Element)) return nullptr;
-  const auto bytes = static_cast<int32_t>(larger * sizeof(Element));
-  auto *fresh = static_cast<Element *>(old == few ? ztm_alloc(bytes) : ztm_realloc(old, bytes));
-  if (fresh == nullptr) return nullptr;
-  if (old == few) memcpy(fresh, few, *capacity * sizeof(Element));
-  *capacity = larger;
-  return fresh;
 }
 
 void ztTrimPending(ztCalls *calls) {
@@ -176,7 +163,7 @@ uint32_t ztReservePending(ztCalls *calls, uint32_t count) {
   dropRepeated(calls);
   const uint32_t first = findPlace(calls, count);
   if (calls->pendingCapacity - first >= count) return first;
-  ztPendingSlot *fresh = enlarge(calls->pending, calls->fewPending, &calls->pendingCapacity, first + count);
+  ztPendingSlot *fresh = ztGrow(calls->pending, calls->fewPending, &calls->pendingCapacity, first + count);
   if (fresh == nullptr) return ztNoPlace;
   calls->pending = fresh;
   return first;
@@ -192,7 +179,7 @@ static ztCall *freeEntry() {
 
 static bool enlargeEntries(ztCalls *calls) {
   const uint32_t count = calls->capacity;
-  ztCall *fresh = enlarge(calls->entries, calls->fewEntries, &calls->capacity, count + 1);
+  ztCall *fresh = ztGrow(calls->entries, calls->fewEntries, &calls->capacity, count + 1);
   if (fresh == nullptr) return false;
   calls->entries = fresh;
   useEntries(calls, count);

@@ -4,7 +4,7 @@
 #include "core/ztmethod.hh"
 #include "io/ztfile.h"
 #include "objects/zttree.hh"
-#include "objects/ztwordtab.hh"
+#include "core/ztpointermap.hh"
 
 ZT_PIN_CLASS(ztLink, 32, 16);
 ZT_PIN_CLASS(ztLinkArray, 80, 42);
@@ -86,7 +86,7 @@ int32_t ztLink_resolve(void *object, void *root) {
   return 0;
 }
 
-static bool indexTree(WordTable &byUid, ztRoot *root) {
+static bool indexTree(PointerMap &byUid, ztRoot *root) {
   TreeWalk walk(root);
   for (; walk.current() != nullptr; walk.next()) {
     ztRoot *node = walk.current();
@@ -95,7 +95,7 @@ static bool indexTree(WordTable &byUid, ztRoot *root) {
   return !walk.failed();
 }
 
-static int32_t resolveAll(void *links, const WordTable &byUid) {
+static int32_t resolveAll(void *links, const PointerMap &byUid) {
   const ztLinkArrayMethods *methods = ztLinkArray_of(links);
   const int32_t count = methods->getSize(links);
   int32_t resolved = 0;
@@ -109,7 +109,7 @@ static int32_t resolveAll(void *links, const WordTable &byUid) {
 
 int32_t ztLinkArray_resolve(void *links, void *root) {
   if (links == nullptr) return 0;
-  WordTable byUid;
+  PointerMap byUid;
   const int32_t resolved = indexTree(byUid, static_cast<ztRoot *>(root)) ? resolveAll(links, byUid) : 0;
   byUid.clear();
   return resolved;

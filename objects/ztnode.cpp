@@ -2,13 +2,13 @@
 
 #include "core/ztlock.hh"
 #include "core/ztthread.hh"
-#include "objects/ztwordtab.hh"
+#include "core/ztpointermap.hh"
 
 // A node is on one list at a time, and it is known on whose: otherwise its end would leave a pointer
 // behind, and the end of two lists would release it twice.
 
 // Who lists the nodes that are marked ztNodeListed; for the nodes of all threads.
-static WordTable holders;
+static PointerMap holders;
 
 static uint64_t keyOf(const ztRoot *node) {
   return reinterpret_cast<uintptr_t>(node);

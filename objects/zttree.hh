@@ -2,7 +2,7 @@
 #ifndef ZT_OBJECTS_ZTTREE_HH
 #define ZT_OBJECTS_ZTTREE_HH
 
-#include "objects/ztgrowing.hh"
+#include "core/ztgrowing.hh"
 #include "objects/ztroot.h"
 
 // Visits a node and all below it, each before its children and these in their order. It takes memory by

@@ -3,7 +3,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztstack.hh"
 #include "core/ztthread.hh"
-#include "objects/ztgrowing.hh"
+#include "core/ztgrowing.hh"
 #include "objects/ztnode.hh"
 #include "tags/zttag.hh"
 

@@ -4,10 +4,10 @@
 #include "core/ztbasec.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
-#include "objects/ztgrowing.hh"
+#include "core/ztgrowing.hh"
 #include "objects/ztnode.hh"
 #include "objects/zttree.hh"
-#include "objects/ztwordtab.hh"
+#include "core/ztpointermap.hh"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -82,7 +82,7 @@ class TreeStorer {
   bool storeNode(ztRoot *node, const ztRoot *above);
 
   GrowingArray<Level> levels;  // the present node and those above it
-  WordTable uids;              // of the records so far
+  PointerMap uids;              // of the records so far
   void *file;
   int32_t stored = 0;
   bool isFirst = true;  // there are no records ahead of the tree's in the file
@@ -285,7 +285,7 @@ bool TreeLoader::checkParent(int32_t index) {
 }
 
 bool TreeLoader::findParents() {
-  WordTable byUid;
+  PointerMap byUid;
   bool complete = true;
   for (int32_t i = 0; complete && i < records.size(); ++i) {
     const ztRoot *node = records[i].node;

@@ -2,6 +2,7 @@
 
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
+#include "core/ztpointermap.hh"
 
 // An attribute that a tag holds, and a copy that names its source's owner, have a bond each: its number is
 // the attribute's `binding`, and goes with the attribute's bytes, since an array moves the attributes that
@@ -28,7 +29,6 @@ struct Bond {
 struct Owner {
   void *tag;
   const void *key;
-  Owner *nextInBucket;
   int32_t firstBond;
   bool moved;  // its attributes may name the address where it was
 };
@@ -89,49 +89,15 @@ static int32_t newBond(Owner *owner, ztTagAttribute *held, int32_t former) {
 
 // Owners ------------------------------------------------------------------------------------------
 
-constexpr int32_t firstBucketCount = 16;
+static PointerMap owners;   // by their keys
+static int32_t ownerCount;  // also read without the lock
 
-static Owner **buckets;
-static int32_t bucketCount;  // a power of two
-static int32_t ownerCount;   // also read without the lock
-
-static Owner **bucketOf(const void *key) {
-  constexpr uint64_t spread = 0x9E3779B97F4A7C15U;
-  const uint64_t hash = reinterpret_cast<uintptr_t>(key) * spread;
-  return &buckets[(hash >> 32U) & static_cast<uint32_t>(bucketCount - 1)];
-}
-
-static void addToBucket(Owner *owner) {
-  Owner **bucket = bucketOf(owner->key);
-  owner->nextInBucket = *bucket;
-  *bucket = owner;
-}
-
-static bool growBuckets() {
-  Owner **old = buckets;
-  const int32_t oldCount = bucketCount;
-  const int32_t count = oldCount == 0 ? firstBucketCount : 2 * oldCount;
-  const int64_t size = count * static_cast<int64_t>(sizeof(void *));
-  auto **grown = size > INT32_MAX ? nullptr : static_cast<Owner **>(ztm_alloc(static_cast<int32_t>(size)));
-  if (grown == nullptr) return false;
-  for (int32_t i = 0; i < count; ++i) grown[i] = nullptr;
-  buckets = grown;
-  bucketCount = count;
-  for (int32_t i = 0; i < oldCount; ++i) {
-    for (Owner *owner = old[i], *next = nullptr; owner != nullptr; owner = next) {
-      next = owner->nextInBucket;
-      addToBucket(owner);
-    }
-  }
-  ztm_free(old);
-  return true;
+static uint64_t wordOf(const void *key) {
+  return reinterpret_cast<uintptr_t>(key);
 }
 
 static Owner *findOwner(const void *key) {
-  if (bucketCount == 0) return nullptr;
-  Owner *owner = *bucketOf(key);
-  while (owner != nullptr && owner->key != key) owner = owner->nextInBucket;
-  return owner;
+  return static_cast<Owner *>(owners.find(wordOf(key)));
 }
 
 static void setOwnerCount(int32_t count) {
@@ -140,20 +106,19 @@ static void setOwnerCount(int32_t count) {
 
 // NULL when memory is exhausted.
 static Owner *newOwner(void *tag, const void *key) {
-  // Without memory for more buckets those that are there become fuller.
-  if (ownerCount >= bucketCount && !growBuckets() && bucketCount == 0) return nullptr;
   auto *owner = static_cast<Owner *>(ztm_alloc(sizeof(Owner)));
   if (owner == nullptr) return nullptr;
-  *owner = {tag, key, nullptr, 0, false};
-  addToBucket(owner);
+  *owner = {tag, key, 0, false};
+  if (!owners.insert(wordOf(key), owner)) {
+    ztm_free(owner);
+    return nullptr;
+  }
   setOwnerCount(ownerCount + 1);
   return owner;
 }
 
 static void releaseOwner(Owner *owner) {
-  Owner **place = bucketOf(owner->key);
-  while (*place != owner) place = &(*place)->nextInBucket;
-  *place = owner->nextInBucket;
+  owners.remove(wordOf(owner->key));
   ztm_free(owner);
   setOwnerCount(ownerCount - 1);
 }
@@ -171,12 +136,8 @@ static Owner *ownerOf(void *tag, const void *key) {
   return owner;
 }
 
-static void releaseTablesNotInUse() {
+static void releaseChunksNotInUse() {
   if (bondCount == 0) releaseChunks();
-  if (ownerCount > 0) return;
-  ztm_free(buckets);
-  buckets = nullptr;
-  bucketCount = 0;
 }
 
 // Bonds and their owners --------------------------------------------------------------------------
@@ -246,7 +207,7 @@ bool ztTatShareOwner(ztTagAttribute *copy, const ztTagAttribute *source) {
   const Bond *bond = namingBond(source);
   const bool isBound = bond != nullptr && bond->owner->tag == copy->owner;
   copy->binding = isBound ? newBond(bond->owner, nullptr, 0) : bindTo(copy->owner, copy->owner, nullptr, 0);
-  releaseTablesNotInUse();
+  releaseChunksNotInUse();
   return copy->binding != 0;
 }
 
@@ -298,7 +259,7 @@ bool ztTatEnlist(ztTagAttribute *attribute, const ztTag *tag) {
   attribute->binding = takeNamingBond(attribute);
   const int32_t number = bindTo(const_cast<ztTag *>(tag), tag->attributes, attribute, attribute->binding);
   if (number != 0) attribute->binding = number;
-  releaseTablesNotInUse();
+  releaseChunksNotInUse();
   return number != 0;
 }
 
@@ -309,7 +270,7 @@ void ztTatWithdraw(ztTagAttribute *attribute) {
   const int32_t former = bond->former;
   endBond(attribute->binding);
   attribute->binding = former;
-  releaseTablesNotInUse();
+  releaseChunksNotInUse();
 }
 
 static void dropBonds(ztTagAttribute *attribute) {
@@ -326,7 +287,7 @@ void ztTatLetGo(ztTagAttribute *attribute) {
   if (attribute->binding == 0) return;
   const ztLocked locked(ztTablesLock);
   dropBonds(attribute);
-  releaseTablesNotInUse();
+  releaseChunksNotInUse();
 }
 
 static bool isBoundTo(const Bond *bond, const ztTag *tag) {
@@ -349,7 +310,7 @@ bool ztTatHold(ztTagAttribute *attribute, const ztTag *tag) {
     dropBonds(attribute);
     attribute->binding = bindTo(owner, tag->attributes, attribute, 0);
   }
-  releaseTablesNotInUse();
+  releaseChunksNotInUse();
   return attribute->binding != 0;
 }
 
@@ -380,5 +341,5 @@ void ztTatOwnerEnds(const ztTag *tag, const ztPtrArray *attributes) {
   const ztLocked locked(ztTablesLock);
   bondsEnd(tag);
   if (attributes != nullptr) bondsEnd(attributes);
-  releaseTablesNotInUse();
+  releaseChunksNotInUse();
 }

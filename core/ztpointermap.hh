@@ -1,13 +1,13 @@
-// An index by words.
-#ifndef ZT_OBJECTS_ZTWORDTAB_HH
-#define ZT_OBJECTS_ZTWORDTAB_HH
+// An index by pointers, or other words.
+#ifndef ZT_CORE_ZTPOINTERMAP_HH
+#define ZT_CORE_ZTPOINTERMAP_HH
 
 #include <stdint.h>
 
 // A hash table from words to pointers. Where a key stands depends on a secret of the process, so that nobody
 // can choose keys that all stand in one place. Plain data without destructor, so that it can be static:
 // `clear` releases what it holds, and so does the removal of the last entry.
-class WordTable {
+class PointerMap {
  public:
   // NULL when there is no such key.
   void *find(uint64_t key) const;
@@ -30,7 +30,7 @@ class WordTable {
 
   Entry *entries = nullptr;
   uint32_t bits = 0;   // there are 2^bits places; none without entries
-  uint32_t count = 0;  // at most half of the places are taken
+  uint32_t count = 0;  // at most half of the places are taken, where there is memory for so many
 };
 
 // The key of an identifier.

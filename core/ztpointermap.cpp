@@ -1,4 +1,4 @@
-#include "objects/ztwordtab.hh"
+#include "core/ztpointermap.hh"
 
 #include "core/ztmem.h"
 
@@ -7,7 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
-uint32_t WordTable::last() const {
+uint32_t PointerMap::last() const {
   return (uint32_t{1} << bits) - 1;
 }
 
@@ -36,7 +36,7 @@ static uint64_t secretOfProcess() {
 
 // The high bits of a product depend on all bits of its factors. Without the middle step, keys at equal
 // distances would stay so.
-uint32_t WordTable::homeOf(uint64_t key) const {
+uint32_t PointerMap::homeOf(uint64_t key) const {
   const uint64_t secret = secretOfProcess();
   uint64_t mixed = (key ^ secret) * 0x9E3779B97F4A7C15U;
   mixed = (mixed ^ mixed >> 32) * secret;
@@ -44,20 +44,20 @@ uint32_t WordTable::homeOf(uint64_t key) const {
 }
 
 // Where the key is, or the free place where it would be.
-uint32_t WordTable::placeOf(uint64_t key) const {
+uint32_t PointerMap::placeOf(uint64_t key) const {
   uint32_t place = homeOf(key);
   while (entries[place].value != nullptr && entries[place].key != key) place = (place + 1) & last();
   return place;
 }
 
-void *WordTable::find(uint64_t key) const {
+void *PointerMap::find(uint64_t key) const {
   return entries == nullptr ? nullptr : entries[placeOf(key)].value;
 }
 
-bool WordTable::grow() {
+bool PointerMap::grow() {
   constexpr uint32_t fewest = 4;
   constexpr uint32_t most = 26;
-  WordTable larger;
+  PointerMap larger;
   larger.bits = entries == nullptr ? fewest : bits + 1;
   if (larger.bits > most) return false;
   const size_t bytes = sizeof(Entry) << larger.bits;
@@ -74,8 +74,10 @@ bool WordTable::grow() {
   return true;
 }
 
-bool WordTable::insert(uint64_t key, void *value) {
-  if ((entries == nullptr || count > last() / 2) && !grow()) return false;
+bool PointerMap::insert(uint64_t key, void *value) {
+  // Without memory for more places those that are there are taken, but for one, at which a search ends.
+  const bool isCrowded = entries == nullptr || count > last() / 2;
+  if (isCrowded && !grow() && (entries == nullptr || count == last())) return false;
   Entry &entry = entries[placeOf(key)];
   if (entry.value != nullptr) return true;
   entry = {key, value};
@@ -83,7 +85,7 @@ bool WordTable::insert(uint64_t key, void *value) {
   return true;
 }
 
-void WordTable::remove(uint64_t key) {
+void PointerMap::remove(uint64_t key) {
   // Later entries that the freed place keeps apart from their homes move up.
   uint32_t freed = placeOf(key);
   for (uint32_t place = (freed + 1) & last(); entries[place].value != nullptr; place = (place + 1) & last()) {
@@ -97,7 +99,7 @@ void WordTable::remove(uint64_t key) {
   if (--count == 0) clear();
 }
 
-void WordTable::clear() {
+void PointerMap::clear() {
   ztm_free(entries);
-  *this = WordTable();
+  *this = PointerMap();
 }

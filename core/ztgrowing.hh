@@ -1,0 +1,74 @@
+// Blocks of elements that grow, for elements without constructors and destructors of their own.
+#ifndef ZT_CORE_ZTGROWING_HH
+#define ZT_CORE_ZTGROWING_HH
+
+#include "core/ztmem.h"
+
+#include <stdint.h>
+#include <string.h>
+
+// A block for twice as many elements, and for `wanted` at least, with those of the old one in it. That is
+// `few`, which stays as it is, or a block of its own, which goes; both are NULL before the first element. NULL
+// without memory, with everything as it was.
+template <typename Element, typename Count>
+Element *ztGrow(Element *old, const Element *few, Count *capacity, Count wanted) {
+  constexpr Count most = INT32_MAX / 2 / sizeof(Element);
+  Count larger = *capacity;
+  do {
+    if (larger > most) return nullptr;
+    larger = larger == 0 ? 16 : 2 * larger;
+  } while (larger < wanted);
+  const auto bytes = static_cast<int32_t>(static_cast<size_t>(larger) * sizeof(Element));
+  auto *fresh = static_cast<Element *>(old == few ? ztm_alloc(bytes) : ztm_realloc(old, bytes));
+  if (fresh == nullptr) return nullptr;
+  if (old == few && few != nullptr) memcpy(fresh, few, static_cast<size_t>(*capacity) * sizeof(Element));
+  *capacity = larger;
+  return fresh;
+}
+
+// An array that grows.
+template <typename Element>
+class GrowingArray {
+ public:
+  GrowingArray() = default;
+  ~GrowingArray() {
+    ztm_free(elements);
+  }
+  GrowingArray(const GrowingArray &) = delete;
+  GrowingArray &operator=(const GrowingArray &) = delete;
+
+  // False, with the array as it was, without memory.
+  bool push(const Element &element) {
+    if (used == capacity && !grow()) return false;
+    elements[used++] = element;
+    return true;
+  }
+  void pop() {
+    --used;
+  }
+  int32_t size() const {
+    return used;
+  }
+  Element &operator[](int32_t index) {
+    return elements[index];
+  }
+  const Element &last() const {
+    return elements[used - 1];
+  }
+  Element &last() {
+    return elements[used - 1];
+  }
+
+ private:
+  bool grow() {
+    Element *grown = ztGrow<Element>(elements, nullptr, &capacity, used + 1);
+    if (grown != nullptr) elements = grown;
+    return grown != nullptr;
+  }
+
+  Element *elements = nullptr;
+  int32_t used = 0;
+  int32_t capacity = 0;
+};
+
+#endif
