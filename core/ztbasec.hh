@@ -3,7 +3,7 @@
 #define ZT_CORE_ZTBASEC_HH
 
 #include "core/ztbasec.h"
-#include "core/ztclass.hh"
+#include "core/ztcopy.hh"
 
 // The identity of a class as a file holds it. Behind the text of the name there may be anything.
 struct ztIdentity {

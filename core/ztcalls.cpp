@@ -17,12 +17,6 @@ constexpr uint64_t firstSerial = 64;
 constinit thread_local ztThread ztThisThread __attribute__((tls_model("initial-exec"))) = {
     .nextCall = &belowAll + 1, .lastCall = &belowAll + 1, .callSerial = firstSerial};
 
-void ztForgetCalls() {
-  ztThisThread.calls = nullptr;
-  ztThisThread.nextCall = &belowAll + 1;
-  ztThisThread.lastCall = &belowAll + 1;
-}
-
 // The first thread's, so that a program of one thread needs no memory for it.
 static ztCalls firstCalls;
 static bool firstCallsTaken;
@@ -35,6 +29,22 @@ static ztCalls *takeCalls() {
 static void useEntries(ztCalls *calls, uint32_t count) {
   ztThisThread.nextCall = calls->entries + count;
   ztThisThread.lastCall = calls->entries + calls->capacity;
+}
+
+// Runs when nobody uses the table any more but, perhaps, this thread.
+static void releaseCalls(ztCalls *calls) {
+  if (ztThisThread.calls == calls) {
+    ztThisThread.calls = nullptr;
+    ztThisThread.nextCall = &belowAll + 1;
+    ztThisThread.lastCall = &belowAll + 1;
+  }
+  if (calls->entries != calls->fewEntries) ztm_free(calls->entries);
+  if (calls->pending != calls->fewPending) ztm_free(calls->pending);
+  if (calls != &firstCalls) {
+    ztm_free(calls);
+  } else {
+    __atomic_store_n(&firstCallsTaken, false, __ATOMIC_RELEASE);
+  }
 }
 
 static ztCalls *callsOfThread() {
@@ -51,20 +61,10 @@ static ztCalls *callsOfThread() {
   calls->pendingCapacity = sizeof calls->fewPending / sizeof(ztPendingSlot);
   calls->entries[0] = belowAll;
   block->calls = calls;
+  block->releaseCalls = releaseCalls;
   ztThisThread.calls = calls;
   useEntries(calls, 1);
   return calls;
-}
-
-void ztReleaseCalls(ztCalls *calls) {
-  if (calls == nullptr) return;
-  if (calls->entries != calls->fewEntries) ztm_free(calls->entries);
-  if (calls->pending != calls->fewPending) ztm_free(calls->pending);
-  if (calls != &firstCalls) {
-    ztm_free(calls);
-  } else {
-    __atomic_store_n(&firstCallsTaken, false, __ATOMIC_RELEASE);
-  }
 }
 
 void ztTrimPending(ztCalls *calls) {

@@ -179,10 +179,4 @@ uint32_t ztReservePending(ztCalls *calls, uint32_t count);
 // Gives the places of the pending slots back that no delivery has any more.
 void ztTrimPending(ztCalls *calls);
 
-// Releases a thread's table, which no thread uses any more.
-void ztReleaseCalls(ztCalls *calls);
-
-// Has this thread begin anew, without a table.
-void ztForgetCalls();
-
 #endif

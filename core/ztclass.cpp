@@ -2,8 +2,6 @@
 
 #include "core/ztbasec.h"
 #include "core/ztcalls.hh"
-#include "core/ztclass.hh"
-#include "core/ztcore.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
@@ -151,52 +149,4 @@ void ztOOP_setAbstract(void *slot) {
   // One handler stands in for operations of every signature; a slot holds any of them alike.
   void *(*handler)(const void *) = ztOOP_ztVirtualFuncHandler;
   memcpy(slot, &handler, sizeof handler);
-}
-
-// New objects and copies -------------------------------------------------------------------------
-
-void *ztMakeObject(ztCtor constructor) {
-  void *object = constructor(nullptr, 0);
-  if (object == nullptr || ztBaseClass_of(object)->create(object)) return object;
-  ztBaseClass_of(object)->unRef(object);
-  return nullptr;
-}
-
-void *ztCloneOnto(const void *source, void *target) {
-  // A `clone` that looks at its target before it fills it finds no garbage there.
-  auto *bytes = static_cast<char *>(target);
-  const size_t size = static_cast<size_t>(ztOOP_classOf(target)->instanceSize);
-  memset(bytes + sizeof(ztBaseClass), 0, size - sizeof(ztBaseClass));
-  void *copy = ztBaseClass_of(source)->clone(source, target);
-  if (copy != nullptr) static_cast<ztBaseClass *>(copy)->refCount = 1;
-  return copy;
-}
-
-void *ztCopyObject(const void *source) {
-  if (source == nullptr) return nullptr;
-  void *fresh = functionsOf(ztOOP_classOf(source))->newop();
-  if (fresh == nullptr) return nullptr;
-  void *copy = ztCloneOnto(source, fresh);
-  if (copy == nullptr) ztm_free(fresh);
-  return copy;
-}
-
-bool ztIsWithin(const ztClass *klass, const ztClass *ancestor) {
-  while (klass != nullptr && klass != ancestor) klass = klass->parent;
-  return klass != nullptr;
-}
-
-// Whether the `assign` of a class is none of the library's.
-static bool hasHostsAssign(const ztClass *klass) {
-  const ztClass *ofLibrary = klass;
-  while (ofLibrary != nullptr && !ztcoreIsLibraryClass(ofLibrary)) ofLibrary = ofLibrary->parent;
-  return ofLibrary == nullptr || methodsOf(klass)->assign != methodsOf(ofLibrary)->assign;
-}
-
-int32_t ztAssignCommon(void *target, const void *source) {
-  const ztClass *klass = ztOOP_classOf(target);
-  const ztClass *common = klass;
-  while (common != nullptr && !ztIsWithin(ztOOP_classOf(source), common)) common = common->parent;
-  if (common != klass && hasHostsAssign(klass)) common = klass;
-  return common == nullptr ? 0 : methodsOf(common)->assign(target, source);
 }

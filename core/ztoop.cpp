@@ -1,7 +1,6 @@
 #include "core/ztoop.h"
 
 #include "core/ztbasec.h"
-#include "core/ztclass.hh"
 #include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
@@ -177,6 +176,11 @@ bool ztOOP_isNameTaken(const char *name) {
   char kept[sizeof(ztClassEntry::name)];
   ztCopyText(kept, name);
   return findEntry(kept) != nullptr;
+}
+
+bool ztIsWithin(const ztClass *klass, const ztClass *ancestor) {
+  while (klass != nullptr && klass != ancestor) klass = klass->parent;
+  return klass != nullptr;
 }
 
 int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy) {

@@ -10,6 +10,9 @@ bool ztOOP_isNameTaken(const char *name);
 // Registers a class where its name is not.
 void ztOOP_ensureRegistered(const char *name, ztCtor ctor);
 
+// Whether a class is the other one or descends from it; a NULL class is not.
+bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
+
 // Releases what was registered or opened while the engine was stopped, since ztOOP_CleanUp will not.
 void ztOOP_releaseAfterStop();
 

@@ -7,7 +7,7 @@
 #define ZT_CORE_ZTPARTS_HH
 
 #include "core/ztbasec.h"
-#include "core/ztclass.hh"
+#include "core/ztcopy.hh"
 
 #include <type_traits>
 

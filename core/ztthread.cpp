@@ -1,9 +1,8 @@
 #include "core/ztthread.hh"
 
-#include "core/ztcalls.hh"
+#include "core/ztbasec.h"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
-#include "core/ztparts.hh"
 
 #include <pthread.h>
 #include <string.h>
@@ -19,14 +18,20 @@ static ztThreadBlock *blocks;  // those that threads have
 static pthread_key_t endOfThread;
 static bool hasKey;
 
+static void releaseScratchString(ztThreadBlock *block) {
+  void *string = block->scratchString;
+  block->scratchString = nullptr;
+  if (string != nullptr) ztBaseClass_of(string)->unRef(string);
+}
+
 static void releaseContents(ztThreadBlock *block) {
-  ztReleasePart(block->scratchString);
+  releaseScratchString(block);
   if (block->uses.release != nullptr) block->uses.release(&block->uses);
 }
 
 // After its contents, which are released with the calls of the thread that does it.
 static void releaseBlock(ztThreadBlock *block) {
-  ztReleaseCalls(block->calls);
+  if (block->calls != nullptr) block->releaseCalls(block->calls);
   if (block == &firstBlock) {
     firstBlockTaken = false;
   } else {
@@ -40,18 +45,13 @@ static void unlink(const ztThreadBlock *block) {
   if (*at != nullptr) *at = block->next;
 }
 
-static void forgetBlock() {
-  ztThisThread.block = nullptr;
-  ztForgetCalls();
-}
-
 // Runs at the end of a thread.
 static void endThread(void *block) {
   releaseContents(static_cast<ztThreadBlock *>(block));
   const ztLocked locked(ztThreadsLock);
   unlink(static_cast<ztThreadBlock *>(block));
   releaseBlock(static_cast<ztThreadBlock *>(block));
-  forgetBlock();
+  ztThisThread.block = nullptr;
 }
 
 static ztThreadBlock *takeBlock() {
@@ -74,7 +74,7 @@ ztThreadBlock *ztMakeThreadBlock() {
 }
 
 void ztReleaseScratchString() {
-  if (ztThisThread.block != nullptr) ztReleasePart(ztThisThread.block->scratchString);
+  if (ztThisThread.block != nullptr) releaseScratchString(ztThisThread.block);
 }
 
 uint32_t ztNumberOfThread() {
@@ -91,7 +91,7 @@ void ztReleaseThreads() {
     blocks = block->next;
     releaseBlock(block);
   }
-  forgetBlock();
+  ztThisThread.block = nullptr;
   // Last, since a release may have made a block for this thread.
   if (hasKey) pthread_key_delete(endOfThread);
   hasKey = false;

@@ -54,13 +54,14 @@ struct ztThreadBlock {
   ztThreadBlock *next;    // in the list of all
   void *scratchString;    // of ztString's newString; NULL until it is used; owned
   struct ztCalls *calls;  // NULL until the thread needs it; owned
-  char message[512];      // ztCu_fmtMsg
-  char mappedCase[512];   // ztCu_sToLower, ztCu_sToUpper
-  char madePath[512];     // ztCu_makePath
-  char dirName[512];      // ztDm_getDirName
-  char parentPath[512];   // ztDm_extractPath
-  char joinedPath[512];   // ztDm_makePath
-  char currentDir[512];   // ztDm_getCurrentDir
+  void (*releaseCalls)(struct ztCalls *calls);
+  char message[512];     // ztCu_fmtMsg
+  char mappedCase[512];  // ztCu_sToLower, ztCu_sToUpper
+  char madePath[512];    // ztCu_makePath
+  char dirName[512];     // ztDm_getDirName
+  char parentPath[512];  // ztDm_extractPath
+  char joinedPath[512];  // ztDm_makePath
+  char currentDir[512];  // ztDm_getCurrentDir
   ztUseTable uses;
 };
 

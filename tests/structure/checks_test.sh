@@ -114,5 +114,19 @@ refuses_the_version_and_the_rooms_in_another_place() {
   expect 0
 }
 
+refuses_modules_that_need_each_other() {
+  echo '#include "core/two.hh"' >tree/core/one.cpp
+  echo '#include "core/two.h"' >tree/core/one.hh
+  echo '#include "core/one.hh"' >tree/core/three.cpp
+  echo >tree/core/two.h
+  echo >tree/core/two.hh
+  check includes
+  ! grep -qF 'a circle' out.txt || fail "$(cat out.txt)"
+  echo '#include "core/three.hh"' >tree/core/two.cpp
+  echo >tree/core/three.hh
+  check includes
+  expect 1 'a circle: core/one -> core/two -> core/three -> core/one'
+}
+
 prepare
 "$case"

@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 """Includes are written from the root and go down: a file includes its own room and the rooms before it.
-Headers without exception, and public headers no private one; of the sources those that the list below names."""
+Headers without exception, and public headers no private one; of the sources those that the list below names.
+
+Modules need each other in one direction only. What implements a module is its source and its private header; the
+public header, which declares classes for hosts and for the library alike, stands below."""
 
 import re
 
@@ -54,7 +57,39 @@ def problems_of(path, used):
             yield f'{tree.name_of(path)}: "{target}" is private'
 
 
+def part_of(path):
+    """The public header itself, or what implements a module."""
+    return path if path.suffix == ".h" else path.with_suffix("")
+
+
+def circles_in(needs):
+    """One circle for each way that leads back to where it came from; `needs` says what each part includes."""
+    visited = set()
+
+    def visit(way):
+        visited.add(way[-1])
+        for target in sorted(needs.get(way[-1], ())):
+            if target in way:
+                yield way[way.index(target):] + [target]
+            elif target not in visited:
+                yield from visit(way + [target])
+
+    for part in sorted(needs):
+        if part not in visited:
+            yield from visit([part])
+
+
+def circles():
+    needs = {}
+    for path in tree.room_files("*.h", "*.hh", "*.cpp"):
+        targets = {part_of(tree.ROOT / target) for target in included_by(path)} - {part_of(path)}
+        needs.setdefault(part_of(path), set()).update(targets)
+    for circle in circles_in(needs):
+        yield "a circle: " + " -> ".join(map(tree.name_of, circle))
+
+
 used = set()
 problems = [problem for path in tree.room_files("*.h", "*.hh", "*.cpp") for problem in problems_of(path, used)]
 problems += [f'{place}: nothing of it includes "{target}" any more' for place, target in set(UPWARD) - used]
+problems += circles()
 tree.finish(problems)

@@ -1,6 +1,6 @@
-// What the library does with classes and objects: those that it makes for itself, copies and assignments.
-#ifndef ZT_CORE_ZTCLASS_HH
-#define ZT_CORE_ZTCLASS_HH
+// The objects that the library makes for itself, copies and assigns.
+#ifndef ZT_CORE_ZTCOPY_HH
+#define ZT_CORE_ZTCOPY_HH
 
 #include "core/ztclass.h"
 
@@ -21,9 +21,6 @@ void *ztCopyObject(const void *source);
 // the source's instance size, and gives it count 1. Returns what `clone` returns: NULL when the source
 // cannot be cloned; the target then owns nothing and must not be destroyed.
 void *ztCloneOnto(const void *source, void *target);
-
-// Whether a class is the other one or descends from it; a NULL class is not.
-bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
 
 // Has an object take over the contents of another one that may be of another class: with the `assign` of
 // the nearest class that both are of, since the target's own may look at what the other does not have. A

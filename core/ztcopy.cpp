@@ -1,0 +1,53 @@
+#include "core/ztcopy.hh"
+
+#include "core/ztbasec.h"
+#include "core/ztcore.hh"
+#include "core/ztmem.h"
+#include "core/ztoop.hh"
+
+#include <string.h>
+
+void *ztMakeObject(ztCtor constructor) {
+  void *object = constructor(nullptr, 0);
+  if (object == nullptr || ztBaseClass_of(object)->create(object)) return object;
+  ztBaseClass_of(object)->unRef(object);
+  return nullptr;
+}
+
+void *ztCloneOnto(const void *source, void *target) {
+  // A `clone` that looks at its target before it fills it finds no garbage there.
+  auto *bytes = static_cast<char *>(target);
+  const size_t size = static_cast<size_t>(ztOOP_classOf(target)->instanceSize);
+  memset(bytes + sizeof(ztBaseClass), 0, size - sizeof(ztBaseClass));
+  void *copy = ztBaseClass_of(source)->clone(source, target);
+  if (copy != nullptr) static_cast<ztBaseClass *>(copy)->refCount = 1;
+  return copy;
+}
+
+void *ztCopyObject(const void *source) {
+  if (source == nullptr) return nullptr;
+  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(source)->classTable)->newop();
+  if (fresh == nullptr) return nullptr;
+  void *copy = ztCloneOnto(source, fresh);
+  if (copy == nullptr) ztm_free(fresh);
+  return copy;
+}
+
+static auto assignOf(const ztClass *klass) {
+  return static_cast<const ztBaseClassMethods *>(klass->methodTable)->assign;
+}
+
+// Whether the `assign` of a class is none of the library's.
+static bool hasHostsAssign(const ztClass *klass) {
+  const ztClass *ofLibrary = klass;
+  while (ofLibrary != nullptr && !ztcoreIsLibraryClass(ofLibrary)) ofLibrary = ofLibrary->parent;
+  return ofLibrary == nullptr || assignOf(klass) != assignOf(ofLibrary);
+}
+
+int32_t ztAssignCommon(void *target, const void *source) {
+  const ztClass *klass = ztOOP_classOf(target);
+  const ztClass *common = klass;
+  while (common != nullptr && !ztIsWithin(ztOOP_classOf(source), common)) common = common->parent;
+  if (common != klass && hasHostsAssign(klass)) common = klass;
+  return common == nullptr ? 0 : assignOf(common)(target, source);
+}
