@@ -4,6 +4,8 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztAssociativeContainer, 88, 29);
 
 static int32_t associativeCreate(void *object) {
@@ -20,7 +22,7 @@ static int32_t associativeCreate(void *object) {
 }
 
 static void associativeDestroy(void *object) {
-  ztEndUses(object);
+  containerDestroyed(object);
   ztContainer_table()->destroy(object);
 }
 
@@ -53,12 +55,12 @@ static void associativeSetValueCompareFunction(ztAssociativeContainer &container
 static void associativeMethods(ztAssociativeContainerMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, associativeCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, associativeDestroy);
-  ZT_OVERRIDE_METHOD(methods, setItemConstructor, ztMethod<associativeSetItemConstructor>);
-  ZT_OVERRIDE_METHOD(methods, setKeySize, ztMethod<associativeSetKeySize>);
-  ZT_OVERRIDE_METHOD(methods, setKeyConstructor, ztMethod<associativeSetKeyConstructor>);
-  ZT_OVERRIDE_METHOD(methods, setValueSize, ztMethod<associativeSetValueSize>);
-  ZT_OVERRIDE_METHOD(methods, setValueConstructor, ztMethod<associativeSetValueConstructor>);
-  ZT_OVERRIDE_METHOD(methods, setValueCompareFunction, ztMethod<associativeSetValueCompareFunction>);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, method<associativeSetItemConstructor>);
+  ZT_OVERRIDE_METHOD(methods, setKeySize, method<associativeSetKeySize>);
+  ZT_OVERRIDE_METHOD(methods, setKeyConstructor, method<associativeSetKeyConstructor>);
+  ZT_OVERRIDE_METHOD(methods, setValueSize, method<associativeSetValueSize>);
+  ZT_OVERRIDE_METHOD(methods, setValueConstructor, method<associativeSetValueConstructor>);
+  ZT_OVERRIDE_METHOD(methods, setValueCompareFunction, method<associativeSetValueCompareFunction>);
 }
 
 ZT_DEFINE_CLASS(ztAssociativeContainer, ztContainer, associativeMethods)

@@ -7,44 +7,46 @@
 #include "containers/ztcont.hh"
 #include "containers/ztuse.hh"
 
-inline ElementPolicy ztKeyPolicy(const void *object) {
+namespace ztcore {
+
+inline ElementPolicy keyPolicy(const void *object) {
   const auto *container = static_cast<const ztAssociativeContainer *>(object);
   return {container->keyConstructor, container->keyByPointer != 0, container->keySize};
 }
 
-inline ElementPolicy ztValuePolicy(const void *object) {
+inline ElementPolicy valuePolicy(const void *object) {
   const auto *container = static_cast<const ztAssociativeContainer *>(object);
   return {container->valueConstructor, container->valueByPointer != 0, container->valueSize};
 }
 
 // What of a stored pair its container releases: the key, or else the value; NULL when neither.
-inline const void *ztOwnOfPair(const void *object, const void *key, const void *value) {
-  if (ztIsOwned(ztKeyPolicy(object))) return key;
-  return ztIsOwned(ztValuePolicy(object)) ? value : nullptr;
+inline const void *ownOfPair(const void *object, const void *key, const void *value) {
+  if (isOwned(keyPolicy(object))) return key;
+  return isOwned(valuePolicy(object)) ? value : nullptr;
 }
 
 // Whether a pair may be gone that is copied out of a container.
-inline bool ztIsPairGone(const ztKeyValue *pair) {
-  return ztIsSourceGone(pair->key) || ztIsSourceGone(pair->value);
+inline bool isPairGone(const ztKeyValue *pair) {
+  return isSourceGone(pair->key) || isSourceGone(pair->value);
 }
 
 // A new item that holds the pair, made by the container's item constructor; NULL when that or one of
 // the two copies fails, or when the container ended or the pair went meanwhile.
 template <typename Item>
-void *ztNewPairItem(ztAssociativeContainer &container, const void *pair) {
+void *newPairItem(ztAssociativeContainer &container, const void *pair) {
   if (container.itemConstructor == nullptr || pair == nullptr) return nullptr;
-  const ElementPolicy keys = ztKeyPolicy(&container);
-  const ElementPolicy values = ztValuePolicy(&container);
+  const ElementPolicy keys = keyPolicy(&container);
+  const ElementPolicy values = valuePolicy(&container);
   const ContainerUse use(&container);
   auto *item = static_cast<Item *>(container.itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
   const auto *given = static_cast<const ztKeyValue *>(pair);
-  if (!ztIsPairGone(given) && ztStoreElement(keys, given->key, &item->data)) {
-    if (!ztIsPairGone(given) && ztStoreElement(values, given->value, &item->value)) {
+  if (!isPairGone(given) && storeElement(keys, given->key, &item->data)) {
+    if (!isPairGone(given) && storeElement(values, given->value, &item->value)) {
       if (!use.ended()) return item;
-      ztReleaseElement(values, &item->value);
+      releaseElement(values, &item->value);
     }
-    ztReleaseElement(keys, &item->data);
+    releaseElement(keys, &item->data);
   }
   ztBaseClass_of(item)->unRef(item);
   return nullptr;
@@ -52,23 +54,25 @@ void *ztNewPairItem(ztAssociativeContainer &container, const void *pair) {
 
 // Stores copies of the source item's key and value in the destination item.
 template <typename Item>
-void *ztCopyPairItem(ztAssociativeContainer &container, void *destination, const void *source) {
+void *copyPairItem(ztAssociativeContainer &container, void *destination, const void *source) {
   if (destination == nullptr || source == nullptr) return nullptr;
   auto *to = static_cast<Item *>(destination);
   const auto *from = static_cast<const Item *>(source);
-  ztCopyElement(ztKeyPolicy(&container), from->data, &to->data);
-  ztCopyElement(ztValuePolicy(&container), from->value, &to->value);
+  copyElement(keyPolicy(&container), from->data, &to->data);
+  copyElement(valuePolicy(&container), from->value, &to->value);
   return destination;
 }
 
 // Releases the item's key and value, then the item. The container may end with the key.
 template <typename Item>
-void ztDeletePairItem(ztAssociativeContainer &container, void *item) {
+void deletePairItem(ztAssociativeContainer &container, void *item) {
   if (item == nullptr) return;
-  const ElementPolicy values = ztValuePolicy(&container);
-  ztReleaseElement(ztKeyPolicy(&container), &static_cast<Item *>(item)->data);
-  ztReleaseElement(values, &static_cast<Item *>(item)->value);
+  const ElementPolicy values = valuePolicy(&container);
+  releaseElement(keyPolicy(&container), &static_cast<Item *>(item)->data);
+  releaseElement(values, &static_cast<Item *>(item)->value);
   ztBaseClass_of(item)->unRef(item);
 }
+
+}  // namespace ztcore
 
 #endif

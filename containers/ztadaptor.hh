@@ -9,29 +9,31 @@
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
 
+namespace ztcore {
+
 // The class of the inner container is the one that `constructInner` makes.
 template <typename Adaptor, ztCtor constructInner>
-using ztAdaptorParts = ztParts<&ztSequenceContainer_table, ztPart<&Adaptor::inner, constructInner>>;
+using AdaptorParts = Parts<&ztSequenceContainer_table, Part<&Adaptor::inner, constructInner>>;
 
 template <typename Adaptor, ztCtor constructInner>
-void *ztAdaptorClone(const Adaptor &adaptor, void *target) {
-  return ztAdaptorParts<Adaptor, constructInner>::clone(adaptor, target);
+void *adaptorClone(const Adaptor &adaptor, void *target) {
+  return AdaptorParts<Adaptor, constructInner>::clone(adaptor, target);
 }
 
 template <typename Adaptor>
-void ztAdaptorDestroy(Adaptor &adaptor) {
+void adaptorDestroy(Adaptor &adaptor) {
   // An element may have another inner container made at its end.
-  while (adaptor.inner != nullptr) ztReleasePart(adaptor.inner);
+  while (adaptor.inner != nullptr) releasePart(adaptor.inner);
   ztSequenceContainer_table()->destroy(&adaptor);
 }
 
 // The method that calls the inner container's method of that slot.
 template <typename Adaptor, auto slot>
-struct ztInnerCall;
+struct InnerCall;
 
 template <typename Adaptor, typename Methods, typename Result, typename Object, typename... Arguments,
           Result (*Methods::*slot)(Object *, Arguments...)>
-struct ztInnerCall<Adaptor, slot> {
+struct InnerCall<Adaptor, slot> {
   static Result call(std::conditional_t<std::is_const_v<Object>, const Adaptor, Adaptor> &adaptor,
                      Arguments... arguments) {
     if (adaptor.inner == nullptr) return Result();
@@ -46,25 +48,27 @@ struct ztInnerCall<Adaptor, slot> {
 };
 
 template <typename Adaptor, auto slot>
-inline constexpr auto ztInnerMethod = ztMethod<ztInnerCall<Adaptor, slot>::call>;
+inline constexpr auto innerMethod = method<InnerCall<Adaptor, slot>::call>;
 
 // The same for a setting, which the adaptor keeps, too.
 template <typename Adaptor, auto slot>
-inline constexpr auto ztInnerSetting = ztMethod<ztInnerCall<Adaptor, slot>::set>;
+inline constexpr auto innerSetting = method<InnerCall<Adaptor, slot>::set>;
 
 // Writes the overrides that are the same for every adaptor; the rest is each class's own.
 template <typename Adaptor, ztCtor constructInner, typename Methods>
-void ztFillAdaptorMethods(Methods *methods) {
+void fillAdaptorMethods(Methods *methods) {
   using Settings = ztSequenceContainerMethods;
-  using Parts = ztAdaptorParts<Adaptor, constructInner>;
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<Parts::template create<Adaptor>>);
-  ZT_OVERRIDE_METHOD(methods, clone, (ztMethod<ztAdaptorClone<Adaptor, constructInner>>));
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<ztAdaptorDestroy<Adaptor>>);
-  ZT_OVERRIDE_METHOD(methods, setCompareFunction, (ztInnerSetting<Adaptor, &Settings::setCompareFunction>));
-  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, (ztInnerSetting<Adaptor, &Settings::setAllowDuplicate>));
-  ZT_OVERRIDE_METHOD(methods, setElementSize, (ztInnerSetting<Adaptor, &Settings::setElementSize>));
+  using Parts = AdaptorParts<Adaptor, constructInner>;
+  ZT_OVERRIDE_METHOD(methods, create, method<Parts::template create<Adaptor>>);
+  ZT_OVERRIDE_METHOD(methods, clone, (method<adaptorClone<Adaptor, constructInner>>));
+  ZT_OVERRIDE_METHOD(methods, destroy, method<adaptorDestroy<Adaptor>>);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, (innerSetting<Adaptor, &Settings::setCompareFunction>));
+  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, (innerSetting<Adaptor, &Settings::setAllowDuplicate>));
+  ZT_OVERRIDE_METHOD(methods, setElementSize, (innerSetting<Adaptor, &Settings::setElementSize>));
   ZT_OVERRIDE_METHOD(methods, setElementConstructor,
-                     (ztInnerSetting<Adaptor, &Settings::setElementConstructor>));
+                     (innerSetting<Adaptor, &Settings::setElementConstructor>));
 }
+
+}  // namespace ztcore
 
 #endif

@@ -37,7 +37,7 @@ void *ztcore::newBlock(const ztArray &array, int32_t count, int32_t clearFrom) {
 }
 
 void ztcore::releaseBlock(const ztArray &array, void *block) {
-  if (!ztLeavePart(&array, block)) ztm_free(block);
+  if (!leavePart(&array, block)) ztm_free(block);
 }
 
 // Moves the elements to a new block of that size.
@@ -54,7 +54,7 @@ static bool moveBlock(ztArray &array, int32_t size) {
 bool ztcore::resizeBlock(ztArray &array, int64_t count) {
   const int32_t size = blockSize(array, count);
   if (size < 0) return false;
-  if (array.data != nullptr && ztIsPartInUse(&array, array.data)) return moveBlock(array, size);
+  if (array.data != nullptr && isPartInUse(&array, array.data)) return moveBlock(array, size);
   // A host's tracking allocator knows a block only from its allocation.
   void *block = array.data == nullptr ? ztm_alloc(size) : ztm_realloc(array.data, size);
   if (block == nullptr) return false;
@@ -63,7 +63,7 @@ bool ztcore::resizeBlock(ztArray &array, int64_t count) {
 }
 
 bool ztcore::ownBlock(ztArray &array) {
-  return !ztIsPartInUse(&array, array.data) || moveBlock(array, blockSize(array, array.count));
+  return !isPartInUse(&array, array.data) || moveBlock(array, blockSize(array, array.count));
 }
 
 void ztcore::installBlock(ztArray &array, void *block, int32_t count) {
@@ -127,7 +127,7 @@ static void *pushPointer(ztArray &array, const void *pointer) {
 
 static void *arrayPushBack(ztArray &array, const void *element) {
   if (holdsObjects(array)) {
-    ztBeginUses();
+    beginUses();
     return pushObject(array, element);
   }
   return holdsPointers(array) ? pushPointer(array, element) : pushBytes(array, element);
@@ -152,7 +152,7 @@ static int32_t arrayPushBackUnique(ztArray &array, const void *element, ztCompar
 static void *arraySetAt(ztArray &array, const void *element, int32_t index) {
   if (!hasIndex(array, index)) return nullptr;
   if (holdsObjects(array)) {
-    ztBeginUses();
+    beginUses();
     return setObject(array, element, index);
   }
   if (element == nullptr && !holdsPointers(array)) return nullptr;
@@ -300,7 +300,7 @@ static void *searchBlock(const void *key, const void *block, int32_t count, int3
 
 static void *arraySearch(const ztArray &array, const void *key, ztCompareFunc compare) {
   if (compare == nullptr) return nullptr;
-  if (key == nullptr && ztIsOwnCompare(compare)) return nullptr;
+  if (key == nullptr && isOwnCompare(compare)) return nullptr;
   const int32_t count = ztArray_of(&array)->getSize(&array);
   const void *block = ztArray_of(&array)->getData(&array);
   if (block == nullptr || count <= 0) return nullptr;
@@ -312,7 +312,7 @@ static void *arraySearch(const ztArray &array, const void *key, ztCompareFunc co
 static void *arrayFind(const ztArray &array, const void *key) {
   if (array.compareFunction == nullptr) return nullptr;
   const ztCompareFunc compare = array.compareFunction;
-  const bool isForeign = !ztIsOwnCompare(compare);
+  const bool isForeign = !isOwnCompare(compare);
   const ContainerUse use(&array);
   const void *block = array.data;
   for (int32_t i = 0; i < array.count; ++i) {
@@ -366,7 +366,7 @@ static int32_t arrayAssign(ztArray &array, const void *other) {
   if (other == nullptr || !ztSequenceContainer_table()->assign(&array, other)) return 0;
   const auto &source = *static_cast<const ztArray *>(other);
   if (holdsObjects(array)) {
-    ztBeginUses();
+    beginUses();
     return holdsObjects(source) ? assignObjects(array, source) : 0;
   }
   if (array.elementSize != source.elementSize) return 0;
@@ -382,33 +382,33 @@ static void arrayDestroy(ztArray &array) {
   // What the elements put in at their end, and what calls that are under way have out of the array.
   do {
     while (array.data != nullptr) arrayEmpty(array);
-  } while (ztEndObjects(&array));
+  } while (endObjects(&array));
   ztSequenceContainer_table()->destroy(&array);
 }
 
 static void arrayMethods(ztArrayMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, arrayCreate);
   ZT_OVERRIDE_METHOD(methods, clone, arrayClone);
-  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<arrayAssign>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<arrayDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<arrayRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<arrayWrite>);
-  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<arrayGetSize>);
-  ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<arrayPushBack>);
-  ZT_OVERRIDE_METHOD(methods, pushBackUnique, ztMethod<arrayPushBackUnique>);
-  ZT_OVERRIDE_METHOD(methods, removeAt, ztMethod<arrayRemoveAt>);
-  ZT_OVERRIDE_METHOD(methods, getAt, ztMethod<arrayGetAt>);
-  ZT_OVERRIDE_METHOD(methods, setAt, ztMethod<arraySetAt>);
-  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<arrayEmpty>);
-  ZT_OVERRIDE_METHOD(methods, setSize, ztMethod<arraySetSize>);
-  ZT_OVERRIDE_METHOD(methods, resize, ztMethod<arrayResize>);
-  ZT_OVERRIDE_METHOD(methods, getFront, ztMethod<arrayGetFront>);
-  ZT_OVERRIDE_METHOD(methods, getBack, ztMethod<arrayGetBack>);
-  ZT_OVERRIDE_METHOD(methods, getData, ztMethod<arrayGetData>);
-  ZT_OVERRIDE_METHOD(methods, isEmpty, ztMethod<arrayIsEmpty>);
-  ZT_OVERRIDE_METHOD(methods, sort, ztMethod<arraySort>);
-  ZT_OVERRIDE_METHOD(methods, search, ztMethod<arraySearch>);
-  ZT_OVERRIDE_METHOD(methods, find, ztMethod<arrayFind>);
+  ZT_OVERRIDE_METHOD(methods, assign, method<arrayAssign>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<arrayDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, method<arrayRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<arrayWrite>);
+  ZT_OVERRIDE_METHOD(methods, getSize, method<arrayGetSize>);
+  ZT_OVERRIDE_METHOD(methods, pushBack, method<arrayPushBack>);
+  ZT_OVERRIDE_METHOD(methods, pushBackUnique, method<arrayPushBackUnique>);
+  ZT_OVERRIDE_METHOD(methods, removeAt, method<arrayRemoveAt>);
+  ZT_OVERRIDE_METHOD(methods, getAt, method<arrayGetAt>);
+  ZT_OVERRIDE_METHOD(methods, setAt, method<arraySetAt>);
+  ZT_OVERRIDE_METHOD(methods, empty, method<arrayEmpty>);
+  ZT_OVERRIDE_METHOD(methods, setSize, method<arraySetSize>);
+  ZT_OVERRIDE_METHOD(methods, resize, method<arrayResize>);
+  ZT_OVERRIDE_METHOD(methods, getFront, method<arrayGetFront>);
+  ZT_OVERRIDE_METHOD(methods, getBack, method<arrayGetBack>);
+  ZT_OVERRIDE_METHOD(methods, getData, method<arrayGetData>);
+  ZT_OVERRIDE_METHOD(methods, isEmpty, method<arrayIsEmpty>);
+  ZT_OVERRIDE_METHOD(methods, sort, method<arraySort>);
+  ZT_OVERRIDE_METHOD(methods, search, method<arraySearch>);
+  ZT_OVERRIDE_METHOD(methods, find, method<arrayFind>);
 }
 
 ZT_DEFINE_CLASS(ztArray, ztSequenceContainer, arrayMethods)

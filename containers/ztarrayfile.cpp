@@ -56,7 +56,7 @@ class ArrayReader {
 
   ztArray &array;
   void *file;
-  ztClaims claims;
+  Claims claims;
   int32_t count = 0;
   int32_t made = 0;     // slots
   bool isFree = false;  // the slots are no claim of this count
@@ -79,7 +79,7 @@ int32_t ArrayReader::slotsAtFirst() {
     return count;
   }
   if (claims.take(size)) return count;
-  if (claims.ownStream() != nullptr && !ztHasByte(claims.ownStream())) return -1;
+  if (claims.ownStream() != nullptr && !hasByte(claims.ownStream())) return -1;
   // Objects without a record are there all the same.
   if (holdsObjects(array)) claimed += ownParts;
   const int32_t slots = slotsToAdd();
@@ -99,7 +99,7 @@ int32_t ArrayReader::slotsToAdd() {
   }
   FILE *stream = claims.ownStream();
   // Elements that bring nothing would never come to the byte that is there.
-  const bool hasBegun = more && (stream == nullptr || ztHasByte(stream));
+  const bool hasBegun = more && (stream == nullptr || hasByte(stream));
   if (hasBegun) claims.hold(claimed);
   return hasBegun;
 }

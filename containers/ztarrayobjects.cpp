@@ -14,7 +14,7 @@ using namespace ztcore;
 
 static void *copyIntoSlot(void *slot, const void *source) {
   memcpy(slot, source, sizeof(ztBaseClass));  // tells how large the object will be
-  return ztCloneOnto(source, slot);
+  return cloneOnto(source, slot);
 }
 
 void ztcore::destroyObject(void *slot) {
@@ -66,7 +66,7 @@ void ztcore::replaceObjects(ztArray &array, void *block, int32_t count, int32_t 
   char *slot = slotAt(array, first);
   array.data = block;
   array.count = count;
-  const bool isLeft = ztLeavePart(&array, former);
+  const bool isLeft = leavePart(&array, former);
   destroyObjects(slot, ended, array.elementSize);
   if (!isLeft) ztm_free(former);
 }
@@ -158,7 +158,7 @@ void *ztcore::pushObject(ztArray &array, const void *element) {
 // first. False when there is no memory, or the array has no such index any more.
 static bool prepareDetaching(ztArray &array, int32_t index) {
   const ContainerUse use(&array);
-  while (!use.ended() && ztEndObjectsLeft(&array)) continue;
+  while (!use.ended() && endObjectsLeft(&array)) continue;
   return !use.ended() && hasIndex(array, index) && ownBlock(array);
 }
 
@@ -240,10 +240,10 @@ int32_t ztcore::resizeObjects(ztArray &array, int32_t count) {
 static void assignObject(DetachedBlock &target, const ztArray &source, int32_t index, bool isSame) {
   char *slot = target.open(index);
   if (isSame) {
-    ztAssignCommon(slot, slot);
+    assignCommon(slot, slot);
   } else {
     const BlockUse use(source);
-    ztAssignCommon(slot, slotAt(source, index));
+    assignCommon(slot, slotAt(source, index));
   }
   target.close(index);
 }

@@ -4,41 +4,43 @@
 #include "containers/ztpointers.hh"
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztPtrArray, 80, 42);
 ZT_PIN_CLASS(ztIntArray, 80, 42);
 ZT_PIN_CLASS(ztCharArray, 80, 42);
 ZT_PIN_CLASS(ztFloatArray, 80, 42);
 
 int32_t ztPtrArray_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztPtrArray_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }
 
 int32_t ztIntArray_compare_func(const void *first, const void *second) {
-  return ztCompareAt<int32_t>(first, second);
+  return compareAt<int32_t>(first, second);
 }
 
 int32_t ztIntArray_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<int32_t>(first, second);
+  return compareWords<int32_t>(first, second);
 }
 
 int32_t ztCharArray_compare_func(const void *first, const void *second) {
-  return ztCompareAt<int8_t>(first, second);
+  return compareAt<int8_t>(first, second);
 }
 
 int32_t ztCharArray_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<int8_t>(first, second);
+  return compareWords<int8_t>(first, second);
 }
 
 int32_t ztFloatArray_compare_func(const void *first, const void *second) {
-  return ztCompareAt<double>(first, second);
+  return compareAt<double>(first, second);
 }
 
 int32_t ztFloatArray_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<double>(first, second);
+  return compareWords<double>(first, second);
 }
 
 static int32_t createByValue(void *array, int32_t elementSize, ztCompareFunc compare) {
@@ -51,7 +53,7 @@ static int32_t createByValue(void *array, int32_t elementSize, ztCompareFunc com
 
 static int32_t ptrArrayCreate(void *object) {
   if (!ztArray_table()->create(object)) return 0;
-  ztKeepPointers(object, ztPtrArray_compare_func, ztPtrArray_compare_func_ptr);
+  keepPointers(object, ztPtrArray_compare_func, ztPtrArray_compare_func_ptr);
   return 1;
 }
 

@@ -4,6 +4,8 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztAvlIterator, 552, 22);
 
 static int32_t avlIteratorCreate(void *object) {
@@ -18,7 +20,7 @@ static int32_t avlIteratorCreate(void *object) {
 // Goes down from the current item as long as there is a child on that side.
 static void descend(ztAvlIterator &iterator, bool right) {
   ztAvlTreeItem *item = iterator.current;
-  for (ztAvlTreeItem *below = ztTreeLink(item, right); below != nullptr; below = ztTreeLink(item, right)) {
+  for (ztAvlTreeItem *below = treeLink(item, right); below != nullptr; below = treeLink(item, right)) {
     iterator.path[iterator.depth++] = item;
     item = below;
   }
@@ -37,7 +39,7 @@ static void *avlIteratorMove(ztAvlIterator &iterator, int32_t direction) {
   if (iterator.current == nullptr) return nullptr;
   const bool right = direction != 0;
   ztAvlTreeItem *item = iterator.current;
-  if (ztAvlTreeItem *below = ztTreeLink(item, right); below != nullptr) {
+  if (ztAvlTreeItem *below = treeLink(item, right); below != nullptr) {
     iterator.path[iterator.depth++] = item;
     iterator.current = below;
     descend(iterator, !right);
@@ -48,7 +50,7 @@ static void *avlIteratorMove(ztAvlIterator &iterator, int32_t direction) {
     if (iterator.depth == 0) return iterator.current = nullptr;
     last = item;
     item = iterator.path[--iterator.depth];
-  } while (ztTreeLink(item, right) == last);
+  } while (treeLink(item, right) == last);
   return iterator.current = item;
 }
 
@@ -71,12 +73,12 @@ static void *avlIteratorPrev(ztAvlIterator &iterator) {
 static void avlIteratorMethods(ztAvlIteratorMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, avlIteratorCreate);
   ZT_CALL_PARENT_ONLY(methods, ztIterator, destroy);
-  ZT_OVERRIDE_METHOD(methods, start, ztMethod<avlIteratorStart>);
-  ZT_OVERRIDE_METHOD(methods, move, ztMethod<avlIteratorMove>);
-  ZT_OVERRIDE_METHOD(methods, first, ztMethod<avlIteratorFirst>);
-  ZT_OVERRIDE_METHOD(methods, last, ztMethod<avlIteratorLast>);
-  ZT_OVERRIDE_METHOD(methods, next, ztMethod<avlIteratorNext>);
-  ZT_OVERRIDE_METHOD(methods, prev, ztMethod<avlIteratorPrev>);
+  ZT_OVERRIDE_METHOD(methods, start, method<avlIteratorStart>);
+  ZT_OVERRIDE_METHOD(methods, move, method<avlIteratorMove>);
+  ZT_OVERRIDE_METHOD(methods, first, method<avlIteratorFirst>);
+  ZT_OVERRIDE_METHOD(methods, last, method<avlIteratorLast>);
+  ZT_OVERRIDE_METHOD(methods, next, method<avlIteratorNext>);
+  ZT_OVERRIDE_METHOD(methods, prev, method<avlIteratorPrev>);
 }
 
 ZT_DEFINE_CLASS(ztAvlIterator, ztIterator, avlIteratorMethods)

@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztAvlTreeItem, 48, 16);
 
 static int32_t avlTreeItemCreate(void *object) {

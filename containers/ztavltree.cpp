@@ -7,16 +7,18 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
 
 // No tree has more items than its size can tell.
 static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {
   if (tree->count >= INT32_MAX) return nullptr;
-  return static_cast<ztAvlTreeItem *>(ztMakeItem(tree, use, element));
+  return static_cast<ztAvlTreeItem *>(makeItem(tree, use, element));
 }
 
 static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
-  void *manager = ztItemManagerOf(tree);
+  void *manager = itemManagerOf(tree);
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
@@ -61,20 +63,20 @@ static bool canCompare(const ztAvlTree *tree, const void *key) {
 static ztAvlTreeItem *rotate(ztAvlTreeItem *item) {
   const bool right = item->balance > 0;
   const int32_t lean = right ? 1 : -1;
-  ztAvlTreeItem *child = ztTreeLink(item, right);
+  ztAvlTreeItem *child = treeLink(item, right);
   if (child->balance != -lean) {
-    ztTreeLink(item, right) = ztTreeLink(child, !right);
-    ztTreeLink(child, !right) = item;
+    treeLink(item, right) = treeLink(child, !right);
+    treeLink(child, !right) = item;
     // An even child occurs after a removal only; the height then stays as it was.
     item->balance = child->balance == 0 ? lean : 0;
     child->balance = child->balance == 0 ? -lean : 0;
     return child;
   }
-  ztAvlTreeItem *middle = ztTreeLink(child, !right);
-  ztTreeLink(child, !right) = ztTreeLink(middle, right);
-  ztTreeLink(middle, right) = child;
-  ztTreeLink(item, right) = ztTreeLink(middle, !right);
-  ztTreeLink(middle, !right) = item;
+  ztAvlTreeItem *middle = treeLink(child, !right);
+  treeLink(child, !right) = treeLink(middle, right);
+  treeLink(middle, right) = child;
+  treeLink(item, right) = treeLink(middle, !right);
+  treeLink(middle, !right) = item;
   item->balance = middle->balance == lean ? -lean : 0;
   child->balance = middle->balance == -lean ? lean : 0;
   middle->balance = 0;
@@ -92,7 +94,7 @@ struct Place {
   // The last uneven item on the way down, or else the root: the only one that can come to lean by 2.
   ztAvlTreeItem *top;
   ztAvlTreeItem *aboveTop;
-  bool goesRight[ztTreeHeight];  // from the top on
+  bool goesRight[treeHeight];  // from the top on
 };
 
 }  // namespace
@@ -104,7 +106,7 @@ static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place)
   place->top = nullptr;
   place->aboveTop = probe;
   int depth = 0;
-  for (ztAvlTreeItem *item = tree->root; item != nullptr; item = ztTreeLink(item, place->right)) {
+  for (ztAvlTreeItem *item = tree->root; item != nullptr; item = treeLink(item, place->right)) {
     if (item->balance != 0) {
       place->top = item;
       place->aboveTop = place->parent;
@@ -119,20 +121,20 @@ static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place)
 
 static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAvlTreeItem *added) {
   probe->right = tree->root;
-  ztTreeLink(place.parent, place.right) = added;
+  treeLink(place.parent, place.right) = added;
   ztAvlTreeItem *top = place.top == nullptr ? probe->right : place.top;
   int depth = 0;
-  for (ztAvlTreeItem *item = top; item != added; item = ztTreeLink(item, place.goesRight[depth++])) {
+  for (ztAvlTreeItem *item = top; item != added; item = treeLink(item, place.goesRight[depth++])) {
     // Noted on the same way down.
     item->balance += place.goesRight[depth] ? 1 : -1;  // NOLINT(clang-analyzer-core.uninitialized.Branch)
   }
   if (top->balance == 2 || top->balance == -2) {
     const bool topHangsRight = place.aboveTop->right == top;
-    ztTreeLink(place.aboveTop, topHangsRight) = rotate(top);
+    treeLink(place.aboveTop, topHangsRight) = rotate(top);
   }
   tree->root = probe->right;
   ++tree->count;
-  ztNoteAdded(tree);
+  noteAdded(tree);
 }
 
 static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
@@ -173,7 +175,7 @@ static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
 static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
   tree->root = item;
   ++tree->count;
-  ztNoteAdded(tree);
+  noteAdded(tree);
   return item;
 }
 
@@ -199,7 +201,7 @@ static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
   // What a call that was left had still to delete.
-  while (void *rest = ztTakeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
+  while (void *rest = takeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
   if (use.ended()) return nullptr;
   const bool isFirst = tree.root == nullptr;
   ztAvlTreeItem *item = newItem(&tree, use, element);
@@ -215,8 +217,8 @@ namespace {
 
 // The way from the root down to an item: what was passed, and to which side it was left.
 struct Path {
-  ztAvlTreeItem *items[ztTreeHeight];
-  bool wentRight[ztTreeHeight];
+  ztAvlTreeItem *items[treeHeight];
+  bool wentRight[treeHeight];
   int depth;
 };
 
@@ -225,13 +227,13 @@ struct Path {
 static ztAvlTreeItem *step(Path *path, ztAvlTreeItem *item, bool right) {
   path->items[path->depth] = item;
   path->wentRight[path->depth++] = right;
-  return ztTreeLink(item, right);
+  return treeLink(item, right);
 }
 
 // The link that leads to the end of the path.
 static ztAvlTreeItem *&linkAtEnd(ztAvlTree *tree, const Path &path) {
   if (path.depth == 0) return tree->root;
-  return ztTreeLink(path.items[path.depth - 1], path.wentRight[path.depth - 1]);
+  return treeLink(path.items[path.depth - 1], path.wentRight[path.depth - 1]);
 }
 
 static void exchangeBytes(char *first, char *second, size_t size) {
@@ -300,7 +302,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   item = unlinkItem(&tree, &path, item);
   rebalance(&tree, &path);
   --tree.count;
-  ztNoteRemoved(&tree);
+  noteRemoved(&tree);
   // Last, since the end of an element may call back into the tree.
   deleteItem(&tree, item);
   return 1;
@@ -310,7 +312,7 @@ static void treeEmpty(ztAvlTree &tree) {
   ztAvlTreeItem *item = tree.root;
   tree.root = nullptr;
   tree.count = 0;
-  ztNoteRemoved(&tree);
+  noteRemoved(&tree);
   if (item != nullptr) deleteItems(&tree, item);
 }
 
@@ -324,18 +326,18 @@ static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
     fetchBelow(item);
     const int32_t order = compare(item->data, key);
     if (order == 0) break;
-    item = ztTreeLink(item, order < 0);
+    item = treeLink(item, order < 0);
   }
   return item;
 }
 
-void ztCollectEqual(const ztAvlTree *tree, const void *key, EqualItems *found) {
+void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found) {
   found->count = 0;
   ztAvlTreeItem *item = tree->root;
   while (item != nullptr) {
     const int32_t order = tree->compareFunction(item->data, key);
     if (order == 0) found->items[found->count++] = item;
-    item = ztTreeLink(item, order < 0);
+    item = treeLink(item, order < 0);
   }
 }
 
@@ -357,12 +359,12 @@ static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output)
   if (tree.root != nullptr && !canCompare(&tree, key)) return 0;
   // Collected first, since the output may be the very tree that is searched.
   EqualItems found;
-  ztCollectEqual(&tree, key, &found);
+  collectEqual(&tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
   ContainerUse source(&tree);
   const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
-    source.setSource(ztOwnOfElement(&tree, found.items[i]->data));
+    source.setSource(ownOfElement(&tree, found.items[i]->data));
     methods->append(output, found.items[i]->data);
     if (target.ended()) return 0;
     // Where the copying of an element takes others out, those found may be gone.
@@ -392,7 +394,7 @@ static void treeDestroy(ztAvlTree &tree) {
     // What elements put in at their end, and what calls that are under way had to delete.
     if (tree.root != nullptr) {
       treeEmpty(tree);
-    } else if (void *rest = ztTakeItems(&tree)) {
+    } else if (void *rest = takeItems(&tree)) {
       deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
     } else {
       break;
@@ -410,22 +412,22 @@ static void *treeClone(const void *object, void *target) {
   // Only the map that makes such items can copy them, and fills the copy itself.
   if (ztOOP_isClassOf(source->root, ztMapItem_classname_)) return copy;
   const auto elementOf = [](const ztAvlTreeItem *item) -> const void * { return item->data; };
-  const auto ownOf = [copy](const ztAvlTreeItem *item) { return ztOwnOfElement(copy, item->data); };
-  if (ztPushAll(source, copy, elementOf, ownOf)) return copy;
+  const auto ownOf = [copy](const ztAvlTreeItem *item) { return ownOfElement(copy, item->data); };
+  if (pushAll(source, copy, elementOf, ownOf)) return copy;
   ztAvlTree_table()->destroy(copy);
   return nullptr;
 }
 
 static void treeMethods(ztAvlTreeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<treeCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<treeCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, treeClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<treeDestroy>);
-  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<treeGetSize>);
-  ZT_OVERRIDE_METHOD(methods, push, ztMethod<treePush>);
-  ZT_OVERRIDE_METHOD(methods, pop, ztMethod<treePop>);
-  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<treeEmpty>);
-  ZT_OVERRIDE_METHOD(methods, find, ztMethod<treeFind>);
-  ZT_OVERRIDE_METHOD(methods, findAll, ztMethod<treeFindAll>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<treeDestroy>);
+  ZT_OVERRIDE_METHOD(methods, getSize, method<treeGetSize>);
+  ZT_OVERRIDE_METHOD(methods, push, method<treePush>);
+  ZT_OVERRIDE_METHOD(methods, pop, method<treePop>);
+  ZT_OVERRIDE_METHOD(methods, empty, method<treeEmpty>);
+  ZT_OVERRIDE_METHOD(methods, find, method<treeFind>);
+  ZT_OVERRIDE_METHOD(methods, findAll, method<treeFindAll>);
 }
 
 ZT_DEFINE_CLASS(ztAvlTree, ztSequenceContainer, treeMethods)

@@ -5,27 +5,29 @@
 #include "containers/ztavliter.h"
 #include "containers/ztuse.hh"
 
-// No tree that fits into memory is higher.
-constexpr int ztTreeHeight = 64;
+namespace ztcore {
 
-inline ztAvlTreeItem *&ztTreeLink(ztAvlTreeItem *item, bool right) {
+// No tree that fits into memory is higher.
+constexpr int treeHeight = 64;
+
+inline ztAvlTreeItem *&treeLink(ztAvlTreeItem *item, bool right) {
   return right ? item->right : item->left;
 }
 
 // The items that one way down from the root meets whose element equals a key, the highest first.
 struct EqualItems {
-  ztAvlTreeItem *items[ztTreeHeight];
+  ztAvlTreeItem *items[treeHeight];
   int count;
 };
 
 // Walks down from the root: right below zero, left above zero, and left after an equal item.
-void ztCollectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
+void collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
 // Pushes what `elementOf` gives for each item of a tree onto another, which is empty, and keeps the
 // order. `ownOf` tells what of that the tree releases with the item, or NULL. False when a push failed, or the
 // source lost items meanwhile.
 template <typename ElementOf, typename OwnOf>
-bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, OwnOf ownOf) {
+bool pushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, OwnOf ownOf) {
   ztAvlIterator walk;
   ztAvlIterator_ctor(&walk, 1);
   const ztAvlIteratorMethods *steps = ztAvlIterator_of(&walk);
@@ -47,5 +49,7 @@ bool ztPushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, Ow
   steps->destroy(&walk);
   return item == nullptr;
 }
+
+}  // namespace ztcore
 
 #endif

@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztContainerItem, 24, 16);
 
 static int32_t containerItemCreate(void *object) {

@@ -7,6 +7,8 @@
 #include "io/ztstring.h"
 #include "objects/ztobject.h"
 
+using namespace ztcore;
+
 static const ztCompareFunc ownFunctions[] = {
     ztIntArray_compare_func,        ztIntArray_compare_func_ptr,   ztPtrArray_compare_func,
     ztPtrArray_compare_func_ptr,    ztCharArray_compare_func,      ztCharArray_compare_func_ptr,
@@ -17,7 +19,7 @@ static const ztCompareFunc ownFunctions[] = {
     ztPtrStack_compare_func,        ztPtrStack_compare_func_ptr,   ztObject_propertiesSortFunc,
 };
 
-bool ztIsOwnCompare(ztCompareFunc compare) {
+bool ztcore::isOwnCompare(ztCompareFunc compare) {
   for (const ztCompareFunc own : ownFunctions) {
     if (compare == own) return true;
   }

@@ -7,33 +7,37 @@
 #include <stdint.h>
 #include <string.h>
 
+namespace ztcore {
+
 // 0 when the values are equal, 1 when the first is greater, else -1, also for values without order.
 template <typename Value>
-inline int32_t ztCompareValues(Value first, Value second) {
+inline int32_t compareValues(Value first, Value second) {
   if (first == second) return 0;
   return first > second ? 1 : -1;
 }
 
 // The address form: takes the addresses of two values, which need no alignment. NULL sorts first.
 template <typename Value>
-inline int32_t ztCompareAt(const void *first, const void *second) {
-  if (first == nullptr || second == nullptr) return ztCompareValues(first != nullptr, second != nullptr);
+inline int32_t compareAt(const void *first, const void *second) {
+  if (first == nullptr || second == nullptr) return compareValues(first != nullptr, second != nullptr);
   Value values[2];
   memcpy(&values[0], first, sizeof(Value));
   memcpy(&values[1], second, sizeof(Value));
-  return ztCompareValues(values[0], values[1]);
+  return compareValues(values[0], values[1]);
 }
 
 // The pointer form: takes two values in the low bytes of the arguments. Pointers are compared as
-// ztCompareWords<uintptr_t>.
+// compareWords<uintptr_t>.
 template <typename Value>
-inline int32_t ztCompareWords(const void *first, const void *second) {
+inline int32_t compareWords(const void *first, const void *second) {
   static_assert(sizeof(Value) <= sizeof(void *));
-  return ztCompareAt<Value>(&first, &second);
+  return compareAt<Value>(&first, &second);
 }
 
 // Whether a function is one of those that the library exports for arrays, lists, queues and stacks. They
 // look at two values and no more, so nobody sees whether they are called.
-bool ztIsOwnCompare(ztCompareFunc compare);
+bool isOwnCompare(ztCompareFunc compare);
+
+}  // namespace ztcore
 
 #endif

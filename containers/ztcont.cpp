@@ -9,6 +9,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztContainer, 48, 24);
 
 // The element policy ------------------------------------------------------------------------------
@@ -29,14 +31,14 @@ static void *copyConstructed(ztCtor constructor, const void *element) {
   if (fresh == nullptr) return nullptr;
   if (ztOOP_classOf(element)->instanceSize > ztOOP_classOf(fresh)->instanceSize) {
     ztm_free(fresh);
-    return ztCopyObject(element);
+    return copyObject(element);
   }
-  if (ztCloneOnto(element, fresh) != nullptr) return fresh;
+  if (cloneOnto(element, fresh) != nullptr) return fresh;
   ztm_free(fresh);
   return nullptr;
 }
 
-bool ztStoreElement(const ElementPolicy &policy, const void *element, void **stored) {
+bool ztcore::storeElement(const ElementPolicy &policy, const void *element, void **stored) {
   if (policy.constructor == nullptr && policy.byPointer) {
     *stored = const_cast<void *>(element);
     return true;
@@ -46,16 +48,16 @@ bool ztStoreElement(const ElementPolicy &policy, const void *element, void **sto
   return *stored != nullptr;
 }
 
-bool ztCopyElement(const ElementPolicy &policy, const void *source, void **stored) {
+bool ztcore::copyElement(const ElementPolicy &policy, const void *source, void **stored) {
   if (source == nullptr || (policy.constructor == nullptr && policy.byPointer)) {
     *stored = const_cast<void *>(source);
     return true;
   }
-  *stored = policy.constructor != nullptr ? ztCopyObject(source) : copyBytes(source, policy.size);
+  *stored = policy.constructor != nullptr ? copyObject(source) : copyBytes(source, policy.size);
   return *stored != nullptr;
 }
 
-void ztReleaseElement(const ElementPolicy &policy, void **stored) {
+void ztcore::releaseElement(const ElementPolicy &policy, void **stored) {
   void *element = *stored;
   *stored = nullptr;
   if (policy.constructor != nullptr) {
@@ -65,8 +67,8 @@ void ztReleaseElement(const ElementPolicy &policy, void **stored) {
   }
 }
 
-void *ztMakeItem(void *container, const ContainerUse &use, const void *element) {
-  void *manager = ztItemManagerOf(container);
+void *ztcore::makeItem(void *container, const ContainerUse &use, const void *element) {
+  void *manager = itemManagerOf(container);
   void *item = ztContainer_of(manager)->newItem(manager, element);
   if (item == nullptr || !use.ended()) return item;
   // Its own manager ended with it and has made none.
@@ -78,7 +80,7 @@ void *ztMakeItem(void *container, const ContainerUse &use, const void *element) 
 
 // Calls that were left without their end on what lay at this address before have no claim on this container.
 static void dropOldItems(const void *container) {
-  while (ztTakeItems(container) != nullptr) {
+  while (takeItems(container) != nullptr) {
   }
 }
 
@@ -120,9 +122,9 @@ static void containerMethods(ztContainerMethods *methods) {
   ZT_ABSTRACT_METHOD(methods, copyItem);
   ZT_ABSTRACT_METHOD(methods, deleteItem);
   ZT_ABSTRACT_METHOD(methods, setItemConstructor);
-  ZT_OVERRIDE_METHOD(methods, setItemManager, ztMethod<containerSetItemManager>);
-  ZT_OVERRIDE_METHOD(methods, setCompareFunction, ztMethod<containerSetCompareFunction>);
-  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, ztMethod<containerSetAllowDuplicate>);
+  ZT_OVERRIDE_METHOD(methods, setItemManager, method<containerSetItemManager>);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, method<containerSetCompareFunction>);
+  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, method<containerSetAllowDuplicate>);
   ZT_ABSTRACT_METHOD(methods, getSize);
 }
 

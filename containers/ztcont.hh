@@ -4,6 +4,8 @@
 
 #include "containers/ztcont.h"
 
+namespace ztcore {
+
 // How elements, keys or values are kept. Tested in this order: constructor, byPointer, by value.
 struct ElementPolicy {
   ztCtor constructor;
@@ -12,31 +14,33 @@ struct ElementPolicy {
 };
 
 // Whether a container releases its elements.
-inline bool ztIsOwned(const ElementPolicy &policy) {
+inline bool isOwned(const ElementPolicy &policy) {
   return policy.constructor != nullptr || !policy.byPointer;
 }
 
 // Stores an element in the caller's form. False, with `*stored` NULL, when it cannot be copied.
-bool ztStoreElement(const ElementPolicy &policy, const void *element, void **stored);
+bool storeElement(const ElementPolicy &policy, const void *element, void **stored);
 
 // Copies an element that is stored already, an object by its own class. NULL stays NULL. False, with
 // `*stored` NULL, when it cannot be copied.
-bool ztCopyElement(const ElementPolicy &policy, const void *source, void **stored);
+bool copyElement(const ElementPolicy &policy, const void *source, void **stored);
 
 // Releases a stored element and sets `*stored` to NULL.
-void ztReleaseElement(const ElementPolicy &policy, void **stored);
+void releaseElement(const ElementPolicy &policy, void **stored);
 
 // What makes, copies and deletes a container's items: itself where a host has set NULL.
-inline void *ztItemManagerOf(void *object) {
+inline void *itemManagerOf(void *object) {
   void *manager = static_cast<ztContainer *>(object)->itemManager;
   return manager == nullptr ? object : manager;
 }
 
 // What of a stored element a sequence container releases: the element, or NULL.
-const void *ztOwnOfElement(const void *container, const void *element);
+const void *ownOfElement(const void *container, const void *element);
 
 // Makes an item for a container that the caller is at work on. NULL also when the container ended meanwhile:
 // it must not be touched then.
-void *ztMakeItem(void *container, const class ContainerUse &use, const void *element);
+void *makeItem(void *container, const class ContainerUse &use, const void *element);
+
+}  // namespace ztcore
 
 #endif

@@ -3,6 +3,8 @@
 #include "containers/ztadaptor.hh"
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztDeque, 72, 34);
 
 // Looking at the ends reads the list's fields, and calls none of its methods.
@@ -26,15 +28,15 @@ static int32_t dequeIsEmpty(const ztDeque &deque) {
 }
 
 static void dequeMethods(ztDequeMethods *methods) {
-  ztFillAdaptorMethods<ztDeque, ztList_ctor>(methods);
-  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<dequeGetSize>);
-  ZT_OVERRIDE_METHOD(methods, pushBack, (ztInnerMethod<ztDeque, &ztListMethods::pushBack>));
-  ZT_OVERRIDE_METHOD(methods, pushFront, (ztInnerMethod<ztDeque, &ztListMethods::pushFront>));
-  ZT_OVERRIDE_METHOD(methods, popBack, (ztInnerMethod<ztDeque, &ztListMethods::popBack>));
-  ZT_OVERRIDE_METHOD(methods, popFront, (ztInnerMethod<ztDeque, &ztListMethods::popFront>));
-  ZT_OVERRIDE_METHOD(methods, getBack, ztMethod<dequeGetBack>);
-  ZT_OVERRIDE_METHOD(methods, getFront, ztMethod<dequeGetFront>);
-  ZT_OVERRIDE_METHOD(methods, isEmpty, ztMethod<dequeIsEmpty>);
+  fillAdaptorMethods<ztDeque, ztList_ctor>(methods);
+  ZT_OVERRIDE_METHOD(methods, getSize, method<dequeGetSize>);
+  ZT_OVERRIDE_METHOD(methods, pushBack, (innerMethod<ztDeque, &ztListMethods::pushBack>));
+  ZT_OVERRIDE_METHOD(methods, pushFront, (innerMethod<ztDeque, &ztListMethods::pushFront>));
+  ZT_OVERRIDE_METHOD(methods, popBack, (innerMethod<ztDeque, &ztListMethods::popBack>));
+  ZT_OVERRIDE_METHOD(methods, popFront, (innerMethod<ztDeque, &ztListMethods::popFront>));
+  ZT_OVERRIDE_METHOD(methods, getBack, method<dequeGetBack>);
+  ZT_OVERRIDE_METHOD(methods, getFront, method<dequeGetFront>);
+  ZT_OVERRIDE_METHOD(methods, isEmpty, method<dequeIsEmpty>);
 }
 
 ZT_DEFINE_CLASS(ztDeque, ztSequenceContainer, dequeMethods)

@@ -8,7 +8,7 @@ using namespace ztcore;
 
 // Makes room behind the objects; false without memory.
 bool DetachedBlock::grow(int32_t added) {
-  ztUse *record = use.record();
+  Use *record = use.record();
   const int32_t size = blockSize(array, int64_t{record->count} + added);
   void *grown = size < 0 ? nullptr : ztm_realloc(block, size);
   if (grown == nullptr) return false;
@@ -31,7 +31,7 @@ bool DetachedBlock::add(int32_t added) {
 // Moves what came into the array meanwhile behind the objects; false without memory.
 bool DetachedBlock::append() {
   if (!grow(array.count)) return false;
-  ztUse *record = use.record();
+  Use *record = use.record();
   memcpy(slotOf(record->count), array.data, static_cast<size_t>(array.count) * static_cast<size_t>(stride));
   record->count += array.count;
   return true;
@@ -40,18 +40,18 @@ bool DetachedBlock::append() {
 // Gives the array its block again, with what came in meanwhile behind it. Where that cannot be, what came in
 // is destroyed; where the array keeps other elements by now, the objects are. False when they are gone.
 bool DetachedBlock::putBack() {
-  const bool fits = !use.ended() && use.record()->kind == ztPartKind::objects &&
+  const bool fits = !use.ended() && use.record()->kind == PartKind::objects &&
                     array.elementConstructor == constructor && array.elementSize == stride;
   if (!fits) {
-    while (!use.ended() && ztEndObjects(&array)) continue;
+    while (!use.ended() && endObjects(&array)) continue;
     use.end();
     return false;
   }
   void *meanwhile = array.data;
   const int32_t added = array.count;
   const bool isAppended = meanwhile == nullptr || append();
-  const ztUse held = *use.record();
-  use.record()->kind = ztPartKind::borrowed;
+  const Use held = *use.record();
+  use.record()->kind = PartKind::borrowed;
   array.data = held.part;
   array.count = held.count;
   if (isAppended) {

@@ -18,10 +18,10 @@ class DetachedBlock {
         stride(owner.elementSize),
         block(static_cast<char *>(owner.data)),
         use(&owner) {
-    ztUse *record = use.record();
+    Use *record = use.record();
     if (record == nullptr) return;
     record->part = block;
-    record->kind = ztPartKind::objects;
+    record->kind = PartKind::objects;
     record->count = array.count;
     record->stride = stride;
     array.data = nullptr;
@@ -46,10 +46,10 @@ class DetachedBlock {
   }
   // The object is whole. Where the others were destroyed meanwhile it is, too.
   void close(int32_t index) {
-    ztUse *record = use.record();
+    Use *record = use.record();
     if (record == nullptr) return;
     record->open = -1;
-    if (record->kind != ztPartKind::objects) destroyObject(slotOf(index));
+    if (record->kind != PartKind::objects) destroyObject(slotOf(index));
   }
   // Constructs an object in place of one that could not be cloned, so that no element goes.
   void refill(int32_t index) const {

@@ -9,6 +9,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztHashTable, 104, 33);
 
 // Buckets -----------------------------------------------------------------------------------------
@@ -74,7 +76,7 @@ static ztHashTableItem *detachItems(ztHashTable &table) {
 // Items -------------------------------------------------------------------------------------------
 
 static void *hashTableNewItem(ztAssociativeContainer &table, const void *pair) {
-  auto *item = static_cast<ztHashTableItem *>(ztNewPairItem<ztHashTableItem>(table, pair));
+  auto *item = static_cast<ztHashTableItem *>(newPairItem<ztHashTableItem>(table, pair));
   if (item != nullptr) item->next = nullptr;
   return item;
 }
@@ -83,7 +85,7 @@ static ztHashTableItem *newItem(ztHashTable &table, const ContainerUse &use, con
                                 const void *value) {
   if (table.count >= INT32_MAX) return nullptr;
   const ztKeyValue pair = {key, value};
-  return static_cast<ztHashTableItem *>(ztMakeItem(&table, use, &pair));
+  return static_cast<ztHashTableItem *>(makeItem(&table, use, &pair));
 }
 
 // Deletes a chain that was taken out of the table. Whoever ends the table meanwhile deletes the rest of it.
@@ -92,7 +94,7 @@ static void deleteChain(ztHashTable &table, ztHashTableItem *item) {
   while (item != nullptr && !use.ended()) {
     ztHashTableItem *next = item->next;
     use.setItems(next);
-    void *manager = ztItemManagerOf(&table);
+    void *manager = itemManagerOf(&table);
     ztContainer_of(manager)->deleteItem(manager, item);
     item = next;
   }
@@ -102,7 +104,7 @@ static void deleteChain(ztHashTable &table, ztHashTableItem *item) {
 
 static void hashTableEmpty(ztHashTable &table) {
   // All are detached first, since the end of a key or value may call back into the table.
-  ztNoteRemoved(&table);
+  noteRemoved(&table);
   deleteChain(table, detachItems(table));
 }
 
@@ -117,7 +119,7 @@ static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
   const int32_t result = ztPtrArray_of(table.buckets)->setSize(table.buckets, count);
   // An array that has the size already keeps its contents.
   clearBuckets(table);
-  ztNoteRemoved(&table);
+  noteRemoved(&table);
   return result;
 }
 
@@ -151,7 +153,7 @@ static ztHashTableItem **bucketToFill(ztHashTable &table, const void *key) {
   if (!table.allowDuplicate) {
     return compare == nullptr || findInChain(table, *bucket, key) != nullptr ? nullptr : bucket;
   }
-  if (compare == nullptr || ztIsOwnCompare(compare)) return bucket;
+  if (compare == nullptr || isOwnCompare(compare)) return bucket;
   // A host sees its function called for each pair of the bucket, although nothing depends on it.
   for (const ztHashTableItem *item = *bucket; item != nullptr; item = item->next) compare(item->data, key);
   return bucket;
@@ -162,20 +164,20 @@ static int32_t hashTableInsert(ztHashTable &table, const void *key, const void *
   if (bucket == nullptr) return 0;
   const ContainerUse use(&table);
   // What a call that was left had still to delete.
-  while (void *rest = ztTakeItemsLeft(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  while (void *rest = takeItemsLeft(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   if (use.ended()) return 0;
   ztHashTableItem *item = newItem(table, use, key, value);
   if (item == nullptr) return 0;
   if (use.changed()) bucket = bucketToFill(table, key);
   if (bucket == nullptr) {
-    void *manager = ztItemManagerOf(&table);
+    void *manager = itemManagerOf(&table);
     ztContainer_of(manager)->deleteItem(manager, item);
     return 0;
   }
   item->next = *bucket;
   *bucket = item;
   ++table.count;
-  ztNoteAdded(&table);
+  noteAdded(&table);
   return 1;
 }
 
@@ -192,7 +194,7 @@ static int32_t hashTableCreate(ztHashTable &table) {
   table.count = 0;
   if (!ztAssociativeContainer_table()->create(&table)) return 0;
   ztHashTable_of(&table)->setItemConstructor(&table, ztHashTableItem_ctor);
-  table.buckets = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
+  table.buckets = newObject<ztPtrArray>(ztPtrArray_ctor);
   return table.buckets != nullptr;
 }
 
@@ -200,7 +202,7 @@ static int32_t hashTableCreate(ztHashTable &table) {
 static void hashTableDestroy(ztHashTable &table) {
   ztPtrArray *buckets = table.buckets;
   // Calls that are under way leave what they had to delete.
-  while (void *rest = ztTakeItems(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
+  while (void *rest = takeItems(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   ztAssociativeContainer_table()->destroy(&table);
   const ContainerUse use(&table);
   ztHashTable_of(&table)->empty(&table);
@@ -220,7 +222,7 @@ static bool copyChain(ContainerUse *source, ztHashTable &copy, int32_t index, co
   ztHashTableItem **end = bucketsOf(copy) + index;
   const ContainerUse use(&copy);
   for (; item != nullptr; item = item->next) {
-    source->setSource(ztOwnOfPair(&copy, item->data, item->value));
+    source->setSource(ownOfPair(&copy, item->data, item->value));
     *end = newItem(copy, use, item->data, item->value);
     if (*end == nullptr) return false;
     end = &(*end)->next;
@@ -231,7 +233,7 @@ static bool copyChain(ContainerUse *source, ztHashTable &copy, int32_t index, co
 }
 
 static bool copyBuckets(const ztHashTable &source, ztHashTable &copy) {
-  copy.buckets = static_cast<ztPtrArray *>(ztCopyObject(source.buckets));
+  copy.buckets = static_cast<ztPtrArray *>(copyObject(source.buckets));
   if (copy.buckets == nullptr) return false;
   clearBuckets(copy);
   if (source.count == 0) return true;
@@ -254,16 +256,16 @@ static void *hashTableClone(const void *object, void *target) {
 }
 
 static void hashTableMethods(ztHashTableMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<hashTableCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<hashTableCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, hashTableClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<hashTableDestroy>);
-  ZT_OVERRIDE_METHOD(methods, newItem, ztMethod<hashTableNewItem>);
-  ZT_OVERRIDE_METHOD(methods, copyItem, ztMethod<ztCopyPairItem<ztHashTableItem>>);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, ztMethod<ztDeletePairItem<ztHashTableItem>>);
-  ZT_OVERRIDE_METHOD(methods, setSize, ztMethod<hashTableSetSize>);
-  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<hashTableEmpty>);
-  ZT_OVERRIDE_METHOD(methods, insert, ztMethod<hashTableInsert>);
-  ZT_OVERRIDE_METHOD(methods, find, ztMethod<hashTableFind>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<hashTableDestroy>);
+  ZT_OVERRIDE_METHOD(methods, newItem, method<hashTableNewItem>);
+  ZT_OVERRIDE_METHOD(methods, copyItem, method<copyPairItem<ztHashTableItem>>);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, method<deletePairItem<ztHashTableItem>>);
+  ZT_OVERRIDE_METHOD(methods, setSize, method<hashTableSetSize>);
+  ZT_OVERRIDE_METHOD(methods, empty, method<hashTableEmpty>);
+  ZT_OVERRIDE_METHOD(methods, insert, method<hashTableInsert>);
+  ZT_OVERRIDE_METHOD(methods, find, method<hashTableFind>);
 }
 
 ZT_DEFINE_CLASS(ztHashTable, ztAssociativeContainer, hashTableMethods)

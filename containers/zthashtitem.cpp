@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztHashTableItem, 40, 16);
 
 static int32_t hashTableItemCreate(void *object) {

@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztIterator, 16, 22);
 
 static void iteratorMethods(ztIteratorMethods *methods) {

@@ -5,16 +5,18 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztList, 88, 40);
 
 // No list has more items than its size can tell.
 static ztListItem *newItem(ztList *list, const ContainerUse &use, const void *element) {
   if (list->count >= INT32_MAX) return nullptr;
-  return static_cast<ztListItem *>(ztMakeItem(list, use, element));
+  return static_cast<ztListItem *>(makeItem(list, use, element));
 }
 
 static void deleteItem(ztList *list, ztListItem *item) {
-  void *manager = ztItemManagerOf(list);
+  void *manager = itemManagerOf(list);
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
@@ -42,7 +44,7 @@ static ztListItem *listPushBack(ztList &list, const void *element) {
   if (item->prev != nullptr) item->prev->next = item;
   if (list.head == nullptr) list.head = item;
   ++list.count;
-  ztNoteAdded(&list);
+  noteAdded(&list);
   return item;
 }
 
@@ -56,7 +58,7 @@ static ztListItem *listPushFront(ztList &list, const void *element) {
   if (item->next != nullptr) item->next->prev = item;
   if (list.tail == nullptr) list.tail = item;
   ++list.count;
-  ztNoteAdded(&list);
+  noteAdded(&list);
   return item;
 }
 
@@ -75,7 +77,7 @@ static ztListItem *insertAt(ztList *list, ztListItem *item, bool behind, const v
   ++list->count;
   (added->prev != nullptr ? added->prev->next : list->head) = added;
   (added->next != nullptr ? added->next->prev : list->tail) = added;
-  ztNoteAdded(list);
+  noteAdded(list);
   return added;
 }
 
@@ -106,7 +108,7 @@ static ztListItem *detachHead(ztList &list) {
     list.tail = nullptr;
   }
   --list.count;
-  ztNoteRemoved(&list);
+  noteRemoved(&list);
   return item;
 }
 
@@ -121,7 +123,7 @@ static ztListItem *detachTail(ztList &list) {
     list.head = nullptr;
   }
   --list.count;
-  ztNoteRemoved(&list);
+  noteRemoved(&list);
   return item;
 }
 
@@ -150,7 +152,7 @@ static ztListItem *removeBetween(ztList *list, ztListItem *item) {
   before->next = after;
   after->prev = before;
   --list->count;
-  ztNoteRemoved(list);
+  noteRemoved(list);
   const ContainerUse use(list);
   deleteItem(list, item);
   if (use.ended() || (use.removed() && !hasItem(list, before))) return nullptr;
@@ -225,7 +227,7 @@ static void *listClone(const void *object, void *target) {
   const ztListItem *item = static_cast<const ztList *>(object)->head;
   ContainerUse source(object);
   while (item != nullptr) {
-    source.setSource(ztOwnOfElement(copy, item->data));
+    source.setSource(ownOfElement(copy, item->data));
     if (ztList_of(copy)->pushBack(copy, item->data) == nullptr) break;
     // Where an element's own copying takes others out, the next may be gone.
     if (source.ended() || source.removed()) break;
@@ -246,21 +248,21 @@ static void listMethods(ztListMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, clone, listClone);
   // Assigning copies no elements: the list keeps its own.
   ZT_CALL_PARENT_ONLY(methods, ztSequenceContainer, assign);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<listDestroy>);
-  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<listGetSize>);
-  ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<listPushBack>);
-  ZT_OVERRIDE_METHOD(methods, pushFront, ztMethod<listPushFront>);
-  ZT_OVERRIDE_METHOD(methods, insertPrev, ztMethod<listInsertPrev>);
-  ZT_OVERRIDE_METHOD(methods, insertNext, ztMethod<listInsertNext>);
-  ZT_OVERRIDE_METHOD(methods, popFront, ztMethod<listPopFront>);
-  ZT_OVERRIDE_METHOD(methods, popBack, ztMethod<listPopBack>);
-  ZT_OVERRIDE_METHOD(methods, removeItem, ztMethod<listRemoveItem>);
-  ZT_OVERRIDE_METHOD(methods, find, ztMethod<listFind>);
-  ZT_OVERRIDE_METHOD(methods, getBack, ztMethod<listGetBack>);
-  ZT_OVERRIDE_METHOD(methods, getFront, ztMethod<listGetFront>);
-  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<listEmpty>);
-  ZT_OVERRIDE_METHOD(methods, getAt, ztMethod<listGetAt>);
-  ZT_OVERRIDE_METHOD(methods, getItemAt, ztMethod<listGetItemAt>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<listDestroy>);
+  ZT_OVERRIDE_METHOD(methods, getSize, method<listGetSize>);
+  ZT_OVERRIDE_METHOD(methods, pushBack, method<listPushBack>);
+  ZT_OVERRIDE_METHOD(methods, pushFront, method<listPushFront>);
+  ZT_OVERRIDE_METHOD(methods, insertPrev, method<listInsertPrev>);
+  ZT_OVERRIDE_METHOD(methods, insertNext, method<listInsertNext>);
+  ZT_OVERRIDE_METHOD(methods, popFront, method<listPopFront>);
+  ZT_OVERRIDE_METHOD(methods, popBack, method<listPopBack>);
+  ZT_OVERRIDE_METHOD(methods, removeItem, method<listRemoveItem>);
+  ZT_OVERRIDE_METHOD(methods, find, method<listFind>);
+  ZT_OVERRIDE_METHOD(methods, getBack, method<listGetBack>);
+  ZT_OVERRIDE_METHOD(methods, getFront, method<listGetFront>);
+  ZT_OVERRIDE_METHOD(methods, empty, method<listEmpty>);
+  ZT_OVERRIDE_METHOD(methods, getAt, method<listGetAt>);
+  ZT_OVERRIDE_METHOD(methods, getItemAt, method<listGetItemAt>);
 }
 
 ZT_DEFINE_CLASS(ztList, ztSequenceContainer, listMethods)

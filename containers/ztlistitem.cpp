@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztListItem, 40, 16);
 
 static int32_t listItemCreate(void *object) {

@@ -5,6 +5,8 @@
 #include "core/ztlayout.hh"
 #include "io/ztstring.h"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztIntList, 88, 40);
 ZT_PIN_CLASS(ztStringList, 88, 40);
 ZT_PIN_CLASS(ztPtrList, 88, 40);
@@ -12,11 +14,11 @@ ZT_PIN_CLASS(ztPtrList, 88, 40);
 // Integers ----------------------------------------------------------------------------------------
 
 int32_t ztIntList_compare_func(const void *first, const void *second) {
-  return ztCompareAt<int32_t>(first, second);
+  return compareAt<int32_t>(first, second);
 }
 
 int32_t ztIntList_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<int32_t>(first, second);
+  return compareWords<int32_t>(first, second);
 }
 
 static int32_t intListCreate(void *object) {
@@ -59,16 +61,16 @@ ZT_DEFINE_CLASS(ztStringList, ztList, stringListMethods)
 // Pointers ----------------------------------------------------------------------------------------
 
 int32_t ztPtrList_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztPtrList_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }
 
 static int32_t ptrListCreate(void *object) {
   if (!ztList_table()->create(object)) return 0;
-  ztKeepPointers(object, ztPtrList_compare_func, ztPtrList_compare_func_ptr);
+  keepPointers(object, ztPtrList_compare_func, ztPtrList_compare_func_ptr);
   return 1;
 }
 

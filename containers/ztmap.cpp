@@ -7,12 +7,14 @@
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztMap, 96, 35);
 
 // The tree of a map to look a key up in; NULL where that cannot be done. A NULL is a key where pointers
 // are kept.
 static ztAvlTree *treeForKey(const ztMap &map, const void *key) {
-  const ElementPolicy keys = ztKeyPolicy(&map);
+  const ElementPolicy keys = keyPolicy(&map);
   if (key == nullptr && (keys.constructor != nullptr || !keys.byPointer)) return nullptr;
   return map.tree;
 }
@@ -65,14 +67,14 @@ static int32_t mapFindAll(const ztMap &map, const void *key, void *output) {
   if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return 0;
   // Collected first, since the output may be the very map that is searched.
   EqualItems found;
-  ztCollectEqual(tree, key, &found);
+  collectEqual(tree, key, &found);
   const ztMapMethods *methods = ztMap_of(output);
   methods->setAllowDuplicate(output, 1);
   ContainerUse source(tree);
   const ContainerUse target(output);
   for (int i = 0; i < found.count; ++i) {
     const auto *item = reinterpret_cast<const ztMapItem *>(found.items[i]);
-    source.setSource(ztOwnOfPair(&map, item->data, item->value));
+    source.setSource(ownOfPair(&map, item->data, item->value));
     methods->pushBack(output, item->data, item->value);
     if (target.ended()) return 0;
     // Where the copying of a pair takes others out, those found may be gone.
@@ -90,7 +92,7 @@ static int32_t mapGetSize(const ztMap &map) {
 static int32_t mapCreate(ztMap &map) {
   map.tree = nullptr;
   if (!ztAssociativeContainer_table()->create(&map)) return 0;
-  map.tree = ztNewObject<ztAvlTree>(ztAvlTree_ctor);
+  map.tree = newObject<ztAvlTree>(ztAvlTree_ctor);
   if (map.tree == nullptr) return 0;
   ztMap_of(&map)->setItemConstructor(&map, ztMapItem_ctor);
   ztAvlTree_of(map.tree)->setItemManager(map.tree, &map);
@@ -99,13 +101,13 @@ static int32_t mapCreate(ztMap &map) {
 
 static void mapDestroy(ztMap &map) {
   // An element may have another tree made at its end.
-  while (map.tree != nullptr) ztReleasePart(map.tree);
+  while (map.tree != nullptr) releasePart(map.tree);
   ztAssociativeContainer_table()->destroy(&map);
 }
 
 // Gives the copy of a map a tree of its own with copies of the source's pairs.
 static bool copyTree(const ztAvlTree *source, ztMap *copy) {
-  copy->tree = static_cast<ztAvlTree *>(ztCopyObject(source));
+  copy->tree = static_cast<ztAvlTree *>(copyObject(source));
   if (copy->tree == nullptr) return false;
   ztAvlTree_of(copy->tree)->setItemManager(copy->tree, copy);
   ztKeyValue pair;
@@ -114,9 +116,9 @@ static bool copyTree(const ztAvlTree *source, ztMap *copy) {
     return &pair;
   };
   const auto ownOf = [copy](const ztAvlTreeItem *item) {
-    return ztOwnOfPair(copy, item->data, reinterpret_cast<const ztMapItem *>(item)->value);
+    return ownOfPair(copy, item->data, reinterpret_cast<const ztMapItem *>(item)->value);
   };
-  return ztPushAll(source, copy->tree, pairOf, ownOf);
+  return pushAll(source, copy->tree, pairOf, ownOf);
 }
 
 static void *mapClone(const void *object, void *target) {
@@ -130,21 +132,21 @@ static void *mapClone(const void *object, void *target) {
 }
 
 static void mapMethods(ztMapMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<mapCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<mapCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, mapClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<mapDestroy>);
-  ZT_OVERRIDE_METHOD(methods, newItem, ztMethod<ztNewPairItem<ztMapItem>>);
-  ZT_OVERRIDE_METHOD(methods, copyItem, ztMethod<ztCopyPairItem<ztMapItem>>);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, ztMethod<ztDeletePairItem<ztMapItem>>);
-  ZT_OVERRIDE_METHOD(methods, setCompareFunction, ztMethod<mapSetCompareFunction>);
-  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, ztMethod<mapSetAllowDuplicate>);
-  ZT_OVERRIDE_METHOD(methods, getSize, ztMethod<mapGetSize>);
-  ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<mapPushBack>);
-  ZT_OVERRIDE_METHOD(methods, pop, ztMethod<mapPop>);
-  ZT_OVERRIDE_METHOD(methods, empty, ztMethod<mapEmpty>);
-  ZT_OVERRIDE_METHOD(methods, find, ztMethod<mapFind>);
-  ZT_OVERRIDE_METHOD(methods, findValue, ztMethod<mapFindValue>);
-  ZT_OVERRIDE_METHOD(methods, findAll, ztMethod<mapFindAll>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<mapDestroy>);
+  ZT_OVERRIDE_METHOD(methods, newItem, method<newPairItem<ztMapItem>>);
+  ZT_OVERRIDE_METHOD(methods, copyItem, method<copyPairItem<ztMapItem>>);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, method<deletePairItem<ztMapItem>>);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, method<mapSetCompareFunction>);
+  ZT_OVERRIDE_METHOD(methods, setAllowDuplicate, method<mapSetAllowDuplicate>);
+  ZT_OVERRIDE_METHOD(methods, getSize, method<mapGetSize>);
+  ZT_OVERRIDE_METHOD(methods, pushBack, method<mapPushBack>);
+  ZT_OVERRIDE_METHOD(methods, pop, method<mapPop>);
+  ZT_OVERRIDE_METHOD(methods, empty, method<mapEmpty>);
+  ZT_OVERRIDE_METHOD(methods, find, method<mapFind>);
+  ZT_OVERRIDE_METHOD(methods, findValue, method<mapFindValue>);
+  ZT_OVERRIDE_METHOD(methods, findAll, method<mapFindAll>);
 }
 
 ZT_DEFINE_CLASS(ztMap, ztAssociativeContainer, mapMethods)

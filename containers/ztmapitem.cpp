@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztMapItem, 56, 16);
 
 static int32_t mapItemCreate(void *object) {

@@ -3,6 +3,8 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztMapIterator, 552, 22);
 
 static const ztAvlTree *treeOf(const void *map) {
@@ -26,10 +28,10 @@ static void *mapIteratorPrev(ztMapIterator &iterator) {
 }
 
 static void mapIteratorMethods(ztMapIteratorMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, first, ztMethod<mapIteratorFirst>);
-  ZT_OVERRIDE_METHOD(methods, last, ztMethod<mapIteratorLast>);
-  ZT_OVERRIDE_METHOD(methods, next, ztMethod<mapIteratorNext>);
-  ZT_OVERRIDE_METHOD(methods, prev, ztMethod<mapIteratorPrev>);
+  ZT_OVERRIDE_METHOD(methods, first, method<mapIteratorFirst>);
+  ZT_OVERRIDE_METHOD(methods, last, method<mapIteratorLast>);
+  ZT_OVERRIDE_METHOD(methods, next, method<mapIteratorNext>);
+  ZT_OVERRIDE_METHOD(methods, prev, method<mapIteratorPrev>);
 }
 
 ZT_DEFINE_CLASS(ztMapIterator, ztAvlIterator, mapIteratorMethods)

@@ -4,13 +4,17 @@
 
 #include "containers/ztscont.h"
 
+namespace ztcore {
+
 // Makes a new sequence container keep the caller's pointers, and compare them with the form that suits
 // what the container then hands to a compare function: the pointers, or the addresses where a subclass
 // keeps copies of them after all.
-inline void ztKeepPointers(void *object, ztCompareFunc compareAddresses, ztCompareFunc comparePointers) {
+inline void keepPointers(void *object, ztCompareFunc compareAddresses, ztCompareFunc comparePointers) {
   ztSequenceContainer_of(object)->setElementSize(object, sizeof(void *), 1);
   const bool byPointer = static_cast<const ztSequenceContainer *>(object)->byPointer != 0;
   ztSequenceContainer_of(object)->setCompareFunction(object, byPointer ? comparePointers : compareAddresses);
 }
+
+}  // namespace ztcore
 
 #endif

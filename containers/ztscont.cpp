@@ -6,14 +6,16 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztSequenceContainer, 64, 27);
 
 static ElementPolicy policyOf(const ztSequenceContainer &container) {
   return {container.elementConstructor, container.byPointer != 0, container.elementSize};
 }
 
-const void *ztOwnOfElement(const void *container, const void *element) {
-  return ztIsOwned(policyOf(*static_cast<const ztSequenceContainer *>(container))) ? element : nullptr;
+const void *ztcore::ownOfElement(const void *container, const void *element) {
+  return isOwned(policyOf(*static_cast<const ztSequenceContainer *>(container))) ? element : nullptr;
 }
 
 static int32_t sequenceCreate(void *object) {
@@ -26,7 +28,7 @@ static int32_t sequenceCreate(void *object) {
 }
 
 static void sequenceDestroy(void *object) {
-  ztEndUses(object);
+  containerDestroyed(object);
   ztContainer_table()->destroy(object);
 }
 
@@ -36,9 +38,9 @@ static void *sequenceNewItem(ztSequenceContainer &container, const void *element
   const ContainerUse use(&container);
   auto *item = static_cast<ztContainerItem *>(container.itemConstructor(nullptr, 1));
   if (item == nullptr) return nullptr;
-  if (!ztIsSourceGone(element) && ztStoreElement(policy, element, &item->data)) {
+  if (!isSourceGone(element) && storeElement(policy, element, &item->data)) {
     if (!use.ended()) return item;
-    ztReleaseElement(policy, &item->data);
+    releaseElement(policy, &item->data);
   }
   ztContainerItem_of(item)->unRef(item);
   return nullptr;
@@ -47,13 +49,13 @@ static void *sequenceNewItem(ztSequenceContainer &container, const void *element
 static void *sequenceCopyItem(ztSequenceContainer &container, void *destination, const void *source) {
   if (destination == nullptr || source == nullptr) return nullptr;
   const void *element = static_cast<const ztContainerItem *>(source)->data;
-  ztCopyElement(policyOf(container), element, &static_cast<ztContainerItem *>(destination)->data);
+  copyElement(policyOf(container), element, &static_cast<ztContainerItem *>(destination)->data);
   return destination;
 }
 
 static void sequenceDeleteItem(ztSequenceContainer &container, void *item) {
   if (item == nullptr) return;
-  ztReleaseElement(policyOf(container), &static_cast<ztContainerItem *>(item)->data);
+  releaseElement(policyOf(container), &static_cast<ztContainerItem *>(item)->data);
   ztContainerItem_of(item)->unRef(item);
 }
 
@@ -77,13 +79,13 @@ static void sequenceSetElementConstructor(ztSequenceContainer &container, ztCtor
 static void sequenceMethods(ztSequenceContainerMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, sequenceCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, sequenceDestroy);
-  ZT_OVERRIDE_METHOD(methods, newItem, ztMethod<sequenceNewItem>);
-  ZT_OVERRIDE_METHOD(methods, copyItem, ztMethod<sequenceCopyItem>);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, ztMethod<sequenceDeleteItem>);
-  ZT_OVERRIDE_METHOD(methods, setItemConstructor, ztMethod<sequenceSetItemConstructor>);
-  ZT_OVERRIDE_METHOD(methods, setElementSize, ztMethod<sequenceSetElementSize>);
-  ZT_OVERRIDE_METHOD(methods, getElementSize, ztMethod<sequenceGetElementSize>);
-  ZT_OVERRIDE_METHOD(methods, setElementConstructor, ztMethod<sequenceSetElementConstructor>);
+  ZT_OVERRIDE_METHOD(methods, newItem, method<sequenceNewItem>);
+  ZT_OVERRIDE_METHOD(methods, copyItem, method<sequenceCopyItem>);
+  ZT_OVERRIDE_METHOD(methods, deleteItem, method<sequenceDeleteItem>);
+  ZT_OVERRIDE_METHOD(methods, setItemConstructor, method<sequenceSetItemConstructor>);
+  ZT_OVERRIDE_METHOD(methods, setElementSize, method<sequenceSetElementSize>);
+  ZT_OVERRIDE_METHOD(methods, getElementSize, method<sequenceGetElementSize>);
+  ZT_OVERRIDE_METHOD(methods, setElementConstructor, method<sequenceSetElementConstructor>);
 }
 
 ZT_DEFINE_CLASS(ztSequenceContainer, ztContainer, sequenceMethods)

@@ -3,6 +3,8 @@
 #include "containers/ztadaptor.hh"
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztStack, 72, 31);
 
 static int32_t stackIsEmpty(const ztStack &stack) {
@@ -10,12 +12,12 @@ static int32_t stackIsEmpty(const ztStack &stack) {
 }
 
 static void stackMethods(ztStackMethods *methods) {
-  ztFillAdaptorMethods<ztStack, ztDeque_ctor>(methods);
-  ZT_OVERRIDE_METHOD(methods, getSize, (ztInnerMethod<ztStack, &ztDequeMethods::getSize>));
-  ZT_OVERRIDE_METHOD(methods, push, (ztInnerMethod<ztStack, &ztDequeMethods::pushBack>));
-  ZT_OVERRIDE_METHOD(methods, pop, (ztInnerMethod<ztStack, &ztDequeMethods::popBack>));
-  ZT_OVERRIDE_METHOD(methods, getTop, (ztInnerMethod<ztStack, &ztDequeMethods::getBack>));
-  ZT_OVERRIDE_METHOD(methods, isEmpty, ztMethod<stackIsEmpty>);
+  fillAdaptorMethods<ztStack, ztDeque_ctor>(methods);
+  ZT_OVERRIDE_METHOD(methods, getSize, (innerMethod<ztStack, &ztDequeMethods::getSize>));
+  ZT_OVERRIDE_METHOD(methods, push, (innerMethod<ztStack, &ztDequeMethods::pushBack>));
+  ZT_OVERRIDE_METHOD(methods, pop, (innerMethod<ztStack, &ztDequeMethods::popBack>));
+  ZT_OVERRIDE_METHOD(methods, getTop, (innerMethod<ztStack, &ztDequeMethods::getBack>));
+  ZT_OVERRIDE_METHOD(methods, isEmpty, method<stackIsEmpty>);
 }
 
 ZT_DEFINE_CLASS(ztStack, ztSequenceContainer, stackMethods)

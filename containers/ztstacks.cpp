@@ -4,19 +4,21 @@
 #include "containers/ztpointers.hh"
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztPtrStack, 72, 31);
 
 int32_t ztPtrStack_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztPtrStack_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }
 
 static int32_t ptrStackCreate(void *object) {
   if (!ztStack_table()->create(object)) return 0;
-  ztKeepPointers(object, ztPtrStack_compare_func, ztPtrStack_compare_func_ptr);
+  keepPointers(object, ztPtrStack_compare_func, ztPtrStack_compare_func_ptr);
   return 1;
 }
 

@@ -7,53 +7,55 @@
 
 #include <string.h>
 
-static ztUse *endOf(ztUseTable *uses) {
+using namespace ztcore;
+
+static Use *endOf(UseTable *uses) {
   return uses->records + uses->count;
 }
 
-void ztMarkUses(ztUseTable *uses, const void *container, bool added, bool removed) {
-  for (ztUse *use = uses->records; use != endOf(uses); ++use) {
+void ztcore::noteInUses(UseTable *uses, const void *container, bool added, bool removed) {
+  for (Use *use = uses->records; use != endOf(uses); ++use) {
     if (use->container != container) continue;
     use->added = use->added || added;
     use->removed = use->removed || removed;
   }
 }
 
-bool ztIsPartOf(const ztUseTable *uses, const void *container, const void *part) {
+bool ztcore::isPartOf(const UseTable *uses, const void *container, const void *part) {
   for (int32_t i = 0; i < uses->count; ++i) {
-    const ztUse &use = uses->records[i];
+    const Use &use = uses->records[i];
     if (use.container == container && use.part == part) return true;
   }
   return false;
 }
 
-ztUse *ztFindUse(ztUseTable *uses, uint64_t number) {
+Use *ztcore::findUse(UseTable *uses, uint64_t number) {
   for (int32_t i = uses->count - 1; i >= 0; --i) {
     if (uses->records[i].number == number) return &uses->records[i];
   }
   return nullptr;
 }
 
-bool ztIsSourceGone(const ztUseTable *uses, const void *element) {
+bool ztcore::isSourceGone(const UseTable *uses, const void *element) {
   for (int32_t i = 0; i < uses->count; ++i) {
-    const ztUse &use = uses->records[i];
-    if (use.part != element || use.kind != ztPartKind::borrowed) continue;
+    const Use &use = uses->records[i];
+    if (use.part != element || use.kind != PartKind::borrowed) continue;
     if (use.container == nullptr || use.removed) return true;
   }
   return false;
 }
 
 // Releases the records of a thread that ends, with their parts.
-static void releaseUses(ztUseTable *uses);
+static void releaseUses(UseTable *uses);
 
-bool ztGrowUses(ztUseTable *uses) {
+bool ztcore::growUses(UseTable *uses) {
   if (uses->records == nullptr) {
     uses->release = releaseUses;
     uses->records = uses->first;
-    uses->capacity = ztUseTable::firstCapacity;
+    uses->capacity = UseTable::firstCapacity;
     return true;
   }
-  ztUse *grown = ztGrow<ztUse>(uses->records, uses->first, &uses->capacity, uses->count + 1);
+  Use *grown = growBlock<Use>(uses->records, uses->first, &uses->capacity, uses->count + 1);
   if (grown == nullptr) return false;
   uses->records = grown;
   return true;
@@ -61,86 +63,86 @@ bool ztGrowUses(ztUseTable *uses) {
 
 // Parts -------------------------------------------------------------------------------------------
 
-bool ztLeavePartTo(ztUseTable *uses, const void *container, const void *part) {
+bool ztcore::leavePartTo(UseTable *uses, const void *container, const void *part) {
   if (part == nullptr) return false;
-  for (ztUse *use = uses->records; use != endOf(uses); ++use) {
+  for (Use *use = uses->records; use != endOf(uses); ++use) {
     if (use->container != container || use->part != part) continue;
-    use->kind = ztPartKind::block;
+    use->kind = PartKind::block;
     return true;
   }
   return false;
 }
 
 // Hands a block on to another call that needs it, or frees it.
-static void releaseBlock(ztUseTable *uses, const ztUse &ended) {
-  if (ended.kind != ztPartKind::block) return;
-  for (ztUse *use = uses->records; use != endOf(uses); ++use) {
+static void releaseBlock(UseTable *uses, const Use &ended) {
+  if (ended.kind != PartKind::block) return;
+  for (Use *use = uses->records; use != endOf(uses); ++use) {
     if (use->part != ended.part) continue;
-    use->kind = ztPartKind::block;
+    use->kind = PartKind::block;
     return;
   }
   ztm_free(ended.part);
 }
 
-static void remove(ztUseTable *uses, ztUse *use) {
-  const ztUse removed = *use;
+static void remove(UseTable *uses, Use *use) {
+  const Use removed = *use;
   memmove(use, use + 1, static_cast<size_t>(endOf(uses) - use - 1) * sizeof *use);
   --uses->count;
   releaseBlock(uses, removed);
 }
 
 // Records above it are of calls that were left without their end, or of another stack.
-void ztEndUse(ztUseTable *uses, uint64_t number) {
-  ztUse *use = ztFindUse(uses, number);
+void ztcore::endUse(UseTable *uses, uint64_t number) {
+  Use *use = findUse(uses, number);
   if (use != nullptr) remove(uses, use);
 }
 
-static ztUse *findPart(ztUseTable *uses, const void *container, ztPartKind kind, bool onlyIfGone) {
-  for (ztUse *use = uses->records; use != endOf(uses); ++use) {
+static Use *findPart(UseTable *uses, const void *container, PartKind kind, bool onlyIfGone) {
+  for (Use *use = uses->records; use != endOf(uses); ++use) {
     if (use->container == container && use->kind == kind && (use->isGone || !onlyIfGone)) return use;
   }
   return nullptr;
 }
 
-void *ztTakeItemsFrom(ztUseTable *uses, const void *container, bool onlyIfGone) {
-  ztUse *use = findPart(uses, container, ztPartKind::items, onlyIfGone);
+void *ztcore::takeItemsFrom(UseTable *uses, const void *container, bool onlyIfGone) {
+  Use *use = findPart(uses, container, PartKind::items, onlyIfGone);
   if (use == nullptr) return nullptr;
   void *items = use->part;
   use->part = nullptr;
-  use->kind = ztPartKind::borrowed;
+  use->kind = PartKind::borrowed;
   if (use->isGone) remove(uses, use);
   return items;
 }
 
-static void destroyObjects(const ztUse &held) {
+static void destroyObjects(const Use &held) {
   char *slot = static_cast<char *>(held.part);
   for (int32_t i = 0; i < held.count; ++i, slot += held.stride) {
     if (i != held.open) ztBaseClass_of(slot)->destroy(slot);
   }
 }
 
-bool ztEndObjectsOf(ztUseTable *uses, const void *container, bool onlyIfGone) {
-  const ztUse *found = findPart(uses, container, ztPartKind::objects, onlyIfGone);
+bool ztcore::endObjectsOf(UseTable *uses, const void *container, bool onlyIfGone) {
+  const Use *found = findPart(uses, container, PartKind::objects, onlyIfGone);
   if (found == nullptr) return false;
   const uint64_t number = found->number;
   // The block is needed as long as its objects end.
   const ContainerUse own(container, found->part);
-  ztUse *use = ztFindUse(uses, number);
-  const ztUse held = *use;
-  use->kind = ztPartKind::block;
+  Use *use = findUse(uses, number);
+  const Use held = *use;
+  use->kind = PartKind::block;
   if (held.isGone) remove(uses, use);
   destroyObjects(held);
   return true;
 }
 
 // A call that has a block goes on in it, and releases it.
-void ztForgetUses(ztUseTable *uses, const void *container) {
+void ztcore::forgetUses(UseTable *uses, const void *container) {
   for (int32_t i = uses->count - 1; i >= 0; --i) {
-    ztUse *use = &uses->records[i];
+    Use *use = &uses->records[i];
     if (use->container != container) continue;
     use->container = nullptr;
-    if (use->kind == ztPartKind::objects) use->kind = ztPartKind::block;
-    const bool hasBlock = use->part != nullptr && use->kind != ztPartKind::items;
+    if (use->kind == PartKind::objects) use->kind = PartKind::block;
+    const bool hasBlock = use->part != nullptr && use->kind != PartKind::items;
     if (!hasBlock || use->isGone) remove(uses, use);
   }
 }
@@ -148,20 +150,20 @@ void ztForgetUses(ztUseTable *uses, const void *container) {
 // Calls that were left ----------------------------------------------------------------------------
 
 // Objects and items are left to the container.
-static void drop(ztUseTable *uses, ztUse *use) {
-  if (use->kind == ztPartKind::objects || use->kind == ztPartKind::items) {
+static void drop(UseTable *uses, Use *use) {
+  if (use->kind == PartKind::objects || use->kind == PartKind::items) {
     use->isGone = true;
   } else {
     remove(uses, use);
   }
 }
 
-void ztDropGoneUses(ztUseTable *uses, uintptr_t frame, const void *self) {
-  const bool isOwn = ztIsOnOwnStack(frame);
+void ztcore::dropGoneUses(UseTable *uses, uintptr_t frame, const void *self) {
+  const bool isOwn = isOnOwnStack(frame);
   for (int32_t i = uses->count - 1; i >= 0; --i) {
-    ztUse *use = &uses->records[i];
+    Use *use = &uses->records[i];
     if (use->isGone) continue;
-    const bool isComparable = isOwn && ztIsOnOwnStack(use->frame);
+    const bool isComparable = isOwn && isOnOwnStack(use->frame);
     // Those below it were made in frames that are further out still.
     if (isComparable && use->frame > frame) return;
     const bool isSame = use->frame == frame && use->self == self;
@@ -169,11 +171,11 @@ void ztDropGoneUses(ztUseTable *uses, uintptr_t frame, const void *self) {
   }
 }
 
-static void releaseUses(ztUseTable *uses) {
+static void releaseUses(UseTable *uses) {
   while (uses->count > 0) {
-    const ztUse last = uses->records[--uses->count];
+    const Use last = uses->records[--uses->count];
     releaseBlock(uses, last);
-    if (last.kind != ztPartKind::objects) continue;
+    if (last.kind != PartKind::objects) continue;
     destroyObjects(last);
     ztm_free(last.part);
   }

@@ -8,6 +8,8 @@
 
 #include "containers/ztmapiter.h"
 
+namespace ztcore {
+
 class MapItems {
  public:
   struct End {};
@@ -58,5 +60,7 @@ class MapItems {
 inline MapItems itemsOf(const void *map) {
   return MapItems(map);
 }
+
+}  // namespace ztcore
 
 #endif

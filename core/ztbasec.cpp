@@ -11,6 +11,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztBaseClass, 16, 16);
 ZT_PIN_FIELD(ztBaseClass, refCount, 8);
 ZT_PIN_FUNCTION(ztBaseClass, allocator, 3);
@@ -55,15 +57,15 @@ static void baseRef(ztBaseClass &object) {
 
 ZT_OWN_FRAME static void endObject(void *object) {
   // What an object's `destroy` sets off may release the object once more.
-  if (ztIsUnderWay(object, ztCallKind::release)) return;
-  ztEndMark mark;
-  const bool recorded = ztBeginEnd(&mark, ztCallKind::release, object);
+  if (isUnderWay(object, CallKind::release)) return;
+  ReleaseMark mark;
+  const bool recorded = beginRelease(&mark, CallKind::release, object);
   ztBaseClass_of(object)->destroy(object);
-  if (!recorded || ztEndCall(mark.mark)) ztm_free(object);
+  if (!recorded || endCall(mark.mark)) ztm_free(object);
 }
 
 static void baseUnRef(ztBaseClass &object) {
-  if (ztChecksThreads && ztCheckRelease != nullptr) ztCheckRelease(&object);
+  if (checksThreads && releaseCheck != nullptr) releaseCheck(&object);
   if (object.refCount == mostReferences) return;
   // Unsigned, since an object may be released any number of times while it ends.
   object.refCount = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);
@@ -81,13 +83,13 @@ static int32_t baseGetRefCount(const ztBaseClass &object) {
 }
 
 // A class identity in a file: the name in a field of fixed size, zero behind its text, and the version.
-constexpr int32_t nameFieldSize = sizeof ztIdentity::name;
+constexpr int32_t nameFieldSize = sizeof Identity::name;
 
 static int32_t baseClassWrite(const void *, const void *object, void *file) {
   if (object == nullptr || file == nullptr) return 0;
   const ztClass *klass = ztOOP_classOf(object);
   char field[nameFieldSize];
-  ztCopyText(field, klass->name);
+  copyText(field, klass->name);
   const ztFileMethods *methods = ztFile_of(file);
   if (methods->writeBuf(file, nameFieldSize, field) <= 0) return 0;
   return methods->writeInt(file, static_cast<int32_t>(klass->version)) > 0;
@@ -105,7 +107,7 @@ static void cutLineEnd(char *name) {
   }
 }
 
-bool ztReadIdentity(void *file, ztIdentity *identity) {
+bool ztcore::readIdentity(void *file, Identity *identity) {
   *identity = {};
   const ztFileMethods *methods = ztFile_of(file);
   if (methods->readBuf(file, nameFieldSize, identity->name) != nameFieldSize) return false;
@@ -114,7 +116,7 @@ bool ztReadIdentity(void *file, ztIdentity *identity) {
   return methods->readInt(file, &identity->version) > 0;
 }
 
-void *ztMakeIdentified(const ztIdentity &identity) {
+void *ztcore::makeIdentified(const Identity &identity) {
   void *object = ztNewFromName(identity.name);
   if (object == nullptr) return nullptr;
   if (static_cast<uint32_t>(identity.version) == ztOOP_versionOf(object)) return object;
@@ -123,8 +125,8 @@ void *ztMakeIdentified(const ztIdentity &identity) {
 }
 
 static void *baseClassRead(const void *, void *file) {
-  ztIdentity identity;
-  return file != nullptr && ztReadIdentity(file, &identity) ? ztMakeIdentified(identity) : nullptr;
+  Identity identity;
+  return file != nullptr && readIdentity(file, &identity) ? makeIdentified(identity) : nullptr;
 }
 
 // Written only where they differ: other threads may be calling them.
@@ -136,18 +138,18 @@ static void baseFunctions(ztBaseClassFunctions *functions) {
 static void baseMethods(ztBaseClassMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, classInstanceCreate, baseClassInstanceCreate);
   ZT_OVERRIDE_METHOD(methods, classInstanceDestroy, baseClassInstanceDestroy);
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<baseCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<baseClone>);
-  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<baseAssign>);
+  ZT_OVERRIDE_METHOD(methods, create, method<baseCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<baseClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, method<baseAssign>);
   ZT_ABSTRACT_METHOD(methods, isEqual);
   ZT_ABSTRACT_METHOD(methods, isLess);
   ZT_ABSTRACT_METHOD(methods, isMajor);
   ZT_OVERRIDE_METHOD(methods, destroy, baseDestroy);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<baseRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<baseWrite>);
-  ZT_OVERRIDE_METHOD(methods, ref, ztMethod<baseRef>);
-  ZT_OVERRIDE_METHOD(methods, unRef, ztMethod<baseUnRef>);
-  ZT_OVERRIDE_METHOD(methods, getRefCount, ztMethod<baseGetRefCount>);
+  ZT_OVERRIDE_METHOD(methods, read, method<baseRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<baseWrite>);
+  ZT_OVERRIDE_METHOD(methods, ref, method<baseRef>);
+  ZT_OVERRIDE_METHOD(methods, unRef, method<baseUnRef>);
+  ZT_OVERRIDE_METHOD(methods, getRefCount, method<baseGetRefCount>);
   // Also here, not only when the descriptor is filled: a host may reach for them through the class
   // table as soon as any class was used.
   baseFunctions(static_cast<ztBaseClassFunctions *>(ztBaseClassClass_Instance()->classTable));

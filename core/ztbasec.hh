@@ -5,15 +5,19 @@
 #include "core/ztbasec.h"
 #include "core/ztcopy.hh"
 
+namespace ztcore {
+
 // The identity of a class as a file holds it. Behind the text of the name there may be anything.
-struct ztIdentity {
+struct Identity {
   char name[100];
   int32_t version;
 };
 
 // The two halves of `classRead`: what a file says, and a new object of the class that it names. False, and
 // NULL, on failure.
-bool ztReadIdentity(void *file, ztIdentity *identity);
-void *ztMakeIdentified(const ztIdentity &identity);
+bool readIdentity(void *file, Identity *identity);
+void *makeIdentified(const Identity &identity);
+
+}  // namespace ztcore
 
 #endif

@@ -20,9 +20,11 @@
 
 #include <stdint.h>
 
+namespace ztcore {
+
 #define ZT_OWN_FRAME __attribute__((noinline, no_sanitize_address))
 
-enum class ztCallKind : uint64_t {
+enum class CallKind : uint64_t {
   gone,      // dropped; its place is free
   watch,     // the subject is an object whose destruction matters
   delivery,  // the subject is a signal whose slots are being called
@@ -30,9 +32,9 @@ enum class ztCallKind : uint64_t {
   ending,    // the subject is a ztObject that is being destroyed
 };
 
-constexpr uint64_t ztCallKinds = 7;  // the bits of a serial number that hold the kind
+constexpr uint64_t callKinds = 7;  // the bits of a serial number that hold the kind
 
-struct ztCall {
+struct Call {
   const void *subject;  // NULL once it is destroyed
   uintptr_t frame;      // where the frame that made the record lies; above all others once it is gone
   uint64_t serial;      // as in the mark of that frame, with the kind in its last bits
@@ -42,71 +44,71 @@ struct ztCall {
   uint32_t end;         // and the place behind them
 };
 
-inline ztCallKind ztKindOf(const ztCall &call) {
-  return static_cast<ztCallKind>(call.serial & ztCallKinds);
+inline CallKind kindOf(const Call &call) {
+  return static_cast<CallKind>(call.serial & callKinds);
 }
 
 // A slot that a delivery has yet to call, or calls.
-struct ztPendingSlot {
+struct PendingSlot {
   void *receiver;  // NULL once it is destroyed
   void (*function)(void *receiver);
 };
 
 // The table. Its first entry is of no call, and stands below all others; the thread knows where it ends.
-struct ztCalls {
-  ztCall *entries;
+struct CallTable {
+  Call *entries;
   uint32_t capacity;
   uint32_t pendingCount;
-  ztPendingSlot *pending;  // those of all deliveries
+  PendingSlot *pending;  // those of all deliveries
   uint32_t pendingCapacity;
   uint32_t removals;  // raised whenever a slot was taken out of any map
-  ztCall fewEntries[32];
-  ztPendingSlot fewPending[64];
+  Call fewEntries[32];
+  PendingSlot fewPending[64];
 };
 
-constexpr uint64_t ztBelowAllCalls = 16;  // the serial number of the first entry; of no kind
-constexpr uint64_t ztNoCall = 24;         // that of a mark without a record
+constexpr uint64_t belowAllCalls = 16;  // the serial number of the first entry; of no kind
+constexpr uint64_t noCall = 24;         // that of a mark without a record
 
 // What the frame holds: where a look into the frame finds it.
-struct ztCallMark {
+struct CallMark {
   uint64_t serial;
 };
 
-inline uintptr_t ztFrameOf(ztCallMark *mark) {
+inline uintptr_t frameOf(CallMark *mark) {
   return reinterpret_cast<uintptr_t>(mark);
 }
 
 // That of a release or an end, whose frame may be looked into: so large that no frames of small functions,
 // which write at least where they return to, come to lie there and leave it as it was.
-struct ztEndMark {
-  ztCallMark mark;
+struct ReleaseMark {
+  CallMark mark;
   uint64_t copies[3];
 };
 
 // The calls of this thread; runs visit(call) for each of them, the latest first.
 template <typename Visit>
-inline void ztForEachCall(Visit visit) {
-  for (ztCall *call = ztThisThread.nextCall - 1; call->serial != ztBelowAllCalls; --call) visit(*call);
+inline void forEachCall(Visit visit) {
+  for (Call *call = thisThread.nextCall - 1; call->serial != belowAllCalls; --call) visit(*call);
 }
 
 // Where a record goes, after those of frames that are gone were dropped. NULL without memory.
-ztCall *ztMakeRoomForCall(ztCallKind kind, uintptr_t frame, uint32_t detail);
+Call *addCall(CallKind kind, uintptr_t frame, uint32_t detail);
 
 // Makes a record. NULL without memory: there is then none. Valid until the next one is made.
-inline ztCall *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subject, uintptr_t frame,
-                           uint32_t detail = 0) {
-  ztCall *call = ztThisThread.nextCall;
-  if (call != ztThisThread.lastCall && call[-1].frame > frame) {
-    ztThisThread.nextCall = call + 1;
+inline Call *beginCall(CallMark *mark, CallKind kind, const void *subject, uintptr_t frame,
+                       uint32_t detail = 0) {
+  Call *call = thisThread.nextCall;
+  if (call != thisThread.lastCall && call[-1].frame > frame) {
+    thisThread.nextCall = call + 1;
   } else {
-    call = ztMakeRoomForCall(kind, frame, detail);
+    call = addCall(kind, frame, detail);
     if (call == nullptr) {
-      mark->serial = ztNoCall;
+      mark->serial = noCall;
       return nullptr;
     }
   }
-  ztThisThread.callSerial += ztCallKinds + 1;
-  const uint64_t serial = ztThisThread.callSerial | static_cast<uint64_t>(kind);
+  thisThread.callSerial += callKinds + 1;
+  const uint64_t serial = thisThread.callSerial | static_cast<uint64_t>(kind);
   mark->serial = serial;
   call->subject = subject;
   call->frame = frame;
@@ -118,65 +120,67 @@ inline ztCall *ztBeginCall(ztCallMark *mark, ztCallKind kind, const void *subjec
 }
 
 // The same for a release or an end. False without memory.
-inline bool ztBeginEnd(ztEndMark *mark, ztCallKind kind, const void *object) {
-  const bool begun = ztBeginCall(&mark->mark, kind, object, ztFrameOf(&mark->mark)) != nullptr;
+inline bool beginRelease(ReleaseMark *mark, CallKind kind, const void *object) {
+  const bool begun = beginCall(&mark->mark, kind, object, frameOf(&mark->mark)) != nullptr;
   for (uint64_t &copy : mark->copies) copy = mark->mark.serial;
   return begun;
 }
 
-ztCall *ztFindCall(const ztCallMark &mark);
+Call *findCall(const CallMark &mark);
 
 // The record of a frame; NULL when it was dropped. Valid until the next one is made.
-inline ztCall *ztCallOf(const ztCallMark &mark) {
-  ztCall *last = ztThisThread.nextCall - 1;
-  return last->serial == mark.serial ? last : ztFindCall(mark);
+inline Call *callOf(const CallMark &mark) {
+  Call *last = thisThread.nextCall - 1;
+  return last->serial == mark.serial ? last : findCall(mark);
 }
 
-bool ztEndCallAmongOthers(const ztCallMark &mark);
+bool endCallAmongOthers(const CallMark &mark);
 
 // Takes the record of a frame back, and those of the frames that it called. False when there is none.
-inline bool ztEndCall(const ztCallMark &mark) {
-  ztCall *last = ztThisThread.nextCall - 1;
-  if (last->serial != mark.serial) return ztEndCallAmongOthers(mark);
-  ztThisThread.nextCall = last;
+inline bool endCall(const CallMark &mark) {
+  Call *last = thisThread.nextCall - 1;
+  if (last->serial != mark.serial) return endCallAmongOthers(mark);
+  thisThread.nextCall = last;
   return true;
 }
 
-bool ztLooksUnderWay(const void *object, uintptr_t frameTop, ztCallKind least);
+bool looksUnderWay(const void *object, uintptr_t frameTop, CallKind least);
 
-inline bool ztIsSubject(const void *object) {
-  const ztCall *call = ztThisThread.nextCall;
+inline bool isSubject(const void *object) {
+  const Call *call = thisThread.nextCall;
   do {
     --call;
     if (call->subject == object) return true;
-  } while (call->serial != ztBelowAllCalls);
+  } while (call->serial != belowAllCalls);
   return false;
 }
 
 // Tells whether an object's end is under way, or with `release` as the least of the two its release or end.
 // Records of it whose frames are found gone are dropped. Inlined, since it asks for the frame of its caller.
-__attribute__((always_inline)) inline bool ztIsUnderWay(const void *object, ztCallKind least) {
-  if (!ztIsSubject(object)) return false;
-  return ztLooksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
+__attribute__((always_inline)) inline bool isUnderWay(const void *object, CallKind least) {
+  if (!isSubject(object)) return false;
+  return looksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
 }
 
-void ztDropCallsOn(const void *object);
+void dropCallsOn(const void *object);
 
 // Told of every object that is constructed: what is under way there was about another one, whose memory was
 // freed by a host.
-inline void ztObjectMade(const void *object) {
-  if (ztThisThread.nextCall[-1].serial != ztBelowAllCalls) ztDropCallsOn(object);
+inline void objectMade(const void *object) {
+  if (thisThread.nextCall[-1].serial != belowAllCalls) dropCallsOn(object);
 }
 
 // Has the receiver of a slot that a delivery was called in, and left, forget who called. Set ahead of the first
 // delivery.
-extern void (*ztLeaveReceiver)(void *receiver);
+extern void (*leaveReceiver)(void *receiver);
 
 // Where there is room for so many pending slots, made where there was none.
-constexpr uint32_t ztNoPlace = UINT32_MAX;  // without memory
-uint32_t ztReservePending(ztCalls *calls, uint32_t count);
+constexpr uint32_t noPlace = UINT32_MAX;  // without memory
+uint32_t reservePending(CallTable *calls, uint32_t count);
 
 // Gives the places of the pending slots back that no delivery has any more.
-void ztTrimPending(ztCalls *calls);
+void trimPending(CallTable *calls);
+
+}  // namespace ztcore
 
 #endif

@@ -3,8 +3,10 @@
 #include <stdlib.h>
 #include <string.h>
 
-bool ztChecksThreads;
-void (*ztCheckRelease)(void *object);
+using namespace ztcore;
+
+bool ztcore::checksThreads;
+void (*ztcore::releaseCheck)(void *object);
 
 static bool listContains(const char *list, const char *word) {
   const size_t length = strlen(word);
@@ -16,7 +18,7 @@ static bool listContains(const char *list, const char *word) {
   }
 }
 
-void ztReadChecks() {
+void ztcore::readChecks() {
   const char *wanted = getenv("ZENTOVA_CHECK");
-  ztChecksThreads = wanted != nullptr && listContains(wanted, "thread");
+  checksThreads = wanted != nullptr && listContains(wanted, "thread");
 }

@@ -9,6 +9,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_FIELD(ztClass, version, 8);
 ZT_PIN_FIELD(ztClass, instanceSize, 12);
 ZT_PIN_FIELD(ztClass, name, 16);
@@ -30,7 +32,7 @@ static ztClassFunctions *functionsOf(const ztClass *klass) {
 
 // Registers a class whose name is free. Returns false when that is to be tried again.
 static bool registerClass(const ztClassDescription *description) {
-  if (ztOOP_isNameTaken(*description->name)) return true;
+  if (isNameTaken(*description->name)) return true;
   const ztClassFunctions *functions = functionsOf(description->klass);
   void *prototype = functions->ctor(nullptr, 0);
   if (prototype == nullptr) return false;
@@ -38,13 +40,13 @@ static bool registerClass(const ztClassDescription *description) {
   if (ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) return true;
   ztm_free(prototype);
   // Refused for want of memory, or because a hook registered the class meanwhile.
-  return ztOOP_isNameTaken(name);
+  return isNameTaken(name);
 }
 
 // Out of line, since it runs for a handful of a class's objects only. Only what is complete is published, by
 // the store at the end: until then other threads come here, too, and wait.
 __attribute__((noinline)) static void prepareClass(const ztClassDescription *description, void *object) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   ztClassState *state = description->state;
   // The hooks of the class, and its prototype, may make objects of the very class that is being prepared.
   if (state->filling || state->registrationTried) return;
@@ -62,7 +64,7 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
     object = ztm_alloc(description->instanceSize);
     if (object == nullptr) return nullptr;
   }
-  ztObjectMade(object);
+  objectMade(object);
   auto *header = static_cast<ztBaseClass *>(object);
   ztClass *klass = description->klass;
   header->klass = klass;
@@ -90,7 +92,7 @@ static void fillDescriptor(const ztClassDescription *description) {
 
 void ztOOP_initTable(const ztClassDescription *description, void *object) {
   if (object == nullptr) return;
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   ztClass *klass = description->klass;
   ztClass *derived = ztOOP_classOf(object);
   const bool isRoot = klass == ztBaseClassClass_Instance();

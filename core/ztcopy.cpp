@@ -7,14 +7,16 @@
 
 #include <string.h>
 
-void *ztMakeObject(ztCtor constructor) {
+using namespace ztcore;
+
+void *ztcore::makeObject(ztCtor constructor) {
   void *object = constructor(nullptr, 0);
   if (object == nullptr || ztBaseClass_of(object)->create(object)) return object;
   ztBaseClass_of(object)->unRef(object);
   return nullptr;
 }
 
-void *ztCloneOnto(const void *source, void *target) {
+void *ztcore::cloneOnto(const void *source, void *target) {
   // A `clone` that looks at its target before it fills it finds no garbage there.
   auto *bytes = static_cast<char *>(target);
   const size_t size = static_cast<size_t>(ztOOP_classOf(target)->instanceSize);
@@ -24,11 +26,11 @@ void *ztCloneOnto(const void *source, void *target) {
   return copy;
 }
 
-void *ztCopyObject(const void *source) {
+void *ztcore::copyObject(const void *source) {
   if (source == nullptr) return nullptr;
   void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(source)->classTable)->newop();
   if (fresh == nullptr) return nullptr;
-  void *copy = ztCloneOnto(source, fresh);
+  void *copy = cloneOnto(source, fresh);
   if (copy == nullptr) ztm_free(fresh);
   return copy;
 }
@@ -40,14 +42,14 @@ static auto assignOf(const ztClass *klass) {
 // Whether the `assign` of a class is none of the library's.
 static bool hasHostsAssign(const ztClass *klass) {
   const ztClass *ofLibrary = klass;
-  while (ofLibrary != nullptr && !ztcoreIsLibraryClass(ofLibrary)) ofLibrary = ofLibrary->parent;
+  while (ofLibrary != nullptr && !isLibraryClass(ofLibrary)) ofLibrary = ofLibrary->parent;
   return ofLibrary == nullptr || assignOf(klass) != assignOf(ofLibrary);
 }
 
-int32_t ztAssignCommon(void *target, const void *source) {
+int32_t ztcore::assignCommon(void *target, const void *source) {
   const ztClass *klass = ztOOP_classOf(target);
   const ztClass *common = klass;
-  while (common != nullptr && !ztIsWithin(ztOOP_classOf(source), common)) common = common->parent;
+  while (common != nullptr && !isWithin(ztOOP_classOf(source), common)) common = common->parent;
   if (common != klass && hasHostsAssign(klass)) common = klass;
   return common == nullptr ? 0 : assignOf(common)(target, source);
 }

@@ -10,6 +10,8 @@
 
 #include <unistd.h>
 
+using namespace ztcore;
+
 namespace {
 
 struct LibraryClass {
@@ -98,7 +100,7 @@ static_assert(sizeof libraryClasses / sizeof libraryClasses[0] == 62);
 
 void ztcoreClassInit(void) {
   for (const LibraryClass &libraryClass : libraryClasses) {
-    ztOOP_ensureRegistered(libraryClass.name, libraryClass.ctor);
+    ensureRegistered(libraryClass.name, libraryClass.ctor);
   }
 }
 
@@ -106,7 +108,7 @@ void ztcoreClassFree(void) {
   for (const LibraryClass &libraryClass : libraryClasses) ztFreeClass(libraryClass.freeName);
 }
 
-bool ztcoreIsLibraryClass(const ztClass *klass) {
+bool ztcore::isLibraryClass(const ztClass *klass) {
   for (const LibraryClass &libraryClass : libraryClasses) {
     if (libraryClass.instance() == klass) return true;
   }
@@ -116,8 +118,8 @@ bool ztcoreIsLibraryClass(const ztClass *klass) {
 static pid_t loadedBy;
 
 __attribute__((constructor)) void ztcore_lnx_init(void) {
-  ztKeepLocksAcrossFork();
-  ztReadChecks();
+  keepLocksAcrossFork();
+  readChecks();
   loadedBy = getpid();
   ztLc_log("Zentova - Loading library: %s\n", "ztcore");
   ztOOP_Init("zentova");
@@ -127,11 +129,11 @@ __attribute__((constructor)) void ztcore_lnx_init(void) {
 __attribute__((destructor)) void ztcore_lnx_free(void) {
   if (loadedBy == getpid()) ztLc_log("Zentova - Freeing library: %s\n", "ztcore");
   ztcoreClassFree();
-  ztOOP_releaseAfterStop();
+  releaseAfterStop();
 }
 
 // Behind the clean-up, which where the library is linked runs after the function above, and whose hooks may
 // need what threads have.
 __attribute__((destructor(101))) static void releaseLast() {
-  ztReleaseThreads();
+  releaseThreads();
 }

@@ -4,7 +4,11 @@
 
 #include "core/ztoop.h"
 
+namespace ztcore {
+
 // Whether a class is one of the library's own.
-bool ztcoreIsLibraryClass(const ztClass *klass);
+bool isLibraryClass(const ztClass *klass);
+
+}  // namespace ztcore
 
 #endif

@@ -7,11 +7,13 @@
 #include <stdint.h>
 #include <string.h>
 
+namespace ztcore {
+
 // A block for twice as many elements, and for `wanted` at least, with those of the old one in it. That is
 // `few`, which stays as it is, or a block of its own, which goes; both are NULL before the first element. NULL
 // without memory, with everything as it was.
 template <typename Element, typename Count>
-Element *ztGrow(Element *old, const Element *few, Count *capacity, Count wanted) {
+Element *growBlock(Element *old, const Element *few, Count *capacity, Count wanted) {
   constexpr Count most = INT32_MAX / 2 / sizeof(Element);
   Count larger = *capacity;
   do {
@@ -61,7 +63,7 @@ class GrowingArray {
 
  private:
   bool grow() {
-    Element *grown = ztGrow<Element>(elements, nullptr, &capacity, used + 1);
+    Element *grown = growBlock<Element>(elements, nullptr, &capacity, used + 1);
     if (grown != nullptr) elements = grown;
     return grown != nullptr;
   }
@@ -70,5 +72,7 @@ class GrowingArray {
   int32_t used = 0;
   int32_t capacity = 0;
 };
+
+}  // namespace ztcore
 
 #endif

@@ -2,23 +2,25 @@
 
 #include "core/ztthread.hh"
 
+using namespace ztcore;
+
 static struct {
   void (*release)();
   void (*forget)(const ztClass *klass);
 } keepers[2];  // as many as there are kinds
 
-void ztKeep(ztKept kept, void (*release)(), void (*forget)(const ztClass *klass)) {
+void ztcore::keepRegistered(Kept kept, void (*release)(), void (*forget)(const ztClass *klass)) {
   keepers[static_cast<int>(kept)] = {release, forget};
 }
 
-void ztReleaseKept() {
+void ztcore::releaseKept() {
   for (const auto &keeper : keepers) {
     if (keeper.release != nullptr) keeper.release();
   }
-  ztReleaseScratchString();
+  releaseScratchString();
 }
 
-void ztForgetClass(const ztClass *klass) {
+void ztcore::forgetClass(const ztClass *klass) {
   for (const auto &keeper : keepers) {
     if (keeper.forget != nullptr) keeper.forget(klass);
   }

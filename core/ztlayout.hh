@@ -5,6 +5,8 @@
 
 #include <stddef.h>
 
+namespace ztcore {
+
 #define ZT_PIN_FIELD(Struct, field, offset) static_assert(offsetof(Struct, field) == (offset))
 
 #define ZT_PIN_FUNCTION(C, slot, number) \
@@ -13,5 +15,7 @@
 #define ZT_PIN_CLASS(C, instanceSize, slotCount) \
   static_assert(sizeof(C) == (instanceSize));    \
   static_assert(sizeof(C##Methods) == (slotCount) * sizeof(void *))
+
+}  // namespace ztcore
 
 #endif

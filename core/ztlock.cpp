@@ -1,28 +1,29 @@
 #include "core/ztlock.hh"
 
-constinit ztLock ztEngineLock;
-constinit ztLock ztTablesLock;
-constinit ztLock ztMemoryLock;
-constinit ztLock ztLogLock;
-constinit ztLock ztIdLock;
-constinit ztLock ztThreadsLock;
+using namespace ztcore;
 
-static ztLock *const inOrder[] = {&ztEngineLock, &ztTablesLock, &ztMemoryLock,
-                                  &ztLogLock,    &ztIdLock,     &ztThreadsLock};
+constinit Lock ztcore::engineLock;
+constinit Lock ztcore::tablesLock;
+constinit Lock ztcore::memoryLock;
+constinit Lock ztcore::logLock;
+constinit Lock ztcore::idLock;
+constinit Lock ztcore::threadsLock;
+
+static Lock *const inOrder[] = {&engineLock, &tablesLock, &memoryLock, &logLock, &idLock, &threadsLock};
 
 static void takeAll() {
-  for (ztLock *lock : inOrder) pthread_mutex_lock(&lock->mutex);
+  for (Lock *lock : inOrder) pthread_mutex_lock(&lock->mutex);
 }
 
 static void releaseAll() {
-  for (ztLock *lock : inOrder) pthread_mutex_unlock(&lock->mutex);
+  for (Lock *lock : inOrder) pthread_mutex_unlock(&lock->mutex);
 }
 
 // The child has the forking thread alone, under another number: it cannot release what that one took.
 static void renewAll() {
-  for (ztLock *lock : inOrder) *lock = ztLock();
+  for (Lock *lock : inOrder) *lock = Lock();
 }
 
-void ztKeepLocksAcrossFork() {
+void ztcore::keepLocksAcrossFork() {
   pthread_atfork(takeAll, releaseAll, renewAll);
 }

@@ -5,40 +5,44 @@
 #include <pthread.h>
 #include <sys/single_threaded.h>
 
+namespace ztcore {
+
 // One thread may take it several times, since the hooks of classes come back into the engine.
-struct ztLock {
+struct Lock {
   pthread_mutex_t mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 };
 
 // Holds a lock for as long as the scope lasts. While the process has one thread there is nothing to lock
 // out, and the lock is not taken; it is where functions of a host's run, for those may start threads.
-class ztLocked {
+class Locked {
  public:
   enum Contents { ownCode, hostsCode };
 
-  explicit ztLocked(ztLock &wanted, Contents contents = ownCode)
+  explicit Locked(Lock &wanted, Contents contents = ownCode)
       : lock(__libc_single_threaded && contents == ownCode ? nullptr : &wanted) {
     if (lock != nullptr) pthread_mutex_lock(&lock->mutex);
   }
-  ~ztLocked() {
+  ~Locked() {
     if (lock != nullptr) pthread_mutex_unlock(&lock->mutex);
   }
-  ztLocked(const ztLocked &) = delete;
-  ztLocked &operator=(const ztLocked &) = delete;
+  Locked(const Locked &) = delete;
+  Locked &operator=(const Locked &) = delete;
 
  private:
-  ztLock *lock;
+  Lock *lock;
 };
 
 // In the order in which one thread may take several of them.
-extern ztLock ztEngineLock;   // the registry, the filling of classes, static properties, property types
-extern ztLock ztTablesLock;   // tables that know objects by address or number: leaf of those above
-extern ztLock ztMemoryLock;   // the records of the tracking form
-extern ztLock ztLogLock;      // the log file
-extern ztLock ztIdLock;       // the C library's random numbers, between seeding and drawing
-extern ztLock ztThreadsLock;  // the list of what threads own
+extern Lock engineLock;   // the registry, the filling of classes, static properties, property types
+extern Lock tablesLock;   // tables that know objects by address or number: leaf of those above
+extern Lock memoryLock;   // the records of the tracking form
+extern Lock logLock;      // the log file
+extern Lock idLock;       // the C library's random numbers, between seeding and drawing
+extern Lock threadsLock;  // the list of what threads own
 
 // Sees to it that a child of `fork` finds every lock free. Called once, when the library is loaded.
-void ztKeepLocksAcrossFork();
+void keepLocksAcrossFork();
+
+}  // namespace ztcore
 
 #endif

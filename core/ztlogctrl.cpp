@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 // The engine's own log file; -1 while none is open.
 static int flog = -1;
 
@@ -148,7 +150,7 @@ static bool isFile(int file) {
 }
 
 int32_t ztLc_openLogFile(const char *path) {
-  const ztLocked locked(ztLogLock);
+  const Locked locked(logLock);
   if (flog >= 0) return 1;
   if (path == nullptr || isOtherThanFile(path)) return 0;
   const int file = openUninterrupted(path);
@@ -163,7 +165,7 @@ int32_t ztLc_openLogFile(const char *path) {
 
 // In one write, which another process does not come between.
 static void writeToFile(const char *text) {
-  const ztLocked locked(ztLogLock);
+  const Locked locked(logLock);
   size_t left = strlen(text);
   while (flog >= 0 && left > 0) {
     const ssize_t written = write(flog, text, left);
@@ -190,7 +192,7 @@ void ztLc_log(const char *format, ...) {
 }
 
 void ztLc_closeLogFile(void) {
-  const ztLocked locked(ztLogLock);
+  const Locked locked(logLock);
   if (flog >= 0) close(flog);
   flog = -1;
 }

@@ -7,13 +7,15 @@
 
 #include <stdlib.h>
 
+using namespace ztcore;
+
 ZT_PIN_FIELD(ztMemBlock, file, 24);
 ZT_PIN_FIELD(ztMemBlock, type, 536);
 ZT_PIN_FIELD(ztMemBlock, next, 640);
 ZT_PIN_FIELD(ztMemBlock, prev, 648);
 
 // The records form a doubly linked list; each counts once in m_nblocks and with its size in m_totalmem. All
-// of it is read and written with ztMemoryLock held.
+// of it is read and written with memoryLock held.
 static ztMemBlock *m_head;
 static uint32_t m_totalmem;  // unsigned, so that a sum past 31 bits wraps
 static int32_t m_nblocks;
@@ -34,7 +36,7 @@ void ztm_free(void *block) {
 }
 
 ztMemBlock *ztm_findblock(const void *block) {
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   ztMemBlock *record = m_head;
   while (record != nullptr && record->block != block) record = record->next;
   return record;
@@ -46,8 +48,8 @@ ztMemBlock *ztm_allocblock(void *block, int64_t size, const char *file, int64_t 
   record->block = block;
   record->size = size;
   record->line = line;
-  ztCopyText(record->file, file);
-  ztCopyText(record->type, type);
+  copyText(record->file, file);
+  copyText(record->type, type);
   record->next = nullptr;
   record->prev = nullptr;
   return record;
@@ -56,7 +58,7 @@ ztMemBlock *ztm_allocblock(void *block, int64_t size, const char *file, int64_t 
 void ztm_addblock(void *block, int64_t size, const char *file, int64_t line, const char *type) {
   ztMemBlock *record = ztm_allocblock(block, size, file, line, type);
   if (record == nullptr) return;
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   record->next = m_head;
   if (m_head != nullptr) m_head->prev = record;
   m_head = record;
@@ -65,7 +67,7 @@ void ztm_addblock(void *block, int64_t size, const char *file, int64_t line, con
 }
 
 int32_t ztm_removeblock(void *block) {
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   ztMemBlock *record = ztm_findblock(block);
   if (record == nullptr) return 0;
   if (record->prev != nullptr) {
@@ -83,14 +85,14 @@ int32_t ztm_removeblock(void *block) {
 void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const char *type) {
   void *block = malloc(static_cast<size_t>(size));
   ztm_addblock(block, size, file, line, type);
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   ++alloc_called;
   return block;
 }
 
 void *ztm_dbg_realloc(void *block, int64_t size) {
   // Held until the record is right: the old address may be handed out again at once.
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   ztMemBlock *record = ztm_findblock(block);
   void *moved = realloc(block, static_cast<size_t>(size));
   if (record == nullptr) return moved;
@@ -101,7 +103,7 @@ void *ztm_dbg_realloc(void *block, int64_t size) {
 }
 
 static bool forgetFreed(void *block) {
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   ++free_called;
   return ztm_removeblock(block) != 0;
 }
@@ -119,7 +121,7 @@ void ztm_dbg_free(void *block, const char *file, int64_t line) {
 
 int32_t ztm_getmemstatus(ztMemStatus *status) {
   if (status == nullptr) return -1;
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   status->blocks = m_nblocks;
   status->bytes = static_cast<int32_t>(m_totalmem);
   status->first = m_head;
@@ -133,7 +135,7 @@ static void logBlock(const ztMemBlock &record) {
 }
 
 void ztm_dumpblocks(void) {
-  const ztLocked locked(ztMemoryLock);
+  const Locked locked(memoryLock);
   uint32_t unfreed = 0;
   ztLc_log("\n# MEMORY LOG\n");
   if (m_head != nullptr) {

@@ -5,19 +5,21 @@
 
 #include <stdio.h>
 
-const char *ztFormatMessage(const char *format, va_list arguments) {
-  char(&text)[512] = ztBlockOfThread()->message;
+using namespace ztcore;
+
+const char *ztcore::formatMessage(const char *format, va_list arguments) {
+  char(&text)[512] = blockOfThread()->message;
   // Formatted aside first: an argument may be the result of an earlier call.
   char fresh[sizeof text] = "";
   if (format != nullptr) vsnprintf(fresh, sizeof fresh, format, arguments);
-  ztCopyText(text, fresh);
+  copyText(text, fresh);
   return text;
 }
 
-const char *ztMessage(const char *format, ...) {
+const char *ztcore::makeMessage(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const char *text = ztFormatMessage(format, arguments);
+  const char *text = formatMessage(format, arguments);
   va_end(arguments);
   return text;
 }

@@ -1,7 +1,7 @@
 // Puts an operation that is written on a typed reference into a slot of a method table:
 //
 //   static ztListItem *listPushBack(ztList &list, const void *element);
-//   ZT_OVERRIDE_METHOD(methods, pushBack, ztMethod<listPushBack>);
+//   ZT_OVERRIDE_METHOD(methods, pushBack, method<listPushBack>);
 //
 // A slot is called with an untyped pointer, which may be NULL. The method that stands in the slot answers
 // NULL with the failure value, which is 0, NULL or nothing unless another one is named, and calls the
@@ -11,33 +11,35 @@
 
 #include <type_traits>
 
+namespace ztcore {
+
 template <typename Object>
-using ztUntyped = std::conditional_t<std::is_const_v<Object>, const void, void>;
+using Untyped = std::conditional_t<std::is_const_v<Object>, const void, void>;
 
 template <auto operation>
-struct ztMethodOf;
+struct MethodOf;
 
 template <typename Result, typename Object, typename... Arguments,
           Result (*operation)(Object &, Arguments...)>
-struct ztMethodOf<operation> {
-  static Result call(ztUntyped<Object> *object, Arguments... arguments) {
+struct MethodOf<operation> {
+  static Result call(Untyped<Object> *object, Arguments... arguments) {
     if (object == nullptr) [[unlikely]]
       return Result();
     return operation(*static_cast<Object *>(object), arguments...);
   }
 
   template <auto failure>
-  static Result callOr(ztUntyped<Object> *object, Arguments... arguments) {
+  static Result callOr(Untyped<Object> *object, Arguments... arguments) {
     return object == nullptr ? failure : operation(*static_cast<Object *>(object), arguments...);
   }
 };
 
 template <auto operation>
-inline constexpr auto ztMethod = ztMethodOf<operation>::call;
+inline constexpr auto method = MethodOf<operation>::call;
 
 // The same with another failure value.
 template <auto operation, auto failure>
-inline constexpr auto ztMethodOr = ztMethodOf<operation>::template callOr<failure>;
+inline constexpr auto methodOr = MethodOf<operation>::template callOr<failure>;
 
 // Some classes state a method of their own that does no more than their parent's. Such a class keeps a
 // function of its own in the slot: hosts and the chain of classes tell by the slot whether a class has
@@ -45,18 +47,20 @@ inline constexpr auto ztMethodOr = ztMethodOf<operation>::template callOr<failur
 //
 //   ZT_CALL_PARENT_ONLY(methods, ztSequenceContainer, assign);
 template <typename Methods, auto table, auto slot>
-struct ztParentCall;
+struct ParentCall;
 
 template <typename Methods, typename ParentMethods, typename Result, typename... Arguments,
           const ParentMethods *(*table)(), Result (*ParentMethods::*slot)(Arguments...)>
-struct ztParentCall<Methods, table, slot> {
+struct ParentCall<Methods, table, slot> {
   static Result call(Arguments... arguments) {
     return (table()->*slot)(arguments...);
   }
 };
 
-#define ZT_CALL_PARENT_ONLY(methods, Parent, slot)                                           \
-  ((methods)->slot = ztParentCall<std::remove_pointer_t<decltype(methods)>, &Parent##_table, \
-                                  &Parent##Methods::slot>::call)
+#define ZT_CALL_PARENT_ONLY(methods, Parent, slot)                                                   \
+  ((methods)->slot = ::ztcore::ParentCall<std::remove_pointer_t<decltype(methods)>, &Parent##_table, \
+                                          &Parent##Methods::slot>::call)
+
+}  // namespace ztcore
 
 #endif

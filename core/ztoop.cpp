@@ -17,6 +17,8 @@
 #include <sys/auxv.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 ZT_PIN_FIELD(ztClassEntry, ctor, 104);
 ZT_PIN_FIELD(ztClassEntry, classDestroy, 112);
 ZT_PIN_FIELD(ztClassEntry, prototype, 120);
@@ -128,7 +130,7 @@ uint32_t hashOf(const char *name, size_t length) {
 // The registry ------------------------------------------------------------------------------------
 
 // Plain data: the tear-down has two ends, and no destructor may run between them. All of it is read and
-// written with ztEngineLock held.
+// written with engineLock held.
 static ztClassEntry *classlist;
 static int32_t classcount;
 static int32_t inited;
@@ -171,25 +173,25 @@ static const char *classNameOf(const ztClassEntry &entry) {
   return name == nullptr ? "" : name;
 }
 
-bool ztOOP_isNameTaken(const char *name) {
-  const ztLocked locked(ztEngineLock);
+bool ztcore::isNameTaken(const char *name) {
+  const Locked locked(engineLock);
   char kept[sizeof(ztClassEntry::name)];
-  ztCopyText(kept, name);
+  copyText(kept, name);
   return findEntry(kept) != nullptr;
 }
 
-bool ztIsWithin(const ztClass *klass, const ztClass *ancestor) {
+bool ztcore::isWithin(const ztClass *klass, const ztClass *ancestor) {
   while (klass != nullptr && klass != ancestor) klass = klass->parent;
   return klass != nullptr;
 }
 
 int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy) {
   if (prototype == nullptr || name == nullptr || ctor == nullptr) return 0;
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  if (ztOOP_isNameTaken(name)) return 0;
+  const Locked locked(engineLock, Locked::hostsCode);
+  if (isNameTaken(name)) return 0;
   auto *entry = static_cast<IndexedEntry *>(ztm_alloc(sizeof(IndexedEntry)));
   if (entry == nullptr) return 0;
-  if (!ztCopyText(entry->entry.name, name)) {
+  if (!copyText(entry->entry.name, name)) {
     ztLc_log("ztOOP::ztAddNewClass - Warning, class name cut to '%s'\n", entry->entry.name);
   }
   entry->entry.ctor = ctor;
@@ -209,8 +211,8 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
   return 1;
 }
 
-void ztOOP_ensureRegistered(const char *name, ztCtor ctor) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+void ztcore::ensureRegistered(const char *name, ztCtor ctor) {
+  const Locked locked(engineLock, Locked::hostsCode);
   if (ztOOP_isClassRegistered(name)) return;
   // The first object of a class fills the class and registers it. Not created it is no more than a
   // header, so that the class can be used whatever becomes of the registration.
@@ -224,13 +226,13 @@ void ztOOP_ensureRegistered(const char *name, ztCtor ctor) {
 }
 
 int32_t ztOOP_isClassRegistered(const char *name) {
-  const ztLocked locked(ztEngineLock);
+  const Locked locked(engineLock);
   return findEntry(name) != nullptr;
 }
 
 ztClass *ztOOP_findClass(const char *name) {
   if (name == nullptr) return nullptr;
-  const ztLocked locked(ztEngineLock);
+  const Locked locked(engineLock);
   const IndexedEntry *found = classIndex.find(hashOf(name, strlen(name)), [=](const ztClassEntry &entry) {
     return strcmp(classNameOf(entry), name) == 0;
   });
@@ -238,7 +240,7 @@ ztClass *ztOOP_findClass(const char *name) {
 }
 
 static ztCtor findCtor(const char *name) {
-  const ztLocked locked(ztEngineLock);
+  const Locked locked(engineLock);
   const IndexedEntry *found = findEntry(name);
   return found == nullptr ? nullptr : found->entry.ctor;
 }
@@ -251,12 +253,12 @@ void *ztNewFromName(const char *name) {
 }
 
 const ztClassEntry *ztOOP_classList(void) {
-  const ztLocked locked(ztEngineLock);
+  const Locked locked(engineLock);
   return classlist;
 }
 
 int32_t ztOOP_classCount(void) {
-  const ztLocked locked(ztEngineLock);
+  const Locked locked(engineLock);
   return classcount;
 }
 
@@ -298,7 +300,7 @@ static void freeClass(IndexedEntry *entry) {
 }
 
 void ztFreeClass(const char *name) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   freeClass(findEntry(name));
 }
 
@@ -337,7 +339,7 @@ static bool isOfProgram(const void *data) {
 // The newest entry of a class or of one that descends from it.
 static IndexedEntry *findEntryOf(const ztClass *klass) {
   for (ztClassEntry *entry = classlist; entry != nullptr; entry = entry->next) {
-    if (!indexed(entry)->beingFreed && ztIsWithin(ztOOP_classOf(entry->prototype), klass)) {
+    if (!indexed(entry)->beingFreed && isWithin(ztOOP_classOf(entry->prototype), klass)) {
       return indexed(entry);
     }
   }
@@ -346,23 +348,23 @@ static IndexedEntry *findEntryOf(const ztClass *klass) {
 
 void ztOOP_leaveRegistry(const ztClassDescription *description) {
   if (isOfProgram(description)) return;
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   // What runs later in the same library may still make objects of the class.
   __atomic_store_n(&description->state->registrationTried, 1, __ATOMIC_RELEASE);
   while (IndexedEntry *entry = findEntryOf(description->klass)) freeClass(entry);
-  ztForgetClass(description->klass);
+  forgetClass(description->klass);
 }
 
 // Start and clean-up ------------------------------------------------------------------------------
 
 int32_t ztOOP_Init(const char *baseName) {
   static bool exitHandlerInstalled;
-  const ztLocked locked(ztEngineLock);
+  const Locked locked(engineLock);
   if (inited) return 1;
   if (!exitHandlerInstalled) exitHandlerInstalled = atexit(ztOOP_CleanUp) == 0;
   inited = 1;
   startedBy = getpid();
-  if (baseName != nullptr) ztLc_openLogFile(ztMessage("%s.log", baseName));
+  if (baseName != nullptr) ztLc_openLogFile(makeMessage("%s.log", baseName));
   ztLc_log("# Zentova OOP Engine started - Version %s\n", ZT_VERSION);
   ztLc_log("# An object engine for procedural programs\n");
   ztLc_log("# Running Release Version\n\n");
@@ -370,23 +372,23 @@ int32_t ztOOP_Init(const char *baseName) {
 }
 
 void ztOOP_CleanUp(void) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   // A hook that asks for the clean-up has its own class's release, at least, still under way.
   if (!inited || releasing) return;
   const bool isTold = startedBy == getpid();
   if (isTold) ztLc_log("Cleaning up the system...\n");
   freeAllClasses();
-  ztReleaseKept();
+  releaseKept();
   if (isTold) ztLc_log("Cleaning done\n");
   ztLc_closeLogFile();
   inited = 0;
 }
 
-void ztOOP_releaseAfterStop() {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+void ztcore::releaseAfterStop() {
+  const Locked locked(engineLock, Locked::hostsCode);
   if (inited || releasing) return;
   freeAllClasses();
-  ztReleaseKept();
+  releaseKept();
   ztLc_closeLogFile();
 }
 
@@ -416,7 +418,7 @@ void *ztOOP_ztVirtualFuncHandler(const void *object) {
     if (klass == nullptr) klass = static_cast<const ztClass *>(object);
     name = klass->name;
   }
-  const char *text =
-      ztMessage("ztOOP -> Error: Trying to call a virtual function member for class: %s\n", printable(name));
+  const char *text = makeMessage("ztOOP -> Error: Trying to call a virtual function member for class: %s\n",
+                                 printable(name));
   return const_cast<char *>(text);
 }

@@ -4,16 +4,20 @@
 
 #include "core/ztoop.h"
 
+namespace ztcore {
+
 // Tells whether ztAddNewClass would refuse a name: one that is too long counts as what would be kept of it.
-bool ztOOP_isNameTaken(const char *name);
+bool isNameTaken(const char *name);
 
 // Registers a class where its name is not.
-void ztOOP_ensureRegistered(const char *name, ztCtor ctor);
+void ensureRegistered(const char *name, ztCtor ctor);
 
 // Whether a class is the other one or descends from it; a NULL class is not.
-bool ztIsWithin(const ztClass *klass, const ztClass *ancestor);
+bool isWithin(const ztClass *klass, const ztClass *ancestor);
 
 // Releases what was registered or opened while the engine was stopped, since ztOOP_CleanUp will not.
-void ztOOP_releaseAfterStop();
+void releaseAfterStop();
+
+}  // namespace ztcore
 
 #endif

@@ -1,6 +1,6 @@
 // The parts of an object: other objects that it owns, each in a field. A class lists them once,
 //
-//   using Parts = ztParts<&ztBaseClass_table, ztPart<&ztSlot::name, ztString_ctor>>;
+//   using Parts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
 //
 // and its `create`, `clone` and `destroy` follow, or begin with what follows.
 #ifndef ZT_CORE_ZTPARTS_HH
@@ -11,10 +11,12 @@
 
 #include <type_traits>
 
+namespace ztcore {
+
 // Takes a part out of its field, and releases it. In this order: what the part's end calls finds the field
 // empty, and may fill it again.
 template <typename Part>
-inline void ztReleasePart(Part *&field) {
+inline void releasePart(Part *&field) {
   Part *part = field;
   field = nullptr;
   if (part != nullptr) ztBaseClass_of(part)->unRef(part);
@@ -23,12 +25,11 @@ inline void ztReleasePart(Part *&field) {
 // The part in one field. A new object gets what the constructor makes, or none where there is no constructor.
 // A copy gets a copy.
 template <auto field, ztCtor constructor = nullptr>
-struct ztPart {
+struct Part {
   template <typename Object>
   static bool make(Object &object) {
     if constexpr (constructor != nullptr) {
-      object.*field =
-          static_cast<std::remove_reference_t<decltype(object.*field)>>(ztMakeObject(constructor));
+      object.*field = static_cast<std::remove_reference_t<decltype(object.*field)>>(makeObject(constructor));
       return object.*field != nullptr;
     }
     return true;
@@ -36,7 +37,7 @@ struct ztPart {
 
   template <typename Object>
   static bool copy(const Object &source, Object &copy) {
-    copy.*field = static_cast<std::remove_reference_t<decltype(copy.*field)>>(ztCopyObject(source.*field));
+    copy.*field = static_cast<std::remove_reference_t<decltype(copy.*field)>>(copyObject(source.*field));
     return copy.*field != nullptr || source.*field == nullptr;
   }
 
@@ -47,22 +48,22 @@ struct ztPart {
 
   template <typename Object>
   static void release(Object &object) {
-    ztReleasePart(object.*field);
+    releasePart(object.*field);
   }
 };
 
 // The same, but a copy gets a new part, too.
 template <auto field, ztCtor constructor>
-struct ztPartNotCopied : ztPart<field, constructor> {
+struct PartNotCopied : Part<field, constructor> {
   template <typename Object>
   static bool copy(const Object &, Object &copy) {
-    return ztPart<field, constructor>::make(copy);
+    return Part<field, constructor>::make(copy);
   }
 };
 
 // The parts of a class; `table` is its parent's method table.
 template <auto table, typename... Part>
-struct ztParts {
+struct Parts {
   // The parent's `create`, then the parts. False when one of them fails.
   template <typename Object>
   static int32_t create(Object &object) {
@@ -96,5 +97,7 @@ struct ztParts {
     table()->destroy(&object);
   }
 };
+
+}  // namespace ztcore
 
 #endif

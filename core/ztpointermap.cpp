@@ -7,6 +7,8 @@
 #include <time.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 uint32_t PointerMap::last() const {
   return (uint32_t{1} << bits) - 1;
 }

@@ -4,6 +4,8 @@
 
 #include <stdint.h>
 
+namespace ztcore {
+
 // A hash table from words to pointers. Where a key stands depends on a secret of the process, so that nobody
 // can choose keys that all stand in one place. Plain data without destructor, so that it can be static:
 // `clear` releases what it holds, and so does the removal of the last entry.
@@ -34,8 +36,10 @@ class PointerMap {
 };
 
 // The key of an identifier.
-inline uint64_t ztUidKey(int32_t uid) {
+inline uint64_t uidKey(int32_t uid) {
   return static_cast<uint32_t>(uid);
 }
+
+}  // namespace ztcore
 
 #endif

@@ -3,8 +3,10 @@
 #include <pthread.h>
 #include <stdio.h>
 
-void ztFindOwnStack() {
-  ztStackBounds &own = ztThisThread.ownStack;
+using namespace ztcore;
+
+void ztcore::findOwnStack() {
+  StackBounds &own = thisThread.ownStack;
   own = {1, 1};
   pthread_attr_t attributes;
   if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
@@ -19,7 +21,7 @@ void ztFindOwnStack() {
 }
 
 // A host may run on a stack that it made itself: it lies in a mapping of its own.
-static bool findMapping(uintptr_t address, ztStackBounds &found) {
+static bool findMapping(uintptr_t address, StackBounds &found) {
   FILE *mappings = fopen("/proc/self/maps", "re");
   if (mappings == nullptr) return false;
   // NOLINTNEXTLINE(cert-err34-c): the system writes it
@@ -28,13 +30,13 @@ static bool findMapping(uintptr_t address, ztStackBounds &found) {
   return found.holds(address);
 }
 
-size_t ztStackLeft() {
+size_t ztcore::stackLeft() {
   const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-  ztStackBounds &stack = ztThisThread.stack;
+  StackBounds &stack = thisThread.stack;
   if (!stack.holds(here)) {
-    ztStackBounds found;
-    if (ztIsOnOwnStack(here)) {
-      found = ztThisThread.ownStack;
+    StackBounds found;
+    if (isOnOwnStack(here)) {
+      found = thisThread.ownStack;
     } else if (!findMapping(here, found)) {
       return 0;
     }

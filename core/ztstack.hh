@@ -7,18 +7,22 @@
 
 #include <stddef.h>
 
+namespace ztcore {
+
 // The bytes of the caller's stack that a call may use and still leave enough for what is not counted; 0
 // when there are none left, and where the bounds of the stack are not known.
-size_t ztStackLeft();
+size_t stackLeft();
 
 // Asks for the bounds of the stack that the system gave this thread; empty ones where it does not tell. That
 // takes long for the first thread.
-void ztFindOwnStack();
+void findOwnStack();
 
 // Whether an address lies on that stack.
-inline bool ztIsOnOwnStack(uintptr_t address) {
-  if (ztThisThread.ownStack.high == 0) ztFindOwnStack();
-  return ztThisThread.ownStack.holds(address);
+inline bool isOnOwnStack(uintptr_t address) {
+  if (thisThread.ownStack.high == 0) findOwnStack();
+  return thisThread.ownStack.holds(address);
 }
+
+}  // namespace ztcore
 
 #endif

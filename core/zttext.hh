@@ -4,10 +4,12 @@
 
 #include <string.h>
 
+namespace ztcore {
+
 // Cuts the text to the buffer; NULL counts as empty. All bytes behind the text become zero, so a
 // record that is written to a file carries no stale memory. Returns false when the text was cut.
 template <size_t size>
-inline bool ztCopyText(char (&buffer)[size], const char *text) {
+inline bool copyText(char (&buffer)[size], const char *text) {
   const size_t length = text == nullptr ? 0 : strnlen(text, size);
   const size_t kept = length < size ? length : size - 1;
   // The text may be the buffer's own.
@@ -15,5 +17,7 @@ inline bool ztCopyText(char (&buffer)[size], const char *text) {
   memset(buffer + kept, 0, size - kept);
   return kept == length;
 }
+
+}  // namespace ztcore
 
 #endif

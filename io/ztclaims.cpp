@@ -5,26 +5,28 @@
 #include "io/ztstream.hh"
 #include "io/zttxtfile.h"
 
+using namespace ztcore;
+
 // The accounts -------------------------------------------------------------------------------------
 //
 // There are few: a file has one only while objects with claims are read from it, or when claims stayed unmet.
 // Which file an account is of changes under the lock; the rest is for the thread that reads the file.
 
 constexpr int accountCount = 32;
-static ztClaimAccount accounts[accountCount];
+static ClaimAccount accounts[accountCount];
 static int32_t accountsInUse;
 static int nextVictim;
 
-static ztClaimAccount *find(const void *file) {
-  for (ztClaimAccount &account : accounts) {
+static ClaimAccount *find(const void *file) {
+  for (ClaimAccount &account : accounts) {
     if (account.file == file) return &account;
   }
   return nullptr;
 }
 
 // One that is free, or that of a file which is not being read. NULL when there is none.
-static ztClaimAccount *findFree() {
-  ztClaimAccount *account = find(nullptr);
+static ClaimAccount *findFree() {
+  ClaimAccount *account = find(nullptr);
   for (int i = 0; account == nullptr && i < accountCount; ++i) {
     nextVictim = (nextVictim + 1) % accountCount;
     if (accounts[nextVictim].depth == 0) account = &accounts[nextVictim];
@@ -32,14 +34,14 @@ static ztClaimAccount *findFree() {
   return account;
 }
 
-static void clear(ztClaimAccount *account) {
+static void clear(ClaimAccount *account) {
   if (account->file != nullptr) __atomic_sub_fetch(&accountsInUse, 1, __ATOMIC_RELAXED);
   *account = {};
 }
 
 // The account of the file; NULL when all are taken by files that are being read.
-static ztClaimAccount *findOrMake(const void *file) {
-  ztClaimAccount *account = find(file);
+static ClaimAccount *findOrMake(const void *file) {
+  ClaimAccount *account = find(file);
   if (account != nullptr) return account;
   account = findFree();
   if (account == nullptr) return nullptr;
@@ -48,31 +50,31 @@ static ztClaimAccount *findOrMake(const void *file) {
   return account;
 }
 
-void ztForgetClaims(const void *file) {
+void ztcore::forgetClaims(const void *file) {
   if (__atomic_load_n(&accountsInUse, __ATOMIC_RELAXED) == 0) return;
-  const ztLocked locked(ztTablesLock);
-  ztClaimAccount *account = find(file);
+  const Locked locked(tablesLock);
+  ClaimAccount *account = find(file);
   if (account != nullptr) clear(account);
 }
 
 // The position of a claim; one that is read again from before does not add to the claims of the last time.
-static bool isReadAgain(const ztClaimAccount *account, const FILE *stream, int64_t position) {
+static bool isReadAgain(const ClaimAccount *account, const FILE *stream, int64_t position) {
   return account->stream != stream || (position >= 0 && position <= account->position);
 }
 
-static void begin(ztClaimAccount *account, const void *file, const FILE *stream, int64_t position) {
+static void begin(ClaimAccount *account, const void *file, const FILE *stream, int64_t position) {
   if (account->depth == 0 && isReadAgain(account, stream, position)) account->claimed = account->read = 0;
   account->file = file;
   account->stream = stream;
   account->position = position;
-  if (account->depth++ == 0) account->countedFrom = ztThisThread.bytesRead;
+  if (account->depth++ == 0) account->countedFrom = thisThread.bytesRead;
 }
 
-static void end(ztClaimAccount *account, const void *file) {
-  const ztLocked locked(ztTablesLock);
+static void end(ClaimAccount *account, const void *file) {
+  const Locked locked(tablesLock);
   // The file may have been closed by what was read.
   if (account->file != file || --account->depth > 0) return;
-  account->read += static_cast<int64_t>(ztThisThread.bytesRead - account->countedFrom);
+  account->read += static_cast<int64_t>(thisThread.bytesRead - account->countedFrom);
   if (account->claimed <= 0) clear(account);
 }
 
@@ -83,29 +85,29 @@ static bool usesPrimitivesOf(const ztFileMethods *methods, const ztFileMethods *
          methods->readString == others->readString;
 }
 
-ztClaims::ztClaims(void *source)
-    : file(source), stream(static_cast<const ztFile *>(source)->stream), lastRead(ztThisThread.bytesRead) {
+Claims::Claims(void *source)
+    : file(source), stream(static_cast<const ztFile *>(source)->stream), lastRead(thisThread.bytesRead) {
   const ztFileMethods *methods = ztFile_of(file);
   const auto *textMethods = static_cast<const ztFileMethods *>(ztTextFileClass_Instance()->methodTable);
   text = usesPrimitivesOf(methods, textMethods);
   if (text || usesPrimitivesOf(methods, ztFile_table())) own = stream;
 }
 
-ztClaims::~ztClaims() {
+Claims::~Claims() {
   if (shared != nullptr && shared != &local) end(shared, file);
 }
 
-bool ztClaims::readCount(int32_t *count) {
-  ztThisThread.countSource = nullptr;
+bool Claims::readCount(int32_t *count) {
+  thisThread.countSource = nullptr;
   const bool isRead = ztFile_of(file)->readInt(file, count) > 0 && *count >= 0;
-  counted = stream != nullptr && ztThisThread.countSource == file;
+  counted = stream != nullptr && thisThread.countSource == file;
   return isRead;
 }
 
-ztClaimAccount *ztClaims::account() {
+ClaimAccount *Claims::account() {
   if (shared != nullptr) return shared;
   const int64_t position = stream == nullptr ? -1 : ftello(stream);
-  const ztLocked locked(ztTablesLock);
+  const Locked locked(tablesLock);
   shared = findOrMake(file);
   if (shared == nullptr) shared = &local;
   begin(shared, file, stream, position);
@@ -118,58 +120,58 @@ static int64_t limitFor(int64_t read) {
   return read > 0 ? always + forEachByte * read : always;
 }
 
-int64_t ztClaims::read() {
+int64_t Claims::read() {
   const int64_t position = stream == nullptr ? -1 : ftello(stream);
   if (position >= 0) return position;
-  const ztClaimAccount *mine = account();
-  return mine->read + static_cast<int64_t>(ztThisThread.bytesRead - mine->countedFrom);
+  const ClaimAccount *mine = account();
+  return mine->read + static_cast<int64_t>(thisThread.bytesRead - mine->countedFrom);
 }
 
-int64_t ztClaims::limit() {
+int64_t Claims::limit() {
   return limitFor(read());
 }
 
-int64_t ztClaims::left() {
+int64_t Claims::left() {
   return limit() - account()->claimed;
 }
 
-bool ztClaims::isHeld(int64_t bytes) {
+bool Claims::isHeld(int64_t bytes) {
   if (!counted) return false;
-  const int64_t inFile = ztBytesLeft(stream);
+  const int64_t inFile = bytesLeft(stream);
   return inFile >= 0 && bytes <= inFile - account()->claimed;
 }
 
-bool ztClaims::isExcessive(int64_t elements, int64_t inFile, int64_t inMemory) {
-  const int64_t left = counted && inFile > 0 ? ztBytesLeft(stream) : -1;
+bool Claims::isExcessive(int64_t elements, int64_t inFile, int64_t inMemory) {
+  const int64_t left = counted && inFile > 0 ? bytesLeft(stream) : -1;
   if (left < 0 || elements <= left / inFile) return false;
   return (elements - left / inFile) * inMemory > limitFor(read() + left);
 }
 
-bool ztClaims::take(int64_t bytes) {
+bool Claims::take(int64_t bytes) {
   if (bytes > left()) return false;
   hold(bytes);
   return true;
 }
 
-void ztClaims::hold(int64_t bytes) {
+void Claims::hold(int64_t bytes) {
   account()->claimed += bytes;
   unmet += bytes;
 }
 
-void ztClaims::give(int64_t bytes) {
+void Claims::give(int64_t bytes) {
   hold(-bytes);
 }
 
-void ztClaims::giveAll() {
+void Claims::giveAll() {
   give(unmet);
 }
 
-void ztClaims::addArrived(int64_t bytes) {
+void Claims::addArrived(int64_t bytes) {
   account()->read += bytes;
 }
 
-int64_t ztClaims::arrivedSince() {
+int64_t Claims::arrivedSince() {
   const uint64_t before = lastRead;
-  lastRead = ztThisThread.bytesRead;
+  lastRead = thisThread.bytesRead;
   return static_cast<int64_t>(lastRead - before);
 }

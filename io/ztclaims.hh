@@ -9,8 +9,10 @@
 #include <stdint.h>
 #include <stdio.h>
 
+namespace ztcore {
+
 // The account of one file.
-struct ztClaimAccount {
+struct ClaimAccount {
   const void *file;      // NULL while nobody's
   const FILE *stream;    // what the file had open
   int64_t claimed;       // bytes claimed that nothing has arrived for
@@ -21,12 +23,12 @@ struct ztClaimAccount {
 };
 
 // The claims of one object that is read from a file.
-class ztClaims {
+class Claims {
  public:
-  explicit ztClaims(void *file);
-  ~ztClaims();
-  ztClaims(const ztClaims &) = delete;
-  ztClaims &operator=(const ztClaims &) = delete;
+  explicit Claims(void *file);
+  ~Claims();
+  Claims(const Claims &) = delete;
+  Claims &operator=(const Claims &) = delete;
 
   // Reads a count through the file's table. False when that fails or the count is negative.
   bool readCount(int32_t *count);
@@ -69,7 +71,7 @@ class ztClaims {
   int64_t arrivedSince();
 
  private:
-  ztClaimAccount *account();
+  ClaimAccount *account();
   int64_t read();
 
   void *file;
@@ -79,11 +81,13 @@ class ztClaims {
   bool counted = false;
   int64_t unmet = 0;
   uint64_t lastRead;
-  ztClaimAccount *shared = nullptr;
-  ztClaimAccount local = {};
+  ClaimAccount *shared = nullptr;
+  ClaimAccount local = {};
 };
 
 // Forgets the claims of a file that is closed.
-void ztForgetClaims(const void *file);
+void forgetClaims(const void *file);
+
+}  // namespace ztcore
 
 #endif

@@ -14,6 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztFile, 536, 39);
 ZT_PIN_FUNCTION(ztFile, renameFile, 10);
 ZT_PIN_FUNCTION(ztFile, fileExist, 13);
@@ -23,30 +25,30 @@ ZT_PIN_FUNCTION(ztFile, fileExist, 13);
 static int32_t fileCreate(ztFile &file) {
   if (!ztBaseClass_table()->create(&file)) return 0;
   file.stream = nullptr;
-  ztCopyText(file.fileName, "");
+  copyText(file.fileName, "");
   return 1;
 }
 
 static void fileRelease(ztFile &file) {
   FILE *stream = file.stream;
   if (stream == nullptr) return;
-  ztForgetClaims(&file);
+  forgetClaims(&file);
   file.stream = nullptr;
-  ztCloseStream(stream);
+  closeStream(stream);
 }
 
 static void fileClose(ztFile &file) {
   fileRelease(file);
-  ztCopyText(file.fileName, "");
+  copyText(file.fileName, "");
 }
 
 static int32_t fileOpen(ztFile &file, const char *name, const char *mode) {
   // The name may stand in the one that `close` is about to clear; such a name is never cut.
   char kept[sizeof file.fileName];
-  const bool isWhole = ztCopyText(kept, name);
+  const bool isWhole = copyText(kept, name);
   ztFile_of(&file)->close(&file);
   if (name == nullptr || mode == nullptr) return 0;
-  file.stream = ztOpenStream(isWhole ? kept : name, mode);
+  file.stream = openStream(isWhole ? kept : name, mode);
   if (file.stream == nullptr) return 0;
   memcpy(file.fileName, kept, sizeof kept);
   return 1;
@@ -92,7 +94,7 @@ static int64_t fileTell(ztFile &file) {
 }
 
 static int32_t fileFlush(ztFile &file) {
-  return file.stream != nullptr && ztFlushStream(file.stream) ? 0 : EOF;
+  return file.stream != nullptr && flushStream(file.stream) ? 0 : EOF;
 }
 
 static int32_t fileEof(ztFile &file) {
@@ -106,12 +108,12 @@ static int32_t fileEof(ztFile &file) {
 
 static int32_t writeBytes(const ztFile &file, const void *buffer, size_t n) {
   if (file.stream == nullptr || buffer == nullptr) return 0;
-  return static_cast<int32_t>(ztPutBytes(file.stream, buffer, n));
+  return static_cast<int32_t>(putBytes(file.stream, buffer, n));
 }
 
 static int32_t readBytes(const ztFile &file, void *buffer, size_t n) {
   if (file.stream == nullptr || buffer == nullptr) return 0;
-  return static_cast<int32_t>(ztTakeBytes(file.stream, buffer, n));
+  return static_cast<int32_t>(takeBytes(file.stream, buffer, n));
 }
 
 template <typename Value>
@@ -125,7 +127,7 @@ static int32_t readValue(ztFile &file, Value *out) {
 }
 
 static int32_t fileReadInt(ztFile &file, int32_t *out) {
-  ztThisThread.countSource = &file;
+  thisThread.countSource = &file;
   return readValue(file, out);
 }
 
@@ -192,7 +194,7 @@ static int32_t fileFileExist(const void *, const char *name) {
   return 1;
 }
 
-void ztFillFileFunctions(ztFileFunctions *functions) {
+void ztcore::fillFileFunctions(ztFileFunctions *functions) {
   functions->renameFile = fileRenameFile;
   functions->deleteFile = fileDeleteFile;
   functions->tmpFile = fileTmpFile;
@@ -200,33 +202,33 @@ void ztFillFileFunctions(ztFileFunctions *functions) {
 }
 
 static void fileMethods(ztFileMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<fileCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<fileCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, fileClone);
   ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<fileDestroy>);
-  ZT_OVERRIDE_METHOD(methods, open, ztMethod<fileOpen>);
-  ZT_OVERRIDE_METHOD(methods, close, ztMethod<fileClose>);
-  ZT_OVERRIDE_METHOD(methods, release, ztMethod<fileRelease>);
-  ZT_OVERRIDE_METHOD(methods, goToBegin, (ztMethodOr<fileGoToBegin, -1>));
-  ZT_OVERRIDE_METHOD(methods, goToEnd, (ztMethodOr<fileGoToEnd, -1>));
-  ZT_OVERRIDE_METHOD(methods, goTo, (ztMethodOr<fileGoTo, -1>));
-  ZT_OVERRIDE_METHOD(methods, goToAbs, (ztMethodOr<fileGoToAbs, -1>));
-  ZT_OVERRIDE_METHOD(methods, tell, (ztMethodOr<fileTell, -1>));
-  ZT_OVERRIDE_METHOD(methods, flush, (ztMethodOr<fileFlush, EOF>));
-  ZT_OVERRIDE_METHOD(methods, eof, (ztMethodOr<fileEof, 1>));
-  ZT_OVERRIDE_METHOD(methods, writeInt, ztMethod<writeValue<int32_t>>);
-  ZT_OVERRIDE_METHOD(methods, readInt, ztMethod<fileReadInt>);
-  ZT_OVERRIDE_METHOD(methods, writeLong, ztMethod<writeValue<int64_t>>);
-  ZT_OVERRIDE_METHOD(methods, readLong, ztMethod<readValue<int64_t>>);
-  ZT_OVERRIDE_METHOD(methods, writeFloat, ztMethod<writeValue<double>>);
-  ZT_OVERRIDE_METHOD(methods, readFloat, ztMethod<readValue<double>>);
-  ZT_OVERRIDE_METHOD(methods, writeBuf, ztMethod<fileWriteBuf>);
-  ZT_OVERRIDE_METHOD(methods, readBuf, ztMethod<fileReadBuf>);
-  ZT_OVERRIDE_METHOD(methods, writeString, ztMethod<fileWriteString>);
-  ZT_OVERRIDE_METHOD(methods, readString, ztMethod<fileReadString>);
-  ZT_OVERRIDE_METHOD(methods, writeChar, ztMethod<fileWriteChar>);
-  ZT_OVERRIDE_METHOD(methods, readChar, ztMethod<readValue<char>>);
-  ZT_OVERRIDE_METHOD(methods, getFileName, ztMethod<fileGetFileName>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<fileDestroy>);
+  ZT_OVERRIDE_METHOD(methods, open, method<fileOpen>);
+  ZT_OVERRIDE_METHOD(methods, close, method<fileClose>);
+  ZT_OVERRIDE_METHOD(methods, release, method<fileRelease>);
+  ZT_OVERRIDE_METHOD(methods, goToBegin, (methodOr<fileGoToBegin, -1>));
+  ZT_OVERRIDE_METHOD(methods, goToEnd, (methodOr<fileGoToEnd, -1>));
+  ZT_OVERRIDE_METHOD(methods, goTo, (methodOr<fileGoTo, -1>));
+  ZT_OVERRIDE_METHOD(methods, goToAbs, (methodOr<fileGoToAbs, -1>));
+  ZT_OVERRIDE_METHOD(methods, tell, (methodOr<fileTell, -1>));
+  ZT_OVERRIDE_METHOD(methods, flush, (methodOr<fileFlush, EOF>));
+  ZT_OVERRIDE_METHOD(methods, eof, (methodOr<fileEof, 1>));
+  ZT_OVERRIDE_METHOD(methods, writeInt, method<writeValue<int32_t>>);
+  ZT_OVERRIDE_METHOD(methods, readInt, method<fileReadInt>);
+  ZT_OVERRIDE_METHOD(methods, writeLong, method<writeValue<int64_t>>);
+  ZT_OVERRIDE_METHOD(methods, readLong, method<readValue<int64_t>>);
+  ZT_OVERRIDE_METHOD(methods, writeFloat, method<writeValue<double>>);
+  ZT_OVERRIDE_METHOD(methods, readFloat, method<readValue<double>>);
+  ZT_OVERRIDE_METHOD(methods, writeBuf, method<fileWriteBuf>);
+  ZT_OVERRIDE_METHOD(methods, readBuf, method<fileReadBuf>);
+  ZT_OVERRIDE_METHOD(methods, writeString, method<fileWriteString>);
+  ZT_OVERRIDE_METHOD(methods, readString, method<fileReadString>);
+  ZT_OVERRIDE_METHOD(methods, writeChar, method<fileWriteChar>);
+  ZT_OVERRIDE_METHOD(methods, readChar, method<readValue<char>>);
+  ZT_OVERRIDE_METHOD(methods, getFileName, method<fileGetFileName>);
 }
 
-ZT_DEFINE_CLASS_FULL(ztFile, ztBaseClass, fileMethods, 1, ztFileFunctions, ztFillFileFunctions)
+ZT_DEFINE_CLASS_FULL(ztFile, ztBaseClass, fileMethods, 1, ztFileFunctions, fillFileFunctions)

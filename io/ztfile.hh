@@ -4,7 +4,11 @@
 
 #include "io/ztfile.h"
 
+namespace ztcore {
+
 // Class functions are not inherited: each file class fills its own table with them.
-void ztFillFileFunctions(ztFileFunctions *functions);
+void fillFileFunctions(ztFileFunctions *functions);
+
+}  // namespace ztcore
 
 #endif

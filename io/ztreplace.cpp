@@ -10,6 +10,8 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 static size_t folderLengthOf(const char *path) {
   const char *slash = strrchr(path, '/');
   return slash == nullptr ? 0 : static_cast<size_t>(slash - path) + 1;
@@ -44,7 +46,7 @@ static bool isSame(const char *path, const struct stat &known) {
 
 // Finds the name behind all links, and what is there.
 bool FileReplacement::followPath(const char *path) {
-  if (!ztCopyText(target, path)) return false;
+  if (!copyText(target, path)) return false;
   replaces = stat(target, &replaced) == 0;
   if (!replaces && errno != ENOENT) return false;
   if (!followLinks(target)) return false;

@@ -5,6 +5,8 @@
 #include <limits.h>
 #include <sys/stat.h>
 
+namespace ztcore {
+
 // The new contents of a file. They are written to a file beside it, which takes its place in the end, or goes
 // with this object.
 class FileReplacement {
@@ -39,5 +41,7 @@ class FileReplacement {
   int file = -1;
   bool isMade = false;  // there is a file under the temporary name
 };
+
+}  // namespace ztcore
 
 #endif

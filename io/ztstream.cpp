@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 // Interrupted writes -------------------------------------------------------------------------------
 //
 // A stream whose write is interrupted drops its buffer. So the buffers of pipes, terminals and the like, where
@@ -69,14 +71,14 @@ static size_t putPastBuffer(FILE *stream, const void *bytes, size_t count) {
   return writeAll(stream, static_cast<const char *>(bytes), count);
 }
 
-size_t ztPutBytes(FILE *stream, const void *bytes, size_t count) {
+size_t ztcore::putBytes(FILE *stream, const void *bytes, size_t count) {
   // A line-buffered stream has none, and less than none while bytes wait in its buffer.
   const ptrdiff_t room = stream->_IO_write_end - stream->_IO_write_ptr;
   const bool fits = room >= 0 && count <= static_cast<size_t>(room);
   return fits ? fwrite_unlocked(bytes, 1, count, stream) : putPastBuffer(stream, bytes, count);
 }
 
-bool ztFlushStream(FILE *stream) {
+bool ztcore::flushStream(FILE *stream) {
   const bool hasFailed = ferror_unlocked(stream) != 0;
   const bool wasWritten = !isInterruptible(stream) || writeBuffer(stream);
   if (fflush(stream) == 0 && wasWritten && !hasFailed) return true;
@@ -86,7 +88,7 @@ bool ztFlushStream(FILE *stream) {
 
 // Opening and closing ------------------------------------------------------------------------------
 
-FILE *ztOpenStream(const char *name, const char *mode) {
+FILE *ztcore::openStream(const char *name, const char *mode) {
   FILE *stream;
   do {
     errno = 0;
@@ -95,7 +97,7 @@ FILE *ztOpenStream(const char *name, const char *mode) {
   return stream;
 }
 
-void ztCloseStream(FILE *stream) {
+void ztcore::closeStream(FILE *stream) {
   if (isInterruptible(stream)) writeBuffer(stream);
   fclose(stream);
 }
@@ -111,27 +113,27 @@ static bool wasInterrupted(FILE *stream, bool hadFailed) {
   return true;
 }
 
-size_t ztTakeBytes(FILE *stream, void *bytes, size_t count) {
+size_t ztcore::takeBytes(FILE *stream, void *bytes, size_t count) {
   const bool hadFailed = ferror_unlocked(stream) != 0;
   size_t got = fread_unlocked(bytes, 1, count, stream);
   while (got < count && wasInterrupted(stream, hadFailed)) {
     got += fread_unlocked(static_cast<char *>(bytes) + got, 1, count - got, stream);
   }
-  ztThisThread.bytesRead += got;
+  thisThread.bytesRead += got;
   return got;
 }
 
 // The failure may be an older one, and then the mark goes with the signal's.
-int ztTakeByteAgain(FILE *stream) {
+int ztcore::takeByteAgain(FILE *stream) {
   int byte = EOF;
   while (byte == EOF && wasInterrupted(stream, false)) byte = getc_unlocked(stream);
   return byte;
 }
 
-int32_t ztTakeLine(FILE *stream, char *bytes, int32_t count) {
+int32_t ztcore::takeLine(FILE *stream, char *bytes, int32_t count) {
   int32_t got = 0;
   while (got < count) {
-    const int byte = ztTakeByte(stream);
+    const int byte = takeByte(stream);
     if (byte == EOF) return feof_unlocked(stream) ? got : -1;
     bytes[got++] = static_cast<char>(byte);
     if (byte == '\n') break;
@@ -139,7 +141,7 @@ int32_t ztTakeLine(FILE *stream, char *bytes, int32_t count) {
   return got;
 }
 
-char *ztTakeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived) {
+char *ztcore::takeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived) {
   constexpr int32_t atFirst = 4096;
   int32_t room = count < atFirst ? count : atFirst;
   auto *block = static_cast<char *>(ztm_alloc(room + 1));
@@ -147,8 +149,8 @@ char *ztTakeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived)
   while (block != nullptr) {
     const int32_t wanted = room - got;
     const int32_t more =
-        isLine ? ztTakeLine(stream, block + got, wanted)
-               : static_cast<int32_t>(ztTakeBytes(stream, block + got, static_cast<size_t>(wanted)));
+        isLine ? takeLine(stream, block + got, wanted)
+               : static_cast<int32_t>(takeBytes(stream, block + got, static_cast<size_t>(wanted)));
     if (more > 0) got += more;
     if (more < wanted || room == count || (isLine && block[got - 1] == '\n')) break;
     room = room > count / 2 ? count : room * 2;
@@ -162,7 +164,7 @@ char *ztTakeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived)
 
 // Sizes --------------------------------------------------------------------------------------------
 
-int64_t ztBytesLeft(FILE *stream) {
+int64_t ztcore::bytesLeft(FILE *stream) {
   struct stat found;
   const int descriptor = fileno(stream);
   if (descriptor < 0 || fstat(descriptor, &found) != 0 || !S_ISREG(found.st_mode)) return -1;

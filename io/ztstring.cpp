@@ -14,6 +14,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztString, 24, 21);
 ZT_PIN_FUNCTION(ztString, classInit, 8);
 ZT_PIN_FUNCTION(ztString, classDestroy, 9);
@@ -33,7 +35,7 @@ static char *dataOf(const ztCharArray *buffer) {
 }
 
 // No text counts as an empty one.
-static const char *textOf(const void *string) {
+static const char *textFrom(const void *string) {
   const char *text = ztString_of(string)->get(string);
   return text == nullptr ? "" : text;
 }
@@ -46,7 +48,7 @@ static bool resizeBuffer(ztCharArray *buffer, size_t size) {
 
 // A text in the buffer of a host's class may be anywhere.
 static bool mayBeWithin(const ztCharArray *buffer, const char *text) {
-  if (!ztIsOwnBuffer(buffer)) return true;
+  if (!isOwnBuffer(buffer)) return true;
   const auto offset = reinterpret_cast<uintptr_t>(text) - reinterpret_cast<uintptr_t>(buffer->data);
   return offset < static_cast<uintptr_t>(buffer->count);
 }
@@ -113,20 +115,20 @@ static int32_t stringIsEmpty(const ztString &string) {
 // Comparison --------------------------------------------------------------------------------------
 
 static int32_t stringIsEqual(const ztString &string, const void *other) {
-  return other != nullptr && strcmp(textOf(&string), textOf(other)) == 0;
+  return other != nullptr && strcmp(textFrom(&string), textFrom(other)) == 0;
 }
 
 static int32_t stringIsLess(const ztString &string, const void *other) {
-  return other != nullptr && strcmp(textOf(&string), textOf(other)) < 0;
+  return other != nullptr && strcmp(textFrom(&string), textFrom(other)) < 0;
 }
 
 static int32_t stringIsMajor(const ztString &string, const void *other) {
-  return other != nullptr && strcmp(textOf(&string), textOf(other)) > 0;
+  return other != nullptr && strcmp(textFrom(&string), textFrom(other)) > 0;
 }
 
 // The string as an object -------------------------------------------------------------------------
 
-using StringParts = ztParts<&ztBaseClass_table, ztPart<&ztString::buffer, ztCharArray_ctor>>;
+using StringParts = Parts<&ztBaseClass_table, Part<&ztString::buffer, ztCharArray_ctor>>;
 
 static int32_t stringCreate(ztString &string) {
   if (!StringParts::create(string)) return 0;
@@ -150,7 +152,7 @@ static int32_t stringAssign(ztString &string, const void *other) {
 
 static void stringDestroy(ztString &string) {
   ztBaseClass_table()->destroy(&string);
-  ztReleasePart(string.buffer);
+  releasePart(string.buffer);
 }
 
 static int32_t stringWrite(const ztString &string, void *file) {
@@ -173,13 +175,13 @@ constexpr int64_t smallSlack = 8;     // no more than twice what a size takes in
 constexpr int64_t largeSlack = 32768;
 
 // Slack that has come to be large, or that the file's account has no room for, is given up: the text stays.
-static bool keepsSlack(ztClaims *claims, int64_t slack) {
+static bool keepsSlack(Claims *claims, int64_t slack) {
   return slack <= smallSlack || (slack < largeSlack && claims->take(slack));
 }
 
 // What the text form stores of a text with a line feed ends there, too.
-static void giveUpSlack(ztCharArray *buffer, int32_t size, ztClaims *claims) {
-  if (!claims->isCounted() || !ztIsOwnBuffer(buffer)) return;
+static void giveUpSlack(ztCharArray *buffer, int32_t size, Claims *claims) {
+  if (!claims->isCounted() || !isOwnBuffer(buffer)) return;
   const int64_t arrived = claims->arrivedSince();
   if (arrived > 0 && arrived < size && !keepsSlack(claims, size - arrived)) {
     resizeBuffer(buffer, static_cast<size_t>(arrived) + 1);
@@ -188,7 +190,7 @@ static void giveUpSlack(ztCharArray *buffer, int32_t size, ztClaims *claims) {
 }
 
 // As many bytes as the size says, and one more.
-static int32_t readInto(ztCharArray *buffer, void *file, int32_t size, ztClaims *claims) {
+static int32_t readInto(ztCharArray *buffer, void *file, int32_t size, Claims *claims) {
   if (!ztCharArray_of(buffer)->setSize(buffer, size)) return 0;
   char *text = dataOf(buffer);
   if (text == nullptr) return 0;
@@ -203,7 +205,7 @@ static int32_t readInto(ztCharArray *buffer, void *file, int32_t size, ztClaims 
 
 // Takes over the block, which becomes the buffer's where its class is the library's.
 static int32_t installText(ztCharArray *buffer, char *block, int32_t size) {
-  if (ztIsOwnBuffer(buffer)) {
+  if (isOwnBuffer(buffer)) {
     ztm_free(buffer->data);
     buffer->data = block;
     buffer->count = size;
@@ -217,13 +219,13 @@ static int32_t installText(ztCharArray *buffer, char *block, int32_t size) {
 }
 
 // The text of a file that is not known to hold it is read before the buffer grows.
-static int32_t readArriving(ztCharArray *buffer, int32_t size, ztClaims *claims) {
+static int32_t readArriving(ztCharArray *buffer, int32_t size, Claims *claims) {
   const bool isLine = claims->isText();
   int32_t arrived = 0;
-  char *block = ztTakeArriving(claims->ownStream(), isLine ? size - 1 : size, isLine, &arrived);
+  char *block = takeArriving(claims->ownStream(), isLine ? size - 1 : size, isLine, &arrived);
   const int64_t slack = int64_t{size} - arrived;
   const bool isBorneOut = block != nullptr && arrived > 0 && slack <= claims->limit();
-  if (isBorneOut && arrived < size && ztIsOwnBuffer(buffer) && !keepsSlack(claims, slack)) size = arrived + 1;
+  if (isBorneOut && arrived < size && isOwnBuffer(buffer) && !keepsSlack(claims, slack)) size = arrived + 1;
   char *text = isBorneOut ? static_cast<char *>(ztm_realloc(block, size)) : nullptr;
   if (text == nullptr) {
     ztm_free(block);
@@ -237,7 +239,7 @@ static int32_t readArriving(ztCharArray *buffer, int32_t size, ztClaims *claims)
 static int32_t stringRead(ztString &string, void *file) {
   ztCharArray *buffer = string.buffer;
   if (buffer == nullptr || file == nullptr) return 0;
-  ztClaims claims(file);
+  Claims claims(file);
   int32_t stored = 0;
   if (!claims.readCount(&stored) || stored >= INT32_MAX - 1) return 0;
   const int32_t size = stored + 1;
@@ -273,11 +275,11 @@ static bool loadMark(void *file) {
 }
 
 // As the file's `readBuf`, but for memory that is there only for what arrives.
-static char *loadArriving(int32_t count, const ztClaims *claims) {
+static char *loadArriving(int32_t count, const Claims *claims) {
   int32_t arrived = 0;
-  char *text = ztTakeArriving(claims->ownStream(), count, false, &arrived);
+  char *text = takeArriving(claims->ownStream(), count, false, &arrived);
   // A line feed stands behind the bytes of a text file.
-  const bool isWhole = arrived == count && (!claims->isText() || ztTakeByte(claims->ownStream()) == '\n');
+  const bool isWhole = arrived == count && (!claims->isText() || takeByte(claims->ownStream()) == '\n');
   if (text == nullptr || isWhole) return text;
   ztm_free(text);
   return nullptr;
@@ -291,7 +293,7 @@ static char *loadThroughTable(void *file, int32_t count) {
 }
 
 // A new block with the characters and a terminator; NULL when they are not all there.
-static char *loadText(void *file, int32_t count, ztClaims *claims) {
+static char *loadText(void *file, int32_t count, Claims *claims) {
   char *text = nullptr;
   if (count == 0) {
     text = static_cast<char *>(ztm_alloc(1));
@@ -310,7 +312,7 @@ static char *loadText(void *file, int32_t count, ztClaims *claims) {
 
 int32_t ztString_load(void *string, void *file) {
   if (string == nullptr || file == nullptr) return 0;
-  ztClaims claims(file);
+  Claims claims(file);
   int32_t stored = 0;
   if (!claims.readCount(&stored) || !loadMark(file)) return 0;
   char *text = stored == 0 ? nullptr : loadText(file, stored - 1, &claims);
@@ -326,18 +328,18 @@ int32_t ztString_load(void *string, void *file) {
 // again by a later newString.
 
 static void *stringNewString(const void *, const char *text) {
-  ztThreadBlock *block = ztBlockOfThread();
-  if (block->scratchString == nullptr) block->scratchString = ztMakeObject(ztString_ctor);
+  ThreadBlock *block = blockOfThread();
+  if (block->scratchString == nullptr) block->scratchString = makeObject(ztString_ctor);
   void *scratch = block->scratchString;
   return scratch == nullptr ? nullptr : ztString_of(scratch)->set(scratch, text);
 }
 
 static void stringClassInit(ztClass *) {
-  if (ztThisThread.block != nullptr) ztThisThread.block->scratchString = nullptr;
+  if (thisThread.block != nullptr) thisThread.block->scratchString = nullptr;
 }
 
 static void stringClassDestroy(void *) {
-  ztReleaseScratchString();
+  releaseScratchString();
 }
 
 static void stringFunctions(ztStringFunctions *functions) {
@@ -347,20 +349,20 @@ static void stringFunctions(ztStringFunctions *functions) {
 }
 
 static void stringMethods(ztStringMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<stringCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<stringClone>);
-  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<stringAssign>);
-  ZT_OVERRIDE_METHOD(methods, isEqual, ztMethod<stringIsEqual>);
-  ZT_OVERRIDE_METHOD(methods, isLess, ztMethod<stringIsLess>);
-  ZT_OVERRIDE_METHOD(methods, isMajor, ztMethod<stringIsMajor>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<stringDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<stringRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<stringWrite>);
-  ZT_OVERRIDE_METHOD(methods, set, ztMethod<stringSet>);
-  ZT_OVERRIDE_METHOD(methods, cat, ztMethod<stringCat>);
-  ZT_OVERRIDE_METHOD(methods, get, ztMethod<stringGet>);
-  ZT_OVERRIDE_METHOD(methods, length, ztMethod<stringLength>);
-  ZT_OVERRIDE_METHOD(methods, isEmpty, ztMethod<stringIsEmpty>);
+  ZT_OVERRIDE_METHOD(methods, create, method<stringCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<stringClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, method<stringAssign>);
+  ZT_OVERRIDE_METHOD(methods, isEqual, method<stringIsEqual>);
+  ZT_OVERRIDE_METHOD(methods, isLess, method<stringIsLess>);
+  ZT_OVERRIDE_METHOD(methods, isMajor, method<stringIsMajor>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<stringDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, method<stringRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<stringWrite>);
+  ZT_OVERRIDE_METHOD(methods, set, method<stringSet>);
+  ZT_OVERRIDE_METHOD(methods, cat, method<stringCat>);
+  ZT_OVERRIDE_METHOD(methods, get, method<stringGet>);
+  ZT_OVERRIDE_METHOD(methods, length, method<stringLength>);
+  ZT_OVERRIDE_METHOD(methods, isEmpty, method<stringIsEmpty>);
 }
 
 ZT_DEFINE_CLASS_FULL(ztString, ztBaseClass, stringMethods, 1, ztStringFunctions, stringFunctions)
@@ -368,7 +370,7 @@ ZT_DEFINE_CLASS_FULL(ztString, ztBaseClass, stringMethods, 1, ztStringFunctions,
 // ztStringArray -----------------------------------------------------------------------------------
 
 int32_t ztStringArray_compare_func(const void *first, const void *second) {
-  if (first == nullptr || second == nullptr) return ztCompareValues(first != nullptr, second != nullptr);
+  if (first == nullptr || second == nullptr) return compareValues(first != nullptr, second != nullptr);
   const ztStringMethods *methods = ztString_of(first);
   if (methods->isEqual(first, second)) return 0;
   return methods->isMajor(first, second) ? 1 : -1;
@@ -388,7 +390,7 @@ static int32_t stringArrayCreate(ztStringArray &array) {
 }
 
 static void stringArrayMethods(ztStringArrayMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<stringArrayCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<stringArrayCreate>);
 }
 
 ZT_DEFINE_CLASS(ztStringArray, ztArray, stringArrayMethods)

@@ -11,6 +11,8 @@
 #include <string.h>
 #include <type_traits>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztTextFile, 536, 39);
 ZT_PIN_FUNCTION(ztTextFile, renameFile, 10);
 ZT_PIN_FUNCTION(ztTextFile, fileExist, 13);
@@ -30,7 +32,7 @@ static locale_t plainLocale() {
 // The number of bytes, or a negative number.
 static int32_t put(FILE *stream, const char *text, int length) {
   const auto size = static_cast<size_t>(length);
-  return ztPutBytes(stream, text, size) == size ? length : -1;
+  return putBytes(stream, text, size) == size ? length : -1;
 }
 
 template <typename Value>
@@ -78,25 +80,25 @@ static bool isHexDigit(int byte) {
 static int takeBehindSpace(FILE *stream) {
   int byte;
   do {
-    byte = ztTakeByte(stream);
+    byte = takeByte(stream);
   } while (isSpace(byte));
   return byte;
 }
 
 static void skipSpace(FILE *stream) {
-  ztReturnByte(stream, takeBehindSpace(stream));
+  returnByte(stream, takeBehindSpace(stream));
 }
 
 // Takes digits of which the first is at hand. A number too large becomes the largest of its sign.
 static int64_t takeDigits(FILE *stream, int digit, bool isNegative) {
   int64_t value = 0;
   bool overflows = false;
-  for (; isDigit(digit); digit = ztTakeByte(stream)) {
+  for (; isDigit(digit); digit = takeByte(stream)) {
     const int one = isNegative ? '0' - digit : digit - '0';
     overflows =
         overflows || __builtin_mul_overflow(value, 10, &value) || __builtin_add_overflow(value, one, &value);
   }
-  ztReturnByte(stream, digit);
+  returnByte(stream, digit);
   if (!overflows) return value;
   return isNegative ? INT64_MIN : INT64_MAX;
 }
@@ -108,9 +110,9 @@ static bool readWhole(FILE *stream, Value *out) {
   int byte = takeBehindSpace(stream);
   if (byte == EOF) return false;
   const bool isNegative = byte == '-';
-  if (isNegative || byte == '+') byte = ztTakeByte(stream);
+  if (isNegative || byte == '+') byte = takeByte(stream);
   if (!isDigit(byte)) {
-    ztReturnByte(stream, byte);
+    returnByte(stream, byte);
     return true;
   }
   *out = static_cast<Value>(takeDigits(stream, byte, isNegative));
@@ -123,7 +125,7 @@ static int32_t textFileReadLong(ztTextFile &file, int64_t *out) {
 }
 
 static int32_t textFileReadInt(ztTextFile &file, int32_t *out) {
-  ztThisThread.countSource = &file;
+  thisThread.countSource = &file;
   return file.stream != nullptr && out != nullptr && readWhole(file.stream, out);
 }
 
@@ -151,7 +153,7 @@ class Numeral {
 
   void take() {
     if (size + 1 < room || grow()) text[size++] = static_cast<char>(next);
-    next = ztTakeByte(stream);
+    next = takeByte(stream);
   }
   // Takes the byte ahead if it is this letter, large or small.
   bool takeIf(char letter) {
@@ -164,7 +166,7 @@ class Numeral {
     return *letters == '\0';
   }
   void returnAhead() const {
-    ztReturnByte(stream, next);
+    returnByte(stream, next);
   }
 
   void makeInvalid() {
@@ -258,7 +260,7 @@ static int32_t textFileReadFloat(ztTextFile &file, double *out) {
 }
 
 static int32_t textFileReadChar(ztTextFile &file, char *out) {
-  const int byte = file.stream == nullptr || out == nullptr ? EOF : ztTakeByte(file.stream);
+  const int byte = file.stream == nullptr || out == nullptr ? EOF : takeByte(file.stream);
   if (byte == EOF) return 0;
   *out = static_cast<char>(byte);
   return 1;
@@ -272,12 +274,12 @@ static bool isBuffer(int32_t n, const void *buffer) {
 }
 
 static bool putLineFeed(FILE *stream) {
-  return ztPutBytes(stream, "\n", 1) == 1;
+  return putBytes(stream, "\n", 1) == 1;
 }
 
 static int32_t textFileWriteBuf(ztTextFile &file, int32_t n, const void *buffer) {
   if (file.stream == nullptr || !isBuffer(n, buffer)) return 0;
-  if (n > 0) ztPutBytes(file.stream, buffer, static_cast<size_t>(n));
+  if (n > 0) putBytes(file.stream, buffer, static_cast<size_t>(n));
   putLineFeed(file.stream);
   return n;
 }
@@ -285,10 +287,10 @@ static int32_t textFileWriteBuf(ztTextFile &file, int32_t n, const void *buffer)
 static int32_t textFileReadBuf(ztTextFile &file, int32_t n, void *buffer) {
   if (file.stream == nullptr || !isBuffer(n, buffer)) return 0;
   const auto wanted = static_cast<size_t>(n);
-  const size_t got = n > 0 ? ztTakeBytes(file.stream, buffer, wanted) : 0;
+  const size_t got = n > 0 ? takeBytes(file.stream, buffer, wanted) : 0;
   // The result does not tell a short read, so what is missing must not be stale memory.
   if (got < wanted) memset(static_cast<char *>(buffer) + got, 0, wanted - got);
-  ztTakeByte(file.stream);
+  takeByte(file.stream);
   return n;
 }
 
@@ -298,31 +300,31 @@ static int32_t textFileWriteString(ztTextFile &file, const char *text) {
   if (file.stream == nullptr || text == nullptr) return 0;
   const char *written = *text == '\0' ? "null" : text;
   const size_t length = strlen(written);
-  if (ztPutBytes(file.stream, written, length) != length) return 0;
+  if (putBytes(file.stream, written, length) != length) return 0;
   return written[length - 1] == '\n' || putLineFeed(file.stream);
 }
 
 static intptr_t textFileReadString(ztTextFile &file, int32_t n, char *buffer) {
   if (file.stream == nullptr || buffer == nullptr || n <= 0) return 0;
-  const int32_t length = ztTakeLine(file.stream, buffer, n - 1);
+  const int32_t length = takeLine(file.stream, buffer, n - 1);
   if (length < 0 || (length == 0 && n > 1)) return 0;
   buffer[length] = '\0';
   return reinterpret_cast<intptr_t>(buffer);
 }
 
 static void textFileMethods(ztTextFileMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, writeInt, ztMethod<textFileWriteWhole<int32_t>>);
-  ZT_OVERRIDE_METHOD(methods, readInt, ztMethod<textFileReadInt>);
-  ZT_OVERRIDE_METHOD(methods, writeLong, ztMethod<textFileWriteWhole<int64_t>>);
-  ZT_OVERRIDE_METHOD(methods, readLong, ztMethod<textFileReadLong>);
-  ZT_OVERRIDE_METHOD(methods, writeFloat, ztMethod<textFileWriteFloat>);
-  ZT_OVERRIDE_METHOD(methods, readFloat, ztMethod<textFileReadFloat>);
-  ZT_OVERRIDE_METHOD(methods, writeBuf, ztMethod<textFileWriteBuf>);
-  ZT_OVERRIDE_METHOD(methods, readBuf, ztMethod<textFileReadBuf>);
-  ZT_OVERRIDE_METHOD(methods, writeString, ztMethod<textFileWriteString>);
-  ZT_OVERRIDE_METHOD(methods, readString, ztMethod<textFileReadString>);
-  ZT_OVERRIDE_METHOD(methods, writeChar, ztMethod<textFileWriteChar>);
-  ZT_OVERRIDE_METHOD(methods, readChar, ztMethod<textFileReadChar>);
+  ZT_OVERRIDE_METHOD(methods, writeInt, method<textFileWriteWhole<int32_t>>);
+  ZT_OVERRIDE_METHOD(methods, readInt, method<textFileReadInt>);
+  ZT_OVERRIDE_METHOD(methods, writeLong, method<textFileWriteWhole<int64_t>>);
+  ZT_OVERRIDE_METHOD(methods, readLong, method<textFileReadLong>);
+  ZT_OVERRIDE_METHOD(methods, writeFloat, method<textFileWriteFloat>);
+  ZT_OVERRIDE_METHOD(methods, readFloat, method<textFileReadFloat>);
+  ZT_OVERRIDE_METHOD(methods, writeBuf, method<textFileWriteBuf>);
+  ZT_OVERRIDE_METHOD(methods, readBuf, method<textFileReadBuf>);
+  ZT_OVERRIDE_METHOD(methods, writeString, method<textFileWriteString>);
+  ZT_OVERRIDE_METHOD(methods, readString, method<textFileReadString>);
+  ZT_OVERRIDE_METHOD(methods, writeChar, method<textFileWriteChar>);
+  ZT_OVERRIDE_METHOD(methods, readChar, method<textFileReadChar>);
 }
 
-ZT_DEFINE_CLASS_FULL(ztTextFile, ztFile, textFileMethods, 1, ztFileFunctions, ztFillFileFunctions)
+ZT_DEFINE_CLASS_FULL(ztTextFile, ztFile, textFileMethods, 1, ztFileFunctions, fillFileFunctions)

@@ -3,6 +3,8 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztBaseModel, 40, 32);
 
 static void baseModelMethods(ztBaseModelMethods *methods) {

@@ -3,6 +3,8 @@
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztBaseView, 40, 32);
 
 static void baseViewMethods(ztBaseViewMethods *methods) {

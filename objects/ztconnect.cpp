@@ -11,21 +11,23 @@
 #include "objects/ztstrmap.hh"
 #include "support/ztcutils.h"
 
+using namespace ztcore;
+
 static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
   // Only a source to copy from, and so not created.
-  StringSource ownName(name);
+  CopyableText ownName(name);
   ztSignal fresh;
   ztSignal_ctor(&fresh, 0);
   fresh.name = ownName.field();
   fresh.slots = nullptr;
   fresh.argumentCount = argumentCount;
   fresh.blocked = 0;
-  auto *signal = static_cast<ztSignal *>(ztInsertByName(signals, name, &fresh));
+  auto *signal = static_cast<ztSignal *>(insertByName(signals, name, &fresh));
   if (signal == nullptr) return nullptr;
 
-  signal->slots = ztNewObject<ztSlotMap>(ztSlotMap_ctor);
+  signal->slots = newObject<ztSlotMap>(ztSlotMap_ctor);
   if (signal->slots == nullptr) {
-    StringView key(name);
+    BorrowedText key(name);
     ztSignalMap_of(signals)->pop(signals, key.get());
     return nullptr;
   }
@@ -37,7 +39,7 @@ static ztSignal *objectAddSignal(ztClass *, void *object, const char *name, uint
   if (object == nullptr || name == nullptr) return nullptr;
   ztSignalMap *signals = static_cast<ztObject *>(object)->signals;
   if (signals == nullptr) return nullptr;
-  ztSignal *known = ztFindSignal(object, name);
+  ztSignal *known = findSignal(object, name);
   return known != nullptr ? known : insertSignal(signals, name, argumentCount);
 }
 
@@ -45,9 +47,10 @@ static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char
                              ztSlotFunction function) {
   if (signal == nullptr || receiver == nullptr || function.call0 == nullptr) return 0;
   ztSlotMap *slots = static_cast<ztSignal *>(signal)->slots;
-  if (slots == nullptr || ztIsDying(receiver) || ztFindSlot(slots, receiver, function) != nullptr) return 0;
+  if (slots == nullptr || isBeingDestroyed(receiver) || findSlot(slots, receiver, function) != nullptr)
+    return 0;
   // Only a source to copy from, and so not created.
-  StringSource name(slotName);
+  CopyableText name(slotName);
   ztSlot slot;
   ztSlot_ctor(&slot, 0);
   slot.name = name.field();
@@ -65,12 +68,12 @@ static ztSlotFunction destroyedSlotOf(const void *object) {
 // Has `watcher` drop its slots aimed at `watched` when that is destroyed. False when it could not be
 // arranged.
 static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
-  const ztObjectMethods *methods = ztObjectTableOf(klass);
+  const ztObjectMethods *methods = objectTableOf(klass);
   ztSignal *destroyed = methods->addSignal(klass, watched, "destroyed", 1);
   if (destroyed == nullptr) return false;
   const ztSlotFunction forget = destroyedSlotOf(watcher);
   return methods->addSlot(klass, destroyed, watcher, "destroyed", forget) ||
-         ztFindSlot(destroyed->slots, watcher, forget) != nullptr;
+         findSlot(destroyed->slots, watcher, forget) != nullptr;
 }
 
 static bool linkEnds(ztClass *klass, void *sender, void *receiver) {
@@ -85,73 +88,73 @@ static int32_t objectConnect(ztClass *klass, void *sender, const char *signalNam
                              const char *slotName, ztSlotFunction function, uint32_t argumentCount) {
   if (klass == nullptr || sender == nullptr || signalName == nullptr || receiver == nullptr) return 0;
   if (function.call0 == nullptr) return 0;
-  if (ztChecksThreads) ztCheckThread(sender, "a connection");
-  if (ztIsDying(sender) || ztIsDying(receiver)) return 0;
+  if (checksThreads) checkThread(sender, "a connection");
+  if (isBeingDestroyed(sender) || isBeingDestroyed(receiver)) return 0;
   if (sender != receiver && !linkEnds(klass, sender, receiver)) return 0;
-  const ztObjectMethods *methods = ztObjectTableOf(klass);
+  const ztObjectMethods *methods = objectTableOf(klass);
   ztSignal *signal = methods->addSignal(klass, sender, signalName, argumentCount);
   return signal == nullptr ? 0 : methods->addSlot(klass, signal, receiver, slotName, function);
 }
 
 static int32_t objectConnectionExist(ztClass *, const void *object, const char *signalName,
                                      const void *receiver, ztSlotFunction function) {
-  const ztSignal *signal = ztFindSignal(object, signalName);
-  return signal != nullptr && ztFindSlot(signal->slots, receiver, function) != nullptr;
+  const ztSignal *signal = findSignal(object, signalName);
+  return signal != nullptr && findSlot(signal->slots, receiver, function) != nullptr;
 }
 
 // Drops an object's slots that are aimed at one that goes; all but the one by which the object tells that one
 // of its own end, where that is still needed.
 static void forgetPeer(void *object, void *dying, bool staysTied) {
   if (object == dying) return;
-  const ztSignal *destroyed = staysTied ? ztFindSignal(object, "destroyed") : nullptr;
+  const ztSignal *destroyed = staysTied ? findSignal(object, "destroyed") : nullptr;
   for (const ztMapItem *item : itemsOf(static_cast<const ztObject *>(object)->signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     if (destroyed != nullptr && signal == destroyed) {
-      ztRemoveReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
+      removeReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
     } else {
-      ztRemoveReceiver(signal->slots, dying);
+      removeReceiver(signal->slots, dying);
     }
   }
 }
 
 // The record of an object's end that is under way.
-static ztCall *endingOf(const void *object) {
-  ztCall *ending = nullptr;
-  ztForEachCall([&](ztCall &call) {
-    if (call.subject == object && ztKindOf(call) == ztCallKind::ending) ending = &call;
+static Call *endingOf(const void *object) {
+  Call *ending = nullptr;
+  forEachCall([&](Call &call) {
+    if (call.subject == object && kindOf(call) == CallKind::ending) ending = &call;
   });
   return ending;
 }
 
 static void objectDestroyed(ztObject &object, void *dying) {
-  const ztCall *ending = endingOf(dying);
+  const Call *ending = endingOf(dying);
   forgetPeer(&object, dying, ending != nullptr && ending->detail != 0);
 }
 
 // Has the peers that are in a map of "destroyed" forget the object.
 static void forgetPeers(void *object, const ztSignal *destroyed) {
   for (const ztMapItem *item : itemsOf(destroyed->slots)) {
-    void *peer = ztSlotOf(item)->receiver;
-    if (ztIsSameSlot(ztSlotOf(item)->function, destroyedSlotOf(peer))) forgetPeer(peer, object, false);
+    void *peer = slotOf(item)->receiver;
+    if (isSameSlot(slotOf(item)->function, destroyedSlotOf(peer))) forgetPeer(peer, object, false);
   }
 }
 
 // The same for those among the receivers of a delivery that still live.
-static void leaveReceivers(void *object, const ztDelivery &delivery) {
-  if (ztCallOf(delivery.mark) == nullptr) return;
-  const ztCalls *calls = ztThisThread.calls;
+static void leaveReceivers(void *object, const Delivery &delivery) {
+  if (callOf(delivery.mark) == nullptr) return;
+  const CallTable *calls = thisThread.calls;
   for (uint32_t at = delivery.first; at < delivery.end; ++at) {
-    const ztPendingSlot &slot = calls->pending[at];
+    const PendingSlot &slot = calls->pending[at];
     if (slot.receiver == nullptr || slot.function != destroyedSlotOf(slot.receiver).call0) continue;
     forgetPeer(slot.receiver, object, false);
   }
 }
 
-static bool callsHost(const ztDelivery &delivery) {
+static bool callsHost(const Delivery &delivery) {
   ztSlotFunction own;
-  own.object1 = ztMethod<objectDestroyed>;
+  own.object1 = method<objectDestroyed>;
   for (uint32_t at = delivery.first; at < delivery.end; ++at) {
-    if (ztThisThread.calls->pending[at].function != own.call0) return true;
+    if (thisThread.calls->pending[at].function != own.call0) return true;
   }
   return false;
 }
@@ -163,22 +166,22 @@ static bool callsHost(const ztDelivery &delivery) {
 // of a host's may release the peer before the object is at its end, or leave by an exception so that it does
 // not come to it: therefore the peer stays tied until then, and tells the object in its turn.
 ZT_OWN_FRAME static void announceDestruction(void *object, const ztSignal *destroyed) {
-  ztDelivery delivery;
-  if (!ztBeginDelivery(&delivery, destroyed)) {
+  Delivery delivery;
+  if (!beginDelivery(&delivery, destroyed)) {
     forgetPeers(object, destroyed);
     return;
   }
   const bool tied = callsHost(delivery);
-  const bool reaches = ztArgumentCountOf(destroyed) <= ztMostArguments;
-  ztCall *ending = tied ? endingOf(object) : nullptr;
+  const bool reaches = argumentCountOf(destroyed) <= mostArguments;
+  Call *ending = tied ? endingOf(object) : nullptr;
   if (ending != nullptr) ending->detail = 1;
   const EmittedValue value(reinterpret_cast<intptr_t>(object));
-  if (!ztDeliver(delivery, object, destroyed, value) || tied || !reaches) leaveReceivers(object, delivery);
-  ztEndDelivery(delivery);
+  if (!deliver(delivery, object, destroyed, value) || tied || !reaches) leaveReceivers(object, delivery);
+  endDelivery(delivery);
 }
 
-void ztLeavePeers(ztObject *object, bool again) {
-  const ztSignal *destroyed = ztFindSignal(object, "destroyed");
+void ztcore::leavePeers(ztObject *object, bool again) {
+  const ztSignal *destroyed = findSignal(object, "destroyed");
   if (destroyed == nullptr) return;
   if (again) {
     forgetPeers(object, destroyed);
@@ -188,15 +191,15 @@ void ztLeavePeers(ztObject *object, bool again) {
 }
 
 int32_t ztObject_disconnect(void *sender, const char *signalName, void *receiver, ztSlotFunction function) {
-  const ztSignal *signal = ztFindSignal(sender, signalName);
+  const ztSignal *signal = findSignal(sender, signalName);
   if (signal == nullptr) return 0;
-  const ztMapItem *item = ztFindSlot(signal->slots, receiver, function);
+  const ztMapItem *item = findSlot(signal->slots, receiver, function);
   if (item == nullptr) return 0;
-  return ztRemoveSlot(signal->slots, receiver, item);
+  return removeSlot(signal->slots, receiver, item);
 }
 
 int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t blocked) {
-  ztSignal *signal = ztFindSignal(object, signalName);
+  ztSignal *signal = findSignal(object, signalName);
   if (signal == nullptr) return 0;
   signal->blocked = blocked;
   return 1;
@@ -206,10 +209,10 @@ int32_t ztObject_blockSignal(void *object, const char *signalName, uint32_t bloc
 
 static void printSlots(void *file, const ztSlotMap *slots) {
   for (const ztMapItem *item : itemsOf(slots)) {
-    const ztSlot *slot = ztSlotOf(item);
+    const ztSlot *slot = slotOf(item);
     const auto address = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(slot->receiver));
     ztTextFile_of(file)->writeString(
-        file, ztCu_fmtMsg("\tSlot '%s' - Receiver: 0x%x (Class: %s)\n", ztTextOf(slot->name), address,
+        file, ztCu_fmtMsg("\tSlot '%s' - Receiver: 0x%x (Class: %s)\n", textOf(slot->name), address,
                           ztOOP_classNameOf(slot->receiver)));
   }
 }
@@ -217,7 +220,7 @@ static void printSlots(void *file, const ztSlotMap *slots) {
 static void printSignals(void *file, const ztSignalMap *signals) {
   for (const ztMapItem *item : itemsOf(signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
-    ztTextFile_of(file)->writeString(file, ztCu_fmtMsg("- Slots for signal '%s'\n", ztTextOf(signal->name)));
+    ztTextFile_of(file)->writeString(file, ztCu_fmtMsg("- Slots for signal '%s'\n", textOf(signal->name)));
     printSlots(file, signal->slots);
   }
 }
@@ -234,11 +237,11 @@ static void objectPrintConnections(ztClass *klass, void *object, const char *fil
   methods->unRef(file);
 }
 
-void ztOverrideConnections(ztObjectMethods *methods) {
+void ztcore::overrideConnections(ztObjectMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, printConnections, objectPrintConnections);
   ZT_OVERRIDE_METHOD(methods, addSignal, objectAddSignal);
   ZT_OVERRIDE_METHOD(methods, addSlot, objectAddSlot);
   ZT_OVERRIDE_METHOD(methods, connect, objectConnect);
   ZT_OVERRIDE_METHOD(methods, connectionExist, objectConnectionExist);
-  ZT_OVERRIDE_METHOD(methods, destroyed, ztMethod<objectDestroyed>);
+  ZT_OVERRIDE_METHOD(methods, destroyed, method<objectDestroyed>);
 }

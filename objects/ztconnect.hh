@@ -4,11 +4,15 @@
 
 #include "objects/ztobject.h"
 
+namespace ztcore {
+
 // Puts the methods of signals and connections into the table of ztObject.
-void ztOverrideConnections(ztObjectMethods *methods);
+void overrideConnections(ztObjectMethods *methods);
 
 // Has every object that is connected with one that is being destroyed forget it. What was not told when an
 // end was interrupted is not told any more: `again` is true then.
-void ztLeavePeers(ztObject *object, bool again);
+void leavePeers(ztObject *object, bool again);
+
+}  // namespace ztcore
 
 #endif

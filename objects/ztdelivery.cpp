@@ -6,13 +6,15 @@
 #include "objects/ztslots.hh"
 #include "objects/ztstrmap.hh"
 
-ztSignal *ztFindSignal(const void *object, const char *name) {
+using namespace ztcore;
+
+ztSignal *ztcore::findSignal(const void *object, const char *name) {
   if (object == nullptr) return nullptr;
-  return static_cast<ztSignal *>(ztFindByName(static_cast<const ztObject *>(object)->signals, name));
+  return static_cast<ztSignal *>(findByName(static_cast<const ztObject *>(object)->signals, name));
 }
 
-void ztForgetReceiver(const void *dying) {
-  const ztCalls *calls = ztThisThread.calls;
+void ztcore::forgetReceiver(const void *dying) {
+  const CallTable *calls = thisThread.calls;
   if (calls == nullptr) return;
   for (uint32_t i = 0; i < calls->pendingCount; ++i) {
     if (calls->pending[i].receiver == dying) calls->pending[i].receiver = nullptr;
@@ -20,7 +22,7 @@ void ztForgetReceiver(const void *dying) {
 }
 
 // Copies the slots of a map in its order; the place behind the last.
-static ztPendingSlot *collectSlots(const ztAvlTreeItem *item, ztPendingSlot *pending) {
+static PendingSlot *collectSlots(const ztAvlTreeItem *item, PendingSlot *pending) {
   for (; item != nullptr; item = item->right) {
     pending = collectSlots(item->left, pending);
     const auto *slot = static_cast<const ztSlot *>(reinterpret_cast<const ztMapItem *>(item)->value);
@@ -29,16 +31,16 @@ static ztPendingSlot *collectSlots(const ztAvlTreeItem *item, ztPendingSlot *pen
   return pending;
 }
 
-bool ztBeginDelivery(ztDelivery *delivery, const ztSignal *signal) {
+bool ztcore::beginDelivery(Delivery *delivery, const ztSignal *signal) {
   if (signal->blocked != 0 || signal->slots == nullptr) return false;
   const ztAvlTree *tree = signal->slots->tree;
   if (tree == nullptr || tree->root == nullptr) return false;
-  ztCall *call = ztBeginCall(&delivery->mark, ztCallKind::delivery, signal, ztFrameOf(&delivery->mark));
+  Call *call = beginCall(&delivery->mark, CallKind::delivery, signal, frameOf(&delivery->mark));
   if (call == nullptr) return false;
-  ztCalls *calls = ztThisThread.calls;
-  delivery->first = ztReservePending(calls, tree->count);
-  if (delivery->first == ztNoPlace) {
-    ztEndCall(delivery->mark);
+  CallTable *calls = thisThread.calls;
+  delivery->first = reservePending(calls, tree->count);
+  if (delivery->first == noPlace) {
+    endCall(delivery->mark);
     return false;
   }
   delivery->end = delivery->first + tree->count;
@@ -49,13 +51,13 @@ bool ztBeginDelivery(ztDelivery *delivery, const ztSignal *signal) {
   return true;
 }
 
-void ztEndDelivery(const ztDelivery &delivery) {
-  if (!ztEndCall(delivery.mark)) return;
-  ztCalls *calls = ztThisThread.calls;
+void ztcore::endDelivery(const Delivery &delivery) {
+  if (!endCall(delivery.mark)) return;
+  CallTable *calls = thisThread.calls;
   if (calls->pendingCount == delivery.end) {
     calls->pendingCount = delivery.first;
   } else {
-    ztTrimPending(calls);
+    trimPending(calls);
   }
 }
 
@@ -69,7 +71,7 @@ static void callWithWord(void *receiver, ztSlotFunction function, uint32_t argum
       return function.call2(receiver, first, 0);
     case 3:
       return function.call3(receiver, first, 0, 0);
-    case ztMostArguments:
+    case mostArguments:
       return function.call4(receiver, first, 0, 0, 0);
   }
 }
@@ -84,12 +86,12 @@ static void callWithNumber(void *receiver, ztSlotFunction function, uint32_t arg
       return function.number2(receiver, first, 0);
     case 3:
       return function.number3(receiver, first, 0, 0);
-    case ztMostArguments:
+    case mostArguments:
       return function.number4(receiver, first, 0, 0, 0);
   }
 }
 
-static void callSlot(const ztPendingSlot &slot, uint32_t argumentCount, const EmittedValue &value) {
+static void callSlot(const PendingSlot &slot, uint32_t argumentCount, const EmittedValue &value) {
   ztSlotFunction function;
   function.call0 = slot.function;
   if (value.isNumber) {
@@ -99,26 +101,27 @@ static void callSlot(const ztPendingSlot &slot, uint32_t argumentCount, const Em
   }
 }
 
-static bool isStillConnected(const ztSignal *signal, const ztPendingSlot &slot) {
+static bool isStillConnected(const ztSignal *signal, const PendingSlot &slot) {
   ztSlotFunction function;
   function.call0 = slot.function;
-  return ztFindSlot(signal->slots, slot.receiver, function) != nullptr;
+  return findSlot(signal->slots, slot.receiver, function) != nullptr;
 }
 
-bool ztDeliver(const ztDelivery &delivery, void *emitter, const ztSignal *signal, const EmittedValue &value) {
-  ztCalls *calls = ztThisThread.calls;
-  ztCall *call = ztCallOf(delivery.mark);
-  const uint32_t argumentCount = ztArgumentCountOf(signal);
+bool ztcore::deliver(const Delivery &delivery, void *emitter, const ztSignal *signal,
+                     const EmittedValue &value) {
+  CallTable *calls = thisThread.calls;
+  Call *call = callOf(delivery.mark);
+  const uint32_t argumentCount = argumentCountOf(signal);
   const uint32_t removalsBefore = calls->removals;
   for (uint32_t at = delivery.first; at < delivery.end; ++at) {
-    const ztPendingSlot slot = calls->pending[at];
+    const PendingSlot slot = calls->pending[at];
     if (slot.receiver == nullptr) continue;
     if (calls->removals != removalsBefore && !isStillConnected(signal, slot)) continue;
     call->detail = at;
     auto *receiver = static_cast<ztObject *>(slot.receiver);
     receiver->sender = emitter;
     callSlot(slot, argumentCount, value);
-    call = ztCallOf(delivery.mark);
+    call = callOf(delivery.mark);
     if (call == nullptr) return false;
     if (calls->pending[at].receiver != nullptr) receiver->sender = nullptr;
     if (call->subject == nullptr) return false;
@@ -127,27 +130,27 @@ bool ztDeliver(const ztDelivery &delivery, void *emitter, const ztSignal *signal
 }
 
 ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal, const EmittedValue &value) {
-  ztDelivery delivery;
-  if (!ztBeginDelivery(&delivery, signal)) return 0;
-  ztDeliver(delivery, emitter, signal, value);
-  ztEndDelivery(delivery);
+  Delivery delivery;
+  if (!beginDelivery(&delivery, signal)) return 0;
+  deliver(delivery, emitter, signal, value);
+  endDelivery(delivery);
   return 1;
 }
 
-int32_t ztEmit(void *emitter, const char *signalName, EmittedValue value) {
-  if (ztChecksThreads) ztCheckThread(emitter, "an emission");
-  const ztSignal *signal = ztFindSignal(emitter, signalName);
+int32_t ztcore::emit(void *emitter, const char *signalName, EmittedValue value) {
+  if (checksThreads) checkThread(emitter, "an emission");
+  const ztSignal *signal = findSignal(emitter, signalName);
   return signal == nullptr ? 0 : emitSignal(emitter, signal, value);
 }
 
-void ztNotifyPropertyChange(void *object, EmittedValue value) {
-  ztEmit(object, "prop->signalname", value);
+void ztcore::notifyPropertyChange(void *object, EmittedValue value) {
+  emit(object, "prop->signalname", value);
 }
 
 int32_t ztObject_emit(void *object, const char *signalName, intptr_t first) {
-  return ztEmit(object, signalName, EmittedValue(first));
+  return emit(object, signalName, EmittedValue(first));
 }
 
 int32_t ztObject_emitDouble(void *object, const char *signalName, double first) {
-  return ztEmit(object, signalName, EmittedValue(first));
+  return emit(object, signalName, EmittedValue(first));
 }

@@ -2,9 +2,11 @@
 
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
+#include "core/ztpointermap.hh"
 #include "io/ztfile.h"
 #include "objects/zttree.hh"
-#include "core/ztpointermap.hh"
+
+using namespace ztcore;
 
 ZT_PIN_CLASS(ztLink, 32, 16);
 ZT_PIN_CLASS(ztLinkArray, 80, 42);
@@ -35,10 +37,10 @@ static int32_t linkRead(ztLink &link, void *file) {
 }
 
 static void linkMethods(ztLinkMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<linkCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<linkCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, linkClone);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<linkRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<linkWrite>);
+  ZT_OVERRIDE_METHOD(methods, read, method<linkRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<linkWrite>);
 }
 
 ZT_DEFINE_CLASS(ztLink, ztBaseClass, linkMethods)
@@ -90,7 +92,7 @@ static bool indexTree(PointerMap &byUid, ztRoot *root) {
   TreeWalk walk(root);
   for (; walk.current() != nullptr; walk.next()) {
     ztRoot *node = walk.current();
-    if (!byUid.insert(ztUidKey(ztRoot_of(node)->getUid(node)), node)) return false;
+    if (!byUid.insert(uidKey(ztRoot_of(node)->getUid(node)), node)) return false;
   }
   return !walk.failed();
 }
@@ -101,7 +103,7 @@ static int32_t resolveAll(void *links, const PointerMap &byUid) {
   int32_t resolved = 0;
   for (int32_t i = 0; i < count; ++i) {
     auto *link = static_cast<ztLink *>(methods->getAt(links, i));
-    link->target = link->targetId == unset ? nullptr : byUid.find(ztUidKey(link->targetId));
+    link->target = link->targetId == unset ? nullptr : byUid.find(uidKey(link->targetId));
     resolved += link->target != nullptr;
   }
   return resolved;

@@ -1,63 +1,65 @@
 #include "objects/ztnode.hh"
 
 #include "core/ztlock.hh"
-#include "core/ztthread.hh"
 #include "core/ztpointermap.hh"
+#include "core/ztthread.hh"
+
+using namespace ztcore;
 
 // A node is on one list at a time, and it is known on whose: otherwise its end would leave a pointer
 // behind, and the end of two lists would release it twice.
 
-// Who lists the nodes that are marked ztNodeListed; for the nodes of all threads.
+// Who lists the nodes that are marked nodeHeld; for the nodes of all threads.
 static PointerMap holders;
 
 static uint64_t keyOf(const ztRoot *node) {
   return reinterpret_cast<uintptr_t>(node);
 }
 
-ztRoot *ztHolderOf(const ztRoot *node) {
+ztRoot *ztcore::holderOf(const ztRoot *node) {
   if (node->parent != nullptr) return node->parent;
-  if (!(node->marks & ztNodeListed)) return nullptr;
-  const ztLocked locked(ztTablesLock);
+  if (!(node->marks & nodeHeld)) return nullptr;
+  const Locked locked(tablesLock);
   return static_cast<ztRoot *>(holders.find(keyOf(node)));
 }
 
-bool ztRememberHolder(ztRoot *node, ztRoot *holder) {
-  const ztLocked locked(ztTablesLock);
+bool ztcore::rememberHolder(ztRoot *node, ztRoot *holder) {
+  const Locked locked(tablesLock);
   if (!holders.insert(keyOf(node), holder)) return false;
-  node->marks |= ztNodeListed;
+  node->marks |= nodeHeld;
   return true;
 }
 
-void ztForgetHolder(ztRoot *node) {
-  if (node->marks & ztNodeListed) {
-    const ztLocked locked(ztTablesLock);
+void ztcore::forgetHolder(ztRoot *node) {
+  if (node->marks & nodeHeld) {
+    const Locked locked(tablesLock);
     holders.remove(keyOf(node));
   }
-  node->marks &= ~(ztNodeListed | ztNodeLeaving);
+  node->marks &= ~(nodeHeld | nodeBeingDeleted);
 }
 
 // A release that goes up and down below another node has to notice when its way back is cut.
 static void leavePath(ztRoot *node) {
-  if (!(node->marks & ztNodeOnPath)) return;
-  node->marks &= ~uint32_t{ztNodeOnPath};
-  ++ztThisThread.brokenPaths;
+  if (!(node->marks & nodeOnPath)) return;
+  node->marks &= ~uint32_t{nodeOnPath};
+  ++thisThread.brokenPaths;
 }
 
-void ztRemoveItem(const ztRoot *node, ztListItem *item) {
-  if (item->data != nullptr) leavePath(ztChildOf(item));
+void ztcore::removeChildItem(const ztRoot *node, ztListItem *item) {
+  if (item->data != nullptr) leavePath(childOf(item));
   ztRootPtrList_of(node->children)->removeItem(node->children, item);
 }
 
-void ztRemoveChild(const ztRoot *node, const ztRoot *child) {
-  ztListItem *item = ztFirstChild(node);
+void ztcore::removeChild(const ztRoot *node, const ztRoot *child) {
+  ztListItem *item = firstChild(node);
   while (item != nullptr && item->data != child) item = item->next;
-  if (item != nullptr) ztRemoveItem(node, item);
+  if (item != nullptr) removeChildItem(node, item);
 }
 
-void ztTakeOff(ztRoot *node) {
-  const ztRoot *holder = ztHolderOf(node);
+void ztcore::takeOff(ztRoot *node) {
+  const ztRoot *holder = holderOf(node);
   leavePath(node);
-  ztForgetHolder(node);
+  forgetHolder(node);
   node->parent = nullptr;
-  if (holder != nullptr) ztRemoveChild(holder, node);
+  if (holder != nullptr) removeChild(holder, node);
 }

@@ -4,30 +4,34 @@
 
 #include "objects/ztobject.h"
 
+namespace ztcore {
+
 // What the field `marks` of a ztObject holds; in its upper half the number of the thread that made the object,
 // or 0. The flags of nodes are in ztnode.hh.
 enum : uint32_t {
-  ztObjectDying = 1,    // set from the beginning of the object's destruction on
-  ztFirstNodeFlag = 2,  // of those in the rest of the lower half
+  objectBeingDestroyed = 1,  // set from the beginning of the object's destruction on
+  firstNodeFlag = 2,         // of those in the rest of the lower half
 };
 
 // Nothing connects to a dying object any more, since nobody would take the connection away.
-inline bool ztIsDying(const void *object) {
-  return (static_cast<const ztObject *>(object)->marks & ztObjectDying) != 0;
+inline bool isBeingDestroyed(const void *object) {
+  return (static_cast<const ztObject *>(object)->marks & objectBeingDestroyed) != 0;
 }
 
-inline ztObjectMethods *ztObjectTableOf(const ztClass *klass) {
+inline ztObjectMethods *objectTableOf(const ztClass *klass) {
   return static_cast<ztObjectMethods *>(klass->methodTable);
 }
 
 // The field `marks` of a new object.
-uint32_t ztFirstMarks();
+uint32_t firstFlags();
 
 // Logs, once, that a ztObject is used in another thread than the one that made it. NULL is no such object.
-void ztCheckThread(const void *object, const char *use);
+void checkThread(const void *object, const char *use);
 
 // The object itself when it is a ztObject, and so has signals; else NULL. A property can be set on
 // behalf of anything.
-void *ztEmitterOf(void *object);
+void *emitterOf(void *object);
+
+}  // namespace ztcore
 
 #endif

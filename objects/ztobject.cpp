@@ -14,28 +14,30 @@
 #include "objects/ztstatics.hh"
 #include "objects/ztwatch.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztObject, 40, 32);
 
 static void objectClassInit(ztClass *) {
-  ztOOP_ensureRegistered("ztProperty", ztProperty_ctor);
-  ztOOP_ensureRegistered("ztPropertyMap", ztPropertyMap_ctor);
+  ensureRegistered("ztProperty", ztProperty_ctor);
+  ensureRegistered("ztPropertyMap", ztPropertyMap_ctor);
 }
 
 static void objectClassDestroy(void *) {}
 
 // Threads that use different objects share the word, and so do not write it without need.
 static void clearReserved(const ztClass *klass) {
-  void **reserved = &ztObjectTableOf(klass)->reserved;
+  void **reserved = &objectTableOf(klass)->reserved;
   if (__atomic_load_n(reserved, __ATOMIC_RELAXED) == nullptr) return;
   __atomic_store_n(reserved, nullptr, __ATOMIC_RELAXED);
 }
 
 // A copy begins without connections.
-using ObjectParts = ztParts<&ztBaseClass_table, ztPartNotCopied<&ztObject::signals, ztSignalMap_ctor>,
-                            ztPart<&ztObject::dynamicProperties, ztPropertyMap_ctor>>;
+using ObjectParts = Parts<&ztBaseClass_table, PartNotCopied<&ztObject::signals, ztSignalMap_ctor>,
+                          Part<&ztObject::dynamicProperties, ztPropertyMap_ctor>>;
 
 static int32_t objectCreate(ztObject &self) {
-  self.marks = ztFirstMarks();
+  self.marks = firstFlags();
   self.sender = nullptr;
   return ObjectParts::create(self);
 }
@@ -43,26 +45,26 @@ static int32_t objectCreate(ztObject &self) {
 static void *objectClone(const ztObject &object, void *target) {
   ztObject *copy = ObjectParts::clone(object, target);
   if (copy == nullptr) return nullptr;
-  copy->marks = ztFirstMarks();
+  copy->marks = firstFlags();
   copy->sender = nullptr;
   return copy;
 }
 
 // An end that was interrupted, by an exception out of a slot, is finished by the next one.
 ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
-  const bool again = ztIsDying(&object);
+  const bool again = isBeingDestroyed(&object);
   if (again && object.signals == nullptr && object.dynamicProperties == nullptr) return;
   // A slot of "destroyed" may end the emitter once more.
-  if (again && ztIsUnderWay(&object, ztCallKind::ending)) return;
-  ztEndMark mark;
-  ztBeginEnd(&mark, ztCallKind::ending, &object);
-  object.marks |= ztObjectDying;
+  if (again && isUnderWay(&object, CallKind::ending)) return;
+  ReleaseMark mark;
+  beginRelease(&mark, CallKind::ending, &object);
+  object.marks |= objectBeingDestroyed;
   clearReserved(object.klass);
-  ztLeavePeers(&object, again);
+  leavePeers(&object, again);
   ObjectWatch::objectDestroyed(&object);
-  ztForgetReceiver(&object);
+  forgetReceiver(&object);
   ObjectParts::destroy(object);
-  ztEndCall(mark.mark);
+  endCall(mark.mark);
 }
 
 static void *objectGetSender(const ztObject &object) {
@@ -70,7 +72,7 @@ static void *objectGetSender(const ztObject &object) {
 }
 
 static void checkRelease(void *object) {
-  ztCheckThread(ztEmitterOf(object), "a release");
+  checkThread(emitterOf(object), "a release");
 }
 
 static void forgetSender(void *object) {
@@ -78,21 +80,21 @@ static void forgetSender(void *object) {
 }
 
 static void objectFunctions(ztClassFunctions *functions) {
-  ztKeep(ztKept::declarations, ztReleaseStaticProperties, ztForgetStaticProperties);
-  ztCheckRelease = checkRelease;
-  ztLeaveReceiver = forgetSender;
+  keepRegistered(Kept::declarations, releaseStaticProperties, forgetStaticProperties);
+  releaseCheck = checkRelease;
+  leaveReceiver = forgetSender;
   functions->classInit = objectClassInit;
   functions->classDestroy = objectClassDestroy;
 }
 
 static void objectMethods(ztObjectMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<objectCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<objectClone>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<objectDestroy>);
-  ZT_OVERRIDE_METHOD(methods, getSender, ztMethod<objectGetSender>);
-  ztOverrideStaticProperties(methods);
-  ztOverrideProperties(methods);
-  ztOverrideConnections(methods);
+  ZT_OVERRIDE_METHOD(methods, create, method<objectCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<objectClone>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<objectDestroy>);
+  ZT_OVERRIDE_METHOD(methods, getSender, method<objectGetSender>);
+  overrideStaticProperties(methods);
+  overrideProperties(methods);
+  overrideConnections(methods);
 }
 
 ZT_DEFINE_CLASS_FULL(ztObject, ztBaseClass, objectMethods, 1, ztClassFunctions, objectFunctions)

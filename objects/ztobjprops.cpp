@@ -8,31 +8,33 @@
 #include "objects/ztstatics.hh"
 #include "objects/ztstrmap.hh"
 
+using namespace ztcore;
+
 static int32_t createProperty(ztObject &object, const char *name, const char *typeName, const void *initial) {
-  ztClass *type = ztPropertyTypeOf(typeName);
-  const ztPropertyMap *inherited = ztStaticMapOf(object.klass);
+  ztClass *type = propertyTypeOf(typeName);
+  const ztPropertyMap *inherited = staticMapOf(object.klass);
   if (type == nullptr || inherited == nullptr || object.dynamicProperties == nullptr) return 0;
-  const int32_t index = ztSizeOfMap(inherited) + ztSizeOfMap(object.dynamicProperties);
+  const int32_t index = sizeOfMap(inherited) + sizeOfMap(object.dynamicProperties);
   const auto *operations = static_cast<const ztPropertyTypeMethods *>(type->methodTable);
   // Not every type of a host's needs to have storage.
   if (operations->allocDynamicProperty == nullptr) return 0;
   ztProperty property;
-  const bool added = ztBeginProperty(&property, name, type, index, object.klass->name) &&
+  const bool added = beginProperty(&property, name, type, index, object.klass->name) &&
                      operations->allocDynamicProperty(type, &property, initial) != nullptr &&
-                     ztInsertByName(object.dynamicProperties, name, &property) != nullptr;
+                     insertByName(object.dynamicProperties, name, &property) != nullptr;
   ztProperty_of(&property)->destroy(&property);
   return added;
 }
 
 static ztProperty *findProperty(const ztObject &object, const char *name) {
-  void *found = ztFindByName(ztStaticMapOf(object.klass), name);
-  if (found == nullptr) found = ztFindByName(object.dynamicProperties, name);
+  void *found = findByName(staticMapOf(object.klass), name);
+  if (found == nullptr) found = findByName(object.dynamicProperties, name);
   return static_cast<ztProperty *>(found);
 }
 
 static int32_t objectSetProperty(ztObject &object, const char *name, const char *typeName, ztWord value) {
   if (name == nullptr) return 0;
-  if (ztChecksThreads) ztCheckThread(&object, "the setting of a property");
+  if (checksThreads) checkThread(&object, "the setting of a property");
   ztProperty *property = findProperty(object, name);
   if (property != nullptr) return ztProperty_of(property)->setValue(property, &object, value);
   return createProperty(object, name, typeName, reinterpret_cast<const void *>(value));
@@ -55,19 +57,19 @@ static int32_t listProperties(void *array, const ztPropertyMap *map, int32_t at)
 static int32_t listAllProperties(void *array, const ztPropertyMap *first, const ztPropertyMap *second) {
   if (array == nullptr) return 0;
   const ztPropertyPtrArrayMethods *methods = ztPropertyPtrArray_of(array);
-  if (!methods->setSize(array, ztSizeOfMap(first) + ztSizeOfMap(second))) return 0;
+  if (!methods->setSize(array, sizeOfMap(first) + sizeOfMap(second))) return 0;
   listProperties(array, second, listProperties(array, first, 0));
   methods->sort(array, ztObject_propertiesSortFunc);
   return 1;
 }
 
 static int32_t objectGetProperties(const ztObject &object, void *array) {
-  const ztPropertyMap *map = ztStaticMapOf(object.klass);
+  const ztPropertyMap *map = staticMapOf(object.klass);
   return map == nullptr ? 0 : listAllProperties(array, map, object.dynamicProperties);
 }
 
 static int32_t objectGetStaticProperties(const ztObject &object, void *array) {
-  const ztPropertyMap *map = ztStaticMapOf(object.klass);
+  const ztPropertyMap *map = staticMapOf(object.klass);
   return map == nullptr ? 0 : listAllProperties(array, map, nullptr);
 }
 
@@ -82,10 +84,10 @@ int32_t ztObject_propertiesSortFunc(const void *first, const void *second) {
   return (one > other) - (one < other);
 }
 
-void ztOverrideProperties(ztObjectMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, setProperty, ztMethod<objectSetProperty>);
-  ZT_OVERRIDE_METHOD(methods, getProperty, ztMethod<objectGetProperty>);
-  ZT_OVERRIDE_METHOD(methods, getProperties, ztMethod<objectGetProperties>);
-  ZT_OVERRIDE_METHOD(methods, getStaticProperties, ztMethod<objectGetStaticProperties>);
-  ZT_OVERRIDE_METHOD(methods, getDynamicProperties, ztMethod<objectGetDynamicProperties>);
+void ztcore::overrideProperties(ztObjectMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, setProperty, method<objectSetProperty>);
+  ZT_OVERRIDE_METHOD(methods, getProperty, method<objectGetProperty>);
+  ZT_OVERRIDE_METHOD(methods, getProperties, method<objectGetProperties>);
+  ZT_OVERRIDE_METHOD(methods, getStaticProperties, method<objectGetStaticProperties>);
+  ZT_OVERRIDE_METHOD(methods, getDynamicProperties, method<objectGetDynamicProperties>);
 }

@@ -4,7 +4,11 @@
 
 #include "objects/ztobject.h"
 
+namespace ztcore {
+
 // Puts the methods that read, write and list properties into the table of ztObject.
-void ztOverrideProperties(ztObjectMethods *methods);
+void overrideProperties(ztObjectMethods *methods);
+
+}  // namespace ztcore
 
 #endif

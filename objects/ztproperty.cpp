@@ -14,6 +14,8 @@
 #include "objects/ztstrmap.hh"
 #include "support/ztcutils.h"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztProperty, 184, 20);
 ZT_PIN_FUNCTION(ztProperty, registerNewType, 10);
 ZT_PIN_FUNCTION(ztProperty, getPropertyTypeClass, 11);
@@ -28,8 +30,8 @@ static int32_t propertyIsDynamic(const ztProperty &property) {
   return property.valuePointer != nullptr && property.valueSize != 0;
 }
 
-using PropertyParts = ztParts<&ztBaseClass_table, ztPart<&ztProperty::name, ztString_ctor>,
-                              ztPart<&ztProperty::signalName, ztString_ctor>>;
+using PropertyParts = Parts<&ztBaseClass_table, Part<&ztProperty::name, ztString_ctor>,
+                            Part<&ztProperty::signalName, ztString_ctor>>;
 
 static int32_t propertyCreate(ztProperty &property) {
   property.type = nullptr;
@@ -37,7 +39,7 @@ static int32_t propertyCreate(ztProperty &property) {
   property.setter.setInt = nullptr;
   property.userWord = nullptr;
   property.index = 0;
-  ztCopyText(property.ownerClassName, "");
+  copyText(property.ownerClassName, "");
   property.valuePointer = nullptr;
   property.valueSize = 0;
   return PropertyParts::create(property);
@@ -64,7 +66,7 @@ static void *propertyClone(const ztProperty &property, void *target) {
   return hasValue ? copy : PropertyParts::undo(*copy);
 }
 
-// Not through ztMethod: in there the word would be a variable, whose address has the compiler guard the stack.
+// Not through method: in there the word would be a variable, whose address has the compiler guard the stack.
 static int32_t propertySetValue(void *object, void *owner, ztWord value) {
   if (object == nullptr) return 0;
   const auto &property = *static_cast<const ztProperty *>(object);
@@ -83,78 +85,78 @@ static const char *propertyGetType(const ztProperty &property) {
   return operations->getType == nullptr ? nullptr : operations->getType(property.type);
 }
 
-bool ztBeginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
-                     const char *ownerClassName) {
+bool ztcore::beginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
+                           const char *ownerClassName) {
   ztProperty_ctor(property, 1);
   property->type = type;
   property->index = index;
-  ztCopyText(property->ownerClassName, ownerClassName);
+  copyText(property->ownerClassName, ownerClassName);
   return property->name != nullptr && property->signalName != nullptr &&
          ztString_of(property->name)->set(property->name, name) != nullptr;
 }
 
 // The property types that declarations know --------------------------------------------------------
 
-uint32_t ztLostDeclarations;
+uint32_t ztcore::lostDeclarations;
 
 // Only read and changed under the engine's lock.
 static ztPropertyTypeMap *propertyTypes;
 
 static ztPropertyTypeMap *typeMap() {
   if (propertyTypes == nullptr) {
-    propertyTypes = ztNewObject<ztPropertyTypeMap>(ztPropertyTypeMap_ctor);
+    propertyTypes = newObject<ztPropertyTypeMap>(ztPropertyTypeMap_ctor);
   }
   return propertyTypes;
 }
 
-void ztReleasePropertyTypes() {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  ztReleasePart(propertyTypes);
+void ztcore::releasePropertyTypes() {
+  const Locked locked(engineLock, Locked::hostsCode);
+  releasePart(propertyTypes);
 }
 
 static ztClass *propertyGetPropertyTypeClass(const void *, const char *typeClassName) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  return static_cast<ztClass *>(ztFindByName(propertyTypes, typeClassName));
+  const Locked locked(engineLock, Locked::hostsCode);
+  return static_cast<ztClass *>(findByName(propertyTypes, typeClassName));
 }
 
-ztClass *ztPropertyTypeOf(const char *typeName) {
+ztClass *ztcore::propertyTypeOf(const char *typeName) {
   if (typeName == nullptr) return nullptr;
   return ztProperty_functions()->getPropertyTypeClass(nullptr, ztCu_fmtMsg("%sPropertyType", typeName));
 }
 
-void ztForgetPropertyType(const ztClass *klass) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+void ztcore::forgetPropertyType(const ztClass *klass) {
+  const Locked locked(engineLock, Locked::hostsCode);
   // A type is known under the name of its class.
-  if (ztFindByName(propertyTypes, klass->name) != klass) return;
-  const StringView key(klass->name);
+  if (findByName(propertyTypes, klass->name) != klass) return;
+  const BorrowedText key(klass->name);
   ztPropertyTypeMap_of(propertyTypes)->pop(propertyTypes, key.get());
 }
 
 static int32_t propertyRegisterNewType(const void *, const char *typeClassName) {
   if (typeClassName == nullptr) return 0;
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   if (propertyGetPropertyTypeClass(nullptr, typeClassName) != nullptr) return 0;
   ztClass *type = ztOOP_findClass(typeClassName);
   // Not put in, so that a class that is registered later can still become known under its name.
   if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 1;
-  if (ztInsertByName(typeMap(), typeClassName, type) != nullptr) return 1;
-  ++ztLostDeclarations;
+  if (insertByName(typeMap(), typeClassName, type) != nullptr) return 1;
+  ++lostDeclarations;
   return 0;
 }
 
 static void propertyClassInit(ztClass *) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  ztOOP_ensureRegistered("ztPropertyType", ztPropertyType_ctor);
-  ztOOP_ensureRegistered("ztPropertyTypeMap", ztPropertyTypeMap_ctor);
+  const Locked locked(engineLock, Locked::hostsCode);
+  ensureRegistered("ztPropertyType", ztPropertyType_ctor);
+  ensureRegistered("ztPropertyTypeMap", ztPropertyTypeMap_ctor);
   typeMap();
 }
 
 static void propertyClassDestroy(void *) {
-  ztReleasePropertyTypes();
+  releasePropertyTypes();
 }
 
 static void propertyFunctions(ztPropertyFunctions *functions) {
-  ztKeep(ztKept::types, ztReleasePropertyTypes, ztForgetPropertyType);
+  keepRegistered(Kept::types, releasePropertyTypes, forgetPropertyType);
   functions->classInit = propertyClassInit;
   functions->classDestroy = propertyClassDestroy;
   functions->registerNewType = propertyRegisterNewType;
@@ -162,13 +164,13 @@ static void propertyFunctions(ztPropertyFunctions *functions) {
 }
 
 static void propertyMethods(ztPropertyMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<propertyCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<propertyClone>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<propertyDestroy>);
+  ZT_OVERRIDE_METHOD(methods, create, method<propertyCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<propertyClone>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<propertyDestroy>);
   ZT_OVERRIDE_METHOD(methods, setValue, propertySetValue);
-  ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<propertyGetValue>);
-  ZT_OVERRIDE_METHOD(methods, getType, ztMethod<propertyGetType>);
-  ZT_OVERRIDE_METHOD(methods, isDynamic, ztMethod<propertyIsDynamic>);
+  ZT_OVERRIDE_METHOD(methods, getValue, method<propertyGetValue>);
+  ZT_OVERRIDE_METHOD(methods, getType, method<propertyGetType>);
+  ZT_OVERRIDE_METHOD(methods, isDynamic, method<propertyIsDynamic>);
 }
 
 ZT_DEFINE_CLASS_FULL(ztProperty, ztBaseClass, propertyMethods, 1, ztPropertyFunctions, propertyFunctions)
@@ -177,7 +179,7 @@ ZT_DEFINE_CLASS_FULL(ztProperty, ztBaseClass, propertyMethods, 1, ztPropertyFunc
 
 static int32_t propertyMapCreate(void *object) {
   if (!ztMap_table()->create(object)) return 0;
-  ztKeyByString(object, ztPropertyMap_compare_func);
+  keyByString(object, ztPropertyMap_compare_func);
   const ztPropertyMapMethods *methods = ztPropertyMap_of(object);
   methods->setValueConstructor(object, ztProperty_ctor);
   methods->setValueSize(object, sizeof(ztProperty), 0);
@@ -193,7 +195,7 @@ ZT_DEFINE_CLASS(ztPropertyMap, ztMap, propertyMapMethods)
 
 static int32_t propertyPtrArrayCreate(void *object) {
   if (!ztArray_table()->create(object)) return 0;
-  ztKeepPointers(object, ztPropertyPtrArray_compare_func, ztPropertyPtrArray_compare_func_ptr);
+  keepPointers(object, ztPropertyPtrArray_compare_func, ztPropertyPtrArray_compare_func_ptr);
   return 1;
 }
 
@@ -205,7 +207,7 @@ ZT_DEFINE_CLASS(ztPropertyPtrArray, ztArray, propertyPtrArrayMethods)
 
 static int32_t propertyTypeMapCreate(void *object) {
   if (!ztMap_table()->create(object)) return 0;
-  ztKeyByString(object, ztPropertyTypeMap_key_compare_func);
+  keyByString(object, ztPropertyTypeMap_key_compare_func);
   const ztPropertyTypeMapMethods *methods = ztPropertyTypeMap_of(object);
   methods->setValueSize(object, sizeof(void *), 1);
   methods->setValueCompareFunction(object, ztPropertyTypeMap_value_compare_func_ptr);
@@ -219,33 +221,33 @@ static void propertyTypeMapMethods(ztPropertyTypeMapMethods *methods) {
 ZT_DEFINE_CLASS(ztPropertyTypeMap, ztMap, propertyTypeMapMethods)
 
 int32_t ztPropertyMap_compare_func(const void *first, const void *second) {
-  return ztCompareStrings(first, second);
+  return compareStrings(first, second);
 }
 
 int32_t ztPropertyMap_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareStrings(first, second);
+  return compareStrings(first, second);
 }
 
 int32_t ztPropertyPtrArray_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztPropertyPtrArray_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }
 
 int32_t ztPropertyTypeMap_key_compare_func(const void *first, const void *second) {
-  return ztCompareStrings(first, second);
+  return compareStrings(first, second);
 }
 
 int32_t ztPropertyTypeMap_key_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareStrings(first, second);
+  return compareStrings(first, second);
 }
 
 int32_t ztPropertyTypeMap_value_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztPropertyTypeMap_value_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }

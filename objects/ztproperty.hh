@@ -4,21 +4,25 @@
 
 #include "objects/ztproperty.h"
 
+namespace ztcore {
+
 // Begins a property in the caller's memory; it is to be destroyed whatever the result.
-bool ztBeginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
-                     const char *ownerClassName);
+bool beginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
+                   const char *ownerClassName);
 
 // The class of a type by the name that declarations have for it, "ztInt" say. NULL for one that is not known.
-ztClass *ztPropertyTypeOf(const char *typeName);
+ztClass *propertyTypeOf(const char *typeName);
 
 // Raised, under the engine's lock, when a declaration is lost for want of memory: the static properties that
 // are being declared are declared anew later.
-extern uint32_t ztLostDeclarations;
+extern uint32_t lostDeclarations;
 
 // Releases the map of types; it is made again when a type is registered.
-void ztReleasePropertyTypes();
+void releasePropertyTypes();
 
 // Takes a class whose code is about to be unloaded out of that map.
-void ztForgetPropertyType(const ztClass *klass);
+void forgetPropertyType(const ztClass *klass);
+
+}  // namespace ztcore
 
 #endif

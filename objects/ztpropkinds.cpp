@@ -8,19 +8,21 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 // Six kinds keep a plain value and differ only in how it is read, handed to a setter and named; one
 // set of operations serves them. The string kind stands by itself.
 
 namespace {
 
-// As ztMethod, for operations that take the property behind the class of its type.
+// As method, for operations that take the property behind the class of its type.
 template <auto operation>
 struct OnProperty;
 
 template <typename Result, typename Property, typename... Arguments,
           Result (*operation)(Property &, Arguments...)>
 struct OnProperty<operation> {
-  static Result call(ztClass *, ztUntyped<Property> *property, Arguments... arguments) {
+  static Result call(ztClass *, Untyped<Property> *property, Arguments... arguments) {
     if (property == nullptr) [[unlikely]]
       return Result();
     return operation(*static_cast<Property *>(property), arguments...);
@@ -114,13 +116,13 @@ struct PlainOperations {
     Value value;
     memcpy(&value, word, sizeof value);
     // A setter may destroy the object, and the property with it.
-    ObjectWatch emitter(ztEmitterOf(owner));
+    ObjectWatch emitter(emitterOf(owner));
     if (property.setter.setInt != nullptr) {
       K::set(property, owner, value);
     } else if (property.valuePointer != nullptr) {
       memcpy(property.valuePointer, &value, sizeof value);
     }
-    if (emitter.isAlive()) ztNotifyPropertyChange(owner, emitted(value));
+    if (emitter.isAlive()) notifyPropertyChange(owner, emitted(value));
     return K::wordOf(value);
   }
 
@@ -170,20 +172,20 @@ struct StringOperations {
     // Read first, since the setter may change the word.
     const ztWord value = *word;
     auto *source = reinterpret_cast<void *>(value);
-    ObjectWatch emitter(ztEmitterOf(owner));
+    ObjectWatch emitter(emitterOf(owner));
     if (property.setter.setString != nullptr) {
       property.setter.setString(owner, reinterpret_cast<void *const *>(word));
     } else if (property.valueSize != 0 && property.valuePointer != nullptr && source != nullptr) {
       ztString_of(property.valuePointer)->assign(property.valuePointer, source);
     }
-    if (emitter.isAlive()) ztNotifyPropertyChange(owner, EmittedValue(value));
+    if (emitter.isAlive()) notifyPropertyChange(owner, EmittedValue(value));
     return value;
   }
 
   static void *allocDynamicProperty(ztProperty &property, const void *initial) {
     property.valueSize = 0;
     property.valuePointer = nullptr;
-    ztString *string = ztNewString("");
+    ztString *string = makeString("");
     if (string == nullptr) return nullptr;
     if (initial != nullptr && !ztString_of(string)->assign(string, initial)) {
       ztString_of(string)->unRef(string);

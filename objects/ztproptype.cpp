@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztPropertyType, 16, 21);
 
 static void propertyTypeMethods(ztPropertyTypeMethods *methods) {

@@ -19,13 +19,15 @@
 
 #include <stdio.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztRoot, 152, 48);
 ZT_PIN_CLASS(ztRootPtrList, 88, 40);
 
 // Name and identifier -----------------------------------------------------------------------------
 
 static char *rootSetName(ztRoot &node, const char *name) {
-  ztCopyText(node.name, name);
+  copyText(node.name, name);
   return node.name;
 }
 
@@ -53,17 +55,17 @@ static void *rootGetParent(const ztRoot &node) {
 }
 
 static bool attach(ztRoot *node, ztRoot *parent) {
-  if (parent->children == nullptr || ((node->marks | parent->marks) & ztNodeEnding)) return false;
+  if (parent->children == nullptr || ((node->marks | parent->marks) & nodeBeingDestroyed)) return false;
   // Asked for ahead of all changes, since a host's own may not return.
   const int32_t parentUid = ztRoot_of(parent)->getUid(parent);
   // A copied child of the parent's keeps its place.
-  const bool isListed = ztHolderOf(node) == parent && !(node->marks & ztNodeLeaving);
+  const bool isListed = holderOf(node) == parent && !(node->marks & nodeBeingDeleted);
   if (isListed) {
-    ztForgetHolder(node);
+    forgetHolder(node);
   } else {
     if (ztRootPtrList_of(parent->children)->pushBack(parent->children, node) == nullptr) return false;
     // When the parent lists the node twice now, it is the earlier place that goes.
-    ztTakeOff(node);
+    takeOff(node);
   }
   node->parent = parent;
   node->parentUid = parentUid;
@@ -78,14 +80,14 @@ static bool leaveParent(ztRoot *node, void *parent) {
   ztRoot_of(parent)->deleteChild(parent, node);
   if (!watch.isAlive()) return false;
   // Among equal identifiers it was another child that went, and a slot may have attached this one.
-  ztTakeOff(node);
+  takeOff(node);
   node->parentUid = 0;
   return true;
 }
 
 static bool isBelow(const ztRoot *parent, const ztRoot *node) {
   // Without children, only the node itself is below it.
-  return ztFirstChild(node) == nullptr ? parent == node : ztIsWithinTree(parent, node);
+  return firstChild(node) == nullptr ? parent == node : isWithinTree(parent, node);
 }
 
 static int32_t rootSetParent(ztRoot &node, void *newParent) {
@@ -107,8 +109,8 @@ static void rootUpdate(void *) {}
 static void *searchBelow(const ztRoot *node, int32_t uid) {
   if (node == nullptr) return nullptr;
   void *found = nullptr;
-  for (const ztListItem *item = ztFirstChild(node); item != nullptr; item = item->next) {
-    ztRoot *child = ztChildOf(item);
+  for (const ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
+    ztRoot *child = childOf(item);
     if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return child;
     found = searchBelow(child, uid);
   }
@@ -119,7 +121,7 @@ static void *searchBelow(const ztRoot *node, int32_t uid) {
 // an identifier that the tree has already. So the way up is gone only as far as a host's `getParent` leads.
 static void *rootFindChildById(const void *object, int32_t uid) {
   const void *top = object;
-  while (top != nullptr && ztRoot_of(top)->getParent != ztMethod<rootGetParent>)
+  while (top != nullptr && ztRoot_of(top)->getParent != method<rootGetParent>)
     top = ztRoot_of(top)->getParent(top);
   return searchBelow(nullptr, uid);
 }
@@ -130,7 +132,7 @@ static void clearWord(void *&word) {
 }
 
 static void emitChild(ztRoot &node, const char *signalName, ztRoot *child) {
-  ztEmit(&node, signalName, EmittedValue(reinterpret_cast<intptr_t>(child)));
+  emit(&node, signalName, EmittedValue(reinterpret_cast<intptr_t>(child)));
 }
 
 static void rootAddChild(ztRoot &node, void *child) {
@@ -144,8 +146,8 @@ static void rootAddChild(ztRoot &node, void *child) {
 }
 
 static ztListItem *findByUid(const ztRoot *node, int32_t uid) {
-  for (ztListItem *item = ztFirstChild(node); item != nullptr; item = item->next) {
-    const ztRoot *child = ztChildOf(item);
+  for (ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
+    const ztRoot *child = childOf(item);
     if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return item;
   }
   return nullptr;
@@ -155,23 +157,23 @@ static void rootDeleteChild(ztRoot &node, void *given) {
   if (given == nullptr) return;
   ztListItem *item = findByUid(&node, ztRoot_of(given)->getUid(given));
   if (item == nullptr) return;
-  ztRoot *child = ztChildOf(item);
-  if (child->marks & ztNodeLeaving) {
-    ztTakeOff(child);  // a slot of "childDeleted" deletes the same child
+  ztRoot *child = childOf(item);
+  if (child->marks & nodeBeingDeleted) {
+    takeOff(child);  // a slot of "childDeleted" deletes the same child
     return;
   }
   child->parent = nullptr;
   child->parentUid = 0;
   clearWord(static_cast<ztRootMethods *>(node.klass->methodTable)->reserved2);
-  if (ztRememberHolder(child, &node)) {
-    child->marks |= ztNodeLeaving;
+  if (rememberHolder(child, &node)) {
+    child->marks |= nodeBeingDeleted;
   } else {
-    ztRemoveItem(&node, item);  // without memory it goes first
+    removeChildItem(&node, item);  // without memory it goes first
   }
   ObjectWatch watch(child);
   emitChild(node, "childDeleted", child);
   // A slot may have deleted, attached or ended it already, or ended the node.
-  if (watch.isAlive() && (child->marks & ztNodeLeaving)) ztTakeOff(child);
+  if (watch.isAlive() && (child->marks & nodeBeingDeleted)) takeOff(child);
 }
 
 static int32_t rootGetChildCount(const ztRoot &node) {
@@ -190,7 +192,7 @@ static int32_t rootDeleteAllChild(ztRoot &node) {
     if (child != nullptr) {
       methods->deleteChild(&node, child);
     } else {
-      ztRemoveChild(&node, nullptr);
+      removeChild(&node, nullptr);
     }
   }
   return 0;
@@ -204,11 +206,11 @@ static int32_t rootInitProperties(ztClass *klass) {
   ztSetter setter;
   getter.getInt = methods->getUid;
   setter.setInt = methods->setUid;
-  ztDeclareProperty(klass, "uniqueID", "ztInt", getter, setter, "ztIntPropertyType", ztIntPropertyType_ctor);
+  declareProperty(klass, "uniqueID", "ztInt", getter, setter, "ztIntPropertyType", ztIntPropertyType_ctor);
   getter.getText = methods->getName;
   setter.setText = methods->setName;
-  return ztDeclareProperty(klass, "name", "ztCharPtr", getter, setter, "ztCharPtrPropertyType",
-                           ztCharPtrPropertyType_ctor);
+  return declareProperty(klass, "name", "ztCharPtr", getter, setter, "ztCharPtrPropertyType",
+                         ztCharPtrPropertyType_ctor);
 }
 
 // Life of a node ----------------------------------------------------------------------------------
@@ -226,34 +228,34 @@ static int32_t rootCreate(ztRoot &node) {
   node.parent = nullptr;
   node.reservedWord = nullptr;
   node.parentUid = -1;
-  ztCopyText(node.name, "");
+  copyText(node.name, "");
   if (!ztObject_table()->create(&node)) return 0;
   nameNode(&node);
   ztRoot_of(&node)->generateUid(&node);
-  node.children = ztNewObject<ztRootPtrList>(ztRootPtrList_ctor);
+  node.children = newObject<ztRootPtrList>(ztRootPtrList_ctor);
   return node.children != nullptr;
 }
 
 static void *rootClone(const ztRoot &node, void *target) {
-  ztRoot *copy = ztCopyNodeAlone(&node, target);
-  if (copy == nullptr || ztCopyChildren(&node, copy)) return copy;
-  ztReleaseChildren(copy);
-  ztReleasePart(copy->children);
+  ztRoot *copy = copyNodeAlone(&node, target);
+  if (copy == nullptr || copyChildren(&node, copy)) return copy;
+  releaseChildren(copy);
+  releasePart(copy->children);
   ztObject_table()->destroy(copy);
   return nullptr;
 }
 
 static int32_t rootAssign(ztRoot &node, const void *other) {
   if (other == nullptr || !ztObject_table()->assign(&node, other)) return 0;
-  return ztAssignChildren(&node, static_cast<const ztRoot *>(other));
+  return assignChildren(&node, static_cast<const ztRoot *>(other));
 }
 
 static void rootDestroy(ztRoot &node) {
-  node.marks |= ztNodeEnding;
-  ztTakeOff(&node);  // released by its maker while it is attached
-  ztReleaseChildren(&node);
-  ztReleasePart(node.children);
-  ztCopyText(node.name, "");
+  node.marks |= nodeBeingDestroyed;
+  takeOff(&node);  // released by its maker while it is attached
+  releaseChildren(&node);
+  releasePart(node.children);
+  copyText(node.name, "");
   ztObject_table()->destroy(&node);
 }
 
@@ -279,27 +281,27 @@ static int32_t rootRead(ztRoot &node, void *file) {
 }
 
 static void rootMethods(ztRootMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<rootCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<rootClone>);
-  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<rootAssign>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<rootDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<rootRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<rootWrite>);
+  ZT_OVERRIDE_METHOD(methods, create, method<rootCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<rootClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, method<rootAssign>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<rootDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, method<rootRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<rootWrite>);
   ZT_OVERRIDE_METHOD(methods, initProperties, rootInitProperties);
-  ZT_OVERRIDE_METHOD(methods, setName, ztMethod<rootSetName>);
-  ZT_OVERRIDE_METHOD(methods, getName, ztMethod<rootGetName>);
-  ZT_OVERRIDE_METHOD(methods, generateUid, ztMethod<rootGenerateUid>);
-  ZT_OVERRIDE_METHOD(methods, setUid, ztMethod<rootSetUid>);
-  ZT_OVERRIDE_METHOD(methods, getUid, ztMethod<rootGetUid>);
-  ZT_OVERRIDE_METHOD(methods, setParent, ztMethod<rootSetParent>);
-  ZT_OVERRIDE_METHOD(methods, getParent, ztMethod<rootGetParent>);
+  ZT_OVERRIDE_METHOD(methods, setName, method<rootSetName>);
+  ZT_OVERRIDE_METHOD(methods, getName, method<rootGetName>);
+  ZT_OVERRIDE_METHOD(methods, generateUid, method<rootGenerateUid>);
+  ZT_OVERRIDE_METHOD(methods, setUid, method<rootSetUid>);
+  ZT_OVERRIDE_METHOD(methods, getUid, method<rootGetUid>);
+  ZT_OVERRIDE_METHOD(methods, setParent, method<rootSetParent>);
+  ZT_OVERRIDE_METHOD(methods, getParent, method<rootGetParent>);
   ZT_OVERRIDE_METHOD(methods, update, rootUpdate);
   ZT_OVERRIDE_METHOD(methods, findChildById, rootFindChildById);
-  ZT_OVERRIDE_METHOD(methods, addChild, ztMethod<rootAddChild>);
-  ZT_OVERRIDE_METHOD(methods, deleteChild, ztMethod<rootDeleteChild>);
-  ZT_OVERRIDE_METHOD(methods, deleteAllChild, ztMethod<rootDeleteAllChild>);
-  ZT_OVERRIDE_METHOD(methods, getChildAt, ztMethod<rootGetChildAt>);
-  ZT_OVERRIDE_METHOD(methods, getChildCount, ztMethod<rootGetChildCount>);
+  ZT_OVERRIDE_METHOD(methods, addChild, method<rootAddChild>);
+  ZT_OVERRIDE_METHOD(methods, deleteChild, method<rootDeleteChild>);
+  ZT_OVERRIDE_METHOD(methods, deleteAllChild, method<rootDeleteAllChild>);
+  ZT_OVERRIDE_METHOD(methods, getChildAt, method<rootGetChildAt>);
+  ZT_OVERRIDE_METHOD(methods, getChildCount, method<rootGetChildCount>);
 }
 
 ZT_DEFINE_CLASS(ztRoot, ztObject, rootMethods)
@@ -308,7 +310,7 @@ ZT_DEFINE_CLASS(ztRoot, ztObject, rootMethods)
 
 static int32_t rootPtrListCreate(void *object) {
   if (!ztList_table()->create(object)) return 0;
-  ztKeepPointers(object, ztRootPtrList_compare_func, ztRootPtrList_compare_func_ptr);
+  keepPointers(object, ztRootPtrList_compare_func, ztRootPtrList_compare_func_ptr);
   return 1;
 }
 
@@ -319,9 +321,9 @@ static void rootPtrListMethods(ztRootPtrListMethods *methods) {
 ZT_DEFINE_CLASS(ztRootPtrList, ztList, rootPtrListMethods)
 
 int32_t ztRootPtrList_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztRootPtrList_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }

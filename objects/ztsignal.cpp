@@ -7,11 +7,12 @@
 #include "core/ztparts.hh"
 #include "objects/ztstrmap.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztSignal, 40, 16);
 
 // A signal that is on its way into an object's map has no slot map yet.
-using SignalParts =
-    ztParts<&ztBaseClass_table, ztPart<&ztSignal::name, ztString_ctor>, ztPart<&ztSignal::slots>>;
+using SignalParts = Parts<&ztBaseClass_table, Part<&ztSignal::name, ztString_ctor>, Part<&ztSignal::slots>>;
 
 static int32_t signalCreate(ztSignal &signal) {
   signal.argumentCount = 0;
@@ -24,8 +25,8 @@ static void *signalClone(const ztSignal &signal, void *target) {
 }
 
 static void forgetDeliveries(const ztSignal &signal) {
-  ztForEachCall([&](ztCall &call) {
-    if (call.subject == &signal && ztKindOf(call) == ztCallKind::delivery) call.subject = nullptr;
+  forEachCall([&](Call &call) {
+    if (call.subject == &signal && kindOf(call) == CallKind::delivery) call.subject = nullptr;
   });
 }
 
@@ -35,18 +36,18 @@ static void signalDestroy(ztSignal &signal) {
 }
 
 static void signalMethods(ztSignalMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<signalCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<signalClone>);
+  ZT_OVERRIDE_METHOD(methods, create, method<signalCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<signalClone>);
   // A signal keeps its name and its slots.
   ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<signalDestroy>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<signalDestroy>);
 }
 
 ZT_DEFINE_CLASS(ztSignal, ztBaseClass, signalMethods)
 
 static int32_t signalMapCreate(void *object) {
   if (!ztMap_table()->create(object)) return 0;
-  ztKeyByString(object, ztSignalMap_compare_func);
+  keyByString(object, ztSignalMap_compare_func);
   const ztSignalMapMethods *methods = ztSignalMap_of(object);
   methods->setValueConstructor(object, ztSignal_ctor);
   methods->setValueSize(object, sizeof(ztSignal), 0);
@@ -61,9 +62,9 @@ static void signalMapMethods(ztSignalMapMethods *methods) {
 ZT_DEFINE_CLASS(ztSignalMap, ztMap, signalMapMethods)
 
 int32_t ztSignalMap_compare_func(const void *first, const void *second) {
-  return ztCompareStrings(first, second);
+  return compareStrings(first, second);
 }
 
 int32_t ztSignalMap_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareStrings(first, second);
+  return compareStrings(first, second);
 }

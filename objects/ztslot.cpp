@@ -7,9 +7,11 @@
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztSlot, 40, 16);
 
-using SlotParts = ztParts<&ztBaseClass_table, ztPart<&ztSlot::name, ztString_ctor>>;
+using SlotParts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
 
 static int32_t slotCreate(ztSlot &slot) {
   slot.receiver = nullptr;
@@ -22,11 +24,11 @@ static void *slotClone(const ztSlot &slot, void *target) {
 }
 
 static void slotMethods(ztSlotMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<slotCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<slotClone>);
+  ZT_OVERRIDE_METHOD(methods, create, method<slotCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<slotClone>);
   // A slot is not assigned, only replaced.
   ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<SlotParts::destroy<ztSlot>>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<SlotParts::destroy<ztSlot>>);
 }
 
 ZT_DEFINE_CLASS(ztSlot, ztBaseClass, slotMethods)
@@ -45,7 +47,7 @@ static int32_t slotMapCreate(void *object) {
 // Hosts may take slots out of a signal's map themselves, also during a delivery.
 static void slotMapDeleteItem(void *object, void *item) {
   ztMap_table()->deleteItem(object, item);
-  if (ztThisThread.calls != nullptr) ++ztThisThread.calls->removals;
+  if (thisThread.calls != nullptr) ++thisThread.calls->removals;
 }
 
 static void slotMapMethods(ztSlotMapMethods *methods) {
@@ -56,11 +58,11 @@ static void slotMapMethods(ztSlotMapMethods *methods) {
 ZT_DEFINE_CLASS(ztSlotMap, ztMap, slotMapMethods)
 
 int32_t ztSlotMap_key_compare_func(const void *first, const void *second) {
-  return ztCompareAt<uintptr_t>(first, second);
+  return compareAt<uintptr_t>(first, second);
 }
 
 int32_t ztSlotMap_key_compare_func_ptr(const void *first, const void *second) {
-  return ztCompareWords<uintptr_t>(first, second);
+  return compareWords<uintptr_t>(first, second);
 }
 
 int32_t ztSlotMap_value_compare_func(const void *first, const void *second) {
@@ -68,9 +70,9 @@ int32_t ztSlotMap_value_compare_func(const void *first, const void *second) {
   const auto *one = static_cast<const ztSlot *>(first);
   const auto *other = static_cast<const ztSlot *>(second);
   if (one->receiver != other->receiver) {
-    return ztCompareWords<uintptr_t>(one->receiver, other->receiver);
+    return compareWords<uintptr_t>(one->receiver, other->receiver);
   }
-  return ztCompareAt<uintptr_t>(&one->function, &other->function);
+  return compareAt<uintptr_t>(&one->function, &other->function);
 }
 
 int32_t ztSlotMap_value_compare_func_ptr(const void *first, const void *second) {

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+using namespace ztcore;
+
 static ztMapItem *mapItem(void *item) {
   return static_cast<ztMapItem *>(item);
 }
@@ -62,16 +64,16 @@ class ReceiverSlots {
 
 }  // namespace
 
-ztMapItem *ztFindSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function) {
+ztMapItem *ztcore::findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function) {
   ReceiverSlots candidates(slots, receiver);
   for (; candidates.item() != nullptr; candidates.next()) {
-    const ztSlot *slot = ztSlotOf(candidates.item());
-    if (slot->receiver == receiver && ztIsSameSlot(slot->function, function)) return candidates.item();
+    const ztSlot *slot = slotOf(candidates.item());
+    if (slot->receiver == receiver && isSameSlot(slot->function, function)) return candidates.item();
   }
   return nullptr;
 }
 
-void ztRemoveReceiver(ztSlotMap *slots, const void *receiver) {
+void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // Items move when one is removed, so each is looked up anew.
@@ -106,7 +108,7 @@ static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *it
 // `pop` removes the item that `find` meets first. The unwanted slot is brought into that item, and the
 // slots between the two move by one place each, so that the others stay in order. In a map that a host gave
 // another order it may meet none of the receiver's: then none goes.
-bool ztRemoveSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
+bool ztcore::removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
   const void *first = ztSlotMap_of(slots)->find(slots, receiver);
   if (!isAmong(slots, receiver, first)) return false;
   ReceiverSlots walk(slots, receiver);
@@ -119,13 +121,13 @@ bool ztRemoveSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwan
   return ztSlotMap_of(slots)->pop(slots, receiver) != 0;
 }
 
-void ztRemoveReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept) {
+void ztcore::removeReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept) {
   if (slots == nullptr) return;
   for (;;) {
     const ztMapItem *unwanted = nullptr;
     for (ReceiverSlots walk(slots, receiver); walk.item() != nullptr && unwanted == nullptr; walk.next()) {
-      if (!ztIsSameSlot(ztSlotOf(walk.item())->function, kept)) unwanted = walk.item();
+      if (!isSameSlot(slotOf(walk.item())->function, kept)) unwanted = walk.item();
     }
-    if (unwanted == nullptr || !ztRemoveSlot(slots, receiver, unwanted)) return;
+    if (unwanted == nullptr || !removeSlot(slots, receiver, unwanted)) return;
   }
 }

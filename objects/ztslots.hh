@@ -4,24 +4,28 @@
 
 #include "objects/ztslot.h"
 
-inline ztSlot *ztSlotOf(const ztMapItem *item) {
+namespace ztcore {
+
+inline ztSlot *slotOf(const ztMapItem *item) {
   return static_cast<ztSlot *>(item->value);
 }
 
-inline bool ztIsSameSlot(ztSlotFunction one, ztSlotFunction other) {
+inline bool isSameSlot(ztSlotFunction one, ztSlotFunction other) {
   return one.call0 == other.call0;
 }
 
 // The item of a receiver's slot with that function. NULL when there is none, or no set.
-ztMapItem *ztFindSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function);
+ztMapItem *findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function);
 
 // Takes out one slot of a receiver, by its item. False when the set keeps it.
-bool ztRemoveSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted);
+bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted);
 
 // Takes out all slots of a receiver. NULL is no set.
-void ztRemoveReceiver(ztSlotMap *slots, const void *receiver);
+void removeReceiver(ztSlotMap *slots, const void *receiver);
 
 // The same, but for those with one function.
-void ztRemoveReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept);
+void removeReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept);
+
+}  // namespace ztcore
 
 #endif

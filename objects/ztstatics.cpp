@@ -10,6 +10,8 @@
 #include "objects/ztproperty.hh"
 #include "objects/ztstrmap.hh"
 
+using namespace ztcore;
+
 namespace {
 
 // A class that has a map of static properties. A map is made for a class that is registered, and for an
@@ -29,11 +31,11 @@ static StaticMapOwner *staticMapOwners;
 static uint32_t mapsBeingBuilt;
 
 static ztPropertyMap *publishedMap(const ztClass *klass) {
-  return __atomic_load_n(&ztObjectTableOf(klass)->staticProperties, __ATOMIC_ACQUIRE);
+  return __atomic_load_n(&objectTableOf(klass)->staticProperties, __ATOMIC_ACQUIRE);
 }
 
 static void publishMap(const ztClass *klass, ztPropertyMap *map) {
-  __atomic_store_n(&ztObjectTableOf(klass)->staticProperties, map, __ATOMIC_RELEASE);
+  __atomic_store_n(&objectTableOf(klass)->staticProperties, map, __ATOMIC_RELEASE);
 }
 
 static ztPropertyMap *mapOf(const StaticMapOwner *owner) {
@@ -46,12 +48,12 @@ static void releaseOwner(StaticMapOwner **at) {
   ztPropertyMap *map = mapOf(owner);
   *at = owner->next;
   if (owner->retired == nullptr) publishMap(owner->klass, nullptr);
-  ztReleasePart(map);
+  releasePart(map);
   ztm_free(owner);
 }
 
 static void releaseStaticMaps(ztClass *klass) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   StaticMapOwner **at = &staticMapOwners;
   while (*at != nullptr) {
     if ((*at)->klass == klass) {
@@ -69,8 +71,8 @@ static StaticMapOwner **ownerOf(const ztClass *klass) {
   return at;
 }
 
-void ztReleaseStaticProperties() {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+void ztcore::releaseStaticProperties() {
+  const Locked locked(engineLock, Locked::hostsCode);
   while (staticMapOwners != nullptr) releaseOwner(&staticMapOwners);
 }
 
@@ -78,15 +80,15 @@ static void buildStaticMap(ztClass *klass);
 
 static bool hasTypeWithin(const ztPropertyMap *map, const ztClass *klass) {
   for (const ztMapItem *item : itemsOf(map)) {
-    if (ztIsWithin(static_cast<const ztProperty *>(item->value)->type, klass)) return true;
+    if (isWithin(static_cast<const ztProperty *>(item->value)->type, klass)) return true;
   }
   return false;
 }
 
-void ztForgetStaticProperties(const ztClass *klass) {
+void ztcore::forgetStaticProperties(const ztClass *klass) {
   StaticMapOwner *owner = staticMapOwners;
   while (owner != nullptr) {
-    if (ztIsWithin(owner->klass, klass) || hasTypeWithin(mapOf(owner), klass)) {
+    if (isWithin(owner->klass, klass) || hasTypeWithin(mapOf(owner), klass)) {
       releaseStaticMaps(owner->klass);
       owner = staticMapOwners;
     } else {
@@ -111,7 +113,7 @@ static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
   auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
   if (owner == nullptr || map == nullptr) {
     ztm_free(owner);
-    ztReleasePart(map);
+    releasePart(map);
     return false;
   }
   retireMap(klass);
@@ -125,7 +127,7 @@ static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors
   const ztPropertyMapMethods *operations = ztPropertyMap_of(map);
   for (const ztMapItem *item : itemsOf(ancestors)) {
     if (operations->pushBack(map, item->data, item->value) != nullptr) continue;
-    if (operations->find(map, item->data) == nullptr) ++ztLostDeclarations;
+    if (operations->find(map, item->data) == nullptr) ++lostDeclarations;
   }
 }
 
@@ -138,7 +140,7 @@ static void fillStaticMap(ztClass *klass) {
     const ztPropertyMap *inherited = publishedMap(ancestor);
     if (inherited != nullptr) inheritProperties(publishedMap(klass), inherited);
   }
-  if (ztObjectTableOf(klass)->initProperties != nullptr) ztObjectTableOf(klass)->initProperties(klass);
+  if (objectTableOf(klass)->initProperties != nullptr) objectTableOf(klass)->initProperties(klass);
 }
 
 static void completeMap(const ztClass *klass, bool lacksSomething) {
@@ -151,23 +153,23 @@ static void completeMap(const ztClass *klass, bool lacksSomething) {
 // The class has its map from the beginning on, for its `initProperties` to find. One that lacks something in
 // the end is taken back, and made again when it is next needed.
 static void buildStaticMap(ztClass *klass) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  const uint32_t lostBefore = ztLostDeclarations;
+  const Locked locked(engineLock, Locked::hostsCode);
+  const uint32_t lostBefore = lostDeclarations;
   __atomic_add_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELAXED);
-  if (giveMap(klass, ztNewObject<ztPropertyMap>(ztPropertyMap_ctor), false)) {
+  if (giveMap(klass, newObject<ztPropertyMap>(ztPropertyMap_ctor), false)) {
     fillStaticMap(klass);
-    completeMap(klass, ztLostDeclarations != lostBefore);
+    completeMap(klass, lostDeclarations != lostBefore);
   } else {
-    ++ztLostDeclarations;
+    ++lostDeclarations;
   }
   __atomic_sub_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELEASE);
 }
 
-ztPropertyMap *ztStaticMapOf(ztClass *klass) {
+ztPropertyMap *ztcore::staticMapOf(ztClass *klass) {
   ztPropertyMap *map = publishedMap(klass);
   // In this order: a map that is not complete was put there after the count was raised.
   if (map != nullptr && __atomic_load_n(&mapsBeingBuilt, __ATOMIC_ACQUIRE) == 0) return map;
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   if (publishedMap(klass) == nullptr) buildStaticMap(klass);
   return publishedMap(klass);
 }
@@ -179,31 +181,31 @@ static void objectClassInstanceCreate(ztClass *klass) {
 // Declaring ---------------------------------------------------------------------------------------
 
 // Adds a property to a class's map; to a copy of it, where other threads may be reading it.
-static bool insertStatic(ztClass *klass, ztPropertyMap *map, const StringSource &name,
+static bool insertStatic(ztClass *klass, ztPropertyMap *map, const CopyableText &name,
                          const ztProperty &property) {
   const StaticMapOwner *owner = *ownerOf(klass);
   if (__libc_single_threaded || owner == nullptr || !owner->complete) {
-    return ztInsertByKey(map, name, &property) != nullptr;
+    return insertByKey(map, name, &property) != nullptr;
   }
-  auto *copy = static_cast<ztPropertyMap *>(ztCopyObject(map));
-  if (copy == nullptr || ztInsertByKey(copy, name, &property) != nullptr) return giveMap(klass, copy, true);
-  ztReleasePart(copy);
+  auto *copy = static_cast<ztPropertyMap *>(copyObject(map));
+  if (copy == nullptr || insertByKey(copy, name, &property) != nullptr) return giveMap(klass, copy, true);
+  releasePart(copy);
   return false;
 }
 
 static int32_t objectAddProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
                                  ztSetter setter, void *userWord, const char *signalName) {
   if (klass == nullptr || name == nullptr) return 0;
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
+  const Locked locked(engineLock, Locked::hostsCode);
   // First of all: the first declaration ever has the string class registered ahead of the types.
-  const StringSource key(name);
-  ztPropertyMap *map = ztStaticMapOf(klass);
-  ztClass *type = ztPropertyTypeOf(typeName);
-  if (map == nullptr) ++ztLostDeclarations;
-  if (map == nullptr || type == nullptr || ztFindByName(map, name) != nullptr) return 0;
+  const CopyableText key(name);
+  ztPropertyMap *map = staticMapOf(klass);
+  ztClass *type = propertyTypeOf(typeName);
+  if (map == nullptr) ++lostDeclarations;
+  if (map == nullptr || type == nullptr || findByName(map, name) != nullptr) return 0;
 
   ztProperty property;
-  bool complete = ztBeginProperty(&property, name, type, ztSizeOfMap(map), klass->name);
+  bool complete = beginProperty(&property, name, type, sizeOfMap(map), klass->name);
   property.getter = getter;
   property.setter = setter;
   property.userWord = userWord;
@@ -211,19 +213,19 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
     complete = ztString_of(property.signalName)->set(property.signalName, signalName) != nullptr;
   }
   const bool added = complete && insertStatic(klass, map, key, property);
-  if (!added) ++ztLostDeclarations;
+  if (!added) ++lostDeclarations;
   ztProperty_of(&property)->destroy(&property);
   return added;
 }
 
-int32_t ztDeclareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
-                          ztSetter setter, const char *typeClassName, ztCtor typeCtor) {
-  const ztLocked locked(ztEngineLock, ztLocked::hostsCode);
-  const ztObjectMethods *methods = ztObjectTableOf(klass);
+int32_t ztcore::declareProperty(ztClass *klass, const char *name, const char *typeName, ztGetter getter,
+                                ztSetter setter, const char *typeClassName, ztCtor typeCtor) {
+  const Locked locked(engineLock, Locked::hostsCode);
+  const ztObjectMethods *methods = objectTableOf(klass);
   const int32_t added = methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
   if (added) return added;
-  ztOOP_ensureRegistered(typeClassName, typeCtor);
-  if (!ztOOP_isClassRegistered(typeClassName)) ++ztLostDeclarations;
+  ensureRegistered(typeClassName, typeCtor);
+  if (!ztOOP_isClassRegistered(typeClassName)) ++lostDeclarations;
   ztProperty_functions()->registerNewType(nullptr, typeClassName);
   return methods->addProperty(klass, name, typeName, getter, setter, nullptr, nullptr);
 }
@@ -231,14 +233,14 @@ int32_t ztDeclareProperty(ztClass *klass, const char *name, const char *typeName
 static int32_t objectInitProperties(ztClass *klass) {
   if (klass == nullptr) return 0;
   ztGetter getter;
-  getter.getInt = ztObjectTableOf(klass)->getRefCount;
+  getter.getInt = objectTableOf(klass)->getRefCount;
   ztSetter setter;
   setter.setInt = nullptr;
-  return ztDeclareProperty(klass, "refCount", "ztInt", getter, setter, "ztIntPropertyType",
-                           ztIntPropertyType_ctor);
+  return declareProperty(klass, "refCount", "ztInt", getter, setter, "ztIntPropertyType",
+                         ztIntPropertyType_ctor);
 }
 
-void ztOverrideStaticProperties(ztObjectMethods *methods) {
+void ztcore::overrideStaticProperties(ztObjectMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, classInstanceCreate, objectClassInstanceCreate);
   ZT_OVERRIDE_METHOD(methods, classInstanceDestroy, releaseStaticMaps);
   ZT_OVERRIDE_METHOD(methods, addProperty, objectAddProperty);

@@ -6,8 +6,10 @@
 #include "containers/ztmap.h"
 #include "io/ztstring.hh"
 
+namespace ztcore {
+
 // Has the map keep its keys as strings of its own.
-inline void ztKeyByString(void *map, ztCompareFunc compare) {
+inline void keyByString(void *map, ztCompareFunc compare) {
   const ztMapMethods *methods = ztMap_of(map);
   methods->setKeyConstructor(map, ztString_ctor);
   methods->setKeySize(map, sizeof(ztString), 0);
@@ -20,28 +22,30 @@ inline bool isEmptyMap(const void *map) {
   return tree == nullptr || tree->root == nullptr;
 }
 
-inline int32_t ztSizeOfMap(const void *map) {
+inline int32_t sizeOfMap(const void *map) {
   return map == nullptr ? 0 : ztMap_of(map)->getSize(map);
 }
 
 // The stored value under a name; NULL when there is none, or no map.
-inline void *ztFindByName(const void *map, const char *name) {
+inline void *findByName(const void *map, const char *name) {
   if (map == nullptr || name == nullptr || isEmptyMap(map)) return nullptr;
-  StringView key(name);
+  BorrowedText key(name);
   return ztMap_of(map)->findValue(map, key.get());
 }
 
-// Inserts copies of the key and the value; the result is that of ztInsertByName.
-inline void *ztInsertByKey(void *map, const StringSource &key, const void *value) {
+// Inserts copies of the key and the value; the result is that of insertByName.
+inline void *insertByKey(void *map, const CopyableText &key, const void *value) {
   const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key.get(), value));
   return item == nullptr ? nullptr : item->value;
 }
 
 // Inserts copies of the name and the value. The stored value; NULL when the name is there already or
 // memory is exhausted.
-inline void *ztInsertByName(void *map, const char *name, const void *value) {
+inline void *insertByName(void *map, const char *name, const void *value) {
   if (map == nullptr) return nullptr;
-  return ztInsertByKey(map, StringSource(name), value);
+  return insertByKey(map, CopyableText(name), value);
 }
+
+}  // namespace ztcore
 
 #endif

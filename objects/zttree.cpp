@@ -2,8 +2,10 @@
 
 #include "objects/ztnode.hh"
 
+using namespace ztcore;
+
 void TreeWalk::next() {
-  const ztListItem *first = ztFirstChild(node);
+  const ztListItem *first = firstChild(node);
   if (first != nullptr && !levels.push({node, first})) {
     outOfMemory = true;
     node = nullptr;
@@ -12,9 +14,9 @@ void TreeWalk::next() {
   while (levels.size() > 0) {
     Level &level = levels.last();
     for (const ztListItem *item = level.following; item != nullptr; item = item->next) {
-      ztRoot *child = ztChildOf(item);
+      ztRoot *child = childOf(item);
       // A node that was put into the list by other means may stand above it as well.
-      if (child == nullptr || ztHolderOf(child) != level.parent) continue;
+      if (child == nullptr || holderOf(child) != level.parent) continue;
       level.following = item->next;
       node = child;
       return;
@@ -36,7 +38,7 @@ class WayUp {
     return node;
   }
   void next() {
-    node = ztHolderOf(node);
+    node = holderOf(node);
     leadsRound = node != nullptr && node == seen;
     if (leadsRound) node = nullptr;
     if (++steps == stride) {
@@ -61,7 +63,7 @@ class WayUp {
 // The way up is as long as the tree is deep; after some steps of it, each
 // one is matched by a step through what is below `top`, so that of two trees that are joined the smaller one
 // tells what it costs.
-bool ztIsWithinTree(const ztRoot *node, const ztRoot *top) {
+bool ztcore::isWithinTree(const ztRoot *node, const ztRoot *top) {
   constexpr int32_t fewSteps = 64;
   WayUp up(node);
   for (int32_t i = 0; i < fewSteps && up.current() != nullptr; ++i) {

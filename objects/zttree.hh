@@ -5,6 +5,8 @@
 #include "core/ztgrowing.hh"
 #include "objects/ztroot.h"
 
+namespace ztcore {
+
 // Visits a node and all below it, each before its children and these in their order. It takes memory by
 // the depth of the tree, which is not to change meanwhile.
 class TreeWalk {
@@ -40,6 +42,8 @@ class TreeWalk {
 };
 
 // Whether a node is `top` or below it.
-bool ztIsWithinTree(const ztRoot *node, const ztRoot *top);
+bool isWithinTree(const ztRoot *node, const ztRoot *top);
+
+}  // namespace ztcore
 
 #endif

@@ -1,23 +1,25 @@
 #include "objects/zttreecopy.hh"
 
 #include "core/ztbasec.hh"
+#include "core/ztgrowing.hh"
 #include "core/ztstack.hh"
 #include "core/ztthread.hh"
-#include "core/ztgrowing.hh"
 #include "objects/ztnode.hh"
 #include "tags/zttag.hh"
+
+using namespace ztcore;
 
 // Nodes that do as the library's classes do are taken in loops, whose memory is the heap; a host's override is
 // called, and comes back here for what is below its node.
 
-const ztRootMethods *ztLibraryMethodsOf(const ztRoot *node) {
+const ztRootMethods *ztcore::libraryMethodsOf(const ztRoot *node) {
   const ztClass *klass = node->klass;
   while (klass != ztTagClass_Instance() && klass != ztRootClass_Instance()) klass = klass->parent;
   return static_cast<const ztRootMethods *>(klass->methodTable);
 }
 
 static bool isTag(const ztRoot *node) {
-  return ztLibraryMethodsOf(node) == ztTagClass_Instance()->methodTable;
+  return libraryMethodsOf(node) == ztTagClass_Instance()->methodTable;
 }
 
 static ztTag *tagOf(ztRoot *node) {
@@ -32,7 +34,7 @@ static const ztTag *tagOf(const ztRoot *node) {
 // a host's to reach into, and only a child that another node lists can have been put there so.
 template <typename Levels>
 static bool leadsBack(Levels &levels, const ztRoot *child) {
-  if (ztHolderOf(child) == levels.last().node) return false;
+  if (holderOf(child) == levels.last().node) return false;
   int32_t level = levels.size();
   while (level > 0 && levels[level - 1].node != child) --level;
   return level > 0;
@@ -50,12 +52,12 @@ struct CopyLevel {
 
 }  // namespace
 
-ztRoot *ztCopyNodeAlone(const void *node, void *target) {
+ztRoot *ztcore::copyNodeAlone(const void *node, void *target) {
   auto *copy = static_cast<ztRoot *>(ztObject_table()->clone(node, target));
   if (copy == nullptr) return nullptr;
   copy->parent = nullptr;
   copy->parentUid = -1;
-  copy->children = ztNewObject<ztRootPtrList>(ztRootPtrList_ctor);
+  copy->children = newObject<ztRootPtrList>(ztRootPtrList_ctor);
   if (copy->children != nullptr) return copy;
   ztObject_table()->destroy(copy);
   return nullptr;
@@ -64,7 +66,7 @@ ztRoot *ztCopyNodeAlone(const void *node, void *target) {
 static ztRoot *copyAlone(const ztRoot *node) {
   void *fresh = static_cast<const ztClassFunctions *>(node->klass->classTable)->newop();
   if (fresh == nullptr) return nullptr;
-  ztRoot *copy = ztCopyNodeAlone(node, fresh);
+  ztRoot *copy = copyNodeAlone(node, fresh);
   if (copy == nullptr) {
     ztm_free(fresh);
     return nullptr;
@@ -78,7 +80,7 @@ static ztRoot *copyAlone(const ztRoot *node) {
 // The copy belongs to the list that it is on alone, with one reference; its parent field does not say so.
 static bool list(ztRoot *copy, ztRoot *childCopy) {
   if (ztRootPtrList_of(copy->children)->pushBack(copy->children, childCopy) != nullptr) {
-    return childCopy == nullptr || ztRememberHolder(childCopy, copy);
+    return childCopy == nullptr || rememberHolder(childCopy, copy);
   }
   if (childCopy != nullptr) ztRoot_of(childCopy)->unRef(childCopy);
   return false;
@@ -88,29 +90,29 @@ static bool copyChild(GrowingArray<CopyLevel> &levels, const ztRoot *child) {
   ztRoot *copy = levels.last().copy;
   if (child == nullptr) return list(copy, nullptr);
   if (leadsBack(levels, child)) return false;
-  if (ztRoot_of(child)->clone == ztLibraryMethodsOf(child)->clone) {
+  if (ztRoot_of(child)->clone == libraryMethodsOf(child)->clone) {
     ztRoot *childCopy = copyAlone(child);
     return childCopy != nullptr && list(copy, childCopy) &&
-           levels.push({child, childCopy, ztFirstChild(child)});
+           levels.push({child, childCopy, firstChild(child)});
   }
-  auto *childCopy = static_cast<ztRoot *>(ztStackLeft() > 0 ? ztCopyObject(child) : nullptr);
+  auto *childCopy = static_cast<ztRoot *>(stackLeft() > 0 ? copyObject(child) : nullptr);
   return childCopy != nullptr && list(copy, childCopy);
 }
 
-bool ztCopyChildren(const ztRoot *node, ztRoot *copy) {
+bool ztcore::copyChildren(const ztRoot *node, ztRoot *copy) {
   GrowingArray<CopyLevel> levels;
-  if (!levels.push({node, copy, ztFirstChild(node)})) return false;
+  if (!levels.push({node, copy, firstChild(node)})) return false;
   while (true) {
     CopyLevel &level = levels.last();
     if (level.following != nullptr) {
-      const ztRoot *child = ztChildOf(level.following);
+      const ztRoot *child = childOf(level.following);
       level.following = level.following->next;
       if (!copyChild(levels, child)) return false;
       continue;
     }
     // The uppermost is its caller's to complete.
     if (levels.size() == 1) return true;
-    if (isTag(level.node) && !ztTagCopyAttributes(tagOf(level.node), tagOf(level.copy))) return false;
+    if (isTag(level.node) && !copyAttributes(tagOf(level.node), tagOf(level.copy))) return false;
     levels.pop();
   }
 }
@@ -131,7 +133,7 @@ struct AssignLevel {
 class PairWalk {
  public:
   bool push(ztRoot *node, const ztRoot *other, int32_t overrides) {
-    return levels.push({node, other, ztFirstChild(node), ztFirstChild(other), overrides});
+    return levels.push({node, other, firstChild(node), firstChild(other), overrides});
   }
   // Moves on to the next pair of children in the last level; false behind the last.
   bool next();
@@ -163,8 +165,8 @@ class PairWalk {
 bool PairWalk::next() {
   AssignLevel &level = levels.last();
   while (level.own != nullptr && level.following != nullptr) {
-    child = ztChildOf(level.own);
-    source = ztChildOf(level.following);
+    child = childOf(level.own);
+    source = childOf(level.following);
     level.own = level.own->next;
     level.following = level.following->next;
     if (child != nullptr && source != nullptr) return true;
@@ -173,13 +175,13 @@ bool PairWalk::next() {
 }
 
 static bool isAssignedByOverride(const ztRoot *node) {
-  return ztRoot_of(node)->assign != ztLibraryMethodsOf(node)->assign;
+  return ztRoot_of(node)->assign != libraryMethodsOf(node)->assign;
 }
 
 // Whether memory and stack suffice, as far as that can be told beforehand: what overrides take is theirs.
 static bool canAssign(PairWalk &walk, ztRoot *node, const ztRoot *other) {
   constexpr size_t stackOfOverride = 1024;
-  const size_t most = ztStackLeft() / stackOfOverride;
+  const size_t most = stackLeft() / stackOfOverride;
   if (!walk.push(node, other, 0)) return false;
   while (!walk.isEmpty()) {
     if (!walk.next()) {
@@ -201,15 +203,15 @@ static bool assignPair(PairWalk &walk) {
   if (!isAssignedByOverride(child)) {
     return !ztObject_table()->assign(child, walk.source) || walk.push(child, walk.source, 0);
   }
-  if (ztStackLeft() == 0) return false;
-  child->marks |= ztNodeAssignable;
-  ztAssignCommon(child, walk.source);
+  if (stackLeft() == 0) return false;
+  child->marks |= nodeAssignable;
+  assignCommon(child, walk.source);
   return true;
 }
 
 // Does both, since the walk keeps the memory that it took.
 static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
-  const uint32_t refused = ztThisThread.refusedAssignments;
+  const uint32_t refused = thisThread.refusedAssignments;
   if (!walk.push(node, other, 0)) return false;
   while (true) {
     if (walk.next()) {
@@ -218,18 +220,18 @@ static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
     }
     // The uppermost is its caller's to complete.
     const AssignLevel &level = walk.last();
-    if (walk.isTop()) return ztThisThread.refusedAssignments == refused;
-    if (isTag(level.node) && isTag(level.other)) ztTagAssignAttributes(tagOf(level.node), tagOf(level.other));
+    if (walk.isTop()) return thisThread.refusedAssignments == refused;
+    if (isTag(level.node) && isTag(level.other)) assignAttributes(tagOf(level.node), tagOf(level.other));
     walk.pop();
   }
 }
 
-int32_t ztAssignChildren(ztRoot *node, const ztRoot *other) {
+int32_t ztcore::assignChildren(ztRoot *node, const ztRoot *other) {
   PairWalk walk;
   // Of a node that is reached through an override, the walk above it has looked at all that is below.
-  const bool isAssignable = (node->marks & ztNodeAssignable) != 0;
-  node->marks &= ~uint32_t{ztNodeAssignable};
+  const bool isAssignable = (node->marks & nodeAssignable) != 0;
+  node->marks &= ~uint32_t{nodeAssignable};
   if ((isAssignable || canAssign(walk, node, other)) && assignBelow(walk, node, other)) return 1;
-  ++ztThisThread.refusedAssignments;
+  ++thisThread.refusedAssignments;
   return 0;
 }

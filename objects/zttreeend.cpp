@@ -6,15 +6,17 @@
 #include "objects/zttree.hh"
 #include "objects/zttreecopy.hh"
 
+using namespace ztcore;
+
 // A child leaves the list before its release, which may reach this node again.
 static void releaseItem(ztRoot *node, ztListItem *item) {
-  ztRoot *child = ztChildOf(item);
-  ztRemoveItem(node, item);
+  ztRoot *child = childOf(item);
+  removeChildItem(node, item);
   if (child == nullptr) return;
   // Detached already: its reference was left to whoever deletes it.
-  const bool isLeaving = (child->marks & ztNodeLeaving) != 0;
-  if (ztHolderOf(child) == node) {
-    ztForgetHolder(child);
+  const bool isLeaving = (child->marks & nodeBeingDeleted) != 0;
+  if (holderOf(child) == node) {
+    forgetHolder(child);
     if (child->parent != nullptr) child->parentUid = 0;
     child->parent = nullptr;
   }
@@ -24,14 +26,14 @@ static void releaseItem(ztRoot *node, ztListItem *item) {
 // Whether a child does not notice that its children end ahead of it.
 static bool endsLikeTheLibrarys(const ztRoot *child) {
   const ztRootMethods *methods = ztRoot_of(child);
-  const ztRootMethods *ofLibrary = ztLibraryMethodsOf(child);
+  const ztRootMethods *ofLibrary = libraryMethodsOf(child);
   return methods->destroy == ofLibrary->destroy && methods->unRef == ofLibrary->unRef;
 }
 
 // Whether a child, and with it its own children, ends when its list releases it.
 static bool endsWithChildren(const ztRoot *child, const ztRoot *holder) {
-  return child != nullptr && ztFirstChild(child) != nullptr && ztHolderOf(child) == holder &&
-         !(child->marks & ztNodeLeaving) && ztRoot_of(child)->getRefCount(child) <= 2;
+  return child != nullptr && firstChild(child) != nullptr && holderOf(child) == holder &&
+         !(child->marks & nodeBeingDeleted) && ztRoot_of(child)->getRefCount(child) <= 2;
 }
 
 namespace {
@@ -43,7 +45,7 @@ enum class Override { sees, ignored };
 // A host's own `destroy` finds its children listed, as long as there is stack for it.
 static bool endsFromBelow(const ztRoot *child, const ztRoot *holder, Override overrides) {
   return endsWithChildren(child, holder) &&
-         (overrides == Override::ignored || endsLikeTheLibrarys(child) || ztStackLeft() == 0);
+         (overrides == Override::ignored || endsLikeTheLibrarys(child) || stackLeft() == 0);
 }
 
 // Releases the children of a node in the same order as by recursion, from below, but with no more stack for
@@ -51,22 +53,22 @@ static bool endsFromBelow(const ztRoot *child, const ztRoot *holder, Override ov
 // when slots took the path apart.
 static bool releaseBelow(ztRoot *node, Override overrides) {
   ztRoot *at = node;
-  while (ztFirstChild(node) != nullptr) {
-    ztListItem *first = ztFirstChild(at);
+  while (firstChild(node) != nullptr) {
+    ztListItem *first = firstChild(at);
     if (first == nullptr) {
-      at->marks &= ~uint32_t{ztNodeOnPath};
-      at = ztHolderOf(at);
+      at->marks &= ~uint32_t{nodeOnPath};
+      at = holderOf(at);
       continue;
     }
-    ztRoot *child = ztChildOf(first);
+    ztRoot *child = childOf(first);
     if (endsFromBelow(child, at, overrides)) {
-      child->marks |= ztNodeOnPath;
+      child->marks |= nodeOnPath;
       at = child;
       continue;
     }
-    const uint32_t broken = ztThisThread.brokenPaths;
+    const uint32_t broken = thisThread.brokenPaths;
     releaseItem(at, first);
-    if (ztThisThread.brokenPaths != broken) return false;
+    if (thisThread.brokenPaths != broken) return false;
   }
   return true;
 }
@@ -81,9 +83,9 @@ static ztRoot *findTooDeep(ztRoot *top, size_t most) {
     ztRoot *node = walk.current();
     while (calls.size() > 0 && calls.size() >= walk.depth()) calls.pop();
     int64_t call = calls.size() == 0 ? 0 : calls.last();
-    if (ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+    if (firstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
       call = endsWithChildren(node, walk.above()) ? call + 1 : survives;
-      node->marks |= ztNodeSurveyed;
+      node->marks |= nodeSurveyed;
       if (call >= static_cast<int64_t>(most)) return node;
     }
     if (!calls.push(call)) return nullptr;
@@ -95,16 +97,16 @@ static ztRoot *findTooDeep(ztRoot *top, size_t most) {
 // under way. So what lies deeper than the stack reaches goes first, from here.
 static void releaseTooDeep(ztRoot *node) {
   constexpr size_t stackOfDestroy = 1024;
-  const size_t most = ztStackLeft() / stackOfDestroy;
+  const size_t most = stackLeft() / stackOfDestroy;
   while (ztRoot *deep = findTooDeep(node, most)) {
-    deep->marks |= ztNodeOnPath;
-    if (releaseBelow(deep, Override::ignored)) deep->marks &= ~uint32_t{ztNodeOnPath};
+    deep->marks |= nodeOnPath;
+    if (releaseBelow(deep, Override::ignored)) deep->marks &= ~uint32_t{nodeOnPath};
   }
 }
 
-void ztReleaseChildren(ztRoot *node) {
+void ztcore::releaseChildren(ztRoot *node) {
   // A node that is reached through the `destroy` of one above it was looked at with that one.
-  if (!(node->marks & ztNodeSurveyed) && ztFirstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+  if (!(node->marks & nodeSurveyed) && firstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
     releaseTooDeep(node);
   }
   // Slots took the path apart: begin again.

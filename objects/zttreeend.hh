@@ -4,7 +4,11 @@
 
 #include "objects/ztroot.h"
 
+namespace ztcore {
+
 // Releases the children of a node, each behind those below it.
-void ztReleaseChildren(ztRoot *node);
+void releaseChildren(ztRoot *node);
+
+}  // namespace ztcore
 
 #endif

@@ -13,14 +13,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 // A file object on a descriptor, which stays the caller's. NULL on failure.
 static void *openOn(int descriptor, const char *path, bool isText, const char *mode) {
-  auto *file = ztNewObject<ztFile>(isText ? ztTextFile_ctor : ztFile_ctor);
+  auto *file = newObject<ztFile>(isText ? ztTextFile_ctor : ztFile_ctor);
   if (file == nullptr) return nullptr;
   const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
   file->stream = own < 0 ? nullptr : fdopen(own, mode);
   if (file->stream != nullptr) {
-    ztCopyText(file->fileName, path);
+    copyText(file->fileName, path);
     return file;
   }
   if (own >= 0) close(own);
@@ -66,7 +68,7 @@ static bool sumUp(int descriptor, int64_t size, uint64_t *sum) {
 
 // Saving ------------------------------------------------------------------------------------------
 
-static bool describe(int descriptor, int32_t nodes, ztTreeMark *mark) {
+static bool describe(int descriptor, int32_t nodes, TreeMark *mark) {
   struct stat found;
   if (fstat(descriptor, &found) != 0) return false;
   mark->nodes = nodes;
@@ -78,9 +80,9 @@ static int32_t writeAll(const void *root, void *file, int descriptor) {
   const ztFileMethods *methods = ztFile_of(file);
   const int32_t nodes = ztRoot_storeTree(root, file);
   if (nodes <= 0 || methods->flush(file) != 0) return 0;
-  ztTreeMark mark;
+  TreeMark mark;
   if (!describe(descriptor, nodes, &mark) || methods->goToEnd(file) != 0) return 0;
-  return ztWriteMark(mark, file) && methods->flush(file) == 0 ? nodes : 0;
+  return writeMark(mark, file) && methods->flush(file) == 0 ? nodes : 0;
 }
 
 int32_t ztRoot_saveTree(const void *root, const char *path, int32_t text) {
@@ -95,33 +97,31 @@ int32_t ztRoot_saveTree(const void *root, const char *path, int32_t text) {
 
 // Opening -----------------------------------------------------------------------------------------
 
-constexpr size_t markNameSize = sizeof ztIdentity::name;
-constexpr size_t largestMark = markNameSize + 8 + ztMarkTextSize;
+constexpr size_t markNameSize = sizeof Identity::name;
+constexpr size_t largestMark = markNameSize + 8 + markTextSize;
 
 // The bytes of a mark as each file class writes them; their number.
-static size_t layOut(const ztTreeMark &mark, bool isText, char (&bytes)[largestMark]) {
-  char text[ztMarkTextSize + 1];
-  ztPrintMark(mark, text);
+static size_t layOut(const TreeMark &mark, bool isText, char (&bytes)[largestMark]) {
+  char text[markTextSize + 1];
+  printMark(mark, text);
   memset(bytes, 0, sizeof bytes);
-  memcpy(bytes, ztMarkName, strlen(ztMarkName));
+  memcpy(bytes, markName, strlen(markName));
   char *behindName = bytes + markNameSize;
-  if (isText)
-    return markNameSize + static_cast<size_t>(sprintf(behindName, "\n%d\n%s\n", ztMarkVersion, text));
-  memcpy(behindName, &ztMarkVersion, sizeof ztMarkVersion);
-  memcpy(behindName + sizeof ztMarkVersion, text, ztMarkTextSize);
-  return markNameSize + sizeof ztMarkVersion + ztMarkTextSize;
+  if (isText) return markNameSize + static_cast<size_t>(sprintf(behindName, "\n%d\n%s\n", markVersion, text));
+  memcpy(behindName, &markVersion, sizeof markVersion);
+  memcpy(behindName + sizeof markVersion, text, markTextSize);
+  return markNameSize + sizeof markVersion + markTextSize;
 }
 
 // Whether the file ends with a mark of that form which describes all that stands ahead of it.
-static bool findMark(int descriptor, int64_t size, bool isText, ztTreeMark *mark) {
+static bool findMark(int descriptor, int64_t size, bool isText, TreeMark *mark) {
   char expected[largestMark];
   char found[largestMark];
   const size_t markSize = layOut(*mark, isText, expected);
   const int64_t place = size - static_cast<int64_t>(markSize);
   if (place < 0 || readAt(descriptor, place, markSize, found) != markSize) return false;
   const size_t behindText = isText ? 1 : 0;
-  if (!ztParseMark(found + markSize - behindText - ztMarkTextSize, mark) || mark->bytes != place)
-    return false;
+  if (!parseMark(found + markSize - behindText - markTextSize, mark) || mark->bytes != place) return false;
   layOut(*mark, isText, expected);
   uint64_t sum = 0;
   return memcmp(found, expected, markSize) == 0 && sumUp(descriptor, place, &sum) && sum == mark->sum;
@@ -130,12 +130,12 @@ static bool findMark(int descriptor, int64_t size, bool isText, ztTreeMark *mark
 static int32_t openFile(int descriptor, const char *path, void *roots, ztTreeReport *report) {
   struct stat found;
   if (fstat(descriptor, &found) != 0 || !S_ISREG(found.st_mode)) return 0;
-  ztTreeMark mark = {};
+  TreeMark mark = {};
   const bool isBinary = findMark(descriptor, found.st_size, false, &mark);
   if (!isBinary && !findMark(descriptor, found.st_size, true, &mark)) return 0;
   void *file = openOn(descriptor, path, !isBinary, "rb");
   if (file == nullptr) return 0;
-  const int32_t result = ztLoadTree(file, -1, roots, report, &mark);
+  const int32_t result = loadTree(file, -1, roots, report, &mark);
   release(file);
   return result;
 }

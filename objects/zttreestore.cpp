@@ -2,16 +2,18 @@
 
 #include "containers/ztarrays.h"
 #include "core/ztbasec.hh"
+#include "core/ztgrowing.hh"
+#include "core/ztpointermap.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
-#include "core/ztgrowing.hh"
 #include "objects/ztnode.hh"
 #include "objects/zttree.hh"
-#include "core/ztpointermap.hh"
 
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+using namespace ztcore;
 
 // The identity of a record ------------------------------------------------------------------------
 //
@@ -23,7 +25,7 @@ constexpr char hintLabel[] = "above:";
 constexpr size_t hintDigits = 10;
 constexpr size_t hintSize = sizeof hintLabel - 1 + hintDigits;
 // The field ends with a zero, and a name with another.
-constexpr size_t hintPlace = sizeof(ztIdentity::name) - 1 - hintSize;
+constexpr size_t hintPlace = sizeof(Identity::name) - 1 - hintSize;
 
 // A class with a name that leaves no room does without.
 static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
@@ -31,8 +33,8 @@ static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
   if (distance == 0 || strlen(klass->name) >= hintPlace) {
     return ztBaseClass_functions()->classWrite(nullptr, node, file) > 0;
   }
-  ztIdentity identity;
-  ztCopyText(identity.name, klass->name);
+  Identity identity;
+  copyText(identity.name, klass->name);
   snprintf(identity.name + hintPlace, hintSize + 1, "%s%010d", hintLabel, distance);
   const ztFileMethods *methods = ztFile_of(file);
   return methods->writeBuf(file, sizeof identity.name, identity.name) == sizeof identity.name &&
@@ -40,7 +42,7 @@ static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
 }
 
 // 0 where nothing is said.
-static int64_t distanceIn(const ztIdentity &identity) {
+static int64_t distanceIn(const Identity &identity) {
   const size_t length = strlen(identity.name);
   for (size_t i = length; i < hintPlace; ++i) {
     if (identity.name[i] != '\0') return 0;
@@ -82,7 +84,7 @@ class TreeStorer {
   bool storeNode(ztRoot *node, const ztRoot *above);
 
   GrowingArray<Level> levels;  // the present node and those above it
-  PointerMap uids;              // of the records so far
+  PointerMap uids;             // of the records so far
   void *file;
   int32_t stored = 0;
   bool isFirst = true;  // there are no records ahead of the tree's in the file
@@ -92,7 +94,7 @@ class TreeStorer {
 
 bool TreeStorer::noteNode(const ztRoot *node, int32_t depth) {
   const int32_t uid = ztRoot_of(node)->getUid(node);
-  const uint64_t key = ztUidKey(uid);
+  const uint64_t key = uidKey(uid);
   const bool isFound = isFirst && namesParent(uid) && uids.find(key) == nullptr;
   while (levels.size() > depth) levels.pop();
   return levels.push({stored, isFound}) && uids.insert(key, this);
@@ -134,34 +136,34 @@ int32_t ztRoot_storeTree(const void *root, void *file) {
 
 // The mark ----------------------------------------------------------------------------------------
 
-const char ztMarkName[] = "(end of tree)";
+const char ztcore::markName[] = "(end of tree)";
 
-void ztPrintMark(const ztTreeMark &mark, char (&text)[ztMarkTextSize + 1]) {
+void ztcore::printMark(const TreeMark &mark, char (&text)[markTextSize + 1]) {
   snprintf(text, sizeof text, "nodes %010d bytes %020ld sum %016lx", mark.nodes, mark.bytes, mark.sum);
 }
 
-bool ztParseMark(const char *text, ztTreeMark *mark) {
-  char kept[ztMarkTextSize + 1];
-  memcpy(kept, text, ztMarkTextSize);
-  kept[ztMarkTextSize] = '\0';
+bool ztcore::parseMark(const char *text, TreeMark *mark) {
+  char kept[markTextSize + 1];
+  memcpy(kept, text, markTextSize);
+  kept[markTextSize] = '\0';
   // NOLINTNEXTLINE(cert-err34-c): what is out of range is not printed as it was
   if (sscanf(kept, "nodes %10d bytes %20ld sum %16lx", &mark->nodes, &mark->bytes, &mark->sum) != 3) {
     return false;
   }
-  char again[ztMarkTextSize + 1];
-  ztPrintMark(*mark, again);
+  char again[markTextSize + 1];
+  printMark(*mark, again);
   return mark->nodes > 0 && memcmp(kept, again, sizeof again) == 0;
 }
 
-bool ztWriteMark(const ztTreeMark &mark, void *file) {
-  char name[sizeof ztIdentity::name];
-  ztCopyText(name, ztMarkName);
-  char text[ztMarkTextSize + 1];
-  ztPrintMark(mark, text);
+bool ztcore::writeMark(const TreeMark &mark, void *file) {
+  char name[sizeof Identity::name];
+  copyText(name, markName);
+  char text[markTextSize + 1];
+  printMark(mark, text);
   const ztFileMethods *methods = ztFile_of(file);
   return methods->writeBuf(file, sizeof name, name) == sizeof name &&
-         methods->writeInt(file, ztMarkVersion) > 0 &&
-         methods->writeBuf(file, ztMarkTextSize, text) == ztMarkTextSize;
+         methods->writeInt(file, markVersion) > 0 &&
+         methods->writeBuf(file, markTextSize, text) == markTextSize;
 }
 
 // Loading -----------------------------------------------------------------------------------------
@@ -187,7 +189,7 @@ class TreeLoader {
 
   bool readAll(int32_t count);
   // Whether the last that was read is such a mark, behind as many nodes.
-  bool endsWith(const ztTreeMark &expected) const;
+  bool endsWith(const TreeMark &expected) const;
   bool findParents();
   void cutLoops();
   bool attachAll();
@@ -197,7 +199,7 @@ class TreeLoader {
  private:
   Found readNext();
   bool readMark();
-  bool readNode(const ztIdentity &identity);
+  bool readNode(const Identity &identity);
   bool readToEnd();
   bool checkParent(int32_t index);
   void listChildren();
@@ -208,18 +210,18 @@ class TreeLoader {
   void *file;
   ztTreeReport *report;
   bool endsWithinRecord = false;  // the last record that could not be read had its class identity
-  ztTreeMark mark = {};           // what was met at the end; without nodes while none was
+  TreeMark mark = {};             // what was met at the end; without nodes while none was
 };
 
 }  // namespace
 
 bool TreeLoader::readMark() {
-  char text[ztMarkTextSize];
-  return ztFile_of(file)->readBuf(file, ztMarkTextSize, text) == ztMarkTextSize && ztParseMark(text, &mark);
+  char text[markTextSize];
+  return ztFile_of(file)->readBuf(file, markTextSize, text) == markTextSize && parseMark(text, &mark);
 }
 
-bool TreeLoader::readNode(const ztIdentity &identity) {
-  void *object = ztMakeIdentified(identity);
+bool TreeLoader::readNode(const Identity &identity) {
+  void *object = makeIdentified(identity);
   if (object == nullptr) return false;
   const int64_t distance = distanceIn(identity);
   const int32_t index = records.size();
@@ -234,10 +236,10 @@ bool TreeLoader::readNode(const ztIdentity &identity) {
 }
 
 Found TreeLoader::readNext() {
-  ztIdentity identity;
-  endsWithinRecord = ztReadIdentity(file, &identity);
+  Identity identity;
+  endsWithinRecord = readIdentity(file, &identity);
   if (!endsWithinRecord) return Found::nothing;
-  if (identity.version == ztMarkVersion && strcmp(identity.name, ztMarkName) == 0) {
+  if (identity.version == markVersion && strcmp(identity.name, markName) == 0) {
     return readMark() ? Found::mark : Found::nothing;
   }
   return readNode(identity) ? Found::node : Found::nothing;
@@ -260,7 +262,7 @@ bool TreeLoader::readToEnd() {
   return true;
 }
 
-bool TreeLoader::endsWith(const ztTreeMark &expected) const {
+bool TreeLoader::endsWith(const TreeMark &expected) const {
   return mark.nodes == expected.nodes && mark.bytes == expected.bytes && mark.sum == expected.sum &&
          report->nodes == expected.nodes;
 }
@@ -289,7 +291,7 @@ bool TreeLoader::findParents() {
   bool complete = true;
   for (int32_t i = 0; complete && i < records.size(); ++i) {
     const ztRoot *node = records[i].node;
-    const uint64_t key = ztUidKey(ztRoot_of(node)->getUid(node));
+    const uint64_t key = uidKey(ztRoot_of(node)->getUid(node));
     if (byUid.find(key) != nullptr) {
       ++report->doubles;
     } else {
@@ -300,7 +302,7 @@ bool TreeLoader::findParents() {
     if (checkParent(i)) continue;
     const int32_t uid = records[i].node->parentUid;
     if (!namesParent(uid)) continue;
-    const auto *parent = static_cast<const Record *>(byUid.find(ztUidKey(uid)));
+    const auto *parent = static_cast<const Record *>(byUid.find(uidKey(uid)));
     if (parent != nullptr) {
       records[i].parent = static_cast<int32_t>(parent - &records[0]);
     } else {
@@ -343,7 +345,7 @@ bool TreeLoader::attach(int32_t index) {
   if (records[index].parent == none) return true;
   ztRoot *node = records[index].node;
   ztRoot *parent = records[records[index].parent].node;
-  return ztRoot_of(node)->setParent(node, parent) != 0 && ztHolderOf(node) == parent;
+  return ztRoot_of(node)->setParent(node, parent) != 0 && holderOf(node) == parent;
 }
 
 // Parents first: a node without children is attached without a look at all that is above.
@@ -373,13 +375,14 @@ bool TreeLoader::handOver(void *roots) {
 
 void TreeLoader::releaseAll() {
   // Noted beforehand, for the end of a node is the end of those below it.
-  for (int32_t i = 0; i < records.size(); ++i) records[i].visit = ztHolderOf(records[i].node) == nullptr;
+  for (int32_t i = 0; i < records.size(); ++i) records[i].visit = holderOf(records[i].node) == nullptr;
   for (int32_t i = 0; i < records.size(); ++i) {
     if (records[i].visit) ztRoot_of(records[i].node)->unRef(records[i].node);
   }
 }
 
-int32_t ztLoadTree(void *file, int32_t count, void *roots, ztTreeReport *report, const ztTreeMark *expected) {
+int32_t ztcore::loadTree(void *file, int32_t count, void *roots, ztTreeReport *report,
+                         const TreeMark *expected) {
   ztTreeReport unread;
   if (report == nullptr) report = &unread;
   *report = {};
@@ -395,5 +398,5 @@ int32_t ztLoadTree(void *file, int32_t count, void *roots, ztTreeReport *report,
 }
 
 int32_t ztRoot_loadTree(void *file, int32_t count, void *roots, ztTreeReport *report) {
-  return ztLoadTree(file, count, roots, report, nullptr);
+  return loadTree(file, count, roots, report, nullptr);
 }

@@ -4,6 +4,8 @@
 
 #include "core/ztcalls.hh"
 
+namespace ztcore {
+
 // Tells whether an object was destroyed meanwhile; a local variable. An object's reference count would not
 // do, since a count that comes back down to 1 destroys.
 class ObjectWatch {
@@ -12,27 +14,29 @@ class ObjectWatch {
   __attribute__((always_inline)) explicit ObjectWatch(const void *watched) {
     const auto frame = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
     const auto place = static_cast<uint32_t>(frame - reinterpret_cast<uintptr_t>(this));
-    ztBeginCall(&mark, ztCallKind::watch, watched, frame, place);
+    beginCall(&mark, CallKind::watch, watched, frame, place);
   }
   ~ObjectWatch() {
-    ztEndCall(mark);
+    endCall(mark);
   }
   ObjectWatch(const ObjectWatch &) = delete;
   ObjectWatch &operator=(const ObjectWatch &) = delete;
 
   // False also when that cannot be told: memory was exhausted.
   bool isAlive() const {
-    const ztCall *call = ztCallOf(mark);
+    const Call *call = callOf(mark);
     return call != nullptr && call->subject != nullptr;
   }
   static void objectDestroyed(const void *dying) {
-    ztForEachCall([=](ztCall &call) {
-      if (call.subject == dying && ztKindOf(call) == ztCallKind::watch) call.subject = nullptr;
+    forEachCall([=](Call &call) {
+      if (call.subject == dying && kindOf(call) == CallKind::watch) call.subject = nullptr;
     });
   }
 
  private:
-  ztCallMark mark;
+  CallMark mark;
 };
+
+}  // namespace ztcore
 
 #endif

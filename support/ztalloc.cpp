@@ -2,6 +2,8 @@
 
 #include "core/ztlayout.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztAllocator, 16, 20);
 
 static void allocatorMethods(ztAllocatorMethods *methods) {

@@ -14,6 +14,8 @@
 #include <string.h>
 #include <time.h>
 
+using namespace ztcore;
+
 // Numbers and ids ---------------------------------------------------------------------------------
 
 int32_t ztCu_isnan(double) {
@@ -31,7 +33,7 @@ int32_t ztCu_round(double value) {
 int32_t ztCu_genUniqueId(void) {
   static uint32_t calls;
   // Nothing comes between seeding and drawing, nor between the calls of two threads.
-  const ztLocked locked(ztIdLock);
+  const Locked locked(idLock);
   const auto now = static_cast<uint32_t>(time(nullptr));
   srand(now);
   ++calls;
@@ -43,14 +45,14 @@ int32_t ztCu_genUniqueId(void) {
 const char *ztCu_fmtMsg(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const char *text = ztFormatMessage(format, arguments);
+  const char *text = formatMessage(format, arguments);
   va_end(arguments);
   return text;
 }
 
 static const char *mapCharacters(const char *text, int (*mapping)(int)) {
-  char(&mapped)[512] = ztBlockOfThread()->mappedCase;
-  ztCopyText(mapped, text);
+  char(&mapped)[512] = blockOfThread()->mappedCase;
+  copyText(mapped, text);
   for (char *c = mapped; *c != '\0'; ++c) *c = static_cast<char>(mapping(static_cast<unsigned char>(*c)));
   return mapped;
 }
@@ -70,13 +72,13 @@ char *ztCu_fixDosPath(char *path) {
 }
 
 char *ztCu_cutFileExt(char *path) {
-  const char *dot = ztFindLast(ztOrEmpty(path), ".");
+  const char *dot = findLast(orEmpty(path), ".");
   if (dot != nullptr) path[dot - path] = '\0';
   return path;
 }
 
 static bool isSeparator(char c) {
-  return c != '\0' && strchr(ztPathSeparators, c) != nullptr;
+  return c != '\0' && strchr(pathSeparators, c) != nullptr;
 }
 
 char *ztCu_fixRelativePath(char *path) {
@@ -87,29 +89,29 @@ char *ztCu_fixRelativePath(char *path) {
 }
 
 char *ztCu_extractFileName(const char *path, char *out) {
-  return out == nullptr ? nullptr : ztCopyPath(out, ztLastComponent(ztOrEmpty(path)));
+  return out == nullptr ? nullptr : copyPath(out, lastComponent(orEmpty(path)));
 }
 
 char *ztCu_extractPath(const char *path, char *out) {
-  return out == nullptr ? nullptr : ztCopyParentPath(out, ztOrEmpty(path), ztPathSeparators);
+  return out == nullptr ? nullptr : copyParentPath(out, orEmpty(path), pathSeparators);
 }
 
-const char *ztMakePath(char (&kept)[ztPathSize], const char *directory, const char *name, char *out) {
+const char *ztcore::makePath(char (&kept)[pathSize], const char *directory, const char *name, char *out) {
   // Joined aside first: an argument may be the result of an earlier call.
-  char joined[ztPathSize];
-  ztJoinPath(joined, ztOrEmpty(directory), ztOrEmpty(name));
-  return ztHandOut(ztCu_fixDosPath(ztCopyPath(kept, joined)), out);
+  char joined[pathSize];
+  joinPath(joined, orEmpty(directory), orEmpty(name));
+  return handOut(ztCu_fixDosPath(copyPath(kept, joined)), out);
 }
 
 const char *ztCu_makePath(const char *directory, const char *name, char *out) {
-  return ztMakePath(ztBlockOfThread()->madePath, directory, name, out);
+  return makePath(blockOfThread()->madePath, directory, name, out);
 }
 
 int32_t ztCu_expandEnvString(char *out, const char *in) {
   if (out == nullptr || in == nullptr) return 0;
   const char *start = strstr(in, "$(");
   if (start == nullptr) {
-    ztCopyPath(out, in);
+    copyPath(out, in);
     return 1;
   }
   start += 2;
@@ -120,12 +122,12 @@ int32_t ztCu_expandEnvString(char *out, const char *in) {
   snprintf(name, sizeof name, "%.*s", static_cast<int>(end - start), start);
   const char *value = getenv(name);
   if (value == nullptr) {
-    ztCopyPath(out, in);
+    copyPath(out, in);
     return -1;
   }
   // Built aside first: both texts may stand in the caller's one buffer.
-  char expanded[ztPathSize];
+  char expanded[pathSize];
   snprintf(expanded, sizeof expanded, "%s%s", value, end + 1);
-  ztCu_fixDosPath(ztCopyPath(out, expanded));
+  ztCu_fixDosPath(copyPath(out, expanded));
   return 1;
 }

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace ztcore;
+
 // Names -------------------------------------------------------------------------------------------
 
 int32_t ztDm_makeDir(const char *) {
@@ -16,26 +18,26 @@ int32_t ztDm_makeDir(const char *) {
 }
 
 const char *ztDm_getDirName(const char *path, char *out) {
-  char *name = ztBlockOfThread()->dirName;
-  return ztHandOut(ztCu_fixDosPath(ztCopyPath(name, ztLastComponent(ztOrEmpty(path)))), out);
+  char *name = blockOfThread()->dirName;
+  return handOut(ztCu_fixDosPath(copyPath(name, lastComponent(orEmpty(path)))), out);
 }
 
 const char *ztDm_extractPath(const char *path, char *out) {
-  char *parent = ztBlockOfThread()->parentPath;
-  return ztHandOut(ztCopyParentPath(parent, ztOrEmpty(path), "/"), out);
+  char *parent = blockOfThread()->parentPath;
+  return handOut(copyParentPath(parent, orEmpty(path), "/"), out);
 }
 
 const char *ztDm_makePath(const char *directory, const char *name, char *out) {
-  return ztMakePath(ztBlockOfThread()->joinedPath, directory, name, out);
+  return makePath(blockOfThread()->joinedPath, directory, name, out);
 }
 
 // The current directory ---------------------------------------------------------------------------
 
 const char *ztDm_getCurrentDir(char *out) {
-  char *directory = ztBlockOfThread()->currentDir;
+  char *directory = blockOfThread()->currentDir;
   // A failed query may leave anything in the buffer.
-  if (getcwd(directory, ztPathSize) == nullptr) ztCopyPath(directory, "/");
-  return ztHandOut(directory, out);
+  if (getcwd(directory, pathSize) == nullptr) copyPath(directory, "/");
+  return handOut(directory, out);
 }
 
 int32_t ztDm_changeDir(const char *path) {
@@ -45,7 +47,7 @@ int32_t ztDm_changeDir(const char *path) {
 // The walk ----------------------------------------------------------------------------------------
 
 static bool hasExtension(const char *name, const char *extension) {
-  const char *dot = ztFindLast(name, ".");
+  const char *dot = findLast(name, ".");
   return dot != nullptr && (strcmp(dot + 1, extension) == 0 || strcmp(dot + 1, "*") == 0);
 }
 
@@ -79,9 +81,9 @@ static void walk(const char *directory, const Search &search, const Level *outer
 static void walkEntries(DIR *entries, const char *directory, const Search &search, const Level *level) {
   while (const dirent *entry = readdir(entries)) {
     const char *name = entry->d_name;
-    char path[ztPathSize];
+    char path[pathSize];
     // A path that was cut could name a directory of its own beginning and lead back to it for ever.
-    if (!ztJoinPath(path, directory, name)) continue;
+    if (!joinPath(path, directory, name)) continue;
     if (strcmp(name, ".") == 0 || strcmp(name, "..") == 0) continue;
     // Files, too: a directory is what can be opened as one.
     if (search.recursive) walk(path, search, level);

@@ -4,6 +4,8 @@
 
 #include <stdlib.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztStdAllocator, 16, 20);
 
 static void *stdAllocate(void *, uint64_t size) {

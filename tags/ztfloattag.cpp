@@ -8,6 +8,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztFloatTag, 96, 21);
 
 static int32_t floatTagCreate(ztFloatTag &attribute) {
@@ -15,7 +17,7 @@ static int32_t floatTagCreate(ztFloatTag &attribute) {
   attribute.type = 2;
   attribute.cachedResult = 0.0;
   attribute.reserved = 0;
-  attribute.values = ztNewObject<ztArray>(ztFloatArray_ctor);
+  attribute.values = newObject<ztArray>(ztFloatArray_ctor);
   if (attribute.values == nullptr || !ztArray_of(attribute.values)->setSize(attribute.values, 1)) return 0;
   const double zero = 0.0;
   ztArray_of(attribute.values)->setAt(attribute.values, &zero, 0);
@@ -23,7 +25,7 @@ static int32_t floatTagCreate(ztFloatTag &attribute) {
 }
 
 static void recalculate(ztFloatTag &attribute, bool average) {
-  const int32_t count = ztTatCount(&attribute);
+  const int32_t count = countValues(&attribute);
   attribute.cachedResult = 0.0;
   for (int32_t i = 0; i < count; ++i) {
     double value = 0.0;
@@ -34,7 +36,7 @@ static void recalculate(ztFloatTag &attribute, bool average) {
 }
 
 static void calculate(ztFloatTag &attribute, bool average, void *out) {
-  if (!ztTatHasValuesOf(&attribute, sizeof(double))) return;
+  if (!hasValuesOf(&attribute, sizeof(double))) return;
   if (attribute.changed) recalculate(attribute, average);
   if (out != nullptr) memcpy(out, &attribute.cachedResult, sizeof attribute.cachedResult);
 }
@@ -50,13 +52,13 @@ static void *floatTagGetTotalValue(ztFloatTag &attribute, void *out) {
 }
 
 static void floatTagMethods(ztFloatTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<floatTagCreate>);
+  ZT_OVERRIDE_METHOD(methods, create, method<floatTagCreate>);
   // The fields that it adds are plain values, which the parent copies with the bytes or keeps.
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, clone);
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, assign);
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, destroy);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<floatTagGetAverageValue>);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<floatTagGetTotalValue>);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, method<floatTagGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, method<floatTagGetTotalValue>);
 }
 
 ZT_DEFINE_CLASS(ztFloatTag, ztTagAttribute, floatTagMethods)

@@ -6,13 +6,15 @@
 #include "core/ztmethod.hh"
 #include "tags/zttagattr.hh"
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztIntTag, 88, 21);
 
 static int32_t intTagCreate(ztIntTag &attribute) {
   if (!ztTagAttribute_table()->create(&attribute)) return 0;
   attribute.type = 1;
   attribute.cachedResult = 0;
-  attribute.values = ztNewObject<ztArray>(ztIntArray_ctor);
+  attribute.values = newObject<ztArray>(ztIntArray_ctor);
   if (attribute.values == nullptr || !ztArray_of(attribute.values)->setSize(attribute.values, 1)) return 0;
   const int32_t zero = 0;
   ztArray_of(attribute.values)->setAt(attribute.values, &zero, 0);
@@ -32,9 +34,9 @@ static int32_t sumOf(const ztIntTag &attribute, int32_t count) {
 // A caller gets the result of the call before, and that only while no value has changed; the fresh
 // result is for the next call.
 static void calculate(ztIntTag &attribute, bool average, void *out) {
-  if (!ztTatHasValuesOf(&attribute, sizeof(int32_t))) return;
+  if (!hasValuesOf(&attribute, sizeof(int32_t))) return;
   if (!attribute.changed && out != nullptr) *static_cast<int32_t *>(out) = attribute.cachedResult;
-  const int32_t count = ztTatCount(&attribute);
+  const int32_t count = countValues(&attribute);
   attribute.cachedResult = sumOf(attribute, count);
   if (average && count > 0) attribute.cachedResult /= count;
 }
@@ -50,9 +52,9 @@ static void *intTagGetTotalValue(ztIntTag &attribute, void *out) {
 }
 
 static void intTagMethods(ztIntTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<intTagCreate>);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<intTagGetAverageValue>);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<intTagGetTotalValue>);
+  ZT_OVERRIDE_METHOD(methods, create, method<intTagCreate>);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, method<intTagGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, method<intTagGetTotalValue>);
 }
 
 ZT_DEFINE_CLASS(ztIntTag, ztTagAttribute, intTagMethods)

@@ -14,6 +14,8 @@
 
 #include <utility>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztTag, 160, 64);
 
 // Attributes of a tag -----------------------------------------------------------------------------
@@ -32,7 +34,7 @@ static ztTagAttribute *attributeAt(const ztTag &tag, int32_t index) {
 
 // An array moves the tags that lie in it, so an attribute that is handed out is told where its tag is.
 static ztTagAttribute *toHandOut(const ztTag &tag, ztTagAttribute *attribute) {
-  ztTatHold(attribute, &tag);
+  holdAttribute(attribute, &tag);
   return attribute;
 }
 
@@ -59,10 +61,10 @@ static void removeAttribute(const ztTag &tag, int32_t index) {
 
 // From here on the tag holds the attribute, so that no other takes it while its values are set.
 static bool append(ztTag &tag, ztTagAttribute *attribute) {
-  if (tag.attributes == nullptr) tag.attributes = ztNewObject<ztPtrArray>(ztPtrArray_ctor);
+  if (tag.attributes == nullptr) tag.attributes = newObject<ztPtrArray>(ztPtrArray_ctor);
   if (tag.attributes == nullptr) return false;
   if (ztPtrArray_of(tag.attributes)->pushBack(tag.attributes, attribute) == nullptr) return false;
-  if (ztTatEnlist(attribute, &tag)) return true;
+  if (enlist(attribute, &tag)) return true;
   removeAttribute(tag, countOf(tag) - 1);
   return false;
 }
@@ -87,7 +89,7 @@ static int32_t fill(ztTag &tag, ztTagAttribute *attribute, int32_t count, const 
   if (index < 0) return -1;
   if (!isSized && lacksMemory(attribute, count)) {
     removeAttribute(tag, index);
-    ztTatWithdraw(attribute);
+    withdraw(attribute);
     methods->unRef(attribute);
     return -1;
   }
@@ -98,17 +100,17 @@ static int32_t fill(ztTag &tag, ztTagAttribute *attribute, int32_t count, const 
 static int32_t tagInsertNew(ztTag &tag, const char *name, void *given, ztTagHandle *handle, int32_t userValue,
                             int32_t count, const void *initial) {
   auto *attribute = static_cast<ztTagAttribute *>(given);
-  if (attribute == nullptr || ztTatIsHeld(attribute)) return 0;
+  if (attribute == nullptr || isHeldAttribute(attribute)) return 0;
   if (name == nullptr) name = "";
   const bool hasName = strcmp(name, attribute->name) == 0;
   if ((countOf(tag) > 0 && hasName) || !append(tag, attribute)) {
     ztTagAttribute_of(attribute)->unRef(attribute);
     return 0;
   }
-  ztCopyText(attribute->name, name);
+  copyText(attribute->name, name);
   const int32_t index = fill(tag, attribute, count, initial);
   if (index < 0) return 0;
-  ztTatHold(attribute, &tag);
+  holdAttribute(attribute, &tag);
   attribute->userValue = userValue;
   if (handle != nullptr) *handle = {index, attribute->type};
   return 1;
@@ -157,7 +159,7 @@ static int32_t tagSetNumValues(ztTag &tag, const ztTagHandle *handle, int32_t co
 
 static int32_t tagGetNumValues(const ztTag &tag, const ztTagHandle *handle) {
   const ztTagAttribute *attribute = resolve(tag, handle);
-  return attribute == nullptr ? 0 : ztTatCount(attribute);
+  return attribute == nullptr ? 0 : countValues(attribute);
 }
 
 static void *tagGetValue(const ztTag &tag, const ztTagHandle *handle, int32_t index, void *out) {
@@ -196,7 +198,8 @@ static void tagAttrChanged(void *, void *) {}
 static bool canSwap(const ztTagAttribute *first, const ztTagAttribute *second) {
   return first != nullptr && second != nullptr && first->type == second->type && first->values != nullptr &&
          second->values != nullptr && first->values->klass == second->values->klass &&
-         first->values->elementSize == second->values->elementSize && ztTatCount(first) == ztTatCount(second);
+         first->values->elementSize == second->values->elementSize &&
+         countValues(first) == countValues(second);
 }
 
 static int32_t tagSwapTags(ztTag &tag, const ztTagHandle *first, const ztTagHandle *second) {
@@ -225,7 +228,7 @@ static bool releaseEach(const ztTag &tag) {
     released = true;
     // The host may hold a reference of its own; the attribute then lives on without an owner.
     ztPtrArray_of(tag.attributes)->setAt(tag.attributes, nullptr, i);
-    ztTatLetGo(attribute);
+    letGo(attribute);
     ztTagAttribute_of(attribute)->unRef(attribute);
   }
   return released;
@@ -235,50 +238,50 @@ static void releaseAttributes(ztTag &tag) {
   // What an attribute's `destroy` inserts, or moves to an earlier place, is released too.
   while (releaseEach(tag)) {
   }
-  ztTatOwnerEnds(&tag, tag.attributes);
-  ztReleasePart(tag.attributes);
+  ownerDestroyed(&tag, tag.attributes);
+  releasePart(tag.attributes);
 }
 
 // The copy's array holds the source's attributes until each is replaced by its copy, or, once one could
 // not be copied, by nothing.
 static bool cloneAttributes(const ztTag &tag, ztTag &copy) {
-  copy.attributes = static_cast<ztPtrArray *>(ztCopyObject(tag.attributes));
+  copy.attributes = static_cast<ztPtrArray *>(copyObject(tag.attributes));
   if (copy.attributes == nullptr) return false;
   bool complete = true;
   for (int32_t i = 0; i < countOf(copy); ++i) {
     const ztTagAttribute *source = attributeAt(tag, i);
-    auto *attribute = static_cast<ztTagAttribute *>(complete ? ztCopyObject(source) : nullptr);
-    const bool isHeld = attribute != nullptr && ztTatHold(attribute, &copy);
+    auto *attribute = static_cast<ztTagAttribute *>(complete ? copyObject(source) : nullptr);
+    const bool isHeld = attribute != nullptr && holdAttribute(attribute, &copy);
     complete = complete && (isHeld || source == nullptr);
     ztPtrArray_of(copy.attributes)->setAt(copy.attributes, attribute, i);
   }
   return complete;
 }
 
-bool ztTagCopyAttributes(const ztTag *tag, ztTag *copy) {
+bool ztcore::copyAttributes(const ztTag *tag, ztTag *copy) {
   copy->attributes = nullptr;
   return tag->attributes == nullptr || cloneAttributes(*tag, *copy);
 }
 
 static void *tagClone(const ztTag &tag, void *target) {
   auto *copy = static_cast<ztTag *>(ztRoot_table()->clone(&tag, target));
-  if (copy == nullptr || ztTagCopyAttributes(&tag, copy)) return copy;
+  if (copy == nullptr || copyAttributes(&tag, copy)) return copy;
   releaseAttributes(*copy);
   ztRoot_table()->destroy(copy);
   return nullptr;
 }
 
-void ztTagAssignAttributes(ztTag *tag, const ztTag *other) {
+void ztcore::assignAttributes(ztTag *tag, const ztTag *other) {
   for (int32_t i = 0; i < countOf(*other); ++i) {
     ztTagAttribute *attribute = attributeAt(*tag, i);
     const ztTagAttribute *source = attributeAt(*other, i);
-    if (attribute != nullptr && source != nullptr) ztAssignCommon(attribute, source);
+    if (attribute != nullptr && source != nullptr) assignCommon(attribute, source);
   }
 }
 
 static int32_t tagAssign(ztTag &tag, const void *other) {
   if (other == nullptr || !ztRoot_table()->assign(&tag, other)) return 0;
-  ztTagAssignAttributes(&tag, static_cast<const ztTag *>(other));
+  assignAttributes(&tag, static_cast<const ztTag *>(other));
   return 1;
 }
 
@@ -308,27 +311,27 @@ static int32_t tagRead(ztTag &tag, void *file) {
 }
 
 static void tagMethods(ztTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<tagCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<tagClone>);
-  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<tagAssign>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<tagDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<tagRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<tagWrite>);
-  ZT_OVERRIDE_METHOD(methods, insertNew, ztMethod<tagInsertNew>);
-  ZT_OVERRIDE_METHOD(methods, setValue, ztMethod<tagSetValue>);
-  ZT_OVERRIDE_METHOD(methods, setNumValues, ztMethod<tagSetNumValues>);
-  ZT_OVERRIDE_METHOD(methods, getNumValues, ztMethod<tagGetNumValues>);
-  ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<tagGetValue>);
-  ZT_OVERRIDE_METHOD(methods, getValues, ztMethod<tagGetValues>);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<tagGetAverageValue>);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<tagGetTotalValue>);
-  ZT_OVERRIDE_METHOD(methods, enumTags, ztMethod<tagEnumTags>);
-  ZT_OVERRIDE_METHOD(methods, getByName, ztMethod<tagGetByName>);
-  ZT_OVERRIDE_METHOD(methods, getByHandle, ztMethod<tagGetByHandle>);
+  ZT_OVERRIDE_METHOD(methods, create, method<tagCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<tagClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, method<tagAssign>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<tagDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, method<tagRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<tagWrite>);
+  ZT_OVERRIDE_METHOD(methods, insertNew, method<tagInsertNew>);
+  ZT_OVERRIDE_METHOD(methods, setValue, method<tagSetValue>);
+  ZT_OVERRIDE_METHOD(methods, setNumValues, method<tagSetNumValues>);
+  ZT_OVERRIDE_METHOD(methods, getNumValues, method<tagGetNumValues>);
+  ZT_OVERRIDE_METHOD(methods, getValue, method<tagGetValue>);
+  ZT_OVERRIDE_METHOD(methods, getValues, method<tagGetValues>);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, method<tagGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, method<tagGetTotalValue>);
+  ZT_OVERRIDE_METHOD(methods, enumTags, method<tagEnumTags>);
+  ZT_OVERRIDE_METHOD(methods, getByName, method<tagGetByName>);
+  ZT_OVERRIDE_METHOD(methods, getByHandle, method<tagGetByHandle>);
   ZT_OVERRIDE_METHOD(methods, allocWise, tagAllocWise);
-  ZT_OVERRIDE_METHOD(methods, deallocWise, ztMethod<tagDeallocWise>);
+  ZT_OVERRIDE_METHOD(methods, deallocWise, method<tagDeallocWise>);
   ZT_OVERRIDE_METHOD(methods, attrChanged, tagAttrChanged);
-  ZT_OVERRIDE_METHOD(methods, swapTags, ztMethod<tagSwapTags>);
+  ZT_OVERRIDE_METHOD(methods, swapTags, method<tagSwapTags>);
 }
 
 ZT_DEFINE_CLASS(ztTag, ztRoot, tagMethods)

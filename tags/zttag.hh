@@ -4,11 +4,15 @@
 
 #include "tags/zttag.h"
 
+namespace ztcore {
+
 // Gives a copy, whose array is not its own yet, copies of a tag's attributes. False without memory; the copy
 // may have some of them then.
-bool ztTagCopyAttributes(const ztTag *tag, ztTag *copy);
+bool copyAttributes(const ztTag *tag, ztTag *copy);
 
 // Assigns the attributes of another tag to those in the same places.
-void ztTagAssignAttributes(ztTag *tag, const ztTag *other);
+void assignAttributes(ztTag *tag, const ztTag *other);
+
+}  // namespace ztcore
 
 #endif

@@ -12,6 +12,8 @@
 
 #include <string.h>
 
+using namespace ztcore;
+
 ZT_PIN_CLASS(ztTagAttribute, 80, 21);
 static_assert(sizeof(ztTagHandle) == 8);
 
@@ -19,7 +21,7 @@ static const ztTagAttribute &attributeOf(const void *object) {
   return *static_cast<const ztTagAttribute *>(object);
 }
 
-int32_t ztTatCount(const void *attribute) {
+int32_t ztcore::countValues(const void *attribute) {
   const ztArray *values = attributeOf(attribute).values;
   return values == nullptr ? 0 : ztArray_of(values)->getSize(values);
 }
@@ -45,7 +47,7 @@ static bool agreesWithType(const ztTagAttribute &attribute) {
   return attribute.values != nullptr && typeAllows(attribute.type, valueSize(attribute));
 }
 
-bool ztTatHasValuesOf(const void *attribute, int32_t size) {
+bool ztcore::hasValuesOf(const void *attribute, int32_t size) {
   return agreesWithType(attributeOf(attribute)) && valueSize(attributeOf(attribute)) == size;
 }
 
@@ -54,7 +56,7 @@ static void storeEverywhere(ztArray *values, const void *value, int32_t count) {
 }
 
 static int32_t attributeSetValue(ztTagAttribute &attribute, int32_t index, const void *value) {
-  const int32_t count = ztTatCount(&attribute);
+  const int32_t count = countValues(&attribute);
   constexpr int32_t everyIndex = -1;
   if (value == nullptr || index < everyIndex || !agreesWithType(attribute)) return 0;
   if (index >= count) index = 0;
@@ -65,17 +67,17 @@ static int32_t attributeSetValue(ztTagAttribute &attribute, int32_t index, const
   } else {
     ztArray_of(attribute.values)->setAt(attribute.values, value, index);
   }
-  void *owner = ztTatLivingOwner(&attribute);
+  void *owner = livingOwner(&attribute);
   if (owner != nullptr) {
     ztTag_of(owner)->attrChanged(owner, &attribute);
   } else {
-    ztTatForgetDeadOwner(&attribute);
+    forgetDeadOwner(&attribute);
   }
   return 1;
 }
 
 static void *attributeGetValue(const ztTagAttribute &attribute, int32_t index, void *out) {
-  const int32_t count = ztTatCount(&attribute);
+  const int32_t count = countValues(&attribute);
   if (index >= count) index = 0;
   if (index < 0 || count == 0 || !agreesWithType(attribute)) return nullptr;
   void *value = ztArray_of(attribute.values)->getAt(attribute.values, index);
@@ -105,7 +107,7 @@ static int32_t attributeCreate(ztTagAttribute &attribute) {
   attribute.owner = nullptr;
   attribute.binding = 0;
   if (!ztBaseClass_table()->create(&attribute)) return 0;
-  ztCopyText(attribute.name, "");
+  copyText(attribute.name, "");
   attribute.type = -1;
   attribute.changed = 1;
   attribute.userValue = 1;
@@ -116,11 +118,11 @@ static void *attributeClone(const ztTagAttribute &attribute, void *target) {
   auto *copy = static_cast<ztTagAttribute *>(ztBaseClass_table()->clone(&attribute, target));
   if (copy == nullptr) return nullptr;
   const ztArray *values = attribute.values;
-  const bool hasOwner = ztTatShareOwner(copy, &attribute);
-  copy->values = static_cast<ztArray *>(ztCopyObject(values));
+  const bool hasOwner = shareOwner(copy, &attribute);
+  copy->values = static_cast<ztArray *>(copyObject(values));
   if (hasOwner && (copy->values != nullptr || values == nullptr)) return copy;
-  ztTatLetGo(copy);
-  ztReleasePart(copy->values);
+  letGo(copy);
+  releasePart(copy->values);
   ztBaseClass_table()->destroy(copy);
   return nullptr;
 }
@@ -137,9 +139,9 @@ static int32_t attributeAssign(ztTagAttribute &attribute, const void *other) {
 static void attributeDestroy(ztTagAttribute &attribute) {
   ztBaseClass_table()->destroy(&attribute);
   // Released while a tag holds it, as by a host that takes a reference and gives it back.
-  ztTatLeaveArray(&attribute);
-  ztTatLetGo(&attribute);
-  ztReleasePart(attribute.values);
+  leaveArray(&attribute);
+  letGo(&attribute);
+  releasePart(attribute.values);
 }
 
 // The record --------------------------------------------------------------------------------------
@@ -182,17 +184,17 @@ static int32_t attributeRead(ztTagAttribute &attribute, void *file) {
 }
 
 static void tagAttributeMethods(ztTagAttributeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, ztMethod<attributeCreate>);
-  ZT_OVERRIDE_METHOD(methods, clone, ztMethod<attributeClone>);
-  ZT_OVERRIDE_METHOD(methods, assign, ztMethod<attributeAssign>);
-  ZT_OVERRIDE_METHOD(methods, destroy, ztMethod<attributeDestroy>);
-  ZT_OVERRIDE_METHOD(methods, read, ztMethod<attributeRead>);
-  ZT_OVERRIDE_METHOD(methods, write, ztMethod<attributeWrite>);
-  ZT_OVERRIDE_METHOD(methods, setValue, ztMethod<attributeSetValue>);
-  ZT_OVERRIDE_METHOD(methods, getValue, ztMethod<attributeGetValue>);
-  ZT_OVERRIDE_METHOD(methods, getAverageValue, ztMethod<attributeGetAverageValue>);
-  ZT_OVERRIDE_METHOD(methods, getTotalValue, ztMethod<attributeGetTotalValue>);
-  ZT_OVERRIDE_METHOD(methods, setNumValues, ztMethod<attributeSetNumValues>);
+  ZT_OVERRIDE_METHOD(methods, create, method<attributeCreate>);
+  ZT_OVERRIDE_METHOD(methods, clone, method<attributeClone>);
+  ZT_OVERRIDE_METHOD(methods, assign, method<attributeAssign>);
+  ZT_OVERRIDE_METHOD(methods, destroy, method<attributeDestroy>);
+  ZT_OVERRIDE_METHOD(methods, read, method<attributeRead>);
+  ZT_OVERRIDE_METHOD(methods, write, method<attributeWrite>);
+  ZT_OVERRIDE_METHOD(methods, setValue, method<attributeSetValue>);
+  ZT_OVERRIDE_METHOD(methods, getValue, method<attributeGetValue>);
+  ZT_OVERRIDE_METHOD(methods, getAverageValue, method<attributeGetAverageValue>);
+  ZT_OVERRIDE_METHOD(methods, getTotalValue, method<attributeGetTotalValue>);
+  ZT_OVERRIDE_METHOD(methods, setNumValues, method<attributeSetNumValues>);
 }
 
 ZT_DEFINE_CLASS(ztTagAttribute, ztBaseClass, tagAttributeMethods)

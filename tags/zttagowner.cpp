@@ -4,6 +4,8 @@
 #include "core/ztmem.h"
 #include "core/ztpointermap.hh"
 
+using namespace ztcore;
+
 // An attribute that a tag holds, and a copy that names its source's owner, have a bond each: its number is
 // the attribute's `binding`, and goes with the attribute's bytes, since an array moves the attributes that
 // lie in it. The bonds with one tag are listed, so that the tag's end reaches them all and no others.
@@ -186,7 +188,7 @@ static const Bond *namingBond(const ztTagAttribute *attribute) {
   return bond == nullptr || bond->former == 0 ? bond : bondAt(bond->former);
 }
 
-void *ztTatLivingOwner(const ztTagAttribute *attribute) {
+void *ztcore::livingOwner(const ztTagAttribute *attribute) {
   if (attribute->owner == nullptr) return nullptr;
   const Bond *bond = namingBond(attribute);
   if (bond == nullptr) return attribute->owner;
@@ -194,16 +196,16 @@ void *ztTatLivingOwner(const ztTagAttribute *attribute) {
   return bond->owner->moved ? bond->owner->tag : attribute->owner;
 }
 
-void ztTatForgetDeadOwner(ztTagAttribute *attribute) {
+void ztcore::forgetDeadOwner(ztTagAttribute *attribute) {
   const Bond *bond = bondOf(attribute);
-  if (bond != nullptr && bond->owner == nullptr) ztTatLetGo(attribute);
+  if (bond != nullptr && bond->owner == nullptr) letGo(attribute);
 }
 
-bool ztTatShareOwner(ztTagAttribute *copy, const ztTagAttribute *source) {
-  copy->owner = ztTatLivingOwner(source);
+bool ztcore::shareOwner(ztTagAttribute *copy, const ztTagAttribute *source) {
+  copy->owner = livingOwner(source);
   copy->binding = 0;
   if (copy->owner == nullptr) return true;
-  const ztLocked locked(ztTablesLock);
+  const Locked locked(tablesLock);
   const Bond *bond = namingBond(source);
   const bool isBound = bond != nullptr && bond->owner->tag == copy->owner;
   copy->binding = isBound ? newBond(bond->owner, nullptr, 0) : bindTo(copy->owner, copy->owner, nullptr, 0);
@@ -227,12 +229,12 @@ static int32_t placeIn(const ztPtrArray *array, const ztTagAttribute *attribute,
   return from;
 }
 
-bool ztTatIsHeld(const ztTagAttribute *attribute) {
+bool ztcore::isHeldAttribute(const ztTagAttribute *attribute) {
   const ztPtrArray *array = arrayOf(attribute);
   return array != nullptr && placeIn(array, attribute, 0) < ztPtrArray_of(array)->getSize(array);
 }
 
-void ztTatLeaveArray(const ztTagAttribute *attribute) {
+void ztcore::leaveArray(const ztTagAttribute *attribute) {
   ztPtrArray *array = arrayOf(attribute);
   if (array == nullptr) return;
   for (int32_t i = placeIn(array, attribute, 0); i < ztPtrArray_of(array)->getSize(array);
@@ -254,8 +256,8 @@ static int32_t takeNamingBond(const ztTagAttribute *attribute) {
   return former;
 }
 
-bool ztTatEnlist(ztTagAttribute *attribute, const ztTag *tag) {
-  const ztLocked locked(ztTablesLock);
+bool ztcore::enlist(ztTagAttribute *attribute, const ztTag *tag) {
+  const Locked locked(tablesLock);
   attribute->binding = takeNamingBond(attribute);
   const int32_t number = bindTo(const_cast<ztTag *>(tag), tag->attributes, attribute, attribute->binding);
   if (number != 0) attribute->binding = number;
@@ -263,8 +265,8 @@ bool ztTatEnlist(ztTagAttribute *attribute, const ztTag *tag) {
   return number != 0;
 }
 
-void ztTatWithdraw(ztTagAttribute *attribute) {
-  const ztLocked locked(ztTablesLock);
+void ztcore::withdraw(ztTagAttribute *attribute) {
+  const Locked locked(tablesLock);
   const Bond *bond = bondOf(attribute);
   if (bond == nullptr) return;
   const int32_t former = bond->former;
@@ -282,10 +284,10 @@ static void dropBonds(ztTagAttribute *attribute) {
   attribute->binding = 0;
 }
 
-void ztTatLetGo(ztTagAttribute *attribute) {
+void ztcore::letGo(ztTagAttribute *attribute) {
   attribute->owner = nullptr;
   if (attribute->binding == 0) return;
-  const ztLocked locked(ztTablesLock);
+  const Locked locked(tablesLock);
   dropBonds(attribute);
   releaseChunksNotInUse();
 }
@@ -295,14 +297,14 @@ static bool isBoundTo(const Bond *bond, const ztTag *tag) {
          bond->owner->key == tag->attributes;
 }
 
-bool ztTatHold(ztTagAttribute *attribute, const ztTag *tag) {
+bool ztcore::holdAttribute(ztTagAttribute *attribute, const ztTag *tag) {
   void *owner = const_cast<ztTag *>(tag);
   attribute->owner = owner;
   Bond *bond = bondOf(attribute);
   const bool isBound = isBoundTo(bond, tag);
   if (isBound) noteAddress(bond->owner, owner);
   if (isBound && bond->former == 0) return true;
-  const ztLocked locked(ztTablesLock);
+  const Locked locked(tablesLock);
   if (isBound) {
     endBond(bond->former);
     bond->former = 0;
@@ -336,9 +338,9 @@ static void bondsEnd(const void *key) {
   }
 }
 
-void ztTatOwnerEnds(const ztTag *tag, const ztPtrArray *attributes) {
+void ztcore::ownerDestroyed(const ztTag *tag, const ztPtrArray *attributes) {
   if (__atomic_load_n(&ownerCount, __ATOMIC_RELAXED) == 0) return;
-  const ztLocked locked(ztTablesLock);
+  const Locked locked(tablesLock);
   bondsEnd(tag);
   if (attributes != nullptr) bondsEnd(attributes);
   releaseChunksNotInUse();

@@ -34,7 +34,7 @@ class MapItemsOf : public ::testing::Test {
 
   static std::vector<int32_t> keysOf(const void *walked) {
     std::vector<int32_t> keys;
-    for (const ztMapItem *item : itemsOf(walked)) keys.push_back(keyOf(item));
+    for (const ztMapItem *item : ztcore::itemsOf(walked)) keys.push_back(keyOf(item));
     return keys;
   }
 
@@ -51,7 +51,7 @@ TEST_F(MapItemsOf, ComeInTheOrderOfTheirKeys) {
 
 TEST_F(MapItemsOf, AreTheMapsOwn) {
   fill({2, 1, 3});
-  for (ztMapItem *item : itemsOf(map)) {
+  for (ztMapItem *item : ztcore::itemsOf(map)) {
     const int32_t key = keyOf(item);
     EXPECT_EQ(item, methods->find(map, &key));
     *static_cast<int32_t *>(item->value) += 1;
@@ -78,7 +78,7 @@ TEST_F(MapItemsOf, AreNoneInAMapWithoutATree) {
 TEST_F(MapItemsOf, MayBeLeftBeforeTheLast) {
   fill({1, 2, 3, 4});
   int32_t sum = 0;
-  for (const ztMapItem *item : itemsOf(map)) {
+  for (const ztMapItem *item : ztcore::itemsOf(map)) {
     if (keyOf(item) == 3) break;
     sum += keyOf(item);
   }
@@ -88,8 +88,8 @@ TEST_F(MapItemsOf, MayBeLeftBeforeTheLast) {
 TEST_F(MapItemsOf, MayBeWalkedWhileTheyAreWalked) {
   fill({1, 2, 3});
   int32_t pairs = 0;
-  for (const ztMapItem *first : itemsOf(map)) {
-    for (const ztMapItem *second : itemsOf(map)) pairs += keyOf(first) < keyOf(second);
+  for (const ztMapItem *first : ztcore::itemsOf(map)) {
+    for (const ztMapItem *second : ztcore::itemsOf(map)) pairs += keyOf(first) < keyOf(second);
   }
   EXPECT_EQ(pairs, 3);
 }
