@@ -24,8 +24,8 @@ int32_t ztcore::blockSize(const ztArray &array, int64_t count) {
   return size == 0 ? 1 : static_cast<int32_t>(size);
 }
 
-void ztcore::clearBehind(const ztArray &array, void *block, int32_t slots, int32_t size) {
-  const size_t kept = static_cast<size_t>(slots) * static_cast<size_t>(array.elementSize);
+void ztcore::clearBehind(const ztArray &array, void *block, int32_t places, int32_t size) {
+  const size_t kept = static_cast<size_t>(places) * static_cast<size_t>(array.elementSize);
   memset(static_cast<char *>(block) + kept, 0, static_cast<size_t>(size) - kept);
 }
 
@@ -81,37 +81,37 @@ int64_t ztcore::offsetInBlock(const ztArray &array, const void *address) {
 // Adding and replacing ----------------------------------------------------------------------------
 
 // The sizes of numbers without a call.
-static void copyBytes(void *slot, const void *source, size_t size) {
+static void copyBytes(void *place, const void *source, size_t size) {
   switch (size) {
     case sizeof(int8_t):
-      memmove(slot, source, sizeof(int8_t));
+      memmove(place, source, sizeof(int8_t));
       break;
     case sizeof(int32_t):
-      memmove(slot, source, sizeof(int32_t));
+      memmove(place, source, sizeof(int32_t));
       break;
     case sizeof(int64_t):
-      memmove(slot, source, sizeof(int64_t));
+      memmove(place, source, sizeof(int64_t));
       break;
     default:
-      memmove(slot, source, size);
+      memmove(place, source, size);
   }
 }
 
-static void storeBytes(const ztArray &array, void *slot, const void *element) {
+static void storeBytes(const ztArray &array, void *place, const void *element) {
   const auto size = static_cast<size_t>(array.elementSize);
   if (holdsPointers(array)) {
-    copyBytes(slot, &element, size < sizeof element ? size : sizeof element);
+    copyBytes(place, &element, size < sizeof element ? size : sizeof element);
   } else {
-    copyBytes(slot, element, size);
+    copyBytes(place, element, size);
   }
 }
 
 static void *pushBytes(ztArray &array, const void *element) {
   const int64_t own = offsetInBlock(array, element);
   if (element == nullptr || !resizeBlock(array, int64_t{array.count} + 1)) return nullptr;
-  void *slot = slotAt(array, array.count++);
-  copyBytes(slot, afterMove(array, element, own), static_cast<size_t>(array.elementSize));
-  return slot;
+  void *place = placeAt(array, array.count++);
+  copyBytes(place, afterMove(array, element, own), static_cast<size_t>(array.elementSize));
+  return place;
 }
 
 static void *pushPointer(ztArray &array, const void *pointer) {
@@ -120,9 +120,9 @@ static void *pushPointer(ztArray &array, const void *pointer) {
   if (array.elementSize != pointerStride) {
     clearBehind(array, array.data, last, blockSize(array, array.count));
   }
-  void *slot = slotAt(array, last);
-  storeBytes(array, slot, pointer);
-  return slot;
+  void *place = placeAt(array, last);
+  storeBytes(array, place, pointer);
+  return place;
 }
 
 static void *arrayPushBack(ztArray &array, const void *element) {
@@ -156,9 +156,9 @@ static void *arraySetAt(ztArray &array, const void *element, int32_t index) {
     return setObject(array, element, index);
   }
   if (element == nullptr && !holdsPointers(array)) return nullptr;
-  void *slot = slotAt(array, index);
-  storeBytes(array, slot, element);
-  return slot;
+  void *place = placeAt(array, index);
+  storeBytes(array, place, element);
+  return place;
 }
 
 // Removing ----------------------------------------------------------------------------------------
@@ -171,7 +171,7 @@ static void *copyWithout(const ztArray &array, int32_t index) {
   const auto size = static_cast<size_t>(array.elementSize);
   const size_t before = static_cast<size_t>(index) * size;
   memcpy(block, array.data, before);
-  memcpy(static_cast<char *>(block) + before, slotAt(array, int64_t{index} + 1),
+  memcpy(static_cast<char *>(block) + before, placeAt(array, int64_t{index} + 1),
          static_cast<size_t>(left - index) * size);
   return block;
 }
@@ -241,7 +241,7 @@ static void *pointerAt(const ztArray &array, int32_t index) {
 }
 
 static void *elementAt(const ztArray &array, int32_t index) {
-  return holdsPointers(array) ? pointerAt(array, index) : slotAt(array, index);
+  return holdsPointers(array) ? pointerAt(array, index) : placeAt(array, index);
 }
 
 static void *arrayGetAt(const ztArray &array, int32_t index) {
@@ -285,17 +285,17 @@ struct NullKey {
 
 }  // namespace
 
-static int32_t compareNull(const void *key, const void *slot) {
-  return static_cast<const NullKey *>(key)->compare(nullptr, slot);
+static int32_t compareNull(const void *key, const void *place) {
+  return static_cast<const NullKey *>(key)->compare(nullptr, place);
 }
 
 static void *searchBlock(const void *key, const void *block, int32_t count, int32_t size,
                          ztCompareFunc compare) {
-  const auto slots = static_cast<size_t>(count);
+  const auto places = static_cast<size_t>(count);
   const auto width = static_cast<size_t>(size);
-  if (key != nullptr) return bsearch(key, block, slots, width, compare);
+  if (key != nullptr) return bsearch(key, block, places, width, compare);
   const NullKey null = {compare};
-  return bsearch(&null, block, slots, width, compareNull);
+  return bsearch(&null, block, places, width, compareNull);
 }
 
 static void *arraySearch(const ztArray &array, const void *key, ztCompareFunc compare) {

@@ -8,7 +8,7 @@
 namespace ztcore {
 
 // Slot i lies at data + i * elementSize. Pointers, however, are read at data + i * pointerStride, so that
-// with an element size other than that the block is larger than its slots, and what lies outside them is
+// with an element size other than that the block is larger than its places, and what lies outside them is
 // zero.
 constexpr int32_t pointerStride = sizeof(void *);
 
@@ -25,7 +25,7 @@ inline bool hasIndex(const ztArray &array, int32_t index) {
 }
 
 // Any index gives an address, also one outside the block, and so does no block.
-inline char *slotAt(const ztArray &array, int64_t index) {
+inline char *placeAt(const ztArray &array, int64_t index) {
   const int64_t offset = index * array.elementSize;
   return reinterpret_cast<char *>(reinterpret_cast<intptr_t>(array.data) + offset);
 }
@@ -35,10 +35,10 @@ inline char *slotAt(const ztArray &array, int64_t index) {
 // Bytes of a block for so many elements, at least 1; -1 when there can be no such block.
 int32_t blockSize(const ztArray &array, int64_t count);
 
-// Zeroes a block, or what it holds behind its first slots.
-void clearBehind(const ztArray &array, void *block, int32_t slots, int32_t size);
+// Zeroes a block, or what it holds behind its first places.
+void clearBehind(const ztArray &array, void *block, int32_t places, int32_t size);
 
-// A block for so many elements, zero from the given slot on.
+// A block for so many elements, zero from the given place on.
 void *newBlock(const ztArray &array, int32_t count, int32_t clearFrom);
 
 // Frees a block that the array has given up, unless a call that is under way goes on reading it: that call
@@ -92,10 +92,10 @@ class BlockUse {
 
 // Objects in the block, ztarrayobjects.cpp --------------------------------------------------------
 
-// Whether a slot of that size holds what the constructor makes.
+// Whether a place of that size holds what the constructor makes.
 bool constructorFits(ztCtor constructor, int32_t size);
 
-void destroyObject(void *slot);
+void destroyObject(void *place);
 
 // The array itself may end while its former objects do.
 void destroyObjects(void *block, int32_t count, int32_t stride);

@@ -6,8 +6,8 @@
 
 using namespace ztcore;
 
-// Where the file is not known to hold what the count claims, slots are made as elements arrive. An array whose
-// class makes its slots itself makes them all at once.
+// Where the file is not known to hold what the count claims, places are made as elements arrive. An array whose
+// class makes its places itself makes them all at once.
 
 namespace {
 
@@ -18,7 +18,7 @@ class ArrayReader {
   int32_t read();
 
  private:
-  // Of an object beside its slot, roughly.
+  // Of an object beside its place, roughly.
   static constexpr int64_t ownParts = 128;
   // Met without looking at the file.
   static constexpr int64_t smallClaim = 4096;
@@ -30,25 +30,25 @@ class ArrayReader {
     const ztArrayMethods *library = ztArray_table();
     return methods->setSize != library->setSize || methods->empty != library->empty;
   }
-  int64_t sizeOf(int32_t slots) const {
-    return slots == 0 ? 0 : blockSize(array, slots);
+  int64_t sizeOf(int32_t places) const {
+    return places == 0 ? 0 : blockSize(array, places);
   }
   // An element takes as many bytes as it has, and an object's record a byte at least.
   bool isExcessive() {
     return claims.isExcessive(count, holdsObjects(array) ? 1 : array.elementSize, sizeOf(1));
   }
 
-  // What was read may have changed the array. What came in meanwhile stands behind the slots, and no slots
+  // What was read may have changed the array. What came in meanwhile stands behind the places, and no places
   // are made behind that.
   bool hasSlot(int32_t index) const {
     return index < made && (array.count == made || (array.count > made && made == count));
   }
 
-  int32_t slotsAtFirst();
-  int32_t slotsToAdd();
-  bool setSize(int32_t slots);
+  int32_t placesAtFirst();
+  int32_t placesToAdd();
+  bool setSize(int32_t places);
   bool addObjects(int32_t added);
-  bool addSlots(int32_t added);
+  bool addPlaces(int32_t added);
   bool readObject(int32_t index);
   bool readBytes(int32_t index);
   bool fillUp(int32_t arrived);
@@ -58,16 +58,16 @@ class ArrayReader {
   void *file;
   Claims claims;
   int32_t count = 0;
-  int32_t made = 0;     // slots
-  bool isFree = false;  // the slots are no claim of this count
-  int64_t claimed = 0;  // for each slot; 0 while none is on the file's account
+  int32_t made = 0;     // places
+  bool isFree = false;  // the places are no claim of this count
+  int64_t claimed = 0;  // for each place; 0 while none is on the file's account
   bool more = true;     // the last element brought something
 };
 
 }  // namespace
 
-// How many slots to begin with, or -1 for a count that is not met.
-int32_t ArrayReader::slotsAtFirst() {
+// How many places to begin with, or -1 for a count that is not met.
+int32_t ArrayReader::placesAtFirst() {
   const int64_t size = sizeOf(count);
   isFree = size < 0 || count == array.count || makesOwnSlots();
   if (!isFree && size <= smallClaim && !holdsObjects(array)) return count;
@@ -82,18 +82,18 @@ int32_t ArrayReader::slotsAtFirst() {
   if (claims.ownStream() != nullptr && !hasByte(claims.ownStream())) return -1;
   // Objects without a record are there all the same.
   if (holdsObjects(array)) claimed += ownParts;
-  const int32_t slots = slotsToAdd();
-  return slots == 0 ? -1 : slots;
+  const int32_t places = placesToAdd();
+  return places == 0 ? -1 : places;
 }
 
-// As many slots as may be claimed, or one for an element that has begun to arrive.
-int32_t ArrayReader::slotsToAdd() {
+// As many places as may be claimed, or one for an element that has begun to arrive.
+int32_t ArrayReader::placesToAdd() {
   // A block without objects is there until the larger one has its bytes.
-  const int64_t room = claims.left() - (holdsObjects(array) ? 0 : sizeOf(made));
-  const int64_t slots = room / claimed;
+  const int64_t bytes = claims.left() - (holdsObjects(array) ? 0 : sizeOf(made));
+  const int64_t places = bytes / claimed;
   const int32_t missing = count - made;
-  if (slots > 0) {
-    const int32_t added = slots < missing ? static_cast<int32_t>(slots) : missing;
+  if (places > 0) {
+    const int32_t added = places < missing ? static_cast<int32_t>(places) : missing;
     claims.hold(added * claimed);
     return added;
   }
@@ -104,10 +104,10 @@ int32_t ArrayReader::slotsToAdd() {
   return hasBegun;
 }
 
-bool ArrayReader::setSize(int32_t slots) {
+bool ArrayReader::setSize(int32_t places) {
   const void *before = array.data;
   const ContainerUse use(&array);
-  if (!ztArray_of(&array)->setSize(&array, slots) || use.ended()) return false;
+  if (!ztArray_of(&array)->setSize(&array, places) || use.ended()) return false;
   // An array that has the count already keeps its contents.
   if (before != nullptr && before == array.data && !holdsObjects(array)) {
     clearBehind(array, array.data, 0, blockSize(array, array.count));
@@ -117,7 +117,7 @@ bool ArrayReader::setSize(int32_t slots) {
   return true;
 }
 
-bool ArrayReader::addSlots(int32_t added) {
+bool ArrayReader::addPlaces(int32_t added) {
   if (added <= 0) return false;
   if (holdsObjects(array)) {
     if (!addObjects(added)) return false;
@@ -150,9 +150,9 @@ bool ArrayReader::readObject(int32_t index) {
   if (!ownBlock(array)) return false;
   DetachedBlock detached(array);
   if (!detached.isOut()) return false;
-  void *slot = detached.open(index);
+  void *place = detached.open(index);
   claims.arrivedSince();
-  const bool done = ztBaseClass_of(slot)->read(slot, file) > 0;
+  const bool done = ztBaseClass_of(place)->read(place, file) > 0;
   more = claims.isCounted() ? claims.arrivedSince() > 0 : done;
   detached.close(index);
   if (!detached.putBack()) return false;
@@ -165,7 +165,7 @@ bool ArrayReader::readBytes(int32_t index) {
   const int32_t size = array.elementSize;
   const ztFileMethods *methods = ztFile_of(file);
   claims.arrivedSince();
-  const int32_t got = methods->readBuf(file, size, slotAt(array, index));
+  const int32_t got = methods->readBuf(file, size, placeAt(array, index));
   const int64_t arrived = claims.isCounted() ? claims.arrivedSince() : got;
   more = arrived > 0;
   if (size == 0) return claims.isCounted() ? more : index < mostWithoutSize && !methods->eof(file);
@@ -177,17 +177,17 @@ bool ArrayReader::readBytes(int32_t index) {
 bool ArrayReader::fillUp(int32_t arrived) {
   if (isFree) return true;
   const int64_t lacking = sizeOf(count) - sizeOf(claimed > 0 ? made : arrived);
-  return claims.take(lacking) && (made == count || addSlots(count - made));
+  return claims.take(lacking) && (made == count || addPlaces(count - made));
 }
 
 int32_t ArrayReader::read() {
   if (!claims.readCount(&count)) return 0;
-  const int32_t first = slotsAtFirst();
+  const int32_t first = placesAtFirst();
   const ContainerUse use(&array);
   if (first < 0 || !setSize(first) || use.ended()) return 0;
   bool isMet = true;
   for (int32_t i = 0; i < count && isMet; ++i) {
-    if (i == made) isMet = addSlots(slotsToAdd());
+    if (i == made) isMet = addPlaces(placesToAdd());
     if (!isMet || !hasSlot(i)) break;
     if (holdsObjects(array)) {
       isMet = readObject(i);
@@ -216,11 +216,11 @@ int32_t ztcore::arrayWrite(const ztArray &array, void *file) {
   const bool leavesBytes = holdsObjects(array) || array.elementSize != 0;
   if (!leavesBytes && methods->writeBuf == ztFile_table()->writeBuf) return 1;
   for (int32_t i = 0; i < array.count; ++i) {
-    const void *slot = slotAt(array, i);
+    const void *place = placeAt(array, i);
     if (holdsObjects(array)) {
-      ztBaseClass_of(slot)->write(slot, file);
+      ztBaseClass_of(place)->write(place, file);
     } else {
-      methods->writeBuf(file, array.elementSize, slot);
+      methods->writeBuf(file, array.elementSize, place);
     }
   }
   return 1;

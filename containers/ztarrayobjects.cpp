@@ -12,28 +12,28 @@ using namespace ztcore;
 // Their calls come back into the array at times. It is then one that has all that was constructed and not
 // yet destroyed; an object that is being cloned, assigned, read or destroyed is none of its elements.
 
-static void *copyIntoSlot(void *slot, const void *source) {
-  memcpy(slot, source, sizeof(ztBaseClass));  // tells how large the object will be
-  return cloneOnto(source, slot);
+static void *copyIntoPlace(void *place, const void *source) {
+  memcpy(place, source, sizeof(ztBaseClass));  // tells how large the object will be
+  return cloneOnto(source, place);
 }
 
-void ztcore::destroyObject(void *slot) {
-  ztBaseClass_of(slot)->destroy(slot);
+void ztcore::destroyObject(void *place) {
+  ztBaseClass_of(place)->destroy(place);
 }
 
 void ztcore::destroyObjects(void *block, int32_t count, int32_t stride) {
-  char *slot = static_cast<char *>(block);
-  for (int32_t i = 0; i < count; ++i, slot += stride) destroyObject(slot);
+  char *place = static_cast<char *>(block);
+  for (int32_t i = 0; i < count; ++i, place += stride) destroyObject(place);
 }
 
 // Copies the array's first objects into a block; false, with nothing left there, when one cannot be, or when
 // the array was changed meanwhile.
 static bool copyObjects(const BlockUse &use, const ztArray &array, void *block, int32_t count) {
   const int32_t stride = array.elementSize;
-  const char *source = slotAt(array, 0);
-  char *slot = static_cast<char *>(block);
-  for (int32_t i = 0; i < count; ++i, slot += stride, source += stride) {
-    const bool isCopied = copyIntoSlot(slot, source) != nullptr;
+  const char *source = placeAt(array, 0);
+  char *place = static_cast<char *>(block);
+  for (int32_t i = 0; i < count; ++i, place += stride, source += stride) {
+    const bool isCopied = copyIntoPlace(place, source) != nullptr;
     if (isCopied && use.isCurrent()) continue;
     destroyObjects(block, isCopied ? i + 1 : i, stride);
     return false;
@@ -55,19 +55,19 @@ bool ztcore::constructorFits(ztCtor constructor, int32_t size) {
 }
 
 static void constructObjects(ztCtor constructor, void *block, int32_t from, int32_t count, int32_t stride) {
-  char *slot = static_cast<char *>(block) + static_cast<int64_t>(from) * stride;
-  for (int32_t i = from; i < count; ++i, slot += stride) constructor(slot, 1);
+  char *place = static_cast<char *>(block) + static_cast<int64_t>(from) * stride;
+  for (int32_t i = from; i < count; ++i, place += stride) constructor(place, 1);
 }
 
 // The array is whole without the objects before the first one ends.
 void ztcore::replaceObjects(ztArray &array, void *block, int32_t count, int32_t first, int32_t ended) {
   const BlockUse use(array);
   void *former = array.data;
-  char *slot = slotAt(array, first);
+  char *place = placeAt(array, first);
   array.data = block;
   array.count = count;
   const bool isLeft = leavePart(&array, former);
-  destroyObjects(slot, ended, array.elementSize);
+  destroyObjects(place, ended, array.elementSize);
   if (!isLeft) ztm_free(former);
 }
 
@@ -75,42 +75,42 @@ void ztcore::replaceObjects(ztArray &array, void *block, int32_t count, int32_t 
 
 namespace {
 
-// The slot behind the array's last element, for an object that is none of its elements yet.
-// The block has room for it, and is in no other use.
-class OpenSlot {
+// The place behind the array's last element, for an object that is none of its elements yet.
+// The block is large enough for it, and is in no other use.
+class OpenPlace {
  public:
-  ZT_IN_CALLERS_FRAME explicit OpenSlot(ztArray &opened)
+  ZT_IN_CALLERS_FRAME explicit OpenPlace(ztArray &opened)
       : array(opened),
         constructor(opened.elementConstructor),
         stride(opened.elementSize),
-        place(slotAt(opened, opened.count)),
+        address(placeAt(opened, opened.count)),
         use(opened) {}
 
-  char *slot() const {
-    return place;
+  char *place() const {
+    return address;
   }
-  // Gives up a slot that holds no object. True where the array still has the room for it.
+  // Gives up a place that holds no object. True where the block is still the array's.
   bool leave() {
     const bool current = use.isCurrent();
     use.end();
     return current;
   }
   // Makes the object the last element, whatever the array has become. Where it cannot be one, since the array
-  // is gone, keeps other elements now, or lacks memory, it is destroyed. Returns its slot, or NULL.
+  // is gone, keeps other elements now, or lacks memory, it is destroyed. Returns its place, or NULL.
   char *add() {
     if (use.isCurrent()) {
       use.end();
       ++array.count;
-      return place;
+      return address;
     }
     const bool fits = !use.ended() && array.elementConstructor == constructor && array.elementSize == stride;
     if (!fits || !resizeBlock(array, int64_t{array.count} + 1)) {
-      destroyObject(place);
+      destroyObject(address);
       use.end();
       return nullptr;
     }
-    char *last = slotAt(array, array.count++);
-    memcpy(last, place, static_cast<size_t>(stride));
+    char *last = placeAt(array, array.count++);
+    memcpy(last, address, static_cast<size_t>(stride));
     use.end();
     return last;
   }
@@ -119,14 +119,14 @@ class OpenSlot {
   ztArray &array;
   ztCtor constructor;
   int32_t stride;
-  char *place;
+  char *address;
   BlockUse use;
 };
 
 }  // namespace
 
 // Without memory for a smaller block the larger one stays.
-static void dropRoom(ztArray &array) {
+static void shrinkBlock(ztArray &array) {
   if (array.count == 0) {
     installBlock(array, nullptr, 0);
   } else {
@@ -143,15 +143,15 @@ void *ztcore::pushObject(ztArray &array, const void *element) {
   if (!accepts(array, element)) return nullptr;
   const int64_t own = offsetInBlock(array, element);
   if (!resizeBlock(array, int64_t{array.count} + 1)) return nullptr;
-  OpenSlot open(array);
-  void *copy = copyIntoSlot(open.slot(), afterMove(array, element, own));
+  OpenPlace open(array);
+  void *copy = copyIntoPlace(open.place(), afterMove(array, element, own));
   if (copy == nullptr) {
-    if (open.leave()) dropRoom(array);
+    if (open.leave()) shrinkBlock(array);
     return nullptr;
   }
-  const bool isInSlot = copy == open.slot();
-  void *slot = open.add();
-  return isInSlot || slot == nullptr ? slot : copy;
+  const bool isInPlace = copy == open.place();
+  void *place = open.add();
+  return isInPlace || place == nullptr ? place : copy;
 }
 
 // Sees to it that the array's block can be taken out: what an earlier call that was left has out of it ends
@@ -164,16 +164,16 @@ static bool prepareDetaching(ztArray &array, int32_t index) {
 
 void *ztcore::setObject(ztArray &array, const void *element, int32_t index) {
   if (!accepts(array, element)) return nullptr;
-  if (element == slotAt(array, index)) return slotAt(array, index);
+  if (element == placeAt(array, index)) return placeAt(array, index);
   const int64_t own = offsetInBlock(array, element);
   if (!prepareDetaching(array, index)) return nullptr;
   element = afterMove(array, element, own);
   DetachedBlock detached(array);
   if (!detached.isOut()) return nullptr;
-  char *slot = detached.open(index);
-  destroyObject(slot);
+  char *place = detached.open(index);
+  destroyObject(place);
   if (detached.ended()) return nullptr;
-  void *copy = copyIntoSlot(slot, element);
+  void *copy = copyIntoPlace(place, element);
   bool isWhole = copy != nullptr;
   if (!isWhole && !detached.ended()) {
     detached.refill(index);
@@ -181,7 +181,7 @@ void *ztcore::setObject(ztArray &array, const void *element, int32_t index) {
   }
   if (isWhole) detached.close(index);
   if (!detached.putBack()) return nullptr;
-  return copy == slot ? slotAt(array, index) : copy;
+  return copy == place ? placeAt(array, index) : copy;
 }
 
 // Sizes -------------------------------------------------------------------------------------------
@@ -236,14 +236,14 @@ int32_t ztcore::resizeObjects(ztArray &array, int32_t count) {
 
 // Assigning ---------------------------------------------------------------------------------------
 
-// Assigns one object of the source to the one in the array's slot.
+// Assigns one object of the source to the one in the array's place.
 static void assignObject(DetachedBlock &target, const ztArray &source, int32_t index, bool isSame) {
-  char *slot = target.open(index);
+  char *place = target.open(index);
   if (isSame) {
-    assignCommon(slot, slot);
+    assignCommon(place, place);
   } else {
     const BlockUse use(source);
-    assignCommon(slot, slotAt(source, index));
+    assignCommon(place, placeAt(source, index));
   }
   target.close(index);
 }

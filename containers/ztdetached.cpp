@@ -6,7 +6,7 @@
 
 using namespace ztcore;
 
-// Makes room behind the objects; false without memory.
+// Makes the block larger, behind the objects; false without memory.
 bool DetachedBlock::grow(int32_t added) {
   Use *record = use.record();
   const int32_t size = blockSize(array, int64_t{record->count} + added);
@@ -32,7 +32,7 @@ bool DetachedBlock::add(int32_t added) {
 bool DetachedBlock::append() {
   if (!grow(array.count)) return false;
   Use *record = use.record();
-  memcpy(slotOf(record->count), array.data, static_cast<size_t>(array.count) * static_cast<size_t>(stride));
+  memcpy(placeOf(record->count), array.data, static_cast<size_t>(array.count) * static_cast<size_t>(stride));
   record->count += array.count;
   return true;
 }

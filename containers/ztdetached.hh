@@ -36,27 +36,27 @@ class DetachedBlock {
   bool ended() const {
     return use.ended();
   }
-  char *slotOf(int32_t index) const {
+  char *placeOf(int32_t index) const {
     return block + int64_t{index} * stride;
   }
-  // Takes the object in a slot for one that is worked on.
+  // Takes the object in a place for one that is worked on.
   char *open(int32_t index) {
     use.record()->open = index;
-    return slotOf(index);
+    return placeOf(index);
   }
   // The object is whole. Where the others were destroyed meanwhile it is, too.
   void close(int32_t index) {
     Use *record = use.record();
     if (record == nullptr) return;
     record->open = -1;
-    if (record->kind != PartKind::objects) destroyObject(slotOf(index));
+    if (record->kind != PartKind::objects) destroyObject(placeOf(index));
   }
   // Constructs an object in place of one that could not be cloned, so that no element goes.
   void refill(int32_t index) const {
     if (constructorFits(constructor, stride)) {
-      constructor(slotOf(index), 1);
+      constructor(placeOf(index), 1);
     } else {
-      ztBaseClass_ctor(slotOf(index), 1);
+      ztBaseClass_ctor(placeOf(index), 1);
     }
   }
   bool add(int32_t added);

@@ -11,7 +11,7 @@ using namespace ztcore;
 
 // The table of a thread ---------------------------------------------------------------------------
 
-// In place of the table of a thread that has none: the entry below all others, and no room.
+// In place of the table of a thread that has none: the entry below all others, and no further one.
 static Call belowAll = {nullptr, UINTPTR_MAX, belowAllCalls, 0, 0, 0};
 
 constexpr uint64_t firstSerial = 64;
@@ -161,7 +161,7 @@ static uint32_t findPlace(const CallTable *calls, uint32_t count) {
 uint32_t ztcore::reservePending(CallTable *calls, uint32_t count) {
   if (calls->pendingCapacity - calls->pendingCount >= count) return calls->pendingCount;
   if (count > INT32_MAX) return noPlace;
-  // Deliveries that were left on the stacks of coroutines may stand in front of much room.
+  // Deliveries that were left on the stacks of coroutines may stand in front of many free places.
   dropRepeated(calls);
   const uint32_t first = findPlace(calls, count);
   if (calls->pendingCapacity - first >= count) return first;

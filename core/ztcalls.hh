@@ -25,11 +25,11 @@ namespace ztcore {
 #define ZT_OWN_FRAME __attribute__((noinline, no_sanitize_address))
 
 enum class CallKind : uint64_t {
-  gone,      // dropped; its place is free
-  watch,     // the subject is an object whose destruction matters
-  delivery,  // the subject is a signal whose slots are being called
-  release,   // the subject is an object that is being released
-  ending,    // the subject is a ztObject that is being destroyed
+  gone,         // dropped; its place is free
+  watch,        // the subject is an object whose destruction matters
+  delivery,     // the subject is a signal whose slots are being called
+  release,      // the subject is an object that is being released
+  destruction,  // the subject is a ztObject that is being destroyed
 };
 
 constexpr uint64_t callKinds = 7;  // the bits of a serial number that hold the kind
@@ -39,7 +39,7 @@ struct Call {
   uintptr_t frame;      // where the frame that made the record lies; above all others once it is gone
   uint64_t serial;      // as in the mark of that frame, with the kind in its last bits
   uint32_t detail;      // delivery: the pending slot that was called last; watch: where in its frame it lies;
-                        // ending: not 0 where peers stay tied to the object until its end
+                        // destruction: not 0 where peers stay tied to the object until its end
   uint32_t first;       // delivery: where its pending slots begin,
   uint32_t end;         // and the place behind them
 };
@@ -174,7 +174,7 @@ inline void objectMade(const void *object) {
 // delivery.
 extern void (*leaveReceiver)(void *receiver);
 
-// Where there is room for so many pending slots, made where there was none.
+// Where so many pending slots go; the block grows where it is too small.
 constexpr uint32_t noPlace = UINT32_MAX;  // without memory
 uint32_t reservePending(CallTable *calls, uint32_t count);
 

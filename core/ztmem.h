@@ -91,7 +91,7 @@ ZT_END_C
 #define ztm_free(block) ztm_dbg_free((block), __FILE__, __LINE__)
 #define ZTM_NEW(Type) ((Type *)ztm_dbg_alloc((int64_t)sizeof(Type), __FILE__, __LINE__, #Type))
 #else
-/** Allocates room for one Type; the tracking form records its name. */
+/** Allocates memory for one Type; the tracking form records its name. */
 #define ZTM_NEW(Type) ((Type *)ztm_alloc((int32_t)sizeof(Type)))
 #endif
 

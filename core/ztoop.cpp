@@ -41,7 +41,7 @@ struct IndexedEntry {
   Link byName;         // under the name it was registered with
   Link byClass;        // under the name its class bears
   bool instanceDestroyed;
-  bool beingFreed;
+  bool beingDestroyed;
 };
 
 // Finds entries by a name. The list `classlist` alone tells their order; a chain repeats it: newest
@@ -201,7 +201,7 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
   const char *className = classNameOf(entry->entry);
   entry->byClass.hash = hashOf(className, strlen(className));
   entry->instanceDestroyed = false;
-  entry->beingFreed = false;
+  entry->beingDestroyed = false;
   attach(entry);
 
   ztClass *klass = ztOOP_classOf(prototype);
@@ -291,8 +291,8 @@ static void freeEntry(IndexedEntry *entry) {
 }
 
 static void freeClass(IndexedEntry *entry) {
-  if (entry == nullptr || entry->beingFreed) return;
-  entry->beingFreed = true;
+  if (entry == nullptr || entry->beingDestroyed) return;
+  entry->beingDestroyed = true;
   callInstanceDestroy(entry);
   callClassDestroy(entry);
   detach(entry);
@@ -339,7 +339,7 @@ static bool isOfProgram(const void *data) {
 // The newest entry of a class or of one that descends from it.
 static IndexedEntry *findEntryOf(const ztClass *klass) {
   for (ztClassEntry *entry = classlist; entry != nullptr; entry = entry->next) {
-    if (!indexed(entry)->beingFreed && isWithin(ztOOP_classOf(entry->prototype), klass)) {
+    if (!indexed(entry)->beingDestroyed && isWithin(ztOOP_classOf(entry->prototype), klass)) {
       return indexed(entry);
     }
   }

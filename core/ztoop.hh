@@ -15,7 +15,7 @@ void ensureRegistered(const char *name, ztCtor ctor);
 // Whether a class is the other one or descends from it; a NULL class is not.
 bool isWithin(const ztClass *klass, const ztClass *ancestor);
 
-// Releases what was registered or opened while the engine was stopped, since ztOOP_CleanUp will not.
+// Releases what was registered or opened after the engine stopped: ztOOP_CleanUp does nothing then.
 void releaseAfterStop();
 
 }  // namespace ztcore

@@ -73,8 +73,8 @@ static size_t putPastBuffer(FILE *stream, const void *bytes, size_t count) {
 
 size_t ztcore::putBytes(FILE *stream, const void *bytes, size_t count) {
   // A line-buffered stream has none, and less than none while bytes wait in its buffer.
-  const ptrdiff_t room = stream->_IO_write_end - stream->_IO_write_ptr;
-  const bool fits = room >= 0 && count <= static_cast<size_t>(room);
+  const ptrdiff_t free = stream->_IO_write_end - stream->_IO_write_ptr;
+  const bool fits = free >= 0 && count <= static_cast<size_t>(free);
   return fits ? fwrite_unlocked(bytes, 1, count, stream) : putPastBuffer(stream, bytes, count);
 }
 
@@ -143,18 +143,18 @@ int32_t ztcore::takeLine(FILE *stream, char *bytes, int32_t count) {
 
 char *ztcore::takeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived) {
   constexpr int32_t atFirst = 4096;
-  int32_t room = count < atFirst ? count : atFirst;
-  auto *block = static_cast<char *>(ztm_alloc(room + 1));
+  int32_t capacity = count < atFirst ? count : atFirst;
+  auto *block = static_cast<char *>(ztm_alloc(capacity + 1));
   int32_t got = 0;
   while (block != nullptr) {
-    const int32_t wanted = room - got;
+    const int32_t wanted = capacity - got;
     const int32_t more =
         isLine ? takeLine(stream, block + got, wanted)
                : static_cast<int32_t>(takeBytes(stream, block + got, static_cast<size_t>(wanted)));
     if (more > 0) got += more;
-    if (more < wanted || room == count || (isLine && block[got - 1] == '\n')) break;
-    room = room > count / 2 ? count : room * 2;
-    auto *larger = static_cast<char *>(ztm_realloc(block, room + 1));
+    if (more < wanted || capacity == count || (isLine && block[got - 1] == '\n')) break;
+    capacity = capacity > count / 2 ? count : capacity * 2;
+    auto *larger = static_cast<char *>(ztm_realloc(block, capacity + 1));
     if (larger == nullptr) ztm_free(block);
     block = larger;
   }

@@ -49,7 +49,7 @@ inline bool hasByte(FILE *stream) {
 // A line with its line feed, or so many bytes of it. Less at the end; -1 when a read failed.
 int32_t takeLine(FILE *stream, char *bytes, int32_t count);
 
-// So many bytes, or a line of no more, in a block that grew as they came and has room for a terminator behind
+// So many bytes, or a line of no more, in a block that grew as they came and is large enough for a terminator behind
 // them. NULL when memory is exhausted. The count is below INT32_MAX.
 char *takeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived);
 

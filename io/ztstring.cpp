@@ -174,7 +174,7 @@ constexpr int64_t smallClaim = 4096;  // met without looking at the file
 constexpr int64_t smallSlack = 8;     // no more than twice what a size takes in the file
 constexpr int64_t largeSlack = 32768;
 
-// Slack that has come to be large, or that the file's account has no room for, is given up: the text stays.
+// Slack that has come to be large, or that the file's account cannot take, is given up: the text stays.
 static bool keepsSlack(Claims *claims, int64_t slack) {
   return slack <= smallSlack || (slack < largeSlack && claims->take(slack));
 }

@@ -1,5 +1,6 @@
 #include "io/zttxtfile.h"
 
+#include "core/ztgrowing.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
@@ -152,7 +153,7 @@ class Numeral {
   }
 
   void take() {
-    if (size + 1 < room || grow()) text[size++] = static_cast<char>(next);
+    if (size + 1 < capacity || grow()) text[size++] = static_cast<char>(next);
     next = takeByte(stream);
   }
   // Takes the byte ahead if it is this letter, large or small.
@@ -186,14 +187,10 @@ class Numeral {
 
  private:
   bool grow() {
-    auto *larger = static_cast<char *>(isCut || room > INT32_MAX / 2 ? nullptr : ztm_alloc(room * 2));
+    char *larger = isCut ? nullptr : growBlock<char>(text, local, &capacity, size + 1);
     isCut = larger == nullptr;
-    if (isCut) return false;
-    memcpy(larger, text, static_cast<size_t>(size));
-    if (text != local) ztm_free(text);
-    text = larger;
-    room *= 2;
-    return true;
+    if (!isCut) text = larger;
+    return !isCut;
   }
 
   FILE *stream;
@@ -201,7 +198,7 @@ class Numeral {
   char local[64];
   char *text = local;
   int32_t size = 0;
-  int32_t room = sizeof local;
+  int32_t capacity = sizeof local;
   bool isCut = false;
 };
 

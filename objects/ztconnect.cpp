@@ -104,31 +104,31 @@ static int32_t objectConnectionExist(ztClass *, const void *object, const char *
 
 // Drops an object's slots that are aimed at one that goes; all but the one by which the object tells that one
 // of its own end, where that is still needed.
-static void forgetPeer(void *object, void *dying, bool staysTied) {
-  if (object == dying) return;
+static void forgetPeer(void *object, void *peer, bool staysTied) {
+  if (object == peer) return;
   const ztSignal *destroyed = staysTied ? findSignal(object, "destroyed") : nullptr;
   for (const ztMapItem *item : itemsOf(static_cast<const ztObject *>(object)->signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     if (destroyed != nullptr && signal == destroyed) {
-      removeReceiverExcept(destroyed->slots, dying, destroyedSlotOf(dying));
+      removeReceiverExcept(destroyed->slots, peer, destroyedSlotOf(peer));
     } else {
-      removeReceiver(signal->slots, dying);
+      removeReceiver(signal->slots, peer);
     }
   }
 }
 
 // The record of an object's end that is under way.
-static Call *endingOf(const void *object) {
-  Call *ending = nullptr;
+static Call *destructionOf(const void *object) {
+  Call *destruction = nullptr;
   forEachCall([&](Call &call) {
-    if (call.subject == object && kindOf(call) == CallKind::ending) ending = &call;
+    if (call.subject == object && kindOf(call) == CallKind::destruction) destruction = &call;
   });
-  return ending;
+  return destruction;
 }
 
-static void objectDestroyed(ztObject &object, void *dying) {
-  const Call *ending = endingOf(dying);
-  forgetPeer(&object, dying, ending != nullptr && ending->detail != 0);
+static void objectDestroyed(ztObject &object, void *peer) {
+  const Call *destruction = destructionOf(peer);
+  forgetPeer(&object, peer, destruction != nullptr && destruction->detail != 0);
 }
 
 // Has the peers that are in a map of "destroyed" forget the object.
@@ -173,8 +173,8 @@ ZT_OWN_FRAME static void announceDestruction(void *object, const ztSignal *destr
   }
   const bool tied = callsHost(delivery);
   const bool reaches = argumentCountOf(destroyed) <= mostArguments;
-  Call *ending = tied ? endingOf(object) : nullptr;
-  if (ending != nullptr) ending->detail = 1;
+  Call *destruction = tied ? destructionOf(object) : nullptr;
+  if (destruction != nullptr) destruction->detail = 1;
   const EmittedValue value(reinterpret_cast<intptr_t>(object));
   if (!deliver(delivery, object, destroyed, value) || tied || !reaches) leaveReceivers(object, delivery);
   endDelivery(delivery);

@@ -13,11 +13,11 @@ ztSignal *ztcore::findSignal(const void *object, const char *name) {
   return static_cast<ztSignal *>(findByName(static_cast<const ztObject *>(object)->signals, name));
 }
 
-void ztcore::forgetReceiver(const void *dying) {
+void ztcore::forgetReceiver(const void *object) {
   const CallTable *calls = thisThread.calls;
   if (calls == nullptr) return;
   for (uint32_t i = 0; i < calls->pendingCount; ++i) {
-    if (calls->pending[i].receiver == dying) calls->pending[i].receiver = nullptr;
+    if (calls->pending[i].receiver == object) calls->pending[i].receiver = nullptr;
   }
 }
 

@@ -47,7 +47,7 @@ bool deliver(const Delivery &delivery, void *emitter, const ztSignal *signal, co
 void endDelivery(const Delivery &delivery);
 
 // Has no delivery call a receiver any more: it is being destroyed.
-void forgetReceiver(const void *dying);
+void forgetReceiver(const void *object);
 
 }  // namespace ztcore
 

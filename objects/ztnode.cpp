@@ -18,7 +18,7 @@ static uint64_t keyOf(const ztRoot *node) {
 
 ztRoot *ztcore::holderOf(const ztRoot *node) {
   if (node->parent != nullptr) return node->parent;
-  if (!(node->marks & nodeHeld)) return nullptr;
+  if (!(node->flags & nodeHeld)) return nullptr;
   const Locked locked(tablesLock);
   return static_cast<ztRoot *>(holders.find(keyOf(node)));
 }
@@ -26,22 +26,22 @@ ztRoot *ztcore::holderOf(const ztRoot *node) {
 bool ztcore::rememberHolder(ztRoot *node, ztRoot *holder) {
   const Locked locked(tablesLock);
   if (!holders.insert(keyOf(node), holder)) return false;
-  node->marks |= nodeHeld;
+  node->flags |= nodeHeld;
   return true;
 }
 
 void ztcore::forgetHolder(ztRoot *node) {
-  if (node->marks & nodeHeld) {
+  if (node->flags & nodeHeld) {
     const Locked locked(tablesLock);
     holders.remove(keyOf(node));
   }
-  node->marks &= ~(nodeHeld | nodeBeingDeleted);
+  node->flags &= ~(nodeHeld | nodeBeingDeleted);
 }
 
 // A release that goes up and down below another node has to notice when its way back is cut.
 static void leavePath(ztRoot *node) {
-  if (!(node->marks & nodeOnPath)) return;
-  node->marks &= ~uint32_t{nodeOnPath};
+  if (!(node->flags & nodeOnPath)) return;
+  node->flags &= ~uint32_t{nodeOnPath};
   ++thisThread.brokenPaths;
 }
 

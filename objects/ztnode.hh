@@ -8,7 +8,7 @@
 
 namespace ztcore {
 
-// Further flags in the field `marks`.
+// Further flags in the field `flags`.
 enum : uint32_t {
   nodeBeingDestroyed = firstNodeFlag << 0,  // releases its children and takes no new ones
   nodeHeld = firstNodeFlag << 1,            // held by one that is not its parent

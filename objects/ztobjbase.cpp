@@ -16,7 +16,7 @@ uint32_t ztcore::firstFlags() {
 void ztcore::checkThread(const void *object, const char *use) {
   if (object == nullptr) return;
   static bool logged;
-  const uint32_t maker = static_cast<const ztObject *>(object)->marks >> makerShift;
+  const uint32_t maker = static_cast<const ztObject *>(object)->flags >> makerShift;
   const uint32_t user = numberOfThread() & (UINT32_MAX >> makerShift);
   if (maker == 0 || maker == user || __atomic_exchange_n(&logged, true, __ATOMIC_RELAXED)) return;
   ztLc_log("ztObject -> Warning: %s in another thread than the one that made the object, of class: %s\n", use,

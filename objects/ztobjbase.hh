@@ -6,23 +6,23 @@
 
 namespace ztcore {
 
-// What the field `marks` of a ztObject holds; in its upper half the number of the thread that made the object,
+// What the field `flags` of a ztObject holds; in its upper half the number of the thread that made the object,
 // or 0. The flags of nodes are in ztnode.hh.
 enum : uint32_t {
   objectBeingDestroyed = 1,  // set from the beginning of the object's destruction on
   firstNodeFlag = 2,         // of those in the rest of the lower half
 };
 
-// Nothing connects to a dying object any more, since nobody would take the connection away.
+// Nothing connects to an object that is being destroyed, since nobody would take the connection away.
 inline bool isBeingDestroyed(const void *object) {
-  return (static_cast<const ztObject *>(object)->marks & objectBeingDestroyed) != 0;
+  return (static_cast<const ztObject *>(object)->flags & objectBeingDestroyed) != 0;
 }
 
 inline ztObjectMethods *objectTableOf(const ztClass *klass) {
   return static_cast<ztObjectMethods *>(klass->methodTable);
 }
 
-// The field `marks` of a new object.
+// The field `flags` of a new object.
 uint32_t firstFlags();
 
 // Logs, once, that a ztObject is used in another thread than the one that made it. NULL is no such object.

@@ -37,7 +37,7 @@ using ObjectParts = Parts<&ztBaseClass_table, PartNotCopied<&ztObject::signals, 
                           Part<&ztObject::dynamicProperties, ztPropertyMap_ctor>>;
 
 static int32_t objectCreate(ztObject &self) {
-  self.marks = firstFlags();
+  self.flags = firstFlags();
   self.sender = nullptr;
   return ObjectParts::create(self);
 }
@@ -45,7 +45,7 @@ static int32_t objectCreate(ztObject &self) {
 static void *objectClone(const ztObject &object, void *target) {
   ztObject *copy = ObjectParts::clone(object, target);
   if (copy == nullptr) return nullptr;
-  copy->marks = firstFlags();
+  copy->flags = firstFlags();
   copy->sender = nullptr;
   return copy;
 }
@@ -55,10 +55,10 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   const bool again = isBeingDestroyed(&object);
   if (again && object.signals == nullptr && object.dynamicProperties == nullptr) return;
   // A slot of "destroyed" may end the emitter once more.
-  if (again && isUnderWay(&object, CallKind::ending)) return;
+  if (again && isUnderWay(&object, CallKind::destruction)) return;
   ReleaseMark mark;
-  beginRelease(&mark, CallKind::ending, &object);
-  object.marks |= objectBeingDestroyed;
+  beginRelease(&mark, CallKind::destruction, &object);
+  object.flags |= objectBeingDestroyed;
   clearReserved(object.klass);
   leavePeers(&object, again);
   ObjectWatch::objectDestroyed(&object);

@@ -20,7 +20,7 @@
 /** Fields of ztObject. */
 #define ztObject_FIELDS                                     \
   ztBaseClass_FIELDS                                        \
-  uint32_t marks;                   /* the library's own */ \
+  uint32_t flags;                   /* the library's own */ \
   ztSignalMap *signals;             /* by name; owned */    \
   ztPropertyMap *dynamicProperties; /* by name; owned */    \
   void *sender;                     /* whose signal is being delivered to this object; or NULL */
@@ -43,7 +43,7 @@
  *  - `connectionExist`: 1 when the object's signal of that name has a slot with that receiver and
  *    function, else 0.
  *  - `destroyed`: the slot behind that forgetting: drops every slot of the object that is aimed at the
- *    dying object.
+ *    object that is being destroyed.
  *  - `reserved`: NULL.
  *  - `addProperty`: declares a static property of the class. 1; 0 when it has one of that name, when
  *    the type is not known ("ztInt" stands for the registered "ztIntPropertyType"), and on failure.
@@ -73,7 +73,7 @@
                      const char *slotName, ztSlotFunction function, uint32_t argumentCount); /* 20 */       \
   int32_t (*connectionExist)(ztClass * klass, const void *object, const char *signalName,                   \
                              const void *receiver, ztSlotFunction function); /* 21 */                       \
-  void (*destroyed)(void *object, void *dying);                              /* 22 */                       \
+  void (*destroyed)(void *object, void *peer);                               /* 22 */                       \
   void *reserved;                                                            /* 23 */                       \
   int32_t (*addProperty)(ztClass * klass, const char *name, const char *typeName, ztGetter getter,          \
                          ztSetter setter, void *userWord, const char *signalName);            /* 24 */      \

@@ -55,12 +55,12 @@ static void *rootGetParent(const ztRoot &node) {
 }
 
 static bool attach(ztRoot *node, ztRoot *parent) {
-  if (parent->children == nullptr || ((node->marks | parent->marks) & nodeBeingDestroyed)) return false;
+  if (parent->children == nullptr || ((node->flags | parent->flags) & nodeBeingDestroyed)) return false;
   // Asked for ahead of all changes, since a host's own may not return.
   const int32_t parentUid = ztRoot_of(parent)->getUid(parent);
   // A copied child of the parent's keeps its place.
-  const bool isListed = holderOf(node) == parent && !(node->marks & nodeBeingDeleted);
-  if (isListed) {
+  const bool isHeld = holderOf(node) == parent && !(node->flags & nodeBeingDeleted);
+  if (isHeld) {
     forgetHolder(node);
   } else {
     if (ztRootPtrList_of(parent->children)->pushBack(parent->children, node) == nullptr) return false;
@@ -117,8 +117,8 @@ static void *searchBelow(const ztRoot *node, int32_t uid) {
   return found;
 }
 
-// Searches from the node above the top of the tree, where there is none: no child is ever refused for
-// an identifier that the tree has already. So the way up is gone only as far as a host's `getParent` leads.
+// The search begins above the top of the tree, where there is no node, and so finds nothing: no child is refused
+// because its identifier is in the tree already. All that a host can notice are the calls of its `getParent`.
 static void *rootFindChildById(const void *object, int32_t uid) {
   const void *top = object;
   while (top != nullptr && ztRoot_of(top)->getParent != method<rootGetParent>)
@@ -158,7 +158,7 @@ static void rootDeleteChild(ztRoot &node, void *given) {
   ztListItem *item = findByUid(&node, ztRoot_of(given)->getUid(given));
   if (item == nullptr) return;
   ztRoot *child = childOf(item);
-  if (child->marks & nodeBeingDeleted) {
+  if (child->flags & nodeBeingDeleted) {
     takeOff(child);  // a slot of "childDeleted" deletes the same child
     return;
   }
@@ -166,14 +166,14 @@ static void rootDeleteChild(ztRoot &node, void *given) {
   child->parentUid = 0;
   clearWord(static_cast<ztRootMethods *>(node.klass->methodTable)->reserved2);
   if (rememberHolder(child, &node)) {
-    child->marks |= nodeBeingDeleted;
+    child->flags |= nodeBeingDeleted;
   } else {
     removeChildItem(&node, item);  // without memory it goes first
   }
   ObjectWatch watch(child);
   emitChild(node, "childDeleted", child);
   // A slot may have deleted, attached or ended it already, or ended the node.
-  if (watch.isAlive() && (child->marks & nodeBeingDeleted)) takeOff(child);
+  if (watch.isAlive() && (child->flags & nodeBeingDeleted)) takeOff(child);
 }
 
 static int32_t rootGetChildCount(const ztRoot &node) {
@@ -251,7 +251,7 @@ static int32_t rootAssign(ztRoot &node, const void *other) {
 }
 
 static void rootDestroy(ztRoot &node) {
-  node.marks |= nodeBeingDestroyed;
+  node.flags |= nodeBeingDestroyed;
   takeOff(&node);  // released by its maker while it is attached
   releaseChildren(&node);
   releasePart(node.children);

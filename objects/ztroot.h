@@ -65,7 +65,7 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *
  * `clone` copies the children too; a copy, and each copied child, comes out without parent and with a
  * count of 1, the reference of the list that it is on. Identifiers are copied. To give copied children
- * their parent, add each to the node that lists it, where it then stays in its place. `assign` assigns
+ * their parent, add each to the node that holds it, where it then stays in its place. `assign` assigns
  * child to child as far as both nodes have them. Both take trees of any depth; where they go through a
  * class's own `clone` or `assign`, these take stack for each level. When there is not enough, or no memory,
  * or when a host made a list lead back to a node above it, `clone` gives NULL and `assign` 0, with nothing

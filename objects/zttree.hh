@@ -7,8 +7,8 @@
 
 namespace ztcore {
 
-// Visits a node and all below it, each before its children and these in their order. It takes memory by
-// the depth of the tree, which is not to change meanwhile.
+// Visits a node and all nodes below it: a node before its children, children in their order. The tree must not
+// change meanwhile. The walk needs memory for each level of the tree.
 class TreeWalk {
  public:
   explicit TreeWalk(ztRoot *top) : node(top) {}

@@ -204,7 +204,7 @@ static bool assignPair(PairWalk &walk) {
     return !ztObject_table()->assign(child, walk.source) || walk.push(child, walk.source, 0);
   }
   if (stackLeft() == 0) return false;
-  child->marks |= nodeAssignable;
+  child->flags |= nodeAssignable;
   assignCommon(child, walk.source);
   return true;
 }
@@ -229,8 +229,8 @@ static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
 int32_t ztcore::assignChildren(ztRoot *node, const ztRoot *other) {
   PairWalk walk;
   // Of a node that is reached through an override, the walk above it has looked at all that is below.
-  const bool isAssignable = (node->marks & nodeAssignable) != 0;
-  node->marks &= ~uint32_t{nodeAssignable};
+  const bool isAssignable = (node->flags & nodeAssignable) != 0;
+  node->flags &= ~uint32_t{nodeAssignable};
   if ((isAssignable || canAssign(walk, node, other)) && assignBelow(walk, node, other)) return 1;
   ++thisThread.refusedAssignments;
   return 0;

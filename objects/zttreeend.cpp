@@ -14,13 +14,13 @@ static void releaseItem(ztRoot *node, ztListItem *item) {
   removeChildItem(node, item);
   if (child == nullptr) return;
   // Detached already: its reference was left to whoever deletes it.
-  const bool isLeaving = (child->marks & nodeBeingDeleted) != 0;
+  const bool isBeingDeleted = (child->flags & nodeBeingDeleted) != 0;
   if (holderOf(child) == node) {
     forgetHolder(child);
     if (child->parent != nullptr) child->parentUid = 0;
     child->parent = nullptr;
   }
-  if (!isLeaving) ztRoot_of(child)->unRef(child);
+  if (!isBeingDeleted) ztRoot_of(child)->unRef(child);
 }
 
 // Whether a child does not notice that its children end ahead of it.
@@ -33,7 +33,7 @@ static bool endsLikeTheLibrarys(const ztRoot *child) {
 // Whether a child, and with it its own children, ends when its list releases it.
 static bool endsWithChildren(const ztRoot *child, const ztRoot *holder) {
   return child != nullptr && firstChild(child) != nullptr && holderOf(child) == holder &&
-         !(child->marks & nodeBeingDeleted) && ztRoot_of(child)->getRefCount(child) <= 2;
+         !(child->flags & nodeBeingDeleted) && ztRoot_of(child)->getRefCount(child) <= 2;
 }
 
 namespace {
@@ -49,20 +49,20 @@ static bool endsFromBelow(const ztRoot *child, const ztRoot *holder, Override ov
 }
 
 // Releases the children of a node in the same order as by recursion, from below, but with no more stack for
-// more levels. The path down to the present node is the nodes' own: each knows who lists it. Returns false
+// more levels. The path down to the present node is the nodes' own: each knows its holder. Returns false
 // when slots took the path apart.
 static bool releaseBelow(ztRoot *node, Override overrides) {
   ztRoot *at = node;
   while (firstChild(node) != nullptr) {
     ztListItem *first = firstChild(at);
     if (first == nullptr) {
-      at->marks &= ~uint32_t{nodeOnPath};
+      at->flags &= ~uint32_t{nodeOnPath};
       at = holderOf(at);
       continue;
     }
     ztRoot *child = childOf(first);
     if (endsFromBelow(child, at, overrides)) {
-      child->marks |= nodeOnPath;
+      child->flags |= nodeOnPath;
       at = child;
       continue;
     }
@@ -85,7 +85,7 @@ static ztRoot *findTooDeep(ztRoot *top, size_t most) {
     int64_t call = calls.size() == 0 ? 0 : calls.last();
     if (firstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
       call = endsWithChildren(node, walk.above()) ? call + 1 : survives;
-      node->marks |= nodeSurveyed;
+      node->flags |= nodeSurveyed;
       if (call >= static_cast<int64_t>(most)) return node;
     }
     if (!calls.push(call)) return nullptr;
@@ -99,14 +99,14 @@ static void releaseTooDeep(ztRoot *node) {
   constexpr size_t stackOfDestroy = 1024;
   const size_t most = stackLeft() / stackOfDestroy;
   while (ztRoot *deep = findTooDeep(node, most)) {
-    deep->marks |= nodeOnPath;
-    if (releaseBelow(deep, Override::ignored)) deep->marks &= ~uint32_t{nodeOnPath};
+    deep->flags |= nodeOnPath;
+    if (releaseBelow(deep, Override::ignored)) deep->flags &= ~uint32_t{nodeOnPath};
   }
 }
 
 void ztcore::releaseChildren(ztRoot *node) {
   // A node that is reached through the `destroy` of one above it was looked at with that one.
-  if (!(node->marks & nodeSurveyed) && firstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
+  if (!(node->flags & nodeSurveyed) && firstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
     releaseTooDeep(node);
   }
   // Slots took the path apart: begin again.

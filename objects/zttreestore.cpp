@@ -27,7 +27,7 @@ constexpr size_t hintSize = sizeof hintLabel - 1 + hintDigits;
 // The field ends with a zero, and a name with another.
 constexpr size_t hintPlace = sizeof(Identity::name) - 1 - hintSize;
 
-// A class with a name that leaves no room does without.
+// A class whose name is too long for that does without.
 static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
   const ztClass *klass = node->klass;
   if (distance == 0 || strlen(klass->name) >= hintPlace) {

@@ -27,9 +27,9 @@ class ObjectWatch {
     const Call *call = callOf(mark);
     return call != nullptr && call->subject != nullptr;
   }
-  static void objectDestroyed(const void *dying) {
+  static void objectDestroyed(const void *object) {
     forEachCall([=](Call &call) {
-      if (call.subject == dying && kindOf(call) == CallKind::watch) call.subject = nullptr;
+      if (call.subject == object && kindOf(call) == CallKind::watch) call.subject = nullptr;
     });
   }
 

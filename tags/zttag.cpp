@@ -69,8 +69,8 @@ static bool append(ztTag &tag, ztTagAttribute *attribute) {
   return false;
 }
 
-// Whether an attribute that could hold so many values did not get them. A count that cannot be leaves it as
-// many as it has, and what a host's own class refuses is that class's affair.
+// Whether memory ran out when an attribute was to get this number of values. A negative number changes nothing,
+// and a host's own class may refuse numbers for reasons of its own: neither is a failure.
 static bool lacksMemory(const ztTagAttribute *attribute, int32_t count) {
   if (ztTagAttribute_of(attribute)->setNumValues != ztTagAttribute_table()->setNumValues) return false;
   const ztArray *values = attribute->values;

@@ -31,10 +31,10 @@ ZT_END_C
  *    @c handle unless that is NULL. 1; 0 when the attribute is NULL, or in a tag already (whose it then
  *    stays), or, in a tag that has attributes, bears the very name that it is to get (as a new one does
  *    for the empty name), or when memory is exhausted; in these last two cases it is released. Names
- *    may repeat; they are cut to 31 characters. A count that cannot be leaves the attribute its number.
- *    An attribute is in a tag as long as the tag's array lists it. One that named an owner before, as a
- *    copy does, tells that owner of the initial value; 0 also when that owner then ends the tag or the
- *    attribute, or takes it out of the array.
+ *    may repeat; they are cut to 31 characters. A negative @c count leaves the attribute the number of values that it has.
+ *    An attribute is in a tag as long as it is in the tag's array. An attribute that named an owner before,
+ *    as a copy does, tells that owner of the initial value. 0 also when that owner then releases the tag or
+ *    the attribute, or takes the attribute out of the array.
  *  - `setValue`, `getValue`, `getAverageValue`, `getTotalValue`: the attribute's own.
  *  - `setNumValues`: changes the number of values, then sets all of them to the one at @c initial
  *    (NULL leaves them). 1 or 0. `getNumValues`: the number of values.

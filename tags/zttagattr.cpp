@@ -159,7 +159,7 @@ static int32_t attributeWrite(const ztTagAttribute &attribute, void *file) {
          ztArray_of(attribute.values)->write(attribute.values, file) > 0;
 }
 
-// A type that contradicts the values is refused: the caller would have too little room for them.
+// A type that contradicts the values is refused: the buffer of a caller would be too small for them.
 static bool readTypes(ztTagAttribute &attribute, void *file) {
   const int32_t kept = attribute.type;
   for (int i = 0; i < 2; ++i) {
