@@ -38,36 +38,6 @@ List stringList(const std::vector<const char *> &texts) {
 
 }  // namespace
 
-TEST(ztTypedLists, AreListsThatOnlyConfigure) {
-  struct {
-    ztCtor constructor;
-    const char *name;
-    int32_t elementSize;
-    uint32_t byPointer;
-    ztCtor elementConstructor;
-    ztCompareFunc compare;
-  } const classes[] = {
-      {ztIntList_ctor, "ztIntList", 4, 0, nullptr, ztIntList_compare_func},
-      {ztStringList_ctor, "ztStringList", sizeof(ztString), 0, ztString_ctor, ztStringList_compare_func},
-      {ztPtrList_ctor, "ztPtrList", 8, 1, nullptr, ztPtrList_compare_func_ptr},
-  };
-  for (const auto &row : classes) {
-    SCOPED_TRACE(row.name);
-    const List list(row.constructor);
-    const ztClass *klass = ztOOP_classOf(list);
-    EXPECT_STREQ(klass->name, row.name);
-    EXPECT_STREQ(klass->parent->name, "ztList");
-    EXPECT_EQ(klass->instanceSize, int32_t{sizeof(ztList)});
-    EXPECT_EQ(List(ztNewFromName(row.name)).fields().klass, klass);
-    EXPECT_EQ(list->getSize(list), 0);
-    EXPECT_EQ(list.fields().itemConstructor, ztListItem_ctor);
-    EXPECT_EQ(list.fields().elementSize, row.elementSize);
-    EXPECT_EQ(list.fields().byPointer, row.byPointer);
-    EXPECT_EQ(list.fields().elementConstructor, row.elementConstructor);
-    EXPECT_EQ(list.fields().compareFunction, row.compare);
-  }
-}
-
 TEST(ztIntList, FindsByValue) {
   const List list(ztIntList_ctor);
   for (const int32_t number : {INT_MIN, -1, 0, INT_MAX}) list->pushBack(list, &number);
@@ -153,17 +123,13 @@ TEST(ztStringList, CompareFunctionsOrderByBytes) {
 #define LengthString_METHODS ztString_METHODS
 ZT_DECLARE_CLASS(LengthString)
 
-static int32_t lengthStringIsEqual(const void *object, const void *other) {
-  return ztString_of(object)->length(object) == ztString_of(other)->length(other);
-}
-
-static int32_t lengthStringIsMajor(const void *object, const void *other) {
-  return ztString_of(object)->length(object) > ztString_of(other)->length(other) ? 5 : 0;
-}
-
 static void lengthStringMethods(LengthStringMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, isEqual, lengthStringIsEqual);
-  ZT_OVERRIDE_METHOD(methods, isMajor, lengthStringIsMajor);
+  methods->isEqual = [](const void *object, const void *other) -> int32_t {
+    return ztString_of(object)->length(object) == ztString_of(other)->length(other);
+  };
+  methods->isMajor = [](const void *object, const void *other) {
+    return ztString_of(object)->length(object) > ztString_of(other)->length(other) ? 5 : 0;
+  };
 }
 
 ZT_DEFINE_CLASS(LengthString, ztString, lengthStringMethods)
@@ -213,12 +179,10 @@ TEST(ztPtrList, NeverFreesWhatItPointsTo) {
 #define PtrCopyList_METHODS ztPtrList_METHODS
 ZT_DECLARE_CLASS(PtrCopyList)
 
-static void ptrCopyListSetElementSize(void *object, int32_t size, uint32_t) {
-  ztPtrList_table()->setElementSize(object, size, 0);
-}
-
 static void ptrCopyListMethods(PtrCopyListMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, setElementSize, ptrCopyListSetElementSize);
+  methods->setElementSize = [](void *object, int32_t size, uint32_t) {
+    ztPtrList_table()->setElementSize(object, size, 0);
+  };
 }
 
 ZT_DEFINE_CLASS(PtrCopyList, ztPtrList, ptrCopyListMethods)
