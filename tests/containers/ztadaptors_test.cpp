@@ -4,9 +4,7 @@
 #include "containers/ztstack.h"
 #include "containers/ztstacks.h"
 
-#include "containers/ztlists.h"
 #include "core/ztmem.h"
-#include "io/ztstring.h"
 #include "tests/containers/elements.hh"
 #include "tests/containers/noting.hh"
 #include "tests/helpers/faults.hh"
@@ -453,17 +451,6 @@ TEST(ztAdaptors, PtrQueueAndPtrStackKeepPointers) {
     queue->pop(queue);
     EXPECT_EQ(list.head->data, &numbers[row.constructor == ztPtrQueue_ctor ? 1 : 0]);
   }
-}
-
-TEST(ztQueue, HandsStringsOver) {
-  const Queue queue(ztQueue_ctor);
-  queue->setElementConstructor(queue, ztString_ctor);
-  for (const char *text : {"first", "second"}) {
-    queue->push(queue, ztString_functions()->newString(nullptr, text));
-  }
-  const Owned<ztString, ztStringMethods> string(queue->getFront(queue));
-  queue->pop(queue);
-  EXPECT_STREQ(string->get(string), "first");
 }
 
 // Against a model ---------------------------------------------------------------------------------

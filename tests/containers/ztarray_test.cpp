@@ -70,8 +70,8 @@ int32_t numberOf(const Array &array, const void *element) {
 
 Numbers numbersOf(const Array &array) {
   Numbers numbers;
-  for (int32_t i = 0; i < array->getSize(array); ++i)
-    numbers.push_back(numberOf(array, array->getAt(array, i)));
+  const int32_t count = array->getSize(array);
+  for (int32_t i = 0; i < count; ++i) numbers.push_back(numberOf(array, array->getAt(array, i)));
   return numbers;
 }
 
@@ -433,10 +433,8 @@ TEST(ztArrayOfPointers, KeepsTheVeryPointers) {
   EXPECT_EQ(array->getBack(array), nullptr);
   array->empty(array);
   EXPECT_EQ(targets[1], 2);
-}
-
-TEST(ztArrayOfPointers, MayHoldAddressesInItsOwnBlock) {
-  const Array array = pointerArray(8, {nullptr});
+  // An address in its own block, too, which moves.
+  array->pushBack(array, nullptr);
   const void *first = array->getData(array);
   for (int i = 0; i < 100; ++i) array->pushBack(array, first);
   EXPECT_EQ(array->getBack(array), first);

@@ -206,17 +206,6 @@ TYPED_TEST(ztTypedArrays, IsStoredAsCountAndBytes) {
   EXPECT_EQ(this->valuesOf(other), values);
 }
 
-TEST(ztPtrArray, KeepsPointersAndFreesNothing) {
-  int32_t targets[2] = {1, 2};
-  const Array array(ztPtrArray_ctor);
-  for (const int32_t &target : targets) array->pushBack(array, &target);
-  EXPECT_EQ(array->getAt(array, 1), &targets[1]);
-  array->removeAt(array, 0);
-  EXPECT_EQ(array->getAt(array, 0), &targets[1]);
-  array->empty(array);
-  EXPECT_EQ(targets[0], 1);
-}
-
 TEST(ztPtrArray, CompareFunctionFollowsTheFlagThatWasSet) {
   const Array array(OddPtrArray_ctor);
   EXPECT_EQ(array.fields().byPointer, 0U);
