@@ -35,13 +35,12 @@ constexpr uint64_t callKinds = 7;  // the bits of a serial number that hold the 
 
 struct Call {
   const void *subject;  // NULL once it is destroyed
-  uintptr_t
-      frame;  // the position of the frame that made the record; the highest address once the frame is gone
-  uint64_t serial;  // as in the mark of that frame; the low bits hold the kind
-  uint32_t detail;  // delivery: the pending slot that was called last; watch: its position in the frame;
-                    // destruction: not 0 while peers stay connected to the object
-  uint32_t first;   // delivery: its first pending slot,
-  uint32_t end;     // and the position behind its last one
+  uintptr_t frame;      // the address of the frame that made the record; the highest one once that is gone
+  uint64_t serial;      // as in the mark of that frame; the low bits hold the kind
+  uint32_t detail;      // delivery: the pending slot that was called last; watch: its position in the frame;
+                        // destruction: not 0 while peers stay connected to the object
+  uint32_t first;       // delivery: its first pending slot,
+  uint32_t end;         // and the position behind its last one
 };
 
 inline CallKind kindOf(const Call &call) {
@@ -54,8 +53,7 @@ struct PendingSlot {
   void (*function)(void *receiver);
 };
 
-// The table of a thread. Its first entry stands for no call and lies below all others. `thisThread` has its
-// end.
+// The table of a thread. Its first entry is no call and lies below all others. `thisThread` has its end.
 struct CallTable {
   Call *entries;
   uint32_t capacity;

@@ -311,7 +311,7 @@ ZT_END_C
     return ztOOP_construct(&C##Class_Description, NULL, 0);                                               \
   }
 
-/** Puts a function into a method slot. A function with another signature is a compile-time error on this line. */
+/** Puts a function into a method slot. Another signature is a compile-time error on this line. */
 #ifdef __cplusplus
 #define ZT_OVERRIDE_METHOD(methods, slot, function) ((methods)->slot = (function))
 #else

@@ -121,8 +121,7 @@ static int openUninterrupted(const char *path) {
   return file;
 }
 
-// When a host has closed its standard streams, `open` returns their numbers, which later files of the host may
-// take over.
+// If a host has closed its standard streams, `open` returns one of their descriptors, which the host prints to.
 static int awayFromStandardStreams(int file) {
   if (file > STDERR_FILENO) return file;
   const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);

@@ -48,7 +48,7 @@ ZT_BEGIN_C
 
 typedef struct ztClass ztClass;
 
-/** Makes an object of one class in @p object, or on the heap for NULL; runs its `create` if @p create is not 0. */
+/** Makes an object of one class in @p object, or on the heap for NULL; not 0 in @p create runs its `create`. */
 typedef void *(*ztCtor)(void *object, int32_t create);
 
 /** Called with a class's prototype when the registry frees the class. */
