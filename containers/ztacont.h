@@ -1,9 +1,7 @@
 /**
  * @file ztacont.h
- * ztAssociativeContainer: the base of containers of pairs of a key and a value.
- *
- * The element policy holds twice, once for the keys and once for the values, each with settings of its
- * own.
+ * ztAssociativeContainer: the base of containers of key/value pairs. Keys and values each have their own
+ * element policy.
  */
 #ifndef ZT_CONTAINERS_ZTACONT_H
 #define ZT_CONTAINERS_ZTACONT_H
@@ -12,16 +10,16 @@
 
 ZT_BEGIN_C
 
-/** What the `newItem` of an associative container takes as its element. */
+/** The element that the `newItem` of an associative container takes. */
 typedef struct ztKeyValue {
-  const void *key;   /**< in the caller's form, as the key policy takes it */
-  const void *value; /**< in the caller's form, as the value policy takes it */
+  const void *key;   /**< in the caller's form, see the key policy */
+  const void *value; /**< in the caller's form, see the value policy */
 } ztKeyValue;
 
 ZT_END_C
 
-/** Fields of ztAssociativeContainer: the policies of keys and values. The compare function of
- *  ztContainer compares keys. */
+/** Fields of ztAssociativeContainer: the policies of keys and values. The compare function of ztContainer
+ *  compares keys. */
 #define ztAssociativeContainer_FIELDS                                                 \
   ztContainer_FIELDS                                                                  \
   uint32_t keyByPointer;              /* not 0: keys are the caller's pointers */     \

@@ -31,26 +31,24 @@
 #include "containers/ztacont.h"
 #include "containers/zthashtitem.h"
 
-/** Fields of ztHashTable. While the count is 0 the buckets hold nothing of meaning. */
+/** Fields of ztHashTable. While the count is 0 the contents of the buckets are invalid. */
 #define ztHashTable_FIELDS                              \
   ztAssociativeContainer_FIELDS                         \
   uint32_t count;             /* the number of items */ \
   struct ztPtrArray *buckets; /* the newest item of each bucket, or NULL; owned */
 
 /**
- * The methods of a hash table, in slot order after those of ztAssociativeContainer. Items stay the
- * table's.
+ * The methods of a hash table, in slot order after those of ztAssociativeContainer. The table keeps its items.
  *
- *  - `setSize`: removes and releases every pair, those too that are added meanwhile, then sets the number of buckets. 1; 0 when it is
- *    negative or too large, and then nothing changes, or when memory is exhausted.
+ *  - `setSize`: removes and releases every pair, also those that are added meanwhile, then sets the number of
+ *    buckets. 1; 0 when it is negative or too large (nothing changes), or when memory is exhausted.
  *  - `empty`: removes and releases every pair. The buckets stay.
- *  - `insert`: adds a pair, ahead of the others in its bucket. A compare function of a host's is called for
- *    each of those, also where duplicates are allowed. 1; 0 when duplicates are not allowed and
- *    the key is there, when a copy cannot be made, when there are no buckets, or when a compare function
- *    is needed and not set.
- *  - `find`: the item of the pair added last with an equal key, or NULL.
+ *  - `insert`: adds a pair before the others in its bucket. Calls a host's compare function for each of those,
+ *    even if duplicates are allowed. 1; 0 when duplicates are not allowed and the key exists, when a copy
+ *    cannot be made, when there are no buckets, or when a compare function is needed and not set.
+ *  - `find`: the item of the last added pair with an equal key, or NULL.
  *
- * `getSize` stays abstract: read the field `count`. `clone` gives an independent copy.
+ * `getSize` stays abstract: read the field `count`. `clone` makes an independent copy.
  */
 #define ztHashTable_METHODS                                                     \
   ztAssociativeContainer_METHODS                                                \
