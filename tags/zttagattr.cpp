@@ -138,8 +138,7 @@ static int32_t attributeAssign(ztTagAttribute &attribute, const void *other) {
 
 static void attributeDestroy(ztTagAttribute &attribute) {
   ztBaseClass_table()->destroy(&attribute);
-  // It may be released while a tag holds it, for example by a host that takes a reference and releases it
-  // twice.
+  // A tag may still hold it, for example when a host takes a reference and releases it.
   leaveArray(&attribute);
   letGo(&attribute);
   releasePart(attribute.values);
