@@ -24,8 +24,8 @@ ZT_END_C
   ztContainer_FIELDS                                                                  \
   uint32_t keyByPointer;              /* not 0: keys are the caller's pointers */     \
   uint32_t valueByPointer;            /* not 0: values are the caller's pointers */   \
-  int32_t keySize;                    /* bytes of a key kept by value */              \
-  int32_t valueSize;                  /* bytes of a value kept by value */            \
+  int32_t keySize;                    /* bytes of a key stored by value */            \
+  int32_t valueSize;                  /* bytes of a value stored by value */          \
   ztCtor keyConstructor;              /* not NULL: keys are objects of its class */   \
   ztCtor valueConstructor;            /* not NULL: values are objects of its class */ \
   ztCompareFunc valueCompareFunction; /* compares two values; NULL until set */
@@ -33,7 +33,7 @@ ZT_END_C
 /**
  * The methods of an associative container, in slot order after those of ztContainer.
  *
- *  - `setKeySize`, `setValueSize`: the size of a key or value and whether it is kept by pointer.
+ *  - `setKeySize`, `setValueSize`: the size of a key or value and whether it is stored by pointer.
  *  - `setKeyConstructor`, `setValueConstructor`: the `C_ctor` of the class of keys or values.
  *  - `setValueCompareFunction`: compares two values.
  *

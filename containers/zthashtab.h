@@ -2,10 +2,9 @@
  * @file zthashtab.h
  * ztHashTable: pairs of a key and a value, found by the key's bytes.
  *
- * Before the first pair set the compare function, which compares keys (a stored one first), the policies
- * of keys and values (ztacont.h), and the number of buckets. The table never grows by itself: give it a
- * power of two of about as many buckets as it will hold pairs. With another number some buckets stay
- * unused.
+ * Before the first pair set the compare function, which compares keys (a stored one first), the policies of
+ * keys and values (ztacont.h), and the number of buckets. The table never grows: set a power of two that is
+ * about the number of pairs. With another number some buckets stay unused.
  *
  * @code
  * void *table = ztHashTable_ctor(NULL, 1);
@@ -19,11 +18,10 @@
  * methods->unRef(table);
  * @endcode
  *
- * Keys are hashed over as many raw bytes as the key size says, read where the key reference points,
- * whatever the key policy. So keys kept by pointer are hashed by what they point to, keys of texts need
- * buffers of one size that are zero behind the text, and two objects with the same contents, two strings
- * of one text say, count as different keys: their bytes are addresses. A key size of 0 puts every key
- * into the first bucket.
+ * A key is hashed over as many raw bytes as the key size says, at the key's address, whatever the key policy.
+ * So keys stored by pointer are hashed by the bytes that they point to, text keys need buffers of one size that
+ * are zero behind the text, and two objects with the same contents, for example two strings, are different
+ * keys: their bytes are addresses. With a key size of 0 every key is in the first bucket.
  */
 #ifndef ZT_CONTAINERS_ZTHASHTAB_H
 #define ZT_CONTAINERS_ZTHASHTAB_H

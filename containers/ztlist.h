@@ -2,18 +2,17 @@
  * @file ztlist.h
  * ztList: a doubly linked list.
  *
- * Every element stands in an item, a ztListItem, which the item manager makes and deletes; see
- * ztcont.h for how elements are kept. An element in the caller's form is the pointer itself for a list
- * by pointer, otherwise an address to copy from; an element of the list is what the item's `data`
- * holds. To walk a list, take `getItemAt(list, 0)` and follow `next`:
+ * Every element is in an item, a ztListItem, which the item manager makes and deletes; ztcont.h explains the
+ * element policy. An element in the caller's form is the pointer itself for a list by pointer, otherwise an
+ * address to copy from; an element of the list is the item's `data`. To walk a list, begin with
+ * `getItemAt(list, 0)` and follow `next`:
  *
  * @code
  * for (ztListItem *item = ztList_of(list)->getItemAt(list, 0); item != NULL; item = item->next) ...
  * @endcode
  *
- * The list is without an item, and counts one less, before the item and its element end.
- *
- * An item handed to a method must be one of that very list's: another list's corrupts both.
+ * The list has removed and no longer counts an item before the item and its element are released. An item that
+ * is passed to a method must be in that list: an item of another list corrupts both.
  */
 #ifndef ZT_CONTAINERS_ZTLIST_H
 #define ZT_CONTAINERS_ZTLIST_H

@@ -2,11 +2,10 @@
  * @file ztmap.h
  * ztMap: pairs of a key and a value, sorted by key.
  *
- * Set the compare function, which compares keys (a stored one first), and the policies of keys and
- * values (ztacont.h) before the first pair. A key or value in the caller's form is the pointer itself
- * where it is kept by pointer, otherwise an address to copy from, or the object to copy. A key to look
- * for has the same form. Without a value policy the map is a set: its values are of no bytes and may be
- * given as NULL.
+ * Set the compare function, which compares keys (a stored one first), and the policies of keys and values
+ * (ztacont.h) before the first pair. In the caller's form a key or value stored by pointer is the pointer
+ * itself, otherwise an address to copy from, or the object to copy. A key for a search has the same form.
+ * Without a value policy the map is a set: its values have no bytes and may be NULL.
  *
  * @code
  * void *map = ztMap_ctor(NULL, 1);

@@ -2,8 +2,8 @@
  * @file ztclass.h
  * How a class is declared and defined, and what all classes have in common.
  *
- * A class is written in two places. Its header lists the instance fields and the methods, each list
- * beginning with the parent's, and declares the class:
+ * A class has two files. Its header lists the instance fields and the methods, each list beginning with the
+ * parent's, and declares the class:
  *
  * @code
  * #define Station_FIELDS ztBaseClass_FIELDS  double height;
@@ -11,8 +11,7 @@
  * ZT_DECLARE_CLASS(Station)
  * @endcode
  *
- * Its source writes the operations as ordinary functions, puts them into the method table and defines
- * the class:
+ * Its source has the operations as ordinary functions, puts them into the method table and defines the class:
  *
  * @code
  * static int32_t stationCreate(void *object) {
@@ -26,8 +25,8 @@
  * ZT_DEFINE_CLASS(Station, ztBaseClass, stationMethods)
  * @endcode
  *
- * Objects are then made with `Station_ctor(NULL, 1)` or `ztNewFromName("Station")`, and their methods
- * called with `Station_of(object)->describe(object)`.
+ * Make objects with `Station_ctor(NULL, 1)` or `ztNewFromName("Station")`, and call their methods with
+ * `Station_of(object)->describe(object)`.
  */
 #ifndef ZT_CORE_ZTCLASS_H
 #define ZT_CORE_ZTCLASS_H
