@@ -47,8 +47,7 @@ static int32_t baseWrite(const ztBaseClass &, void *) {
   return 1;
 }
 
-// A count that reaches this value stays at it, and the object is never released: the true number of references
-// is no longer known.
+// A count that reaches this value stays, and the object is never released: the true number is unknown.
 constexpr int32_t mostReferences = INT32_MAX;
 
 static void baseRef(ztBaseClass &object) {

@@ -87,8 +87,8 @@ static bool hasCovered(uintptr_t frame, const Call &earlier) {
 
 void (*ztcore::leaveReceiver)(void *receiver);
 
-// Clears the `sender` of the receiver whose slot was called last. With several threads the receiver may have
-// been destroyed in another one.
+// Clears the `sender` of the receiver whose slot was called last. Does nothing with
+// several threads: another one may have destroyed the receiver.
 static void clearSender(const CallTable *calls, const Call &delivery) {
   if (!__libc_single_threaded || delivery.detail >= delivery.end) return;
   void *receiver = calls->pending[delivery.detail].receiver;

@@ -78,7 +78,7 @@ inline uintptr_t frameOf(CallMark *mark) {
 }
 
 // The mark of a release or a destruction, whose frame may be read. It is so large that the frames of small
-// functions, which write at least their return address, cannot cover it and leave it unchanged.
+// functions, which write at least their return address, cannot lie over it without changing it.
 struct ReleaseMark {
   CallMark mark;
   uint64_t copies[3];

@@ -2,7 +2,7 @@
  * @file ztclass.h
  * How a class is declared and defined, and what all classes have in common.
  *
- * A class has two files. Its header lists the instance fields and the methods, each list beginning with the
+ * A class has two parts. Its header lists the instance fields and the methods, each list beginning with the
  * parent's, and declares the class:
  *
  * @code

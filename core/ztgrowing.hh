@@ -9,7 +9,7 @@
 
 namespace ztcore {
 
-// Returns a block for at least `wanted` elements, and at least twice as many, with the contents of `old`. `old`
+// Returns a block with the contents of `old`, at least twice its capacity and space for `wanted` elements. `old`
 // is `few`, which stays, or a heap block, which is released. Both are NULL before the first element. NULL when
 // memory is exhausted; nothing changes then.
 template <typename Element, typename Count>

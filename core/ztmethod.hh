@@ -1,7 +1,7 @@
 // Puts an operation on a typed reference into a slot of a method table:
 //
-//   static ztListItem *listPushBack(ztList &list, const void *element); ZT_OVERRIDE_METHOD(methods, pushBack,
-//   method<listPushBack>);
+//   static ztListItem *listPushBack(ztList &list, const void *element);
+//   ZT_OVERRIDE_METHOD(methods, pushBack, method<listPushBack>);
 //
 // Callers pass an untyped pointer, which may be NULL. The function in the slot returns the failure value for
 // NULL (0, NULL or nothing, unless `methodOr` names another one) and calls the operation otherwise. An

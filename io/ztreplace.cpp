@@ -26,7 +26,7 @@ static bool putLink(char (&path)[PATH_MAX], const char *link, size_t length) {
   return true;
 }
 
-// realpath() fails for a missing file and does not return its path.
+// The system's own resolution fails for a missing file, and does not return its path.
 static bool followLinks(char (&path)[PATH_MAX]) {
   constexpr int most = 40;
   char link[PATH_MAX];

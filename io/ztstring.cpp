@@ -179,7 +179,7 @@ static bool keepsSlack(Claims *claims, int64_t slack) {
   return slack <= smallSlack || (slack < largeSlack && claims->take(slack));
 }
 
-// Also removes the rest of a text that the text form cut at a line feed.
+// In the text form, a text with a line feed also arrives shorter than its size.
 static void giveUpSlack(ztCharArray *buffer, int32_t size, Claims *claims) {
   if (!claims->isCounted() || !isOwnBuffer(buffer)) return;
   const int64_t arrived = claims->arrivedSince();

@@ -104,7 +104,7 @@ static int32_t rootSetParent(ztRoot &node, void *newParent) {
 
 static void rootUpdate(void *) {}
 
-// Compares the direct children on each level, then searches below the last child only.
+// Finds direct children on each level; of the searches below them only the last one counts.
 static void *searchBelow(const ztRoot *node, int32_t uid) {
   if (node == nullptr) return nullptr;
   void *found = nullptr;

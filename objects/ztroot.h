@@ -47,10 +47,9 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *  - `setName`: copies a text (NULL counts as empty) and returns the name. `getName`: the name.
  *  - `generateUid`: sets the identifier to ztCu_genUniqueId() and returns it.
  *  - `setUid`, `getUid`: the identifier.
- *  - `setParent`: removes the node from its parent's list and adds a reference to the node in place of the
- *    parent's; then appends the node to the children of the new parent, if it is not NULL. 1; 0 when the new
- *    parent is the node itself or below it, on failure, and when a slot destroyed either; the node may then
- *    have left its parent.
+ *  - `setParent`: removes the node from its parent's list, which releases no reference and adds one to the node; then
+ *    appends it to the children of the new parent, if that is not NULL. 1; 0 when the new parent is the node
+ *    itself or below it, on failure, and when a slot destroyed either; the node may then have left its parent.
  *  - `getParent`: the parent, or NULL.
  *  - `update`: does nothing; for subclasses.
  *  - `findChildById`: NULL; for subclasses.

@@ -53,6 +53,7 @@ static void *floatTagGetTotalValue(ztFloatTag &attribute, void *out) {
 
 static void floatTagMethods(ztFloatTagMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, method<floatTagCreate>);
+  // Its own fields are plain values, so the parent's methods suffice.
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, clone);
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, assign);
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, destroy);
