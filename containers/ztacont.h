@@ -1,7 +1,6 @@
 /**
  * @file ztacont.h
- * ztAssociativeContainer: the base of containers of key/value pairs. Keys and values each have their own
- * element policy.
+ * ztAssociativeContainer: the base of containers of key/value pairs. Keys and values each have a policy.
  */
 #ifndef ZT_CONTAINERS_ZTACONT_H
 #define ZT_CONTAINERS_ZTACONT_H
@@ -18,8 +17,7 @@ typedef struct ztKeyValue {
 
 ZT_END_C
 
-/** Fields of ztAssociativeContainer: the policies of keys and values. The compare function of ztContainer
- *  compares keys. */
+/** Fields of ztAssociativeContainer: the policies. The compare function of ztContainer compares keys. */
 #define ztAssociativeContainer_FIELDS                                                 \
   ztContainer_FIELDS                                                                  \
   uint32_t keyByPointer;              /* not 0: keys are the caller's pointers */     \

@@ -1,5 +1,4 @@
-// The element policy for pairs. The items of associative containers hold the key in `data` and the value in
-// their field `value`.
+// The element policy for pairs. An item holds the key in `data` and the value in its field `value`.
 #ifndef ZT_CONTAINERS_ZTACONT_HH
 #define ZT_CONTAINERS_ZTACONT_HH
 

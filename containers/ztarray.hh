@@ -97,8 +97,7 @@ void destroyObject(void *place);
 // Destroying the objects may destroy their former array.
 void destroyObjects(void *block, int32_t count, int32_t stride);
 
-// Fills a block with copies of all objects. False, with an empty block, when a copy fails or the array was
-// changed meanwhile.
+// Fills a block with copies of all objects. False, with an empty block, if a copy fails or the array changes.
 bool copyAllObjects(const ztArray &array, void *block);
 
 // Replaces the array's block, then destroys `ended` of its former objects, from `first` on.

@@ -26,8 +26,7 @@ void ztcore::destroyObjects(void *block, int32_t count, int32_t stride) {
   for (int32_t i = 0; i < count; ++i, place += stride) destroyObject(place);
 }
 
-// Copies the array's first objects into a block. False, with an empty block, when a copy fails or the array was
-// changed meanwhile.
+// Copies the first objects into a block. False, with an empty block, if a copy fails or the array changes.
 static bool copyObjects(const BlockUse &use, const ztArray &array, void *block, int32_t count) {
   const int32_t stride = array.elementSize;
   const char *source = placeAt(array, 0);

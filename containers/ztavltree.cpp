@@ -47,8 +47,7 @@ static void fetchBelow(const ztAvlTreeItem *item) {
   __builtin_prefetch(item->right);
 }
 
-// Whether elements can be compared with the key. NULL is a valid key for pointers, and for a host's item
-// manager.
+// Whether elements can be compared with the key. NULL is a valid key for pointers and for host item managers.
 static bool canCompare(const ztAvlTree *tree, const void *key) {
   if (tree->compareFunction == nullptr) return false;
   const bool isOwn = tree->itemManager == tree || tree->itemManager == nullptr;

@@ -24,8 +24,8 @@ struct EqualItems {
 void collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
 // Pushes what `elementOf` returns for each item of a tree onto another, empty one, in the same order. `ownOf`
-// returns the part that the tree releases with the item, or NULL. False when a push fails, or the source lost
-// items meanwhile.
+// returns the part that the tree releases with the item, or NULL. False when a push fails or the source loses
+// items.
 template <typename ElementOf, typename OwnOf>
 bool pushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, OwnOf ownOf) {
   ztAvlIterator walk;

@@ -16,8 +16,7 @@
  * The methods of elements, items and item managers may call any method of the container, or destroy it: it is
  * consistent whenever they run. What they put into a container that is being destroyed is destroyed too. A
  * compare function must not change the list, tree, map or hash table that calls it. An exception or a longjmp()
- * may leave any of these functions: the container stays consistent, but the call may lose an element or a block
- * of memory.
+ * may leave any of these functions: the container stays consistent, but an element or a block may leak.
  */
 #ifndef ZT_CONTAINERS_ZTCONT_H
 #define ZT_CONTAINERS_ZTCONT_H
@@ -45,7 +44,7 @@ ZT_END_C
  * The methods of a container, in slot order.
  *
  *  - `newItem`: a new item with @c element stored as the policy says; the caller passes it to `deleteItem`.
- *    NULL when memory is exhausted, when the policy has to copy and the element is NULL, or when it cannot be
+ *    NULL when memory is exhausted, when the policy copies and the element is NULL, or when it cannot be
  *    cloned.
  *  - `copyItem`: stores a copy of the source item's element in the destination item, and returns the
  *    destination. Stores NULL for NULL data and for data that cannot be copied.

@@ -18,11 +18,10 @@ inline bool isOwned(const ElementPolicy &policy) {
   return policy.constructor != nullptr || !policy.byPointer;
 }
 
-// Stores an element in the caller's form. False, with `*stored` NULL, when it cannot be copied.
+// Stores an element in the caller's form. False, with `*stored` NULL, on failure.
 bool storeElement(const ElementPolicy &policy, const void *element, void **stored);
 
-// Copies a stored element, an object by its own class. NULL stays NULL. False, with `*stored` NULL, when it
-// cannot be copied.
+// Copies a stored element, an object by its own class. NULL stays NULL. False, with `*stored` NULL, on failure.
 bool copyElement(const ElementPolicy &policy, const void *source, void **stored);
 
 // Releases a stored element and sets `*stored` to NULL.
@@ -37,8 +36,8 @@ inline void *itemManagerOf(void *object) {
 // The part of a stored element that a sequence container releases: the element, or NULL.
 const void *ownOfElement(const void *container, const void *element);
 
-// Makes an item for a container during a call on it. NULL also when the container was destroyed meanwhile; it
-// must not be used then.
+// Makes an item for a container during a call on it. NULL also when the container was destroyed; do not use it
+// then.
 void *makeItem(void *container, const class ContainerUse &use, const void *element);
 
 }  // namespace ztcore

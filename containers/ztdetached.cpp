@@ -38,8 +38,7 @@ bool DetachedBlock::append() {
 }
 
 // Returns the block to the array, with the elements that it got meanwhile behind the objects. If that fails,
-// the new elements are destroyed; if the array holds other elements now, the objects are. False when they are
-// gone.
+// the new elements are destroyed; if the array has other elements now, the objects are. False in this case.
 bool DetachedBlock::putBack() {
   const bool fits = !use.ended() && use.record()->kind == PartKind::objects &&
                     array.elementConstructor == constructor && array.elementSize == stride;

@@ -6,8 +6,7 @@
 namespace ztcore {
 
 // The block of an array that is out of it while a host's code works on one of the objects: they keep their
-// addresses, whatever that code does to the array. An array that is destroyed meanwhile destroys the other
-// objects.
+// addresses, whatever that code does to the array. If the array is destroyed, so are the other objects.
 class DetachedBlock {
  public:
   // No call may use the block.

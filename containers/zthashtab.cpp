@@ -215,8 +215,7 @@ static void hashTableDestroy(ztHashTable &table) {
   }
 }
 
-// Copies a chain's items into the copy of a table, in the same order. False also when the source lost items
-// meanwhile.
+// Copies a chain's items into the copy of a table, in the same order. False also when the source loses items.
 static bool copyChain(ContainerUse *source, ztHashTable &copy, int32_t index, const ztHashTableItem *item) {
   ztHashTableItem **end = bucketsOf(copy) + index;
   const ContainerUse use(&copy);

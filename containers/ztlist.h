@@ -30,8 +30,7 @@
 /**
  * The methods of a list, in slot order after those of ztSequenceContainer. The list keeps its items.
  *
- *  - `pushBack`, `pushFront`: the new item at that end. NULL, with the list unchanged, when the item manager
- *    makes none.
+ *  - `pushBack`, `pushFront`: the new item at that end. NULL, and no change, when the item manager makes none.
  *  - `insertPrev`, `insertNext`: the new item before or after @c item; at the list's ends through `pushFront`
  *    and `pushBack`. NULL as there, for a NULL item, and when @c item was removed while the new one was made.
  *  - `popFront`: removes the head and HANDS ITS ELEMENT OVER: only the item is released, never the element. If

@@ -14,8 +14,8 @@
 
 /**
  * The methods of a queue, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy also set the deque's; item constructor and item manager do
- * not affect it.
+ * function, of duplicates and of the element policy also set the deque's; item constructor and manager do not
+ * affect it.
  *
  *  - `push`: adds an element at the back. Returns the new list item, which the list owns, or NULL.
  *  - `pop`: removes the element at the front and HANDS IT OVER, as a list's `popFront` does: if the queue

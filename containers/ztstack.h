@@ -14,12 +14,11 @@
 
 /**
  * The methods of a stack, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy also set the deque's; item constructor and item manager do
- * not affect it.
+ * function, of duplicates and of the element policy also set the deque's; item constructor and manager do not
+ * affect it.
  *
  *  - `push`: adds an element on top. Returns the new list item, which the list owns, or NULL.
- *  - `pop`: removes the top element and releases it as the policy says. Returns the list's new last item, or
- *    NULL.
+ *  - `pop`: removes the top element and releases it as the policy says. Returns the list's new tail, or NULL.
  *  - `getTop`: the top element, which the list owns; NULL when the stack is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */

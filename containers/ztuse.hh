@@ -4,8 +4,8 @@
 //
 // The records are not on the stack, because an exception or a `longjmp` may leave a call. The record of such an
 // abandoned call is dropped when another record is made in a frame that shows the call's frame to be gone: a
-// frame no deeper on the thread's own stack, or the same frame on any stack. To a call without its record, the
-// container is destroyed.
+// frame no deeper on the thread's own stack, or the same frame on any stack. Such a call takes its container
+// for destroyed.
 //
 // A call may need a part that its container no longer has. The last call that needs a block frees it. Objects
 // and items of an abandoned call stay until the container is destroyed, or until another call of the same kind.
@@ -29,7 +29,7 @@ inline UseTable *usesUnderWay() {
   return block == nullptr || block->uses.count == 0 ? nullptr : &block->uses;
 }
 
-// The functions below for one container, out of line.
+// The out-of-line parts of the functions below.
 void noteInUses(UseTable *uses, const void *container, bool added, bool removed);
 bool isPartOf(const UseTable *uses, const void *container, const void *part);
 bool leavePartTo(UseTable *uses, const void *container, const void *part);
@@ -54,7 +54,7 @@ inline void noteRemoved(const void *container) {
   if (UseTable *uses = usesUnderWay()) noteInUses(uses, container, false, true);
 }
 
-// The same from a function that has no record of its own yet.
+// Drops the records that a function without a record of its own shows to be gone.
 ZT_IN_CALLERS_FRAME inline void beginUses() {
   if (UseTable *uses = usesUnderWay()) dropGoneUses(uses, frameHere() + 1, nullptr);
 }

@@ -149,8 +149,8 @@ static void baseMethods(ztBaseClassMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, ref, method<baseRef>);
   ZT_OVERRIDE_METHOD(methods, unRef, method<baseUnRef>);
   ZT_OVERRIDE_METHOD(methods, getRefCount, method<baseGetRefCount>);
-  // Also here, not only when the descriptor is filled: a host may read the class table as soon as any class was
-  // used.
+  // Also here, not only when the descriptor is filled: a host may read the class table after the first use of
+  // any class.
   baseFunctions(static_cast<ztBaseClassFunctions *>(ztBaseClassClass_Instance()->classTable));
 }
 

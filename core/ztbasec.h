@@ -16,14 +16,13 @@
  * The methods of every class, in slot order.
  *
  *  - `Allocator`: what a host put into class slot 3, or NULL; not owned.
- *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and when the
- *    registry frees it.
+ *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and when it is
+ *    freed.
  *  - `create`: sets the fields to their defaults, 1 or 0. An override calls its parent's first.
  *  - `clone`: copies the object onto @c target and returns the target, with the source's class and reference
  *    count. @c target has at least the instance size; an object in it is not released. NULL on failure; the
  *    target then owns nothing: an override that fails after its parent's `clone` calls the parent's `destroy`.
- *  - `assign`: copies the contents of another object of the class, 1 or 0. ztBaseClass has no contents: always
- *    1.
+ *  - `assign`: copies the contents of another object of the class, 1 or 0. Always 1 here: no contents.
  *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract in a class without an order.
  *  - `destroy`: releases what the object owns, never the object's own memory.
  *  - `read`, `write`: the object's data from and to a ztFile, 1 or 0.

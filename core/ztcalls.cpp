@@ -87,8 +87,8 @@ static bool hasCovered(uintptr_t frame, const Call &earlier) {
 
 void (*ztcore::leaveReceiver)(void *receiver);
 
-// Clears the `sender` of the receiver whose slot was called last. Does nothing with
-// several threads: another one may have destroyed the receiver.
+// Clears the `sender` of the receiver whose slot was called last. Does nothing with several threads: another
+// one may have destroyed the receiver.
 static void clearSender(const CallTable *calls, const Call &delivery) {
   if (!__libc_single_threaded || delivery.detail >= delivery.end) return;
   void *receiver = calls->pending[delivery.detail].receiver;
@@ -131,7 +131,7 @@ static bool isRepeated(const Call &older) {
   return repeated;
 }
 
-// On the stacks of coroutines the order of frames does not tell which ones have returned. But of two records at
+// The order of frames on the stacks of coroutines does not tell which ones have returned. But of two records at
 // the same place the older one is stale, so a loop leaves no more records than there are places.
 static void dropRepeated(CallTable *calls) {
   forEachCall([=](Call &call) {

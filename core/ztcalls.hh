@@ -1,5 +1,4 @@
-// Records of the calls that a thread has under way: deliveries of signals, watches, releases and destructions
-// of objects.
+// Records of a thread's calls under way: deliveries of signals, watches, releases, destructions of objects.
 //
 // Functions of a host run inside those calls and may leave by an exception or a longjmp. The frame that made a
 // record is then gone, and nobody removed the record. So the records are in a table of the thread, not on the

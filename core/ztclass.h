@@ -111,9 +111,8 @@ ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object)
 
 /**
  * Removes a class and its descendants from the registry, and releases their properties and their property
- * types. ZT_DEFINE_CLASS calls it when the shared library that defines the class is unloaded. The hooks run as
- * with ztFreeClass(). Classes of the program itself stay until ztOOP_CleanUp(), because its code is never
- * unloaded.
+ * types. ZT_DEFINE_CLASS calls it when the defining shared library is unloaded. The hooks run as with
+ * ztFreeClass(). Classes of the program itself stay until ztOOP_CleanUp(): its code is never unloaded.
  *
  * Objects of the class must be destroyed before; remaining ones can no longer be used.
  */

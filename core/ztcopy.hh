@@ -19,9 +19,8 @@ Object *newObject(ztCtor constructor) {
 // caller's. NULL when the source is NULL or cannot be cloned.
 void *copyObject(const void *source);
 
-// Clones the source onto an object that was constructed but not created, in memory of at least the source's
-// instance size, and sets its count to 1. NULL when `clone` fails; the target then owns nothing and must not be
-// destroyed.
+// Clones the source onto an object that was constructed but not created, of at least the source's instance
+// size, and sets its count to 1. NULL when `clone` fails; the target then owns nothing: do not destroy it.
 void *cloneOnto(const void *source, void *target);
 
 // Assigns between objects that may be of different classes. Calls the `assign` of their nearest common class,

@@ -9,8 +9,7 @@
 
 ZT_BEGIN_C
 
-/** Registers those of the library's classes that are not registered, for instance after a clean-up and a new
- *  ztOOP_Init(). */
+/** Registers the library's classes that are not registered, for instance after a clean-up and ztOOP_Init(). */
 ZT_API void ztcoreClassInit(void);
 
 /** Frees the library's classes by name. The property types stay registered until ztOOP_CleanUp(), because the

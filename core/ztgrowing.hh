@@ -9,9 +9,9 @@
 
 namespace ztcore {
 
-// Returns a block with the contents of `old`, at least twice its capacity and space for `wanted` elements. `old`
-// is `few`, which stays, or a heap block, which is released. Both are NULL before the first element. NULL when
-// memory is exhausted; nothing changes then.
+// Returns a block with the contents of `old`, at least twice its capacity and space for `wanted` elements.
+// `old` is `few`, which stays, or a heap block, which is released; NULL before the first element. NULL, with
+// nothing changed, when memory is exhausted.
 template <typename Element, typename Count>
 Element *growBlock(Element *old, const Element *few, Count *capacity, Count wanted) {
   constexpr Count most = INT32_MAX / 2 / sizeof(Element);

@@ -10,7 +10,7 @@ namespace ztcore {
 // In the order of release: the declarations of classes refer to types.
 enum class Kept { declarations, types };
 
-// `release` releases what a module keeps. `forget` drops a class whose code is about to be unloaded, and its
+// `release` releases what a module keeps. `forget` drops a class whose code will be unloaded, and its
 // descendants.
 void keepRegistered(Kept kept, void (*release)(), void (*forget)(const ztClass *klass));
 

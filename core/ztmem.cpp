@@ -14,8 +14,7 @@ ZT_PIN_FIELD(ztMemBlock, type, 536);
 ZT_PIN_FIELD(ztMemBlock, next, 640);
 ZT_PIN_FIELD(ztMemBlock, prev, 648);
 
-// The records form a doubly linked list; m_nblocks counts them and m_totalmem adds their sizes. memoryLock
-// guards all of it.
+// The doubly linked list of records, their number and the sum of their sizes. memoryLock guards all of it.
 static ztMemBlock *m_head;
 static uint32_t m_totalmem;  // unsigned: a sum past 31 bits wraps
 static int32_t m_nblocks;

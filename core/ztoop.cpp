@@ -324,8 +324,7 @@ static void freeAllClasses() {
 
 // Code that is unloaded ---------------------------------------------------------------------------
 
-// The program's own code is never unloaded. At the end of the process its destructors run before the clean-up,
-// which needs its classes.
+// The program's own code is never unloaded. Its destructors run before the clean-up, which needs its classes.
 static bool isOfProgram(const void *data) {
   Dl_info where;
   Dl_info program;

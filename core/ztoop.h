@@ -81,8 +81,7 @@ typedef struct ztClassEntry {
  * Calls `classInstanceCreate` of the prototype's class when the entry is in the list.
  * @param prototype     an object of the class made with create flag 0; the registry owns it when the result is
  *                      1, and frees it with ztm_free()
- * @param name          copied and cut to 103 characters (with a line in the log); a lookup of the longer name
- *                      finds nothing
+ * @param name          copied and cut to 103 characters (with a line in the log); the longer name finds nothing
  * @param ctor          used by ztNewFromName()
  * @param classDestroy  called with the prototype when the class is freed; may be NULL
  * @return 1; 0 when the cut name is registered already (nothing changes), when memory is exhausted, or when one
@@ -106,12 +105,11 @@ ZT_API ztClass *ztOOP_findClass(const char *name);
 /** @return 1 when a class is registered under @p name, else 0 */
 ZT_API int32_t ztOOP_isClassRegistered(const char *name);
 
-/** @return the newest registry entry (`next` leads to older ones), NULL when there is none; valid until a class
- *          is registered or freed */
+/** @return the newest registry entry (`next` leads to older ones), NULL when there is none; valid until the
+ *          list changes */
 ZT_API const ztClassEntry *ztOOP_classList(void);
 
-/** @return the number of successful registrations since the library was loaded; freeing a class does not lower
- *          it */
+/** @return the number of successful registrations since the library was loaded; freeing a class keeps it */
 ZT_API int32_t ztOOP_classCount(void);
 
 /**

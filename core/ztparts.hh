@@ -13,8 +13,7 @@
 
 namespace ztcore {
 
-// Clears the field, then releases the part: functions that run while the part is destroyed find the field empty
-// and may fill it again.
+// Clears the field, then releases the part: functions that run meanwhile may fill the empty field again.
 template <typename Part>
 inline void releasePart(Part *&field) {
   Part *part = field;

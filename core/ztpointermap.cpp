@@ -36,8 +36,7 @@ static uint64_t secretOfProcess() {
   return isFirst ? made : known;
 }
 
-// The high bits of a product depend on all bits of its factors. The middle step breaks up keys at equal
-// distances.
+// The high bits of a product depend on all bits of the factors. The middle step is for keys at equal distances.
 uint32_t PointerMap::homeOf(uint64_t key) const {
   const uint64_t secret = secretOfProcess();
   uint64_t mixed = (key ^ secret) * 0x9E3779B97F4A7C15U;

@@ -13,8 +13,7 @@
  * A host's class that overrides primitives gets exactly the calls that an object's `read` and `write` make. If
  * its `readInt` is the library's or calls that, a count is compared with what is left of @c stream.
  *
- * Objects call the primitives through the file's method table, so another file class writes the same contents
- * in another form.
+ * Objects call the primitives through the method table: another file class writes the same in another form.
  */
 #ifndef ZT_IO_ZTFILE_H
 #define ZT_IO_ZTFILE_H
@@ -83,8 +82,8 @@
  *
  *  - `renameFile(NULL, oldName, newName)`, `deleteFile(NULL, name)`: 0, or -1 on failure.
  *  - `tmpFile(NULL, buffer)`: writes an unpredictable name that no file has, in the system's folder for
- *    temporary files, into a buffer of at least L_tmpnam bytes; creates no file. The buffer, or NULL on
- *    failure.
+ *    temporary files, into a buffer of at least L_tmpnam bytes; creates no file. The buffer or, on failure,
+ *    NULL.
  *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0. Never waits: for a FIFO it
  *    only checks the permission to read.
  */

@@ -7,8 +7,8 @@
 
 namespace ztcore {
 
-// The new contents of a file. They are written to a file beside it, which replaces it at the end or is deleted
-// with this object.
+// The new contents of a file. They are written to a file beside it, which replaces it or is deleted with this
+// object.
 class FileReplacement {
  public:
   FileReplacement() = default;

@@ -1,5 +1,4 @@
-// Reads and writes streams for the file classes. Repeats system calls that a signal interrupts, and counts the
-// bytes read.
+// Reads and writes streams for the file classes. Repeats interrupted system calls, and counts the bytes read.
 #ifndef ZT_IO_ZTSTREAM_HH
 #define ZT_IO_ZTSTREAM_HH
 

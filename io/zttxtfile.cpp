@@ -104,8 +104,7 @@ static int64_t takeDigits(FILE *stream, int digit, bool isNegative) {
   return isNegative ? INT64_MIN : INT64_MAX;
 }
 
-// False when the input ended before a number. True, with nothing stored, when something else than a number
-// follows.
+// False when the input ended before a number. True, with nothing stored, before anything but a number.
 template <typename Value>
 static bool readWhole(FILE *stream, Value *out) {
   int byte = takeBehindSpace(stream);

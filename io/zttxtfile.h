@@ -21,8 +21,7 @@
  * for a negative count, each returns 0 and does nothing.
  *
  *  - `writeInt`, `writeLong`, `writeFloat`: the number in decimal, a double with six digits after the point,
- *    and a line feed. `writeChar`: the low byte and a line feed. The number of bytes printed, negative on
- *    failure.
+ *    and a line feed. `writeChar`: the low byte and a line feed. The number of bytes, negative on failure.
  *  - `readInt`, `readLong`, `readFloat`: skips white space, reads a number and skips the white space after it:
  *    the line feed, empty lines and the indentation of the next line. `readChar`: the next byte, whatever it
  *    is; a line feed after it stays for the next read. 1, or 0 when the input ended before a number. When

@@ -65,8 +65,7 @@ static ztSlotFunction destroyedSlotOf(const void *object) {
   return function;
 }
 
-// Connects to `watched`, so that `watcher` drops its slots for `watched` when `watched` is destroyed. False on
-// failure.
+// Makes `watcher` drop its slots for `watched` when `watched` is destroyed. False on failure.
 static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
   const ztObjectMethods *methods = objectTableOf(klass);
   ztSignal *destroyed = methods->addSignal(klass, watched, "destroyed", 1);

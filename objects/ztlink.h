@@ -29,8 +29,7 @@ ZT_DECLARE_CLASS(ztLinkArray)
 ZT_BEGIN_C
 
 /**
- * Sets a link's target to the first node of a tree with the stored identifier. A node comes before its
- * children.
+ * Sets a link's target to the first node of a tree with the stored identifier. Parents come before children.
  * @param link  a ztLink
  * @param root  a ztRoot; it is searched too
  * @return 1; 0, with the target set to NULL, when there is no such node and always for the identifier -1

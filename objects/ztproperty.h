@@ -29,8 +29,8 @@
  * The methods of a property, in slot order.
  *
  *  - `setValue`: writes the value in the word through the property's type, which notifies the object's slots.
- *    The word of a "ztFloat" is made with ztWordOfDouble(), that of a "ztString" is the address of a ztString.
- *    Always 1.
+ *    ztWordOfDouble() makes the word of a "ztFloat"; that of a "ztString" is the address of a ztString. Always
+ *    1.
  *  - `getValue`: reads the value into @c out, which is as wide as the kind. Always 1.
  *  - `getType`: the name of the type.
  *  - `isDynamic`: 1 when the property has storage of its own, else 0.

@@ -55,8 +55,7 @@ ZT_END_C
 #define ztPropertyType_FIELDS ztBaseClass_FIELDS
 
 /**
- * The operations of a property type, in slot order. `property` is a ztProperty, `object` the ztObject that it
- * belongs to.
+ * The operations of a property type, in slot order. `property` is a ztProperty, `object` its ztObject.
  *
  *  - `getValue`: reads the property's value by its getter or from its storage, stores it in @c out, as wide as
  *    the kind, unless that is NULL, and returns it as a word. Without getter and storage returns 0 and leaves
@@ -64,8 +63,8 @@ ZT_END_C
  *  - `setValue`: passes the value in the word at @c word to the setter or stores it, and notifies the slots of
  *    the object's signal "prop->signalname", whatever signal name was declared. Returns the value as a word.
  *  - `allocDynamicProperty`: allocates the property's own storage with a copy of the value at @c initial (a
- *    ztString for "ztString"; zero or the empty text for NULL). Returns the storage, which the property owns,
- *    or NULL.
+ *    ztString for "ztString"; zero or the empty text for NULL). Returns the storage, owned by the property, or
+ *    NULL.
  *  - `freeDynamicProperty`: frees that storage.
  *  - `getType`: the name of the kind.
  *

@@ -17,8 +17,8 @@
  *
  * A tree may have any depth. When it is destroyed, each node is destroyed after those below it. Nodes whose
  * class does not override `destroy` need no stack for that. An overriding `destroy` still finds the node's
- * children listed and needs stack for each level of such nodes; when no stack is left, the children are
- * destroyed first.
+ * children listed and needs stack for each level of such nodes; without stack, the children are destroyed
+ * first.
  */
 #ifndef ZT_OBJECTS_ZTROOT_H
 #define ZT_OBJECTS_ZTROOT_H
@@ -47,20 +47,18 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *  - `setName`: copies a text (NULL counts as empty) and returns the name. `getName`: the name.
  *  - `generateUid`: sets the identifier to ztCu_genUniqueId() and returns it.
  *  - `setUid`, `getUid`: the identifier.
- *  - `setParent`: removes the node from its parent's list, which releases no reference and adds one to the node; then
+ *  - `setParent`: removes the node from its parent's list, which releases no reference and adds one; then
  *    appends it to the children of the new parent, if that is not NULL. 1; 0 when the new parent is the node
  *    itself or below it, on failure, and when a slot destroyed either; the node may then have left its parent.
  *  - `getParent`: the parent, or NULL.
  *  - `update`: does nothing; for subclasses.
  *  - `findChildById`: NULL; for subclasses.
- *  - `addChild`: sets this node as the child's parent and emits "childAdded", also for a node that is already
- *    its child.
+ *  - `addChild`: sets this node as the child's parent and emits "childAdded", also for a node that is its
+ *    child.
  *  - `deleteChild`: removes the first child whose identifier equals that of the given node. Emits
  *    "childDeleted" while the child is detached but still listed. Does nothing when there is none.
- *  - `deleteAllChild`: removes the first child until none is left; 0. Does not return while a slot adds
- *    children.
- *  - `getChildAt`: the child at an index from 0, NULL when out of range. `getChildCount`: the number of
- *    children.
+ *  - `deleteAllChild`: removes the first child until none is left; 0. Goes on while a slot adds children.
+ *  - `getChildAt`: the child at an index from 0, NULL when out of range. `getChildCount`: their number.
  *  - `reserved1`, `reserved2`: NULL.
  *
  * `clone` copies the children too. A copy and each copied child have no parent and a count of 1, the reference
@@ -68,8 +66,8 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  * node that holds it; it keeps its position. `assign` assigns child to child as far as both nodes have them.
  * Both handle trees of any depth, but a class's own `clone` or `assign` needs stack for each level. When stack
  * or memory is exhausted, or when a host made a list refer to a node above it, `clone` returns NULL and
- * `assign` 0, with nothing changed; an `assign` whose overrides use more than a kilobyte of stack each may have
- * begun.
+ * `assign` 0, with nothing changed; `assign` may have begun if overrides use more than a kilobyte of stack
+ * each.
  */
 #define ztRoot_METHODS                                            \
   ztObject_METHODS                                                \
@@ -143,8 +141,7 @@ ZT_API int32_t ztRoot_loadTree(void *file, int32_t count, void *roots, ztTreeRep
  * Saves a node and all below it as a file of its own, or leaves the existing file: a reader always finds the
  * old tree or the new one, even if the process or the system stops meanwhile. The records are those of
  * ztRoot_storeTree(). After them comes a mark, which shows that the file is complete (a class identity with the
- * name "(end of tree)" and 64 characters of text: the number of nodes, the bytes before the mark and a check
- * sum).
+ * name "(end of tree)" and 64 characters of text: the number of nodes, the bytes before it and a check sum).
  *
  * The tree is written to a file beside the target, with an unpredictable name, flushed to the disk and renamed
  * to the target. The new file has the mode of the old one, and its owner and group if the process may set them;

@@ -39,8 +39,7 @@ inline void *insertByKey(void *map, const CopyableText &key, const void *value) 
   return item == nullptr ? nullptr : item->value;
 }
 
-// Inserts copies of the name and the value. Returns the stored value; NULL when the name exists or memory is
-// exhausted.
+// Inserts copies of the name and the value. Returns the stored value; NULL if the name exists, or on failure.
 inline void *insertByName(void *map, const char *name, const void *value) {
   if (map == nullptr) return nullptr;
   return insertByKey(map, CopyableText(name), value);

@@ -15,8 +15,7 @@
  * The methods of an allocator, in slot order; all are abstract in ztAllocator.
  *
  *  - `allocate`: @c size bytes, not cleared, or NULL.
- *  - `reallocate`: the block with @c newSize bytes, moved if necessary; NULL on failure, the old block then
- *    stays.
+ *  - `reallocate`: the block with @c newSize bytes, perhaps moved; on failure NULL, and the old block stays.
  *    @c oldSize is for allocators that do not know their blocks' sizes.
  *  - `deallocate`: frees a block; NULL is allowed.
  *  - `reserved`: abstract in every class of the library; free for hosts.

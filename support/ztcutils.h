@@ -40,8 +40,7 @@ ZT_API int32_t ztCu_genUniqueId(void);
  *  @return the text, in a buffer that the thread's next call overwrites; empty for a NULL format */
 ZT_API const char *ztCu_fmtMsg(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/** @return a copy in lower case, bytewise and by the current locale, in the buffer that this function and
- *          ztCu_sToUpper() share */
+/** @return a copy in lower case, bytewise by the current locale, in a buffer shared with ztCu_sToUpper() */
 ZT_API const char *ztCu_sToLower(const char *text);
 
 /** @return a copy in upper case; otherwise as ztCu_sToLower() */
@@ -58,8 +57,8 @@ ZT_API char *ztCu_fixDosPath(char *path);
  *  @return @p path; NULL for NULL */
 ZT_API char *ztCu_cutFileExt(char *path);
 
-/** Replaces a doubled separator behind a leading "." by one "/", in place: ".//a" becomes "./a". Any other path
- *  stays.
+/** Replaces a doubled separator behind a leading "." by one "/", in place: ".//a" becomes "./a". Other paths
+ *  stay.
  *  @return @p path; NULL for NULL */
 ZT_API char *ztCu_fixRelativePath(char *path);
 

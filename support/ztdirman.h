@@ -45,12 +45,10 @@ ZT_API const char *ztDm_getCurrentDir(char *out);
 ZT_API int32_t ztDm_changeDir(const char *path);
 
 /**
- * Calls @p callback for every entry of a directory that has the extension, also for directories, in the
- * system's order.
+ * Calls @p callback for each entry of a directory with the extension, also for directories, in system order.
  *
  * The extension is the part behind the last "." of the entry's name; a "." as the first character does not
- * count, and an entry without extension is never reported. An entry whose own extension is "*" is always
- * reported.
+ * count, and an entry without extension is never reported. An entry with the extension "*" is always reported.
  *
  * With @p recursive, the entries below an entry come before it. Symbolic links are followed, except to a
  * directory above that is being walked: such a link is reported like any entry, but nothing below it. Entries

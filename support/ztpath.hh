@@ -12,8 +12,7 @@ inline constexpr size_t pathSize = 512;
 // The separators when a path is split.
 inline constexpr char pathSeparators[] = "/\\:";
 
-// The last position of one of the characters, except for the first position of the text; NULL when there is
-// none.
+// The last position of one of the characters, but not the first of the text; NULL when there is none.
 inline const char *findLast(const char *text, const char *characters) {
   for (size_t i = strlen(text); i-- > 1;) {
     if (strchr(characters, text[i]) != nullptr) return text + i;

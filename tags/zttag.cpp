@@ -32,8 +32,7 @@ static ztTagAttribute *attributeAt(const ztTag &tag, int32_t index) {
   return static_cast<ztTagAttribute *>(ztPtrArray_of(attributes)->getAt(attributes, index));
 }
 
-// An array moves the tags in its block, so an attribute stores the current address of its tag before it is
-// returned.
+// An array moves the tags in its block, so a returned attribute stores its tag's current address.
 static ztTagAttribute *toHandOut(const ztTag &tag, ztTagAttribute *attribute) {
   holdAttribute(attribute, &tag);
   return attribute;
@@ -217,8 +216,8 @@ static int32_t tagCreate(ztTag &tag) {
 }
 
 // Removes each attribute from its place before its release. The others stay bound: one that a host's `destroy`
-// releases removes itself from the array. If that leaves by an exception, the tag keeps the rest until it is
-// destroyed again.
+// releases removes itself from the array. If that leaves by an exception, the tag has the rest until its next
+// destruction.
 static bool releaseEach(const ztTag &tag) {
   bool released = false;
   for (int32_t i = 0; i < countOf(tag); ++i) {
@@ -241,8 +240,7 @@ static void releaseAttributes(ztTag &tag) {
   releasePart(tag.attributes);
 }
 
-// The copy's array first holds the source's attributes. Each is replaced by its copy, or by NULL after a failed
-// copy.
+// The copy's array first holds the source's attributes. Copies replace them, or NULL after a failed copy.
 static bool cloneAttributes(const ztTag &tag, ztTag &copy) {
   copy.attributes = static_cast<ztPtrArray *>(copyObject(tag.attributes));
   if (copy.attributes == nullptr) return false;

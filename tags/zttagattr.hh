@@ -8,8 +8,7 @@ namespace ztcore {
 // 0 without a value array.
 int32_t countValues(const void *attribute);
 
-// Whether each value has `size` bytes, as many as `getValue` then copies, and the type does not contradict
-// that.
+// Whether each value has `size` bytes, as many as `getValue` then copies, and the type allows that.
 bool hasValuesOf(const void *attribute, int32_t size);
 
 }  // namespace ztcore

@@ -6,8 +6,8 @@
 
 namespace ztcore {
 
-// An attribute in a tag is held as long as it is in the tag's array, so that a host can remove it and give it
-// to another tag.
+// An attribute in a tag is held as long as it is in the tag's array, so a host can remove it and give it to
+// another.
 bool isHeldAttribute(const ztTagAttribute *attribute);
 
 // Makes the tag hold an attribute in its array. The attribute still tells its previous owner, if any, of
