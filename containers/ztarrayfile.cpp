@@ -38,8 +38,7 @@ class ArrayReader {
     return claims.isExcessive(count, holdsObjects(array) ? 1 : array.elementSize, sizeOf(1));
   }
 
-  // Reading an element may change the array. Elements that were added follow the places, and no places follow
-  // them.
+  // Reading an element may change the array. No places are made after elements that were added.
   bool hasSlot(int32_t index) const {
     return index < made && (array.count == made || (array.count > made && made == count));
   }

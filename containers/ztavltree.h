@@ -4,7 +4,7 @@
  *
  * Set the compare function and the element policy (see ztcont.h) before the first element. The compare function
  * always gets a stored element first and the key, or the new element, second. In the caller's form an element
- * is the pointer itself for a tree by pointer, otherwise the address of the bytes or of the object. A key too.
+ * or a key is the pointer itself for a tree by pointer, otherwise the address of the bytes or of the object.
  *
  * Equal elements are refused unless `setAllowDuplicate` allows them. A new element comes before equal ones.
  * Walk a tree with a ztAvlIterator (ztavliter.h).
@@ -19,8 +19,8 @@
 #include "containers/ztavltitem.h"
 #include "containers/ztscont.h"
 
-/** Fields of ztAvlTree. In order, no item sorts before the previous one; the heights of two subtrees differ by
- *  at most 1. */
+/** Fields of ztAvlTree. No item sorts before the previous one; the subtrees of an item differ by at most 1 in
+ *  height. */
 #define ztAvlTree_FIELDS                                   \
   ztSequenceContainer_FIELDS                               \
   struct ztAvlTreeItem *root; /* NULL when empty; owned */ \

@@ -23,7 +23,7 @@ struct EqualItems {
 // Walks down from the root: right below zero, left above zero, and left after an equal item.
 void collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
-// Pushes what `elementOf` returns for each item of a tree onto another, empty one, in the same order. `ownOf`
+// Pushes what `elementOf` returns for each item of a tree onto an empty tree, in the same order. `ownOf`
 // returns the part that the tree releases with the item, or NULL. False when a push fails or the source loses
 // items.
 template <typename ElementOf, typename OwnOf>

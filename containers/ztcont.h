@@ -44,7 +44,7 @@ ZT_END_C
  * The methods of a container, in slot order.
  *
  *  - `newItem`: a new item with @c element stored as the policy says; the caller passes it to `deleteItem`.
- *    NULL when memory is exhausted, when the policy copies and the element is NULL, or when it cannot be
+ *    NULL when memory is exhausted, or for an element that is NULL although the policy copies, or cannot be
  *    cloned.
  *  - `copyItem`: stores a copy of the source item's element in the destination item, and returns the
  *    destination. Stores NULL for NULL data and for data that cannot be copied.

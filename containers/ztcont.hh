@@ -36,8 +36,7 @@ inline void *itemManagerOf(void *object) {
 // The part of a stored element that a sequence container releases: the element, or NULL.
 const void *ownOfElement(const void *container, const void *element);
 
-// Makes an item for a container during a call on it. NULL also when the container was destroyed; do not use it
-// then.
+// Makes an item for a container during a call on it. NULL also when the container was destroyed.
 void *makeItem(void *container, const class ContainerUse &use, const void *element);
 
 }  // namespace ztcore

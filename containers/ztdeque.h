@@ -13,13 +13,11 @@
   struct ztList *inner; /* holds the elements; owned; NULL only when memory was exhausted */
 
 /**
- * The methods of a deque, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy also set the list's; item constructor and manager do not
- * affect it.
+ * The methods of a deque, in slot order after those of ztSequenceContainer. The setters of compare function,
+ * duplicates and element policy also set the list's; item constructor and manager do not affect it.
  *
  *  - `pushBack`, `pushFront`: the new list item at that end, which the list owns, or NULL.
- *  - `popBack`: removes the last element and releases it as the policy says. Returns the list's new tail, or
- *    NULL.
+ *  - `popBack`: removes and releases the last element as the policy says. Returns the list's new tail, or NULL.
  *  - `popFront`: removes the first element and HANDS IT OVER, as a list does: if the deque stores elements by
  *    value or as objects, read the element with `getFront` before and release it after, with ztm_free() or
  *    `unRef`. Returns the list's new first item, or NULL.

@@ -17,8 +17,7 @@
 /**
  * The methods of a sequence container, in slot order after those of ztContainer.
  *
- *  - `setElementSize`: the size of an element and whether elements are stored by pointer. Size 0: elements of
- *    no bytes.
+ *  - `setElementSize`: the size of an element, which may be 0, and whether elements are stored by pointer.
  *  - `getElementSize`: the size of an element.
  *  - `setElementConstructor`: the `C_ctor` of the elements' class; NULL for elements that are no objects.
  *

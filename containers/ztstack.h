@@ -13,9 +13,8 @@
   struct ztDeque *inner; /* holds the elements; owned; NULL only when memory was exhausted */
 
 /**
- * The methods of a stack, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy also set the deque's; item constructor and manager do not
- * affect it.
+ * The methods of a stack, in slot order after those of ztSequenceContainer. The setters of compare function,
+ * duplicates and element policy also set the deque's; item constructor and manager do not affect it.
  *
  *  - `push`: adds an element on top. Returns the new list item, which the list owns, or NULL.
  *  - `pop`: removes the top element and releases it as the policy says. Returns the list's new tail, or NULL.

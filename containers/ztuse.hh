@@ -4,8 +4,8 @@
 //
 // The records are not on the stack, because an exception or a `longjmp` may leave a call. The record of such an
 // abandoned call is dropped when another record is made in a frame that shows the call's frame to be gone: a
-// frame no deeper on the thread's own stack, or the same frame on any stack. Such a call takes its container
-// for destroyed.
+// frame no deeper on the thread's own stack, or the same frame on any stack. For such a call the container is
+// destroyed.
 //
 // A call may need a part that its container no longer has. The last call that needs a block frees it. Objects
 // and items of an abandoned call stay until the container is destroyed, or until another call of the same kind.

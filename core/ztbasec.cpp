@@ -149,8 +149,7 @@ static void baseMethods(ztBaseClassMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, ref, method<baseRef>);
   ZT_OVERRIDE_METHOD(methods, unRef, method<baseUnRef>);
   ZT_OVERRIDE_METHOD(methods, getRefCount, method<baseGetRefCount>);
-  // Also here, not only when the descriptor is filled: a host may read the class table after the first use of
-  // any class.
+  // Also here, not only when the descriptor is filled: a host may read the class table once any class was used.
   baseFunctions(static_cast<ztBaseClassFunctions *>(ztBaseClassClass_Instance()->classTable));
 }
 

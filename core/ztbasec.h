@@ -16,8 +16,7 @@
  * The methods of every class, in slot order.
  *
  *  - `Allocator`: what a host put into class slot 3, or NULL; not owned.
- *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and when it is
- *    freed.
+ *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and freed.
  *  - `create`: sets the fields to their defaults, 1 or 0. An override calls its parent's first.
  *  - `clone`: copies the object onto @c target and returns the target, with the source's class and reference
  *    count. @c target has at least the instance size; an object in it is not released. NULL on failure; the

@@ -10,8 +10,7 @@ namespace ztcore {
 // In the order of release: the declarations of classes refer to types.
 enum class Kept { declarations, types };
 
-// `release` releases what a module keeps. `forget` drops a class whose code will be unloaded, and its
-// descendants.
+// `release` releases what a module keeps. `forget` drops a class that will be unloaded, and its descendants.
 void keepRegistered(Kept kept, void (*release)(), void (*forget)(const ztClass *klass));
 
 // Releases what the hooks of freed classes left, or what was made after they ran.

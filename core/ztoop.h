@@ -46,6 +46,7 @@
 
 ZT_BEGIN_C
 
+/** The descriptor of a class. */
 typedef struct ztClass ztClass;
 
 /** Makes an object of one class in @p object, or on the heap for NULL; not 0 in @p create runs its `create`. */
@@ -109,7 +110,7 @@ ZT_API int32_t ztOOP_isClassRegistered(const char *name);
  *          list changes */
 ZT_API const ztClassEntry *ztOOP_classList(void);
 
-/** @return the number of successful registrations since the library was loaded; freeing a class keeps it */
+/** @return the number of successful registrations since the library was loaded; it never decreases */
 ZT_API int32_t ztOOP_classCount(void);
 
 /**

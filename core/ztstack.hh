@@ -12,8 +12,7 @@ namespace ztcore {
 // none are left or the bounds of the stack are not known.
 size_t stackLeft();
 
-// Finds the bounds of the stack that the system gave this thread; empty ones on failure. Slow in the first
-// thread.
+// Finds the bounds of this thread's stack from the system; empty ones on failure. Slow in the first thread.
 void findOwnStack();
 
 // Whether an address lies on that stack.

@@ -7,8 +7,7 @@
 
 namespace ztcore {
 
-// The new contents of a file. They are written to a file beside it, which replaces it or is deleted with this
-// object.
+// The new contents of a file. They are in a file beside it, which replaces it or is deleted with this object.
 class FileReplacement {
  public:
   FileReplacement() = default;

@@ -17,8 +17,7 @@
  *
  * A tree may have any depth. When it is destroyed, each node is destroyed after those below it. Nodes whose
  * class does not override `destroy` need no stack for that. An overriding `destroy` still finds the node's
- * children listed and needs stack for each level of such nodes; without stack, the children are destroyed
- * first.
+ * children listed and needs stack for each level of such nodes; without it, the children are destroyed first.
  */
 #ifndef ZT_OBJECTS_ZTROOT_H
 #define ZT_OBJECTS_ZTROOT_H
@@ -53,8 +52,7 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *  - `getParent`: the parent, or NULL.
  *  - `update`: does nothing; for subclasses.
  *  - `findChildById`: NULL; for subclasses.
- *  - `addChild`: sets this node as the child's parent and emits "childAdded", also for a node that is its
- *    child.
+ *  - `addChild`: sets this node as the child's parent and emits "childAdded", also if it is the parent.
  *  - `deleteChild`: removes the first child whose identifier equals that of the given node. Emits
  *    "childDeleted" while the child is detached but still listed. Does nothing when there is none.
  *  - `deleteAllChild`: removes the first child until none is left; 0. Goes on while a slot adds children.
@@ -66,8 +64,7 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  * node that holds it; it keeps its position. `assign` assigns child to child as far as both nodes have them.
  * Both handle trees of any depth, but a class's own `clone` or `assign` needs stack for each level. When stack
  * or memory is exhausted, or when a host made a list refer to a node above it, `clone` returns NULL and
- * `assign` 0, with nothing changed; `assign` may have begun if overrides use more than a kilobyte of stack
- * each.
+ * `assign` 0, with nothing changed; `assign` may have begun if an override uses more than a kilobyte of stack.
  */
 #define ztRoot_METHODS                                            \
   ztObject_METHODS                                                \

@@ -12,8 +12,7 @@ const ztRootMethods *libraryMethodsOf(const ztRoot *node);
 // listed, when a copy fails.
 bool copyChildren(const ztRoot *node, ztRoot *copy);
 
-// Assigns the children of another node to those at the same positions, and below. 0 without enough stack or
-// memory.
+// Assigns another node's children to those at the same positions, and below. 0 without enough stack or memory.
 int32_t assignChildren(ztRoot *node, const ztRoot *other);
 
 // Copies a node without its children, into memory that holds no object. NULL on failure.

@@ -57,8 +57,7 @@ ZT_API char *ztCu_fixDosPath(char *path);
  *  @return @p path; NULL for NULL */
 ZT_API char *ztCu_cutFileExt(char *path);
 
-/** Replaces a doubled separator behind a leading "." by one "/", in place: ".//a" becomes "./a". Other paths
- *  stay.
+/** Replaces a doubled separator behind a leading "." by "/", in place: ".//a" becomes "./a". Other paths stay.
  *  @return @p path; NULL for NULL */
 ZT_API char *ztCu_fixRelativePath(char *path);
 

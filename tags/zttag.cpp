@@ -216,8 +216,7 @@ static int32_t tagCreate(ztTag &tag) {
 }
 
 // Removes each attribute from its place before its release. The others stay bound: one that a host's `destroy`
-// releases removes itself from the array. If that leaves by an exception, the tag has the rest until its next
-// destruction.
+// releases removes itself from the array. After an exception the tag has the rest until its next destruction.
 static bool releaseEach(const ztTag &tag) {
   bool released = false;
   for (int32_t i = 0; i < countOf(tag); ++i) {

@@ -42,7 +42,8 @@ ZT_END_C
  *    set. A ztFloatTag writes the new result to @c out when a value changed, else the cached one. A ztIntTag
  *    writes nothing when a value changed, else the result of the previous call; it truncates averages, and the
  *    average of no values is 0.
- *  - `setNumValues`: the number of values; existing ones stay, new ones are 0. 1 or 0. This is no change.
+ *  - `setNumValues`: the number of values; existing ones stay, new ones are 0. 1 or 0. No value counts as
+ *    changed.
  *
  * A copy made by `clone` has its source's owner, which does not hold it, and tells it of changes until one of
  * the two is destroyed; the next setting of a value then clears the copy's `owner`. When a tag is destroyed,

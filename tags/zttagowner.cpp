@@ -10,8 +10,8 @@ using namespace ztcore;
 // `binding`, which moves with the attribute when an array moves it. The bonds of a tag are in a list, so that
 // all of them are found when the tag is destroyed.
 //
-// A tag may move too. Its key is its array of attributes, which does not move; if a host set the owner, its key
-// is its address.
+// A tag may move too. Its key is its array of attributes, which does not move; the key of an owner set by a
+// host is its address.
 //
 // The tables belong to the process and are locked for writing. A bond never moves, so the thread that uses its
 // attribute reads it without the lock.

@@ -6,8 +6,7 @@
 
 namespace ztcore {
 
-// An attribute in a tag is held as long as it is in the tag's array, so a host can remove it and give it to
-// another.
+// An attribute is held as long as it is in its tag's array, so a host can remove it and give it to another tag.
 bool isHeldAttribute(const ztTagAttribute *attribute);
 
 // Makes the tag hold an attribute in its array. The attribute still tells its previous owner, if any, of
