@@ -64,7 +64,7 @@
  *    the order of equal elements is undefined.
  *  - `search`: finds an element of an array that was sorted with the same function, which gets the key and the
  *    address of a place; the key may be NULL if the function accepts that. The address of the place, or NULL.
- *  - `find`: the first element that is equal to the key by the array's compare function (element first); or
+ *  - `find`: the first element that the array's compare function, called with it and the key, finds equal; or
  *    NULL.
  *
  * `assign` copies the elements of another array, as many as both have: without an element constructor the

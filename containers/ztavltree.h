@@ -19,7 +19,7 @@
 #include "containers/ztavltitem.h"
 #include "containers/ztscont.h"
 
-/** Fields of ztAvlTree. No item sorts before the previous one; the subtrees of an item differ by at most 1 in
+/** Fields of ztAvlTree. No item sorts before the previous one; an item's subtrees differ by at most 1 in
  *  height. */
 #define ztAvlTree_FIELDS                                   \
   ztSequenceContainer_FIELDS                               \

@@ -24,7 +24,7 @@ struct EqualItems {
 void collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
 // Pushes what `elementOf` returns for each item of a tree onto an empty tree, in the same order. `ownOf`
-// returns the part that the tree releases with the item, or NULL. False when a push fails or the source loses
+// returns the part that the tree releases with the item, or NULL. False if a push fails or the source loses
 // items.
 template <typename ElementOf, typename OwnOf>
 bool pushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, OwnOf ownOf) {

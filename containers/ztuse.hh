@@ -4,7 +4,7 @@
 //
 // The records are not on the stack, because an exception or a `longjmp` may leave a call. The record of such an
 // abandoned call is dropped when another record is made in a frame that shows the call's frame to be gone: a
-// frame no deeper on the thread's own stack, or the same frame on any stack. For such a call the container is
+// frame no deeper on the thread's own stack, or the same frame on any stack. It takes the container for
 // destroyed.
 //
 // A call may need a part that its container no longer has. The last call that needs a block frees it. Objects

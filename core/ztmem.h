@@ -57,8 +57,8 @@ ZT_API void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const c
  *  @return the block, or NULL on failure */
 ZT_API void *ztm_dbg_realloc(void *block, int64_t size);
 
-/** Frees a block and its record. Ignores NULL. Logs a warning with @p file and @p line for other blocks without
- *  record. */
+/** Frees a block and its record. For a block without record, logs a warning with @p file and @p line. Ignores
+ *  NULL. */
 ZT_API void ztm_dbg_free(void *block, const char *file, int64_t line);
 
 /** @return the newest record of @p block, or NULL; valid until the block is freed */

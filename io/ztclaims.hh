@@ -58,7 +58,7 @@ class Claims {
   bool take(int64_t bytes);
   // The same without a check.
   void hold(int64_t bytes);
-  // Returns claims that are met, or all claims of this object.
+  // Subtracts claims that are met, or all claims of this object.
   void give(int64_t bytes);
   void giveAll();
   // Adds bytes that the file delivered without being counted.

@@ -82,8 +82,7 @@
  *
  *  - `renameFile(NULL, oldName, newName)`, `deleteFile(NULL, name)`: 0, or -1 on failure.
  *  - `tmpFile(NULL, buffer)`: writes an unpredictable name that no file has, in the system's folder for
- *    temporary files, into a buffer of at least L_tmpnam bytes; creates no file. The buffer or, on failure,
- *    NULL.
+ *    temporary files, into a buffer of at least L_tmpnam bytes; creates no file. The buffer; NULL on failure.
  *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0. Never waits: for a FIFO it
  *    only checks the permission to read.
  */

@@ -37,8 +37,7 @@ ZT_BEGIN_C
 ZT_API int32_t ztLink_resolve(void *link, void *root);
 
 /** Resolves every link of a ztLinkArray with one walk over the tree.
- *  @return the number of links that have a target now; 0 also when memory is exhausted, with the links
- *          unchanged */
+ *  @return the number of links that have a target now; 0, with the links unchanged, when memory is exhausted */
 ZT_API int32_t ztLinkArray_resolve(void *links, void *root);
 
 /** Compares two ztLink objects by their `isEqual` and `isMajor`, which have no meaning unless a subclass

@@ -37,7 +37,7 @@
  *  - `connect`: adds the signal to the sender if it has none of that name, connects receiver and function to
  *    it, and disconnects when either end is destroyed. As `addSlot`; 0 also when one end is being destroyed.
  *  - `connectionExist`: 1 when the object's signal of that name has a slot with these two, else 0.
- *  - `destroyed`: the slot that `connect` uses to disconnect: removes all slots for the object that is being
+ *  - `destroyed`: the slot that `connect` uses to disconnect: removes all slots for an object that is
  *    destroyed.
  *  - `reserved`: NULL.
  *  - `addProperty`: declares a static property of the class. 1; 0 when it has one of that name, when the type

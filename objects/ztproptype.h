@@ -63,8 +63,7 @@ ZT_END_C
  *  - `setValue`: passes the value in the word at @c word to the setter or stores it, and notifies the slots of
  *    the object's signal "prop->signalname", whatever signal name was declared. Returns the value as a word.
  *  - `allocDynamicProperty`: allocates the property's own storage with a copy of the value at @c initial (a
- *    ztString for "ztString"; zero or the empty text for NULL). Returns the storage, the property's own, or
- *    NULL.
+ *    ztString for "ztString"; zero or the empty text for NULL). Returns the property's storage, or NULL.
  *  - `freeDynamicProperty`: frees that storage.
  *  - `getType`: the name of the kind.
  *

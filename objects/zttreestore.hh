@@ -10,7 +10,7 @@ namespace ztcore {
 struct TreeMark {
   int32_t nodes;  // the number of records before it
   int64_t bytes;  // the size of these records in the file
-  uint64_t sum;   // of those bytes
+  uint64_t sum;   // the check sum of those bytes
 };
 
 // A mark has the form of a record: a class identity with a name that no class has, and this many bytes of text.
