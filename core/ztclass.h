@@ -101,12 +101,10 @@ typedef struct ztClassDescription {
  */
 ZT_API void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create);
 
-/**
- * The body of every `C_InitTable`: writes the methods of a class and its ancestors into the table of the
- * object's class, and fills each descriptor on its first use.
- * @param description  the class
- * @param object       its class must be the described one or a descendant
- */
+/** The body of every `C_InitTable`: writes the methods of a class and its ancestors into the table of the
+ *  object's class, and fills each descriptor on its first use.
+ *  @param description  the class
+ *  @param object       its class must be the described one or a descendant */
 ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object);
 
 /**
@@ -227,26 +225,22 @@ ZT_END_C
   }
 #endif
 
-/**
- * Defines class C with version 1 and no added class functions.
- * @param C            the class, declared with ZT_DECLARE_CLASS
- * @param Parent       its parent class; a compile-time error unless the lists of C begin with the parent's
- * @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or overrides, with
- *                     ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD
- */
+/** Defines class C with version 1 and no added class functions.
+ *  @param C            the class, declared with ZT_DECLARE_CLASS
+ *  @param Parent       its parent class; a compile-time error unless the lists of C begin with the parent's
+ *  @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or overrides, with
+ *                      ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD */
 #define ZT_DEFINE_CLASS(C, Parent, methodsFill) \
   ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, 1, ztClassFunctions, ztOOP_noFunctions)
 
-/**
- * Defines class C with every option.
- * @param C              as in ZT_DEFINE_CLASS
- * @param Parent         as in ZT_DEFINE_CLASS
- * @param methodsFill    as in ZT_DEFINE_CLASS
- * @param classVersion   the version that is stored with objects of the class
- * @param Functions      the struct of its class-function table: ztClassFunctions, or `CFunctions` after
- *                       ZT_DECLARE_CLASS_FUNCTIONS(C)
- * @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up
- */
+/** Defines class C with every option.
+ *  @param C              as in ZT_DEFINE_CLASS
+ *  @param Parent         as in ZT_DEFINE_CLASS
+ *  @param methodsFill    as in ZT_DEFINE_CLASS
+ *  @param classVersion   the version that is stored with objects of the class
+ *  @param Functions      the struct of its class-function table: ztClassFunctions, or `CFunctions` after
+ *                        ZT_DECLARE_CLASS_FUNCTIONS(C)
+ *  @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up */
 #define ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, classVersion, Functions, functionsFill)              \
   ZT_BEGINS_WITH(C##_FIELDS, Parent##_FIELDS, #C "_FIELDS must begin with " #Parent "_FIELDS");           \
   ZT_BEGINS_WITH(C##_METHODS, Parent##_METHODS, #C "_METHODS must begin with " #Parent "_METHODS");       \

@@ -42,14 +42,12 @@ ZT_API void *ztm_realloc(void *block, int32_t size);
 /** Frees a block; NULL is allowed. */
 ZT_API void ztm_free(void *block);
 
-/**
- * Allocates a block and records it.
- * @param size  bytes
- * @param file  source file of the call, copied; NULL counts as empty
- * @param line  source line of the call
- * @param type  name of the type, copied; NULL counts as empty
- * @return the block, not cleared; NULL when memory is exhausted (recorded all the same)
- */
+/** Allocates a block and records it.
+ *  @param size  bytes
+ *  @param file  source file of the call, copied; NULL counts as empty
+ *  @param line  source line of the call
+ *  @param type  name of the type, copied; NULL counts as empty
+ *  @return the block, not cleared; NULL when memory is exhausted (recorded all the same) */
 ZT_API void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const char *type);
 
 /** Resizes a block and updates its record; a block without record gets none. A failed resize leaves the old

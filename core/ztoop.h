@@ -113,12 +113,10 @@ ZT_API const ztClassEntry *ztOOP_classList(void);
 /** @return the number of successful registrations since the library was loaded; it never decreases */
 ZT_API int32_t ztOOP_classCount(void);
 
-/**
- * Starts the engine: opens `<baseName>.log` and logs the banner. The library does so with "zentova" when it is
- * loaded; further calls do nothing until ztOOP_CleanUp() runs.
- * @param baseName  path of the log file without its extension; NULL for no file
- * @return 1, also when the log file cannot be opened (the log then goes to standard output only)
- */
+/** Starts the engine: opens `<baseName>.log` and logs the banner. The library does so with "zentova" when it is
+ *  loaded; further calls do nothing until ztOOP_CleanUp() runs.
+ *  @param baseName  path of the log file without its extension; NULL for no file
+ *  @return 1, also when the log file cannot be opened (the log then goes to standard output only) */
 ZT_API int32_t ztOOP_Init(const char *baseName);
 
 /**
@@ -137,12 +135,10 @@ ZT_API void zt_assert(int32_t condition, const char *message);
  *  @return 0 */
 ZT_API int32_t ztOOP_HandleNullFuncPtr(const void *object, const char *memberName);
 
-/**
- * The function in every abstract method slot.
- * @param object  an object, or a class descriptor where the method takes one
- * @return "ztOOP -> Error: Trying to call a virtual function member for class: %s\n" with the class name, in
- *         the buffer of ztCu_fmtMsg()
- */
+/** The function in every abstract method slot.
+ *  @param object  an object, or a class descriptor where the method takes one
+ *  @return "ztOOP -> Error: Trying to call a virtual function member for class: %s\n" with the class name, in
+ *          the buffer of ztCu_fmtMsg() */
 ZT_API void *ztOOP_ztVirtualFuncHandler(const void *object);
 
 ZT_END_C

@@ -62,23 +62,19 @@ ZT_DECLARE_CLASS_FUNCTIONS(ztString)
 
 ZT_BEGIN_C
 
-/**
- * Stores a string so that ztString_load restores it exactly: no text, an empty one, or any text. Several
- * strings and other data may follow one another in both kinds of file. Uses the file's own `writeInt` and
- * `writeBuf`.
- * @param string  a ztString; NULL gives 0
- * @param file    an open ztFile, of any class; NULL gives 0
- * @return 1, or 0 when a write fails
- */
+/** Stores a string so that ztString_load restores it exactly: no text, an empty one, or any text. Several
+ *  strings and other data may follow one another in both kinds of file. Uses the file's own `writeInt` and
+ *  `writeBuf`.
+ *  @param string  a ztString; NULL gives 0
+ *  @param file    an open ztFile, of any class; NULL gives 0
+ *  @return 1, or 0 when a write fails */
 ZT_API int32_t ztString_store(const void *string, void *file);
 
-/**
- * Loads what ztString_store stored, and sets the string to it. Allocates only for bytes that the file has. Uses
- * the file's own `readInt` and `readBuf`.
- * @param string  a ztString, which keeps its text when the result is 0; NULL gives 0
- * @param file    an open ztFile, of any class; NULL gives 0
- * @return 1, or 0 when there is no complete string or memory is exhausted
- */
+/** Loads what ztString_store stored, and sets the string to it. Allocates only for bytes that the file has.
+ *  Uses the file's own `readInt` and `readBuf`.
+ *  @param string  a ztString, which keeps its text when the result is 0; NULL gives 0
+ *  @param file    an open ztFile, of any class; NULL gives 0
+ *  @return 1, or 0 when there is no complete string or memory is exhausted */
 ZT_API int32_t ztString_load(void *string, void *file);
 
 ZT_END_C

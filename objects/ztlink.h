@@ -28,12 +28,10 @@ ZT_DECLARE_CLASS(ztLinkArray)
 
 ZT_BEGIN_C
 
-/**
- * Sets a link's target to the first node of a tree with the stored identifier. Parents come before children.
- * @param link  a ztLink
- * @param root  a ztRoot; it is searched too
- * @return 1; 0, with the target set to NULL, when there is no such node and always for the identifier -1
- */
+/** Sets a link's target to the first node of a tree with the stored identifier. Parents come before children.
+ *  @param link  a ztLink
+ *  @param root  a ztRoot; it is searched too
+ *  @return 1; 0, with the target set to NULL, when there is no such node and always for the identifier -1 */
 ZT_API int32_t ztLink_resolve(void *link, void *root);
 
 /** Resolves every link of a ztLinkArray with one walk over the tree.

@@ -117,21 +117,19 @@ typedef struct ztTreeReport {
  */
 ZT_API int32_t ztRoot_storeTree(const void *root, void *file);
 
-/**
- * Reads nodes with the identities of their classes, in any order, and attaches each to its parent: the node at
- * the stored distance if it has the parent's identifier, else the first node with that identifier. Without a
- * distance, 0 and -1 stand for no parent. The children of a node are in the order of their records. A cycle of
- * nodes is opened at one of them. No signals are emitted.
- * @param file    an open file, at the first record
- * @param count   the number of records; if negative, reads to the end of the file or to the mark that
- *                ztRoot_saveTree() writes: the file is then behind the mark
- * @param roots   a ztPtrArray; nodes without parent are appended to it in the order of their records, each with
- *                one reference, the caller's
- * @param report  the result; may be NULL
- * @return 1, also when there was nothing to read; 0 when the file is damaged or ends too early, a record has an
- *         unknown class or one that is no ztRoot, a node refuses its parent, or memory is exhausted: then all
- *         nodes that were read are released and @p roots is unchanged
- */
+/** Reads nodes with the identities of their classes, in any order, and attaches each to its parent: the node at
+ *  the stored distance if it has the parent's identifier, else the first node with that identifier. Without a
+ *  distance, 0 and -1 stand for no parent. The children of a node are in the order of their records. A cycle of
+ *  nodes is opened at one of them. No signals are emitted.
+ *  @param file    an open file, at the first record
+ *  @param count   the number of records; if negative, reads to the end of the file or to the mark that
+ *                 ztRoot_saveTree() writes: the file is then behind the mark
+ *  @param roots   a ztPtrArray; nodes without parent are appended to it in the order of their records, each
+ *                 with one reference, the caller's
+ *  @param report  the result; may be NULL
+ *  @return 1, also when there was nothing to read; 0 when the file is damaged or ends too early, a record has
+ *          an unknown class or one that is no ztRoot, a node refuses its parent, or memory is exhausted: then
+ *          all nodes that were read are released and @p roots is unchanged */
 ZT_API int32_t ztRoot_loadTree(void *file, int32_t count, void *roots, ztTreeReport *report);
 
 /**

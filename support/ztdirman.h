@@ -12,13 +12,11 @@
 
 ZT_BEGIN_C
 
-/**
- * Called by ztDm_enumFiles() for each file that it finds.
- * @param path      directory and name; valid during the call, like @p name
- * @param name      the name alone
- * @param userData  the argument of the walk
- * @return ignored
- */
+/** Called by ztDm_enumFiles() for each file that it finds.
+ *  @param path      directory and name; valid during the call, like @p name
+ *  @param name      the name alone
+ *  @param userData  the argument of the walk
+ *  @return ignored */
 typedef int32_t (*ztDmFileCallback)(const char *path, const char *name, void *userData);
 
 /** Makes no directory; use the system's `mkdir`.
