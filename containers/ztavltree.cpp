@@ -11,7 +11,7 @@ using namespace ztcore;
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
 
-// No tree has more items than its size can tell.
+// NULL when the count is at its maximum.
 static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {
   if (tree->count >= INT32_MAX) return nullptr;
   return static_cast<ztAvlTreeItem *>(makeItem(tree, use, element));
@@ -22,8 +22,7 @@ static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
-// Deletes items that were taken out of the tree with all that hang below. Whoever ends the tree meanwhile
-// deletes the rest of them.
+// Deletes removed items and all below them. If the tree is destroyed meanwhile, that deletes the rest.
 static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
   ContainerUse use(tree);
   while (item != nullptr) {
@@ -42,15 +41,13 @@ static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
   }
 }
 
-// Brings both children nearer while an element is compared, which hides most of the wait for memory in a
-// tree that is larger than the caches.
+// Prefetches both children during a comparison, which hides most of the memory latency of a large tree.
 static void fetchBelow(const ztAvlTreeItem *item) {
   __builtin_prefetch(item->left);
   __builtin_prefetch(item->right);
 }
 
-// Elements can be compared with the key. A NULL is one where pointers are kept; what it is to a foreign
-// item manager, that one knows.
+// Whether elements can be compared with the key. NULL is a valid key for pointers and for host item managers.
 static bool canCompare(const ztAvlTree *tree, const void *key) {
   if (tree->compareFunction == nullptr) return false;
   const bool isOwn = tree->itemManager == tree || tree->itemManager == nullptr;
@@ -67,7 +64,7 @@ static ztAvlTreeItem *rotate(ztAvlTreeItem *item) {
   if (child->balance != -lean) {
     treeLink(item, right) = treeLink(child, !right);
     treeLink(child, !right) = item;
-    // An even child occurs after a removal only; the height then stays as it was.
+    // An even child occurs only after a removal; the height then stays the same.
     item->balance = child->balance == 0 ? lean : 0;
     child->balance = child->balance == 0 ? -lean : 0;
     return child;
@@ -87,14 +84,14 @@ static ztAvlTreeItem *rotate(ztAvlTreeItem *item) {
 
 namespace {
 
-// Where a new item goes. The probe stands above the root, which is its right link.
+// The position for a new item. The probe is above the root, which is its right link.
 struct Place {
   ztAvlTreeItem *parent;
   bool right;
-  // The last uneven item on the way down, or else the root: the only one that can come to lean by 2.
+  // The last uneven item on the way down, or the root: the only one that can lean by 2 afterwards.
   ztAvlTreeItem *top;
   ztAvlTreeItem *aboveTop;
-  bool goesRight[treeHeight];  // from the top on
+  bool goesRight[treeHeight];  // from the top down
 };
 
 }  // namespace
@@ -125,7 +122,7 @@ static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAv
   ztAvlTreeItem *top = place.top == nullptr ? probe->right : place.top;
   int depth = 0;
   for (ztAvlTreeItem *item = top; item != added; item = treeLink(item, place.goesRight[depth++])) {
-    // Noted on the same way down.
+    // Set during the search.
     item->balance += place.goesRight[depth] ? 1 : -1;  // NOLINT(clang-analyzer-core.uninitialized.Branch)
   }
   if (top->balance == 2 || top->balance == -2) {
@@ -141,7 +138,7 @@ static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
   return !tree->allowDuplicate && ztAvlTree_of(tree)->find(tree, probe->data) != nullptr;
 }
 
-// Adds a new item for the element. The probe holds the element too, as the key of all comparisons.
+// Adds a new item for the element. The probe also holds the element, as the key of all comparisons.
 static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
                              const void *element) {
   Place place;
@@ -149,7 +146,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTree
   ztAvlTreeItem *added = newItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
-    // The making of the item came back into the tree.
+    // Making the item called the tree again.
     if (tree->compareFunction == nullptr || isRefused(tree, probe)) {
       deleteItem(tree, added);
       return nullptr;
@@ -160,7 +157,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTree
   return added;
 }
 
-// The item that holds an element of the tree, or NULL.
+// The item of an element in the tree, or NULL.
 static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
   ztAvlIterator walk;
   ztAvlIterator_ctor(&walk, 1);
@@ -171,7 +168,7 @@ static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
   return item;
 }
 
-// The first element of all needs no place to be found.
+// The first element needs no search.
 static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
   tree->root = item;
   ++tree->count;
@@ -185,7 +182,7 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
     deleteItem(tree, probe);
     return nullptr;
   }
-  // Whoever ends the tree meanwhile deletes the probe.
+  // If the tree is destroyed meanwhile, that deletes the probe.
   use->setItems(probe);
   ztAvlTreeItem *added = isRefused(tree, probe) ? nullptr : insert(tree, *use, probe, element);
   if (use->ended()) return nullptr;
@@ -200,13 +197,13 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
-  // What a call that was left had still to delete.
+  // Items that an abandoned call had to delete.
   while (void *rest = takeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
   if (use.ended()) return nullptr;
   const bool isFirst = tree.root == nullptr;
   ztAvlTreeItem *item = newItem(&tree, use, element);
   if (item == nullptr) return nullptr;
-  // The making of the first item may have pushed another: it is a probe then.
+  // Making the first item may have pushed another: the item is a probe then.
   if (isFirst && tree.root == nullptr) return pushFirst(&tree, item);
   return pushBesides(&tree, &use, item, element);
 }
@@ -215,7 +212,7 @@ static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
 
 namespace {
 
-// The way from the root down to an item: what was passed, and to which side it was left.
+// The path from the root down to an item: the items passed, and the side taken at each.
 struct Path {
   ztAvlTreeItem *items[treeHeight];
   bool wentRight[treeHeight];
@@ -230,7 +227,7 @@ static ztAvlTreeItem *step(Path *path, ztAvlTreeItem *item, bool right) {
   return treeLink(item, right);
 }
 
-// The link that leads to the end of the path.
+// The link to the end of the path.
 static ztAvlTreeItem *&linkAtEnd(ztAvlTree *tree, const Path &path) {
   if (path.depth == 0) return tree->root;
   return treeLink(path.items[path.depth - 1], path.wentRight[path.depth - 1]);
@@ -244,8 +241,7 @@ static void exchangeBytes(char *first, char *second, size_t size) {
   }
 }
 
-// Exchanges all that two items carry beside their place in the tree: the element, and whatever subclasses
-// add to it.
+// Exchanges the contents of two items, but not their links: the element and what subclasses add.
 static void exchangeContents(ztAvlTreeItem *first, ztAvlTreeItem *second) {
   void *data = first->data;
   first->data = second->data;
@@ -258,8 +254,8 @@ static void exchangeContents(ztAvlTreeItem *first, ztAvlTreeItem *second) {
                 size - sizeof(ztAvlTreeItem));
 }
 
-// Takes the item at the end of the path, or its successor in its stead, out of the tree. The path then
-// leads to where one item less hangs. Returns the item taken, which carries the element to release.
+// Removes the item at the end of the path, or its successor in its place. The path then leads to the subtree
+// that has lost an item. Returns the removed item, with the element to release.
 static ztAvlTreeItem *unlinkItem(ztAvlTree *tree, Path *path, ztAvlTreeItem *item) {
   if (item->left == nullptr || item->right == nullptr) {
     linkAtEnd(tree, *path) = item->left != nullptr ? item->left : item->right;
@@ -272,7 +268,7 @@ static ztAvlTreeItem *unlinkItem(ztAvlTree *tree, Path *path, ztAvlTreeItem *ite
   return successor;
 }
 
-// Restores the balances from the end of the path upwards, where a subtree has become one lower.
+// Restores the balances upwards from the end of the path, where a subtree has lost a level.
 static void rebalance(ztAvlTree *tree, Path *path) {
   while (path->depth > 0) {
     --path->depth;
@@ -303,7 +299,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   rebalance(&tree, &path);
   --tree.count;
   noteRemoved(&tree);
-  // Last, since the end of an element may call back into the tree.
+  // Last, because the element that is destroyed may call the tree.
   deleteItem(&tree, item);
   return 1;
 }
@@ -343,7 +339,7 @@ void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *fo
 
 namespace {
 
-// Every sequence container lists first, of its own methods, the one that appends an element.
+// The first own method of every sequence container appends an element.
 struct ZT_MAY_ALIAS OutputMethods {
   ztSequenceContainer_METHODS
   void *(*append)(void *container, const void *element);
@@ -357,7 +353,7 @@ static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output)
   if (!tree.allowDuplicate) return 0;
   if (!ztOOP_isClassOf(output, ztSequenceContainer_classname_)) return 0;
   if (tree.root != nullptr && !canCompare(&tree, key)) return 0;
-  // Collected first, since the output may be the very tree that is searched.
+  // Collected first, because the output may be the tree that is searched.
   EqualItems found;
   collectEqual(&tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
@@ -367,7 +363,7 @@ static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output)
     source.setSource(ownOfElement(&tree, found.items[i]->data));
     methods->append(output, found.items[i]->data);
     if (target.ended()) return 0;
-    // Where the copying of an element takes others out, those found may be gone.
+    // If copying an element removes others, the found ones may be gone.
     if (source.ended() || source.removed()) break;
   }
   return methods->getSize(output);
@@ -391,7 +387,7 @@ static int32_t treeCreate(ztAvlTree &tree) {
 static void treeDestroy(ztAvlTree &tree) {
   ztAvlTree_of(&tree)->empty(&tree);
   for (;;) {
-    // What elements put in at their end, and what calls that are under way had to delete.
+    // What destroyed elements added, and what calls under way had to delete.
     if (tree.root != nullptr) {
       treeEmpty(tree);
     } else if (void *rest = takeItems(&tree)) {
@@ -409,7 +405,7 @@ static void *treeClone(const void *object, void *target) {
   copy->root = nullptr;
   copy->count = 0;
   const auto *source = static_cast<const ztAvlTree *>(object);
-  // Only the map that makes such items can copy them, and fills the copy itself.
+  // Only the map that makes such items can copy them; it fills the copy itself.
   if (ztOOP_isClassOf(source->root, ztMapItem_classname_)) return copy;
   const auto elementOf = [](const ztAvlTreeItem *item) -> const void * { return item->data; };
   const auto ownOf = [copy](const ztAvlTreeItem *item) { return ownOfElement(copy, item->data); };
