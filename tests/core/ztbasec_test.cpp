@@ -2,6 +2,7 @@
 
 #include "core/ztmem.h"
 #include "io/ztfile.h"
+#include "io/ztstring.h"
 #include "support/ztalloc.h"
 #include "support/ztstdalloc.h"
 #include "tests/helpers/abstract_slot.hh"
@@ -10,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -29,7 +29,7 @@ bool recordsFreedClasses;
 
 }  // namespace
 
-// Hill, Peak and Summit: a chain with fields, abstract methods and super calls.
+// Hill and Peak: a chain with fields, abstract methods, an empty slot and super calls.
 #define Hill_FIELDS  \
   ztBaseClass_FIELDS \
   int32_t height;
@@ -39,11 +39,8 @@ bool recordsFreedClasses;
   const char *(*shape)(const void *hill);
 ZT_DECLARE_CLASS(Hill)
 #define Peak_FIELDS Hill_FIELDS double snow;
-#define Peak_METHODS Hill_METHODS
+#define Peak_METHODS Hill_METHODS int32_t (*wave)(void *peak);
 ZT_DECLARE_CLASS(Peak)
-#define Summit_FIELDS Peak_FIELDS int32_t flag;
-#define Summit_METHODS Peak_METHODS int32_t (*wave)(void *summit);
-ZT_DECLARE_CLASS(Summit)
 
 static int32_t hillCreate(void *hill) {
   if (!ztBaseClass_table()->create(hill)) return 0;
@@ -76,30 +73,14 @@ static int32_t peakClimb(void *) {
   return 7;
 }
 
-static int32_t peakRead(void *peak, void *file) {
-  if (!Hill_table()->read(peak, file)) return 0;
-  return ztFile_of(file)->readFloat(file, &static_cast<Peak *>(peak)->snow);
-}
-
-static int32_t peakWrite(const void *peak, void *file) {
-  if (!Hill_table()->write(peak, file)) return 0;
-  return ztFile_of(file)->writeFloat(file, static_cast<const Peak *>(peak)->snow);
-}
-
 static void peakMethods(PeakMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, peakCreate);
   ZT_OVERRIDE_METHOD(methods, climb, peakClimb);
-  ZT_OVERRIDE_METHOD(methods, read, peakRead);
-  ZT_OVERRIDE_METHOD(methods, write, peakWrite);
-}
-
-static void summitMethods(SummitMethods *methods) {
   methods->wave = nullptr;
 }
 
 ZT_DEFINE_CLASS(Hill, ztBaseClass, hillMethods)
 ZT_DEFINE_CLASS(Peak, Hill, peakMethods)
-ZT_DEFINE_CLASS(Summit, Peak, summitMethods)
 
 // Cave, of version 7 with all class functions of its own; Grotto has them too, and one test uses it.
 #define Cave_FIELDS ztBaseClass_FIELDS
@@ -134,13 +115,7 @@ static void caveFunctions(CaveFunctions *functions) {
 ZT_DEFINE_CLASS_FULL(Cave, ztBaseClass, noMethods, 7, CaveFunctions, caveFunctions)
 ZT_DEFINE_CLASS_FULL(Grotto, ztBaseClass, noMethods, 1, CaveFunctions, caveFunctions)
 
-// Classes whose instances and parts nothing uses but one test.
-#define Island_FIELDS ztBaseClass_FIELDS
-#define Island_METHODS ztBaseClass_METHODS
-ZT_DECLARE_CLASS(Island)
-#define Atoll_FIELDS Island_FIELDS
-#define Atoll_METHODS Island_METHODS
-ZT_DECLARE_CLASS(Atoll)
+// Ridge, Spur and Taken are used by one test only; the name of Alias a test may change.
 #define Ridge_FIELDS ztBaseClass_FIELDS
 #define Ridge_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Ridge)
@@ -150,13 +125,10 @@ ZT_DECLARE_CLASS(Spur)
 #define Taken_FIELDS ztBaseClass_FIELDS
 #define Taken_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Taken)
-// A class whose name a test may change.
 #define Alias_FIELDS ztBaseClass_FIELDS
 #define Alias_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Alias)
 
-ZT_DEFINE_CLASS(Island, ztBaseClass, noMethods)
-ZT_DEFINE_CLASS(Atoll, Island, noMethods)
 ZT_DEFINE_CLASS(Ridge, ztBaseClass, noMethods)
 ZT_DEFINE_CLASS(Spur, Ridge, noMethods)
 ZT_DEFINE_CLASS(Taken, ztBaseClass, noMethods)
@@ -255,39 +227,11 @@ Events eventsOf(const std::function<void()> &work) {
   return events;
 }
 
-// The library's classes; what a host's do with NULL, say, is the host's.
-std::vector<const ztClassEntry *> libraryClasses() {
-  std::vector<const ztClassEntry *> classes;
-  for (const ztClassEntry *entry = ztOOP_classList(); entry != nullptr; entry = entry->next) {
-    if (strncmp(entry->name, "zt", 2) == 0) classes.push_back(entry);
-  }
-  EXPECT_GE(classes.size(), 62U);
-  return classes;
-}
-
-bool isZero(const void *memory, size_t size) {
-  const auto *bytes = static_cast<const char *>(memory);
-  return std::all_of(bytes, bytes + size, [](char byte) { return byte == 0; });
-}
-
 ztClassFunctions *functionsOf(const ztClass *klass) {
   return static_cast<ztClassFunctions *>(klass->classTable);
 }
 
 // The base class ----------------------------------------------------------------------------------
-
-TEST(ztBaseClass, DescriptorAndTablesAreFilled) {
-  const ztClass *klass = ztBaseClassClass_Instance();
-  EXPECT_EQ(klass->parent, nullptr);
-  EXPECT_EQ(klass->instanceSize, 16);
-  EXPECT_STREQ(klass->name, "ztBaseClass");
-  EXPECT_EQ(klass->name, ztBaseClass_classname_);
-  const auto *methods = static_cast<void *const *>(klass->methodTable);
-  for (int slot = 0; slot < 16; ++slot) EXPECT_EQ(methods[slot] == nullptr, slot == 3) << slot;
-  const auto *functions = static_cast<void *const *>(klass->classTable);
-  for (const int slot : {3, 8, 9}) EXPECT_EQ(functions[slot], nullptr) << slot;
-  for (const int slot : {10, 11}) EXPECT_NE(functions[slot], nullptr) << slot << ": of identities";
-}
 
 TEST(ztBaseClass, DefaultOperationsSucceedAndDoNothing) {
   const Object object(ztBaseClass_ctor);
@@ -302,13 +246,6 @@ TEST(ztBaseClass, DefaultOperationsSucceedAndDoNothing) {
   object->classInstanceDestroy(ztOOP_classOf(object));
   object->destroy(object);
   EXPECT_EQ(object->getRefCount(object), 1);
-}
-
-TEST(ztBaseClass, ComparisonsAreAbstract) {
-  const Object object(ztBaseClass_ctor);
-  for (const auto slot : {object->isEqual, object->isLess, object->isMajor}) {
-    EXPECT_EQ(textOfAbstract(slot, object), virtualCall("ztBaseClass"));
-  }
 }
 
 TEST(ztBaseClass, CloneCopiesTheWholeInstanceWithItsHeader) {
@@ -345,10 +282,12 @@ TEST(ztBaseClass, OperationsTakeNull) {
   EXPECT_EQ(object->getRefCount(object), 1);
 }
 
-// Every registered class --------------------------------------------------------------------------
-
+// Of the library; what a host's does with NULL is the host's.
 TEST(EveryClass, AnswersNullWithNothing) {
-  for (const ztClassEntry *entry : libraryClasses()) {
+  int classes = 0;
+  for (const ztClassEntry *entry = ztOOP_classList(); entry != nullptr; entry = entry->next) {
+    if (strncmp(entry->name, "zt", 2) != 0) continue;
+    ++classes;
     SCOPED_TRACE(entry->name);
     const Object object(entry->ctor);
     EXPECT_EQ(object->create(nullptr), 0);
@@ -362,98 +301,21 @@ TEST(EveryClass, AnswersNullWithNothing) {
     EXPECT_EQ(object->getRefCount(nullptr), 0);
     EXPECT_EQ(object->getRefCount(object), 1);
   }
-}
-
-TEST(EveryClass, FollowsTheProtocol) {
-  for (const ztClassEntry *entry : libraryClasses()) {
-    SCOPED_TRACE(entry->name);
-    const ztClass *klass = ztOOP_classOf(entry->prototype);
-    EXPECT_STREQ(klass->name, entry->name);
-    EXPECT_EQ(klass->version, 1U);
-    EXPECT_EQ(klass->initialised, 1U);
-    EXPECT_EQ(klass->spare, 0U);
-    EXPECT_EQ(ztOOP_findClass(entry->name), klass);
-    EXPECT_EQ(static_cast<ztBaseClass *>(entry->prototype)->refCount, 1);
-    EXPECT_EQ(ztBaseClass_of(entry->prototype)->emptySlot, nullptr);
-
-    const ztClassFunctions *functions = functionsOf(klass);
-    EXPECT_EQ(functions->ctor, entry->ctor);
-    EXPECT_EQ(functions->classDestroy, entry->classDestroy);
-    EXPECT_EQ(functions->allocator, nullptr);
-    EXPECT_NE(functions->InitTable, nullptr);
-
-    void *object = functions->newop();
-    ASSERT_NE(object, nullptr);
-    EXPECT_EQ(ztOOP_classOf(object), klass);
-    EXPECT_EQ(static_cast<ztBaseClass *>(object)->refCount, 1);
-    EXPECT_EQ(functions->Version(nullptr, object), 1U);
-    EXPECT_STREQ(functions->ClassName(nullptr, object), entry->name);
-    EXPECT_EQ(functions->IsClass(nullptr, object, entry->name), 1);
-    EXPECT_EQ(functions->IsClassOf(nullptr, object, entry->name), 1);
-    EXPECT_EQ(functions->IsClassOf(nullptr, object, "ztBaseClass"), 1);
-    EXPECT_EQ(functions->IsClass(nullptr, object, "ztBaseClass"), klass == ztBaseClassClass_Instance());
-    EXPECT_EQ(functions->IsClassOf(nullptr, object, "zt"), 0);
-    EXPECT_EQ(ztBaseClass_of(object)->Allocator(object), nullptr);
-    ztm_free(object);
-  }
+  EXPECT_GE(classes, 62);
 }
 
 // Host classes ------------------------------------------------------------------------------------
 
 TEST(HostClass, BuildsTheSameTableAgain) {
-  const Object summit(Summit_ctor);
-  SummitMethods before;
-  memcpy(&before, Summit_table(), sizeof before);
+  const Object peak(Peak_ctor);
+  PeakMethods before;
+  memcpy(&before, Peak_table(), sizeof before);
   events.clear();
-  SummitInitTable(summit);
-  HillInitTable(summit);
-  ztBaseClassInitTable(summit);
-  EXPECT_EQ(memcmp(&before, Summit_table(), sizeof before), 0);
+  PeakInitTable(peak);
+  HillInitTable(peak);
+  ztBaseClassInitTable(peak);
+  EXPECT_EQ(memcmp(&before, Peak_table(), sizeof before), 0);
   EXPECT_EQ(events, Events());
-}
-
-TEST(HostClass, IsZeroButForItsTablesUntilItIsUsed) {
-  const ztClass *island = IslandClass_Instance();
-  EXPECT_TRUE(isZero(island, offsetof(ztClass, classTable)));
-  EXPECT_TRUE(isZero(island->classTable, sizeof(ztClassFunctions)));
-  EXPECT_TRUE(isZero(island->methodTable, sizeof(IslandMethods)));
-  EXPECT_EQ(ztOOP_findClass("Island"), nullptr);
-
-  use(Atoll_ctor);
-  EXPECT_EQ(island->initialised, 1U);
-  EXPECT_STREQ(island->name, "Island");
-  EXPECT_EQ(island->parent, ztBaseClassClass_Instance());
-  EXPECT_EQ(island->instanceSize, 16);
-  EXPECT_FALSE(ztOOP_isClassRegistered("Island"));
-  EXPECT_TRUE(ztOOP_isClassRegistered("Atoll"));
-
-  const Object made(Island_newop());
-  EXPECT_TRUE(ztOOP_isClassRegistered("Island"));
-  const ztClassFunctions *functions = functionsOf(island);
-  EXPECT_EQ(functions->newop, Island_newop);
-  EXPECT_EQ(functions->ctor, Island_ctor);
-  EXPECT_EQ(functions->InitTable, IslandInitTable);
-  EXPECT_EQ(functions->allocator, nullptr);
-  EXPECT_EQ(functions->Version, IslandVersion);
-  EXPECT_EQ(functions->ClassName, IslandClassName);
-  EXPECT_EQ(functions->IsClass, IslandIsClass);
-  EXPECT_EQ(functions->IsClassOf, IslandIsClassOf);
-  EXPECT_EQ(functions->classInit, nullptr);
-  EXPECT_EQ(functions->classDestroy, nullptr);
-}
-
-TEST(HostClass, TableHoldsItsOwnAndItsParentsMethods) {
-  use(Summit_ctor);
-  EXPECT_EQ(Hill_table()->Allocator, HillAllocator);
-  EXPECT_EQ(Peak_table()->Allocator, PeakAllocator);
-  EXPECT_EQ(Summit_table()->Allocator, SummitAllocator);
-  EXPECT_EQ(Hill_table()->create, hillCreate);
-  EXPECT_EQ(Peak_table()->create, peakCreate);
-  EXPECT_EQ(Summit_table()->create, peakCreate);
-  EXPECT_EQ(Summit_table()->destroy, hillDestroy);
-  EXPECT_EQ(Summit_table()->climb, peakClimb);
-  EXPECT_EQ(Hill_table()->ref, ztBaseClass_table()->ref);
-  EXPECT_EQ(Summit_table()->wave, nullptr);
 }
 
 TEST(HostClass, AbstractMethodsGiveTheHandlersTextAndLogNothing) {
@@ -478,12 +340,12 @@ TEST(HostClass, VirtualFunctionHandlerTakesAnythingAnAbstractMethodTakes) {
 }
 
 TEST(HasMethod, IsSilentForAFilledSlotAndLogsAnEmptyOne) {
-  const Object summit(Summit_ctor);
+  const Object peak(Peak_ctor);
   CapturedLog log;
-  EXPECT_EQ(ZT_HAS_METHOD(Summit, summit, climb), 1);
-  EXPECT_EQ(ZT_HAS_METHOD(Summit, summit, wave), 0);
+  EXPECT_EQ(ZT_HAS_METHOD(Peak, peak, climb), 1);
+  EXPECT_EQ(ZT_HAS_METHOD(Peak, peak, wave), 0);
   const std::string lines =
-      "ztOOP -> Error: Trying to call an uninitialized (NULL) function member: [wave] for class: [Summit]\n"
+      "ztOOP -> Error: Trying to call an uninitialized (NULL) function member: [wave] for class: [Peak]\n"
       "ztOOP -> Hint: Probably a missed ZT_OVERRIDE_METHOD in the classInit function\n";
   EXPECT_EQ(log.output(), lines);
   EXPECT_EQ(log.file(), lines);
@@ -522,21 +384,6 @@ TEST_F(Construction, CtorCreatesWhenAskedAndNewopDoesNot) {
   EXPECT_EQ(peak.fields().snow, 0.5);
 }
 
-TEST_F(Construction, InTheCallersMemoryWithoutCreateTouchesTheHeaderOnly) {
-  Peak peak;
-  memset(&peak, 0x5a, sizeof peak);
-  EXPECT_EQ(Peak_ctor(&peak, 0), &peak);
-  EXPECT_EQ(events, Events());
-  EXPECT_EQ(peak.klass, PeakClass_Instance());
-  EXPECT_EQ(peak.refCount, 1);
-  EXPECT_EQ(peak.height, 0x5a5a5a5a);
-  EXPECT_EQ(Peak_ctor(&peak, 1), &peak);
-  EXPECT_EQ(events, (Events{"hill created", "peak created"}));
-  EXPECT_EQ(peak.refCount, 1);
-  EXPECT_EQ(peak.height, 100);
-  Peak_of(&peak)->destroy(&peak);
-}
-
 TEST_F(Construction, IgnoresTheResultOfCreateWhichFailsWhenTheParentsDoes) {
   createFails = true;
   const OwnedPeak peak(Peak_ctor);
@@ -545,27 +392,6 @@ TEST_F(Construction, IgnoresTheResultOfCreateWhichFailsWhenTheParentsDoes) {
   EXPECT_EQ(peak->create(peak), 0);
   createFails = false;
   EXPECT_EQ(peak->create(peak), 1);
-}
-
-TEST_F(Construction, MakesOnePrototypeForEachClass) {
-  use(Hill_ctor);
-  const auto entryOfHill = [] {
-    const ztClassEntry *entry = ztOOP_classList();
-    while (strcmp(entry->name, "Hill") != 0) entry = entry->next;
-    return *entry;
-  };
-  const ztClassEntry entry = entryOfHill();
-  ASSERT_NE(entry.prototype, nullptr);
-  EXPECT_EQ(ztOOP_classOf(entry.prototype), HillClass_Instance());
-  EXPECT_EQ(entry.ctor, Hill_ctor);
-  EXPECT_EQ(entry.classDestroy, nullptr);
-  const int32_t count = ztOOP_classCount();
-  const ztClassEntry *newest = ztOOP_classList();
-  use(Hill_ctor);
-  const Object made(Hill_newop());
-  EXPECT_EQ(ztOOP_classCount(), count);
-  EXPECT_EQ(ztOOP_classList(), newest);
-  EXPECT_EQ(entryOfHill().prototype, entry.prototype);
 }
 
 TEST_F(Construction, OfAClassWhoseNameIsTakenLeavesTheNameToTheOther) {
@@ -847,20 +673,20 @@ TEST_F(Identity, AFieldWithoutTerminatorEndsAtItsLastByte) {
 }
 
 TEST_F(Identity, EveryPrefixOfARecordIsReadSafely) {
-  const OwnedPeak peak(Peak_ctor);
-  peak.fields().snow = 12.75;
+  const Owned<ztString, ztStringMethods> string(ztString_ctor);
+  string->set(string, "twelve");
   ASSERT_EQ(file->open(file, path.c_str(), "wb"), 1);
-  ASSERT_EQ(functions->classWrite(nullptr, peak, file), 1);
-  ASSERT_EQ(peak->write(peak, file), 1);
+  ASSERT_EQ(functions->classWrite(nullptr, string, file), 1);
+  ASSERT_EQ(string->write(string, file), 1);
   file->close(file);
   const std::string record = contentsOf(path);
-  ASSERT_EQ(record.size(), 112U);
+  ASSERT_GT(record.size(), 110U);
   for (size_t length = 0; length <= record.size(); ++length) {
     const OwnedPeak made = read(record.substr(0, length));
     EXPECT_EQ(made != nullptr, length >= 104) << length;
     if (made == nullptr) continue;
     EXPECT_EQ(made->read(made, file), length == record.size()) << length;
-    EXPECT_TRUE(length < record.size() || made.fields().snow == 12.75);
+    EXPECT_EQ(string->isEqual(made, string) != 0, length == record.size());
   }
 }
 

@@ -207,15 +207,6 @@ TEST(Registry, ObjectsOutliveTheirClassesEntry) {
   EXPECT_EQ(object->getRefCount(object), 1);
 }
 
-TEST(NewFromName, MakesACreatedObject) {
-  const Owned<ztFile, ztFileMethods> file(ztNewFromName("ztFile"));
-  ASSERT_NE(file, nullptr);
-  EXPECT_EQ(file.fields().klass, ztFileClass_Instance());
-  EXPECT_EQ(file.fields().refCount, 1);
-  EXPECT_EQ(file.fields().stream, nullptr);
-  EXPECT_STREQ(file.fields().fileName, "");
-}
-
 TEST(NewFromName, LogsAnUnknownName) {
   CapturedLog log;
   EXPECT_EQ(ztNewFromName("Nobody"), nullptr);

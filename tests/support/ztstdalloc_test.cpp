@@ -1,8 +1,6 @@
-#include "support/ztalloc.h"
+#include "support/ztstdalloc.h"
 
 #include "core/ztmem.h"
-#include "support/ztstdalloc.h"
-#include "tests/helpers/abstract_slot.hh"
 #include "tests/helpers/faults.hh"
 #include "tests/helpers/owned.hh"
 
@@ -12,36 +10,7 @@
 
 namespace {
 
-using OwnedAllocator = Owned<ztAllocator, ztAllocatorMethods>;
-
-TEST(ztAllocator, IsAbstract) {
-  const OwnedAllocator allocator(ztAllocator_ctor);
-  const std::string text = virtualCall("ztAllocator");
-  EXPECT_EQ(textOfAbstract(allocator->allocate, allocator), text);
-  EXPECT_EQ(textOfAbstract(allocator->reallocate, allocator), text);
-  EXPECT_EQ(textOfAbstract(allocator->deallocate, allocator), text);
-  EXPECT_EQ(textOfAbstract(allocator->reserved, allocator), text);
-  EXPECT_EQ(static_cast<const char *>(allocator->allocate(allocator, 8)), text);
-  const OwnedAllocator standard(ztStdAllocator_ctor);
-  EXPECT_EQ(textOfAbstract(standard->reserved, standard), virtualCall("ztStdAllocator"));
-}
-
-TEST(ztAllocator, OverridesNothingOfTheBaseClassNorDoesItsChild) {
-  const OwnedAllocator made(ztStdAllocator_ctor);
-  const auto *base = reinterpret_cast<void *const *>(ztBaseClass_table());
-  const auto *own = reinterpret_cast<void *const *>(ztAllocator_table());
-  const auto *child = reinterpret_cast<void *const *>(ztStdAllocator_table());
-  for (int slot = 1; slot < 16; ++slot) EXPECT_EQ(own[slot], base[slot]) << slot;
-  for (int slot = 1; slot < 16; ++slot) EXPECT_EQ(child[slot], base[slot]) << slot;
-  for (int slot = 16; slot < 20; ++slot) EXPECT_EQ(own[slot], base[7]) << slot;
-  EXPECT_EQ(ztAllocator_table()->Allocator, ztAllocatorAllocator);
-  EXPECT_EQ(ztStdAllocator_table()->Allocator, ztStdAllocatorAllocator);
-  EXPECT_EQ(sizeof(ztAllocatorMethods), 20 * sizeof(void *));
-  EXPECT_EQ(sizeof(ztStdAllocatorMethods), 20 * sizeof(void *));
-  EXPECT_EQ(ztAllocatorClass_Instance()->instanceSize, 16);
-  EXPECT_EQ(ztAllocatorClass_Instance()->parent, ztBaseClassClass_Instance());
-  EXPECT_EQ(ztStdAllocatorClass_Instance()->parent, ztAllocatorClass_Instance());
-}
+using OwnedAllocator = Owned<ztStdAllocator, ztStdAllocatorMethods>;
 
 TEST(ztStdAllocator, HandsOutAndTakesBack) {
   const OwnedAllocator allocator(ztStdAllocator_ctor);
