@@ -277,16 +277,6 @@ TEST(TrackedMemory, CountsItsCalls) {
   EXPECT_EQ(callCounts(), (Calls{before.allocs + 1, before.frees + 1}));
 }
 
-TEST(TrackedMemory, WarnsAboutAnUnknownBlockAndReleasesIt) {
-  void *block = ztm_alloc(3);
-  char address[32];
-  snprintf(address, sizeof address, "%X", static_cast<uint32_t>(reinterpret_cast<uintptr_t>(block)));
-  CapturedLog log;
-  ztm_dbg_free(block, "host.c", 42);
-  EXPECT_EQ(log.file(),
-            std::string("WARNING: Trying to remove an invalid block: ") + address + " : host.c, 42\n");
-}
-
 TEST(TrackedMemory, ABlockReleasedThePlainWayStaysInTheReport) {
   ztm_free(track(64));
   EXPECT_EQ(status().blocks, 1);
