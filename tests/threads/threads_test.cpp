@@ -5,7 +5,6 @@
 #include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/threads/blocks.hh"
-#include "tests/threads/together.hh"
 #include "zentova.h"
 
 #include <gtest/gtest.h>
@@ -13,10 +12,15 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <barrier>
+#include <condition_variable>
+#include <deque>
 #include <map>
+#include <mutex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 // An object with a static property, "level".
@@ -85,6 +89,47 @@ ZT_DEFINE_CLASS(FreshNode, ztRoot, noMethods)
 ZT_DEFINE_CLASS(FreshType, ztIntPropertyType, noMethods)
 
 namespace {
+
+constexpr int threadCount = 4;
+
+// Where each of the threads waits for the others.
+using Meeting = std::barrier<>;
+
+// Runs the work in four threads that begin at once: `work(number, meeting)`.
+template <typename Work>
+void together(const Work &work) {
+  Meeting meeting(threadCount);
+  std::vector<std::thread> threads;
+  for (int number = 0; number < threadCount; ++number) {
+    threads.emplace_back([&, number] {
+      meeting.arrive_and_wait();
+      work(number, meeting);
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+}
+
+// Objects on their way from one thread to another.
+class Handover {
+ public:
+  void push(void *object) {
+    const std::lock_guard locked(mutex);
+    waiting.push_back(object);
+    arrived.notify_one();
+  }
+  void *pop() {
+    std::unique_lock locked(mutex);
+    arrived.wait(locked, [this] { return !waiting.empty(); });
+    void *object = waiting.front();
+    waiting.pop_front();
+    return object;
+  }
+
+ private:
+  std::mutex mutex;
+  std::condition_variable arrived;
+  std::deque<void *> waiting;
+};
 
 // Not fewer than two, so that something is there before each round but the first.
 int rounds(int number) {
