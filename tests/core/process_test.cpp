@@ -392,13 +392,18 @@ TEST(ClassHooks, MayStopTheEngineWhileTheirClassIsRegistered) {
 
 // Replaces the addresses that the host told, which differ from run to run, by '@'.
 std::string withoutAddresses(std::string text) {
-  const std::string told = "address ";
+  static const std::string told = "address ";
   for (size_t at = text.find(told); at != std::string::npos; at = text.find(told)) {
     const size_t end = text.find('\n', at);
     const std::string address = text.substr(at + told.size(), end - at - told.size());
     text.erase(at, end - at + 1);
-    for (size_t i = text.find(address); i != std::string::npos; i = text.find(address)) {
-      text.replace(i, address.size(), "@");
+    for (const char *frame : {"0x%,", " % :"}) {
+      std::string wanted = frame;
+      const size_t place = wanted.find('%');
+      wanted.replace(place, 1, address);
+      for (size_t i = text.find(wanted); i != std::string::npos; i = text.find(wanted)) {
+        text.replace(i + place, address.size(), "@");
+      }
     }
   }
   return text;
