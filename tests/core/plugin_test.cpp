@@ -5,123 +5,93 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <ostream>
+
 namespace {
 
-const std::string ending = freeing + cleaning + cleaned;
 const std::string pumpGoes = "instances go Pump\nclass goes Pump\n";
+const std::string meterGoes = "instances go Meter\nclass goes Meter\n";
 
-std::string notInstalled(const std::string &name) {
-  return "ztOOP::ztNewFromName - Error, class '" + name + "' not installed\n";
-}
-
-// What a linked host that loads plugins prints behind the library's start.
-std::string pluginRun(const char *scenario, int rounds = 0) {
+// What a linked host that loads plugins prints.
+std::string linkedRun(const std::string &scenario, int rounds = 0) {
   HostProcess host;
-  const int status = host.run("loaded_plugins", {scenario, ZT_HOSTS_FOLDER, std::to_string(rounds)});
-  const std::string output = host.output();
-  EXPECT_EQ(status, 0) << output;
-  const std::string start = loading + banner;
-  EXPECT_EQ(output.substr(0, start.size()), start);
-  return output.substr(std::min(start.size(), output.size()));
-}
-
-TEST(Plugin, TakesItsClassesWithItWhenItIsClosed) {
-  EXPECT_EQ(pluginRun("used"), pumpGoes + notInstalled("Pump") + notInstalled("Valve") +
-                                   notInstalled("FlowPropertyType") + ending);
-}
-
-TEST(Plugin, MayBeClosedUnused) {
-  EXPECT_EQ(pluginRun("unused"), ending);
-}
-
-TEST(Plugin, LeavesTheClassesOfOthersWhenItIsClosed) {
-  EXPECT_EQ(pluginRun("one-of-two"),
-            "instances go Turbine\n" + notInstalled("Turbine") + notInstalled("Mixer") + pumpGoes + ending);
-}
-
-TEST(Plugin, LeavesTheClassThatAnotherOneRegisteredUnderTheSameName) {
-  EXPECT_EQ(pluginRun("one-name"), notInstalled("Pump") + ending);
-}
-
-TEST(Plugin, StaysAsLongAsAClassOfAnotherOneDerivesFromItsOwn) {
-  EXPECT_EQ(pluginRun("parent-first"),
-            "instances go Turbine\n" + notInstalled("Turbine") + notInstalled("Pump") + ending);
-}
-
-TEST(Plugin, ClosedUnderAnObjectLeavesTheRegistryWhole) {
-  EXPECT_EQ(pluginRun("object-alive"), pumpGoes + notInstalled("Pump") + ending);
-}
-
-TEST(Plugin, TakesItsPropertyTypesOutOfThePropertiesOfOthers) {
-  EXPECT_EQ(pluginRun("type"),
-            pumpGoes + freeing + cleaning + "instances go Meter\nclass goes Meter\n" + cleaned);
-}
-
-TEST(Plugin, LeftOpenGoesAtTheEndAheadOfTheProgramsOwnClasses) {
-  EXPECT_EQ(pluginRun("open"),
-            "end\n" + pumpGoes + freeing + cleaning + "instances go Meter\nclass goes Meter\n" + cleaned);
-}
-
-TEST(Plugin, MayBeClosedByAnExitHandler) {
-  EXPECT_EQ(pluginRun("at-exit"), "closing\n" + pumpGoes + notInstalled("Pump") + ending);
-}
-
-TEST(Plugin, MayBeClosedAfterTheCleanUp) {
-  EXPECT_EQ(pluginRun("after-clean-up"),
-            cleaning + pumpGoes + cleaned + banner + pumpGoes + notInstalled("Pump") + ending);
-}
-
-TEST(Plugin, LeavesNothingInAThousandRounds) {
-  EXPECT_NE(pluginRun("rounds", scale(1000)), "");
-}
-
-// A host that is not linked to the library -------------------------------------------------------
-
-std::string unlinkedRun(const char *scenario, int rounds = 0) {
-  HostProcess host;
-  const std::string plugin = ZT_HOSTS_FOLDER "/libplugin_pump.so";
-  const int status = host.run("dlopen_plugins", {scenario, ZT_LIBRARY, plugin, std::to_string(rounds)});
-  EXPECT_EQ(status, 0) << (rounds == 0 ? host.output() : "");
+  EXPECT_EQ(host.run("loaded_plugins", {scenario, ZT_HOSTS_FOLDER, std::to_string(rounds)}), 0)
+      << host.output();
   return host.output();
 }
 
-TEST(Plugin, GoesAheadOfTheLibraryThatWasClosedFirst) {
-  EXPECT_EQ(unlinkedRun("library-first"), loading + banner + pumpGoes + ending + "closed\n");
+// The same of a host that is not linked to the library.
+std::string unlinkedRun(const std::string &scenario, int rounds = 0) {
+  HostProcess host;
+  const std::string plugin = ZT_HOSTS_FOLDER "/libplugin_pump.so";
+  EXPECT_EQ(host.run("dlopen_plugins", {scenario, ZT_LIBRARY, plugin, std::to_string(rounds)}), 0)
+      << (rounds == 0 ? host.output() : "");
+  return host.output();
 }
 
-TEST(Plugin, LeavesTheLibraryThatTheHostLoaded) {
-  EXPECT_EQ(unlinkedRun("plugin-first"),
-            loading + banner + pumpGoes + "plugin closed\n" + ending + "closed\n");
+struct PluginRun {
+  const char *behaviour;
+  std::string (*run)(const std::string &scenario, int rounds);
+  const char *scenario;
+  std::string printed;  // behind the library's start
+};
+
+std::ostream &operator<<(std::ostream &out, const PluginRun &row) {
+  return out << row.scenario;
 }
 
-TEST(Plugin, LeftOpenGoesWithTheCleanUpOfALibraryThatItBrought) {
-  EXPECT_EQ(unlinkedRun("open"), loading + banner + "end\n" + cleaning + pumpGoes + cleaned + freeing);
+class Plugin : public testing::TestWithParam<PluginRun> {};
+
+TEST_P(Plugin, Goes) {
+  EXPECT_EQ(GetParam().run(GetParam().scenario, 0), loading + banner + GetParam().printed);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , Plugin,
+    testing::Values(
+        PluginRun{"WithItsClassesWhenItIsClosed", linkedRun, "used",
+                  pumpGoes + notInstalled("Pump") + notInstalled("Valve") + notInstalled("FlowPropertyType") +
+                      ending},
+        PluginRun{"Unused", linkedRun, "unused", ending},
+        PluginRun{
+            "WithoutTheClassesOfOthers", linkedRun, "one-of-two",
+            "instances go Turbine\n" + notInstalled("Turbine") + notInstalled("Mixer") + pumpGoes + ending},
+        PluginRun{"WithoutTheClassThatAnotherOneRegisteredUnderTheSameName", linkedRun, "one-name",
+                  notInstalled("Pump") + ending},
+        PluginRun{"NoSoonerThanTheOneWhoseClassDerivesFromItsOwn", linkedRun, "parent-first",
+                  "instances go Turbine\n" + notInstalled("Turbine") + notInstalled("Pump") + ending},
+        PluginRun{"UnderAnObjectAndLeavesTheRegistryWhole", linkedRun, "object-alive",
+                  pumpGoes + notInstalled("Pump") + ending},
+        PluginRun{"WithItsPropertyTypesInThePropertiesOfOthers", linkedRun, "type",
+                  pumpGoes + freeing + cleaning + meterGoes + cleaned},
+        PluginRun{"AheadOfTheProgramsOwnClassesWhenLeftOpen", linkedRun, "open",
+                  "end\n" + pumpGoes + freeing + cleaning + meterGoes + cleaned},
+        PluginRun{"ByAnExitHandler", linkedRun, "at-exit",
+                  "closing\n" + pumpGoes + notInstalled("Pump") + ending},
+        PluginRun{"AfterTheCleanUp", linkedRun, "after-clean-up",
+                  cleaning + pumpGoes + cleaned + banner + pumpGoes + notInstalled("Pump") + ending},
+        PluginRun{"AheadOfTheLibraryThatWasClosedFirst", unlinkedRun, "library-first",
+                  pumpGoes + ending + "closed\n"},
+        PluginRun{"BeforeTheLibraryThatTheHostLoaded", unlinkedRun, "plugin-first",
+                  pumpGoes + "plugin closed\n" + ending + "closed\n"},
+        PluginRun{"WithTheCleanUpOfALibraryThatItBrought", unlinkedRun, "open",
+                  "end\n" + cleaning + pumpGoes + cleaned + freeing}),
+    [](const auto &row) { return std::string(row.param.behaviour); });
+
+TEST(PluginRounds, LeaveNothing) {
+  EXPECT_NE(linkedRun("rounds", scale(1000)), "");
 }
 
 #ifndef __SANITIZE_ADDRESS__
-// Lets the allocator of the programs that are started keep no freed blocks aside, which it counts as
-// allocated.
-class WithoutCache {
- public:
-  WithoutCache() {
-    setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
-  }
-  ~WithoutCache() {
-    unsetenv("GLIBC_TUNABLES");
-  }
-};
-
-TEST(Plugin, ThatBringsTheLibraryLeavesNothingInAThousandRounds) {
-  const WithoutCache withoutCache;
+// The allocator of the programs that are started must keep no freed blocks aside, which it counts as allocated.
+TEST(PluginRounds, LeaveNothingOfTheLibraryEither) {
+  setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
   unlinkedRun("plugin-rounds", scale(1000));
-}
-
-TEST(DlopenHost, LeavesNothingInAThousandRoundsOfTheLibrary) {
-  const WithoutCache withoutCache;
   unlinkedRun("library-rounds", scale(1000));
+  unsetenv("GLIBC_TUNABLES");
 }
 #else
-TEST(Plugin, ThatBringsTheLibraryMayBeLoadedAHundredTimes) {
+TEST(PluginRounds, MayBringTheLibraryAHundredTimes) {
   EXPECT_NE(unlinkedRun("plugin-rounds", 100), "");
 }
 #endif

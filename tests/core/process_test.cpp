@@ -7,126 +7,109 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
-#include <set>
 #include <sstream>
 #include <thread>
 
 namespace {
 
-const std::string ending = freeing + cleaning + cleaned;
-
-std::string notInstalled(const std::string &name) {
-  return "ztOOP::ztNewFromName - Error, class '" + name + "' not installed\n";
-}
+using Texts = std::vector<std::string>;
 
 // A linked host ---------------------------------------------------------------------------------
 
-TEST(LinkedHost, LoadsUsesAndEnds) {
+class LinkedHost : public testing::Test {
+ protected:
+  // Runs a host, and compares what it prints behind the library's start.
+  void printsIn(const std::string &program, const Texts &arguments, const std::string &printed) {
+    ASSERT_EQ(host.run(program, arguments), 0) << host.output();
+    EXPECT_EQ(host.output(), loading + banner + printed);
+  }
+  // The same for a host whose log ends when the engine stops first.
+  void runs(const std::string &program, const Texts &arguments, const std::string &printed,
+            const std::string &logged = cleaning + cleaned) {
+    printsIn(program, arguments, printed);
+    EXPECT_EQ(host.log(), banner + logged);
+  }
+
   HostProcess host;
-  ASSERT_EQ(host.run("plain"), 0) << host.output();
-  EXPECT_EQ(host.output(),
-            loading + banner + "host starts\n" + notInstalled("Nobody") + "host ends\n" + ending);
-  EXPECT_EQ(host.log(), banner + notInstalled("Nobody") + ending);
+};
+
+const std::string plainRun = "host starts\n" + notInstalled("Nobody") + "host ends\n" + ending;
+
+TEST_F(LinkedHost, LoadsUsesAndEnds) {
+  writeContents(host.folder.path("zentova.log"), std::string(10000, 'x'));  // of an earlier run
+  runs("plain", {}, plainRun, notInstalled("Nobody") + ending);
   const std::string stored = contentsOf(host.folder.path("station.bin"));
   ASSERT_EQ(stored.size(), 112U);
   EXPECT_EQ(stored.substr(0, 104), "Station" + std::string(93, '\0') + std::string("\1\0\0\0", 4));
 }
 
-TEST(LinkedHost, EmptiesTheLogOfAnEarlierRun) {
-  HostProcess host;
-  writeContents(host.folder.path("zentova.log"), std::string(10000, 'x'));
-  ASSERT_EQ(host.run("log_texts"), 0);
-  EXPECT_EQ(host.log(), banner + ending);
+TEST_F(LinkedHost, RunsWithoutALogFileWhereAFolderOrAPipeHasItsName) {
+  const std::string log = host.folder.path("zentova.log");
+  ASSERT_TRUE(std::filesystem::create_directory(log));
+  printsIn("plain", {}, plainRun);
+  EXPECT_TRUE(std::filesystem::remove(log)) << "it is empty";
+  ASSERT_EQ(mkfifo(log.c_str(), 0600), 0);
+  printsIn("plain", {}, plainRun);
 }
 
-TEST(LinkedHost, RunsWithoutALogFileWhenNoneCanBeOpened) {
-  HostProcess host;
-  ASSERT_TRUE(std::filesystem::create_directory(host.folder.path("zentova.log")));
-  ASSERT_EQ(host.run("plain"), 0) << host.output();
-  EXPECT_EQ(host.output(),
-            loading + banner + "host starts\n" + notInstalled("Nobody") + "host ends\n" + ending);
-  EXPECT_TRUE(std::filesystem::is_empty(host.folder.path("zentova.log")));
+TEST_F(LinkedHost, MayStopTheEngineEarlyAndTwice) {
+  runs("lifecycle", {"early"}, cleaning + cleaned + notInstalled("ztFile") + "still talking\n" + freeing);
 }
 
-TEST(LinkedHost, MayStopTheEngineEarlyAndTwice) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"early"}), 0) << host.output();
-  EXPECT_EQ(host.output(),
-            loading + banner + cleaning + cleaned + notInstalled("ztFile") + "still talking\n" + freeing);
-  EXPECT_EQ(host.log(), banner + cleaning + cleaned);
-}
-
-TEST(LinkedHost, MayStartTheEngineAgain) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"again"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + cleaning + cleaned + banner + "host talks\n" + ending);
-  EXPECT_EQ(host.log(), banner + cleaning + cleaned);
+TEST_F(LinkedHost, MayStartTheEngineAgain) {
+  runs("lifecycle", {"again"}, cleaning + cleaned + banner + "host talks\n" + ending);
   EXPECT_EQ(contentsOf(host.folder.path("second.log")), banner + "host talks\n" + ending);
   EXPECT_FALSE(std::filesystem::exists(host.folder.path("third.log")));
 }
 
-TEST(LinkedHost, StartingARunningEngineDoesNothing) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"init-twice"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + ending);
-  EXPECT_EQ(host.log(), banner + ending);
+TEST_F(LinkedHost, StartingARunningEngineDoesNothing) {
+  runs("lifecycle", {"init-twice"}, ending, ending);
   EXPECT_FALSE(std::filesystem::exists(host.folder.path("other.log")));
 }
 
-TEST(LinkedHost, MayRegisterAClassWhileTheEngineIsStopped) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"stopped"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + cleaning + cleaned + freeing);
+TEST_F(LinkedHost, MayRegisterAClassWhileTheEngineIsStopped) {
+  runs("lifecycle", {"stopped"}, cleaning + cleaned + freeing);
 }
 
-TEST(LinkedHost, MayEndTheLibraryInAHookWhileTheEngineIsStopped) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"end-in-hook"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + cleaning + cleaned + freeing + "still here\n" + freeing);
+TEST_F(LinkedHost, MayEndTheLibraryInAHookWhileTheEngineIsStopped) {
+  runs("lifecycle", {"end-in-hook"}, cleaning + cleaned + freeing + "still here\n" + freeing);
 }
 
-TEST(LinkedHost, GoesOnAfterTheLibrarysClassesWereFreed) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"free"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + notInstalled("ztBaseClass") + "logged after\n" + ending);
-  EXPECT_EQ(host.log(), banner + notInstalled("ztBaseClass") + "logged after\n" + ending);
+TEST_F(LinkedHost, GoesOnAfterTheLibrarysClassesWereFreed) {
+  const std::string text = notInstalled("ztBaseClass") + "logged after\n" + ending;
+  runs("lifecycle", {"free"}, text, text);
 }
 
-TEST(LinkedHost, EndsInSilenceAsAChildOfFork) {
-  HostProcess host;
-  ASSERT_EQ(host.run("forked", {"exit"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + ending);
-  EXPECT_EQ(host.log(), banner + ending);
+TEST_F(LinkedHost, EndsInSilenceAsAChildOfFork) {
+  runs("forked", {"exit"}, ending, ending);
 }
 
-TEST(LinkedHost, LogsToItsParentsFileAsAChildOfFork) {
-  HostProcess host;
+TEST_F(LinkedHost, LogsToItsParentsFileAsAChildOfFork) {
   ASSERT_EQ(host.run("forked", {"talk"}), 0) << host.output();
   EXPECT_EQ(host.log(), banner + "the child talks\nthe parent talks\n" + ending);
 }
 
-TEST(LinkedHost, LogsTheEndOfAnEngineThatAChildOfForkStarted) {
-  HostProcess host;
+TEST_F(LinkedHost, LogsTheEndOfAnEngineThatAChildOfForkStarted) {
   ASSERT_EQ(host.run("forked", {"restart"}), 0) << host.output();
   EXPECT_EQ(contentsOf(host.folder.path("child.log")), banner + cleaning + cleaned);
   EXPECT_EQ(host.log(), banner + ending);
 }
 
-TEST(LinkedHost, LogsWholeTextsThoughItsWritesAreInterrupted) {
-  HostProcess host;
+TEST_F(LinkedHost, LogsWholeTextsThoughItsWritesAreInterrupted) {
   ASSERT_EQ(host.run("interrupted"), 0) << host.output();
   EXPECT_EQ(host.log(), banner + cleaning + cleaned);
   EXPECT_EQ(contentsOf(host.folder.path("second.log")), banner + "a text of several writes\n" + ending);
 }
 
-TEST(LinkedHost, StartsBesideAPipeOfTheLogsName) {
-  HostProcess host;
-  ASSERT_EQ(mkfifo(host.folder.path("zentova.log").c_str(), 0600), 0);
-  ASSERT_EQ(host.run("log_texts", {"text"}), 0);
-  EXPECT_EQ(host.output(), loading + banner + "text\n" + ending);
+// The hooks of classes that are registered again, the log's name in the message buffer, the first identifier of
+// a process: the host checks them itself.
+TEST_F(LinkedHost, KeepsWhatOnlyAProcessOfItsOwnCanSee) {
+  for (const char *scenario : {"hooks-again", "log-name", "first-id"}) {
+    EXPECT_EQ(host.run("lifecycle", {scenario}), 0) << scenario << ": " << host.output();
+  }
 }
 
-// In the order of registration.
+// In the order in which they are registered and freed.
 constexpr const char *libraryClasses =
     "ztHashTableItem ztAvlIterator ztObject ztCharPropertyType ztCharPtrPropertyType ztIntPropertyType "
     "ztBoolPropertyType ztFloatPropertyType ztVoidPtrPropertyType ztStringPropertyType ztIntTag ztMap "
@@ -138,103 +121,62 @@ constexpr const char *libraryClasses =
     "ztAvlTreeItem ztSlot ztSlotMap ztArray ztQueue ztLink ztLinkArray ztIterator ztPtrQueue ztTag "
     "ztAvlTree ztAllocator";
 
-// Those that the hooks of ztObject and ztProperty register, or make objects of, ahead of their turn.
-const std::set<std::string> earlyClasses = {"ztPropertyType", "ztPropertyTypeMap", "ztProperty",
-                                            "ztPropertyMap",  "ztAvlTree",         "ztString",
-                                            "ztCharArray",    "ztMapItem",         "ztIntPropertyType"};
-
 // The words of a text that name classes of the library.
-std::vector<std::string> classNamesIn(const std::string &text) {
+Texts classNamesIn(const std::string &text) {
   std::istringstream words(text);
-  std::vector<std::string> names;
+  Texts names;
   for (std::string word; words >> word;) {
     if (word.rfind("zt", 0) == 0 && word != "ztcore") names.push_back(word);
   }
   return names;
 }
 
-TEST(LinkedHost, FindsTheLibrarysClassesInTheirOrder) {
-  HostProcess host;
-  ASSERT_EQ(host.run("lifecycle", {"list"}), 0) << host.output();
-  std::vector<std::string> found = classNamesIn(host.output());
-  std::vector<std::string> wanted = classNamesIn(libraryClasses);
-  EXPECT_EQ(wanted.size(), 62U);
-  EXPECT_EQ(std::multiset<std::string>(found.begin(), found.end()),
-            std::multiset<std::string>(wanted.begin(), wanted.end()));
-  const auto isEarly = [](const std::string &name) { return earlyClasses.count(name) != 0; };
-  std::erase_if(found, isEarly);
-  std::erase_if(wanted, isEarly);
-  EXPECT_EQ(found, wanted);
-}
-
-TEST(LinkedHost, FreesTheLibrarysClassesInTheirOrder) {
-  HostProcess host;
+TEST_F(LinkedHost, FreesTheLibrarysClassesInTheirOrder) {
   ASSERT_EQ(host.run("lifecycle", {"free-order"}), 0) << host.output();
   // The list knows the property types by other names, and the string by one of these.
-  std::vector<std::string> expected;
+  Texts expected;
   for (const std::string &name : classNamesIn(libraryClasses)) {
-    const bool isPropertyType = name.size() > 14 && name.substr(name.size() - 12) == "PropertyType";
     if (name == "ztStringPropertyType") expected.push_back("ztString");
+    const bool isPropertyType = name.ends_with("PropertyType") && name != "ztPropertyType";
     if (!isPropertyType && name != "ztString") expected.push_back(name);
   }
   EXPECT_EQ(expected.size(), 55U);
   EXPECT_EQ(classNamesIn(host.output()), expected);
 }
 
-TEST(LinkedHost, KeepsTheHooksOfClassesThatAreRegisteredAgain) {
-  HostProcess host;
-  EXPECT_EQ(host.run("lifecycle", {"hooks-again"}), 0) << host.output();
-}
-
-TEST(LinkedHost, NamesTheLogThroughTheMessageBuffer) {
-  HostProcess host;
-  EXPECT_EQ(host.run("lifecycle", {"log-name"}), 0) << host.output();
-}
-
-TEST(LinkedHost, CountsTheFirstIdentifierOfAProcessAsOne) {
-  HostProcess host;
-  EXPECT_EQ(host.run("lifecycle", {"first-id"}), 0) << host.output();
-}
-
 // A host that loads the library itself ----------------------------------------------------------
 
-const std::string numbers = "ztFile" + std::string(94, '\0') + std::string("\1\0\0\0", 4);
+class DlopenHost : public testing::Test {
+ protected:
+  // Runs the host, and compares what it prints and logs.
+  void runs(const char *scenario, const std::string &printed, const std::string &logged) {
+    ASSERT_EQ(host.run("dlopen_by_number", {ZT_LIBRARY, scenario}), 0) << host.output();
+    EXPECT_EQ(host.output(), printed);
+    EXPECT_EQ(host.log(), banner + logged);
+  }
 
-TEST(DlopenHost, UsesTheLibraryByNumbersAndExits) {
   HostProcess host;
-  ASSERT_EQ(host.run("dlopen_by_number", {ZT_LIBRARY, "exit"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + "host ends\n" + cleaning + cleaned + freeing);
-  EXPECT_EQ(host.log(), banner + cleaning + cleaned);
-  EXPECT_EQ(contentsOf(host.folder.path("numbers.bin")), numbers);
+  const std::string closed = loading + banner + ending + "host closed the library\n";
+};
+
+TEST_F(DlopenHost, UsesTheLibraryByNumbersAndExits) {
+  runs("exit", loading + banner + "host ends\n" + cleaning + cleaned + freeing, cleaning + cleaned);
+  EXPECT_EQ(contentsOf(host.folder.path("numbers.bin")),
+            "ztFile" + std::string(94, '\0') + std::string("\1\0\0\0", 4));
 }
 
-TEST(DlopenHost, UnloadsTheLibrary) {
-  HostProcess host;
-  ASSERT_EQ(host.run("dlopen_by_number", {ZT_LIBRARY, "close"}), 0) << host.output();
-  EXPECT_EQ(host.output(), loading + banner + ending + "host closed the library\nhost ends\n");
-  EXPECT_EQ(host.log(), banner + ending);
+TEST_F(DlopenHost, UnloadsTheLibrary) {
+  runs("close", closed + "host ends\n", ending);
 }
 
-TEST(DlopenHost, LoadsTheLibraryAgain) {
-  HostProcess host;
-  ASSERT_EQ(host.run("dlopen_by_number", {ZT_LIBRARY, "reload"}), 0) << host.output();
-  const std::string once = loading + banner + ending + "host closed the library\n";
-  EXPECT_EQ(host.output(), once + once + "host ends\n");
-  EXPECT_EQ(host.log(), banner + ending);
+TEST_F(DlopenHost, LoadsTheLibraryAgain) {
+  runs("reload", closed + closed + "host ends\n", ending);
 }
 
 // Log texts --------------------------------------------------------------------------------------
 
-struct LogText {
-  const char *text;
-  std::string printed;
-};
-
-TEST(LogText, IsPrintedAsAFormatOfZerosAndStoredUnchanged) {
-  const LogText texts[] = {
-      {"plain", "plain"},
-      {"", ""},
-      {"%", ""},
+TEST(LogTexts, ArePrintedAsFormatsOfZerosAndStoredUnchanged) {
+  std::vector<std::pair<const char *, std::string>> texts = {
       {"end %", "end "},
       {"%%", "%"},
       {"100%d", "1000"},
@@ -256,39 +198,25 @@ TEST(LogText, IsPrintedAsAFormatOfZerosAndStoredUnchanged) {
       {"%*d", "0"},
       {"%.*f", "0"},
       {"%*.*s|", "|"},
-      {"%-", ""},
-      {"%5", ""},
-      {"%.", ""},
-      {"%l", ""},
-      {"%y!", "%y!"},
-      {"%5y!", "%5y!"},
       {"%5000d", std::string(511, ' ') + "0"},
       {"%99999999999999999999d", std::string(511, ' ') + "0"},
       {"%-+ #0'I-+ #0'I5d", "+0   "},
       {"%--5d|%+++d|", "0    |+0|"},
-      {"\xff%\xff", "\xff%\xff"},
   };
-  std::vector<std::string> arguments;
+  for (const char *text : {"", "%", "%-", "%5", "%.", "%l"}) texts.emplace_back(text, "");
+  for (const char *text : {"plain", "%y!", "%5y!", "\xff%\xff"}) texts.emplace_back(text, text);
+  Texts arguments;
   std::string printed = loading + banner;
   std::string stored = banner;
-  for (const LogText &text : texts) {
-    arguments.push_back(text.text);
-    printed += text.printed + "\n";
-    stored += std::string(text.text) + "\n";
+  for (const auto &[text, zeros] : texts) {
+    arguments.push_back(text);
+    printed += zeros + "\n";
+    stored += std::string(text) + "\n";
   }
   HostProcess host;
   ASSERT_EQ(host.run("log_texts", arguments), 0);
   EXPECT_EQ(host.output(), printed + ending);
   EXPECT_EQ(host.log(), stored + ending);
-}
-
-TEST(LogText, IsCutAt511Bytes) {
-  HostProcess host;
-  const std::string longest(511, 'a');
-  ASSERT_EQ(host.run("log_texts", {longest, longest + "b", std::string(100000, 'c')}), 0);
-  const std::string cut = longest + "\n" + longest + "\n" + std::string(511, 'c') + "\n";
-  EXPECT_EQ(host.output(), loading + banner + cut + ending);
-  EXPECT_EQ(host.log(), banner + cut + ending);
 }
 
 // Whether the file has lines of one letter throughout, or of the library's own, and no others.
@@ -302,14 +230,12 @@ bool hasWholeLinesOnly(const std::string &log) {
   return true;
 }
 
-TEST(LogText, IsNotSplitByAnotherProcessThatHasTheSameFile) {
-  HostProcess host;
+TEST_F(LinkedHost, HasLogTextsThatNoOtherProcessWithTheSameFileSplits) {
   HostProcess other;
   std::filesystem::create_symlink(host.folder.path("zentova.log"), other.folder.path("zentova.log"));
-  std::thread second([&] {
-    EXPECT_EQ(other.run("log_texts", std::vector<std::string>(500, std::string(400, 'b') + "\n")), 0);
-  });
-  EXPECT_EQ(host.run("log_texts", std::vector<std::string>(500, std::string(400, 'a') + "\n")), 0);
+  const auto linesOf = [](char letter) { return Texts(500, std::string(400, letter) + "\n"); };
+  std::thread second([&] { EXPECT_EQ(other.run("log_texts", linesOf('b')), 0); });
+  EXPECT_EQ(host.run("log_texts", linesOf('a')), 0);
   second.join();
   EXPECT_TRUE(hasWholeLinesOnly(host.log()));
   EXPECT_NE(host.log().find(cleaned), std::string::npos);
@@ -318,21 +244,15 @@ TEST(LogText, IsNotSplitByAnotherProcessThatHasTheSameFile) {
 
 // Host classes -----------------------------------------------------------------------------------
 
-class ClassChain : public testing::TestWithParam<std::tuple<std::string, std::string>> {};
-
-TEST_P(ClassChain, IsCompleteWhicheverClassIsUsedFirst) {
-  HostProcess host;
-  const auto &[order, way] = GetParam();
-  EXPECT_EQ(host.run("chain", {order, way}), 0);
-  EXPECT_EQ(host.output(), loading + banner + ending);
+TEST(ClassChain, IsCompleteWhicheverClassIsUsedFirst) {
+  for (const char *order : {"LMT", "LTM", "MLT", "MTL", "TLM", "TML"}) {
+    for (const char *way : {"ctor", "newop", "place"}) {
+      HostProcess host;
+      EXPECT_EQ(host.run("chain", {order, way}), 0) << order << " " << way;
+      EXPECT_EQ(host.output(), loading + banner + ending);
+    }
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Order, ClassChain,
-                         testing::Combine(testing::Values("LMT", "LTM", "MLT", "MTL", "TLM", "TML"),
-                                          testing::Values("ctor", "newop", "place")),
-                         [](const auto &chain) {
-                           return std::string(std::get<0>(chain.param)) + "_" + std::get<1>(chain.param);
-                         });
 
 // Faults -----------------------------------------------------------------------------------------
 
@@ -354,162 +274,118 @@ TEST(Faults, AtTheFirstObjectOfAClassLeaveItToTheNextToRegisterIt) {
 }
 
 TEST(Faults, WhileLoadingLeaveALibraryThatRegistersTheRestLater) {
-  const char *const variable = "ZT_TEST_FAILING_ALLOCATION";
   const int step = 100 / scale(100);
   int status = 0;
   for (int n = 0; status == 0 && n < 10000; n += step) {
-    setenv(variable, std::to_string(n).c_str(), 1);
+    setenv("ZT_TEST_FAILING_ALLOCATION", std::to_string(n).c_str(), 1);
     HostProcess host;
     status = host.run("faults", {"load"});
     EXPECT_TRUE(status == 0 || status == 2) << "allocation " << n << "\n" << host.output();
   }
-  unsetenv(variable);
+  unsetenv("ZT_TEST_FAILING_ALLOCATION");
   EXPECT_EQ(status, 2);
 }
 
 // Hooks ------------------------------------------------------------------------------------------
 
-const std::string registered = "registered Oak\nregistered Elm\nregistered Ash\n";
-
-// What a host with hooks prints between the library's start and its end.
+// What a host with hooks prints once its three classes are registered: Oak, Elm and Ash.
 std::string hookRun(const char *scenario, const char *end) {
   HostProcess host;
   const int status = host.run("hooks", {scenario, end});
-  std::string output = host.output();
+  const std::string output = host.output();
   EXPECT_EQ(status, 0) << output;
-  const std::string start = loading + banner;
+  const std::string start = loading + banner + "registered Oak\nregistered Elm\nregistered Ash\n";
   EXPECT_EQ(output.substr(0, start.size()), start);
   return output.substr(start.size());
 }
 
+// What the hooks of classes print, one class after the other, each perhaps with a further line.
+std::string told(const std::string &hook, const std::string &classNames, const std::string &further) {
+  std::istringstream names(classNames);
+  std::string all;
+  for (std::string name; names >> name;) all.append(hook).append(name).append("\n").append(further);
+  return all;
+}
+
+std::string instances(const std::string &names, const std::string &further = "") {
+  return told("instances go ", names, further);
+}
+
+std::string classes(const std::string &names, const std::string &further = "") {
+  return told("class goes ", names, further);
+}
+
+// What follows the hooks of a class Ash that is freed: which classes are registered then, and the hooks that run
+// at the end.
+std::string afterAsh(const std::string &registered, const std::string &atTheEnd) {
+  return registered + "\nend\n" + freeing + cleaning + atTheEnd + cleaned;
+}
+
+std::string inCleanUp(const std::string &hooks) {
+  return cleaning + hooks + cleaned + "end\n" + freeing;
+}
+
+std::string atExit(const std::string &hooks) {
+  return "end\n" + freeing + cleaning + hooks + cleaned;
+}
+
+const std::string ashGoes = instances("Ash") + classes("Ash");
+const std::string othersGo = instances("Elm Oak") + classes("Elm Oak");
+const std::string oneByOne = instances("Elm") + classes("Elm") + instances("Oak") + classes("Oak");
 // Every entry's instance hook runs before the first class hook, each from the newest class on.
-const std::string everythingGoes =
-    "instances go Ash\ninstances go Elm\ninstances go Oak\n"
-    "class goes Ash\nclass goes Elm\nclass goes Oak\n";
+const std::string allGo = instances("Ash Elm Oak") + classes("Ash Elm Oak");
+const std::string ashAlone = "Ash 0 Elm 1 Oak 1";
+const std::string allThree = "Ash 0 Elm 0 Oak 0";
 
-TEST(ClassHooks, RunOncePerClassWhenItIsFreed) {
-  EXPECT_EQ(hookRun("tell", "free"), registered +
-                                         "instances go Ash\nclass goes Ash\n"
-                                         "Ash 0 Elm 1 Oak 1\nend\n" +
-                                         freeing + cleaning +
-                                         "instances go Elm\ninstances go Oak\n"
-                                         "class goes Elm\nclass goes Oak\n" +
-                                         cleaned);
-}
-
-TEST(ClassHooks, RunInTwoPassesAtTheCleanUp) {
-  EXPECT_EQ(hookRun("tell", "clean-up"),
-            registered + cleaning + everythingGoes + cleaned + "end\n" + freeing);
-}
-
-TEST(ClassHooks, RunInTwoPassesAtTheEndOfTheProcess) {
-  EXPECT_EQ(hookRun("tell", "exit"), registered + "end\n" + freeing + cleaning + everythingGoes + cleaned);
+TEST(ClassHooks, RunOncePerClassWhateverTheyFreeOrAskFor) {
+  for (const char *scenario : {"tell", "free-self-late", "clean-up", "leave-at-once"}) {
+    EXPECT_EQ(hookRun(scenario, "free"), ashGoes + afterAsh(ashAlone, othersGo)) << scenario;
+  }
+  for (const char *scenario : {"tell", "free-self-late", "free-others-late", "free-library", "clean-up"}) {
+    EXPECT_EQ(hookRun(scenario, "clean-up"), inCleanUp(allGo)) << scenario;
+  }
+  EXPECT_EQ(hookRun("tell", "exit"), atExit(allGo));
 }
 
 TEST(ClassHooks, FindTheLibrarysClassesAtTheCleanUpButNotAtTheEndOfTheProcess) {
-  const auto hooksThatSee = [](const std::string &library) {
-    std::string text;
-    for (const char *name : {"Ash", "Elm", "Oak"}) {
-      text += std::string("instances go ") + name + "\n  library " + library + "\n";
-    }
-    return text + "class goes Ash\nclass goes Elm\nclass goes Oak\n";
-  };
-  EXPECT_EQ(hookRun("look-around", "clean-up"),
-            registered + cleaning + hooksThatSee("1") + cleaned + "end\n" + freeing);
-  EXPECT_EQ(hookRun("look-around", "exit"),
-            registered + "end\n" + freeing + cleaning + hooksThatSee("0") + cleaned);
+  const std::string after = classes("Ash Elm Oak");
+  EXPECT_EQ(hookRun("look-around", "clean-up"), inCleanUp(instances("Ash Elm Oak", "  library 1\n") + after));
+  EXPECT_EQ(hookRun("look-around", "exit"), atExit(instances("Ash Elm Oak", "  library 0\n") + after));
 }
 
 TEST(ClassHooks, FindTheClassThatIsBeingFreed) {
-  EXPECT_EQ(hookRun("look-up", "free"), registered +
-                                            "instances go Ash\n  known 1\nclass goes Ash\n  known 1\n"
-                                            "Ash 0 Elm 1 Oak 1\nend\n" +
-                                            freeing + cleaning +
-                                            "instances go Elm\n  known 1\ninstances go Oak\n  known 1\n"
-                                            "class goes Elm\n  known 0\nclass goes Oak\n  known 0\n" +
-                                            notInstalled("Oak") + cleaned);
+  const std::string known = "  known 1\n";
+  EXPECT_EQ(hookRun("look-up", "free"),
+            instances("Ash", known) + classes("Ash", known) +
+                afterAsh(ashAlone, instances("Elm Oak", known) + classes("Elm Oak", "  known 0\n") +
+                                       notInstalled("Oak")));
 }
 
 TEST(ClassHooks, MayFreeTheirOwnClassFromTheInstanceHook) {
-  EXPECT_EQ(hookRun("free-self", "free"), registered +
-                                              "instances go Ash\nclass goes Ash\n"
-                                              "Ash 0 Elm 1 Oak 1\nend\n" +
-                                              freeing + cleaning +
-                                              "instances go Elm\nclass goes Elm\n"
-                                              "instances go Oak\nclass goes Oak\n" +
-                                              cleaned);
-  EXPECT_EQ(hookRun("free-self", "clean-up"),
-            registered + cleaning +
-                "instances go Ash\nclass goes Ash\ninstances go Elm\nclass goes Elm\n"
-                "instances go Oak\nclass goes Oak\n" +
-                cleaned + "end\n" + freeing);
+  EXPECT_EQ(hookRun("free-self", "free"), ashGoes + afterAsh(ashAlone, oneByOne));
+  EXPECT_EQ(hookRun("free-self", "clean-up"), inCleanUp(ashGoes + oneByOne));
 }
 
-TEST(ClassHooks, MayFreeTheirOwnClassFromTheClassHook) {
-  EXPECT_EQ(hookRun("free-self-late", "free"), hookRun("tell", "free"));
-  EXPECT_EQ(hookRun("free-self-late", "clean-up"), hookRun("tell", "clean-up"));
+TEST(ClassHooks, MayFreeOtherClasses) {
+  const std::string within = instances("Ash") + oneByOne + classes("Ash");
+  EXPECT_EQ(hookRun("free-others", "free"), within + afterAsh(allThree, ""));
+  EXPECT_EQ(hookRun("free-others", "clean-up"), inCleanUp(within));
+  EXPECT_EQ(hookRun("free-others-late", "free"), ashGoes + oneByOne + afterAsh(allThree, ""));
 }
 
-TEST(ClassHooks, MayFreeOtherClassesFromTheInstanceHook) {
-  const std::string others =
-      "instances go Ash\ninstances go Elm\nclass goes Elm\ninstances go Oak\nclass goes Oak\nclass goes "
-      "Ash\n";
-  EXPECT_EQ(hookRun("free-others", "free"), registered + others + "Ash 0 Elm 0 Oak 0\nend\n" + ending);
-  EXPECT_EQ(hookRun("free-others", "clean-up"), registered + cleaning + others + cleaned + "end\n" + freeing);
-}
-
-TEST(ClassHooks, MayFreeOtherClassesFromTheClassHook) {
-  EXPECT_EQ(hookRun("free-others-late", "free"),
-            registered +
-                "instances go Ash\nclass goes Ash\ninstances go Elm\nclass goes Elm\n"
-                "instances go Oak\nclass goes Oak\nAsh 0 Elm 0 Oak 0\nend\n" +
-                ending);
-  EXPECT_EQ(hookRun("free-others-late", "clean-up"), hookRun("tell", "clean-up"));
-}
-
-TEST(ClassHooks, MayFreeClassesOfTheLibrary) {
-  EXPECT_EQ(hookRun("free-library", "clean-up"), hookRun("tell", "clean-up"));
-}
-
-TEST(ClassHooks, MayRegisterAClassFromTheInstanceHook) {
+TEST(ClassHooks, MayRegisterAClass) {
+  const std::string fir = "registered Fir\n";
   EXPECT_EQ(hookRun("register", "free"),
-            registered + "instances go Ash\nregistered Fir\nclass goes Ash\nAsh 0 Elm 1 Oak 1\nend\n" +
-                freeing + cleaning +
-                "instances go Fir\ninstances go Elm\ninstances go Oak\n"
-                "class goes Fir\nclass goes Elm\nclass goes Oak\n" +
-                cleaned);
+            instances("Ash") + fir + classes("Ash") +
+                afterAsh(ashAlone, instances("Fir Elm Oak") + classes("Fir Elm Oak")));
   EXPECT_EQ(hookRun("register", "clean-up"),
-            registered + cleaning +
-                "instances go Ash\nregistered Fir\ninstances go Fir\ninstances go Elm\ninstances go Oak\n"
-                "class goes Fir\nclass goes Ash\nclass goes Elm\nclass goes Oak\n" +
-                cleaned + "end\n" + freeing);
+            inCleanUp(instances("Ash") + fir + instances("Fir Elm Oak") + classes("Fir Ash Elm Oak")));
+  EXPECT_EQ(hookRun("register-late", "clean-up"), inCleanUp(instances("Ash Elm Oak") + classes("Ash") + fir +
+                                                            instances("Fir") + classes("Fir Elm Oak")));
 }
 
-TEST(ClassHooks, MayRegisterAClassFromTheClassHook) {
-  EXPECT_EQ(hookRun("register-late", "clean-up"),
-            registered + cleaning +
-                "instances go Ash\ninstances go Elm\ninstances go Oak\n"
-                "class goes Ash\nregistered Fir\ninstances go Fir\nclass goes Fir\n"
-                "class goes Elm\nclass goes Oak\n" +
-                cleaned + "end\n" + freeing);
-}
-
-TEST(ClassHooks, AskForTheCleanUpInVain) {
-  EXPECT_EQ(hookRun("clean-up", "free"), hookRun("tell", "free"));
-  EXPECT_EQ(hookRun("clean-up", "clean-up"), hookRun("tell", "clean-up"));
-}
-
-TEST(ClassHooks, MayFreeTheClassThatWasJustRegistered) {
-  const std::string gone = registered + "instances go Ash\nclass goes Ash\n";
-  EXPECT_EQ(hookRun("leave-at-once", "free"), gone + "Ash 0 Elm 1 Oak 1\nend\n" + freeing + cleaning +
-                                                  "instances go Elm\ninstances go Oak\n"
-                                                  "class goes Elm\nclass goes Oak\n" +
-                                                  cleaned);
-}
-
-TEST(ClassHooks, MayStopTheEngineWhileAClassIsRegistered) {
-  EXPECT_EQ(hookRun("clean-up-at-once", "free"),
-            registered + cleaning + everythingGoes + cleaned + "Ash 0 Elm 0 Oak 0\nend\n" + freeing);
+TEST(ClassHooks, MayStopTheEngineWhileTheirClassIsRegistered) {
+  EXPECT_EQ(hookRun("clean-up-at-once", "free"), cleaning + allGo + cleaned + allThree + "\nend\n" + freeing);
 }
 
 // Leak reports -----------------------------------------------------------------------------------
@@ -533,68 +409,62 @@ std::string withoutAddresses(std::string text) {
   return text;
 }
 
-std::string memoryRun(const char *scenario) {
+std::string memoryRun(const char *program, const Texts &arguments) {
   HostProcess host;
-  EXPECT_EQ(host.run("memory", {scenario}), 0);
-  return withoutAddresses(host.output());
+  EXPECT_EQ(host.run(program, arguments), 0) << host.output();
+  const std::string output = withoutAddresses(host.output());
+  const std::string start = loading + banner;
+  EXPECT_EQ(output.substr(0, start.size()), start);
+  return output.substr(start.size());
 }
 
-TEST(LeakReport, OfAProcessThatTrackedNothing) {
-  HostProcess host;
-  ASSERT_EQ(host.run("memory", {"nothing"}), 0);
-  const std::string report =
-      "\n# MEMORY LOG\n\n - All memory blocks freed\n\n"
-      " - Total Memory Unfreed: 0 bytes, blocks: 0\n\n"
-      " - Alloc calls: 0, free calls: 0\n\n# END MEMORY LOG";
-  EXPECT_EQ(host.output(), loading + banner + report + "\n" + ending);
-  EXPECT_EQ(host.log(), banner + report + ending);
+// A report that tells of unfreed blocks, or of none: the sums and the calls.
+std::string report(const std::string &unfreed, const std::string &sums, const std::string &calls) {
+  const std::string found =
+      unfreed.empty() ? " - All memory blocks freed\n" : " * FOUND MEMORY LEAK!: *\n\n" + unfreed;
+  return "\n# MEMORY LOG\n\n" + found + "\n - Total Memory Unfreed: " + sums +
+         "\n\n - Alloc calls: " + calls + "\n\n# END MEMORY LOG\n";
+}
+
+std::string block(const std::string &place, const std::string &kind) {
+  return " @ Unfreed block: " + place + ",\tAddress 0x@, " + kind + "\n";
+}
+
+TEST_F(LinkedHost, ReportsNoLeakWhenItTrackedNothing) {
+  const std::string nothing = report("", "0 bytes, blocks: 0", "0, free calls: 0");
+  runs("memory", {"nothing"}, nothing + ending, nothing.substr(0, nothing.size() - 1) + ending);
 }
 
 TEST(LeakReport, NamesTheUnfreedBlock) {
-  const std::string report =
-      "\n# MEMORY LOG\n\n * FOUND MEMORY LEAK!: *\n\n"
-      " @ Unfreed block: b.c:\tLine 22,\tAddress 0x@, size:20, type: Second\n"
-      "\n - Total Memory Unfreed: 20 bytes, blocks: 1\n\n"
-      " - Alloc calls: 2, free calls: 1\n\n# END MEMORY LOG\n";
-  EXPECT_EQ(memoryRun("one-of-two"), loading + banner + report + report + ending);
+  const std::string told =
+      report(block("b.c:\tLine 22", "size:20, type: Second"), "20 bytes, blocks: 1", "2, free calls: 1");
+  EXPECT_EQ(memoryRun("memory", {"one-of-two"}), told + told + ending);
 }
 
 TEST(LeakReport, GoesFromTheNewestBlockToTheOldest) {
-  EXPECT_EQ(memoryRun("newest-first"),
-            loading + banner +
-                "\n# MEMORY LOG\n\n * FOUND MEMORY LEAK!: *\n\n"
-                " @ Unfreed block: x.c:\tLine 2,\tAddress 0x@, size:300, type: Block\n"
-                " @ Unfreed block: x.c:\tLine 1,\tAddress 0x@, size:200, type: Block\n"
-                " @ Unfreed block: x.c:\tLine 0,\tAddress 0x@, size:100, type: Block\n"
-                "\n - Total Memory Unfreed: 600 bytes, blocks: 3\n\n"
-                " - Alloc calls: 3, free calls: 0\n\n# END MEMORY LOG\n" +
-                ending);
+  EXPECT_EQ(memoryRun("memory", {"newest-first"}), report(block("x.c:\tLine 2", "size:300, type: Block") +
+                                                              block("x.c:\tLine 1", "size:200, type: Block") +
+                                                              block("x.c:\tLine 0", "size:100, type: Block"),
+                                                          "600 bytes, blocks: 3", "3, free calls: 0") +
+                                                       ending);
 }
 
 TEST(LeakReport, CountsTheReleaseOfAnUntrackedBlock) {
-  EXPECT_EQ(memoryRun("untracked"),
-            loading + banner +
-                "WARNING: Trying to remove an invalid block: @ : some(null)file.c, 77\n"
-                "\n# MEMORY LOG\n\n - All memory blocks freed\n\n"
-                " - Total Memory Unfreed: 0 bytes, blocks: 0\n\n"
-                " - Alloc calls: 0, free calls: 1\n\n# END MEMORY LOG\n" +
-                ending);
+  EXPECT_EQ(memoryRun("memory", {"untracked"}),
+            "WARNING: Trying to remove an invalid block: @ : some(null)file.c, 77\n" +
+                report("", "0 bytes, blocks: 0", "0, free calls: 1") + ending);
 }
 
 TEST(LeakReport, NamesFileAndLineOfAHostBuiltWithTracking) {
-  HostProcess host;
-  ASSERT_EQ(host.run("tracked_leak"), 0) << host.output();
-  const std::string output = withoutAddresses(host.output());
-  const std::string start =
-      loading + banner + "\n# MEMORY LOG\n\n * FOUND MEMORY LEAK!: *\n\n @ Unfreed block: ";
-  ASSERT_EQ(output.substr(0, start.size()), start);
-  const std::string named =
-      "tests/hosts/tracked_leak.c:\tLine 20,\tAddress 0x@, size:16, type: Point\n"
-      "\n - Total Memory Unfreed: 16 bytes, blocks: 1\n\n"
-      " - Alloc calls: 3, free calls: 2\n\n# END MEMORY LOG\n" +
-      ending;
-  ASSERT_GE(output.size(), named.size());
-  EXPECT_EQ(output.substr(output.size() - named.size()), named);
+  const std::string output = memoryRun("tracked_leak", {});
+  // The compiler may have named the folder of the project, too.
+  const std::string before = "Unfreed block: ";
+  const size_t from = output.find(before) + before.size();
+  const size_t folder = output.find("tests/hosts/") - from;
+  EXPECT_EQ(std::string(output).erase(from, folder),
+            report(block("tests/hosts/tracked_leak.c:\tLine 20", "size:16, type: Point"),
+                   "16 bytes, blocks: 1", "3, free calls: 2") +
+                ending);
 }
 
 }  // namespace

@@ -56,5 +56,10 @@ inline const std::string banner = "# Zentova OOP Engine started - Version " ZT_V
 inline const std::string freeing = "Zentova - Freeing library: ztcore\n";
 inline const std::string cleaning = "Cleaning up the system...\n";
 inline const std::string cleaned = "Cleaning done\n";
+inline const std::string ending = freeing + cleaning + cleaned;
+
+inline std::string notInstalled(const std::string &name) {
+  return "ztOOP::ztNewFromName - Error, class '" + name + "' not installed\n";
+}
 
 #endif

@@ -182,26 +182,14 @@ static void makeFirstId(void) {
   CHECK(id == (uint32_t)rand() + (uint32_t)before + calls);
 }
 
-static void tellFromTheOldest(const ztClassEntry *entry) {
-  if (entry == NULL) return;
-  tellFromTheOldest(entry->next);
-  puts(entry->name);
-}
-
-static void listClasses(void) {
-  tellFromTheOldest(ztOOP_classList());
-}
-
 int main(int argc, char **argv) {
   static const struct {
     const char *name;
     void (*run)(void);
   } scenarios[] = {
-      {"early", cleanUpEarlyAndTwice},   {"again", startAgain},
-      {"stopped", registerWhileStopped}, {"init-twice", initTwice},
-      {"free", freeLibraryClasses},      {"list", listClasses},
-      {"end-in-hook", endInHook},        {"free-order", tellOrderOfFreeing},
-      {"hooks-again", keepHooksAgain},   {"log-name", nameTheLog},
+      {"early", cleanUpEarlyAndTwice},    {"again", startAgain},           {"stopped", registerWhileStopped},
+      {"init-twice", initTwice},          {"free", freeLibraryClasses},    {"end-in-hook", endInHook},
+      {"free-order", tellOrderOfFreeing}, {"hooks-again", keepHooksAgain}, {"log-name", nameTheLog},
       {"first-id", makeFirstId},
   };
   if (argc != 2) return 2;

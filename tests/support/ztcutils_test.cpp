@@ -2,6 +2,7 @@
 
 #include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
+#include "tests/support/out_buffer.hh"
 
 #include <gtest/gtest.h>
 
@@ -9,40 +10,52 @@
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <functional>
-#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace {
 
-using namespace std::string_literals;
+// Numbers and ids ---------------------------------------------------------------------------------
 
-// A buffer of exactly the size that callers owe, so that a byte too many is seen.
-struct OutBuffer {
-  char text[512];
-  char guard[8];
+TEST(Numbers, AreNeverNan) {
+  EXPECT_EQ(ztCu_isnan(1.0), 0);
+  EXPECT_EQ(ztCu_isnan(std::nan("")), 0);
+}
 
-  OutBuffer() {
-    memset(this, '#', sizeof *this);
-  }
+TEST(Numbers, AreRoundedHalfAwayFromZeroAndStayWithinTheLimits) {
+  const std::pair<double, int32_t> rows[] = {{2.5, 3},
+                                             {-2.5, -3},
+                                             {-2.4, -2},
+                                             {2.4, 2},
+                                             {0.0, 0},
+                                             {-0.0, 0},
+                                             {0.5, 1},
+                                             {-0.5, -1},
+                                             {std::nextafter(0.5, 0.0), 0},
+                                             {std::nextafter(-0.5, 0.0), 0},
+                                             {2147483646.5, INT32_MAX},
+                                             {2147483647.4, INT32_MAX},
+                                             {2147483647.5, INT32_MAX},
+                                             {1e300, INT32_MAX},
+                                             {HUGE_VAL, INT32_MAX},
+                                             {-2147483647.4, -INT32_MAX},
+                                             {-2147483648.0, INT32_MIN},
+                                             {-2147483648.5, INT32_MIN},
+                                             {-HUGE_VAL, INT32_MIN},
+                                             {std::nan(""), 0}};
+  for (const auto &[value, rounded] : rows) EXPECT_EQ(ztCu_round(value), rounded) << value;
+}
 
-  bool isIntact() const {
-    return std::string(guard, sizeof guard) == "########";
-  }
-};
-
-// Runs a piece of work until it happens to stay within one second, which it is told.
-void withinOneSecond(const std::function<void(time_t)> &work, const std::function<void()> &check) {
+// Repeats a piece of work until it happens to stay within one second, which it is told.
+void withinOneSecond(const std::function<void(time_t)> &work) {
   time_t before = 0;
   do {
     before = time(nullptr);
     work(before);
   } while (time(nullptr) != before);
-  check();
 }
 
 // The part of an id that the time does not explain.
@@ -51,188 +64,84 @@ uint32_t counterOf(int32_t id, time_t now) {
   return static_cast<uint32_t>(id) - static_cast<uint32_t>(rand()) - static_cast<uint32_t>(now);
 }
 
-std::string cutFileExt(std::string path) {
-  EXPECT_EQ(ztCu_cutFileExt(path.data()), path.data());
-  return path.c_str();
+TEST(Ids, AreTheSumOfARandomNumberTheTimeAndTheCallCount) {
+  uint32_t counters[3];
+  withinOneSecond([&](time_t now) {
+    for (uint32_t &counter : counters) counter = counterOf(ztCu_genUniqueId(), now);
+  });
+  EXPECT_GE(counters[0], 1u);
+  EXPECT_LT(counters[0], 1000u);
+  EXPECT_EQ(counters[1], counters[0] + 1);
+  EXPECT_EQ(counters[2], counters[0] + 2);
 }
 
-std::string fixRelativePath(std::string path) {
-  EXPECT_EQ(ztCu_fixRelativePath(path.data()), path.data());
-  return path.c_str();
-}
-
-std::string extractFileName(const char *path) {
-  OutBuffer out;
-  EXPECT_EQ(ztCu_extractFileName(path, out.text), out.text);
-  return out.text;
-}
-
-std::string extractPath(const char *path) {
-  OutBuffer out;
-  EXPECT_EQ(ztCu_extractPath(path, out.text), out.text);
-  return out.text;
-}
-
-// Sets an environment variable for one test.
-class Environment {
- public:
-  Environment(const char *variable, const char *value) : name(variable) {
-    setenv(name, value, 1);
-  }
-  ~Environment() {
-    unsetenv(name);
-  }
-
- private:
-  const char *name;
-};
-
-}  // namespace
-
-// Numbers and ids ---------------------------------------------------------------------------------
-
-TEST(Utilities, IsnanIsAlwaysZero) {
-  EXPECT_EQ(ztCu_isnan(1.0), 0);
-  EXPECT_EQ(ztCu_isnan(std::nan("")), 0);
-}
-
-TEST(Utilities, RoundsHalfAwayFromZero) {
-  EXPECT_EQ(ztCu_round(2.5), 3);
-  EXPECT_EQ(ztCu_round(-2.5), -3);
-  EXPECT_EQ(ztCu_round(-2.4), -2);
-  EXPECT_EQ(ztCu_round(2.4), 2);
-  EXPECT_EQ(ztCu_round(0.0), 0);
-  EXPECT_EQ(ztCu_round(-0.0), 0);
-  EXPECT_EQ(ztCu_round(0.5), 1);
-  EXPECT_EQ(ztCu_round(-0.5), -1);
-  EXPECT_EQ(ztCu_round(std::nextafter(0.5, 0.0)), 0);
-  EXPECT_EQ(ztCu_round(std::nextafter(-0.5, 0.0)), 0);
-}
-
-TEST(Utilities, RoundsUpToTheLimitsOfTheResult) {
-  EXPECT_EQ(ztCu_round(2147483646.5), INT32_MAX);
-  EXPECT_EQ(ztCu_round(2147483647.4), INT32_MAX);
-  EXPECT_EQ(ztCu_round(-2147483647.4), -INT32_MAX);
-  EXPECT_EQ(ztCu_round(-2147483648.0), INT32_MIN);
-}
-
-TEST(Utilities, RoundStaysAtTheLimitsForNumbersBeyondThem) {
-  EXPECT_EQ(ztCu_round(2147483647.5), INT32_MAX);
-  EXPECT_EQ(ztCu_round(1e300), INT32_MAX);
-  EXPECT_EQ(ztCu_round(HUGE_VAL), INT32_MAX);
-  EXPECT_EQ(ztCu_round(-2147483648.5), INT32_MIN);
-  EXPECT_EQ(ztCu_round(-HUGE_VAL), INT32_MIN);
-  EXPECT_EQ(ztCu_round(std::nan("")), 0);
-}
-
-TEST(Utilities, IdsOfOneSecondDifferByOne) {
-  int32_t first = 0, second = 0, third = 0;
-  withinOneSecond(
-      [&](time_t) {
-        first = ztCu_genUniqueId();
-        second = ztCu_genUniqueId();
-        third = ztCu_genUniqueId();
-      },
-      [&] {
-        EXPECT_EQ(static_cast<uint32_t>(second) - static_cast<uint32_t>(first), 1u);
-        EXPECT_EQ(static_cast<uint32_t>(third) - static_cast<uint32_t>(second), 1u);
-      });
-}
-
-TEST(Utilities, AnIdIsTheSumOfARandomNumberTheTimeAndTheCallCount) {
-  uint32_t first = 0, second = 0;
-  withinOneSecond(
-      [&](time_t now) {
-        first = counterOf(ztCu_genUniqueId(), now);
-        second = counterOf(ztCu_genUniqueId(), now);
-      },
-      [&] {
-        EXPECT_GE(first, 1u);
-        EXPECT_LT(first, 1000u);
-        EXPECT_EQ(second, first + 1);
-      });
-}
-
-TEST(Utilities, AnIdSeedsTheRandomGeneratorWithTheTime) {
+TEST(Ids, SeedTheRandomGeneratorWithTheTime) {
   int next = 0, expected = 0;
-  withinOneSecond(
-      [&](time_t now) {
-        srand(1);
-        ztCu_genUniqueId();
-        next = rand();
-        srand(static_cast<unsigned>(now));
-        rand();
-        expected = rand();
-      },
-      [&] { EXPECT_EQ(next, expected); });
+  withinOneSecond([&](time_t now) {
+    srand(1);
+    ztCu_genUniqueId();
+    next = rand();
+    srand(static_cast<unsigned>(now));
+    rand();
+    expected = rand();
+  });
+  EXPECT_EQ(next, expected);
 }
 
-TEST(Utilities, IdsOfOneSecondDifferAmongThreads) {
+TEST(Ids, OfOneSecondDifferAmongThreads) {
   const int count = scale(20000);
-  std::vector<uint32_t> ids;
-  withinOneSecond(
-      [&](time_t) {
-        std::vector<uint32_t> others;
-        std::thread other([&] {
-          for (int i = 0; i < count; ++i) others.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
-        });
-        ids.clear();
-        for (int i = 0; i < count; ++i) ids.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
-        other.join();
-        ids.insert(ids.end(), others.begin(), others.end());
-      },
-      [&] {
-        std::sort(ids.begin(), ids.end());
-        EXPECT_EQ(ids.back() - ids.front() + 1, static_cast<uint32_t>(2 * count));
-        EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());
-      });
+  std::vector<uint32_t> ids, others;
+  const auto fill = [count](std::vector<uint32_t> &made) {
+    made.clear();
+    for (int i = 0; i < count; ++i) made.push_back(static_cast<uint32_t>(ztCu_genUniqueId()));
+  };
+  withinOneSecond([&](time_t) {
+    std::thread other(fill, std::ref(others));
+    fill(ids);
+    other.join();
+  });
+  ids.insert(ids.end(), others.begin(), others.end());
+  std::sort(ids.begin(), ids.end());
+  EXPECT_EQ(ids.back() - ids.front() + 1, static_cast<uint32_t>(2 * count));
+  EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());
 }
 
 // Text --------------------------------------------------------------------------------------------
 
-TEST(Utilities, EveryThreadHasItsOwnBuffers) {
-  const char *message = ztCu_fmtMsg("ours");
-  const char *mapped = ztCu_sToUpper("ours");
-  const char *path = ztCu_makePath("our", "path", nullptr);
-  std::thread([] {
-    EXPECT_STREQ(ztCu_fmtMsg("theirs"), "theirs");
-    EXPECT_STREQ(ztCu_sToUpper("theirs"), "THEIRS");
-    EXPECT_STREQ(ztCu_makePath("their", "path", nullptr), "their/path");
-  }).join();
-  EXPECT_STREQ(message, "ours");
-  EXPECT_STREQ(mapped, "OURS");
-  EXPECT_STREQ(path, "our/path");
+TEST(Messages, AreFormattedIntoOneBuffer) {
+  const char *first = ztCu_fmtMsg("%s-%d", "a", 5);
+  EXPECT_STREQ(first, "a-5");
+  EXPECT_EQ(ztCu_fmtMsg("%5.2f|", 1.5), first);
+  EXPECT_STREQ(first, " 1.50|");
+  ztCu_fmtMsg("inner");
+  EXPECT_STREQ(ztCu_fmtMsg("<%s|%s>", first, first), "<inner|inner>");
 }
 
-TEST(Utilities, FormatsAMessage) {
-  EXPECT_STREQ(ztCu_fmtMsg("%s %d", "a", 5), "a 5");
-  EXPECT_STREQ(ztCu_fmtMsg("<%s>", ztCu_fmtMsg("%d", 7)), "<7>");
-  EXPECT_EQ(strlen(ztCu_fmtMsg("%s", std::string(600, 'a').c_str())), 511u);
+TEST(Messages, AreCutAt511Bytes) {
+  EXPECT_EQ(ztCu_fmtMsg("%s", std::string(511, 'a').c_str()), std::string(511, 'a'));
+  EXPECT_EQ(ztCu_fmtMsg("%s", std::string(512, 'a').c_str()), std::string(511, 'a'));
+  EXPECT_EQ(ztCu_fmtMsg("%100000d", 1), std::string(511, ' '));
 }
 
-TEST(Utilities, MapsTheCaseOfACopy) {
+TEST(Messages, AreEmptyForNullAndTheEmptyFormat) {
+  const char *(*const unchecked)(const char *, ...) = ztCu_fmtMsg;
+  ztCu_fmtMsg("something");
+  EXPECT_STREQ(unchecked(nullptr), "");
+  EXPECT_STREQ(ztCu_fmtMsg("%s", ""), "");
+}
+
+TEST(CaseFunctions, MapACopyInTheOneBufferTheyShare) {
   const char text[] = "aBc-9 Z";
-  EXPECT_STREQ(ztCu_sToLower(text), "abc-9 z");
-  EXPECT_STREQ(ztCu_sToUpper(text), "ABC-9 Z");
+  const char *lower = ztCu_sToLower(text);
+  EXPECT_STREQ(lower, "abc-9 z");
+  EXPECT_EQ(ztCu_sToUpper(text), lower);
+  EXPECT_STREQ(lower, "ABC-9 Z");
   EXPECT_STREQ(text, "aBc-9 Z");
+  EXPECT_STREQ(ztCu_sToLower(lower), "abc-9 z");
+  EXPECT_STREQ(ztCu_sToUpper(lower + 1), "BC-9 Z");
 }
 
-TEST(Utilities, CaseFunctionsShareOneBuffer) {
-  const char *lower = ztCu_sToLower("aB");
-  EXPECT_STREQ(lower, "ab");
-  EXPECT_EQ(ztCu_sToUpper("cD"), lower);
-  EXPECT_STREQ(lower, "CD");
-  EXPECT_STREQ(ztCu_sToLower(lower), "cd");
-  EXPECT_STREQ(ztCu_sToUpper(lower + 1), "D");
-}
-
-TEST(Utilities, MessagesAndCaseFunctionsHaveBuffersOfTheirOwn) {
-  const char *message = ztCu_fmtMsg("Ab");
-  EXPECT_STREQ(ztCu_sToUpper(message), "AB");
-  EXPECT_STREQ(message, "Ab");
-}
-
-TEST(Utilities, CaseFunctionsTakeEveryByte) {
+TEST(CaseFunctions, TakeEveryByte) {
   std::string all;
   for (int byte = 1; byte < 256; ++byte) all += static_cast<char>(byte);
   std::string lower = all, upper = all;
@@ -240,6 +149,13 @@ TEST(Utilities, CaseFunctionsTakeEveryByte) {
   for (char &c : upper) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
   EXPECT_EQ(ztCu_sToLower(all.c_str()), lower);
   EXPECT_EQ(ztCu_sToUpper(all.c_str()), upper);
+}
+
+TEST(CaseFunctions, CutLongTexts) {
+  for (const size_t length : {511U, 512U, 600U}) {
+    EXPECT_EQ(ztCu_sToUpper(std::string(length, 'a').c_str()), std::string(511, 'A'));
+  }
+  EXPECT_STREQ(ztCu_sToLower(nullptr), "");
 }
 
 // A locale of one byte a character, in which letters beyond ASCII have a case. Made for the test, since few
@@ -267,7 +183,7 @@ class LatinLocale {
   TempFolder folder;
 };
 
-TEST(Utilities, CaseFunctionsMapByTheLocale) {
+TEST(CaseFunctions, MapByTheLocale) {
   const LatinLocale locale;
   if (!locale.isMade) GTEST_SKIP() << "no definitions of locales here";
   ASSERT_TRUE(locale.isSet);
@@ -281,222 +197,86 @@ TEST(Utilities, CaseFunctionsMapByTheLocale) {
                "RGER");
 }
 
-TEST(Utilities, CaseFunctionsCutLongTexts) {
-  const std::string text(600, 'a');
-  EXPECT_EQ(ztCu_sToUpper(text.substr(0, 511).c_str()), std::string(511, 'A'));
-  EXPECT_EQ(ztCu_sToUpper(text.substr(0, 512).c_str()), std::string(511, 'A'));
-  EXPECT_EQ(ztCu_sToUpper(text.c_str()), std::string(511, 'A'));
-  EXPECT_STREQ(ztCu_sToLower(nullptr), "");
-}
-
-// Paths -------------------------------------------------------------------------------------------
-
-TEST(Utilities, FixDosPathChangesNothing) {
-  char path[] = "a\\b:c";
-  EXPECT_EQ(ztCu_fixDosPath(path), path);
-  EXPECT_STREQ(path, "a\\b:c");
-  EXPECT_EQ(ztCu_fixDosPath(nullptr), nullptr);
-}
-
-TEST(Utilities, CutsTheExtension) {
-  EXPECT_EQ(cutFileExt("a.txt"), "a");
-  EXPECT_EQ(cutFileExt("a.b.c"), "a.b");
-  EXPECT_EQ(cutFileExt("a."), "a");
-  EXPECT_EQ(cutFileExt("name"), "name");
-  EXPECT_EQ(cutFileExt(".profile"), ".profile");
-  EXPECT_EQ(cutFileExt("..x"), ".");
-  EXPECT_EQ(cutFileExt("a.b/c"), "a");
-  EXPECT_EQ(cutFileExt("."), ".");
-  EXPECT_EQ(cutFileExt(""), "");
-  EXPECT_EQ(ztCu_cutFileExt(nullptr), nullptr);
-}
-
-TEST(Utilities, FixesADoubledSeparatorBehindALeadingDot) {
-  EXPECT_EQ(fixRelativePath(".//a"), "./a");
-  EXPECT_EQ(fixRelativePath(".\\:a//b"), "./a//b");
-  EXPECT_EQ(fixRelativePath(".::"), "./");
-  EXPECT_EQ(fixRelativePath(".///a"), ".//a");
-}
-
-TEST(Utilities, LeavesOtherRelativePaths) {
-  for (const char *path : {"./a", ".", "./", "..", "../a", "//a", "a//b", "", "..//a", ".a//"}) {
-    EXPECT_EQ(fixRelativePath(path), path);
-  }
-  EXPECT_EQ(ztCu_fixRelativePath(nullptr), nullptr);
-}
-
-TEST(Utilities, FixesALongRelativePathWhole) {
-  const std::string name(5000, 'a');
-  EXPECT_EQ(fixRelativePath(".//" + name), "./" + name);
-}
-
-TEST(Utilities, ExtractsTheFileName) {
-  EXPECT_EQ(extractFileName("dir/file.txt"), "file.txt");
-  EXPECT_EQ(extractFileName("a/b\\c:d"), "d");
-  EXPECT_EQ(extractFileName("a:b"), "b");
-  EXPECT_EQ(extractFileName("file.txt"), "file.txt");
-  EXPECT_EQ(extractFileName("dir/"), "");
-  EXPECT_EQ(extractFileName("/a"), "/a");
-  EXPECT_EQ(extractFileName("//a"), "a");
-  EXPECT_EQ(extractFileName("/"), "/");
-  EXPECT_EQ(extractFileName(""), "");
-  EXPECT_EQ(extractFileName(nullptr), "");
-  EXPECT_EQ(ztCu_extractFileName("a", nullptr), nullptr);
-}
-
-TEST(Utilities, ExtractsThePath) {
-  EXPECT_EQ(extractPath("dir/file.txt"), "dir");
-  EXPECT_EQ(extractPath("file.txt"), "file.txt");
-  EXPECT_EQ(extractPath("a/b\\c"), "a/b");
-  EXPECT_EQ(extractPath("c:a"), "c");
-  EXPECT_EQ(extractPath("dir/"), "dir");
-  EXPECT_EQ(extractPath("/a"), "/a");
-  EXPECT_EQ(extractPath("//a"), "/");
-  EXPECT_EQ(extractPath(""), "");
-  EXPECT_EQ(extractPath(nullptr), "");
-  EXPECT_EQ(ztCu_extractPath("a", nullptr), nullptr);
-}
-
-TEST(Utilities, ExtractsInPlace) {
-  char path[512] = "dir/sub/file";
-  EXPECT_EQ(ztCu_extractPath(path, path), path);
-  EXPECT_STREQ(path, "dir/sub");
-  EXPECT_EQ(ztCu_extractFileName(path, path), path);
-  EXPECT_STREQ(path, "sub");
-}
-
-TEST(Utilities, CutsLongPathsToTheCallersBuffer) {
-  const std::string directory(600, 'd'), name(600, 'n'), path = directory + "/" + name;
-  OutBuffer out;
-  ztCu_extractPath(path.c_str(), out.text);
-  EXPECT_EQ(out.text, std::string(511, 'd'));
-  ztCu_extractFileName(path.c_str(), out.text);
-  EXPECT_EQ(out.text, std::string(511, 'n'));
-  EXPECT_EQ(ztCu_makePath(directory.c_str(), "x", out.text), out.text);
-  EXPECT_EQ(out.text, std::string(511, 'd'));
-  EXPECT_EQ(ztCu_makePath("d", name.c_str(), nullptr), "d/" + std::string(509, 'n'));
-  EXPECT_TRUE(out.isIntact());
-}
-
-TEST(Utilities, WritesNoMoreThanTheResult) {
-  char out[] = ".....";
-  ztCu_extractFileName("a/b", out);
-  EXPECT_EQ(std::string(out, 5), "b\0..."s);
-}
-
-TEST(Utilities, MakesAPath) {
-  EXPECT_STREQ(ztCu_makePath("dir", "name", nullptr), "dir/name");
-  EXPECT_STREQ(ztCu_makePath("", "name", nullptr), "name");
-  EXPECT_STREQ(ztCu_makePath("dir", "", nullptr), "dir/");
-  EXPECT_STREQ(ztCu_makePath("dir/", "name", nullptr), "dir//name");
-  EXPECT_STREQ(ztCu_makePath(nullptr, "name", nullptr), "name");
-  EXPECT_STREQ(ztCu_makePath("dir", nullptr, nullptr), "dir/");
-}
-
-TEST(Utilities, MakesAPathInTheCallersBufferToo) {
-  OutBuffer out;
-  const char *own = ztCu_makePath("a", "b", nullptr);
-  EXPECT_EQ(ztCu_makePath("c", "d", out.text), out.text);
-  EXPECT_STREQ(out.text, "c/d");
-  EXPECT_STREQ(own, "c/d");
-}
-
-TEST(Utilities, MakesAPathOfAnEarlierOne) {
-  EXPECT_STREQ(ztCu_makePath(ztCu_makePath("a", "b", nullptr), "c", nullptr), "a/b/c");
-  EXPECT_STREQ(ztCu_makePath("x", ztCu_makePath("a", "b", nullptr), nullptr), "x/a/b");
-  char path[512] = "a";
-  EXPECT_STREQ(ztCu_makePath(path, path, path), "a/a");
-}
-
 // The environment ---------------------------------------------------------------------------------
 
-TEST(Utilities, ExpandsTheVariableThatAPathBeginsWith) {
+// Sets an environment variable for one test.
+class Environment {
+ public:
+  Environment(const std::string &variable, const std::string &value) : name(variable) {
+    setenv(name.c_str(), value.c_str(), 1);
+  }
+  ~Environment() {
+    unsetenv(name.c_str());
+  }
+
+ private:
+  const std::string name;
+};
+
+// The contents of a buffer that held "kept".
+std::string expanded(const std::string &text, int32_t result = 1) {
+  OutBuffer out;
+  EXPECT_EQ(ztCu_expandEnvString(out.text, text.c_str()), result);
+  EXPECT_TRUE(out.isIntact());
+  return out.text;
+}
+
+TEST(EnvironmentTexts, ExpandTheVariableThatAPathBeginsWith) {
   const Environment variable("ZT_TEST_FOLDER", "/some/folder");
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "$(ZT_TEST_FOLDER)/x"), 1);
-  EXPECT_STREQ(out.text, "/some/folder/x");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "pre/$(ZT_TEST_FOLDER)/x"), 1);
-  EXPECT_STREQ(out.text, "/some/folder/x");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "$(ZT_TEST_FOLDER)"), 1);
-  EXPECT_STREQ(out.text, "/some/folder");
+  EXPECT_EQ(expanded("$(ZT_TEST_FOLDER)/x"), "/some/folder/x");
+  EXPECT_EQ(expanded("pre/$(ZT_TEST_FOLDER)/x"), "/some/folder/x");
+  EXPECT_EQ(expanded("$(ZT_TEST_FOLDER)"), "/some/folder");
 }
 
-TEST(Utilities, ExpandsTheFirstVariableOnly) {
+TEST(EnvironmentTexts, ExpandTheFirstVariableOnly) {
   const Environment variable("ZT_TEST_FOLDER", "$(ZT_TEST_FOLDER)");
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ")$(ZT_TEST_FOLDER)/$(ZT_TEST_FOLDER))"), 1);
-  EXPECT_STREQ(out.text, "$(ZT_TEST_FOLDER)/$(ZT_TEST_FOLDER))");
+  EXPECT_EQ(expanded(")$(ZT_TEST_FOLDER)/$(ZT_TEST_FOLDER))"), "$(ZT_TEST_FOLDER)/$(ZT_TEST_FOLDER))");
 }
 
-TEST(Utilities, CopiesATextWithoutVariable) {
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "a$b(c)"), 1);
-  EXPECT_STREQ(out.text, "a$b(c)");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ""), 1);
-  EXPECT_STREQ(out.text, "");
+TEST(EnvironmentTexts, AreCopiedWithoutAVariableAndLeftAloneWithAnUnclosedOne) {
+  EXPECT_EQ(expanded("a$b(c)"), "a$b(c)");
+  EXPECT_EQ(expanded(""), "");
+  EXPECT_EQ(expanded("$(HOME"), "kept");
+  EXPECT_EQ(expanded(")$("), "kept");
 }
 
-TEST(Utilities, AnUnclosedVariableLeavesTheCallersBuffer) {
-  OutBuffer out;
-  strcpy(out.text, "kept");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "$(HOME"), 1);
-  EXPECT_STREQ(out.text, "kept");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ")$("), 1);
-  EXPECT_STREQ(out.text, "kept");
-}
-
-TEST(Utilities, AnUnsetVariableIsReportedAndTheTextCopied) {
+TEST(EnvironmentTexts, TellOfAnUnsetVariableAndNotOfAnEmptyOne) {
   unsetenv("ZT_TEST_UNSET");
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "a/$(ZT_TEST_UNSET)/x"), -1);
-  EXPECT_STREQ(out.text, "a/$(ZT_TEST_UNSET)/x");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "$()"), -1);
-  EXPECT_STREQ(out.text, "$()");
-}
-
-TEST(Utilities, AnEmptyVariableExpandsToNothing) {
+  EXPECT_EQ(expanded("a/$(ZT_TEST_UNSET)/x", -1), "a/$(ZT_TEST_UNSET)/x");
+  EXPECT_EQ(expanded("$()", -1), "$()");
   const Environment variable("ZT_TEST_FOLDER", "");
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, "$(ZT_TEST_FOLDER)/x"), 1);
-  EXPECT_STREQ(out.text, "/x");
+  EXPECT_EQ(expanded("$(ZT_TEST_FOLDER)/x"), "/x");
 }
 
-TEST(Utilities, ExpandsInPlace) {
+TEST(EnvironmentTexts, ExpandInPlace) {
   const Environment variable("ZT_TEST_FOLDER", "a value longer than the name");
   char text[512] = "p$(ZT_TEST_FOLDER)/rest";
-  EXPECT_EQ(ztCu_expandEnvString(text, text), 1);
-  EXPECT_STREQ(text, "a value longer than the name/rest");
-  EXPECT_EQ(ztCu_expandEnvString(text, text), 1);
-  EXPECT_STREQ(text, "a value longer than the name/rest");
+  for (int time = 0; time < 2; ++time) {
+    EXPECT_EQ(ztCu_expandEnvString(text, text), 1);
+    EXPECT_STREQ(text, "a value longer than the name/rest");
+  }
 }
 
-TEST(Utilities, CutsExpandedTextsToTheCallersBuffer) {
+TEST(EnvironmentTexts, AreCutToTheCallersBuffer) {
   const std::string value(400, 'v'), rest(600, 'r');
-  const Environment variable("ZT_TEST_FOLDER", value.c_str());
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ("$(ZT_TEST_FOLDER)" + rest).c_str()), 1);
-  EXPECT_EQ(out.text, value + std::string(111, 'r'));
-  EXPECT_EQ(ztCu_expandEnvString(out.text, rest.c_str()), 1);
-  EXPECT_EQ(out.text, std::string(511, 'r'));
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ("$(ZT_TEST_UNSET)" + rest).c_str()), -1);
-  EXPECT_EQ(out.text, "$(ZT_TEST_UNSET)" + std::string(495, 'r'));
-  EXPECT_TRUE(out.isIntact());
+  const Environment variable("ZT_TEST_FOLDER", value);
+  EXPECT_EQ(expanded("$(ZT_TEST_FOLDER)" + rest), value + std::string(111, 'r'));
+  EXPECT_EQ(expanded(rest), std::string(511, 'r'));
+  EXPECT_EQ(expanded("$(ZT_TEST_UNSET)" + rest, -1), "$(ZT_TEST_UNSET)" + std::string(495, 'r'));
 }
 
-TEST(Utilities, CutsTheNameOfAVariable) {
+TEST(EnvironmentTexts, CutTheNameOfAVariable) {
   const std::string name(103, 'N');
-  const Environment variable(name.c_str(), "found");
-  OutBuffer out;
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ("$(" + name + ")/x").c_str()), 1);
-  EXPECT_STREQ(out.text, "found/x");
-  EXPECT_EQ(ztCu_expandEnvString(out.text, ("$(" + name + std::string(900, 'N') + ")/y").c_str()), 1);
-  EXPECT_STREQ(out.text, "found/y");
+  const Environment variable(name, "found");
+  EXPECT_EQ(expanded("$(" + name + ")/x"), "found/x");
+  EXPECT_EQ(expanded("$(" + name + std::string(900, 'N') + ")/y"), "found/y");
 }
 
-TEST(Utilities, ExpandsNothingWithoutATextOrABuffer) {
+TEST(EnvironmentTexts, NeedATextAndABuffer) {
   OutBuffer out;
-  strcpy(out.text, "kept");
   EXPECT_EQ(ztCu_expandEnvString(out.text, nullptr), 0);
   EXPECT_EQ(ztCu_expandEnvString(nullptr, "x"), 0);
   EXPECT_STREQ(out.text, "kept");
 }
+
+}  // namespace

@@ -1,11 +1,10 @@
 // Threads that use the library at the same time, each with objects of its own.
 #include "tests/helpers/captured_log.hh"
+#include "tests/helpers/host_class.hh"
 #include "tests/helpers/lives.hh"
 #include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/threads/blocks.hh"
-#include "tests/threads/meter.hh"
-#include "tests/threads/together.hh"
 #include "zentova.h"
 
 #include <gtest/gtest.h>
@@ -13,13 +12,124 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <barrier>
+#include <condition_variable>
+#include <deque>
 #include <map>
+#include <mutex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
+// An object with a static property, "level".
+#define Meter_FIELDS \
+  ztObject_FIELDS    \
+  int32_t level;
+#define Meter_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Meter)
+// As Meter, and its child; used by one test only, which is the first to use them. The same goes for those below.
+#define FreshMeter_FIELDS Meter_FIELDS
+#define FreshMeter_METHODS Meter_METHODS
+ZT_DECLARE_CLASS(FreshMeter)
+#define FreshCounter_FIELDS FreshMeter_FIELDS int32_t count;
+#define FreshCounter_METHODS FreshMeter_METHODS int32_t (*next)(void *counter);
+ZT_DECLARE_CLASS(FreshCounter)
+#define FreshNode_FIELDS ztRoot_FIELDS
+#define FreshNode_METHODS ztRoot_METHODS
+ZT_DECLARE_CLASS(FreshNode)
+#define FreshType_FIELDS ztIntPropertyType_FIELDS
+#define FreshType_METHODS ztIntPropertyType_METHODS
+ZT_DECLARE_CLASS(FreshType)
+
+static int32_t meterProperties(ztClass *klass) {
+  ztGetter getter;
+  getter.getInt = [](const void *meter) { return static_cast<const Meter *>(meter)->level; };
+  ztSetter setter;
+  setter.setInt = [](void *meter, int32_t level) { static_cast<Meter *>(meter)->level = level; };
+  return ztObject_table()->addProperty(klass, "level", "ztInt", getter, setter, nullptr, "levelChanged");
+}
+
+static int32_t meterCreate(void *meter) {
+  static_cast<Meter *>(meter)->level = 0;
+  return ztObject_table()->create(meter);
+}
+
+template <typename Methods>
+static void meterMethods(Methods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, meterCreate);
+  ZT_OVERRIDE_METHOD(methods, initProperties, meterProperties);
+}
+
+static std::atomic<int> filledMeters;
+
+static void freshMeterFunctions(ztClassFunctions *functions) {
+  functions->classInit = [](ztClass *) { ++filledMeters; };
+}
+
+static int32_t freshCounterCreate(void *counter) {
+  static_cast<FreshCounter *>(counter)->count = 0;
+  return FreshMeter_table()->create(counter);
+}
+
+static int32_t freshCounterNext(void *counter) {
+  return ++static_cast<FreshCounter *>(counter)->count;
+}
+
+static void freshCounterMethods(FreshCounterMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, freshCounterCreate);
+  ZT_OVERRIDE_METHOD(methods, next, freshCounterNext);
+}
+
+ZT_DEFINE_CLASS(Meter, ztObject, meterMethods)
+ZT_DEFINE_CLASS_FULL(FreshMeter, ztObject, meterMethods, 1, ztClassFunctions, freshMeterFunctions)
+ZT_DEFINE_CLASS(FreshCounter, FreshMeter, freshCounterMethods)
+ZT_DEFINE_CLASS(FreshNode, ztRoot, noMethods)
+ZT_DEFINE_CLASS(FreshType, ztIntPropertyType, noMethods)
+
 namespace {
+
+constexpr int threadCount = 4;
+
+// Where each of the threads waits for the others.
+using Meeting = std::barrier<>;
+
+// Runs the work in four threads that begin at once: `work(number, meeting)`.
+template <typename Work>
+void together(const Work &work) {
+  Meeting meeting(threadCount);
+  std::vector<std::thread> threads;
+  for (int number = 0; number < threadCount; ++number) {
+    threads.emplace_back([&, number] {
+      meeting.arrive_and_wait();
+      work(number, meeting);
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+}
+
+// Objects on their way from one thread to another.
+class Handover {
+ public:
+  void push(void *object) {
+    const std::lock_guard locked(mutex);
+    waiting.push_back(object);
+    arrived.notify_one();
+  }
+  void *pop() {
+    std::unique_lock locked(mutex);
+    arrived.wait(locked, [this] { return !waiting.empty(); });
+    void *object = waiting.front();
+    waiting.pop_front();
+    return object;
+  }
+
+ private:
+  std::mutex mutex;
+  std::condition_variable arrived;
+  std::deque<void *> waiting;
+};
 
 // Not fewer than two, so that something is there before each round but the first.
 int rounds(int number) {
@@ -59,27 +169,32 @@ TEST(Threads, LiveWithObjectsOfAllClasses) {
 // Classes -------------------------------------------------------------------------------------------
 
 void useFreshCounter() {
-  const Held counter(FreshCounter_ctor(nullptr, 1));
-  EXPECT_EQ(FreshCounter_of(counter)->next(counter), 1);
+  const Owned<FreshCounter, FreshCounterMethods> counter(FreshCounter_ctor);
+  EXPECT_EQ(counter->next(counter), 1);
   EXPECT_EQ(FreshCounterIsClassOf(nullptr, counter, "FreshMeter"), 1);
+  EXPECT_EQ(FreshCounterIsClassOf(nullptr, counter, "ztBaseClass"), 1);
   int32_t level = -1;
-  EXPECT_EQ(FreshCounter_of(counter)->setProperty(counter, "level", "ztInt", 7), 1);
-  EXPECT_EQ(FreshCounter_of(counter)->getProperty(counter, "level", "ztInt", &level), 1);
+  EXPECT_EQ(counter->setProperty(counter, "level", "ztInt", 7), 1);
+  EXPECT_EQ(counter->getProperty(counter, "level", "ztInt", &level), 1);
   EXPECT_EQ(level, 7);
 }
 
 TEST(Threads, FillAndRegisterClassesThatTheyAreFirstToUse) {
   const int32_t before = ztOOP_classCount();
-  together([](int, Meeting &meeting) {
+  together([](int number, Meeting &meeting) {
+    if (number % 2 == 0) {
+      useFreshCounter();
+    } else {
+      use(FreshMeter_ctor);
+    }
+    EXPECT_TRUE(ztOOP_isClassRegistered(number % 2 == 0 ? "FreshCounter" : "FreshMeter"));
+    meeting.arrive_and_wait();
     useFreshCounter();
-    meeting.arrive_and_wait();
-    releaseIfMade(FreshMeter_ctor(nullptr, 1));
-    meeting.arrive_and_wait();
-    releaseIfMade(FreshNode_ctor(nullptr, 1));
-    const Held named(ztNewFromName("FreshNode"));
-    EXPECT_STREQ(ztOOP_classNameOf(named), "FreshNode");
+    use(FreshNode_ctor);
+    EXPECT_STREQ(ztOOP_classNameOf(Object(ztNewFromName("FreshNode"))), "FreshNode");
   });
   EXPECT_EQ(ztOOP_classCount(), before + 3);
+  EXPECT_EQ(filledMeters, 1);
 }
 
 int32_t addClass(const std::string &name) {
@@ -96,8 +211,7 @@ TEST(Threads, RegisterFindAndFreeClasses) {
       EXPECT_EQ(addClass(name), 1);
       EXPECT_EQ(ztOOP_isClassRegistered(name.c_str()), 1);
       EXPECT_NE(ztOOP_findClass("ztString"), nullptr);
-      const Held object(ztNewFromName(name.c_str()));
-      EXPECT_STREQ(ztOOP_classNameOf(object), "Meter");
+      EXPECT_STREQ(ztOOP_classNameOf(Object(ztNewFromName(name.c_str()))), "Meter");
       ztFreeClass(name.c_str());
       EXPECT_EQ(ztOOP_isClassRegistered(name.c_str()), 0);
     }
@@ -112,7 +226,7 @@ TEST(Threads, RegisterANameOnce) {
 }
 
 TEST(Threads, MakeAPropertyTypeKnownOnce) {
-  releaseIfMade(FreshType_ctor(nullptr, 1));
+  use(FreshType_ctor);
   std::atomic<int> made{0};
   together([&](int, Meeting &) {
     made += ztProperty_functions()->registerNewType(nullptr, "FreshType");
@@ -143,18 +257,18 @@ void connect(void *sender, const char *signal, void *receiver, void (*slot)(void
             1);
 }
 
+using OwnedMeter = Owned<Meter, MeterMethods>;
+
 TEST(Threads, EmitWithinTheirOwnObjects) {
   together([](int number, Meeting &) {
     for (int i = 0; i < rounds(50); ++i) {
-      const Held sender(Meter_ctor(nullptr, 1));
-      const Held relay(Meter_ctor(nullptr, 1));
-      const Held counter(Meter_ctor(nullptr, 1));
+      const OwnedMeter sender(Meter_ctor), relay(Meter_ctor), counter(Meter_ctor);
       connect(sender, "changed", relay, passOn);
       connect(sender, "changed", Meter_ctor(nullptr, 1), end);
       connect(sender, "changed", counter, count);
       connect(relay, "passed", counter, count);
       for (int k = 0; k < 3; ++k) EXPECT_EQ(ztObject_emit(sender, "changed", number + 1), 1);
-      EXPECT_EQ(static_cast<const Meter *>(static_cast<void *>(counter))->level, 6 * (number + 1));
+      EXPECT_EQ(counter.fields().level, 6 * (number + 1));
     }
   });
 }
@@ -162,19 +276,16 @@ TEST(Threads, EmitWithinTheirOwnObjects) {
 TEST(Threads, SetStaticAndDynamicProperties) {
   together([](int number, Meeting &) {
     for (int32_t i = 0; i < rounds(100); ++i) {
-      const Held meter(Meter_ctor(nullptr, 1));
-      const MeterMethods *methods = Meter_of(meter);
+      const OwnedMeter meter(Meter_ctor);
       const int32_t initial = 1000 * number + i;
-      EXPECT_EQ(methods->setProperty(meter, "level", "ztInt", initial), 1);
-      EXPECT_EQ(methods->setProperty(meter, "alarm", "ztInt", reinterpret_cast<ztWord>(&initial)), 1);
-      int32_t level = -1;
-      int32_t alarm = -1;
-      EXPECT_EQ(methods->getProperty(meter, "level", "ztInt", &level), 1);
-      EXPECT_EQ(methods->getProperty(meter, "alarm", "ztInt", &alarm), 1);
-      EXPECT_EQ(level, initial);
-      EXPECT_EQ(alarm, initial);
-      const Held properties(ztPropertyPtrArray_ctor(nullptr, 1));
-      EXPECT_EQ(methods->getProperties(meter, properties), 1);
+      EXPECT_EQ(meter->setProperty(meter, "level", "ztInt", initial), 1);
+      EXPECT_EQ(meter->setProperty(meter, "alarm", "ztInt", reinterpret_cast<ztWord>(&initial)), 1);
+      for (const char *name : {"level", "alarm"}) {
+        int32_t value = -1;
+        EXPECT_EQ(meter->getProperty(meter, name, "ztInt", &value), 1);
+        EXPECT_EQ(value, initial) << name;
+      }
+      EXPECT_EQ(meter->getProperties(meter, Object(ztPropertyPtrArray_ctor)), 1);
     }
   });
 }
@@ -190,18 +301,23 @@ void *makeNode(ztCtor constructor, const std::string &name, int32_t uid) {
 
 constexpr int childCount = 8;
 
-// A tag with an attribute, nodes below it that it tells of, and a property.
-void *makeTree(int number) {
-  void *root = makeNode(ztTag_ctor, "tree " + std::to_string(number), 1);
-  const double initial = number;
-  EXPECT_EQ(ztTag_of(root)->insertNew(root, "series", ztFloatTag_ctor(nullptr, 1), nullptr, 0, 4, &initial),
-            1);
+void *makeNodes(ztCtor constructor, int number) {
+  void *root = makeNode(constructor, "tree " + std::to_string(number), 1);
   void *below = root;
   for (int i = 0; i < childCount; ++i) {
     void *child = makeNode(ztRoot_ctor, "child " + std::to_string(i), 2 + i);
     ztRoot_of(below)->addChild(below, child);
     if (i % 2 == 1) below = child;
   }
+  return root;
+}
+
+// A tag with an attribute, nodes below it that it tells of, and a property.
+void *makeTree(int number) {
+  void *root = makeNodes(ztTag_ctor, number);
+  const double initial = number;
+  EXPECT_EQ(ztTag_of(root)->insertNew(root, "series", ztFloatTag_ctor(nullptr, 1), nullptr, 0, 4, &initial),
+            1);
   const int32_t kept = number;
   EXPECT_EQ(ztTag_of(root)->setProperty(root, "number", "ztInt", reinterpret_cast<ztWord>(&kept)), 1);
   return root;
@@ -223,18 +339,18 @@ std::string shapeOf(int number) {
 // Uses and ends a tree that another thread made.
 void useUp(void *root, int number) {
   EXPECT_EQ(describe(root), shapeOf(number));
-  const Held counter(Meter_ctor(nullptr, 1));
+  const OwnedMeter counter(Meter_ctor);
+  const Owned<ztTag, ztTagMethods> tag(root);
   connect(root, "childAdded", counter, [](void *receiver, intptr_t) { count(receiver, 1); });
-  ztRoot_of(root)->addChild(root, makeNode(ztRoot_ctor, "last", 99));
-  EXPECT_EQ(static_cast<const Meter *>(static_cast<void *>(counter))->level, 1);
+  tag->addChild(root, makeNode(ztRoot_ctor, "last", 99));
+  EXPECT_EQ(counter.fields().level, 1);
   int32_t kept = -1;
-  EXPECT_EQ(ztTag_of(root)->getProperty(root, "number", "ztInt", &kept), 1);
+  EXPECT_EQ(tag->getProperty(root, "number", "ztInt", &kept), 1);
   EXPECT_EQ(kept, number);
-  void *series = ztTag_of(root)->getByName(root, "series", nullptr);
+  void *series = tag->getByName(root, "series", nullptr);
   double total = 0;
   ztTagAttribute_of(series)->getTotalValue(series, &total);
   EXPECT_EQ(total, 4.0 * number);
-  releaseIfMade(root);
 }
 
 TEST(Threads, HandTreesOverToOthersWhichEndThem) {
@@ -253,54 +369,41 @@ TEST(Threads, HandTreesOverToOthersWhichEndThem) {
 }
 
 TEST(Threads, GiveNodesDifferentNames) {
-  std::array<std::vector<void *>, threadCount> nodes;
+  std::array<std::vector<std::string>, threadCount> names;
   together([&](int number, Meeting &) {
     for (int i = 0; i < 100; ++i) {
-      void *node = ztRoot_ctor(nullptr, 1);
-      ztRoot_of(node)->generateUid(node);
-      nodes[static_cast<size_t>(number)].push_back(node);
+      const Owned<ztRoot, ztRootMethods> node(ztRoot_ctor);
+      node->generateUid(node);
+      names[static_cast<size_t>(number)].push_back(node->getName(node));
     }
   });
-  std::set<std::string> names;
-  for (const auto &made : nodes) {
-    for (void *node : made) {
-      names.insert(ztRoot_of(node)->getName(node));
-      releaseIfMade(node);
-    }
-  }
-  EXPECT_EQ(names.size(), static_cast<size_t>(threadCount) * 100);
+  std::set<std::string> all;
+  for (const auto &made : names) all.insert(made.begin(), made.end());
+  EXPECT_EQ(all.size(), static_cast<size_t>(threadCount) * 100);
 }
 
 // Gives the tree that comes back.
 void *storeAndLoad(const void *root, ztCtor fileConstructor, const std::string &path) {
-  const Held file(fileConstructor(nullptr, 1));
-  EXPECT_EQ(ztFile_of(file)->open(file, path.c_str(), "w+"), 1);
+  const Owned<ztFile, ztFileMethods> file(fileConstructor);
+  EXPECT_EQ(file->open(file, path.c_str(), "w+"), 1);
   EXPECT_EQ(ztRoot_storeTree(root, file), 1 + childCount);
-  EXPECT_EQ(ztFile_of(file)->flush(file), 0);
-  EXPECT_EQ(ztFile_of(file)->goToBegin(file), 0);
-  const Held roots(ztPtrArray_ctor(nullptr, 1));
+  EXPECT_EQ(file->flush(file), 0);
+  EXPECT_EQ(file->goToBegin(file), 0);
+  const Owned<ztPtrArray, ztPtrArrayMethods> roots(ztPtrArray_ctor);
   ztTreeReport report;
   EXPECT_EQ(ztRoot_loadTree(file, 1 + childCount, roots, &report), 1);
   EXPECT_EQ(report.nodes, 1 + childCount);
-  return ztPtrArray_of(roots)->getSize(roots) == 1 ? ztPtrArray_of(roots)->getAt(roots, 0) : nullptr;
-}
-
-// A tag is read back with its attributes only where they are there before; these are plain nodes.
-void *makePlainTree(int number) {
-  void *root = makeNode(ztRoot_ctor, "tree " + std::to_string(number), 1);
-  for (int i = 0; i < childCount; ++i) {
-    ztRoot_of(root)->addChild(root, makeNode(ztRoot_ctor, "child " + std::to_string(i), 2 + i));
-  }
-  return root;
+  return roots->getSize(roots) == 1 ? roots->getAt(roots, 0) : nullptr;
 }
 
 TEST(Threads, StoreAndLoadTreesInBothForms) {
   const TempFolder folder;
   together([&](int number, Meeting &) {
     for (int i = 0; i < rounds(20); ++i) {
-      const Held tree(makePlainTree(number));
+      // A tag is read back with its attributes only where they are there before; these are plain nodes.
+      const Object tree(makeNodes(ztRoot_ctor, number));
       for (const ztCtor fileConstructor : {ztFile_ctor, ztTextFile_ctor}) {
-        const Held loaded(storeAndLoad(tree, fileConstructor, folder.path(std::to_string(number))));
+        const Object loaded(storeAndLoad(tree, fileConstructor, folder.path(std::to_string(number))));
         ASSERT_NE(loaded, nullptr);
         EXPECT_EQ(describe(loaded), describe(tree));
       }
@@ -311,46 +414,35 @@ TEST(Threads, StoreAndLoadTreesInBothForms) {
 // Texts ---------------------------------------------------------------------------------------------
 
 // Every one of them in a buffer that its next call overwrites, in this thread alone.
-void compareTexts(const std::string &name) {
+void compareTexts(const std::string &name, const char *current) {
+  using Texts = std::vector<std::string>;
   const std::string folder = "folder/of/" + name;
-  char joined[512];
-  char last[512];
-  char parent[512];
-  char made[512];
-  const char *message = ztCu_fmtMsg("message of %s", name.c_str());
-  const char *lower = ztCu_sToLower(name.c_str());
-  const char *joinedHere = ztDm_makePath(folder.c_str(), name.c_str(), nullptr);
-  const char *lastHere = ztDm_getDirName(folder.c_str(), nullptr);
-  const char *parentHere = ztDm_extractPath(folder.c_str(), nullptr);
-  const char *madeHere = ztCu_makePath(folder.c_str(), name.c_str(), nullptr);
+  const std::vector<const char *> texts = {ztCu_fmtMsg("message of %s", name.c_str()),
+                                           ztCu_sToLower(name.c_str()),
+                                           ztDm_makePath(folder.c_str(), name.c_str(), nullptr),
+                                           ztCu_makePath(folder.c_str(), name.c_str(), nullptr),
+                                           ztDm_getDirName(folder.c_str(), nullptr),
+                                           ztDm_extractPath(folder.c_str(), nullptr),
+                                           ztDm_getCurrentDir(nullptr)};
   const void *string = ztString_functions()->newString(nullptr, name.c_str());
   std::this_thread::yield();
-  EXPECT_EQ(message, "message of " + name);
-  EXPECT_EQ(lower, name);
-  EXPECT_STREQ(joinedHere, ztDm_makePath(folder.c_str(), name.c_str(), joined));
-  EXPECT_STREQ(lastHere, ztDm_getDirName(folder.c_str(), last));
-  EXPECT_STREQ(parentHere, ztDm_extractPath(folder.c_str(), parent));
-  EXPECT_STREQ(madeHere, ztCu_makePath(folder.c_str(), name.c_str(), made));
+  EXPECT_EQ(Texts(texts.begin(), texts.end()), (Texts{"message of " + name, name, folder + "/" + name,
+                                                      folder + "/" + name, name, "folder/of", current}));
   EXPECT_EQ(ztString_of(string)->get(string), name);
+  EXPECT_STREQ(ztCu_sToUpper("abc"), "ABC");
 }
 
-TEST(Threads, SeeTheirOwnTexts) {
+TEST(Threads, SeeTheirOwnTextsAndLeaveNothingBehindWhenTheyEnd) {
   char current[512];
   ztDm_getCurrentDir(current);
-  together([&](int number, Meeting &) {
-    for (int i = 0; i < rounds(500); ++i) {
-      compareTexts("thread " + std::to_string(number) + " round " + std::to_string(i));
-      EXPECT_STREQ(ztDm_getCurrentDir(nullptr), current);
-      EXPECT_EQ(ztCu_sToUpper("abc"), std::string("ABC"));
+  const auto compare = [&current](int number, int count) {
+    for (int i = 0; i < count; ++i) {
+      compareTexts("thread " + std::to_string(number) + " round " + std::to_string(i), current);
     }
-  });
-}
-
-TEST(Threads, LeaveNothingBehindWhenTheyEnd) {
-  const auto hold = [](int number, Meeting &) { compareTexts("thread " + std::to_string(number)); };
-  together(hold);
+  };
+  together([&](int number, Meeting &) { compare(number, rounds(500)); });
   const int before = liveBlocks;
-  for (int i = 0; i < rounds(20); ++i) together(hold);
+  for (int i = 0; i < rounds(20); ++i) together([&](int number, Meeting &) { compare(number, 1); });
   EXPECT_EQ(liveBlocks, before);
 }
 
