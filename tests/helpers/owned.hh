@@ -27,6 +27,7 @@ inline void *newCopy(const void *object) {
 template <typename Object = ztBaseClass, typename Methods = ztBaseClassMethods>
 class Owned {
  public:
+  Owned() = default;
   explicit Owned(ztCtor constructor) : Owned(constructor(nullptr, 1)) {}
   // What was made; NULL when that failed.
   explicit Owned(void *made) : object(static_cast<Object *>(made)) {}
@@ -58,7 +59,7 @@ class Owned {
   }
 
  private:
-  Object *object;
+  Object *object = nullptr;
 };
 
 Owned(ztCtor)->Owned<>;
