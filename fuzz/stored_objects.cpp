@@ -33,37 +33,21 @@ bool hasFault;
 // Whether the file is one that cannot seek.
 bool isStream;
 
+using File = Owned<ztFile, ztFileMethods>;
+
 // An open file of one of the two kinds.
-class OpenFile {
- public:
-  OpenFile(bool asText, const char *path, const char *mode) {
-    const NoFaults meanwhile;
-    file = asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1);
-    ZT_REQUIRE(file != nullptr);
-    ZT_REQUIRE(ztFile_of(file)->open(file, path, mode) != 0);
-  }
-  ~OpenFile() {
-    unRef(file);
-  }
-  OpenFile(const OpenFile &) = delete;
-  OpenFile &operator=(const OpenFile &) = delete;
-
-  operator void *() const {
-    return file;
-  }
-  const ztFileMethods *operator->() const {
-    return ztFile_of(file);
-  }
-
- private:
-  void *file;
-};
+File openFile(bool asText, const char *path, const char *mode) {
+  const NoFaults meanwhile;
+  File file(asText ? ztTextFile_ctor : ztFile_ctor);
+  ZT_REQUIRE(file != nullptr && file->open(file, path, mode) != 0);
+  return file;
+}
 
 // Storing and comparing ---------------------------------------------------------------------------
 
 std::string recordOf(const void *object, bool asText) {
   {
-    const OpenFile file(asText, storage->path(), "w+b");
+    const File file = openFile(asText, storage->path(), "w+b");
     ztBaseClass_of(object)->write(object, file);
   }
   return storage->bytes();
@@ -94,7 +78,7 @@ void compareStored(const void *object) {
   // The elements of an array of the host's own need its policy, the attributes of a tag their likes.
   if (comesBack(object)) {
     {
-      const OpenFile file(false, storage->path(), "rb");
+      const File file = openFile(false, storage->path(), "rb");
       ZT_REQUIRE(ztBaseClass_of(again)->read(again, file) != 0);
     }
     ZT_REQUIRE(recordOf(again, false) == record);
@@ -109,7 +93,7 @@ void compareStrings(void *string) {
   if (methods->set(string, text.c_str()) == nullptr) return;
   void *again = ztString_ctor(nullptr, 1);
   {
-    const OpenFile file(false, storage->path(), "w+b");
+    const File file = openFile(false, storage->path(), "w+b");
     ZT_REQUIRE(methods->write(string, file) != 0);
     ZT_REQUIRE(file->writeChar(file, 0) != 0);
     ZT_REQUIRE(file->goToBegin(file) == 0);
@@ -230,7 +214,7 @@ void releaseRoots(void *roots) {
 }
 
 int32_t storeRoots(void *roots) {
-  const OpenFile file(false, storage->path(), "w+b");
+  const File file = openFile(false, storage->path(), "w+b");
   const ztPtrArrayMethods *methods = ztPtrArray_of(roots);
   int32_t nodes = 0;
   for (int32_t i = 0; i < methods->getSize(roots); ++i) {
@@ -269,7 +253,7 @@ void compareTrees(void *roots, const ztTreeReport &report) {
   void *again = ztPtrArray_ctor(nullptr, 1);
   ztTreeReport found;
   {
-    const OpenFile source(false, storage->path(), "rb");
+    const File source = openFile(false, storage->path(), "rb");
     ZT_REQUIRE(ztRoot_loadTree(source, -1, again, &found) == 1);
   }
   ZT_REQUIRE(found.nodes == nodes);
@@ -384,25 +368,19 @@ void readOne(void *file, const Reading &reading) {
   switch (reading.kind % 8) {
     case 0:
     case 1:
-      readIdentified(file);
-      break;
+      return readIdentified(file);
     case 2:
-      readOnto(file, classes[reading.choice % classes.size()].ctor);
-      break;
+      return readOnto(file, classes[reading.choice % classes.size()].ctor);
     case 3:
-      readTrees(file, -1);
-      break;
+      return readTrees(file, -1);
     case 4:
-      readTrees(file, reading.choice);
-      break;
+      return readTrees(file, reading.choice);
     case 5:
-      readHostArray(file, reading.choice);
-      break;
+      return readHostArray(file, reading.choice);
     case 6:
-      readTagWithAttributes(file, reading.choice);
-      break;
+      return readTagWithAttributes(file, reading.choice);
     default:
-      readPrimitives(file);
+      return readPrimitives(file);
   }
 }
 
@@ -438,42 +416,34 @@ void writeObject(void *file, const NamedClass &made, bool identified) {
 
 void writePart(void *file, Input &input) {
   const ztFileMethods *methods = ztFile_of(file);
+  const auto anyClass = [&]() -> const NamedClass & {
+    return classes[input.below(static_cast<uint32_t>(classes.size()))];
+  };
   switch (input.below(14)) {
     case 0:
     case 1:
-      writeIdentity(file, classes[input.below(static_cast<uint32_t>(classes.size()))].name, 1);
-      break;
+      return writeIdentity(file, anyClass().name, 1);
     case 2:
-      writeIdentity(file, input.bytes(100), input.count());
-      break;
+      return writeIdentity(file, input.bytes(100), input.count());
     case 3:
     case 4:
-      methods->writeInt(file, input.count());
-      break;
+      return static_cast<void>(methods->writeInt(file, input.count()));
     case 5:
-      methods->writeFloat(file, input.number<double>());
-      break;
+      return static_cast<void>(methods->writeFloat(file, input.number<double>()));
     case 6:
-      methods->writeChar(file, input.byte());
-      break;
+      return static_cast<void>(methods->writeChar(file, input.byte()));
     case 7:
-      writeField(file, 32, input.bytes(32));
-      break;
+      return writeField(file, 32, input.bytes(32));
     case 8:
-      writeField(file, 80, input.bytes(80));
-      break;
+      return writeField(file, 80, input.bytes(80));
     case 9:
-      methods->writeString(file, input.text(64).c_str());
-      break;
+      return static_cast<void>(methods->writeString(file, input.text(64).c_str()));
     case 10:
-      methods->writeLong(file, input.number<int64_t>());
-      break;
+      return static_cast<void>(methods->writeLong(file, input.number<int64_t>()));
     case 11:
-      writeObject(file, classes[input.below(static_cast<uint32_t>(classes.size()))], input.flag());
-      break;
+      return writeObject(file, anyClass(), input.flag());
     case 12:
-      writeNode(file, input);
-      break;
+      return writeNode(file, input);
     default: {
       const std::string bytes = input.bytes(200);
       if (!bytes.empty()) fwrite(bytes.data(), 1, bytes.size(), static_cast<ztFile *>(file)->stream);
@@ -482,7 +452,7 @@ void writePart(void *file, Input &input) {
 }
 
 void compose(bool asText, Input &input) {
-  const OpenFile file(asText, stored->path(), "w+b");
+  const File file = openFile(asText, stored->path(), "w+b");
   while (!input.isEmpty()) writePart(file, input);
 }
 
@@ -556,11 +526,11 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   compose(asText, input);
   if (isStream) {
     Pipe pipe(stored->bytes());
-    const OpenFile file(asText, pipe.path(), "rb");
+    const File file = openFile(asText, pipe.path(), "rb");
     pipe.endInput();
     readAll(file, readings, beforeFault);
   } else {
-    const OpenFile file(asText, stored->path(), "rb");
+    const File file = openFile(asText, stored->path(), "rb");
     readAll(file, readings, beforeFault);
   }
   ZT_REQUIRE(!metBytesAllowed);

@@ -5,10 +5,9 @@
 #include "fuzz/blocks.hh"
 #include "fuzz/objects.hh"
 #include "tests/helpers/storage.hh"
+#include "tests/helpers/temp_folder.hh"
 #include "zentova.h"
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,15 +18,6 @@ constexpr size_t longestMixture = 1U << 20;
 // Trees are saved beside their target, so that a file in memory is of no use.
 const char *const savedPath = "saved.zt";
 const char *const mixedPath = "mixed.zt";
-
-std::string contentsOf(const char *path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void writeContents(const char *path, const std::string &bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
 
 // Trees -------------------------------------------------------------------------------------------
 
@@ -99,14 +89,13 @@ void open(const std::string &bytes, const SavedTree &one, const SavedTree &other
 
 // Without a look at the mark, what stands ahead of it is loaded as far as it goes.
 void load(bool asText, int32_t count) {
-  void *file = asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1);
-  ZT_REQUIRE(ztFile_of(file)->open(file, mixedPath, "rb") != 0);
+  const Owned<ztFile, ztFileMethods> file(asText ? ztTextFile_ctor : ztFile_ctor);
+  ZT_REQUIRE(file->open(file, mixedPath, "rb") != 0);
   void *roots = ztPtrArray_ctor(nullptr, 1);
   ztTreeReport report;
   const int32_t loaded = ztRoot_loadTree(file, count, roots, &report);
   ZT_REQUIRE(loaded != 0 || ztPtrArray_of(roots)->getSize(roots) == 0);
   releaseTrees(roots);
-  unRef(file);
 }
 
 // Mixing ------------------------------------------------------------------------------------------
@@ -130,19 +119,10 @@ void damage(Input &input, std::string *mixture) {
 std::string mix(Input &input, const std::string &one, const std::string &other) {
   std::string mixture = input.flag() ? one : "";
   for (uint32_t i = input.below(8); i > 0 && mixture.size() < longestMixture; --i) {
-    switch (input.below(4)) {
-      case 0:
-        appendPiece(input, one, &mixture);
-        break;
-      case 1:
-        appendPiece(input, other, &mixture);
-        break;
-      case 2:
-        mixture += input.bytes(256);
-        break;
-      default:
-        damage(input, &mixture);
-    }
+    const uint32_t change = input.below(4);
+    if (change < 2) appendPiece(input, change == 0 ? one : other, &mixture);
+    if (change == 2) mixture += input.bytes(256);
+    if (change == 3) damage(input, &mixture);
   }
   return mixture;
 }
