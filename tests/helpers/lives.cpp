@@ -439,20 +439,11 @@ std::string describeAttribute(const void *object) {
                                      : describeArray<Doubles>(attribute->values));
 }
 
-void setValueNumber(Trial &trial, void *object) {
+template <typename Value>
+void fillAttribute(Trial &trial, void *object) {
   trial.need([&] { return ztTagAttribute_of(object)->setNumValues(object, 3); });
-}
-
-void fillIntTag(Trial &trial, void *object) {
-  setValueNumber(trial, object);
-  const int32_t value = 7;
+  const Value value = Value{15} / 2;
   EXPECT_EQ(ztTagAttribute_of(object)->setValue(object, 1, &value), 1);
-}
-
-void fillFloatTag(Trial &trial, void *object) {
-  setValueNumber(trial, object);
-  const double value = 1.5;
-  EXPECT_EQ(ztTagAttribute_of(object)->setValue(object, 2, &value), 1);
 }
 
 std::string describeTag(const void *object) {
@@ -518,28 +509,22 @@ void fillFile(Trial &trial, void *object) {
 
 // Property types ------------------------------------------------------------------------------------
 
-// A property of the type, on an object of its own.
-template <const char *typeName>
-void useType(Trial &trial, void *) {
-  Held object(trial.make(ztObject_ctor));
-  Held string(Strings(trial).string.release());
+// A property of the type that the class is named for, on an object of its own.
+void useType(Trial &trial, void *type) {
+  const std::string className = ztOOP_classNameOf(type);
+  const std::string typeName = className.substr(0, className.find("PropertyType"));
+  const Held object(trial.make(ztObject_ctor));
+  const Strings strings(trial);
   const int64_t zero = 0;
-  const bool isString = strcmp(typeName, "ztString") == 0;
-  const auto initial = reinterpret_cast<ztWord>(isString ? string : static_cast<const void *>(&zero));
+  const bool isString = typeName == "ztString";
+  const void *const first = isString ? static_cast<void *>(strings.string) : static_cast<const void *>(&zero);
+  const auto initial = reinterpret_cast<ztWord>(first);
   const ztObjectMethods *methods = ztObject_of(object);
-  trial.need([&] { return methods->setProperty(object, "value", typeName, initial); });
+  trial.need([&] { return methods->setProperty(object, "value", typeName.c_str(), initial); });
   int64_t out = -1;
-  EXPECT_EQ(methods->getProperty(object, "value", typeName, &out), 1);
-  EXPECT_EQ(methods->setProperty(object, "value", typeName, isString ? initial : 1), 1);
+  EXPECT_EQ(methods->getProperty(object, "value", typeName.c_str(), &out), 1);
+  EXPECT_EQ(methods->setProperty(object, "value", typeName.c_str(), isString ? initial : 1), 1);
 }
-
-constexpr char intType[] = "ztInt";
-constexpr char charType[] = "ztChar";
-constexpr char charPtrType[] = "ztCharPtr";
-constexpr char boolType[] = "ztBool";
-constexpr char floatType[] = "ztFloat";
-constexpr char voidPtrType[] = "ztVoidPtr";
-constexpr char stringType[] = "ztString";
 
 // All classes ---------------------------------------------------------------------------------------
 
@@ -550,13 +535,13 @@ constinit const Life all[] = {
     {"ztMapIterator"}, {"ztPropertyType"}, {"ztSequenceContainer"}, {"ztStdAllocator"},
     // clang-format on
 
-    {.name = "ztIntPropertyType", .fill = useType<intType>},
-    {.name = "ztCharPropertyType", .fill = useType<charType>},
-    {.name = "ztCharPtrPropertyType", .fill = useType<charPtrType>},
-    {.name = "ztBoolPropertyType", .fill = useType<boolType>},
-    {.name = "ztFloatPropertyType", .fill = useType<floatType>},
-    {.name = "ztVoidPtrPropertyType", .fill = useType<voidPtrType>},
-    {.name = "ztStringPropertyType", .fill = useType<stringType>},
+    {.name = "ztIntPropertyType", .fill = useType},
+    {.name = "ztCharPropertyType", .fill = useType},
+    {.name = "ztCharPtrPropertyType", .fill = useType},
+    {.name = "ztBoolPropertyType", .fill = useType},
+    {.name = "ztFloatPropertyType", .fill = useType},
+    {.name = "ztVoidPtrPropertyType", .fill = useType},
+    {.name = "ztStringPropertyType", .fill = useType},
 
     {.name = "ztArray",
      .describe = describeArray<Ints>,
@@ -603,8 +588,8 @@ constinit const Life all[] = {
     {.name = "ztBaseView", .describe = describeObject, .fill = fillObject},
     {.name = "ztRoot", .describe = describeNode, .fill = fillNode},
     {.name = "ztTagAttribute", .describe = describeAttribute, .stores = false},
-    {.name = "ztIntTag", .describe = describeAttribute, .fill = fillIntTag},
-    {.name = "ztFloatTag", .describe = describeAttribute, .fill = fillFloatTag},
+    {.name = "ztIntTag", .describe = describeAttribute, .fill = fillAttribute<int32_t>},
+    {.name = "ztFloatTag", .describe = describeAttribute, .fill = fillAttribute<double>},
     {.name = "ztTag", .describe = describeTag, .fill = fillTag, .prepare = insertAttributes},
     {.name = "ztFile", .describe = describeFile, .fill = fillFile, .clones = false},
     {.name = "ztTextFile", .describe = describeFile, .fill = fillFile, .clones = false},
