@@ -12,10 +12,6 @@
 
 typedef void *(*FromName)(const char *name);
 typedef void *(*Instance)(void);
-typedef int32_t (*Open)(void *file, const char *name, const char *mode);
-typedef void (*Action)(void *object);
-typedef int32_t (*Status)(void *object);
-typedef int64_t (*Tell)(void *file);
 typedef int32_t (*WriteInt)(void *file, int32_t value);
 typedef int32_t (*ReadInt)(void *file, int32_t *out);
 typedef int32_t (*WriteLong)(void *file, int64_t value);
@@ -29,8 +25,6 @@ typedef intptr_t (*ReadString)(void *file, int32_t n, char *buffer);
 typedef int32_t (*ReadChar)(void *file, char *out);
 typedef const char *(*GetText)(const void *file);
 typedef int32_t (*FileExist)(const void *ignored, const char *name);
-typedef int32_t (*ClassWrite)(const void *ignored, const void *object, void *file);
-typedef void *(*ClassRead)(const void *ignored, void *file);
 
 static void *library;
 

@@ -33,14 +33,8 @@ enum {
   slotTell = 23
 };
 
-typedef int32_t (*Status)(void *object);
-typedef void (*Action)(void *object);
 typedef void *(*Clone)(const void *object, void *target);
 typedef int32_t (*WithOther)(void *object, void *other);
-typedef int32_t (*Open)(void *file, const char *name, const char *mode);
-typedef int64_t (*Tell)(void *file);
-typedef int32_t (*ClassWrite)(const void *ignored, const void *object, void *file);
-typedef void *(*ClassRead)(const void *ignored, void *file);
 
 /* What is expected ------------------------------------------------------------------------------ */
 
