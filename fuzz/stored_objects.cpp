@@ -73,17 +73,12 @@ void *newOfSameClass(const void *object) {
 void compareStored(const void *object) {
   const NoFaults meanwhile;
   const std::string record = recordOf(object, false);
-  void *again = newOfSameClass(object);
+  const Owned again(newOfSameClass(object));
   ZT_REQUIRE(again != nullptr);
   // The elements of an array of the host's own need its policy, the attributes of a tag their likes.
-  if (comesBack(object)) {
-    {
-      const File file = openFile(false, storage->path(), "rb");
-      ZT_REQUIRE(ztBaseClass_of(again)->read(again, file) != 0);
-    }
-    ZT_REQUIRE(recordOf(again, false) == record);
-  }
-  unRef(again);
+  if (!comesBack(object)) return;
+  ZT_REQUIRE(again->read(again, openFile(false, storage->path(), "rb")) != 0);
+  ZT_REQUIRE(recordOf(again, false) == record);
 }
 
 void compareStrings(void *string) {
@@ -91,17 +86,14 @@ void compareStrings(void *string) {
   // What was read may be shorter than its buffer, which only `set` makes fit.
   const std::string text = methods->get(string) == nullptr ? "" : methods->get(string);
   if (methods->set(string, text.c_str()) == nullptr) return;
-  void *again = ztString_ctor(nullptr, 1);
-  {
-    const File file = openFile(false, storage->path(), "w+b");
-    ZT_REQUIRE(methods->write(string, file) != 0);
-    ZT_REQUIRE(file->writeChar(file, 0) != 0);
-    ZT_REQUIRE(file->goToBegin(file) == 0);
-    ZT_REQUIRE(ztString_of(again)->read(again, file) != 0);
-  }
-  ZT_REQUIRE(ztString_of(again)->get(again) == text);
-  ZT_REQUIRE(ztString_of(again)->isEqual(again, string) == 1);
-  unRef(again);
+  const Owned<ztString, ztStringMethods> again(ztString_ctor);
+  const File file = openFile(false, storage->path(), "w+b");
+  ZT_REQUIRE(methods->write(string, file) != 0);
+  ZT_REQUIRE(file->writeChar(file, 0) != 0);
+  ZT_REQUIRE(file->goToBegin(file) == 0);
+  ZT_REQUIRE(again->read(again, file) != 0);
+  ZT_REQUIRE(again->get(again) == text);
+  ZT_REQUIRE(again->isEqual(again, string) == 1);
 }
 
 // Using what was read -----------------------------------------------------------------------------
@@ -177,14 +169,17 @@ bool isOrHoldsNodes(const void *object) {
 }
 
 void copyAndUse(void *object) {
-  void *copy = newCopy(object);
+  const Owned copy(newCopy(object));
   if (copy != nullptr) {
     ZT_REQUIRE(isOrHoldsNodes(object) || recordOf(copy, false) == recordOf(object, false));
     use(copy);
-    ztBaseClass_of(copy)->assign(copy, object);
-    unRef(copy);
+    copy->assign(copy, object);
   }
   use(object);
+}
+
+void copyOnly(const void *object) {
+  const Owned copy(newCopy(object));
 }
 
 // Two thousand million elements of no bytes take no memory, but as text a line each.
@@ -198,8 +193,7 @@ void finish(void *object, bool wasRead) {
     if (wasRead) compareStored(object);
     copyAndUse(object);
   } else {
-    void *copy = newCopy(object);
-    if (copy != nullptr) unRef(copy);
+    copyOnly(object);
   }
   if (!isTooLongAsText(object)) recordOf(object, true);
   unRef(object);
@@ -284,8 +278,7 @@ void readTrees(void *file, int32_t count) {
     compareTrees(roots, report);
     linkInto(roots);
     void *top = ztPtrArray_of(roots)->getFront(roots);
-    void *copy = top == nullptr ? nullptr : newCopy(top);
-    if (copy != nullptr) unRef(copy);
+    if (top != nullptr) copyOnly(top);
   }
   releaseRoots(roots);
 }
@@ -309,33 +302,31 @@ void readOnto(void *file, ztCtor ctor) {
 void readHostArray(void *file, uint8_t choice) {
   static const ztCtor constructors[] = {ztString_ctor,   ztLink_ctor, ztIntTag_ctor, ztFloatTag_ctor,
                                         ztIntArray_ctor, ztRoot_ctor, ztTag_ctor,    ztMap_ctor};
-  void *array = ztArray_ctor(nullptr, 1);
+  const Owned<ztArray, ztArrayMethods> array(ztArray_ctor);
   if (array == nullptr) return;
   if (choice < 8) {
     ztBaseClass header;
     constructors[choice](&header, 0);
-    ztArray_of(array)->setElementConstructor(array, constructors[choice]);
-    ztArray_of(array)->setElementSize(array, header.klass->instanceSize, 0);
+    array->setElementConstructor(array, constructors[choice]);
+    array->setElementSize(array, header.klass->instanceSize, 0);
   } else {
-    ztArray_of(array)->setElementSize(array, choice - 7, 0);
+    array->setElementSize(array, choice - 7, 0);
   }
-  ztArray_of(array)->read(array, file);
+  array->read(array, file);
   if (!hasFault) copyAndUse(array);
-  unRef(array);
 }
 
 void readTagWithAttributes(void *file, uint8_t kinds) {
-  void *tag = ztTag_ctor(nullptr, 1);
+  const Owned<ztTag, ztTagMethods> tag(ztTag_ctor);
   if (tag == nullptr) return;
   static const char *const names[] = {"one", "two", "three", "four"};
   for (int32_t i = 0; i < kinds % 5; ++i) {
     void *attribute = (kinds >> (3 + i)) & 1 ? ztIntTag_ctor(nullptr, 1) : ztFloatTag_ctor(nullptr, 1);
-    ztTag_of(tag)->insertNew(tag, names[i], attribute, nullptr, i, 1 + i, nullptr);
+    tag->insertNew(tag, names[i], attribute, nullptr, i, 1 + i, nullptr);
   }
-  ztTag_of(tag)->read(tag, file);
+  tag->read(tag, file);
   recordOf(tag, false);
   if (!hasFault) copyAndUse(tag);
-  unRef(tag);
 }
 
 void readPrimitives(void *file) {
@@ -408,10 +399,9 @@ void writeNode(void *file, Input &input) {
 }
 
 void writeObject(void *file, const NamedClass &made, bool identified) {
-  void *object = made.ctor(nullptr, 1);
+  const Owned object(made.ctor);
   if (identified) ztBaseClass_functions()->classWrite(nullptr, object, file);
-  ztBaseClass_of(object)->write(object, file);
-  unRef(object);
+  object->write(object, file);
 }
 
 void writePart(void *file, Input &input) {
