@@ -3,9 +3,12 @@
 // An input says how the file is read and what is read from it, and then what the file holds: class
 // identities and records that are whole, parts of them, and bytes that are neither.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -30,40 +33,24 @@ bool hasFault;
 // Whether the file is one that cannot seek.
 bool isStream;
 
+using File = Owned<ztFile, ztFileMethods>;
+
 // An open file of one of the two kinds.
-class OpenFile {
- public:
-  OpenFile(bool asText, const char *path, const char *mode) {
-    const NoFaults meanwhile;
-    file = asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1);
-    ZT_REQUIRE(file != nullptr);
-    ZT_REQUIRE(ztFile_of(file)->open(file, path, mode) != 0);
-  }
-  ~OpenFile() {
-    unRef(file);
-  }
-  OpenFile(const OpenFile &) = delete;
-  OpenFile &operator=(const OpenFile &) = delete;
-
-  operator void *() const {
-    return file;
-  }
-  const ztFileMethods *operator->() const {
-    return ztFile_of(file);
-  }
-
- private:
-  void *file;
-};
+File openFile(bool asText, const char *path, const char *mode) {
+  const NoFaults meanwhile;
+  File file(asText ? ztTextFile_ctor : ztFile_ctor);
+  ZT_REQUIRE(file != nullptr && file->open(file, path, mode) != 0);
+  return file;
+}
 
 // Storing and comparing ---------------------------------------------------------------------------
 
 std::string recordOf(const void *object, bool asText) {
   {
-    const OpenFile file(asText, storage->path(), "w+b");
+    const File file = openFile(asText, storage->path(), "w+b");
     ztBaseClass_of(object)->write(object, file);
   }
-  return storage->contents();
+  return storage->bytes();
 }
 
 bool isOneOf(const std::string &name, std::initializer_list<const char *> names) {
@@ -86,17 +73,12 @@ void *newOfSameClass(const void *object) {
 void compareStored(const void *object) {
   const NoFaults meanwhile;
   const std::string record = recordOf(object, false);
-  void *again = newOfSameClass(object);
+  const Owned again(newOfSameClass(object));
   ZT_REQUIRE(again != nullptr);
   // The elements of an array of the host's own need its policy, the attributes of a tag their likes.
-  if (comesBack(object)) {
-    {
-      const OpenFile file(false, storage->path(), "rb");
-      ZT_REQUIRE(ztBaseClass_of(again)->read(again, file) != 0);
-    }
-    ZT_REQUIRE(recordOf(again, false) == record);
-  }
-  unRef(again);
+  if (!comesBack(object)) return;
+  ZT_REQUIRE(again->read(again, openFile(false, storage->path(), "rb")) != 0);
+  ZT_REQUIRE(recordOf(again, false) == record);
 }
 
 void compareStrings(void *string) {
@@ -104,17 +86,14 @@ void compareStrings(void *string) {
   // What was read may be shorter than its buffer, which only `set` makes fit.
   const std::string text = methods->get(string) == nullptr ? "" : methods->get(string);
   if (methods->set(string, text.c_str()) == nullptr) return;
-  void *again = ztString_ctor(nullptr, 1);
-  {
-    const OpenFile file(false, storage->path(), "w+b");
-    ZT_REQUIRE(methods->write(string, file) != 0);
-    ZT_REQUIRE(file->writeChar(file, 0) != 0);
-    ZT_REQUIRE(file->goToBegin(file) == 0);
-    ZT_REQUIRE(ztString_of(again)->read(again, file) != 0);
-  }
-  ZT_REQUIRE(ztString_of(again)->get(again) == text);
-  ZT_REQUIRE(ztString_of(again)->isEqual(again, string) == 1);
-  unRef(again);
+  const Owned<ztString, ztStringMethods> again(ztString_ctor);
+  const File file = openFile(false, storage->path(), "w+b");
+  ZT_REQUIRE(methods->write(string, file) != 0);
+  ZT_REQUIRE(file->writeChar(file, 0) != 0);
+  ZT_REQUIRE(file->goToBegin(file) == 0);
+  ZT_REQUIRE(again->read(again, file) != 0);
+  ZT_REQUIRE(again->get(again) == text);
+  ZT_REQUIRE(again->isEqual(again, string) == 1);
 }
 
 // Using what was read -----------------------------------------------------------------------------
@@ -190,14 +169,17 @@ bool isOrHoldsNodes(const void *object) {
 }
 
 void copyAndUse(void *object) {
-  void *copy = newCopy(object);
+  const Owned copy(newCopy(object));
   if (copy != nullptr) {
     ZT_REQUIRE(isOrHoldsNodes(object) || recordOf(copy, false) == recordOf(object, false));
     use(copy);
-    ztBaseClass_of(copy)->assign(copy, object);
-    unRef(copy);
+    copy->assign(copy, object);
   }
   use(object);
+}
+
+void copyOnly(const void *object) {
+  const Owned copy(newCopy(object));
 }
 
 // Two thousand million elements of no bytes take no memory, but as text a line each.
@@ -211,8 +193,7 @@ void finish(void *object, bool wasRead) {
     if (wasRead) compareStored(object);
     copyAndUse(object);
   } else {
-    void *copy = newCopy(object);
-    if (copy != nullptr) unRef(copy);
+    copyOnly(object);
   }
   if (!isTooLongAsText(object)) recordOf(object, true);
   unRef(object);
@@ -227,7 +208,7 @@ void releaseRoots(void *roots) {
 }
 
 int32_t storeRoots(void *roots) {
-  const OpenFile file(false, storage->path(), "w+b");
+  const File file = openFile(false, storage->path(), "w+b");
   const ztPtrArrayMethods *methods = ztPtrArray_of(roots);
   int32_t nodes = 0;
   for (int32_t i = 0; i < methods->getSize(roots); ++i) {
@@ -262,16 +243,16 @@ bool comeBack(void *roots, const ztTreeReport &report) {
 void compareTrees(void *roots, const ztTreeReport &report) {
   const int32_t nodes = storeRoots(roots);
   ZT_REQUIRE(nodes == report.nodes);
-  const std::string file = storage->contents();
+  const std::string file = storage->bytes();
   void *again = ztPtrArray_ctor(nullptr, 1);
   ztTreeReport found;
   {
-    const OpenFile source(false, storage->path(), "rb");
+    const File source = openFile(false, storage->path(), "rb");
     ZT_REQUIRE(ztRoot_loadTree(source, -1, again, &found) == 1);
   }
   ZT_REQUIRE(found.nodes == nodes);
   ZT_REQUIRE(storeRoots(again) == nodes);
-  if (comeBack(roots, report)) ZT_REQUIRE(storage->contents() == file);
+  if (comeBack(roots, report)) ZT_REQUIRE(storage->bytes() == file);
   releaseRoots(again);
 }
 
@@ -297,8 +278,7 @@ void readTrees(void *file, int32_t count) {
     compareTrees(roots, report);
     linkInto(roots);
     void *top = ztPtrArray_of(roots)->getFront(roots);
-    void *copy = top == nullptr ? nullptr : newCopy(top);
-    if (copy != nullptr) unRef(copy);
+    if (top != nullptr) copyOnly(top);
   }
   releaseRoots(roots);
 }
@@ -322,33 +302,31 @@ void readOnto(void *file, ztCtor ctor) {
 void readHostArray(void *file, uint8_t choice) {
   static const ztCtor constructors[] = {ztString_ctor,   ztLink_ctor, ztIntTag_ctor, ztFloatTag_ctor,
                                         ztIntArray_ctor, ztRoot_ctor, ztTag_ctor,    ztMap_ctor};
-  void *array = ztArray_ctor(nullptr, 1);
+  const Owned<ztArray, ztArrayMethods> array(ztArray_ctor);
   if (array == nullptr) return;
   if (choice < 8) {
     ztBaseClass header;
     constructors[choice](&header, 0);
-    ztArray_of(array)->setElementConstructor(array, constructors[choice]);
-    ztArray_of(array)->setElementSize(array, header.klass->instanceSize, 0);
+    array->setElementConstructor(array, constructors[choice]);
+    array->setElementSize(array, header.klass->instanceSize, 0);
   } else {
-    ztArray_of(array)->setElementSize(array, choice - 7, 0);
+    array->setElementSize(array, choice - 7, 0);
   }
-  ztArray_of(array)->read(array, file);
+  array->read(array, file);
   if (!hasFault) copyAndUse(array);
-  unRef(array);
 }
 
 void readTagWithAttributes(void *file, uint8_t kinds) {
-  void *tag = ztTag_ctor(nullptr, 1);
+  const Owned<ztTag, ztTagMethods> tag(ztTag_ctor);
   if (tag == nullptr) return;
   static const char *const names[] = {"one", "two", "three", "four"};
   for (int32_t i = 0; i < kinds % 5; ++i) {
     void *attribute = (kinds >> (3 + i)) & 1 ? ztIntTag_ctor(nullptr, 1) : ztFloatTag_ctor(nullptr, 1);
-    ztTag_of(tag)->insertNew(tag, names[i], attribute, nullptr, i, 1 + i, nullptr);
+    tag->insertNew(tag, names[i], attribute, nullptr, i, 1 + i, nullptr);
   }
-  ztTag_of(tag)->read(tag, file);
+  tag->read(tag, file);
   recordOf(tag, false);
   if (!hasFault) copyAndUse(tag);
-  unRef(tag);
 }
 
 void readPrimitives(void *file) {
@@ -381,25 +359,19 @@ void readOne(void *file, const Reading &reading) {
   switch (reading.kind % 8) {
     case 0:
     case 1:
-      readIdentified(file);
-      break;
+      return readIdentified(file);
     case 2:
-      readOnto(file, classes[reading.choice % classes.size()].ctor);
-      break;
+      return readOnto(file, classes[reading.choice % classes.size()].ctor);
     case 3:
-      readTrees(file, -1);
-      break;
+      return readTrees(file, -1);
     case 4:
-      readTrees(file, reading.choice);
-      break;
+      return readTrees(file, reading.choice);
     case 5:
-      readHostArray(file, reading.choice);
-      break;
+      return readHostArray(file, reading.choice);
     case 6:
-      readTagWithAttributes(file, reading.choice);
-      break;
+      return readTagWithAttributes(file, reading.choice);
     default:
-      readPrimitives(file);
+      return readPrimitives(file);
   }
 }
 
@@ -427,50 +399,41 @@ void writeNode(void *file, Input &input) {
 }
 
 void writeObject(void *file, const NamedClass &made, bool identified) {
-  void *object = made.ctor(nullptr, 1);
+  const Owned object(made.ctor);
   if (identified) ztBaseClass_functions()->classWrite(nullptr, object, file);
-  ztBaseClass_of(object)->write(object, file);
-  unRef(object);
+  object->write(object, file);
 }
 
 void writePart(void *file, Input &input) {
   const ztFileMethods *methods = ztFile_of(file);
+  const auto anyClass = [&]() -> const NamedClass & {
+    return classes[input.below(static_cast<uint32_t>(classes.size()))];
+  };
   switch (input.below(14)) {
     case 0:
     case 1:
-      writeIdentity(file, classes[input.below(static_cast<uint32_t>(classes.size()))].name, 1);
-      break;
+      return writeIdentity(file, anyClass().name, 1);
     case 2:
-      writeIdentity(file, input.bytes(100), input.count());
-      break;
+      return writeIdentity(file, input.bytes(100), input.count());
     case 3:
     case 4:
-      methods->writeInt(file, input.count());
-      break;
+      return static_cast<void>(methods->writeInt(file, input.count()));
     case 5:
-      methods->writeFloat(file, input.number<double>());
-      break;
+      return static_cast<void>(methods->writeFloat(file, input.number<double>()));
     case 6:
-      methods->writeChar(file, input.byte());
-      break;
+      return static_cast<void>(methods->writeChar(file, input.byte()));
     case 7:
-      writeField(file, 32, input.bytes(32));
-      break;
+      return writeField(file, 32, input.bytes(32));
     case 8:
-      writeField(file, 80, input.bytes(80));
-      break;
+      return writeField(file, 80, input.bytes(80));
     case 9:
-      methods->writeString(file, input.text(64).c_str());
-      break;
+      return static_cast<void>(methods->writeString(file, input.text(64).c_str()));
     case 10:
-      methods->writeLong(file, input.number<int64_t>());
-      break;
+      return static_cast<void>(methods->writeLong(file, input.number<int64_t>()));
     case 11:
-      writeObject(file, classes[input.below(static_cast<uint32_t>(classes.size()))], input.flag());
-      break;
+      return writeObject(file, anyClass(), input.flag());
     case 12:
-      writeNode(file, input);
-      break;
+      return writeNode(file, input);
     default: {
       const std::string bytes = input.bytes(200);
       if (!bytes.empty()) fwrite(bytes.data(), 1, bytes.size(), static_cast<ztFile *>(file)->stream);
@@ -479,7 +442,7 @@ void writePart(void *file, Input &input) {
 }
 
 void compose(bool asText, Input &input) {
-  const OpenFile file(asText, stored->path(), "w+b");
+  const File file = openFile(asText, stored->path(), "w+b");
   while (!input.isEmpty()) writePart(file, input);
 }
 
@@ -515,9 +478,9 @@ class Pipe {
 
 void readAll(void *file, const std::vector<Reading> &readings, int32_t beforeFault) {
   hasFault = beforeFault >= 0;
-  blocks.beforeFault = beforeFault;
+  allocationFaults.before = beforeFault;
   for (const Reading &reading : readings) readOne(file, reading);
-  blocks.beforeFault = -1;
+  allocationFaults.before = -1;
 }
 
 }  // namespace
@@ -552,14 +515,14 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const NoBlocksLeft check((int64_t{1} << 20) + 256 * static_cast<int64_t>(size));
   compose(asText, input);
   if (isStream) {
-    Pipe pipe(stored->contents());
-    const OpenFile file(asText, pipe.path(), "rb");
+    Pipe pipe(stored->bytes());
+    const File file = openFile(asText, pipe.path(), "rb");
     pipe.endInput();
     readAll(file, readings, beforeFault);
   } else {
-    const OpenFile file(asText, stored->path(), "rb");
+    const File file = openFile(asText, stored->path(), "rb");
     readAll(file, readings, beforeFault);
   }
-  ZT_REQUIRE(!blocks.metLimit);
+  ZT_REQUIRE(!metBytesAllowed);
   return 0;
 }

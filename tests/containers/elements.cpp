@@ -6,21 +6,19 @@
 
 #include <numeric>
 
-int32_t countedLive;
+using Counts = Counting<Counted, ztBaseClass_table>;
 
 static void countedMethods(CountedMethods *methods) {
+  Counts::overrideIn(methods);
   methods->create = [](void *object) {
-    if (!ztBaseClass_table()->create(object)) return 0;
     static_cast<Counted *>(object)->value = 0;
     static_cast<Counted *>(object)->owned = new int32_t;
-    ++countedLive;
-    return 1;
+    return Counts::create(object);
   };
   methods->clone = [](const void *object, void *target) -> void * {
     if (static_cast<const Counted *>(object)->value == refusesToClone) return nullptr;
-    void *copy = ztBaseClass_table()->clone(object, target);
+    void *copy = Counts::clone(object, target);
     static_cast<Counted *>(copy)->owned = new int32_t;
-    ++countedLive;
     return copy;
   };
   methods->assign = [](void *object, const void *other) {
@@ -28,9 +26,8 @@ static void countedMethods(CountedMethods *methods) {
     return 1;
   };
   methods->destroy = [](void *object) {
-    --countedLive;
     delete static_cast<Counted *>(object)->owned;
-    ztBaseClass_table()->destroy(object);
+    Counts::destroy(object);
   };
   methods->read = [](void *object, void *file) {
     return ztFile_of(file)->readInt(file, &static_cast<Counted *>(object)->value);

@@ -5,6 +5,7 @@
 
 #include "containers/ztlist.h"
 #include "containers/ztscont.h"
+#include "tests/helpers/counted.hh"
 #include "tests/helpers/owned.hh"
 
 #include <gtest/gtest.h>
@@ -38,7 +39,7 @@ ZT_DECLARE_CLASS(CountedLarger)
 inline constexpr int32_t refusesToClone = -1;
 
 // Counted objects, of subclasses too, that were created or cloned and not yet destroyed.
-extern int32_t countedLive;
+inline int32_t &countedLive = liveOf<Counted>;
 
 // A new object of Counted or a subclass; the second is released at the end of its scope.
 Counted *newCounted(int32_t value, ztCtor constructor = Counted_ctor);

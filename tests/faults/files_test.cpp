@@ -3,6 +3,7 @@
 #include "io/zttxtfile.h"
 
 #include "tests/faults/injection.hh"
+#include "tests/helpers/storage.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "zentova.h"
 
@@ -17,10 +18,7 @@ namespace {
 
 class RealFiles : public testing::TestWithParam<ztCtor> {
  protected:
-  RealFiles() : file(GetParam()(nullptr, 1)), methods(ztFile_of(file)) {}
-
-  Held file;
-  const ztFileMethods *methods;
+  Owned<ztFile, ztFileMethods> file{GetParam()};
 };
 
 // No file of the process grows beyond so many bytes, as on a disk that is full.
@@ -99,29 +97,28 @@ INSTANTIATE_TEST_SUITE_P(Of, RealFiles, testing::Values(ztFile_ctor, ztTextFile_
 // A full disk ---------------------------------------------------------------------------------------
 
 TEST_P(RealFiles, OnAFullDeviceTellSoWhenTheyAreFlushed) {
-  ASSERT_EQ(methods->open(file, "/dev/full", "w"), 1);
-  EXPECT_GT(methods->writeInt(file, 1), 0);  // into the buffer
-  EXPECT_EQ(methods->flush(file), EOF);
+  ASSERT_EQ(file->open(file, "/dev/full", "w"), 1);
+  EXPECT_GT(file->writeInt(file, 1), 0);  // into the buffer
+  EXPECT_EQ(file->flush(file), EOF);
 }
 
 // The buffer is emptied on the way, and what it held is lost; the writes behind it succeed.
 TEST_P(RealFiles, TellAtTheFlushOfWhatWasLostBefore) {
-  ASSERT_EQ(methods->open(file, "/dev/full", "w"), 1);
-  ztFile *fields = static_cast<ztFile *>(static_cast<void *>(file));
+  ASSERT_EQ(file->open(file, "/dev/full", "w"), 1);
   char buffer[64];
-  setvbuf(fields->stream, buffer, _IOFBF, sizeof buffer);
+  setvbuf(file.fields().stream, buffer, _IOFBF, sizeof buffer);
   bool lost = false;
-  for (int i = 0; i < 100; ++i) lost = methods->writeInt(file, 1234567) <= 0 || lost;
+  for (int i = 0; i < 100; ++i) lost = file->writeInt(file, 1234567) <= 0 || lost;
   EXPECT_TRUE(lost);
-  EXPECT_EQ(methods->flush(file), EOF);
-  EXPECT_EQ(methods->flush(file), 0) << "an error is told once";
-  methods->close(file);
+  EXPECT_EQ(file->flush(file), EOF);
+  EXPECT_EQ(file->flush(file), 0) << "an error is told once";
+  file->close(file);
 }
 
 // Without a buffer each write meets the disk itself.
 TEST_P(RealFiles, TellOfARecordThatTheyRefuse) {
-  ASSERT_EQ(methods->open(file, "/dev/full", "w"), 1);
-  setvbuf(static_cast<ztFile *>(static_cast<void *>(file))->stream, nullptr, _IONBF, 0);
+  ASSERT_EQ(file->open(file, "/dev/full", "w"), 1);
+  setvbuf(file.fields().stream, nullptr, _IONBF, 0);
   for (const ztCtor constructor : {ztLink_ctor, ztIntArray_ctor, ztString_ctor, ztIntTag_ctor, ztRoot_ctor}) {
     const Held object(constructor(nullptr, 1));
     const char *name = ztOOP_classNameOf(object);
@@ -131,15 +128,14 @@ TEST_P(RealFiles, TellOfARecordThatTheyRefuse) {
   }
   const ztTagHandle handle = {1, 1};
   EXPECT_EQ(ztTat_writeHandle(file, &handle), 0);
-  EXPECT_EQ(methods->flush(file), EOF);
+  EXPECT_EQ(file->flush(file), EOF);
 }
 
 TEST_P(RealFiles, OnADiskThatFillsUpNeverPassForWhole) {
   Held tree(smallTree());
   const MemoryFile disk;
   const auto store = [&] {
-    return methods->open(file, disk.path(), "w") && ztRoot_storeTree(tree, file) == 5 &&
-           methods->flush(file) == 0;
+    return file->open(file, disk.path(), "w") && ztRoot_storeTree(tree, file) == 5 && file->flush(file) == 0;
   };
   ASSERT_TRUE(store());
   const std::string whole = disk.bytes();
@@ -148,7 +144,7 @@ TEST_P(RealFiles, OnADiskThatFillsUpNeverPassForWhole) {
     {
       const FullDisk full(room);
       stored = store();
-      methods->close(file);
+      file->close(file);
     }
     EXPECT_FALSE(stored) << room;
     EXPECT_EQ(disk.bytes(), whole.substr(0, room));
@@ -163,22 +159,22 @@ TEST_P(RealFiles, OnADiskThatFillsUpNeverPassForWhole) {
 TEST_P(RealFiles, ThatNobodyReadsAnyMoreFail) {
   const sighandler_t previous = signal(SIGPIPE, SIG_IGN);
   Pipe pipe;
-  ASSERT_EQ(methods->open(file, pipe.writer().c_str(), "w"), 1);
+  ASSERT_EQ(file->open(file, pipe.writer().c_str(), "w"), 1);
   pipe.closeReader();
-  EXPECT_GT(methods->writeInt(file, 1), 0);
-  EXPECT_EQ(methods->flush(file), EOF);
-  methods->close(file);
+  EXPECT_GT(file->writeInt(file, 1), 0);
+  EXPECT_EQ(file->flush(file), EOF);
+  file->close(file);
   signal(SIGPIPE, previous);
 }
 
 TEST_P(RealFiles, ThatCannotSeekCarryATree) {
   Held tree(smallTree());
   Pipe pipe;
-  ASSERT_EQ(methods->open(file, pipe.writer().c_str(), "w"), 1);
+  ASSERT_EQ(file->open(file, pipe.writer().c_str(), "w"), 1);
   EXPECT_EQ(ztRoot_storeTree(tree, file), 5);
-  Held source(GetParam()(nullptr, 1));
-  ASSERT_EQ(methods->open(source, pipe.reader().c_str(), "r"), 1);
-  methods->close(file);
+  const Owned<ztFile, ztFileMethods> source(GetParam());
+  ASSERT_EQ(source->open(source, pipe.reader().c_str(), "r"), 1);
+  file->close(file);
   pipe.closeWriter();
   Held roots(ztPtrArray_ctor(nullptr, 1));
   EXPECT_EQ(ztRoot_loadTree(source, -1, roots, nullptr), 1);
@@ -190,16 +186,14 @@ TEST_P(RealFiles, ThatCannotSeekCarryATree) {
 
 TEST(Pipes, ThatEndWithinANodeCarryNoTree) {
   Held tree(smallTree());
-  const MemoryFile stored;
-  Held file(ztFile_ctor(nullptr, 1));
-  ztFile_of(file)->open(file, stored.path(), "wb");
-  ztRoot_storeTree(tree, file);
-  ztFile_of(file)->close(file);
+  const Storage stored;
+  ztRoot_storeTree(tree, stored);
   const std::string whole = stored.bytes();
 
   Pipe pipe;
   pipe.write(whole.substr(0, whole.size() - 6));
-  ztFile_of(file)->open(file, pipe.reader().c_str(), "rb");
+  const Owned<ztFile, ztFileMethods> file(ztFile_ctor);
+  file->open(file, pipe.reader().c_str(), "rb");
   pipe.closeWriter();
   Held roots(ztPtrArray_ctor(nullptr, 1));
   ztTreeReport report;
@@ -212,54 +206,49 @@ TEST(Pipes, ThatEndWithinANodeCarryNoTree) {
 
 TEST_P(RealFiles, ThatAreDirectoriesAreNeitherWrittenNorRead) {
   const TempFolder folder;
-  EXPECT_EQ(methods->open(file, folder.path().c_str(), "w"), 0);
-  EXPECT_STREQ(methods->getFileName(file), "");
+  EXPECT_EQ(file->open(file, folder.path().c_str(), "w"), 0);
+  EXPECT_STREQ(file->getFileName(file), "");
   // The system opens a directory for reading, and then refuses to read.
-  ASSERT_EQ(methods->open(file, folder.path().c_str(), "r"), 1);
+  ASSERT_EQ(file->open(file, folder.path().c_str(), "r"), 1);
   int32_t value = 5;
-  EXPECT_EQ(methods->readInt(file, &value), 0);
+  EXPECT_EQ(file->readInt(file, &value), 0);
   EXPECT_EQ(value, 5);
-  EXPECT_EQ(methods->eof(file), 0);
-  EXPECT_EQ(methods->flush(file), EOF);
+  EXPECT_EQ(file->eof(file), 0);
+  EXPECT_EQ(file->flush(file), EOF);
   EXPECT_EQ(ztBaseClass_functions()->classRead(nullptr, file), nullptr);
   Held roots(ztPtrArray_ctor(nullptr, 1));
   EXPECT_EQ(ztRoot_loadTree(file, -1, roots, nullptr), 0);
 }
 
-// Nobody can make a file there, whoever runs the test.
-TEST_P(RealFiles, InAFolderThatTakesNoneAreNotOpened) {
-  for (const char *path : {"/proc/zentova", "/proc/self/task/zentova"}) {
-    EXPECT_EQ(methods->open(file, path, "w"), 0) << path;
-    EXPECT_STREQ(methods->getFileName(file), "") << path;
-  }
-  EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, "/proc/zentova"), -1);
-  EXPECT_EQ(ztFile_functions()->renameFile(nullptr, "/proc/version", "/proc/zentova"), -1);
-}
-
-TEST_P(RealFiles, InAFolderThatIsNotThereAreNotOpened) {
+// Nobody can make a file in some folders of the system, whoever runs the test.
+TEST_P(RealFiles, InAFolderThatTakesNoneOrIsNotThereAreNotOpened) {
   const TempFolder folder;
-  const std::string path = folder.path("missing/file");
-  EXPECT_EQ(methods->open(file, path.c_str(), "w"), 0);
-  EXPECT_EQ(methods->open(file, path.c_str(), "r"), 0);
-  EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path.c_str()), 0);
-  EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, path.c_str()), -1);
+  const std::string missing = folder.path("missing/file");
+  for (const char *path : {"/proc/zentova", "/proc/self/task/zentova", missing.c_str()}) {
+    EXPECT_EQ(file->open(file, path, "w"), 0) << path;
+    EXPECT_STREQ(file->getFileName(file), "") << path;
+    EXPECT_EQ(file->open(file, path, "r"), 0) << path;
+    EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path), 0) << path;
+    EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, path), -1) << path;
+  }
+  EXPECT_EQ(ztFile_functions()->renameFile(nullptr, "/proc/version", "/proc/zentova"), -1);
   EXPECT_EQ(ztDm_changeDir(folder.path("missing").c_str()), 0);
 }
 
 TEST_P(RealFiles, ThatAreRemovedMeanwhileGoOnWhileOpen) {
   const TempFolder folder;
   const std::string path = folder.path("file");
-  ASSERT_EQ(methods->open(file, path.c_str(), "w+"), 1);
-  EXPECT_GT(methods->writeInt(file, 5), 0);
+  ASSERT_EQ(file->open(file, path.c_str(), "w+"), 1);
+  EXPECT_GT(file->writeInt(file, 5), 0);
   EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, path.c_str()), 0);
-  EXPECT_GT(methods->writeInt(file, 6), 0);
-  EXPECT_EQ(methods->flush(file), 0);
-  EXPECT_EQ(methods->goToBegin(file), 0);
+  EXPECT_GT(file->writeInt(file, 6), 0);
+  EXPECT_EQ(file->flush(file), 0);
+  EXPECT_EQ(file->goToBegin(file), 0);
   int32_t values[2] = {};
-  for (int32_t &value : values) EXPECT_EQ(methods->readInt(file, &value), 1);
+  for (int32_t &value : values) EXPECT_EQ(file->readInt(file, &value), 1);
   EXPECT_EQ(values[0] + values[1], 11);
-  methods->close(file);
-  EXPECT_EQ(methods->open(file, path.c_str(), "r"), 0);
+  file->close(file);
+  EXPECT_EQ(file->open(file, path.c_str(), "r"), 0);
 }
 
 TEST_P(RealFiles, OfManyMoreThanAProcessMayHaveFailToOpen) {
@@ -270,7 +259,7 @@ TEST_P(RealFiles, OfManyMoreThanAProcessMayHaveFailToOpen) {
   const rlimit none = {static_cast<rlim_t>(next), before.rlim_max};
   // Looked up before: a sanitizer needs a descriptor of its own to check a member of the test.
   void *object = file;
-  const auto open = methods->open;
+  const auto open = file->open;
   setrlimit(RLIMIT_NOFILE, &none);
   const int32_t opened = open(object, "/dev/null", "w");
   const int32_t walked = ztDm_enumFiles(
@@ -278,24 +267,18 @@ TEST_P(RealFiles, OfManyMoreThanAProcessMayHaveFailToOpen) {
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_EQ(opened, 0);
   EXPECT_EQ(walked, 1);
-  EXPECT_EQ(methods->open(file, "/dev/null", "w"), 1);
+  EXPECT_EQ(file->open(file, "/dev/null", "w"), 1);
 }
 
 // The log -------------------------------------------------------------------------------------------
 
-TEST(RealLog, InPlaceOfADirectoryIsNotOpened) {
+TEST(RealLog, InPlaceOfADirectoryOrADeviceIsNotOpened) {
   const TempFolder folder;
-  ztLc_closeLogFile();
-  EXPECT_EQ(ztLc_openLogFile(folder.path().c_str()), 0);
-  testing::internal::CaptureStdout();
-  ztLc_log("a text\n");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a text\n");
-}
-
-TEST(RealLog, InPlaceOfADeviceIsNotOpened) {
-  ztLc_closeLogFile();
-  EXPECT_EQ(ztLc_openLogFile("/dev/full"), 0);
-  testing::internal::CaptureStdout();
-  ztLc_log("a text\n");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a text\n");
+  for (const std::string &path : {folder.path(), std::string("/dev/full")}) {
+    ztLc_closeLogFile();
+    EXPECT_EQ(ztLc_openLogFile(path.c_str()), 0) << path;
+    testing::internal::CaptureStdout();
+    ztLc_log("a text\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a text\n") << path;
+  }
 }

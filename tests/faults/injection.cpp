@@ -1,6 +1,6 @@
 #include "tests/faults/injection.hh"
 
-#include "core/ztbasec.h"
+#include "objects/ztproperty.h"
 #include "tests/helpers/scale.hh"
 
 #include <dirent.h>
@@ -100,18 +100,19 @@ static FILE *countedStream(FILE *plain, const char *mode) {
   return stream;
 }
 
-extern "C" FILE *fopen(const char *name, const char *mode) {
-  static auto *const open = following<FILE *(const char *, const char *)>("fopen");
+template <typename Named>
+static FILE *openStream(FILE *(*open)(Named, const char *), Named named, const char *mode) {
   if (fails(opens)) return nullptr;
-  FILE *stream = open(name, mode);
+  FILE *stream = open(named, mode);
   return stream == nullptr || current == nullptr ? stream : countedStream(stream, mode);
 }
 
+extern "C" FILE *fopen(const char *name, const char *mode) {
+  return openStream(following<FILE *(const char *, const char *)>("fopen"), name, mode);
+}
+
 extern "C" FILE *fdopen(int descriptor, const char *mode) {
-  static auto *const open = following<FILE *(int, const char *)>("fdopen");
-  if (fails(opens)) return nullptr;
-  FILE *stream = open(descriptor, mode);
-  return stream == nullptr || current == nullptr ? stream : countedStream(stream, mode);
+  return openStream(following<FILE *(int, const char *)>("fdopen"), descriptor, mode);
 }
 
 extern "C" int open(const char *name, int flags, ...) {
@@ -264,4 +265,9 @@ int strikeEach(const Kind &kind, const Scenario &scenario) {
   const std::string logged = testing::internal::GetCapturedStdout();
   if (testing::Test::HasFailure()) fputs(logged.c_str(), stdout);
   return strikes;
+}
+
+std::string nameAndIndexOf(const void *property) {
+  const auto *named = static_cast<const ztProperty *>(property);
+  return ztString_of(named->name)->get(named->name) + std::to_string(named->index);
 }

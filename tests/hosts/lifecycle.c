@@ -183,20 +183,11 @@ static void makeFirstId(void) {
 }
 
 int main(int argc, char **argv) {
-  static const struct {
-    const char *name;
-    void (*run)(void);
-  } scenarios[] = {
+  static const Scenario scenarios[] = {
       {"early", cleanUpEarlyAndTwice},    {"again", startAgain},           {"stopped", registerWhileStopped},
       {"init-twice", initTwice},          {"free", freeLibraryClasses},    {"end-in-hook", endInHook},
       {"free-order", tellOrderOfFreeing}, {"hooks-again", keepHooksAgain}, {"log-name", nameTheLog},
       {"first-id", makeFirstId},
   };
-  if (argc != 2) return 2;
-  for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {
-    if (strcmp(argv[1], scenarios[i].name) != 0) continue;
-    scenarios[i].run();
-    return failedChecks != 0;
-  }
-  return 2;
+  return argc == 2 ? RUN(scenarios, argv[1]) : 2;
 }

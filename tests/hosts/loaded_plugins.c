@@ -247,10 +247,7 @@ static void manyRounds(void) {
   CHECK(liveBlocks == blocks);
 }
 
-static const struct {
-  const char *name;
-  void (*run)(void);
-} scenarios[] = {
+static const Scenario scenarios[] = {
     {"used", closeUsed},
     {"unused", closeUnused},
     {"one-of-two", closeOneOfTwo},
@@ -268,11 +265,5 @@ int main(int argc, char **argv) {
   if (argc != 4) return 2;
   folder = argv[2];
   rounds = atoi(argv[3]);
-  for (size_t i = 0; i < sizeof scenarios / sizeof scenarios[0]; ++i) {
-    if (strcmp(argv[1], scenarios[i].name) == 0) {
-      scenarios[i].run();
-      return failedChecks != 0;
-    }
-  }
-  return 2;
+  return RUN(scenarios, argv[1]);
 }

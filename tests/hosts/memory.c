@@ -41,17 +41,15 @@ static void untracked(void) {
   puts("");
 }
 
+static void nothing(void) {
+  ztm_dumpblocks();
+  puts("");
+}
+
 int main(int argc, char **argv) {
-  if (argc != 2) return 2;
-  if (strcmp(argv[1], "one-of-two") == 0) {
-    oneOfTwo();
-  } else if (strcmp(argv[1], "newest-first") == 0) {
-    newestFirst();
-  } else if (strcmp(argv[1], "untracked") == 0) {
-    untracked();
-  } else {
-    ztm_dumpblocks();
-    puts("");
-  }
-  return failedChecks != 0;
+  static const Scenario scenarios[] = {{"one-of-two", oneOfTwo},
+                                       {"newest-first", newestFirst},
+                                       {"untracked", untracked},
+                                       {"nothing", nothing}};
+  return argc == 2 ? RUN(scenarios, argv[1]) : 2;
 }

@@ -7,6 +7,14 @@
 
 typedef void (*Function)(void);
 
+/* What the slots of objects and files take. */
+typedef int32_t (*Status)(void *object);
+typedef void (*Action)(void *object);
+typedef int32_t (*Open)(void *file, const char *name, const char *mode);
+typedef int64_t (*Tell)(void *file);
+typedef int32_t (*ClassWrite)(const void *ignored, const void *object, void *file);
+typedef void *(*ClassRead)(const void *ignored, void *file);
+
 static inline void *pointerAt(const void *object, size_t offset) {
   void *result;
   memcpy(&result, (const char *)object + offset, sizeof result);
