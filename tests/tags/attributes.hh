@@ -1,4 +1,4 @@
-// Attributes and tags with the calls that their tests make most, values of their kinds, and records of them.
+// Attributes and tags with the calls that their tests make most and values of their kinds.
 #ifndef ZT_TESTS_ATTRIBUTES_HH
 #define ZT_TESTS_ATTRIBUTES_HH
 
@@ -7,8 +7,7 @@
 #include "tags/ztinttag.h"
 #include "tags/zttag.h"
 #include "tests/helpers/owned.hh"
-#include "tests/helpers/storage.hh"
-#include "tests/helpers/temp_folder.hh"
+#include "tests/helpers/records.hh"
 
 #include <gtest/gtest.h>
 
@@ -192,38 +191,5 @@ class Tag : public Owned<ListeningTag, ztTagMethods> {
     return fields().changes;
   }
 };
-
-// Records -----------------------------------------------------------------------------------------
-
-template <typename Number>
-std::string bytesOf(Number number) {
-  return std::string(reinterpret_cast<const char *>(&number), sizeof number);
-}
-
-// A text in a field of a size, zero behind it.
-inline std::string fieldOf(std::string text, size_t size) {
-  text.resize(size);
-  return text;
-}
-
-// An open file with these bytes to read.
-class FileWith : public Storage {
- public:
-  explicit FileWith(const std::string &bytes, ztCtor form = ztFile_ctor) : Storage(form) {
-    const std::string path = (*this)->getFileName(*this);
-    writeContents(path, bytes);
-    EXPECT_EQ((*this)->open(*this, path.c_str(), "rb"), 1);
-  }
-};
-
-inline std::string recordOf(const void *object, ztCtor form = ztFile_ctor) {
-  const Storage file(form);
-  EXPECT_EQ(ztBaseClass_of(object)->write(object, file), 1);
-  return file.bytes();
-}
-
-inline int32_t readRecord(void *object, const std::string &record, ztCtor form = ztFile_ctor) {
-  return ztBaseClass_of(object)->read(object, FileWith(record, form));
-}
 
 #endif
