@@ -4,8 +4,8 @@
 // range, elements that cannot be copied and allocations that fail among them.
 #include "fuzz/blocks.hh"
 #include "fuzz/elements.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
 
 #include <algorithm>
@@ -28,15 +28,15 @@ class Subject {
   void run(Input &input) {
     while (!input.isEmpty()) {
       const uint8_t operation = input.byte();
-      faultsBefore = blocks.faults;
+      faultsBefore = allocationFaults.struck;
       if (operation == 255) {
-        blocks.beforeFault = static_cast<int32_t>(input.below(16));
+        allocationFaults.before = static_cast<int32_t>(input.below(16));
         continue;
       }
       step(input, operation);
       settle();
     }
-    blocks.beforeFault = -1;
+    allocationFaults.before = -1;
   }
 
  protected:
@@ -45,10 +45,10 @@ class Subject {
   virtual void settle() = 0;
 
   bool failed() const {
-    return blocks.faults != faultsBefore;
+    return allocationFaults.struck != faultsBefore;
   }
   bool everFailed() const {
-    return blocks.faults != faultsAtFirst;
+    return allocationFaults.struck != faultsAtFirst;
   }
   // What has to hold unless an allocation failed.
   void expect(bool condition) const {
@@ -61,7 +61,7 @@ class Subject {
   }
 
  private:
-  const int32_t faultsAtFirst = blocks.faults;
+  const int32_t faultsAtFirst = allocationFaults.struck;
   int32_t faultsBefore = 0;
 };
 

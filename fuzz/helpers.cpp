@@ -3,7 +3,7 @@
 //
 // Everything happens in a folder of the target's own, which goes when the program ends.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
 
 #include <ctype.h>
@@ -252,7 +252,7 @@ void formatOne(const std::string &format, Argument argument, bool inLog) {
   ZT_REQUIRE(ztLc_openLogFile(logFile->path()) == 1);
   ztLc_log(format.c_str(), argument);
   ztLc_closeLogFile();
-  const std::string found = logFile->contents();
+  const std::string found = logFile->bytes();
   ZT_REQUIRE(length < 0 ? found.size() < pathSize : found == expected);
 }
 

@@ -4,8 +4,8 @@
 // finds the orders that matter. Whatever happens, no freed memory is touched, each slot is called as often
 // as it should be, lists of children and parents agree, and at the end nothing is left.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
 
 #include <algorithm>
@@ -760,7 +760,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   hasFault = (mode & 7) == 7;
   const int32_t beforeFault = hasFault ? input->number<uint16_t>() % 1024 : -1;
   const NoBlocksLeft check;
-  blocks.beforeFault = beforeFault;
+  allocationFaults.before = beforeFault;
   while (!input->isEmpty()) {
     step();
     checkTrees();

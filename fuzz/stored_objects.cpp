@@ -3,9 +3,12 @@
 // An input says how the file is read and what is read from it, and then what the file holds: class
 // identities and records that are whole, parts of them, and bytes that are neither.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -63,7 +66,7 @@ std::string recordOf(const void *object, bool asText) {
     const OpenFile file(asText, storage->path(), "w+b");
     ztBaseClass_of(object)->write(object, file);
   }
-  return storage->contents();
+  return storage->bytes();
 }
 
 bool isOneOf(const std::string &name, std::initializer_list<const char *> names) {
@@ -262,7 +265,7 @@ bool comeBack(void *roots, const ztTreeReport &report) {
 void compareTrees(void *roots, const ztTreeReport &report) {
   const int32_t nodes = storeRoots(roots);
   ZT_REQUIRE(nodes == report.nodes);
-  const std::string file = storage->contents();
+  const std::string file = storage->bytes();
   void *again = ztPtrArray_ctor(nullptr, 1);
   ztTreeReport found;
   {
@@ -271,7 +274,7 @@ void compareTrees(void *roots, const ztTreeReport &report) {
   }
   ZT_REQUIRE(found.nodes == nodes);
   ZT_REQUIRE(storeRoots(again) == nodes);
-  if (comeBack(roots, report)) ZT_REQUIRE(storage->contents() == file);
+  if (comeBack(roots, report)) ZT_REQUIRE(storage->bytes() == file);
   releaseRoots(again);
 }
 
@@ -515,9 +518,9 @@ class Pipe {
 
 void readAll(void *file, const std::vector<Reading> &readings, int32_t beforeFault) {
   hasFault = beforeFault >= 0;
-  blocks.beforeFault = beforeFault;
+  allocationFaults.before = beforeFault;
   for (const Reading &reading : readings) readOne(file, reading);
-  blocks.beforeFault = -1;
+  allocationFaults.before = -1;
 }
 
 }  // namespace
@@ -552,7 +555,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const NoBlocksLeft check((int64_t{1} << 20) + 256 * static_cast<int64_t>(size));
   compose(asText, input);
   if (isStream) {
-    Pipe pipe(stored->contents());
+    Pipe pipe(stored->bytes());
     const OpenFile file(asText, pipe.path(), "rb");
     pipe.endInput();
     readAll(file, readings, beforeFault);
@@ -560,6 +563,6 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const OpenFile file(asText, stored->path(), "rb");
     readAll(file, readings, beforeFault);
   }
-  ZT_REQUIRE(!blocks.metLimit);
+  ZT_REQUIRE(!metBytesAllowed);
   return 0;
 }

@@ -3,8 +3,8 @@
 // An input says what two trees are, and how pieces of the files that they are saved as make up a third one.
 // Only what is as it was saved is opened; it then has the shape that it had. Strings go the same way.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/storage.hh"
 #include "zentova.h"
 
 #include <fstream>
@@ -158,53 +158,24 @@ bool isSame(const char *one, const char *other) {
   return one == nullptr || other == nullptr ? one == other : strcmp(one, other) == 0;
 }
 
-class StringFile {
- public:
-  explicit StringFile(bool asText) : file(asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1)) {
-    ZT_REQUIRE(ztFile_of(file)->open(file, memory.path(), "w+b") != 0);
-  }
-  ~StringFile() {
-    unRef(file);
-  }
-  StringFile(const StringFile &) = delete;
-  StringFile &operator=(const StringFile &) = delete;
-
-  void *get() const {
-    return file;
-  }
-  void hold(const std::string &bytes) const {
-    memory.hold(bytes);
-    ztFile_of(file)->goToBegin(file);
-  }
-  std::string contents() const {
-    ztFile_of(file)->flush(file);
-    return memory.contents();
-  }
-
- private:
-  MemoryFile memory;
-  void *file;
-};
-
 void storeAndLoadStrings(Input &input, bool asText) {
-  const StringFile file(asText);
+  const Storage file(asText ? ztTextFile_ctor : ztFile_ctor);
   std::vector<void *> strings(input.below(6));
   for (void *&string : strings) {
     string = ztString_ctor(nullptr, 1);
     const std::string text = input.text(300);
     if (input.flag()) ztString_of(string)->set(string, input.flag() ? text.c_str() : nullptr);
-    ZT_REQUIRE(ztString_store(string, file.get()) != 0);
+    ZT_REQUIRE(ztString_store(string, file) != 0);
   }
-  const std::string stored = file.contents();
-  ztFile_of(file.get())->goToBegin(file.get());
+  const std::string stored = file.bytes();
   void *loaded = ztString_ctor(nullptr, 1);
   for (void *string : strings) {
-    ZT_REQUIRE(ztString_load(loaded, file.get()) != 0);
+    ZT_REQUIRE(ztString_load(loaded, file) != 0);
     ZT_REQUIRE(isSame(textOf(loaded), textOf(string)));
     unRef(string);
   }
   file.hold(mix(input, stored, stored));
-  for (int i = 0; i < 16 && ztString_load(loaded, file.get()); ++i) ztString_of(loaded)->length(loaded);
+  for (int i = 0; i < 16 && ztString_load(loaded, file); ++i) ztString_of(loaded)->length(loaded);
   unRef(loaded);
 }
 

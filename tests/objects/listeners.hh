@@ -4,6 +4,8 @@
 #define ZT_TESTS_LISTENERS_HH
 
 #include "objects/ztobject.h"
+#include "tests/helpers/counted.hh"
+#include "tests/helpers/owned.hh"
 
 #include <functional>
 #include <utility>
@@ -16,28 +18,11 @@
 ZT_DECLARE_CLASS(Listener)
 
 // Listeners that were created or cloned and not yet destroyed.
-extern int32_t listenersLive;
+inline int32_t &listenersLive = liveOf<Listener>;
 
 Listener *newListener(int32_t number = 0);
 
 void release(void *object);
-
-// An object that goes with its scope.
-class Owned {
- public:
-  explicit Owned(ztCtor constructor) : object(constructor(nullptr, 1)) {}
-  ~Owned() {
-    release(object);
-  }
-  Owned(const Owned &) = delete;
-  Owned &operator=(const Owned &) = delete;
-  operator void *() const {
-    return object;
-  }
-
- private:
-  void *object;
-};
 
 void *newString(const char *text);
 

@@ -779,11 +779,11 @@ TEST(Connection, TheSamePairIsAddedOnceWhateverTheName) {
 TEST(Connection, DuplicatesAreFoundAmongManySlotsOfOneReceiver) {
   const std::vector<ztSlotFunction> functions = diarySlots<100>();
   Owned object(ztObject_ctor);
-  const Owned receivers[3] = {Owned(ztObject_ctor), Owned(ztObject_ctor), Owned(ztObject_ctor)};
-  for (const Owned &receiver : receivers) {
+  const Owned<> receivers[3] = {Owned(ztObject_ctor), Owned(ztObject_ctor), Owned(ztObject_ctor)};
+  for (const Owned<> &receiver : receivers) {
     for (ztSlotFunction function : functions) EXPECT_EQ(connectTo(object, "changed", receiver, function), 1);
   }
-  for (const Owned &receiver : receivers) {
+  for (const Owned<> &receiver : receivers) {
     for (ztSlotFunction function : functions) {
       EXPECT_EQ(connectTo(object, "changed", receiver, function), 0);
       EXPECT_TRUE(isConnected(object, "changed", receiver, function));
