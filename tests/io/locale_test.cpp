@@ -95,7 +95,7 @@ int scan(FILE *stream, double *out) {
 
 template <typename Value>
 void expectAsScanned(const std::string &text, int32_t (*read)(void *, Value *), const Storage &file) {
-  file.hold(text);
+  file.hold(text + "\n");
   const char *name = file->getFileName(file);
   FILE *plain = fopen(name, "rb");
   setvbuf(plain, nullptr, _IOFBF, 4096);

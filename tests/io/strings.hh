@@ -5,6 +5,7 @@
 #include "io/ztstring.h"
 #include "io/zttxtfile.h"
 #include "tests/helpers/faults.hh"
+#include "tests/helpers/faulty_file.hh"
 #include "tests/helpers/owned.hh"
 #include "tests/helpers/records.hh"
 
@@ -28,6 +29,7 @@ class String : public Owned<ztString, ztStringMethods> {
     (*this)->set(*this, text);
   }
   explicit String(const std::string &text) : String(text.c_str()) {}
+  explicit String(void *made) : Owned(made) {}
   String(Owned &&owned) : Owned(std::move(owned)) {}
 
   std::string text() const {

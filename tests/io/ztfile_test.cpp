@@ -3,6 +3,7 @@
 #include "io/zttxtfile.h"
 #include "tests/helpers/owned.hh"
 #include "tests/helpers/records.hh"
+#include "tests/helpers/temp_folder.hh"
 
 #include <float.h>
 #include <math.h>
@@ -296,7 +297,7 @@ TEST_P(ztFileOfEitherKind, FailsInEachOperationWithoutAnOpenFileOrAnyFile) {
 }
 
 TEST_P(ztFileOfEitherKind, ReadsAndWritesNothingForNull) {
-  const FileWith file("12345678", GetParam());
+  const Storage file(GetParam(), "12345678");
   EXPECT_EQ(file->readInt(file, nullptr), 0);
   EXPECT_EQ(file->readLong(file, nullptr), 0);
   EXPECT_EQ(file->readFloat(file, nullptr), 0);

@@ -2,6 +2,7 @@
 
 #include "tests/helpers/owned.hh"
 #include "tests/helpers/records.hh"
+#include "tests/helpers/temp_folder.hh"
 
 #include <cmath>
 #include <cstring>
@@ -256,11 +257,10 @@ TEST_F(ztTextFileTest, ReadsALongLineInPieces) {
 // Whole objects -----------------------------------------------------------------------------------
 
 TEST_F(ztTextFileTest, HoldsTheIdentityOfAnObject) {
-  using Object = Owned<ztBaseClass, ztBaseClassMethods>;
-  EXPECT_EQ(ztBaseClass_functions()->classWrite(nullptr, Object(ztBaseClass_ctor), file), 1);
+  EXPECT_EQ(ztBaseClass_functions()->classWrite(nullptr, Owned(ztBaseClass_ctor), file), 1);
   EXPECT_EQ(written(), "ztBaseClass" + std::string(89, '\0') + "\n1\n");
   file->goToBegin(file);
-  const Object copy(ztBaseClass_functions()->classRead(nullptr, file));
+  const Owned copy(ztBaseClass_functions()->classRead(nullptr, file));
   ASSERT_NE(static_cast<void *>(copy), nullptr);
   EXPECT_TRUE(ztBaseClassIsClass(nullptr, copy, "ztBaseClass"));
   EXPECT_EQ(ztBaseClass_functions()->classRead(nullptr, file), nullptr);

@@ -6,6 +6,7 @@
 #include "tags/ztfloattag.h"
 #include "tags/ztinttag.h"
 #include "tags/zttag.h"
+#include "tests/helpers/faulty_file.hh"
 #include "tests/helpers/owned.hh"
 #include "tests/helpers/records.hh"
 
@@ -26,14 +27,6 @@
   void (*onChange)(void *tag, void *attribute); /* called for each; may be NULL */
 #define ListeningTag_METHODS ztTag_METHODS
 ZT_DECLARE_CLASS(ListeningTag)
-
-// RefusingFile: a file that accepts only so many writes of integers and buffers, and keeps none.
-#define RefusingFile_FIELDS                  \
-  ztFile_FIELDS                              \
-  int32_t allowed; /* writes that succeed */ \
-  int32_t calls;   /* writes so far, the refused with it */
-#define RefusingFile_METHODS ztFile_METHODS
-ZT_DECLARE_CLASS(RefusingFile)
 
 using Numbers = std::vector<double>;
 
@@ -107,7 +100,6 @@ inline void keep(void *object) {
 }
 
 using Node = Owned<ztRoot, ztRootMethods>;
-using Object = Owned<ztBaseClass, ztBaseClassMethods>;
 using Array = Owned<ztArray, ztArrayMethods>;
 
 // Releases the object now.
@@ -122,7 +114,7 @@ class Attribute : public Owned<ztTagAttribute, ztTagAttributeMethods> {
   explicit Attribute(ztCtor constructor, const Numbers &values) : Owned(constructor) {
     setValues(*this, values);
   }
-  explicit Attribute(ztTagAttribute *made) : Owned(made) {}
+  explicit Attribute(void *made) : Owned(made) {}
 
   ztTagAttribute *address() const {
     return &fields();
@@ -146,16 +138,8 @@ class Attribute : public Owned<ztTagAttribute, ztTagAttributeMethods> {
   }
 };
 
-// The clone of an attribute, which may be another's, in a new object; the caller's to release.
-inline ztTagAttribute *newCopyOf(const ztTagAttribute *source) {
-  const auto *functions = static_cast<const ztClassFunctions *>(ztOOP_classOf(source)->classTable);
-  void *copy = ztTagAttribute_of(source)->clone(source, functions->newop());
-  static_cast<ztTagAttribute *>(copy)->refCount = 1;
-  return static_cast<ztTagAttribute *>(copy);
-}
-
 inline Attribute copyOf(const ztTagAttribute *source) {
-  return Attribute(newCopyOf(source));
+  return Attribute(newCopy(source));
 }
 
 class Tag : public Owned<ListeningTag, ztTagMethods> {
@@ -165,8 +149,7 @@ class Tag : public Owned<ListeningTag, ztTagMethods> {
 
   // A tag of the same class that has its attributes' copies.
   Tag copy() const {
-    const auto *functions = static_cast<const ztClassFunctions *>(ztOOP_classOf(*this)->classTable);
-    return Tag((*this)->clone(*this, functions->newop()));
+    return Tag(newCopy(*this));
   }
   // Inserts an attribute with these values; its handle.
   ztTagHandle insert(const char *name, ztCtor constructor, const Numbers &values) const {

@@ -33,8 +33,6 @@ class Replaced {
   Slot kept;
 };
 
-using Object = Owned<ztBaseClass, ztBaseClassMethods>;
-
 ztBaseClassMethods *tableOf(const ztClass *klass) {
   return static_cast<ztBaseClassMethods *>(klass->methodTable);
 }
@@ -69,8 +67,8 @@ TEST(ParentFailure, OfCreateIsThatOfEachClass) {
 
 TEST(ParentFailure, OfAssignIsThatOfEachClass) {
   forEachWithItsOwn(&ztBaseClassMethods::assign, [](const ztClass *klass) {
-    const Object object(ztNewFromName(klass->name));
-    const Object other(ztNewFromName(klass->name));
+    const Owned object(ztNewFromName(klass->name));
+    const Owned other(ztNewFromName(klass->name));
     const Replaced failing(tableOf(klass->parent)->assign, [](void *, const void *) { return 0; });
     EXPECT_EQ(tableOf(klass)->assign(object, other), 0);
   });
@@ -82,7 +80,7 @@ TEST(ParentFailure, OfReadAndWriteLeavesTheFileWhereItIs) {
     if (klass == ztStringClass_Instance()) return;  // all that it stores is its own
     // Attributes without values store nothing.
     const bool isAttribute = klass == ztTagAttributeClass_Instance();
-    const Object object(ztNewFromName(isAttribute ? ztIntTag_classname_ : klass->name));
+    const Owned object(ztNewFromName(isAttribute ? ztIntTag_classname_ : klass->name));
     const Replaced failingRead(tableOf(klass->parent)->read, [](void *, void *) { return 0; });
     const Replaced failingWrite(tableOf(klass->parent)->write, [](const void *, void *) { return 0; });
     EXPECT_EQ(tableOf(klass)->write(object, file), 0);

@@ -104,7 +104,7 @@ class TagOwnerOfACopy : public testing::Test {
   Tag third;
   const ztTagHandle handle = tag.insert("source", ztIntTag_ctor, {1, 2, 3});
   ztTagAttribute *source = attributeIn(tag, 0);
-  ztTagAttribute *copy = newCopyOf(source);
+  ztTagAttribute *copy = static_cast<ztTagAttribute *>(newCopy(source));
   ztTagHandle inserted = {-7, -7};
   static std::function<void()> whenTold;
 };
@@ -517,7 +517,7 @@ void useTags(int seed, std::atomic<int32_t> *failures) {
     for (const Attribute &copy : copies) copy.set(0, round);
     if (tag.changes() != changes + 40) ++*failures;
     if (twin.values(handle) != values) ++*failures;
-    if (insertInto(twin, "taken", newCopyOf(copies[0].address())) != 1) ++*failures;
+    if (insertInto(twin, "taken", newCopy(copies[0])) != 1) ++*failures;
     ztTagAttribute *taken = attributeIn(tag, 0);
     byRemoveAt(arrayOf(tag));
     end(tag);

@@ -1,6 +1,7 @@
 #include "tags/zttag.h"
 
 #include "core/ztmem.h"
+#include "tests/helpers/counted.hh"
 #include "tests/tags/attributes.hh"
 
 #include <algorithm>
@@ -26,18 +27,8 @@ ZT_DEFINE_CLASS(StubbornTag, ztIntTag, stubbornTagMethods)
 #define NotingTag_METHODS ztIntTag_METHODS
 ZT_DECLARE_CLASS(NotingTag)
 
-static int32_t notingLive;
+static const int32_t &notingLive = liveOf<NotingTag>;
 static std::vector<std::string> notes;
-
-static int32_t notingTagCreate(void *object) {
-  ++notingLive;
-  return ztIntTag_table()->create(object);
-}
-
-static void notingTagDestroy(void *object) {
-  --notingLive;
-  ztIntTag_table()->destroy(object);
-}
 
 static int32_t notingTagSetValue(void *object, int32_t index, const void *value) {
   const auto *attribute = static_cast<const ztTagAttribute *>(object);
@@ -52,8 +43,7 @@ static int32_t notingTagSetNumValues(void *object, int32_t count) {
 }
 
 static void notingTagMethods(NotingTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, notingTagCreate);
-  ZT_OVERRIDE_METHOD(methods, destroy, notingTagDestroy);
+  Counting<NotingTag, ztIntTag_table>::overrideIn(methods);
   ZT_OVERRIDE_METHOD(methods, setValue, notingTagSetValue);
   ZT_OVERRIDE_METHOD(methods, setNumValues, notingTagSetNumValues);
 }
@@ -271,7 +261,7 @@ TEST_F(ztTagFilled, LeavesAnAttributeThatSurvivesItToBeInsertedAgain) {
 TEST_F(ztTagFilled, TakesACopyOfAnAttributeOfItsOwnOrAnothers) {
   Tag other;
   for (const Tag *target : {&tag, &other}) {
-    ztTagAttribute *copy = newCopyOf(tag.at(ints));
+    auto *copy = static_cast<ztTagAttribute *>(newCopy(tag.at(ints)));
     ztTagHandle handle;
     EXPECT_EQ((*target)->insertNew(*target, "copy", copy, &handle, 0, 3, nullptr), 1);
     EXPECT_EQ(target->at(handle), copy);
@@ -288,7 +278,7 @@ TEST_F(ztTagFilled, IsToldByACopyThatGoesElsewhereOfItsInitialValueOnly) {
   const Tag other;
   const int32_t initial = 5;
   ztTagHandle handle;
-  EXPECT_EQ(other->insertNew(other, "copy", newCopyOf(tag.at(ints)), &handle, 0, 1, &initial), 1);
+  EXPECT_EQ(other->insertNew(other, "copy", newCopy(tag.at(ints)), &handle, 0, 1, &initial), 1);
   EXPECT_EQ(changes(), 1);
   EXPECT_EQ(other.changes(), 0);
   EXPECT_EQ(other->setValue(other, &handle, 0, &initial), 1);
@@ -303,7 +293,7 @@ TEST_F(ztTagFilled, MayReleaseTheTagThatACopyGoesTo) {
   tag.fields().onChange = [](void *, void *) { release(tagToRelease); };
   const int32_t initial = 5;
   ztTagHandle handle = {-7, -7};
-  EXPECT_EQ(tag->insertNew(tagToRelease, "copy", newCopyOf(tag.at(ints)), &handle, 0, 1, &initial), 0);
+  EXPECT_EQ(tag->insertNew(tagToRelease, "copy", newCopy(tag.at(ints)), &handle, 0, 1, &initial), 0);
   EXPECT_EQ(handle.index, -7);
   tag.fields().onChange = nullptr;
 }
@@ -860,7 +850,7 @@ TEST_F(ztTagFilled, FailsToReadARecordThatIsCut) {
 TEST_F(ztTagFilled, IsReadByATagWithFewerAttributesForThoseItHas) {
   const Tag fewer;
   fewer.insert("one", ztIntTag_ctor, {0});
-  const FileWith file(recordOf(tag));
+  const Storage file(ztFile_ctor, recordOf(tag));
   EXPECT_EQ(fewer->read(fewer, file), 1);
   EXPECT_EQ(fewer.values(ints), "1 2 4");
   EXPECT_EQ(file->tell(file), static_cast<int64_t>(nodeSize + attributeSize + 3 * 4));
@@ -902,7 +892,7 @@ TEST_F(ztTagFilled, EndsReadingAndWritingAtAnAttributeThatFails) {
 }
 
 TEST_F(ztTagFilled, NeedsAnOpenFileToReadAndWrite) {
-  const Object closed(ztFile_ctor);
+  const Owned closed(ztFile_ctor);
   for (void *file : {static_cast<void *>(closed), static_cast<void *>(nullptr)}) {
     EXPECT_EQ(tag->write(tag, file), 0);
     EXPECT_EQ(tag->read(tag, file), 0);
@@ -911,13 +901,13 @@ TEST_F(ztTagFilled, NeedsAnOpenFileToReadAndWrite) {
 }
 
 TEST_F(ztTagFilled, StopsWritingAtTheFirstFailure) {
-  const Owned<RefusingFile, ztFileMethods> file(RefusingFile_ctor);
   // The node's record takes three writes, an attribute's five and one for each value.
-  const int32_t all = 3 + 3 * (5 + 3);
-  for (const int32_t allowed : {0, 1, 2, 3, 7, 11, 15, 19, 23, all}) {
-    file.fields().allowed = allowed;
-    file.fields().calls = 0;
+  const int all = 3 + 3 * (5 + 3);
+  for (const int allowed : {0, 1, 2, 3, 7, 11, 15, 19, 23, all}) {
+    const Storage file(FaultyFile_ctor);
+    FileScript script;
+    script.answerAll(0, allowed);
     EXPECT_EQ(tag->write(tag, file), allowed == all) << allowed;
+    EXPECT_LE(script.calls.size(), static_cast<size_t>(all));
   }
-  EXPECT_EQ(file.fields().calls, all);
 }

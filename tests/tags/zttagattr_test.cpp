@@ -21,34 +21,6 @@ static void fleetingValuesMethods(FleetingValuesMethods *methods) {
 
 ZT_DEFINE_CLASS(FleetingValues, ztIntArray, fleetingValuesMethods)
 
-static int32_t refusingFileAccept(void *object) {
-  auto *file = static_cast<RefusingFile *>(object);
-  return ++file->calls <= file->allowed;
-}
-
-static int32_t refusingFileWriteInt(void *object, int32_t) {
-  return refusingFileAccept(object);
-}
-
-static int32_t refusingFileWriteBuf(void *object, int32_t n, const void *) {
-  return refusingFileAccept(object) ? n : 0;
-}
-
-static int32_t refusingFileCreate(void *object) {
-  auto *file = static_cast<RefusingFile *>(object);
-  file->allowed = 0;
-  file->calls = 0;
-  return ztFile_table()->create(object);
-}
-
-static void refusingFileMethods(RefusingFileMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, refusingFileCreate);
-  ZT_OVERRIDE_METHOD(methods, writeInt, refusingFileWriteInt);
-  ZT_OVERRIDE_METHOD(methods, writeBuf, refusingFileWriteBuf);
-}
-
-ZT_DEFINE_CLASS(RefusingFile, ztFile, refusingFileMethods)
-
 static int32_t listeningTagCreate(void *object) {
   auto *tag = static_cast<ListeningTag *>(object);
   tag->changes = 0;
@@ -134,7 +106,7 @@ TEST_P(ztTagAttributeTest, HasTheDefaultsOfItsParentAndOneValueZero) {
   expectDefaults(fields);
   EXPECT_EQ(attribute.values(), "0");
   EXPECT_EQ(ztOOP_isClassOf(attribute, "ztTagAttribute"), 1);
-  const Object made(ztNewFromName(ztOOP_classNameOf(attribute)));
+  const Owned made(ztNewFromName(ztOOP_classNameOf(attribute)));
   EXPECT_EQ(valuesOf(made), "0");
 }
 
@@ -659,8 +631,8 @@ TEST_P(ztTagAttributeTest, FailsToReadAnImpossibleCount) {
 }
 
 TEST_P(ztTagAttributeTest, NeedsAnOpenFileToReadAndWrite) {
-  const Object closed(ztFile_ctor);
-  const Object closedText(ztTextFile_ctor);
+  const Owned closed(ztFile_ctor);
+  const Owned closedText(ztTextFile_ctor);
   for (void *file :
        {static_cast<void *>(nullptr), static_cast<void *>(closed), static_cast<void *>(closedText)}) {
     EXPECT_EQ(attribute->write(attribute, file), 0);
@@ -679,15 +651,15 @@ TEST_F(ztTagAttributeWithoutValues, HasNoRecord) {
 // Every primitive that an attribute writes counts: the first refusal ends it.
 TEST_P(ztTagAttributeTest, StopsWritingAtTheFirstFailure) {
   have({1, 2});
-  const Owned<RefusingFile, ztFileMethods> file(RefusingFile_ctor);
-  const int32_t primitivesAheadOfTheValues = 5;
-  for (int32_t allowed = 0; allowed <= primitivesAheadOfTheValues; ++allowed) {
+  const size_t primitivesAheadOfTheValues = 5;
+  for (size_t allowed = 0; allowed <= primitivesAheadOfTheValues; ++allowed) {
+    const Storage file(FaultyFile_ctor);
+    FileScript script;
+    script.answerAll(0, static_cast<int>(allowed));
     const bool isEnough = allowed == primitivesAheadOfTheValues;
-    file.fields().allowed = allowed;
-    file.fields().calls = 0;
     EXPECT_EQ(attribute->write(attribute, file), isEnough) << allowed;
     if (!isEnough) {
-      EXPECT_EQ(file.fields().calls, allowed + 1);
+      EXPECT_EQ(script.calls.size(), allowed + 1);
     }
   }
 }
@@ -718,7 +690,7 @@ TEST(ztTagHandle, IsWrittenAndReadAsTwoWords) {
       EXPECT_EQ(ztTat_writeHandle(file, &handle), 1);
       EXPECT_EQ(file.bytes(), expected);
       ztTagHandle read = {0, 0};
-      EXPECT_EQ(ztTat_readHandle(FileWith(expected, form), &read), 1);
+      EXPECT_EQ(ztTat_readHandle(Storage(form, expected), &read), 1);
       EXPECT_EQ(read.index, index);
       EXPECT_EQ(read.type, type);
     }
@@ -729,7 +701,7 @@ TEST(ztTagHandle, IsReadUpToTheEndOfTheFile) {
   const std::string whole = bytesOf(int32_t{3}) + bytesOf(int32_t{1});
   for (size_t size = 0; size < whole.size(); ++size) {
     ztTagHandle handle = {-9, -9};
-    EXPECT_EQ(ztTat_readHandle(FileWith(whole.substr(0, size)), &handle), 0) << size;
+    EXPECT_EQ(ztTat_readHandle(Storage(ztFile_ctor, whole.substr(0, size)), &handle), 0) << size;
     if (size == 0) {
       EXPECT_EQ(handle.index, -9);
     }
@@ -741,12 +713,12 @@ TEST(ztTagHandle, IsReadUpToTheEndOfTheFile) {
 
 TEST(ztTagHandle, NeedsAnOpenFileAndAHandle) {
   ztTagHandle handle = {1, 1};
-  const Object closed(ztFile_ctor);
+  const Owned closed(ztFile_ctor);
   for (void *file : {static_cast<void *>(nullptr), static_cast<void *>(closed)}) {
     EXPECT_EQ(ztTat_readHandle(file, &handle), 0);
     EXPECT_EQ(ztTat_writeHandle(file, &handle), 0);
   }
-  const FileWith file("12345678");
+  const Storage file(ztFile_ctor, "12345678");
   EXPECT_EQ(ztTat_readHandle(file, nullptr), 0);
   const Storage empty;
   EXPECT_EQ(ztTat_writeHandle(empty, nullptr), 0);
@@ -755,11 +727,11 @@ TEST(ztTagHandle, NeedsAnOpenFileAndAHandle) {
 
 TEST(ztTagHandle, IsWrittenNoFurtherOnceAWriteFailed) {
   const ztTagHandle handle = {1, 1};
-  const Owned<RefusingFile, ztFileMethods> file(RefusingFile_ctor);
   for (const int32_t allowed : {0, 1, 2}) {
-    file.fields().allowed = allowed;
-    file.fields().calls = 0;
+    const Storage file(FaultyFile_ctor);
+    FileScript script;
+    script.answerAll(0, allowed);
     EXPECT_EQ(ztTat_writeHandle(file, &handle), allowed == 2);
-    EXPECT_EQ(file.fields().calls, allowed == 2 ? 2 : allowed + 1);
+    EXPECT_EQ(script.count("writeInt"), allowed == 2 ? 2 : allowed + 1);
   }
 }
