@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 template <typename Number>
 std::string bytesOf(Number number) {
   return std::string(reinterpret_cast<const char *>(&number), sizeof number);
@@ -15,6 +17,18 @@ std::string bytesOf(Number number) {
 inline std::string fieldOf(std::string text, size_t size) {
   text.resize(size);
   return text;
+}
+
+// The number that a primitive reads; nothing where it fails, which leaves the output as it is.
+template <typename Number>
+std::optional<Number> readBy(int32_t (*primitive)(void *, Number *), void *file) {
+  constexpr Number untouched = 77;
+  Number number = untouched;
+  const int32_t result = primitive(file, &number);
+  if (result == 1) return number;
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(number, untouched);
+  return std::nullopt;
 }
 
 inline std::string recordOf(const void *object, ztCtor form = ztFile_ctor) {

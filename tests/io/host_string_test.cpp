@@ -52,23 +52,11 @@ static int32_t hostSetSize(void *buffer, int32_t size) {
   return done;
 }
 
-static void *hostGetData(const void *buffer) {
-  calls.emplace_back("getData");
-  return static_cast<const HostBuffer *>(buffer)->bytes;
-}
-
 static int32_t hostAssign(void *buffer, const void *other) {
   calls.emplace_back("assign");
   auto *host = static_cast<HostBuffer *>(buffer);
   memcpy(host->bytes, ztCharArray_of(other)->getData(other), static_cast<size_t>(host->size));
   return 1;
-}
-
-static int32_t hostCreate(void *buffer) {
-  auto *host = static_cast<HostBuffer *>(buffer);
-  host->bytes = nullptr;
-  host->size = host->capacity = 0;
-  return ztCharArray_table()->create(buffer);
 }
 
 static void *hostClone(const void *buffer, void *target) {
@@ -80,55 +68,55 @@ static void *hostClone(const void *buffer, void *target) {
   return copy;
 }
 
-static void hostDestroy(void *buffer) {
-  ztm_free(static_cast<HostBuffer *>(buffer)->bytes);
-  static_cast<HostBuffer *>(buffer)->bytes = nullptr;
-  ztCharArray_table()->destroy(buffer);
-}
-
 static void hostMethods(HostBufferMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, hostCreate);
+  ZT_OVERRIDE_METHOD(methods, create, [](void *buffer) -> int32_t {
+    auto *host = static_cast<HostBuffer *>(buffer);
+    host->bytes = nullptr;
+    host->size = host->capacity = 0;
+    return ztCharArray_table()->create(buffer);
+  });
   ZT_OVERRIDE_METHOD(methods, clone, hostClone);
   ZT_OVERRIDE_METHOD(methods, assign, hostAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, hostDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, [](void *buffer) {
+    ztm_free(static_cast<HostBuffer *>(buffer)->bytes);
+    static_cast<HostBuffer *>(buffer)->bytes = nullptr;
+    ztCharArray_table()->destroy(buffer);
+  });
   ZT_OVERRIDE_METHOD(methods, resize, hostResize);
   ZT_OVERRIDE_METHOD(methods, setSize, hostSetSize);
-  ZT_OVERRIDE_METHOD(methods, getData, hostGetData);
+  ZT_OVERRIDE_METHOD(methods, getData, [](const void *buffer) -> void * {
+    calls.emplace_back("getData");
+    return static_cast<const HostBuffer *>(buffer)->bytes;
+  });
   ZT_OVERRIDE_METHOD(methods, getSize,
                      [](const void *buffer) { return static_cast<const HostBuffer *>(buffer)->size; });
   ZT_OVERRIDE_METHOD(methods, empty, [](void *) { calls.emplace_back("empty"); });
 }
 ZT_DEFINE_CLASS(HostBuffer, ztCharArray, hostMethods)
 
-static void *toldSet(void *string, const char *text) {
-  calls.push_back(std::string("set ") + (text == nullptr ? "NULL" : text));
-  return ztString_table()->set(string, text);
-}
-
 static void toldStringMethods(ToldStringMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, set, toldSet);
+  ZT_OVERRIDE_METHOD(methods, set, [](void *string, const char *text) -> void * {
+    calls.push_back(std::string("set ") + (text == nullptr ? "NULL" : text));
+    return ztString_table()->set(string, text);
+  });
 }
 ZT_DEFINE_CLASS(ToldString, ztString, toldStringMethods)
-
-static void toldConstructor(void *array, ztCtor constructor) {
-  calls.emplace_back("setElementConstructor");
-  ztStringArray_table()->setElementConstructor(array, constructor);
-}
 
 static void toldSize(void *array, int32_t size, uint32_t byPointer) {
   calls.push_back(with("setElementSize", size));
   ztStringArray_table()->setElementSize(array, size, byPointer);
 }
 
-static void toldCompare(void *array, ztCompareFunc compare) {
-  calls.emplace_back("setCompareFunction");
-  ztStringArray_table()->setCompareFunction(array, compare);
-}
-
 static void toldArrayMethods(ToldArrayMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, setElementConstructor, toldConstructor);
+  ZT_OVERRIDE_METHOD(methods, setElementConstructor, [](void *array, ztCtor constructor) {
+    calls.emplace_back("setElementConstructor");
+    ztStringArray_table()->setElementConstructor(array, constructor);
+  });
   ZT_OVERRIDE_METHOD(methods, setElementSize, toldSize);
-  ZT_OVERRIDE_METHOD(methods, setCompareFunction, toldCompare);
+  ZT_OVERRIDE_METHOD(methods, setCompareFunction, [](void *array, ztCompareFunc compare) {
+    calls.emplace_back("setCompareFunction");
+    ztStringArray_table()->setCompareFunction(array, compare);
+  });
 }
 ZT_DEFINE_CLASS(ToldArray, ztStringArray, toldArrayMethods)
 
@@ -355,9 +343,7 @@ TEST_P(ztStringStored, ComesBackExactlyOneAfterAnother) {
     ASSERT_EQ(ztString_load(string, file), 1);
     EXPECT_EQ(string->get(string) == nullptr, text == nullptr);
     EXPECT_EQ(string.text(), String(text).text());
-    int32_t between = 0;
-    EXPECT_EQ(file->readInt(file, &between), 1);
-    EXPECT_EQ(between, 7);
+    EXPECT_EQ(readBy(file->readInt, file), 7);
   }
   const String never("old");
   EXPECT_EQ(ztString_load(never, file), 1);

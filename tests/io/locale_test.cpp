@@ -1,8 +1,8 @@
 // Numbers in text files under a locale of the host's that writes them otherwise.
 #include "io/zttxtfile.h"
 
+#include "tests/helpers/records.hh"
 #include "tests/helpers/scale.hh"
-#include "tests/helpers/storage.hh"
 #include "tests/helpers/temp_folder.hh"
 
 #include <gtest/gtest.h>
@@ -42,17 +42,9 @@ void expectNumbersWithPoints() {
   file->writeFloat(file, INFINITY);
   EXPECT_EQ(file.bytes(), "1234567.250000\n-1234567\n12345678901\ninf\n");
   file.hold("1234567\n1.5\n-0x1.8p1\n1.25,7\n");
-  int32_t number = 0;
-  EXPECT_EQ(file->readInt(file, &number), 1);
-  EXPECT_EQ(number, 1234567);
-  for (const double expected : {1.5, -3.0, 1.25}) {
-    double real = 0;
-    EXPECT_EQ(file->readFloat(file, &real), 1);
-    EXPECT_EQ(real, expected);
-  }
-  char comma = 0;
-  EXPECT_EQ(file->readChar(file, &comma), 1);
-  EXPECT_EQ(comma, ',');
+  EXPECT_EQ(readBy(file->readInt, file), 1234567);
+  for (const double expected : {1.5, -3.0, 1.25}) EXPECT_EQ(readBy(file->readFloat, file), expected);
+  EXPECT_EQ(readBy(file->readChar, file), ',');
 }
 
 }  // namespace

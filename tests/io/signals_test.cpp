@@ -2,6 +2,7 @@
 #include "io/zttxtfile.h"
 
 #include "tests/helpers/owned.hh"
+#include "tests/helpers/records.hh"
 #include "tests/helpers/temp_folder.hh"
 
 #include <fcntl.h>
@@ -205,18 +206,13 @@ TEST_P(Signals, ThatInterruptReadsLoseNoByte) {
   {
     const Interruptions often;
     for (int32_t i = 0; i < 40; ++i) {
-      int32_t number = 0;
-      double real = -1;
+      ASSERT_EQ(readBy(file->readInt, file), 1000000 + i);
+      ASSERT_EQ(readBy(file->readFloat, file), i / 4.0);
       char buffer[11] = "";
-      ASSERT_EQ(file->readInt(file, &number), 1);
-      ASSERT_EQ(number, 1000000 + i);
-      ASSERT_EQ(file->readFloat(file, &real), 1);
-      ASSERT_EQ(real, i / 4.0);
       ASSERT_EQ(file->readBuf(file, 10, buffer), 10);
       ASSERT_STREQ(buffer, "0123456789");
     }
-    int32_t none = 5;
-    EXPECT_EQ(file->readInt(file, &none), 0);
+    EXPECT_EQ(readBy(file->readInt, file), std::nullopt);
     EXPECT_NE(file->eof(file), 0);
     EXPECT_EQ(file->flush(file), 0) << "nothing failed";
     EXPECT_GT(interruptions, 10);

@@ -368,13 +368,11 @@ ZT_DECLARE_CLASS(EndingTag)
 
 static std::function<void()> whenItEnds;
 
-static void endingTagDestroy(void *object) {
-  if (whenItEnds) whenItEnds();
-  ztIntTag_table()->destroy(object);
-}
-
 static void endingTagMethods(EndingTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, endingTagDestroy);
+  ZT_OVERRIDE_METHOD(methods, destroy, [](void *object) {
+    if (whenItEnds) whenItEnds();
+    ztIntTag_table()->destroy(object);
+  });
 }
 
 ZT_DEFINE_CLASS(EndingTag, ztIntTag, endingTagMethods)

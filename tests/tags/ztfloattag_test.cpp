@@ -14,13 +14,11 @@ ZT_DECLARE_CLASS(WatchedTag)
 
 static std::vector<double> sumsBeforeReading;
 
-static void *watchedTagGetValue(const void *object, int32_t index, void *out) {
-  sumsBeforeReading.push_back(static_cast<const WatchedTag *>(object)->cachedResult);
-  return ztFloatTag_table()->getValue(object, index, out);
-}
-
 static void watchedTagMethods(WatchedTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, getValue, watchedTagGetValue);
+  ZT_OVERRIDE_METHOD(methods, getValue, [](const void *object, int32_t index, void *out) -> void * {
+    sumsBeforeReading.push_back(static_cast<const WatchedTag *>(object)->cachedResult);
+    return ztFloatTag_table()->getValue(object, index, out);
+  });
 }
 
 ZT_DEFINE_CLASS(WatchedTag, ztFloatTag, watchedTagMethods)

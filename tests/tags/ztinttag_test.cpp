@@ -7,14 +7,12 @@
 #define DoublingTag_METHODS ztIntTag_METHODS
 ZT_DECLARE_CLASS(DoublingTag)
 
-static void *doublingTagGetValue(const void *object, int32_t index, void *out) {
-  void *value = ztIntTag_table()->getValue(object, index, out);
-  if (out != nullptr && value != nullptr) *static_cast<int32_t *>(out) *= 2;
-  return value;
-}
-
 static void doublingTagMethods(DoublingTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, getValue, doublingTagGetValue);
+  ZT_OVERRIDE_METHOD(methods, getValue, [](const void *object, int32_t index, void *out) -> void * {
+    void *value = ztIntTag_table()->getValue(object, index, out);
+    if (out != nullptr && value != nullptr) *static_cast<int32_t *>(out) *= 2;
+    return value;
+  });
 }
 
 ZT_DEFINE_CLASS(DoublingTag, ztIntTag, doublingTagMethods)
@@ -108,24 +106,20 @@ TEST_F(ztIntTagTest, TakesResultsWithoutAnOutput) {
 }
 
 TEST_F(ztIntTagTest, WrapsTotalsAndTruncatesTheirAveragesTowardZero) {
-  struct Row {
-    Numbers values;
-    int32_t total;
-    int32_t average;
-  };
-  const Row rows[] = {{{1, 2, 4, 0}, 7, 1},
-                      {{-1, -2, -4}, -7, -2},
-                      {{-1, 0, 0}, -1, 0},
-                      {{INT32_MIN}, INT32_MIN, INT32_MIN},
-                      {{INT32_MAX, 1}, INT32_MIN, INT32_MIN / 2},
-                      {{INT32_MIN, -1}, INT32_MAX, INT32_MAX / 2},
-                      {{INT32_MIN, INT32_MIN}, 0, 0},
-                      {{INT32_MAX, INT32_MAX, INT32_MAX}, INT32_MAX - 2, (INT32_MAX - 2) / 3}};
-  for (const Row &row : rows) {
-    have(row.values);
+  const std::tuple<Numbers, int32_t, int32_t> rows[] = {
+      {{1, 2, 4, 0}, 7, 1},
+      {{-1, -2, -4}, -7, -2},
+      {{-1, 0, 0}, -1, 0},
+      {{INT32_MIN}, INT32_MIN, INT32_MIN},
+      {{INT32_MAX, 1}, INT32_MIN, INT32_MIN / 2},
+      {{INT32_MIN, -1}, INT32_MAX, INT32_MAX / 2},
+      {{INT32_MIN, INT32_MIN}, 0, 0},
+      {{INT32_MAX, INT32_MAX, INT32_MAX}, INT32_MAX - 2, (INT32_MAX - 2) / 3}};
+  for (const auto &[values, total, average] : rows) {
+    have(values);
     SCOPED_TRACE(attribute.values());
-    EXPECT_EQ(secondTotal(), row.total);
-    EXPECT_EQ(secondAverage(), row.average);
+    EXPECT_EQ(secondTotal(), total);
+    EXPECT_EQ(secondAverage(), average);
   }
 }
 
