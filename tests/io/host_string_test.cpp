@@ -251,6 +251,10 @@ TEST(ztStringArray, SetsConstructorSizeAndComparisonInCreate) {
   const Array array(ToldArray_ctor);
   const std::string size = with("setElementSize", sizeof(ztString));
   EXPECT_EQ(calls, Texts({"setElementConstructor", size, "setCompareFunction"}));
+  EXPECT_EQ(array->getElementSize(array), static_cast<int32_t>(sizeof(ztString)));
+  EXPECT_EQ(array.fields().byPointer, 0U);
+  EXPECT_EQ(array.fields().elementConstructor, &ztString_ctor);
+  EXPECT_EQ(array.fields().compareFunction, &ztStringArray_compare_func);
 }
 
 TEST(ztString, CallsItsOwnSetToAppendToNothing) {

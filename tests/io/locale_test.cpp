@@ -50,7 +50,7 @@ void expectNumbersWithPoints() {
 }  // namespace
 
 // In a child, since the C library never releases what it knows of a host's folder of locales.
-TEST(Locale, OfTheHostDoesNotShowInNumbers) {
+TEST(ztTextFile, ShowsNothingOfTheHostsLocaleInNumbers) {
   const CommaLocale comma;
   if (!comma.isMade()) GTEST_SKIP() << "localedef makes no locale here";
   const auto child = [&comma] {
@@ -114,7 +114,7 @@ void expectAllAsScanned(const std::string &text, const Storage &file) {
 
 }  // namespace
 
-TEST(TextNumbers, AreReadAsTheyAreScanned) {
+TEST(ztTextFile, ReadsNumbersAsTheyAreScanned) {
   const Storage file(ztTextFile_ctor);
   std::istringstream texts(
       "| |5|-5 6|+7\n\n8|--5|+-5|-|+|- 5|007|0x1f|0x|0xg|-0x|0x.8p2|1e5|1e|1e+|1e-3x|1e+-3|e5|.5|.|"
@@ -128,7 +128,7 @@ TEST(TextNumbers, AreReadAsTheyAreScanned) {
   }
 }
 
-TEST(TextNumbers, OfManyDigitsAreReadAsTheyAreScanned) {
+TEST(ztTextFile, ReadsManyDigitsAsTheyAreScanned) {
   const Storage file(ztTextFile_ctor);
   for (const size_t digits : {63U, 64U, 65U, 700U, 5000U}) {
     expectAllAsScanned(std::string(digits, '7') + " 1", file);
@@ -137,7 +137,7 @@ TEST(TextNumbers, OfManyDigitsAreReadAsTheyAreScanned) {
   }
 }
 
-TEST(TextNumbers, OfRandomLettersAreReadAsTheyAreScanned) {
+TEST(ztTextFile, ReadsRandomLettersAsTheyAreScanned) {
   const Storage file(ztTextFile_ctor);
   std::mt19937 random(7);
   const std::string letters = "0123456789+-..eEpPxXnNaAiIfFtTyY  \n";

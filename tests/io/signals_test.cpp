@@ -250,7 +250,7 @@ TEST_P(Signals, ThatInterruptTheOpeningOfAFifoLetItGoOn) {
 
 // What lies in the way ------------------------------------------------------------------------------
 
-TEST(FileExist, NeitherWaitsForTheOtherEndOfAFifoNorLetsAWriterGoOn) {
+TEST(ztFile, FindsAFifoWithoutWaitingForItsOtherEndOrLettingAWriterGoOn) {
   const TempFolder folder;
   const std::string path = folder.path("fifo");
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -269,7 +269,7 @@ TEST(FileExist, NeitherWaitsForTheOtherEndOfAFifoNorLetsAWriterGoOn) {
   writer.join();
 }
 
-TEST(FileExist, TellsOfWhatCannotBeRead) {
+TEST(ztFile, FindsADeviceButNothingBehindALinkToNothing) {
   const TempFolder folder;
   const std::string path = folder.path("link");
   ASSERT_EQ(symlink("missing", path.c_str()), 0);
@@ -279,7 +279,7 @@ TEST(FileExist, TellsOfWhatCannotBeRead) {
 
 // Flushing ------------------------------------------------------------------------------------------
 
-TEST(Flush, LeavesTheMarkAtTheEndOfTheFile) {
+TEST(ztFile, IsStillAtItsEndAfterAFlush) {
   const TempFolder folder;
   const std::string path = folder.path("file");
   writeContents(path, "ab");

@@ -393,6 +393,7 @@ TEST_P(ztTagAttributeTest, HasACopyOfItsOwn) {
   EXPECT_EQ(copy->setNumValues(copy, 2), 1);
   EXPECT_EQ(copy.values(), "9 2");
   EXPECT_EQ(attribute.values(), "1 2 3");
+  EXPECT_EQ(fields.refCount, 1);
   EXPECT_EQ(attribute->setNumValues(attribute, 0), 1);
   EXPECT_EQ(copyOf(&fields).values(), "");
 }
