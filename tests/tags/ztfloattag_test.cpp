@@ -52,6 +52,7 @@ ztFloatTag &fieldsOf(const Attribute &attribute) {
 TEST_F(ztFloatTagTest, DeliversAFreshTotalAndAverageAtOnceAndThenTheSame) {
   have({1.0, 2.0, 4.0});
   for (const double result : {total(), average(), total()}) EXPECT_EQ(result, 7.0);
+  EXPECT_EQ(fieldsOf(attribute).reserved, 0);
   attribute.set(0, 1.0);
   EXPECT_EQ(average(), 7.0 / 3);
   attribute.set(2, 6.0);
