@@ -2,24 +2,25 @@
 #include "io/zttxtfile.h"
 
 #include "tests/helpers/owned.hh"
+#include "tests/helpers/records.hh"
 #include "tests/helpers/temp_folder.hh"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <stdlib.h>
-#include <string.h>
-
-#include <algorithm>
 #include <atomic>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -65,7 +66,7 @@ std::thread quietThread(Work work) {
 
 class Signals : public testing::TestWithParam<ztCtor> {
  protected:
-  Signals() : file(GetParam()) {
+  Signals() {
     EXPECT_EQ(pipe(ends), 0);
   }
   ~Signals() override {
@@ -76,26 +77,33 @@ class Signals : public testing::TestWithParam<ztCtor> {
   void open(int which, const char *mode) {
     const std::string name = "/proc/self/fd/" + std::to_string(ends[which]);
     ASSERT_EQ(file->open(file, name.c_str(), mode), 1);
-    close(ends[which]);
-    ends[which] = -1;
+    close(takeEnd(which));
+  }
+  // Whoever takes it closes it.
+  int takeEnd(int which) {
+    return std::exchange(ends[which], -1);
   }
 
-  File file;
+  const File file{GetParam()};
   int ends[2];
 };
+
+INSTANTIATE_TEST_SUITE_P(Of, Signals, testing::Values(ztFile_ctor, ztTextFile_ctor),
+                         [](const auto &kind) { return kind.param == ztFile_ctor ? "Bytes" : "Text"; });
 
 void pause(int milliseconds) {
   usleep(static_cast<useconds_t>(milliseconds) * 1000);
 }
 
-}  // namespace
-
-INSTANTIATE_TEST_SUITE_P(Of, Signals, testing::Values(ztFile_ctor, ztTextFile_ctor),
-                         [](const testing::TestParamInfo<ztCtor> &test) {
-                           return test.param == ztFile_ctor ? "Bytes" : "Text";
-                         });
-
-namespace {
+// Writes the parts with a pause ahead of each, and closes.
+void writeSlowly(int writer, const std::vector<std::string> &parts) {
+  for (const std::string &part : parts) {
+    pause(3);
+    EXPECT_EQ(write(writer, part.data(), part.size()), static_cast<ssize_t>(part.size()));
+  }
+  pause(5);
+  close(writer);
+}
 
 void writeMany(const File &file) {
   const std::string large(30000, 'b');
@@ -191,33 +199,20 @@ TEST_P(Signals, ThatInterruptReadsLoseNoByte) {
   }
   file->close(file);
   const std::string all = contentsOf(path);
-  const int writer = ends[1];
-  ends[1] = -1;
-  std::thread slow = quietThread([&all, writer] {
-    // A few bytes at a time, within numbers, too.
-    for (size_t at = 0; at < all.size(); at += 7) {
-      pause(3);
-      EXPECT_GT(write(writer, all.data() + at, std::min<size_t>(7, all.size() - at)), 0);
-    }
-    pause(5);
-    close(writer);
-  });
+  std::vector<std::string> parts;  // a few bytes at a time, within numbers, too
+  for (size_t at = 0; at < all.size(); at += 7) parts.push_back(all.substr(at, 7));
+  std::thread slow = quietThread([&parts, writer = takeEnd(1)] { writeSlowly(writer, parts); });
   open(0, "r");
   {
     const Interruptions often;
     for (int32_t i = 0; i < 40; ++i) {
-      int32_t number = 0;
-      double real = -1;
+      ASSERT_EQ(readBy(file->readInt, file), 1000000 + i);
+      ASSERT_EQ(readBy(file->readFloat, file), i / 4.0);
       char buffer[11] = "";
-      ASSERT_EQ(file->readInt(file, &number), 1);
-      ASSERT_EQ(number, 1000000 + i);
-      ASSERT_EQ(file->readFloat(file, &real), 1);
-      ASSERT_EQ(real, i / 4.0);
       ASSERT_EQ(file->readBuf(file, 10, buffer), 10);
       ASSERT_STREQ(buffer, "0123456789");
     }
-    int32_t none = 5;
-    EXPECT_EQ(file->readInt(file, &none), 0);
+    EXPECT_EQ(readBy(file->readInt, file), std::nullopt);
     EXPECT_NE(file->eof(file), 0);
     EXPECT_EQ(file->flush(file), 0) << "nothing failed";
     EXPECT_GT(interruptions, 10);
@@ -226,14 +221,8 @@ TEST_P(Signals, ThatInterruptReadsLoseNoByte) {
 }
 
 TEST_P(Signals, ThatInterruptALineLoseNoByte) {
-  const int writer = ends[1];
-  ends[1] = -1;
-  std::thread slow = quietThread([writer] {
-    for (const char *part : {"a li", "ne of", " text\n"}) {
-      pause(5);
-      EXPECT_GT(write(writer, part, strlen(part)), 0);
-    }
-    close(writer);
+  std::thread slow = quietThread([writer = takeEnd(1)] {
+    writeSlowly(writer, {"a li", "ne of", " text\n"});
   });
   open(0, "r");
   const Interruptions often;
@@ -249,8 +238,7 @@ TEST_P(Signals, ThatInterruptTheOpeningOfAFifoLetItGoOn) {
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   std::thread late = quietThread([&path] {
     pause(30);
-    const int end = ::open(path.c_str(), O_WRONLY);
-    close(end);
+    close(::open(path.c_str(), O_WRONLY));
   });
   {
     const Interruptions often;
@@ -262,17 +250,11 @@ TEST_P(Signals, ThatInterruptTheOpeningOfAFifoLetItGoOn) {
 
 // What lies in the way ------------------------------------------------------------------------------
 
-TEST(FileExist, DoesNotWaitForTheOtherEndOfAFifo) {
+TEST(ztFile, FindsAFifoWithoutWaitingForItsOtherEndOrLettingAWriterGoOn) {
   const TempFolder folder;
   const std::string path = folder.path("fifo");
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   EXPECT_EQ(ztFile_functions()->fileExist(nullptr, path.c_str()), 1);
-}
-
-TEST(FileExist, LetsNoWriterOfAFifoGoOn) {
-  const TempFolder folder;
-  const std::string path = folder.path("fifo");
-  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   // A reader would let this succeed.
   std::atomic<bool> asked = false;
   std::thread writer([&] {
@@ -287,7 +269,7 @@ TEST(FileExist, LetsNoWriterOfAFifoGoOn) {
   writer.join();
 }
 
-TEST(FileExist, TellsOfWhatCannotBeRead) {
+TEST(ztFile, FindsADeviceButNothingBehindALinkToNothing) {
   const TempFolder folder;
   const std::string path = folder.path("link");
   ASSERT_EQ(symlink("missing", path.c_str()), 0);
@@ -297,7 +279,7 @@ TEST(FileExist, TellsOfWhatCannotBeRead) {
 
 // Flushing ------------------------------------------------------------------------------------------
 
-TEST(Flush, LeavesTheMarkAtTheEndOfTheFile) {
+TEST(ztFile, IsStillAtItsEndAfterAFlush) {
   const TempFolder folder;
   const std::string path = folder.path("file");
   writeContents(path, "ab");

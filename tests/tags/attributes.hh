@@ -1,18 +1,21 @@
-// Attributes with given values, a tag that listens to them, and records, for the tests of the tags.
+// Attributes and tags with the calls that their tests make most and values of their kinds.
 #ifndef ZT_TESTS_ATTRIBUTES_HH
 #define ZT_TESTS_ATTRIBUTES_HH
 
-#include "io/ztfile.h"
+#include "io/zttxtfile.h"
 #include "tags/ztfloattag.h"
 #include "tags/ztinttag.h"
 #include "tags/zttag.h"
-#include "tests/helpers/temp_folder.hh"
+#include "tests/helpers/faulty_file.hh"
+#include "tests/helpers/owned.hh"
+#include "tests/helpers/records.hh"
 
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
 #include <string.h>
 
-#include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,79 +28,65 @@
 #define ListeningTag_METHODS ztTag_METHODS
 ZT_DECLARE_CLASS(ListeningTag)
 
-// RefusingFile: a file that accepts only so many writes of integers and buffers, and keeps none.
-#define RefusingFile_FIELDS                  \
-  ztFile_FIELDS                              \
-  int32_t allowed; /* writes that succeed */ \
-  int32_t calls;   /* writes so far, the refused with it */
-#define RefusingFile_METHODS ztFile_METHODS
-ZT_DECLARE_CLASS(RefusingFile)
-
-using Ints = std::vector<int32_t>;
-using Floats = std::vector<double>;
+using Numbers = std::vector<double>;
 
 inline constexpr int32_t intType = 1;
 inline constexpr int32_t floatType = 2;
+inline constexpr double untouched = 77;  // what an output holds until something is written to it
 
-inline ztCtor constructorFor(int32_t) {
-  return ztIntTag_ctor;
-}
-
-inline ztCtor constructorFor(double) {
-  return ztFloatTag_ctor;
-}
-
-inline int32_t countOf(const void *attribute) {
+inline size_t valueSizeOf(const void *attribute) {
   const ztArray *values = static_cast<const ztTagAttribute *>(attribute)->values;
-  return ztArray_of(values)->getSize(values);
+  return static_cast<size_t>(ztArray_of(values)->getElementSize(values));
 }
 
-template <typename Value>
-std::vector<Value> valuesOf(const void *attribute) {
-  std::vector<Value> values;
-  for (int32_t i = 0; i < countOf(attribute); ++i) {
-    Value value = 0;
-    EXPECT_NE(ztTagAttribute_of(attribute)->getValue(attribute, i, &value), nullptr);
-    values.push_back(value);
+// An integer of 4 bytes or a double of 8, in memory of no more, so that one byte beyond is noticed.
+class Value {
+ public:
+  explicit Value(size_t size, double value = untouched)
+      : bytes(malloc(size)), isInt(size == sizeof(int32_t)) {
+    const auto whole = static_cast<int32_t>(value);
+    memcpy(bytes, isInt ? static_cast<const void *>(&whole) : &value, size);
   }
-  return values;
-}
-
-template <typename Value>
-void setValues(void *attribute, const std::vector<Value> &values) {
-  const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
-  ASSERT_EQ(methods->setNumValues(attribute, static_cast<int32_t>(values.size())), 1);
-  for (size_t i = 0; i < values.size(); ++i) {
-    ASSERT_EQ(methods->setValue(attribute, static_cast<int32_t>(i), &values[i]), 1);
+  // Of the attribute's kind.
+  explicit Value(const void *attribute, double value = untouched) : Value(valueSizeOf(attribute), value) {}
+  ~Value() {
+    free(bytes);
   }
+  Value(const Value &) = delete;
+  Value &operator=(const Value &) = delete;
+
+  operator void *() const {
+    return bytes;
+  }
+  double number() const {
+    return isInt ? *static_cast<const int32_t *>(bytes) : *static_cast<const double *>(bytes);
+  }
+
+ private:
+  void *bytes;
+  bool isInt;
+};
+
+// The attribute's values as `getValue` gives them, with blanks between.
+inline std::string valuesOf(const void *attribute) {
+  const ztArray *values = static_cast<const ztTagAttribute *>(attribute)->values;
+  std::ostringstream all;
+  all.precision(17);
+  for (int32_t i = 0; i < ztArray_of(values)->getSize(values); ++i) {
+    const Value value(attribute);
+    EXPECT_NE(ztTagAttribute_of(attribute)->getValue(attribute, i, value), nullptr);
+    all << (i == 0 ? "" : " ") << value.number();
+  }
+  return all.str();
 }
 
-// A new attribute with these values; the caller's to release.
-template <typename Value>
-ztTagAttribute *newAttribute(const std::vector<Value> &values) {
-  auto *attribute = static_cast<ztTagAttribute *>(constructorFor(Value())(nullptr, 1));
-  setValues(attribute, values);
-  return attribute;
+inline int32_t setValue(void *attribute, int32_t index, double value) {
+  return ztTagAttribute_of(attribute)->setValue(attribute, index, Value(attribute, value));
 }
 
-// Inserts an attribute with these values under a name; its handle.
-template <typename Value>
-ztTagHandle insert(void *tag, const char *name, const std::vector<Value> &values) {
-  ztTagHandle handle = {-7, -7};
-  void *attribute = constructorFor(Value())(nullptr, 1);
-  EXPECT_EQ(ztTag_of(tag)->insertNew(tag, name, attribute, &handle, 0, 1, nullptr), 1);
-  setValues(attribute, values);
-  return handle;
-}
-
-// A new heap object with one reference, filled by the source's `clone`; the caller's to release.
-inline void *copyOf(const void *source) {
-  const ztClass *klass = ztOOP_classOf(source);
-  void *fresh = static_cast<const ztClassFunctions *>(klass->classTable)->newop();
-  void *copy = ztBaseClass_of(source)->clone(source, fresh);
-  EXPECT_EQ(copy, fresh);
-  static_cast<ztBaseClass *>(copy)->refCount = 1;
-  return copy;
+inline void setValues(void *attribute, const Numbers &values) {
+  ASSERT_EQ(ztTagAttribute_of(attribute)->setNumValues(attribute, static_cast<int32_t>(values.size())), 1);
+  for (int32_t i = 0; const double value : values) ASSERT_EQ(setValue(attribute, i++, value), 1);
 }
 
 inline void release(void *object) {
@@ -110,59 +99,80 @@ inline void keep(void *object) {
   ztBaseClass_of(object)->ref(object);
 }
 
-template <typename Value>
-std::string bytesOf(Value value) {
-  return std::string(reinterpret_cast<const char *>(&value), sizeof value);
+using Node = Owned<ztRoot, ztRootMethods>;
+using Array = Owned<ztArray, ztArrayMethods>;
+
+// Releases the object now.
+template <typename OwnedObject>
+void end(OwnedObject &object) {
+  const OwnedObject ended = std::move(object);
 }
 
-// A text in a field of a size, zero behind it.
-inline std::string fieldOf(std::string text, size_t size) {
-  text.resize(size);
-  return text;
-}
-
-// Writes objects into a file and reads them from one, in the form of a file class.
-class Records {
+class Attribute : public Owned<ztTagAttribute, ztTagAttributeMethods> {
  public:
-  explicit Records(ztCtor fileClass = ztFile_ctor) : file(fileClass(nullptr, 1)), methods(ztFile_of(file)) {}
-  ~Records() {
-    methods->unRef(file);
+  explicit Attribute(ztCtor constructor) : Owned(constructor) {}
+  explicit Attribute(ztCtor constructor, const Numbers &values) : Owned(constructor) {
+    setValues(*this, values);
   }
-  Records(const Records &) = delete;
-  Records &operator=(const Records &) = delete;
+  explicit Attribute(void *made) : Owned(made) {}
 
-  // The open file, empty, or with these bytes to read.
-  void *toWrite() {
-    EXPECT_EQ(methods->open(file, path.c_str(), "wb"), 1);
-    return file;
+  ztTagAttribute *address() const {
+    return &fields();
   }
-  void *toRead(const std::string &bytes) {
-    methods->close(file);
-    writeContents(path, bytes);
-    EXPECT_EQ(methods->open(file, path.c_str(), "rb"), 1);
-    return file;
+  std::string values() const {
+    return valuesOf(*this);
   }
-  std::string written() {
-    methods->close(file);
-    return contentsOf(path);
+  int32_t set(int32_t index, double value) const {
+    return setValue(*this, index, value);
   }
+  // What is delivered; `untouched` where nothing is.
+  double total() const {
+    const Value out(*this);
+    EXPECT_EQ((*this)->getTotalValue(*this, out), static_cast<void *>(out));
+    return out.number();
+  }
+  double average() const {
+    const Value out(*this);
+    EXPECT_EQ((*this)->getAverageValue(*this, out), static_cast<void *>(out));
+    return out.number();
+  }
+};
 
-  std::string of(const void *object) {
-    EXPECT_EQ(ztBaseClass_of(object)->write(object, toWrite()), 1);
-    return written();
-  }
-  int32_t read(void *object, const std::string &bytes) {
-    return ztBaseClass_of(object)->read(object, toRead(bytes));
-  }
-  int64_t position() {
-    return methods->tell(file);
-  }
+inline Attribute copyOf(const ztTagAttribute *source) {
+  return Attribute(newCopy(source));
+}
 
- private:
-  TempFolder folder;
-  const std::string path = folder.path("records");
-  void *file;
-  const ztFileMethods *methods;
+class Tag : public Owned<ListeningTag, ztTagMethods> {
+ public:
+  explicit Tag(ztCtor constructor = ListeningTag_ctor) : Owned(constructor) {}
+  explicit Tag(void *made) : Owned(made) {}
+
+  // A tag of the same class that has its attributes' copies.
+  Tag copy() const {
+    return Tag(newCopy(*this));
+  }
+  // Inserts an attribute with these values; its handle.
+  ztTagHandle insert(const char *name, ztCtor constructor, const Numbers &values) const {
+    ztTagHandle handle = {-7, -7};
+    void *attribute = constructor(nullptr, 1);
+    EXPECT_EQ((*this)->insertNew(*this, name, attribute, &handle, 0, 1, nullptr), 1);
+    setValues(attribute, values);
+    return handle;
+  }
+  ztTagAttribute *at(const ztTagHandle &handle) const {
+    return static_cast<ztTagAttribute *>((*this)->getByHandle(*this, &handle));
+  }
+  std::string values(const ztTagHandle &handle) const {
+    return valuesOf(at(handle));
+  }
+  // Of its places for attributes, those that are empty with them.
+  int32_t count() const {
+    const ztPtrArray *attributes = fields().attributes;
+    return attributes == nullptr ? 0 : ztPtrArray_of(attributes)->getSize(attributes);
+  }
+  int32_t &changes() const {
+    return fields().changes;
+  }
 };
 
 #endif

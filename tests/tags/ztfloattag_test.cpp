@@ -4,20 +4,21 @@
 
 #include <math.h>
 
+#include <limits>
+#include <vector>
+
 // A float attribute that notes the sum that has grown before each value is read.
 #define WatchedTag_FIELDS ztFloatTag_FIELDS
 #define WatchedTag_METHODS ztFloatTag_METHODS
 ZT_DECLARE_CLASS(WatchedTag)
 
-static Floats sumsBeforeReading;
-
-static void *watchedTagGetValue(const void *object, int32_t index, void *out) {
-  sumsBeforeReading.push_back(static_cast<const WatchedTag *>(object)->cachedResult);
-  return ztFloatTag_table()->getValue(object, index, out);
-}
+static std::vector<double> sumsBeforeReading;
 
 static void watchedTagMethods(WatchedTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, getValue, watchedTagGetValue);
+  ZT_OVERRIDE_METHOD(methods, getValue, [](const void *object, int32_t index, void *out) -> void * {
+    sumsBeforeReading.push_back(static_cast<const WatchedTag *>(object)->cachedResult);
+    return ztFloatTag_table()->getValue(object, index, out);
+  });
 }
 
 ZT_DEFINE_CLASS(WatchedTag, ztFloatTag, watchedTagMethods)
@@ -26,97 +27,70 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-class FloatTag : public testing::Test {
+class ztFloatTagTest : public testing::Test {
  protected:
-  ~FloatTag() override {
-    release(attribute);
-  }
-
-  void have(const Floats &values) {
+  void have(const Numbers &values) const {
     setValues(attribute, values);
   }
-  void set(int32_t index, double value) {
-    ASSERT_EQ(methods->setValue(attribute, index, &value), 1);
+  double total() const {
+    return attribute.total();
   }
-  double total() {
-    double out = -1;
-    EXPECT_EQ(methods->getTotalValue(attribute, &out), &out);
-    return out;
-  }
-  double average() {
-    double out = -1;
-    EXPECT_EQ(methods->getAverageValue(attribute, &out), &out);
-    return out;
+  double average() const {
+    return attribute.average();
   }
 
-  ztFloatTag *attribute = static_cast<ztFloatTag *>(ztFloatTag_ctor(nullptr, 1));
-  const ztFloatTagMethods *methods = ztFloatTag_of(attribute);
+  const Attribute attribute{ztFloatTag_ctor};
 };
+
+ztFloatTag &fieldsOf(const Attribute &attribute) {
+  return *static_cast<ztFloatTag *>(static_cast<void *>(attribute));
+}
 
 }  // namespace
 
-TEST_F(FloatTag, HasOneValueZeroAndTypeTwo) {
-  EXPECT_EQ(valuesOf<double>(attribute), (Floats{0}));
-  EXPECT_EQ(attribute->type, 2);
-  EXPECT_EQ(attribute->cachedResult, 0.0);
-  EXPECT_EQ(attribute->reserved, 0);
-  EXPECT_EQ(ztOOP_classOf(attribute->values), ztFloatArrayClass_Instance());
-  EXPECT_EQ(ztArray_of(attribute->values)->getElementSize(attribute->values), 8);
-  EXPECT_EQ(ztOOP_classOf(attribute)->parent, ztTagAttributeClass_Instance());
-}
-
-TEST_F(FloatTag, DeliversAFreshTotalAndAverageAtOnce) {
+// Until a value is set, either is what was taken first.
+TEST_F(ztFloatTagTest, DeliversAFreshTotalAndAverageAtOnceAndThenTheSame) {
   have({1.0, 2.0, 4.0});
-  EXPECT_EQ(total(), 7.0);
-  set(0, 1.0);
+  for (const double result : {total(), average(), total()}) EXPECT_EQ(result, 7.0);
+  EXPECT_EQ(fieldsOf(attribute).reserved, 0);
+  attribute.set(0, 1.0);
   EXPECT_EQ(average(), 7.0 / 3);
-}
-
-TEST_F(FloatTag, AfterATotalTheAverageIsTheTotalUntilAValueIsSet) {
-  have({1.0, 2.0, 4.0});
-  EXPECT_EQ(total(), 7.0);
-  EXPECT_EQ(average(), 7.0);
-  EXPECT_EQ(total(), 7.0);
-  set(2, 6.0);
-  EXPECT_EQ(average(), 3.0);
-}
-
-TEST_F(FloatTag, AfterAnAverageTheTotalIsTheAverageUntilAValueIsSet) {
-  have({1.0, 2.0, 6.0});
-  EXPECT_EQ(average(), 3.0);
-  EXPECT_EQ(total(), 3.0);
-  EXPECT_EQ(attribute->cachedResult, 3.0);
-  set(2, 6.0);
+  attribute.set(2, 6.0);
+  for (const double result : {average(), total(), fieldsOf(attribute).cachedResult}) EXPECT_EQ(result, 3.0);
+  attribute.set(2, 6.0);
   EXPECT_EQ(total(), 9.0);
 }
 
-TEST_F(FloatTag, ANewNumberOfValuesShowsOnlyAfterAValueIsSet) {
+TEST_F(ztFloatTagTest, ShowsANewNumberOfValuesOnlyAfterAValueIsSet) {
   have({1.0, 2.0, 4.0});
   EXPECT_EQ(total(), 7.0);
-  ASSERT_EQ(methods->setNumValues(attribute, 2), 1);
+  ASSERT_EQ(attribute->setNumValues(attribute, 2), 1);
   EXPECT_EQ(total(), 7.0);
-  set(0, 1.0);
+  attribute.set(0, 1.0);
   EXPECT_EQ(total(), 3.0);
 }
 
-TEST_F(FloatTag, TakesResultsWithoutAnOutput) {
+TEST_F(ztFloatTagTest, TakesResultsWithoutAnOutput) {
   have({1.0, 2.0, 4.0});
-  EXPECT_EQ(methods->getTotalValue(attribute, nullptr), nullptr);
-  EXPECT_EQ(attribute->changed, 0u);
+  EXPECT_EQ(attribute->getTotalValue(attribute, nullptr), nullptr);
+  EXPECT_EQ(attribute.fields().changed, 0u);
   EXPECT_EQ(average(), 7.0);
 }
 
-TEST_F(FloatTag, NoValuesHaveTotalZeroAndNoAverage) {
-  have({5.0});
-  ASSERT_EQ(methods->setNumValues(attribute, 0), 1);
-  set(-1, 5.0);
+TEST_F(ztFloatTagTest, HasTotalZeroAndNoAverageWithoutValues) {
+  ASSERT_EQ(attribute->setNumValues(attribute, 0), 1);
+  attribute.set(-1, 5.0);
   EXPECT_EQ(total(), 0.0);
-  set(-1, 5.0);
+  attribute.set(-1, 5.0);
   EXPECT_TRUE(isnan(average()));
   EXPECT_TRUE(isnan(total()));
 }
 
-TEST_F(FloatTag, KeepsWhatIsNoNumber) {
+TEST_F(ztFloatTagTest, SumsInOrderAndKeepsWhatIsNoNumber) {
+  have({1e16, 1.0, -1e16});
+  EXPECT_EQ(total(), 0.0);
+  have({1e16, -1e16, 1.0});
+  EXPECT_EQ(total(), 1.0);
   have({1.0, NAN, 2.0});
   EXPECT_TRUE(isnan(total()));
   have({infinity, 1.0});
@@ -127,56 +101,25 @@ TEST_F(FloatTag, KeepsWhatIsNoNumber) {
   EXPECT_EQ(total(), infinity);
 }
 
-TEST_F(FloatTag, SumsInOrder) {
-  have({1e16, 1.0, -1e16});
-  EXPECT_EQ(total(), 0.0);
-  have({1e16, -1e16, 1.0});
-  EXPECT_EQ(total(), 1.0);
-}
-
-TEST_F(FloatTag, TheSumGrowsInTheCacheThroughGetValue) {
-  void *watched = WatchedTag_ctor(nullptr, 1);
-  setValues(watched, Floats{1.0, 2.0, 4.0});
-  static_cast<WatchedTag *>(watched)->cachedResult = 99.0;
+TEST(ztFloatTag, LetsTheSumGrowInTheCacheThroughGetValue) {
+  const Attribute watched(WatchedTag_ctor, {1.0, 2.0, 4.0});
+  fieldsOf(watched).cachedResult = 99.0;
   sumsBeforeReading.clear();
-  double out = 0;
-  ztFloatTag_of(watched)->getTotalValue(watched, &out);
-  EXPECT_EQ(out, 7.0);
-  EXPECT_EQ(sumsBeforeReading, (Floats{0.0, 1.0, 3.0}));
-  ztFloatTag_of(watched)->getTotalValue(watched, &out);
+  EXPECT_EQ(watched.total(), 7.0);
+  EXPECT_EQ(sumsBeforeReading, (std::vector<double>{0.0, 1.0, 3.0}));
+  watched.total();
   EXPECT_EQ(sumsBeforeReading.size(), 3u);
-  release(watched);
 }
 
-TEST_F(FloatTag, ACopyHasTheCachedResult) {
+TEST_F(ztFloatTagTest, HandsTheCachedResultToACopyAndKeepsItWhenItIsRead) {
   have({1.0, 2.0, 4.0});
   total();
-  void *copy = copyOf(attribute);
-  double out = 0;
-  ztFloatTag_of(copy)->getAverageValue(copy, &out);
-  EXPECT_EQ(out, 7.0);
-  release(copy);
-}
-
-TEST_F(FloatTag, ReadingLeavesTheCachedResult) {
-  have({1.0, 2.0, 4.0});
-  Records records;
-  const std::string record = records.of(attribute);
+  EXPECT_EQ(copyOf(attribute.address()).average(), 7.0);
+  const std::string record = recordOf(attribute);
   have({10.0});
   EXPECT_EQ(total(), 10.0);
-  EXPECT_EQ(records.read(attribute, record), 1);
+  EXPECT_EQ(readRecord(attribute, record), 1);
   EXPECT_EQ(total(), 10.0);
-  set(0, 1.0);
+  attribute.set(0, 1.0);
   EXPECT_EQ(total(), 7.0);
-}
-
-TEST_F(FloatTag, OverridesTheFourStatedOperationsWithItsOwn) {
-  const ztTagAttributeMethods *parent = ztTagAttribute_table();
-  EXPECT_NE(methods->create, parent->create);
-  EXPECT_NE(methods->clone, parent->clone);
-  EXPECT_NE(methods->assign, parent->assign);
-  EXPECT_NE(methods->destroy, parent->destroy);
-  EXPECT_EQ(methods->read, parent->read);
-  EXPECT_EQ(methods->write, parent->write);
-  EXPECT_EQ(methods->setValue, parent->setValue);
 }

@@ -1,32 +1,23 @@
 #include "tags/zttag.h"
 
 #include "core/ztmem.h"
-#include "io/zttxtfile.h"
+#include "tests/helpers/counted.hh"
 #include "tests/tags/attributes.hh"
+
+#include <algorithm>
+#include <vector>
 
 // An integer attribute that can neither be copied nor stored.
 #define StubbornTag_FIELDS ztIntTag_FIELDS
 #define StubbornTag_METHODS ztIntTag_METHODS
 ZT_DECLARE_CLASS(StubbornTag)
 
-static void *stubbornTagClone(const void *, void *) {
-  return nullptr;
-}
-
 static int32_t stubbornResult;
 
-static int32_t stubbornTagWrite(const void *, void *) {
-  return stubbornResult;
-}
-
-static int32_t stubbornTagRead(void *, void *) {
-  return stubbornResult;
-}
-
 static void stubbornTagMethods(StubbornTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, clone, stubbornTagClone);
-  ZT_OVERRIDE_METHOD(methods, write, stubbornTagWrite);
-  ZT_OVERRIDE_METHOD(methods, read, stubbornTagRead);
+  ZT_OVERRIDE_METHOD(methods, clone, [](const void *, void *) -> void * { return nullptr; });
+  ZT_OVERRIDE_METHOD(methods, write, [](const void *, void *) { return stubbornResult; });
+  ZT_OVERRIDE_METHOD(methods, read, [](void *, void *) { return stubbornResult; });
 }
 
 ZT_DEFINE_CLASS(StubbornTag, ztIntTag, stubbornTagMethods)
@@ -36,25 +27,8 @@ ZT_DEFINE_CLASS(StubbornTag, ztIntTag, stubbornTagMethods)
 #define NotingTag_METHODS ztIntTag_METHODS
 ZT_DECLARE_CLASS(NotingTag)
 
-static int32_t notingLive;
+static const int32_t &notingLive = liveOf<NotingTag>;
 static std::vector<std::string> notes;
-
-static int32_t notingTagCreate(void *object) {
-  ++notingLive;
-  return ztIntTag_table()->create(object);
-}
-
-static void notingTagDestroy(void *object) {
-  --notingLive;
-  ztIntTag_table()->destroy(object);
-}
-
-static int32_t notingTagSetValue(void *object, int32_t index, const void *value) {
-  const auto *attribute = static_cast<const ztTagAttribute *>(object);
-  notes.push_back("setValue " + std::to_string(index) + (value == nullptr ? " NULL" : "") + " of " +
-                  attribute->name + (attribute->owner == nullptr ? "" : ", owned"));
-  return ztIntTag_table()->setValue(object, index, value);
-}
 
 static int32_t notingTagSetNumValues(void *object, int32_t count) {
   notes.push_back("setNumValues " + std::to_string(count));
@@ -62,9 +36,13 @@ static int32_t notingTagSetNumValues(void *object, int32_t count) {
 }
 
 static void notingTagMethods(NotingTagMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, notingTagCreate);
-  ZT_OVERRIDE_METHOD(methods, destroy, notingTagDestroy);
-  ZT_OVERRIDE_METHOD(methods, setValue, notingTagSetValue);
+  Counting<NotingTag, ztIntTag_table>::overrideIn(methods);
+  ZT_OVERRIDE_METHOD(methods, setValue, [](void *object, int32_t index, const void *value) -> int32_t {
+    const auto *attribute = static_cast<const ztTagAttribute *>(object);
+    notes.push_back("setValue " + std::to_string(index) + (value == nullptr ? " NULL" : "") + " of " +
+                    attribute->name + (attribute->owner == nullptr ? "" : ", owned"));
+    return ztIntTag_table()->setValue(object, index, value);
+  });
   ZT_OVERRIDE_METHOD(methods, setNumValues, notingTagSetNumValues);
 }
 
@@ -73,825 +51,715 @@ ZT_DEFINE_CLASS(NotingTag, ztIntTag, notingTagMethods)
 namespace {
 
 // A listening tag; each of the tests inserts what it needs.
-class Tag : public testing::Test {
+class ztTagTest : public testing::Test {
  protected:
-  ~Tag() override {
-    if (tag != nullptr) release(tag);
+  // Inserts an attribute with an initial value, or without one; what that gives.
+  int32_t insert(const char *name, void *attribute, ztTagHandle *handle = nullptr, int32_t count = 1,
+                 const void *initial = nullptr) const {
+    return tag->insertNew(tag, name, attribute, handle, 0, count, initial);
+  }
+  // The same of a new attribute.
+  int32_t insertNew(const char *name, ztCtor constructor, ztTagHandle *handle = nullptr) const {
+    return insert(name, constructor(nullptr, 1), handle);
+  }
+  // The attributes that an enumeration meets.
+  std::vector<const void *> enumerated() const {
+    std::vector<const void *> seen;
+    const auto collect = [](void *, void *attribute, void *userData) -> int32_t {
+      static_cast<std::vector<const void *> *>(userData)->push_back(attribute);
+      return 1;
+    };
+    EXPECT_EQ(tag->enumTags(tag, collect, &seen), 1);
+    return seen;
   }
 
-  ztTagAttribute *at(const ztTagHandle &handle) const {
-    return static_cast<ztTagAttribute *>(methods->getByHandle(tag, &handle));
-  }
-  int32_t countIn() const {
-    return tag->attributes == nullptr ? 0 : ztPtrArray_of(tag->attributes)->getSize(tag->attributes);
-  }
-
-  ListeningTag *tag = static_cast<ListeningTag *>(ListeningTag_ctor(nullptr, 1));
-  const ztTagMethods *methods = ztTag_of(tag);
+  Tag tag;
 };
 
 // A tag with three attributes: three integers, three floats, and three integers again.
-class FilledTag : public Tag {
+class ztTagFilled : public ztTagTest {
  protected:
-  const ztTagHandle ints = insert(tag, "ints", Ints{1, 2, 4});
-  const ztTagHandle floats = insert(tag, "floats", Floats{1.5, 2.5, 4.5});
-  const ztTagHandle others = insert(tag, "others", Ints{10, 20, 40});
-  const int32_t changesBefore = tag->changes;
-  // None designates an attribute, by its index or by its type.
-  const std::vector<ztTagHandle> badHandles = {{0, 2},         {1, 1},         {0, -1},       {0, 0},
-                                               {3, 1},         {3, 2},         {100, 1},      {-1, 1},
-                                               {INT32_MAX, 1}, {INT32_MIN, 2}, {INT32_MAX, 2}};
+  std::string allValues(const Tag &described) const {
+    std::string all;
+    for (const ztTagHandle &handle : {ints, floats, others}) all += described.values(handle) + "; ";
+    return all;
+  }
+  int32_t changes() const {
+    return tag.changes() - changesBefore;
+  }
+
+  const ztTagHandle ints = tag.insert("ints", ztIntTag_ctor, {1, 2, 4});
+  const ztTagHandle floats = tag.insert("floats", ztFloatTag_ctor, {1.5, 2.5, 4.5});
+  const ztTagHandle others = tag.insert("others", ztIntTag_ctor, {10, 20, 40});
+  const std::string asMade = "1 2 4; 1.5 2.5 4.5; 10 20 40; ";
+  const int32_t changesBefore = tag.changes();
 };
-
-using Attributes = std::vector<const void *>;
-
-int32_t collect(void *, void *attribute, void *userData) {
-  static_cast<Attributes *>(userData)->push_back(attribute);
-  return 1;
-}
 
 }  // namespace
 
-TEST_F(Tag, IsANodeWithoutAttributes) {
-  EXPECT_EQ(tag->attributes, nullptr);
-  EXPECT_EQ(methods->emptySlot2, nullptr);
+TEST_F(ztTagTest, IsANodeWithoutAttributesAndSoIsItsCopy) {
+  EXPECT_EQ(tag.fields().attributes, nullptr);
+  EXPECT_EQ(tag->emptySlot2, nullptr);
   EXPECT_EQ(ztOOP_isClassOf(tag, "ztRoot"), 1);
-  EXPECT_EQ(tag->parentUid, -1);
-  void *made = ztNewFromName("ztTag");
-  ASSERT_NE(made, nullptr);
-  EXPECT_EQ(static_cast<ztTag *>(made)->attributes, nullptr);
-  release(made);
+  EXPECT_EQ(tag.fields().parentUid, -1);
+  const ztTagHandle handle = {0, intType};
+  EXPECT_EQ(tag->getByName(tag, "name", nullptr), nullptr);
+  EXPECT_EQ(tag->getByName(tag, "", nullptr), nullptr);
+  EXPECT_EQ(tag->getByHandle(tag, &handle), nullptr);
+  EXPECT_EQ(tag->deallocWise(tag, "name"), 0);
+  EXPECT_TRUE(enumerated().empty());
+  const Tag copy = tag.copy();
+  EXPECT_EQ(copy.fields().attributes, nullptr);
+  copy.insert("own", ztIntTag_ctor, {1});
+  EXPECT_EQ(tag.count(), 0);
 }
 
 // Insertion ---------------------------------------------------------------------------------------
 
-TEST_F(Tag, TheFirstInsertionMakesTheArrayAndHandleZero) {
+TEST_F(ztTagTest, MakesTheArrayAndHandleZeroAtTheFirstInsertion) {
   void *attribute = ztFloatTag_ctor(nullptr, 1);
   ztTagHandle handle = {-1, -1};
   const double initial = 2.5;
-  EXPECT_EQ(methods->insertNew(tag, "first", attribute, &handle, 42, 3, &initial), 1);
+  EXPECT_EQ(tag->insertNew(tag, "first", attribute, &handle, 42, 3, &initial), 1);
   EXPECT_EQ(handle.index, 0);
   EXPECT_EQ(handle.type, floatType);
-  EXPECT_EQ(ztOOP_classOf(tag->attributes), ztPtrArrayClass_Instance());
-  EXPECT_EQ(methods->getByHandle(tag, &handle), attribute);
-  EXPECT_EQ(valuesOf<double>(attribute), (Floats{2.5, 2.5, 2.5}));
-  EXPECT_STREQ(at(handle)->name, "first");
-  EXPECT_EQ(at(handle)->userValue, 42);
-  EXPECT_EQ(at(handle)->owner, tag);
-  EXPECT_EQ(ztTagAttribute_of(attribute)->getRefCount(attribute), 1);
+  EXPECT_EQ(ztOOP_classOf(tag.fields().attributes), ztPtrArrayClass_Instance());
+  EXPECT_EQ(tag.at(handle), attribute);
+  EXPECT_EQ(tag.values(handle), "2.5 2.5 2.5");
+  EXPECT_STREQ(tag.at(handle)->name, "first");
+  EXPECT_EQ(tag.at(handle)->userValue, 42);
+  EXPECT_EQ(tag.at(handle)->owner, &tag.fields());
+  EXPECT_EQ(tag.at(handle)->refCount, 1);
 }
 
-TEST_F(Tag, HandlesCountUp) {
+TEST_F(ztTagTest, CountsHandlesUp) {
   for (int32_t i = 0; i < 20; ++i) {
-    const ztTagHandle handle = i % 2 ? insert(tag, "n", Ints{i}) : insert(tag, "n", Floats{1.0 * i});
+    const ztTagHandle handle = tag.insert("n", i % 2 ? ztIntTag_ctor : ztFloatTag_ctor, {1.0 * i});
     EXPECT_EQ(handle.index, i);
     EXPECT_EQ(handle.type, i % 2 ? intType : floatType);
   }
-  EXPECT_EQ(countIn(), 20);
+  EXPECT_EQ(tag.count(), 20);
 }
 
-TEST_F(Tag, InsertionNamesSizesAndSetsAheadOfTheOwner) {
+TEST_F(ztTagTest, NamesSizesAndSetsAnAttributeAheadOfTheOwner) {
   notes.clear();
   void *attribute = NotingTag_ctor(nullptr, 1);
   const int32_t initial = 6;
-  EXPECT_EQ(methods->insertNew(tag, "new", attribute, nullptr, 0, 2, &initial), 1);
+  EXPECT_EQ(insert("new", attribute, nullptr, 2, &initial), 1);
   EXPECT_EQ(notes, (std::vector<std::string>{"setNumValues 2", "setValue -1 of new"}));
-  EXPECT_EQ(tag->changes, 0);
-  EXPECT_EQ(valuesOf<int32_t>(attribute), (Ints{6, 6}));
+  EXPECT_EQ(tag.changes(), 0);
+  EXPECT_EQ(valuesOf(attribute), "6 6");
 }
 
-TEST_F(Tag, ANullInitialValueLeavesTheValues) {
-  void *attribute = newAttribute(Ints{7, 8, 9});
-  EXPECT_EQ(methods->insertNew(tag, "kept", attribute, nullptr, 0, 4, nullptr), 1);
-  EXPECT_EQ(valuesOf<int32_t>(attribute), (Ints{7, 8, 9, 0}));
+TEST_F(ztTagTest, LeavesTheValuesWithoutAnInitialOneOrWithACountThatCannotBe) {
+  const int32_t six = 6;
+  const std::tuple<int32_t, const int32_t *, const char *> rows[] = {{4, nullptr, "7 8 0 0"},
+                                                                     {0, &six, ""},
+                                                                     {-1, &six, "6 6"},
+                                                                     {INT32_MIN, &six, "6 6"},
+                                                                     {INT32_MAX, &six, "6 6"}};
+  for (const auto &[count, initial, expected] : rows) {
+    void *attribute = ztIntTag_ctor(nullptr, 1);
+    setValues(attribute, {7, 8});
+    EXPECT_EQ(insert("count", attribute, nullptr, count, initial), 1);
+    EXPECT_EQ(valuesOf(attribute), expected) << count;
+  }
 }
 
-TEST_F(Tag, InsertsAnAttributeWithoutValues) {
+TEST_F(ztTagTest, InsertsAnAttributeWithoutValues) {
   const int32_t initial = 6;
   ztTagHandle handle;
-  EXPECT_EQ(methods->insertNew(tag, "none", ztIntTag_ctor(nullptr, 1), &handle, 0, 0, &initial), 1);
-  EXPECT_EQ(methods->getNumValues(tag, &handle), 0);
+  EXPECT_EQ(insert("none", ztIntTag_ctor(nullptr, 1), &handle, 0, &initial), 1);
+  EXPECT_EQ(tag->getNumValues(tag, &handle), 0);
   int32_t out = 77;
-  EXPECT_EQ(methods->getValue(tag, &handle, 0, &out), nullptr);
-  EXPECT_EQ(methods->setValue(tag, &handle, 0, &initial), 0);
+  EXPECT_EQ(tag->getValue(tag, &handle, 0, &out), nullptr);
+  EXPECT_EQ(tag->setValue(tag, &handle, 0, &initial), 0);
   EXPECT_EQ(out, 77);
 }
 
-TEST_F(Tag, ACountThatCannotBeLeavesTheNumberOfValues) {
-  for (const int32_t count : {-1, INT32_MIN, INT32_MAX}) {
-    void *attribute = newAttribute(Ints{7, 8});
-    const int32_t initial = 6;
-    EXPECT_EQ(methods->insertNew(tag, "count", attribute, nullptr, 0, count, &initial), 1);
-    EXPECT_EQ(valuesOf<int32_t>(attribute), (Ints{6, 6}));
-  }
-}
-
-TEST_F(Tag, NamesAreCutTo31Characters) {
+TEST_F(ztTagTest, CutsNamesTo31Characters) {
   for (const size_t length : {0u, 1u, 30u, 31u, 32u, 33u, 200u}) {
     const std::string name(length, 'n');
-    void *fresh = ListeningTag_ctor(nullptr, 1);
-    const ztTagHandle handle = insert(fresh, name.c_str(), Ints{1});
-    auto *attribute = static_cast<ztTagAttribute *>(ztTag_of(fresh)->getByHandle(fresh, &handle));
+    const Tag fresh;
+    const ztTagAttribute *attribute = fresh.at(fresh.insert(name.c_str(), ztIntTag_ctor, {1}));
     const std::string kept = name.substr(0, 31);
     EXPECT_EQ(std::string(attribute->name, 32), fieldOf(kept, 32));
     EXPECT_EQ(attribute->type, intType);
-    EXPECT_EQ(ztTag_of(fresh)->getByName(fresh, kept.c_str(), nullptr), attribute);
-    void *found = ztTag_of(fresh)->getByName(fresh, name.c_str(), nullptr);
-    EXPECT_EQ(found, length > 31 ? nullptr : attribute);
-    release(fresh);
+    EXPECT_EQ(fresh->getByName(fresh, kept.c_str(), nullptr), attribute);
+    EXPECT_EQ(fresh->getByName(fresh, name.c_str(), nullptr), length > 31 ? nullptr : attribute);
   }
 }
 
-TEST_F(Tag, RefusesNoAttribute) {
+TEST_F(ztTagTest, TakesAnEmptyNameOrNoneForTheFirstOnly) {
   ztTagHandle handle = {-7, -7};
-  EXPECT_EQ(methods->insertNew(tag, "name", nullptr, &handle, 0, 1, nullptr), 0);
-  EXPECT_EQ(handle.index, -7);
-  EXPECT_EQ(countIn(), 0);
-}
-
-TEST_F(Tag, AcceptsAnEmptyNameOnlyAsTheFirst) {
+  EXPECT_EQ(insert("name", nullptr, &handle), 0) << "no attribute";
+  EXPECT_EQ(tag.count(), 0);
   const int32_t live = notingLive;
-  EXPECT_EQ(methods->insertNew(tag, "", NotingTag_ctor(nullptr, 1), nullptr, 0, 1, nullptr), 1);
+  EXPECT_EQ(insertNew("", NotingTag_ctor), 1);
   EXPECT_EQ(notingLive, live + 1);
   for (const char *name : {"", static_cast<const char *>(nullptr)}) {
-    ztTagHandle handle = {-7, -7};
-    EXPECT_EQ(methods->insertNew(tag, name, NotingTag_ctor(nullptr, 1), &handle, 0, 1, nullptr), 0);
-    EXPECT_EQ(handle.index, -7);
+    EXPECT_EQ(insertNew(name, NotingTag_ctor, &handle), 0);
     EXPECT_EQ(notingLive, live + 1) << "the refused attribute was not released";
   }
-  EXPECT_EQ(countIn(), 1);
+  EXPECT_EQ(handle.index, -7);
+  EXPECT_EQ(tag.count(), 1);
+  const Tag other;
+  EXPECT_EQ(other->insertNew(other, nullptr, ztIntTag_ctor(nullptr, 1), &handle, 0, 1, nullptr), 1);
+  EXPECT_STREQ(other.at(handle)->name, "");
 }
 
-TEST_F(Tag, ANullNameIsTheEmptyOne) {
-  ztTagHandle handle;
-  EXPECT_EQ(methods->insertNew(tag, nullptr, ztIntTag_ctor(nullptr, 1), &handle, 0, 1, nullptr), 1);
-  EXPECT_STREQ(at(handle)->name, "");
-}
-
-TEST_F(Tag, RefusesAnAttributeThatBearsTheNameAlready) {
-  insert(tag, "first", Ints{1});
+TEST_F(ztTagTest, RefusesAnAttributeThatHasTheNameAlreadyAndReleasesOneReference) {
+  tag.insert("first", ztIntTag_ctor, {1});
   const int32_t live = notingLive;
   auto *attribute = static_cast<ztTagAttribute *>(NotingTag_ctor(nullptr, 1));
   strcpy(attribute->name, "second");
-  EXPECT_EQ(methods->insertNew(tag, "second", attribute, nullptr, 0, 1, nullptr), 0);
-  EXPECT_EQ(notingLive, live);
-  EXPECT_EQ(countIn(), 1);
-}
-
-TEST_F(Tag, RefusingReleasesOneReferenceOnly) {
-  insert(tag, "first", Ints{1});
-  auto *attribute = newAttribute(Ints{3});
-  strcpy(attribute->name, "second");
   keep(attribute);
-  EXPECT_EQ(methods->insertNew(tag, "second", attribute, nullptr, 0, 1, nullptr), 0);
-  EXPECT_EQ(ztTagAttribute_of(attribute)->getRefCount(attribute), 2);
+  EXPECT_EQ(insert("second", attribute), 0);
+  EXPECT_EQ(attribute->refCount, 2);
   EXPECT_EQ(attribute->owner, nullptr);
-  release(attribute);
+  EXPECT_EQ(insert("second", attribute), 0);
+  EXPECT_EQ(notingLive, live);
+  EXPECT_EQ(tag.count(), 1);
 }
 
-TEST_F(Tag, AcceptsItsOwnNameInAnEmptyTag) {
-  auto *attribute = newAttribute(Ints{3});
+TEST_F(ztTagTest, AcceptsAnAttributesOwnNameWhileItIsEmpty) {
+  auto *attribute = static_cast<ztTagAttribute *>(ztIntTag_ctor(nullptr, 1));
   strcpy(attribute->name, "only");
-  EXPECT_EQ(methods->insertNew(tag, attribute->name, attribute, nullptr, 0, 1, nullptr), 1);
+  EXPECT_EQ(insert(attribute->name, attribute), 1);
   EXPECT_STREQ(attribute->name, "only");
 }
 
-TEST_F(Tag, DuplicateNamesAreAccepted) {
-  const ztTagHandle first = insert(tag, "same", Ints{1});
-  const ztTagHandle second = insert(tag, "same", Floats{2});
-  EXPECT_EQ(second.index, 1);
+TEST_F(ztTagTest, AcceptsDuplicateNamesAndFindsTheFirst) {
+  const ztTagHandle first = tag.insert("same", ztIntTag_ctor, {1});
+  EXPECT_EQ(tag.insert("same", ztFloatTag_ctor, {2}).index, 1);
   int32_t index = -7;
-  EXPECT_EQ(methods->getByName(tag, "same", &index), at(first));
+  EXPECT_EQ(tag->getByName(tag, "same", &index), tag.at(first));
   EXPECT_EQ(index, 0);
 }
 
-TEST_F(FilledTag, RefusesAnAttributeThatIsInATagWithoutReleasingIt) {
-  ztTagAttribute *attribute = at(ints);
-  void *other = ListeningTag_ctor(nullptr, 1);
-  for (void *given : {static_cast<void *>(tag), other}) {
+TEST_F(ztTagFilled, RefusesAnAttributeThatIsInATagWithoutReleasingIt) {
+  ztTagAttribute *attribute = tag.at(ints);
+  Tag other;
+  for (const Tag *given : {&tag, &other}) {
     ztTagHandle handle = {-7, -7};
     const int32_t initial = 99;
-    EXPECT_EQ(ztTag_of(given)->insertNew(given, "again", attribute, &handle, 9, 1, &initial), 0);
+    EXPECT_EQ((*given)->insertNew(*given, "again", attribute, &handle, 9, 1, &initial), 0);
     EXPECT_EQ(handle.index, -7);
   }
-  EXPECT_EQ(attribute->owner, tag);
-  EXPECT_EQ(countIn(), 3);
+  EXPECT_EQ(attribute->owner, &tag.fields());
+  EXPECT_EQ(tag.count(), 3);
   EXPECT_STREQ(attribute->name, "ints");
-  EXPECT_EQ(valuesOf<int32_t>(attribute), (Ints{1, 2, 4}));
-  EXPECT_EQ(ztTagAttribute_of(attribute)->getRefCount(attribute), 1);
-  release(other);
+  EXPECT_EQ(valuesOf(attribute), "1 2 4");
+  EXPECT_EQ(attribute->refCount, 1);
 }
 
-TEST_F(FilledTag, AnAttributeThatSurvivedItsTagCanBeInsertedAgain) {
-  ztTagAttribute *attribute = at(ints);
+TEST_F(ztTagFilled, LeavesAnAttributeThatSurvivesItToBeInsertedAgain) {
+  ztTagAttribute *attribute = tag.at(ints);
   keep(attribute);
-  release(tag);
+  tag = Tag();
   EXPECT_EQ(attribute->owner, nullptr);
-  tag = static_cast<ListeningTag *>(ListeningTag_ctor(nullptr, 1));
   ztTagAttribute_of(attribute)->ref(attribute);
-  EXPECT_EQ(methods->insertNew(tag, "new", attribute, nullptr, 0, 3, nullptr), 1);
-  EXPECT_EQ(attribute->owner, tag);
-  EXPECT_EQ(valuesOf<int32_t>(attribute), (Ints{1, 2, 4}));
+  EXPECT_EQ(insert("new", attribute, nullptr, 3), 1);
+  EXPECT_EQ(attribute->owner, &tag.fields());
+  EXPECT_EQ(valuesOf(attribute), "1 2 4");
   release(attribute);
 }
 
-TEST_F(FilledTag, ACopyOfAnAttributeCanBeInsertedAnywhere) {
-  auto *other = static_cast<ListeningTag *>(ListeningTag_ctor(nullptr, 1));
-  for (ListeningTag *target : {tag, other}) {
-    auto *copy = static_cast<ztTagAttribute *>(copyOf(at(ints)));
+TEST_F(ztTagFilled, TakesACopyOfAnAttributeOfItsOwnOrAnothers) {
+  Tag other;
+  for (const Tag *target : {&tag, &other}) {
+    auto *copy = static_cast<ztTagAttribute *>(newCopy(tag.at(ints)));
     ztTagHandle handle;
-    EXPECT_EQ(methods->insertNew(target, "copy", copy, &handle, 0, 3, nullptr), 1);
-    EXPECT_EQ(methods->getByHandle(target, &handle), copy);
-    EXPECT_EQ(copy->owner, target);
+    EXPECT_EQ((*target)->insertNew(*target, "copy", copy, &handle, 0, 3, nullptr), 1);
+    EXPECT_EQ(target->at(handle), copy);
+    EXPECT_EQ(copy->owner, &target->fields());
   }
+  end(tag);
   const ztTagHandle first = {0, intType};
-  release(tag);
-  tag = nullptr;
   const int32_t value = 5;
-  EXPECT_EQ(methods->setValue(other, &first, 1, &value), 1);
-  EXPECT_EQ(other->changes, 1);
-  release(other);
+  EXPECT_EQ(other->setValue(other, &first, 1, &value), 1);
+  EXPECT_EQ(other.changes(), 1);
 }
 
-TEST_F(FilledTag, ACopyTellsItsSourcesOwnerOfItsInitialValueOnly) {
-  void *copy = copyOf(at(ints));
-  auto *other = static_cast<ListeningTag *>(ListeningTag_ctor(nullptr, 1));
+TEST_F(ztTagFilled, IsToldByACopyThatGoesElsewhereOfItsInitialValueOnly) {
+  const Tag other;
   const int32_t initial = 5;
   ztTagHandle handle;
-  EXPECT_EQ(methods->insertNew(other, "copy", copy, &handle, 0, 1, &initial), 1);
-  EXPECT_EQ(tag->changes, changesBefore + 1);
-  EXPECT_EQ(other->changes, 0);
-  EXPECT_EQ(methods->setValue(other, &handle, 0, &initial), 1);
-  EXPECT_EQ(tag->changes, changesBefore + 1);
-  EXPECT_EQ(other->changes, 1);
-  release(other);
+  EXPECT_EQ(other->insertNew(other, "copy", newCopy(tag.at(ints)), &handle, 0, 1, &initial), 1);
+  EXPECT_EQ(changes(), 1);
+  EXPECT_EQ(other.changes(), 0);
+  EXPECT_EQ(other->setValue(other, &handle, 0, &initial), 1);
+  EXPECT_EQ(changes(), 1);
+  EXPECT_EQ(other.changes(), 1);
 }
 
 static void *tagToRelease;
 
-TEST_F(FilledTag, TheOwnerOfACopiesSourceMayReleaseTheTagItGoesTo) {
-  void *copy = copyOf(at(ints));
+TEST_F(ztTagFilled, MayReleaseTheTagThatACopyGoesTo) {
   tagToRelease = ListeningTag_ctor(nullptr, 1);
-  tag->onChange = [](void *, void *) { release(tagToRelease); };
+  tag.fields().onChange = [](void *, void *) { release(tagToRelease); };
   const int32_t initial = 5;
   ztTagHandle handle = {-7, -7};
-  EXPECT_EQ(methods->insertNew(tagToRelease, "copy", copy, &handle, 0, 1, &initial), 0);
+  EXPECT_EQ(tag->insertNew(tagToRelease, "copy", newCopy(tag.at(ints)), &handle, 0, 1, &initial), 0);
   EXPECT_EQ(handle.index, -7);
-  tag->onChange = nullptr;
+  tag.fields().onChange = nullptr;
 }
 
 // Finding -----------------------------------------------------------------------------------------
 
-TEST_F(FilledTag, FindsByHandle) {
-  EXPECT_STREQ(at(ints)->name, "ints");
-  EXPECT_STREQ(at(floats)->name, "floats");
-  EXPECT_STREQ(at(others)->name, "others");
-}
-
-TEST_F(FilledTag, FindsByName) {
-  int32_t index = -7;
-  EXPECT_EQ(methods->getByName(tag, "floats", &index), at(floats));
-  EXPECT_EQ(index, 1);
-  EXPECT_EQ(methods->getByName(tag, "others", nullptr), at(others));
-}
-
-TEST_F(FilledTag, FindsNoOtherName) {
+TEST_F(ztTagFilled, FindsByHandleAndByName) {
+  EXPECT_STREQ(tag.at(ints)->name, "ints");
+  EXPECT_STREQ(tag.at(floats)->name, "floats");
+  EXPECT_STREQ(tag.at(others)->name, "others");
   int32_t index = -7;
   for (const char *name : {"", "int", "intsx", "INTS", static_cast<const char *>(nullptr)}) {
-    EXPECT_EQ(methods->getByName(tag, name, &index), nullptr);
+    EXPECT_EQ(tag->getByName(tag, name, &index), nullptr);
   }
   EXPECT_EQ(index, -7);
+  EXPECT_EQ(tag->getByName(tag, "floats", &index), tag.at(floats));
+  EXPECT_EQ(index, 1);
+  EXPECT_EQ(tag->getByName(tag, "others", nullptr), tag.at(others));
 }
 
-TEST_F(Tag, FindsNothingWithoutAttributes) {
-  const ztTagHandle handle = {0, intType};
-  EXPECT_EQ(methods->getByName(tag, "name", nullptr), nullptr);
-  EXPECT_EQ(methods->getByName(tag, "", nullptr), nullptr);
-  EXPECT_EQ(methods->getByHandle(tag, &handle), nullptr);
-  EXPECT_EQ(methods->deallocWise(tag, "name"), 0);
-}
-
-TEST_F(FilledTag, BadHandlesAreRejectedByEveryOperation) {
-  const std::string before = Records().of(tag);
+TEST_F(ztTagFilled, RefusesABadHandleInEveryOperation) {
+  const std::string before = recordOf(tag);
   const auto reject = [&](const ztTagHandle *bad) {
     const int32_t value = 99;
     double out = 77;
-    EXPECT_EQ(methods->getByHandle(tag, bad), nullptr);
-    EXPECT_EQ(methods->setValue(tag, bad, 0, &value), 0);
-    EXPECT_EQ(methods->setValue(tag, bad, -1, &value), 0);
-    EXPECT_EQ(methods->setNumValues(tag, bad, 5, &value), 0);
-    EXPECT_EQ(methods->getNumValues(tag, bad), 0);
-    EXPECT_EQ(methods->getValue(tag, bad, 0, &out), nullptr);
-    EXPECT_EQ(methods->getValues(tag, bad), nullptr);
-    EXPECT_EQ(methods->getAverageValue(tag, bad, &out), nullptr);
-    EXPECT_EQ(methods->getTotalValue(tag, bad, &out), nullptr);
-    EXPECT_EQ(methods->allocWise(tag, bad), 0);
-    EXPECT_EQ(methods->swapTags(tag, bad, &ints), 0);
-    EXPECT_EQ(methods->swapTags(tag, &ints, bad), 0);
+    EXPECT_EQ(tag->getByHandle(tag, bad), nullptr);
+    EXPECT_EQ(tag->setValue(tag, bad, 0, &value), 0);
+    EXPECT_EQ(tag->setValue(tag, bad, -1, &value), 0);
+    EXPECT_EQ(tag->setNumValues(tag, bad, 5, &value), 0);
+    EXPECT_EQ(tag->getNumValues(tag, bad), 0);
+    EXPECT_EQ(tag->getValue(tag, bad, 0, &out), nullptr);
+    EXPECT_EQ(tag->getValues(tag, bad), nullptr);
+    EXPECT_EQ(tag->getAverageValue(tag, bad, &out), nullptr);
+    EXPECT_EQ(tag->getTotalValue(tag, bad, &out), nullptr);
+    EXPECT_EQ(tag->allocWise(tag, bad), 0);
+    EXPECT_EQ(tag->swapTags(tag, bad, &ints), 0);
+    EXPECT_EQ(tag->swapTags(tag, &ints, bad), 0);
     EXPECT_EQ(out, 77);
   };
+  // None designates an attribute, by its index or by its type.
+  const ztTagHandle badHandles[] = {{0, 2},   {1, 1},  {0, -1},        {0, 0},         {3, 1},        {3, 2},
+                                    {100, 1}, {-1, 1}, {INT32_MAX, 1}, {INT32_MIN, 2}, {INT32_MAX, 2}};
   for (const ztTagHandle &bad : badHandles) {
     SCOPED_TRACE(std::to_string(bad.index) + ", " + std::to_string(bad.type));
     reject(&bad);
   }
   reject(nullptr);
-  EXPECT_EQ(Records().of(tag), before);
-  EXPECT_EQ(tag->changes, changesBefore);
+  EXPECT_EQ(recordOf(tag), before);
+  EXPECT_EQ(changes(), 0);
 }
 
 // Values ------------------------------------------------------------------------------------------
 
-TEST_F(FilledTag, SetsAndGetsValues) {
+TEST_F(ztTagFilled, SetsAndGetsValues) {
   const int32_t whole = 7;
   const double fraction = 0.25;
-  EXPECT_EQ(methods->setValue(tag, &ints, 1, &whole), 1);
-  EXPECT_EQ(methods->setValue(tag, &floats, 9, &fraction), 1);
-  EXPECT_EQ(tag->changes, changesBefore + 2);
-  EXPECT_EQ(tag->lastAttribute, at(floats));
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 7, 4}));
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{0.25, 2.5, 4.5}));
+  EXPECT_EQ(tag->setValue(tag, &ints, 1, &whole), 1);
+  EXPECT_EQ(tag->setValue(tag, &floats, 9, &fraction), 1);
+  EXPECT_EQ(changes(), 2);
+  EXPECT_EQ(tag.fields().lastAttribute, tag.at(floats));
+  EXPECT_EQ(allValues(tag), "1 7 4; 0.25 2.5 4.5; 10 20 40; ");
   double out = 0;
-  EXPECT_EQ(methods->getValue(tag, &floats, 2, &out),
-            ztTagAttribute_of(at(floats))->getValue(at(floats), 2, nullptr));
+  EXPECT_EQ(tag->getValue(tag, &floats, 2, &out),
+            ztTagAttribute_of(tag.at(floats))->getValue(tag.at(floats), 2, nullptr));
   EXPECT_EQ(out, 4.5);
-  EXPECT_NE(methods->getValue(tag, &floats, 1, nullptr), nullptr);
-  EXPECT_EQ(methods->setValue(tag, &ints, 1, nullptr), 0);
-  EXPECT_EQ(methods->setValue(tag, &ints, -2, &whole), 0);
-  EXPECT_EQ(methods->getValue(tag, &ints, -1, &out), nullptr);
+  EXPECT_NE(tag->getValue(tag, &floats, 1, nullptr), nullptr);
+  EXPECT_EQ(tag->setValue(tag, &ints, 1, nullptr), 0);
+  EXPECT_EQ(tag->setValue(tag, &ints, -2, &whole), 0);
+  EXPECT_EQ(tag->getValue(tag, &ints, -1, &out), nullptr);
+  EXPECT_EQ(tag->getValues(tag, &ints), tag.at(ints)->values) << "the array itself";
+  EXPECT_EQ(tag->getNumValues(tag, &ints), 3);
 }
 
-TEST_F(FilledTag, SetNumValuesSetsEveryValue) {
-  const int32_t initial = 3;
-  EXPECT_EQ(methods->setNumValues(tag, &ints, 5, &initial), 1);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{3, 3, 3, 3, 3}));
-  EXPECT_EQ(tag->changes, changesBefore + 1);
-  EXPECT_EQ(methods->getNumValues(tag, &ints), 5);
-}
-
-TEST_F(FilledTag, SetNumValuesWithoutAnInitialValueKeepsThem) {
-  EXPECT_EQ(methods->setNumValues(tag, &floats, 4, nullptr), 1);
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5, 2.5, 4.5, 0}));
-  EXPECT_EQ(methods->setNumValues(tag, &floats, 0, nullptr), 1);
-  EXPECT_EQ(methods->getNumValues(tag, &floats), 0);
-  EXPECT_EQ(tag->changes, changesBefore);
-}
-
-TEST_F(FilledTag, SetNumValuesThatCannotBeSetsNothing) {
+TEST_F(ztTagFilled, SetsTheNumberOfValuesAndEachToTheInitialOne) {
   const int32_t initial = 3;
   for (const int32_t count : {-1, INT32_MIN, INT32_MAX}) {
-    EXPECT_EQ(methods->setNumValues(tag, &ints, count, &initial), 0);
+    EXPECT_EQ(tag->setNumValues(tag, &ints, count, &initial), 0);
   }
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(tag->changes, changesBefore);
+  EXPECT_EQ(tag->setNumValues(tag, &floats, 4, nullptr), 1);
+  EXPECT_EQ(tag.values(floats), "1.5 2.5 4.5 0");
+  EXPECT_EQ(tag->setNumValues(tag, &floats, 0, nullptr), 1);
+  EXPECT_EQ(tag->getNumValues(tag, &floats), 0);
+  EXPECT_EQ(tag.values(ints), "1 2 4");
+  EXPECT_EQ(changes(), 0);
+  EXPECT_EQ(tag->setNumValues(tag, &ints, 5, &initial), 1);
+  EXPECT_EQ(tag.values(ints), "3 3 3 3 3");
+  EXPECT_EQ(changes(), 1);
+  EXPECT_EQ(tag->getNumValues(tag, &ints), 5);
 }
 
-TEST_F(FilledTag, HandsOutTheArrayOfValuesItself) {
-  EXPECT_EQ(methods->getValues(tag, &ints), at(ints)->values);
-  EXPECT_EQ(methods->getNumValues(tag, &ints), 3);
-}
-
-TEST_F(FilledTag, ForwardsTotalsAndAverages) {
+TEST_F(ztTagFilled, ForwardsTotalsAndAverages) {
   int32_t whole = 77;
-  EXPECT_EQ(methods->getTotalValue(tag, &ints, &whole), &whole);
+  EXPECT_EQ(tag->getTotalValue(tag, &ints, &whole), &whole);
   EXPECT_EQ(whole, 77);
-  EXPECT_EQ(methods->getAverageValue(tag, &ints, &whole), &whole);
+  EXPECT_EQ(tag->getAverageValue(tag, &ints, &whole), &whole);
   EXPECT_EQ(whole, 7);
   double fraction = 0;
-  EXPECT_EQ(methods->getAverageValue(tag, &floats, &fraction), &fraction);
+  EXPECT_EQ(tag->getAverageValue(tag, &floats, &fraction), &fraction);
   EXPECT_EQ(fraction, 8.5 / 3);
-  EXPECT_EQ(methods->getTotalValue(tag, &floats, &fraction), &fraction);
+  EXPECT_EQ(tag->getTotalValue(tag, &floats, &fraction), &fraction);
   EXPECT_EQ(fraction, 8.5 / 3);
-  EXPECT_EQ(methods->getTotalValue(tag, &floats, nullptr), nullptr);
+  EXPECT_EQ(tag->getTotalValue(tag, &floats, nullptr), nullptr);
 }
 
-TEST_F(FilledTag, AllocWiseDoesNothing) {
-  EXPECT_EQ(methods->allocWise(tag, &ints), 0);
-  EXPECT_EQ(methods->getNumValues(tag, &ints), 3);
+TEST_F(ztTagFilled, DoesNothingInAllocWiseAndLeavesTheFirstValueInDeallocWise) {
+  EXPECT_EQ(tag->allocWise(tag, &ints), 0);
+  for (const char *expected : {"1.5", "1.5"}) {
+    EXPECT_EQ(tag->deallocWise(tag, "floats"), 1);
+    EXPECT_EQ(tag.values(floats), expected);
+  }
+  EXPECT_EQ(tag->setNumValues(tag, &floats, 0, nullptr), 1);
+  EXPECT_EQ(tag->deallocWise(tag, "floats"), 1);
+  EXPECT_EQ(allValues(tag), "1 2 4; 0; 10 20 40; ");
+  EXPECT_EQ(tag->deallocWise(tag, "missing"), 0);
+  EXPECT_EQ(tag->deallocWise(tag, nullptr), 0);
+  EXPECT_EQ(changes(), 0);
 }
 
-TEST_F(FilledTag, DeallocWiseLeavesTheFirstValue) {
-  EXPECT_EQ(methods->deallocWise(tag, "floats"), 1);
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5}));
-  EXPECT_EQ(methods->deallocWise(tag, "floats"), 1);
-  EXPECT_EQ(methods->setNumValues(tag, &floats, 0, nullptr), 1);
-  EXPECT_EQ(methods->deallocWise(tag, "floats"), 1);
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{0}));
-  EXPECT_EQ(methods->deallocWise(tag, "missing"), 0);
-  EXPECT_EQ(methods->deallocWise(tag, nullptr), 0);
-  EXPECT_EQ(tag->changes, changesBefore);
-}
-
-TEST_F(Tag, ABareTagIgnoresChanges) {
-  void *bare = ztTag_ctor(nullptr, 1);
-  const ztTagHandle handle = insert(bare, "name", Ints{1});
+TEST(ztTag, IgnoresChanges) {
+  const Tag bare(ztTag_ctor);
+  const ztTagHandle handle = bare.insert("name", ztIntTag_ctor, {1});
   const int32_t value = 2;
-  EXPECT_EQ(ztTag_of(bare)->setValue(bare, &handle, 0, &value), 1);
-  ztTag_of(bare)->attrChanged(bare, nullptr);
-  EXPECT_EQ(ztTag_of(bare)->getNumValues(bare, &handle), 1);
-  release(bare);
+  EXPECT_EQ(bare->setValue(bare, &handle, 0, &value), 1);
+  bare->attrChanged(bare, nullptr);
+  EXPECT_EQ(bare->getNumValues(bare, &handle), 1);
 }
 
-TEST_F(Tag, HoldsAnAttributeWithoutValues) {
+TEST_F(ztTagTest, HoldsAnAttributeWithoutValues) {
   void *bare = ztTagAttribute_ctor(nullptr, 1);
   ztTagHandle handle;
   const int32_t value = 1;
-  EXPECT_EQ(methods->insertNew(tag, "bare", bare, &handle, 5, 3, &value), 1);
+  EXPECT_EQ(insert("bare", bare, &handle, 3, &value), 1);
   EXPECT_EQ(handle.type, -1);
-  EXPECT_EQ(methods->getByHandle(tag, &handle), bare);
-  EXPECT_EQ(methods->getNumValues(tag, &handle), 0);
-  EXPECT_EQ(methods->getValues(tag, &handle), nullptr);
-  EXPECT_EQ(methods->setValue(tag, &handle, 0, &value), 0);
-  EXPECT_EQ(methods->setNumValues(tag, &handle, 2, &value), 0);
-  EXPECT_EQ(methods->getValue(tag, &handle, 0, nullptr), nullptr);
-  EXPECT_EQ(methods->swapTags(tag, &handle, &handle), 0);
-  EXPECT_EQ(methods->deallocWise(tag, "bare"), 0);
-  void *copy = copyOf(tag);
-  EXPECT_EQ(static_cast<ztTagAttribute *>(methods->getByHandle(copy, &handle))->owner, copy);
-  EXPECT_EQ(methods->assign(copy, tag), 1);
-  release(copy);
-  EXPECT_EQ(methods->write(tag, Records().toWrite()), 0);
+  EXPECT_EQ(tag->getByHandle(tag, &handle), bare);
+  EXPECT_EQ(tag->getNumValues(tag, &handle), 0);
+  EXPECT_EQ(tag->getValues(tag, &handle), nullptr);
+  EXPECT_EQ(tag->setValue(tag, &handle, 0, &value), 0);
+  EXPECT_EQ(tag->setNumValues(tag, &handle, 2, &value), 0);
+  EXPECT_EQ(tag->getValue(tag, &handle, 0, nullptr), nullptr);
+  EXPECT_EQ(tag->swapTags(tag, &handle, &handle), 0);
+  EXPECT_EQ(tag->deallocWise(tag, "bare"), 0);
+  const Tag copy = tag.copy();
+  EXPECT_EQ(copy.at(handle)->owner, &copy.fields());
+  EXPECT_EQ(copy->assign(copy, tag), 1);
+  EXPECT_EQ(tag->write(tag, Storage()), 0);
 }
 
 // Swapping ----------------------------------------------------------------------------------------
 
-TEST_F(FilledTag, SwapsTheValuesOnly) {
-  at(ints)->userValue = 1;
-  at(others)->userValue = 2;
+TEST_F(ztTagFilled, SwapsTheValuesOnly) {
+  tag.at(ints)->userValue = 1;
+  tag.at(others)->userValue = 2;
   int32_t total = 0;
-  methods->getTotalValue(tag, &ints, &total);
-  methods->getTotalValue(tag, &others, &total);
-  const ztArray *first = methods->getValues(tag, &ints);
-  EXPECT_EQ(methods->swapTags(tag, &ints, &others), 1);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{10, 20, 40}));
-  EXPECT_EQ(valuesOf<int32_t>(at(others)), (Ints{1, 2, 4}));
-  EXPECT_EQ(methods->getValues(tag, &others), first);
-  EXPECT_STREQ(at(ints)->name, "ints");
-  EXPECT_EQ(at(ints)->userValue, 1);
-  EXPECT_EQ(at(ints)->changed, 0u);
-  EXPECT_EQ(tag->changes, changesBefore);
-  EXPECT_EQ(methods->getTotalValue(tag, &ints, &total), &total);
-  EXPECT_EQ(total, 7);
-  EXPECT_EQ(methods->getTotalValue(tag, &ints, &total), &total);
-  EXPECT_EQ(total, 70);
+  tag->getTotalValue(tag, &ints, &total);
+  tag->getTotalValue(tag, &others, &total);
+  const ztArray *first = tag->getValues(tag, &ints);
+  EXPECT_EQ(tag->swapTags(tag, &ints, &others), 1);
+  EXPECT_EQ(allValues(tag), "10 20 40; 1.5 2.5 4.5; 1 2 4; ");
+  EXPECT_EQ(tag->getValues(tag, &others), first);
+  EXPECT_STREQ(tag.at(ints)->name, "ints");
+  EXPECT_EQ(tag.at(ints)->userValue, 1);
+  EXPECT_EQ(tag.at(ints)->changed, 0u);
+  EXPECT_EQ(changes(), 0);
+  for (const int32_t expected : {7, 70}) {
+    EXPECT_EQ(tag->getTotalValue(tag, &ints, &total), &total);
+    EXPECT_EQ(total, expected);
+  }
+  EXPECT_EQ(tag->swapTags(tag, &ints, &ints), 1);
+  EXPECT_EQ(tag.values(ints), "10 20 40");
 }
 
-TEST_F(FilledTag, SwapsAnAttributeWithItself) {
-  EXPECT_EQ(methods->swapTags(tag, &ints, &ints), 1);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
+TEST_F(ztTagFilled, SwapsNoDifferentTypesOrCounts) {
+  EXPECT_EQ(tag->swapTags(tag, &ints, &floats), 0);
+  EXPECT_EQ(tag->swapTags(tag, &floats, &ints), 0);
+  ASSERT_EQ(tag->setNumValues(tag, &others, 2, nullptr), 1);
+  EXPECT_EQ(tag->swapTags(tag, &ints, &others), 0);
+  EXPECT_EQ(allValues(tag), "1 2 4; 1.5 2.5 4.5; 10 20; ");
 }
 
-TEST_F(FilledTag, SwapsNoDifferentTypesOrCounts) {
-  EXPECT_EQ(methods->swapTags(tag, &ints, &floats), 0);
-  EXPECT_EQ(methods->swapTags(tag, &floats, &ints), 0);
-  ASSERT_EQ(methods->setNumValues(tag, &others, 2, nullptr), 1);
-  EXPECT_EQ(methods->swapTags(tag, &ints, &others), 0);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(valuesOf<int32_t>(at(others)), (Ints{10, 20}));
-}
-
-TEST_F(FilledTag, KeepsItsHandlesWhenAStoredTypeContradictsTheValues) {
-  Records records;
-  std::string record = records.of(at(ints));
+TEST_F(ztTagFilled, KeepsItsHandlesWhenAStoredTypeContradictsTheValues) {
+  std::string record = recordOf(tag.at(ints));
   record.replace(32, 8, bytesOf(floatType) + bytesOf(floatType));
-  EXPECT_EQ(records.read(at(ints), record), 0);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(methods->getByHandle(tag, std::vector<ztTagHandle>{{ints.index, floatType}}.data()), nullptr);
+  EXPECT_EQ(readRecord(tag.at(ints), record), 0);
+  EXPECT_EQ(tag.values(ints), "1 2 4");
+  EXPECT_EQ(tag.at({ints.index, floatType}), nullptr);
 }
 
 // A host may give attributes of two kinds one type.
-TEST_F(FilledTag, SwapsNoDifferentArraysThatPassForOneType) {
-  at(ints)->type = floatType;
+TEST_F(ztTagFilled, SwapsNoDifferentArraysThatPassForOneType) {
+  tag.at(ints)->type = floatType;
   const ztTagHandle passing = {ints.index, floatType};
-  ASSERT_NE(at(passing), nullptr);
-  EXPECT_EQ(methods->swapTags(tag, &passing, &floats), 0);
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5, 2.5, 4.5}));
-  EXPECT_EQ(ztTagAttribute_of(at(floats))->assign(at(floats), at(passing)), 1);
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5, 2.5, 4.5}));
+  ASSERT_NE(tag.at(passing), nullptr);
+  EXPECT_EQ(tag->swapTags(tag, &passing, &floats), 0);
+  EXPECT_EQ(tag.values(floats), "1.5 2.5 4.5");
+  EXPECT_EQ(ztTagAttribute_of(tag.at(floats))->assign(tag.at(floats), tag.at(passing)), 1);
+  EXPECT_EQ(tag.values(floats), "1.5 2.5 4.5");
   const int32_t value = 9;
-  EXPECT_EQ(methods->setValue(tag, &passing, 0, &value), 0);
-  EXPECT_EQ(methods->deallocWise(tag, "ints"), 1);
-  at(passing)->type = intType;
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1}));
+  EXPECT_EQ(tag->setValue(tag, &passing, 0, &value), 0);
+  EXPECT_EQ(tag->deallocWise(tag, "ints"), 1);
+  tag.at(passing)->type = intType;
+  EXPECT_EQ(tag.values(ints), "1");
 }
 
-TEST_F(FilledTag, SwapsNoArraysOfOneClassWhoseElementsDifferInSize) {
+TEST_F(ztTagTest, SwapsNoArraysOfOneClassWhoseElementsDifferInSize) {
   for (const int32_t size : {4, 8}) {
     auto *bare = static_cast<ztTagAttribute *>(ztTagAttribute_ctor(nullptr, 1));
     bare->type = 11;
     bare->values = static_cast<ztArray *>(ztArray_ctor(nullptr, 1));
     ztArray_of(bare->values)->setElementSize(bare->values, size, 0);
-    ASSERT_EQ(methods->insertNew(tag, "bare", bare, nullptr, 0, 2, nullptr), 1);
+    ASSERT_EQ(insert("bare", bare, nullptr, 2), 1);
   }
-  const ztTagHandle four = {3, 11};
-  const ztTagHandle eight = {4, 11};
-  EXPECT_EQ(methods->swapTags(tag, &four, &eight), 0);
-  EXPECT_EQ(methods->swapTags(tag, &four, &four), 1);
+  const ztTagHandle four = {0, 11};
+  const ztTagHandle eight = {1, 11};
+  EXPECT_EQ(tag->swapTags(tag, &four, &eight), 0);
+  EXPECT_EQ(tag->swapTags(tag, &four, &four), 1);
 }
 
-TEST_F(FilledTag, SwapsNothingWithAnAttributeWithoutValues) {
+TEST_F(ztTagFilled, SwapsNothingWithAnAttributeWithoutValues) {
   auto *bare = static_cast<ztTagAttribute *>(ztTagAttribute_ctor(nullptr, 1));
   bare->type = intType;
   ztTagHandle handle;
-  ASSERT_EQ(methods->insertNew(tag, "bare", bare, &handle, 0, 1, nullptr), 1);
-  EXPECT_EQ(methods->swapTags(tag, &ints, &handle), 0);
-  EXPECT_EQ(methods->swapTags(tag, &handle, &ints), 0);
+  ASSERT_EQ(insert("bare", bare, &handle), 1);
+  EXPECT_EQ(tag->swapTags(tag, &ints, &handle), 0);
+  EXPECT_EQ(tag->swapTags(tag, &handle, &ints), 0);
   EXPECT_EQ(bare->values, nullptr);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
+  EXPECT_EQ(tag.values(ints), "1 2 4");
 }
 
 // Enumeration -------------------------------------------------------------------------------------
 
-TEST_F(FilledTag, EnumeratesInOrder) {
-  Attributes seen;
-  EXPECT_EQ(methods->enumTags(tag, collect, &seen), 1);
-  EXPECT_EQ(seen, (Attributes{at(ints), at(floats), at(others)}));
+static int32_t visited;  // calls of a callback
+
+TEST_F(ztTagFilled, EnumeratesInOrder) {
+  EXPECT_EQ(enumerated(), (std::vector<const void *>{tag.at(ints), tag.at(floats), tag.at(others)}));
+  EXPECT_EQ(tag->enumTags(tag, nullptr, nullptr), 0);
 }
 
-TEST_F(FilledTag, HandsTheTagToTheCallback) {
-  const auto check = [](void *given, void *, void *userData) -> int32_t {
+TEST_F(ztTagFilled, HandsItselfToTheCallbackThatMayStopTheEnumeration) {
+  visited = 0;
+  const auto stopAtSecond = [](void *given, void *, void *userData) -> int32_t {
     EXPECT_EQ(given, userData);
-    return -1;
+    return ++visited < 2 ? -1 : 0;
   };
-  EXPECT_EQ(methods->enumTags(tag, check, tag), 1);
-}
-
-TEST_F(FilledTag, TheCallbackStopsTheEnumeration) {
-  int32_t visited = 0;
-  const auto stopAtSecond = [](void *, void *, void *userData) -> int32_t {
-    return ++*static_cast<int32_t *>(userData) < 2;
-  };
-  EXPECT_EQ(methods->enumTags(tag, stopAtSecond, &visited), 0);
+  EXPECT_EQ(tag->enumTags(tag, stopAtSecond, tag), 0);
   EXPECT_EQ(visited, 2);
 }
 
-TEST_F(Tag, EnumeratesNothingWithoutAttributes) {
-  Attributes seen;
-  EXPECT_EQ(methods->enumTags(tag, collect, &seen), 1);
-  EXPECT_TRUE(seen.empty());
-}
-
-TEST_F(FilledTag, DoesNotEnumerateWithoutACallback) {
-  EXPECT_EQ(methods->enumTags(tag, nullptr, nullptr), 0);
-}
-
-TEST_F(FilledTag, AttributesInsertedMeanwhileAreEnumeratedToo) {
-  int32_t visited = 0;
-  const auto insertSome = [](void *given, void *, void *userData) -> int32_t {
-    if (++*static_cast<int32_t *>(userData) <= 40) insert(given, "more", Ints{1});
+TEST_F(ztTagFilled, EnumeratesAttributesInsertedMeanwhileToo) {
+  visited = 0;
+  const auto insertSome = [](void *, void *, void *userData) -> int32_t {
+    if (++visited <= 40) static_cast<const Tag *>(userData)->insert("more", ztIntTag_ctor, {1});
     return 1;
   };
-  EXPECT_EQ(methods->enumTags(tag, insertSome, &visited), 1);
+  EXPECT_EQ(tag->enumTags(tag, insertSome, &tag), 1);
   EXPECT_EQ(visited, 43);
 }
 
-TEST_F(FilledTag, TheCallbackMayReleaseTheTag) {
-  int32_t visited = 0;
-  const auto releaseTag = [](void *given, void *, void *userData) -> int32_t {
-    ++*static_cast<int32_t *>(userData);
-    release(given);
+TEST_F(ztTagFilled, EndsTheEnumerationWhenTheCallbackReleasesTheTag) {
+  visited = 0;
+  const auto releaseTag = [](void *, void *, void *userData) -> int32_t {
+    ++visited;
+    end(*static_cast<Tag *>(userData));
     return 1;
   };
-  EXPECT_EQ(methods->enumTags(tag, releaseTag, &visited), 1);
+  EXPECT_EQ(tag->enumTags(tag, releaseTag, &tag), 1);
   EXPECT_EQ(visited, 1);
-  tag = nullptr;
 }
 
-TEST_F(FilledTag, TheCallbackMayReleaseTheAttribute) {
-  int32_t visited = 0;
-  const auto releaseIt = [](void *, void *attribute, void *userData) -> int32_t {
-    ++*static_cast<int32_t *>(userData);
+TEST_F(ztTagFilled, EnumeratesOnWhenTheCallbackReleasesTheAttribute) {
+  visited = 0;
+  const auto releaseIt = [](void *, void *attribute, void *) -> int32_t {
     release(attribute);
-    return 1;
+    return ++visited;
   };
-  EXPECT_EQ(methods->enumTags(tag, releaseIt, &visited), 1);
+  EXPECT_EQ(tag->enumTags(tag, releaseIt, nullptr), 1);
   EXPECT_EQ(visited, 3);
-  EXPECT_EQ(at(ints), nullptr);
+  EXPECT_EQ(tag.at(ints), nullptr);
 }
 
 // An attribute that is gone -----------------------------------------------------------------------
 
-class TagWithAGap : public FilledTag {
- protected:
-  TagWithAGap() {
-    release(at(floats));
-  }
-};
-
-TEST_F(TagWithAGap, KeepsTheOtherHandles) {
-  EXPECT_EQ(at(floats), nullptr);
-  EXPECT_EQ(valuesOf<int32_t>(at(others)), (Ints{10, 20, 40}));
-  EXPECT_EQ(methods->getByName(tag, "floats", nullptr), nullptr);
-  const ztTagHandle next = insert(tag, "next", Ints{1});
-  EXPECT_EQ(next.index, 3);
+TEST_F(ztTagFilled, KeepsTheOtherHandlesWhenAnAttributeIsGone) {
+  release(tag.at(floats));
+  EXPECT_EQ(tag.at(floats), nullptr);
+  EXPECT_EQ(tag.values(others), "10 20 40");
+  EXPECT_EQ(tag->getByName(tag, "floats", nullptr), nullptr);
+  EXPECT_EQ(enumerated(), (std::vector<const void *>{tag.at(ints), tag.at(others)}));
+  EXPECT_EQ(tag.insert("next", ztIntTag_ctor, {1}).index, 3);
 }
 
-TEST_F(TagWithAGap, EnumeratesTheOthers) {
-  Attributes seen;
-  EXPECT_EQ(methods->enumTags(tag, collect, &seen), 1);
-  EXPECT_EQ(seen, (Attributes{at(ints), at(others)}));
+TEST_F(ztTagFilled, IsCopiedAssignedAndStoredWhenAnAttributeIsGone) {
+  release(tag.at(floats));
+  const Tag copy = tag.copy();
+  EXPECT_EQ(copy.at(floats), nullptr);
+  EXPECT_EQ(copy.values(others), "10 20 40");
+  setValue(tag.at(others), 0, 3);
+  EXPECT_EQ(copy->assign(copy, tag), 1);
+  EXPECT_EQ(copy.values(others), "3 20 40");
+  EXPECT_EQ(copy->setNumValues(copy, &others, 1, nullptr), 1);
+  EXPECT_EQ(readRecord(copy, recordOf(tag)), 1);
+  EXPECT_EQ(copy.values(others), "3 20 40");
 }
 
-TEST_F(TagWithAGap, IsCopiedAssignedAndStored) {
-  void *copy = copyOf(tag);
-  EXPECT_EQ(methods->getByHandle(copy, &floats), nullptr);
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(copy, &others)), (Ints{10, 20, 40}));
-  const int32_t value = 3;
-  EXPECT_EQ(methods->setValue(tag, &others, 0, &value), 1);
-  EXPECT_EQ(methods->assign(copy, tag), 1);
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(copy, &others)), (Ints{3, 20, 40}));
-  const std::string record = Records().of(tag);
-  EXPECT_EQ(methods->setNumValues(copy, &others, 1, nullptr), 1);
-  EXPECT_EQ(Records().read(copy, record), 1);
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(copy, &others)), (Ints{3, 20, 40}));
-  release(copy);
-}
-
-TEST_F(FilledTag, KeepsTheValuesForWhichTheOtherHasAGap) {
-  void *other = copyOf(tag);
-  release(methods->getByHandle(other, &floats));
-  const int32_t value = 3;
-  EXPECT_EQ(methods->setValue(other, &others, -1, &value), 1);
-  EXPECT_EQ(methods->assign(tag, other), 1);
-  EXPECT_EQ(valuesOf<double>(at(floats)), (Floats{1.5, 2.5, 4.5}));
-  EXPECT_EQ(valuesOf<int32_t>(at(others)), (Ints{3, 3, 3}));
-  release(other);
+TEST_F(ztTagFilled, KeepsTheValuesThatTheOtherLacks) {
+  const Tag other = tag.copy();
+  release(other.at(floats));
+  setValue(other.at(others), -1, 3);
+  EXPECT_EQ(tag->assign(tag, other), 1);
+  EXPECT_EQ(allValues(tag), "1 2 4; 1.5 2.5 4.5; 3 3 3; ");
 }
 
 // Copies ------------------------------------------------------------------------------------------
 
-TEST_F(FilledTag, ACopyOwnsNewAttributes) {
-  at(ints)->userValue = 31;
-  auto *copy = static_cast<ListeningTag *>(copyOf(tag));
-  EXPECT_NE(copy->attributes, tag->attributes);
-  EXPECT_EQ(ztOOP_classOf(copy->attributes), ztPtrArrayClass_Instance());
+TEST_F(ztTagFilled, HasACopyThatOwnsNewAttributes) {
+  tag.at(ints)->userValue = 31;
+  const Tag copy = tag.copy();
+  EXPECT_NE(copy.fields().attributes, tag.fields().attributes);
+  EXPECT_EQ(ztOOP_classOf(copy.fields().attributes), ztPtrArrayClass_Instance());
   for (const ztTagHandle &handle : {ints, floats, others}) {
-    auto *attribute = static_cast<ztTagAttribute *>(methods->getByHandle(copy, &handle));
+    const ztTagAttribute *attribute = copy.at(handle);
     ASSERT_NE(attribute, nullptr);
-    EXPECT_NE(attribute, at(handle));
-    EXPECT_EQ(ztOOP_classOf(attribute), ztOOP_classOf(at(handle)));
-    EXPECT_EQ(attribute->owner, copy);
-    EXPECT_EQ(at(handle)->owner, tag);
-    EXPECT_STREQ(attribute->name, at(handle)->name);
-    EXPECT_EQ(ztTagAttribute_of(attribute)->getRefCount(attribute), 1);
+    EXPECT_NE(attribute, tag.at(handle));
+    EXPECT_EQ(ztOOP_classOf(attribute), ztOOP_classOf(tag.at(handle)));
+    EXPECT_EQ(attribute->owner, &copy.fields());
+    EXPECT_EQ(tag.at(handle)->owner, &tag.fields());
+    EXPECT_STREQ(attribute->name, tag.at(handle)->name);
+    EXPECT_EQ(attribute->refCount, 1);
   }
-  EXPECT_EQ(static_cast<ztTagAttribute *>(methods->getByHandle(copy, &ints))->userValue, 31);
-  release(copy);
+  EXPECT_EQ(copy.at(ints)->userValue, 31);
 }
 
-TEST_F(FilledTag, ACopyIsIndependent) {
-  auto *copy = static_cast<ListeningTag *>(copyOf(tag));
-  const int32_t changes = copy->changes;
-  const int32_t value = 50;
-  EXPECT_EQ(methods->setValue(copy, &ints, 0, &value), 1);
-  EXPECT_EQ(copy->changes, changes + 1);
-  EXPECT_EQ(tag->changes, changesBefore);
-  insert(copy, "more", Ints{1});
-  EXPECT_EQ(countIn(), 3);
-  release(tag);
-  tag = nullptr;
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(copy, &ints)), (Ints{50, 2, 4}));
-  EXPECT_EQ(methods->setValue(copy, &ints, 1, &value), 1);
-  EXPECT_EQ(copy->changes, changes + 3);
-  release(copy);
+TEST_F(ztTagFilled, HasACopyThatIsIndependent) {
+  tag.copy();  // and ends
+  setValue(tag.at(ints), 0, 1);
+  EXPECT_EQ(changes(), 1);
+  const Tag copy = tag.copy();
+  copy.changes() = 0;
+  setValue(copy.at(ints), 0, 50);
+  EXPECT_EQ(copy.changes(), 1);
+  EXPECT_EQ(changes(), 1);
+  copy.insert("more", ztIntTag_ctor, {1});
+  EXPECT_EQ(tag.count(), 3);
+  end(tag);
+  EXPECT_EQ(copy.values(ints), "50 2 4");
+  setValue(copy.at(ints), 1, 50);
+  EXPECT_EQ(copy.changes(), 3);
 }
 
-TEST_F(FilledTag, ACopyOutlivedByItsSourceLeavesItAlone) {
-  release(copyOf(tag));
-  const int32_t value = 50;
-  EXPECT_EQ(methods->setValue(tag, &ints, 0, &value), 1);
-  EXPECT_EQ(tag->changes, changesBefore + 1);
-}
-
-TEST_F(Tag, CopiesATagWithoutAttributes) {
-  auto *copy = static_cast<ztTag *>(copyOf(tag));
-  EXPECT_EQ(copy->attributes, nullptr);
-  insert(copy, "own", Ints{1});
-  EXPECT_EQ(countIn(), 0);
-  release(copy);
-}
-
-TEST_F(FilledTag, AnAttributeThatCannotBeCopiedFailsTheCopyAndLeavesNothing) {
-  EXPECT_EQ(methods->insertNew(tag, "stubborn", StubbornTag_ctor(nullptr, 1), nullptr, 0, 1, nullptr), 1);
-  insert(tag, "behind", Ints{1});
+TEST_F(ztTagFilled, HasNoCopyWhereAnAttributeHasNone) {
+  EXPECT_EQ(insertNew("stubborn", StubbornTag_ctor), 1);
+  tag.insert("behind", ztIntTag_ctor, {1});
   void *fresh = ListeningTag_newop();
-  EXPECT_EQ(methods->clone(tag, fresh), nullptr);
+  EXPECT_EQ(tag->clone(tag, fresh), nullptr);
   ztm_free(fresh);
-  EXPECT_EQ(at(ints)->owner, tag);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(countIn(), 5);
+  EXPECT_EQ(tag.at(ints)->owner, &tag.fields());
+  EXPECT_EQ(allValues(tag), asMade);
+  EXPECT_EQ(tag.count(), 5);
 }
 
-TEST_F(FilledTag, CopiesTheAttributesOfItsChildren) {
-  void *node = ztRoot_ctor(nullptr, 1);
-  ztRoot_of(node)->addChild(node, tag);
-  void *copy = copyOf(node);
-  void *child = ztRoot_of(copy)->getChildAt(copy, 0);
+TEST_F(ztTagFilled, IsCopiedWithTheNodeAboveIt) {
+  const Node node(ztRoot_ctor);
+  tag->ref(tag);  // its own and the node's
+  node->addChild(node, tag);
+  const Node copy = node.copy();
+  void *child = copy->getChildAt(copy, 0);
   ASSERT_NE(child, nullptr);
-  EXPECT_EQ(static_cast<ztTagAttribute *>(methods->getByHandle(child, &ints))->owner, child);
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(child, &ints)), (Ints{1, 2, 4}));
-  release(copy);
-  release(node);
-  tag = nullptr;
+  EXPECT_EQ(static_cast<ztTagAttribute *>(tag->getByHandle(child, &ints))->owner, child);
+  EXPECT_EQ(valuesOf(tag->getByHandle(child, &ints)), "1 2 4");
 }
 
-TEST_F(FilledTag, TagsThatAnArrayMovesHearTheirAttributes) {
-  void *array = ztArray_ctor(nullptr, 1);
-  const ztArrayMethods *arrayMethods = ztArray_of(array);
-  arrayMethods->setElementSize(array, sizeof(ListeningTag), 0);
-  arrayMethods->setElementConstructor(array, ListeningTag_ctor);
-  for (int i = 0; i < 30; ++i) ASSERT_NE(arrayMethods->pushBack(array, tag), nullptr);
-  arrayMethods->removeAt(array, 3);
-  const int32_t value = 50;
+TEST_F(ztTagFilled, HearsItsAttributesWhereAnArrayMovedIt) {
+  const Array array(ztArray_ctor);
+  array->setElementSize(array, sizeof(ListeningTag), 0);
+  array->setElementConstructor(array, ListeningTag_ctor);
+  for (int i = 0; i < 30; ++i) ASSERT_NE(array->pushBack(array, tag), nullptr);
+  array->removeAt(array, 3);
   for (int i = 0; i < 29; ++i) {
-    auto *element = static_cast<ListeningTag *>(arrayMethods->getAt(array, i));
-    const int32_t changes = element->changes;
-    EXPECT_EQ(methods->setValue(element, &ints, 0, &value), 1);
-    EXPECT_EQ(element->changes, changes + 1);
-    void *attribute = methods->getByName(element, "floats", nullptr);
-    const double fraction = 0.5;
-    EXPECT_EQ(ztTagAttribute_of(attribute)->setValue(attribute, 0, &fraction), 1);
-    EXPECT_EQ(element->changes, changes + 2);
+    auto *element = static_cast<ListeningTag *>(array->getAt(array, i));
+    element->changes = 0;
+    setValue(tag->getByHandle(element, &ints), 0, 50);
+    EXPECT_EQ(element->changes, 1);
+    setValue(tag->getByName(element, "floats", nullptr), 0, 0.5);
+    EXPECT_EQ(element->changes, 2);
   }
-  EXPECT_EQ(tag->changes, changesBefore);
-  arrayMethods->unRef(array);
+  EXPECT_EQ(changes(), 0);
 }
 
-TEST_F(FilledTag, AssignsAttributeToAttribute) {
-  void *other = ListeningTag_ctor(nullptr, 1);
-  const ztTagHandle first = insert(other, "first", Ints{7, 8, 9});
-  const ztTagHandle second = insert(other, "second", Ints{7, 8, 9});
-  EXPECT_EQ(methods->assign(other, tag), 1);
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(other, &first)), (Ints{1, 2, 4}));
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(other, &second)), (Ints{7, 8, 9}));
-  EXPECT_STREQ(static_cast<ztTagAttribute *>(methods->getByHandle(other, &first))->name, "first");
-  EXPECT_EQ(methods->setNumValues(other, &second, 1, nullptr), 1);
-  EXPECT_EQ(methods->assign(tag, other), 1);
-  EXPECT_EQ(valuesOf<int32_t>(at(others)), (Ints{10, 20, 40}));
-  EXPECT_EQ(countIn(), 3);
-  release(other);
+TEST_F(ztTagFilled, AssignsAttributeToAttribute) {
+  const Tag other;
+  const ztTagHandle first = other.insert("first", ztIntTag_ctor, {7, 8, 9});
+  const ztTagHandle second = other.insert("second", ztIntTag_ctor, {7, 8, 9});
+  EXPECT_EQ(other->assign(other, tag), 1);
+  EXPECT_EQ(other.values(first), "1 2 4");
+  EXPECT_EQ(other.values(second), "7 8 9");
+  EXPECT_STREQ(other.at(first)->name, "first");
+  EXPECT_EQ(other->setNumValues(other, &second, 1, nullptr), 1);
+  EXPECT_EQ(tag->assign(tag, other), 1);
+  EXPECT_EQ(tag.values(others), "10 20 40");
+  EXPECT_EQ(tag.count(), 3);
 }
 
-TEST_F(FilledTag, BelowANodeTakesNoAttributesFromANodeThatIsNoTag) {
-  void *parent = ztRoot_ctor(nullptr, 1);
-  ztRoot_of(parent)->addChild(parent, tag);
-  void *other = ztRoot_ctor(nullptr, 1);
+TEST_F(ztTagFilled, TakesNoAttributesOfANodeThatIsNoTag) {
+  const Node parent(ztRoot_ctor);
+  parent->addChild(parent, tag);
+  const Node other(ztRoot_ctor);
   void *plain = ztRoot_ctor(nullptr, 1);
-  ztRoot_of(other)->addChild(other, plain);
-  EXPECT_EQ(ztRoot_of(parent)->assign(parent, other), 1);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(ztRoot_of(other)->assign(other, parent), 1);
-  methods->setParent(tag, nullptr);
+  other->addChild(other, plain);
+  EXPECT_EQ(parent->assign(parent, other), 1);
+  EXPECT_EQ(tag.values(ints), "1 2 4");
+  EXPECT_EQ(other->assign(other, parent), 1);
+  tag->setParent(tag, nullptr);
   release(tag);  // what attaching and detaching added
-  EXPECT_EQ(methods->getRefCount(tag), 2);
-  release(parent);
-  release(other);
+  EXPECT_EQ(tag->getRefCount(tag), 2);
 }
 
-TEST_F(FilledTag, AssignsNothingWhereATagHasNoAttributes) {
-  void *empty = ListeningTag_ctor(nullptr, 1);
-  EXPECT_EQ(methods->assign(empty, tag), 1);
-  EXPECT_EQ(static_cast<ztTag *>(empty)->attributes, nullptr);
-  EXPECT_EQ(methods->assign(tag, empty), 1);
-  EXPECT_EQ(methods->assign(tag, tag), 1);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(methods->assign(tag, nullptr), 0);
-  release(empty);
+TEST_F(ztTagFilled, AssignsNothingWhereATagHasNoAttributes) {
+  const Tag empty;
+  EXPECT_EQ(empty->assign(empty, tag), 1);
+  EXPECT_EQ(empty.fields().attributes, nullptr);
+  EXPECT_EQ(tag->assign(tag, empty), 1);
+  EXPECT_EQ(tag->assign(tag, tag), 1);
+  EXPECT_EQ(allValues(tag), asMade);
+  EXPECT_EQ(tag->assign(tag, nullptr), 0);
 }
 
 // Destruction -------------------------------------------------------------------------------------
 
-TEST_F(Tag, ReleasesItsAttributes) {
+TEST_F(ztTagTest, ReleasesItsAttributes) {
   const int32_t live = notingLive;
-  for (const char *name : {"a", "b", "c"}) {
-    ASSERT_EQ(methods->insertNew(tag, name, NotingTag_ctor(nullptr, 1), nullptr, 0, 1, nullptr), 1);
-  }
+  for (const char *name : {"a", "b", "c"}) ASSERT_EQ(insertNew(name, NotingTag_ctor), 1);
   EXPECT_EQ(notingLive, live + 3);
-  release(tag);
-  tag = nullptr;
+  end(tag);
   EXPECT_EQ(notingLive, live);
 }
 
-TEST_F(FilledTag, DestroyingItTwiceIsHarmless) {
-  methods->destroy(tag);
-  EXPECT_EQ(tag->attributes, nullptr);
-  methods->destroy(tag);
-  EXPECT_EQ(at(ints), nullptr);
+TEST_F(ztTagFilled, IsDestroyedTwiceWithoutHarm) {
+  tag->destroy(tag);
+  EXPECT_EQ(tag.fields().attributes, nullptr);
+  tag->destroy(tag);
+  EXPECT_EQ(tag.at(ints), nullptr);
 }
 
-TEST_F(FilledTag, MayLieInTheCallersMemory) {
+TEST(ztTag, MayLieInTheCallersMemory) {
   ztTag memory;
   ztTag_ctor(&memory, 1);
-  const ztTagHandle handle = insert(&memory, "name", Ints{4});
-  EXPECT_EQ(ztTag_of(&memory)->getNumValues(&memory, &handle), 1);
-  ztTag_of(&memory)->destroy(&memory);
+  const ztTagMethods *methods = ztTag_of(&memory);
+  EXPECT_EQ(methods->insertNew(&memory, "name", ztIntTag_ctor(nullptr, 1), nullptr, 0, 1, nullptr), 1);
+  const ztTagHandle handle = {0, intType};
+  EXPECT_EQ(methods->getNumValues(&memory, &handle), 1);
+  methods->destroy(&memory);
 }
 
 // The record --------------------------------------------------------------------------------------
 
 namespace {
 
-std::string nodeRecord(const ztRoot *node) {
-  return bytesOf(node->uid) + std::string(node->name, sizeof node->name) + bytesOf(node->parentUid);
+std::string nodeRecord(const Tag &tag) {
+  const ListeningTag &node = tag.fields();
+  return bytesOf(node.uid) + std::string(node.name, sizeof node.name) + bytesOf(node.parentUid);
 }
 
 constexpr size_t nodeSize = 4 + 80 + 4;
@@ -899,156 +767,134 @@ constexpr size_t attributeSize = 32 + 4 + 4 + 4 + 4;  // without values
 
 }  // namespace
 
-TEST_F(FilledTag, WritesTheNodeAndThenEachAttribute) {
-  Records records;
-  EXPECT_EQ(records.of(tag), nodeRecord(reinterpret_cast<ztRoot *>(tag)) + Records().of(at(ints)) +
-                                 Records().of(at(floats)) + Records().of(at(others)));
-}
-
-TEST_F(Tag, WithoutAttributesTheRecordIsTheNodes) {
-  const std::string record = Records().of(tag);
-  EXPECT_EQ(record, nodeRecord(reinterpret_cast<ztRoot *>(tag)));
-  tag->uid = 0;
-  EXPECT_EQ(Records().read(tag, record), 1);
-  EXPECT_EQ(nodeRecord(reinterpret_cast<ztRoot *>(tag)), record);
-}
-
-TEST_F(FilledTag, WritesText) {
-  const std::string node =
-      std::to_string(tag->uid) + "\n" + std::string(tag->name, sizeof tag->name) + "\n-1\n";
-  EXPECT_EQ(Records(ztTextFile_ctor).of(tag), node + Records(ztTextFile_ctor).of(at(ints)) +
-                                                  Records(ztTextFile_ctor).of(at(floats)) +
-                                                  Records(ztTextFile_ctor).of(at(others)));
-}
-
-TEST_F(FilledTag, ReadsWhatWasWritten) {
-  setValues(at(ints), Ints{65, 66, 67});
-  setValues(at(others), Ints{70, 71});
-  at(floats)->userValue = 9;
-  methods->setName(tag, "stored");
-  for (const ztCtor fileClass : {ztFile_ctor, ztTextFile_ctor}) {
-    const std::string record = Records(fileClass).of(tag);
-    auto *other = static_cast<ListeningTag *>(ListeningTag_ctor(nullptr, 1));
-    insert(other, "a", Ints{0});
-    insert(other, "b", Floats{0});
-    insert(other, "c", Ints{0});
-    const int32_t changes = other->changes;
-    EXPECT_EQ(Records(fileClass).read(other, record), 1);
-    EXPECT_STREQ(other->name, "stored");
-    EXPECT_EQ(other->uid, tag->uid);
-    EXPECT_EQ(other->changes, changes);
-    EXPECT_EQ(valuesOf<int32_t>(methods->getByName(other, "ints", nullptr)), (Ints{65, 66, 67}));
-    EXPECT_EQ(valuesOf<double>(methods->getByName(other, "floats", nullptr)), (Floats{1.5, 2.5, 4.5}));
-    EXPECT_EQ(valuesOf<int32_t>(methods->getByName(other, "others", nullptr)), (Ints{70, 71}));
-    EXPECT_EQ(static_cast<ztTagAttribute *>(methods->getByHandle(other, &floats))->userValue, 9);
-    EXPECT_EQ(static_cast<ztTagAttribute *>(methods->getByHandle(other, &floats))->owner, other);
-    release(other);
+TEST_F(ztTagFilled, WritesTheNodeAndThenEachAttribute) {
+  const std::string name(tag.fields().name, sizeof tag.fields().name);
+  const std::pair<ztCtor, std::string> nodes[] = {
+      {ztFile_ctor, nodeRecord(tag)},
+      {ztTextFile_ctor, std::to_string(tag.fields().uid) + "\n" + name + "\n-1\n"}};
+  for (const auto &[form, node] : nodes) {
+    EXPECT_EQ(recordOf(tag, form), node + recordOf(tag.at(ints), form) + recordOf(tag.at(floats), form) +
+                                       recordOf(tag.at(others), form));
   }
 }
 
-TEST_F(FilledTag, ReadsItsClassByItsIdentity) {
-  void *plain = ztTag_ctor(nullptr, 1);
-  Records records;
-  void *file = records.toWrite();
+TEST_F(ztTagTest, HasTheRecordOfANodeWithoutAttributes) {
+  const std::string record = recordOf(tag);
+  EXPECT_EQ(record, nodeRecord(tag));
+  tag.fields().uid = 0;
+  EXPECT_EQ(readRecord(tag, record), 1);
+  EXPECT_EQ(nodeRecord(tag), record);
+}
+
+TEST_F(ztTagFilled, ReadsWhatWasWritten) {
+  setValues(tag.at(ints), {65, 66, 67});
+  setValues(tag.at(others), {70, 71});
+  tag.at(floats)->userValue = 9;
+  tag->setName(tag, "stored");
+  for (const ztCtor form : {ztFile_ctor, ztTextFile_ctor}) {
+    const Tag other;
+    other.insert("a", ztIntTag_ctor, {0});
+    other.insert("b", ztFloatTag_ctor, {0});
+    other.insert("c", ztIntTag_ctor, {0});
+    other.changes() = 0;
+    EXPECT_EQ(readRecord(other, recordOf(tag, form), form), 1);
+    EXPECT_STREQ(other.fields().name, "stored");
+    EXPECT_EQ(other.fields().uid, tag.fields().uid);
+    EXPECT_EQ(other.changes(), 0);
+    for (const char *name : {"ints", "floats", "others"}) {
+      EXPECT_EQ(valuesOf(other->getByName(other, name, nullptr)),
+                valuesOf(tag->getByName(tag, name, nullptr)));
+    }
+    EXPECT_EQ(other.at(floats)->userValue, 9);
+    EXPECT_EQ(other.at(floats)->owner, &other.fields());
+  }
+}
+
+TEST(ztTag, IsReadByTheIdentityOfItsClass) {
+  const Tag plain(ztTag_ctor);
+  const Storage file;
   ASSERT_EQ(ztBaseClass_functions()->classWrite(nullptr, plain, file), 1);
-  ASSERT_EQ(ztTag_of(plain)->write(plain, file), 1);
-  const std::string record = records.written();
-  EXPECT_EQ(record.size(), 104 + nodeSize);
-  file = records.toRead(record);
-  void *read = ztBaseClass_functions()->classRead(nullptr, file);
-  ASSERT_NE(read, nullptr);
+  ASSERT_EQ(plain->write(plain, file), 1);
+  EXPECT_EQ(file.bytes().size(), 104 + nodeSize);
+  const Tag read(ztBaseClass_functions()->classRead(nullptr, file));
+  ASSERT_NE(static_cast<void *>(read), nullptr);
   EXPECT_EQ(ztOOP_classOf(read), ztTagClass_Instance());
-  EXPECT_EQ(ztTag_of(read)->read(read, file), 1);
-  EXPECT_EQ(static_cast<ztTag *>(read)->uid, static_cast<ztTag *>(plain)->uid);
-  release(read);
-  release(plain);
+  EXPECT_EQ(read->read(read, file), 1);
+  EXPECT_EQ(read.fields().uid, plain.fields().uid);
 }
 
 // Missing element bytes at the very end read as zeros; all else must be there.
-TEST_F(FilledTag, ReadingACutRecordFails) {
-  const std::string record = Records().of(tag);
+TEST_F(ztTagFilled, FailsToReadARecordThatIsCut) {
+  const std::string record = recordOf(tag);
   const size_t lastValues = nodeSize + 3 * attributeSize + 3 * 4 + 3 * 8;
   ASSERT_EQ(record.size(), lastValues + 3 * 4);
-  Records records;
   for (size_t size = 0; size < record.size(); ++size) {
-    EXPECT_EQ(records.read(tag, record.substr(0, size)), size >= lastValues) << size;
+    EXPECT_EQ(readRecord(tag, record.substr(0, size)), size >= lastValues) << size;
   }
-  EXPECT_EQ(records.read(tag, record), 1);
-  EXPECT_EQ(Records().of(tag), record);
+  EXPECT_EQ(readRecord(tag, record), 1);
+  EXPECT_EQ(recordOf(tag), record);
 }
 
-TEST_F(FilledTag, ATagWithFewerAttributesReadsThoseItHas) {
-  Records records;
-  const std::string record = records.of(tag);
-  void *fewer = ListeningTag_ctor(nullptr, 1);
-  insert(fewer, "one", Ints{0});
-  EXPECT_EQ(records.read(fewer, record), 1);
-  EXPECT_EQ(valuesOf<int32_t>(methods->getByHandle(fewer, &ints)), (Ints{1, 2, 4}));
-  EXPECT_EQ(records.position(), static_cast<int64_t>(nodeSize + attributeSize + 3 * 4));
-  release(fewer);
+TEST_F(ztTagFilled, IsReadByATagWithFewerAttributesForThoseItHasButNotByOneWithMore) {
+  const Tag fewer;
+  fewer.insert("one", ztIntTag_ctor, {0});
+  const Storage file(ztFile_ctor, recordOf(tag));
+  EXPECT_EQ(fewer->read(fewer, file), 1);
+  EXPECT_EQ(fewer.values(ints), "1 2 4");
+  EXPECT_EQ(file->tell(file), static_cast<int64_t>(nodeSize + attributeSize + 3 * 4));
+  const std::string record = recordOf(tag);
+  tag.insert("more", ztIntTag_ctor, {5});
+  EXPECT_EQ(readRecord(tag, record), 0);
+  EXPECT_EQ(tag.values({3, intType}), "5");
 }
 
-TEST_F(FilledTag, ATagWithMoreAttributesFailsToRead) {
-  const std::string record = Records().of(tag);
-  insert(tag, "more", Ints{5});
-  EXPECT_EQ(Records().read(tag, record), 0);
-  EXPECT_EQ(valuesOf<int32_t>(at({3, intType})), (Ints{5}));
-}
-
-TEST_F(FilledTag, ATagWithOtherAttributesStaysWhole) {
-  const std::string record = Records().of(tag);
-  void *other = ListeningTag_ctor(nullptr, 1);
-  const ztTagHandle first = insert(other, "a", Floats{0.5});
-  insert(other, "b", Ints{0});
-  EXPECT_EQ(Records().read(other, record), 0);
-  const auto *attribute = static_cast<const ztTagAttribute *>(methods->getByHandle(other, &first));
-  ASSERT_NE(attribute, nullptr);
-  EXPECT_STREQ(attribute->name, "ints");
-  EXPECT_EQ(valuesOf<double>(attribute), (Floats{0.5}));
+TEST_F(ztTagFilled, IsNotReadByATagWithOtherAttributesWhichStaysWhole) {
+  const Tag other;
+  const ztTagHandle first = other.insert("a", ztFloatTag_ctor, {0.5});
+  other.insert("b", ztIntTag_ctor, {0});
+  EXPECT_EQ(readRecord(other, recordOf(tag)), 0);
+  ASSERT_NE(other.at(first), nullptr);
+  EXPECT_STREQ(other.at(first)->name, "ints");
+  EXPECT_EQ(other.values(first), "0.5");
   double total = 0;
-  EXPECT_EQ(methods->getTotalValue(other, &first, &total), &total);
+  EXPECT_EQ(other->getTotalValue(other, &first, &total), &total);
   EXPECT_EQ(total, 0.5);
-  EXPECT_NE(methods->getByName(other, "b", nullptr), nullptr);
-  release(other);
+  EXPECT_NE(other->getByName(other, "b", nullptr), nullptr);
 }
 
-TEST_F(FilledTag, AnAttributeThatFailsEndsReadingAndWriting) {
-  EXPECT_EQ(methods->insertNew(tag, "stubborn", StubbornTag_ctor(nullptr, 1), nullptr, 0, 1, nullptr), 1);
-  const std::string record = Records().of(at(ints));
-  insert(tag, "behind", Ints{1});
+TEST_F(ztTagFilled, EndsReadingAndWritingAtAnAttributeThatFails) {
+  EXPECT_EQ(insertNew("stubborn", StubbornTag_ctor), 1);
+  tag.insert("behind", ztIntTag_ctor, {1});
   // A host's own may hand on what a text file's primitives give.
   for (const int32_t failure : {0, -1}) {
     stubbornResult = failure;
-    Records records;
-    EXPECT_EQ(methods->write(tag, records.toWrite()), 0);
-    const std::string written = records.written();
-    EXPECT_EQ(written.size(), nodeSize + 3 * attributeSize + 3 * 4 + 3 * 8 + 3 * 4);
-    EXPECT_EQ(Records().read(tag, written + record), 0);
-    EXPECT_EQ(valuesOf<int32_t>(at({4, intType})), (Ints{1}));
+    const Storage file;
+    EXPECT_EQ(tag->write(tag, file), 0);
+    EXPECT_EQ(file.bytes().size(), nodeSize + 3 * attributeSize + 3 * 4 + 3 * 8 + 3 * 4);
+    EXPECT_EQ(readRecord(tag, file.bytes() + recordOf(tag.at(ints))), 0);
+    EXPECT_EQ(tag.values({4, intType}), "1");
   }
 }
 
-TEST_F(FilledTag, ReadAndWriteNeedAnOpenFile) {
-  void *closed = ztFile_ctor(nullptr, 1);
-  for (void *file : {closed, static_cast<void *>(nullptr)}) {
-    EXPECT_EQ(methods->write(tag, file), 0);
-    EXPECT_EQ(methods->read(tag, file), 0);
+TEST_F(ztTagFilled, NeedsAnOpenFileToReadAndWrite) {
+  const Owned closed(ztFile_ctor);
+  for (void *file : {static_cast<void *>(closed), static_cast<void *>(nullptr)}) {
+    EXPECT_EQ(tag->write(tag, file), 0);
+    EXPECT_EQ(tag->read(tag, file), 0);
   }
-  release(closed);
-  EXPECT_EQ(valuesOf<int32_t>(at(ints)), (Ints{1, 2, 4}));
+  EXPECT_EQ(allValues(tag), asMade);
 }
 
-TEST_F(FilledTag, WritingStopsAtTheFirstFailure) {
-  auto *file = static_cast<RefusingFile *>(RefusingFile_ctor(nullptr, 1));
+TEST_F(ztTagFilled, StopsWritingAtTheFirstFailure) {
   // The node's record takes three writes, an attribute's five and one for each value.
-  for (const int32_t allowed : {0, 1, 2, 3, 7, 11, 15, 19, 23}) {
-    file->allowed = allowed;
-    file->calls = 0;
-    EXPECT_EQ(methods->write(tag, file), 0) << allowed;
+  const int all = 3 + 3 * (5 + 3);
+  for (const int allowed : {0, 1, 2, 3, 7, 11, 15, 19, 23, all}) {
+    const Storage file(FaultyFile_ctor);
+    FileScript script;
+    script.answerAll(0, allowed);
+    EXPECT_EQ(tag->write(tag, file), allowed == all) << allowed;
+    if (allowed == all) {
+      EXPECT_EQ(script.calls.size(), static_cast<size_t>(all));
+    }
   }
-  file->allowed = 3 + 3 * (5 + 3);
-  file->calls = 0;
-  EXPECT_EQ(methods->write(tag, file), 1);
-  EXPECT_EQ(file->calls, file->allowed);
-  release(file);
 }
