@@ -183,7 +183,7 @@ class Keyed {
   const Policy valuePolicy;
   Elements keys{keyPolicy};
   Elements values{valuePolicy};
-  NothingLost live;  // from here on: the elements keep objects of their own
+  NoneLost live;  // from here on: the elements keep objects of their own
   Container container;
 };
 
@@ -508,9 +508,9 @@ TEST(KeyedContainerOfObjects, CopyThatFailsLosesNothing) {
 
 TEST(KeyedContainerOfObjects, TakesNoneThatRefusesToBeCopied) {
   forEachKind([](Keyed &keyed) {
-    const Object good(newCounted(1));
-    const Object other(newCounted(5));
-    const Object bad(newCounted(refusesToClone));
+    const CountedObject good = counted(1);
+    const CountedObject other = counted(5);
+    const CountedObject bad = counted(refusesToClone);
     const auto push = [&keyed](const void *key, const void *value) {
       return keyed.kind.push(keyed.container, key, value) != nullptr;
     };
@@ -528,8 +528,8 @@ TEST(KeyedContainerOfObjects, TakesNoneThatRefusesToBeCopied) {
 
 TEST(KeyedContainerOfObjects, KeepsTheClassesOfObjectsThatStayTheCallers) {
   forEachKind([](Keyed &keyed) {
-    const Object twin(newCounted(1, CountedTwin_ctor));
-    const Object larger(newCounted(2, CountedLarger_ctor));
+    const CountedObject twin = counted(1, CountedTwin_ctor);
+    const CountedObject larger = counted(2, CountedLarger_ctor);
     keyed.kind.push(keyed.container, twin, larger);
     keyed.kind.push(keyed.container, larger, twin);
     EXPECT_EQ(twin.fields().refCount, 1);

@@ -4,18 +4,11 @@
 
 #include "core/ztmem.h"
 #include "tests/containers/elements.hh"
-#include "tests/helpers/owned.hh"
-
-#include <gtest/gtest.h>
 
 #include <numeric>
-#include <string>
 #include <utility>
-#include <vector>
 
-using Numbers = std::vector<int32_t>;
 using Pairs = std::vector<std::pair<int32_t, int32_t>>;
-using Object = Owned<Counted, CountedMethods>;
 
 // The numbers from 0, so many.
 inline Numbers upTo(int32_t count) {
@@ -23,13 +16,6 @@ inline Numbers upTo(int32_t count) {
   std::iota(numbers.begin(), numbers.end(), 0);
   return numbers;
 }
-
-// Expects the Counted objects that came to life since to be gone at the end of the scope.
-struct NothingLost : LiveCount {
-  ~NothingLost() {
-    EXPECT_EQ(made(), 0) << "an object was lost, or released twice";
-  }
-};
 
 // What the methods of a host's class were called for, a letter each.
 inline std::string asked;

@@ -199,8 +199,8 @@ TEST(ztHashTable, ObjectsAsKeysDifferByTheirBytes) {
   table->setKeySize(table, sizeof(Counted), 0);
   table->setCompareFunction(table, [](const void *, const void *) { return 0; });
   table->setSize(table, 1 << 16);
-  EXPECT_EQ(table->insert(table, Object(newCounted(1)), nullptr), 1);
-  EXPECT_EQ(table->insert(table, Object(newCounted(2)), nullptr), 1) << "in different buckets, equal or not";
+  EXPECT_EQ(table->insert(table, counted(1), nullptr), 1);
+  EXPECT_EQ(table->insert(table, counted(2), nullptr), 1) << "in different buckets, equal or not";
 }
 
 TEST(ztHashTable, ComparesTheStoredKeyWithTheGivenOne) {
