@@ -2,6 +2,7 @@
 
 #include "containers/ztarrays.h"
 #include "io/ztfile.h"
+#include "tests/containers/pairs.hh"
 
 #include <algorithm>
 
@@ -162,35 +163,23 @@ static int32_t valueOf(const void *object) {
   return static_cast<const Hooked *>(object)->value;
 }
 
+void configureHooked(void *container) {
+  const ztSequenceContainerMethods *methods = ztSequenceContainer_of(container);
+  methods->setElementConstructor(container, Hooked_ctor);
+  methods->setElementSize(container, sizeof(Hooked), 0);
+  methods->setCompareFunction(container, compareHooked);
+}
+
 void *newArray(const Numbers &numbers) {
-  const Quiet making;
-  void *array = ztArray_ctor(nullptr, 1);
-  const ztArrayMethods *methods = ztArray_of(array);
-  methods->setElementConstructor(array, Hooked_ctor);
-  methods->setElementSize(array, sizeof(Hooked), 0);
-  methods->setCompareFunction(array, compareHooked);
-  for (const int32_t number : numbers) methods->pushBack(array, hooked(number));
-  return array;
+  return newSequence(ztArray_ctor, &ztArrayMethods::pushBack, numbers);
 }
 
 void *newList(const Numbers &numbers) {
-  const Quiet making;
-  void *list = ztList_ctor(nullptr, 1);
-  const ztListMethods *methods = ztList_of(list);
-  methods->setElementConstructor(list, Hooked_ctor);
-  methods->setCompareFunction(list, compareHooked);
-  for (const int32_t number : numbers) methods->pushBack(list, hooked(number));
-  return list;
+  return newSequence(ztList_ctor, &ztListMethods::pushBack, numbers);
 }
 
 void *newTree(const Numbers &numbers) {
-  const Quiet making;
-  void *tree = ztAvlTree_ctor(nullptr, 1);
-  const ztAvlTreeMethods *methods = ztAvlTree_of(tree);
-  methods->setElementConstructor(tree, Hooked_ctor);
-  methods->setCompareFunction(tree, compareHooked);
-  for (const int32_t number : numbers) methods->push(tree, hooked(number));
-  return tree;
+  return newSequence(ztAvlTree_ctor, &ztAvlTreeMethods::push, numbers);
 }
 
 void configureHookedMap(void *map) {
@@ -265,17 +254,12 @@ Numbers keysInMap(const void *map) {
   return inTree(tree);
 }
 
-Numbers inTable(const void *container) {
-  const auto *table = static_cast<const ztHashTable *>(container);
+Numbers inTable(const void *table) {
   Numbers numbers;
-  for (int32_t i = 0; table->count != 0 && i < table->buckets->count; ++i) {
-    const auto *item = static_cast<ztHashTableItem **>(table->buckets->data)[i];
-    for (; item != nullptr; item = item->next) {
-      numbers.push_back(valueOf(item->value));
-      EXPECT_EQ(*static_cast<const int32_t *>(item->data), numbers.back());
-    }
+  for (const ztHashTableItem *item : itemsInTable(table)) {
+    numbers.push_back(valueOf(item->value));
+    EXPECT_EQ(*static_cast<const int32_t *>(item->data), numbers.back());
   }
-  EXPECT_EQ(table->count, numbers.size());
   std::sort(numbers.begin(), numbers.end());
   return numbers;
 }

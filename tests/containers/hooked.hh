@@ -79,8 +79,20 @@ void *newList(const Numbers &numbers);
 void *newTree(const Numbers &numbers);
 void *newMap(const Numbers &numbers);
 void *newTable(const Numbers &numbers);
+void configureHooked(void *container);
 void configureHookedMap(void *map);
 void configureHookedTable(void *table);
+
+// A container that keeps such objects alone, with the method that puts them in.
+template <typename Methods, typename Item>
+void *newSequence(ztCtor constructor, Item *(*Methods::*put)(void *, const void *), const Numbers &numbers) {
+  const Quiet making;
+  void *container = constructor(nullptr, 1);
+  configureHooked(container);
+  const auto *methods = static_cast<const Methods *>(ztOOP_classOf(container)->methodTable);
+  for (const int32_t number : numbers) (methods->*put)(container, hooked(number));
+  return container;
+}
 
 // Puts a number's object in: 1 when it is in.
 int32_t putIntoTable(void *table, int32_t number);

@@ -36,10 +36,11 @@ const ztContainerItem *asItem(const void *item) {
   return static_cast<const ztContainerItem *>(item);
 }
 
-Items itemsInTree(const void *tree) {
-  Items items;
-  for (const void *item : itemsIn(tree)) items.push_back(asItem(item));
-  return items;
+template <typename Item>
+Items asItems(const std::vector<Item *> &items) {
+  Items all;
+  for (const void *item : items) all.push_back(asItem(item));
+  return all;
 }
 
 const Kind treeKind = {
@@ -49,7 +50,7 @@ const Kind treeKind = {
     .push = [](auto *tree, auto *key, auto *) { return asItem(ztAvlTree_of(tree)->push(tree, key)); },
     .find = [](auto *tree, auto *key) { return asItem(ztAvlTree_of(tree)->find(tree, key)); },
     .empty = [](auto *tree) { ztAvlTree_of(tree)->empty(tree); },
-    .itemsOf = itemsInTree,
+    .itemsOf = [](auto *tree) { return asItems(itemsIn(tree)); },
     .valueOf = nullptr,
     .count = [](auto *tree) -> uint32_t & { return static_cast<ztAvlTree *>(tree)->count; },
     .treeOf = [](auto *tree) { return tree; },
@@ -69,25 +70,13 @@ const Kind mapKind = {
                auto *value) { return asItem(ztMap_of(map)->pushBack(map, key, value)); },
     .find = [](auto *map, auto *key) { return asItem(ztMap_of(map)->find(map, key)); },
     .empty = [](auto *map) { ztMap_of(map)->empty(map); },
-    .itemsOf = [](auto *map) { return itemsInTree(treeIn(map)); },
+    .itemsOf = [](auto *map) { return asItems(itemsIn(treeIn(map))); },
     .valueOf = [](auto *item) -> const void * { return reinterpret_cast<const ztMapItem *>(item)->value; },
     .count = [](auto *map) -> uint32_t & { return static_cast<ztMap *>(map)->tree->count; },
     .treeOf = treeIn,
     .pop = [](auto *map, auto *key) { return ztMap_of(map)->pop(map, key); },
     .findAll = [](auto *map, auto *key, auto *out) { return ztMap_of(map)->findAll(map, key, out); },
 };
-
-// Bucket by bucket, each as it stands in its chain.
-Items itemsInTable(const void *container) {
-  const auto *table = static_cast<const ztHashTable *>(container);
-  Items items;
-  for (int32_t i = 0; table->count > 0 && i < table->buckets->count; ++i) {
-    const auto *item = static_cast<ztHashTableItem **>(table->buckets->data)[i];
-    for (; item != nullptr; item = item->next) items.push_back(asItem(item));
-  }
-  EXPECT_EQ(items.size(), table->count);
-  return items;
-}
 
 const Kind tableKind = {
     .name = "ztHashTable",
@@ -100,7 +89,7 @@ const Kind tableKind = {
         },
     .find = [](auto *table, auto *key) { return asItem(ztHashTable_of(table)->find(table, key)); },
     .empty = [](auto *table) { ztHashTable_of(table)->empty(table); },
-    .itemsOf = itemsInTable,
+    .itemsOf = [](auto *table) { return asItems(itemsInTable(table)); },
     .valueOf = [](auto *item) -> const void * {
       return reinterpret_cast<const ztHashTableItem *>(item)->value;
     },

@@ -3,6 +3,17 @@
 #include "containers/ztacont.h"
 #include "containers/ztarrays.h"
 
+std::vector<const ztHashTableItem *> itemsInTable(const void *container) {
+  const auto *table = static_cast<const ztHashTable *>(container);
+  std::vector<const ztHashTableItem *> items;
+  for (int32_t i = 0; table->count > 0 && i < table->buckets->count; ++i) {
+    const auto *item = static_cast<ztHashTableItem **>(table->buckets->data)[i];
+    for (; item != nullptr; item = item->next) items.push_back(item);
+  }
+  EXPECT_EQ(items.size(), table->count);
+  return items;
+}
+
 static int32_t sizeOf(Policy policy) {
   return policy == Policy::byValue ? int32_t{sizeof(int32_t)} : int32_t{sizeof(void *)};
 }

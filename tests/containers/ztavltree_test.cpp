@@ -15,10 +15,6 @@ namespace {
 
 using IntArray = Owned<ztIntArray, ztIntArrayMethods>;
 
-int32_t numberIn(const ztAvlTreeItem *item) {
-  return *static_cast<const int32_t *>(item->data);
-}
-
 }  // namespace
 
 TEST(ztAvlTree, AscendingPushesKeepTheHeightLogarithmic) {
@@ -148,8 +144,20 @@ static struct {
   ztAvlTreeItem *deleted;               // last, by then released
   const ztAvlTreeItem *rightOfDeleted;  // its right link
   size_t refuseFrom;                    // from this call on no item is made
-  const void *watched;                  // is whole whenever an item is deleted
+  void *watched;                        // is whole whenever an item is deleted
+  bool popsNext;                        // of the watched tree, the next number goes along
 } recorded;
+
+static int32_t numberIn(const ztAvlTreeItem *item) {
+  return *static_cast<const int32_t *>(item->data);
+}
+
+static void popNext(void *tree, int32_t number) {
+  EXPECT_EQ(ztAvlTree_of(tree)->find(tree, &number), nullptr);
+  ++number;
+  ztAvlTree_of(tree)->pop(tree, &number);
+  EXPECT_EQ(faultOf(tree), "");
+}
 
 static void *recorderNewItem(void *object, const void *element) {
   asked += 'n';
@@ -167,9 +175,8 @@ static void recorderDeleteItem(void *object, void *item) {
   asked += 'd';
   recorded.deleted = static_cast<ztAvlTreeItem *>(item);
   recorded.rightOfDeleted = recorded.deleted->right;
-  if (recorded.watched != nullptr) {
-    EXPECT_EQ(faultOf(recorded.watched), "");
-  }
+  EXPECT_EQ(recorded.watched == nullptr ? "" : faultOf(recorded.watched), "");
+  if (recorded.popsNext) popNext(recorded.watched, numberIn(recorded.deleted));
   ztSequenceContainer_table()->deleteItem(object, item);
 }
 
@@ -186,7 +193,7 @@ namespace {
 class ztAvlTreeWithManager : public testing::Test {
  protected:
   ztAvlTreeWithManager() {
-    recorded = {nullptr, nullptr, nullptr, SIZE_MAX, nullptr};
+    recorded = {nullptr, nullptr, nullptr, SIZE_MAX, nullptr, false};
     asked.clear();
     recorder->setElementSize(recorder, sizeof(int32_t), 0);
     recorder->setItemConstructor(recorder, ztAvlTreeItem_ctor);
@@ -241,6 +248,20 @@ TEST_F(ztAvlTreeWithManager, IsWholeWheneverAnItemIsDeleted) {
   }
   tree->empty(tree);
   EXPECT_EQ(tree.fields().count, 0U);
+  recorded.watched = nullptr;
+}
+
+TEST_F(ztAvlTreeWithManager, MayBeCalledWhileAnItemIsDeleted) {
+  recorded.watched = tree;
+  for (const int32_t popped : {0, 5, 19}) {
+    for (const int32_t number : upTo(20)) tree.push(number);
+    recorded.popsNext = true;
+    EXPECT_EQ(tree.pop(popped), 1);
+    EXPECT_EQ(tree.fields().count, static_cast<uint32_t>(popped)) << "each took the next with it";
+    tree->empty(tree);
+    EXPECT_EQ(tree.fields().count, 0U);
+    recorded.popsNext = false;
+  }
   recorded.watched = nullptr;
 }
 
@@ -431,56 +452,6 @@ TEST(ztAvlTree, ItemOfAPoppedElementWithTwoChildrenHoldsItsSuccessor) {
   EXPECT_EQ(tree.pop(4), 1);
   EXPECT_EQ(tree.fields().root, item);
   EXPECT_EQ(item->data, successor);
-}
-
-// An element that, at its end, takes itself and the next number out of a tree.
-static ztAvlTree *registry;
-
-#define Member_FIELDS \
-  ztBaseClass_FIELDS  \
-  int32_t value;
-#define Member_METHODS ztBaseClass_METHODS
-ZT_DECLARE_CLASS(Member)
-
-static void memberDestroy(void *object) {
-  Member other;
-  Member_ctor(&other, 0);
-  other.value = static_cast<const Member *>(object)->value + 1;
-  if (registry != nullptr) {
-    EXPECT_EQ(ztAvlTree_of(registry)->find(registry, object), nullptr);
-    ztAvlTree_of(registry)->pop(registry, &other);
-    EXPECT_EQ(faultOf(registry), "");
-  }
-  ztBaseClass_table()->destroy(object);
-}
-
-static void memberMethods(MemberMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, memberDestroy);
-}
-
-ZT_DEFINE_CLASS(Member, ztBaseClass, memberMethods)
-
-static int32_t compareMembers(const void *first, const void *second) {
-  return ztIntArray_compare_func(&static_cast<const Member *>(first)->value,
-                                 &static_cast<const Member *>(second)->value);
-}
-
-TEST(ztAvlTree, ElementMayCallIntoTheTreeAtItsEnd) {
-  for (const int32_t popped : {0, 5, 19}) {
-    const Tree tree(ztAvlTree_ctor);
-    tree->setElementConstructor(tree, Member_ctor);
-    tree->setCompareFunction(tree, compareMembers);
-    Member member;
-    Member_ctor(&member, 1);
-    for (member.value = 0; member.value < 20; ++member.value) tree->push(tree, &member);
-    registry = &tree.fields();
-    member.value = popped;
-    EXPECT_EQ(tree->pop(tree, &member), 1);
-    EXPECT_EQ(tree.fields().count, static_cast<uint32_t>(popped)) << "each took the next with it";
-    tree->empty(tree);
-    EXPECT_EQ(tree.fields().count, 0U);
-    registry = nullptr;
-  }
 }
 
 // Finding -----------------------------------------------------------------------------------------
