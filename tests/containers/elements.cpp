@@ -8,51 +8,36 @@
 
 int32_t countedLive;
 
-static int32_t countedCreate(void *object) {
-  if (!ztBaseClass_table()->create(object)) return 0;
-  static_cast<Counted *>(object)->value = 0;
-  static_cast<Counted *>(object)->owned = new int32_t;
-  ++countedLive;
-  CountedCalls::record("create");
-  return 1;
-}
-
-static void *countedClone(const void *object, void *target) {
-  if (static_cast<const Counted *>(object)->value == refusesToClone) return nullptr;
-  void *copy = ztBaseClass_table()->clone(object, target);
-  static_cast<Counted *>(copy)->owned = new int32_t;
-  ++countedLive;
-  CountedCalls::record("clone");
-  return copy;
-}
-
-static int32_t countedAssign(void *object, const void *other) {
-  static_cast<Counted *>(object)->value = static_cast<const Counted *>(other)->value;
-  return 1;
-}
-
-static void countedDestroy(void *object) {
-  --countedLive;
-  CountedCalls::record("destroy");
-  delete static_cast<Counted *>(object)->owned;
-  ztBaseClass_table()->destroy(object);
-}
-
-static int32_t countedRead(void *object, void *file) {
-  return ztFile_of(file)->readInt(file, &static_cast<Counted *>(object)->value);
-}
-
-static int32_t countedWrite(const void *object, void *file) {
-  return ztFile_of(file)->writeInt(file, static_cast<const Counted *>(object)->value);
-}
-
 static void countedMethods(CountedMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, countedCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, countedClone);
-  ZT_OVERRIDE_METHOD(methods, assign, countedAssign);
-  ZT_OVERRIDE_METHOD(methods, destroy, countedDestroy);
-  ZT_OVERRIDE_METHOD(methods, read, countedRead);
-  ZT_OVERRIDE_METHOD(methods, write, countedWrite);
+  methods->create = [](void *object) {
+    if (!ztBaseClass_table()->create(object)) return 0;
+    static_cast<Counted *>(object)->value = 0;
+    static_cast<Counted *>(object)->owned = new int32_t;
+    ++countedLive;
+    return 1;
+  };
+  methods->clone = [](const void *object, void *target) -> void * {
+    if (static_cast<const Counted *>(object)->value == refusesToClone) return nullptr;
+    void *copy = ztBaseClass_table()->clone(object, target);
+    static_cast<Counted *>(copy)->owned = new int32_t;
+    ++countedLive;
+    return copy;
+  };
+  methods->assign = [](void *object, const void *other) {
+    static_cast<Counted *>(object)->value = static_cast<const Counted *>(other)->value;
+    return 1;
+  };
+  methods->destroy = [](void *object) {
+    --countedLive;
+    delete static_cast<Counted *>(object)->owned;
+    ztBaseClass_table()->destroy(object);
+  };
+  methods->read = [](void *object, void *file) {
+    return ztFile_of(file)->readInt(file, &static_cast<Counted *>(object)->value);
+  };
+  methods->write = [](const void *object, void *file) {
+    return ztFile_of(file)->writeInt(file, static_cast<const Counted *>(object)->value);
+  };
 }
 
 ZT_DEFINE_CLASS(Counted, ztBaseClass, countedMethods)
@@ -61,14 +46,11 @@ static void countedTwinMethods(CountedTwinMethods *) {}
 
 ZT_DEFINE_CLASS(CountedTwin, Counted, countedTwinMethods)
 
-static int32_t countedLargerCreate(void *object) {
-  if (!Counted_table()->create(object)) return 0;
-  for (int64_t &word : static_cast<CountedLarger *>(object)->more) word = 0;
-  return 1;
-}
-
 static void countedLargerMethods(CountedLargerMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, countedLargerCreate);
+  methods->create = [](void *object) {
+    for (int64_t &word : static_cast<CountedLarger *>(object)->more) word = 0;
+    return Counted_table()->create(object);
+  };
 }
 
 ZT_DEFINE_CLASS(CountedLarger, Counted, countedLargerMethods)

@@ -12,7 +12,6 @@
 #include <string.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 using Numbers = std::vector<int32_t>;
@@ -40,27 +39,6 @@ inline constexpr int32_t refusesToClone = -1;
 
 // Counted objects, of subclasses too, that were created or cloned and not yet destroyed.
 extern int32_t countedLive;
-
-// Records which of their methods create, clone and destroy were called, in order, as long as it lives.
-class CountedCalls {
- public:
-  CountedCalls() {
-    recorder = this;
-  }
-  ~CountedCalls() {
-    recorder = nullptr;
-  }
-  static void record(const char *method) {
-    if (recorder != nullptr) recorder->calls.emplace_back(method);
-  }
-  std::vector<std::string> taken() {
-    return std::exchange(calls, {});
-  }
-
- private:
-  static inline CountedCalls *recorder = nullptr;
-  std::vector<std::string> calls;
-};
 
 // A new object of Counted or a subclass; the second is released at the end of its scope.
 Counted *newCounted(int32_t value, ztCtor constructor = Counted_ctor);

@@ -21,11 +21,6 @@ inline Notes taken() {
   return std::exchange(notes, {});
 }
 
-inline void noteCall(std::string note) {
-  notes.push_back(std::move(note));
-  if (atEachNote) atEachNote();
-}
-
 template <size_t length>
 struct MethodName {
   consteval MethodName(const char (&characters)[length]) {
@@ -51,19 +46,17 @@ struct NotingMethod<name, slot> {
   static inline Result (*parents)(Object *, Arguments...);
 
   static Result call(Object *object, Arguments... arguments) {
-    noteCall((std::string(name.text) + ... + noteOf(arguments)));
+    notes.push_back((std::string(name.text) + ... + noteOf(arguments)));
+    if (atEachNote) atEachNote();
     return parents(object, arguments...);
-  }
-
-  static void install(Methods *methods) {
-    parents = methods->*slot;
-    methods->*slot = call;
   }
 };
 
 template <MethodName name, auto slot, typename Methods>
 void note(Methods *methods) {
-  NotingMethod<name, slot>::install(methods);
+  using Noting = NotingMethod<name, slot>;
+  Noting::parents = methods->*slot;
+  methods->*slot = Noting::call;
 }
 
 #endif
