@@ -6,508 +6,402 @@
 
 #include <algorithm>
 #include <set>
-#include <vector>
 
-#include "containers/ztarrays.h"
-#include "containers/ztavliter.h"
-#include "containers/zthashtab.h"
-#include "containers/ztlists.h"
-#include "containers/ztmap.h"
 #include "containers/ztqueue.h"
 #include "tests/containers/hooked.hh"
 #include "tests/helpers/faults.hh"
-#include "tests/helpers/owned.hh"
 #include "tests/helpers/scale.hh"
-
-using Numbers = std::vector<int32_t>;
-using Object = Owned<Hooked, HookedMethods>;
-using Array = Owned<ztArray, ztArrayMethods>;
-
-static Object object(int32_t value) {
-  return Object(newHooked(value));
-}
 
 namespace {
 
+using Call = std::function<void()>;
+
 struct Thrown {};
+
+enum class Way { exception, jump };
 
 }  // namespace
 
 static jmp_buf jumpTarget;
 
-enum class Way { exception, jump };
+// An item manager that leaves its calls, too: when an item is deleted, which is gone by then.
+#define LeavingManager_FIELDS ztSequenceContainer_FIELDS
+#define LeavingManager_METHODS ztSequenceContainer_METHODS
+ZT_DECLARE_CLASS(LeavingManager)
+
+static Call beforeDeletion;
+
+static void leavingManagerMethods(LeavingManagerMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, deleteItem, [](void *object, void *item) {
+    ztSequenceContainer_table()->deleteItem(object, item);
+    if (beforeDeletion != nullptr) beforeDeletion();
+  });
+  ZT_OVERRIDE_METHOD(methods, getSize, [](const void *) -> int32_t { return 0; });
+}
+
+ZT_DEFINE_CLASS(LeavingManager, ztSequenceContainer, leavingManagerMethods)
 
 // Calls deep enough that a later call of the test's own shows the frames to be gone.
-__attribute__((noinline)) static void callDeeply(const std::function<void()> &call) {
+__attribute__((noinline)) static void callDeeply(const Call &call) {
   char room[8192];
   asm volatile("" : : "r"(room) : "memory");
   call();
   asm volatile("" : : "r"(room) : "memory");
 }
 
-// Leaves the call at the event that follows so many others of its kind. Whether it was left.
-static bool leave(Way way, Event event, const std::function<void()> &call, int others = 0) {
-  if (way == Way::exception) {
-    const Hook hook(
-        event, [] { throw Thrown(); }, others);
-    try {
-      callDeeply(call);
-    } catch (const Thrown &) {
-      return true;
-    }
-    return false;
-  }
-  const Hook hook(
-      event, [] { longjmp(jumpTarget, 1); }, others);
-  // NOLINTNEXTLINE: what the jump passes over has no destructors that matter here
-  if (setjmp(jumpTarget) != 0) return true;
-  callDeeply(call);
-  return false;
-}
-
-// An item manager that leaves its calls, too.
-#define LeavingManager_FIELDS ztSequenceContainer_FIELDS
-#define LeavingManager_METHODS ztSequenceContainer_METHODS
-ZT_DECLARE_CLASS(LeavingManager)
-
-static std::function<void()> beforeDeletion;
-
-static void leavingDeleteItem(void *object, void *item) {
-  ztSequenceContainer_table()->deleteItem(object, item);
-  if (beforeDeletion != nullptr) beforeDeletion();
-}
-
-static int32_t leavingGetSize(const void *) {
-  return 0;
-}
-
-static void leavingManagerMethods(LeavingManagerMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, deleteItem, leavingDeleteItem);
-  ZT_OVERRIDE_METHOD(methods, getSize, leavingGetSize);
-}
-
-ZT_DEFINE_CLASS(LeavingManager, ztSequenceContainer, leavingManagerMethods)
+namespace {
 
 // Releases in the end what calls that were left have lost, and nothing else is lost.
 class Leaving : public testing::TestWithParam<Way> {
  protected:
-  size_t mayBeLost = 10;  // two blocks a call, and what an element owns
-
   Leaving() {
     // A class keeps what its first object has made.
-    for (void *first : {static_cast<void *>(newHooked(0)), LeavingManager_ctor(nullptr, 1)}) {
-      ztBaseClass_of(first)->unRef(first);
-    }
+    hooked(0);
+    const Owned<LeavingManager, LeavingManagerMethods> first(LeavingManager_ctor);
     notedBlocks = &blocks;
   }
   ~Leaving() override {
-    // Another call has the library drop what it knows to be left.
-    void *another = ztArray_ctor(nullptr, 1);
-    ztArray_of(another)->setCompareFunction(another, compareHooked);
-    ztArray_of(another)->find(another, nullptr);
-    ztArray_of(another)->unRef(another);
+    {
+      // Another call has the library drop what it knows to be left.
+      const Array another(newArray({}));
+      another->find(another, nullptr);
+    }
     notedBlocks = nullptr;
     EXPECT_LE(blocks.size(), mayBeLost);
     for (void *lost : blocks) ztm_free(lost);
   }
 
+  // Whether the call is left.
+  static bool isLeft(const Call &call) {
+    if (GetParam() == Way::exception) {
+      try {
+        callDeeply(call);
+      } catch (const Thrown &) {
+        return true;
+      }
+      return false;
+    }
+    // NOLINTNEXTLINE: what the jump passes over has no destructors that matter here
+    if (setjmp(jumpTarget) != 0) return true;
+    callDeeply(call);
+    return false;
+  }
+  static void leaveNow() {
+    if (GetParam() == Way::exception) throw Thrown();
+    longjmp(jumpTarget, 1);
+  }
+  // Leaves the call at the event that follows so many others of its kind. Whether it was left.
+  static bool leave(Event event, int others, const Call &call) {
+    const Hook hook(event, others, leaveNow);
+    return isLeft(call);
+  }
+  static bool leave(Event event, const Call &call) {
+    return leave(event, 0, call);
+  }
+  static bool leaveAtDeletion(const Call &call) {
+    beforeDeletion = leaveNow;
+    const bool left = isLeft(call);
+    beforeDeletion = nullptr;
+    return left;
+  }
+  // Leaves a call so often that what each leaves behind would show.
+  static void leaveOften(Event event, const Call &call);
+
+  size_t mayBeLost = 10;  // two blocks a call, and what elements own
+  int live = hookedLive;
+
  private:
   std::set<void *> blocks;
 };
 
-INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump), [](const auto &test) {
+std::string wayName(const testing::TestParamInfo<Way> &test) {
   return test.param == Way::exception ? "Exception" : "Jump";
-});
-
-static Array newArray(const Numbers &numbers) {
-  const Quiet making;
-  Array array(ztArray_ctor);
-  array->setElementConstructor(array, Hooked_ctor);
-  array->setElementSize(array, sizeof(Hooked), 0);
-  array->setCompareFunction(array, compareHooked);
-  for (const int32_t number : numbers) array->pushBack(array, object(number));
-  return array;
 }
 
-static Numbers numbersOf(const Array &array) {
-  Numbers numbers;
-  for (int32_t i = 0; i < array->getSize(array); ++i) {
-    EXPECT_TRUE(isWhole(array->getAt(array, i)));
-    numbers.push_back(static_cast<const Hooked *>(array->getAt(array, i))->value);
+INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump), wayName);
+
+}  // namespace
+
+// Arrays ------------------------------------------------------------------------------------------
+
+TEST_P(Leaving, ArraysStayWhole) {
+  mayBeLost = 6 * 3;
+  Array array(newArray({}));
+  const HookedObject four = hooked(4);
+  const struct {
+    const char *name;
+    Event event;
+    int others;
+    Call call;
+    Numbers left;
+    Numbers afterAnother;  // such call, which is not left
+  } rows[] = {
+      {"pushBack", Event::clone, 0, [&] { array->pushBack(array, four); }, {1, 2, 3}, {1, 2, 3, 4}},
+      {"removeAt", Event::destroy, 0, [&] { array->removeAt(array, 1); }, {1, 3}, {1}},
+      {"resize", Event::clone, 1, [&] { array->resize(array, 4); }, {1, 2, 3}, {1, 2, 3, 0}},
+      {"resize", Event::create, 1, [&] { array->resize(array, 5); }, {1, 2, 3}, {1, 2, 3, 0, 0}},
+      {"setSize", Event::create, 2, [&] { array->setSize(array, 4); }, {}, {0, 0, 0, 0}},
+      {"empty", Event::destroy, 0, [&] { array->empty(array); }, {}, {}},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.name);
+    array = Array(newArray({1, 2, 3}));
+    EXPECT_TRUE(leave(row.event, row.others, row.call));
+    EXPECT_EQ(inArray(array), row.left);
+    EXPECT_EQ(array->getData(array) == nullptr, row.left.empty());
+    row.call();
+    EXPECT_EQ(inArray(array), row.afterAnother);
   }
-  return numbers;
-}
-
-TEST_P(Leaving, PushBackFromCloneLeavesTheElementsThatTheArrayHad) {
-  const Array array = newArray({1, 2});
-  const Object three = object(3);
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { array->pushBack(array, three); }));
-  EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
-  EXPECT_NE(array->pushBack(array, three), nullptr);
-  EXPECT_EQ(numbersOf(array), Numbers({1, 2, 3}));
 }
 
 TEST_P(Leaving, SetAtFromCloneLeavesTheOtherElementsToTheArraysEnd) {
-  const Array array = newArray({1, 2, 3});
-  const Object four = object(4);
-  const int live = hookedLive;
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { array->setAt(array, four, 0); }));
-  EXPECT_EQ(numbersOf(array), Numbers());
-  EXPECT_EQ(hookedLive, live - 1);
+  const Array array(newArray({1, 2, 3}));
+  const HookedObject four = hooked(4);
+  EXPECT_TRUE(leave(Event::clone, [&] { array->setAt(array, four, 0); }));
+  EXPECT_EQ(inArray(array), Numbers());
+  EXPECT_EQ(hookedLive, live + 3);
   array->destroy(array);
-  EXPECT_EQ(hookedLive, live - 3);
+  EXPECT_EQ(hookedLive, live + 1);
 }
 
 TEST_P(Leaving, SetAtFromDestroyLeavesTheOtherElementsToTheNextSuchCall) {
-  const Array array = newArray({1, 2, 3});
-  const Object four = object(4);
-  const int live = hookedLive;
-  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { array->setAt(array, four, 1); }));
-  EXPECT_EQ(numbersOf(array), Numbers());
+  const Array array(newArray({1, 2, 3}));
+  const HookedObject four = hooked(4);
+  EXPECT_TRUE(leave(Event::destroy, [&] { array->setAt(array, four, 1); }));
+  EXPECT_EQ(inArray(array), Numbers());
   array->pushBack(array, four);
   EXPECT_NE(array->setAt(array, four, 0), nullptr);
-  EXPECT_EQ(numbersOf(array), Numbers({4}));
-  EXPECT_LE(hookedLive, live + 1);
+  EXPECT_EQ(inArray(array), Numbers({4}));
+  EXPECT_LE(hookedLive, live + 5);
 }
 
 TEST_P(Leaving, AssignFromAnElementLeavesTheOtherElementsToTheArraysEnd) {
-  const Array array = newArray({1, 2, 3});
-  const Array other = newArray({4, 5, 6});
-  EXPECT_TRUE(leave(
-      GetParam(), Event::assign, [&] { array->assign(array, other); }, 1));
-  EXPECT_EQ(numbersOf(array), Numbers());
-  EXPECT_EQ(numbersOf(other), Numbers({4, 5, 6}));
-  const int live = hookedLive;
+  const Array array(newArray({1, 2, 3}));
+  const Array other(newArray({4, 5, 6}));
+  EXPECT_TRUE(leave(Event::assign, 1, [&] { array->assign(array, other); }));
+  EXPECT_EQ(inArray(array), Numbers());
+  EXPECT_EQ(inArray(other), Numbers({4, 5, 6}));
+  const int before = hookedLive;
   array->destroy(array);
-  EXPECT_EQ(hookedLive, live - 2);
-}
-
-TEST_P(Leaving, RemoveAtFromDestroyHasRemovedTheElement) {
-  const Array array = newArray({1, 2, 3});
-  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { array->removeAt(array, 1); }));
-  EXPECT_EQ(numbersOf(array), Numbers({1, 3}));
-}
-
-TEST_P(Leaving, ResizeFromCloneOrCreateKeepsTheArray) {
-  for (const Event event : {Event::clone, Event::create}) {
-    const Array array = newArray({1, 2});
-    EXPECT_TRUE(leave(
-        GetParam(), event, [&] { array->resize(array, 4); }, 1));
-    EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
-  }
-}
-
-TEST_P(Leaving, SetSizeFromCreateLeavesAnEmptyArray) {
-  const Array array = newArray({1, 2});
-  EXPECT_TRUE(leave(
-      GetParam(), Event::create, [&] { array->setSize(array, 3); }, 2));
-  EXPECT_EQ(numbersOf(array), Numbers());
-  EXPECT_EQ(array->setSize(array, 3), 1);
-  EXPECT_EQ(numbersOf(array), Numbers({0, 0, 0}));
-}
-
-TEST_P(Leaving, EmptyFromDestroyLeavesAnEmptyArray) {
-  const Array array = newArray({1, 2});
-  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { array->empty(array); }));
-  EXPECT_EQ(numbersOf(array), Numbers());
-  EXPECT_EQ(array->getData(array), nullptr);
+  EXPECT_EQ(hookedLive, before - 2);
 }
 
 TEST_P(Leaving, CloneOfAnArrayLeavesACopyThatOwnsNothing) {
-  const Array array = newArray({1, 2});
-  void *fresh = ztArray_newop();
-  EXPECT_TRUE(leave(
-      GetParam(), Event::clone, [&] { array->clone(array, fresh); }, 1));
-  EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
-  ztArray_of(fresh)->unRef(fresh);
-  EXPECT_EQ(numbersOf(array), Numbers({1, 2}));
+  const Array array(newArray({1, 2}));
+  const Array copy(ztArray_newop());
+  EXPECT_TRUE(leave(Event::clone, 1, [&] { array->clone(array, copy); }));
+  EXPECT_EQ(inArray(array), Numbers({1, 2}));
+  copy->destroy(copy);
+  EXPECT_EQ(inArray(array), Numbers({1, 2}));
 }
 
 TEST_P(Leaving, SortSearchAndFindFromTheCompareFunctionKeepEveryElement) {
-  const Array array = newArray({3, 1, 2, 5, 4});
+  const Array array(newArray({3, 1, 2, 5, 4}));
   for (int others = 0; others < 5; ++others) {
-    EXPECT_TRUE(leave(
-        GetParam(), Event::compare, [&] { array->sort(array, compareHooked); }, others));
-    Numbers numbers = numbersOf(array);
+    EXPECT_TRUE(leave(Event::compare, others, [&] { array->sort(array, compareHooked); }));
+    Numbers numbers = inArray(array);
     std::sort(numbers.begin(), numbers.end());
     EXPECT_EQ(numbers, Numbers({1, 2, 3, 4, 5}));
   }
   array->sort(array, compareHooked);
-  EXPECT_EQ(numbersOf(array), Numbers({1, 2, 3, 4, 5}));
-  const Object one = object(1);
-  EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { array->search(array, one, compareHooked); }));
-  EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { array->find(array, one); }));
+  EXPECT_EQ(inArray(array), Numbers({1, 2, 3, 4, 5}));
+  const HookedObject one = hooked(1);
+  EXPECT_TRUE(leave(Event::compare, [&] { array->search(array, one, compareHooked); }));
+  EXPECT_TRUE(leave(Event::compare, [&] { array->find(array, one); }));
   EXPECT_EQ(array->find(array, one), array->getAt(array, 0));
 }
 
 TEST_P(Leaving, ArraysLoseNothingWhenFindIsLeftOften) {
   mayBeLost = 0;
   for (int round = 0; round < 100; ++round) {
-    Array array = newArray({1, 2});
-    const Object three = object(3);
+    const Array array(newArray({1, 2}));
+    const HookedObject three = hooked(3);
     for (int call = 0; call < 3; ++call) {
-      EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { array->find(array, three); }));
+      EXPECT_TRUE(leave(Event::compare, [&] { array->find(array, three); }));
     }
     array->pushBack(array, three);
-    EXPECT_EQ(numbersOf(array), Numbers({1, 2, 3}));
+    EXPECT_EQ(inArray(array), Numbers({1, 2, 3}));
   }
 }
 
 // Lists, trees and tables -------------------------------------------------------------------------
 
-// Leaves the call when an item is deleted, which is gone by then.
-static bool leaveAtDeletion(Way way, const std::function<void()> &call) {
-  if (way == Way::exception) {
-    beforeDeletion = [] { throw Thrown(); };
-    bool isLeft = false;
-    try {
-      call();
-    } catch (const Thrown &) {
-      isLeft = true;
-    }
-    beforeDeletion = nullptr;
-    return isLeft;
-  }
-  beforeDeletion = [] { longjmp(jumpTarget, 1); };
-  // NOLINTNEXTLINE: what the jump passes over has no destructors that matter here
-  if (setjmp(jumpTarget) != 0) {
-    beforeDeletion = nullptr;
-    return true;
-  }
-  call();
-  beforeDeletion = nullptr;
-  return false;
-}
+namespace {
 
 class LeavingItems : public Leaving {
  protected:
-  Owned<LeavingManager, LeavingManagerMethods> manager{LeavingManager_ctor};
-  Owned<ztList, ztListMethods> list{ztList_ctor};
-  Owned<ztAvlTree, ztAvlTreeMethods> tree{ztAvlTree_ctor};
-
   LeavingItems() {
     manager->setElementConstructor(manager, Hooked_ctor);
-    list->setElementConstructor(list, Hooked_ctor);
-    list->setCompareFunction(list, compareHooked);
-    tree->setElementConstructor(tree, Hooked_ctor);
-    tree->setCompareFunction(tree, compareHooked);
-    for (const int32_t number : {1, 2, 3, 4, 5}) {
-      list->pushBack(list, object(number));
-      tree->push(tree, object(number));
-    }
   }
 
-  Numbers listed() const {
-    Numbers numbers;
-    const ztListItem *before = nullptr;
-    for (const ztListItem *item = list.fields().head; item != nullptr; item = item->next) {
-      EXPECT_EQ(item->prev, before);
-      EXPECT_TRUE(isWhole(item->data));
-      numbers.push_back(static_cast<const Hooked *>(item->data)->value);
-      before = item;
-    }
-    EXPECT_EQ(list.fields().tail, before);
-    EXPECT_EQ(list.fields().count, numbers.size());
-    return numbers;
-  }
-  Numbers inTree() const {
-    Numbers numbers;
-    ztAvlIterator walk;
-    ztAvlIterator_ctor(&walk, 1);
-    const ztAvlIteratorMethods *steps = ztAvlIterator_of(&walk);
-    for (void *item = steps->first(&walk, tree); item != nullptr; item = steps->next(&walk)) {
-      EXPECT_TRUE(isWhole(static_cast<ztAvlTreeItem *>(item)->data));
-      numbers.push_back(static_cast<const Hooked *>(static_cast<ztAvlTreeItem *>(item)->data)->value);
-    }
-    EXPECT_EQ(tree.fields().count, numbers.size());
-    return numbers;
-  }
+  Owned<LeavingManager, LeavingManagerMethods> manager{LeavingManager_ctor};
+  List list{newList({1, 2, 3, 4, 5})};
+  Tree tree{newTree({1, 2, 3, 4, 5})};
+  HookedObject two = hooked(2);
+  HookedObject six = hooked(6);
 };
 
-INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump), [](const auto &test) {
-  return test.param == Way::exception ? "Exception" : "Jump";
-});
+INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump), wayName);
+
+// Keeps objects under numbers.
+Map mapOfNumbers(const Numbers &numbers) {
+  Map map(ztMap_ctor);
+  map->setKeySize(map, sizeof(int32_t), 0);
+  map->setValueConstructor(map, Hooked_ctor);
+  map->setCompareFunction(map, ztIntArray_compare_func);
+  for (const int32_t number : numbers) map->pushBack(map, &number, hooked(number));
+  return map;
+}
+
+}  // namespace
 
 TEST_P(LeavingItems, ListsTakeNoElementWhoseCopyingLeavesTheCall) {
-  const Object six = object(6);
   ztListItem *second = list->getItemAt(list, 1);
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { list->pushBack(list, six); }));
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { list->pushFront(list, six); }));
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { list->insertPrev(list, second, six); }));
-  EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { list->insertNext(list, second, six); }));
-  EXPECT_TRUE(leave(GetParam(), Event::compare, [&] { list->find(list, six); }));
-  EXPECT_EQ(listed(), Numbers({1, 2, 3, 4, 5}));
+  EXPECT_TRUE(leave(Event::clone, [&] { list->pushBack(list, six); }));
+  EXPECT_TRUE(leave(Event::clone, [&] { list->pushFront(list, six); }));
+  EXPECT_TRUE(leave(Event::clone, [&] { list->insertPrev(list, second, six); }));
+  EXPECT_TRUE(leave(Event::clone, [&] { list->insertNext(list, second, six); }));
+  EXPECT_TRUE(leave(Event::compare, [&] { list->find(list, six); }));
+  EXPECT_EQ(inList(list), Numbers({1, 2, 3, 4, 5}));
 }
 
 TEST_P(LeavingItems, ListsAreWithoutTheItemWhoseDeletionLeavesTheCall) {
   list->setItemManager(list, manager);
-  EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { list->popBack(list); }));
-  EXPECT_EQ(listed(), Numbers({1, 2, 3, 4}));
-  EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { list->removeItem(list, list->getItemAt(list, 1)); }));
-  EXPECT_EQ(listed(), Numbers({1, 3, 4}));
-  EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { list->empty(list); }));
-  EXPECT_EQ(listed(), Numbers({3, 4}));
+  EXPECT_TRUE(leaveAtDeletion([&] { list->popBack(list); }));
+  EXPECT_EQ(inList(list), Numbers({1, 2, 3, 4}));
+  EXPECT_TRUE(leaveAtDeletion([&] { list->removeItem(list, list->getItemAt(list, 1)); }));
+  EXPECT_EQ(inList(list), Numbers({1, 3, 4}));
+  EXPECT_TRUE(leaveAtDeletion([&] { list->empty(list); }));
+  EXPECT_EQ(inList(list), Numbers({3, 4}));
 }
 
 TEST_P(LeavingItems, TreesTakeNoElementWhoseCopyingOrComparingLeavesTheCall) {
-  const Object six = object(6);
-  for (int others = 0; others < 2; ++others) {
-    EXPECT_TRUE(leave(
-        GetParam(), Event::clone, [&] { tree->push(tree, six); }, others));
-    EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
+  for (const auto &[event, most] : {std::pair(Event::clone, 2), std::pair(Event::compare, 4)}) {
+    for (int others = 0; others < most; ++others) {
+      EXPECT_TRUE(leave(event, others, [&] { tree->push(tree, six); }));
+      EXPECT_EQ(inTree(tree), Numbers({1, 2, 3, 4, 5}));
+    }
   }
-  for (int others = 0; others < 4; ++others) {
-    EXPECT_TRUE(leave(
-        GetParam(), Event::compare, [&] { tree->push(tree, six); }, others));
-    EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
-  }
-  EXPECT_TRUE(leave(
-      GetParam(), Event::compare, [&] { tree->pop(tree, six); }, 1));
-  EXPECT_TRUE(leave(
-      GetParam(), Event::compare, [&] { tree->find(tree, six); }, 1));
-  EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
+  EXPECT_TRUE(leave(Event::compare, 1, [&] { tree->pop(tree, six); }));
+  EXPECT_TRUE(leave(Event::compare, 1, [&] { tree->find(tree, six); }));
+  EXPECT_EQ(inTree(tree), Numbers({1, 2, 3, 4, 5}));
   EXPECT_NE(tree->push(tree, six), nullptr);
-  EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(inTree(tree), Numbers({1, 2, 3, 4, 5, 6}));
 }
 
 TEST_P(LeavingItems, TreesAreWithoutTheItemWhoseDeletionLeavesTheCall) {
   manager->setItemConstructor(manager, ztAvlTreeItem_ctor);
   tree->setItemManager(tree, manager);
-  EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { tree->pop(tree, object(2)); }));
-  EXPECT_EQ(inTree(), Numbers({1, 3, 4, 5}));
+  EXPECT_TRUE(leaveAtDeletion([&] { tree->pop(tree, two); }));
+  EXPECT_EQ(inTree(tree), Numbers({1, 3, 4, 5}));
   // The probe's deletion comes last.
-  EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { tree->push(tree, object(6)); }));
-  EXPECT_EQ(inTree(), Numbers({1, 3, 4, 5, 6}));
+  EXPECT_TRUE(leaveAtDeletion([&] { tree->push(tree, six); }));
+  EXPECT_EQ(inTree(tree), Numbers({1, 3, 4, 5, 6}));
 }
 
 TEST_P(LeavingItems, WhatATreeHadStillToDeleteGoesWithIt) {
-  const int live = hookedLive;
+  const int before = hookedLive;
   {
-    Owned<ztAvlTree, ztAvlTreeMethods> other(ztAvlTree_ctor);
-    other->setElementConstructor(other, Hooked_ctor);
-    other->setCompareFunction(other, compareHooked);
-    for (const int32_t number : {1, 2, 3, 4, 5}) other->push(other, object(number));
+    const Tree other(newTree({1, 2, 3, 4, 5}));
     other->setItemManager(other, manager);
-    EXPECT_TRUE(leaveAtDeletion(GetParam(), [&] { other->empty(other); }));
+    EXPECT_TRUE(leaveAtDeletion([&] { other->empty(other); }));
     EXPECT_EQ(other->getSize(other), 0);
-    EXPECT_EQ(hookedLive, live + 4);
+    EXPECT_EQ(hookedLive, before + 4);
     other->setItemManager(other, nullptr);
-    other->push(other, object(6));
+    other->push(other, six);
     EXPECT_EQ(other->getSize(other), 1);
   }
-  EXPECT_EQ(hookedLive, live);
+  EXPECT_EQ(hookedLive, before);
 }
 
 TEST_P(LeavingItems, ListsAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
-  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { list->popBack(list); }));
-  EXPECT_EQ(listed(), Numbers({1, 2, 3, 4}));
-  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { list->removeItem(list, list->getItemAt(list, 1)); }));
-  EXPECT_EQ(listed(), Numbers({1, 3, 4}));
-  EXPECT_TRUE(leave(
-      GetParam(), Event::destroy, [&] { list->empty(list); }, 1));
-  EXPECT_EQ(listed(), Numbers({4}));
-  list->pushBack(list, object(5));
-  EXPECT_EQ(listed(), Numbers({4, 5}));
+  EXPECT_TRUE(leave(Event::destroy, [&] { list->popBack(list); }));
+  EXPECT_EQ(inList(list), Numbers({1, 2, 3, 4}));
+  EXPECT_TRUE(leave(Event::destroy, [&] { list->removeItem(list, list->getItemAt(list, 1)); }));
+  EXPECT_EQ(inList(list), Numbers({1, 3, 4}));
+  EXPECT_TRUE(leave(Event::destroy, 1, [&] { list->empty(list); }));
+  EXPECT_EQ(inList(list), Numbers({4}));
+  list->pushBack(list, six);
+  EXPECT_EQ(inList(list), Numbers({4, 6}));
   list->empty(list);
-  EXPECT_EQ(listed(), Numbers());
+  EXPECT_EQ(inList(list), Numbers());
 }
 
 TEST_P(LeavingItems, TreesAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
-  const Object two = object(2);
-  const int live = hookedLive;
-  EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { tree->pop(tree, two); }));
-  EXPECT_EQ(inTree(), Numbers({1, 3, 4, 5}));
+  const int before = hookedLive;
+  EXPECT_TRUE(leave(Event::destroy, [&] { tree->pop(tree, two); }));
+  EXPECT_EQ(inTree(tree), Numbers({1, 3, 4, 5}));
   EXPECT_NE(tree->push(tree, two), nullptr);
-  EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
-  EXPECT_TRUE(leave(
-      GetParam(), Event::destroy, [&] { tree->empty(tree); }, 1));
-  EXPECT_EQ(inTree(), Numbers());
+  EXPECT_EQ(inTree(tree), Numbers({1, 2, 3, 4, 5}));
+  EXPECT_TRUE(leave(Event::destroy, 1, [&] { tree->empty(tree); }));
+  EXPECT_EQ(inTree(tree), Numbers());
   tree->push(tree, two);
-  EXPECT_EQ(inTree(), Numbers({2}));
+  EXPECT_EQ(inTree(tree), Numbers({2}));
   tree->empty(tree);
   // Of those that were in the tree only the two whose ends were left are there.
-  EXPECT_EQ(hookedLive, live - 5 + 2);
+  EXPECT_EQ(hookedLive, before - 5 + 2);
 }
 
-TEST_P(LeavingItems, QueuesAndMapsAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
-  const Object two = object(2);
-  {
-    const Owned<ztQueue, ztQueueMethods> queue(ztQueue_ctor);
-    queue->setElementConstructor(queue, Hooked_ctor);
-    for (const int32_t number : {1, 2, 3}) queue->push(queue, object(number));
-    const int live = hookedLive;
-    EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] {
-      void *first = queue->getFront(queue);
-      queue->pop(queue);
-      Hooked_of(first)->unRef(first);
-    }));
-    EXPECT_EQ(queue->getSize(queue), 2);
+TEST_P(LeavingItems, QueuesAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
+  const Owned<ztQueue, ztQueueMethods> queue(newSequence(ztQueue_ctor, &ztQueueMethods::push, {1, 2, 3}));
+  const int before = hookedLive;
+  const Call popFirst = [&] {
+    void *first = queue->getFront(queue);
+    queue->pop(queue);
+    Hooked_of(first)->unRef(first);
+  };
+  for (const int32_t left : {2, 1}) {
+    EXPECT_TRUE(leave(Event::destroy, popFirst));
+    EXPECT_EQ(queue->getSize(queue), left);
     EXPECT_TRUE(isWhole(queue->getFront(queue)));
-    EXPECT_NE(queue->push(queue, two), nullptr);
-    EXPECT_EQ(queue->getSize(queue), 3);
-    EXPECT_EQ(hookedLive, live + 1);
   }
-  const int live = hookedLive;
+  EXPECT_NE(queue->push(queue, two), nullptr);
+  EXPECT_EQ(queue->getSize(queue), 2);
+  EXPECT_EQ(hookedLive, before + 1);
+}
+
+TEST_P(LeavingItems, MapsAreWithoutTheItemWhoseElementsEndLeavesTheCall) {
+  const int before = hookedLive;
   {
-    const Owned<ztMap, ztMapMethods> map(ztMap_ctor);
-    map->setKeySize(map, sizeof(int32_t), 0);
-    map->setValueConstructor(map, Hooked_ctor);
-    map->setCompareFunction(map, ztIntArray_compare_func);
-    for (const int32_t number : {1, 2, 3, 4}) map->pushBack(map, &number, object(number));
+    const Map map = mapOfNumbers({1, 2, 3, 4});
     const int32_t second = 2;
-    EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { map->pop(map, &second); }));
+    EXPECT_TRUE(leave(Event::destroy, [&] { map->pop(map, &second); }));
     EXPECT_EQ(map->getSize(map), 3);
     EXPECT_EQ(map->find(map, &second), nullptr);
     EXPECT_NE(map->pushBack(map, &second, two), nullptr);
     EXPECT_TRUE(isWhole(map->findValue(map, &second)));
-    EXPECT_TRUE(leave(GetParam(), Event::destroy, [&] { map->empty(map); }));
+    EXPECT_TRUE(leave(Event::destroy, [&] { map->empty(map); }));
     EXPECT_EQ(map->getSize(map), 0);
     EXPECT_NE(map->pushBack(map, &second, two), nullptr);
     EXPECT_TRUE(isWhole(map->findValue(map, &second)));
   }
-  EXPECT_EQ(hookedLive, live + 2);
+  EXPECT_EQ(hookedLive, before + 2);
 }
-
-// A hash table of two buckets that keeps Hooked values under integers.
-class HookedTable : public Owned<ztHashTable, ztHashTableMethods> {
- public:
-  HookedTable() : Owned(ztHashTable_ctor) {
-    const HookedTable &table = *this;
-    table->setKeySize(table, sizeof(int32_t), 0);
-    table->setValueConstructor(table, Hooked_ctor);
-    table->setCompareFunction(table, ztIntArray_compare_func);
-    table->setSize(table, 2);
-  }
-};
 
 TEST_P(LeavingItems, HashTablesAreEmptyWhenAValuesEndLeavesTheCall) {
-  const int live = hookedLive;
+  const int before = hookedLive;
   {
-    const HookedTable table;
-    const std::function<void()> calls[] = {[&] { table->empty(table); }, [&] { table->setSize(table, 4); },
-                                           [&] { table->setSize(table, 4); }};
-    for (const auto &call : calls) {
-      for (const int32_t number : {1, 2, 3}) EXPECT_EQ(table->insert(table, &number, object(number)), 1);
-      EXPECT_TRUE(leave(GetParam(), Event::destroy, call, 1));
-      EXPECT_EQ(table.fields().count, 0U);
+    const Table table(newTable({}));
+    const Call setSize = [&] { table->setSize(table, 4); };
+    for (const Call &call : {Call([&] { table->empty(table); }), setSize, setSize}) {
+      for (const int32_t number : {1, 2, 3}) EXPECT_EQ(putIntoTable(table, number), 1);
+      EXPECT_TRUE(leave(Event::destroy, 1, call));
+      EXPECT_EQ(inTable(table), Numbers());
       for (const int32_t number : {1, 2, 3}) EXPECT_EQ(table->find(table, &number), nullptr);
     }
-    const int32_t number = 3;
-    EXPECT_EQ(table->insert(table, &number, object(3)), 1);
-    EXPECT_TRUE(isWhole(table->find(table, &number)->value));
+    EXPECT_EQ(putIntoTable(table, 3), 1);
+    EXPECT_EQ(inTable(table), Numbers({3}));
   }
-  EXPECT_EQ(hookedLive, live + 3);
+  EXPECT_EQ(hookedLive, before + 3);
 }
 
-TEST_P(Leaving, HashTablesStayWhole) {
-  const int live = hookedLive;
+TEST_P(Leaving, HashTablesTakeNoPairWhoseCopyingLeavesTheCall) {
   {
-    const HookedTable table;
-    for (const int32_t number : {1, 2, 3}) table->insert(table, &number, object(number));
-    const Object four = object(4);
+    const Table table(newTable({1, 2, 3}));
+    const HookedObject four = hooked(4);
     const int32_t number = 4;
-    EXPECT_TRUE(leave(GetParam(), Event::clone, [&] { table->insert(table, &number, four); }));
-    EXPECT_EQ(table.fields().count, 3U);
+    EXPECT_TRUE(leave(Event::clone, [&] { table->insert(table, &number, four); }));
+    EXPECT_EQ(inTable(table), Numbers({1, 2, 3}));
     EXPECT_EQ(table->find(table, &number), nullptr);
     EXPECT_EQ(table->insert(table, &number, four), 1);
     EXPECT_NE(table->find(table, &number), nullptr);
@@ -515,19 +409,13 @@ TEST_P(Leaving, HashTablesStayWhole) {
   EXPECT_EQ(hookedLive, live);
 }
 
-TEST_P(Leaving, MapsStayWhole) {
-  const int live = hookedLive;
+TEST_P(Leaving, MapsTakeNoPairWhoseCopyingLeavesTheCall) {
   {
-    const Owned<ztMap, ztMapMethods> map(ztMap_ctor);
-    map->setKeySize(map, sizeof(int32_t), 0);
-    map->setValueConstructor(map, Hooked_ctor);
-    map->setCompareFunction(map, ztIntArray_compare_func);
-    for (const int32_t number : {1, 2, 3}) map->pushBack(map, &number, object(number));
-    const Object four = object(4);
+    const Map map = mapOfNumbers({1, 2, 3});
+    const HookedObject four = hooked(4);
     const int32_t number = 4;
     for (int others = 0; others < 2; ++others) {
-      EXPECT_TRUE(leave(
-          GetParam(), Event::clone, [&] { map->pushBack(map, &number, four); }, others));
+      EXPECT_TRUE(leave(Event::clone, others, [&] { map->pushBack(map, &number, four); }));
       EXPECT_EQ(map->getSize(map), 3);
       EXPECT_EQ(map->find(map, &number), nullptr);
     }
@@ -539,147 +427,133 @@ TEST_P(Leaving, MapsStayWhole) {
 
 // Many of them --------------------------------------------------------------------------------------
 
-// Leaves a call so often that what each leaves behind would show.
-static void leaveOften(Way way, Event event, const std::function<void()> &call) {
+void Leaving::leaveOften(Event event, const Call &call) {
   const int rounds = scale(100000);
-  int blocks = 0;
-  int64_t bytes = 0;
+  int blocksBefore = 0;
+  int64_t bytesBefore = 0;
   int left = 0;
   for (int round = 0; round < rounds; ++round) {
-    left += leave(way, event, call);
+    left += leave(event, call);
     if (round != 10) continue;
-    blocks = liveBlocks;
-    bytes = liveBytes;
+    blocksBefore = liveBlocks;
+    bytesBefore = liveBytes;
   }
   EXPECT_EQ(left, rounds);
-  EXPECT_EQ(liveBlocks, blocks);
-  EXPECT_EQ(liveBytes, bytes);
+  EXPECT_EQ(liveBlocks, blocksBefore);
+  EXPECT_EQ(liveBytes, bytesBefore);
 }
 
 TEST_P(Leaving, ArraysGrowNothingWhenCallsAreLeftOften) {
-  const Array array = newArray({1, 2, 3});
-  const Object two = object(2);
-  leaveOften(GetParam(), Event::compare, [&] { array->find(array, two); });
-  leaveOften(GetParam(), Event::compare, [&] { array->sort(array, compareHooked); });
-  leaveOften(GetParam(), Event::clone, [&] { array->pushBack(array, two); });
-  EXPECT_EQ(numbersOf(array), Numbers({1, 2, 3}));
+  const Array array(newArray({1, 2, 3}));
+  const HookedObject two = hooked(2);
+  leaveOften(Event::compare, [&] { array->find(array, two); });
+  leaveOften(Event::compare, [&] { array->sort(array, compareHooked); });
+  leaveOften(Event::clone, [&] { array->pushBack(array, two); });
+  EXPECT_EQ(inArray(array), Numbers({1, 2, 3}));
   const void *block = array->getData(array);
   EXPECT_EQ(array->setAt(array, two, 0), block);
-  EXPECT_EQ(numbersOf(array), Numbers({2, 2, 3}));
+  EXPECT_EQ(inArray(array), Numbers({2, 2, 3}));
 }
 
 TEST_P(Leaving, ArraysSortedAndChangedInTurnGrowNothing) {
   const Owned<ztIntArray, ztIntArrayMethods> array(ztIntArray_ctor);
   for (const int32_t number : {3, 1, 2}) array->pushBack(array, &number);
-  static Hooked *one;
-  const Object owner = object(1);
-  one = &owner.fields();
-  leaveOften(GetParam(), Event::compare, [&] {
+  leaveOften(Event::compare, [&] {
     array->removeAt(array, 0);
     const int32_t number = 5;
     array->pushBack(array, &number);
-    array->sort(array, [](const void *, const void *) -> int32_t { return compareHooked(one, one); });
+    array->sort(array, compareHookedNumbers);
   });
   EXPECT_EQ(array->getSize(array), 3);
 }
 
 TEST_P(Leaving, HashTablesGrowNothingWhenInsertOrFindIsLeftOften) {
-  const Owned<ztHashTable, ztHashTableMethods> table(ztHashTable_ctor);
-  table->setKeySize(table, sizeof(int32_t), 0);
-  table->setValueConstructor(table, Hooked_ctor);
+  const Table table(newTable({}));
   table->setSize(table, 1);
-  static Hooked *one;
-  const Object value = object(1);
-  one = &value.fields();
-  const auto compare = [](const void *first, const void *second) -> int32_t {
-    compareHooked(one, one);
-    return ztIntArray_compare_func(first, second);
-  };
-  table->setCompareFunction(table, compare);
-  for (const int32_t number : {1, 2, 3}) ASSERT_EQ(table->insert(table, &number, value), 1);
+  table->setCompareFunction(table, compareHookedNumbers);
+  for (const int32_t number : {1, 2, 3}) ASSERT_EQ(putIntoTable(table, number), 1);
+  const HookedObject value = hooked(4);
   const int32_t four = 4;
   for (const uint32_t allow : {0U, 1U}) {
     table->setAllowDuplicate(table, allow);
-    leaveOften(GetParam(), Event::compare, [&] { table->insert(table, &four, value); });
-    leaveOften(GetParam(), Event::compare, [&] { table->find(table, &four); });
+    leaveOften(Event::compare, [&] { table->insert(table, &four, value); });
+    leaveOften(Event::compare, [&] { table->find(table, &four); });
   }
-  EXPECT_EQ(table.fields().count, 3U);
+  EXPECT_EQ(inTable(table), Numbers({1, 2, 3}));
   EXPECT_EQ(table.fields().buckets->count, 1);
   EXPECT_EQ(table->insert(table, &four, value), 1);
-  for (const int32_t number : {1, 2, 3, 4}) {
-    ASSERT_NE(table->find(table, &number), nullptr);
-    EXPECT_TRUE(isWhole(table->find(table, &number)->value));
-  }
+  EXPECT_EQ(inTable(table), Numbers({1, 2, 3, 4}));
+  for (const int32_t number : {1, 2, 3, 4}) EXPECT_NE(table->find(table, &number), nullptr);
 }
 
 TEST_P(LeavingItems, TreesGrowNothingWhenPushIsLeftOften) {
-  const Object six = object(6);
-  leaveOften(GetParam(), Event::compare, [&] { tree->push(tree, six); });
-  EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5}));
+  leaveOften(Event::compare, [&] { tree->push(tree, six); });
+  EXPECT_EQ(inTree(tree), Numbers({1, 2, 3, 4, 5}));
   EXPECT_NE(tree->push(tree, six), nullptr);
-  EXPECT_EQ(inTree(), Numbers({1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(inTree(tree), Numbers({1, 2, 3, 4, 5, 6}));
 }
 
 // A call on a stack of its own ------------------------------------------------------------------------
 
-static ucontext_t outside;
-static ucontext_t inside;
-static std::function<void()> insideCall;
+namespace {
 
-static void runInside() {
-  insideCall();
-}
+// Runs a call that waits at an event, on a stack of its own.
+class Coroutines : public testing::Test {
+ protected:
+  // Begins the call; comes back when it waits.
+  void begin(Event event, Call given) {
+    waitsAt = event;
+    call = std::move(given);
+    ASSERT_EQ(getcontext(&inside), 0);
+    inside.uc_stack.ss_sp = stack.data();
+    inside.uc_stack.ss_size = stack.size();
+    inside.uc_link = &outside;
+    makecontext(&inside, run, 0);
+    goOn();
+  }
+  // Lets it go on to its end.
+  static void goOn() {
+    swapcontext(&outside, &inside);
+  }
 
-TEST(Coroutines, ACallThatWaitsInItsCompareFunctionGoesOnAfterOthers) {
-  const Array array = newArray({1, 2, 3});
-  const Object three = object(3);
-  std::vector<char> stack(256 * 1024);
+ private:
+  static void run() {
+    const Hook hook(waitsAt, [] { swapcontext(&inside, &outside); });
+    call();
+  }
+
+  static inline ucontext_t outside;
+  static inline ucontext_t inside;
+  static inline Event waitsAt;
+  static inline Call call;
+  std::vector<char> stack = std::vector<char>(256 * 1024);
+};
+
+}  // namespace
+
+TEST_F(Coroutines, ACallThatWaitsInItsCompareFunctionGoesOnAfterOthers) {
+  const Array array(newArray({1, 2, 3}));
+  const HookedObject three = hooked(3);
   const void *found = nullptr;
-  insideCall = [&] {
-    const Hook hook(Event::compare, [] { swapcontext(&inside, &outside); });
-    found = array->find(array, three);
-  };
-  ASSERT_EQ(getcontext(&inside), 0);
-  inside.uc_stack.ss_sp = stack.data();
-  inside.uc_stack.ss_size = stack.size();
-  inside.uc_link = &outside;
-  makecontext(&inside, runInside, 0);
-  swapcontext(&outside, &inside);
+  begin(Event::compare, [&] { found = array->find(array, three); });
   EXPECT_EQ(found, nullptr);
   EXPECT_EQ(array->find(array, three), array->getAt(array, 2));
   EXPECT_NE(array->setAt(array, three, 0), nullptr);
   array->sort(array, compareHooked);
-  swapcontext(&outside, &inside);
+  goOn();
   EXPECT_EQ(found, array->getAt(array, 1));
-  EXPECT_EQ(numbersOf(array), Numbers({2, 3, 3}));
-  insideCall = nullptr;
+  EXPECT_EQ(inArray(array), Numbers({2, 3, 3}));
 }
 
-TEST(Coroutines, ACallThatWaitsLearnsThatItsArrayIsGone) {
-  void *array = ztArray_ctor(nullptr, 1);
-  const ztArrayMethods *methods = ztArray_of(array);
-  methods->setElementConstructor(array, Hooked_ctor);
-  methods->setElementSize(array, sizeof(Hooked), 0);
-  methods->pushBack(array, object(1));
-  methods->pushBack(array, object(2));
+TEST_F(Coroutines, ACallThatWaitsLearnsThatItsArrayIsGone) {
+  const HookedObject four = hooked(4);
   const int live = hookedLive;
-  const Object four = object(4);
-  std::vector<char> stack(256 * 1024);
+  void *array = newArray({1, 2});
   bool isReplaced = true;
-  insideCall = [&] {
-    const Hook hook(Event::clone, [] { swapcontext(&inside, &outside); });
-    isReplaced = methods->setAt(array, four, 0) != nullptr;
-  };
-  ASSERT_EQ(getcontext(&inside), 0);
-  inside.uc_stack.ss_sp = stack.data();
-  inside.uc_stack.ss_size = stack.size();
-  inside.uc_link = &outside;
-  makecontext(&inside, runInside, 0);
-  swapcontext(&outside, &inside);
-  methods->unRef(array);
-  EXPECT_EQ(hookedLive, live + 1 - 2);
-  swapcontext(&outside, &inside);
+  begin(Event::clone, [&] { isReplaced = ztArray_of(array)->setAt(array, four, 0) != nullptr; });
+  ztArray_of(array)->unRef(array);
+  EXPECT_EQ(hookedLive, live);
+  goOn();
   EXPECT_FALSE(isReplaced);
-  EXPECT_EQ(hookedLive, live + 1 - 2);
-  insideCall = nullptr;
+  EXPECT_EQ(hookedLive, live);
 }

@@ -2,18 +2,23 @@
 
 #include "containers/ztacont.h"
 #include "containers/ztarrays.h"
-#include "tests/helpers/faults.hh"
 
-std::string pairPolicyName(const ::testing::TestParamInfo<PairPolicy> &test) {
-  return policyName(std::get<0>(test.param)) + "_" + policyName(std::get<1>(test.param));
+std::vector<const ztHashTableItem *> itemsInTable(const void *container) {
+  const auto *table = static_cast<const ztHashTable *>(container);
+  std::vector<const ztHashTableItem *> items;
+  for (int32_t i = 0; table->count > 0 && i < table->buckets->count; ++i) {
+    const auto *item = static_cast<ztHashTableItem **>(table->buckets->data)[i];
+    for (; item != nullptr; item = item->next) items.push_back(item);
+  }
+  EXPECT_EQ(items.size(), table->count);
+  return items;
 }
 
 static int32_t sizeOf(Policy policy) {
   return policy == Policy::byValue ? int32_t{sizeof(int32_t)} : int32_t{sizeof(void *)};
 }
 
-void configurePairs(void *container, const PairPolicy &policy) {
-  const auto &[keys, values] = policy;
+void configurePairs(void *container, Policy keys, Policy values) {
   const auto *methods = ztAssociativeContainer_of(container);
   const bool objects = keys == Policy::constructed;
   methods->setKeySize(container, sizeOf(keys), keys == Policy::byPointer);
@@ -21,29 +26,4 @@ void configurePairs(void *container, const PairPolicy &policy) {
   methods->setCompareFunction(container, objects ? compareCounted : ztIntArray_compare_func);
   methods->setValueSize(container, sizeOf(values), values == Policy::byPointer);
   methods->setValueConstructor(container, values == Policy::constructed ? Counted_ctor : nullptr);
-}
-
-int32_t objectsPerPair(const PairPolicy &policy) {
-  const auto &[keys, values] = policy;
-  return (keys == Policy::constructed ? 1 : 0) + (values == Policy::constructed ? 1 : 0);
-}
-
-void expectCopyToNeedMemory(const void *container, int32_t allocations) {
-  const LiveCount live;
-  const ztClass *klass = ztOOP_classOf(container);
-  for (int32_t fault = 0;; ++fault) {
-    void *target = static_cast<const ztClassFunctions *>(klass->classTable)->newop();
-    const Fault injected(fault);
-    void *copy = ztBaseClass_of(container)->clone(container, target);
-    if (!injected.end()) {
-      ASSERT_EQ(copy, target);
-      ztBaseClass_of(copy)->unRef(copy);
-      EXPECT_GE(fault, allocations);
-      break;
-    }
-    EXPECT_EQ(copy, nullptr) << fault;
-    EXPECT_EQ(live.made(), 0) << fault;
-    ztm_free(target);
-  }
-  EXPECT_EQ(live.made(), 0);
 }

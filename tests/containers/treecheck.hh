@@ -1,43 +1,38 @@
-// Checks of a tree's shape, independent of the library's iterators.
+// A tree of numbers, and checks of a tree's shape that are independent of the library's iterators.
 #ifndef ZT_TESTS_TREECHECK_HH
 #define ZT_TESTS_TREECHECK_HH
 
 #include "containers/ztavltree.h"
+#include "tests/containers/verbs.hh"
 
-#include <string>
-#include <vector>
+using Tree = Owned<ztAvlTree, ztAvlTreeMethods>;
+
+// Keeps numbers by value.
+class IntTree : public Tree {
+ public:
+  explicit IntTree(const Numbers &numbers = {}, ztCtor constructor = ztAvlTree_ctor);
+  ztAvlTreeItem *push(int32_t number) const {
+    return (*this)->push(*this, &number);
+  }
+  int32_t pop(int32_t number) const {
+    return (*this)->pop(*this, &number);
+  }
+  ztAvlTreeItem *find(int32_t number) const {
+    return (*this)->find(*this, &number);
+  }
+};
 
 // The items of a tree in order.
-std::vector<ztAvlTreeItem *> itemsOf(const ztAvlTree *tree);
-
-// The position of an item in the tree's order.
-size_t positionOf(const ztAvlTree *tree, const ztAvlTreeItem *item);
+std::vector<ztAvlTreeItem *> itemsIn(const void *tree);
 
 // What is wrong with a tree's balances, order or count; empty when nothing is.
-std::string faultOf(const ztAvlTree *tree);
+std::string faultOf(const void *tree);
 
 // Levels of a tree.
-int32_t heightOf(const ztAvlTree *tree);
+int32_t heightOf(const void *tree);
 
-// A tree of int32_t by value in one line, as in "2=(1=,4-(3=,))": each number, its balance (= even, - left
+// A tree of numbers by value in one line, as in "2=(1=,4-(3=,))": each number, its balance (= even, - left
 // higher, + right higher), and its two subtrees unless both are empty.
-std::string shapeOf(const ztAvlTree *tree);
-
-// A host's item manager. It keeps elements as the sequence policy says, and writes down what it is asked
-// for: 'n' for a new item, 'c' for a copy, 'd' for a deletion.
-#define Recorder_FIELDS                                                        \
-  ztSequenceContainer_FIELDS                                                   \
-  char calls[64];                                                              \
-  int32_t count;                                                               \
-  ztAvlTreeItem *lastMade;                                                     \
-  ztAvlTreeItem *lastDeleted;          /* by then released */                  \
-  const ztAvlTreeItem *rightOfDeleted; /* its right link */                    \
-  int32_t refuseFrom;                  /* from this call on no item is made */ \
-  const ztAvlTree *watched;            /* is whole whenever an item is deleted */
-#define Recorder_METHODS ztSequenceContainer_METHODS
-ZT_DECLARE_CLASS(Recorder)
-
-// What the recorder wrote down since it was asked last.
-std::string callsOf(Recorder *recorder);
+std::string shapeOf(const void *tree);
 
 #endif

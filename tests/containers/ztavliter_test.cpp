@@ -1,111 +1,77 @@
 #include "containers/ztavliter.h"
 
-#include "containers/ztarrays.h"
 #include "containers/ztmapiter.h"
-#include "core/ztmem.h"
 #include "tests/containers/treecheck.hh"
+#include "tests/helpers/abstract_slot.hh"
 #include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 #include <string.h>
 
-#include <algorithm>
-#include <numeric>
 #include <random>
 
 namespace {
 
 using Items = std::vector<ztAvlTreeItem *>;
 
-void release(void *object) {
-  ztBaseClass_of(object)->unRef(object);
-}
-
 // A tree of numbers in random order, and an iterator in this test's own memory.
-class AvlIterator : public ::testing::Test {
+class ztAvlIteratorTest : public testing::Test {
  protected:
-  AvlIterator() : tree(static_cast<ztAvlTree *>(ztAvlTree_ctor(nullptr, 1))) {
-    ztAvlTree_of(tree)->setElementSize(tree, sizeof(int32_t), 0);
-    ztAvlTree_of(tree)->setCompareFunction(tree, ztIntArray_compare_func);
-    ztAvlTree_of(tree)->setAllowDuplicate(tree, 1);
+  ztAvlIteratorTest() {
+    tree->setAllowDuplicate(tree, 1);
     memset(static_cast<void *>(&walk), 0xA5, sizeof walk);
     ztAvlIterator_ctor(&walk, 1);
-    steps = ztAvlIterator_of(&walk);
   }
-  ~AvlIterator() override {
+  ~ztAvlIteratorTest() override {
     steps->destroy(&walk);
-    release(tree);
   }
 
   void fill(int32_t count) {
-    for (int32_t i = 0; i < count; ++i) {
-      const auto number = static_cast<int32_t>(random() % 100000);
-      ztAvlTree_of(tree)->push(tree, &number);
-    }
+    for (int32_t i = 0; i < count; ++i) tree.push(static_cast<int32_t>(random() % 100000));
   }
-
-  Items forwards() {
-    Items items;
+  void expectToWalkBothWays() {
+    const Items items = itemsIn(tree);
+    Items forwards;
     for (void *item = steps->first(&walk, tree); item != nullptr; item = steps->next(&walk)) {
       EXPECT_EQ(walk.current, item);
-      items.push_back(static_cast<ztAvlTreeItem *>(item));
+      forwards.push_back(static_cast<ztAvlTreeItem *>(item));
     }
-    return items;
-  }
-
-  Items backwards() {
-    Items items;
+    EXPECT_EQ(walk.current, nullptr);
+    EXPECT_EQ(forwards, items);
+    Items backwards;
     for (void *item = steps->last(&walk, tree); item != nullptr; item = steps->prev(&walk)) {
-      items.push_back(static_cast<ztAvlTreeItem *>(item));
+      backwards.push_back(static_cast<ztAvlTreeItem *>(item));
     }
-    return items;
+    EXPECT_EQ(backwards, Items(items.rbegin(), items.rend()));
   }
 
   std::mt19937 random{77};
-  ztAvlTree *tree;
+  IntTree tree;
   ztAvlIterator walk;
-  const ztAvlIteratorMethods *steps;
+  const ztAvlIteratorMethods *steps = ztAvlIterator_table();
 };
 
 }  // namespace
 
-TEST(Iterator, StepsAreAbstract) {
-  void *iterator = ztIterator_ctor(nullptr, 1);
-  const auto *steps = ztIterator_of(iterator);
-  const std::string expected =
-      "ztOOP -> Error: Trying to call a virtual function member for class: ztIterator\n";
-  for (const void *result :
-       {steps->start(iterator, nullptr, 0), steps->move(iterator, 1), steps->first(iterator, nullptr),
-        steps->last(iterator, nullptr), steps->next(iterator), steps->prev(iterator)}) {
-    EXPECT_EQ(static_cast<const char *>(result), expected);
-  }
-  release(iterator);
-}
-
-TEST(Iterator, ClassesAreKnownByName) {
-  for (const char *name : {"ztIterator", "ztAvlIterator", "ztMapIterator"}) {
-    void *iterator = ztNewFromName(name);
-    ASSERT_NE(iterator, nullptr) << name;
-    EXPECT_STREQ(ztOOP_classNameOf(iterator), name);
-    EXPECT_EQ(ztOOP_isClassOf(iterator, "ztIterator"), 1);
-    release(iterator);
+TEST(ztIterator, StepsAreAbstract) {
+  const Owned<ztIterator, ztIteratorMethods> walk(ztIterator_ctor);
+  for (const void *result : {walk->start(walk, nullptr, 0), walk->move(walk, 1), walk->first(walk, nullptr),
+                             walk->last(walk, nullptr), walk->next(walk), walk->prev(walk)}) {
+    EXPECT_EQ(static_cast<const char *>(result), virtualCall("ztIterator"));
   }
 }
 
-TEST_F(AvlIterator, NewIteratorIsNowhere) {
+TEST_F(ztAvlIteratorTest, StepsBeforeAStartGiveNothing) {
   EXPECT_EQ(walk.tree, nullptr);
   EXPECT_EQ(walk.current, nullptr);
   EXPECT_EQ(walk.depth, 0U);
-}
-
-TEST_F(AvlIterator, StepsBeforeAStartGiveNothing) {
   EXPECT_EQ(steps->next(&walk), nullptr);
   EXPECT_EQ(steps->prev(&walk), nullptr);
   EXPECT_EQ(steps->move(&walk, 0), nullptr);
   EXPECT_EQ(steps->move(&walk, 1), nullptr);
 }
 
-TEST_F(AvlIterator, NothingToWalk) {
+TEST_F(ztAvlIteratorTest, NothingToWalk) {
   EXPECT_EQ(steps->first(&walk, tree), nullptr);
   EXPECT_EQ(steps->last(&walk, tree), nullptr);
   EXPECT_EQ(steps->next(&walk), nullptr);
@@ -117,34 +83,19 @@ TEST_F(AvlIterator, NothingToWalk) {
   EXPECT_EQ(steps->start(&walk, nullptr, 1), nullptr);
 }
 
-TEST_F(AvlIterator, WalksTreesOfEverySizeBothWays) {
-  for (int32_t count = 0; count < 140; ++count) {
-    const Items items = itemsOf(tree);
-    ASSERT_EQ(items.size(), static_cast<size_t>(count));
-    ASSERT_EQ(forwards(), items);
-    ASSERT_EQ(walk.current, nullptr);
-    ASSERT_EQ(backwards(), Items(items.rbegin(), items.rend()));
+TEST_F(ztAvlIteratorTest, WalksTreesOfEverySizeBothWays) {
+  for (int32_t count = 0; count < 140 && !HasFailure(); ++count) {
+    ASSERT_EQ(itemsIn(tree).size(), static_cast<size_t>(count));
+    expectToWalkBothWays();
     fill(1);
   }
-}
-
-TEST_F(AvlIterator, WalksALargeTree) {
   fill(scale(20000));
-  const Items items = itemsOf(tree);
-  EXPECT_EQ(forwards(), items);
-  EXPECT_EQ(backwards(), Items(items.rbegin(), items.rend()));
+  expectToWalkBothWays();
 }
 
-TEST_F(AvlIterator, OrderIsThatOfTheElements) {
-  for (int32_t number = 1; number <= 1000; ++number) ztAvlTree_of(tree)->push(tree, &number);
-  int32_t expected = 0;
-  for (const ztAvlTreeItem *item : forwards()) EXPECT_EQ(*static_cast<int32_t *>(item->data), ++expected);
-  for (const ztAvlTreeItem *item : backwards()) EXPECT_EQ(*static_cast<int32_t *>(item->data), expected--);
-}
-
-TEST_F(AvlIterator, StartAndMoveCountDirectionsTheOppositeWay) {
+TEST_F(ztAvlIteratorTest, StartAndMoveCountDirectionsTheOppositeWay) {
   fill(50);
-  const Items items = itemsOf(tree);
+  const Items items = itemsIn(tree);
   EXPECT_EQ(steps->start(&walk, tree, 0), items.front());
   EXPECT_EQ(steps->move(&walk, 1), items[1]);
   EXPECT_EQ(steps->move(&walk, 1), items[2]);
@@ -154,135 +105,99 @@ TEST_F(AvlIterator, StartAndMoveCountDirectionsTheOppositeWay) {
   EXPECT_EQ(steps->move(&walk, 1), items.back());
 }
 
-TEST_F(AvlIterator, TurnsAnywhere) {
+TEST_F(ztAvlIteratorTest, TurnsAnywhere) {
   for (const int32_t count : {1, 2, 3, 7, 30, 200}) {
-    ztAvlTree_of(tree)->empty(tree);
+    tree->empty(tree);
     fill(count);
-    const Items items = itemsOf(tree);
+    const Items items = itemsIn(tree);
     size_t position = 0;
     bool ended = true;
     for (int32_t i = 0; i < scale(20000); ++i) {
+      const bool forward = random() % 2 == 0;
       if (ended) {
-        const bool atFront = random() % 2 == 0;
-        position = atFront ? 0 : items.size() - 1;
-        ASSERT_EQ(atFront ? steps->first(&walk, tree) : steps->last(&walk, tree), items[position]);
+        position = forward ? 0 : items.size() - 1;
+        ASSERT_EQ(forward ? steps->first(&walk, tree) : steps->last(&walk, tree), items[position]);
         ended = false;
         continue;
       }
-      const bool forward = random() % 2 == 0;
       void *item = forward ? steps->next(&walk) : steps->prev(&walk);
       ended = forward ? position + 1 == items.size() : position == 0;
-      if (ended) {
-        ASSERT_EQ(item, nullptr);
-        ASSERT_EQ(steps->next(&walk), nullptr) << "an ended walk stays ended";
-        ASSERT_EQ(steps->prev(&walk), nullptr);
-      } else {
-        position += forward ? 1 : size_t(-1);
-        ASSERT_EQ(item, items[position]);
-      }
+      position += forward ? 1 : size_t(-1);
+      ASSERT_EQ(item, ended ? nullptr : items[position]);
+      if (!ended) continue;
+      ASSERT_EQ(steps->next(&walk), nullptr) << "an ended walk stays ended";
+      ASSERT_EQ(steps->prev(&walk), nullptr);
     }
   }
 }
 
-TEST_F(AvlIterator, CopyGoesOnFromWhereItsSourceIs) {
+TEST_F(ztAvlIteratorTest, CopyGoesOnFromWhereItsSourceIs) {
   fill(40);
-  const Items items = itemsOf(tree);
+  const Items items = itemsIn(tree);
   steps->first(&walk, tree);
   for (int i = 0; i < 10; ++i) steps->next(&walk);
-  auto *copy = static_cast<ztAvlIterator *>(steps->clone(&walk, ztAvlIterator_newop()));
+  const Owned<ztAvlIterator, ztAvlIteratorMethods> copy(cloneOf(&walk));
   EXPECT_EQ(steps->next(&walk), items[11]);
-  EXPECT_EQ(ztAvlIterator_of(copy)->prev(copy), items[9]);
+  EXPECT_EQ(copy->prev(copy), items[9]);
   EXPECT_EQ(steps->next(&walk), items[12]);
-  release(copy);
 }
 
-TEST_F(AvlIterator, ReachesTheRootOnlyOnce) {
-  fill(1);
-  EXPECT_EQ(steps->first(&walk, tree), tree->root);
-  EXPECT_EQ(walk.depth, 0U);
-  EXPECT_EQ(steps->next(&walk), nullptr);
-  EXPECT_EQ(steps->last(&walk, tree), tree->root);
-  EXPECT_EQ(steps->prev(&walk), nullptr);
-}
-
-TEST_F(AvlIterator, PathHoldsTheItemsAboveTheCurrentOne) {
-  fill(300);
-  for (void *item = steps->first(&walk, tree); item != nullptr; item = steps->next(&walk)) {
-    const ztAvlTreeItem *above = tree->root;
-    for (uint32_t i = 0; i < walk.depth; ++i) {
-      ASSERT_EQ(walk.path[i], above);
-      const ztAvlTreeItem *below = i + 1 < walk.depth ? walk.path[i + 1] : walk.current;
-      ASSERT_TRUE(above->left == below || above->right == below);
-      above = below;
+TEST_F(ztAvlIteratorTest, PathHoldsTheItemsAboveTheCurrentOne) {
+  for (const int32_t count : {1, 300}) {
+    fill(count);
+    for (void *item = steps->first(&walk, tree); item != nullptr; item = steps->next(&walk)) {
+      const ztAvlTreeItem *above = tree.fields().root;
+      for (uint32_t i = 0; i < walk.depth; ++i) {
+        ASSERT_EQ(walk.path[i], above);
+        const ztAvlTreeItem *below = i + 1 < walk.depth ? walk.path[i + 1] : walk.current;
+        ASSERT_TRUE(above->left == below || above->right == below);
+        above = below;
+      }
+      ASSERT_EQ(above, item);
     }
-    ASSERT_EQ(above, item);
   }
-}
-
-TEST(AvlIteratorTable, NullIteratorGivesNothing) {
-  const auto *steps = ztAvlIterator_table();
-  EXPECT_EQ(steps->start(nullptr, nullptr, 0), nullptr);
-  EXPECT_EQ(steps->move(nullptr, 1), nullptr);
-  EXPECT_EQ(steps->first(nullptr, nullptr), nullptr);
-  EXPECT_EQ(steps->last(nullptr, nullptr), nullptr);
-  EXPECT_EQ(steps->next(nullptr), nullptr);
-  EXPECT_EQ(steps->prev(nullptr), nullptr);
 }
 
 // Routing -----------------------------------------------------------------------------------------
 
 // A host's iterators, which write down the starts and moves that they are asked for.
-static std::string asked;
-
-static void *recordStart(void *, const void *container, int32_t direction) {
-  asked += direction ? " start 1" : " start 0";
-  return const_cast<void *>(container);
-}
-
-static void *recordMove(void *object, int32_t direction) {
-  asked += direction ? " move 1" : " move 0";
-  return object;
+template <typename Methods>
+static void writeDownStartsAndMoves(Methods *methods) {
+  ZT_OVERRIDE_METHOD(methods, start, [](void *, const void *container, int32_t direction) {
+    asked += direction ? " start 1" : " start 0";
+    return const_cast<void *>(container);
+  });
+  ZT_OVERRIDE_METHOD(methods, move, [](void *object, int32_t direction) {
+    asked += direction ? " move 1" : " move 0";
+    return object;
+  });
 }
 
 #define HostIterator_FIELDS ztAvlIterator_FIELDS
 #define HostIterator_METHODS ztAvlIterator_METHODS
 ZT_DECLARE_CLASS(HostIterator)
-
-static void hostIteratorMethods(HostIteratorMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, start, recordStart);
-  ZT_OVERRIDE_METHOD(methods, move, recordMove);
-}
-
-ZT_DEFINE_CLASS(HostIterator, ztAvlIterator, hostIteratorMethods)
+ZT_DEFINE_CLASS(HostIterator, ztAvlIterator, writeDownStartsAndMoves)
 
 #define HostMapIterator_FIELDS ztMapIterator_FIELDS
 #define HostMapIterator_METHODS ztMapIterator_METHODS
 ZT_DECLARE_CLASS(HostMapIterator)
+ZT_DEFINE_CLASS(HostMapIterator, ztMapIterator, writeDownStartsAndMoves)
 
-static void hostMapIteratorMethods(HostMapIteratorMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, start, recordStart);
-  ZT_OVERRIDE_METHOD(methods, move, recordMove);
+static void expectRouting(ztCtor constructor, const void *container, const void *tree) {
+  const Owned<ztIterator, ztIteratorMethods> walk(constructor);
+  takeAsked();
+  EXPECT_EQ(walk->first(walk, container), tree);
+  EXPECT_EQ(walk->last(walk, container), tree);
+  EXPECT_EQ(walk->next(walk), walk);
+  EXPECT_EQ(walk->prev(walk), walk);
+  EXPECT_EQ(takeAsked(), " start 0 start 1 move 1 move 0");
 }
 
-ZT_DEFINE_CLASS(HostMapIterator, ztMapIterator, hostMapIteratorMethods)
-
-static void expectRouting(void *iterator, const void *container, const void *tree) {
-  const auto *steps = ztIterator_of(iterator);
-  asked.clear();
-  EXPECT_EQ(steps->first(iterator, container), tree);
-  EXPECT_EQ(steps->last(iterator, container), tree);
-  EXPECT_EQ(steps->next(iterator), iterator);
-  EXPECT_EQ(steps->prev(iterator), iterator);
-  EXPECT_EQ(asked, " start 0 start 1 move 1 move 0");
-  release(iterator);
+TEST_F(ztAvlIteratorTest, EndsAndStepsGoThroughStartAndMove) {
+  expectRouting(HostIterator_ctor, tree, tree);
 }
 
-TEST_F(AvlIterator, EndsAndStepsGoThroughStartAndMove) {
-  expectRouting(HostIterator_ctor(nullptr, 1), tree, tree);
-}
-
-TEST(MapIterator, EndsAndStepsGoThroughStartAndMove) {
-  auto *map = static_cast<ztMap *>(ztMap_ctor(nullptr, 1));
-  expectRouting(HostMapIterator_ctor(nullptr, 1), map, map->tree);
-  release(map);
+TEST(ztMapIterator, EndsAndStepsGoThroughStartAndMove) {
+  const Owned<ztMap, ztMapMethods> map(ztMap_ctor);
+  expectRouting(HostMapIterator_ctor, map, map.fields().tree);
 }
