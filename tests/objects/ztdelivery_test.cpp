@@ -78,8 +78,6 @@ class Delivery : public ListenerTest {
   std::vector<Listener *> addresses;
 };
 
-}  // namespace
-
 // What is called ----------------------------------------------------------------------------------
 
 TEST_F(Delivery, GoesByAddressAndNewestFirstForOneReceiver) {
@@ -113,18 +111,18 @@ TEST_F(Delivery, ReportsWhatWasNotDelivered) {
   EXPECT_EQ(emit(), 1);
 }
 
-static std::vector<intptr_t> arguments;
-static std::vector<double> doubles;
+std::vector<intptr_t> arguments;
+std::vector<double> doubles;
 
 // Slots of so many arguments, the first of which may be a double.
 template <typename... Words>
-static void take(void *receiver, Words... words) {
+void take(void *receiver, Words... words) {
   EXPECT_NE(ztObject_of(receiver)->getSender(receiver), nullptr);
   arguments = {words...};
 }
 
 template <typename... Words>
-static void takeDouble(void *receiver, double first, Words... words) {
+void takeDouble(void *receiver, double first, Words... words) {
   EXPECT_NE(ztObject_of(receiver)->getSender(receiver), nullptr);
   doubles = {first, static_cast<double>(words)...};
 }
@@ -541,8 +539,6 @@ TEST_F(Delivery, MayNestDeeply) {
 
 // Random graphs -----------------------------------------------------------------------------------
 
-namespace {
-
 constexpr const char *signalNames[] = {"changed", "moved"};
 constexpr int slotNumbers = 3;
 
@@ -707,8 +703,6 @@ class Graph {
   int calls = 0;
 };
 
-}  // namespace
-
 TEST_F(Delivery, SurvivesRandomGraphs) {
   int calls = 0;
   const int steps = scale(20000);
@@ -724,3 +718,5 @@ TEST_F(Delivery, SurvivesRandomGraphs) {
   // A short run hardly gets further than making objects and connecting them.
   EXPECT_GT(calls, steps < 5000 ? 0 : 5 * steps) << calls;
 }
+
+}  // namespace
