@@ -122,7 +122,7 @@ ZT_DEFINE_CLASS(BoundlessMap, ztSlotMap,
 
 namespace {
 
-// The properties that an array was filled with, as "name:index".
+// The properties that an array was filled with, as "owner.name:index".
 using Names = std::vector<std::string>;
 using PropertyList = Owned<ztPropertyPtrArray, ztPropertyPtrArrayMethods>;
 
@@ -134,10 +134,13 @@ Names namesIn(const PropertyList &list) {
   Names names;
   for (int32_t i = 0; i < list->getSize(list); ++i) {
     const ztProperty *property = propertyAt(list, i);
-    names.push_back(textOf(property->name) + (":" + std::to_string(property->index)));
+    names.push_back(property->ownerClassName + std::string(".") + textOf(property->name) + ":" +
+                    std::to_string(property->index));
   }
   return names;
 }
+
+const Names ofAnyObject{"ztObject.refCount:0"};
 
 Names listed(const void *object, decltype(ztObjectMethods::getProperties) list) {
   const PropertyList properties(ztPropertyPtrArray_ctor);
@@ -223,7 +226,7 @@ TEST_F(ztObjectLife, CloneOfAnEndedObjectHasNoPropertiesOfItsOwn) {
   EXPECT_EQ(object.fields().signals, nullptr);
   const auto copy = object.copy();
   EXPECT_EQ(copy.fields().dynamicProperties, nullptr);
-  EXPECT_EQ(allProperties(copy), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(copy), ofAnyObject);
   EXPECT_EQ(setProperty(copy, "level", "ztInt", 0), 0);
   EXPECT_NE(addSignal(copy, "changed"), nullptr);
 }
@@ -271,41 +274,37 @@ class ztObjectProperties : public testing::Test {
 };
 
 TEST_F(ztObjectProperties, OfANewObjectAreItsReferenceCount) {
-  EXPECT_EQ(allProperties(object), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(object), ofAnyObject);
   EXPECT_EQ(intProperty(object, "refCount"), 1);
   object->ref(object);
   object->ref(object);
   EXPECT_EQ(intProperty(object, "refCount"), 3);
   object.fields().refCount = 1;
+  // Setting it stores nothing.
+  EXPECT_EQ(setProperty(object, "refCount", "ztInt", 50), 1);
+  EXPECT_EQ(intProperty(object, "refCount"), 1);
+  EXPECT_EQ(allProperties(object), ofAnyObject);
   const ztProperty *property = propertyNamed(object, "refCount");
   EXPECT_EQ(property->type, ztIntPropertyTypeClass_Instance());
   EXPECT_EQ(property->getter.getInt, ztObject_table()->getRefCount);
   EXPECT_EQ(property->setter.setInt, nullptr);
   EXPECT_EQ(property->userWord, nullptr);
   EXPECT_STREQ(textOf(property->signalName), "");
-  EXPECT_STREQ(property->ownerClassName, "ztObject");
-}
-
-TEST_F(ztObjectProperties, SettingTheReferenceCountStoresNothing) {
-  EXPECT_EQ(setProperty(object, "refCount", "ztInt", 50), 1);
-  EXPECT_EQ(intProperty(object, "refCount"), 1);
-  EXPECT_EQ(dynamicProperties(object), Names{});
 }
 
 TEST_F(ztObjectProperties, AnUnknownNameMakesADynamicOneBehindTheStaticOnes) {
   newIntProperty(object, "zeta", 1);
   newIntProperty(object, "alpha", 2);
-  EXPECT_EQ(allProperties(object), (Names{"refCount:0", "zeta:1", "alpha:2"}));
-  EXPECT_EQ(listed(object, object->getStaticProperties), Names{"refCount:0"});
-  EXPECT_EQ(dynamicProperties(object), (Names{"zeta:1", "alpha:2"}));
+  EXPECT_EQ(allProperties(object), (Names{"ztObject.refCount:0", "ztObject.zeta:1", "ztObject.alpha:2"}));
+  EXPECT_EQ(listed(object, object->getStaticProperties), ofAnyObject);
+  EXPECT_EQ(dynamicProperties(object), (Names{"ztObject.zeta:1", "ztObject.alpha:2"}));
   const ztProperty *property = propertyNamed(object, "zeta");
   EXPECT_EQ(ztProperty_of(property)->isDynamic(property), 1);
-  EXPECT_STREQ(property->ownerClassName, "ztObject");
   EXPECT_EQ(property->getter.getInt, nullptr);
   EXPECT_EQ(property->setter.setInt, nullptr);
   EXPECT_EQ(property->userWord, nullptr);
   EXPECT_STREQ(textOf(property->signalName), "");
-  EXPECT_EQ(allProperties(Object()), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(Object()), ofAnyObject);
 }
 
 // The creating call takes the address of the value, later ones the value.
@@ -357,7 +356,8 @@ TEST_F(ztObjectProperties, EveryKindWorksAsADynamicOne) {
   }
   EXPECT_STREQ(textOf(valueOf<void *>(object, "string")), "second");
   EXPECT_EQ(dynamicProperties(object),
-            (Names{"ztChar:1", "ztFloat:2", "ztCharPtr:3", "ztVoidPtr:4", "ztBool:5", "string:6"}));
+            (Names{"ztObject.ztChar:1", "ztObject.ztFloat:2", "ztObject.ztCharPtr:3", "ztObject.ztVoidPtr:4",
+                   "ztObject.ztBool:5", "ztObject.string:6"}));
 }
 
 // Whatever the kind, and whichever of its parts could not be made.
@@ -394,7 +394,7 @@ TEST_F(ztObjectProperties, AnUnknownTypeMakesNothing) {
     EXPECT_EQ(setProperty(object, "level", type, 0), 0) << type;
   }
   EXPECT_EQ(setProperty(object, "level", nullptr, 0), 0);
-  EXPECT_EQ(allProperties(object), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(object), ofAnyObject);
 }
 
 TEST_F(ztObjectProperties, NamesMayBeLongAndEmpty) {
@@ -431,7 +431,7 @@ TEST_F(ztObjectProperties, TakeNoObjectNoNameAndNoOutput) {
   EXPECT_EQ(declare(nullptr, "name"), 0);
   EXPECT_EQ(declare(klass, nullptr), 0);
   EXPECT_EQ(methods->addProperty(klass, "name", nullptr, noGetter, noSetter, nullptr, nullptr), 0);
-  EXPECT_EQ(allProperties(object), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(object), ofAnyObject);
 }
 
 TEST_F(ztObjectProperties, ListsReplaceWhatTheArrayHeld) {
@@ -439,17 +439,17 @@ TEST_F(ztObjectProperties, ListsReplaceWhatTheArrayHeld) {
   newIntProperty(object, "level", 1);
   EXPECT_EQ(object->getProperties(object, list), 1);
   EXPECT_EQ(object->getDynamicProperties(object, list), 1);
-  EXPECT_EQ(namesIn(list), Names{"level:1"});
+  EXPECT_EQ(namesIn(list), Names{"ztObject.level:1"});
   EXPECT_EQ(object->getDynamicProperties(Object(), list), 1);
   EXPECT_EQ(namesIn(list), Names{});
 }
 
 TEST_F(ztObjectProperties, ListsKeepTheOrderOfCreationOfManyOnes) {
-  Names expected{"refCount:0"};
+  Names expected = ofAnyObject;
   for (int i = 1; i <= 200; ++i) {
     const std::string name = "p" + std::to_string(i * 7919 % 1000);
     newIntProperty(object, name.c_str(), i);
-    expected.push_back(name + ":" + std::to_string(i));
+    expected.push_back("ztObject." + name + ":" + std::to_string(i));
   }
   EXPECT_EQ(allProperties(object), expected);
 }
@@ -470,7 +470,7 @@ TEST_F(ztObjectProperties, SortFunctionComparesTheIndexesAsSignedNumbers) {
 
 // Static properties -------------------------------------------------------------------------------
 
-const Names ofBoxes{"refCount:0", "width:1", "area:2", "depth:3"};
+const Names ofBoxes{"ztObject.refCount:0", "Shape.width:1", "Shape.area:2", "Box.depth:3"};
 
 class ztObjectStaticProperties : public testing::Test {
  protected:
@@ -484,17 +484,20 @@ TEST_F(ztObjectStaticProperties, ComeInTheOrderOfDeclarationAlsoOfAnAncestorThat
   EXPECT_EQ(allProperties(box), ofBoxes);
   EXPECT_EQ(listed(box, box->getStaticProperties), ofBoxes);
   newIntProperty(box, "color", 1);
-  EXPECT_EQ(dynamicProperties(box), Names{"color:4"});
-  EXPECT_STREQ(propertyNamed(box, "width")->ownerClassName, "Shape");
-  EXPECT_STREQ(propertyNamed(box, "depth")->ownerClassName, "Box");
-  EXPECT_STREQ(propertyNamed(box, "refCount")->ownerClassName, "ztObject");
-  EXPECT_STREQ(propertyNamed(box, "color")->ownerClassName, "Box");
+  EXPECT_EQ(dynamicProperties(box), Names{"Box.color:4"});
 }
 
 TEST_F(ztObjectStaticProperties, AreThoseOfItsAncestorsForAClassWithoutDeclarations) {
   EXPECT_EQ(allProperties(plain), ofBoxes);
-  EXPECT_STREQ(propertyNamed(plain, "depth")->ownerClassName, "Box");
-  EXPECT_EQ(allProperties(Object(Silent_ctor)), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(Object(Silent_ctor)), ofAnyObject);
+}
+
+TEST_F(ztObjectStaticProperties, KeepWhatTheyWereDeclaredWith) {
+  const ztProperty *width = propertyNamed(box, "width");
+  EXPECT_EQ(width->userWord, &shapeMarker);
+  EXPECT_STREQ(textOf(width->signalName), "widthChanged");
+  EXPECT_EQ(width->valueSize, 0U);
+  EXPECT_EQ(ztProperty_of(width)->isDynamic(width), 0);
 }
 
 TEST_F(ztObjectStaticProperties, AreReadAndWrittenThroughTheObject) {
@@ -507,14 +510,6 @@ TEST_F(ztObjectStaticProperties, AreReadAndWrittenThroughTheObject) {
   EXPECT_EQ(intProperty(box, "area"), 31);
   EXPECT_EQ(intProperty(other, "width"), 5);
   EXPECT_EQ(dynamicProperties(box), Names{});
-}
-
-TEST_F(ztObjectStaticProperties, KeepUserWordAndSignalName) {
-  const ztProperty *width = propertyNamed(box, "width");
-  EXPECT_EQ(width->userWord, &shapeMarker);
-  EXPECT_STREQ(textOf(width->signalName), "widthChanged");
-  EXPECT_EQ(width->valueSize, 0U);
-  EXPECT_EQ(ztProperty_of(width)->isDynamic(width), 0);
 }
 
 TEST_F(ztObjectStaticProperties, AreDeclaredOnceUnderAName) {
@@ -531,7 +526,11 @@ TEST_F(ztObjectStaticProperties, MayBeDeclaredLaterAndShadowADynamicOne) {
   EXPECT_EQ(intProperty(late, "level"), 1);
 }
 
-TEST_F(ztObjectStaticProperties, AreMadeAgainAfterTheClassWasFreed) {
+TEST_F(ztObjectStaticProperties, AreInAMapOfTheClasssOwnThatIsMadeAgainAfterItWasFreed) {
+  EXPECT_NE(Box_table()->staticProperties, nullptr);
+  EXPECT_NE(Box_table()->staticProperties, Plain_table()->staticProperties);
+  EXPECT_NE(Box_table()->staticProperties, ztObject_table()->staticProperties);
+  EXPECT_EQ(ztBaseClass_of(Box_table()->staticProperties)->getRefCount(Box_table()->staticProperties), 1);
   ztFreeClass("Box");
   EXPECT_EQ(Box_table()->staticProperties, nullptr);
   setProperty(box, "width", "ztInt", 8);
@@ -542,13 +541,6 @@ TEST_F(ztObjectStaticProperties, AreMadeAgainAfterTheClassWasFreed) {
   EXPECT_EQ(allProperties(box), ofBoxes);
   const Object other(Box_ctor);
   EXPECT_EQ(other->getProperty(other, "depth", "ztInt", nullptr), 1);
-}
-
-TEST_F(ztObjectStaticProperties, AreInAMapThatAClassDoesNotShareWithItsAncestors) {
-  EXPECT_NE(Box_table()->staticProperties, nullptr);
-  EXPECT_NE(Box_table()->staticProperties, Plain_table()->staticProperties);
-  EXPECT_NE(Box_table()->staticProperties, ztObject_table()->staticProperties);
-  EXPECT_EQ(ztBaseClass_of(Box_table()->staticProperties)->getRefCount(Box_table()->staticProperties), 1);
 }
 
 TEST_F(ztObjectStaticProperties, HaveTheNameOfTheirOwnerCut) {
