@@ -108,18 +108,6 @@ static void connectorMethods(ConnectorMethods *methods) {
 
 ZT_DEFINE_CLASS(Connector, ztObject, connectorMethods)
 
-// A map of a host's that says it has more slots than memory could hold.
-#define BoundlessMap_FIELDS ztSlotMap_FIELDS
-#define BoundlessMap_METHODS ztSlotMap_METHODS
-ZT_DECLARE_CLASS(BoundlessMap)
-
-static int32_t boundlessGetSize(const void *) {
-  return INT32_MAX;
-}
-
-ZT_DEFINE_CLASS(BoundlessMap, ztSlotMap,
-                [](auto *methods) { ZT_OVERRIDE_METHOD(methods, getSize, boundlessGetSize); })
-
 namespace {
 
 // The properties that an array was filled with, as "owner.name:index".
@@ -874,13 +862,13 @@ TEST_F(ztObjectConnections, WithADestroyedObjectAreAllDropped) {
   EXPECT_FALSE(isConnected(sender, "destroyed", receiver, destroyedOf(receiver)));
 }
 
-// However a host has set up the signal that tells the peers, and when it did not.
+// However a host has set up the signal that tells the peers, or where it did not.
 TEST_F(ztObjectConnections, WithAReceiverThatGoesAreForgotten) {
   for (uint32_t argumentCount : {0U, 1U, 4U, 5U, 255U, 256U}) {
     for (uint32_t blocked : {0U, 1U}) {
       SCOPED_TRACE(testing::Message() << argumentCount << " arguments, blocked " << blocked);
       void *listener = newListener();
-      addSignal(listener, "destroyed", argumentCount);
+      if (argumentCount != 1) addSignal(listener, "destroyed", argumentCount);
       connectTo(sender, "changed", listener, diarySlot<0>());
       ztObject_blockSignal(listener, "destroyed", blocked);
       release(listener);
@@ -1003,14 +991,15 @@ TEST_F(ztObjectConnections, AreRefusedWhenAnEndCannotBeTold) {
   EXPECT_FALSE(isConnected(receiver, "changed", sender, diarySlot<0>()));
 }
 
+// A host's map may say that it has more slots than memory could hold.
 TEST_F(ztObjectConnections, ThatAMapHoldsAreCalledWhateverNumberItGives) {
   connectTo(sender, "changed", receiver, diarySlot<0>());
-  ztClass *own = slots()->klass;
-  release(BoundlessMap_ctor(nullptr, 1));
-  slots()->klass = BoundlessMapClass_Instance();
+  auto *methods = static_cast<ztSlotMapMethods *>(slots()->klass->methodTable);
+  const auto own = methods->getSize;
+  methods->getSize = [](const void *) { return INT32_MAX; };
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 1U);
-  slots()->klass = own;
+  methods->getSize = own;
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 2U);
 }
