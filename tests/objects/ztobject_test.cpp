@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -529,6 +530,23 @@ TEST_F(ztObjectStaticProperties, AreInAMapOfTheClasssOwnThatIsMadeAgainAfterItWa
   EXPECT_EQ(allProperties(box), ofBoxes);
   const Object other(Box_ctor);
   EXPECT_EQ(other->getProperty(other, "depth", "ztInt", nullptr), 1);
+}
+
+// Also where there may be other threads, for whose sake a map is replaced and not changed.
+TEST_F(ztObjectStaticProperties, MayBeDeclaredOnceMoreAfterMemoryWasExhausted) {
+  const auto *methods = Late_of(late);
+  ztClass *klass = LateClass_Instance();
+  const auto declareAnew = [=, this] {
+    methods->classInstanceDestroy(klass);
+    methods->classInstanceCreate(klass);
+    const int32_t made = declare(klass, "rank", noGetter, noSetter, nullptr, "signal");
+    EXPECT_TRUE(!made || late->getProperty(late, "rank", "ztInt", nullptr));
+    methods->classInstanceDestroy(klass);
+  };
+  exhaustMemoryIn(declareAnew);
+  std::thread([] {}).join();
+  exhaustMemoryIn(declareAnew);
+  methods->classInstanceCreate(klass);
 }
 
 TEST_F(ztObjectStaticProperties, HaveTheNameOfTheirOwnerCut) {
