@@ -1,31 +1,16 @@
 #include "tests/objects/listeners.hh"
 
-int32_t listenersLive;
 std::vector<Call> diary;
 std::function<void(const Call &)> reaction;
 
 static int32_t listenerCreate(void *object) {
-  if (!ztObject_table()->create(object)) return 0;
   static_cast<Listener *>(object)->number = 0;
-  ++listenersLive;
-  return 1;
-}
-
-static void *listenerClone(const void *object, void *target) {
-  void *copy = ztObject_table()->clone(object, target);
-  if (copy != nullptr) ++listenersLive;
-  return copy;
-}
-
-static void listenerDestroy(void *object) {
-  ztObject_table()->destroy(object);
-  --listenersLive;
+  return Counting<Listener, ztObject_table>::create(object);
 }
 
 static void listenerMethods(ListenerMethods *methods) {
+  Counting<Listener, ztObject_table>::overrideIn(methods);
   ZT_OVERRIDE_METHOD(methods, create, listenerCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, listenerClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, listenerDestroy);
 }
 
 ZT_DEFINE_CLASS(Listener, ztObject, listenerMethods)

@@ -4,6 +4,7 @@
 #define ZT_TESTS_LISTENERS_HH
 
 #include "objects/ztobject.h"
+#include "tests/helpers/counted.hh"
 #include "tests/helpers/owned.hh"
 
 #include <gtest/gtest.h>
@@ -19,7 +20,7 @@
 ZT_DECLARE_CLASS(Listener)
 
 // Listeners that were created or cloned and not yet destroyed.
-extern int32_t listenersLive;
+inline int32_t &listenersLive = liveOf<Listener>;
 
 Listener *newListener(int32_t number = 0);
 

@@ -18,7 +18,7 @@
 ZT_DECLARE_CLASS(LiveNode)
 
 // LiveNode objects that were created or cloned and not yet destroyed.
-extern int32_t nodesLive;
+inline int32_t &nodesLive = liveOf<LiveNode>;
 
 // NodeListener: an object whose slot runs an action that the test sets.
 using Action = std::function<void(ztRoot *child)>;
