@@ -547,6 +547,9 @@ TEST_F(ztObjectStaticProperties, MayBeDeclaredOnceMoreAfterMemoryWasExhausted) {
   std::thread([] {}).join();
   exhaustMemoryIn(declareAnew);
   methods->classInstanceCreate(klass);
+  const void *read = methods->staticProperties;
+  EXPECT_EQ(declare(klass, "rank"), 1);
+  EXPECT_NE(methods->staticProperties, read);
 }
 
 TEST_F(ztObjectStaticProperties, HaveTheNameOfTheirOwnerCut) {
