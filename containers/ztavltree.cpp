@@ -1,9 +1,13 @@
 #include "containers/ztavltree.h"
 
+#include "containers/ztacont.hh"
+#include "containers/ztarrays.h"
 #include "containers/ztavltree.hh"
-#include "containers/ztcont.hh"
+#include "containers/ztcompare.hh"
+#include "containers/ztitems.hh"
+#include "containers/ztmap.h"
 #include "containers/ztmapitem.h"
-#include "containers/ztuse.hh"
+#include "containers/ztscont.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
@@ -22,23 +26,104 @@ static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
+namespace {
+
+// How the items of a tree are made and deleted.
+enum class Items {
+  watched,   // by functions that may be a host's
+  elements,  // in one step, by the tree
+  pairs      // in one step, by the map whose tree it is
+};
+
+}  // namespace
+
+static const ztMap &mapOf(const ztAvlTree &tree) {
+  return *static_cast<const ztMap *>(tree.itemManager);
+}
+
+static Items itemsOf(const ztAvlTree &tree) {
+  if (tree.itemManager == &tree) {
+    const bool isPlain = hasPlainItems(tree, ztAvlTreeItem_ctor) &&
+                         isPlainClass(ztAvlTreeItemClass_Instance(), avlTreeItemCreate);
+    return isPlain ? Items::elements : Items::watched;
+  }
+  if (tree.itemManager == nullptr) return Items::watched;
+  // Only a map has this function in the slot.
+  const bool isMap = ztContainer_of(tree.itemManager)->newItem == method<newPairItem<ztMapItem>>;
+  const bool isPlain = isMap && hasPlainPairs<ztMapItem>(mapOf(tree), ztMapItem_ctor) &&
+                       isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
+  return isPlain ? Items::pairs : Items::watched;
+}
+
+static bool keepsPointers(const ztAvlTree &tree, Items items) {
+  return items == Items::pairs ? mapOf(tree).keyByPointer != 0 : tree.byPointer != 0;
+}
+
+static ztAvlTreeItem *makePlainItem(const ztAvlTree &tree, Items items, const void *element) {
+  ztAvlTreeItem *item;
+  if (items == Items::elements) {
+    item = makePlainItem<ztAvlTreeItem>(tree, ztAvlTreeItem_ctor, element);
+  } else {
+    const auto *pair = static_cast<const ztKeyValue *>(element);
+    ztMapItem *made = makePlainPair<ztMapItem>(mapOf(tree), ztMapItem_ctor, pair->key, pair->value);
+    item = reinterpret_cast<ztAvlTreeItem *>(made);
+  }
+  if (item == nullptr) return nullptr;
+  item->left = nullptr;
+  item->right = nullptr;
+  item->balance = 0;
+  return item;
+}
+
+// False where the next release of the item would not be its end, or its class is another one.
+static bool deletePlainItem(const ztAvlTree &tree, Items items, ztAvlTreeItem *item) {
+  if (items == Items::elements && endsPlain(item, ztAvlTreeItemClass_Instance())) {
+    releasePlain(policyOf(tree), item->data);
+    ztm_free(item);
+    return true;
+  }
+  if (items == Items::pairs && endsPlain(item, ztMapItemClass_Instance())) {
+    deletePlainPair(mapOf(tree), reinterpret_cast<ztMapItem *>(item));
+    return true;
+  }
+  return false;
+}
+
+// Turns the items that hang together until the topmost has nothing on its left.
+static ztAvlTreeItem *turnToLast(ztAvlTreeItem *item) {
+  while (ztAvlTreeItem *left = item->left) {
+    item->left = left->right;
+    left->right = item;
+    item = left;
+  }
+  return item;
+}
+
+// Deletes plain items that hang together, up to one that is not plain. What is left then.
+static ztAvlTreeItem *deletePlainItems(const ztAvlTree &tree, ztAvlTreeItem *item) {
+  const Items items = itemsOf(tree);
+  while (items != Items::watched && item != nullptr) {
+    item = turnToLast(item);
+    ztAvlTreeItem *right = item->right;
+    if (!deletePlainItem(tree, items, item)) break;
+    item = right;
+  }
+  return item;
+}
+
 // Deletes items that were taken out of the tree with all that hang below. Whoever ends the tree meanwhile
 // deletes the rest of them.
 static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
+  item = deletePlainItems(*tree, item);
+  if (item == nullptr) return;
   ContainerUse use(tree);
   while (item != nullptr) {
-    ztAvlTreeItem *left = item->left;
+    item = turnToLast(item);
     ztAvlTreeItem *right = item->right;
-    if (left == nullptr) {
-      use.setItems(right);
-      deleteItem(tree, item);
-      if (use.ended()) return;
-      item = right;
-    } else {
-      item->left = left->right;
-      left->right = item;
-      item = left;
-    }
+    use.setItems(right);
+    deleteItem(tree, item);
+    if (use.ended()) return;
+    item = right;
   }
 }
 
@@ -55,6 +140,30 @@ static bool canCompare(const ztAvlTree *tree, const void *key) {
   if (tree->compareFunction == nullptr) return false;
   const bool isOwn = tree->itemManager == tree || tree->itemManager == nullptr;
   return key != nullptr || !isOwn || (tree->elementConstructor == nullptr && tree->byPointer);
+}
+
+// Compares elements with a key. Integers are the most common ones, and are compared without a call.
+struct IntegerOrder {
+  int64_t key;
+  int64_t operator()(const void *data) const {
+    return data == nullptr ? -1 : int64_t{integerAt(data)} - key;
+  }
+};
+
+struct CalledOrder {
+  ztCompareFunc compare;
+  const void *key;
+  int32_t operator()(const void *data) const {
+    return compare(data, key);
+  }
+};
+
+template <typename Search>
+static auto withOrder(const ztAvlTree &tree, const void *key, Search search) {
+  if (tree.compareFunction != ztIntArray_compare_func || key == nullptr) {
+    return search(CalledOrder{tree.compareFunction, key});
+  }
+  return search(IntegerOrder{integerAt(key)});
 }
 
 // Balance -----------------------------------------------------------------------------------------
@@ -99,8 +208,10 @@ struct Place {
 
 }  // namespace
 
-static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place) {
-  const ztCompareFunc compare = tree->compareFunction;
+// False where an item on the way down is equal, and that is refused.
+template <typename Order>
+static bool findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Order orderOf, bool refusesEqual,
+                      Place *place) {
   place->parent = probe;
   place->right = true;
   place->top = nullptr;
@@ -113,10 +224,13 @@ static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place)
       depth = 0;
     }
     fetchBelow(item);
-    place->right = compare(item->data, probe->data) < 0;
+    const auto order = orderOf(item->data);
+    if (order == 0 && refusesEqual) return false;
+    place->right = order < 0;
     place->goesRight[depth++] = place->right;
     place->parent = item;
   }
+  return true;
 }
 
 static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAvlTreeItem *added) {
@@ -145,7 +259,7 @@ static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
 static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
                              const void *element) {
   Place place;
-  findPlace(tree, probe, &place);
+  findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
   ztAvlTreeItem *added = newItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
@@ -154,7 +268,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTree
       deleteItem(tree, added);
       return nullptr;
     }
-    findPlace(tree, probe, &place);
+    findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
   }
   hang(tree, probe, place, added);
   return added;
@@ -197,7 +311,28 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
   return use->removed() ? itemOf(tree, data) : added;
 }
 
+// Without a probe, and with one look for an equal element and for the place.
+static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *element) {
+  const auto *pair = static_cast<const ztKeyValue *>(element);
+  const void *key = items == Items::pairs ? pair->key : element;
+  // A probe could not hold such a key.
+  if (key == nullptr && !keepsPointers(tree, items)) return nullptr;
+  ztAvlTreeItem aboveRoot;
+  Place place;
+  const bool isFree = withOrder(tree, key, [&](auto order) {
+    return findPlace(&tree, &aboveRoot, order, !tree.allowDuplicate, &place);
+  });
+  if (!isFree || tree.count >= INT32_MAX) return nullptr;
+  ztAvlTreeItem *added = makePlainItem(tree, items, element);
+  if (added != nullptr) hang(&tree, &aboveRoot, place, added);
+  return added;
+}
+
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
+  const Items items = isPlainCompare(tree.compareFunction) ? itemsOf(tree) : Items::watched;
+  if (items != Items::watched && (items == Items::elements || element != nullptr)) {
+    return pushPlain(tree, items, element);
+  }
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
   // What a call that was left had still to delete.
@@ -291,20 +426,23 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   if (!canCompare(&tree, key)) return 0;
   Path path;
   path.depth = 0;
-  ztAvlTreeItem *item = tree.root;
-  while (item != nullptr) {
-    fetchBelow(item);
-    const int32_t order = tree.compareFunction(item->data, key);
-    if (order == 0) break;
-    item = step(&path, item, order < 0);
-  }
+  ztAvlTreeItem *item = withOrder(tree, key, [&](auto orderOf) {
+    ztAvlTreeItem *at = tree.root;
+    while (at != nullptr) {
+      fetchBelow(at);
+      const auto order = orderOf(at->data);
+      if (order == 0) break;
+      at = step(&path, at, order < 0);
+    }
+    return at;
+  });
   if (item == nullptr) return 0;
   item = unlinkItem(&tree, &path, item);
   rebalance(&tree, &path);
   --tree.count;
   noteRemoved(&tree);
   // Last, since the end of an element may call back into the tree.
-  deleteItem(&tree, item);
+  if (!deletePlainItem(tree, itemsOf(tree), item)) deleteItem(&tree, item);
   return 1;
 }
 
@@ -320,15 +458,16 @@ static void treeEmpty(ztAvlTree &tree) {
 
 static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
   if (!canCompare(&tree, key)) return nullptr;
-  const ztCompareFunc compare = tree.compareFunction;
-  ztAvlTreeItem *item = tree.root;
-  while (item != nullptr) {
-    fetchBelow(item);
-    const int32_t order = compare(item->data, key);
-    if (order == 0) break;
-    item = treeLink(item, order < 0);
-  }
-  return item;
+  return withOrder(tree, key, [&tree](auto orderOf) {
+    ztAvlTreeItem *item = tree.root;
+    while (item != nullptr) {
+      fetchBelow(item);
+      const auto order = orderOf(item->data);
+      if (order == 0) break;
+      item = treeLink(item, order < 0);
+    }
+    return item;
+  });
 }
 
 void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found) {

@@ -7,6 +7,10 @@
 
 namespace ztcore {
 
+// Methods of the root class, to tell whether a class has others.
+void baseDestroy(void *object);
+void baseUnRef(ztBaseClass &object);
+
 // The identity of a class as a file holds it. Behind the text of the name there may be anything.
 struct Identity {
   char name[100];
