@@ -144,9 +144,9 @@ static bool canCompare(const ztAvlTree *tree, const void *key) {
 
 // Compares elements with a key. Integers are the most common ones, and are compared without a call.
 struct IntegerOrder {
-  int64_t key;
-  int64_t operator()(const void *data) const {
-    return data == nullptr ? -1 : int64_t{integerAt(data)} - key;
+  int32_t key;
+  int32_t operator()(const void *data) const {
+    return data == nullptr ? -1 : compareValues(integerAt(data), key);
   }
 };
 
@@ -224,7 +224,7 @@ static bool findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Order orderOf
       depth = 0;
     }
     fetchBelow(item);
-    const auto order = orderOf(item->data);
+    const int32_t order = orderOf(item->data);
     if (order == 0 && refusesEqual) return false;
     place->right = order < 0;
     place->goesRight[depth++] = place->right;
@@ -430,7 +430,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
     ztAvlTreeItem *at = tree.root;
     while (at != nullptr) {
       fetchBelow(at);
-      const auto order = orderOf(at->data);
+      const int32_t order = orderOf(at->data);
       if (order == 0) break;
       at = step(&path, at, order < 0);
     }
@@ -462,7 +462,7 @@ static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
     ztAvlTreeItem *item = tree.root;
     while (item != nullptr) {
       fetchBelow(item);
-      const auto order = orderOf(item->data);
+      const int32_t order = orderOf(item->data);
       if (order == 0) break;
       item = treeLink(item, order < 0);
     }
