@@ -1,5 +1,5 @@
-# What `cmake --install` puts where: the library, the public headers under one root of their own, and what
-# CMake and pkg-config need to find them. All of it may be moved to another prefix as a whole.
+# Installs the library, the public headers under one root of their own, and the files that CMake and
+# pkg-config read. All of it may be moved to another prefix as a whole.
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
@@ -18,7 +18,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZentovaConfigVersion.cma
                                  COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/ZentovaConfigVersion.cmake" DESTINATION "${package_folder}")
 
-# A folder as pkg-config is to find it: from its own, unless the folder stands outside of the prefix.
+# A folder in the form for pkg-config: relative to the .pc file, unless the folder is outside the prefix.
 function(zt_pkgconfig_path folder out)
   if(IS_ABSOLUTE "${folder}" OR IS_ABSOLUTE "${pkgconfig_folder}")
     cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" NORMALIZE)

@@ -5,7 +5,7 @@ if(ZT_SANITIZE OR ZT_COVERAGE OR ZT_BUILD_FUZZERS)
 endif()
 if(ZT_SANITIZE STREQUAL "thread")
   set(flags -fsanitize=thread -fno-omit-frame-pointer)
-  # Between the calls that it puts in, GCC sees null pointers where there are none.
+  # With the inserted calls, GCC reports null pointers that cannot occur.
   target_compile_options(zt_instrumentation INTERFACE ${flags} -Wno-null-dereference)
   target_link_options(zt_instrumentation INTERFACE ${flags})
 elseif(ZT_SANITIZE)
@@ -21,7 +21,7 @@ if(ZT_BUILD_FUZZERS)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
     message(FATAL_ERROR "libFuzzer comes with clang")
   endif()
-  # Getters and slots may take fewer arguments than they are called with, which clang alone objects to.
+  # Getters and slots may take fewer arguments than they are called with; only clang reports that.
   set(flags -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize=function -fno-sanitize-recover=all
             -fno-omit-frame-pointer)
   target_compile_options(zt_instrumentation INTERFACE ${flags})

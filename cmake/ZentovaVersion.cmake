@@ -1,5 +1,5 @@
-# The version stands twice: in project(), for what is built, packaged and found, and in a header, for programs,
-# which a checkout has without being configured. Both say the same.
+# The version is in two places: in project(), for building and packaging, and in a header, which programs can
+# read in a checkout that was never configured. Compares the two.
 set(version_header "${PROJECT_SOURCE_DIR}/core/ztversion.h")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${version_header}")
 file(READ "${version_header}" text)

@@ -1,4 +1,4 @@
-# What every file of the tree is compiled with. A packager's compiler may warn of what ours does not know.
+# The warnings for all files of the tree. A packager's compiler may have warnings that ours does not have.
 option(ZT_WERROR "Take every warning for an error" ON)
 add_library(zt_warnings INTERFACE)
 target_compile_options(zt_warnings INTERFACE

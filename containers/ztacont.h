@@ -1,9 +1,6 @@
 /**
  * @file ztacont.h
- * ztAssociativeContainer: the base of containers of pairs of a key and a value.
- *
- * The element policy holds twice, once for the keys and once for the values, each with settings of its
- * own.
+ * ztAssociativeContainer: the base of containers of key/value pairs. Keys and values each have a policy.
  */
 #ifndef ZT_CONTAINERS_ZTACONT_H
 #define ZT_CONTAINERS_ZTACONT_H
@@ -12,22 +9,21 @@
 
 ZT_BEGIN_C
 
-/** What the `newItem` of an associative container takes as its element. */
+/** The element that the `newItem` of an associative container takes. */
 typedef struct ztKeyValue {
-  const void *key;   /**< in the caller's form, as the key policy takes it */
-  const void *value; /**< in the caller's form, as the value policy takes it */
+  const void *key;   /**< in the caller's form, see the key policy */
+  const void *value; /**< in the caller's form, see the value policy */
 } ztKeyValue;
 
 ZT_END_C
 
-/** Fields of ztAssociativeContainer: the policies of keys and values. The compare function of
- *  ztContainer compares keys. */
+/** Fields of ztAssociativeContainer: the policies. The compare function of ztContainer compares keys. */
 #define ztAssociativeContainer_FIELDS                                                 \
   ztContainer_FIELDS                                                                  \
   uint32_t keyByPointer;              /* not 0: keys are the caller's pointers */     \
   uint32_t valueByPointer;            /* not 0: values are the caller's pointers */   \
-  int32_t keySize;                    /* bytes of a key kept by value */              \
-  int32_t valueSize;                  /* bytes of a value kept by value */            \
+  int32_t keySize;                    /* bytes of a key stored by value */            \
+  int32_t valueSize;                  /* bytes of a value stored by value */          \
   ztCtor keyConstructor;              /* not NULL: keys are objects of its class */   \
   ztCtor valueConstructor;            /* not NULL: values are objects of its class */ \
   ztCompareFunc valueCompareFunction; /* compares two values; NULL until set */
@@ -35,7 +31,7 @@ ZT_END_C
 /**
  * The methods of an associative container, in slot order after those of ztContainer.
  *
- *  - `setKeySize`, `setValueSize`: the size of a key or value and whether it is kept by pointer.
+ *  - `setKeySize`, `setValueSize`: the size of a key or value and whether it is stored by pointer.
  *  - `setKeyConstructor`, `setValueConstructor`: the `C_ctor` of the class of keys or values.
  *  - `setValueCompareFunction`: compares two values.
  *

@@ -1,5 +1,4 @@
-// The key/value form of the element policy. The item classes of the associative containers keep the
-// key in `data` and the value in a field `value` of their own.
+// The element policy for pairs. An item holds the key in `data` and the value in its field `value`.
 #ifndef ZT_CONTAINERS_ZTACONT_HH
 #define ZT_CONTAINERS_ZTACONT_HH
 
@@ -19,19 +18,19 @@ inline ElementPolicy valuePolicy(const void *object) {
   return {container->valueConstructor, container->valueByPointer != 0, container->valueSize};
 }
 
-// What of a stored pair its container releases: the key, or else the value; NULL when neither.
+// The part of a stored pair that its container releases: the key, or else the value; NULL for neither.
 inline const void *ownOfPair(const void *object, const void *key, const void *value) {
   if (isOwned(keyPolicy(object))) return key;
   return isOwned(valuePolicy(object)) ? value : nullptr;
 }
 
-// Whether a pair may be gone that is copied out of a container.
+// Whether a pair that is being copied out of a container may be gone.
 inline bool isPairGone(const ztKeyValue *pair) {
   return isSourceGone(pair->key) || isSourceGone(pair->value);
 }
 
-// A new item that holds the pair, made by the container's item constructor; NULL when that or one of
-// the two copies fails, or when the container ended or the pair went meanwhile.
+// Makes an item for the pair with the container's item constructor. NULL when that or a copy fails, and when
+// the container was destroyed or the pair removed meanwhile.
 template <typename Item>
 void *newPairItem(ztAssociativeContainer &container, const void *pair) {
   if (container.itemConstructor == nullptr || pair == nullptr) return nullptr;
@@ -63,7 +62,7 @@ void *copyPairItem(ztAssociativeContainer &container, void *destination, const v
   return destination;
 }
 
-// Releases the item's key and value, then the item. The container may end with the key.
+// Releases the item's key and value, then the item. Releasing the key may destroy the container.
 template <typename Item>
 void deletePairItem(ztAssociativeContainer &container, void *item) {
   if (item == nullptr) return;

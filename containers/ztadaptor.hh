@@ -1,7 +1,6 @@
-// What the deque, the queue and the stack have in common: each keeps its elements in a container of
-// another class, its field `inner`, which it owns and hands its settings on to. Item manager and item
-// constructor are not handed on. `inner` is NULL where there was no memory for it; operations then do
-// nothing.
+// The base of the deque, the queue and the stack: each owns a container of another class, its field `inner`,
+// which holds the elements. Settings are passed on to it, except for item manager and item constructor. If
+// memory was exhausted, `inner` is NULL and operations do nothing.
 #ifndef ZT_CONTAINERS_ZTADAPTOR_HH
 #define ZT_CONTAINERS_ZTADAPTOR_HH
 
@@ -11,7 +10,7 @@
 
 namespace ztcore {
 
-// The class of the inner container is the one that `constructInner` makes.
+// Returns the class that `constructInner` makes.
 template <typename Adaptor, ztCtor constructInner>
 using AdaptorParts = Parts<&ztSequenceContainer_table, Part<&Adaptor::inner, constructInner>>;
 
@@ -22,12 +21,12 @@ void *adaptorClone(const Adaptor &adaptor, void *target) {
 
 template <typename Adaptor>
 void adaptorDestroy(Adaptor &adaptor) {
-  // An element may have another inner container made at its end.
+  // An element that is destroyed may make a new inner container.
   while (adaptor.inner != nullptr) releasePart(adaptor.inner);
   ztSequenceContainer_table()->destroy(&adaptor);
 }
 
-// The method that calls the inner container's method of that slot.
+// Calls the inner container's method in that slot.
 template <typename Adaptor, auto slot>
 struct InnerCall;
 
@@ -50,11 +49,11 @@ struct InnerCall<Adaptor, slot> {
 template <typename Adaptor, auto slot>
 inline constexpr auto innerMethod = method<InnerCall<Adaptor, slot>::call>;
 
-// The same for a setting, which the adaptor keeps, too.
+// The same for a setting, which the adaptor also stores.
 template <typename Adaptor, auto slot>
 inline constexpr auto innerSetting = method<InnerCall<Adaptor, slot>::set>;
 
-// Writes the overrides that are the same for every adaptor; the rest is each class's own.
+// Fills the slots that are the same for every adaptor.
 template <typename Adaptor, ztCtor constructInner, typename Methods>
 void fillAdaptorMethods(Methods *methods) {
   using Settings = ztSequenceContainerMethods;

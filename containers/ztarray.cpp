@@ -40,7 +40,7 @@ void ztcore::releaseBlock(const ztArray &array, void *block) {
   if (!leavePart(&array, block)) ztm_free(block);
 }
 
-// Moves the elements to a new block of that size.
+// Moves the elements to a new block of `size` bytes.
 static bool moveBlock(ztArray &array, int32_t size) {
   void *block = ztm_alloc(size);
   if (block == nullptr) return false;
@@ -55,7 +55,7 @@ bool ztcore::resizeBlock(ztArray &array, int64_t count) {
   const int32_t size = blockSize(array, count);
   if (size < 0) return false;
   if (array.data != nullptr && isPartInUse(&array, array.data)) return moveBlock(array, size);
-  // A host's tracking allocator knows a block only from its allocation.
+  // ztm_alloc for the first block: a host's tracking allocator must record it.
   void *block = array.data == nullptr ? ztm_alloc(size) : ztm_realloc(array.data, size);
   if (block == nullptr) return false;
   array.data = block;
@@ -80,7 +80,7 @@ int64_t ztcore::offsetInBlock(const ztArray &array, const void *address) {
 
 // Adding and replacing ----------------------------------------------------------------------------
 
-// The sizes of numbers without a call.
+// Copies without a call for the sizes of numbers.
 static void copyBytes(void *place, const void *source, size_t size) {
   switch (size) {
     case sizeof(int8_t):
@@ -133,7 +133,7 @@ static void *arrayPushBack(ztArray &array, const void *element) {
   return holdsPointers(array) ? pushPointer(array, element) : pushBytes(array, element);
 }
 
-// Whether the match function tells a match among the elements that there are when it begins.
+// Whether the match function accepts an element; elements that are added meanwhile are not tested.
 static bool matchesAny(const ztArray &array, const void *element, ztCompareFunc match) {
   const ContainerUse use(&array);
   const ztArrayMethods *methods = ztArray_of(&array);
@@ -163,7 +163,7 @@ static void *arraySetAt(ztArray &array, const void *element, int32_t index) {
 
 // Removing ----------------------------------------------------------------------------------------
 
-// A block with all elements but one.
+// A new block without one element.
 static void *copyWithout(const ztArray &array, int32_t index) {
   const int32_t left = array.count - 1;
   void *block = newBlock(array, left, left);
@@ -269,7 +269,7 @@ static int32_t arrayIsEmpty(const ztArray &array) {
   return array.count == 0;
 }
 
-// What the compare function changes in the array is done in another block, which is not sorted then.
+// If the compare function changes the array, it changes another block, which stays unsorted.
 static void arraySort(ztArray &array, ztCompareFunc compare) {
   if (array.data == nullptr || compare == nullptr || !ownBlock(array)) return;
   const BlockUse use(array);
@@ -278,7 +278,7 @@ static void arraySort(ztArray &array, ztCompareFunc compare) {
 
 namespace {
 
-// Stands for the key NULL, which the standard library's search does not take.
+// Replaces a NULL key, which the standard library's search does not accept.
 struct NullKey {
   ztCompareFunc compare;
 };
@@ -379,7 +379,7 @@ static int32_t arrayAssign(ztArray &array, const void *other) {
 
 static void arrayDestroy(ztArray &array) {
   ztArray_of(&array)->empty(&array);
-  // What the elements put in at their end, and what calls that are under way have out of the array.
+  // Repeats for what destroyed elements added, and for what calls under way have out of the array.
   do {
     while (array.data != nullptr) arrayEmpty(array);
   } while (endObjects(&array));

@@ -2,29 +2,28 @@
  * @file ztarray.h
  * ztArray: elements side by side in one block of memory.
  *
- * The block is always as large as its contents: every push resizes it and every removal makes a new
- * one. A host that knows the number of elements beforehand calls `setSize` and fills the slots.
+ * The block is always as large as its contents: every push resizes it and every removal makes a new one. If the
+ * number of elements is known, call `setSize` and fill the places.
  *
  * The element policy (containers/ztcont.h) applies inside the block:
  *
- *  - with an element constructor the elements are objects that live in the block. They are ended with
- *    `destroy`, never with `unRef`, and have a count of 1. The element size must be the instance size
- *    of the elements' class; an object of a larger class does not fit and is refused.
- *  - by pointer: the block holds the caller's pointers. They are read at a stride of 8 bytes, whatever
- *    the element size; set it to 8.
+ *  - with an element constructor the elements are objects in the block. They are destroyed with `destroy`,
+ *    never with `unRef`, and have a count of 1. The element size must be the instance size of their class; an
+ *    object of a larger class is refused.
+ *  - by pointer: the block holds the caller's pointers. They are read at a stride of 8 bytes, whatever the
+ *    element size; set it to 8.
  *  - by value: the block holds copies of the elements.
  *
- * Growth and removal move objects in the block byte by byte. An object whose own address is kept
- * somewhere, as a list keeps its own in its item manager, must not live there: store pointers to it.
+ * Growth and removal move objects in the block bytewise. Do not store an object whose address is stored
+ * elsewhere (a list, for example, is its own item manager): store pointers to such objects.
  *
- * The methods of an element may call back into the array. An element that is being added is none of the
- * array's yet, one that is being removed is none any more. While `setAt`, `assign` and `read` have an element
- * cloned, assigned, read or destroyed in its slot the array is empty, and what is added then stands behind
- * the others afterwards. An exception or a `longjmp` out of such a call leaves the array empty; the elements
- * then end with it, or with the next such call.
+ * The methods of an element may call the array. An element that is being added or removed is not in the array.
+ * While `setAt`, `assign` and `read` clone, assign, read or destroy an element in its place, the array is
+ * empty; elements that are added then come after the others. An exception or a `longjmp` out of such a call
+ * leaves the array empty; the elements are destroyed with the array, or by the next such call.
  *
- * What an operation returns from inside the block is valid until the next operation that adds,
- * removes, resizes or reads. Sizes past 2^31 - 1 bytes and negative counts are refused.
+ * Pointers into the block are valid until the next operation that adds, removes, resizes or reads. Sizes past
+ * 2^31 - 1 bytes and negative counts are refused.
  */
 #ifndef ZT_CONTAINERS_ZTARRAY_H
 #define ZT_CONTAINERS_ZTARRAY_H
@@ -32,53 +31,50 @@
 #include "containers/ztscont.h"
 
 /** Fields of ztArray; `itemConstructor` and `itemManager` are not used. */
-#define ztArray_FIELDS          \
-  ztSequenceContainer_FIELDS    \
-  int32_t count; /* elements */ \
+#define ztArray_FIELDS                        \
+  ztSequenceContainer_FIELDS                  \
+  int32_t count; /* the number of elements */ \
   void *data;    /* the block; NULL when empty; owned */
 
 /**
- * The methods of an array, in slot order after those of ztSequenceContainer. "The element" that an
- * operation returns is the stored pointer of an array that is by pointer, else the address in the
- * block.
+ * The methods of an array, in slot order after those of ztSequenceContainer. "The element" that an operation
+ * returns is the stored pointer of an array by pointer, else the address in the block.
  *
- *  - `pushBack`: adds an element, which may be one of the array's own; the address of its slot. NULL,
- *    and nothing is added, when the element does not fit, cannot be cloned, or memory is exhausted.
- *  - `pushBackUnique`: calls @c match with each stored element and the given one. 0 as soon as a call
- *    gives not 0; else adds the element and gives 1. (0 too when it cannot be added.) The function
- *    tells a match, it is no compare function: those give 0 for equal elements.
+ *  - `pushBack`: adds an element, which may be in the array; returns the address of its place. NULL, with
+ *    nothing added, when the element does not fit, cannot be cloned, or memory is exhausted.
+ *  - `pushBackUnique`: calls @c match with each stored element and the given one. 0 as soon as a call does not
+ *    return 0; else adds the element and returns 1. (0 also when it cannot be added.) A compare function does
+ *    not serve as @c match: it returns 0 for equal elements.
  *  - `removeAt`: removes the element at an index.
- *  - `getAt`: the element at an index. By pointer, NULL for an index out of range; else the index is
- *    not checked: the result is where such an element would lie.
- *  - `setAt`: replaces the element at an index; the address of its slot. NULL, and nothing changes,
- *    for an index out of range or an element that does not fit. When the element cannot be cloned the
- *    result is NULL and the slot holds a new object.
+ *  - `getAt`: the element at an index. By pointer, NULL for an index out of range; else the index is not
+ *    checked: the result is the address that such an element would have.
+ *  - `setAt`: replaces the element at an index; returns the address of its place. NULL, with nothing changed,
+ *    for an index out of range or an element that does not fit. When the element cannot be cloned, the result
+ *    is NULL and the place holds a new object.
  *  - `empty`: removes all elements.
- *  - `setSize`: empties the array, with all that its elements add at their end, and gives it @c count elements that are zero, or new objects; 1, or
- *    0 when it cannot, and nothing changes. When the array has that many elements already (and any)
- *    it keeps them as they are.
- *  - `resize`: keeps the first elements and adds or removes at the end; results as `setSize`. 0 too, and
- *    the array stays as it is, when the cloning or making of an element changes it.
+ *  - `setSize`: empties the array, also of what its elements add while they are destroyed, and adds @c count
+ *    elements that are zero, or new objects. 1; 0, with nothing changed, on failure. An array that already has
+ *    that many elements (and any) keeps them.
+ *  - `resize`: keeps the first elements and adds or removes at the end; results as `setSize`. 0 also, with the
+ *    array unchanged, when cloning or making an element changes it.
  *  - `getFront`, `getBack`: the first or last element, through `getAt`; NULL when empty.
  *  - `getData`: the block.
  *  - `isEmpty`: 1 without elements, else 0.
- *  - `sort`: sorts with a function that is given the addresses of two slots (by pointer: of two stored
- *    pointers); equal elements in no certain order.
- *  - `search`: the key may be NULL where the function can compare that. Finds an element of an array that was sorted by the same function, which is given the
- *    key and the address of a slot; the address of the slot, or NULL.
- *  - `find`: the first element for which the compare function of the array, given the element and the
- *    key, gives 0; or NULL.
+ *  - `sort`: sorts with a function that gets the addresses of two places (by pointer: of two stored pointers);
+ *    the order of equal elements is undefined.
+ *  - `search`: finds an element of an array that was sorted with the same function, which gets the key and the
+ *    address of a place; the key may be NULL if the function accepts that. The address of the place, or NULL.
+ *  - `find`: the first element that the array's compare function, called with it and the key, finds equal; or
+ *    NULL.
  *
- * `assign` takes over the elements of another array, no more than both have: without an element
- * constructor the bytes, when the element sizes agree; with one it assigns object to object. 0 when
- * the two do not agree.
+ * `assign` copies the elements of another array, as many as both have: without an element constructor the
+ * bytes, if the element sizes are equal; with one it assigns object to object. 0 when the two differ.
  *
- * `write` stores the count and each element: the object's own `write`, or its bytes (by pointer: the
- * pointers' bytes). `read` gives 0 for a count that cannot be. Elements that the file lacks are zero,
- * objects as their own `read` leaves them, as long as they take no more than 64 KB and what has been read
- * of the file allow; else `read` gives 0, and the array is as it was or empty. A host's class that
- * overrides `setSize` or `empty` gets all elements by one `setSize`. Elements of no bytes leave nothing in
- * a binary file and an empty line each in a text file.
+ * `write` stores the count and each element: the object's own `write`, or its bytes (by pointer: the pointers'
+ * bytes). `read` returns 0 for an impossible count. Elements that the file lacks are zero, or objects as their
+ * own `read` leaves them, up to 64 KB and what has been read of the file; beyond that `read` returns 0, and the
+ * array is unchanged or empty. A host's class that overrides `setSize` or `empty` gets all elements by one
+ * `setSize`. Elements of no bytes add nothing to a binary file and an empty line each to a text file.
  */
 #define ztArray_METHODS                                                                      \
   ztSequenceContainer_METHODS                                                                \

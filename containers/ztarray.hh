@@ -1,4 +1,4 @@
-// The inside of an array: its block of elements, and the objects in it.
+// The block of an array and the objects in it.
 #ifndef ZT_CONTAINERS_ZTARRAY_HH
 #define ZT_CONTAINERS_ZTARRAY_HH
 
@@ -7,9 +7,8 @@
 
 namespace ztcore {
 
-// Slot i lies at data + i * elementSize. Pointers, however, are read at data + i * pointerStride, so that
-// with an element size other than that the block is larger than its places, and what lies outside them is
-// zero.
+// Place i is at data + i * elementSize. But pointers are read at data + i * pointerStride, so the block is
+// larger if the element size is different, and the bytes outside the places are zero.
 constexpr int32_t pointerStride = sizeof(void *);
 
 inline bool holdsObjects(const ztArray &array) {
@@ -24,7 +23,7 @@ inline bool hasIndex(const ztArray &array, int32_t index) {
   return index >= 0 && index < array.count;
 }
 
-// Any index gives an address, also one outside the block, and so does no block.
+// Accepts any index, also outside the block or without a block.
 inline char *placeAt(const ztArray &array, int64_t index) {
   const int64_t offset = index * array.elementSize;
   return reinterpret_cast<char *>(reinterpret_cast<intptr_t>(array.data) + offset);
@@ -32,41 +31,39 @@ inline char *placeAt(const ztArray &array, int64_t index) {
 
 // The block, ztarray.cpp --------------------------------------------------------------------------
 
-// Bytes of a block for so many elements, at least 1; -1 when there can be no such block.
+// The size of a block for `count` elements, at least 1; -1 when it is impossible.
 int32_t blockSize(const ztArray &array, int64_t count);
 
-// Zeroes a block, or what it holds behind its first places.
+// Zeroes a block behind its first places.
 void clearBehind(const ztArray &array, void *block, int32_t places, int32_t size);
 
-// A block for so many elements, zero from the given place on.
+// A block for `count` elements, zero from the given place on.
 void *newBlock(const ztArray &array, int32_t count, int32_t clearFrom);
 
-// Frees a block that the array has given up, unless a call that is under way goes on reading it: that call
-// frees it then.
+// Frees a block that the array no longer has, or leaves that to a call under way that still reads it.
 void releaseBlock(const ztArray &array, void *block);
 
-// Gives the array another block in place of its own, which it releases.
+// Replaces the array's block and releases the old one.
 void installBlock(ztArray &array, void *block, int32_t count);
 
-// Resizes the block, which keeps its elements; false when it cannot.
+// Resizes the block and keeps its elements; false on failure.
 bool resizeBlock(ztArray &array, int64_t count);
 
-// Sees to it that the block is in no other use. False, with nothing changed, when there is no memory.
+// Moves the elements to a new block if a call uses the old one. False, with nothing changed, on failure.
 bool ownBlock(ztArray &array);
 
-// Where in the block an address lies, or -1.
+// The offset of an address in the block, or -1.
 int64_t offsetInBlock(const ztArray &array, const void *address);
 
-// An element of the array's own moves with the block, so it is found again by where it lay.
+// An element in the array moves with the block; its offset tells the new address.
 inline const void *afterMove(const ztArray &array, const void *element, int64_t offsetBefore) {
   return offsetBefore < 0 ? element : static_cast<const char *>(array.data) + offsetBefore;
 }
 
-// Removes all elements.
 void arrayEmpty(ztArray &array);
 
-// A call that goes on reading the array's block after code of a host's. What that code changes is then done
-// in a new block, and the old one stays until the call ends.
+// A call that reads the array's block after a host's code has run. If that code changes the array, it changes a
+// new block, and the old one stays until the call ends.
 class BlockUse {
  public:
   ZT_IN_CALLERS_FRAME explicit BlockUse(const ztArray &used)
@@ -79,7 +76,7 @@ class BlockUse {
   bool isCurrent() const {
     return !use.ended() && array.data == block;
   }
-  // Gives the block back. It is freed where the array has another one now.
+  // Ends the use. Frees the block if the array has another one now.
   void end() {
     use.end();
   }
@@ -92,19 +89,18 @@ class BlockUse {
 
 // Objects in the block, ztarrayobjects.cpp --------------------------------------------------------
 
-// Whether a place of that size holds what the constructor makes.
+// Whether an object of the constructor fits into a place of that size.
 bool constructorFits(ztCtor constructor, int32_t size);
 
 void destroyObject(void *place);
 
-// The array itself may end while its former objects do.
+// Destroying the objects may destroy their former array.
 void destroyObjects(void *block, int32_t count, int32_t stride);
 
-// Fills a block with copies of all objects; false, with nothing left there, when one cannot be copied, or when
-// the array was changed meanwhile.
+// Fills a block with copies of all objects. False, with an empty block, if a copy fails or the array changes.
 bool copyAllObjects(const ztArray &array, void *block);
 
-// Gives the array another block, and then destroys so many of its former objects, from one on.
+// Replaces the array's block, then destroys `ended` of its former objects, from `first` on.
 void replaceObjects(ztArray &array, void *block, int32_t count, int32_t first, int32_t ended);
 
 // The methods of an array of objects.

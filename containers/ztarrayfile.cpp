@@ -6,8 +6,8 @@
 
 using namespace ztcore;
 
-// Where the file is not known to hold what the count claims, places are made as elements arrive. An array whose
-// class makes its places itself makes them all at once.
+// If the file may be shorter than the count claims, places are made as elements arrive. A class that overrides
+// the making of places makes all of them at once.
 
 namespace {
 
@@ -18,11 +18,11 @@ class ArrayReader {
   int32_t read();
 
  private:
-  // Of an object beside its place, roughly.
+  // A rough size of what an object owns outside its place.
   static constexpr int64_t ownParts = 128;
-  // Met without looking at the file.
+  // Granted without a check of the file.
   static constexpr int64_t smallClaim = 4096;
-  // Elements without a size are asked for no more often by a file that does not tell its end.
+  // The most elements without a size that are read from a file that does not tell its end.
   static constexpr int32_t mostWithoutSize = 65536;
 
   bool makesOwnSlots() const {
@@ -33,13 +33,12 @@ class ArrayReader {
   int64_t sizeOf(int32_t places) const {
     return places == 0 ? 0 : blockSize(array, places);
   }
-  // An element takes as many bytes as it has, and an object's record a byte at least.
+  // An element takes its size in the file, and an object at least a byte.
   bool isExcessive() {
     return claims.isExcessive(count, holdsObjects(array) ? 1 : array.elementSize, sizeOf(1));
   }
 
-  // What was read may have changed the array. What came in meanwhile stands behind the places, and no places
-  // are made behind that.
+  // Reading an element may change the array. No places are made after elements that were added.
   bool hasSlot(int32_t index) const {
     return index < made && (array.count == made || (array.count > made && made == count));
   }
@@ -58,15 +57,15 @@ class ArrayReader {
   void *file;
   Claims claims;
   int32_t count = 0;
-  int32_t made = 0;     // places
+  int32_t made = 0;     // the number of places
   bool isFree = false;  // the places are no claim of this count
-  int64_t claimed = 0;  // for each place; 0 while none is on the file's account
-  bool more = true;     // the last element brought something
+  int64_t claimed = 0;  // for each place; 0 while no place depends on the file
+  bool more = true;     // the last element had data
 };
 
 }  // namespace
 
-// How many places to begin with, or -1 for a count that is not met.
+// The number of places to begin with, or -1 for a refused count.
 int32_t ArrayReader::placesAtFirst() {
   const int64_t size = sizeOf(count);
   isFree = size < 0 || count == array.count || makesOwnSlots();
@@ -80,15 +79,15 @@ int32_t ArrayReader::placesAtFirst() {
   }
   if (claims.take(size)) return count;
   if (claims.ownStream() != nullptr && !hasByte(claims.ownStream())) return -1;
-  // Objects without a record are there all the same.
+  // Objects exist even if the file has no record for them.
   if (holdsObjects(array)) claimed += ownParts;
   const int32_t places = placesToAdd();
   return places == 0 ? -1 : places;
 }
 
-// As many places as may be claimed, or one for an element that has begun to arrive.
+// The number of places that may be claimed, or one for an element that has begun to arrive.
 int32_t ArrayReader::placesToAdd() {
-  // A block without objects is there until the larger one has its bytes.
+  // A block without objects exists until its bytes are in the larger one.
   const int64_t bytes = claims.left() - (holdsObjects(array) ? 0 : sizeOf(made));
   const int64_t places = bytes / claimed;
   const int32_t missing = count - made;
@@ -98,7 +97,7 @@ int32_t ArrayReader::placesToAdd() {
     return added;
   }
   FILE *stream = claims.ownStream();
-  // Elements that bring nothing would never come to the byte that is there.
+  // Elements without data would never reach the next byte.
   const bool hasBegun = more && (stream == nullptr || hasByte(stream));
   if (hasBegun) claims.hold(claimed);
   return hasBegun;
@@ -139,13 +138,13 @@ bool ArrayReader::addObjects(int32_t added) {
   return detached.putBack() && isAdded;
 }
 
-// What has arrived for an element is no claim any more.
+// The bytes of an element that has arrived are no longer a claim.
 void ArrayReader::bring(int64_t bytes) {
   if (!claims.isCounted()) claims.addArrived(bytes);
   if (claimed > 0) claims.give(claimed);
 }
 
-// False without memory, or when the array does not keep such objects any more.
+// False when memory is exhausted, or when the array no longer has such objects.
 bool ArrayReader::readObject(int32_t index) {
   if (!ownBlock(array)) return false;
   DetachedBlock detached(array);
@@ -160,7 +159,7 @@ bool ArrayReader::readObject(int32_t index) {
   return true;
 }
 
-// False when the file has ended.
+// False at the end of the file.
 bool ArrayReader::readBytes(int32_t index) {
   const int32_t size = array.elementSize;
   const ztFileMethods *methods = ztFile_of(file);
@@ -173,7 +172,7 @@ bool ArrayReader::readBytes(int32_t index) {
   return arrived >= size || ((more || claims.ownStream() == nullptr) && !methods->eof(file));
 }
 
-// What a file that has ended lacks is zero, as far as that may be claimed.
+// Zeroes the elements that the file lacks, as far as the claim allows.
 bool ArrayReader::fillUp(int32_t arrived) {
   if (isFree) return true;
   const int64_t lacking = sizeOf(count) - sizeOf(claimed > 0 ? made : arrived);
@@ -212,7 +211,7 @@ int32_t ztcore::arrayWrite(const ztArray &array, void *file) {
   if (file == nullptr || !ztSequenceContainer_table()->write(&array, file)) return 0;
   const ztFileMethods *methods = ztFile_of(file);
   if (methods->writeInt(file, array.count) <= 0) return 0;
-  // Elements of no bytes leave nothing in a binary file, however many there are.
+  // Elements of no bytes add nothing to a binary file.
   const bool leavesBytes = holdsObjects(array) || array.elementSize != 0;
   if (!leavesBytes && methods->writeBuf == ztFile_table()->writeBuf) return 1;
   for (int32_t i = 0; i < array.count; ++i) {

@@ -9,11 +9,11 @@ using namespace ztcore;
 
 // Objects in the block ----------------------------------------------------------------------------
 //
-// Their calls come back into the array at times. It is then one that has all that was constructed and not
-// yet destroyed; an object that is being cloned, assigned, read or destroyed is none of its elements.
+// The methods of objects may call the array. It then has all objects that were constructed and not yet
+// destroyed; an object that is being cloned, assigned, read or destroyed is not in the array.
 
 static void *copyIntoPlace(void *place, const void *source) {
-  memcpy(place, source, sizeof(ztBaseClass));  // tells how large the object will be
+  memcpy(place, source, sizeof(ztBaseClass));  // gives the size of the new object
   return cloneOnto(source, place);
 }
 
@@ -26,8 +26,7 @@ void ztcore::destroyObjects(void *block, int32_t count, int32_t stride) {
   for (int32_t i = 0; i < count; ++i, place += stride) destroyObject(place);
 }
 
-// Copies the array's first objects into a block; false, with nothing left there, when one cannot be, or when
-// the array was changed meanwhile.
+// Copies the first objects into a block. False, with an empty block, if a copy fails or the array changes.
 static bool copyObjects(const BlockUse &use, const ztArray &array, void *block, int32_t count) {
   const int32_t stride = array.elementSize;
   const char *source = placeAt(array, 0);
@@ -46,7 +45,7 @@ bool ztcore::copyAllObjects(const ztArray &array, void *block) {
   return copyObjects(use, array, block, array.count);
 }
 
-// A header alone suffices to learn the size: without `create` a constructor writes no more.
+// A header is enough to get the size: without `create` a constructor writes only that.
 bool ztcore::constructorFits(ztCtor constructor, int32_t size) {
   if (size < static_cast<int32_t>(sizeof(ztBaseClass))) return false;
   ztBaseClass header;
@@ -59,7 +58,7 @@ static void constructObjects(ztCtor constructor, void *block, int32_t from, int3
   for (int32_t i = from; i < count; ++i, place += stride) constructor(place, 1);
 }
 
-// The array is whole without the objects before the first one ends.
+// The array no longer has the objects when the first one is destroyed.
 void ztcore::replaceObjects(ztArray &array, void *block, int32_t count, int32_t first, int32_t ended) {
   const BlockUse use(array);
   void *former = array.data;
@@ -75,8 +74,8 @@ void ztcore::replaceObjects(ztArray &array, void *block, int32_t count, int32_t 
 
 namespace {
 
-// The place behind the array's last element, for an object that is none of its elements yet.
-// The block is large enough for it, and is in no other use.
+// The place behind the array's last element, for an object that is not in the array yet. The block is large
+// enough for it, and no call uses the block.
 class OpenPlace {
  public:
   ZT_IN_CALLERS_FRAME explicit OpenPlace(ztArray &opened)
@@ -89,14 +88,14 @@ class OpenPlace {
   char *place() const {
     return address;
   }
-  // Gives up a place that holds no object. True where the block is still the array's.
+  // Gives up a place without an object. True if the array still has the block.
   bool leave() {
     const bool current = use.isCurrent();
     use.end();
     return current;
   }
-  // Makes the object the last element, whatever the array has become. Where it cannot be one, since the array
-  // is gone, keeps other elements now, or lacks memory, it is destroyed. Returns its place, or NULL.
+  // Makes the object the array's last element, and returns its place. If the array is gone, holds other
+  // elements now, or lacks memory, destroys the object and returns NULL.
   char *add() {
     if (use.isCurrent()) {
       use.end();
@@ -125,7 +124,7 @@ class OpenPlace {
 
 }  // namespace
 
-// Without memory for a smaller block the larger one stays.
+// The larger block stays when memory is exhausted.
 static void shrinkBlock(ztArray &array) {
   if (array.count == 0) {
     installBlock(array, nullptr, 0);
@@ -134,7 +133,7 @@ static void shrinkBlock(ztArray &array) {
   }
 }
 
-// Slots have one size, so an object of a larger class is refused.
+// Places have one size, so an object of a larger class is refused.
 static bool accepts(const ztArray &array, const void *element) {
   return element != nullptr && ztOOP_classOf(element)->instanceSize <= array.elementSize;
 }
@@ -154,8 +153,8 @@ void *ztcore::pushObject(ztArray &array, const void *element) {
   return isInPlace || place == nullptr ? place : copy;
 }
 
-// Sees to it that the array's block can be taken out: what an earlier call that was left has out of it ends
-// first. False when there is no memory, or the array has no such index any more.
+// Prepares the removal of the array's block: destroys what abandoned calls have out of it. False when memory is
+// exhausted or the array no longer has the index.
 static bool prepareDetaching(ztArray &array, int32_t index) {
   const ContainerUse use(&array);
   while (!use.ended() && endObjectsLeft(&array)) continue;
@@ -186,7 +185,7 @@ void *ztcore::setObject(ztArray &array, const void *element, int32_t index) {
 
 // Sizes -------------------------------------------------------------------------------------------
 
-// The new objects become the array's once all of them stand.
+// The array gets the new objects when all of them are made.
 int32_t ztcore::setSizeObjects(ztArray &array, int32_t count) {
   if (!constructorFits(array.elementConstructor, array.elementSize)) return 0;
   void *block = newBlock(array, count, 0);
@@ -196,7 +195,7 @@ int32_t ztcore::setSizeObjects(ztArray &array, int32_t count) {
   const int32_t stride = array.elementSize;
   ztArray_of(&array)->empty(&array);
   constructObjects(constructor, block, 0, count, stride);
-  // What the objects put in at their end or their beginning is discarded, too.
+  // Discards what objects added while they were destroyed or made.
   while (!use.ended() && array.data != nullptr) arrayEmpty(array);
   if (!use.ended() && array.elementConstructor == constructor && array.elementSize == stride) {
     installBlock(array, block, count);
@@ -207,8 +206,8 @@ int32_t ztcore::setSizeObjects(ztArray &array, int32_t count) {
   return 0;
 }
 
-// Fills a block with copies of the array's first objects and new ones behind them; false, with nothing left
-// there, when that fails or the array was changed meanwhile.
+// Fills a block with copies of the array's first objects, then new objects. False, with an empty block, when
+// that fails or the array was changed meanwhile.
 static bool copyAndConstruct(const ztArray &array, void *block, int32_t kept, int32_t count) {
   const ztCtor constructor = array.elementConstructor;
   const int32_t stride = array.elementSize;
@@ -236,7 +235,7 @@ int32_t ztcore::resizeObjects(ztArray &array, int32_t count) {
 
 // Assigning ---------------------------------------------------------------------------------------
 
-// Assigns one object of the source to the one in the array's place.
+// Assigns one object of the source to the object in the same place of the array.
 static void assignObject(DetachedBlock &target, const ztArray &source, int32_t index, bool isSame) {
   char *place = target.open(index);
   if (isSame) {

@@ -2,11 +2,10 @@
  * @file ztarrays.h
  * Arrays of pointers, integers, characters and floating-point numbers.
  *
- * Each is a ztArray whose `create` sets the element policy and the compare function. The compare
- * functions give 0 for equal values, 1 when the first is greater, else -1. Those named
- * `C_compare_func` take the addresses of two elements, for `sort` and `search`; a NULL address sorts
- * first. Those named `C_compare_func_ptr` take the two values themselves in place of the pointers: an
- * integer in the low 32 bits, a character in the low 8, a double as its bit pattern.
+ * Each is a ztArray whose `create` sets the element policy and the compare function. The compare functions
+ * return 0 for equal values, 1 when the first is greater, else -1. `C_compare_func` takes the addresses of two
+ * elements, for `sort` and `search`; a NULL address sorts first. `C_compare_func_ptr` takes the two values in
+ * place of the pointers: an integer in the low 32 bits, a character in the low 8, a double as its bit pattern.
  */
 #ifndef ZT_CONTAINERS_ZTARRAYS_H
 #define ZT_CONTAINERS_ZTARRAYS_H
@@ -17,8 +16,7 @@
 #define ztPtrArray_FIELDS ztArray_FIELDS
 /** ztPtrArray adds no methods. */
 #define ztPtrArray_METHODS ztArray_METHODS
-/** An array of the caller's pointers, which it never follows or frees. `find` compares them by
- *  address. */
+/** An array of the caller's pointers, which it never follows or frees. `find` compares addresses. */
 ZT_DECLARE_CLASS(ztPtrArray)
 
 /** ztIntArray adds no fields. */

@@ -17,7 +17,7 @@ static int32_t avlIteratorCreate(void *object) {
   return 1;
 }
 
-// Goes down from the current item as long as there is a child on that side.
+// Goes down from the current item to the last child on that side.
 static void descend(ztAvlIterator &iterator, bool right) {
   ztAvlTreeItem *item = iterator.current;
   for (ztAvlTreeItem *below = treeLink(item, right); below != nullptr; below = treeLink(item, right)) {

@@ -19,7 +19,7 @@
 #include "containers/ztavltree.h"
 #include "containers/ztiter.h"
 
-/** Fields of ztAvlIterator. No tree that fits into memory is 64 items high. */
+/** Fields of ztAvlIterator. A tree of 64 levels would not fit into memory. */
 #define ztAvlIterator_FIELDS                                                             \
   ztIterator_FIELDS                                                                      \
   const struct ztAvlTree *tree;   /* the tree being walked; not owned */                 \
@@ -28,11 +28,10 @@
   uint32_t depth;                 /* entries in use of the path */
 
 /**
- * ztAvlIterator adds no methods to those of ztIterator; its containers are trees, its items
- * ztAvlTreeItem.
+ * ztAvlIterator adds no methods to those of ztIterator. Its containers are trees, its items ztAvlTreeItem.
  *
- * `move`, `next` and `prev` of a walk that has ended, or was never begun, give NULL. `first` and `last`
- * begin with `start`, `next` and `prev` step with `move`. A `clone` goes on from where its source is.
+ * `move`, `next` and `prev` return NULL for a walk that has ended or was never begun. `first` and `last` begin
+ * with `start`, `next` and `prev` step with `move`. A `clone` continues at its source's position.
  */
 #define ztAvlIterator_METHODS ztIterator_METHODS
 

@@ -15,7 +15,7 @@ using namespace ztcore;
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
 
-// No tree has more items than its size can tell.
+// NULL when the count is at its maximum.
 static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {
   if (tree->count >= INT32_MAX) return nullptr;
   return static_cast<ztAvlTreeItem *>(makeItem(tree, use, element));
@@ -30,7 +30,7 @@ namespace {
 
 // How the items of a tree are made and deleted.
 enum class Items {
-  watched,   // by functions that may be a host's
+  watched,   // by functions that may be a host's, while records watch the tree
   elements,  // in one step, by the tree
   pairs      // in one step, by the map whose tree it is
 };
@@ -75,7 +75,7 @@ static ztAvlTreeItem *makePlainItem(const ztAvlTree &tree, Items items, const vo
   return item;
 }
 
-// False where the next release of the item would not be its end, or its class is another one.
+// False, with nothing deleted, when the item is of another class or has further references.
 static bool deletePlainItem(const ztAvlTree &tree, Items items, ztAvlTreeItem *item) {
   if (items == Items::elements && endsPlain(item, ztAvlTreeItemClass_Instance())) {
     releasePlain(policyOf(tree), item->data);
@@ -89,7 +89,7 @@ static bool deletePlainItem(const ztAvlTree &tree, Items items, ztAvlTreeItem *i
   return false;
 }
 
-// Turns the items that hang together until the topmost has nothing on its left.
+// Rotates a subtree until its root has no left child; the new root.
 static ztAvlTreeItem *turnToLast(ztAvlTreeItem *item) {
   while (ztAvlTreeItem *left = item->left) {
     item->left = left->right;
@@ -99,7 +99,7 @@ static ztAvlTreeItem *turnToLast(ztAvlTreeItem *item) {
   return item;
 }
 
-// Deletes plain items that hang together, up to one that is not plain. What is left then.
+// Deletes a subtree up to the first item that is not plain; the rest of it.
 static ztAvlTreeItem *deletePlainItems(const ztAvlTree &tree, ztAvlTreeItem *item) {
   const Items items = itemsOf(tree);
   while (items != Items::watched && item != nullptr) {
@@ -111,8 +111,7 @@ static ztAvlTreeItem *deletePlainItems(const ztAvlTree &tree, ztAvlTreeItem *ite
   return item;
 }
 
-// Deletes items that were taken out of the tree with all that hang below. Whoever ends the tree meanwhile
-// deletes the rest of them.
+// Deletes removed items and all below them. If the tree is destroyed meanwhile, that deletes the rest.
 static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
   item = deletePlainItems(*tree, item);
   if (item == nullptr) return;
@@ -127,15 +126,13 @@ static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
   }
 }
 
-// Brings both children nearer while an element is compared, which hides most of the wait for memory in a
-// tree that is larger than the caches.
+// Prefetches both children during a comparison, which hides most of the memory latency of a large tree.
 static void fetchBelow(const ztAvlTreeItem *item) {
   __builtin_prefetch(item->left);
   __builtin_prefetch(item->right);
 }
 
-// Elements can be compared with the key. A NULL is one where pointers are kept; what it is to a foreign
-// item manager, that one knows.
+// Whether elements can be compared with the key. NULL is a valid key for pointers and for host item managers.
 static bool canCompare(const ztAvlTree *tree, const void *key) {
   if (tree->compareFunction == nullptr) return false;
   const bool isOwn = tree->itemManager == tree || tree->itemManager == nullptr;
@@ -176,7 +173,7 @@ static ztAvlTreeItem *rotate(ztAvlTreeItem *item) {
   if (child->balance != -lean) {
     treeLink(item, right) = treeLink(child, !right);
     treeLink(child, !right) = item;
-    // An even child occurs after a removal only; the height then stays as it was.
+    // An even child occurs only after a removal; the height then stays the same.
     item->balance = child->balance == 0 ? lean : 0;
     child->balance = child->balance == 0 ? -lean : 0;
     return child;
@@ -196,14 +193,14 @@ static ztAvlTreeItem *rotate(ztAvlTreeItem *item) {
 
 namespace {
 
-// Where a new item goes. The probe stands above the root, which is its right link.
+// The position for a new item. The probe is above the root, which is its right link.
 struct Place {
   ztAvlTreeItem *parent;
   bool right;
-  // The last uneven item on the way down, or else the root: the only one that can come to lean by 2.
+  // The last uneven item on the way down, or the root: the only one that can lean by 2 afterwards.
   ztAvlTreeItem *top;
   ztAvlTreeItem *aboveTop;
-  bool goesRight[treeHeight];  // from the top on
+  bool goesRight[treeHeight];  // from the top down
 };
 
 }  // namespace
@@ -239,7 +236,7 @@ static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAv
   ztAvlTreeItem *top = place.top == nullptr ? probe->right : place.top;
   int depth = 0;
   for (ztAvlTreeItem *item = top; item != added; item = treeLink(item, place.goesRight[depth++])) {
-    // Noted on the same way down.
+    // Set during the search.
     item->balance += place.goesRight[depth] ? 1 : -1;  // NOLINT(clang-analyzer-core.uninitialized.Branch)
   }
   if (top->balance == 2 || top->balance == -2) {
@@ -255,7 +252,7 @@ static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
   return !tree->allowDuplicate && ztAvlTree_of(tree)->find(tree, probe->data) != nullptr;
 }
 
-// Adds a new item for the element. The probe holds the element too, as the key of all comparisons.
+// Adds a new item for the element. The probe also holds the element, as the key of all comparisons.
 static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
                              const void *element) {
   Place place;
@@ -263,7 +260,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTree
   ztAvlTreeItem *added = newItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
-    // The making of the item came back into the tree.
+    // Making the item called the tree again.
     if (tree->compareFunction == nullptr || isRefused(tree, probe)) {
       deleteItem(tree, added);
       return nullptr;
@@ -274,7 +271,7 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTree
   return added;
 }
 
-// The item that holds an element of the tree, or NULL.
+// The item of an element in the tree, or NULL.
 static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
   ztAvlIterator walk;
   ztAvlIterator_ctor(&walk, 1);
@@ -285,7 +282,7 @@ static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
   return item;
 }
 
-// The first element of all needs no place to be found.
+// The first element needs no search.
 static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
   tree->root = item;
   ++tree->count;
@@ -299,7 +296,7 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
     deleteItem(tree, probe);
     return nullptr;
   }
-  // Whoever ends the tree meanwhile deletes the probe.
+  // If the tree is destroyed meanwhile, that deletes the probe.
   use->setItems(probe);
   ztAvlTreeItem *added = isRefused(tree, probe) ? nullptr : insert(tree, *use, probe, element);
   if (use->ended()) return nullptr;
@@ -311,7 +308,15 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
   return use->removed() ? itemOf(tree, data) : added;
 }
 
-// Without a probe, and with one look for an equal element and for the place.
+static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key);
+
+// Whether nobody sees how a push is done.
+static bool pushesPlainly(const ztAvlTree &tree, Items items, const void *element) {
+  if (items == Items::watched || (items == Items::pairs && element == nullptr)) return false;
+  return tree.allowDuplicate || ztAvlTree_of(&tree)->find == method<treeFind>;
+}
+
+// Needs no probe, and one search finds both an equal element and the place.
 static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *element) {
   const auto *pair = static_cast<const ztKeyValue *>(element);
   const void *key = items == Items::pairs ? pair->key : element;
@@ -330,18 +335,16 @@ static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *elemen
 
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
   const Items items = isPlainCompare(tree.compareFunction) ? itemsOf(tree) : Items::watched;
-  if (items != Items::watched && (items == Items::elements || element != nullptr)) {
-    return pushPlain(tree, items, element);
-  }
+  if (pushesPlainly(tree, items, element)) return pushPlain(tree, items, element);
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
-  // What a call that was left had still to delete.
+  // Items that an abandoned call had to delete.
   while (void *rest = takeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
   if (use.ended()) return nullptr;
   const bool isFirst = tree.root == nullptr;
   ztAvlTreeItem *item = newItem(&tree, use, element);
   if (item == nullptr) return nullptr;
-  // The making of the first item may have pushed another: it is a probe then.
+  // Making the first item may have pushed another: the item is a probe then.
   if (isFirst && tree.root == nullptr) return pushFirst(&tree, item);
   return pushBesides(&tree, &use, item, element);
 }
@@ -350,7 +353,7 @@ static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
 
 namespace {
 
-// The way from the root down to an item: what was passed, and to which side it was left.
+// The path from the root down to an item: the items passed, and the side taken at each.
 struct Path {
   ztAvlTreeItem *items[treeHeight];
   bool wentRight[treeHeight];
@@ -365,7 +368,7 @@ static ztAvlTreeItem *step(Path *path, ztAvlTreeItem *item, bool right) {
   return treeLink(item, right);
 }
 
-// The link that leads to the end of the path.
+// The link to the end of the path.
 static ztAvlTreeItem *&linkAtEnd(ztAvlTree *tree, const Path &path) {
   if (path.depth == 0) return tree->root;
   return treeLink(path.items[path.depth - 1], path.wentRight[path.depth - 1]);
@@ -379,8 +382,7 @@ static void exchangeBytes(char *first, char *second, size_t size) {
   }
 }
 
-// Exchanges all that two items carry beside their place in the tree: the element, and whatever subclasses
-// add to it.
+// Exchanges the contents of two items, but not their links: the element and what subclasses add.
 static void exchangeContents(ztAvlTreeItem *first, ztAvlTreeItem *second) {
   void *data = first->data;
   first->data = second->data;
@@ -393,8 +395,8 @@ static void exchangeContents(ztAvlTreeItem *first, ztAvlTreeItem *second) {
                 size - sizeof(ztAvlTreeItem));
 }
 
-// Takes the item at the end of the path, or its successor in its stead, out of the tree. The path then
-// leads to where one item less hangs. Returns the item taken, which carries the element to release.
+// Removes the item at the end of the path, or its successor in its place. The path then leads to the subtree
+// that has lost an item. Returns the removed item, with the element to release.
 static ztAvlTreeItem *unlinkItem(ztAvlTree *tree, Path *path, ztAvlTreeItem *item) {
   if (item->left == nullptr || item->right == nullptr) {
     linkAtEnd(tree, *path) = item->left != nullptr ? item->left : item->right;
@@ -407,7 +409,7 @@ static ztAvlTreeItem *unlinkItem(ztAvlTree *tree, Path *path, ztAvlTreeItem *ite
   return successor;
 }
 
-// Restores the balances from the end of the path upwards, where a subtree has become one lower.
+// Restores the balances upwards from the end of the path, where a subtree has lost a level.
 static void rebalance(ztAvlTree *tree, Path *path) {
   while (path->depth > 0) {
     --path->depth;
@@ -441,7 +443,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   rebalance(&tree, &path);
   --tree.count;
   noteRemoved(&tree);
-  // Last, since the end of an element may call back into the tree.
+  // Last, because the element that is destroyed may call the tree.
   if (!deletePlainItem(tree, itemsOf(tree), item)) deleteItem(&tree, item);
   return 1;
 }
@@ -482,7 +484,7 @@ void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *fo
 
 namespace {
 
-// Every sequence container lists first, of its own methods, the one that appends an element.
+// The first own method of every sequence container appends an element.
 struct ZT_MAY_ALIAS OutputMethods {
   ztSequenceContainer_METHODS
   void *(*append)(void *container, const void *element);
@@ -496,7 +498,7 @@ static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output)
   if (!tree.allowDuplicate) return 0;
   if (!ztOOP_isClassOf(output, ztSequenceContainer_classname_)) return 0;
   if (tree.root != nullptr && !canCompare(&tree, key)) return 0;
-  // Collected first, since the output may be the very tree that is searched.
+  // Collected first, because the output may be the tree that is searched.
   EqualItems found;
   collectEqual(&tree, key, &found);
   const auto *methods = static_cast<const OutputMethods *>(ztOOP_classOf(output)->methodTable);
@@ -506,7 +508,7 @@ static int32_t treeFindAll(const ztAvlTree &tree, const void *key, void *output)
     source.setSource(ownOfElement(&tree, found.items[i]->data));
     methods->append(output, found.items[i]->data);
     if (target.ended()) return 0;
-    // Where the copying of an element takes others out, those found may be gone.
+    // If copying an element removes others, the found ones may be gone.
     if (source.ended() || source.removed()) break;
   }
   return methods->getSize(output);
@@ -530,7 +532,7 @@ static int32_t treeCreate(ztAvlTree &tree) {
 static void treeDestroy(ztAvlTree &tree) {
   ztAvlTree_of(&tree)->empty(&tree);
   for (;;) {
-    // What elements put in at their end, and what calls that are under way had to delete.
+    // What destroyed elements added, and what calls under way had to delete.
     if (tree.root != nullptr) {
       treeEmpty(tree);
     } else if (void *rest = takeItems(&tree)) {
@@ -548,7 +550,7 @@ static void *treeClone(const void *object, void *target) {
   copy->root = nullptr;
   copy->count = 0;
   const auto *source = static_cast<const ztAvlTree *>(object);
-  // Only the map that makes such items can copy them, and fills the copy itself.
+  // Only the map that makes such items can copy them; it fills the copy itself.
   if (ztOOP_isClassOf(source->root, ztMapItem_classname_)) return copy;
   const auto elementOf = [](const ztAvlTreeItem *item) -> const void * { return item->data; };
   const auto ownOf = [copy](const ztAvlTreeItem *item) { return ownOfElement(copy, item->data); };

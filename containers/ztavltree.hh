@@ -1,4 +1,4 @@
-// The links of a tree, and how a tree or a map fills its copy.
+// The links of a tree, and the copying of trees and maps.
 #ifndef ZT_CONTAINERS_ZTAVLTREE_HH
 #define ZT_CONTAINERS_ZTAVLTREE_HH
 
@@ -7,14 +7,14 @@
 
 namespace ztcore {
 
-// No tree that fits into memory is higher.
+// A higher tree would not fit into memory.
 constexpr int treeHeight = 64;
 
 inline ztAvlTreeItem *&treeLink(ztAvlTreeItem *item, bool right) {
   return right ? item->right : item->left;
 }
 
-// The items that one way down from the root meets whose element equals a key, the highest first.
+// The items whose element equals a key on one path down from the root, the highest first.
 struct EqualItems {
   ztAvlTreeItem *items[treeHeight];
   int count;
@@ -23,25 +23,25 @@ struct EqualItems {
 // Walks down from the root: right below zero, left above zero, and left after an equal item.
 void collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found);
 
-// Pushes what `elementOf` gives for each item of a tree onto another, which is empty, and keeps the
-// order. `ownOf` tells what of that the tree releases with the item, or NULL. False when a push failed, or the
-// source lost items meanwhile.
+// Pushes what `elementOf` returns for each item of a tree onto an empty tree, in the same order. `ownOf`
+// returns the part that the tree releases with the item, or NULL. False if a push fails or the source loses
+// items.
 template <typename ElementOf, typename OwnOf>
 bool pushAll(const ztAvlTree *source, ztAvlTree *copy, ElementOf elementOf, OwnOf ownOf) {
   ztAvlIterator walk;
   ztAvlIterator_ctor(&walk, 1);
   const ztAvlIteratorMethods *steps = ztAvlIterator_of(&walk);
   const ztAvlTreeMethods *methods = ztAvlTree_of(copy);
-  // The source may hold equal elements from a time when it allowed them.
+  // The source may have equal elements from a time when they were allowed.
   const uint32_t allowDuplicate = copy->allowDuplicate;
   copy->allowDuplicate = 1;
   ContainerUse use(source);
-  // Backwards, since an equal element goes ahead of those that are there.
+  // Backwards, because an equal element is inserted before the others.
   auto *item = static_cast<ztAvlTreeItem *>(steps->last(&walk, source));
   while (item != nullptr) {
     use.setSource(ownOf(item));
     if (methods->push(copy, elementOf(item)) == nullptr) break;
-    // A push into the source may turn it under the walk, too.
+    // A push into the source may also rotate it during the walk.
     if (use.ended() || use.changed()) break;
     item = static_cast<ztAvlTreeItem *>(steps->prev(&walk));
   }

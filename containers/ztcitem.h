@@ -1,6 +1,6 @@
 /**
  * @file ztcitem.h
- * ztContainerItem: what holds one element of a container.
+ * ztContainerItem: an item, which holds one element of a container.
  */
 #ifndef ZT_CONTAINERS_ZTCITEM_H
 #define ZT_CONTAINERS_ZTCITEM_H
@@ -10,7 +10,7 @@
 /** Fields of ztContainerItem; each container's item class adds its links. */
 #define ztContainerItem_FIELDS \
   ztBaseClass_FIELDS           \
-  void *data; /* the element as the container's policy stored it; the container releases it */
+  void *data; /* the element, stored as the container's policy says; the container releases it */
 
 /** ztContainerItem adds no methods. */
 #define ztContainerItem_METHODS ztBaseClass_METHODS

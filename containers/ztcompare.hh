@@ -1,4 +1,3 @@
-// The compare functions of the typed containers.
 #ifndef ZT_CONTAINERS_ZTCOMPARE_HH
 #define ZT_CONTAINERS_ZTCOMPARE_HH
 
@@ -9,14 +8,14 @@
 
 namespace ztcore {
 
-// 0 when the values are equal, 1 when the first is greater, else -1, also for values without order.
+// 0 when the values are equal, 1 when the first is greater, else -1, also for values without an order.
 template <typename Value>
 inline int32_t compareValues(Value first, Value second) {
   if (first == second) return 0;
   return first > second ? 1 : -1;
 }
 
-// The address form: takes the addresses of two values, which need no alignment. NULL sorts first.
+// Takes the addresses of two values, which need no alignment. NULL sorts first.
 template <typename Value>
 inline int32_t compareAt(const void *first, const void *second) {
   if (first == nullptr || second == nullptr) return compareValues(first != nullptr, second != nullptr);
@@ -26,8 +25,7 @@ inline int32_t compareAt(const void *first, const void *second) {
   return compareValues(values[0], values[1]);
 }
 
-// The pointer form: takes two values in the low bytes of the arguments. Pointers are compared as
-// compareWords<uintptr_t>.
+// Takes two values in the low bytes of the arguments. Pointers use compareWords<uintptr_t>.
 template <typename Value>
 inline int32_t compareWords(const void *first, const void *second) {
   static_assert(sizeof(Value) <= sizeof(void *));
@@ -41,11 +39,11 @@ inline int32_t integerAt(const void *address) {
   return value;
 }
 
-// Whether a function is one of those that the library exports for arrays, lists, queues and stacks. They
-// look at two values and no more, so nobody sees whether they are called.
+// Whether a function is one of those that the library exports for arrays, lists, queues and stacks. They only
+// compare two values, so calls of them can be left out unnoticed.
 bool isOwnCompare(ztCompareFunc compare);
 
-// The same for those that look at numbers and addresses: a text may be in a buffer of a host's.
+// The same for those that compare numbers and addresses only: a text may be in a buffer of a host's class.
 bool isPlainCompare(ztCompareFunc compare);
 
 }  // namespace ztcore

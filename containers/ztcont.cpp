@@ -23,8 +23,7 @@ static void *copyBytes(const void *source, int32_t size) {
   return copy;
 }
 
-// A copy in an object that the constructor made, or of the element's own class where that object is
-// too small for it.
+// A copy in an object that the constructor makes, or of the element's own class if that object is too small.
 static void *copyConstructed(ztCtor constructor, const void *element) {
   if (element == nullptr) return nullptr;
   void *fresh = constructor(nullptr, 0);
@@ -71,14 +70,14 @@ void *ztcore::makeItem(void *container, const ContainerUse &use, const void *ele
   void *manager = itemManagerOf(container);
   void *item = ztContainer_of(manager)->newItem(manager, element);
   if (item == nullptr || !use.ended()) return item;
-  // Its own manager ended with it and has made none.
+  // If the container was its own manager, it is gone and has made no item.
   if (manager != container) ztContainer_of(manager)->deleteItem(manager, item);
   return nullptr;
 }
 
 // ztContainer -------------------------------------------------------------------------------------
 
-// Calls that were left without their end on what lay at this address before have no claim on this container.
+// Abandoned calls on an earlier container at this address have no claim on this one.
 static void dropOldItems(const void *container) {
   while (takeItems(container) != nullptr) {
   }

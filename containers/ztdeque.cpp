@@ -7,7 +7,7 @@ using namespace ztcore;
 
 ZT_PIN_CLASS(ztDeque, 72, 34);
 
-// Looking at the ends reads the list's fields, and calls none of its methods.
+// These read the list's fields and call none of its methods.
 
 static void *dequeGetBack(const ztDeque &deque) {
   const ztList *list = deque.inner;

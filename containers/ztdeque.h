@@ -1,6 +1,6 @@
 /**
  * @file ztdeque.h
- * ztDeque: elements added and taken at both ends. It keeps them in a ztList.
+ * ztDeque: a double-ended queue, which holds its elements in a ztList.
  */
 #ifndef ZT_CONTAINERS_ZTDEQUE_H
 #define ZT_CONTAINERS_ZTDEQUE_H
@@ -10,20 +10,18 @@
 /** Fields of ztDeque. */
 #define ztDeque_FIELDS       \
   ztSequenceContainer_FIELDS \
-  struct ztList *inner; /* keeps the elements; owned; NULL only when memory was exhausted */
+  struct ztList *inner; /* holds the elements; owned; NULL only when memory was exhausted */
 
 /**
- * The methods of a deque, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy hold for the list too; item constructor and item
- * manager are the deque's own and without effect on it.
+ * The methods of a deque, in slot order after those of ztSequenceContainer. The setters of compare function,
+ * duplicates and element policy also set the list's; item constructor and manager do not affect it.
  *
- *  - `pushBack`, `pushFront`: the new list item at that end, which stays the list's, or NULL.
- *  - `popBack`: takes off the last element and releases it as the policy says. Returns the list's new
- *    last item, or NULL.
- *  - `popFront`: takes off the first element and HANDS IT OVER, as a list does: a caller whose deque
- *    keeps elements by value or as objects reads it with `getFront` first and releases it afterwards,
- *    with ztm_free() or `unRef`. Returns the list's new first item, or NULL.
- *  - `getBack`, `getFront`: the element at that end, the list's; NULL when the deque is empty.
+ *  - `pushBack`, `pushFront`: the new list item at that end, which the list owns, or NULL.
+ *  - `popBack`: removes and releases the last element as the policy says. Returns the list's new tail, or NULL.
+ *  - `popFront`: removes the first element and HANDS IT OVER, as a list does: if the deque stores elements by
+ *    value or as objects, read the element with `getFront` before and release it after, with ztm_free() or
+ *    `unRef`. Returns the list's new first item, or NULL.
+ *  - `getBack`, `getFront`: the element at that end, which the list owns; NULL when the deque is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
 #define ztDeque_METHODS                                                       \

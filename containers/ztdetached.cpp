@@ -6,7 +6,7 @@
 
 using namespace ztcore;
 
-// Makes the block larger, behind the objects; false without memory.
+// Enlarges the block behind the objects; false when memory is exhausted.
 bool DetachedBlock::grow(int32_t added) {
   Use *record = use.record();
   const int32_t size = blockSize(array, int64_t{record->count} + added);
@@ -17,7 +17,7 @@ bool DetachedBlock::grow(int32_t added) {
   return true;
 }
 
-// Constructs new objects behind the others; false without memory, or when the array is gone.
+// Constructs new objects behind the others; false when memory is exhausted or the array is gone.
 bool DetachedBlock::add(int32_t added) {
   if (!grow(added)) return false;
   for (int32_t i = 0; i < added && !use.ended(); ++i) {
@@ -28,7 +28,7 @@ bool DetachedBlock::add(int32_t added) {
   return !use.ended();
 }
 
-// Moves what came into the array meanwhile behind the objects; false without memory.
+// Moves elements that the array got meanwhile behind the objects; false when memory is exhausted.
 bool DetachedBlock::append() {
   if (!grow(array.count)) return false;
   Use *record = use.record();
@@ -37,8 +37,8 @@ bool DetachedBlock::append() {
   return true;
 }
 
-// Gives the array its block again, with what came in meanwhile behind it. Where that cannot be, what came in
-// is destroyed; where the array keeps other elements by now, the objects are. False when they are gone.
+// Returns the block to the array, with the elements that it got meanwhile behind the objects. If that fails,
+// the new elements are destroyed; if the array has other elements now, the objects are. False in this case.
 bool DetachedBlock::putBack() {
   const bool fits = !use.ended() && use.record()->kind == PartKind::objects &&
                     array.elementConstructor == constructor && array.elementSize == stride;

@@ -1,4 +1,3 @@
-// Blocks of objects that are out of their array as long as one of the objects works.
 #ifndef ZT_CONTAINERS_ZTDETACHED_HH
 #define ZT_CONTAINERS_ZTDETACHED_HH
 
@@ -6,12 +5,11 @@
 
 namespace ztcore {
 
-// The block of an array, out of it while a host's code works on one of the objects in it: they keep their
-// addresses, whatever that code does to the array. An array that is destroyed meanwhile destroys the objects,
-// except for the one that is worked on.
+// The block of an array that is out of it while a host's code works on one of the objects: they keep their
+// addresses, whatever that code does to the array. If the array is destroyed, so are the other objects.
 class DetachedBlock {
  public:
-  // The block must be in no other use.
+  // No call may use the block.
   ZT_IN_CALLERS_FRAME explicit DetachedBlock(ztArray &owner)
       : array(owner),
         constructor(owner.elementConstructor),
@@ -28,30 +26,29 @@ class DetachedBlock {
     array.count = 0;
   }
 
-  // False without memory; nothing has changed then.
+  // False when memory was exhausted; nothing has changed then.
   bool isOut() const {
     return use.record() != nullptr;
   }
-  // Whether the array was destroyed.
   bool ended() const {
     return use.ended();
   }
   char *placeOf(int32_t index) const {
     return block + int64_t{index} * stride;
   }
-  // Takes the object in a place for one that is worked on.
+  // Begins the work on an object.
   char *open(int32_t index) {
     use.record()->open = index;
     return placeOf(index);
   }
-  // The object is whole. Where the others were destroyed meanwhile it is, too.
+  // Ends the work: the object is complete. If the others were destroyed meanwhile, destroys it too.
   void close(int32_t index) {
     Use *record = use.record();
     if (record == nullptr) return;
     record->open = -1;
     if (record->kind != PartKind::objects) destroyObject(placeOf(index));
   }
-  // Constructs an object in place of one that could not be cloned, so that no element goes.
+  // Constructs an object in place of one that could not be cloned, so that the array keeps its count.
   void refill(int32_t index) const {
     if (constructorFits(constructor, stride)) {
       constructor(placeOf(index), 1);

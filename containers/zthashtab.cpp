@@ -16,8 +16,8 @@ ZT_PIN_CLASS(ztHashTable, 104, 33);
 
 // Buckets -----------------------------------------------------------------------------------------
 
-// Integers are the most common keys. Their hash and their comparison are written out below where they
-// are used, since the calls would take as long as the search itself.
+// Integers are the most common keys. Their hash and comparison are inlined below, because calls would take as
+// long as the search itself.
 
 // Bytes count as signed characters: those from 0x80 on subtract.
 [[gnu::always_inline]] static inline uint32_t hashBytes(const void *key, int32_t length) {
@@ -43,7 +43,7 @@ static ztHashTableItem **bucketsOf(const ztHashTable &table) {
   return static_cast<ztHashTableItem **>(table.buckets->data);
 }
 
-// Where the chain for a key begins; NULL when there are no buckets or the key has no bytes to read.
+// The head of a key's chain; NULL when there are no buckets or no bytes of the key.
 [[gnu::always_inline]] static inline ztHashTableItem **bucketFor(const ztHashTable &table, const void *key) {
   if (table.buckets == nullptr || table.buckets->count <= 0) return nullptr;
   if (key == nullptr && (table.keySize > 0 || table.keyConstructor != nullptr || !table.keyByPointer)) {
@@ -60,8 +60,7 @@ static void clearBuckets(ztHashTable &table) {
     memset(buckets->data, 0, static_cast<size_t>(buckets->count) * sizeof(void *));
 }
 
-// Takes all items out of the table, in one chain. The buckets keep what they hold, which means nothing
-// from here on.
+// Removes all items from the table, as one chain. The buckets' contents are invalid afterwards.
 static ztHashTableItem *detachItems(ztHashTable &table) {
   if (table.count == 0) return nullptr;
   table.count = 0;
@@ -99,7 +98,7 @@ static bool isPlain(const ztHashTable &table) {
          !checksThreads && isPlainClass(ztHashTableItemClass_Instance(), hashTableItemCreate);
 }
 
-// Deletes plain items of a chain, up to one that is not plain. What is left then.
+// Deletes a chain up to the first item that is not plain; the rest of it.
 static ztHashTableItem *deletePlainItems(const ztHashTable &table, ztHashTableItem *item) {
   if (!isPlain(table)) return item;
   while (item != nullptr && endsPlain(item, ztHashTableItemClass_Instance())) {
@@ -110,7 +109,7 @@ static ztHashTableItem *deletePlainItems(const ztHashTable &table, ztHashTableIt
   return item;
 }
 
-// Deletes a chain that was taken out of the table. Whoever ends the table meanwhile deletes the rest of it.
+// Deletes a removed chain. If the table is destroyed meanwhile, that deletes the rest.
 static void deleteChain(ztHashTable &table, ztHashTableItem *item) {
   item = deletePlainItems(table, item);
   if (item == nullptr) return;
@@ -127,7 +126,7 @@ static void deleteChain(ztHashTable &table, ztHashTableItem *item) {
 // Pairs -------------------------------------------------------------------------------------------
 
 static void hashTableEmpty(ztHashTable &table) {
-  // All are detached first, since the end of a key or value may call back into the table.
+  // All are removed first, because a key or value that is destroyed may call the table.
   noteRemoved(&table);
   deleteChain(table, detachItems(table));
 }
@@ -137,7 +136,7 @@ static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
   if (count < 0 || count > INT32_MAX / static_cast<int32_t>(sizeof(void *))) return 0;
   const ContainerUse use(&table);
   ztHashTable_of(&table)->empty(&table);
-  // What keys and values put in at their end goes, too.
+  // Also removes what destroyed keys and values added.
   while (!use.ended() && table.count != 0) hashTableEmpty(table);
   if (use.ended() || table.buckets == nullptr) return 0;
   const int32_t result = ztPtrArray_of(table.buckets)->setSize(table.buckets, count);
@@ -147,7 +146,7 @@ static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
   return result;
 }
 
-// What ztIntArray_compare_func finds.
+// The result of a search with ztIntArray_compare_func.
 static ztHashTableItem *findInteger(ztHashTableItem *item, int32_t wanted) {
   while (item != nullptr && (item->data == nullptr || integerAt(item->data) != wanted)) item = item->next;
   return item;
@@ -160,11 +159,11 @@ static ztHashTableItem *findInChain(const ztHashTable &table, ztHashTableItem *i
   return item;
 }
 
-// Where a pair with the key goes; NULL where the table cannot take it.
+// The bucket for a pair with the key; NULL when the table cannot take it.
 static ztHashTableItem **bucketToFill(ztHashTable &table, const void *key) {
   ztHashTableItem **bucket = bucketFor(table, key);
   if (bucket == nullptr) return nullptr;
-  // What an emptied table left in its buckets is gone.
+  // Clears the invalid contents of an emptied table.
   if (table.count == 0) clearBuckets(table);
   if (*bucket == nullptr) return bucket;
   const ztCompareFunc compare = table.compareFunction;
@@ -172,7 +171,7 @@ static ztHashTableItem **bucketToFill(ztHashTable &table, const void *key) {
     return compare == nullptr || findInChain(table, *bucket, key) != nullptr ? nullptr : bucket;
   }
   if (compare == nullptr || isOwnCompare(compare)) return bucket;
-  // A host sees its function called for each pair of the bucket, although nothing depends on it.
+  // A host expects a call of its function for each pair of the bucket, although the result is not used.
   for (const ztHashTableItem *item = *bucket; item != nullptr; item = item->next) compare(item->data, key);
   return bucket;
 }
@@ -192,7 +191,7 @@ static int32_t hashTableInsert(ztHashTable &table, const void *key, const void *
   if (bucket == nullptr) return 0;
   if (isPlain(table)) return insertPlain(table, bucket, key, value);
   const ContainerUse use(&table);
-  // What a call that was left had still to delete.
+  // Items that an abandoned call had to delete.
   while (void *rest = takeItemsLeft(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   if (use.ended()) return 0;
   ztHashTableItem *item = newItem(table, use, key, value);
@@ -227,10 +226,10 @@ static int32_t hashTableCreate(ztHashTable &table) {
   return table.buckets != nullptr;
 }
 
-// Elements may put pairs in at their end, or have buckets made anew: all of that ends too.
+// Also releases pairs that elements add and buckets that they make while they are destroyed.
 static void hashTableDestroy(ztHashTable &table) {
   ztPtrArray *buckets = table.buckets;
-  // Calls that are under way leave what they had to delete.
+  // Items that calls under way had to delete.
   while (void *rest = takeItems(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   ztAssociativeContainer_table()->destroy(&table);
   const ContainerUse use(&table);
@@ -245,8 +244,7 @@ static void hashTableDestroy(ztHashTable &table) {
   }
 }
 
-// Gives the copy of a table copies of a chain's items, in the same order. False also when the source lost
-// items meanwhile.
+// Copies a chain's items into the copy of a table, in the same order. False also when the source loses items.
 static bool copyChain(ContainerUse *source, ztHashTable &copy, int32_t index, const ztHashTableItem *item) {
   ztHashTableItem **end = bucketsOf(copy) + index;
   const ContainerUse use(&copy);

@@ -1,6 +1,6 @@
 /**
  * @file zthashtitem.h
- * ztHashTableItem: what holds one pair of a hash table, and its link.
+ * ztHashTableItem: an item of a hash table, which holds one pair and a link.
  */
 #ifndef ZT_CONTAINERS_ZTHASHTITEM_H
 #define ZT_CONTAINERS_ZTHASHTITEM_H
@@ -8,10 +8,10 @@
 #include "containers/ztcitem.h"
 
 /** Fields of ztHashTableItem. The key is `data`. */
-#define ztHashTableItem_FIELDS                                                       \
-  ztContainerItem_FIELDS                                                             \
-  struct ztHashTableItem *next; /* the next item of the same bucket, an older one */ \
-  void *value;                  /* as the table's value policy stored it; the table releases it */
+#define ztHashTableItem_FIELDS                                                \
+  ztContainerItem_FIELDS                                                      \
+  struct ztHashTableItem *next; /* the next, older item of the same bucket */ \
+  void *value;                  /* stored as the table's value policy says; the table releases it */
 
 /** ztHashTableItem adds no methods; a new item has no link. */
 #define ztHashTableItem_METHODS ztContainerItem_METHODS

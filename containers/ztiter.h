@@ -1,6 +1,6 @@
 /**
  * @file ztiter.h
- * ztIterator: what an object that walks a container looks like.
+ * ztIterator: the interface of objects that walk a container.
  */
 #ifndef ZT_CONTAINERS_ZTITER_H
 #define ZT_CONTAINERS_ZTITER_H
@@ -11,12 +11,11 @@
 #define ztIterator_FIELDS ztBaseClass_FIELDS
 
 /**
- * The methods of an iterator, in slot order; all are abstract in ztIterator. Each returns an item of the
- * container, which stays the container's, or NULL at the end.
+ * The methods of an iterator, in slot order; all are abstract in ztIterator. Each returns an item, which the
+ * container keeps, or NULL at the end.
  *
  *  - `start`: begins a walk at the first item (direction 0) or at the last (direction 1).
- *  - `move`: one step forwards (direction 1) or backwards (direction 0). The two count directions the
- *    opposite way.
+ *  - `move`: one step forwards (direction 1) or backwards (direction 0); note the opposite numbers.
  *  - `first`, `last`: begin a walk at that end.
  *  - `next`, `prev`: one step forwards, one backwards.
  */

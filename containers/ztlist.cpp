@@ -9,7 +9,7 @@ using namespace ztcore;
 
 ZT_PIN_CLASS(ztList, 88, 40);
 
-// No list has more items than its size can tell.
+// NULL when the count is at its maximum.
 static ztListItem *newItem(ztList *list, const ContainerUse &use, const void *element) {
   if (list->count >= INT32_MAX) return nullptr;
   return static_cast<ztListItem *>(makeItem(list, use, element));
@@ -34,7 +34,7 @@ static void deleteItem(ztList *list, ztListItem *item) {
   ztContainer_of(manager)->deleteItem(manager, item);
 }
 
-// Deletes an item that was taken out. False where a function of a host's may have run.
+// False, with nothing deleted, when the item is not plain.
 static bool deletePlainItem(ztList &list, ztListItem *item) {
   if (!isPlain(list) || !endsPlain(item, ztListItemClass_Instance())) return false;
   releasePlain(policyOf(list), item->data);
@@ -82,8 +82,8 @@ static ztListItem *listPushFront(ztList &list, const void *element) {
   return item;
 }
 
-// A new item ahead of or behind one that has a neighbour there. What makes it may take that one out: there
-// is no place for the new item then.
+// Inserts a new item before or after one that has a neighbour there. Making the new item may remove that one:
+// then nothing is inserted.
 static ztListItem *insertAt(ztList *list, ztListItem *item, bool behind, const void *element) {
   const ContainerUse use(list);
   ztListItem *added = newItem(list, use, element);
@@ -115,9 +115,9 @@ static ztListItem *listInsertNext(ztList &list, ztListItem *item, const void *el
 
 // Removing ----------------------------------------------------------------------------------------
 //
-// The list is whole without an item, and has counted it out, before anything of a host's learns of its end.
+// The list has removed and no longer counts an item when a host's code runs for it.
 
-// Takes the head out; NULL when there is none.
+// NULL when the list is empty.
 static ztListItem *detachHead(ztList &list) {
   ztListItem *item = list.head;
   if (item == nullptr || list.tail == nullptr) return nullptr;
@@ -132,7 +132,7 @@ static ztListItem *detachHead(ztList &list) {
   return item;
 }
 
-// Takes the tail out; NULL when there is none.
+// NULL when the list is empty.
 static ztListItem *detachTail(ztList &list) {
   ztListItem *item = list.tail;
   if (item == nullptr || list.head == nullptr) return nullptr;
@@ -150,7 +150,7 @@ static ztListItem *detachTail(ztList &list) {
 static ztListItem *listPopFront(ztList &list) {
   ztListItem *item = detachHead(list);
   if (item == nullptr) return nullptr;
-  // Not through the item manager: the element is the caller's from here on.
+  // Not through the item manager: the caller owns the element now.
   if (isPlain(list) && endsPlain(item, ztListItemClass_Instance())) {
     ztm_free(item);
     return list.head;
@@ -172,7 +172,7 @@ static ztListItem *listPopBack(ztList &list) {
 static ztListItem *removeBetween(ztList *list, ztListItem *item) {
   ztListItem *before = item->prev;
   ztListItem *after = item->next;
-  // An item between the ends has both links; one without them stands in no list, or at another's end.
+  // An item between the ends has both links; one without them is in no list, or at the end of another.
   if (before == nullptr || after == nullptr) return nullptr;
   before->next = after;
   after->prev = before;
@@ -270,7 +270,7 @@ static void *listClone(const void *object, void *target) {
   while (item != nullptr) {
     source.setSource(ownOfElement(copy, item->data));
     if (ztList_of(copy)->pushBack(copy, item->data) == nullptr) break;
-    // Where an element's own copying takes others out, the next may be gone.
+    // If copying an element removes others, the next one may be gone.
     if (source.ended() || source.removed()) break;
     item = item->next;
   }
@@ -287,7 +287,6 @@ static void listDestroy(ztList &list) {
 static void listMethods(ztListMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, listCreate);
   ZT_OVERRIDE_METHOD(methods, clone, listClone);
-  // Assigning copies no elements: the list keeps its own.
   ZT_CALL_PARENT_ONLY(methods, ztSequenceContainer, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, method<listDestroy>);
   ZT_OVERRIDE_METHOD(methods, getSize, method<listGetSize>);

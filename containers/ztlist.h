@@ -2,18 +2,17 @@
  * @file ztlist.h
  * ztList: a doubly linked list.
  *
- * Every element stands in an item, a ztListItem, which the item manager makes and deletes; see
- * ztcont.h for how elements are kept. An element in the caller's form is the pointer itself for a list
- * by pointer, otherwise an address to copy from; an element of the list is what the item's `data`
- * holds. To walk a list, take `getItemAt(list, 0)` and follow `next`:
+ * Every element is in an item, a ztListItem, which the item manager makes and deletes; ztcont.h explains the
+ * element policy. An element in the caller's form is the pointer itself for a list by pointer, otherwise an
+ * address to copy from; an element of the list is the item's `data`. To walk a list, begin with
+ * `getItemAt(list, 0)` and follow `next`:
  *
  * @code
  * for (ztListItem *item = ztList_of(list)->getItemAt(list, 0); item != NULL; item = item->next) ...
  * @endcode
  *
- * The list is without an item, and counts one less, before the item and its element end.
- *
- * An item handed to a method must be one of that very list's: another list's corrupts both.
+ * The list has removed and no longer counts an item before the item and its element are released. An item that
+ * is passed to a method must be in that list: an item of another list corrupts both.
  */
 #ifndef ZT_CONTAINERS_ZTLIST_H
 #define ZT_CONTAINERS_ZTLIST_H
@@ -21,8 +20,7 @@
 #include "containers/ztlistitem.h"
 #include "containers/ztscont.h"
 
-/** Fields of ztList. Head and tail are both NULL or both set; the head has no `prev` and the tail no
- *  `next`. */
+/** Fields of ztList. Head and tail are both NULL or both set; the head has no `prev` and the tail no `next`. */
 #define ztList_FIELDS                                                   \
   ztSequenceContainer_FIELDS                                            \
   struct ztListItem *head; /* the first item; NULL when empty; owned */ \
@@ -30,31 +28,26 @@
   uint32_t count;          /* the number of items */
 
 /**
- * The methods of a list, in slot order after those of ztSequenceContainer. Items stay the list's.
+ * The methods of a list, in slot order after those of ztSequenceContainer. The list keeps its items.
  *
- *  - `pushBack`, `pushFront`: the new item at that end. NULL, with the list as it was, when the item
- *    manager makes none.
- *  - `insertPrev`, `insertNext`: the new item before or after @c item; at the list's ends through
- *    `pushFront` and `pushBack`. NULL as there, for a NULL item, and when @c item went while the new one
- *    was made.
- *  - `popFront`: takes off the head and HANDS ITS ELEMENT OVER: only the item is released, never the
- *    element. A caller whose list keeps elements by value or as objects reads the element with
- *    `getFront` first and releases it afterwards, with ztm_free() or `unRef`. Returns the new head, or
- *    NULL.
- *  - `popBack`: takes off the tail and has the item manager delete it, with its element. Returns the
- *    new tail, or NULL.
- *  - `removeItem`: takes off the head with `popFront` (so its element is the caller's), the tail with
- *    `popBack`, and returns what these return; has the item manager delete any other item, with its
- *    element, and returns the one before it, or NULL when that went with it. NULL for a NULL item.
- *  - `find`: the first item for whose element the compare function, called with the element and
- *    @c key, gives 0; NULL when there is none, or no compare function.
- *  - `getBack`, `getFront`: the element at that end, the list's; NULL when the list is empty.
- *  - `empty`: has the item manager delete every item, with its element.
- *  - `getAt`, `getItemAt`: the element, the item at an index, counted from 0 at the head; NULL when
- *    the index is out of range. Takes as many steps as the index says.
+ *  - `pushBack`, `pushFront`: the new item at that end. NULL, and no change, when the item manager makes none.
+ *  - `insertPrev`, `insertNext`: the new item before or after @c item; at the list's ends through `pushFront`
+ *    and `pushBack`. NULL as there, for a NULL item, and when @c item was removed while the new one was made.
+ *  - `popFront`: removes the head and HANDS ITS ELEMENT OVER: only the item is released, never the element. If
+ *    the list stores elements by value or as objects, read the element with `getFront` before and release it
+ *    after, with ztm_free() or `unRef`. Returns the new head, or NULL.
+ *  - `popBack`: removes the tail; the item manager deletes it, with its element. Returns the new tail, or NULL.
+ *  - `removeItem`: removes the head with `popFront` (the caller then owns its element), the tail with
+ *    `popBack`, and returns what these return. The item manager deletes any other item, with its element;
+ *    returns the item before it, or NULL when that was removed too. NULL for a NULL item.
+ *  - `find`: the first item for whose element the compare function, called with the element and @c key, returns
+ *    0; NULL when there is none, or no compare function.
+ *  - `getBack`, `getFront`: the element at that end, which the list owns; NULL when the list is empty.
+ *  - `empty`: the item manager deletes every item, with its element.
+ *  - `getAt`, `getItemAt`: the element, the item at an index, counted from 0 at the head; NULL when the index
+ *    is out of range. Takes as many steps as the index.
  *
- * `clone` pushes every element onto the copy with the copy's `pushBack`. `assign` copies no elements:
- * the list stays as it is.
+ * `clone` pushes every element onto the copy with the copy's `pushBack`. `assign` copies no elements.
  */
 #define ztList_METHODS                                                                                 \
   ztSequenceContainer_METHODS                                                                          \

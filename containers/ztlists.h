@@ -2,11 +2,10 @@
  * @file ztlists.h
  * Lists of integers, strings and pointers.
  *
- * Each is a ztList whose `create` sets the element policy and the compare function. The compare
- * functions give 0 for equal elements, 1 when the first is greater, else -1. Those named
- * `C_compare_func` take the addresses of two elements, where a NULL address sorts first; an object is
- * its own address. Those named `C_compare_func_ptr` take the two elements themselves in place of the
- * pointers: an integer in the low 32 bits.
+ * Each is a ztList whose `create` sets the element policy and the compare function. The compare functions
+ * return 0 for equal elements, 1 when the first is greater, else -1. `C_compare_func` takes the addresses of
+ * two elements, where a NULL address sorts first; an object is its own address. `C_compare_func_ptr` takes the
+ * two elements in place of the pointers: an integer in the low 32 bits.
  */
 #ifndef ZT_CONTAINERS_ZTLISTS_H
 #define ZT_CONTAINERS_ZTLISTS_H
@@ -24,15 +23,14 @@ ZT_DECLARE_CLASS(ztIntList)
 #define ztStringList_FIELDS ztList_FIELDS
 /** ztStringList adds no methods. */
 #define ztStringList_METHODS ztList_METHODS
-/** A list of ztString objects, each a copy of the one that was handed over; `find` compares by text. */
+/** A list of ztString objects, copies of those that are passed to it; `find` compares texts. */
 ZT_DECLARE_CLASS(ztStringList)
 
 /** ztPtrList adds no fields. */
 #define ztPtrList_FIELDS ztList_FIELDS
 /** ztPtrList adds no methods. */
 #define ztPtrList_METHODS ztList_METHODS
-/** A list of the caller's pointers, which it never follows or frees. `find` compares them by
- *  address. */
+/** A list of the caller's pointers, which it never follows or frees. `find` compares addresses. */
 ZT_DECLARE_CLASS(ztPtrList)
 
 ZT_BEGIN_C

@@ -11,8 +11,7 @@ using namespace ztcore;
 
 ZT_PIN_CLASS(ztMap, 96, 35);
 
-// The tree of a map to look a key up in; NULL where that cannot be done. A NULL is a key where pointers
-// are kept.
+// The tree of a map for the search of a key; NULL when that is impossible. NULL is a valid key for pointers.
 static ztAvlTree *treeForKey(const ztMap &map, const void *key) {
   const ElementPolicy keys = keyPolicy(&map);
   if (key == nullptr && (keys.constructor != nullptr || !keys.byPointer)) return nullptr;
@@ -41,7 +40,7 @@ static ztMapItem *mapPushBack(ztMap &map, const void *key, const void *value) {
 
 static int32_t mapPop(ztMap &map, const void *key) {
   if (map.tree == nullptr) return 0;
-  // An empty tree gives 1 for every key.
+  // An empty tree returns 1 for every key.
   if (map.tree->root != nullptr && treeForKey(map, key) == nullptr) return 0;
   return ztAvlTree_of(map.tree)->pop(map.tree, key);
 }
@@ -65,7 +64,7 @@ static int32_t mapFindAll(const ztMap &map, const void *key, void *output) {
   if (!map.allowDuplicate || !ztOOP_isClassOf(output, ztMap_classname_)) return 0;
   const ztAvlTree *tree = treeForKey(map, key);
   if (tree == nullptr || (tree->root != nullptr && tree->compareFunction == nullptr)) return 0;
-  // Collected first, since the output may be the very map that is searched.
+  // Collected first, because the output may be the map that is searched.
   EqualItems found;
   collectEqual(tree, key, &found);
   const ztMapMethods *methods = ztMap_of(output);
@@ -77,7 +76,7 @@ static int32_t mapFindAll(const ztMap &map, const void *key, void *output) {
     source.setSource(ownOfPair(&map, item->data, item->value));
     methods->pushBack(output, item->data, item->value);
     if (target.ended()) return 0;
-    // Where the copying of a pair takes others out, those found may be gone.
+    // If copying a pair removes others, the found ones may be gone.
     if (source.ended() || source.removed()) break;
   }
   return methods->getSize(output);
@@ -100,12 +99,12 @@ static int32_t mapCreate(ztMap &map) {
 }
 
 static void mapDestroy(ztMap &map) {
-  // An element may have another tree made at its end.
+  // An element that is destroyed may make a new tree.
   while (map.tree != nullptr) releasePart(map.tree);
   ztAssociativeContainer_table()->destroy(&map);
 }
 
-// Gives the copy of a map a tree of its own with copies of the source's pairs.
+// Makes the copy's own tree, with copies of the source's pairs.
 static bool copyTree(const ztAvlTree *source, ztMap *copy) {
   copy->tree = static_cast<ztAvlTree *>(copyObject(source));
   if (copy->tree == nullptr) return false;

@@ -2,11 +2,10 @@
  * @file ztmap.h
  * ztMap: pairs of a key and a value, sorted by key.
  *
- * Set the compare function, which compares keys (a stored one first), and the policies of keys and
- * values (ztacont.h) before the first pair. A key or value in the caller's form is the pointer itself
- * where it is kept by pointer, otherwise an address to copy from, or the object to copy. A key to look
- * for has the same form. Without a value policy the map is a set: its values are of no bytes and may be
- * given as NULL.
+ * Set the compare function, which compares keys (a stored one first), and the policies of keys and values
+ * (ztacont.h) before the first pair. In the caller's form a key or value stored by pointer is the pointer
+ * itself, otherwise an address to copy from, or the object to copy. A key for a search has the same form.
+ * Without a value policy the map is a set: its values have no bytes and may be NULL.
  *
  * @code
  * void *map = ztMap_ctor(NULL, 1);
@@ -33,24 +32,23 @@
   struct ztAvlTree *tree; /* holds the items, made by the map; owned; NULL only when memory was exhausted */
 
 /**
- * The methods of a map, in slot order after those of ztAssociativeContainer. Items stay the map's. A map
- * of more than one pair needs its compare function, as a tree does.
+ * The methods of a map, in slot order after those of ztAssociativeContainer. The map keeps its items. A map of
+ * more than one pair needs its compare function, as a tree does.
  *
- *  - `pushBack`: adds a pair, ahead of those with an equal key. Returns its item; NULL when duplicates
- *    are not allowed and the key is there (its value stays as it is), or when a copy cannot be made.
- *  - `pop`: removes a pair with an equal key, and releases both as the policies say. 1; 0 when there is
- *    none; 1 when the map is empty. Hold no item across a `pop`: pairs move between items. To remove
- *    every pair of a key, `pop` as long as `find` finds one.
+ *  - `pushBack`: adds a pair before those with an equal key. Returns its item; NULL when duplicates are not
+ *    allowed and the key exists (its value stays), or when a copy cannot be made.
+ *  - `pop`: removes a pair with an equal key, and releases both parts as the policies say. 1; 0 when there is
+ *    none; 1 when the map is empty. Keep no item across a `pop`: pairs move between items. To remove every pair
+ *    of a key, call `pop` as long as `find` returns one.
  *  - `empty`: removes and releases every pair.
  *  - `find`: an item with an equal key, or NULL. `findValue`: the value of that item, or NULL.
- *  - `findAll`: allows duplicates in another map and adds pairs with an equal key to it with its
- *    `pushBack`; returns that map's size then. Takes the pairs that one way down the tree meets, which
- *    goes left after each; others may be missed. 0, with the other map as it was, when duplicates are
- *    not allowed, even if the key is there, or the output is no map.
+ *  - `findAll`: allows duplicates in another map, adds pairs with an equal key to it with its `pushBack`, and
+ *    returns its new size. It takes the pairs on one path down the tree, which goes left after each, and may
+ *    miss others. 0, with the other map unchanged, when duplicates are not allowed, even if the key exists, or
+ *    when the output is no map.
  *
- * `setCompareFunction` and `setAllowDuplicate` hold for the tree too. `setItemManager` does not: the
- * items of the tree are made by the map itself. `clone` gives an independent copy, its pairs in the same
- * order.
+ * `setCompareFunction` and `setAllowDuplicate` also apply to the tree. `setItemManager` does not: the map
+ * itself makes the items. `clone` makes an independent copy, its pairs in the same order.
  */
 #define ztMap_METHODS                                                                    \
   ztAssociativeContainer_METHODS                                                         \

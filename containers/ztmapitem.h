@@ -1,6 +1,6 @@
 /**
  * @file ztmapitem.h
- * ztMapItem: what holds one pair of a map.
+ * ztMapItem: an item of a map, which holds one pair.
  */
 #ifndef ZT_CONTAINERS_ZTMAPITEM_H
 #define ZT_CONTAINERS_ZTMAPITEM_H
@@ -10,7 +10,7 @@
 /** Fields of ztMapItem. The key is `data`. */
 #define ztMapItem_FIELDS \
   ztAvlTreeItem_FIELDS   \
-  void *value; /* as the map's value policy stored it; the map releases it */
+  void *value; /* stored as the map's value policy says; the map releases it */
 
 /** ztMapItem adds no methods. */
 #define ztMapItem_METHODS ztAvlTreeItem_METHODS

@@ -1,4 +1,3 @@
-// The set-up that the typed containers of pointers share.
 #ifndef ZT_CONTAINERS_ZTPOINTERS_HH
 #define ZT_CONTAINERS_ZTPOINTERS_HH
 
@@ -6,9 +5,8 @@
 
 namespace ztcore {
 
-// Makes a new sequence container keep the caller's pointers, and compare them with the form that suits
-// what the container then hands to a compare function: the pointers, or the addresses where a subclass
-// keeps copies of them after all.
+// Makes a new sequence container store the caller's pointers, and sets the compare function for the form that
+// the container passes: the pointers, or their addresses if a subclass stores copies of them.
 inline void keepPointers(void *object, ztCompareFunc compareAddresses, ztCompareFunc comparePointers) {
   ztSequenceContainer_of(object)->setElementSize(object, sizeof(void *), 1);
   const bool byPointer = static_cast<const ztSequenceContainer *>(object)->byPointer != 0;

@@ -1,6 +1,6 @@
 /**
  * @file ztqueue.h
- * ztQueue: first in, first out. It keeps its elements in a ztDeque.
+ * ztQueue: first in, first out. It holds its elements in a ztDeque.
  */
 #ifndef ZT_CONTAINERS_ZTQUEUE_H
 #define ZT_CONTAINERS_ZTQUEUE_H
@@ -10,18 +10,17 @@
 /** Fields of ztQueue. */
 #define ztQueue_FIELDS       \
   ztSequenceContainer_FIELDS \
-  struct ztDeque *inner; /* keeps the elements; owned; NULL only when memory was exhausted */
+  struct ztDeque *inner; /* holds the elements; owned; NULL only when memory was exhausted */
 
 /**
- * The methods of a queue, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy hold for the deque too; item constructor and item
- * manager are the queue's own and without effect on it.
+ * The methods of a queue, in slot order after those of ztSequenceContainer. The setters of compare function,
+ * duplicates and element policy also set the deque's; item constructor and manager do not affect it.
  *
- *  - `push`: adds an element at the back. Returns the new list item, which stays the list's, or NULL.
- *  - `pop`: takes off the element at the front and HANDS IT OVER, as a list's `popFront` does: a
- *    caller whose queue keeps elements by value or as objects reads it with `getFront` first and
- *    releases it afterwards, with ztm_free() or `unRef`. Returns the list's new first item, or NULL.
- *  - `getBack`, `getFront`: the element at that end, the list's; NULL when the queue is empty.
+ *  - `push`: adds an element at the back. Returns the new list item, which the list owns, or NULL.
+ *  - `pop`: removes the element at the front and HANDS IT OVER, as a list's `popFront` does: if the queue
+ *    stores elements by value or as objects, read the element with `getFront` before and release it after, with
+ *    ztm_free() or `unRef`. Returns the list's new first item, or NULL.
+ *  - `getBack`, `getFront`: the element at that end, which the list owns; NULL when the queue is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
 #define ztQueue_METHODS                                                  \

@@ -11,17 +11,15 @@
 #define ztSequenceContainer_FIELDS                                           \
   ztContainer_FIELDS                                                         \
   uint32_t byPointer;        /* not 0: elements are the caller's pointers */ \
-  int32_t elementSize;       /* bytes of an element kept by value */         \
+  int32_t elementSize;       /* bytes of an element stored by value */       \
   ztCtor elementConstructor; /* not NULL: elements are objects of its class */
 
 /**
  * The methods of a sequence container, in slot order after those of ztContainer.
  *
- *  - `setElementSize`: the size of an element and whether elements are kept by pointer, together. A
- *    container of size 0 keeps elements of no bytes.
+ *  - `setElementSize`: the size of an element, which may be 0, and whether elements are stored by pointer.
  *  - `getElementSize`: the size of an element.
- *  - `setElementConstructor`: the `C_ctor` of the elements' class; NULL for elements that are no
- *    objects.
+ *  - `setElementConstructor`: the `C_ctor` of the elements' class; NULL for elements that are no objects.
  *
  * `getSize` stays abstract.
  */

@@ -1,6 +1,6 @@
 /**
  * @file ztstack.h
- * ztStack: last in, first out. It keeps its elements in a ztDeque.
+ * ztStack: last in, first out. It holds its elements in a ztDeque.
  */
 #ifndef ZT_CONTAINERS_ZTSTACK_H
 #define ZT_CONTAINERS_ZTSTACK_H
@@ -10,17 +10,15 @@
 /** Fields of ztStack. */
 #define ztStack_FIELDS       \
   ztSequenceContainer_FIELDS \
-  struct ztDeque *inner; /* keeps the elements; owned; NULL only when memory was exhausted */
+  struct ztDeque *inner; /* holds the elements; owned; NULL only when memory was exhausted */
 
 /**
- * The methods of a stack, in slot order after those of ztSequenceContainer. The setters of the compare
- * function, of duplicates and of the element policy hold for the deque too; item constructor and item
- * manager are the stack's own and without effect on it.
+ * The methods of a stack, in slot order after those of ztSequenceContainer. The setters of compare function,
+ * duplicates and element policy also set the deque's; item constructor and manager do not affect it.
  *
- *  - `push`: adds an element on top. Returns the new list item, which stays the list's, or NULL.
- *  - `pop`: takes off the element on top and releases it as the policy says. Returns the list's new
- *    last item, or NULL.
- *  - `getTop`: the element on top, the list's; NULL when the stack is empty.
+ *  - `push`: adds an element on top. Returns the new list item, which the list owns, or NULL.
+ *  - `pop`: removes the top element and releases it as the policy says. Returns the list's new tail, or NULL.
+ *  - `getTop`: the top element, which the list owns; NULL when the stack is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
 #define ztStack_METHODS                                                  \

@@ -16,8 +16,8 @@ ZT_DECLARE_CLASS(ztPtrStack)
 
 ZT_BEGIN_C
 
-/** Compares two pointers by address, given the addresses where they are stored, of which NULL sorts
- *  first: 0 when equal, 1 when the first is greater, else -1. */
+/** Compares two pointers by address, given the addresses where they are stored; a NULL address sorts first. 0
+ *  when equal, 1 when the first is greater, else -1. */
 ZT_API int32_t ztPtrStack_compare_func(const void *first, const void *second);
 /** Compares two pointers by address, with the same results. */
 ZT_API int32_t ztPtrStack_compare_func_ptr(const void *first, const void *second);

@@ -45,7 +45,7 @@ bool ztcore::isSourceGone(const UseTable *uses, const void *element) {
   return false;
 }
 
-// Releases the records of a thread that ends, with their parts.
+// Releases the records and parts of a thread that ends.
 static void releaseUses(UseTable *uses);
 
 bool ztcore::growUses(UseTable *uses) {
@@ -73,7 +73,7 @@ bool ztcore::leavePartTo(UseTable *uses, const void *container, const void *part
   return false;
 }
 
-// Hands a block on to another call that needs it, or frees it.
+// Gives a block to another call that needs it, or frees it.
 static void releaseBlock(UseTable *uses, const Use &ended) {
   if (ended.kind != PartKind::block) return;
   for (Use *use = uses->records; use != endOf(uses); ++use) {
@@ -91,7 +91,7 @@ static void remove(UseTable *uses, Use *use) {
   releaseBlock(uses, removed);
 }
 
-// Records above it are of calls that were left without their end, or of another stack.
+// Later records belong to abandoned calls or to another stack.
 void ztcore::endUse(UseTable *uses, uint64_t number) {
   Use *use = findUse(uses, number);
   if (use != nullptr) remove(uses, use);
@@ -125,7 +125,7 @@ bool ztcore::endObjectsOf(UseTable *uses, const void *container, bool onlyIfGone
   const Use *found = findPart(uses, container, PartKind::objects, onlyIfGone);
   if (found == nullptr) return false;
   const uint64_t number = found->number;
-  // The block is needed as long as its objects end.
+  // The record keeps the block while its objects are destroyed.
   const ContainerUse own(container, found->part);
   Use *use = findUse(uses, number);
   const Use held = *use;
@@ -135,7 +135,7 @@ bool ztcore::endObjectsOf(UseTable *uses, const void *container, bool onlyIfGone
   return true;
 }
 
-// A call that has a block goes on in it, and releases it.
+// A call that has a block continues to use it, and releases it.
 void ztcore::forgetUses(UseTable *uses, const void *container) {
   for (int32_t i = uses->count - 1; i >= 0; --i) {
     Use *use = &uses->records[i];
@@ -149,7 +149,7 @@ void ztcore::forgetUses(UseTable *uses, const void *container) {
 
 // Calls that were left ----------------------------------------------------------------------------
 
-// Objects and items are left to the container.
+// The container releases objects and items later.
 static void drop(UseTable *uses, Use *use) {
   if (use->kind == PartKind::objects || use->kind == PartKind::items) {
     use->isGone = true;
@@ -164,7 +164,7 @@ void ztcore::dropGoneUses(UseTable *uses, uintptr_t frame, const void *self) {
     Use *use = &uses->records[i];
     if (use->isGone) continue;
     const bool isComparable = isOwn && isOnOwnStack(use->frame);
-    // Those below it were made in frames that are further out still.
+    // Earlier records belong to frames further out.
     if (isComparable && use->frame > frame) return;
     const bool isSame = use->frame == frame && use->self == self;
     if (isSame || (isComparable && use->frame < frame)) drop(uses, use);

@@ -1,15 +1,14 @@
-// Calls on a container that are under way while code of a host's runs: an element's `clone` or `destroy`, an
-// item manager, a compare function. That code may change the container, or end it, and the call has to know
-// when it goes on. A destroyed container forgets the calls on it, and so each learns that it is gone.
+// Records of the calls under way on a container while a host's code runs: an element's `clone` or `destroy`, an
+// item manager, a compare function. That code may change or destroy the container, and the call must know it. A
+// container that is destroyed clears itself from the records.
 //
-// The records do not lie on the stack, since an exception or a `longjmp` may leave a call without its end.
-// They are dropped when another record is made in a frame that shows theirs to be gone: one no deeper on the
-// thread's own stack, or the same one on any stack. A call whose record was dropped takes its container for
+// The records are not on the stack, because an exception or a `longjmp` may leave a call. The record of such an
+// abandoned call is dropped when another record is made in a frame that shows the call's frame to be gone: a
+// frame no deeper on the thread's own stack, or the same frame on any stack. It takes the container for
 // destroyed.
 //
-// A call may need a part of its container that this has given up. A block is freed by the last call that has
-// it as its part. Objects and items of a call that was left stay until the container ends, or until another
-// call of the same kind.
+// A call may need a part that its container no longer has. The last call that needs a block frees it. Objects
+// and items of an abandoned call stay until the container is destroyed, or until another call of the same kind.
 #ifndef ZT_CONTAINERS_ZTUSE_HH
 #define ZT_CONTAINERS_ZTUSE_HH
 
@@ -17,20 +16,20 @@
 
 namespace ztcore {
 
-// What looks at its own frame must not have one of its own.
+// A function that reads its own frame is inlined into its caller.
 #define ZT_IN_CALLERS_FRAME [[gnu::always_inline]]
 
 ZT_IN_CALLERS_FRAME inline uintptr_t frameHere() {
   return reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
 }
 
-// The records of this thread, if it has any calls under way.
+// The records of this thread; NULL when no calls are under way.
 inline UseTable *usesUnderWay() {
   ThreadBlock *block = thisThread.block;
   return block == nullptr || block->uses.count == 0 ? nullptr : &block->uses;
 }
 
-// The same for one container, out of line.
+// The out-of-line parts of the functions below.
 void noteInUses(UseTable *uses, const void *container, bool added, bool removed);
 bool isPartOf(const UseTable *uses, const void *container, const void *part);
 bool leavePartTo(UseTable *uses, const void *container, const void *part);
@@ -42,11 +41,11 @@ Use *findUse(UseTable *uses, uint64_t number);
 bool isSourceGone(const UseTable *uses, const void *element);
 bool growUses(UseTable *uses);
 
-// Drops the records whose frames a running one shows to be gone; `self` is what in it stands for its own
-// record, or NULL.
+// Drops the records whose frames a running one shows to be gone. `self` identifies the record of the running
+// frame; NULL when it has none.
 void dropGoneUses(UseTable *uses, uintptr_t frame, const void *self);
 
-// Tells the calls under way on a container that elements came or went.
+// Notes in the records of a container that elements were added or removed.
 inline void noteAdded(const void *container) {
   if (UseTable *uses = usesUnderWay()) noteInUses(uses, container, true, false);
 }
@@ -55,12 +54,12 @@ inline void noteRemoved(const void *container) {
   if (UseTable *uses = usesUnderWay()) noteInUses(uses, container, false, true);
 }
 
-// Drops the records that a function shows to be gone that has made none yet itself.
+// Drops the records that a function without a record of its own shows to be gone.
 ZT_IN_CALLERS_FRAME inline void beginUses() {
   if (UseTable *uses = usesUnderWay()) dropGoneUses(uses, frameHere() + 1, nullptr);
 }
 
-// Whether a call under way on a container still needs this part of it.
+// Whether a call under way still needs this part of a container.
 ZT_IN_CALLERS_FRAME inline bool isPartInUse(const void *container, const void *part) {
   UseTable *uses = usesUnderWay();
   if (uses == nullptr) return false;
@@ -68,26 +67,26 @@ ZT_IN_CALLERS_FRAME inline bool isPartInUse(const void *container, const void *p
   return isPartOf(uses, container, part);
 }
 
-// Leaves a block that a container has given up to the calls that still need it; false when none does.
+// Leaves a block to the calls that still need it; false when none does.
 inline bool leavePart(const void *container, const void *part) {
   UseTable *uses = usesUnderWay();
   return uses != nullptr && leavePartTo(uses, container, part);
 }
 
-// Takes items over from a call on a container; NULL when no call has any.
+// Takes over the items of a call on a container; NULL when no call has any.
 inline void *takeItems(const void *container) {
   UseTable *uses = usesUnderWay();
   return uses == nullptr ? nullptr : takeItemsFrom(uses, container, false);
 }
 
-// The same, only from a call that was left without its end, as far as that is known.
+// The same, only from an abandoned call, as far as that is known.
 inline void *takeItemsLeft(const void *container) {
   UseTable *uses = usesUnderWay();
   return uses == nullptr ? nullptr : takeItemsFrom(uses, container, true);
 }
 
-// Destroys the whole objects of one block that a call has out of an array, or only of a call that was left;
-// false when there is none.
+// Destroys the complete objects of one block that a call has out of an array; `endObjectsLeft` only those of an
+// abandoned call. False when there is none.
 inline bool endObjects(const void *container) {
   UseTable *uses = usesUnderWay();
   return uses != nullptr && endObjectsOf(uses, container, false);
@@ -98,7 +97,7 @@ inline bool endObjectsLeft(const void *container) {
   return uses != nullptr && endObjectsOf(uses, container, true);
 }
 
-// Whether what a call copies out of a container may be gone, since that one ended or lost elements meanwhile.
+// Whether an element that a call copies may be gone, because its container was destroyed or lost elements.
 inline bool isSourceGone(const void *element) {
   UseTable *uses = usesUnderWay();
   return uses != nullptr && element != nullptr && isSourceGone(uses, element);
@@ -109,8 +108,8 @@ inline void containerDestroyed(const void *container) {
   if (UseTable *uses = usesUnderWay()) forgetUses(uses, container);
 }
 
-// One call, for as long as the scope lasts. Without memory for its record it knows of nothing. What a call asks
-// after everything that a host's code did is inlined into it.
+// The record of one call, for the scope of the variable. When memory is exhausted there is no record, and it
+// notices nothing. Functions called after every call of a host's code are inlined.
 class ContainerUse {
  public:
   ZT_IN_CALLERS_FRAME explicit ContainerUse(const void *container, void *part = nullptr)
@@ -144,7 +143,7 @@ class ContainerUse {
     number = 0;
   }
 
-  // Whether the container was destroyed: it must not be touched any more.
+  // Whether the container was destroyed: it must not be used any more.
   [[gnu::always_inline]] bool ended() const {
     if (number == 0) return false;
     const Use *use = record();
@@ -154,7 +153,7 @@ class ContainerUse {
     const Use *use = record();
     return use != nullptr && use->removed;
   }
-  // Whether elements came or went since the call began, or since `startAfresh`.
+  // Whether elements were added or removed since the call began, or since `startAfresh`.
   bool changed() const {
     const Use *use = record();
     return use != nullptr && (use->added || use->removed);
@@ -163,19 +162,19 @@ class ContainerUse {
     Use *use = record();
     if (use != nullptr) use->added = use->removed = false;
   }
-  // What the call copies out of the container, and the container releases; or NULL.
+  // The element that the call copies and the container releases; or NULL.
   void setSource(const void *element) {
     Use *use = record();
     if (use != nullptr) use->part = const_cast<void *>(element);
   }
-  // What items the container is to delete if it is destroyed, in place of the call.
+  // The items that a container that is destroyed deletes in place of the call.
   void setItems(void *items) {
     Use *use = record();
     if (use == nullptr) return;
     use->part = items;
     use->kind = items == nullptr ? PartKind::borrowed : PartKind::items;
   }
-  // NULL where there was no memory for it, and once it was dropped. Valid until the next one is made.
+  // NULL when memory was exhausted, and after it was dropped. Valid until the next record is made.
   [[gnu::always_inline]] Use *record() const {
     if (number == 0 || thisThread.block == nullptr) return nullptr;
     UseTable *uses = &thisThread.block->uses;

@@ -56,7 +56,7 @@ class MapItems {
   ztMapIterator walk;
 };
 
-// The map may be one of a class that descends from ztMap.
+// The map may be of a subclass of ztMap.
 inline MapItems itemsOf(const void *map) {
   return MapItems(map);
 }

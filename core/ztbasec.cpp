@@ -47,8 +47,7 @@ static int32_t baseWrite(const ztBaseClass &, void *) {
   return 1;
 }
 
-// A count that has come this far stays, and the object with it: beyond it, or back from it, nobody knows how
-// many references there are.
+// A count that reaches this value stays, and the object is never released: the true number is unknown.
 constexpr int32_t mostReferences = INT32_MAX;
 
 static void baseRef(ztBaseClass &object) {
@@ -56,7 +55,7 @@ static void baseRef(ztBaseClass &object) {
 }
 
 ZT_OWN_FRAME static void endObject(void *object) {
-  // What an object's `destroy` sets off may release the object once more.
+  // Functions that `destroy` calls may release the object again.
   if (isUnderWay(object, CallKind::release)) return;
   ReleaseMark mark;
   const bool recorded = beginRelease(&mark, CallKind::release, object);
@@ -67,9 +66,9 @@ ZT_OWN_FRAME static void endObject(void *object) {
 void ztcore::baseUnRef(ztBaseClass &object) {
   if (checksThreads && releaseCheck != nullptr) releaseCheck(&object);
   if (object.refCount == mostReferences) return;
-  // Unsigned, since an object may be released any number of times while it ends.
+  // Unsigned, because an object may be released any number of times while it is destroyed.
   object.refCount = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);
-  // 1, not 0: a new object that was referenced once more ends at its first release.
+  // 1, not 0: one release destroys a new object, also one that was referenced once more.
   if (object.refCount > 1) return;
   if (ztBaseClass_of(&object)->destroy == baseDestroy) {
     ztm_free(&object);
@@ -82,7 +81,7 @@ static int32_t baseGetRefCount(const ztBaseClass &object) {
   return object.refCount;
 }
 
-// A class identity in a file: the name in a field of fixed size, zero behind its text, and the version.
+// A class identity in a file: a name field of fixed size, zero behind the text, and the version.
 constexpr int32_t nameFieldSize = sizeof Identity::name;
 
 static int32_t baseClassWrite(const void *, const void *object, void *file) {
@@ -95,7 +94,7 @@ static int32_t baseClassWrite(const void *, const void *object, void *file) {
   return methods->writeInt(file, static_cast<int32_t>(klass->version)) > 0;
 }
 
-// Files that went through an editor end their lines; a name of one character is left alone.
+// Files saved by an editor contain line ends. A name of one character is not changed.
 static void cutLineEnd(char *name) {
   size_t length = strlen(name);
   if (length < 2) return;
@@ -129,7 +128,7 @@ static void *baseClassRead(const void *, void *file) {
   return file != nullptr && readIdentity(file, &identity) ? makeIdentified(identity) : nullptr;
 }
 
-// Written only where they differ: other threads may be calling them.
+// Writes only what differs, because other threads may be calling these functions.
 static void baseFunctions(ztBaseClassFunctions *functions) {
   if (functions->classRead != baseClassRead) functions->classRead = baseClassRead;
   if (functions->classWrite != baseClassWrite) functions->classWrite = baseClassWrite;
@@ -150,8 +149,7 @@ static void baseMethods(ztBaseClassMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, ref, method<baseRef>);
   ZT_OVERRIDE_METHOD(methods, unRef, method<baseUnRef>);
   ZT_OVERRIDE_METHOD(methods, getRefCount, method<baseGetRefCount>);
-  // Also here, not only when the descriptor is filled: a host may reach for them through the class
-  // table as soon as any class was used.
+  // Also here, not only when the descriptor is filled: a host may read the class table once any class was used.
   baseFunctions(static_cast<ztBaseClassFunctions *>(ztBaseClassClass_Instance()->classTable));
 }
 

@@ -1,35 +1,32 @@
 /**
  * @file ztbasec.h
- * ztBaseClass, the root of all classes. How a class is declared and defined stands in ztclass.h.
+ * ztBaseClass, the root of all classes. ztclass.h explains how to declare and define a class.
  */
 #ifndef ZT_CORE_ZTBASEC_H
 #define ZT_CORE_ZTBASEC_H
 
 #include "core/ztclass.h"
 
-/** What every object begins with. The fields of a class follow those of its parent. */
+/** The fields at the start of every object. The fields of a class follow those of its parent. */
 #define ztBaseClass_FIELDS                       \
   ztClass *klass;   /* the object's own class */ \
-  int32_t refCount; /* 1 when the object is made */
+  int32_t refCount; /* 1 for a new object */
 
 /**
  * The methods of every class, in slot order.
  *
  *  - `Allocator`: what a host put into class slot 3, or NULL; not owned.
- *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and
- *    when the registry frees it.
+ *  - `classInstanceCreate`, `classInstanceDestroy`: called with the class when it is registered and freed.
  *  - `create`: sets the fields to their defaults, 1 or 0. An override calls its parent's first.
- *  - `clone`: copies the object onto @c target, memory of at least its instance size whose object, if
- *    any, is not released; returns the target. The target takes the source's class and reference
- *    count. NULL when it cannot: the target then owns nothing, so an override that fails after its
- *    parent's `clone` has the parent's `destroy` release what that made.
- *  - `assign`: takes over the contents of another object of the class, 1 or 0. ztBaseClass has no contents
- *    to take over: 1, also without another.
- *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract where a class has no order.
+ *  - `clone`: copies the object onto @c target and returns the target, with the source's class and reference
+ *    count. @c target has at least the instance size; an object in it is not released. NULL on failure; the
+ *    target then owns nothing: an override that fails after its parent's `clone` calls the parent's `destroy`.
+ *  - `assign`: copies the contents of another object of the class, 1 or 0. Always 1 here: no contents.
+ *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract in a class without an order.
  *  - `destroy`: releases what the object owns, never the object's own memory.
  *  - `read`, `write`: the object's data from and to a ztFile, 1 or 0.
- *  - `ref`: one reference more. `unRef`: one less; at 1 or less the object is destroyed and its memory
- *    released, so a new object referenced once more ends at the first `unRef`.
+ *  - `ref`: adds a reference. `unRef`: removes one; at 1 or less the object is destroyed and its memory freed,
+ *    so the first `unRef` also destroys a new object that was referenced once more.
  *  - `getRefCount`: the reference count.
  */
 #define ztBaseClass_METHODS                                                               \
@@ -53,11 +50,11 @@
 /**
  * The class functions of ztBaseClass, from class slot 10 on; no other class's table has them.
  *
- *  - `classRead(NULL, file)`: reads a class identity and makes an object of that class, the caller's
- *    to `unRef`; call its `read` next. NULL for a failed read, a name that is not registered (with a
- *    line in the log) and a version that differs.
- *  - `classWrite(NULL, object, file)`: writes the identity of the object's class, 100 bytes of name
- *    and the version; call its `write` next. 1, or 0 as soon as a write fails.
+ *  - `classRead(NULL, file)`: reads a class identity and makes an object of that class; the caller releases it
+ *    with `unRef`. Call its `read` next. NULL when the read fails, the name is not registered (with a line in
+ *    the log) or the version differs.
+ *  - `classWrite(NULL, object, file)`: writes the identity of the object's class: 100 bytes of name and the
+ *    version. Call the object's `write` next. 1, or 0 as soon as a write fails.
  */
 #define ztBaseClass_FUNCTIONS                          \
   void *(*classRead)(const void *ignored, void *file); \

@@ -1,4 +1,4 @@
-// What an object is in a file: the identity of its class, which stands ahead of its data.
+// The class identity that a file holds before the data of an object.
 #ifndef ZT_CORE_ZTBASEC_HH
 #define ZT_CORE_ZTBASEC_HH
 
@@ -7,18 +7,17 @@
 
 namespace ztcore {
 
-// Methods of the root class, to tell whether a class has others.
+// Two methods of the root class. A comparison with a slot tells whether a class overrides it.
 void baseDestroy(void *object);
 void baseUnRef(ztBaseClass &object);
 
-// The identity of a class as a file holds it. Behind the text of the name there may be anything.
+// The bytes behind the text of the name have any value.
 struct Identity {
   char name[100];
   int32_t version;
 };
 
-// The two halves of `classRead`: what a file says, and a new object of the class that it names. False, and
-// NULL, on failure.
+// The two steps of `classRead`: read an identity, make an object of its class. False and NULL on failure.
 bool readIdentity(void *file, Identity *identity);
 void *makeIdentified(const Identity &identity);
 

@@ -11,7 +11,7 @@ using namespace ztcore;
 
 // The table of a thread ---------------------------------------------------------------------------
 
-// In place of the table of a thread that has none: the entry below all others, and no further one.
+// Used while a thread has no table: the entry below all others, with no capacity for more.
 static Call belowAll = {nullptr, UINTPTR_MAX, belowAllCalls, 0, 0, 0};
 
 constexpr uint64_t firstSerial = 64;
@@ -19,7 +19,7 @@ constexpr uint64_t firstSerial = 64;
 constinit thread_local ThreadState ztcore::thisThread __attribute__((tls_model("initial-exec"))) = {
     .nextCall = &belowAll + 1, .lastCall = &belowAll + 1, .callSerial = firstSerial};
 
-// The first thread's, so that a program of one thread needs no memory for it.
+// The table of the first thread, so that a program with one thread allocates none.
 static CallTable firstCalls;
 static bool firstCallsTaken;
 
@@ -33,7 +33,7 @@ static void useEntries(CallTable *calls, uint32_t count) {
   thisThread.lastCall = calls->entries + calls->capacity;
 }
 
-// Runs when nobody uses the table any more but, perhaps, this thread.
+// Runs when no other thread uses the table.
 static void releaseCalls(CallTable *calls) {
   if (thisThread.calls == calls) {
     thisThread.calls = nullptr;
@@ -52,7 +52,7 @@ static void releaseCalls(CallTable *calls) {
 static CallTable *callsOfThread() {
   if (thisThread.calls != nullptr) return thisThread.calls;
   ThreadBlock *block = blockOfThread();
-  // One that threads share, for want of memory, cannot hold it.
+  // The block that threads share when memory is exhausted cannot hold a table.
   if (block != thisThread.block) return nullptr;
   CallTable *calls = takeCalls();
   if (calls == nullptr) return nullptr;
@@ -79,7 +79,7 @@ void ztcore::trimPending(CallTable *calls) {
 
 // Frames that are gone -----------------------------------------------------------------------------
 
-// Tells whether a frame that is running now has taken the place of an earlier one.
+// Tells whether a running frame has replaced an earlier one.
 static bool hasCovered(uintptr_t frame, const Call &earlier) {
   if (earlier.frame > frame) return false;
   return earlier.frame == frame || (isOnOwnStack(frame) && isOnOwnStack(earlier.frame));
@@ -87,8 +87,8 @@ static bool hasCovered(uintptr_t frame, const Call &earlier) {
 
 void (*ztcore::leaveReceiver)(void *receiver);
 
-// What the slot that was called last left in its receiver. Where there are several threads the receiver may
-// have gone in another one, unnoticed here.
+// Clears the `sender` of the receiver whose slot was called last. Does nothing with several threads: another
+// one may have destroyed the receiver.
 static void clearSender(const CallTable *calls, const Call &delivery) {
   if (!__libc_single_threaded || delivery.detail >= delivery.end) return;
   void *receiver = calls->pending[delivery.detail].receiver;
@@ -109,7 +109,7 @@ static void trim(CallTable *calls) {
   trimPending(calls);
 }
 
-// A function may hold several watches at once: they have the same frame.
+// One function may hold several watches: they have the same frame.
 static bool areTogether(const Call &one, CallKind kind, uint32_t detail) {
   return kindOf(one) == CallKind::watch && kind == CallKind::watch && one.detail != detail;
 }
@@ -131,8 +131,8 @@ static bool isRepeated(const Call &older) {
   return repeated;
 }
 
-// On the stacks of coroutines frames that are gone are not told from others by their order. But of two in
-// the same place the older one is gone, so that a loop leaves no more records than there are places.
+// The order of frames on the stacks of coroutines does not tell which ones have returned. But of two records at
+// the same place the older one is stale, so a loop leaves no more records than there are places.
 static void dropRepeated(CallTable *calls) {
   forEachCall([=](Call &call) {
     if (call.serial != 0 && !isOnOwnStack(call.frame) && isRepeated(call)) drop(calls, &call);
@@ -140,7 +140,7 @@ static void dropRepeated(CallTable *calls) {
   trim(calls);
 }
 
-// Whether no delivery has pending slots from this place on.
+// Whether no delivery has pending slots from this position on.
 static bool isFreePlace(uint64_t first, uint32_t count) {
   bool isFree = true;
   forEachCall([&](const Call &call) {
@@ -149,7 +149,7 @@ static bool isFreePlace(uint64_t first, uint32_t count) {
   return isFree;
 }
 
-// The first place between those of deliveries that is large enough; the one behind all of them at the most.
+// The first gap between the deliveries that is large enough, or the position behind all of them.
 static uint32_t findPlace(const CallTable *calls, uint32_t count) {
   uint32_t found = isFreePlace(0, count) ? 0 : calls->pendingCount;
   forEachCall([&](const Call &call) {
@@ -161,7 +161,7 @@ static uint32_t findPlace(const CallTable *calls, uint32_t count) {
 uint32_t ztcore::reservePending(CallTable *calls, uint32_t count) {
   if (calls->pendingCapacity - calls->pendingCount >= count) return calls->pendingCount;
   if (count > INT32_MAX) return noPlace;
-  // Deliveries that were left on the stacks of coroutines may stand in front of many free places.
+  // Stale deliveries of coroutines may stand in front of many free places.
   dropRepeated(calls);
   const uint32_t first = findPlace(calls, count);
   if (calls->pendingCapacity - first >= count) return first;
@@ -216,7 +216,7 @@ bool ztcore::endCallAmongOthers(const CallMark &mark) {
   const uintptr_t frame = own->frame;
   clear(own);
   forEachCall([=](Call &call) {
-    // Another watch of the same function's lasts.
+    // Keeps the records of other watches of the same function.
     if (call.frame < frame && hasCovered(frame, call)) drop(calls, &call);
   });
   trim(calls);
@@ -229,7 +229,7 @@ static bool isEnd(const Call &call, const void *object, CallKind least) {
   return call.subject == object && kindOf(call) >= least;
 }
 
-// Reads what may be memory of a frame that has ended, which nobody else would.
+// May read memory of a frame that has returned, which the sanitizer would report.
 __attribute__((noinline, no_sanitize_address)) static bool isMarked(uintptr_t frame, uint64_t serial) {
   const auto *words = reinterpret_cast<const volatile uint64_t *>(frame);
   for (size_t i = 0; i < sizeof(ReleaseMark) / sizeof serial; ++i) {
@@ -238,9 +238,8 @@ __attribute__((noinline, no_sanitize_address)) static bool isMarked(uintptr_t fr
   return true;
 }
 
-// A frame that still runs still holds its mark. One that was left may do so for a while, until other frames
-// have written over it: the object then stays as it is, to be released another time. The frames of other
-// stacks cannot be looked into, since their memory may be gone.
+// A frame that still runs holds its mark. A frame that was left may hold it until other frames overwrite it:
+// the object then stays, to be released later. Frames on other stacks are not read: their memory may be freed.
 static bool mayRun(uintptr_t frameTop, const Call &call) {
   if (hasCovered(frameTop, call)) return false;
   return !isOnOwnStack(call.frame) || isMarked(call.frame, call.serial);

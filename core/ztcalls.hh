@@ -1,18 +1,16 @@
-// The calls that a thread has under way and that something which happens meanwhile is to reach: deliveries of
-// signals, watches, releases and ends of objects.
+// Records of a thread's calls under way: deliveries of signals, watches, releases, destructions of objects.
 //
-// Functions of a host's run inside those calls, and may leave by an exception or a longjmp: the frame that
-// made a record is then gone without having taken it back. So the records lie in a table of the thread's, not
-// on the stack; a frame holds no more than a mark, by which it finds its record, or that it was dropped.
+// Functions of a host run inside those calls and may leave by an exception or a longjmp. The frame that made a
+// record is then gone, and nobody removed the record. So the records are in a table of the thread, not on the
+// stack. A frame holds only a mark, by which it finds its record or learns that the record was dropped.
 //
-// A record is dropped as soon as its frame is known to be gone: when another record is made from a frame that
-// lies no deeper on the same stack. Beyond that there are only guesses: about frames above the current one,
-// which may have been left and covered, and about other stacks, such as those of coroutines. A record of
-// doubtful state stays, since it is harmless: it is told of the end of its subject as the others are, and
-// nothing of it is followed. One that would keep an object from being released is looked into.
+// A record is dropped when its frame is known to be gone: when a frame that lies no deeper on the same stack
+// makes another record. Nothing is certain about frames above the current one, which may have been left and
+// overwritten, and about other stacks, such as those of coroutines. A doubtful record stays. It is harmless:
+// its subject is cleared when it is destroyed, and none of its pointers is followed. Only a record that would
+// keep an object from being released is checked by reading its frame.
 //
-// So that frames can be compared, a function that makes such a record is marked ZT_OWN_FRAME and makes no
-// other one.
+// To keep frames comparable, a function that makes such a record is marked ZT_OWN_FRAME and makes only one.
 #ifndef ZT_CORE_ZTCALLS_HH
 #define ZT_CORE_ZTCALLS_HH
 
@@ -36,40 +34,40 @@ constexpr uint64_t callKinds = 7;  // the bits of a serial number that hold the 
 
 struct Call {
   const void *subject;  // NULL once it is destroyed
-  uintptr_t frame;      // where the frame that made the record lies; above all others once it is gone
-  uint64_t serial;      // as in the mark of that frame, with the kind in its last bits
-  uint32_t detail;      // delivery: the pending slot that was called last; watch: where in its frame it lies;
-                        // destruction: not 0 where peers stay tied to the object until its end
-  uint32_t first;       // delivery: where its pending slots begin,
-  uint32_t end;         // and the place behind them
+  uintptr_t frame;      // the address of the frame that made the record; the highest one once that is gone
+  uint64_t serial;      // as in the mark of that frame; the low bits hold the kind
+  uint32_t detail;      // delivery: the pending slot that was called last; watch: its position in the frame;
+                        // destruction: not 0 while peers stay connected to the object
+  uint32_t first;       // delivery: its first pending slot,
+  uint32_t end;         // and the position behind its last one
 };
 
 inline CallKind kindOf(const Call &call) {
   return static_cast<CallKind>(call.serial & callKinds);
 }
 
-// A slot that a delivery has yet to call, or calls.
+// A slot that a delivery calls or will call.
 struct PendingSlot {
   void *receiver;  // NULL once it is destroyed
   void (*function)(void *receiver);
 };
 
-// The table. Its first entry is of no call, and stands below all others; the thread knows where it ends.
+// The table of a thread. Its first entry is no call and lies below all others. `thisThread` has its end.
 struct CallTable {
   Call *entries;
   uint32_t capacity;
   uint32_t pendingCount;
-  PendingSlot *pending;  // those of all deliveries
+  PendingSlot *pending;  // of all deliveries
   uint32_t pendingCapacity;
-  uint32_t removals;  // raised whenever a slot was taken out of any map
+  uint32_t removals;  // incremented whenever a slot is removed from any map
   Call fewEntries[32];
   PendingSlot fewPending[64];
 };
 
-constexpr uint64_t belowAllCalls = 16;  // the serial number of the first entry; of no kind
-constexpr uint64_t noCall = 24;         // that of a mark without a record
+constexpr uint64_t belowAllCalls = 16;  // the serial number of the first entry; has no kind
+constexpr uint64_t noCall = 24;         // the serial number of a mark without a record
 
-// What the frame holds: where a look into the frame finds it.
+// The mark in a frame, which `isMarked` looks for.
 struct CallMark {
   uint64_t serial;
 };
@@ -78,23 +76,23 @@ inline uintptr_t frameOf(CallMark *mark) {
   return reinterpret_cast<uintptr_t>(mark);
 }
 
-// That of a release or an end, whose frame may be looked into: so large that no frames of small functions,
-// which write at least where they return to, come to lie there and leave it as it was.
+// The mark of a release or a destruction, whose frame may be read. It is so large that the frames of small
+// functions, which write at least their return address, cannot lie over it without changing it.
 struct ReleaseMark {
   CallMark mark;
   uint64_t copies[3];
 };
 
-// The calls of this thread; runs visit(call) for each of them, the latest first.
+// Runs visit(call) for each call of this thread, the latest first.
 template <typename Visit>
 inline void forEachCall(Visit visit) {
   for (Call *call = thisThread.nextCall - 1; call->serial != belowAllCalls; --call) visit(*call);
 }
 
-// Where a record goes, after those of frames that are gone were dropped. NULL without memory.
+// Drops the records of frames that are gone, and returns a place for a record. NULL when memory is exhausted.
 Call *addCall(CallKind kind, uintptr_t frame, uint32_t detail);
 
-// Makes a record. NULL without memory: there is then none. Valid until the next one is made.
+// Makes a record, valid until the next one is made. NULL, and no record, when memory is exhausted.
 inline Call *beginCall(CallMark *mark, CallKind kind, const void *subject, uintptr_t frame,
                        uint32_t detail = 0) {
   Call *call = thisThread.nextCall;
@@ -119,7 +117,7 @@ inline Call *beginCall(CallMark *mark, CallKind kind, const void *subject, uintp
   return call;
 }
 
-// The same for a release or an end. False without memory.
+// The same for a release or a destruction. False when memory is exhausted.
 inline bool beginRelease(ReleaseMark *mark, CallKind kind, const void *object) {
   const bool begun = beginCall(&mark->mark, kind, object, frameOf(&mark->mark)) != nullptr;
   for (uint64_t &copy : mark->copies) copy = mark->mark.serial;
@@ -128,7 +126,7 @@ inline bool beginRelease(ReleaseMark *mark, CallKind kind, const void *object) {
 
 Call *findCall(const CallMark &mark);
 
-// The record of a frame; NULL when it was dropped. Valid until the next one is made.
+// The record of a frame, valid until the next one is made; NULL when it was dropped.
 inline Call *callOf(const CallMark &mark) {
   Call *last = thisThread.nextCall - 1;
   return last->serial == mark.serial ? last : findCall(mark);
@@ -136,7 +134,7 @@ inline Call *callOf(const CallMark &mark) {
 
 bool endCallAmongOthers(const CallMark &mark);
 
-// Takes the record of a frame back, and those of the frames that it called. False when there is none.
+// Removes the record of a frame, and those of the frames that it called. False when there is none.
 inline bool endCall(const CallMark &mark) {
   Call *last = thisThread.nextCall - 1;
   if (last->serial != mark.serial) return endCallAmongOthers(mark);
@@ -155,8 +153,8 @@ inline bool isSubject(const void *object) {
   return false;
 }
 
-// Tells whether an object's end is under way, or with `release` as the least of the two its release or end.
-// Records of it whose frames are found gone are dropped. Inlined, since it asks for the frame of its caller.
+// Tells whether an object is being destroyed; with `release` as `least`, whether it is being released or
+// destroyed. Drops its records whose frames are gone. Inlined, because it needs the frame of its caller.
 __attribute__((always_inline)) inline bool isUnderWay(const void *object, CallKind least) {
   if (!isSubject(object)) return false;
   return looksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
@@ -164,21 +162,19 @@ __attribute__((always_inline)) inline bool isUnderWay(const void *object, CallKi
 
 void dropCallsOn(const void *object);
 
-// Told of every object that is constructed: what is under way there was about another one, whose memory was
-// freed by a host.
+// Called for every new object. Records about its address concern an earlier object, whose memory a host freed.
 inline void objectMade(const void *object) {
   if (thisThread.nextCall[-1].serial != belowAllCalls) dropCallsOn(object);
 }
 
-// Has the receiver of a slot that a delivery was called in, and left, forget who called. Set ahead of the first
-// delivery.
+// Clears the `sender` of a receiver whose slot was left without returning. Set before the first delivery.
 extern void (*leaveReceiver)(void *receiver);
 
-// Where so many pending slots go; the block grows where it is too small.
-constexpr uint32_t noPlace = UINT32_MAX;  // without memory
+// Reserves positions for pending slots and returns the first one; `noPlace` when memory is exhausted.
+constexpr uint32_t noPlace = UINT32_MAX;
 uint32_t reservePending(CallTable *calls, uint32_t count);
 
-// Gives the places of the pending slots back that no delivery has any more.
+// Frees the positions of pending slots that no delivery uses.
 void trimPending(CallTable *calls);
 
 }  // namespace ztcore

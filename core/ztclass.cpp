@@ -30,7 +30,7 @@ static ztClassFunctions *functionsOf(const ztClass *klass) {
   return static_cast<ztClassFunctions *>(klass->classTable);
 }
 
-// Registers a class whose name is free. Returns false when that is to be tried again.
+// Registers a class whose name is free. False when the registration must be tried again.
 static bool registerClass(const ztClassDescription *description) {
   if (isNameTaken(*description->name)) return true;
   const ztClassFunctions *functions = functionsOf(description->klass);
@@ -39,16 +39,16 @@ static bool registerClass(const ztClassDescription *description) {
   const char *name = ztOOP_classOf(prototype)->name;
   if (ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) return true;
   ztm_free(prototype);
-  // Refused for want of memory, or because a hook registered the class meanwhile.
+  // Refused: memory is exhausted, or a hook registered the class meanwhile.
   return isNameTaken(name);
 }
 
-// Out of line, since it runs for a handful of a class's objects only. Only what is complete is published, by
-// the store at the end: until then other threads come here, too, and wait.
+// Out of line, because it runs only for the first objects of a class. The store at the end publishes the class
+// when it is complete; until then other threads also come here and wait.
 __attribute__((noinline)) static void prepareClass(const ztClassDescription *description, void *object) {
   const Locked locked(engineLock, Locked::hostsCode);
   ztClassState *state = description->state;
-  // The hooks of the class, and its prototype, may make objects of the very class that is being prepared.
+  // The hooks of the class and its prototype may make objects of the class that is being prepared.
   if (state->filling || state->registrationTried) return;
   if (!description->klass->initialised) description->functions.InitTable(object);
   // A hook may have made an object of the class meanwhile.
@@ -69,7 +69,7 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
   ztClass *klass = description->klass;
   header->klass = klass;
   header->refCount = 1;
-  // Tried only once the class is initialised, so this one test covers both.
+  // Set only after the class is initialised, so this one test covers both.
   if (!__atomic_load_n(&description->state->registrationTried, __ATOMIC_ACQUIRE)) {
     prepareClass(description, object);
   }
@@ -80,7 +80,7 @@ void *ztOOP_construct(const ztClassDescription *description, void *object, int32
 static void fillDescriptor(const ztClassDescription *description) {
   ztClass *klass = description->klass;
   ztClassFunctions *functions = functionsOf(klass);
-  void *allocator = functions->allocator;  // a host's own, set before the class was first used
+  void *allocator = functions->allocator;  // set by a host before the class was first used
   klass->spare = 0;
   klass->name = *description->name;
   klass->version = *description->version;
@@ -148,7 +148,7 @@ int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name) {
 }
 
 void ztOOP_setAbstract(void *slot) {
-  // One handler stands in for operations of every signature; a slot holds any of them alike.
+  // One handler serves operations of every signature, since every slot has the size of a pointer.
   void *(*handler)(const void *) = ztOOP_ztVirtualFuncHandler;
   memcpy(slot, &handler, sizeof handler);
 }

@@ -2,8 +2,8 @@
  * @file ztclass.h
  * How a class is declared and defined, and what all classes have in common.
  *
- * A class is written in two places. Its header lists the instance fields and the methods, each list
- * beginning with the parent's, and declares the class:
+ * A class has two parts. Its header lists the instance fields and the methods, each list beginning with the
+ * parent's, and declares the class:
  *
  * @code
  * #define Station_FIELDS ztBaseClass_FIELDS  double height;
@@ -11,8 +11,7 @@
  * ZT_DECLARE_CLASS(Station)
  * @endcode
  *
- * Its source writes the operations as ordinary functions, puts them into the method table and defines
- * the class:
+ * Its source has the operations as ordinary functions, puts them into the method table and defines the class:
  *
  * @code
  * static int32_t stationCreate(void *object) {
@@ -26,8 +25,8 @@
  * ZT_DEFINE_CLASS(Station, ztBaseClass, stationMethods)
  * @endcode
  *
- * Objects are then made with `Station_ctor(NULL, 1)` or `ztNewFromName("Station")`, and their methods
- * called with `Station_of(object)->describe(object)`.
+ * Make objects with `Station_ctor(NULL, 1)` or `ztNewFromName("Station")`, and call their methods with
+ * `Station_of(object)->describe(object)`.
  */
 #ifndef ZT_CORE_ZTCLASS_H
 #define ZT_CORE_ZTCLASS_H
@@ -44,10 +43,9 @@ ZT_BEGIN_C
  *  - `newop`: an object on the heap whose `create` has not run.
  *  - `ctor`: makes an object, as `C_ctor` does.
  *  - `InitTable`: writes the methods of the class into the table of the object's class.
- *  - `allocator`: set by hosts only, for `CAllocator` to return; not owned.
- *  - `Version`, `ClassName`: those of the object's own class.
- *  - `IsClass`: 1 when the object's own class bears the name, else 0. `IsClassOf`: also for the names of
- *    its ancestors.
+ *  - `allocator`: set by hosts only; `CAllocator` returns it; not owned.
+ *  - `Version`, `ClassName`: of the object's own class.
+ *  - `IsClass`: 1 when the object's own class has the name, else 0. `IsClassOf`: also checks its ancestors.
  *  - `classInit`: called once, when the descriptor is filled; may be NULL.
  *  - `classDestroy`: called once, when the registry frees the class; may be NULL.
  */
@@ -63,19 +61,19 @@ ZT_BEGIN_C
   void (*classInit)(ztClass * klass);                                              \
   ztClassDestroyHook classDestroy;
 
-/** The class-function table of a class without class functions of its own. */
+/** The class-function table of a class that adds no class functions. */
 typedef struct ZT_MAY_ALIAS ztClassFunctions {
   ztClass_FUNCTIONS
 } ztClassFunctions;
 
-/** What the engine remembers of one class beside its descriptor. Private. */
+/** The state of a class that is not in its descriptor. Private. */
 typedef struct ztClassState {
   int32_t filling;           /**< 1 while the descriptor is being filled or the class registered */
   int32_t registrationTried; /**< 1 once an object of its own had the class registered; read without
                                   a lock, and so written when all the rest is in place */
 } ztClassState;
 
-/** Everything the engine needs to know of a class; made by ZT_DEFINE_CLASS. */
+/** The description of a class for the engine; made by ZT_DEFINE_CLASS. */
 typedef struct ztClassDescription {
   ztClass *klass;                         /**< the descriptor, with its two table pointers set */
   ztClassState *state;                    /**< beside the descriptor */
@@ -98,26 +96,23 @@ typedef struct ztClassDescription {
  * The first object of a class fills the class's tables and registers it.
  * @param description  the class
  * @param object       memory of at least the instance size, or NULL to allocate it
- * @param create       not 0: run the object's `create`, whose result is ignored
+ * @param create       not 0: runs the object's `create` and ignores its result
  * @return the object; NULL when memory is exhausted
  */
 ZT_API void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create);
 
-/**
- * Writes the methods of a class and its ancestors into the table of the object's class, and fills
- * the descriptor of each that is met for the first time: the body of every `C_InitTable`.
- * @param description  the class
- * @param object       its class must be the described one or a descendant
- */
+/** The body of every `C_InitTable`: writes the methods of a class and its ancestors into the table of the
+ *  object's class, and fills each descriptor on its first use.
+ *  @param description  the class
+ *  @param object       its class must be the described one or a descendant */
 ZT_API void ztOOP_initTable(const ztClassDescription *description, void *object);
 
 /**
- * Takes a class, and the classes that descend from it, out of the registry and forgets their properties and
- * what they are as property types: ZT_DEFINE_CLASS has it run when the shared library that defines the class
- * is unloaded. Their hooks run as with ztFreeClass(). The classes of the program itself are left to
- * ztOOP_CleanUp(), for their code stays until the process ends.
+ * Removes a class and its descendants from the registry, and releases their properties and their property
+ * types. ZT_DEFINE_CLASS calls it when the defining shared library is unloaded. The hooks run as with
+ * ztFreeClass(). Classes of the program itself stay until ztOOP_CleanUp(): its code is never unloaded.
  *
- * Objects of the class must be gone by then; those that are not can no longer be used.
+ * Objects of the class must be destroyed before; remaining ones can no longer be used.
  */
 ZT_API void ztOOP_leaveRegistry(const ztClassDescription *description);
 
@@ -127,13 +122,13 @@ ZT_API uint32_t ztOOP_versionOf(const void *object);
 ZT_API const char *ztOOP_classNameOf(const void *object);
 /** @return the allocator that a host put into class slot 3 of the object's class, or NULL */
 ZT_API void *ztOOP_allocatorOf(const void *object);
-/** @return 1 when the object's own class bears exactly this name */
+/** @return 1 when the object's own class has exactly this name */
 ZT_API int32_t ztOOP_isClass(const void *object, const char *name);
-/** @return 1 when the object's class or one of its ancestors bears exactly this name */
+/** @return 1 when the object's class or one of its ancestors has exactly this name */
 ZT_API int32_t ztOOP_isClassOf(const void *object, const char *name);
-/** @return 1 when the class itself or one of its ancestors bears exactly this name */
+/** @return 1 when the class itself or one of its ancestors has exactly this name */
 ZT_API int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name);
-/** Writes the virtual-function handler into a method slot, given by its address. */
+/** Writes ztOOP_ztVirtualFuncHandler() into a method slot, given by its address. */
 ZT_API void ztOOP_setAbstract(void *slot);
 
 /** @return the class of an object that is not NULL */
@@ -142,7 +137,7 @@ static inline ztClass *ztOOP_classOf(const void *object) {
   return *(const Header *)object;
 }
 
-/** Writes no class functions: for classes whose class table is the standard one. */
+/** Writes no class functions; for classes with a standard class table. */
 static inline void ztOOP_noFunctions(ztClassFunctions *functions) {
   (void)functions;
 }
@@ -152,8 +147,8 @@ ZT_END_C
 /* Declaring a class ---------------------------------------------------------------------------- */
 
 /**
- * Declares class C from the lists `C_FIELDS` and `C_METHODS`: the instance struct `C`, the method
- * table `CMethods`, the functions that every class has, and
+ * Declares class C from the lists `C_FIELDS` and `C_METHODS`: the instance struct `C`, the method table
+ * `CMethods`, the functions of every class, and
  *  - `C_of(object)`, the method table of the object's own class, for calls;
  *  - `C_table()`, the method table of C itself, for calls of C's version from a subclass.
  */
@@ -184,8 +179,8 @@ ZT_END_C
   }                                                                                       \
   ZT_END_C
 
-/** Declares the class-function table `CFunctions` of a class that lists class functions of its own
- *  in `C_FUNCTIONS`, and `C_functions()`, which returns it. Follows ZT_DECLARE_CLASS(C). */
+/** Declares, after ZT_DECLARE_CLASS(C), the class-function table `CFunctions` of a class that lists class
+ *  functions in `C_FUNCTIONS`, and `C_functions()`, which returns it. */
 #define ZT_DECLARE_CLASS_FUNCTIONS(C)                                     \
   ZT_BEGIN_C                                                              \
   typedef struct ZT_MAY_ALIAS C##Functions {                              \
@@ -199,7 +194,7 @@ ZT_END_C
 
 /* Defining a class ----------------------------------------------------------------------------- */
 
-/** The text of a list, its macros expanded. */
+/** The text of a list after macro expansion. */
 #define ZT_TEXT_OF(...) ZT_TEXT_OF_(__VA_ARGS__)
 /** The second step of ZT_TEXT_OF(). */
 #define ZT_TEXT_OF_(...) #__VA_ARGS__
@@ -211,46 +206,41 @@ ZT_END_C
 #define ZT_STATIC_ASSERT(condition, message) _Static_assert(condition, message)
 #endif
 
-/** Refuses to compile where a list of a class does not begin with its parent's: the parent's operations would
- *  use the memory of other fields, and calls would reach other methods. */
+/** A compile-time error where a list of a class does not begin with its parent's: the parent's operations would
+ *  use other fields, and calls would run other methods. */
 #define ZT_BEGINS_WITH(List, ParentList, message)                                            \
   ZT_STATIC_ASSERT(__extension__(__builtin_strncmp(ZT_TEXT_OF(List), ZT_TEXT_OF(ParentList), \
                                                    sizeof ZT_TEXT_OF(ParentList) - 1) == 0), \
                    message)
 
-/* What the library itself defines goes with the library. */
+/* The library's own classes are released with the library. */
 #ifdef ZT_BUILDING_LIBRARY
 #define ZT_LEAVE_WITH_CODE(C)
 #else
-/** Has a class leave the registry with the code that defines it: behind the other destructors of that code,
- *  which may still release objects of the class. */
+/** Removes a class from the registry when the code that defines it is unloaded: after the other destructors of
+ *  that code, which may still release objects of the class. */
 #define ZT_LEAVE_WITH_CODE(C)                                         \
   __attribute__((destructor(101))) static void C##Class_leave(void) { \
     ztOOP_leaveRegistry(&C##Class_Description);                       \
   }
 #endif
 
-/**
- * Defines class C, of version 1 and without class functions of its own.
- * @param C            the class, declared with ZT_DECLARE_CLASS
- * @param Parent       its parent class, with whose lists those of C begin; else a compile error that names the
- *                     list
- * @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or
- *                     overrides with ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD
- */
+/** Defines class C with version 1 and no added class functions.
+ *  @param C            the class, declared with ZT_DECLARE_CLASS
+ *  @param Parent       its parent class; a compile-time error unless the lists of C begin with the parent's
+ *  @param methodsFill  `void methodsFill(CMethods *methods)`: writes the methods that C adds or overrides, with
+ *                      ZT_OVERRIDE_METHOD and ZT_ABSTRACT_METHOD */
 #define ZT_DEFINE_CLASS(C, Parent, methodsFill) \
   ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, 1, ztClassFunctions, ztOOP_noFunctions)
 
-/**
- * Defines class C with everything that may differ from class to class.
- * @param C              as in ZT_DEFINE_CLASS
- * @param Parent         as in ZT_DEFINE_CLASS
- * @param methodsFill    as in ZT_DEFINE_CLASS
- * @param classVersion   the version that is stored with objects of the class
- * @param Functions      the struct of its class-function table: ztClassFunctions, or `CFunctions`
- *                       after ZT_DECLARE_CLASS_FUNCTIONS(C)
- * @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up
- */
+/** Defines class C with every option.
+ *  @param C              as in ZT_DEFINE_CLASS
+ *  @param Parent         as in ZT_DEFINE_CLASS
+ *  @param methodsFill    as in ZT_DEFINE_CLASS
+ *  @param classVersion   the version that is stored with objects of the class
+ *  @param Functions      the struct of its class-function table: ztClassFunctions, or `CFunctions` after
+ *                        ZT_DECLARE_CLASS_FUNCTIONS(C)
+ *  @param functionsFill  `void functionsFill(Functions *functions)`: writes class slots 8 and up */
 #define ZT_DEFINE_CLASS_FULL(C, Parent, methodsFill, classVersion, Functions, functionsFill)              \
   ZT_BEGINS_WITH(C##_FIELDS, Parent##_FIELDS, #C "_FIELDS must begin with " #Parent "_FIELDS");           \
   ZT_BEGINS_WITH(C##_METHODS, Parent##_METHODS, #C "_METHODS must begin with " #Parent "_METHODS");       \
@@ -313,22 +303,21 @@ ZT_END_C
     return ztOOP_construct(&C##Class_Description, NULL, 0);                                               \
   }
 
-/** Puts a function into a method slot. A function whose signature differs from the slot's is a
- *  compile error on this line. */
+/** Puts a function into a method slot. Another signature is a compile-time error on this line. */
 #ifdef __cplusplus
 #define ZT_OVERRIDE_METHOD(methods, slot, function) ((methods)->slot = (function))
 #else
-/* C alone would merely warn. The compiler reports a selection that fails where its first word stands, and
-   that is the host's own. */
+/* A plain assignment only warns in C. The error of _Generic is reported at its first argument, in the host's
+   line. */
 #define ZT_OVERRIDE_METHOD(methods, slot, function) \
   ((methods)->slot = _Generic(function, __typeof__((methods)->slot) : function))
 #endif
 
-/** Leaves a method to the subclasses: calling it gives the text of ztOOP_ztVirtualFuncHandler(). */
+/** Leaves a method to the subclasses: calling it returns the text of ztOOP_ztVirtualFuncHandler(). */
 #define ZT_ABSTRACT_METHOD(methods, slot) ztOOP_setAbstract(&(methods)->slot)
 
-/** 1 when the object's class C has something in the method slot; otherwise logs the empty slot and
- *  gives 0: `if (ZT_HAS_METHOD(C, object, slot)) C_of(object)->slot(object);` */
+/** 1 when the method slot of the object's class C is not NULL; otherwise logs the empty slot and returns 0:
+ *  `if (ZT_HAS_METHOD(C, object, slot)) C_of(object)->slot(object);` */
 #define ZT_HAS_METHOD(C, object, slot) \
   (C##_of(object)->slot != NULL || ztOOP_HandleNullFuncPtr((object), #slot))
 

@@ -17,7 +17,7 @@ void *ztcore::makeObject(ztCtor constructor) {
 }
 
 void *ztcore::cloneOnto(const void *source, void *target) {
-  // A `clone` that looks at its target before it fills it finds no garbage there.
+  // Zeroes the target, so that a `clone` which reads it before filling it finds no garbage.
   auto *bytes = static_cast<char *>(target);
   const size_t size = static_cast<size_t>(ztOOP_classOf(target)->instanceSize);
   memset(bytes + sizeof(ztBaseClass), 0, size - sizeof(ztBaseClass));
@@ -39,7 +39,7 @@ static auto assignOf(const ztClass *klass) {
   return static_cast<const ztBaseClassMethods *>(klass->methodTable)->assign;
 }
 
-// Whether the `assign` of a class is none of the library's.
+// Whether the `assign` of a class is a host's.
 static bool hasHostsAssign(const ztClass *klass) {
   const ztClass *ofLibrary = klass;
   while (ofLibrary != nullptr && !isLibraryClass(ofLibrary)) ofLibrary = ofLibrary->parent;

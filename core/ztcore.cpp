@@ -16,7 +16,7 @@ namespace {
 
 struct LibraryClass {
   const char *name;
-  const char *freeName;  // what ztcoreClassFree calls it
+  const char *freeName;  // the name that ztcoreClassFree uses
   ztCtor ctor;
   ztClass *(*instance)();
 };
@@ -28,8 +28,8 @@ struct LibraryClass {
 #define CLASS(C) {#C, #C, C##_ctor, C##Class_Instance}
 #define PROPERTY_TYPE(C, freeName) {#C, freeName, C##_ctor, C##Class_Instance}
 
-// In the order of registration. The property types go under the names that properties are declared
-// with: six of these name no class, and "ztString" frees the string class early.
+// In the order of registration. `freeName` of a property type is the name that properties are declared with:
+// six of these name no class, and "ztString" frees the string class early.
 static const LibraryClass libraryClasses[] = {
     CLASS(ztHashTableItem),
     CLASS(ztAvlIterator),
@@ -132,8 +132,8 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
   releaseAfterStop();
 }
 
-// Behind the clean-up, which where the library is linked runs after the function above, and whose hooks may
-// need what threads have.
+// Runs after the clean-up. Where the library is linked, the clean-up runs after the function above, and its
+// hooks may use the data of threads.
 __attribute__((destructor(101))) static void releaseLast() {
   releaseThreads();
 }

@@ -1,4 +1,3 @@
-// Which classes the library has.
 #ifndef ZT_CORE_ZTCORE_HH
 #define ZT_CORE_ZTCORE_HH
 

@@ -1,4 +1,4 @@
-// Blocks of elements that grow, for elements without constructors and destructors of their own.
+// Growing blocks, for elements without constructors and destructors.
 #ifndef ZT_CORE_ZTGROWING_HH
 #define ZT_CORE_ZTGROWING_HH
 
@@ -9,9 +9,9 @@
 
 namespace ztcore {
 
-// A block for twice as many elements, and for `wanted` at least, with those of the old one in it. That is
-// `few`, which stays as it is, or a block of its own, which goes; both are NULL before the first element. NULL
-// without memory, with everything as it was.
+// Returns a block with the contents of `old`, at least twice its capacity and space for `wanted` elements.
+// `old` is `few`, which stays, or a heap block, which is released; NULL before the first element. NULL, with
+// nothing changed, when memory is exhausted.
 template <typename Element, typename Count>
 Element *growBlock(Element *old, const Element *few, Count *capacity, Count wanted) {
   constexpr Count most = INT32_MAX / 2 / sizeof(Element);
@@ -28,7 +28,6 @@ Element *growBlock(Element *old, const Element *few, Count *capacity, Count want
   return fresh;
 }
 
-// An array that grows.
 template <typename Element>
 class GrowingArray {
  public:
@@ -39,7 +38,7 @@ class GrowingArray {
   GrowingArray(const GrowingArray &) = delete;
   GrowingArray &operator=(const GrowingArray &) = delete;
 
-  // False, with the array as it was, without memory.
+  // False when memory is exhausted; nothing changes then.
   bool push(const Element &element) {
     if (used == capacity && !grow()) return false;
     elements[used++] = element;

@@ -1,7 +1,5 @@
-// What the library keeps for the whole process beside its classes, and how it is released.
-//
-// This room includes no later one. A module says what is to be called when the first object of its class is
-// made, with engineLock held.
+// The data that later rooms keep for the whole process, and its release. Core does not include later rooms: a
+// module registers its functions when the first object of its class is made, with engineLock held.
 #ifndef ZT_CORE_ZTKEPT_HH
 #define ZT_CORE_ZTKEPT_HH
 
@@ -9,17 +7,16 @@
 
 namespace ztcore {
 
-// In the order of release: what classes declare names types.
+// In the order of release: the declarations of classes refer to types.
 enum class Kept { declarations, types };
 
-// `release` releases what a module keeps. `forget` has it forget a class whose code is about to be unloaded,
-// and the classes that descend from it.
+// `release` releases what a module keeps. `forget` drops a class that will be unloaded, and its descendants.
 void keepRegistered(Kept kept, void (*release)(), void (*forget)(const ztClass *klass));
 
-// Releases what the hooks of freed classes left or what was made after they ran.
+// Releases what the hooks of freed classes left, or what was made after they ran.
 void releaseKept();
 
-// Forgets what is kept of a class whose code is about to be unloaded, and of those that descend from it.
+// Drops what is kept of a class whose code is about to be unloaded, and of its descendants.
 void forgetClass(const ztClass *klass);
 
 }  // namespace ztcore

@@ -1,5 +1,5 @@
-// Pins the sizes of classes, and what the engine's own structs have where. Where every field and every slot
-// stands, the layout test knows, and the headers show the number of each slot.
+// Pins the sizes of classes and the offsets of the engine's own structs. The layout test checks every field and
+// every slot; the headers show the number of each slot.
 #ifndef ZT_CORE_ZTLAYOUT_HH
 #define ZT_CORE_ZTLAYOUT_HH
 

@@ -19,7 +19,7 @@ static void releaseAll() {
   for (Lock *lock : inOrder) pthread_mutex_unlock(&lock->mutex);
 }
 
-// The child has the forking thread alone, under another number: it cannot release what that one took.
+// The child has only the forking thread, with another number, so it cannot release these locks.
 static void renewAll() {
   for (Lock *lock : inOrder) *lock = Lock();
 }

@@ -1,4 +1,4 @@
-// Locks for what the process has once. Objects are confined to one thread at a time and need none.
+// Locks for the data of the process. Objects belong to one thread at a time and need none.
 #ifndef ZT_CORE_ZTLOCK_HH
 #define ZT_CORE_ZTLOCK_HH
 
@@ -7,13 +7,13 @@
 
 namespace ztcore {
 
-// One thread may take it several times, since the hooks of classes come back into the engine.
+// Recursive, because the hooks of classes call the engine again.
 struct Lock {
   pthread_mutex_t mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 };
 
-// Holds a lock for as long as the scope lasts. While the process has one thread there is nothing to lock
-// out, and the lock is not taken; it is where functions of a host's run, for those may start threads.
+// Holds a lock during a scope. A process with one thread does not take it, except where functions of a host
+// run, which may start threads.
 class Locked {
  public:
   enum Contents { ownCode, hostsCode };
@@ -34,13 +34,13 @@ class Locked {
 
 // In the order in which one thread may take several of them.
 extern Lock engineLock;   // the registry, the filling of classes, static properties, property types
-extern Lock tablesLock;   // tables that know objects by address or number: leaf of those above
+extern Lock tablesLock;   // tables of objects by address or number; the innermost of those above
 extern Lock memoryLock;   // the records of the tracking form
 extern Lock logLock;      // the log file
-extern Lock idLock;       // the C library's random numbers, between seeding and drawing
-extern Lock threadsLock;  // the list of what threads own
+extern Lock idLock;       // the C library's random numbers, from the seed to the draw
+extern Lock threadsLock;  // the list of thread blocks
 
-// Sees to it that a child of `fork` finds every lock free. Called once, when the library is loaded.
+// Makes every lock free in a child of `fork`. Called once, when the library is loaded.
 void keepLocksAcrossFork();
 
 }  // namespace ztcore

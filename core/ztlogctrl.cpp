@@ -12,17 +12,17 @@
 
 using namespace ztcore;
 
-// The engine's own log file; -1 while none is open.
+// The log file; -1 while none is open.
 static int flog = -1;
 
 namespace {
 
 constexpr size_t textSize = 512;
 
-// One conversion of a printf format, from its '%' on.
+// One conversion of a printf format, beginning at its '%'.
 struct Conversion {
   const char *end;  // behind its last character
-  char letter;      // what it converts to; 0 when the text ends within it
+  char letter;      // the conversion letter; 0 when the text ends before it
   char spec[32];    // the conversion without length modifier, its '*' replaced by zeros
 };
 
@@ -30,17 +30,17 @@ bool isOneOf(char c, const char *set) {
   return c != '\0' && strchr(set, c) != nullptr;
 }
 
-// Skips an argument's position ("2$"): the arguments are all alike.
+// Skips an argument position ("2$"): all arguments are the same.
 const char *skipPosition(const char *text) {
   const char *end = text + strspn(text, "0123456789");
   return end != text && *end == '$' ? end + 1 : text;
 }
 
-// Reads a width or precision; '*' would take its number from an argument, and those are all zero.
+// Reads a width or precision. '*' reads an argument, which is always zero.
 const char *readNumber(const char *text, int *number) {
   *number = 0;
   if (*text == '*') return skipPosition(text + 1);
-  // No text of the log is wider than its buffer, so a wider field is cut to that.
+  // Limits a field to the size of the log's buffer.
   for (; *text >= '0' && *text <= '9'; ++text) {
     *number = *number * 10 + (*text - '0');
     if (*number > static_cast<int>(textSize)) *number = static_cast<int>(textSize);
@@ -74,7 +74,7 @@ Conversion readConversion(const char *percent) {
   return conversion;
 }
 
-// The argument has the type that the conversion's letter, looked at by the caller, asks for.
+// The caller has checked that the argument has the type of the conversion letter.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
@@ -95,8 +95,8 @@ void printZero(const Conversion &conversion, const char *percent) {
 }
 #pragma GCC diagnostic pop
 
-// Prints a text as a format whose arguments are all zero. Handing the text itself to printf would let
-// a '%' in it (a name from a damaged file, say) read the stack or write through a stray pointer.
+// Prints a text as a format whose arguments are all zero. If printf got the text itself, a '%' in it (for
+// example in a name from a damaged file) could read the stack or write through a wild pointer.
 void printAsFormat(const char *text) {
   for (;;) {
     const char *percent = strchr(text, '%');
@@ -112,8 +112,7 @@ void printAsFormat(const char *text) {
 }  // namespace
 
 static int openUninterrupted(const char *path) {
-  // Closed in the programs that the host starts, whose descriptors are not ours to hand out. Each text goes
-  // behind what other processes wrote meanwhile.
+  // O_CLOEXEC: programs that the host starts do not inherit the file. O_APPEND: several processes may write.
   const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   int file;
   do {
@@ -122,7 +121,7 @@ static int openUninterrupted(const char *path) {
   return file;
 }
 
-// A host that closed its standard streams opens files of its own in their places, and prints into them.
+// If a host has closed its standard streams, `open` returns one of their descriptors, which the host prints to.
 static int awayFromStandardStreams(int file) {
   if (file > STDERR_FILENO) return file;
   const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -138,7 +137,7 @@ static bool emptyUninterrupted(int file) {
   return result == 0;
 }
 
-// Opening a pipe or a device may wait, or do something already.
+// Opening a pipe or a device may block or have an effect.
 static bool isOtherThanFile(const char *path) {
   struct stat found;
   return stat(path, &found) == 0 && !S_ISREG(found.st_mode);
@@ -163,7 +162,7 @@ int32_t ztLc_openLogFile(const char *path) {
   return 0;
 }
 
-// In one write, which another process does not come between.
+// One write, so that texts of several processes do not mix.
 static void writeToFile(const char *text) {
   const Locked locked(logLock);
   size_t left = strlen(text);

@@ -10,23 +10,22 @@
 ZT_BEGIN_C
 
 /**
- * Opens the log file, emptying one that exists. An open log file is kept. Programs that the host starts do
- * not inherit it.
+ * Opens the log file and empties an existing one. Keeps a log file that is already open. Programs that the host
+ * starts do not inherit it.
  *
- * Only a regular file, or a path where one can be made, becomes the log file. Several processes may have
- * one log file: each empties it when it opens it, and each text is then appended as a whole. A child of
- * `fork` goes on with its parent's.
- * @return 1 when a log file is open afterwards, else 0 (also for a NULL path, and for a directory, a pipe
- *         or a device, which is not opened)
+ * Only a regular file becomes the log file. Several processes may share one: each empties it when it opens it
+ * and then appends whole texts. A child of `fork` continues its parent's.
+ * @return 1 when a log file is open afterwards, else 0 (also for a NULL path, and for a directory, a pipe or a
+ *         device, which is not opened)
  */
 ZT_API int32_t ztLc_openLogFile(const char *path);
 
 /**
- * Formats one text, at most 511 bytes of it, and writes it to standard output and to the log file,
- * which is complete after every call. Texts of several threads do not mix.
+ * Formats one text, at most 511 bytes, and writes it to standard output and to the log file, which is complete
+ * after every call. Texts of several threads do not mix.
  *
- * Standard output interprets a `%` left in the formatted text once more, with zero for every
- * argument and no field wider than 512; the file receives the text unchanged.
+ * Standard output interprets a `%` in the formatted text again, with zero for every argument and no field wider
+ * than 512; the file receives the text unchanged.
  */
 ZT_API void ztLc_log(const char *format, ...) __attribute__((format(printf, 1, 2)));
 

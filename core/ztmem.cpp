@@ -14,15 +14,14 @@ ZT_PIN_FIELD(ztMemBlock, type, 536);
 ZT_PIN_FIELD(ztMemBlock, next, 640);
 ZT_PIN_FIELD(ztMemBlock, prev, 648);
 
-// The records form a doubly linked list; each counts once in m_nblocks and with its size in m_totalmem. All
-// of it is read and written with memoryLock held.
+// The doubly linked list of records, their number and the sum of their sizes. memoryLock guards all of it.
 static ztMemBlock *m_head;
-static uint32_t m_totalmem;  // unsigned, so that a sum past 31 bits wraps
+static uint32_t m_totalmem;  // unsigned: a sum past 31 bits wraps
 static int32_t m_nblocks;
 static uint32_t alloc_called;
 static uint32_t free_called;
 
-// A negative size would be an enormous one to the system, which memory checkers report.
+// As an unsigned number a negative size is very large, and memory checkers report it.
 void *ztm_alloc(int32_t size) {
   return size < 0 ? nullptr : malloc(static_cast<size_t>(size));
 }
@@ -91,7 +90,7 @@ void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const char *ty
 }
 
 void *ztm_dbg_realloc(void *block, int64_t size) {
-  // Held until the record is right: the old address may be handed out again at once.
+  // Held until the record is updated: another thread may get the old address at once.
   const Locked locked(memoryLock);
   ztMemBlock *record = ztm_findblock(block);
   void *moved = realloc(block, static_cast<size_t>(size));
@@ -110,7 +109,7 @@ static bool forgetFreed(void *block) {
 
 void ztm_dbg_free(void *block, const char *file, int64_t line) {
   if (block == nullptr) return;
-  // Ahead of the release, after which another thread may be given the address.
+  // Before the release: after it, another thread may get the address.
   if (!forgetFreed(block)) {
     ztLc_log("WARNING: Trying to remove an invalid block: %X : %s, %d\n",
              static_cast<uint32_t>(reinterpret_cast<uintptr_t>(block)), file == nullptr ? "" : file,

@@ -1,12 +1,11 @@
 /**
  * @file ztmem.h
- * The memory manager: the plain form, through which all memory of the library passes, and a tracking
- * form that knows every live block and reports leaks.
+ * The memory manager: a plain form, which allocates all memory of the library, and a tracking form, which
+ * records every live block and reports leaks.
  *
- * A host that is built with ZT_TRACK_MEMORY defined has its own calls of ztm_alloc(), ztm_realloc(),
- * ztm_free() and ZTM_NEW() go to the tracking form, with the file and line of each call; nothing in
- * its source changes. The library itself always uses the plain form, so a block that one side
- * allocates and the other releases is reported, though released properly.
+ * With ZT_TRACK_MEMORY defined, the host's own calls of ztm_alloc(), ztm_realloc(), ztm_free() and ZTM_NEW()
+ * use the tracking form, with the file and line of each call; its source does not change. The library always
+ * uses the plain form, so a block that one side allocates and the other frees is reported, but freed properly.
  */
 #ifndef ZT_CORE_ZTMEM_H
 #define ZT_CORE_ZTMEM_H
@@ -17,8 +16,8 @@ ZT_BEGIN_C
 
 /** Record of one live block of the tracking form. */
 typedef struct ztMemBlock {
-  void *block;             /**< the address handed out */
-  int64_t size;            /**< bytes asked for */
+  void *block;             /**< the address returned */
+  int64_t size;            /**< bytes requested */
   int64_t line;            /**< source line of the allocation */
   char file[512];          /**< source file of the allocation, cut to 511 characters */
   char type[104];          /**< type name given by the caller, cut to 103 characters */
@@ -26,61 +25,59 @@ typedef struct ztMemBlock {
   struct ztMemBlock *prev; /**< the block allocated after this one */
 } ztMemBlock;
 
-/** What ztm_getmemstatus() tells. */
+/** The result of ztm_getmemstatus(). */
 typedef struct ztMemStatus {
   int64_t blocks;    /**< live tracked blocks */
-  int64_t bytes;     /**< their sizes together */
+  int64_t bytes;     /**< the sum of their sizes */
   ztMemBlock *first; /**< the newest block; NULL when none */
 } ztMemStatus;
 
 /** @return @p size bytes, not cleared; NULL when memory is exhausted or the size is negative */
 ZT_API void *ztm_alloc(int32_t size);
 
-/** Resizes a block (NULL allocates one).
- *  @return the block, which may have moved; NULL when that failed, the old block then stays */
+/** Resizes a block; allocates one for NULL.
+ *  @return the block, which may have moved; NULL on failure, the old block then stays */
 ZT_API void *ztm_realloc(void *block, int32_t size);
 
-/** Releases a block; NULL is allowed. */
+/** Frees a block; NULL is allowed. */
 ZT_API void ztm_free(void *block);
 
-/**
- * Allocates a block and records it.
- * @param size  bytes
- * @param file  source file of the call, copied; NULL is taken as empty
- * @param line  source line of the call
- * @param type  name of what is allocated, copied; NULL is taken as empty
- * @return the block, not cleared; NULL when memory is exhausted (recorded all the same)
- */
+/** Allocates a block and records it.
+ *  @param size  bytes
+ *  @param file  source file of the call, copied; NULL counts as empty
+ *  @param line  source line of the call
+ *  @param type  name of the type, copied; NULL counts as empty
+ *  @return the block, not cleared; NULL when memory is exhausted (recorded all the same) */
 ZT_API void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const char *type);
 
-/** Resizes a block and updates its record; a block without record is resized without one. A failed
- *  resize leaves the old block valid but stores NULL in its record.
- *  @return the block, or NULL when that failed */
+/** Resizes a block and updates its record; a block without record gets none. A failed resize leaves the old
+ *  block valid but stores NULL in its record.
+ *  @return the block, or NULL on failure */
 ZT_API void *ztm_dbg_realloc(void *block, int64_t size);
 
-/** Releases a block and its record. A block without record is released too, with a warning in the
- *  log that names @p file and @p line. NULL does nothing. */
+/** Frees a block and its record. For a block without record, logs a warning with @p file and @p line. Ignores
+ *  NULL. */
 ZT_API void ztm_dbg_free(void *block, const char *file, int64_t line);
 
-/** @return the newest record whose block is @p block, or NULL; valid until the block is released */
+/** @return the newest record of @p block, or NULL; valid until the block is freed */
 ZT_API ztMemBlock *ztm_findblock(const void *block);
 
-/** Records a block as the newest and counts it; nothing is recorded when memory is exhausted. */
+/** Records a block as the newest and counts it; does nothing when memory is exhausted. */
 ZT_API void ztm_addblock(void *block, int64_t size, const char *file, int64_t line, const char *type);
 
-/** Makes a record without recording it.
- *  @return the record, the caller's to release with `free`; NULL when memory is exhausted */
+/** Makes a record without adding it to the list.
+ *  @return the record, which the caller releases with `free`; NULL when memory is exhausted */
 ZT_API ztMemBlock *ztm_allocblock(void *block, int64_t size, const char *file, int64_t line,
                                   const char *type);
 
-/** Forgets a block without releasing it.
+/** Removes the record of a block; the block stays.
  *  @return 1, or 0 when it has no record */
 ZT_API int32_t ztm_removeblock(void *block);
 
 /** @return the number of live tracked blocks; -1 when @p status is NULL */
 ZT_API int32_t ztm_getmemstatus(ztMemStatus *status);
 
-/** Writes the live tracked blocks, newest first, and the call counts to the log. */
+/** Logs the live tracked blocks, newest first, and the numbers of calls. */
 ZT_API void ztm_dumpblocks(void);
 
 ZT_END_C

@@ -9,7 +9,7 @@ using namespace ztcore;
 
 const char *ztcore::formatMessage(const char *format, va_list arguments) {
   char(&text)[512] = blockOfThread()->message;
-  // Formatted aside first: an argument may be the result of an earlier call.
+  // Formatted into another buffer first, because an argument may be the result of an earlier call.
   char fresh[sizeof text] = "";
   if (format != nullptr) vsnprintf(fresh, sizeof fresh, format, arguments);
   copyText(text, fresh);

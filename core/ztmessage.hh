@@ -1,4 +1,4 @@
-// Texts in this thread's buffer for messages, where the next one overwrites them.
+// Formats texts into this thread's message buffer. The next text overwrites it.
 #ifndef ZT_CORE_ZTMESSAGE_HH
 #define ZT_CORE_ZTMESSAGE_HH
 

@@ -1,11 +1,11 @@
-// Puts an operation that is written on a typed reference into a slot of a method table:
+// Puts an operation on a typed reference into a slot of a method table:
 //
 //   static ztListItem *listPushBack(ztList &list, const void *element);
 //   ZT_OVERRIDE_METHOD(methods, pushBack, method<listPushBack>);
 //
-// A slot is called with an untyped pointer, which may be NULL. The method that stands in the slot answers
-// NULL with the failure value, which is 0, NULL or nothing unless another one is named, and calls the
-// operation otherwise. An operation whose signature differs from the slot's does not compile.
+// Callers pass an untyped pointer, which may be NULL. The function in the slot returns the failure value for
+// NULL (0, NULL or nothing, unless `methodOr` names another one) and calls the operation otherwise. An
+// operation whose signature differs from the slot's does not compile.
 #ifndef ZT_CORE_ZTMETHOD_HH
 #define ZT_CORE_ZTMETHOD_HH
 
@@ -37,13 +37,11 @@ struct MethodOf<operation> {
 template <auto operation>
 inline constexpr auto method = MethodOf<operation>::call;
 
-// The same with another failure value.
 template <auto operation, auto failure>
 inline constexpr auto methodOr = MethodOf<operation>::template callOr<failure>;
 
-// Some classes state a method of their own that does no more than their parent's. Such a class keeps a
-// function of its own in the slot: hosts and the chain of classes tell by the slot whether a class has
-// overridden a method.
+// A method that only calls the parent's. The class still has its own function in the slot, because hosts and
+// `assignCommon` compare slots to learn whether a class overrides a method.
 //
 //   ZT_CALL_PARENT_ONLY(methods, ztSequenceContainer, assign);
 template <typename Methods, auto table, auto slot>

@@ -35,17 +35,16 @@ struct Link {
   uint32_t hash;
 };
 
-// A registry entry with what finds it quickly and what its release needs.
+// A registry entry with its links in the indexes and the state of its release.
 struct IndexedEntry {
-  ztClassEntry entry;  // first, so that the public list and this one are the same objects
-  Link byName;         // under the name it was registered with
-  Link byClass;        // under the name its class bears
+  ztClassEntry entry;  // first: an entry of the public list is also one of these
+  Link byName;         // the name it was registered with
+  Link byClass;        // the name of its class
   bool instanceDestroyed;
   bool beingDestroyed;
 };
 
-// Finds entries by a name. The list `classlist` alone tells their order; a chain repeats it: newest
-// first among the entries of one bucket.
+// Finds entries by a name. Only `classlist` has the order of entries; each chain keeps it: newest first.
 template <Link IndexedEntry::*link>
 class NameIndex {
  public:
@@ -84,14 +83,14 @@ class NameIndex {
     return &buckets[hash & (bucketCount() - 1)];
   }
 
-  // Without memory for more buckets the chains just grow longer.
+  // When memory is exhausted, the chains grow longer.
   void grow() {
     const uint32_t newCount = 2 * bucketCount();
     auto **fresh = static_cast<IndexedEntry **>(ztm_alloc(static_cast<int32_t>(newCount * sizeof(void *))));
     if (fresh == nullptr) return;
     memset(fresh, 0, newCount * sizeof(void *));
     for (uint32_t i = 0; i < bucketCount(); ++i) {
-      // A bucket splits in two; appending keeps the order within each.
+      // Each bucket splits in two; appending keeps the order within each.
       IndexedEntry **tails[2] = {&fresh[i], &fresh[i + bucketCount()]};
       for (IndexedEntry *entry = *bucketOf(i); entry != nullptr; entry = (entry->*link).next) {
         IndexedEntry **&tail = tails[((entry->*link).hash & bucketCount()) != 0];
@@ -112,9 +111,9 @@ class NameIndex {
     memset(initial, 0, sizeof initial);
   }
 
-  // Enough for the library's own classes, so that starting up needs no memory here.
+  // Enough for the library's own classes: the start allocates no memory here.
   IndexedEntry *initial[initialBuckets];
-  IndexedEntry **large;  // a power of two of buckets, in place of `initial`; owned
+  IndexedEntry **large;  // the buckets, a power of two, in place of `initial`; owned
   uint32_t largeCount;
   uint32_t count;
 };
@@ -129,22 +128,21 @@ uint32_t hashOf(const char *name, size_t length) {
 
 // The registry ------------------------------------------------------------------------------------
 
-// Plain data: the tear-down has two ends, and no destructor may run between them. All of it is read and
-// written with engineLock held.
+// Plain data: the tear-down has two steps, and no destructor may run between them. engineLock guards all of it.
 static ztClassEntry *classlist;
 static int32_t classcount;
 static int32_t inited;
 static pid_t startedBy;  // the process that started the engine; a child of `fork` is another one
 static NameIndex<&IndexedEntry::byName> nameIndex;
 static NameIndex<&IndexedEntry::byClass> classIndex;
-static uint32_t listChanges;  // raised whenever the list changes, so that a walk can tell
-static int32_t releasing;     // classes whose hooks are running now
+static uint32_t listChanges;  // incremented by every change of the list, so that a walk notices it
+static int32_t releasing;     // the number of hooks that are running now
 
 static IndexedEntry *indexed(ztClassEntry *entry) {
   return reinterpret_cast<IndexedEntry *>(entry);
 }
 
-// A name of which no entry can hold the whole finds none.
+// A name that is too long for an entry finds none.
 static IndexedEntry *findEntry(const char *name) {
   if (name == nullptr) return nullptr;
   return nameIndex.find(hashOf(name, strlen(name)),
@@ -214,8 +212,8 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
 void ztcore::ensureRegistered(const char *name, ztCtor ctor) {
   const Locked locked(engineLock, Locked::hostsCode);
   if (ztOOP_isClassRegistered(name)) return;
-  // The first object of a class fills the class and registers it. Not created it is no more than a
-  // header, so that the class can be used whatever becomes of the registration.
+  // The first object of a class fills the class and registers it. An object that is not created is only a
+  // header on the stack, so the class is usable even if the registration fails.
   ztBaseClass header;
   ctor(&header, 0);
   if (ztOOP_isClassRegistered(name)) return;
@@ -264,8 +262,8 @@ int32_t ztOOP_classCount(void) {
 
 // Releasing classes -------------------------------------------------------------------------------
 //
-// The hooks are a host's: they may look classes up, register and free others, or ask for a class that
-// is being released already. So no pointer into the list is held across a hook.
+// Hooks of a host may look up, register and free classes, or free a class that is being released already. So
+// no pointer into the list is kept across a hook.
 
 static void callInstanceDestroy(IndexedEntry *entry) {
   if (entry->instanceDestroyed) return;
@@ -284,7 +282,7 @@ static void callClassDestroy(const IndexedEntry *entry) {
   --releasing;
 }
 
-// Without `destroy`: the `create` of a prototype never ran.
+// Does not call `destroy`, because the `create` of a prototype never ran.
 static void freeEntry(IndexedEntry *entry) {
   ztm_free(entry->entry.prototype);
   ztm_free(entry);
@@ -318,7 +316,7 @@ static void freeAllClasses() {
   while (classlist != nullptr) {
     IndexedEntry *entry = indexed(classlist);
     detach(entry);
-    callInstanceDestroy(entry);  // one that a hook registered meanwhile
+    callInstanceDestroy(entry);  // for an entry that a hook registered meanwhile
     callClassDestroy(entry);
     freeEntry(entry);
   }
@@ -326,8 +324,7 @@ static void freeAllClasses() {
 
 // Code that is unloaded ---------------------------------------------------------------------------
 
-// The program's own code is never unloaded. At the end of the process its destructors run ahead of the
-// clean-up, which is to find its classes.
+// The program's own code is never unloaded. Its destructors run before the clean-up, which needs its classes.
 static bool isOfProgram(const void *data) {
   Dl_info where;
   Dl_info program;
@@ -336,7 +333,7 @@ static bool isOfProgram(const void *data) {
          where.dli_fbase == program.dli_fbase;
 }
 
-// The newest entry of a class or of one that descends from it.
+// The newest entry of a class or of a descendant.
 static IndexedEntry *findEntryOf(const ztClass *klass) {
   for (ztClassEntry *entry = classlist; entry != nullptr; entry = entry->next) {
     if (!indexed(entry)->beingDestroyed && isWithin(ztOOP_classOf(entry->prototype), klass)) {
@@ -349,7 +346,7 @@ static IndexedEntry *findEntryOf(const ztClass *klass) {
 void ztOOP_leaveRegistry(const ztClassDescription *description) {
   if (isOfProgram(description)) return;
   const Locked locked(engineLock, Locked::hostsCode);
-  // What runs later in the same library may still make objects of the class.
+  // Destructors that run later in the same library may still make objects of the class.
   __atomic_store_n(&description->state->registrationTried, 1, __ATOMIC_RELEASE);
   while (IndexedEntry *entry = findEntryOf(description->klass)) freeClass(entry);
   forgetClass(description->klass);
@@ -373,7 +370,7 @@ int32_t ztOOP_Init(const char *baseName) {
 
 void ztOOP_CleanUp(void) {
   const Locked locked(engineLock, Locked::hostsCode);
-  // A hook that asks for the clean-up has its own class's release, at least, still under way.
+  // Do nothing when a hook calls this: at least the release of its own class is under way.
   if (!inited || releasing) return;
   const bool isTold = startedBy == getpid();
   if (isTold) ztLc_log("Cleaning up the system...\n");
@@ -412,8 +409,8 @@ int32_t ztOOP_HandleNullFuncPtr(const void *object, const char *memberName) {
 void *ztOOP_ztVirtualFuncHandler(const void *object) {
   const char *name = nullptr;
   if (object != nullptr) {
-    // Methods that take a class descriptor instead of an object come here too. A descriptor begins
-    // with its parent, which reads as its class; only one without parent has to stand for itself.
+    // Methods that take a class descriptor also come here. A descriptor begins with its parent, which is read
+    // as its class. A descriptor without a parent stands for itself.
     const ztClass *klass = ztOOP_classOf(object);
     if (klass == nullptr) klass = static_cast<const ztClass *>(object);
     name = klass->name;

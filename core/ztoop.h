@@ -2,23 +2,22 @@
  * @file ztoop.h
  * The engine: class descriptors, the registry of classes, start and clean-up.
  *
- * Conventions, which hold for every header of the library:
+ * Conventions for every header of the library:
  *
- *  1. An integer result is 1 for success and 0 for failure, a pointer result is NULL for "no object",
- *     unless the declaration says otherwise. Nothing is thrown and nothing aborts.
- *  2. An operation takes its object first. A NULL object gives 0 or NULL and changes nothing.
- *  3. Class functions take one leading argument that they ignore; pass NULL.
- *  4. A heap object is made with `C_ctor(NULL, 1)`, `C_newop()` or `ztNewFromName("C")` and released
- *     with `unRef`. An object inside memory of yours is made with `C_ctor(address, 1)` and ended with
- *     a direct call of its `destroy`, never with `unRef`.
- *  5. Texts are zero-terminated bytes. A text handed to the library stays the caller's; a text that
- *     it returns stays the library's. A text longer than the buffer it goes into is cut to fit.
- *  6. An object, and all that is connected to it or owned by it, is used by one thread at a time, and may
- *     be handed on to another one. Different threads may use different objects at the same time: what the
- *     process has once (the registry, the tables of classes, the property types, the log, the records of
- *     the memory manager, counters) is locked inside, and a text that a function returns in a buffer of its
- *     own is in a buffer of the calling thread's. The hooks of a class run while the registry is locked: they
- *     may use the engine, but not wait for a thread that does.
+ *  1. An integer result is 1 for success and 0 for failure; a pointer result is NULL for "no object", unless
+ *     the declaration says otherwise. Nothing throws or aborts.
+ *  2. An operation takes its object first. For a NULL object it returns 0 or NULL and changes nothing.
+ *  3. Class functions have one leading argument that they ignore; pass NULL.
+ *  4. Make a heap object with `C_ctor(NULL, 1)`, `C_newop()` or `ztNewFromName("C")` and release it with
+ *     `unRef`. Make an object in your own memory with `C_ctor(address, 1)` and destroy it by calling its
+ *     `destroy` directly, never `unRef`.
+ *  5. Texts are zero-terminated bytes. The caller keeps the texts that it passes; the library keeps the texts
+ *     that it returns. A text that is longer than its buffer is cut.
+ *  6. One thread at a time uses an object and all that is connected to it or owned by it; another thread may
+ *     use it later. Different threads may use different objects at the same time. The library locks the data of
+ *     the process: the registry, the tables of classes, the property types, the log, the records of the memory
+ *     manager, counters. Each thread has its own buffers for returned texts. The hooks of a class run while the
+ *     registry is locked: they may use the engine, but not wait for a thread that uses it.
  */
 #ifndef ZT_CORE_ZTOOP_H
 #define ZT_CORE_ZTOOP_H
@@ -26,13 +25,13 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/** Marks what the library exports. */
+/** Exports a declaration from the library. */
 #define ZT_API __attribute__((visibility("default")))
 
-/** Lets two views of one object (the parent's and the child's structs) name the same memory. */
+/** Lets the parent's and the child's struct access the same memory. */
 #define ZT_MAY_ALIAS __attribute__((may_alias))
 
-/** Marks what a class declaration gives and a source file need not use. */
+/** For a declaration that a source file need not use. */
 #define ZT_MAYBE_UNUSED __attribute__((unused))
 
 #ifdef __cplusplus
@@ -47,20 +46,19 @@
 
 ZT_BEGIN_C
 
-/** A class, by its descriptor. */
+/** The descriptor of a class. */
 typedef struct ztClass ztClass;
 
-/** Makes an object of one class: in @p object, or on the heap when it is NULL; runs its `create`
- *  when @p create is not 0. */
+/** Makes an object of one class in @p object, or on the heap for NULL; not 0 in @p create runs its `create`. */
 typedef void *(*ztCtor)(void *object, int32_t create);
 
 /** Called with a class's prototype when the registry frees the class. */
 typedef void (*ztClassDestroyHook)(void *prototype);
 
-/** Class descriptor: one static record per class, filled when the class is first used. */
+/** Class descriptor: one static record per class, filled on first use. */
 struct ZT_MAY_ALIAS ztClass {
   ztClass *parent;      /**< the parent class; NULL for ztBaseClass */
-  uint32_t version;     /**< stored with every object, compared when it is read back */
+  uint32_t version;     /**< stored with every object, compared when an object is read */
   int32_t instanceSize; /**< bytes of one instance, header included */
   const char *name;     /**< the class name */
   uint32_t initialised; /**< 0 until the descriptor is filled, then 1 */
@@ -81,76 +79,66 @@ typedef struct ztClassEntry {
 /**
  * Registers a class under a name.
  *
- * Calls `classInstanceCreate` of the prototype's class when the entry is in place.
- * @param prototype     an object of the class made with create flag 0; the registry owns it when the
- *                      result is 1, and releases it with ztm_free()
- * @param name          copied, cut to 103 characters (with a line in the log): the class is known by what is
- *                      kept, and a longer name finds nothing
+ * Calls `classInstanceCreate` of the prototype's class when the entry is in the list.
+ * @param prototype     an object of the class made with create flag 0; the registry owns it when the result is
+ *                      1, and frees it with ztm_free()
+ * @param name          copied and cut to 103 characters (with a line in the log); the longer name finds nothing
  * @param ctor          used by ztNewFromName()
  * @param classDestroy  called with the prototype when the class is freed; may be NULL
- * @return 1; 0 when what is kept of the name is registered already (nothing changes), when memory is exhausted, or
- *         when one of the first three arguments is NULL
+ * @return 1; 0 when the cut name is registered already (nothing changes), when memory is exhausted, or when one
+ *         of the first three arguments is NULL
  */
 ZT_API int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy);
 
-/**
- * Makes an object of the class registered under @p name.
- * @return a new heap object whose `create` has run, the caller's to `unRef`; NULL, with a line in the
- *         log, when no class has that name
- */
+/** Makes an object of the class registered under @p name.
+ *  @return a new heap object whose `create` has run; the caller releases it with `unRef`. NULL, with a line in
+ *          the log, when no class has that name */
 ZT_API void *ztNewFromName(const char *name);
 
-/**
- * Takes the class registered under @p name out of the registry and releases its prototype.
- *
- * Calls `classInstanceDestroy` of the class, then its `classDestroy` hook. An unknown name does
- * nothing. Objects of the class stay usable.
- */
+/** Removes the class registered under @p name and frees its prototype. An unknown name does nothing. Calls
+ *  `classInstanceDestroy` of the class, then its `classDestroy` hook. Objects of the class stay usable. */
 ZT_API void ztFreeClass(const char *name);
 
-/** @return the descriptor of the newest registered class that bears @p name, or NULL. Compares the
- *  names that the classes bear themselves, not those they were registered under. */
+/** @return the descriptor of the newest registered class whose own name is @p name, or NULL. The name that it
+ *          was registered under does not count. */
 ZT_API ztClass *ztOOP_findClass(const char *name);
 
 /** @return 1 when a class is registered under @p name, else 0 */
 ZT_API int32_t ztOOP_isClassRegistered(const char *name);
 
-/** @return the newest registry entry (follow `next` for older ones), NULL when none; valid until a
- *  class is registered or freed */
+/** @return the newest registry entry (`next` leads to older ones), NULL when there is none; valid until the
+ *          list changes */
 ZT_API const ztClassEntry *ztOOP_classList(void);
 
-/** @return the number of registrations that succeeded since the library was loaded; freeing a class
- *  does not lower it */
+/** @return the number of successful registrations since the library was loaded; it never decreases */
 ZT_API int32_t ztOOP_classCount(void);
 
-/**
- * Starts the engine: opens `<baseName>.log` and writes the banner. Loading the library has done it
- * with "zentova"; a further call does nothing until ztOOP_CleanUp() ran.
- * @param baseName  path of the log file without its ending; NULL for no file
- * @return 1, also when the log file cannot be opened (the log then goes to standard output only)
- */
+/** Starts the engine: opens `<baseName>.log` and logs the banner. The library does so with "zentova" when it is
+ *  loaded; further calls do nothing until ztOOP_CleanUp() runs.
+ *  @param baseName  path of the log file without its extension; NULL for no file
+ *  @return 1, also when the log file cannot be opened (the log then goes to standard output only) */
 ZT_API int32_t ztOOP_Init(const char *baseName);
 
-/** Frees every registered class and closes the log. Runs by itself when the process ends; a host may
- *  call it earlier, once or twice. Classes stay usable by their functions, but no longer by name.
+/**
+ * Frees every registered class and closes the log. Runs when the process ends; a host may call it before, and
+ * more than once. Classes stay usable by their functions, but no longer by name.
  *
- *  A child of `fork` has all that its parent had, and releases it when it ends; of that it logs nothing,
- *  since the start was its parent's. An engine that it stops and starts itself is its own. */
+ * A child of `fork` has copies of all that its parent had, and releases them when it ends, without logging. If
+ * it stops and starts the engine itself, it logs.
+ */
 ZT_API void ztOOP_CleanUp(void);
 
 /** Logs "zt_assert: %s\n" with @p message when @p condition is 0; never stops the program. */
 ZT_API void zt_assert(int32_t condition, const char *message);
 
-/** Reports the call of an empty method slot of @p object to the log; see ZT_HAS_METHOD().
+/** Logs the call of an empty method slot of @p object; see ZT_HAS_METHOD().
  *  @return 0 */
 ZT_API int32_t ztOOP_HandleNullFuncPtr(const void *object, const char *memberName);
 
-/**
- * What every abstract method slot holds: calling such a slot gives this text as its result.
- * @param object  an object, or a class descriptor where the method takes one
- * @return "ztOOP -> Error: Trying to call a virtual function member for class: %s\n" with the class
- *         name, in the buffer of ztCu_fmtMsg()
- */
+/** The function in every abstract method slot.
+ *  @param object  an object, or a class descriptor where the method takes one
+ *  @return "ztOOP -> Error: Trying to call a virtual function member for class: %s\n" with the class name, in
+ *          the buffer of ztCu_fmtMsg() */
 ZT_API void *ztOOP_ztVirtualFuncHandler(const void *object);
 
 ZT_END_C

@@ -1,4 +1,4 @@
-// What the library itself needs of the registry beyond its public interface.
+// The private interface of the registry.
 #ifndef ZT_CORE_ZTOOP_HH
 #define ZT_CORE_ZTOOP_HH
 
@@ -6,16 +6,16 @@
 
 namespace ztcore {
 
-// Tells whether ztAddNewClass would refuse a name: one that is too long counts as what would be kept of it.
+// Tells whether ztAddNewClass would refuse a name. A name that is too long is cut first.
 bool isNameTaken(const char *name);
 
-// Registers a class where its name is not.
+// Registers a class unless its name is registered.
 void ensureRegistered(const char *name, ztCtor ctor);
 
-// Whether a class is the other one or descends from it; a NULL class is not.
+// Whether a class is the other one or its descendant. False for NULL.
 bool isWithin(const ztClass *klass, const ztClass *ancestor);
 
-// Releases what was registered or opened after the engine stopped: ztOOP_CleanUp does nothing then.
+// Releases what was registered or opened after the engine stopped; ztOOP_CleanUp does nothing then.
 void releaseAfterStop();
 
 }  // namespace ztcore

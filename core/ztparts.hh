@@ -2,7 +2,7 @@
 //
 //   using Parts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
 //
-// and its `create`, `clone` and `destroy` follow, or begin with what follows.
+// and uses the functions below as its `create`, `clone` and `destroy`, or calls them first.
 #ifndef ZT_CORE_ZTPARTS_HH
 #define ZT_CORE_ZTPARTS_HH
 
@@ -13,8 +13,7 @@
 
 namespace ztcore {
 
-// Takes a part out of its field, and releases it. In this order: what the part's end calls finds the field
-// empty, and may fill it again.
+// Clears the field, then releases the part: functions that run meanwhile may fill the empty field again.
 template <typename Part>
 inline void releasePart(Part *&field) {
   Part *part = field;
@@ -22,8 +21,7 @@ inline void releasePart(Part *&field) {
   if (part != nullptr) ztBaseClass_of(part)->unRef(part);
 }
 
-// The part in one field. A new object gets what the constructor makes, or none where there is no constructor.
-// A copy gets a copy.
+// The part in one field. A new object gets a new part, or none without a constructor. A copy gets a copy.
 template <auto field, ztCtor constructor = nullptr>
 struct Part {
   template <typename Object>
@@ -52,7 +50,7 @@ struct Part {
   }
 };
 
-// The same, but a copy gets a new part, too.
+// The same, but a copy also gets a new part.
 template <auto field, ztCtor constructor>
 struct PartNotCopied : Part<field, constructor> {
   template <typename Object>
@@ -84,7 +82,7 @@ struct Parts {
     return complete ? copy : undo(*copy);
   }
 
-  // Leaves a copy that could not be completed without anything; NULL, for the caller to return.
+  // Empties a copy that could not be completed. Returns NULL.
   template <typename Object>
   static Object *undo(Object &copy) {
     destroy(copy);

@@ -13,7 +13,7 @@ uint32_t PointerMap::last() const {
   return (uint32_t{1} << bits) - 1;
 }
 
-// Where there is no randomness yet, the time and the places of things have to do.
+// Without randomness from the system, uses the time and addresses.
 static uint64_t makeSecret() {
   uint64_t secret = 0;
   if (getrandom(&secret, sizeof secret, GRND_NONBLOCK) != sizeof secret) {
@@ -25,7 +25,7 @@ static uint64_t makeSecret() {
   return secret | 1;
 }
 
-// Of the process. The tables that it has already are read with it, so whoever comes first makes it.
+// One for the process, because all its tables are read with it. The first thread that needs it makes it.
 static uint64_t secretOfProcess() {
   static uint64_t secret;
   uint64_t known = __atomic_load_n(&secret, __ATOMIC_RELAXED);
@@ -36,8 +36,7 @@ static uint64_t secretOfProcess() {
   return isFirst ? made : known;
 }
 
-// The high bits of a product depend on all bits of its factors. Without the middle step, keys at equal
-// distances would stay so.
+// The high bits of a product depend on all bits of the factors. The middle step is for keys at equal distances.
 uint32_t PointerMap::homeOf(uint64_t key) const {
   const uint64_t secret = secretOfProcess();
   uint64_t mixed = (key ^ secret) * 0x9E3779B97F4A7C15U;
@@ -45,7 +44,7 @@ uint32_t PointerMap::homeOf(uint64_t key) const {
   return static_cast<uint32_t>(mixed >> (64 - bits));
 }
 
-// Where the key is, or the free place where it would be.
+// The position of the key, or the free place for it.
 uint32_t PointerMap::placeOf(uint64_t key) const {
   uint32_t place = homeOf(key);
   while (entries[place].value != nullptr && entries[place].key != key) place = (place + 1) & last();
@@ -77,7 +76,7 @@ bool PointerMap::grow() {
 }
 
 bool PointerMap::insert(uint64_t key, void *value) {
-  // Without memory for more places those that are there are taken, but for one, at which a search ends.
+  // When memory is exhausted, the table fills up to one free place, at which a search ends.
   const bool isCrowded = entries == nullptr || count > last() / 2;
   if (isCrowded && !grow() && (entries == nullptr || count == last())) return false;
   Entry &entry = entries[placeOf(key)];
@@ -88,7 +87,7 @@ bool PointerMap::insert(uint64_t key, void *value) {
 }
 
 void PointerMap::remove(uint64_t key) {
-  // Later entries that the freed place keeps apart from their homes move up.
+  // Moves later entries up that the freed place separates from their homes.
   uint32_t freed = placeOf(key);
   for (uint32_t place = (freed + 1) & last(); entries[place].value != nullptr; place = (place + 1) & last()) {
     const uint32_t fromHome = (place - homeOf(entries[place].key)) & last();

@@ -1,4 +1,3 @@
-// An index by pointers, or other words.
 #ifndef ZT_CORE_ZTPOINTERMAP_HH
 #define ZT_CORE_ZTPOINTERMAP_HH
 
@@ -6,16 +5,16 @@
 
 namespace ztcore {
 
-// A hash table from words to pointers. Where a key stands depends on a secret of the process, so that nobody
-// can choose keys that all stand in one place. Plain data without destructor, so that it can be static:
-// `clear` releases what it holds, and so does the removal of the last entry.
+// A hash table from words to pointers. A secret of the process decides the positions, so that nobody can choose
+// keys that collide. Plain data without destructor, so that it can be static: `clear` and the removal of the
+// last entry release its memory.
 class PointerMap {
  public:
-  // NULL when there is no such key.
+  // NULL for an unknown key.
   void *find(uint64_t key) const;
-  // A key that is there keeps its value. False without memory.
+  // A known key keeps its value. False when memory is exhausted.
   bool insert(uint64_t key, void *value);
-  // The key is there.
+  // The key must be in the map.
   void remove(uint64_t key);
   void clear();
 
@@ -32,7 +31,7 @@ class PointerMap {
 
   Entry *entries = nullptr;
   uint32_t bits = 0;   // there are 2^bits places; none without entries
-  uint32_t count = 0;  // at most half of the places are taken, where there is memory for so many
+  uint32_t count = 0;  // at most half of the places, unless memory is exhausted
 };
 
 // The key of an identifier.

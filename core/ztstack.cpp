@@ -20,7 +20,7 @@ void ztcore::findOwnStack() {
   own.high = reinterpret_cast<uintptr_t>(start) + size;
 }
 
-// A host may run on a stack that it made itself: it lies in a mapping of its own.
+// A host may run on a stack of its own, which lies in its own mapping.
 static bool findMapping(uintptr_t address, StackBounds &found) {
   FILE *mappings = fopen("/proc/self/maps", "re");
   if (mappings == nullptr) return false;
@@ -42,7 +42,7 @@ size_t ztcore::stackLeft() {
     }
     stack = found;
   }
-  // For what the slots and the overrides of hosts call themselves.
+  // For the calls of slots and overrides of hosts.
   constexpr uintptr_t mostReserved = uintptr_t{128} * 1024;
   const uintptr_t quarter = (stack.high - stack.low) / 4;
   const uintptr_t reserved = quarter < mostReserved ? quarter : mostReserved;

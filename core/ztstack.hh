@@ -1,5 +1,4 @@
-// The stack of the calling thread: whose frames can be compared, and how much is left for calls that go as
-// deep as a tree of a host's.
+// The stack of the calling thread: which frames can be compared, and how many bytes are left for recursion.
 #ifndef ZT_CORE_ZTSTACK_HH
 #define ZT_CORE_ZTSTACK_HH
 
@@ -9,12 +8,11 @@
 
 namespace ztcore {
 
-// The bytes of the caller's stack that a call may use and still leave enough for what is not counted; 0
-// when there are none left, and where the bounds of the stack are not known.
+// The bytes of the caller's stack that a call may use, without a reserve for calls that are not counted. 0 when
+// none are left or the bounds of the stack are not known.
 size_t stackLeft();
 
-// Asks for the bounds of the stack that the system gave this thread; empty ones where it does not tell. That
-// takes long for the first thread.
+// Finds the bounds of this thread's stack from the system; empty ones on failure. Slow in the first thread.
 void findOwnStack();
 
 // Whether an address lies on that stack.

@@ -9,14 +9,14 @@
 
 using namespace ztcore;
 
-// The first thread's, so that a program of one thread needs no memory for it.
+// The block of the first thread, so that a program with one thread allocates none.
 static ThreadBlock firstBlock;
 static bool firstBlockTaken;
 
-// In place of a block for which there was no memory.
+// Used by threads that could not allocate a block.
 static ThreadBlock sharedBlock;
 
-static ThreadBlock *blocks;  // those that threads have
+static ThreadBlock *blocks;
 static pthread_key_t endOfThread;
 static bool hasKey;
 
@@ -31,7 +31,7 @@ static void releaseContents(ThreadBlock *block) {
   if (block->uses.release != nullptr) block->uses.release(&block->uses);
 }
 
-// After its contents, which are released with the calls of the thread that does it.
+// After its contents, whose release uses the calls of this thread.
 static void releaseBlock(ThreadBlock *block) {
   if (block->calls != nullptr) block->releaseCalls(block->calls);
   if (block == &firstBlock) {
@@ -47,7 +47,7 @@ static void unlink(const ThreadBlock *block) {
   if (*at != nullptr) *at = block->next;
 }
 
-// Runs at the end of a thread.
+// Runs when a thread ends.
 static void endThread(void *block) {
   releaseContents(static_cast<ThreadBlock *>(block));
   const Locked locked(threadsLock);
@@ -94,7 +94,7 @@ void ztcore::releaseThreads() {
     releaseBlock(block);
   }
   thisThread.block = nullptr;
-  // Last, since a release may have made a block for this thread.
+  // Last, because a release may have made a block for this thread.
   if (hasKey) pthread_key_delete(endOfThread);
   hasKey = false;
 }

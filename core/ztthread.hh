@@ -1,5 +1,5 @@
-// What each thread has of its own: what one call leaves for the next, so that threads which use different
-// objects do not meet. Nothing that belongs to an object is here, since objects may change threads.
+// The data of each thread: results that the next call overwrites, so that threads with different objects do not
+// interfere. It holds nothing that belongs to an object, because objects may change threads.
 #ifndef ZT_CORE_ZTTHREAD_HH
 #define ZT_CORE_ZTTHREAD_HH
 
@@ -7,34 +7,34 @@
 
 namespace ztcore {
 
-// What a call needs of a container.
+// What a call needs from a container.
 enum class PartKind : uint8_t {
-  borrowed,  // the container has it still
-  block,     // the container has given it up: the last call that needs it frees it
-  objects,   // a block of objects that is out of its array as long as the call lasts
-  items,     // items that are to be deleted, by the container if it ends first
+  borrowed,  // the container still owns it
+  block,     // the container no longer owns it: the last call that needs it frees it
+  objects,   // a block of objects that is out of its array during the call
+  items,     // items to be deleted, by the container if it is destroyed first
 };
 
-// A call on a container that is under way; see containers/ztuse.hh.
+// A call under way on a container; see containers/ztuse.hh.
 struct Use {
   const void *container;  // NULL once it is destroyed
   void *part;
-  uint64_t number;   // never given again
+  uint64_t number;   // unique
   uintptr_t frame;   // of the function that makes the call
-  const void *self;  // what in that frame stands for the record
-  int32_t count;     // objects: how many there are,
-  int32_t stride;    // how far they are apart,
-  int32_t open;      // and which one is not whole, or -1
+  const void *self;  // the address in that frame that identifies the record
+  int32_t count;     // objects: their number,
+  int32_t stride;    // the distance between them,
+  int32_t open;      // and the index of an incomplete one, or -1
   PartKind kind;
-  bool isGone;   // the frame is gone; what is left is the part
-  bool added;    // elements came meanwhile
-  bool removed;  // elements went meanwhile
+  bool isGone;   // the frame is gone; only the part is left
+  bool added;    // elements were added meanwhile
+  bool removed;  // elements were removed meanwhile
 };
 
 struct UseTable {
   static constexpr int32_t firstCapacity = 32;
-  void (*release)(UseTable *uses);  // at the end of the thread; NULL until the first call
-  Use *records;                     // `first`, or a block of its own; NULL until the first call
+  void (*release)(UseTable *uses);  // called when the thread ends; NULL until the first call
+  Use *records;                     // `first`, or a heap block; NULL until the first call
   int32_t count;
   int32_t capacity;
   uint64_t lastNumber;
@@ -50,8 +50,8 @@ struct StackBounds {
   }
 };
 
-// The buffers of the functions whose result the next call overwrites, and the scratch string. Too large for
-// the space that threads have for libraries, and so made when a thread first needs one of them.
+// The scratch string and the buffers of functions whose next call overwrites their result. Allocated on first
+// use, because it is too large for static thread space.
 struct ThreadBlock {
   ThreadBlock *next;        // in the list of all
   void *scratchString;      // of ztString's newString; NULL until it is used; owned
@@ -67,41 +67,41 @@ struct ThreadBlock {
   UseTable uses;
 };
 
-// At most 256 bytes, which any loaded library may take of a thread's static space.
+// At most 256 bytes: the static thread space that any loaded library may use.
 struct ThreadState {
-  ThreadBlock *block = nullptr;       // NULL until it is needed
-  struct CallTable *calls = nullptr;  // the block's
-  struct Call *nextCall = nullptr;    // behind the last entry in use of those
+  ThreadBlock *block = nullptr;       // NULL until first use
+  struct CallTable *calls = nullptr;  // owned by the block
+  struct Call *nextCall = nullptr;    // behind the last used entry of `calls`
   struct Call *lastCall = nullptr;    // behind the last entry
-  uint64_t callSerial = 0;            // the latest that was given to one
-  uint64_t bytesRead = 0;             // by the library's own primitives of files, ever
-  const void *countSource = nullptr;  // the file whose `readInt` of the library's ran last
-  StackBounds ownStack = {};          // that the system gave the thread; see core/ztstack.hh
-  StackBounds stack = {};             // the one that was last looked at
-  uint32_t number = 0;                // from 1 on; 0 until it is needed
-  uint32_t brokenPaths = 0;           // how often a node was taken off the path of a release
-  uint32_t refusedAssignments = 0;    // how often the stack was too small for an assignment
+  uint64_t callSerial = 0;            // the last one given to a record
+  uint64_t bytesRead = 0;             // the total of the library's file primitives
+  const void *countSource = nullptr;  // the file of the latest `readInt` of the library
+  StackBounds ownStack = {};          // given to the thread by the system; see core/ztstack.hh
+  StackBounds stack = {};             // the one that `stackLeft` looked up last
+  uint32_t number = 0;                // from 1 on; 0 until first use
+  uint32_t brokenPaths = 0;           // the number of nodes that were removed from the path of a release
+  uint32_t refusedAssignments = 0;    // the number of assignments for which the stack was too small
 };
 
 static_assert(sizeof(ThreadState) <= 256);
 
 extern constinit thread_local ThreadState thisThread __attribute__((tls_model("initial-exec")));
 
-// Makes the block of this thread; one that is shared by all threads that have no memory left.
+// Makes the block of this thread; returns a shared one when memory is exhausted.
 ThreadBlock *makeThreadBlock();
 
-// The block of this thread, never NULL.
+// Never NULL.
 inline ThreadBlock *blockOfThread() {
   return thisThread.block != nullptr ? thisThread.block : makeThreadBlock();
 }
 
-// Releases this thread's scratch string, which is made again when it is needed.
+// Releases this thread's scratch string; the next use makes a new one.
 void releaseScratchString();
 
-// The number of this thread, by which it can be told from others.
+// A number that no other thread has.
 uint32_t numberOfThread();
 
-// Releases what every thread has, at the end of the library. Threads that end later find nothing to do.
+// Releases the data of all threads, when the library is unloaded. Threads that end later release nothing.
 void releaseThreads();
 
 }  // namespace ztcore

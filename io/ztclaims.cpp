@@ -9,8 +9,8 @@ using namespace ztcore;
 
 // The accounts -------------------------------------------------------------------------------------
 //
-// There are few: a file has one only while objects with claims are read from it, or when claims stayed unmet.
-// Which file an account is of changes under the lock; the rest is for the thread that reads the file.
+// There are few: a file has an account only while objects with claims are read from it, or while claims are
+// unmet. tablesLock guards which file an account belongs to; only the thread that reads the file uses the rest.
 
 constexpr int accountCount = 32;
 static ClaimAccount accounts[accountCount];
@@ -24,7 +24,7 @@ static ClaimAccount *find(const void *file) {
   return nullptr;
 }
 
-// One that is free, or that of a file which is not being read. NULL when there is none.
+// A free account, or that of a file which is not being read. NULL when there is none.
 static ClaimAccount *findFree() {
   ClaimAccount *account = find(nullptr);
   for (int i = 0; account == nullptr && i < accountCount; ++i) {
@@ -39,7 +39,7 @@ static void clear(ClaimAccount *account) {
   *account = {};
 }
 
-// The account of the file; NULL when all are taken by files that are being read.
+// The account of the file; NULL when files that are being read have all accounts.
 static ClaimAccount *findOrMake(const void *file) {
   ClaimAccount *account = find(file);
   if (account != nullptr) return account;
@@ -57,7 +57,7 @@ void ztcore::forgetClaims(const void *file) {
   if (account != nullptr) clear(account);
 }
 
-// The position of a claim; one that is read again from before does not add to the claims of the last time.
+// Whether a claim is read again from an earlier position: the claims of the previous read then do not count.
 static bool isReadAgain(const ClaimAccount *account, const FILE *stream, int64_t position) {
   return account->stream != stream || (position >= 0 && position <= account->position);
 }
@@ -72,7 +72,7 @@ static void begin(ClaimAccount *account, const void *file, const FILE *stream, i
 
 static void end(ClaimAccount *account, const void *file) {
   const Locked locked(tablesLock);
-  // The file may have been closed by what was read.
+  // Reading may have closed the file.
   if (account->file != file || --account->depth > 0) return;
   account->read += static_cast<int64_t>(thisThread.bytesRead - account->countedFrom);
   if (account->claimed <= 0) clear(account);
@@ -116,7 +116,7 @@ ClaimAccount *Claims::account() {
 
 static int64_t limitFor(int64_t read) {
   constexpr int64_t always = 65536;
-  constexpr int64_t forEachByte = 3;  // beside the byte that came
+  constexpr int64_t forEachByte = 3;  // in addition to the byte itself
   return read > 0 ? always + forEachByte * read : always;
 }
 

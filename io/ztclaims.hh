@@ -1,8 +1,8 @@
-// What counts in a file demand, and what the file has given for it.
+// Limits the memory that counts in files claim.
 //
-// A count claims memory for elements that have yet to arrive. Claims that the file is known to hold are met at
-// once; others only as far as 64 KB and what has been read allow, so that a damaged file cannot demand memory.
-// Claims that nothing arrived for stay on the file's account until it is closed or read again from before.
+// A count claims memory for elements that have not arrived yet. A claim is granted if the file is known to hold
+// the data; otherwise only within 64 KB and what has been read, so that a damaged file cannot demand memory.
+// Unmet claims stay on the file's account until it is closed or read again from an earlier position.
 #ifndef ZT_IO_ZTCLAIMS_HH
 #define ZT_IO_ZTCLAIMS_HH
 
@@ -11,15 +11,14 @@
 
 namespace ztcore {
 
-// The account of one file.
 struct ClaimAccount {
-  const void *file;      // NULL while nobody's
-  const FILE *stream;    // what the file had open
-  int64_t claimed;       // bytes claimed that nothing has arrived for
-  int64_t position;      // of the last claim, -1 where there is none
-  int64_t read;          // bytes that earlier reads of objects brought
-  uint64_t countedFrom;  // what the thread had read when the outermost read of an object began
-  int32_t depth;         // reads of objects that are under way
+  const void *file;      // NULL for a free account
+  const FILE *stream;    // the file's open stream
+  int64_t claimed;       // bytes claimed that have not arrived
+  int64_t position;      // of the last claim, or -1
+  int64_t read;          // bytes that earlier reads of objects got
+  uint64_t countedFrom;  // the thread's `bytesRead` when the outermost read of an object began
+  int32_t depth;         // the number of nested reads of objects
 };
 
 // The claims of one object that is read from a file.
@@ -33,38 +32,36 @@ class Claims {
   // Reads a count through the file's table. False when that fails or the count is negative.
   bool readCount(int32_t *count);
 
-  // Whether the count came through the library's own primitive: the bytes of the stream are then those of
-  // the objects. Otherwise only the file's class knows what is to come.
+  // Whether the library's own primitive read the count: the stream then holds the objects. Otherwise only the
+  // file's class knows the data.
   bool isCounted() const {
     return counted;
   }
-  // The stream of a file whose primitives are the library's own; NULL for others.
+  // The stream of a file with the library's own primitives; NULL for others.
   FILE *ownStream() const {
     return own;
   }
-  // Whether such a file is one of text.
   bool isText() const {
     return text;
   }
 
-  // Whether the file is known to hold so many bytes which no other claim counts on.
+  // Whether the file is known to hold that many bytes which no other claim needs.
   bool isHeld(int64_t bytes);
-  // Whether the file is known to end so early that so many elements, of which each takes bytes in the file
-  // and others in memory, will not be met.
+  // Whether the file is known to be too short for these elements, with their sizes in the file and in memory.
   bool isExcessive(int64_t elements, int64_t inFile, int64_t inMemory);
 
-  // What may be claimed in all, and what of it is left.
+  // The most bytes that may be claimed, and how many of them are left.
   int64_t limit();
   int64_t left();
 
-  // Claims bytes; false when that many are not left.
+  // Claims bytes; false when fewer are left.
   bool take(int64_t bytes);
-  // The same without asking.
+  // The same without a check.
   void hold(int64_t bytes);
-  // Claims that are met, or all that this object still has.
+  // Subtracts claims that are met, or all claims of this object.
   void give(int64_t bytes);
   void giveAll();
-  // What a file brought that is not counted.
+  // Adds bytes that the file delivered without being counted.
   void addArrived(int64_t bytes);
 
   // The bytes that the library's own primitives have read since the last call, in this thread.

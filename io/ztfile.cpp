@@ -43,7 +43,7 @@ static void fileClose(ztFile &file) {
 }
 
 static int32_t fileOpen(ztFile &file, const char *name, const char *mode) {
-  // The name may stand in the one that `close` is about to clear; such a name is never cut.
+  // `name` may point to the field that `close` clears; such a name is never cut.
   char kept[sizeof file.fileName];
   const bool isWhole = copyText(kept, name);
   ztFile_of(&file)->close(&file);
@@ -103,8 +103,7 @@ static int32_t fileEof(ztFile &file) {
 
 // Primitives --------------------------------------------------------------------------------------
 //
-// An object belongs to one thread at a time, so the stream's lock, which the plain calls take each time, is
-// left out.
+// An object belongs to one thread at a time, so these use the calls that do not lock the stream.
 
 static int32_t writeBytes(const ztFile &file, const void *buffer, size_t n) {
   if (file.stream == nullptr || buffer == nullptr) return 0;
@@ -161,7 +160,7 @@ static int32_t fileDeleteFile(const void *, const char *name) {
   return name == nullptr ? -1 : remove(name);
 }
 
-// 64 characters, so that each takes six random bits.
+// 64 characters, six random bits each.
 static const char nameLetters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
 static char *fileTmpFile(const void *, char *buffer) {
@@ -180,7 +179,7 @@ static char *fileTmpFile(const void *, char *buffer) {
   return buffer;
 }
 
-// A FIFO is not opened, since that would wait for a writer, or let one go on that waits for a reader.
+// Does not open a FIFO: that would wait for a writer, or release a writer that waits for a reader.
 static int32_t fileFileExist(const void *, const char *name) {
   struct stat found;
   if (name == nullptr || stat(name, &found) != 0) return 0;

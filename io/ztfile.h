@@ -1,21 +1,19 @@
 /**
  * @file ztfile.h
- * ztFile: one open file, and the typed primitives through which every object stores itself.
+ * ztFile: one open file, and the typed primitives through which every object is stored.
  *
- * Writes are buffered, so a full disk may show only later, and `close` does not tell. Whoever needs to
- * know that everything arrived, or that nothing was missed for an error while reading, calls `flush`
- * before `close`. Writing to a pipe that nobody reads raises SIGPIPE, which ends a host that does not
- * ignore it; the library leaves all signals alone.
+ * Writes are buffered, so a full disk may be noticed late, and `close` does not report it. To know that all
+ * data was written, or that no read failed, call `flush` before `close`. Writing to a pipe without a reader
+ * raises SIGPIPE, which ends a host that does not ignore it; the library changes no signals.
  *
- * A binary file is the plain concatenation of what was written: no alignment, no tags, no separators,
- * values in the machine's byte order. A system call that a signal interrupts is made again: reads and
- * writes go on, and so does an `open` that waits for the other end of a FIFO.
+ * A binary file is the concatenation of what was written: no alignment, no tags, no separators, values in the
+ * machine's byte order. A system call that a signal interrupts is repeated: reads, writes, and an `open` that
+ * waits for the other end of a FIFO.
  *
- * A host's class that overrides primitives gets exactly the calls that an object's `read` and `write` name.
- * Where its `readInt` is the library's or calls that, a count is held against what is left of @c stream.
+ * A host's class that overrides primitives gets exactly the calls that an object's `read` and `write` make. If
+ * its `readInt` is the library's or calls that, a count is compared with what is left of @c stream.
  *
- * Because objects call the primitives through the file's method
- * table, another file class gives another form of the same contents.
+ * Objects call the primitives through the method table: another file class writes the same in another form.
  */
 #ifndef ZT_IO_ZTFILE_H
 #define ZT_IO_ZTFILE_H
@@ -31,28 +29,27 @@
   char fileName[512]; /* of the last successful `open` */
 
 /**
- * The methods of a file, in slot order. Without an open file, and with a NULL where a text or buffer
- * belongs, a primitive reports failure: 0, -1 from the positions, non-zero from `eof`.
+ * The methods of a file, in slot order. Without an open file, and for a NULL text or buffer, a primitive fails:
+ * 0, -1 from the positions, non-zero from `eof`.
  *
- *  - `open`: closes the open file, then opens @c name in a mode of the C library's `fopen`; 1 or 0,
- *    after which no file is open and the name is empty.
+ *  - `open`: closes the open file, then opens @c name in a mode of the C library's `fopen`. 1; 0 on failure,
+ *    with no file open and an empty name.
  *  - `close`: closes the file, if one is open, and clears the name. `release`: keeps the name.
- *  - `goToBegin`, `goToEnd`, `goTo` (relative to the position), `goToAbs` (from the start): 0, or -1
- *    on failure. `tell`: the position in bytes, or -1.
- *  - `flush`: hands buffered bytes to the system; 0, or EOF when that fails or an error has struck since
- *    the last `flush`: a write whose bytes were lost, or a read. Each error is told once. What `eof`
- *    tells stays as it is.
- *  - `eof`: not 0 once a read met the end of the file.
- *  - `writeInt`, `readInt`: 4 bytes; `writeLong`, `readLong`: 8 bytes; `writeFloat`, `readFloat`: the
- *    8 bytes of a double; `writeChar`, `readChar`: 1 byte, the low one of the argument. The result is
- *    1 or 0; a failed read may have stored part of the value.
+ *  - `goToBegin`, `goToEnd`, `goTo` (relative to the position), `goToAbs` (from the start): 0, or -1 on
+ *    failure. `tell`: the position in bytes, or -1.
+ *  - `flush`: writes buffered bytes to the system. 0; EOF when that fails or an error occurred since the last
+ *    `flush`: a write whose bytes were lost, or a read. Each error is reported once. Does not change `eof`.
+ *  - `eof`: not 0 after a read reached the end of the file.
+ *  - `writeInt`, `readInt`: 4 bytes; `writeLong`, `readLong`: 8 bytes; `writeFloat`, `readFloat`: the 8 bytes
+ *    of a double; `writeChar`, `readChar`: 1 byte, the low one of the argument. 1 or 0; a failed read may have
+ *    stored part of the value.
  *  - `writeBuf`, `readBuf`: @c n bytes; the number of bytes written or read.
  *  - `writeString`: the text and its terminating zero; the number of bytes written.
- *  - `readString`: up to @c n bytes, terminators among them or not, like `readBuf`; the number of
- *    bytes read. (Other file classes return the address of the buffer, or 0.)
- *  - `getFileName`: the name of the last successful `open`, the object's own; empty after `close`.
+ *  - `readString`: up to @c n bytes, with or without terminators, like `readBuf`; the number of bytes read.
+ *    (Other file classes return the address of the buffer, or 0.)
+ *  - `getFileName`: the name of the last successful `open`, owned by the object; empty after `close`.
  *
- * `clone` gives NULL: a file cannot be copied. `assign` copies neither stream nor name.
+ * `clone` returns NULL: a file cannot be copied. `assign` copies neither stream nor name.
  */
 #define ztFile_METHODS                                                      \
   ztBaseClass_METHODS                                                       \
@@ -84,11 +81,10 @@
  * The class functions of ztFile, from class slot 10 on; they need no file object.
  *
  *  - `renameFile(NULL, oldName, newName)`, `deleteFile(NULL, name)`: 0, or -1 on failure.
- *  - `tmpFile(NULL, buffer)`: writes an unguessable name that no file bears, in the system's folder
- *    for temporary files, into a buffer of at least L_tmpnam bytes; no file is created. The buffer,
- *    or NULL on failure.
- *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0. It waits for nothing: a
- *    FIFO is not opened, the permission to read it decides.
+ *  - `tmpFile(NULL, buffer)`: writes an unpredictable name that no file has, in the system's folder for
+ *    temporary files, into a buffer of at least L_tmpnam bytes; creates no file. The buffer; NULL on failure.
+ *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0. Never waits: for a FIFO it
+ *    only checks the permission to read.
  */
 #define ztFile_FUNCTIONS                                                                \
   int32_t (*renameFile)(const void *ignored, const char *oldName, const char *newName); \

@@ -1,4 +1,3 @@
-// What other classes share with files beyond the public interface.
 #ifndef ZT_IO_ZTFILE_HH
 #define ZT_IO_ZTFILE_HH
 

@@ -17,7 +17,7 @@ static size_t folderLengthOf(const char *path) {
   return slash == nullptr ? 0 : static_cast<size_t>(slash - path) + 1;
 }
 
-// Puts what a link says in place of its name. Relative to the folder of the link, as the system takes it.
+// Replaces the name of a link by its target, relative to the folder of the link, as the system does.
 static bool putLink(char (&path)[PATH_MAX], const char *link, size_t length) {
   const size_t kept = link[0] == '/' ? 0 : folderLengthOf(path);
   if (kept + length >= sizeof path) return false;
@@ -26,7 +26,7 @@ static bool putLink(char (&path)[PATH_MAX], const char *link, size_t length) {
   return true;
 }
 
-// The system's own resolution ends at what is not there, and does not tell where that would be.
+// The system's own resolution fails for a missing file, and does not return its path.
 static bool followLinks(char (&path)[PATH_MAX]) {
   constexpr int most = 40;
   char link[PATH_MAX];
@@ -38,13 +38,13 @@ static bool followLinks(char (&path)[PATH_MAX]) {
   return false;
 }
 
-// Not every link says where it leads: those of /proc lead to files that may have no name.
+// The text of a link may differ from its target: links of /proc lead to files that may have no name.
 static bool isSame(const char *path, const struct stat &known) {
   struct stat found;
   return lstat(path, &found) == 0 && found.st_dev == known.st_dev && found.st_ino == known.st_ino;
 }
 
-// Finds the name behind all links, and what is there.
+// Finds the name behind all links, and the file there.
 bool FileReplacement::followPath(const char *path) {
   if (!copyText(target, path)) return false;
   replaces = stat(target, &replaced) == 0;
@@ -55,7 +55,7 @@ bool FileReplacement::followPath(const char *path) {
 }
 
 bool FileReplacement::findTarget(const char *path) {
-  // Another process may replace the file between two looks at it.
+  // Another process may replace the file between two checks.
   constexpr int mostLooks = 40;
   for (int i = 0; i < mostLooks; ++i) {
     if (!followPath(path)) return false;
@@ -73,7 +73,7 @@ bool FileReplacement::makeFile() {
   const int length = snprintf(temporary, sizeof temporary, "%.*s.zt-%016lx%016lx",
                               static_cast<int>(folderLength), target, random[0], random[1]);
   if (length >= static_cast<int>(sizeof temporary)) return false;
-  // A new file's mode is the host's to restrict; another's contents are nobody else's meanwhile.
+  // A first file gets the process's mask; the contents of a replaced file stay private until its mode is set.
   const mode_t mode = replaces ? 0600 : 0666;
   file = open(temporary, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
   isMade = file >= 0;
@@ -84,12 +84,12 @@ bool FileReplacement::begin(const char *path) {
   if (!findTarget(path)) return false;
   char name[PATH_MAX];
   snprintf(name, sizeof name, "%.*s.", static_cast<int>(folderLengthOf(target)), target);
-  // Now, while a failure changes nothing. A folder can be written to that may not be read.
+  // Opened now, while a failure changes nothing. A folder may be writable but not readable.
   folder = open(name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   return (folder >= 0 || errno == EACCES) && makeFile();
 }
 
-// Without the owner's rights the file becomes this process's, and then runs as nobody else.
+// If this process may not set the owner, it owns the file, which then must not be set-user-ID or set-group-ID.
 bool FileReplacement::keepOwnerAndMode() const {
   if (!replaces) return true;
   mode_t mode = replaced.st_mode & 07777;
@@ -100,7 +100,7 @@ bool FileReplacement::keepOwnerAndMode() const {
   return fchmod(file, mode) == 0;
 }
 
-// Some file systems have nothing to wait for.
+// Some file systems do not support fsync().
 static bool bringToDisk(int descriptor) {
   int result = 0;
   do {

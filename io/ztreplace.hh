@@ -1,4 +1,4 @@
-// Files that are replaced as a whole: who opens one at any time reads the old contents or the new ones.
+// Replaces files as a whole: a reader always gets the old contents or the new ones.
 #ifndef ZT_IO_ZTREPLACE_HH
 #define ZT_IO_ZTREPLACE_HH
 
@@ -7,8 +7,7 @@
 
 namespace ztcore {
 
-// The new contents of a file. They are written to a file beside it, which takes its place in the end, or goes
-// with this object.
+// The new contents of a file. They are in a file beside it, which replaces it or is deleted with this object.
 class FileReplacement {
  public:
   FileReplacement() = default;
@@ -16,15 +15,15 @@ class FileReplacement {
   FileReplacement(const FileReplacement &) = delete;
   FileReplacement &operator=(const FileReplacement &) = delete;
 
-  // Makes the file for the contents. A symbolic link stands for the file that it leads to, which need not be
-  // there. False on failure, and for what is there but is no regular file or may not be written.
+  // Creates the file for the contents. Follows a symbolic link, also to a missing file. False on failure, and
+  // for a target that is no regular file or may not be written.
   bool begin(const char *path);
-  // To be written and read, and not closed; it is this object's.
+  // For writing and reading; this object closes it.
   int descriptor() const {
     return file;
   }
-  // Puts the contents in place, with owner and mode of what was there, and waits until the disk has them.
-  // False on failure; only when the folder itself cannot be brought to the disk is the file replaced then.
+  // Renames the file to the target, with the target's owner and mode, and waits for the disk. False on failure;
+  // then the target is replaced only if the folder cannot be flushed to the disk.
   bool commit();
 
  private:
@@ -36,10 +35,10 @@ class FileReplacement {
   char target[PATH_MAX];
   char temporary[PATH_MAX];
   struct stat replaced;
-  bool replaces = false;  // there is a file that is to be replaced
-  int folder = -1;        // the one that holds both files; -1 when it may not be read
+  bool replaces = false;  // the target exists
+  int folder = -1;        // the folder of both files; -1 when it may not be read
   int file = -1;
-  bool isMade = false;  // there is a file under the temporary name
+  bool isMade = false;  // the temporary file exists
 };
 
 }  // namespace ztcore

@@ -12,8 +12,8 @@ using namespace ztcore;
 
 // Interrupted writes -------------------------------------------------------------------------------
 //
-// A stream whose write is interrupted drops its buffer. So the buffers of pipes, terminals and the like, where
-// that happens, are written here, before the stream itself would.
+// A stream drops its buffer when a write is interrupted. So the buffers of pipes, terminals and similar files,
+// where that happens, are written here.
 
 static bool isInterruptible(FILE *stream) {
   struct stat found;
@@ -26,7 +26,7 @@ static void markFailed(FILE *stream) {
   stream->_flags |= _IO_ERR_SEEN;
 }
 
-// As `clearerr`, but for the mark at the end of the file.
+// As `clearerr`, but keeps the end-of-file mark.
 static void clearFailure(FILE *stream) {
   stream->_flags &= ~_IO_ERR_SEEN;
 }
@@ -54,12 +54,12 @@ static bool writeBuffer(FILE *stream) {
 }
 
 static size_t bufferSize(const FILE *stream) {
-  constexpr size_t smallest = 512;  // of those that a stream makes with its first byte
+  constexpr size_t smallest = 512;  // the smallest buffer that a stream allocates with its first byte
   const auto size = static_cast<size_t>(stream->_IO_buf_end - stream->_IO_buf_base);
   return size == 0 ? smallest : size;
 }
 
-// A stream learns with its first byte whether it writes to a terminal.
+// A stream finds out with its first byte whether it writes to a terminal.
 static bool isLineBuffered(FILE *stream) {
   return __flbf(stream) || (stream->_IO_buf_base == nullptr && isatty(fileno(stream)));
 }
@@ -72,7 +72,7 @@ static size_t putPastBuffer(FILE *stream, const void *bytes, size_t count) {
 }
 
 size_t ztcore::putBytes(FILE *stream, const void *bytes, size_t count) {
-  // A line-buffered stream has none, and less than none while bytes wait in its buffer.
+  // 0 for a line-buffered stream, and negative while its buffer has bytes.
   const ptrdiff_t free = stream->_IO_write_end - stream->_IO_write_ptr;
   const bool fits = free >= 0 && count <= static_cast<size_t>(free);
   return fits ? fwrite_unlocked(bytes, 1, count, stream) : putPastBuffer(stream, bytes, count);
@@ -104,8 +104,7 @@ void ztcore::closeStream(FILE *stream) {
 
 // Reads --------------------------------------------------------------------------------------------
 
-// Whether a read ended early for a signal. Clears what marks it as failed, unless something else had failed
-// before, and what tells the reason.
+// Whether a signal ended a read early. Clears errno, and the error mark unless it was set before.
 static bool wasInterrupted(FILE *stream, bool hadFailed) {
   if (errno != EINTR || feof_unlocked(stream) || !ferror_unlocked(stream)) return false;
   if (!hadFailed) clearFailure(stream);
@@ -123,7 +122,7 @@ size_t ztcore::takeBytes(FILE *stream, void *bytes, size_t count) {
   return got;
 }
 
-// The failure may be an older one, and then the mark goes with the signal's.
+// Also clears an older error mark.
 int ztcore::takeByteAgain(FILE *stream) {
   int byte = EOF;
   while (byte == EOF && wasInterrupted(stream, false)) byte = getc_unlocked(stream);

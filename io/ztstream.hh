@@ -1,5 +1,4 @@
-// The bytes of streams, as the file classes move them. A system call that a signal interrupts is made again,
-// and what is read is counted.
+// Reads and writes streams for the file classes. Repeats interrupted system calls, and counts the bytes read.
 #ifndef ZT_IO_ZTSTREAM_HH
 #define ZT_IO_ZTSTREAM_HH
 
@@ -14,15 +13,15 @@ namespace ztcore {
 FILE *openStream(const char *name, const char *mode);
 void closeStream(FILE *stream);
 
-// Hands buffered bytes to the system. False when that fails, or when bytes were lost or a read failed since
-// the last call; the mark at the end of the file stays.
+// Writes buffered bytes to the system. False when that fails, or when bytes were lost or a read failed since
+// the last call; keeps the end-of-file mark.
 bool flushStream(FILE *stream);
 
-// As `fwrite` and `fread` of so many bytes.
+// As `fwrite` and `fread` of `count` bytes.
 size_t putBytes(FILE *stream, const void *bytes, size_t count);
 size_t takeBytes(FILE *stream, void *bytes, size_t count);
 
-// After `getc` gave EOF: what it gives once no signal interrupts it.
+// Call after `getc` returned EOF: repeats it while signals interrupt it.
 int takeByteAgain(FILE *stream);
 
 // The next byte, or EOF.
@@ -33,7 +32,7 @@ inline int takeByte(FILE *stream) {
   return byte;
 }
 
-// Gives back the byte that was taken last, or EOF.
+// Puts back the byte or EOF that was read last.
 inline void returnByte(FILE *stream, int byte) {
   if (byte == EOF) return;
   ungetc(byte, stream);
@@ -46,14 +45,14 @@ inline bool hasByte(FILE *stream) {
   return byte != EOF;
 }
 
-// A line with its line feed, or so many bytes of it. Less at the end; -1 when a read failed.
+// Reads a line with its line feed, or its first `count` bytes. Fewer at the end; -1 when a read failed.
 int32_t takeLine(FILE *stream, char *bytes, int32_t count);
 
-// So many bytes, or a line of no more, in a block that grew as they came and is large enough for a terminator behind
-// them. NULL when memory is exhausted. The count is below INT32_MAX.
+// Reads `count` bytes, or a line of at most that, into a block that grows as they arrive and has space for a
+// terminator. NULL when memory is exhausted. `count` is below INT32_MAX.
 char *takeArriving(FILE *stream, int32_t count, bool isLine, int32_t *arrived);
 
-// The bytes between the position and the end of a regular file; -1 where nobody knows.
+// The bytes between the position and the end of a regular file; -1 when unknown.
 int64_t bytesLeft(FILE *stream);
 
 }  // namespace ztcore

@@ -34,7 +34,7 @@ static char *dataOf(const ztCharArray *buffer) {
   return buffer == nullptr ? nullptr : static_cast<char *>(ztCharArray_of(buffer)->getData(buffer));
 }
 
-// No text counts as an empty one.
+// An empty text when there is none.
 static const char *textFrom(const void *string) {
   const char *text = ztString_of(string)->get(string);
   return text == nullptr ? "" : text;
@@ -46,7 +46,7 @@ static bool resizeBuffer(ztCharArray *buffer, size_t size) {
 
 // Text --------------------------------------------------------------------------------------------
 
-// A text in the buffer of a host's class may be anywhere.
+// The text of a host's buffer class may be anywhere.
 static bool mayBeWithin(const ztCharArray *buffer, const char *text) {
   if (!isOwnBuffer(buffer)) return true;
   const auto offset = reinterpret_cast<uintptr_t>(text) - reinterpret_cast<uintptr_t>(buffer->data);
@@ -61,7 +61,7 @@ static bool setBytes(ztCharArray *buffer, const char *text, size_t size) {
   return true;
 }
 
-// Resizing may cut off the very text, so it is kept aside.
+// Resizing may cut `text` off, so it is copied first.
 static bool setOwnBytes(ztCharArray *buffer, const char *text, size_t size) {
   auto *kept = size > INT32_MAX ? nullptr : static_cast<char *>(ztm_alloc(static_cast<int32_t>(size)));
   if (kept == nullptr) return false;
@@ -92,7 +92,7 @@ static void *stringCat(ztString &string, const void *other) {
   if (!resizeBuffer(string.buffer, length + otherLength + 1)) return nullptr;
   char *data = dataOf(string.buffer);
   if (data == nullptr) return nullptr;
-  // Asked for only now: the other may be this string, whose text has just moved.
+  // Read only now: the other may be this string, whose text has just moved.
   char *end = data + length;
   memcpy(end, otherMethods->get(other), otherLength);
   end[otherLength] = '\0';
@@ -167,19 +167,19 @@ static int32_t stringWrite(const ztString &string, void *file) {
 
 // Reading -----------------------------------------------------------------------------------------
 //
-// The size that is stored grows by one each time a string is read and stored again, and so passes what follows
-// it. How far it does is the slack of a string, which is zero bytes.
+// Each time a string is read and stored again its stored size grows by one, and so exceeds its text. The excess
+// is the slack of a string: zero bytes.
 
-constexpr int64_t smallClaim = 4096;  // met without looking at the file
-constexpr int64_t smallSlack = 8;     // no more than twice what a size takes in the file
+constexpr int64_t smallClaim = 4096;  // granted without a check of the file
+constexpr int64_t smallSlack = 8;     // at most twice the bytes of a size in the file
 constexpr int64_t largeSlack = 32768;
 
-// Slack that has come to be large, or that the file's account cannot take, is given up: the text stays.
+// Large slack, or slack that exceeds the file's claims, is removed; the text stays.
 static bool keepsSlack(Claims *claims, int64_t slack) {
   return slack <= smallSlack || (slack < largeSlack && claims->take(slack));
 }
 
-// What the text form stores of a text with a line feed ends there, too.
+// In the text form, a text with a line feed also arrives shorter than its size.
 static void giveUpSlack(ztCharArray *buffer, int32_t size, Claims *claims) {
   if (!claims->isCounted() || !isOwnBuffer(buffer)) return;
   const int64_t arrived = claims->arrivedSince();
@@ -189,12 +189,12 @@ static void giveUpSlack(ztCharArray *buffer, int32_t size, Claims *claims) {
   }
 }
 
-// As many bytes as the size says, and one more.
+// Reads one byte more than the stored size.
 static int32_t readInto(ztCharArray *buffer, void *file, int32_t size, Claims *claims) {
   if (!ztCharArray_of(buffer)->setSize(buffer, size)) return 0;
   char *text = dataOf(buffer);
   if (text == nullptr) return 0;
-  // The buffer may have had this size already, and with it the old text.
+  // A buffer that already had this size still has the old text.
   memset(text, 0, static_cast<size_t>(size));
   claims->arrivedSince();
   const bool done = ztFile_of(file)->readString(file, size, text) > 0;
@@ -203,7 +203,7 @@ static int32_t readInto(ztCharArray *buffer, void *file, int32_t size, Claims *c
   return done;
 }
 
-// Takes over the block, which becomes the buffer's where its class is the library's.
+// Takes ownership of the block, which becomes the buffer's own if its class is the library's.
 static int32_t installText(ztCharArray *buffer, char *block, int32_t size) {
   if (isOwnBuffer(buffer)) {
     ztm_free(buffer->data);
@@ -218,7 +218,7 @@ static int32_t installText(ztCharArray *buffer, char *block, int32_t size) {
   return text != nullptr;
 }
 
-// The text of a file that is not known to hold it is read before the buffer grows.
+// Reads a text that the file may not hold before the buffer grows.
 static int32_t readArriving(ztCharArray *buffer, int32_t size, Claims *claims) {
   const bool isLine = claims->isText();
   int32_t arrived = 0;
@@ -250,8 +250,8 @@ static int32_t stringRead(ztString &string, void *file) {
 
 // Several in a row --------------------------------------------------------------------------------
 //
-// 0 for no text, else the number of characters and one; a mark; the characters. The mark stands between the
-// number and the characters since a text file drops the white space behind a number.
+// The form: 0 for no text, else the number of characters plus one; a mark; the characters. A text file drops
+// white space behind a number; the mark protects that of the text.
 
 constexpr char textMark = ':';
 
@@ -274,11 +274,11 @@ static bool loadMark(void *file) {
   return ztFile_of(file)->readBuf(file, sizeof mark, &mark) == sizeof mark && mark == textMark;
 }
 
-// As the file's `readBuf`, but for memory that is there only for what arrives.
+// As the file's `readBuf`, but allocates only for what arrives.
 static char *loadArriving(int32_t count, const Claims *claims) {
   int32_t arrived = 0;
   char *text = takeArriving(claims->ownStream(), count, false, &arrived);
-  // A line feed stands behind the bytes of a text file.
+  // In a text file a line feed follows the bytes.
   const bool isWhole = arrived == count && (!claims->isText() || takeByte(claims->ownStream()) == '\n');
   if (text == nullptr || isWhole) return text;
   ztm_free(text);
@@ -292,7 +292,7 @@ static char *loadThroughTable(void *file, int32_t count) {
   return nullptr;
 }
 
-// A new block with the characters and a terminator; NULL when they are not all there.
+// A new block with the characters and a terminator; NULL when some are missing.
 static char *loadText(void *file, int32_t count, Claims *claims) {
   char *text = nullptr;
   if (count == 0) {
@@ -304,7 +304,7 @@ static char *loadText(void *file, int32_t count, Claims *claims) {
   }
   if (text == nullptr) return nullptr;
   text[count] = '\0';
-  // A text file puts zeros for bytes that are missing.
+  // A text file returns zeros for missing bytes.
   if (strlen(text) == static_cast<size_t>(count)) return text;
   ztm_free(text);
   return nullptr;
@@ -324,8 +324,8 @@ int32_t ztString_load(void *string, void *file) {
 
 // The scratch string ------------------------------------------------------------------------------
 //
-// Each thread has one of its own, made by its first newString, released with the class or the thread, and made
-// again by a later newString.
+// Each thread has its own. Its first newString makes it, it is released with the class or the thread, and a
+// later newString makes it again.
 
 static void *stringNewString(const void *, const char *text) {
   ThreadBlock *block = blockOfThread();

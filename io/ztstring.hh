@@ -1,4 +1,4 @@
-// Strings as the library's own modules use them: made from text, and looked up by.
+// Strings for the library's own modules.
 #ifndef ZT_IO_ZTSTRING_HH
 #define ZT_IO_ZTSTRING_HH
 
@@ -9,7 +9,7 @@
 
 namespace ztcore {
 
-// A new string with the text, the caller's to release; NULL when memory is exhausted.
+// A new string with the text, which the caller releases; NULL when memory is exhausted.
 inline ztString *makeString(const char *text) {
   auto *string = newObject<ztString>(ztString_ctor);
   if (string == nullptr) return nullptr;
@@ -18,19 +18,19 @@ inline ztString *makeString(const char *text) {
   return nullptr;
 }
 
-// Whether a buffer is of the library's own class, which keeps its text where its fields say.
+// Whether a buffer is of the library's own class, so that its fields give the text.
 inline bool isOwnBuffer(const ztCharArray *buffer) {
   return ztOOP_classOf(buffer) == ztCharArrayClass_Instance();
 }
 
-// The text in the buffer of a host's class. Kept apart, for hardly any text is in one.
+// The text in a buffer of a host's class. Out of line, because this is rare.
 [[gnu::cold, gnu::noinline]] inline const char *textOfForeign(const ztCharArray *buffer) {
   const ztCharArrayMethods *methods = ztCharArray_of(buffer);
   const void *text = methods->getSize(buffer) == 0 ? nullptr : methods->getData(buffer);
   return text == nullptr ? "" : static_cast<const char *>(text);
 }
 
-// The text of a string; a string without one reads as empty.
+// The text of a string; an empty text when it has none.
 inline const char *textOf(const void *string) {
   const ztCharArray *buffer = static_cast<const ztString *>(string)->buffer;
   if (buffer == nullptr) return "";
@@ -45,8 +45,8 @@ inline int32_t compareStrings(const void *first, const void *second) {
   return (order > 0) - (order < 0);
 }
 
-// A text that reads as a ztString, for look-ups that shall not allocate. It owns nothing, lives no
-// longer than the text, and is only read: neither created nor destroyed.
+// A text in the form of a ztString, for lookups without allocation. It owns nothing, is only read, never
+// created or destroyed, and must not be used after the text.
 class BorrowedText {
  public:
   explicit BorrowedText(const char *text) {
@@ -55,7 +55,7 @@ class BorrowedText {
     string.buffer = &buffer;
     buffer.klass = ztCharArrayClass_Instance();
     buffer.refCount = 1;
-    // A look-up reads no other field.
+    // A lookup reads no other field.
     hold(text);  // NOLINT(clang-analyzer-optin.cplusplus.UninitializedObject)
   }
   BorrowedText(const BorrowedText &) = delete;
@@ -76,7 +76,7 @@ class BorrowedText {
   ztCharArray buffer;
 };
 
-// A view of which copies can be made: its parts are complete. NULL counts as empty.
+// A borrowed text that can also be copied: its parts are complete. NULL counts as empty.
 class CopyableText : public BorrowedText {
  public:
   explicit CopyableText(const char *text) : BorrowedText("") {

@@ -19,12 +19,12 @@ ZT_PIN_FUNCTION(ztTextFile, renameFile, 10);
 ZT_PIN_FUNCTION(ztTextFile, fileExist, 13);
 static_assert(sizeof(ztTextFileFunctions) == sizeof(ztFileFunctions));
 
-// What the formats below name.
+// The type of the formats below.
 static_assert(std::is_same_v<int64_t, long>);
 
 // Numbers, written -------------------------------------------------------------------------------
 //
-// Whatever locale the host or its thread has set, numbers have a point and no other separator.
+// Numbers have a point and no other separator, whatever locale the host or its thread has set.
 
 static locale_t plainLocale() {
   return newlocale(LC_ALL_MASK, "C", nullptr);  // the C library's own, which is not freed
@@ -59,8 +59,8 @@ static int32_t textFileWriteChar(ztTextFile &file, int32_t value) {
 
 // Numbers, read ----------------------------------------------------------------------------------
 //
-// As `fscanf` does with "%ld\n" and "%lf\n", which take a byte at a time and give back one at most. But theirs
-// are the host's locale, and numbers that end where a signal interrupts the read.
+// As `fscanf` with "%ld\n" and "%lf\n", which reads bytewise and puts back one byte at most. But `fscanf` uses
+// the host's locale, and ends a number where a signal interrupts the read.
 
 static bool isSpace(int byte) {
   return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -90,7 +90,7 @@ static void skipSpace(FILE *stream) {
   returnByte(stream, takeBehindSpace(stream));
 }
 
-// Takes digits of which the first is at hand. A number too large becomes the largest of its sign.
+// Reads digits, the first of which is given. A number that is too large becomes the largest of its sign.
 static int64_t takeDigits(FILE *stream, int digit, bool isNegative) {
   int64_t value = 0;
   bool overflows = false;
@@ -104,8 +104,7 @@ static int64_t takeDigits(FILE *stream, int digit, bool isNegative) {
   return isNegative ? INT64_MIN : INT64_MAX;
 }
 
-// False when the input ended before there was anything to convert. Where something else stands than a number
-// the result is true as well, and nothing is stored.
+// False when the input ended before a number. True, with nothing stored, before anything but a number.
 template <typename Value>
 static bool readWhole(FILE *stream, Value *out) {
   int byte = takeBehindSpace(stream);
@@ -132,7 +131,7 @@ static int32_t textFileReadInt(ztTextFile &file, int32_t *out) {
 
 namespace {
 
-// The bytes of a number as they are taken from a stream; always one ahead.
+// The bytes of a number as they are read from a stream; always one byte ahead.
 class Numeral {
  public:
   explicit Numeral(FILE *source) : stream(source), next(takeBehindSpace(source)) {}
@@ -156,7 +155,7 @@ class Numeral {
     if (size + 1 < capacity || grow()) text[size++] = static_cast<char>(next);
     next = takeByte(stream);
   }
-  // Takes the byte ahead if it is this letter, large or small.
+  // Takes the next byte if it is this letter, in upper or lower case.
   bool takeIf(char letter) {
     if (toLower(next) != letter) return false;
     take();
@@ -174,7 +173,7 @@ class Numeral {
     isCut = true;
   }
 
-  // False when memory was exhausted, or what was taken is no number.
+  // False when memory was exhausted, or the bytes are no number.
   bool convert(double *out) const {
     if (isCut) return false;
     char *end = nullptr;
@@ -204,7 +203,7 @@ class Numeral {
 
 }  // namespace
 
-// Digits with at most one point and one exponent. The prefix of a hexadecimal number alone is none.
+// Digits with at most one point and one exponent. A hexadecimal prefix without digits is no number.
 static void takeDecimal(Numeral &number) {
   bool hasDigit = number.takeIf('0');
   const bool isHex = hasDigit && number.takeIf('x');
@@ -228,7 +227,7 @@ static void takeDecimal(Numeral &number) {
   }
 }
 
-// False for a word that only begins as one of these.
+// False for a word that only begins like one of these.
 static bool takeFloat(Numeral &number) {
   if (number.ahead() == '-' || number.ahead() == '+') number.take();
   switch (toLower(number.ahead())) {
@@ -245,7 +244,7 @@ static bool takeFloat(Numeral &number) {
 static bool readReal(FILE *stream, double *out) {
   Numeral number(stream);
   if (number.ahead() == EOF) return false;
-  // Where a word becomes another one, the byte that tells is not given back.
+  // Does not put back the byte by which a word differs.
   if (!takeFloat(number)) return true;
   number.returnAhead();
   if (number.convert(out)) skipSpace(stream);
@@ -265,7 +264,7 @@ static int32_t textFileReadChar(ztTextFile &file, char *out) {
 
 // Buffers -----------------------------------------------------------------------------------------
 
-// A buffer of no bytes needs no memory; its line feed is written and read all the same.
+// A buffer of no bytes may be NULL; its line feed is written and read all the same.
 static bool isBuffer(int32_t n, const void *buffer) {
   return n == 0 || (n > 0 && buffer != nullptr);
 }
@@ -285,7 +284,7 @@ static int32_t textFileReadBuf(ztTextFile &file, int32_t n, void *buffer) {
   if (file.stream == nullptr || !isBuffer(n, buffer)) return 0;
   const auto wanted = static_cast<size_t>(n);
   const size_t got = n > 0 ? takeBytes(file.stream, buffer, wanted) : 0;
-  // The result does not tell a short read, so what is missing must not be stale memory.
+  // The result does not report a short read, so the missing bytes must not be stale memory.
   if (got < wanted) memset(static_cast<char *>(buffer) + got, 0, wanted - got);
   takeByte(file.stream);
   return n;

@@ -8,7 +8,6 @@ using namespace ztcore;
 ZT_PIN_CLASS(ztBaseModel, 40, 32);
 
 static void baseModelMethods(ztBaseModelMethods *methods) {
-  // A ztObject in all but its class.
   ZT_CALL_PARENT_ONLY(methods, ztObject, create);
   ZT_CALL_PARENT_ONLY(methods, ztObject, destroy);
 }

@@ -1,6 +1,6 @@
 /**
  * @file ztbasemodel.h
- * ztBaseModel, the base of a host's models: a ztObject that can be told from other objects by its class.
+ * ztBaseModel, the base class of a host's models.
  */
 #ifndef ZT_OBJECTS_ZTBASEMODEL_H
 #define ZT_OBJECTS_ZTBASEMODEL_H

@@ -1,6 +1,6 @@
 /**
  * @file ztbaseview.h
- * ztBaseView, the base of a host's views: a ztObject that can be told from other objects by its class.
+ * ztBaseView, the base class of a host's views.
  */
 #ifndef ZT_OBJECTS_ZTBASEVIEW_H
 #define ZT_OBJECTS_ZTBASEVIEW_H

@@ -14,7 +14,7 @@
 using namespace ztcore;
 
 static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
-  // Only a source to copy from, and so not created.
+  // Not created, because it is only a source to copy from.
   CopyableText ownName(name);
   ztSignal fresh;
   ztSignal_ctor(&fresh, 0);
@@ -49,7 +49,7 @@ static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char
   ztSlotMap *slots = static_cast<ztSignal *>(signal)->slots;
   if (slots == nullptr || isBeingDestroyed(receiver) || findSlot(slots, receiver, function) != nullptr)
     return 0;
-  // Only a source to copy from, and so not created.
+  // Not created, because it is only a source to copy from.
   CopyableText name(slotName);
   ztSlot slot;
   ztSlot_ctor(&slot, 0);
@@ -65,8 +65,7 @@ static ztSlotFunction destroyedSlotOf(const void *object) {
   return function;
 }
 
-// Has `watcher` drop its slots aimed at `watched` when that is destroyed. False when it could not be
-// arranged.
+// Makes `watcher` drop its slots for `watched` when `watched` is destroyed. False on failure.
 static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
   const ztObjectMethods *methods = objectTableOf(klass);
   ztSignal *destroyed = methods->addSignal(klass, watched, "destroyed", 1);
@@ -79,7 +78,7 @@ static bool watchDestruction(ztClass *klass, void *watched, void *watcher) {
 static bool linkEnds(ztClass *klass, void *sender, void *receiver) {
   if (!watchDestruction(klass, receiver, sender)) return false;
   if (watchDestruction(klass, sender, receiver)) return true;
-  // Half a link would stay behind in the receiver when the sender is gone.
+  // Without this, the receiver would keep a slot for the sender after the sender is destroyed.
   ztObject_disconnect(receiver, "destroyed", sender, destroyedSlotOf(sender));
   return false;
 }
@@ -102,8 +101,8 @@ static int32_t objectConnectionExist(ztClass *, const void *object, const char *
   return signal != nullptr && findSlot(signal->slots, receiver, function) != nullptr;
 }
 
-// Drops an object's slots that are aimed at one that goes; all but the one by which the object tells that one
-// of its own end, where that is still needed.
+// Drops an object's slots for a peer that is being destroyed. With `staysTied` keeps the slot that will tell
+// the peer of the object's own destruction.
 static void forgetPeer(void *object, void *peer, bool staysTied) {
   if (object == peer) return;
   const ztSignal *destroyed = staysTied ? findSignal(object, "destroyed") : nullptr;
@@ -117,7 +116,7 @@ static void forgetPeer(void *object, void *peer, bool staysTied) {
   }
 }
 
-// The record of an object's end that is under way.
+// The record of an object that is being destroyed.
 static Call *destructionOf(const void *object) {
   Call *destruction = nullptr;
   forEachCall([&](Call &call) {
@@ -131,7 +130,7 @@ static void objectDestroyed(ztObject &object, void *peer) {
   forgetPeer(&object, peer, destruction != nullptr && destruction->detail != 0);
 }
 
-// Has the peers that are in a map of "destroyed" forget the object.
+// Drops the slots for the object in all peers that its signal "destroyed" has.
 static void forgetPeers(void *object, const ztSignal *destroyed) {
   for (const ztMapItem *item : itemsOf(destroyed->slots)) {
     void *peer = slotOf(item)->receiver;
@@ -139,7 +138,7 @@ static void forgetPeers(void *object, const ztSignal *destroyed) {
   }
 }
 
-// The same for those among the receivers of a delivery that still live.
+// The same for the receivers of a delivery that are still alive.
 static void leaveReceivers(void *object, const Delivery &delivery) {
   if (callOf(delivery.mark) == nullptr) return;
   const CallTable *calls = thisThread.calls;
@@ -159,12 +158,12 @@ static bool callsHost(const Delivery &delivery) {
   return false;
 }
 
-// Tells every peer that the object goes. Where the signal does not reach them (it is blocked, was made
-// with too many arguments, or memory is exhausted), they forget the object all the same.
+// Tells every peer that the object is being destroyed. Peers that the signal does not reach (it is blocked, has
+// too many arguments, or memory is exhausted) also drop their slots for the object.
 //
-// A peer that was told drops its slots aimed at the object, which still has its own aimed at the peer. A slot
-// of a host's may release the peer before the object is at its end, or leave by an exception so that it does
-// not come to it: therefore the peer stays tied until then, and tells the object in its turn.
+// A peer that was told drops its slots for the object, but the object still has slots for the peer. A host's
+// slot may then release the peer, or leave by an exception. So the peer keeps its connection to the object
+// until the delivery is over: if it is destroyed before, it tells the object.
 ZT_OWN_FRAME static void announceDestruction(void *object, const ztSignal *destroyed) {
   Delivery delivery;
   if (!beginDelivery(&delivery, destroyed)) {

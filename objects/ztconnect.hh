@@ -1,4 +1,4 @@
-// Connections: the slots of an object's signals, and the ties by which each end forgets the other.
+// Connections: the slots of an object's signals, and their removal when either end is destroyed.
 #ifndef ZT_OBJECTS_ZTCONNECT_HH
 #define ZT_OBJECTS_ZTCONNECT_HH
 
@@ -6,11 +6,11 @@
 
 namespace ztcore {
 
-// Puts the methods of signals and connections into the table of ztObject.
+// Fills the slots of signals and connections in the method table of ztObject.
 void overrideConnections(ztObjectMethods *methods);
 
-// Has every object that is connected with one that is being destroyed forget it. What was not told when an
-// end was interrupted is not told any more: `again` is true then.
+// Removes an object that is being destroyed from all objects connected with it. `again`: an earlier destruction
+// was interrupted; peers that it did not tell are not told.
 void leavePeers(ztObject *object, bool again);
 
 }  // namespace ztcore

@@ -21,7 +21,7 @@ void ztcore::forgetReceiver(const void *object) {
   }
 }
 
-// Copies the slots of a map in its order; the place behind the last.
+// Copies the slots of a map in order; returns the position behind the last.
 static PendingSlot *collectSlots(const ztAvlTreeItem *item, PendingSlot *pending) {
   for (; item != nullptr; item = item->right) {
     pending = collectSlots(item->left, pending);
@@ -61,10 +61,10 @@ void ztcore::endDelivery(const Delivery &delivery) {
   }
 }
 
-// A signal with more arguments than any slot takes calls nothing.
+// Calls nothing for a signal with more arguments than any slot takes.
 static void callWithWord(void *receiver, ztSlotFunction function, uint32_t argumentCount, intptr_t first) {
   switch (argumentCount) {
-    case 0:  // ignored by what takes no argument, but needed by the slots of `connect` on "destroyed"
+    case 0:  // a function without arguments ignores it; the slots of `connect` on "destroyed" need it
     case 1:
       return function.call1(receiver, first);
     case 2:

@@ -7,7 +7,7 @@
 
 namespace ztcore {
 
-// The first argument of an emission: a word, or a double, which is passed in another register.
+// The first argument of an emission: a word, or a double, which uses another register.
 struct EmittedValue {
   explicit EmittedValue(intptr_t value) : word(value), number(0), isNumber(false) {}
   explicit EmittedValue(double value) : word(0), number(value), isNumber(true) {}
@@ -16,37 +16,37 @@ struct EmittedValue {
   bool isNumber;
 };
 
-// One delivery under way. It has copies of the slots, since the map changes under the hands of its slots.
+// A delivery under way. It copies the slots, because a slot that is called may change the map.
 struct Delivery {
   CallMark mark;
-  uint32_t first;  // among the pending slots
+  uint32_t first;  // its first pending slot
   uint32_t end;
 };
 
-// A slot takes no more arguments. A signal that was made with more calls nothing.
+// The largest number of arguments of a slot. A signal with more calls nothing.
 constexpr uint32_t mostArguments = 4;
 
 inline uint32_t argumentCountOf(const ztSignal *signal) {
   return signal->argumentCount & 0xff;
 }
 
-// An object's signal of that name. NULL when there is none, or no object.
+// An object's signal of that name. NULL when there is none, or for a NULL object.
 ztSignal *findSignal(const void *object, const char *name);
 
-// Emits a signal of a ztObject; the result is that of ztObject_emit.
+// Emits a signal of a ztObject; returns what ztObject_emit returns.
 int32_t emit(void *emitter, const char *signalName, EmittedValue value);
 
-// Announces a property change to the slots of the ztObject's signal "prop->signalname".
+// Emits the ztObject's signal "prop->signalname" after a property change.
 void notifyPropertyChange(void *object, EmittedValue value);
 
-// The parts of an emission, for one that has to know whom it reaches. To be begun in a frame of its own; false
-// when there is nothing to deliver, and without memory.
+// The steps of an emission, for a caller that needs to know the receivers. `beginDelivery` must be called in a
+// frame of its own. False when there is nothing to deliver or memory is exhausted.
 bool beginDelivery(Delivery *delivery, const ztSignal *signal);
-// False when it ended before its last slot.
+// False when it stopped before its last slot.
 bool deliver(const Delivery &delivery, void *emitter, const ztSignal *signal, const EmittedValue &value);
 void endDelivery(const Delivery &delivery);
 
-// Has no delivery call a receiver any more: it is being destroyed.
+// Removes a receiver that is being destroyed from all deliveries.
 void forgetReceiver(const void *object);
 
 }  // namespace ztcore

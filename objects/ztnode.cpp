@@ -6,10 +6,10 @@
 
 using namespace ztcore;
 
-// A node is on one list at a time, and it is known on whose: otherwise its end would leave a pointer
-// behind, and the end of two lists would release it twice.
+// A node is on one list at a time, and its holder is known. Otherwise a destroyed node would leave a pointer in
+// a list, and two destroyed lists would release it twice.
 
-// Who lists the nodes that are marked nodeHeld; for the nodes of all threads.
+// The holders of all nodes with the flag nodeHeld, in all threads.
 static PointerMap holders;
 
 static uint64_t keyOf(const ztRoot *node) {
@@ -38,7 +38,7 @@ void ztcore::forgetHolder(ztRoot *node) {
   node->flags &= ~(nodeHeld | nodeBeingDeleted);
 }
 
-// A release that goes up and down below another node has to notice when its way back is cut.
+// A walk that releases nodes below a common node must notice that its way back is broken.
 static void leavePath(ztRoot *node) {
   if (!(node->flags & nodeOnPath)) return;
   node->flags &= ~uint32_t{nodeOnPath};

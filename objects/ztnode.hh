@@ -1,4 +1,4 @@
-// A node and the one that holds it: the flags of nodes, their lists of children, and whose list a node is on.
+// Nodes and their holders: the flags of nodes, their lists of children, and which list a node is on.
 #ifndef ZT_OBJECTS_ZTNODE_HH
 #define ZT_OBJECTS_ZTNODE_HH
 
@@ -8,14 +8,14 @@
 
 namespace ztcore {
 
-// Further flags in the field `flags`.
+// Flags of nodes in the field `flags`.
 enum : uint32_t {
-  nodeBeingDestroyed = firstNodeFlag << 0,  // releases its children and takes no new ones
-  nodeHeld = firstNodeFlag << 1,            // held by one that is not its parent
-  nodeBeingDeleted = firstNodeFlag << 2,    // such a node while its deletion is being announced
-  nodeOnPath = firstNodeFlag << 3,          // another releases its children below this one
-  nodeAssignable = firstNodeFlag << 4,      // an assignment below it is known to have the stack that it needs
-  nodeSurveyed = firstNodeFlag << 5,        // what lies below it too deep for the stack was released
+  nodeBeingDestroyed = firstNodeFlag << 0,  // releases its children and accepts no new ones
+  nodeHeld = firstNodeFlag << 1,            // its holder is not its parent
+  nodeBeingDeleted = firstNodeFlag << 2,    // the signal "childDeleted" for it is being delivered
+  nodeOnPath = firstNodeFlag << 3,          // on the path of a walk that releases its children
+  nodeAssignable = firstNodeFlag << 4,      // a check found enough stack to assign what is below it
+  nodeSurveyed = firstNodeFlag << 5,        // nodes below it that are too deep for the stack were released
 };
 
 inline ztRoot *childOf(const ztListItem *item) {
@@ -26,20 +26,20 @@ inline ztListItem *firstChild(const ztRoot *node) {
   return node->children == nullptr ? nullptr : node->children->head;
 }
 
-// The one node that has this node among its children: its parent; or, for the child of a copy and
-// for a child whose deletion is being announced, a node that is not its parent. NULL for none.
+// The one node that has this node among its children, or NULL: its parent; for a child of a copy, or a child
+// whose deletion is being announced, another node.
 ztRoot *holderOf(const ztRoot *node);
 
-// Notes who holds a node that has no parent. False without memory.
+// Stores the holder of a node that has no parent. False when memory is exhausted.
 bool rememberHolder(ztRoot *node, ztRoot *holder);
 void forgetHolder(ztRoot *node);
 
-// Takes a child off the list of a node, which stays its holder.
+// Removes a child's item from the list of a node; the node stays its holder.
 void removeChildItem(const ztRoot *node, ztListItem *item);
-// The same for the first item of that child, NULL among them, if there is one.
+// The same for the first item of that child, which may be NULL.
 void removeChild(const ztRoot *node, const ztRoot *child);
 
-// Takes a node off the list that it is on, unannounced.
+// Removes a node from the list that it is on, without a signal.
 void takeOff(ztRoot *node);
 
 }  // namespace ztcore

@@ -8,7 +8,7 @@ using namespace ztcore;
 
 constexpr uint32_t makerShift = 16;
 
-// The maker is told from other threads where that is checked.
+// The thread is stored only when threads are checked.
 uint32_t ztcore::firstFlags() {
   return checksThreads ? numberOfThread() << makerShift : 0;
 }

@@ -1,4 +1,4 @@
-// What all modules of an object rest on: its flags, its class's table, the thread that made it.
+// The basis of an object's modules: its flags, its class's table, the thread that made it.
 #ifndef ZT_OBJECTS_ZTOBJBASE_HH
 #define ZT_OBJECTS_ZTOBJBASE_HH
 
@@ -6,14 +6,14 @@
 
 namespace ztcore {
 
-// What the field `flags` of a ztObject holds; in its upper half the number of the thread that made the object,
-// or 0. The flags of nodes are in ztnode.hh.
+// The field `flags` of a ztObject. Its upper half is the number of the thread that made the object, or 0.
+// ztnode.hh has the flags of nodes.
 enum : uint32_t {
-  objectBeingDestroyed = 1,  // set from the beginning of the object's destruction on
-  firstNodeFlag = 2,         // of those in the rest of the lower half
+  objectBeingDestroyed = 1,  // set when the destruction begins
+  firstNodeFlag = 2,         // the first flag of nodes, in the lower half
 };
 
-// Nothing connects to an object that is being destroyed, since nobody would take the connection away.
+// Nothing connects to an object that is being destroyed, because nobody would remove the connection.
 inline bool isBeingDestroyed(const void *object) {
   return (static_cast<const ztObject *>(object)->flags & objectBeingDestroyed) != 0;
 }
@@ -25,11 +25,10 @@ inline ztObjectMethods *objectTableOf(const ztClass *klass) {
 // The field `flags` of a new object.
 uint32_t firstFlags();
 
-// Logs, once, that a ztObject is used in another thread than the one that made it. NULL is no such object.
+// Logs, once, that a thread uses a ztObject that another thread made. Ignores NULL.
 void checkThread(const void *object, const char *use);
 
-// The object itself when it is a ztObject, and so has signals; else NULL. A property can be set on
-// behalf of anything.
+// The object itself if it is a ztObject, which has signals; else NULL. Properties may belong to any object.
 void *emitterOf(void *object);
 
 }  // namespace ztcore

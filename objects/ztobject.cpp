@@ -25,14 +25,14 @@ static void objectClassInit(ztClass *) {
 
 static void objectClassDestroy(void *) {}
 
-// Threads that use different objects share the word, and so do not write it without need.
+// Written only when necessary, because threads that use different objects share the word.
 static void clearReserved(const ztClass *klass) {
   void **reserved = &objectTableOf(klass)->reserved;
   if (__atomic_load_n(reserved, __ATOMIC_RELAXED) == nullptr) return;
   __atomic_store_n(reserved, nullptr, __ATOMIC_RELAXED);
 }
 
-// A copy begins without connections.
+// A copy has no connections.
 using ObjectParts = Parts<&ztBaseClass_table, PartNotCopied<&ztObject::signals, ztSignalMap_ctor>,
                           Part<&ztObject::dynamicProperties, ztPropertyMap_ctor>>;
 
@@ -50,11 +50,11 @@ static void *objectClone(const ztObject &object, void *target) {
   return copy;
 }
 
-// An end that was interrupted, by an exception out of a slot, is finished by the next one.
+// If an exception of a slot interrupts a destruction, the next one completes it.
 ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   const bool again = isBeingDestroyed(&object);
   if (again && object.signals == nullptr && object.dynamicProperties == nullptr) return;
-  // A slot of "destroyed" may end the emitter once more.
+  // A slot of "destroyed" may destroy the emitter again.
   if (again && isUnderWay(&object, CallKind::destruction)) return;
   ReleaseMark mark;
   beginRelease(&mark, CallKind::destruction, &object);

@@ -16,7 +16,7 @@ static int32_t createProperty(ztObject &object, const char *name, const char *ty
   if (type == nullptr || inherited == nullptr || object.dynamicProperties == nullptr) return 0;
   const int32_t index = sizeOfMap(inherited) + sizeOfMap(object.dynamicProperties);
   const auto *operations = static_cast<const ztPropertyTypeMethods *>(type->methodTable);
-  // Not every type of a host's needs to have storage.
+  // A host's type may have no storage.
   if (operations->allocDynamicProperty == nullptr) return 0;
   ztProperty property;
   const bool added = beginProperty(&property, name, type, index, object.klass->name) &&
@@ -46,7 +46,7 @@ static int32_t objectGetProperty(ztObject &object, const char *name, const char 
   return property == nullptr ? 0 : ztProperty_of(property)->getValue(property, &object, out);
 }
 
-// Stores the addresses of the map's properties from position `at` on; the position behind them.
+// Stores the addresses of the map's properties from index `at` on; returns the next index.
 static int32_t listProperties(void *array, const ztPropertyMap *map, int32_t at) {
   for (const ztMapItem *item : itemsOf(map)) {
     ztPropertyPtrArray_of(array)->setAt(array, item->value, at++);

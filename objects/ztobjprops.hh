@@ -1,4 +1,3 @@
-// The properties of an object, static and dynamic.
 #ifndef ZT_OBJECTS_ZTOBJPROPS_HH
 #define ZT_OBJECTS_ZTOBJPROPS_HH
 
@@ -6,7 +5,7 @@
 
 namespace ztcore {
 
-// Puts the methods that read, write and list properties into the table of ztObject.
+// Fills the slots that read, write and list properties in the method table of ztObject.
 void overrideProperties(ztObjectMethods *methods);
 
 }  // namespace ztcore

@@ -59,14 +59,14 @@ static void *propertyClone(const ztProperty &property, void *target) {
   copy->valuePointer = nullptr;
   copy->valueSize = 0;
   if (property.type == nullptr || !propertyIsDynamic(property)) return copy;
-  // Storage of a plain kind begins with its value, that of the string kind is the string: both are what a
-  // new property is given as its initial value.
+  // The storage of a plain kind begins with its value; that of the string kind is the string. Both serve as the
+  // initial value of a new property.
   const ztPropertyTypeMethods *operations = operationsOf(*copy);
   const bool hasValue = operations->allocDynamicProperty(copy->type, copy, property.valuePointer) != nullptr;
   return hasValue ? copy : PropertyParts::undo(*copy);
 }
 
-// Not through method: in there the word would be a variable, whose address has the compiler guard the stack.
+// Not through `method`: the word would become a variable whose address is taken, which adds a stack guard.
 static int32_t propertySetValue(void *object, void *owner, ztWord value) {
   if (object == nullptr) return 0;
   const auto &property = *static_cast<const ztProperty *>(object);
@@ -99,7 +99,7 @@ bool ztcore::beginProperty(ztProperty *property, const char *name, ztClass *type
 
 uint32_t ztcore::lostDeclarations;
 
-// Only read and changed under the engine's lock.
+// Guarded by engineLock.
 static ztPropertyTypeMap *propertyTypes;
 
 static ztPropertyTypeMap *typeMap() {
@@ -126,7 +126,7 @@ ztClass *ztcore::propertyTypeOf(const char *typeName) {
 
 void ztcore::forgetPropertyType(const ztClass *klass) {
   const Locked locked(engineLock, Locked::hostsCode);
-  // A type is known under the name of its class.
+  // A type is stored under the name of its class.
   if (findByName(propertyTypes, klass->name) != klass) return;
   const BorrowedText key(klass->name);
   ztPropertyTypeMap_of(propertyTypes)->pop(propertyTypes, key.get());
@@ -137,7 +137,7 @@ static int32_t propertyRegisterNewType(const void *, const char *typeClassName) 
   const Locked locked(engineLock, Locked::hostsCode);
   if (propertyGetPropertyTypeClass(nullptr, typeClassName) != nullptr) return 0;
   ztClass *type = ztOOP_findClass(typeClassName);
-  // Not put in, so that a class that is registered later can still become known under its name.
+  // Not stored, so that a class that is registered later can be stored under this name.
   if (type == nullptr || !ztOOP_isClassOfClass(type, "ztPropertyType")) return 1;
   if (insertByName(typeMap(), typeClassName, type) != nullptr) return 1;
   ++lostDeclarations;

@@ -10,10 +10,8 @@
 #include "io/ztstring.h"
 #include "objects/ztproptype.h"
 
-/**
- * Fields of ztProperty. A static property is declared once for a class and has a getter and a setter,
- * either of which may be missing; a dynamic one belongs to one object and has storage.
- */
+/** Fields of ztProperty. A static property is declared once for a class and has a getter and a setter, each of
+ *  which may be missing; a dynamic one belongs to one object and has storage. */
 #define ztProperty_FIELDS                                                                       \
   ztBaseClass_FIELDS                                                                            \
   int32_t index;            /* order of creation within its owner */                            \
@@ -21,18 +19,18 @@
   ztClass *type;            /* the property type */                                             \
   ztGetter getter;          /* may be NULL */                                                   \
   ztSetter setter;          /* may be NULL */                                                   \
-  void *userWord;           /* the host's; copied with the property */                          \
+  void *userWord;           /* of the host; copied with the property */                         \
   ztString *signalName;     /* as declared; owned */                                            \
-  char ownerClassName[104]; /* the class that declared or created it, cut to 103 */             \
+  char ownerClassName[104]; /* the class that declared or created it, cut to 103 characters */  \
   void *valuePointer;       /* storage of a dynamic property; owned while valueSize is not 0 */ \
   uint32_t valueSize;       /* 0 for a static property */
 
 /**
  * The methods of a property, in slot order.
  *
- *  - `setValue`: writes the value in the word through the property's type, which notifies the object's
- *    slots. The word of a "ztFloat" is made with ztWordOfDouble(), that of a "ztString" is the address
- *    of a ztString. Always 1.
+ *  - `setValue`: writes the value in the word through the property's type, which notifies the object's slots.
+ *    ztWordOfDouble() makes the word of a "ztFloat"; that of a "ztString" is the address of a ztString. Always
+ *    1.
  *  - `getValue`: reads the value into @c out, which is as wide as the kind. Always 1.
  *  - `getType`: the name of the type.
  *  - `isDynamic`: 1 when the property has storage of its own, else 0.
@@ -47,14 +45,14 @@
 /**
  * The class functions of ztProperty, from class slot 10 on.
  *
- *  - `registerNewType(NULL, typeClassName)`: makes a registered property type, "ztBoolPropertyType"
- *    say, known to declarations. 1 when the name was not known before, else 0; 0 also for NULL and when
- *    memory is exhausted. The result does not tell whether the name is known now: a class that is not
- *    registered, or is no ztPropertyType, does not become known. `getPropertyTypeClass` tells.
+ *  - `registerNewType(NULL, typeClassName)`: makes a registered property type, for example
+ *    "ztBoolPropertyType", known to declarations. 1 when the name was unknown before; 0 otherwise, for NULL and
+ *    when memory is exhausted. The result does not tell whether the name is known now: a class that is not
+ *    registered, or is no ztPropertyType, stays unknown. Ask `getPropertyTypeClass`.
  *  - `getPropertyTypeClass(NULL, typeClassName)`: the property type known under that name, or NULL.
  *
- * A host registers a type before it declares or sets properties of it; "ztIntPropertyType" and, with
- * ztRoot, "ztCharPtrPropertyType" are there by themselves.
+ * A host registers a type before it declares or sets properties of it. "ztIntPropertyType" and, with ztRoot,
+ * "ztCharPtrPropertyType" are registered by the library.
  */
 #define ztProperty_FUNCTIONS                                                  \
   int32_t (*registerNewType)(const void *ignored, const char *typeClassName); \
@@ -71,7 +69,7 @@ ZT_DECLARE_CLASS(ztPropertyMap)
 
 #define ztPropertyPtrArray_FIELDS ztArray_FIELDS
 #define ztPropertyPtrArray_METHODS ztArray_METHODS
-/** An array of pointers to properties, which it neither copies nor owns. */
+/** An array of pointers to properties; it neither copies nor owns them. */
 ZT_DECLARE_CLASS(ztPropertyPtrArray)
 
 #define ztPropertyTypeMap_FIELDS ztMap_FIELDS
@@ -83,7 +81,7 @@ ZT_BEGIN_C
 
 /** Compares two keys of a ztPropertyMap, ztString objects. @return 0, 1 or -1 */
 ZT_API int32_t ztPropertyMap_compare_func(const void *first, const void *second);
-/** The same; the form that takes the elements themselves. */
+/** The same for the elements themselves. */
 ZT_API int32_t ztPropertyMap_compare_func_ptr(const void *first, const void *second);
 
 /** Compares the pointers stored at two addresses. @return 0, 1 or -1 */
@@ -93,7 +91,7 @@ ZT_API int32_t ztPropertyPtrArray_compare_func_ptr(const void *first, const void
 
 /** Compares two keys of a ztPropertyTypeMap, ztString objects. @return 0, 1 or -1 */
 ZT_API int32_t ztPropertyTypeMap_key_compare_func(const void *first, const void *second);
-/** The same; the form that takes the elements themselves. */
+/** The same for the elements themselves. */
 ZT_API int32_t ztPropertyTypeMap_key_compare_func_ptr(const void *first, const void *second);
 
 /** Compares the descriptor pointers stored at two addresses. @return 0, 1 or -1 */

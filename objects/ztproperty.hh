@@ -1,4 +1,4 @@
-// What declarations need: a property in the making, and the property types that are known.
+// For declarations: new properties and the known property types.
 #ifndef ZT_OBJECTS_ZTPROPERTY_HH
 #define ZT_OBJECTS_ZTPROPERTY_HH
 
@@ -6,21 +6,21 @@
 
 namespace ztcore {
 
-// Begins a property in the caller's memory; it is to be destroyed whatever the result.
+// Initialises a property in the caller's memory; the caller destroys it whatever the result.
 bool beginProperty(ztProperty *property, const char *name, ztClass *type, int32_t index,
                    const char *ownerClassName);
 
-// The class of a type by the name that declarations have for it, "ztInt" say. NULL for one that is not known.
+// The class of a type by its name in declarations, for example "ztInt". NULL when it is unknown.
 ztClass *propertyTypeOf(const char *typeName);
 
-// Raised, under the engine's lock, when a declaration is lost for want of memory: the static properties that
-// are being declared are declared anew later.
+// Incremented, under engineLock, when memory is exhausted during a declaration: the static properties that are
+// being declared are declared again later.
 extern uint32_t lostDeclarations;
 
-// Releases the map of types; it is made again when a type is registered.
+// Releases the map of types; the next registration of a type makes a new one.
 void releasePropertyTypes();
 
-// Takes a class whose code is about to be unloaded out of that map.
+// Removes a class whose code is about to be unloaded from the map of types.
 void forgetPropertyType(const ztClass *klass);
 
 }  // namespace ztcore

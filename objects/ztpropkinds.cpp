@@ -10,12 +10,12 @@
 
 using namespace ztcore;
 
-// Six kinds keep a plain value and differ only in how it is read, handed to a setter and named; one
-// set of operations serves them. The string kind stands by itself.
+// Six kinds store a plain value and differ only in how it is read, passed to a setter and named: they share one
+// set of operations. The string kind has its own.
 
 namespace {
 
-// As method, for operations that take the property behind the class of its type.
+// Like `method`, for operations whose property follows the class of its type.
 template <auto operation>
 struct OnProperty;
 
@@ -115,7 +115,7 @@ struct PlainOperations {
     if (word == nullptr) return 0;
     Value value;
     memcpy(&value, word, sizeof value);
-    // A setter may destroy the object, and the property with it.
+    // A setter may destroy the object and its property.
     ObjectWatch emitter(emitterOf(owner));
     if (property.setter.setInt != nullptr) {
       K::set(property, owner, value);
@@ -169,7 +169,7 @@ struct StringOperations {
 
   static ztWord setValue(ztProperty &property, void *owner, const ztWord *word) {
     if (word == nullptr) return 0;
-    // Read first, since the setter may change the word.
+    // Read first, because the setter may change the word.
     const ztWord value = *word;
     auto *source = reinterpret_cast<void *>(value);
     ObjectWatch emitter(emitterOf(owner));
@@ -196,7 +196,7 @@ struct StringOperations {
     return string;
   }
 
-  // Leaves the pointer: a size of 0 alone tells that there is no string any more.
+  // The pointer stays: only the size of 0 tells that there is no string.
   static void freeDynamicProperty(ztProperty &property) {
     if (property.valueSize == 0) return;
     property.valueSize = 0;

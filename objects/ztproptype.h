@@ -1,8 +1,7 @@
 /**
  * @file ztproptype.h
- * Property types: classes whose operations know how to read, write, allocate and free one kind of
- * value. A property type is never instantiated for use; its operations take its class descriptor where
- * others take an object.
+ * Property types: classes whose operations read, write, allocate and free one kind of value. No objects of a
+ * property type are used; its operations take its class descriptor in place of an object.
  */
 #ifndef ZT_OBJECTS_ZTPROPTYPE_H
 #define ZT_OBJECTS_ZTPROPTYPE_H
@@ -11,15 +10,13 @@
 
 ZT_BEGIN_C
 
-/** A value of any property type in one word: the value itself for the integer, character, boolean and
- *  pointer kinds (smaller ones sign-extended), the bit pattern for a double. */
+/** A value of any property type in one word: the value itself for the integer, character, boolean and pointer
+ *  kinds (smaller ones sign-extended), the bit pattern for a double. */
 typedef intptr_t ztWord;
 
-/**
- * How a static property reads its value from the object. Use the member of the property's kind:
- * `(ztGetter){.getInt = function}`, or `{NULL}` for none. The forms that end in `Of` receive the
- * property (a ztProperty) too, for one function that serves several properties.
- */
+/** The function that reads a static property's value from the object. Use the member of the property's kind:
+ *  `(ztGetter){.getInt = function}`, or `{NULL}` for none. The forms that end in `Of` also receive the property
+ *  (a ztProperty), so that one function can serve several properties. */
 typedef union ztGetter {
   int32_t (*getInt)(const void *object);                              /**< "ztInt" and "ztBool" */
   signed char (*getChar)(const void *object);                         /**< "ztChar" */
@@ -32,7 +29,7 @@ typedef union ztGetter {
   void *(*getPointerOf)(const void *object, const void *property);    /**< see getPointer */
 } ztGetter;
 
-/** How a static property writes a value into the object; as ztGetter. */
+/** The function that writes a static property's value into the object; see ztGetter. */
 typedef union ztSetter {
   void (*setInt)(void *object, int32_t value);          /**< "ztInt", "ztBool", "ztChar" */
   void (*setFloat)(void *object, double value);         /**< "ztFloat" */
@@ -42,7 +39,7 @@ typedef union ztSetter {
                                                               holds the ztString */
 } ztSetter;
 
-/** @return the word that holds a double, for the value of a "ztFloat" property */
+/** @return the word that holds a double, for a "ztFloat" property */
 static inline ztWord ztWordOfDouble(double value) {
   union {
     double value;
@@ -58,19 +55,16 @@ ZT_END_C
 #define ztPropertyType_FIELDS ztBaseClass_FIELDS
 
 /**
- * The operations of a property type, in slot order. `property` is a ztProperty, `object` the ztObject
- * that it belongs to.
+ * The operations of a property type, in slot order. `property` is a ztProperty, `object` its ztObject.
  *
- *  - `getValue`: the property's value, by its getter or from its storage. Stored in @c out, as wide as
- *    the kind, unless that is NULL, and returned as a word. Without getter and storage @c out stays as
- *    it is and the result is 0.
- *  - `setValue`: takes the value from the word at @c word, hands it to the setter or stores it, and
- *    notifies the slots of the object's signal "prop->signalname", whatever signal name the property
- *    was declared with. The value as a word.
- *  - `allocDynamicProperty`: gives the property storage of its own that holds a copy of the value at
- *    @c initial (a ztString for "ztString"; zero or the empty text for NULL). The storage, owned by
- *    the property, or NULL.
- *  - `freeDynamicProperty`: releases that storage.
+ *  - `getValue`: reads the property's value by its getter or from its storage, stores it in @c out, as wide as
+ *    the kind, unless that is NULL, and returns it as a word. Without getter and storage returns 0 and leaves
+ *    @c out.
+ *  - `setValue`: passes the value in the word at @c word to the setter or stores it, and notifies the slots of
+ *    the object's signal "prop->signalname", whatever signal name was declared. Returns the value as a word.
+ *  - `allocDynamicProperty`: allocates the property's own storage with a copy of the value at @c initial (a
+ *    ztString for "ztString"; zero or the empty text for NULL). Returns the property's storage, or NULL.
+ *  - `freeDynamicProperty`: frees that storage.
  *  - `getType`: the name of the kind.
  *
  * The first two are abstract in ztPropertyType, the others empty.
@@ -118,8 +112,8 @@ ZT_DECLARE_CLASS(ztVoidPtrPropertyType)
 
 #define ztStringPropertyType_FIELDS ztPropertyType_FIELDS
 #define ztStringPropertyType_METHODS ztPropertyType_METHODS
-/** Declared with "ztString": a ztString. Storage is a string of the property's own; `getValue` gives
- *  that string itself, `setValue` assigns to it from the ztString that the word holds. */
+/** Declared with "ztString": a ztString. The property owns a string as its storage; `getValue` returns that
+ *  string, `setValue` assigns the ztString in the word to it. */
 ZT_DECLARE_CLASS(ztStringPropertyType)
 
 #endif

@@ -56,15 +56,15 @@ static void *rootGetParent(const ztRoot &node) {
 
 static bool attach(ztRoot *node, ztRoot *parent) {
   if (parent->children == nullptr || ((node->flags | parent->flags) & nodeBeingDestroyed)) return false;
-  // Asked for ahead of all changes, since a host's own may not return.
+  // Called before any change, because a host's `getUid` may not return.
   const int32_t parentUid = ztRoot_of(parent)->getUid(parent);
-  // A copied child of the parent's keeps its place.
+  // A copied child of the parent keeps its position.
   const bool isHeld = holderOf(node) == parent && !(node->flags & nodeBeingDeleted);
   if (isHeld) {
     forgetHolder(node);
   } else {
     if (ztRootPtrList_of(parent->children)->pushBack(parent->children, node) == nullptr) return false;
-    // When the parent lists the node twice now, it is the earlier place that goes.
+    // If the parent now lists the node twice, this removes the earlier item.
     takeOff(node);
   }
   node->parent = parent;
@@ -73,20 +73,19 @@ static bool attach(ztRoot *node, ztRoot *parent) {
   return true;
 }
 
-// False when a slot of "childDeleted" ended the node.
+// False when a slot of "childDeleted" destroyed the node.
 static bool leaveParent(ztRoot *node, void *parent) {
   ztRoot_of(node)->ref(node);
   ObjectWatch watch(node);
   ztRoot_of(parent)->deleteChild(parent, node);
   if (!watch.isAlive()) return false;
-  // Among equal identifiers it was another child that went, and a slot may have attached this one.
+  // With equal identifiers another child was deleted, and a slot may have attached this node.
   takeOff(node);
   node->parentUid = 0;
   return true;
 }
 
 static bool isBelow(const ztRoot *parent, const ztRoot *node) {
-  // Without children, only the node itself is below it.
   return firstChild(node) == nullptr ? parent == node : isWithinTree(parent, node);
 }
 
@@ -105,7 +104,7 @@ static int32_t rootSetParent(ztRoot &node, void *newParent) {
 
 static void rootUpdate(void *) {}
 
-// Direct children at any level of the walk, and what lies below the last child of each.
+// Finds direct children on each level; of the searches below them only the last one counts.
 static void *searchBelow(const ztRoot *node, int32_t uid) {
   if (node == nullptr) return nullptr;
   void *found = nullptr;
@@ -117,8 +116,8 @@ static void *searchBelow(const ztRoot *node, int32_t uid) {
   return found;
 }
 
-// The search begins above the top of the tree, where there is no node, and so finds nothing: no child is refused
-// because its identifier is in the tree already. All that a host can notice are the calls of its `getParent`.
+// The search starts above the root of the tree, so it finds nothing: a child is never refused because its
+// identifier is already in the tree. A host can only observe the calls of its `getParent`.
 static void *rootFindChildById(const void *object, int32_t uid) {
   const void *top = object;
   while (top != nullptr && ztRoot_of(top)->getParent != method<rootGetParent>)
@@ -126,7 +125,7 @@ static void *rootFindChildById(const void *object, int32_t uid) {
   return searchBelow(nullptr, uid);
 }
 
-// A class's nodes may be announced by several threads at once.
+// Atomic, because several threads may emit signals of nodes of one class.
 static void clearWord(void *&word) {
   __atomic_store_n(&word, nullptr, __ATOMIC_RELAXED);
 }
@@ -168,11 +167,11 @@ static void rootDeleteChild(ztRoot &node, void *given) {
   if (rememberHolder(child, &node)) {
     child->flags |= nodeBeingDeleted;
   } else {
-    removeChildItem(&node, item);  // without memory it goes first
+    removeChildItem(&node, item);  // removed before the signal when memory is exhausted
   }
   ObjectWatch watch(child);
   emitChild(node, "childDeleted", child);
-  // A slot may have deleted, attached or ended it already, or ended the node.
+  // A slot may have deleted, attached or destroyed the child, or destroyed the node.
   if (watch.isAlive() && (child->flags & nodeBeingDeleted)) takeOff(child);
 }
 
@@ -216,7 +215,7 @@ static int32_t rootInitProperties(ztClass *klass) {
 // Life of a node ----------------------------------------------------------------------------------
 
 static void nameNode(ztRoot *node) {
-  static uint32_t created;  // one count for the nodes of all classes and threads
+  static uint32_t created;  // counts the nodes of all classes and threads
   const uint32_t number = __atomic_fetch_add(&created, 1, __ATOMIC_RELAXED);
   char name[sizeof(ztClassEntry::name) + 16];
   snprintf(name, sizeof name, "%s_%d", node->klass->name, static_cast<int32_t>(number));
@@ -252,7 +251,7 @@ static int32_t rootAssign(ztRoot &node, const void *other) {
 
 static void rootDestroy(ztRoot &node) {
   node.flags |= nodeBeingDestroyed;
-  takeOff(&node);  // released by its maker while it is attached
+  takeOff(&node);  // its maker may release it while it is attached
   releaseChildren(&node);
   releasePart(node.children);
   copyText(node.name, "");

@@ -11,7 +11,7 @@ using namespace ztcore;
 
 ZT_PIN_CLASS(ztSignal, 40, 16);
 
-// A signal that is on its way into an object's map has no slot map yet.
+// A signal that is not yet in an object's map has no slot map.
 using SignalParts = Parts<&ztBaseClass_table, Part<&ztSignal::name, ztString_ctor>, Part<&ztSignal::slots>>;
 
 static int32_t signalCreate(ztSignal &signal) {
@@ -38,7 +38,6 @@ static void signalDestroy(ztSignal &signal) {
 static void signalMethods(ztSignalMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, method<signalCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, method<signalClone>);
-  // A signal keeps its name and its slots.
   ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, method<signalDestroy>);
 }

@@ -1,6 +1,6 @@
 /**
  * @file ztsignal.h
- * ztSignal, what slots are connected to, and the map of an object's signals.
+ * ztSignal, to which slots are connected, and the map of an object's signals.
  */
 #ifndef ZT_OBJECTS_ZTSIGNAL_H
 #define ZT_OBJECTS_ZTSIGNAL_H
@@ -13,7 +13,7 @@
   struct ztString *name;  /* owned */                                                            \
   ztSlotMap *slots;       /* by receiver, newest first for one receiver; owned; NULL at first */ \
   uint32_t argumentCount; /* 0 to 4 arguments besides the receiver; only the low byte counts */  \
-  uint32_t blocked;       /* not 0: nothing is delivered */
+  uint32_t blocked;       /* not 0: no slot is called */
 
 /** ztSignal adds no methods; `assign` is the base's, which copies nothing. */
 #define ztSignal_METHODS ztBaseClass_METHODS
@@ -30,7 +30,7 @@ ZT_BEGIN_C
 
 /** Compares two keys of a ztSignalMap, ztString objects. @return 0, 1 or -1 */
 ZT_API int32_t ztSignalMap_compare_func(const void *first, const void *second);
-/** The same; the form that takes the elements themselves. */
+/** The same for the elements themselves. */
 ZT_API int32_t ztSignalMap_compare_func_ptr(const void *first, const void *second);
 
 ZT_END_C

@@ -26,7 +26,6 @@ static void *slotClone(const ztSlot &slot, void *target) {
 static void slotMethods(ztSlotMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, method<slotCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, method<slotClone>);
-  // A slot is not assigned, only replaced.
   ZT_CALL_PARENT_ONLY(methods, ztBaseClass, assign);
   ZT_OVERRIDE_METHOD(methods, destroy, method<SlotParts::destroy<ztSlot>>);
 }
@@ -44,7 +43,7 @@ static int32_t slotMapCreate(void *object) {
   return 1;
 }
 
-// Hosts may take slots out of a signal's map themselves, also during a delivery.
+// Hosts may remove slots from a signal's map, also during a delivery.
 static void slotMapDeleteItem(void *object, void *item) {
   ztMap_table()->deleteItem(object, item);
   if (thisThread.calls != nullptr) ++thisThread.calls->removals;

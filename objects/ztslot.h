@@ -10,10 +10,8 @@
 
 ZT_BEGIN_C
 
-/**
- * What a slot calls: `(ztSlotFunction){.call1 = function}`. Use the member that fits the argument
- * count of the signal and the kind of its first argument; the further arguments are always 0.
- */
+/** The function of a slot: `(ztSlotFunction){.call1 = function}`. Use the member for the signal's argument
+ *  count and the kind of its first argument; the further arguments are always 0. */
 typedef union ztSlotFunction {
   void (*call0)(void *receiver);                                                  /**< no argument */
   void (*call1)(void *receiver, intptr_t first);                                  /**< one argument */
@@ -36,7 +34,7 @@ ZT_END_C
   ztBaseClass_FIELDS                                   \
   ztString *name;          /* owned */                 \
   void *receiver;          /* a ztObject; not owned */ \
-  ztSlotFunction function; /* what is called, with the receiver */
+  ztSlotFunction function; /* called with the receiver */
 
 /** ztSlot adds no methods; `assign` is the base's, which copies nothing. */
 #define ztSlot_METHODS ztBaseClass_METHODS
@@ -46,7 +44,7 @@ ZT_DECLARE_CLASS(ztSlot)
 
 #define ztSlotMap_FIELDS ztMap_FIELDS
 #define ztSlotMap_METHODS ztMap_METHODS
-/** A map from receivers, by pointer, to slots (ztSlot), of which it keeps copies. */
+/** A map from receivers, by pointer, to copies of slots (ztSlot). */
 ZT_DECLARE_CLASS(ztSlotMap)
 
 ZT_BEGIN_C
@@ -58,7 +56,7 @@ ZT_API int32_t ztSlotMap_key_compare_func_ptr(const void *first, const void *sec
 
 /** Compares two ztSlot objects by their receivers, then by their functions. @return 0, 1 or -1 */
 ZT_API int32_t ztSlotMap_value_compare_func(const void *first, const void *second);
-/** The same; the form that takes the elements themselves. */
+/** The same for the elements themselves. */
 ZT_API int32_t ztSlotMap_value_compare_func_ptr(const void *first, const void *second);
 
 ZT_END_C

@@ -26,7 +26,7 @@ class ReceiverSlots {
   ReceiverSlots(const ReceiverSlots &) = delete;
   ReceiverSlots &operator=(const ReceiverSlots &) = delete;
 
-  // The current item; NULL behind the last.
+  // NULL behind the last.
   ztMapItem *item() const {
     return current != nullptr && current->data == receiver ? current : nullptr;
   }
@@ -35,8 +35,8 @@ class ReceiverSlots {
   }
 
  private:
-  // Places the iterator on the first item that does not sort before the receiver: the last one on the
-  // way down at which the way turned left.
+  // Sets the iterator to the first item that does not sort before the receiver: the last item on the way down
+  // from which the search went left.
   void start(const ztAvlTree *tree) {
     walk.tree = tree;
     uint32_t depth = 0;
@@ -76,13 +76,12 @@ ztMapItem *ztcore::findSlot(const ztSlotMap *slots, const void *receiver, ztSlot
 void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
-  // Items move when one is removed, so each is looked up anew.
-  // A map of a host's that takes nothing out ends it.
+  // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item.
   while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
   }
 }
 
-// Moves the slot of the current item into the item `last`, and those on the way one place back.
+// Moves the slot of the current item into the item `last`, and those between one item back.
 static void moveLater(ReceiverSlots &walk, const void *last) {
   for (ztMapItem *item = walk.item(); item != last; item = walk.item()) {
     walk.next();
@@ -90,7 +89,7 @@ static void moveLater(ReceiverSlots &walk, const void *last) {
   }
 }
 
-// Moves the slot of the item `last` into the current item, and those on the way one place on.
+// Moves the slot of the item `last` into the current item, and those between one item on.
 static void moveEarlier(ReceiverSlots &walk, const ztMapItem *last) {
   void *carried = last->value;
   for (;; walk.next()) {
@@ -105,9 +104,9 @@ static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *it
   return walk.item() != nullptr;
 }
 
-// `pop` removes the item that `find` meets first. The unwanted slot is brought into that item, and the
-// slots between the two move by one place each, so that the others stay in order. In a map that a host gave
-// another order it may meet none of the receiver's: then none goes.
+// `pop` removes the item that `find` returns. So the unwanted slot is moved into that item, and the slots
+// between move by one item each, which keeps their order. In a map with a host's own order, `find` may return
+// none of the receiver's items: then nothing is removed.
 bool ztcore::removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
   const void *first = ztSlotMap_of(slots)->find(slots, receiver);
   if (!isAmong(slots, receiver, first)) return false;

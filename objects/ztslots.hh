@@ -1,4 +1,4 @@
-// The set of a signal's slots, in which a receiver may have several.
+// The set of a signal's slots; a receiver may have several.
 #ifndef ZT_OBJECTS_ZTSLOTS_HH
 #define ZT_OBJECTS_ZTSLOTS_HH
 
@@ -14,16 +14,16 @@ inline bool isSameSlot(ztSlotFunction one, ztSlotFunction other) {
   return one.call0 == other.call0;
 }
 
-// The item of a receiver's slot with that function. NULL when there is none, or no set.
+// The item of a receiver's slot with that function. NULL when there is none, or for a NULL set.
 ztMapItem *findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function);
 
-// Takes out one slot of a receiver, by its item. False when the set keeps it.
+// Removes one slot of a receiver, by its item. False when the set keeps it.
 bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted);
 
-// Takes out all slots of a receiver. NULL is no set.
+// Removes all slots of a receiver. Ignores a NULL set.
 void removeReceiver(ztSlotMap *slots, const void *receiver);
 
-// The same, but for those with one function.
+// The same except for slots with one function.
 void removeReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept);
 
 }  // namespace ztcore

@@ -14,12 +14,12 @@ using namespace ztcore;
 
 namespace {
 
-// A class that has a map of static properties. A map is made for a class that is registered, and for an
-// ancestor that is not; the latter's is released with the library only.
+// A class with a map of static properties. Registered classes get a map, and so do their ancestors that are not
+// registered; an ancestor's is released only with the library.
 struct StaticMapOwner {
   ztClass *klass;
-  bool complete;           // other threads may read the map without a lock, so it does not change any more
-  ztPropertyMap *retired;  // a map that it had, which others may read; NULL: the one that it has is meant
+  bool complete;           // does not change any more: other threads may read the map without a lock
+  ztPropertyMap *retired;  // a replaced map that other threads may read; NULL for the current map
   StaticMapOwner *next;
 };
 
@@ -27,7 +27,7 @@ struct StaticMapOwner {
 
 static StaticMapOwner *staticMapOwners;
 
-// Maps that are being built. While there are any, threads that want one of a class's wait for the lock.
+// The number of maps that are being built. Until it is 0, other threads wait for the lock to read any map.
 static uint32_t mapsBeingBuilt;
 
 static ztPropertyMap *publishedMap(const ztClass *klass) {
@@ -42,7 +42,7 @@ static ztPropertyMap *mapOf(const StaticMapOwner *owner) {
   return owner->retired != nullptr ? owner->retired : publishedMap(owner->klass);
 }
 
-// Takes an owner off the list, with its map.
+// Removes an owner from the list and releases its map.
 static void releaseOwner(StaticMapOwner **at) {
   StaticMapOwner *owner = *at;
   ztPropertyMap *map = mapOf(owner);
@@ -64,7 +64,7 @@ static void releaseStaticMaps(ztClass *klass) {
   }
 }
 
-// Where a class stands in the list for the map that it has; at the end when it has none.
+// The list position of a class's current map; the end of the list when it has none.
 static StaticMapOwner **ownerOf(const ztClass *klass) {
   StaticMapOwner **at = &staticMapOwners;
   while (*at != nullptr && ((*at)->klass != klass || (*at)->retired != nullptr)) at = &(*at)->next;
@@ -97,7 +97,7 @@ void ztcore::forgetStaticProperties(const ztClass *klass) {
   }
 }
 
-// Other threads may be reading a map that is replaced.
+// Keeps the old map, because other threads may be reading it.
 static void retireMap(ztClass *klass) {
   StaticMapOwner *owner = *ownerOf(klass);
   if (owner == nullptr) return;
@@ -108,7 +108,7 @@ static void retireMap(ztClass *klass) {
   }
 }
 
-// Gives a class a map, which it takes over, in place of the one it has.
+// Replaces the map of a class and takes ownership of the new one.
 static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
   auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
   if (owner == nullptr || map == nullptr) {
@@ -131,8 +131,8 @@ static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors
   }
 }
 
-// An ancestor's map that is missing is made whole, with what it inherits itself: its properties then
-// have the indices that they would have had, had an object of the ancestor been made before.
+// Builds a missing map of an ancestor with all its own ancestors' properties. So its properties get the same
+// indices as if an object of the ancestor had been made before.
 static void fillStaticMap(ztClass *klass) {
   for (ztClass *ancestor = klass->parent; ztOOP_isClassOfClass(ancestor, "ztObject");
        ancestor = ancestor->parent) {
@@ -150,8 +150,8 @@ static void completeMap(const ztClass *klass, bool lacksSomething) {
   if (lacksSomething) releaseOwner(owner);
 }
 
-// The class has its map from the beginning on, for its `initProperties` to find. One that lacks something in
-// the end is taken back, and made again when it is next needed.
+// The map is published first, because `initProperties` looks it up. An incomplete map is removed at the end and
+// built again on its next use.
 static void buildStaticMap(ztClass *klass) {
   const Locked locked(engineLock, Locked::hostsCode);
   const uint32_t lostBefore = lostDeclarations;
@@ -167,7 +167,7 @@ static void buildStaticMap(ztClass *klass) {
 
 ztPropertyMap *ztcore::staticMapOf(ztClass *klass) {
   ztPropertyMap *map = publishedMap(klass);
-  // In this order: a map that is not complete was put there after the count was raised.
+  // In this order: the counter is incremented before an incomplete map is published.
   if (map != nullptr && __atomic_load_n(&mapsBeingBuilt, __ATOMIC_ACQUIRE) == 0) return map;
   const Locked locked(engineLock, Locked::hostsCode);
   if (publishedMap(klass) == nullptr) buildStaticMap(klass);
@@ -180,7 +180,7 @@ static void objectClassInstanceCreate(ztClass *klass) {
 
 // Declaring ---------------------------------------------------------------------------------------
 
-// Adds a property to a class's map; to a copy of it, where other threads may be reading it.
+// Adds a property to a class's map, or to a copy of it if other threads may be reading the map.
 static bool insertStatic(ztClass *klass, ztPropertyMap *map, const CopyableText &name,
                          const ztProperty &property) {
   const StaticMapOwner *owner = *ownerOf(klass);
@@ -197,7 +197,7 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
                                  ztSetter setter, void *userWord, const char *signalName) {
   if (klass == nullptr || name == nullptr) return 0;
   const Locked locked(engineLock, Locked::hostsCode);
-  // First of all: the first declaration ever has the string class registered ahead of the types.
+  // Must be first: the first declaration of all registers the string class before the types.
   const CopyableText key(name);
   ztPropertyMap *map = staticMapOf(klass);
   ztClass *type = propertyTypeOf(typeName);

@@ -1,4 +1,4 @@
-// What the maps that are keyed by name have in common.
+// Functions for maps with names as keys.
 #ifndef ZT_OBJECTS_ZTSTRMAP_HH
 #define ZT_OBJECTS_ZTSTRMAP_HH
 
@@ -8,7 +8,7 @@
 
 namespace ztcore {
 
-// Has the map keep its keys as strings of its own.
+// Makes the map copy its keys as strings.
 inline void keyByString(void *map, ztCompareFunc compare) {
   const ztMapMethods *methods = ztMap_of(map);
   methods->setKeyConstructor(map, ztString_ctor);
@@ -16,7 +16,7 @@ inline void keyByString(void *map, ztCompareFunc compare) {
   methods->setCompareFunction(map, compare);
 }
 
-// Most maps of an object stay empty, and most look-ups meet such a one.
+// Most maps of an object are empty, and most lookups are in empty maps.
 inline bool isEmptyMap(const void *map) {
   const ztAvlTree *tree = static_cast<const ztMap *>(map)->tree;
   return tree == nullptr || tree->root == nullptr;
@@ -26,21 +26,20 @@ inline int32_t sizeOfMap(const void *map) {
   return map == nullptr ? 0 : ztMap_of(map)->getSize(map);
 }
 
-// The stored value under a name; NULL when there is none, or no map.
+// The stored value of a name; NULL when there is none, or for a NULL map.
 inline void *findByName(const void *map, const char *name) {
   if (map == nullptr || name == nullptr || isEmptyMap(map)) return nullptr;
   BorrowedText key(name);
   return ztMap_of(map)->findValue(map, key.get());
 }
 
-// Inserts copies of the key and the value; the result is that of insertByName.
+// Inserts copies of the key and the value; returns what insertByName returns.
 inline void *insertByKey(void *map, const CopyableText &key, const void *value) {
   const auto *item = static_cast<const ztMapItem *>(ztMap_of(map)->pushBack(map, key.get(), value));
   return item == nullptr ? nullptr : item->value;
 }
 
-// Inserts copies of the name and the value. The stored value; NULL when the name is there already or
-// memory is exhausted.
+// Inserts copies of the name and the value. Returns the stored value; NULL if the name exists, or on failure.
 inline void *insertByName(void *map, const char *name, const void *value) {
   if (map == nullptr) return nullptr;
   return insertByKey(map, CopyableText(name), value);

@@ -15,7 +15,7 @@ void TreeWalk::next() {
     Level &level = levels.last();
     for (const ztListItem *item = level.following; item != nullptr; item = item->next) {
       ztRoot *child = childOf(item);
-      // A node that was put into the list by other means may stand above it as well.
+      // A host may have put a node into the list that also stands above it.
       if (child == nullptr || holderOf(child) != level.parent) continue;
       level.following = item->next;
       node = child;
@@ -26,14 +26,14 @@ void TreeWalk::next() {
   node = nullptr;
 }
 
-// The way up from a node. A host can make it lead round, by taking a node off its parent's list.
+// The path from a node to the root. A host can turn it into a cycle by removing a node from its parent's list.
 namespace {
 
 class WayUp {
  public:
   explicit WayUp(const ztRoot *from) : node(from), seen(from) {}
 
-  // NULL above the top, and where the way leads round.
+  // NULL above the root, and after a cycle.
   const ztRoot *current() const {
     return node;
   }
@@ -52,7 +52,7 @@ class WayUp {
 
  private:
   const ztRoot *node;
-  const ztRoot *seen;  // an earlier one, ever farther apart
+  const ztRoot *seen;  // an earlier node, at doubling distances
   uint64_t steps = 0;
   uint64_t stride = 2;
   bool leadsRound = false;
@@ -60,9 +60,8 @@ class WayUp {
 
 }  // namespace
 
-// The way up is as long as the tree is deep; after some steps of it, each
-// one is matched by a step through what is below `top`, so that of two trees that are joined the smaller one
-// tells what it costs.
+// The path to the root is as long as the tree is deep. After some steps, each step up is paired with a step of
+// a walk below `top`, so that the smaller of two trees determines the cost.
 bool ztcore::isWithinTree(const ztRoot *node, const ztRoot *top) {
   constexpr int32_t fewSteps = 64;
   WayUp up(node);

@@ -1,4 +1,3 @@
-// Walks over trees.
 #ifndef ZT_OBJECTS_ZTTREE_HH
 #define ZT_OBJECTS_ZTTREE_HH
 
@@ -8,12 +7,12 @@
 namespace ztcore {
 
 // Visits a node and all nodes below it: a node before its children, children in their order. The tree must not
-// change meanwhile. The walk needs memory for each level of the tree.
+// change during the walk, which uses memory for each level.
 class TreeWalk {
  public:
   explicit TreeWalk(ztRoot *top) : node(top) {}
 
-  // NULL behind the last node, and when memory ran out.
+  // NULL behind the last node, and when memory is exhausted.
   ztRoot *current() const {
     return node;
   }
@@ -21,7 +20,7 @@ class TreeWalk {
   ztRoot *above() const {
     return levels.size() == 0 ? nullptr : levels.last().parent;
   }
-  // How many nodes of the walk are above the current one.
+  // The number of nodes of the walk above the current one.
   int32_t depth() const {
     return levels.size();
   }
@@ -33,10 +32,10 @@ class TreeWalk {
  private:
   struct Level {
     ztRoot *parent;
-    const ztListItem *following;  // the next of its children
+    const ztListItem *following;  // the next child
   };
 
-  GrowingArray<Level> levels;  // those above the current node, from the top on
+  GrowingArray<Level> levels;  // the nodes above the current one, from the top down
   ztRoot *node;
   bool outOfMemory = false;
 };

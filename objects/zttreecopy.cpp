@@ -9,8 +9,8 @@
 
 using namespace ztcore;
 
-// Nodes that do as the library's classes do are taken in loops, whose memory is the heap; a host's override is
-// called, and comes back here for what is below its node.
+// Nodes with the library's methods are handled in loops, which use the heap. An override of a host is called
+// and calls these functions again for the nodes below.
 
 const ztRootMethods *ztcore::libraryMethodsOf(const ztRoot *node) {
   const ztClass *klass = node->klass;
@@ -30,8 +30,8 @@ static const ztTag *tagOf(const ztRoot *node) {
   return reinterpret_cast<const ztTag *>(node);
 }
 
-// Whether a child stands above the last level. The tree itself puts no node below itself, but its lists are
-// a host's to reach into, and only a child that another node lists can have been put there so.
+// Whether a child is also above the last level. The library puts no node below itself, but a host can change
+// the lists. Only a child with another holder can be such a node.
 template <typename Levels>
 static bool leadsBack(Levels &levels, const ztRoot *child) {
   if (holderOf(child) == levels.last().node) return false;
@@ -72,12 +72,12 @@ static ztRoot *copyAlone(const ztRoot *node) {
     return nullptr;
   }
   copy->refCount = 1;
-  // Until its turn comes: now it is the source's array.
+  // It points to the source's array until the attributes are copied.
   if (isTag(node)) tagOf(copy)->attributes = nullptr;
   return copy;
 }
 
-// The copy belongs to the list that it is on alone, with one reference; its parent field does not say so.
+// The copy has one reference, of the list that it is on; its parent field stays NULL.
 static bool list(ztRoot *copy, ztRoot *childCopy) {
   if (ztRootPtrList_of(copy->children)->pushBack(copy->children, childCopy) != nullptr) {
     return childCopy == nullptr || rememberHolder(childCopy, copy);
@@ -110,7 +110,7 @@ bool ztcore::copyChildren(const ztRoot *node, ztRoot *copy) {
       if (!copyChild(levels, child)) return false;
       continue;
     }
-    // The uppermost is its caller's to complete.
+    // The caller completes the top node.
     if (levels.size() == 1) return true;
     if (isTag(level.node) && !copyAttributes(tagOf(level.node), tagOf(level.copy))) return false;
     levels.pop();
@@ -126,16 +126,16 @@ struct AssignLevel {
   const ztRoot *other;
   const ztListItem *own;  // the next child of each
   const ztListItem *following;
-  int32_t overrides;  // how many nodes down to here are assigned by a host's override
+  int32_t overrides;  // how many nodes on this path are assigned by an override of a host
 };
 
-// Goes through two trees in step, as far as both have children.
+// Walks two trees in parallel, as far as both have children.
 class PairWalk {
  public:
   bool push(ztRoot *node, const ztRoot *other, int32_t overrides) {
     return levels.push({node, other, firstChild(node), firstChild(other), overrides});
   }
-  // Moves on to the next pair of children in the last level; false behind the last.
+  // Goes to the next pair of children in the last level; false behind the last.
   bool next();
   bool isEmpty() const {
     return levels.size() == 0;
@@ -153,7 +153,7 @@ class PairWalk {
     return ::leadsBack(levels, child);
   }
 
-  ztRoot *child = nullptr;  // the present pair
+  ztRoot *child = nullptr;  // the current pair
   const ztRoot *source = nullptr;
 
  private:
@@ -178,7 +178,7 @@ static bool isAssignedByOverride(const ztRoot *node) {
   return ztRoot_of(node)->assign != libraryMethodsOf(node)->assign;
 }
 
-// Whether memory and stack suffice, as far as that can be told beforehand: what overrides take is theirs.
+// Whether memory and stack suffice, as an estimate: the stack that overrides use is not known.
 static bool canAssign(PairWalk &walk, ztRoot *node, const ztRoot *other) {
   constexpr size_t stackOfOverride = 1024;
   const size_t most = stackLeft() / stackOfOverride;
@@ -197,7 +197,7 @@ static bool canAssign(PairWalk &walk, ztRoot *node, const ztRoot *other) {
   return true;
 }
 
-// Returns false when there is not enough stack or memory for all below the pair.
+// False when stack or memory does not suffice for all below the pair.
 static bool assignPair(PairWalk &walk) {
   ztRoot *child = walk.child;
   if (!isAssignedByOverride(child)) {
@@ -209,7 +209,7 @@ static bool assignPair(PairWalk &walk) {
   return true;
 }
 
-// Does both, since the walk keeps the memory that it took.
+// The walk reuses the memory that `canAssign` allocated.
 static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
   const uint32_t refused = thisThread.refusedAssignments;
   if (!walk.push(node, other, 0)) return false;
@@ -218,7 +218,7 @@ static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
       if (!assignPair(walk)) return false;
       continue;
     }
-    // The uppermost is its caller's to complete.
+    // The caller completes the top node.
     const AssignLevel &level = walk.last();
     if (walk.isTop()) return thisThread.refusedAssignments == refused;
     if (isTag(level.node) && isTag(level.other)) assignAttributes(tagOf(level.node), tagOf(level.other));
@@ -228,7 +228,7 @@ static bool assignBelow(PairWalk &walk, ztRoot *node, const ztRoot *other) {
 
 int32_t ztcore::assignChildren(ztRoot *node, const ztRoot *other) {
   PairWalk walk;
-  // Of a node that is reached through an override, the walk above it has looked at all that is below.
+  // For a node reached through an override, an earlier walk from above has checked all that is below.
   const bool isAssignable = (node->flags & nodeAssignable) != 0;
   node->flags &= ~uint32_t{nodeAssignable};
   if ((isAssignable || canAssign(walk, node, other)) && assignBelow(walk, node, other)) return 1;

@@ -1,4 +1,3 @@
-// Copies and assignments of whole trees.
 #ifndef ZT_OBJECTS_ZTTREECOPY_HH
 #define ZT_OBJECTS_ZTTREECOPY_HH
 
@@ -6,18 +5,17 @@
 
 namespace ztcore {
 
-// The methods of the nearest class of the library's: a node does what they do where its own are the same.
+// The methods of the nearest library class. Equal entries mean that the node does not override the method.
 const ztRootMethods *libraryMethodsOf(const ztRoot *node);
 
-// Fills the list of a copy with copies of a node's children, and of all below them. False, with a part of
-// them listed, where one cannot be copied.
+// Fills the list of a copy with copies of a node's children, and of all below them. False, with a part of them
+// listed, when a copy fails.
 bool copyChildren(const ztRoot *node, ztRoot *copy);
 
-// Assigns the children of another node to those in the same places, and so on below them. 0 where that
-// would take more stack or memory than there is.
+// Assigns another node's children to those at the same positions, and below. 0 without enough stack or memory.
 int32_t assignChildren(ztRoot *node, const ztRoot *other);
 
-// Begins a copy of a node: all but its children, in memory that holds nothing. NULL on failure.
+// Copies a node without its children, into memory that holds no object. NULL on failure.
 ztRoot *copyNodeAlone(const void *node, void *target);
 
 }  // namespace ztcore

@@ -8,12 +8,12 @@
 
 using namespace ztcore;
 
-// A child leaves the list before its release, which may reach this node again.
+// Removes the child from the list before releasing it, because the release may come back to this node.
 static void releaseItem(ztRoot *node, ztListItem *item) {
   ztRoot *child = childOf(item);
   removeChildItem(node, item);
   if (child == nullptr) return;
-  // Detached already: its reference was left to whoever deletes it.
+  // Such a child is already detached; whoever deletes it has its reference.
   const bool isBeingDeleted = (child->flags & nodeBeingDeleted) != 0;
   if (holderOf(child) == node) {
     forgetHolder(child);
@@ -23,14 +23,14 @@ static void releaseItem(ztRoot *node, ztListItem *item) {
   if (!isBeingDeleted) ztRoot_of(child)->unRef(child);
 }
 
-// Whether a child does not notice that its children end ahead of it.
+// Whether a child does not notice that its children are destroyed before it.
 static bool endsLikeTheLibrarys(const ztRoot *child) {
   const ztRootMethods *methods = ztRoot_of(child);
   const ztRootMethods *ofLibrary = libraryMethodsOf(child);
   return methods->destroy == ofLibrary->destroy && methods->unRef == ofLibrary->unRef;
 }
 
-// Whether a child, and with it its own children, ends when its list releases it.
+// Whether a child, with its own children, is destroyed when its list releases it.
 static bool endsWithChildren(const ztRoot *child, const ztRoot *holder) {
   return child != nullptr && firstChild(child) != nullptr && holderOf(child) == holder &&
          !(child->flags & nodeBeingDeleted) && ztRoot_of(child)->getRefCount(child) <= 2;
@@ -42,15 +42,14 @@ enum class Override { sees, ignored };
 
 }  // namespace
 
-// A host's own `destroy` finds its children listed, as long as there is stack for it.
+// An override of `destroy` finds its children listed, as long as there is stack for it.
 static bool endsFromBelow(const ztRoot *child, const ztRoot *holder, Override overrides) {
   return endsWithChildren(child, holder) &&
          (overrides == Override::ignored || endsLikeTheLibrarys(child) || stackLeft() == 0);
 }
 
-// Releases the children of a node in the same order as by recursion, from below, but with no more stack for
-// more levels. The path down to the present node is the nodes' own: each knows its holder. Returns false
-// when slots took the path apart.
+// Releases the children of a node in the same order as a recursion would, from below, but uses no stack for
+// levels. The way back from a node is its holder. Returns false when slots broke the path.
 static bool releaseBelow(ztRoot *node, Override overrides) {
   ztRoot *at = node;
   while (firstChild(node) != nullptr) {
@@ -73,11 +72,11 @@ static bool releaseBelow(ztRoot *node, Override overrides) {
   return true;
 }
 
-// The first node with children to which so many calls of hosts' own `destroy` lead, one inside the other,
-// when `top` ends. NULL when there is none, or no memory to find it.
+// The first node with children at which `most` nested calls of overrides of `destroy` would be reached when
+// `top` is destroyed. NULL when there is none, or when memory is exhausted.
 static ztRoot *findTooDeep(ztRoot *top, size_t most) {
   constexpr int64_t survives = -INT32_MAX;
-  GrowingArray<int64_t> calls;  // by the level of the walk
+  GrowingArray<int64_t> calls;  // by level of the walk
   TreeWalk walk(top);
   for (walk.next(); walk.current() != nullptr; walk.next()) {
     ztRoot *node = walk.current();
@@ -93,8 +92,8 @@ static ztRoot *findTooDeep(ztRoot *top, size_t most) {
   return nullptr;
 }
 
-// Each `destroy` of a host's takes stack for those below it, and each release looks through those that are
-// under way. So what lies deeper than the stack reaches goes first, from here.
+// Each override of `destroy` uses stack for the levels below it, and each release searches the releases under
+// way. So the nodes that lie too deep for the stack are released first, from here.
 static void releaseTooDeep(ztRoot *node) {
   constexpr size_t stackOfDestroy = 1024;
   const size_t most = stackLeft() / stackOfDestroy;
@@ -105,10 +104,10 @@ static void releaseTooDeep(ztRoot *node) {
 }
 
 void ztcore::releaseChildren(ztRoot *node) {
-  // A node that is reached through the `destroy` of one above it was looked at with that one.
+  // A node reached through the `destroy` of a node above was surveyed with that one.
   if (!(node->flags & nodeSurveyed) && firstChild(node) != nullptr && !endsLikeTheLibrarys(node)) {
     releaseTooDeep(node);
   }
-  // Slots took the path apart: begin again.
+  // Starts again when slots broke the path.
   while (!releaseBelow(node, Override::sees)) continue;
 }

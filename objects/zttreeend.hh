@@ -1,4 +1,3 @@
-// The end of a tree: the release of all that is below a node.
 #ifndef ZT_OBJECTS_ZTTREEEND_HH
 #define ZT_OBJECTS_ZTTREEEND_HH
 
@@ -6,7 +5,7 @@
 
 namespace ztcore {
 
-// Releases the children of a node, each behind those below it.
+// Releases the children of a node, each after those below it.
 void releaseChildren(ztRoot *node);
 
 }  // namespace ztcore

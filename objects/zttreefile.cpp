@@ -1,4 +1,4 @@
-// Trees in files of their own, which are whole or not there.
+// Files of one tree, which are either complete or absent.
 
 #include "core/ztbasec.hh"
 #include "core/zttext.hh"
@@ -15,7 +15,7 @@
 
 using namespace ztcore;
 
-// A file object on a descriptor, which stays the caller's. NULL on failure.
+// A file object on a descriptor, which the caller closes. NULL on failure.
 static void *openOn(int descriptor, const char *path, bool isText, const char *mode) {
   auto *file = newObject<ztFile>(isText ? ztTextFile_ctor : ztFile_ctor);
   if (file == nullptr) return nullptr;
@@ -34,7 +34,7 @@ static void release(void *file) {
   ztFile_of(file)->unRef(file);
 }
 
-// As many bytes as there are, up to a number.
+// Reads at most `size` bytes; returns their number.
 static size_t readAt(int descriptor, int64_t offset, size_t size, char *bytes) {
   size_t done = 0;
   while (done < size) {
@@ -46,7 +46,7 @@ static size_t readAt(int descriptor, int64_t offset, size_t size, char *bytes) {
   return done;
 }
 
-// Tells damage, not forgery.
+// Detects damage, not forgery.
 static uint64_t addWord(uint64_t sum, uint64_t word) {
   sum = (sum ^ word) * 0x9E3779B97F4A7C15U;
   return sum ^ sum >> 32;
@@ -100,7 +100,7 @@ int32_t ztRoot_saveTree(const void *root, const char *path, int32_t text) {
 constexpr size_t markNameSize = sizeof Identity::name;
 constexpr size_t largestMark = markNameSize + 8 + markTextSize;
 
-// The bytes of a mark as each file class writes them; their number.
+// The bytes of a mark as each file class writes them; returns their number.
 static size_t layOut(const TreeMark &mark, bool isText, char (&bytes)[largestMark]) {
   char text[markTextSize + 1];
   printMark(mark, text);
@@ -113,7 +113,7 @@ static size_t layOut(const TreeMark &mark, bool isText, char (&bytes)[largestMar
   return markNameSize + sizeof markVersion + markTextSize;
 }
 
-// Whether the file ends with a mark of that form which describes all that stands ahead of it.
+// Whether the file ends with a mark of that form which matches all data before it.
 static bool findMark(int descriptor, int64_t size, bool isText, TreeMark *mark) {
   char expected[largestMark];
   char found[largestMark];
@@ -143,7 +143,7 @@ static int32_t openFile(int descriptor, const char *path, void *roots, ztTreeRep
 int32_t ztRoot_openTree(const char *path, void *roots, ztTreeReport *report) {
   if (report != nullptr) *report = {};
   if (path == nullptr || roots == nullptr) return 0;
-  // Does not wait for a writer where the path leads to a pipe.
+  // Does not wait for a writer if the path is a pipe.
   const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (descriptor < 0) return 0;
   const int32_t result = openFile(descriptor, path, roots, report);

@@ -17,17 +17,17 @@ using namespace ztcore;
 
 // The identity of a record ------------------------------------------------------------------------
 //
-// A reader looks for the first record that bears the identifier of a node's parent. Where that is another
-// record, or the identifier stands for no parent, the name field of the class identity says behind the name
-// how many records above this one its parent's stands; other readers do not look there.
+// A reader looks for the first record with the identifier of a node's parent. Where that is another record, or
+// the identifier stands for no parent, the name field of the class identity also has, behind the name, the
+// distance to the parent's record: how many records before this one it is. Other readers ignore it.
 
 constexpr char hintLabel[] = "above:";
 constexpr size_t hintDigits = 10;
 constexpr size_t hintSize = sizeof hintLabel - 1 + hintDigits;
-// The field ends with a zero, and a name with another.
+// The field and the name each end with a zero.
 constexpr size_t hintPlace = sizeof(Identity::name) - 1 - hintSize;
 
-// A class whose name is too long for that does without.
+// A class with a longer name stores no distance.
 static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
   const ztClass *klass = node->klass;
   if (distance == 0 || strlen(klass->name) >= hintPlace) {
@@ -41,7 +41,7 @@ static bool writeIdentity(const ztRoot *node, int32_t distance, void *file) {
          methods->writeInt(file, static_cast<int32_t>(klass->version)) > 0;
 }
 
-// 0 where nothing is said.
+// 0 when there is no distance.
 static int64_t distanceIn(const Identity &identity) {
   const size_t length = strlen(identity.name);
   for (size_t i = length; i < hintPlace; ++i) {
@@ -77,17 +77,17 @@ class TreeStorer {
  private:
   struct Level {
     int32_t record;
-    bool isFound;  // by the identifier that the record bears
+    bool isFound;  // by the identifier of the record
   };
 
   bool noteNode(const ztRoot *node, int32_t depth);
   bool storeNode(ztRoot *node, const ztRoot *above);
 
-  GrowingArray<Level> levels;  // the present node and those above it
+  GrowingArray<Level> levels;  // the current node and those above it
   PointerMap uids;             // of the records so far
   void *file;
   int32_t stored = 0;
-  bool isFirst = true;  // there are no records ahead of the tree's in the file
+  bool isFirst = true;  // the file has no records before the tree
 };
 
 }  // namespace
@@ -100,8 +100,8 @@ bool TreeStorer::noteNode(const ztRoot *node, int32_t depth) {
   return levels.push({stored, isFound}) && uids.insert(key, this);
 }
 
-// The record bears the identifier that the node above has now, whatever it was when the node was
-// attached there; copied children were never attached.
+// The record has the current identifier of the node above, whatever it was when the node was attached; copied
+// children were never attached.
 bool TreeStorer::storeNode(ztRoot *node, const ztRoot *above) {
   const int32_t kept = node->parentUid;
   int32_t distance = 0;
@@ -172,13 +172,13 @@ namespace {
 
 constexpr int32_t none = -1;
 
-// A node that was read, and its place in the tree that is to be. Records refer to each other by index.
+// A node that was read, and its place in the new tree. Records refer to each other by index.
 struct Record {
   ztRoot *node;
-  int32_t parent = none;  // until all are read, what the record itself says
+  int32_t parent = none;  // until all are read, the parent by the stored distance
   int32_t firstChild = none;
   int32_t nextSibling = none;
-  int32_t visit = 0;  // the search for loops that came by
+  int32_t visit = 0;  // the search for cycles that visited it
 };
 
 enum class Found { node, mark, nothing };
@@ -188,7 +188,7 @@ class TreeLoader {
   TreeLoader(void *source, ztTreeReport *found) : file(source), report(found) {}
 
   bool readAll(int32_t count);
-  // Whether the last that was read is such a mark, behind as many nodes.
+  // Whether the last item was this mark, after that many nodes.
   bool endsWith(const TreeMark &expected) const;
   bool findParents();
   void cutLoops();
@@ -209,8 +209,8 @@ class TreeLoader {
   GrowingArray<Record> records;
   void *file;
   ztTreeReport *report;
-  bool endsWithinRecord = false;  // the last record that could not be read had its class identity
-  TreeMark mark = {};             // what was met at the end; without nodes while none was
+  bool endsWithinRecord = false;  // the last record failed after its class identity
+  TreeMark mark = {};             // the mark that was read; its `nodes` is 0 before
 };
 
 }  // namespace
@@ -245,7 +245,7 @@ Found TreeLoader::readNext() {
   return readNode(identity) ? Found::node : Found::nothing;
 }
 
-// A stream that cannot seek is at its end when it has no further class identity.
+// A stream that cannot seek ends where no further class identity follows.
 bool TreeLoader::readToEnd() {
   const ztFileMethods *methods = ztFile_of(file);
   const int64_t here = methods->tell(file);
@@ -275,7 +275,7 @@ bool TreeLoader::readAll(int32_t count) {
   return true;
 }
 
-// What a record says counts where the record that it names bears the identifier.
+// The stored distance is valid if the record there has the parent's identifier.
 bool TreeLoader::checkParent(int32_t index) {
   const int32_t parent = records[index].parent;
   records[index].parent = none;
@@ -313,7 +313,7 @@ bool TreeLoader::findParents() {
   return complete;
 }
 
-// The way up from a record ends at the top, on the way of an earlier search, or where it came by.
+// The path from a record ends at the root, at a record of an earlier search, or, in a cycle, at one of its own.
 void TreeLoader::cutLoops() {
   for (int32_t i = 0; i < records.size(); ++i) {
     const int32_t search = i + 1;
@@ -334,7 +334,7 @@ void TreeLoader::listChildren() {
   }
 }
 
-// The record behind this one in the tree, each before its children.
+// The next record in the tree; a parent comes before its children.
 int32_t TreeLoader::following(int32_t index) {
   if (records[index].firstChild != none) return records[index].firstChild;
   while (index != none && records[index].nextSibling == none) index = records[index].parent;
@@ -348,7 +348,7 @@ bool TreeLoader::attach(int32_t index) {
   return ztRoot_of(node)->setParent(node, parent) != 0 && holderOf(node) == parent;
 }
 
-// Parents first: a node without children is attached without a look at all that is above.
+// Parents first: attaching a node without children does not search the nodes above.
 bool TreeLoader::attachAll() {
   listChildren();
   for (int32_t top = 0; top < records.size(); ++top) {
@@ -374,7 +374,7 @@ bool TreeLoader::handOver(void *roots) {
 }
 
 void TreeLoader::releaseAll() {
-  // Noted beforehand, for the end of a node is the end of those below it.
+  // Stored first, because a node that is destroyed also destroys those below it.
   for (int32_t i = 0; i < records.size(); ++i) records[i].visit = holderOf(records[i].node) == nullptr;
   for (int32_t i = 0; i < records.size(); ++i) {
     if (records[i].visit) ztRoot_of(records[i].node)->unRef(records[i].node);

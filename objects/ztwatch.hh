@@ -1,4 +1,4 @@
-// Watches over objects that what a host does meanwhile may destroy.
+// Detects that an object was destroyed while functions of a host ran.
 #ifndef ZT_OBJECTS_ZTWATCH_HH
 #define ZT_OBJECTS_ZTWATCH_HH
 
@@ -6,11 +6,11 @@
 
 namespace ztcore {
 
-// Tells whether an object was destroyed meanwhile; a local variable. An object's reference count would not
-// do, since a count that comes back down to 1 destroys.
+// A local variable that tells whether an object was destroyed meanwhile. A reference would not keep the object
+// alive, because an object is destroyed when its count comes down to 1.
 class ObjectWatch {
  public:
-  // Inlined always, since it is the frame of its caller that the watch lasts as long as.
+  // Always inlined: the watch belongs to the frame of its caller.
   __attribute__((always_inline)) explicit ObjectWatch(const void *watched) {
     const auto frame = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
     const auto place = static_cast<uint32_t>(frame - reinterpret_cast<uintptr_t>(this));
@@ -22,7 +22,7 @@ class ObjectWatch {
   ObjectWatch(const ObjectWatch &) = delete;
   ObjectWatch &operator=(const ObjectWatch &) = delete;
 
-  // False also when that cannot be told: memory was exhausted.
+  // False also when memory was exhausted.
   bool isAlive() const {
     const Call *call = callOf(mark);
     return call != nullptr && call->subject != nullptr;

@@ -1,10 +1,10 @@
-# What the scripts share; sourced by them.
+# Functions of the scripts, which source this file.
 # shellcheck shell=bash
 
 # shellcheck disable=SC2034 # used where this is sourced
 root=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
-# What stands in CMakeLists.txt alone.
+# Read from CMakeLists.txt, the only place that has it.
 # shellcheck disable=SC2034
 rooms=$(sed -n 's/^set(ZT_ROOMS \(.*\))$/\1/p' "$root/CMakeLists.txt")
 # shellcheck disable=SC2034
@@ -22,17 +22,17 @@ quietly() {
   return 1
 }
 
-# Prints a line every 15 seconds, with the last line of a file where one is named.
+# Prints a line every 15 seconds, with the last line of the file, if one is named.
 tick() {
   local seconds=0
-  # It outlives its parent, and must not keep a pipe of the script's open.
+  # It may outlive its parent, and must not keep a pipe of the script open.
   while sleep 15 >/dev/null 2>&1; do
     seconds=$((seconds + 15))
     printf '   %3d s  %s\n' "$seconds" "$(if [ $# -gt 0 ]; then tail -n 1 "$1" | cut -c 1-100; fi)"
   done
 }
 
-# Runs a command while a line every 15 seconds shows that it goes on.
+# Runs a command and prints a line every 15 seconds meanwhile.
 ticking() {
   local ticker status=0
   tick &
@@ -43,7 +43,7 @@ ticking() {
   return "$status"
 }
 
-# Runs a command like quietly, with a line every 15 seconds that shows how far it is.
+# Runs a command like quietly, and prints a line about its progress every 15 seconds.
 showing_life() {
   local log ticker status=0
   log=$(mktemp)

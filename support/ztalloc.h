@@ -1,7 +1,7 @@
 /**
  * @file ztalloc.h
- * ztAllocator: what an object that hands out memory looks like. A host may put one into class slot 3
- * of a class, from where `CAllocator` returns it; the library's own objects never use one.
+ * ztAllocator: the interface of objects that allocate memory. A host may put one into class slot 3 of a class,
+ * where `CAllocator` returns it; the library's own objects never use it.
  */
 #ifndef ZT_SUPPORT_ZTALLOC_H
 #define ZT_SUPPORT_ZTALLOC_H
@@ -15,9 +15,9 @@
  * The methods of an allocator, in slot order; all are abstract in ztAllocator.
  *
  *  - `allocate`: @c size bytes, not cleared, or NULL.
- *  - `reallocate`: the block with @c newSize bytes, moved where needed; NULL when that failed, the old
- *    block then stays. @c oldSize is for allocators that do not know their blocks' sizes.
- *  - `deallocate`: releases a block; NULL is allowed.
+ *  - `reallocate`: the block with @c newSize bytes, perhaps moved; on failure NULL, and the old block stays.
+ *    @c oldSize is for allocators that do not know their blocks' sizes.
+ *  - `deallocate`: frees a block; NULL is allowed.
  *  - `reserved`: abstract in every class of the library; free for hosts.
  */
 #define ztAllocator_METHODS                                                                       \

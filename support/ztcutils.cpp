@@ -32,7 +32,7 @@ int32_t ztCu_round(double value) {
 
 int32_t ztCu_genUniqueId(void) {
   static uint32_t calls;
-  // Nothing comes between seeding and drawing, nor between the calls of two threads.
+  // Locked from the seed to the draw, and between threads.
   const Locked locked(idLock);
   const auto now = static_cast<uint32_t>(time(nullptr));
   srand(now);
@@ -97,7 +97,7 @@ char *ztCu_extractPath(const char *path, char *out) {
 }
 
 const char *ztcore::makePath(char (&kept)[pathSize], const char *directory, const char *name, char *out) {
-  // Joined aside first: an argument may be the result of an earlier call.
+  // Joined in another buffer first, because an argument may be the result of an earlier call.
   char joined[pathSize];
   joinPath(joined, orEmpty(directory), orEmpty(name));
   return handOut(ztCu_fixDosPath(copyPath(kept, joined)), out);
@@ -125,7 +125,7 @@ int32_t ztCu_expandEnvString(char *out, const char *in) {
     copyPath(out, in);
     return -1;
   }
-  // Built aside first: both texts may stand in the caller's one buffer.
+  // Built in another buffer first, because both texts may be in the caller's buffer.
   char expanded[pathSize];
   snprintf(expanded, sizeof expanded, "%s%s", value, end + 1);
   ztCu_fixDosPath(copyPath(out, expanded));

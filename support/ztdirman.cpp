@@ -35,7 +35,7 @@ const char *ztDm_makePath(const char *directory, const char *name, char *out) {
 
 const char *ztDm_getCurrentDir(char *out) {
   char *directory = blockOfThread()->currentDir;
-  // A failed query may leave anything in the buffer.
+  // After a failure the buffer may hold anything.
   if (getcwd(directory, pathSize) == nullptr) copyPath(directory, "/");
   return handOut(directory, out);
 }
@@ -53,7 +53,7 @@ static bool hasExtension(const char *name, const char *extension) {
 
 namespace {
 
-// A directory that is being walked; those above it are found through `outer`.
+// A directory that is being walked; `outer` leads to those above it.
 struct Level {
   dev_t device;
   ino_t inode;
@@ -82,10 +82,10 @@ static void walkEntries(DIR *entries, const char *directory, const Search &searc
   while (const dirent *entry = readdir(entries)) {
     const char *name = entry->d_name;
     char path[pathSize];
-    // A path that was cut could name a directory of its own beginning and lead back to it for ever.
+    // A cut path could name a directory above itself, and the walk would not end.
     if (!joinPath(path, directory, name)) continue;
     if (strcmp(name, ".") == 0 || strcmp(name, "..") == 0) continue;
-    // Files, too: a directory is what can be opened as one.
+    // Tried with files too: a directory is what can be opened as one.
     if (search.recursive) walk(path, search, level);
     if (hasExtension(name, search.extension)) {
       search.callback(ztCu_fixRelativePath(ztCu_fixDosPath(path)), name, search.userData);
@@ -97,8 +97,7 @@ static void walk(const char *directory, const Search &search, const Level *outer
   DIR *entries = opendir(directory);
   if (entries == nullptr) return;
   struct stat found;
-  // Links that lead back up multiply: with two of them in one folder the ways through them double with
-  // each level.
+  // With two links to a directory above, the number of paths would double with each level.
   if (fstat(dirfd(entries), &found) == 0 && !isAmong(found, outer)) {
     const Level level = {found.st_dev, found.st_ino, outer};
     walkEntries(entries, directory, search, &level);

@@ -1,4 +1,3 @@
-// What the path functions of the two utility modules share.
 #ifndef ZT_SUPPORT_ZTPATH_HH
 #define ZT_SUPPORT_ZTPATH_HH
 
@@ -7,14 +6,13 @@
 
 namespace ztcore {
 
-// Bytes of a path buffer, the functions' own and their callers' alike.
+// The size of all path buffers, the functions' own and their callers'.
 inline constexpr size_t pathSize = 512;
 
-// What counts as a separator when a path is taken apart.
+// The separators when a path is split.
 inline constexpr char pathSeparators[] = "/\\:";
 
-// The last place in the text where one of the characters stands, the very first place left out; NULL
-// when there is none.
+// The last position of one of the characters, but not the first of the text; NULL when there is none.
 inline const char *findLast(const char *text, const char *characters) {
   for (size_t i = strlen(text); i-- > 1;) {
     if (strchr(characters, text[i]) != nullptr) return text + i;
@@ -22,7 +20,7 @@ inline const char *findLast(const char *text, const char *characters) {
   return nullptr;
 }
 
-// Copies a piece of text into a buffer of pathSize bytes, cut to fit; the piece may lie in the buffer.
+// Copies a part of a text into a buffer of pathSize bytes, cut to fit; the part may be in the buffer.
 inline char *copyPiece(char *buffer, const char *text, size_t length) {
   const size_t kept = length < pathSize ? length : pathSize - 1;
   memmove(buffer, text, kept);
@@ -34,28 +32,27 @@ inline char *copyPath(char *buffer, const char *path) {
   return copyPiece(buffer, path, strlen(path));
 }
 
-// What stands behind the last separator; the whole path when there is none.
+// The part behind the last separator; the whole path when there is none.
 inline const char *lastComponent(const char *path) {
   const char *separator = findLast(path, pathSeparators);
   return separator == nullptr ? path : separator + 1;
 }
 
-// Copies what stands before the last of the separators; the whole path when there is none.
+// Copies the part before the last separator; the whole path when there is none.
 inline char *copyParentPath(char *buffer, const char *path, const char *separators) {
   const char *separator = findLast(path, separators);
   return separator == nullptr ? copyPath(buffer, path)
                               : copyPiece(buffer, path, static_cast<size_t>(separator - path));
 }
 
-// Joins a directory and a name, cut to fit; the name alone when the directory is empty. Returns false
-// when something was cut.
+// Joins a directory and a name, cut to fit; the name alone when the directory is empty. False when it was cut.
 inline bool joinPath(char (&path)[pathSize], const char *directory, const char *name) {
   const char *between = *directory == '\0' ? "" : "/";
   const int length = snprintf(path, sizeof path, "%s%s%s", directory, between, name);
   return static_cast<size_t>(length) < sizeof path;
 }
 
-// Hands out a result that stands in a function's own buffer.
+// Returns a function's own buffer, or copies it to the caller's.
 inline const char *handOut(const char *result, char *out) {
   return out == nullptr ? result : copyPath(out, result);
 }
@@ -64,7 +61,7 @@ inline const char *orEmpty(const char *text) {
   return text == nullptr ? "" : text;
 }
 
-// Joins into the buffer of the function that is asked, and hands out the result.
+// Joins into the calling function's own buffer, and returns as `handOut`.
 const char *makePath(char (&kept)[pathSize], const char *directory, const char *name, char *out);
 
 }  // namespace ztcore

@@ -32,7 +32,7 @@ static void recalculate(ztFloatTag &attribute, bool average) {
     ztFloatTag_of(&attribute)->getValue(&attribute, i, &value);
     attribute.cachedResult += value;
   }
-  if (average) attribute.cachedResult /= count;  // no number for no values
+  if (average) attribute.cachedResult /= count;  // NaN for no values
 }
 
 static void calculate(ztFloatTag &attribute, bool average, void *out) {
@@ -53,7 +53,7 @@ static void *floatTagGetTotalValue(ztFloatTag &attribute, void *out) {
 
 static void floatTagMethods(ztFloatTagMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, method<floatTagCreate>);
-  // The fields that it adds are plain values, which the parent copies with the bytes or keeps.
+  // Its own fields are plain values, so the parent's methods suffice.
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, clone);
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, assign);
   ZT_CALL_PARENT_ONLY(methods, ztTagAttribute, destroy);

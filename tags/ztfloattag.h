@@ -8,13 +8,12 @@
 #include "tags/zttagattr.h"
 
 /** Fields of ztFloatTag. */
-#define ztFloatTag_FIELDS                                    \
-  ztTagAttribute_FIELDS                                      \
-  double cachedResult; /* the total or average taken last */ \
+#define ztFloatTag_FIELDS                              \
+  ztTagAttribute_FIELDS                                \
+  double cachedResult; /* the last total or average */ \
   int64_t reserved;    /* 0 */
 
-/** The methods of ztTagAttribute. A new attribute has one value, 0; the average of no values is no
- *  number. */
+/** The methods of ztTagAttribute. A new attribute has one value, 0; the average of no values is NaN. */
 #define ztFloatTag_METHODS ztTagAttribute_METHODS
 
 /** An attribute of doubles. */

@@ -22,7 +22,7 @@ static int32_t intTagCreate(ztIntTag &attribute) {
 }
 
 static int32_t sumOf(const ztIntTag &attribute, int32_t count) {
-  uint32_t sum = 0;  // unsigned, so that it wraps
+  uint32_t sum = 0;  // unsigned: it wraps
   for (int32_t i = 0; i < count; ++i) {
     int32_t value = 0;
     ztIntTag_of(&attribute)->getValue(&attribute, i, &value);
@@ -31,8 +31,7 @@ static int32_t sumOf(const ztIntTag &attribute, int32_t count) {
   return static_cast<int32_t>(sum);
 }
 
-// A caller gets the result of the call before, and that only while no value has changed; the fresh
-// result is for the next call.
+// Returns the result of the previous call, if no value has changed since; the new result is for the next call.
 static void calculate(ztIntTag &attribute, bool average, void *out) {
   if (!hasValuesOf(&attribute, sizeof(int32_t))) return;
   if (!attribute.changed && out != nullptr) *static_cast<int32_t *>(out) = attribute.cachedResult;

@@ -10,7 +10,7 @@
 /** Fields of ztIntTag. */
 #define ztIntTag_FIELDS \
   ztTagAttribute_FIELDS \
-  int32_t cachedResult; /* the total or average taken last */
+  int32_t cachedResult; /* the last total or average */
 
 /** The methods of ztTagAttribute. A new attribute has one value, 0; totals wrap at 32 bits. */
 #define ztIntTag_METHODS ztTagAttribute_METHODS

@@ -25,14 +25,14 @@ static int32_t countOf(const ztTag &tag) {
   return attributes == nullptr ? 0 : ztPtrArray_of(attributes)->getSize(attributes);
 }
 
-// NULL where there is none, and where the attribute was destroyed.
+// NULL when there is none, and when the attribute was destroyed.
 static ztTagAttribute *attributeAt(const ztTag &tag, int32_t index) {
   const ztPtrArray *attributes = tag.attributes;
   if (attributes == nullptr) return nullptr;
   return static_cast<ztTagAttribute *>(ztPtrArray_of(attributes)->getAt(attributes, index));
 }
 
-// An array moves the tags that lie in it, so an attribute that is handed out is told where its tag is.
+// An array moves the tags in its block, so a returned attribute stores its tag's current address.
 static ztTagAttribute *toHandOut(const ztTag &tag, ztTagAttribute *attribute) {
   holdAttribute(attribute, &tag);
   return attribute;
@@ -45,21 +45,20 @@ static ztTagAttribute *resolve(const ztTag &tag, const ztTagHandle *handle) {
   return toHandOut(tag, attribute);
 }
 
-// Where the tag lists the attribute, looked for among the last first; -1 where it does not.
+// The last index of the attribute in the tag; -1 when there is none.
 static int32_t indexOf(const ztTag &tag, const ztTagAttribute *attribute) {
   int32_t index = countOf(tag) - 1;
   while (index >= 0 && attributeAt(tag, index) != attribute) --index;
   return index;
 }
 
-// The handles of those behind stay valid. The last place, too, stays where there is no memory for a smaller
-// array.
+// Later handles stay valid. The last place also stays when memory is exhausted.
 static void removeAttribute(const ztTag &tag, int32_t index) {
   ztPtrArray_of(tag.attributes)->setAt(tag.attributes, nullptr, index);
   if (index == countOf(tag) - 1) ztPtrArray_of(tag.attributes)->removeAt(tag.attributes, index);
 }
 
-// From here on the tag holds the attribute, so that no other takes it while its values are set.
+// Binds the attribute to the tag, so that no other tag can take it while its values are set.
 static bool append(ztTag &tag, ztTagAttribute *attribute) {
   if (tag.attributes == nullptr) tag.attributes = newObject<ztPtrArray>(ztPtrArray_ctor);
   if (tag.attributes == nullptr) return false;
@@ -69,8 +68,8 @@ static bool append(ztTag &tag, ztTagAttribute *attribute) {
   return false;
 }
 
-// Whether memory ran out when an attribute was to get this number of values. A negative number changes nothing,
-// and a host's own class may refuse numbers for reasons of its own: neither is a failure.
+// Whether setting this number of values failed because memory was exhausted. It is no failure that a negative
+// number changes nothing, or that a host's class refuses a number.
 static bool lacksMemory(const ztTagAttribute *attribute, int32_t count) {
   if (ztTagAttribute_of(attribute)->setNumValues != ztTagAttribute_table()->setNumValues) return false;
   const ztArray *values = attribute->values;
@@ -79,8 +78,8 @@ static bool lacksMemory(const ztTagAttribute *attribute, int32_t count) {
   return int64_t{count} * size <= INT32_MAX;
 }
 
-// Gives an attribute that the tag lists its values. Its index then; -1 when the tag lists it no more: a copy
-// tells its source's owner, and what a host does there may end the tag, or take the attribute out of it.
+// Sets the values of an attribute in the tag. Returns its index, or -1 when it is no longer in the tag: a copy
+// tells its source's owner, whose `attrChanged` may destroy the tag or remove the attribute.
 static int32_t fill(ztTag &tag, ztTagAttribute *attribute, int32_t count, const void *initial) {
   const ztTagAttributeMethods *methods = ztTagAttribute_of(attribute);
   ObjectWatch watch(&tag);
@@ -193,8 +192,7 @@ static int32_t tagDeallocWise(ztTag &tag, const char *name) {
 
 static void tagAttrChanged(void *, void *) {}
 
-// A type says nothing of the values when the host sets it, or reads one of its own, so the arrays are looked
-// at too.
+// Compares the arrays too, because a host can set the type independently of the values.
 static bool canSwap(const ztTagAttribute *first, const ztTagAttribute *second) {
   return first != nullptr && second != nullptr && first->type == second->type && first->values != nullptr &&
          second->values != nullptr && first->values->klass == second->values->klass &&
@@ -217,16 +215,15 @@ static int32_t tagCreate(ztTag &tag) {
   return ztRoot_table()->create(&tag) != 0;
 }
 
-// Each attribute leaves its place before it is released, and is held until then: what a host's `destroy`
-// releases meanwhile takes itself out of the array. That may leave by an exception, and the rest is then still
-// the tag's, for its next end to release.
+// Removes each attribute from its place before its release. The others stay bound: one that a host's `destroy`
+// releases removes itself from the array. After an exception the tag has the rest until its next destruction.
 static bool releaseEach(const ztTag &tag) {
   bool released = false;
   for (int32_t i = 0; i < countOf(tag); ++i) {
     ztTagAttribute *attribute = attributeAt(tag, i);
     if (attribute == nullptr) continue;
     released = true;
-    // The host may hold a reference of its own; the attribute then lives on without an owner.
+    // If the host has a reference, the attribute stays alive without an owner.
     ztPtrArray_of(tag.attributes)->setAt(tag.attributes, nullptr, i);
     letGo(attribute);
     ztTagAttribute_of(attribute)->unRef(attribute);
@@ -235,15 +232,14 @@ static bool releaseEach(const ztTag &tag) {
 }
 
 static void releaseAttributes(ztTag &tag) {
-  // What an attribute's `destroy` inserts, or moves to an earlier place, is released too.
+  // Repeats for attributes that a `destroy` inserts or moves to an earlier place.
   while (releaseEach(tag)) {
   }
   ownerDestroyed(&tag, tag.attributes);
   releasePart(tag.attributes);
 }
 
-// The copy's array holds the source's attributes until each is replaced by its copy, or, once one could
-// not be copied, by nothing.
+// The copy's array first holds the source's attributes. Copies replace them, or NULL after a failed copy.
 static bool cloneAttributes(const ztTag &tag, ztTag &copy) {
   copy.attributes = static_cast<ztPtrArray *>(copyObject(tag.attributes));
   if (copy.attributes == nullptr) return false;

@@ -1,6 +1,6 @@
 /**
  * @file zttag.h
- * ztTag, a node that carries attributes: named series of numbers, reached by handle or by name.
+ * ztTag, a node with attributes: named series of numbers, found by handle or by name.
  */
 #ifndef ZT_TAGS_ZTTAG_H
 #define ZT_TAGS_ZTTAG_H
@@ -11,54 +11,51 @@
 
 ZT_BEGIN_C
 
-/** What `enumTags` calls for each attribute. @return not 0 to go on, 0 to stop */
+/** Called by `enumTags` for each attribute. @return not 0 to continue, 0 to stop */
 typedef int32_t (*ztTagCallback)(void *tag, void *attribute, void *userData);
 
 ZT_END_C
 
-/** Fields of ztTag. What the array lists is the tag's: a host may take an attribute out of it, which is then
- *  the host's, but not put another array in its place. */
+/** Fields of ztTag. The tag owns the attributes in the array. A host may remove an attribute from it, which the
+ *  host then owns, but must not replace the array. */
 #define ztTag_FIELDS \
   ztRoot_FIELDS      \
-  ztPtrArray *attributes; /* in the order of insertion, one reference each; owned; NULL until the first */
+  ztPtrArray *attributes; /* in order of insertion, one reference each; owned; NULL until the first */
 
 /**
- * The methods of a tag, in slot order after those of ztRoot. A handle that designates no attribute, by
- * its index or by its type, gives 0 or NULL and changes nothing; so does a NULL handle.
+ * The methods of a tag, in slot order after those of ztRoot. A handle that designates no attribute, by its
+ * index or its type, gives 0 or NULL and changes nothing; so does a NULL handle.
  *
- *  - `insertNew`: takes over the caller's reference to an attribute, names it, gives it @c count values
- *    that all equal the one at @c initial (NULL leaves them, new ones 0) and the user value, and writes its handle to
- *    @c handle unless that is NULL. 1; 0 when the attribute is NULL, or in a tag already (whose it then
- *    stays), or, in a tag that has attributes, bears the very name that it is to get (as a new one does
- *    for the empty name), or when memory is exhausted; in these last two cases it is released. Names
- *    may repeat; they are cut to 31 characters. A negative @c count leaves the attribute the number of values that it has.
- *    An attribute is in a tag as long as it is in the tag's array. An attribute that named an owner before,
- *    as a copy does, tells that owner of the initial value. 0 also when that owner then releases the tag or
- *    the attribute, or takes the attribute out of the array.
+ *  - `insertNew`: takes over the caller's reference to an attribute and sets its name, its number of values,
+ *    all values to the one at @c initial (NULL leaves them, new ones 0) and its user value; writes its handle
+ *    to @c handle unless that is NULL. 1. 0 when the attribute is NULL or already in a tag, where it stays. 0,
+ *    with the attribute released, when memory is exhausted, or when the tag has attributes and this one already
+ *    has the given name (a new one has the empty name). Names may repeat; they are cut to 31 characters. A
+ *    negative @c count keeps the number of values. An attribute is in a tag while it is in the tag's array. An
+ *    attribute with an earlier owner, such as a copy, tells that owner of the initial value. 0 also when that
+ *    owner then releases the tag or the attribute, or removes the attribute from the array.
  *  - `setValue`, `getValue`, `getAverageValue`, `getTotalValue`: the attribute's own.
- *  - `setNumValues`: changes the number of values, then sets all of them to the one at @c initial
- *    (NULL leaves them). 1 or 0. `getNumValues`: the number of values.
- *  - `getValues`: the attribute's array of values itself, a ztIntArray or ztFloatArray; not the
- *    caller's.
+ *  - `setNumValues`: changes the number of values, then sets all of them to the one at @c initial (NULL leaves
+ *    them). 1 or 0. `getNumValues`: the number of values.
+ *  - `getValues`: the attribute's own array of values, a ztIntArray or ztFloatArray; the attribute owns it.
  *  - `enumTags`: calls back for every attribute in order; 1, or 0 when the callback stopped it.
- *  - `getByName`: the first attribute of that name; its index is stored at @c index unless that is
- *    NULL. `getByHandle`: the attribute. Both stay the tag's; NULL when there is none.
+ *  - `getByName`: the first attribute of that name; stores its index at @c index unless that is NULL.
+ *    `getByHandle`: the attribute. The tag owns both; NULL when there is none.
  *  - `emptySlot2`: NULL.
- *  - `allocWise`: 0. `deallocWise`: cuts the attribute of that name to one value; 1, or 0 when there is
- *    none.
+ *  - `allocWise`: 0. `deallocWise`: cuts the attribute of that name to one value; 1, or 0 when there is none.
  *  - `attrChanged`: called by an attribute whose value was set; does nothing, for subclasses.
- *  - `swapTags`: exchanges the values of two attributes of one type and number of values; 1 or 0.
- *    Names, user values and cached results stay.
+ *  - `swapTags`: exchanges the values of two attributes of one type and number of values; 1 or 0. Names, user
+ *    values and cached results stay.
  *
- * An attribute that the host destroys all the same (by giving back a reference that was not its own, or
- * the first of two) leaves its place empty: its handle designates nothing, all others stay valid.
+ * If the host destroys an attribute in a tag (by releasing a reference that it does not own, or the first of
+ * two), its place stays empty: its handle designates nothing, all others stay valid.
  *
- * A tag that lies in an array is moved as the array grows or shrinks: reach its attributes through the tag
- * (by `getByHandle` and the like) before setting values of theirs, so that they know where it is.
+ * A tag in an array moves when the array grows or shrinks: get its attributes through the tag (by `getByHandle`
+ * and similar methods) before you set their values, so that they know its address.
  *
- * `clone` copies the attributes. `assign` assigns attribute to attribute as far as both tags have them.
- * `write` stores the node's record and then each attribute, without their number: `read` needs a tag
- * that holds attributes of the same kinds in the same order.
+ * `clone` copies the attributes. `assign` assigns attribute to attribute as far as both tags have them. `write`
+ * stores the node's record and then each attribute, without their number: `read` needs a tag with attributes of
+ * the same kinds in the same order.
  */
 #define ztTag_METHODS                                                                                        \
   ztRoot_METHODS                                                                                             \

@@ -1,4 +1,4 @@
-// What a tag does beside what it does as a node, for trees of tags that are copied and assigned in loops.
+// The part of a tag beyond its node, for loops that copy and assign trees.
 #ifndef ZT_TAGS_ZTTAG_HH
 #define ZT_TAGS_ZTTAG_HH
 
@@ -6,11 +6,11 @@
 
 namespace ztcore {
 
-// Gives a copy, whose array is not its own yet, copies of a tag's attributes. False without memory; the copy
-// may have some of them then.
+// Copies a tag's attributes into a copy whose array is not its own yet. False when memory is exhausted; the
+// copy may have some of them then.
 bool copyAttributes(const ztTag *tag, ztTag *copy);
 
-// Assigns the attributes of another tag to those in the same places.
+// Assigns the attributes of another tag to those at the same positions.
 void assignAttributes(ztTag *tag, const ztTag *other);
 
 }  // namespace ztcore

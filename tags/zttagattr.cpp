@@ -28,8 +28,8 @@ int32_t ztcore::countValues(const void *attribute) {
 
 // Values ------------------------------------------------------------------------------------------
 //
-// A caller who goes by the type has 4 bytes for an integer and 8 for a double. The type is a field that hosts
-// set, and so is the array of values: where the two disagree nothing is copied.
+// A caller has a buffer for the type: 4 bytes for an integer, 8 for a double. Hosts can set the type and the
+// array of values independently: when they do not match, nothing is copied.
 
 enum : int32_t { intType = 1, floatType = 2 };
 
@@ -138,7 +138,7 @@ static int32_t attributeAssign(ztTagAttribute &attribute, const void *other) {
 
 static void attributeDestroy(ztTagAttribute &attribute) {
   ztBaseClass_table()->destroy(&attribute);
-  // Released while a tag holds it, as by a host that takes a reference and gives it back.
+  // A tag may still hold it, for example when a host takes a reference and releases it.
   leaveArray(&attribute);
   letGo(&attribute);
   releasePart(attribute.values);
@@ -148,7 +148,7 @@ static void attributeDestroy(ztTagAttribute &attribute) {
 
 constexpr int32_t nameFieldSize = sizeof ztTagAttribute::name;
 
-// The type stands twice.
+// Writes the type twice.
 static int32_t attributeWrite(const ztTagAttribute &attribute, void *file) {
   if (file == nullptr || attribute.values == nullptr) return 0;
   const ztFileMethods *methods = ztFile_of(file);
@@ -159,7 +159,7 @@ static int32_t attributeWrite(const ztTagAttribute &attribute, void *file) {
          ztArray_of(attribute.values)->write(attribute.values, file) > 0;
 }
 
-// A type that contradicts the values is refused: the buffer of a caller would be too small for them.
+// Refuses a type that contradicts the values, because a caller's buffer would be too small.
 static bool readTypes(ztTagAttribute &attribute, void *file) {
   const int32_t kept = attribute.type;
   for (int i = 0; i < 2; ++i) {

@@ -6,33 +6,33 @@
 
 using namespace ztcore;
 
-// An attribute that a tag holds, and a copy that names its source's owner, have a bond each: its number is
-// the attribute's `binding`, and goes with the attribute's bytes, since an array moves the attributes that
-// lie in it. The bonds with one tag are listed, so that the tag's end reaches them all and no others.
+// An attribute in a tag, and a copy with its source's owner, each have a bond. Its number is the attribute's
+// `binding`, which moves with the attribute when an array moves it. The bonds of a tag are in a list, so that
+// all of them are found when the tag is destroyed.
 //
-// A tag may be moved too. It is known by its array of attributes, which stays where it is; one that the host
-// named as an owner, by its address.
+// A tag may move too. Its key is its array of attributes, which does not move; the key of an owner set by a
+// host is its address.
 //
-// The tables are the process's and locked for writing. A bond never moves, so that it is read without the
-// lock by the thread to which its attribute belongs at the time.
+// The tables belong to the process and are locked for writing. A bond never moves, so the thread that uses its
+// attribute reads it without the lock.
 
 namespace {
 
 struct Owner;
 
 struct Bond {
-  ztTagAttribute *held;  // the attribute, where a tag holds it; NULL for a copy's
-  Owner *owner;          // NULL once that is destroyed
-  int32_t next;          // of the same owner; 0 at the end. Of a bond that is not in use: the next such
+  ztTagAttribute *held;  // the attribute in a tag; NULL for a copy
+  Owner *owner;          // NULL once it is destroyed
+  int32_t next;          // of the same owner, 0 at the end; the next free bond of a free one
   int32_t previous;      // of the same owner; 0 at the beginning
-  int32_t former;        // the bond with the owner before, which is told until the new one is; or 0
+  int32_t former;        // the bond with the previous owner, which is told until this one is; or 0
 };
 
 struct Owner {
   void *tag;
   const void *key;
   int32_t firstBond;
-  bool moved;  // its attributes may name the address where it was
+  bool moved;  // its attributes may have its old address
 };
 
 }  // namespace
@@ -153,7 +153,7 @@ static int32_t bindTo(void *tag, const void *key, ztTagAttribute *held, int32_t 
   return number;
 }
 
-// The owner goes with the last bond.
+// Releases the owner with its last bond.
 static void leaveOwner(const Bond *bond) {
   Owner *owner = bond->owner;
   if (owner == nullptr) return;
@@ -175,14 +175,14 @@ static void endBond(int32_t number) {
   --bondCount;
 }
 
-// NULL for an attribute without one, and for bytes copied from one that a tag holds.
+// NULL for an attribute without a bond, and for a bytewise copy of an attribute in a tag.
 static Bond *bondOf(const ztTagAttribute *attribute) {
   if (attribute->binding <= 0) return nullptr;
   Bond *bond = bondAt(attribute->binding);
   return bond->held == nullptr || bond->held == attribute ? bond : nullptr;
 }
 
-// The bond with the owner that the attribute names.
+// The bond with the owner that the attribute tells.
 static const Bond *namingBond(const ztTagAttribute *attribute) {
   const Bond *bond = bondOf(attribute);
   return bond == nullptr || bond->former == 0 ? bond : bondAt(bond->former);
@@ -215,14 +215,14 @@ bool ztcore::shareOwner(ztTagAttribute *copy, const ztTagAttribute *source) {
 
 // Holding -----------------------------------------------------------------------------------------
 
-// The array that should list the attribute; NULL for one that no tag holds.
+// The array that should contain the attribute; NULL for an attribute in no tag.
 static ztPtrArray *arrayOf(const ztTagAttribute *attribute) {
   const Bond *bond = bondOf(attribute);
   if (bond == nullptr || bond->held == nullptr || bond->owner == nullptr) return nullptr;
   return static_cast<ztPtrArray *>(const_cast<void *>(bond->owner->key));
 }
 
-// The attribute's next place in the array, or the array's count.
+// The attribute's next index in the array, or the array's count.
 static int32_t placeIn(const ztPtrArray *array, const ztTagAttribute *attribute, int32_t from) {
   const int32_t count = ztPtrArray_of(array)->getSize(array);
   while (from < count && ztPtrArray_of(array)->getAt(array, from) != attribute) ++from;
@@ -243,7 +243,7 @@ void ztcore::leaveArray(const ztTagAttribute *attribute) {
   }
 }
 
-// Ends the bond that the attribute has, except for the part that tells who is to be told.
+// Ends the attribute's bond, except for the bond with the owner that it tells.
 static int32_t takeNamingBond(const ztTagAttribute *attribute) {
   Bond *bond = bondOf(attribute);
   if (bond == nullptr) return 0;
@@ -326,7 +326,7 @@ static void ownerEnds(int32_t number) {
   bond->previous = 0;
   ztTagAttribute *attribute = bond->held;
   if (attribute == nullptr) return;
-  // One that was taken out of the array. While it is being inserted elsewhere it still names another.
+  // It was removed from the array. While it is being inserted elsewhere it still tells another owner.
   attribute->binding = bond->former;
   if (bond->former == 0) attribute->owner = nullptr;
   endBond(number);

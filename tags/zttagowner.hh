@@ -1,4 +1,4 @@
-// Which tag an attribute belongs to, and what becomes of that when either of the two ends.
+// Which tag an attribute belongs to, until either is destroyed.
 #ifndef ZT_TAGS_ZTTAGOWNER_HH
 #define ZT_TAGS_ZTTAGOWNER_HH
 
@@ -6,39 +6,37 @@
 
 namespace ztcore {
 
-// An attribute that a tag holds lies in the tag's array. It is held as long as the array lists it, so that a
-// host may take it out and give it to another tag.
+// An attribute is held as long as it is in its tag's array, so a host can remove it and give it to another tag.
 bool isHeldAttribute(const ztTagAttribute *attribute);
 
-// Makes the tag hold an attribute that its array lists, and whose owner it is not yet: the one before, if
-// there is one, is still told of changes. False when memory is exhausted.
+// Makes the tag hold an attribute in its array. The attribute still tells its previous owner, if any, of
+// changes. False when memory is exhausted.
 bool enlist(ztTagAttribute *attribute, const ztTag *tag);
 
-// Undoes what enlist did.
+// Undoes `enlist`.
 void withdraw(ztTagAttribute *attribute);
 
-// Makes the tag the owner that holds the attribute, and notes where the tag is now: an array moves the tags
-// that lie in it. False when memory is exhausted; the attribute then names the tag all the same.
+// Makes the tag the attribute's owner and holder, and stores the tag's address, because an array moves the tags
+// in it. False when memory is exhausted; the attribute's `owner` is set all the same.
 bool holdAttribute(ztTagAttribute *attribute, const ztTag *tag);
 
-// Leaves the attribute without an owner.
+// Clears the attribute's owner.
 void letGo(ztTagAttribute *attribute);
 
-// Has a copy name its source's owner, without being held by it. False when memory is exhausted.
+// Gives a copy its source's owner, which does not hold it. False when memory is exhausted.
 bool shareOwner(ztTagAttribute *copy, const ztTagAttribute *source);
 
-// The owner that is to be told of a change; NULL when there is none, or none any more.
+// The owner to be told of a change; NULL when there is none or it was destroyed.
 void *livingOwner(const ztTagAttribute *attribute);
 
-// Leaves an attribute whose owner has ended without one.
+// Clears the owner of an attribute whose owner was destroyed.
 void forgetDeadOwner(ztTagAttribute *attribute);
 
-// Empties the places that an attribute has in the array of the tag that holds it. The others keep theirs, so
-// that their handles stay valid.
+// Sets the attribute's places in its tag's array to NULL. The others do not move, so their handles stay valid.
 void leaveArray(const ztTagAttribute *attribute);
 
-// Tells the attributes that the tag is their owner no more, those that were taken out of its array and the
-// copies that name it among them. The array is the tag's, or was until now.
+// Clears the owner of all attributes of the tag, also of those removed from its array, and of copies. The array
+// is the tag's, or was until now.
 void ownerDestroyed(const ztTag *tag, const ztPtrArray *attributes);
 
 }  // namespace ztcore

@@ -2,34 +2,42 @@
 
 #include "containers/ztlists.h"
 #include "core/ztmem.h"
+#include "io/ztfile.h"
 
 #include <numeric>
 
 int32_t countedLive;
 
-static int32_t countedCreate(void *object) {
-  if (!ztBaseClass_table()->create(object)) return 0;
-  static_cast<Counted *>(object)->value = 0;
-  ++countedLive;
-  return 1;
-}
-
-static void *countedClone(const void *object, void *target) {
-  if (static_cast<const Counted *>(object)->value == refusesToClone) return nullptr;
-  void *copy = ztBaseClass_table()->clone(object, target);
-  ++countedLive;
-  return copy;
-}
-
-static void countedDestroy(void *object) {
-  --countedLive;
-  ztBaseClass_table()->destroy(object);
-}
-
 static void countedMethods(CountedMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, countedCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, countedClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, countedDestroy);
+  methods->create = [](void *object) {
+    if (!ztBaseClass_table()->create(object)) return 0;
+    static_cast<Counted *>(object)->value = 0;
+    static_cast<Counted *>(object)->owned = new int32_t;
+    ++countedLive;
+    return 1;
+  };
+  methods->clone = [](const void *object, void *target) -> void * {
+    if (static_cast<const Counted *>(object)->value == refusesToClone) return nullptr;
+    void *copy = ztBaseClass_table()->clone(object, target);
+    static_cast<Counted *>(copy)->owned = new int32_t;
+    ++countedLive;
+    return copy;
+  };
+  methods->assign = [](void *object, const void *other) {
+    static_cast<Counted *>(object)->value = static_cast<const Counted *>(other)->value;
+    return 1;
+  };
+  methods->destroy = [](void *object) {
+    --countedLive;
+    delete static_cast<Counted *>(object)->owned;
+    ztBaseClass_table()->destroy(object);
+  };
+  methods->read = [](void *object, void *file) {
+    return ztFile_of(file)->readInt(file, &static_cast<Counted *>(object)->value);
+  };
+  methods->write = [](const void *object, void *file) {
+    return ztFile_of(file)->writeInt(file, static_cast<const Counted *>(object)->value);
+  };
 }
 
 ZT_DEFINE_CLASS(Counted, ztBaseClass, countedMethods)
@@ -38,14 +46,11 @@ static void countedTwinMethods(CountedTwinMethods *) {}
 
 ZT_DEFINE_CLASS(CountedTwin, Counted, countedTwinMethods)
 
-static int32_t countedLargerCreate(void *object) {
-  if (!Counted_table()->create(object)) return 0;
-  for (int64_t &word : static_cast<CountedLarger *>(object)->more) word = 0;
-  return 1;
-}
-
 static void countedLargerMethods(CountedLargerMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, countedLargerCreate);
+  methods->create = [](void *object) {
+    for (int64_t &word : static_cast<CountedLarger *>(object)->more) word = 0;
+    return Counted_table()->create(object);
+  };
 }
 
 ZT_DEFINE_CLASS(CountedLarger, Counted, countedLargerMethods)
@@ -56,20 +61,18 @@ Counted *newCounted(int32_t value, ztCtor constructor) {
   return object;
 }
 
+CountedObject counted(int32_t value, ztCtor constructor) {
+  return CountedObject(newCounted(value, constructor));
+}
+
 int32_t compareCounted(const void *first, const void *second) {
   return ztIntList_compare_func(&static_cast<const Counted *>(first)->value,
                                 &static_cast<const Counted *>(second)->value);
 }
 
 std::string policyName(Policy policy) {
-  switch (policy) {
-    case Policy::byValue:
-      return "byValue";
-    case Policy::byPointer:
-      return "byPointer";
-    default:
-      return "constructed";
-  }
+  const char *const names[] = {"byValue", "byPointer", "constructed"};
+  return names[static_cast<int>(policy)];
 }
 
 Elements::Elements(Policy kept) : policy(kept), numbers(1000), object(newCounted(0)) {
@@ -82,8 +85,8 @@ Elements::~Elements() {
 
 void Elements::configure(void *container) const {
   const auto *methods = ztSequenceContainer_of(container);
-  const int32_t size = policy == Policy::byPointer ? int32_t{sizeof(void *)} : int32_t{sizeof(int32_t)};
-  methods->setElementSize(container, size, policy == Policy::byPointer);
+  const int32_t sizes[] = {sizeof(int32_t), sizeof(void *), sizeof(Counted)};
+  methods->setElementSize(container, sizes[static_cast<int>(policy)], policy == Policy::byPointer);
   methods->setElementConstructor(container, policy == Policy::constructed ? Counted_ctor : nullptr);
   methods->setCompareFunction(container,
                               policy == Policy::constructed ? compareCounted : ztIntList_compare_func);
@@ -109,4 +112,18 @@ bool Elements::isCopy(const void *stored) const {
 void Elements::release(void *handed) const {
   if (policy == Policy::byValue) ztm_free(handed);
   if (policy == Policy::constructed) Counted_of(handed)->unRef(handed);
+}
+
+Numbers numbersOf(const ztList &list, const Elements &elements) {
+  Numbers numbers;
+  const ztListItem *before = nullptr;
+  for (const ztListItem *item = list.head; item != nullptr; item = item->next) {
+    EXPECT_EQ(item->prev, before);
+    numbers.push_back(elements.numberOf(item->data));
+    before = item;
+  }
+  EXPECT_EQ(list.tail, before);
+  EXPECT_EQ(list.count, numbers.size());
+  EXPECT_EQ(ztList_of(&list)->getSize(&list), static_cast<int32_t>(numbers.size()));
+  return numbers;
 }

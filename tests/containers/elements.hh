@@ -1,17 +1,26 @@
-// Elements for the tests of the containers: object classes that count themselves, and the three
-// element policies in a form that lets one test run with each.
+// Elements for the tests of the containers: object classes that count themselves, and the three element
+// policies in a form that lets one test run with each.
 #ifndef ZT_TESTS_ELEMENTS_HH
 #define ZT_TESTS_ELEMENTS_HH
 
+#include "containers/ztlist.h"
 #include "containers/ztscont.h"
+#include "tests/helpers/owned.hh"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
 
 #include <string>
 #include <vector>
 
-// Counted: an object with a value. Its class counts the live objects.
+using Numbers = std::vector<int32_t>;
+
+// Counted: an object with a value, and memory of its own. Its class counts the live objects.
 #define Counted_FIELDS \
   ztBaseClass_FIELDS   \
-  int32_t value;
+  int32_t value;       \
+  int32_t *owned;
 #define Counted_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Counted)
 
@@ -31,8 +40,10 @@ inline constexpr int32_t refusesToClone = -1;
 // Counted objects, of subclasses too, that were created or cloned and not yet destroyed.
 extern int32_t countedLive;
 
-// A new object of Counted or a subclass.
+// A new object of Counted or a subclass; the second is released at the end of its scope.
 Counted *newCounted(int32_t value, ztCtor constructor = Counted_ctor);
+using CountedObject = Owned<Counted, CountedMethods>;
+CountedObject counted(int32_t value, ztCtor constructor = Counted_ctor);
 
 // Compares two Counted objects by their values.
 int32_t compareCounted(const void *first, const void *second);
@@ -72,6 +83,34 @@ class Elements {
   Counted *object;
 };
 
+// The numbers that the elements of a list stand for, front to back; expects its links and its size to agree.
+Numbers numbersOf(const ztList &list, const Elements &elements);
+
+// An object in memory full of garbage, as a host's own memory may be. It is destroyed at the end.
+template <typename C>
+class InGarbage {
+ public:
+  explicit InGarbage(ztCtor constructor) {
+    memset(memory, 0xA5, sizeof memory);
+    constructor(memory, 1);
+  }
+  ~InGarbage() {
+    ztBaseClass_of(memory)->destroy(memory);
+  }
+  C *operator->() {
+    return reinterpret_cast<C *>(memory);
+  }
+  C &operator*() {
+    return *reinterpret_cast<C *>(memory);
+  }
+  operator void *() {
+    return memory;
+  }
+
+ private:
+  alignas(C) unsigned char memory[sizeof(C)];
+};
+
 // How many Counted objects came to life since this was made.
 class LiveCount {
  public:
@@ -82,6 +121,14 @@ class LiveCount {
 
  private:
   int32_t before;
+};
+
+// Expects of a scope that as many Counted objects are left as it found.
+class NoneLost : public LiveCount {
+ public:
+  ~NoneLost() {
+    EXPECT_EQ(made(), 0) << "an element was lost, or released twice";
+  }
 };
 
 #endif

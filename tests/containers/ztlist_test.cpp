@@ -4,180 +4,129 @@
 #include "core/ztmem.h"
 #include "io/ztfile.h"
 #include "tests/containers/elements.hh"
-#include "tests/helpers/faults.hh"
+#include "tests/containers/noting.hh"
 #include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 
 #include <limits.h>
 
+#include <algorithm>
 #include <deque>
 #include <random>
 
 namespace {
 
-template <typename List = ztList>
-List *newList(ztCtor constructor = ztList_ctor) {
-  return static_cast<List *>(constructor(nullptr, 1));
-}
-
-void release(void *object) {
-  ztBaseClass_of(object)->unRef(object);
-}
-
-// The numbers of a list's elements, front to back; fails where the links disagree.
-std::vector<int32_t> numbersOf(const ztList *list, const Elements &elements) {
-  std::vector<int32_t> numbers;
-  const ztListItem *before = nullptr;
-  for (const ztListItem *item = list->head; item != nullptr; item = item->next) {
-    EXPECT_EQ(item->prev, before);
-    numbers.push_back(elements.numberOf(item->data));
-    before = item;
-  }
-  EXPECT_EQ(list->tail, before);
-  EXPECT_EQ(list->count, numbers.size());
-  EXPECT_EQ(ztList_of(list)->getSize(list), static_cast<int32_t>(numbers.size()));
-  return numbers;
-}
-
-using Numbers = std::vector<int32_t>;
+using List = Owned<ztList, ztListMethods>;
 
 // One list for each element policy.
-class ListOf : public ::testing::TestWithParam<Policy> {
+class ztListByPolicy : public testing::TestWithParam<Policy> {
  protected:
-  ListOf() : elements(GetParam()), list(newList()), methods(ztList_of(list)) {
+  ztListByPolicy() {
     elements.configure(list);
-  }
-  ~ListOf() override {
-    release(list);
-    EXPECT_EQ(live.made(), 0) << "an element was lost";
   }
 
   void fill(int32_t count) {
-    for (int32_t number = 0; number < count; ++number) methods->pushBack(list, elements.make(number));
+    for (int32_t number = 0; number < count; ++number) list->pushBack(list, elements.make(number));
   }
-
   Numbers numbers() const {
-    return numbersOf(list, elements);
+    return numbersOf(links, elements);
   }
-
   ztListItem *at(int32_t index) const {
-    return methods->getItemAt(list, index);
+    return list->getItemAt(list, index);
   }
-
   // Takes off the head and releases the element that this hands over.
   ztListItem *popFront() {
-    void *element = methods->getFront(list);
-    ztListItem *head = methods->popFront(list);
-    if (element != nullptr) elements.release(element);
+    void *element = list->getFront(list);
+    ztListItem *head = list->popFront(list);
+    elements.release(element);
     return head;
   }
 
-  Elements elements;
-  LiveCount live;  // from here on: the elements keep an object of their own
-  ztList *list;
-  const ztListMethods *methods;
+  Elements elements{GetParam()};
+  NoneLost live;  // from here on: the elements keep an object of their own
+  List list{ztList_ctor};
+  ztList &links = list.fields();
 };
 
-INSTANTIATE_TEST_SUITE_P(Policies, ListOf, ::testing::ValuesIn(allPolicies),
+INSTANTIATE_TEST_SUITE_P(Policies, ztListByPolicy, testing::ValuesIn(allPolicies),
                          [](const auto &test) { return policyName(test.param); });
 
 }  // namespace
 
 // Adding ------------------------------------------------------------------------------------------
 
-TEST_P(ListOf, NewListIsEmpty) {
-  EXPECT_EQ(list->head, nullptr);
-  EXPECT_EQ(list->tail, nullptr);
-  EXPECT_EQ(list->count, 0U);
-  EXPECT_EQ(methods->getSize(list), 0);
-  EXPECT_EQ(list->itemConstructor, ztListItem_ctor);
-  EXPECT_EQ(list->itemManager, list);
+TEST_P(ztListByPolicy, NewListIsEmptyAndHasNothingToGive) {
+  EXPECT_EQ(numbers(), Numbers());
+  EXPECT_EQ(list->getFront(list), nullptr);
+  EXPECT_EQ(list->getBack(list), nullptr);
+  EXPECT_EQ(list->find(list, elements.make(1)), nullptr);
+  EXPECT_EQ(list->popFront(list), nullptr);
+  EXPECT_EQ(list->popBack(list), nullptr);
+  EXPECT_EQ(list->removeItem(list, nullptr), nullptr);
+  EXPECT_EQ(numbers(), Numbers());
 }
 
-TEST_P(ListOf, PushBackThenPushFrontOnAnEmptyList) {
-  ztListItem *first = methods->pushBack(list, elements.make(1));
+TEST_P(ztListByPolicy, PushesAtBothEnds) {
+  const ztListItem *first = list->pushBack(list, elements.make(1));
   ASSERT_NE(first, nullptr);
-  EXPECT_EQ(list->head, first);
-  EXPECT_EQ(list->tail, first);
-  EXPECT_EQ(list->count, 1U);
-  ztListItem *second = methods->pushFront(list, elements.make(2));
-  EXPECT_EQ(list->head, second);
-  EXPECT_EQ(list->tail, first);
-  EXPECT_EQ(methods->getSize(list), 2);
+  EXPECT_EQ(links.head, first);
+  EXPECT_EQ(numbers(), Numbers({1}));
+  EXPECT_EQ(list->pushFront(list, elements.make(2)), links.head);
+  EXPECT_EQ(links.tail, first);
   EXPECT_EQ(numbers(), Numbers({2, 1}));
+  list->empty(list);
+  EXPECT_EQ(list->pushFront(list, elements.make(3)), links.tail);
+  EXPECT_EQ(numbers(), Numbers({3}));
 }
 
-TEST_P(ListOf, PushFrontOnAnEmptyListSetsBothEnds) {
-  ztListItem *item = methods->pushFront(list, elements.make(1));
-  EXPECT_EQ(list->head, item);
-  EXPECT_EQ(list->tail, item);
-  EXPECT_EQ(item->prev, nullptr);
-  EXPECT_EQ(item->next, nullptr);
-}
-
-TEST_P(ListOf, ElementsAreKeptAsThePolicySays) {
+TEST_P(ztListByPolicy, ElementsAreKeptAsThePolicySays) {
   fill(1);
   const void *element = elements.make(7);
   const bool copied = GetParam() != Policy::byPointer;
-  for (const ztListItem *item : {methods->pushBack(list, element), methods->pushFront(list, elements.make(7)),
-                                 methods->insertPrev(list, list->tail, elements.make(7)),
-                                 methods->insertNext(list, list->head, elements.make(7))}) {
+  for (const ztListItem *item : {list->pushBack(list, element), list->pushFront(list, elements.make(7)),
+                                 list->insertPrev(list, links.tail, elements.make(7)),
+                                 list->insertNext(list, links.head, elements.make(7))}) {
     EXPECT_EQ(elements.isCopy(item->data), copied);
     EXPECT_EQ(elements.numberOf(item->data), 7);
     EXPECT_EQ(item->data == element, !copied);
   }
 }
 
-TEST_P(ListOf, InsertPrevPutsBeforeTheItem) {
+TEST_P(ztListByPolicy, InsertPrevPutsBeforeTheItem) {
   fill(3);
-  ztListItem *item = methods->insertPrev(list, at(1), elements.make(9));
+  const ztListItem *item = list->insertPrev(list, at(1), elements.make(9));
   EXPECT_EQ(item, at(1));
-  EXPECT_EQ(numbers(), Numbers({0, 9, 1, 2}));
-  item = methods->insertPrev(list, list->tail, elements.make(8));
+  item = list->insertPrev(list, links.tail, elements.make(8));
   EXPECT_EQ(item, at(3));
   EXPECT_EQ(numbers(), Numbers({0, 9, 1, 8, 2}));
+  item = list->insertPrev(list, links.head, elements.make(7));
+  EXPECT_EQ(item, links.head);
+  EXPECT_EQ(list->insertPrev(list, nullptr, elements.make(6)), nullptr);
+  EXPECT_EQ(numbers(), Numbers({7, 0, 9, 1, 8, 2}));
 }
 
-TEST_P(ListOf, InsertNextPutsAfterTheItem) {
+TEST_P(ztListByPolicy, InsertNextPutsAfterTheItem) {
   fill(3);
-  ztListItem *item = methods->insertNext(list, at(1), elements.make(9));
+  const ztListItem *item = list->insertNext(list, at(1), elements.make(9));
   EXPECT_EQ(item, at(2));
-  EXPECT_EQ(numbers(), Numbers({0, 1, 9, 2}));
-  item = methods->insertNext(list, list->head, elements.make(8));
+  item = list->insertNext(list, links.head, elements.make(8));
   EXPECT_EQ(item, at(1));
   EXPECT_EQ(numbers(), Numbers({0, 8, 1, 9, 2}));
+  item = list->insertNext(list, links.tail, elements.make(7));
+  EXPECT_EQ(item, links.tail);
+  EXPECT_EQ(list->insertNext(list, nullptr, elements.make(6)), nullptr);
+  EXPECT_EQ(numbers(), Numbers({0, 8, 1, 9, 2, 7}));
 }
 
-TEST_P(ListOf, InsertPrevOnTheHeadMakesTheNewHead) {
-  fill(2);
-  const ztListItem *item = methods->insertPrev(list, list->head, elements.make(9));
-  EXPECT_EQ(item, list->head);
-  EXPECT_EQ(numbers(), Numbers({9, 0, 1}));
-}
-
-TEST_P(ListOf, InsertNextOnTheTailMakesTheNewTail) {
-  fill(2);
-  const ztListItem *item = methods->insertNext(list, list->tail, elements.make(9));
-  EXPECT_EQ(item, list->tail);
-  EXPECT_EQ(numbers(), Numbers({0, 1, 9}));
-}
-
-TEST_P(ListOf, InsertingAtNoItemDoesNothing) {
-  fill(2);
-  EXPECT_EQ(methods->insertPrev(list, nullptr, elements.make(9)), nullptr);
-  EXPECT_EQ(methods->insertNext(list, nullptr, elements.make(9)), nullptr);
-  EXPECT_EQ(numbers(), Numbers({0, 1}));
-}
-
-TEST_P(ListOf, NoElementAddsNothingUnlessByPointer) {
+TEST_P(ztListByPolicy, NoElementAddsNothingUnlessByPointer) {
   fill(3);
   const bool kept = GetParam() == Policy::byPointer;
-  EXPECT_EQ(methods->pushBack(list, nullptr) != nullptr, kept);
-  EXPECT_EQ(methods->pushFront(list, nullptr) != nullptr, kept);
-  EXPECT_EQ(methods->insertPrev(list, at(1), nullptr) != nullptr, kept);
-  EXPECT_EQ(methods->insertNext(list, at(1), nullptr) != nullptr, kept);
-  EXPECT_EQ(methods->getSize(list), kept ? 7 : 3);
+  EXPECT_EQ(list->pushBack(list, nullptr) != nullptr, kept);
+  EXPECT_EQ(list->pushFront(list, nullptr) != nullptr, kept);
+  EXPECT_EQ(list->insertPrev(list, at(1), nullptr) != nullptr, kept);
+  EXPECT_EQ(list->insertNext(list, at(1), nullptr) != nullptr, kept);
+  EXPECT_EQ(list->getSize(list), kept ? 7 : 3);
   if (!kept) {
     EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
   }
@@ -185,785 +134,506 @@ TEST_P(ListOf, NoElementAddsNothingUnlessByPointer) {
 
 // Removing ----------------------------------------------------------------------------------------
 
-TEST_P(ListOf, PoppingAnEmptyListDoesNothing) {
-  EXPECT_EQ(methods->popFront(list), nullptr);
-  EXPECT_EQ(methods->popBack(list), nullptr);
-  EXPECT_EQ(methods->getSize(list), 0);
-  EXPECT_EQ(list->head, nullptr);
-  EXPECT_EQ(list->tail, nullptr);
-}
-
-TEST_P(ListOf, PoppingAListThatLacksAnEndDoesNothing) {
+TEST_P(ztListByPolicy, PoppingAListThatLacksAnEndDoesNothing) {
   fill(2);
-  ztListItem *head = list->head;
-  ztListItem *tail = list->tail;
-  list->tail = nullptr;
-  EXPECT_EQ(methods->popFront(list), nullptr);
-  EXPECT_EQ(list->head, head);
-  list->tail = tail;
-  list->head = nullptr;
-  EXPECT_EQ(methods->popBack(list), nullptr);
-  EXPECT_EQ(list->tail, tail);
-  list->head = head;
+  const ztList before = links;
+  links.tail = nullptr;
+  EXPECT_EQ(list->popFront(list), nullptr);
+  EXPECT_EQ(links.head, before.head);
+  links.tail = before.tail;
+  links.head = nullptr;
+  EXPECT_EQ(list->popBack(list), nullptr);
+  EXPECT_EQ(links.tail, before.tail);
+  links.head = before.head;
   EXPECT_EQ(numbers(), Numbers({0, 1}));
 }
 
-TEST_P(ListOf, PopFrontReturnsTheNewHead) {
+TEST_P(ztListByPolicy, PopFrontHandsTheElementOverAndReturnsTheNewHead) {
   fill(3);
-  ztListItem *second = at(1);
-  EXPECT_EQ(popFront(), second);
-  EXPECT_EQ(second->prev, nullptr);
+  const ztListItem *second = at(1);
+  void *element = list->getFront(list);
+  const int32_t before = live.made();
+  EXPECT_EQ(list->popFront(list), second);
+  EXPECT_EQ(live.made(), before);
+  EXPECT_EQ(elements.numberOf(element), 0);
+  elements.release(element);
   EXPECT_EQ(numbers(), Numbers({1, 2}));
-  EXPECT_EQ(popFront(), list->tail);
+  EXPECT_EQ(popFront(), links.tail);
   EXPECT_EQ(popFront(), nullptr);
   EXPECT_EQ(numbers(), Numbers());
 }
 
-TEST_P(ListOf, PopFrontHandsTheElementOver) {
-  fill(2);
-  void *element = methods->getFront(list);
-  const int32_t before = live.made();
-  methods->popFront(list);
-  EXPECT_EQ(live.made(), before);
-  EXPECT_EQ(elements.numberOf(element), 0);
-  elements.release(element);
-}
-
-TEST_P(ListOf, PopBackReturnsTheNewTail) {
+TEST_P(ztListByPolicy, PopBackReleasesTheElementAndReturnsTheNewTail) {
   fill(3);
-  ztListItem *second = at(1);
-  EXPECT_EQ(methods->popBack(list), second);
-  EXPECT_EQ(second->next, nullptr);
-  EXPECT_EQ(numbers(), Numbers({0, 1}));
-  EXPECT_EQ(methods->popBack(list), list->head);
-  EXPECT_EQ(methods->popBack(list), nullptr);
-  EXPECT_EQ(numbers(), Numbers());
-}
-
-TEST_P(ListOf, PopBackReleasesTheElement) {
-  fill(2);
+  const ztListItem *second = at(1);
   const int32_t before = live.made();
-  methods->popBack(list);
+  EXPECT_EQ(list->popBack(list), second);
   EXPECT_EQ(before - live.made(), GetParam() == Policy::constructed ? 1 : 0);
-}
-
-TEST_P(ListOf, RemovingTheOnlyItemEmptiesTheList) {
-  fill(1);
-  void *element = methods->getFront(list);
-  EXPECT_EQ(methods->removeItem(list, list->head), nullptr);
-  elements.release(element);
+  EXPECT_EQ(numbers(), Numbers({0, 1}));
+  EXPECT_EQ(list->popBack(list), links.head);
+  EXPECT_EQ(list->popBack(list), nullptr);
   EXPECT_EQ(numbers(), Numbers());
 }
 
-TEST_P(ListOf, RemovingTheHeadHandsTheElementOverAndReturnsTheNewHead) {
-  fill(3);
-  ztListItem *second = at(1);
-  void *element = methods->getFront(list);
-  EXPECT_EQ(methods->removeItem(list, list->head), second);
-  EXPECT_EQ(elements.numberOf(element), 0);
-  elements.release(element);
-  EXPECT_EQ(numbers(), Numbers({1, 2}));
+TEST_P(ztListByPolicy, RemovingTheHeadHandsTheElementOverAndReturnsTheNewHead) {
+  fill(2);
+  const ztListItem *second = at(1);
+  for (const ztListItem *newHead : {second, static_cast<const ztListItem *>(nullptr)}) {
+    void *element = list->getFront(list);
+    EXPECT_EQ(list->removeItem(list, links.head), newHead);
+    EXPECT_EQ(elements.numberOf(element), newHead == nullptr ? 1 : 0);
+    elements.release(element);
+    EXPECT_EQ(links.head, newHead);
+  }
+  EXPECT_EQ(numbers(), Numbers());
 }
 
-TEST_P(ListOf, RemovingTheTailReturnsTheNewTail) {
-  fill(3);
+TEST_P(ztListByPolicy, RemovingAnotherItemReturnsTheOneBefore) {
+  fill(5);
   ztListItem *second = at(1);
-  EXPECT_EQ(methods->removeItem(list, list->tail), second);
-  EXPECT_EQ(numbers(), Numbers({0, 1}));
-}
-
-TEST_P(ListOf, RemovingAnItemBetweenReturnsTheOneBefore) {
-  fill(4);
-  ztListItem *second = at(1);
-  EXPECT_EQ(methods->removeItem(list, at(2)), second);
-  EXPECT_EQ(numbers(), Numbers({0, 1, 3}));
-  EXPECT_EQ(methods->removeItem(list, second), list->head);
+  EXPECT_EQ(list->removeItem(list, at(2)), second);
+  EXPECT_EQ(numbers(), Numbers({0, 1, 3, 4}));
+  EXPECT_EQ(list->removeItem(list, second), links.head);
+  EXPECT_EQ(numbers(), Numbers({0, 3, 4}));
+  const ztListItem *newTail = at(1);
+  EXPECT_EQ(list->removeItem(list, links.tail), newTail);
   EXPECT_EQ(numbers(), Numbers({0, 3}));
 }
 
-TEST_P(ListOf, RemovingNoItemDoesNothing) {
-  EXPECT_EQ(methods->removeItem(list, nullptr), nullptr);
-  fill(2);
-  EXPECT_EQ(methods->removeItem(list, nullptr), nullptr);
-  EXPECT_EQ(numbers(), Numbers({0, 1}));
-}
-
-TEST_P(ListOf, RemovingAnItemThatStandsInNoListDoesNothing) {
+TEST_P(ztListByPolicy, RemovingAnItemThatItDoesNotHaveDoesNothing) {
   fill(3);
-  auto *stray = static_cast<ztListItem *>(ztListItem_ctor(nullptr, 1));
-  EXPECT_EQ(methods->removeItem(list, stray), nullptr);
-  EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
-  release(stray);
-}
-
-TEST_P(ListOf, RemovingAnItemAtTheEndOfAnotherListDoesNothing) {
-  fill(3);
-  ztList *other = newList();
+  const Owned<ztListItem, ztListItemMethods> stray(ztListItem_ctor);
+  const List other(ztList_ctor);
   elements.configure(other);
-  for (const int32_t number : {4, 5}) methods->pushBack(other, elements.make(number));
-  EXPECT_EQ(methods->removeItem(list, other->head), nullptr);
-  EXPECT_EQ(methods->removeItem(list, other->tail), nullptr);
+  for (const int32_t number : {4, 5}) other->pushBack(other, elements.make(number));
+  for (ztListItem *item :
+       {static_cast<ztListItem *>(nullptr), &stray.fields(), other.fields().head, other.fields().tail}) {
+    EXPECT_EQ(list->removeItem(list, item), nullptr);
+  }
   EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
-  EXPECT_EQ(numbersOf(other, elements), Numbers({4, 5}));
-  release(other);
+  EXPECT_EQ(numbersOf(other.fields(), elements), Numbers({4, 5}));
 }
 
-TEST_P(ListOf, EmptyReleasesEverything) {
-  fill(5);
-  methods->empty(list);
-  EXPECT_EQ(live.made(), 0);
-  EXPECT_EQ(numbers(), Numbers());
-  methods->empty(list);
-  fill(2);
-  EXPECT_EQ(numbers(), Numbers({0, 1}));
+TEST_P(ztListByPolicy, EmptyAndDestroyReleaseEverythingAndMayBeCalledAgain) {
+  for (const auto clear : {list->empty, list->destroy}) {
+    fill(3);
+    clear(list);
+    EXPECT_EQ(live.made(), 0);
+    EXPECT_EQ(numbers(), Numbers());
+    clear(list);
+    fill(1);
+    EXPECT_EQ(numbers(), Numbers({0}));
+    list->empty(list);
+  }
 }
-
-TEST_P(ListOf, SecondDestroyIsHarmless) {
-  fill(3);
-  methods->destroy(list);
-  EXPECT_EQ(live.made(), 0);
-  EXPECT_EQ(numbers(), Numbers());
-  methods->destroy(list);
-  fill(1);
-  EXPECT_EQ(numbers(), Numbers({0}));
-}
-
-namespace {
 
 // An element that, at its end, takes the last one out of its list.
-ztList *guestsList;
-int guestsEnded;
-
-}  // namespace
-
 #define Guest_FIELDS ztBaseClass_FIELDS
 #define Guest_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Guest)
 
-static void guestDestroy(void *object) {
-  ++guestsEnded;
-  if (guestsList != nullptr) ztList_of(guestsList)->popBack(guestsList);
-  ztBaseClass_table()->destroy(object);
-}
+static ztList *guestsList;
+static int guestsEnded;
 
 static void guestMethods(GuestMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, guestDestroy);
+  methods->destroy = [](void *object) {
+    ++guestsEnded;
+    if (guestsList != nullptr) ztList_of(guestsList)->popBack(guestsList);
+    ztBaseClass_table()->destroy(object);
+  };
 }
 
 ZT_DEFINE_CLASS(Guest, ztBaseClass, guestMethods)
 
-TEST(ListOfObjects, ElementMayTakeAnotherOutAtItsEndWhileTheListIsEmptied) {
+TEST(ztList, ElementMayTakeAnotherOutAtItsEndWhileTheListIsEmptied) {
+  const Owned<Guest, GuestMethods> guest(Guest_ctor);
   for (int count = 1; count <= 5; ++count) {
-    ztList *list = newList();
-    ztList_of(list)->setElementConstructor(list, Guest_ctor);
-    void *guest = Guest_ctor(nullptr, 1);
-    for (int i = 0; i < count; ++i) ztList_of(list)->pushBack(list, guest);
-    guestsList = list;
+    const List list(ztList_ctor);
+    list->setElementConstructor(list, Guest_ctor);
+    for (int i = 0; i < count; ++i) list->pushBack(list, guest);
+    guestsList = &list.fields();
     guestsEnded = 0;
-    ztList_of(list)->empty(list);
-    EXPECT_EQ(guestsEnded, count);
-    EXPECT_EQ(list->head, nullptr);
-    EXPECT_EQ(list->tail, nullptr);
-    EXPECT_EQ(list->count, 0U);
+    list->empty(list);
     guestsList = nullptr;
-    release(guest);
-    release(list);
+    EXPECT_EQ(guestsEnded, count);
+    EXPECT_EQ(numbersOf(list.fields(), Elements(Policy::constructed)), Numbers());
   }
 }
 
 // Looking -----------------------------------------------------------------------------------------
 
-TEST_P(ListOf, FrontAndBackAreTheEndsElements) {
-  EXPECT_EQ(methods->getFront(list), nullptr);
-  EXPECT_EQ(methods->getBack(list), nullptr);
+TEST_P(ztListByPolicy, IndexesCountFromTheHead) {
   fill(3);
-  EXPECT_EQ(methods->getFront(list), list->head->data);
-  EXPECT_EQ(methods->getBack(list), list->tail->data);
-  EXPECT_EQ(elements.numberOf(methods->getFront(list)), 0);
-  EXPECT_EQ(elements.numberOf(methods->getBack(list)), 2);
-}
-
-TEST_P(ListOf, IndexesCountFromTheHead) {
-  fill(3);
-  EXPECT_EQ(methods->getItemAt(list, 0), list->head);
-  EXPECT_EQ(methods->getItemAt(list, 2), list->tail);
+  EXPECT_EQ(list->getItemAt(list, 0), links.head);
+  EXPECT_EQ(list->getItemAt(list, 2), links.tail);
+  EXPECT_EQ(list->getFront(list), links.head->data);
+  EXPECT_EQ(list->getBack(list), links.tail->data);
   for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(elements.numberOf(methods->getAt(list, i)), i);
-    EXPECT_EQ(methods->getAt(list, i), methods->getItemAt(list, i)->data);
+    EXPECT_EQ(elements.numberOf(list->getAt(list, i)), i);
+    EXPECT_EQ(list->getAt(list, i), list->getItemAt(list, i)->data);
   }
 }
 
-TEST_P(ListOf, IndexOutOfRangeGivesNothing) {
-  for (const int32_t index : {0, 1, -1, INT_MAX, INT_MIN}) {
-    EXPECT_EQ(methods->getItemAt(list, index), nullptr);
-    EXPECT_EQ(methods->getAt(list, index), nullptr);
-  }
-  fill(3);
-  for (const int32_t index : {3, 4, -1, INT_MAX, INT_MIN}) {
-    EXPECT_EQ(methods->getItemAt(list, index), nullptr);
-    EXPECT_EQ(methods->getAt(list, index), nullptr);
+TEST_P(ztListByPolicy, IndexOutOfRangeGivesNothing) {
+  for (const int32_t count : {0, 3}) {
+    fill(count);
+    for (const int32_t index : {count, count + 1, -1, INT_MAX, INT_MIN}) {
+      EXPECT_EQ(list->getItemAt(list, index), nullptr);
+      EXPECT_EQ(list->getAt(list, index), nullptr);
+    }
   }
 }
 
-TEST_P(ListOf, FindGivesTheFirstMatch) {
-  EXPECT_EQ(methods->find(list, elements.make(1)), nullptr);
-  fill(3);
-  fill(3);
-  EXPECT_EQ(methods->find(list, elements.make(1)), at(1));
-  EXPECT_EQ(methods->find(list, elements.make(2)), at(2));
-  EXPECT_EQ(methods->find(list, elements.make(3)), nullptr);
-}
+static std::vector<std::pair<const void *, const void *>> compared;
 
-TEST_P(ListOf, FindWithoutACompareFunctionGivesNothing) {
-  fill(3);
-  methods->setCompareFunction(list, nullptr);
-  EXPECT_EQ(methods->find(list, elements.make(1)), nullptr);
-}
-
-namespace {
-
-std::vector<std::pair<const void *, const void *>> compared;
-
-int32_t differEach(const void *first, const void *second) {
+static int32_t differEach(const void *first, const void *second) {
   compared.emplace_back(first, second);
   return -1;
 }
 
-}  // namespace
+TEST_P(ztListByPolicy, FindGivesTheFirstMatch) {
+  for (int i = 0; i < 2; ++i) fill(3);
+  EXPECT_EQ(list->find(list, elements.make(1)), at(1));
+  EXPECT_EQ(list->find(list, elements.make(2)), at(2));
+  EXPECT_EQ(list->find(list, elements.make(3)), nullptr);
+  list->setCompareFunction(list, nullptr);
+  EXPECT_EQ(list->find(list, elements.make(1)), nullptr);
+}
 
-TEST_P(ListOf, FindComparesEachElementWithTheKey) {
+TEST_P(ztListByPolicy, FindComparesEachElementWithTheKey) {
   fill(3);
   compared.clear();
-  methods->setCompareFunction(list, differEach);
+  list->setCompareFunction(list, differEach);
   const void *key = elements.make(5);
-  EXPECT_EQ(methods->find(list, key), nullptr);
-  ASSERT_EQ(compared.size(), 3U);
-  for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(compared[static_cast<size_t>(i)].first, methods->getAt(list, i));
-    EXPECT_EQ(compared[static_cast<size_t>(i)].second, key);
-  }
+  EXPECT_EQ(list->find(list, key), nullptr);
+  const std::vector<std::pair<const void *, const void *>> each = {
+      {list->getAt(list, 0), key}, {list->getAt(list, 1), key}, {list->getAt(list, 2), key}};
+  EXPECT_EQ(compared, each);
 }
 
 // Copies ------------------------------------------------------------------------------------------
 
-TEST_P(ListOf, CloneIsIndependent) {
+TEST_P(ztListByPolicy, CloneIsIndependent) {
   fill(3);
-  auto *copy = static_cast<ztList *>(ztList_newop());
-  ASSERT_EQ(methods->clone(list, copy), copy);
-  EXPECT_EQ(copy->itemManager, copy);
-  EXPECT_EQ(copy->itemConstructor, ztListItem_ctor);
-  EXPECT_EQ(numbersOf(copy, elements), Numbers({0, 1, 2}));
+  links.refCount = 2;
+  const List copy = list.copy();
+  ztList &copied = copy.fields();
+  EXPECT_EQ(copied.refCount, 2);
+  links.refCount = copied.refCount = 1;
+  EXPECT_EQ(copied.itemManager, &copied);
+  EXPECT_EQ(copied.itemConstructor, ztListItem_ctor);
+  EXPECT_EQ(numbersOf(copied, elements), Numbers({0, 1, 2}));
   for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_NE(methods->getItemAt(copy, i), methods->getItemAt(list, i));
-    EXPECT_EQ(methods->getAt(copy, i) == methods->getAt(list, i), GetParam() == Policy::byPointer);
+    EXPECT_NE(copy->getItemAt(copy, i), at(i));
+    EXPECT_EQ(copy->getAt(copy, i) == list->getAt(list, i), GetParam() == Policy::byPointer);
   }
-  methods->popBack(copy);
-  methods->pushFront(copy, elements.make(9));
+  copy->popBack(copy);
+  copy->pushFront(copy, elements.make(9));
   EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
-  methods->empty(list);
-  EXPECT_EQ(numbersOf(copy, elements), Numbers({9, 0, 1}));
-  release(copy);
-}
-
-TEST_P(ListOf, CloneOfAnEmptyListIsEmpty) {
-  auto *copy = static_cast<ztList *>(ztList_newop());
-  EXPECT_EQ(methods->clone(list, copy), copy);
-  EXPECT_EQ(numbersOf(copy, elements), Numbers());
-  methods->pushBack(copy, elements.make(1));
+  list->empty(list);
+  EXPECT_EQ(numbersOf(copied, elements), Numbers({9, 0, 1}));
+  const List copyOfNothing = list.copy();
+  EXPECT_EQ(numbersOf(copyOfNothing.fields(), elements), Numbers());
+  copyOfNothing->pushBack(copyOfNothing, elements.make(1));
   EXPECT_EQ(numbers(), Numbers());
-  release(copy);
 }
 
-TEST_P(ListOf, CloneKeepsTheSourcesReferenceCount) {
-  methods->ref(list);
-  auto *copy = static_cast<ztList *>(ztList_newop());
-  methods->clone(list, copy);
-  EXPECT_EQ(methods->getRefCount(copy), 2);
-  list->refCount = 1;
-  copy->refCount = 1;
-  release(copy);
-}
-
-TEST_P(ListOf, AssignCopiesNothing) {
+TEST_P(ztListByPolicy, AssignCopiesNothing) {
   fill(2);
-  ztList *other = newList();
+  const List other(ztList_ctor);
   elements.configure(other);
-  EXPECT_EQ(methods->assign(other, list), 1);
-  EXPECT_EQ(numbersOf(other, elements), Numbers());
-  methods->pushBack(other, elements.make(9));
-  EXPECT_EQ(methods->assign(list, other), 1);
+  EXPECT_EQ(list->assign(other, list), 1);
+  EXPECT_EQ(numbersOf(other.fields(), elements), Numbers());
+  other->pushBack(other, elements.make(9));
+  EXPECT_EQ(list->assign(list, other), 1);
   EXPECT_EQ(numbers(), Numbers({0, 1}));
-  EXPECT_EQ(numbersOf(other, elements), Numbers({9}));
-  release(other);
+  EXPECT_EQ(numbersOf(other.fields(), elements), Numbers({9}));
 }
 
-TEST_P(ListOf, ListInMemoryOfTheHostsIsEndedByDestroy) {
-  alignas(ztList) unsigned char memory[sizeof(ztList)];
-  memset(memory, 0xA5, sizeof memory);
-  void *local = ztList_ctor(memory, 1);
-  elements.configure(local);
-  ztList_of(local)->pushBack(local, elements.make(1));
-  EXPECT_EQ(numbersOf(static_cast<ztList *>(local), elements), Numbers({1}));
-  ztList_of(local)->destroy(local);
-}
+// Objects and bytes as elements -------------------------------------------------------------------
 
-// Objects as elements -----------------------------------------------------------------------------
-
-TEST(ListOfObjects, KeepsSubclassesThroughCopies) {
-  const LiveCount live;
-  ztList *list = newList();
-  ztList_of(list)->setElementConstructor(list, Counted_ctor);
+TEST(ztList, KeepsSubclassesThroughCopies) {
+  const NoneLost live;
+  List list(ztList_ctor);
+  list->setElementConstructor(list, Counted_ctor);
   for (const ztCtor constructor : {Counted_ctor, CountedTwin_ctor, CountedLarger_ctor}) {
-    Counted *element = newCounted(4, constructor);
-    ASSERT_NE(ztList_of(list)->pushBack(list, element), nullptr);
-    release(element);
+    ASSERT_NE(list->pushBack(list, counted(4, constructor)), nullptr);
   }
-  auto *copy = static_cast<ztList *>(ztList_newop());
-  ztList_of(list)->clone(list, copy);
-  release(list);
+  list = list.copy();
   const char *const names[] = {"Counted", "CountedTwin", "CountedLarger"};
   for (int32_t i = 0; i < 3; ++i) {
-    const void *element = ztList_of(copy)->getAt(copy, i);
+    const auto *element = static_cast<const Counted *>(list->getAt(list, i));
     EXPECT_STREQ(ztBaseClassClassName(nullptr, element), names[i]);
-    EXPECT_EQ(static_cast<const Counted *>(element)->value, 4);
-    EXPECT_EQ(static_cast<const Counted *>(element)->refCount, 1);
+    EXPECT_EQ(element->value, 4);
+    EXPECT_EQ(element->refCount, 1);
   }
-  release(copy);
-  EXPECT_EQ(live.made(), 0);
 }
 
-TEST(ListOfObjects, ElementThatCannotBeClonedAddsNothing) {
-  ztList *list = newList();
-  ztList_of(list)->setElementConstructor(list, ztFile_ctor);
-  void *file = ztFile_ctor(nullptr, 1);
-  EXPECT_EQ(ztList_of(list)->pushBack(list, file), nullptr);
-  EXPECT_EQ(ztList_of(list)->pushFront(list, file), nullptr);
-  EXPECT_EQ(list->head, nullptr);
-  EXPECT_EQ(list->tail, nullptr);
-  EXPECT_EQ(list->count, 0U);
-  release(file);
-  release(list);
+TEST(ztList, ElementThatCannotBeClonedAddsNothing) {
+  const List list(ztList_ctor);
+  list->setElementConstructor(list, ztFile_ctor);
+  const Owned<ztFile, ztFileMethods> file(ztFile_ctor);
+  EXPECT_EQ(list->pushBack(list, file), nullptr);
+  EXPECT_EQ(list->pushFront(list, file), nullptr);
+  EXPECT_EQ(numbersOf(list.fields(), Elements(Policy::constructed)), Numbers());
 }
 
-TEST(ListOfObjects, CloneThatCannotCopyAnElementFailsAndOwnsNothing) {
-  const LiveCount live;
-  ztList *list = newList();
-  ztList_of(list)->setElementConstructor(list, Counted_ctor);
-  for (int32_t number = 0; number < 4; ++number) {
-    Counted *element = newCounted(number);
-    ztList_of(list)->pushBack(list, element);
-    release(element);
-  }
-  static_cast<Counted *>(ztList_of(list)->getAt(list, 2))->value = refusesToClone;
+TEST(ztList, CloneThatCannotCopyAnElementFailsAndOwnsNothing) {
+  const NoneLost live;
+  const List list(ztList_ctor);
+  list->setElementConstructor(list, Counted_ctor);
+  for (const int32_t number : {0, 1, 2, 3}) list->pushBack(list, counted(number));
+  static_cast<Counted *>(list->getAt(list, 2))->value = refusesToClone;
   void *copy = ztList_newop();
-  EXPECT_EQ(ztList_of(list)->clone(list, copy), nullptr);
+  EXPECT_EQ(list->clone(list, copy), nullptr);
   EXPECT_EQ(live.made(), 4);
   ztm_free(copy);
-  EXPECT_EQ(ztList_of(list)->getSize(list), 4);
-  release(list);
-  EXPECT_EQ(live.made(), 0);
+  EXPECT_EQ(list->getSize(list), 4);
 }
 
-TEST(ListOfBytes, SizeThatCannotBeAllocatedAddsNothing) {
-  ztList *list = newList();
+TEST(ztList, KeepsElementsOfNoBytesAndNoneOfASizeThatCannotBe) {
+  const List list(ztList_ctor);
   const int32_t value = 1;
+  EXPECT_NE(list->pushBack(list, &value), nullptr);
+  EXPECT_NE(list->getFront(list), &value);
   for (const int32_t size : {-1, INT_MIN}) {
-    ztList_of(list)->setElementSize(list, size, 0);
-    EXPECT_EQ(ztList_of(list)->pushBack(list, &value), nullptr);
-    EXPECT_EQ(ztList_of(list)->pushFront(list, &value), nullptr);
-    EXPECT_EQ(list->count, 0U);
-  }
-  release(list);
-}
-
-TEST(ListOfBytes, UnconfiguredListKeepsElementsOfNoBytes) {
-  ztList *list = newList();
-  const int32_t value = 1;
-  EXPECT_NE(ztList_of(list)->pushBack(list, &value), nullptr);
-  EXPECT_EQ(list->count, 1U);
-  EXPECT_NE(list->head->data, &value);
-  release(list);
-}
-
-// Without memory ----------------------------------------------------------------------------------
-
-TEST_P(ListOf, AddingWithoutMemoryChangesNothing) {
-  fill(3);
-  ztListItem *second = at(1);
-  const int32_t before = live.made();
-  const int faults = GetParam() == Policy::byPointer ? 1 : 2;  // the item, and the copy
-  for (int fault = 0; fault < faults; ++fault) {
-    const void *element = elements.make(9);
-    const Fault first(fault);
-    EXPECT_EQ(methods->pushBack(list, element), nullptr);
-    EXPECT_TRUE(first.end());
-    const Fault other(fault);
-    EXPECT_EQ(methods->pushFront(list, element), nullptr);
-    EXPECT_TRUE(other.end());
-    const Fault third(fault);
-    EXPECT_EQ(methods->insertPrev(list, second, element), nullptr);
-    EXPECT_TRUE(third.end());
-    const Fault fourth(fault);
-    EXPECT_EQ(methods->insertNext(list, second, element), nullptr);
-    EXPECT_TRUE(fourth.end());
-    EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
-    EXPECT_EQ(live.made(), before);
+    list->setElementSize(list, size, 0);
+    EXPECT_EQ(list->pushBack(list, &value), nullptr);
+    EXPECT_EQ(list->pushFront(list, &value), nullptr);
+    EXPECT_EQ(list->getSize(list), 1);
   }
 }
 
-TEST_P(ListOf, CloneWithoutMemoryFailsAndOwnsNothing) {
-  fill(3);
-  const int32_t before = live.made();
-  int failures = 0;
-  for (int fault = 0;; ++fault, ++failures) {
-    void *target = ztList_newop();
-    const Fault injected(fault);
-    auto *copy = static_cast<ztList *>(methods->clone(list, target));
-    if (!injected.end()) {
-      ASSERT_EQ(copy, target);
-      EXPECT_EQ(numbersOf(copy, elements), Numbers({0, 1, 2}));
-      release(copy);
-      break;
-    }
-    EXPECT_EQ(copy, nullptr) << fault;
-    EXPECT_EQ(live.made(), before) << fault;
-    ztm_free(target);
-  }
-  EXPECT_EQ(failures, GetParam() == Policy::byPointer ? 3 : 6);
-  EXPECT_EQ(numbers(), Numbers({0, 1, 2}));
+TEST(ztList, TakesNoMoreElementsThanItsSizeCanTell) {
+  const List list(ztList_ctor);
+  const int32_t number = 1;
+  ztListItem *item = list->pushBack(list, &number);
+  list->pushBack(list, &number);
+  list.fields().count = INT32_MAX;
+  EXPECT_EQ(list->pushBack(list, &number), nullptr);
+  EXPECT_EQ(list->pushFront(list, &number), nullptr);
+  EXPECT_EQ(list->insertNext(list, item, &number), nullptr);
+  EXPECT_EQ(list->getSize(list), INT32_MAX);
+  list.fields().count = 2;
+  EXPECT_NE(list->pushBack(list, &number), nullptr);
 }
 
 // The item manager --------------------------------------------------------------------------------
 
-// A container that makes items for others. Its elements by value carry their number doubled.
-#define Workshop_FIELDS      \
-  ztSequenceContainer_FIELDS \
-  int32_t made;              \
-  int32_t deleted;           \
-  int32_t refuseFrom;
+// A container that makes items for others until it refuses to. Its elements carry their number doubled.
+#define Workshop_FIELDS ztSequenceContainer_FIELDS
 #define Workshop_METHODS ztSequenceContainer_METHODS
 ZT_DECLARE_CLASS(Workshop)
 
-static int32_t workshopCreate(void *object) {
-  if (!ztSequenceContainer_table()->create(object)) return 0;
-  auto *workshop = static_cast<Workshop *>(object);
-  workshop->made = 0;
-  workshop->deleted = 0;
-  workshop->refuseFrom = INT_MAX;
-  Workshop_of(object)->setItemConstructor(object, ztListItem_ctor);
-  Workshop_of(object)->setElementSize(object, sizeof(int32_t), 0);
-  return 1;
-}
-
-static void *workshopNewItem(void *object, const void *element) {
-  auto *workshop = static_cast<Workshop *>(object);
-  if (workshop->made >= workshop->refuseFrom) return nullptr;
-  void *item = ztSequenceContainer_table()->newItem(object, element);
-  if (item == nullptr) return nullptr;
-  ++workshop->made;
-  *static_cast<int32_t *>(static_cast<ztListItem *>(item)->data) *= 2;
-  return item;
-}
-
-static void workshopDeleteItem(void *object, void *item) {
-  ++static_cast<Workshop *>(object)->deleted;
-  ztSequenceContainer_table()->deleteItem(object, item);
-}
+static bool workshopRefuses;
 
 static void workshopMethods(WorkshopMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, workshopCreate);
-  ZT_OVERRIDE_METHOD(methods, newItem, workshopNewItem);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, workshopDeleteItem);
+  methods->newItem = [](void *object, const void *element) -> void * {
+    if (workshopRefuses) return nullptr;
+    void *item = ztSequenceContainer_table()->newItem(object, element);
+    *static_cast<int32_t *>(static_cast<ztListItem *>(item)->data) *= 2;
+    return item;
+  };
+  note<"newItem", &WorkshopMethods::newItem>(methods);
+  note<"deleteItem", &WorkshopMethods::deleteItem>(methods);
 }
 
 ZT_DEFINE_CLASS(Workshop, ztSequenceContainer, workshopMethods)
 
 namespace {
 
-class ManagedList : public ::testing::Test {
+class ztListWithManager : public testing::Test {
  protected:
-  ManagedList() : workshop(static_cast<Workshop *>(Workshop_ctor(nullptr, 1))), list(newList()) {
-    methods = ztList_of(list);
+  ztListWithManager() {
+    manager->setItemConstructor(manager, ztListItem_ctor);
+    manager->setElementSize(manager, sizeof(int32_t), 0);
     // The list's own policy, which must not be asked, would keep pointers.
-    methods->setElementSize(list, 8, 1);
-    methods->setItemManager(list, workshop);
-  }
-  ~ManagedList() override {
-    release(list);
-    release(workshop);
+    list->setElementSize(list, 8, 1);
+    list->setItemManager(list, manager);
+    workshopRefuses = false;
+    taken();
   }
 
-  ztListItem *push(int32_t number) {
-    return methods->pushBack(list, &number);
+  void push(const Numbers &numbers) {
+    for (const int32_t number : numbers) list->pushBack(list, &number);
+    taken();
+  }
+  Numbers numbers() const {
+    return numbersOf(links, Elements(Policy::byValue));
   }
 
-  Workshop *workshop;
-  ztList *list;
-  const ztListMethods *methods;
+  const Owned<Workshop, WorkshopMethods> manager{Workshop_ctor};
+  const List list{ztList_ctor};
+  ztList &links = list.fields();
+  const int32_t five = 5;
 };
 
 }  // namespace
 
-TEST_F(ManagedList, EveryItemIsMadeByTheManager) {
-  const int32_t number = 5;
-  push(1);
-  methods->pushFront(list, &number);
-  methods->insertNext(list, list->head, &number);
-  methods->insertPrev(list, list->tail, &number);
-  methods->insertPrev(list, list->head, &number);
-  methods->insertNext(list, list->tail, &number);
-  EXPECT_EQ(workshop->made, 6);
-  EXPECT_EQ(numbersOf(list, Elements(Policy::byValue)), Numbers({10, 10, 10, 10, 2, 10}));
+TEST_F(ztListWithManager, EveryItemIsMadeByTheManager) {
+  push({1});
+  list->pushFront(list, &five);
+  list->insertNext(list, links.head, &five);
+  list->insertPrev(list, links.tail, &five);
+  list->insertPrev(list, links.head, &five);
+  list->insertNext(list, links.tail, &five);
+  list->pushBack(list, &five);
+  EXPECT_EQ(taken(), Notes(6, "newItem"));
+  EXPECT_EQ(numbers(), Numbers({10, 10, 10, 10, 2, 10, 10}));
 }
 
-TEST_F(ManagedList, EveryItemButAPoppedHeadIsDeletedByTheManager) {
-  for (int32_t i = 0; i < 7; ++i) push(i);
-  methods->popBack(list);
-  EXPECT_EQ(workshop->deleted, 1);
-  methods->removeItem(list, list->head->next);
-  EXPECT_EQ(workshop->deleted, 2);
-  methods->removeItem(list, list->tail);
-  EXPECT_EQ(workshop->deleted, 3);
-  void *element = methods->getFront(list);
-  methods->popFront(list);
-  ztm_free(element);
-  element = methods->getFront(list);
-  methods->removeItem(list, list->head);
-  ztm_free(element);
-  EXPECT_EQ(workshop->deleted, 3);
-  methods->empty(list);
-  EXPECT_EQ(workshop->deleted, 5);
+TEST_F(ztListWithManager, EveryItemButAPoppedHeadIsDeletedByTheManager) {
+  push({0, 1, 2, 3, 4, 5, 6, 7});
+  list->popBack(list);
+  EXPECT_EQ(taken(), Notes({"deleteItem"}));
+  list->removeItem(list, links.head->next);
+  EXPECT_EQ(taken(), Notes({"deleteItem"}));
+  list->removeItem(list, links.tail);
+  EXPECT_EQ(taken(), Notes({"deleteItem"}));
+  void *const heads[] = {list->getAt(list, 0), list->getAt(list, 1)};
+  list->popFront(list);
+  list->removeItem(list, links.head);
+  for (void *element : heads) ztm_free(element);
+  EXPECT_EQ(taken(), Notes());
+  list->empty(list);
+  EXPECT_EQ(taken(), Notes(3, "deleteItem"));
+  push({1, 2});
+  list->destroy(list);
+  EXPECT_EQ(taken(), Notes(2, "deleteItem"));
 }
 
-TEST_F(ManagedList, DestroyDeletesThroughTheManager) {
-  push(1);
-  push(2);
-  methods->destroy(list);
-  EXPECT_EQ(workshop->deleted, 2);
-}
-
-TEST_F(ManagedList, RefusedItemLeavesTheListAsItWas) {
-  push(1);
-  push(2);
-  push(3);
-  workshop->refuseFrom = 3;
-  const int32_t number = 9;
-  EXPECT_EQ(methods->pushBack(list, &number), nullptr);
-  EXPECT_EQ(methods->pushFront(list, &number), nullptr);
+TEST_F(ztListWithManager, RefusedItemLeavesTheListAsItWas) {
+  push({1, 2, 3});
+  workshopRefuses = true;
+  EXPECT_EQ(list->pushBack(list, &five), nullptr);
+  EXPECT_EQ(list->pushFront(list, &five), nullptr);
   for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(methods->insertPrev(list, methods->getItemAt(list, i), &number), nullptr);
-    EXPECT_EQ(methods->insertNext(list, methods->getItemAt(list, i), &number), nullptr);
+    EXPECT_EQ(list->insertPrev(list, list->getItemAt(list, i), &five), nullptr);
+    EXPECT_EQ(list->insertNext(list, list->getItemAt(list, i), &five), nullptr);
   }
-  EXPECT_EQ(numbersOf(list, Elements(Policy::byValue)), Numbers({2, 4, 6}));
+  EXPECT_EQ(numbers(), Numbers({2, 4, 6}));
 }
 
-TEST_F(ManagedList, CopyMakesItsItemsItself) {
-  push(1);
-  push(2);
-  auto *copy = static_cast<ztList *>(ztList_newop());
-  methods->clone(list, copy);
-  EXPECT_EQ(workshop->made, 2);
-  EXPECT_EQ(copy->itemManager, copy);
-  // By the list's own policy: the pointers that the source's items hold.
-  EXPECT_EQ(methods->getFront(copy), methods->getFront(list));
-  release(copy);
-  EXPECT_EQ(workshop->deleted, 0);
+TEST_F(ztListWithManager, CopyMakesItsItemsItself) {
+  push({1, 2});
+  {
+    const List copy = list.copy();
+    EXPECT_EQ(copy.fields().itemManager, &copy.fields());
+    // By the list's own policy: the pointers that the source's items hold.
+    EXPECT_EQ(copy->getFront(copy), list->getFront(list));
+  }
+  EXPECT_EQ(taken(), Notes());
 }
 
-TEST_F(ManagedList, NoManagerStandsForTheListItself) {
-  methods->setItemManager(list, nullptr);
-  int32_t number = 4;
-  ASSERT_NE(methods->pushBack(list, &number), nullptr);
-  EXPECT_EQ(methods->getBack(list), &number);
-  methods->popBack(list);
-  EXPECT_EQ(list->count, 0U);
-  EXPECT_EQ(workshop->made, 0);
-  EXPECT_EQ(workshop->deleted, 0);
+TEST_F(ztListWithManager, NoManagerStandsForTheListItself) {
+  list->setItemManager(list, nullptr);
+  ASSERT_NE(list->pushBack(list, &five), nullptr);
+  EXPECT_EQ(list->getBack(list), &five);
+  list->popBack(list);
+  EXPECT_EQ(list->getSize(list), 0);
+  EXPECT_EQ(taken(), Notes());
 }
 
 // Subclasses --------------------------------------------------------------------------------------
 
-// A list that notes which of its methods were called.
+// A list that notes which of its methods were called. It has its items in reverse order.
 #define NotingList_FIELDS ztList_FIELDS
 #define NotingList_METHODS ztList_METHODS
 ZT_DECLARE_CLASS(NotingList)
 
-static std::vector<std::string> notes;
-
-static int32_t notingCreate(void *object) {
-  if (!ztList_table()->create(object)) return 0;
-  NotingList_of(object)->setElementSize(object, sizeof(int32_t), 0);
-  return 1;
-}
-
-static void notingDestroy(void *object) {
-  notes.push_back("destroy");
-  ztList_table()->destroy(object);
-}
-
-static void *notingNewItem(void *object, const void *element) {
-  notes.push_back("newItem");
-  return ztList_table()->newItem(object, element);
-}
-
-static void notingDeleteItem(void *object, void *item) {
-  notes.push_back("deleteItem");
-  ztList_table()->deleteItem(object, item);
-}
-
-static void notingSetItemConstructor(void *object, ztCtor constructor) {
-  notes.push_back("setItemConstructor");
-  ztList_table()->setItemConstructor(object, constructor);
-}
-
-static ztListItem *notingPushBack(void *object, const void *element) {
-  notes.push_back("pushBack");
-  return ztList_table()->pushBack(object, element);
-}
-
-static ztListItem *notingPushFront(void *object, const void *element) {
-  notes.push_back("pushFront");
-  return ztList_table()->pushFront(object, element);
-}
-
-static ztListItem *notingPopFront(void *object) {
-  notes.push_back("popFront");
-  return ztList_table()->popFront(object);
-}
-
-static ztListItem *notingPopBack(void *object) {
-  notes.push_back("popBack");
-  return ztList_table()->popBack(object);
-}
-
-static void notingEmpty(void *object) {
-  notes.push_back("empty");
-  ztList_table()->empty(object);
-}
-
-// The items in reverse order.
-static ztListItem *notingGetItemAt(const void *object, int32_t index) {
-  notes.push_back("getItemAt");
-  return ztList_table()->getItemAt(object, NotingList_of(object)->getSize(object) - 1 - index);
-}
-
 static void notingMethods(NotingListMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, notingCreate);
-  ZT_OVERRIDE_METHOD(methods, destroy, notingDestroy);
-  ZT_OVERRIDE_METHOD(methods, newItem, notingNewItem);
-  ZT_OVERRIDE_METHOD(methods, deleteItem, notingDeleteItem);
-  ZT_OVERRIDE_METHOD(methods, setItemConstructor, notingSetItemConstructor);
-  ZT_OVERRIDE_METHOD(methods, pushBack, notingPushBack);
-  ZT_OVERRIDE_METHOD(methods, pushFront, notingPushFront);
-  ZT_OVERRIDE_METHOD(methods, popFront, notingPopFront);
-  ZT_OVERRIDE_METHOD(methods, popBack, notingPopBack);
-  ZT_OVERRIDE_METHOD(methods, empty, notingEmpty);
-  ZT_OVERRIDE_METHOD(methods, getItemAt, notingGetItemAt);
+  methods->getItemAt = [](const void *object, int32_t index) {
+    return ztList_table()->getItemAt(object, ztList_table()->getSize(object) - 1 - index);
+  };
+  note<"getItemAt", &NotingListMethods::getItemAt>(methods);
+  note<"destroy", &NotingListMethods::destroy>(methods);
+  note<"newItem", &NotingListMethods::newItem>(methods);
+  note<"deleteItem", &NotingListMethods::deleteItem>(methods);
+  note<"setItemConstructor", &NotingListMethods::setItemConstructor>(methods);
+  note<"pushBack", &NotingListMethods::pushBack>(methods);
+  note<"pushFront", &NotingListMethods::pushFront>(methods);
+  note<"popFront", &NotingListMethods::popFront>(methods);
+  note<"popBack", &NotingListMethods::popBack>(methods);
+  note<"empty", &NotingListMethods::empty>(methods);
 }
 
 ZT_DEFINE_CLASS(NotingList, ztList, notingMethods)
 
 namespace {
 
-using Notes = std::vector<std::string>;
-
-class Routing : public ::testing::Test {
+class ztListSubclass : public testing::Test {
  protected:
-  Routing() : list(newList(NotingList_ctor)), methods(ztList_of(list)) {
-    for (int32_t i = 0; i < 3; ++i) methods->pushBack(list, &i);
-    notes.clear();
-  }
-  ~Routing() override {
-    release(list);
+  ztListSubclass() {
+    list->setElementSize(list, sizeof(int32_t), 0);
+    for (const int32_t number : {0, 1, 2}) list->pushBack(list, &number);
+    taken();
   }
 
-  Notes taken() {
-    Notes result;
-    result.swap(notes);
+  // Removes the head and releases the element that this hands over.
+  ztListItem *removeHead() {
+    void *element = list->getFront(list);
+    ztListItem *result = list->removeItem(list, links.head);
+    ztm_free(element);
     return result;
   }
 
-  ztList *list;
-  const ztListMethods *methods;
-  const int32_t number = 9;
+  const List list{NotingList_ctor};
+  ztList &links = list.fields();
+  const int32_t nine = 9;
 };
 
 }  // namespace
 
-TEST_F(Routing, CreateSetsTheItemConstructor) {
-  ztList *other = newList(NotingList_ctor);
+TEST_F(ztListSubclass, CreateSetsTheItemConstructorAndDestroyEmpties) {
+  const List other(NotingList_ctor);
   EXPECT_EQ(taken(), Notes({"setItemConstructor"}));
-  release(other);
-}
-
-TEST_F(Routing, AddingAsksForOneItem) {
-  methods->pushBack(list, &number);
-  EXPECT_EQ(taken(), Notes({"pushBack", "newItem"}));
-  methods->pushFront(list, &number);
-  EXPECT_EQ(taken(), Notes({"pushFront", "newItem"}));
-  methods->insertPrev(list, list->tail, &number);
-  EXPECT_EQ(taken(), Notes({"newItem"}));
-  methods->insertNext(list, list->head, &number);
-  EXPECT_EQ(taken(), Notes({"newItem"}));
-}
-
-TEST_F(Routing, InsertingAtTheEndsPushes) {
-  methods->insertPrev(list, list->head, &number);
-  EXPECT_EQ(taken(), Notes({"pushFront", "newItem"}));
-  methods->insertNext(list, list->tail, &number);
-  EXPECT_EQ(taken(), Notes({"pushBack", "newItem"}));
-}
-
-TEST_F(Routing, RemovingAtTheEndsPops) {
-  void *element = methods->getFront(list);
-  methods->removeItem(list, list->head);
-  ztm_free(element);
-  EXPECT_EQ(taken(), Notes({"popFront"}));
-  methods->removeItem(list, list->tail);
-  EXPECT_EQ(taken(), Notes({"popBack", "deleteItem"}));
-}
-
-TEST_F(Routing, RemovingTheOnlyItemPopsTheFront) {
-  methods->popBack(list);
-  methods->popBack(list);
-  taken();
-  void *element = methods->getFront(list);
-  EXPECT_EQ(methods->removeItem(list, list->head), nullptr);
-  ztm_free(element);
-  EXPECT_EQ(taken(), Notes({"popFront"}));
-}
-
-TEST_F(Routing, RemovingBetweenDeletesTheItem) {
-  methods->removeItem(list, list->head->next);
-  EXPECT_EQ(taken(), Notes({"deleteItem"}));
-}
-
-TEST_F(Routing, GetAtAsksForTheItem) {
-  EXPECT_EQ(*static_cast<int32_t *>(methods->getAt(list, 0)), 2);
-  EXPECT_EQ(taken(), Notes({"getItemAt"}));
-}
-
-TEST_F(Routing, FrontBackAndFindReadTheItems) {
-  EXPECT_EQ(*static_cast<int32_t *>(methods->getFront(list)), 0);
-  EXPECT_EQ(*static_cast<int32_t *>(methods->getBack(list)), 2);
-  methods->setCompareFunction(list, ztIntList_compare_func);
-  const int32_t key = 1;
-  EXPECT_EQ(methods->find(list, &key), list->head->next);
-  EXPECT_EQ(taken(), Notes());
-}
-
-TEST_F(Routing, DestroyEmpties) {
-  methods->destroy(list);
+  list->destroy(list);
   EXPECT_EQ(taken(), Notes({"destroy", "empty", "deleteItem", "deleteItem", "deleteItem"}));
 }
 
-TEST_F(Routing, ClonePushesOntoTheCopy) {
-  auto *copy = static_cast<ztList *>(NotingList_newop());
+TEST_F(ztListSubclass, AddingAsksForOneItemAndAtTheEndsPushes) {
+  list->pushBack(list, &nine);
+  EXPECT_EQ(taken(), Notes({"pushBack", "newItem"}));
+  list->pushFront(list, &nine);
+  EXPECT_EQ(taken(), Notes({"pushFront", "newItem"}));
+  list->insertPrev(list, links.tail, &nine);
+  EXPECT_EQ(taken(), Notes({"newItem"}));
+  list->insertNext(list, links.head, &nine);
+  EXPECT_EQ(taken(), Notes({"newItem"}));
+  list->insertPrev(list, links.head, &nine);
+  EXPECT_EQ(taken(), Notes({"pushFront", "newItem"}));
+  list->insertNext(list, links.tail, &nine);
+  EXPECT_EQ(taken(), Notes({"pushBack", "newItem"}));
+}
+
+TEST_F(ztListSubclass, RemovingAtTheEndsPopsAndBetweenDeletesTheItem) {
+  list->removeItem(list, links.head->next);
+  EXPECT_EQ(taken(), Notes({"deleteItem"}));
+  list->removeItem(list, links.tail);
+  EXPECT_EQ(taken(), Notes({"popBack", "deleteItem"}));
+  EXPECT_EQ(removeHead(), nullptr);
+  EXPECT_EQ(taken(), Notes({"popFront"})) << "the only item";
+  for (int i = 0; i < 2; ++i) list->pushBack(list, &nine);
   taken();
-  EXPECT_EQ(methods->clone(list, copy), copy);
+  removeHead();
+  EXPECT_EQ(taken(), Notes({"popFront"}));
+}
+
+TEST_F(ztListSubclass, GetAtAsksForTheItemAndOtherLooksCallNothing) {
+  EXPECT_EQ(*static_cast<int32_t *>(list->getAt(list, 0)), 2);
+  EXPECT_EQ(taken(), Notes({"getItemAt 0"}));
+  EXPECT_EQ(*static_cast<int32_t *>(list->getFront(list)), 0);
+  EXPECT_EQ(*static_cast<int32_t *>(list->getBack(list)), 2);
+  list->setCompareFunction(list, ztIntList_compare_func);
+  const int32_t key = 1;
+  EXPECT_EQ(list->find(list, &key), links.head->next);
+  EXPECT_EQ(taken(), Notes());
+}
+
+TEST_F(ztListSubclass, ClonePushesOntoTheCopy) {
+  const List copy = list.copy();
   EXPECT_EQ(taken(), Notes({"pushBack", "newItem", "pushBack", "newItem", "pushBack", "newItem"}));
-  EXPECT_EQ(numbersOf(copy, Elements(Policy::byValue)), Numbers({0, 1, 2}));
-  release(copy);
+  EXPECT_EQ(numbersOf(copy.fields(), Elements(Policy::byValue)), Numbers({0, 1, 2}));
 }
 
 // A list that refuses elements above a limit, which is lower in copies made of it.
@@ -971,55 +641,38 @@ TEST_F(Routing, ClonePushesOntoTheCopy) {
 #define LimitedList_METHODS NotingList_METHODS
 ZT_DECLARE_CLASS(LimitedList)
 
-static int32_t limitedCreate(void *object) {
-  if (!NotingList_table()->create(object)) return 0;
-  static_cast<LimitedList *>(object)->limit = 10;
-  return 1;
-}
-
-static void *limitedClone(const void *object, void *target) {
-  void *copy = NotingList_table()->clone(object, target);
-  if (copy != nullptr) static_cast<LimitedList *>(copy)->limit = 3;
-  return copy;
-}
-
-static ztListItem *limitedPushBack(void *object, const void *element) {
-  const int32_t limit = static_cast<LimitedList *>(object)->limit;
-  if (*static_cast<const int32_t *>(element) > limit) return nullptr;
-  return NotingList_table()->pushBack(object, element);
-}
-
 static void limitedMethods(LimitedListMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, limitedCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, limitedClone);
-  ZT_OVERRIDE_METHOD(methods, pushBack, limitedPushBack);
+  methods->clone = [](const void *object, void *target) {
+    void *copy = NotingList_table()->clone(object, target);
+    if (copy != nullptr) static_cast<LimitedList *>(copy)->limit = 3;
+    return copy;
+  };
+  methods->pushBack = [](void *object, const void *element) {
+    const bool refused = *static_cast<const int32_t *>(element) > static_cast<LimitedList *>(object)->limit;
+    return refused ? nullptr : NotingList_table()->pushBack(object, element);
+  };
 }
 
 ZT_DEFINE_CLASS(LimitedList, NotingList, limitedMethods)
 
-TEST(ListSubclass, CloneRunsTheWholeChain) {
-  auto *list = newList<LimitedList>(LimitedList_ctor);
-  for (const int32_t number : {1, 11, 5}) LimitedList_of(list)->pushBack(list, &number);
-  EXPECT_EQ(LimitedList_of(list)->getSize(list), 2);
-  auto *copy = static_cast<LimitedList *>(LimitedList_newop());
-  ASSERT_EQ(LimitedList_of(list)->clone(list, copy), copy);
-  EXPECT_EQ(LimitedList_of(copy)->getSize(copy), 2);
-  const int32_t number = 5;
-  EXPECT_EQ(LimitedList_of(copy)->pushBack(copy, &number), nullptr);
-  EXPECT_NE(LimitedList_of(list)->pushBack(list, &number), nullptr);
-  release(copy);
-  release(list);
-}
-
-TEST(ListSubclass, CloneFailsWhenTheCopyRefusesAnElement) {
-  auto *list = newList<LimitedList>(LimitedList_ctor);
-  for (const int32_t number : {1, 8, 2}) LimitedList_of(list)->pushBack(list, &number);
-  list->limit = 5;
-  auto *copy = static_cast<LimitedList *>(LimitedList_newop());
-  EXPECT_EQ(LimitedList_of(list)->clone(list, copy), nullptr);
+TEST(ztList, CloneRunsTheWholeChainAndFailsWhenTheCopyRefusesAnElement) {
+  const Owned<LimitedList, LimitedListMethods> list(LimitedList_ctor);
+  list->setElementSize(list, sizeof(int32_t), 0);
+  list.fields().limit = 10;
+  for (const int32_t number : {1, 11, 5}) list->pushBack(list, &number);
+  EXPECT_EQ(list->getSize(list), 2);
+  {
+    const auto copy = list.copy();
+    EXPECT_EQ(copy->getSize(copy), 2);
+    const int32_t five = 5;
+    EXPECT_EQ(copy->pushBack(copy, &five), nullptr);
+    EXPECT_NE(list->pushBack(list, &five), nullptr);
+  }
+  list.fields().limit = 4;
+  void *copy = LimitedList_newop();
+  EXPECT_EQ(list->clone(list, copy), nullptr);
   ztm_free(copy);
-  EXPECT_EQ(LimitedList_of(list)->getSize(list), 3);
-  release(list);
+  EXPECT_EQ(list->getSize(list), 3);
 }
 
 // Items of a class of the host's, larger than the list's own.
@@ -1027,42 +680,23 @@ TEST(ListSubclass, CloneFailsWhenTheCopyRefusesAnElement) {
 #define StampedItem_METHODS ztListItem_METHODS
 ZT_DECLARE_CLASS(StampedItem)
 
-static int32_t stampedItemCreate(void *object) {
-  if (!ztListItem_table()->create(object)) return 0;
-  static_cast<StampedItem *>(object)->stamp = 77;
-  return 1;
-}
-
 static void stampedItemMethods(StampedItemMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, stampedItemCreate);
+  methods->create = [](void *object) {
+    static_cast<StampedItem *>(object)->stamp = 77;
+    return ztListItem_table()->create(object);
+  };
 }
 
 ZT_DEFINE_CLASS(StampedItem, ztListItem, stampedItemMethods)
 
-TEST(ListSubclass, ItemsMayBeOfAHostsClass) {
-  ztList *list = newList(ztIntList_ctor);
-  ztList_of(list)->setItemConstructor(list, StampedItem_ctor);
+TEST(ztList, ItemsMayBeOfAHostsClass) {
+  const List list(ztIntList_ctor);
+  list->setItemConstructor(list, StampedItem_ctor);
   const int32_t number = 1;
-  const ztListItem *item = ztList_of(list)->pushBack(list, &number);
-  EXPECT_EQ(reinterpret_cast<const StampedItem *>(item)->stamp, 77);
-  auto *copy = static_cast<ztList *>(ztIntList_newop());
-  ztList_of(list)->clone(list, copy);
-  EXPECT_EQ(reinterpret_cast<const StampedItem *>(copy->head)->stamp, 77);
-  release(copy);
-  release(list);
-}
-
-// ztListItem --------------------------------------------------------------------------------------
-
-TEST(ListItem, NewItemHasNoLinksAndNoElement) {
-  alignas(ztListItem) unsigned char memory[sizeof(ztListItem)];
-  memset(memory, 0xA5, sizeof memory);
-  const auto *item = static_cast<ztListItem *>(ztListItem_ctor(memory, 1));
-  EXPECT_EQ(item->data, nullptr);
-  EXPECT_EQ(item->prev, nullptr);
-  EXPECT_EQ(item->next, nullptr);
-  EXPECT_STREQ(item->klass->name, "ztListItem");
-  EXPECT_STREQ(item->klass->parent->name, "ztContainerItem");
+  list->pushBack(list, &number);
+  const List copy = list.copy();
+  EXPECT_EQ(reinterpret_cast<const StampedItem *>(list.fields().head)->stamp, 77);
+  EXPECT_EQ(reinterpret_cast<const StampedItem *>(copy.fields().head)->stamp, 77);
 }
 
 // Against a model ---------------------------------------------------------------------------------
@@ -1072,18 +706,12 @@ namespace {
 // Random operations on a list and on a deque of what it should hold.
 class ListModel {
  public:
-  ListModel(Policy policy, uint32_t seed)
-      : elements(policy), random(seed), list(newList()), methods(ztList_of(list)) {
+  ListModel(Policy policy, uint32_t seed) : elements(policy), random(seed) {
     elements.configure(list);
   }
-  ~ListModel() {
-    release(list);
-  }
-  ListModel(const ListModel &) = delete;
-  ListModel &operator=(const ListModel &) = delete;
 
   void run(int operations) {
-    for (int i = 0; i < operations && !::testing::Test::HasFailure(); ++i) {
+    for (int i = 0; i < operations && !testing::Test::HasFailure(); ++i) {
       step();
       checkEnds();
       if (i % 64 == 0) checkAll();
@@ -1100,47 +728,25 @@ class ListModel {
   int32_t below(size_t limit) {
     return static_cast<int32_t>(random() % limit);
   }
+  Entry &entryAt(int32_t index) {
+    return model[static_cast<size_t>(index)];
+  }
 
   void step() {
-    switch (below(model.size() > 60 ? 28 : 24)) {
-      case 0:
-      case 1:
-      case 2:
-      case 3:
-        return pushBack();
-      case 4:
-      case 5:
-      case 6:
-        return pushFront();
-      case 7:
-      case 8:
-        return insertPrev();
-      case 9:
-      case 10:
-        return insertNext();
-      case 11:
-      case 12:
-        return popFront();
-      case 13:
-      case 14:
-        return popBack();
-      case 15:
-      case 16:
-      case 17:
-        return removeItem();
-      case 18:
-      case 19:
-        return find();
-      case 20:
-      case 21:
-        return getAt();
-      case 22:
-        return below(20) == 0 ? empty() : findMissing();
-      case 23:
-        return below(20) == 0 ? clone() : getOutside();
-      default:
-        return removeItem();
-    }
+    const int32_t choice = below(model.size() > 60 ? 32 : 24);
+    if (choice < 4) return pushBack();
+    if (choice < 7) return pushFront();
+    if (choice < 9) return find(below(1000));
+    if (choice < 10) return below(20) == 0 ? empty() : getOutside();
+    if (choice < 11 && below(20) == 0) return clone();
+    if (model.empty()) return;
+    const int32_t at = below(model.size());
+    if (choice < 13) return insert(at, list->insertPrev, 0);
+    if (choice < 15) return insert(at, list->insertNext, 1);
+    if (choice < 17) return popFront();
+    if (choice < 19) return popBack();
+    if (choice < 21) return find(entryAt(at).number);
+    return choice < 22 ? get(at) : removeItem(at);
   }
 
   Entry added(ztListItem *item, int32_t number) {
@@ -1151,99 +757,70 @@ class ListModel {
 
   void pushBack() {
     const int32_t number = below(1000);
-    model.push_back(added(methods->pushBack(list, elements.make(number)), number));
+    model.push_back(added(list->pushBack(list, elements.make(number)), number));
   }
 
   void pushFront() {
     const int32_t number = below(1000);
-    model.push_front(added(methods->pushFront(list, elements.make(number)), number));
+    model.push_front(added(list->pushFront(list, elements.make(number)), number));
   }
 
-  void insertPrev() {
-    if (model.empty()) return;
-    const int32_t at = below(model.size());
+  void insert(int32_t at, ztListItem *(*method)(void *, ztListItem *, const void *), int32_t behind) {
     const int32_t number = below(1000);
-    ztListItem *item = methods->insertPrev(list, model[static_cast<size_t>(at)].item, elements.make(number));
-    model.insert(model.begin() + at, added(item, number));
-  }
-
-  void insertNext() {
-    if (model.empty()) return;
-    const int32_t at = below(model.size());
-    const int32_t number = below(1000);
-    ztListItem *item = methods->insertNext(list, model[static_cast<size_t>(at)].item, elements.make(number));
-    model.insert(model.begin() + at + 1, added(item, number));
+    ztListItem *item = method(list, entryAt(at).item, elements.make(number));
+    model.insert(model.begin() + at + behind, added(item, number));
   }
 
   void popFront() {
-    void *element = methods->getFront(list);
-    if (!model.empty()) model.pop_front();
-    EXPECT_EQ(methods->popFront(list), headItem());
-    if (element != nullptr) elements.release(element);
+    void *element = list->getFront(list);
+    model.pop_front();
+    EXPECT_EQ(list->popFront(list), headItem());
+    elements.release(element);
   }
 
   void popBack() {
-    if (!model.empty()) model.pop_back();
-    EXPECT_EQ(methods->popBack(list), tailItem());
+    model.pop_back();
+    EXPECT_EQ(list->popBack(list), tailItem());
   }
 
-  void removeItem() {
-    if (model.empty()) return;
-    const int32_t at = below(model.size());
-    ztListItem *item = model[static_cast<size_t>(at)].item;
-    void *handedOver = at == 0 ? item->data : nullptr;
+  void removeItem(int32_t at) {
+    ztListItem *item = entryAt(at).item;
+    void *element = item->data;
     model.erase(model.begin() + at);
-    ztListItem *expected = at == 0 ? headItem() : model[static_cast<size_t>(at) - 1].item;
-    EXPECT_EQ(methods->removeItem(list, item), expected);
-    if (handedOver != nullptr) elements.release(handedOver);
+    EXPECT_EQ(list->removeItem(list, item), at == 0 ? headItem() : entryAt(at - 1).item);
+    if (at == 0) elements.release(element);
   }
 
-  void find() {
-    if (model.empty()) return;
-    const int32_t number = model[static_cast<size_t>(below(model.size()))].number;
-    size_t first = 0;
-    while (model[first].number != number) ++first;
-    EXPECT_EQ(methods->find(list, elements.make(number)), model[first].item);
+  void find(int32_t number) {
+    const auto first =
+        std::find_if(model.begin(), model.end(), [=](const Entry &entry) { return entry.number == number; });
+    EXPECT_EQ(list->find(list, elements.make(number)), first == model.end() ? nullptr : first->item);
   }
 
-  void findMissing() {
-    const int32_t number = below(1000);
-    for (const Entry &entry : model) {
-      if (entry.number == number) return;
-    }
-    EXPECT_EQ(methods->find(list, elements.make(number)), nullptr);
-  }
-
-  void getAt() {
-    if (model.empty()) return;
-    const int32_t at = below(model.size());
-    const Entry &entry = model[static_cast<size_t>(at)];
-    EXPECT_EQ(methods->getItemAt(list, at), entry.item);
-    EXPECT_EQ(elements.numberOf(methods->getAt(list, at)), entry.number);
+  void get(int32_t at) {
+    EXPECT_EQ(list->getItemAt(list, at), entryAt(at).item);
+    EXPECT_EQ(elements.numberOf(list->getAt(list, at)), entryAt(at).number);
   }
 
   void getOutside() {
-    const int32_t beyond = static_cast<int32_t>(model.size()) + below(5);
-    EXPECT_EQ(methods->getItemAt(list, beyond), nullptr);
-    EXPECT_EQ(methods->getAt(list, -1 - below(5)), nullptr);
+    EXPECT_EQ(list->getItemAt(list, static_cast<int32_t>(model.size()) + below(5)), nullptr);
+    EXPECT_EQ(list->getAt(list, -1 - below(5)), nullptr);
   }
 
   void empty() {
-    methods->empty(list);
+    list->empty(list);
     model.clear();
   }
 
   // Goes on with a copy in place of the list.
   void clone() {
-    auto *copy = static_cast<ztList *>(ztList_newop());
-    ASSERT_EQ(methods->clone(list, copy), copy);
+    List copy = list.copy();
     checkAll();
-    release(list);
-    list = copy;
-    const ztListItem *item = list->head;
+    list = std::move(copy);
+    ztListItem *item = list.fields().head;
     for (Entry &entry : model) {
       ASSERT_NE(item, nullptr);
-      entry.item = const_cast<ztListItem *>(item);
+      entry.item = item;
       item = item->next;
     }
     checkAll();
@@ -1252,51 +829,33 @@ class ListModel {
   ztListItem *headItem() const {
     return model.empty() ? nullptr : model.front().item;
   }
-
   ztListItem *tailItem() const {
     return model.empty() ? nullptr : model.back().item;
   }
 
   void checkEnds() {
-    EXPECT_EQ(list->head, headItem());
-    EXPECT_EQ(list->tail, tailItem());
-    EXPECT_EQ(methods->getSize(list), static_cast<int32_t>(model.size()));
+    EXPECT_EQ(list.fields().head, headItem());
+    EXPECT_EQ(list.fields().tail, tailItem());
+    EXPECT_EQ(list->getSize(list), static_cast<int32_t>(model.size()));
     if (model.empty()) return;
-    EXPECT_EQ(elements.numberOf(methods->getFront(list)), model.front().number);
-    EXPECT_EQ(elements.numberOf(methods->getBack(list)), model.back().number);
+    EXPECT_EQ(elements.numberOf(list->getFront(list)), model.front().number);
+    EXPECT_EQ(elements.numberOf(list->getBack(list)), model.back().number);
   }
 
   void checkAll() {
     Numbers expected;
     for (const Entry &entry : model) expected.push_back(entry.number);
-    EXPECT_EQ(numbersOf(list, elements), expected);
+    EXPECT_EQ(numbersOf(list.fields(), elements), expected);
   }
 
   Elements elements;
   std::mt19937 random;
-  ztList *list;
-  const ztListMethods *methods;
+  List list{ztList_ctor};
   std::deque<Entry> model;
 };
 
 }  // namespace
 
-TEST_P(ListOf, BehavesAsADequeUnderRandomOperations) {
+TEST_P(ztListByPolicy, BehavesAsADequeUnderRandomOperations) {
   for (const uint32_t seed : {1U, 20260U}) ListModel(GetParam(), seed).run(scale(40000));
-}
-
-TEST(ListOfBytes, TakesNoMoreElementsThanItsSizeCanTell) {
-  void *list = ztList_ctor(nullptr, 1);
-  const ztListMethods *methods = ztList_of(list);
-  const int32_t number = 1;
-  ztListItem *item = methods->pushBack(list, &number);
-  methods->pushBack(list, &number);
-  static_cast<ztList *>(list)->count = INT32_MAX;
-  EXPECT_EQ(methods->pushBack(list, &number), nullptr);
-  EXPECT_EQ(methods->pushFront(list, &number), nullptr);
-  EXPECT_EQ(methods->insertNext(list, item, &number), nullptr);
-  EXPECT_EQ(methods->getSize(list), INT32_MAX);
-  static_cast<ztList *>(list)->count = 2;
-  EXPECT_NE(methods->pushBack(list, &number), nullptr);
-  methods->unRef(list);
 }
