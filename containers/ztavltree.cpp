@@ -1,11 +1,9 @@
 #include "containers/ztavltree.h"
 
 #include "containers/ztacont.hh"
-#include "containers/ztarrays.h"
+#include "containers/ztavlitems.hh"
 #include "containers/ztavltree.hh"
 #include "containers/ztcompare.hh"
-#include "containers/ztitems.hh"
-#include "containers/ztmap.h"
 #include "containers/ztmapitem.h"
 #include "containers/ztscont.hh"
 #include "core/ztlayout.hh"
@@ -14,117 +12,6 @@
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
-
-// NULL when the count is at its maximum.
-static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {
-  if (tree->count >= INT32_MAX) return nullptr;
-  return static_cast<ztAvlTreeItem *>(makeItem(tree, use, element));
-}
-
-static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
-  void *manager = itemManagerOf(tree);
-  ztContainer_of(manager)->deleteItem(manager, item);
-}
-
-namespace {
-
-// How the items of a tree are made and deleted.
-enum class Items {
-  watched,   // by functions that may be a host's, while records watch the tree
-  elements,  // in one step, by the tree
-  pairs      // in one step, by the map whose tree it is
-};
-
-}  // namespace
-
-static const ztMap &mapOf(const ztAvlTree &tree) {
-  return *static_cast<const ztMap *>(tree.itemManager);
-}
-
-static Items itemsOf(const ztAvlTree &tree) {
-  if (tree.itemManager == &tree) {
-    const bool isPlain = hasPlainItems(tree, ztAvlTreeItem_ctor) &&
-                         isPlainClass(ztAvlTreeItemClass_Instance(), avlTreeItemCreate);
-    return isPlain ? Items::elements : Items::watched;
-  }
-  if (tree.itemManager == nullptr) return Items::watched;
-  // Only a map has this function in the slot.
-  const bool isMap = ztContainer_of(tree.itemManager)->newItem == method<newPairItem<ztMapItem>>;
-  const bool isPlain = isMap && hasPlainPairs<ztMapItem>(mapOf(tree), ztMapItem_ctor) &&
-                       isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
-  return isPlain ? Items::pairs : Items::watched;
-}
-
-static bool keepsPointers(const ztAvlTree &tree, Items items) {
-  return items == Items::pairs ? mapOf(tree).keyByPointer != 0 : tree.byPointer != 0;
-}
-
-static ztAvlTreeItem *makePlainItem(const ztAvlTree &tree, Items items, const void *element) {
-  ztAvlTreeItem *item;
-  if (items == Items::elements) {
-    item = makePlainItem<ztAvlTreeItem>(tree, ztAvlTreeItem_ctor, element);
-  } else {
-    const auto *pair = static_cast<const ztKeyValue *>(element);
-    ztMapItem *made = makePlainPair<ztMapItem>(mapOf(tree), ztMapItem_ctor, pair->key, pair->value);
-    item = reinterpret_cast<ztAvlTreeItem *>(made);
-  }
-  if (item == nullptr) return nullptr;
-  item->left = nullptr;
-  item->right = nullptr;
-  item->balance = 0;
-  return item;
-}
-
-// False, with nothing deleted, when the item is of another class or has further references.
-static bool deletePlainItem(const ztAvlTree &tree, Items items, ztAvlTreeItem *item) {
-  if (items == Items::elements && endsPlain(item, ztAvlTreeItemClass_Instance())) {
-    releasePlain(policyOf(tree), item->data);
-    ztm_free(item);
-    return true;
-  }
-  if (items == Items::pairs && endsPlain(item, ztMapItemClass_Instance())) {
-    deletePlainPair(mapOf(tree), reinterpret_cast<ztMapItem *>(item));
-    return true;
-  }
-  return false;
-}
-
-// Rotates a subtree until its root has no left child; the new root.
-static ztAvlTreeItem *turnToLast(ztAvlTreeItem *item) {
-  while (ztAvlTreeItem *left = item->left) {
-    item->left = left->right;
-    left->right = item;
-    item = left;
-  }
-  return item;
-}
-
-// Deletes a subtree up to the first item that is not plain; the rest of it.
-static ztAvlTreeItem *deletePlainItems(const ztAvlTree &tree, ztAvlTreeItem *item) {
-  const Items items = itemsOf(tree);
-  while (items != Items::watched && item != nullptr) {
-    item = turnToLast(item);
-    ztAvlTreeItem *right = item->right;
-    if (!deletePlainItem(tree, items, item)) break;
-    item = right;
-  }
-  return item;
-}
-
-// Deletes removed items and all below them. If the tree is destroyed meanwhile, that deletes the rest.
-static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
-  item = deletePlainItems(*tree, item);
-  if (item == nullptr) return;
-  ContainerUse use(tree);
-  while (item != nullptr) {
-    item = turnToLast(item);
-    ztAvlTreeItem *right = item->right;
-    use.setItems(right);
-    deleteItem(tree, item);
-    if (use.ended()) return;
-    item = right;
-  }
-}
 
 // Prefetches both children during a comparison, which hides most of the memory latency of a large tree.
 static void fetchBelow(const ztAvlTreeItem *item) {
@@ -137,30 +24,6 @@ static bool canCompare(const ztAvlTree *tree, const void *key) {
   if (tree->compareFunction == nullptr) return false;
   const bool isOwn = tree->itemManager == tree || tree->itemManager == nullptr;
   return key != nullptr || !isOwn || (tree->elementConstructor == nullptr && tree->byPointer);
-}
-
-// Compares elements with a key. Integers are the most common ones, and are compared without a call.
-struct IntegerOrder {
-  int32_t key;
-  int32_t operator()(const void *data) const {
-    return data == nullptr ? -1 : compareValues(integerAt(data), key);
-  }
-};
-
-struct CalledOrder {
-  ztCompareFunc compare;
-  const void *key;
-  int32_t operator()(const void *data) const {
-    return compare(data, key);
-  }
-};
-
-template <typename Search>
-static auto withOrder(const ztAvlTree &tree, const void *key, Search search) {
-  if (tree.compareFunction != ztIntArray_compare_func || key == nullptr) {
-    return search(CalledOrder{tree.compareFunction, key});
-  }
-  return search(IntegerOrder{integerAt(key)});
 }
 
 // Balance -----------------------------------------------------------------------------------------
@@ -257,12 +120,12 @@ static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTree
                              const void *element) {
   Place place;
   findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
-  ztAvlTreeItem *added = newItem(tree, use, element);
+  ztAvlTreeItem *added = newTreeItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
     // Making the item called the tree again.
     if (tree->compareFunction == nullptr || isRefused(tree, probe)) {
-      deleteItem(tree, added);
+      deleteTreeItem(tree, added);
       return nullptr;
     }
     findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
@@ -293,7 +156,7 @@ static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
 static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeItem *probe,
                                   const void *element) {
   if (tree->compareFunction == nullptr) {
-    deleteItem(tree, probe);
+    deleteTreeItem(tree, probe);
     return nullptr;
   }
   // If the tree is destroyed meanwhile, that deletes the probe.
@@ -303,7 +166,7 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
   use->setItems(nullptr);
   use->startAfresh();
   void *data = added == nullptr ? nullptr : added->data;
-  deleteItem(tree, probe);
+  deleteTreeItem(tree, probe);
   if (added == nullptr || use->ended()) return nullptr;
   return use->removed() ? itemOf(tree, data) : added;
 }
@@ -328,21 +191,21 @@ static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *elemen
     return findPlace(&tree, &aboveRoot, order, !tree.allowDuplicate, &place);
   });
   if (!isFree || tree.count >= INT32_MAX) return nullptr;
-  ztAvlTreeItem *added = makePlainItem(tree, items, element);
+  ztAvlTreeItem *added = makePlainTreeItem(tree, items, element);
   if (added != nullptr) hang(&tree, &aboveRoot, place, added);
   return added;
 }
 
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
-  const Items items = isPlainCompare(tree.compareFunction) ? itemsOf(tree) : Items::watched;
+  const Items items = isPlainCompare(tree.compareFunction) ? itemsOfTree(tree) : Items::watched;
   if (pushesPlainly(tree, items, element)) return pushPlain(tree, items, element);
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
   // Items that an abandoned call had to delete.
-  while (void *rest = takeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
+  while (void *rest = takeItemsLeft(&tree)) deleteTreeItems(&tree, static_cast<ztAvlTreeItem *>(rest));
   if (use.ended()) return nullptr;
   const bool isFirst = tree.root == nullptr;
-  ztAvlTreeItem *item = newItem(&tree, use, element);
+  ztAvlTreeItem *item = newTreeItem(&tree, use, element);
   if (item == nullptr) return nullptr;
   // Making the first item may have pushed another: the item is a probe then.
   if (isFirst && tree.root == nullptr) return pushFirst(&tree, item);
@@ -444,7 +307,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   --tree.count;
   noteRemoved(&tree);
   // Last, because the element that is destroyed may call the tree.
-  if (!deletePlainItem(tree, itemsOf(tree), item)) deleteItem(&tree, item);
+  if (!deletePlainTreeItem(tree, itemsOfTree(tree), item)) deleteTreeItem(&tree, item);
   return 1;
 }
 
@@ -453,7 +316,7 @@ static void treeEmpty(ztAvlTree &tree) {
   tree.root = nullptr;
   tree.count = 0;
   noteRemoved(&tree);
-  if (item != nullptr) deleteItems(&tree, item);
+  if (item != nullptr) deleteTreeItems(&tree, item);
 }
 
 // Finding -----------------------------------------------------------------------------------------
@@ -536,7 +399,7 @@ static void treeDestroy(ztAvlTree &tree) {
     if (tree.root != nullptr) {
       treeEmpty(tree);
     } else if (void *rest = takeItems(&tree)) {
-      deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
+      deleteTreeItems(&tree, static_cast<ztAvlTreeItem *>(rest));
     } else {
       break;
     }
