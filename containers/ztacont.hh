@@ -4,7 +4,7 @@
 
 #include "containers/ztacont.h"
 #include "containers/ztcont.hh"
-#include "containers/ztuse.hh"
+#include "containers/ztplain.hh"
 
 namespace ztcore {
 
@@ -70,6 +70,35 @@ void deletePairItem(ztAssociativeContainer &container, void *item) {
   releaseElement(keyPolicy(&container), &static_cast<Item *>(item)->data);
   releaseElement(values, &static_cast<Item *>(item)->value);
   ztBaseClass_of(item)->unRef(item);
+}
+
+// Whether a container makes pairs by this constructor, and neither keys nor values are objects.
+template <typename Item, typename Container>
+inline bool hasPlainPairs(const Container &container, ztCtor constructor) {
+  return container.keyConstructor == nullptr && container.valueConstructor == nullptr &&
+         makesItemsBy<newPairItem<Item>, deletePairItem<Item>>(container, constructor);
+}
+
+// A plain item that holds the pair; its links are the caller's to set. NULL without memory.
+template <typename Item, typename Container>
+inline Item *makePlainPair(const Container &container, ztCtor constructor, const void *key,
+                           const void *value) {
+  auto *item = newPlainItem<Item>(constructor);
+  if (item == nullptr) return nullptr;
+  const ElementPolicy keys = keyPolicy(&container);
+  if (storePlain(keys, key, &item->data)) {
+    if (storePlain(valuePolicy(&container), value, &item->value)) return item;
+    releasePlain(keys, item->data);
+  }
+  ztm_free(item);
+  return nullptr;
+}
+
+template <typename Item, typename Container>
+inline void deletePlainPair(const Container &container, Item *item) {
+  releasePlain(keyPolicy(&container), item->data);
+  releasePlain(valuePolicy(&container), item->value);
+  ztm_free(item);
 }
 
 }  // namespace ztcore

@@ -1,12 +1,13 @@
 #include "containers/ztavltitem.h"
 
+#include "containers/ztitems.hh"
 #include "core/ztlayout.hh"
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztAvlTreeItem, 48, 16);
 
-static int32_t avlTreeItemCreate(void *object) {
+int32_t ztcore::avlTreeItemCreate(void *object) {
   if (!ztContainerItem_table()->create(object)) return 0;
   auto *item = static_cast<ztAvlTreeItem *>(object);
   item->balance = 0;

@@ -1,45 +1,17 @@
 #include "containers/ztavltree.h"
 
+#include "containers/ztacont.hh"
+#include "containers/ztavlitems.hh"
 #include "containers/ztavltree.hh"
-#include "containers/ztcont.hh"
+#include "containers/ztcompare.hh"
 #include "containers/ztmapitem.h"
-#include "containers/ztuse.hh"
+#include "containers/ztscont.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztAvlTree, 80, 32);
-
-// NULL when the count is at its maximum.
-static ztAvlTreeItem *newItem(ztAvlTree *tree, const ContainerUse &use, const void *element) {
-  if (tree->count >= INT32_MAX) return nullptr;
-  return static_cast<ztAvlTreeItem *>(makeItem(tree, use, element));
-}
-
-static void deleteItem(ztAvlTree *tree, ztAvlTreeItem *item) {
-  void *manager = itemManagerOf(tree);
-  ztContainer_of(manager)->deleteItem(manager, item);
-}
-
-// Deletes removed items and all below them. If the tree is destroyed meanwhile, that deletes the rest.
-static void deleteItems(ztAvlTree *tree, ztAvlTreeItem *item) {
-  ContainerUse use(tree);
-  while (item != nullptr) {
-    ztAvlTreeItem *left = item->left;
-    ztAvlTreeItem *right = item->right;
-    if (left == nullptr) {
-      use.setItems(right);
-      deleteItem(tree, item);
-      if (use.ended()) return;
-      item = right;
-    } else {
-      item->left = left->right;
-      left->right = item;
-      item = left;
-    }
-  }
-}
 
 // Prefetches both children during a comparison, which hides most of the memory latency of a large tree.
 static void fetchBelow(const ztAvlTreeItem *item) {
@@ -96,8 +68,10 @@ struct Place {
 
 }  // namespace
 
-static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place) {
-  const ztCompareFunc compare = tree->compareFunction;
+// False where an item on the way down is equal, and that is refused.
+template <typename Order>
+static bool findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Order orderOf, bool refusesEqual,
+                      Place *place) {
   place->parent = probe;
   place->right = true;
   place->top = nullptr;
@@ -110,10 +84,13 @@ static void findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Place *place)
       depth = 0;
     }
     fetchBelow(item);
-    place->right = compare(item->data, probe->data) < 0;
+    const int32_t order = orderOf(item->data);
+    if (order == 0 && refusesEqual) return false;
+    place->right = order < 0;
     place->goesRight[depth++] = place->right;
     place->parent = item;
   }
+  return true;
 }
 
 static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAvlTreeItem *added) {
@@ -142,16 +119,16 @@ static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
 static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
                              const void *element) {
   Place place;
-  findPlace(tree, probe, &place);
-  ztAvlTreeItem *added = newItem(tree, use, element);
+  findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
+  ztAvlTreeItem *added = newTreeItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
     // Making the item called the tree again.
     if (tree->compareFunction == nullptr || isRefused(tree, probe)) {
-      deleteItem(tree, added);
+      deleteTreeItem(tree, added);
       return nullptr;
     }
-    findPlace(tree, probe, &place);
+    findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
   }
   hang(tree, probe, place, added);
   return added;
@@ -179,7 +156,7 @@ static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
 static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeItem *probe,
                                   const void *element) {
   if (tree->compareFunction == nullptr) {
-    deleteItem(tree, probe);
+    deleteTreeItem(tree, probe);
     return nullptr;
   }
   // If the tree is destroyed meanwhile, that deletes the probe.
@@ -189,19 +166,46 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
   use->setItems(nullptr);
   use->startAfresh();
   void *data = added == nullptr ? nullptr : added->data;
-  deleteItem(tree, probe);
+  deleteTreeItem(tree, probe);
   if (added == nullptr || use->ended()) return nullptr;
   return use->removed() ? itemOf(tree, data) : added;
 }
 
+static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key);
+
+// Whether nobody sees how a push is done.
+static bool pushesPlainly(const ztAvlTree &tree, Items items, const void *element) {
+  if (items == Items::watched || (items == Items::pairs && element == nullptr)) return false;
+  return tree.allowDuplicate || ztAvlTree_of(&tree)->find == method<treeFind>;
+}
+
+// Needs no probe, and one search finds both an equal element and the place.
+static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *element) {
+  const auto *pair = static_cast<const ztKeyValue *>(element);
+  const void *key = items == Items::pairs ? pair->key : element;
+  // A probe could not hold such a key.
+  if (key == nullptr && !keepsPointers(tree, items)) return nullptr;
+  ztAvlTreeItem aboveRoot;
+  Place place;
+  const bool isFree = withOrder(tree, key, [&](auto order) {
+    return findPlace(&tree, &aboveRoot, order, !tree.allowDuplicate, &place);
+  });
+  if (!isFree || tree.count >= INT32_MAX) return nullptr;
+  ztAvlTreeItem *added = makePlainTreeItem(tree, items, element);
+  if (added != nullptr) hang(&tree, &aboveRoot, place, added);
+  return added;
+}
+
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
+  const Items items = isPlainCompare(tree.compareFunction) ? itemsOfTree(tree) : Items::watched;
+  if (pushesPlainly(tree, items, element)) return pushPlain(tree, items, element);
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
   // Items that an abandoned call had to delete.
-  while (void *rest = takeItemsLeft(&tree)) deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
+  while (void *rest = takeItemsLeft(&tree)) deleteTreeItems(&tree, static_cast<ztAvlTreeItem *>(rest));
   if (use.ended()) return nullptr;
   const bool isFirst = tree.root == nullptr;
-  ztAvlTreeItem *item = newItem(&tree, use, element);
+  ztAvlTreeItem *item = newTreeItem(&tree, use, element);
   if (item == nullptr) return nullptr;
   // Making the first item may have pushed another: the item is a probe then.
   if (isFirst && tree.root == nullptr) return pushFirst(&tree, item);
@@ -287,20 +291,23 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
   if (!canCompare(&tree, key)) return 0;
   Path path;
   path.depth = 0;
-  ztAvlTreeItem *item = tree.root;
-  while (item != nullptr) {
-    fetchBelow(item);
-    const int32_t order = tree.compareFunction(item->data, key);
-    if (order == 0) break;
-    item = step(&path, item, order < 0);
-  }
+  ztAvlTreeItem *item = withOrder(tree, key, [&](auto orderOf) {
+    ztAvlTreeItem *at = tree.root;
+    while (at != nullptr) {
+      fetchBelow(at);
+      const int32_t order = orderOf(at->data);
+      if (order == 0) break;
+      at = step(&path, at, order < 0);
+    }
+    return at;
+  });
   if (item == nullptr) return 0;
   item = unlinkItem(&tree, &path, item);
   rebalance(&tree, &path);
   --tree.count;
   noteRemoved(&tree);
   // Last, because the element that is destroyed may call the tree.
-  deleteItem(&tree, item);
+  if (!deletePlainTreeItem(tree, itemsOfTree(tree), item)) deleteTreeItem(&tree, item);
   return 1;
 }
 
@@ -309,22 +316,23 @@ static void treeEmpty(ztAvlTree &tree) {
   tree.root = nullptr;
   tree.count = 0;
   noteRemoved(&tree);
-  if (item != nullptr) deleteItems(&tree, item);
+  if (item != nullptr) deleteTreeItems(&tree, item);
 }
 
 // Finding -----------------------------------------------------------------------------------------
 
 static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
   if (!canCompare(&tree, key)) return nullptr;
-  const ztCompareFunc compare = tree.compareFunction;
-  ztAvlTreeItem *item = tree.root;
-  while (item != nullptr) {
-    fetchBelow(item);
-    const int32_t order = compare(item->data, key);
-    if (order == 0) break;
-    item = treeLink(item, order < 0);
-  }
-  return item;
+  return withOrder(tree, key, [&tree](auto orderOf) {
+    ztAvlTreeItem *item = tree.root;
+    while (item != nullptr) {
+      fetchBelow(item);
+      const int32_t order = orderOf(item->data);
+      if (order == 0) break;
+      item = treeLink(item, order < 0);
+    }
+    return item;
+  });
 }
 
 void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found) {
@@ -391,7 +399,7 @@ static void treeDestroy(ztAvlTree &tree) {
     if (tree.root != nullptr) {
       treeEmpty(tree);
     } else if (void *rest = takeItems(&tree)) {
-      deleteItems(&tree, static_cast<ztAvlTreeItem *>(rest));
+      deleteTreeItems(&tree, static_cast<ztAvlTreeItem *>(rest));
     } else {
       break;
     }

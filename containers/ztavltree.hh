@@ -2,7 +2,9 @@
 #ifndef ZT_CONTAINERS_ZTAVLTREE_HH
 #define ZT_CONTAINERS_ZTAVLTREE_HH
 
+#include "containers/ztarrays.h"
 #include "containers/ztavliter.h"
+#include "containers/ztcompare.hh"
 #include "containers/ztuse.hh"
 
 namespace ztcore {
@@ -12,6 +14,31 @@ constexpr int treeHeight = 64;
 
 inline ztAvlTreeItem *&treeLink(ztAvlTreeItem *item, bool right) {
   return right ? item->right : item->left;
+}
+
+// Compares elements with a key. Integers are the most common ones, and are compared without a call.
+struct IntegerOrder {
+  int32_t key;
+  int32_t operator()(const void *data) const {
+    return data == nullptr ? -1 : compareValues(integerAt(data), key);
+  }
+};
+
+struct CalledOrder {
+  ztCompareFunc compare;
+  const void *key;
+  int32_t operator()(const void *data) const {
+    return compare(data, key);
+  }
+};
+
+// Runs search(order) with the quickest comparison that the tree allows.
+template <typename Search>
+inline auto withOrder(const ztAvlTree &tree, const void *key, Search search) {
+  if (tree.compareFunction != ztIntArray_compare_func || key == nullptr) {
+    return search(CalledOrder{tree.compareFunction, key});
+  }
+  return search(IntegerOrder{integerAt(key)});
 }
 
 // The items whose element equals a key on one path down from the root, the highest first.

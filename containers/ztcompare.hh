@@ -32,9 +32,19 @@ inline int32_t compareWords(const void *first, const void *second) {
   return compareAt<Value>(&first, &second);
 }
 
+// An integer at an address, which needs no alignment.
+inline int32_t integerAt(const void *address) {
+  int32_t value;
+  memcpy(&value, address, sizeof value);
+  return value;
+}
+
 // Whether a function is one of those that the library exports for arrays, lists, queues and stacks. They only
 // compare two values, so calls of them can be left out unnoticed.
 bool isOwnCompare(ztCompareFunc compare);
+
+// The same for those that compare numbers and addresses only: a text may be in a buffer of a host's class.
+bool isPlainCompare(ztCompareFunc compare);
 
 }  // namespace ztcore
 

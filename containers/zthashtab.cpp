@@ -3,6 +3,7 @@
 #include "containers/ztacont.hh"
 #include "containers/ztarrays.h"
 #include "containers/ztcompare.hh"
+#include "containers/ztitems.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
@@ -87,8 +88,31 @@ static ztHashTableItem *newItem(ztHashTable &table, const ContainerUse &use, con
   return static_cast<ztHashTableItem *>(makeItem(&table, use, &pair));
 }
 
+// Whether items are made and deleted in one step.
+static bool isPlain(const ztHashTable &table) {
+  const ztContainerMethods *methods = ztContainer_of(&table);
+  return table.itemManager == &table && table.itemConstructor == ztHashTableItem_ctor &&
+         table.keyConstructor == nullptr && table.valueConstructor == nullptr &&
+         methods->newItem == method<hashTableNewItem> &&
+         methods->deleteItem == method<deletePairItem<ztHashTableItem>> && usesUnderWay() == nullptr &&
+         !checksThreads && isPlainClass(ztHashTableItemClass_Instance(), hashTableItemCreate);
+}
+
+// Deletes a chain up to the first item that is not plain; the rest of it.
+static ztHashTableItem *deletePlainItems(const ztHashTable &table, ztHashTableItem *item) {
+  if (!isPlain(table)) return item;
+  while (item != nullptr && endsPlain(item, ztHashTableItemClass_Instance())) {
+    ztHashTableItem *next = item->next;
+    deletePlainPair(table, item);
+    item = next;
+  }
+  return item;
+}
+
 // Deletes a removed chain. If the table is destroyed meanwhile, that deletes the rest.
 static void deleteChain(ztHashTable &table, ztHashTableItem *item) {
+  item = deletePlainItems(table, item);
+  if (item == nullptr) return;
   ContainerUse use(&table);
   while (item != nullptr && !use.ended()) {
     ztHashTableItem *next = item->next;
@@ -122,12 +146,6 @@ static int32_t hashTableSetSize(ztHashTable &table, int32_t count) {
   return result;
 }
 
-static int32_t integerAt(const void *address) {
-  int32_t value;
-  memcpy(&value, address, sizeof value);
-  return value;
-}
-
 // The result of a search with ztIntArray_compare_func.
 static ztHashTableItem *findInteger(ztHashTableItem *item, int32_t wanted) {
   while (item != nullptr && (item->data == nullptr || integerAt(item->data) != wanted)) item = item->next;
@@ -158,9 +176,20 @@ static ztHashTableItem **bucketToFill(ztHashTable &table, const void *key) {
   return bucket;
 }
 
+static int32_t insertPlain(ztHashTable &table, ztHashTableItem **bucket, const void *key, const void *value) {
+  if (table.count >= INT32_MAX) return 0;
+  auto *item = makePlainPair<ztHashTableItem>(table, ztHashTableItem_ctor, key, value);
+  if (item == nullptr) return 0;
+  item->next = *bucket;
+  *bucket = item;
+  ++table.count;
+  return 1;
+}
+
 static int32_t hashTableInsert(ztHashTable &table, const void *key, const void *value) {
   ztHashTableItem **bucket = bucketToFill(table, key);
   if (bucket == nullptr) return 0;
+  if (isPlain(table)) return insertPlain(table, bucket, key, value);
   const ContainerUse use(&table);
   // Items that an abandoned call had to delete.
   while (void *rest = takeItemsLeft(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));

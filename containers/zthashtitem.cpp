@@ -1,12 +1,13 @@
 #include "containers/zthashtitem.h"
 
+#include "containers/ztitems.hh"
 #include "core/ztlayout.hh"
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztHashTableItem, 40, 16);
 
-static int32_t hashTableItemCreate(void *object) {
+int32_t ztcore::hashTableItemCreate(void *object) {
   if (!ztContainerItem_table()->create(object)) return 0;
   auto *item = static_cast<ztHashTableItem *>(object);
   item->next = nullptr;

@@ -1,7 +1,7 @@
 #include "containers/ztlist.h"
 
-#include "containers/ztcont.hh"
-#include "containers/ztuse.hh"
+#include "containers/ztitems.hh"
+#include "containers/ztscont.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
@@ -15,9 +15,31 @@ static ztListItem *newItem(ztList *list, const ContainerUse &use, const void *el
   return static_cast<ztListItem *>(makeItem(list, use, element));
 }
 
+// Whether items are made and deleted in one step.
+static bool isPlain(const ztList &list) {
+  return hasPlainItems(list, ztListItem_ctor) && isPlainClass(ztListItemClass_Instance(), listItemCreate);
+}
+
+// An item that is not in the list yet; its links are not set.
+static ztListItem *makeItem(ztList &list, const void *element) {
+  if (isPlain(list)) {
+    return list.count >= INT32_MAX ? nullptr : makePlainItem<ztListItem>(list, ztListItem_ctor, element);
+  }
+  const ContainerUse use(&list);
+  return newItem(&list, use, element);
+}
+
 static void deleteItem(ztList *list, ztListItem *item) {
   void *manager = itemManagerOf(list);
   ztContainer_of(manager)->deleteItem(manager, item);
+}
+
+// False, with nothing deleted, when the item is not plain.
+static bool deletePlainItem(ztList &list, ztListItem *item) {
+  if (!isPlain(list) || !endsPlain(item, ztListItemClass_Instance())) return false;
+  releasePlain(policyOf(list), item->data);
+  ztm_free(item);
+  return true;
 }
 
 static void clearItems(ztList *list) {
@@ -35,8 +57,7 @@ static bool hasItem(const ztList *list, const ztListItem *wanted) {
 // Adding ------------------------------------------------------------------------------------------
 
 static ztListItem *listPushBack(ztList &list, const void *element) {
-  const ContainerUse use(&list);
-  ztListItem *item = newItem(&list, use, element);
+  ztListItem *item = makeItem(list, element);
   if (item == nullptr) return nullptr;
   item->next = nullptr;
   item->prev = list.tail;
@@ -49,8 +70,7 @@ static ztListItem *listPushBack(ztList &list, const void *element) {
 }
 
 static ztListItem *listPushFront(ztList &list, const void *element) {
-  const ContainerUse use(&list);
-  ztListItem *item = newItem(&list, use, element);
+  ztListItem *item = makeItem(list, element);
   if (item == nullptr) return nullptr;
   item->prev = nullptr;
   item->next = list.head;
@@ -130,8 +150,12 @@ static ztListItem *detachTail(ztList &list) {
 static ztListItem *listPopFront(ztList &list) {
   ztListItem *item = detachHead(list);
   if (item == nullptr) return nullptr;
-  const ContainerUse use(&list);
   // Not through the item manager: the caller owns the element now.
+  if (isPlain(list) && endsPlain(item, ztListItemClass_Instance())) {
+    ztm_free(item);
+    return list.head;
+  }
+  const ContainerUse use(&list);
   ztListItem_of(item)->unRef(item);
   return use.ended() ? nullptr : list.head;
 }
@@ -139,6 +163,7 @@ static ztListItem *listPopFront(ztList &list) {
 static ztListItem *listPopBack(ztList &list) {
   ztListItem *item = detachTail(list);
   if (item == nullptr) return nullptr;
+  if (deletePlainItem(list, item)) return list.tail;
   const ContainerUse use(&list);
   deleteItem(&list, item);
   return use.ended() ? nullptr : list.tail;
@@ -153,6 +178,7 @@ static ztListItem *removeBetween(ztList *list, ztListItem *item) {
   after->prev = before;
   --list->count;
   noteRemoved(list);
+  if (deletePlainItem(*list, item)) return before;
   const ContainerUse use(list);
   deleteItem(list, item);
   if (use.ended() || (use.removed() && !hasItem(list, before))) return nullptr;
@@ -166,7 +192,22 @@ static ztListItem *listRemoveItem(ztList &list, ztListItem *item) {
   return removeBetween(&list, item);
 }
 
+// False where an item is not plain.
+static bool emptyPlain(ztList &list) {
+  if (!isPlain(list)) return false;
+  const ElementPolicy policy = policyOf(list);
+  const ztClass *klass = ztListItemClass_Instance();
+  while (ztListItem *item = list.head) {
+    if (list.tail == nullptr || !endsPlain(item, klass)) return false;
+    detachHead(list);
+    releasePlain(policy, item->data);
+    ztm_free(item);
+  }
+  return true;
+}
+
 static void listEmpty(ztList &list) {
+  if (emptyPlain(list)) return clearItems(&list);
   const ContainerUse use(&list);
   while (ztListItem *item = detachHead(list)) {
     deleteItem(&list, item);

@@ -1,12 +1,13 @@
 #include "containers/ztlistitem.h"
 
+#include "containers/ztitems.hh"
 #include "core/ztlayout.hh"
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztListItem, 40, 16);
 
-static int32_t listItemCreate(void *object) {
+int32_t ztcore::listItemCreate(void *object) {
   if (!ztContainerItem_table()->create(object)) return 0;
   auto *item = static_cast<ztListItem *>(object);
   item->next = nullptr;

@@ -1,12 +1,13 @@
 #include "containers/ztmapitem.h"
 
+#include "containers/ztitems.hh"
 #include "core/ztlayout.hh"
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztMapItem, 56, 16);
 
-static int32_t mapItemCreate(void *object) {
+int32_t ztcore::mapItemCreate(void *object) {
   if (!ztAvlTreeItem_table()->create(object)) return 0;
   static_cast<ztMapItem *>(object)->value = nullptr;
   return 1;

@@ -2,6 +2,7 @@
 
 #include "containers/ztcitem.h"
 #include "containers/ztcont.hh"
+#include "containers/ztscont.hh"
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
@@ -9,10 +10,6 @@
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztSequenceContainer, 64, 27);
-
-static ElementPolicy policyOf(const ztSequenceContainer &container) {
-  return {container.elementConstructor, container.byPointer != 0, container.elementSize};
-}
 
 const void *ztcore::ownOfElement(const void *container, const void *element) {
   return isOwned(policyOf(*static_cast<const ztSequenceContainer *>(container))) ? element : nullptr;
@@ -32,7 +29,7 @@ static void sequenceDestroy(void *object) {
   ztContainer_table()->destroy(object);
 }
 
-static void *sequenceNewItem(ztSequenceContainer &container, const void *element) {
+void *ztcore::sequenceNewItem(ztSequenceContainer &container, const void *element) {
   if (container.itemConstructor == nullptr) return nullptr;
   const ElementPolicy policy = policyOf(container);
   const ContainerUse use(&container);
@@ -53,7 +50,7 @@ static void *sequenceCopyItem(ztSequenceContainer &container, void *destination,
   return destination;
 }
 
-static void sequenceDeleteItem(ztSequenceContainer &container, void *item) {
+void ztcore::sequenceDeleteItem(ztSequenceContainer &container, void *item) {
   if (item == nullptr) return;
   releaseElement(policyOf(container), &static_cast<ztContainerItem *>(item)->data);
   ztContainerItem_of(item)->unRef(item);

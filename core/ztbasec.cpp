@@ -37,7 +37,7 @@ static int32_t baseAssign(ztBaseClass &, const void *) {
   return 1;
 }
 
-static void baseDestroy(void *) {}
+void ztcore::baseDestroy(void *) {}
 
 static int32_t baseRead(ztBaseClass &, void *) {
   return 1;
@@ -63,7 +63,7 @@ ZT_OWN_FRAME static void endObject(void *object) {
   if (!recorded || endCall(mark.mark)) ztm_free(object);
 }
 
-static void baseUnRef(ztBaseClass &object) {
+void ztcore::baseUnRef(ztBaseClass &object) {
   if (checksThreads && releaseCheck != nullptr) releaseCheck(&object);
   if (object.refCount == mostReferences) return;
   // Unsigned, because an object may be released any number of times while it is destroyed.

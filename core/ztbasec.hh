@@ -7,6 +7,10 @@
 
 namespace ztcore {
 
+// Two methods of the root class. A comparison with a slot tells whether a class overrides it.
+void baseDestroy(void *object);
+void baseUnRef(ztBaseClass &object);
+
 // The bytes behind the text of the name have any value.
 struct Identity {
   char name[100];
