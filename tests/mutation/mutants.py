@@ -28,7 +28,7 @@ def masked(text):
 
 
 def other_number(text):
-    value = int(text, 0)
+    value = int(text, 8) if re.fullmatch("0[0-7]+", text) else int(text, 0)
     return {0: "1", 1: "0"}.get(value) or (hex(value + 1) if text[:2] in ("0x", "0X") else str(value + 1))
 
 
