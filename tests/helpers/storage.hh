@@ -7,12 +7,13 @@
 #include <string>
 #include <string_view>
 
-// An open, empty file of its own.
+// An open file of its own, empty or with bytes.
 class Storage {
  public:
-  explicit Storage(ztCtor constructor = ztFile_ctor) : file(constructor(nullptr, 1)) {
+  explicit Storage(ztCtor constructor = ztFile_ctor, std::string_view bytes = "")
+      : file(constructor(nullptr, 1)) {
     ztFile_functions()->tmpFile(nullptr, name);
-    ztFile_of(file)->open(file, name, "w+b");
+    hold(bytes);
   }
   ~Storage() {
     ztFile_of(file)->unRef(file);
@@ -31,16 +32,16 @@ class Storage {
   // Replaces what the file holds and goes to its beginning.
   void hold(std::string_view bytes) const {
     ztFile_of(file)->open(file, name, "w+b");
-    if (!bytes.empty()) ztFile_of(file)->writeBuf(file, static_cast<int32_t>(bytes.size()), bytes.data());
+    if (!bytes.empty()) ztFile_table()->writeBuf(file, static_cast<int32_t>(bytes.size()), bytes.data());
     ztFile_of(file)->goToBegin(file);
   }
 
-  // All bytes of the file; goes to its beginning.
+  // All bytes of the file, whatever its class; goes to its beginning.
   std::string bytes() const {
     ztFile_of(file)->goToEnd(file);
     std::string all(static_cast<size_t>(ztFile_of(file)->tell(file)), '\0');
     ztFile_of(file)->goToBegin(file);
-    if (!all.empty()) ztFile_of(file)->readBuf(file, static_cast<int32_t>(all.size()), all.data());
+    if (!all.empty()) ztFile_table()->readBuf(file, static_cast<int32_t>(all.size()), all.data());
     ztFile_of(file)->goToBegin(file);
     return all;
   }
