@@ -319,7 +319,11 @@ TEST(FaultsOfProperties, AreReportedWhenTheyAreMadeCopiedAndListed) {
     for (const char *name : {"one", "two", "three"}) trial.need([&] { return setInt(object, name, 7); });
     Held copy(copyOf(trial, object));
     Held listed(trial.make(ztPropertyPtrArray_ctor));
-    trial.need([&] { return ztObject_of(copy)->getProperties(copy, listed); });
+    trial.need([&] {
+      const bool whole = ztObject_of(copy)->getProperties(copy, listed);
+      EXPECT_EQ(ztPropertyPtrArray_of(listed)->getSize(listed) > 0, whole);
+      return whole;
+    });
     std::string names;
     for (int32_t i = 0; i < ztPropertyPtrArray_of(listed)->getSize(listed); ++i) {
       const auto *property = static_cast<const ztProperty *>(ztPropertyPtrArray_of(listed)->getAt(listed, i));

@@ -1,24 +1,38 @@
-// An object that is released at the end of its scope, with its methods at hand: `owned->method(owned)`.
+// An object that is released at the end of its scope, with its methods at hand: `owned->method(owned)`. Without
+// arguments it is an object of any class: `Owned object(ztRoot_ctor)`.
 #ifndef ZT_TESTS_OWNED_HH
 #define ZT_TESTS_OWNED_HH
 
 #include "core/ztbasec.h"
+#include "core/ztmem.h"
 
-template <typename Object, typename Methods>
+#include <utility>
+
+// A copy of the same class that is the caller's alone; NULL, with nothing left behind, when there is none.
+inline void *newCopy(const void *object) {
+  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable)->newop();
+  if (fresh == nullptr) return nullptr;
+  auto *copy = static_cast<ztBaseClass *>(ztBaseClass_of(object)->clone(object, fresh));
+  if (copy == nullptr) {
+    ztm_free(fresh);
+    return nullptr;
+  }
+  copy->refCount = 1;
+  return copy;
+}
+
+template <typename Object = ztBaseClass, typename Methods = ztBaseClassMethods>
 class Owned {
  public:
   explicit Owned(ztCtor constructor) : Owned(constructor(nullptr, 1)) {}
+  // What was made; NULL when that failed.
   explicit Owned(void *made) : object(static_cast<Object *>(made)) {}
   ~Owned() {
     if (object != nullptr) ztBaseClass_of(object)->unRef(object);
   }
-  Owned(Owned &&other) : object(other.object) {
-    other.object = nullptr;
-  }
+  Owned(Owned &&other) : object(other.release()) {}
   Owned &operator=(Owned &&other) {
-    Object *mine = object;
-    object = other.object;
-    other.object = mine;
+    std::swap(object, other.object);
     return *this;
   }
 
@@ -34,13 +48,18 @@ class Owned {
 
   // A clone in a new object of the same class.
   Owned copy() const {
-    const ztClass *klass = ztOOP_classOf(object);
-    void *fresh = static_cast<const ztClassFunctions *>(klass->classTable)->newop();
-    return Owned(ztBaseClass_of(object)->clone(object, fresh));
+    return Owned(newCopy(object));
+  }
+  // Hands the object over.
+  Object *release() {
+    return std::exchange(object, nullptr);
   }
 
  private:
   Object *object;
 };
+
+Owned(ztCtor)->Owned<>;
+Owned(void *)->Owned<>;
 
 #endif

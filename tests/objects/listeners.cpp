@@ -58,6 +58,51 @@ void enter(int slot, void *receiver, intptr_t first) {
   if (react) react(call);
 }
 
+static void clearDiary() {
+  diary.clear();
+  reaction = nullptr;
+}
+
+Diary::Diary() {
+  clearDiary();
+}
+
+Diary::~Diary() {
+  clearDiary();
+}
+
+ListenerTest::~ListenerTest() {
+  EXPECT_EQ(listenersLive, 0);
+}
+
+Property::Property(ztClass *type) : Owned(ztProperty_ctor) {
+  fields().type = type;
+}
+
+void *Property::alloc(const void *initial) const {
+  return operations()->allocDynamicProperty(fields().type, &fields(), initial);
+}
+
+void Property::free() const {
+  operations()->freeDynamicProperty(fields().type, &fields());
+}
+
+ztWord Property::get(void *owner, void *out) const {
+  return operations()->getValue(fields().type, &fields(), owner, out);
+}
+
+ztWord Property::set(void *owner, ztWord word) const {
+  return operations()->setValue(fields().type, &fields(), owner, &word);
+}
+
+const ztPropertyTypeMethods *Property::operations() const {
+  return static_cast<const ztPropertyTypeMethods *>(fields().type->methodTable);
+}
+
+ztSignal *addSignal(void *object, const char *name, uint32_t argumentCount) {
+  return ztObject_of(object)->addSignal(ztOOP_classOf(object), object, name, argumentCount);
+}
+
 int32_t connectTo(void *sender, const char *signal, void *receiver, ztSlotFunction function,
                   uint32_t argumentCount) {
   ztClass *klass = ztOOP_classOf(sender);
@@ -67,6 +112,24 @@ int32_t connectTo(void *sender, const char *signal, void *receiver, ztSlotFuncti
 bool isConnected(const void *sender, const char *signal, const void *receiver, ztSlotFunction function) {
   ztClass *klass = ztOOP_classOf(sender);
   return ztObject_of(sender)->connectionExist(klass, sender, signal, receiver, function) == 1;
+}
+
+ztWord wordOf(const void *address) {
+  return reinterpret_cast<ztWord>(address);
+}
+
+int32_t setProperty(void *object, const char *name, const char *type, ztWord value) {
+  return ztObject_of(object)->setProperty(object, name, type, value);
+}
+
+void newIntProperty(void *object, const char *name, int32_t value) {
+  EXPECT_EQ(setProperty(object, name, "ztInt", wordOf(&value)), 1) << name;
+}
+
+int32_t intProperty(void *object, const char *name) {
+  int32_t value = 0;
+  EXPECT_EQ(ztObject_of(object)->getProperty(object, name, "ztInt", &value), 1) << name;
+  return value;
 }
 
 ztGetter getterOf(int32_t (*function)(const void *)) {

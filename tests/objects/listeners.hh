@@ -4,6 +4,9 @@
 #define ZT_TESTS_LISTENERS_HH
 
 #include "objects/ztobject.h"
+#include "tests/helpers/owned.hh"
+
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <utility>
@@ -22,26 +25,32 @@ Listener *newListener(int32_t number = 0);
 
 void release(void *object);
 
-// An object that goes with its scope.
-class Owned {
+// An object of a class below ztObject that goes with its scope.
+class Object : public Owned<ztObject, ztObjectMethods> {
  public:
-  explicit Owned(ztCtor constructor) : object(constructor(nullptr, 1)) {}
-  ~Owned() {
-    release(object);
-  }
-  Owned(const Owned &) = delete;
-  Owned &operator=(const Owned &) = delete;
-  operator void *() const {
-    return object;
-  }
-
- private:
-  void *object;
+  explicit Object(ztCtor constructor = ztObject_ctor) : Owned(constructor) {}
 };
 
 void *newString(const char *text);
 
+// A string that goes with its scope.
+class String : public Owned<ztString, ztStringMethods> {
+ public:
+  explicit String(const char *text) : Owned(newString(text)) {}
+};
+
 const char *textOf(const void *string);
+
+// A property by itself that goes with its scope, and the operations of its type on it.
+class Property : public Owned<ztProperty, ztPropertyMethods> {
+ public:
+  explicit Property(ztClass *type);
+  void *alloc(const void *initial) const;
+  void free() const;
+  ztWord get(void *owner, void *out) const;
+  ztWord set(void *owner, ztWord word) const;
+  const ztPropertyTypeMethods *operations() const;
+};
 
 // One call of a slot of the diary.
 struct Call {
@@ -83,21 +92,23 @@ std::vector<ztSlotFunction> diarySlots() {
 // Clears the diary, and what slots do, at both ends of a test.
 class Diary {
  public:
-  Diary() {
-    clear();
-  }
-  ~Diary() {
-    clear();
-  }
+  Diary();
+  ~Diary();
   Diary(const Diary &) = delete;
   Diary &operator=(const Diary &) = delete;
+};
+
+// A test that has the diary to itself, and at whose end every listener is gone.
+class ListenerTest : public testing::Test {
+ protected:
+  ~ListenerTest() override;
 
  private:
-  static void clear() {
-    diary.clear();
-    reaction = nullptr;
-  }
+  const Diary empty;
 };
+
+// Adds or finds it, with the object's own class.
+ztSignal *addSignal(void *object, const char *name, uint32_t argumentCount = 1);
 
 // Connects, with the sender's own class.
 int32_t connectTo(void *sender, const char *signal, void *receiver, ztSlotFunction function,
@@ -105,11 +116,24 @@ int32_t connectTo(void *sender, const char *signal, void *receiver, ztSlotFuncti
 
 bool isConnected(const void *sender, const char *signal, const void *receiver, ztSlotFunction function);
 
+// The word that holds an address.
+ztWord wordOf(const void *address);
+
+int32_t setProperty(void *object, const char *name, const char *type, ztWord value);
+
+// Makes a dynamic "ztInt" property, or fails the test.
+void newIntProperty(void *object, const char *name, int32_t value);
+
+int32_t intProperty(void *object, const char *name);
+
 // A function where a property or slot takes one of several forms.
 ztGetter getterOf(int32_t (*function)(const void *));
 ztSetter setterOf(void (*function)(void *, int32_t));
 inline constexpr ztGetter noGetter = {nullptr};
 inline constexpr ztSetter noSetter = {nullptr};
+
+// Fills nothing into the table of a class that has no methods of its own.
+inline void noMethods(void *) {}
 
 // Makes the property types that the library does not by itself known to declarations.
 void registerAllPropertyTypes();

@@ -1,6 +1,7 @@
 #include "objects/ztobject.h"
 
 #include "core/ztcore.h"
+#include "tests/helpers/faults.hh"
 #include "tests/helpers/scale.hh"
 #include "tests/helpers/temp_folder.hh"
 #include "tests/objects/listeners.hh"
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <inttypes.h>
-#include <stddef.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/mman.h>
@@ -23,17 +23,21 @@
 
 #define Shape_FIELDS \
   ztObject_FIELDS    \
-  int32_t width;     \
-  double weight;     \
-  char initial;
+  int32_t width;
 #define Shape_METHODS ztObject_METHODS
 ZT_DECLARE_CLASS(Shape)
-#define Box_FIELDS Shape_FIELDS int32_t depth;
+#define Box_FIELDS Shape_FIELDS
 #define Box_METHODS Shape_METHODS
 ZT_DECLARE_CLASS(Box)
 #define Plain_FIELDS Box_FIELDS
 #define Plain_METHODS Box_METHODS
 ZT_DECLARE_CLASS(Plain)
+
+// Declares a "ztInt" property.
+static int32_t declare(ztClass *klass, const char *name, ztGetter getter = noGetter,
+                       ztSetter setter = noSetter, void *userWord = nullptr, const char *signal = nullptr) {
+  return ztObject_table()->addProperty(klass, name, "ztInt", getter, setter, userWord, signal);
+}
 
 static int32_t shapeWidth(const void *shape) {
   return static_cast<const Shape *>(shape)->width;
@@ -46,10 +50,8 @@ static void shapeSetWidth(void *shape, int32_t width) {
 static int32_t shapeMarker;
 
 static int32_t shapeInitProperties(ztClass *klass) {
-  const auto *methods = static_cast<const ShapeMethods *>(klass->methodTable);
-  methods->addProperty(klass, "width", "ztInt", getterOf(shapeWidth), setterOf(shapeSetWidth), &shapeMarker,
-                       "widthChanged");
-  return methods->addProperty(klass, "area", "ztInt", getterOf(shapeWidth), noSetter, nullptr, nullptr);
+  declare(klass, "width", getterOf(shapeWidth), setterOf(shapeSetWidth), &shapeMarker, "widthChanged");
+  return declare(klass, "area", getterOf(shapeWidth));
 }
 
 static void shapeMethods(ShapeMethods *methods) {
@@ -59,10 +61,8 @@ static void shapeMethods(ShapeMethods *methods) {
 ZT_DEFINE_CLASS(Shape, ztObject, shapeMethods)
 
 static int32_t boxInitProperties(ztClass *klass) {
-  const auto *methods = static_cast<const BoxMethods *>(klass->methodTable);
-  // Inherited, so refused.
-  methods->addProperty(klass, "width", "ztInt", noGetter, noSetter, nullptr, nullptr);
-  return methods->addProperty(klass, "depth", "ztInt", noGetter, noSetter, nullptr, nullptr);
+  declare(klass, "width");  // Inherited, so refused.
+  return declare(klass, "depth");
 }
 
 static void boxMethods(BoxMethods *methods) {
@@ -71,51 +71,48 @@ static void boxMethods(BoxMethods *methods) {
 
 ZT_DEFINE_CLASS(Box, Shape, boxMethods)
 
-static void plainMethods(PlainMethods *) {}
+ZT_DEFINE_CLASS(Plain, Box, noMethods)
 
-ZT_DEFINE_CLASS(Plain, Box, plainMethods)
+// Its slot of declarations is empty.
+#define Silent_FIELDS ztObject_FIELDS
+#define Silent_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Silent)
+
+static void silentMethods(SilentMethods *methods) {
+  methods->initProperties = nullptr;
+}
+
+ZT_DEFINE_CLASS(Silent, ztObject, silentMethods)
+
+// Tests declare properties of it.
+#define Late_FIELDS ztObject_FIELDS
+#define Late_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Late)
+ZT_DEFINE_CLASS(Late, ztObject, noMethods)
 
 namespace {
 
-template <typename Value>
-ztWord wordOf(Value *pointer) {
-  return reinterpret_cast<ztWord>(pointer);
-}
-
-int32_t setProperty(void *object, const char *name, const char *type, ztWord value) {
-  return ztObject_of(object)->setProperty(object, name, type, value);
-}
-
-int32_t intProperty(void *object, const char *name) {
-  int32_t value = 0;
-  EXPECT_EQ(ztObject_of(object)->getProperty(object, name, "ztInt", &value), 1) << name;
-  return value;
-}
-
-void newIntProperty(void *object, const char *name, int32_t value) {
-  EXPECT_EQ(setProperty(object, name, "ztInt", wordOf(&value)), 1) << name;
-}
-
 // The properties that an array was filled with, as "name:index".
 using Names = std::vector<std::string>;
+using PropertyList = Owned<ztPropertyPtrArray, ztPropertyPtrArrayMethods>;
 
-Names namesIn(const void *array) {
+const ztProperty *propertyAt(const PropertyList &list, int32_t index) {
+  return static_cast<const ztProperty *>(list->getAt(list, index));
+}
+
+Names namesIn(const PropertyList &list) {
   Names names;
-  const ztPropertyPtrArrayMethods *methods = ztPropertyPtrArray_of(array);
-  for (int32_t i = 0; i < methods->getSize(array); ++i) {
-    const auto *property = static_cast<const ztProperty *>(methods->getAt(array, i));
+  for (int32_t i = 0; i < list->getSize(list); ++i) {
+    const ztProperty *property = propertyAt(list, i);
     names.push_back(textOf(property->name) + (":" + std::to_string(property->index)));
   }
   return names;
 }
 
-template <typename List>
-Names listed(const void *object, List list) {
-  void *array = ztPropertyPtrArray_ctor(nullptr, 1);
-  EXPECT_EQ(list(object, array), 1);
-  Names names = namesIn(array);
-  release(array);
-  return names;
+Names listed(const void *object, decltype(ztObjectMethods::getProperties) list) {
+  const PropertyList properties(ztPropertyPtrArray_ctor);
+  EXPECT_EQ(list(object, properties), 1);
+  return namesIn(properties);
 }
 
 Names allProperties(const void *object) {
@@ -131,69 +128,42 @@ Names dynamicProperties(const void *object) {
 }
 
 const ztProperty *propertyNamed(const void *object, const char *name) {
-  void *array = ztPropertyPtrArray_ctor(nullptr, 1);
-  ztObject_of(object)->getProperties(object, array);
-  const ztPropertyPtrArrayMethods *methods = ztPropertyPtrArray_of(array);
-  const ztProperty *found = nullptr;
-  for (int32_t i = 0; i < methods->getSize(array); ++i) {
-    const auto *property = static_cast<const ztProperty *>(methods->getAt(array, i));
-    if (strcmp(textOf(property->name), name) == 0) found = property;
-  }
-  release(array);
-  return found;
+  const PropertyList list(ztPropertyPtrArray_ctor);
+  ztObject_of(object)->getProperties(object, list);
+  int32_t at = list->getSize(list) - 1;
+  while (at >= 0 && strcmp(textOf(propertyAt(list, at)->name), name) != 0) --at;
+  return at < 0 ? nullptr : propertyAt(list, at);
+}
+
+template <typename Value>
+Value valueOf(const void *object, const char *name) {
+  Value value{};
+  EXPECT_EQ(ztObject_of(object)->getProperty(const_cast<void *>(object), name, "any", &value), 1) << name;
+  return value;
+}
+
+int32_t signalCount(const void *object) {
+  const ztSignalMap *signals = static_cast<const ztObject *>(object)->signals;
+  return ztSignalMap_of(signals)->getSize(signals);
+}
+
+int32_t slotCount(void *object, const char *name) {
+  const ztSignal *signal = addSignal(object, name);
+  return ztSlotMap_of(signal->slots)->getSize(signal->slots);
 }
 
 }  // namespace
 
-// Layout and life ---------------------------------------------------------------------------------
+// Life --------------------------------------------------------------------------------------------
 
-TEST(Object, SixteenWordsFollowTheBaseSlots) {
-  EXPECT_EQ(offsetof(ztObjectMethods, staticProperties), 16 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, printConnections), 17 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, addSignal), 18 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, addSlot), 19 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, connect), 20 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, connectionExist), 21 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, destroyed), 22 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, reserved), 23 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, addProperty), 24 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, initProperties), 25 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, setProperty), 26 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, getProperty), 27 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, getProperties), 28 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, getStaticProperties), 29 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, getDynamicProperties), 30 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObjectMethods, getSender), 31 * sizeof(void *));
-  EXPECT_EQ(sizeof(ztObjectMethods), 32 * sizeof(void *));
-  EXPECT_EQ(offsetof(ztObject, signals), 16U);
-  EXPECT_EQ(offsetof(ztObject, dynamicProperties), 24U);
-  EXPECT_EQ(offsetof(ztObject, sender), 32U);
+using ztObjectLife = ListenerTest;
+
+TEST_F(ztObjectLife, ClassDestroyIsTheClasssAndHarmless) {
+  static_cast<const ztClassFunctions *>(ztObjectClass_Instance()->classTable)->classDestroy(nullptr);
+  EXPECT_EQ(intProperty(Object(), "refCount"), 1);
 }
 
-TEST(Object, ClassHasHooks) {
-  const auto *functions = static_cast<const ztClassFunctions *>(ztObjectClass_Instance()->classTable);
-  EXPECT_NE(functions->classInit, nullptr);
-  ASSERT_NE(functions->classDestroy, nullptr);
-  functions->classDestroy(nullptr);
-  EXPECT_EQ(ztObjectClass_Instance()->parent, ztBaseClassClass_Instance());
-  EXPECT_TRUE(ztOOP_isClassRegistered("ztProperty"));
-  EXPECT_TRUE(ztOOP_isClassRegistered("ztPropertyMap"));
-}
-
-TEST(Object, CreateMakesEmptyMapsInAnyMemory) {
-  alignas(ztObject) unsigned char memory[sizeof(ztObject)];
-  memset(memory, 0xA5, sizeof memory);
-  auto *object = static_cast<ztObject *>(ztObject_ctor(memory, 1));
-  EXPECT_EQ(object->sender, nullptr);
-  EXPECT_EQ(ztSignalMap_of(object->signals)->getSize(object->signals), 0);
-  EXPECT_EQ(ztPropertyMap_of(object->dynamicProperties)->getSize(object->dynamicProperties), 0);
-  ztObject_of(object)->destroy(object);
-  EXPECT_EQ(object->signals, nullptr);
-  EXPECT_EQ(object->dynamicProperties, nullptr);
-  ztObject_of(object)->destroy(object);
-}
-
-TEST(Object, DestroyClearsTheReservedWordOfItsClass) {
+TEST_F(ztObjectLife, DestroyClearsTheReservedWordOfItsClass) {
   auto *methods = static_cast<ListenerMethods *>(ListenerClass_Instance()->methodTable);
   release(newListener());
   methods->reserved = &listenersLive;
@@ -204,56 +174,89 @@ TEST(Object, DestroyClearsTheReservedWordOfItsClass) {
   EXPECT_EQ(ztObject_table()->reserved, nullptr);
 }
 
-TEST(Object, CloneCopiesDynamicPropertiesButNoConnections) {
-  Listener *object = newListener();
-  Listener *peer = newListener();
+TEST_F(ztObjectLife, CloneCopiesDynamicPropertiesButNoConnections) {
+  const Object object(Listener_ctor);
+  const Object peer(Listener_ctor);
   newIntProperty(object, "level", 3);
   connectTo(object, "changed", peer, diarySlot<0>());
-  object->sender = peer;
-
-  void *target = Listener_newop();
-  auto *copy = static_cast<Listener *>(ztObject_of(object)->clone(object, target));
-  ASSERT_EQ(copy, target);
-  copy->refCount = 1;
-  EXPECT_EQ(copy->sender, nullptr);
-  EXPECT_NE(copy->signals, object->signals);
-  EXPECT_EQ(ztSignalMap_of(copy->signals)->getSize(copy->signals), 0);
-  setProperty(copy, "level", "ztInt", 4);
-  EXPECT_EQ(intProperty(object, "level"), 3);
-  EXPECT_EQ(intProperty(copy, "level"), 4);
-  object->sender = nullptr;
-  release(copy);
+  object.fields().sender = peer;
+  {
+    const auto copy = object.copy();
+    EXPECT_EQ(copy.fields().sender, nullptr);
+    EXPECT_NE(copy.fields().signals, object.fields().signals);
+    EXPECT_EQ(signalCount(copy), 0);
+    setProperty(copy, "level", "ztInt", 4);
+    EXPECT_EQ(intProperty(object, "level"), 3);
+    EXPECT_EQ(intProperty(copy, "level"), 4);
+  }
   EXPECT_TRUE(isConnected(object, "changed", peer, diarySlot<0>()));
-  release(peer);
-  release(object);
-  EXPECT_EQ(listenersLive, 0);
 }
 
-TEST(Object, CloneOfAnEndedObjectHasNoPropertiesOfItsOwn) {
-  alignas(ztObject) char memory[sizeof(ztObject)];
-  void *object = ztObject_ctor(memory, 1);
+TEST_F(ztObjectLife, CloneOfAnEndedObjectHasNoPropertiesOfItsOwn) {
+  const Object object;
   newIntProperty(object, "level", 3);
-  ztObject_of(object)->destroy(object);
-  auto *copy = static_cast<ztObject *>(ztObject_of(object)->clone(object, ztObject_newop()));
-  ASSERT_NE(copy, nullptr);
-  copy->refCount = 1;
-  EXPECT_EQ(copy->dynamicProperties, nullptr);
+  object->destroy(object);
+  EXPECT_EQ(object.fields().signals, nullptr);
+  const auto copy = object.copy();
+  EXPECT_EQ(copy.fields().dynamicProperties, nullptr);
   EXPECT_EQ(allProperties(copy), Names{"refCount:0"});
   EXPECT_EQ(setProperty(copy, "level", "ztInt", 0), 0);
-  EXPECT_NE(ztObject_of(copy)->addSignal(ztObjectClass_Instance(), copy, "changed", 1), nullptr);
-  release(copy);
+  EXPECT_NE(addSignal(copy, "changed"), nullptr);
+}
+
+// And its parts.
+TEST_F(ztObjectLife, NeedsAnObjectAndATarget) {
+  for (const ztCtor constructor : {ztObject_ctor, ztSignal_ctor, ztSlot_ctor, ztProperty_ctor}) {
+    const Owned object(constructor);
+    EXPECT_EQ(object->create(nullptr), 0);
+    EXPECT_EQ(object->clone(nullptr, object), nullptr);
+    EXPECT_EQ(object->clone(object, nullptr), nullptr);
+    object->destroy(nullptr);
+  }
+}
+
+// Whichever part could not be made.
+TEST_F(ztObjectLife, AHalfMadeObjectIsOneThatDoesLess) {
+  exhaustMemoryIn([] {
+    void *objects[] = {ztObject_ctor(nullptr, 1), ztObject_ctor(nullptr, 1)};
+    auto &[sender, receiver] = objects;
+    if (sender != nullptr && receiver != nullptr) {
+      const int32_t level = 3;
+      setProperty(sender, "level", "ztInt", wordOf(&level));
+      ztObject_of(sender)->getProperty(sender, "level", "ztInt", nullptr);
+      addSignal(sender, "other");
+      const int32_t made = connectTo(sender, "changed", receiver, diarySlot<0>());
+      EXPECT_EQ(isConnected(sender, "changed", receiver, diarySlot<0>()), made == 1);
+      ztObject_of(sender)->destroyed(sender, sender);
+      release(receiver);
+      EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
+      EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
+      receiver = nullptr;
+    }
+    for (void *object : objects) {
+      if (object != nullptr) release(object);
+    }
+  });
 }
 
 // Properties --------------------------------------------------------------------------------------
 
-TEST(ObjectProperties, ANewObjectListsItsReferenceCount) {
-  Owned object(ztObject_ctor);
+namespace {
+
+class ztObjectProperties : public testing::Test {
+ protected:
+  const Object object;
+};
+
+}  // namespace
+
+TEST_F(ztObjectProperties, OfANewObjectAreItsReferenceCount) {
   EXPECT_EQ(allProperties(object), Names{"refCount:0"});
   EXPECT_EQ(intProperty(object, "refCount"), 1);
-  ztObject_of(object)->ref(object);
-  ztObject_of(object)->ref(object);
+  object->ref(object);
+  object->ref(object);
   EXPECT_EQ(intProperty(object, "refCount"), 3);
-  ztObject_of(object)->unRef(object);
+  object.fields().refCount = 1;
   const ztProperty *property = propertyNamed(object, "refCount");
   EXPECT_EQ(property->type, ztIntPropertyTypeClass_Instance());
   EXPECT_EQ(property->getter.getInt, ztObject_table()->getRefCount);
@@ -261,18 +264,15 @@ TEST(ObjectProperties, ANewObjectListsItsReferenceCount) {
   EXPECT_EQ(property->userWord, nullptr);
   EXPECT_STREQ(textOf(property->signalName), "");
   EXPECT_STREQ(property->ownerClassName, "ztObject");
-  static_cast<ztObject *>(static_cast<void *>(object))->refCount = 1;
 }
 
-TEST(ObjectProperties, SettingTheReferenceCountStoresNothing) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectProperties, SettingTheReferenceCountStoresNothing) {
   EXPECT_EQ(setProperty(object, "refCount", "ztInt", 50), 1);
   EXPECT_EQ(intProperty(object, "refCount"), 1);
   EXPECT_EQ(dynamicProperties(object), Names{});
 }
 
-TEST(ObjectProperties, AnUnknownNameMakesADynamicPropertyBehindTheStaticOnes) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectProperties, AnUnknownNameMakesADynamicOneBehindTheStaticOnes) {
   newIntProperty(object, "zeta", 1);
   newIntProperty(object, "alpha", 2);
   EXPECT_EQ(allProperties(object), (Names{"refCount:0", "zeta:1", "alpha:2"}));
@@ -285,14 +285,11 @@ TEST(ObjectProperties, AnUnknownNameMakesADynamicPropertyBehindTheStaticOnes) {
   EXPECT_EQ(property->setter.setInt, nullptr);
   EXPECT_EQ(property->userWord, nullptr);
   EXPECT_STREQ(textOf(property->signalName), "");
-
-  Owned other(ztObject_ctor);
-  EXPECT_EQ(allProperties(other), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(Object()), Names{"refCount:0"});
 }
 
 // The creating call takes the address of the value, later ones the value.
-TEST(ObjectProperties, TheValueWordIsReadInTwoWays) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectProperties, TheValueWordIsReadInTwoWays) {
   const int32_t initial = 11;
   EXPECT_EQ(setProperty(object, "level", "ztInt", wordOf(&initial)), 1);
   EXPECT_EQ(intProperty(object, "level"), 11);
@@ -303,91 +300,80 @@ TEST(ObjectProperties, TheValueWordIsReadInTwoWays) {
   EXPECT_EQ(intProperty(object, "level"), static_cast<int32_t>(wordOf(&initial)));
 }
 
-TEST(ObjectProperties, NoInitialValueGivesZeroAndTheEmptyText) {
+TEST_F(ztObjectProperties, NoInitialValueGivesZeroAndTheEmptyText) {
   registerAllPropertyTypes();
-  Owned object(ztObject_ctor);
   for (const char *type : {"ztInt", "ztChar", "ztCharPtr", "ztBool", "ztFloat", "ztVoidPtr"}) {
     EXPECT_EQ(setProperty(object, type, type, 0), 1);
-    int64_t value = 0;
-    EXPECT_EQ(ztObject_of(object)->getProperty(object, type, type, &value), 1);
-    EXPECT_EQ(value, 0) << type;
+    EXPECT_EQ(valueOf<int64_t>(object, type), 0) << type;
   }
   EXPECT_EQ(setProperty(object, "text", "ztString", 0), 1);
-  void *string = nullptr;
-  EXPECT_EQ(ztObject_of(object)->getProperty(object, "text", "ztString", &string), 1);
-  EXPECT_STREQ(textOf(string), "");
+  EXPECT_STREQ(textOf(valueOf<void *>(object, "text")), "");
 }
 
-TEST(ObjectProperties, EveryKindWorksAsADynamicProperty) {
+TEST_F(ztObjectProperties, EveryKindWorksAsADynamicOne) {
   registerAllPropertyTypes();
-  Owned object(ztObject_ctor);
-  const ztObjectMethods *methods = ztObject_of(object);
-
   const signed char letter = -4;
-  signed char letterOut[2] = {0, 99};
   setProperty(object, "letter", "ztChar", wordOf(&letter));
-  methods->getProperty(object, "letter", "ztChar", letterOut);
-  EXPECT_EQ(letterOut[0], -4);
-  EXPECT_EQ(letterOut[1], 99);
+  EXPECT_EQ(valueOf<signed char>(object, "letter"), -4);
   setProperty(object, "letter", "ztChar", 'q');
-  methods->getProperty(object, "letter", "ztChar", letterOut);
-  EXPECT_EQ(letterOut[0], 'q');
+  EXPECT_EQ(valueOf<signed char>(object, "letter"), 'q');
 
   const double ratio = 0.25;
-  double ratioOut = 0;
   setProperty(object, "ratio", "ztFloat", wordOf(&ratio));
-  methods->getProperty(object, "ratio", "ztFloat", &ratioOut);
-  EXPECT_EQ(ratioOut, 0.25);
+  EXPECT_EQ(valueOf<double>(object, "ratio"), 0.25);
   setProperty(object, "ratio", "ztFloat", ztWordOfDouble(-8.5));
-  methods->getProperty(object, "ratio", "ztFloat", &ratioOut);
-  EXPECT_EQ(ratioOut, -8.5);
+  EXPECT_EQ(valueOf<double>(object, "ratio"), -8.5);
 
   const char *text = "text";
-  const char *textOut = nullptr;
   setProperty(object, "text", "ztCharPtr", wordOf(&text));
-  methods->getProperty(object, "text", "ztCharPtr", &textOut);
-  EXPECT_EQ(textOut, text);
-
-  void *pointer = &ratioOut;
-  void *pointerOut = nullptr;
-  setProperty(object, "pointer", "ztVoidPtr", wordOf(&pointer));
-  methods->getProperty(object, "pointer", "ztVoidPtr", &pointerOut);
-  EXPECT_EQ(pointerOut, pointer);
-
+  EXPECT_EQ(valueOf<const char *>(object, "text"), text);
+  setProperty(object, "pointer", "ztVoidPtr", wordOf(&text));
+  EXPECT_EQ(valueOf<const void *>(object, "pointer"), text);
   const int32_t yes = 1;
-  int32_t yesOut = 0;
   setProperty(object, "flag", "ztBool", wordOf(&yes));
-  methods->getProperty(object, "flag", "ztBool", &yesOut);
-  EXPECT_EQ(yesOut, 1);
+  EXPECT_EQ(valueOf<int32_t>(object, "flag"), 1);
 
-  void *string = newString("first");
-  setProperty(object, "string", "ztString", wordOf(static_cast<ztString *>(string)));
-  ztString_of(string)->set(string, "second");
-  void *stored = nullptr;
-  methods->getProperty(object, "string", "ztString", &stored);
-  EXPECT_STREQ(textOf(stored), "first");
-  setProperty(object, "string", "ztString", wordOf(static_cast<ztString *>(string)));
-  EXPECT_STREQ(textOf(stored), "second");
-  release(string);
-  EXPECT_STREQ(textOf(stored), "second");
-
+  {
+    const String string("first");
+    setProperty(object, "string", "ztString", wordOf(string));
+    string->set(string, "second");
+    EXPECT_STREQ(textOf(valueOf<void *>(object, "string")), "first");
+    setProperty(object, "string", "ztString", wordOf(string));
+  }
+  EXPECT_STREQ(textOf(valueOf<void *>(object, "string")), "second");
   EXPECT_EQ(dynamicProperties(object),
             (Names{"letter:1", "ratio:2", "text:3", "pointer:4", "flag:5", "string:6"}));
 }
 
-TEST(ObjectProperties, TheTypeOfAKnownNameIsNotLookedAt) {
-  Owned object(ztObject_ctor);
+// Whatever the kind, and whichever of its parts could not be made.
+TEST_F(ztObjectProperties, AreMadeWholeOrNotAtAllWhenMemoryIsExhausted) {
+  registerAllPropertyTypes();
+  const String text("a text that is longer than a new string's buffer");
+  const int64_t zero = 0;
+  for (const char *type : {"ztInt", "ztChar", "ztCharPtr", "ztBool", "ztFloat", "ztVoidPtr", "ztString"}) {
+    const bool isString = strcmp(type, "ztString") == 0;
+    exhaustMemoryIn([&] {
+      const int32_t made = setProperty(object, type, type, isString ? wordOf(text) : wordOf(&zero));
+      void *out = nullptr;
+      EXPECT_EQ(object->getProperty(object, type, type, &out), made);
+      EXPECT_STREQ(made && isString ? textOf(out) : textOf(text), textOf(text));
+      ztPropertyMap *map = object.fields().dynamicProperties;
+      ztPropertyMap_of(map)->empty(map);
+    });
+  }
+}
+
+TEST_F(ztObjectProperties, TheTypeOfAKnownNameIsNotLookedAt) {
   newIntProperty(object, "level", 3);
   EXPECT_EQ(setProperty(object, "level", "ztNoSuchType", 4), 1);
   EXPECT_EQ(intProperty(object, "level"), 4);
   EXPECT_EQ(setProperty(object, "level", nullptr, 5), 1);
   int32_t out = 0;
-  EXPECT_EQ(ztObject_of(object)->getProperty(object, "level", "ztNoSuchType", &out), 1);
+  EXPECT_EQ(object->getProperty(object, "level", "ztNoSuchType", &out), 1);
   EXPECT_EQ(out, 5);
 }
 
-TEST(ObjectProperties, AnUnknownTypeMakesNothing) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectProperties, AnUnknownTypeMakesNothing) {
   const std::string longName(2000, 't');
   for (const char *type : {"ztNoSuch", "", "ztVoid*", "ztChar*", "ztIntPropertyType", longName.c_str()}) {
     EXPECT_EQ(setProperty(object, "level", type, 0), 0) << type;
@@ -396,15 +382,7 @@ TEST(ObjectProperties, AnUnknownTypeMakesNothing) {
   EXPECT_EQ(allProperties(object), Names{"refCount:0"});
 }
 
-TEST(ObjectProperties, AnUnknownNameLeavesTheOutput) {
-  Owned object(ztObject_ctor);
-  int32_t out = 99;
-  EXPECT_EQ(ztObject_of(object)->getProperty(object, "level", "ztInt", &out), 0);
-  EXPECT_EQ(out, 99);
-}
-
-TEST(ObjectProperties, NamesMayBeLongAndEmpty) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectProperties, NamesMayBeLongAndEmpty) {
   const std::string longName(100000, 'n');
   newIntProperty(object, longName.c_str(), 1);
   newIntProperty(object, (longName + "n").c_str(), 2);
@@ -414,53 +392,44 @@ TEST(ObjectProperties, NamesMayBeLongAndEmpty) {
   EXPECT_EQ(intProperty(object, ""), 3);
 }
 
-TEST(ObjectProperties, TakeNoObjectNoNameAndNoOutput) {
+TEST_F(ztObjectProperties, TakeNoObjectNoNameAndNoOutput) {
   const ztObjectMethods *methods = ztObject_table();
-  Owned object(ztObject_ctor);
-  Owned array(ztPropertyPtrArray_ctor);
+  const PropertyList list(ztPropertyPtrArray_ctor);
   int32_t out = 99;
+  EXPECT_EQ(methods->getProperty(object, "level", "ztInt", &out), 0);
   EXPECT_EQ(methods->setProperty(nullptr, "level", "ztInt", 0), 0);
   EXPECT_EQ(methods->setProperty(object, nullptr, "ztInt", 0), 0);
   EXPECT_EQ(methods->getProperty(nullptr, "refCount", "ztInt", &out), 0);
   EXPECT_EQ(methods->getProperty(object, nullptr, "ztInt", &out), 0);
   EXPECT_EQ(out, 99);
   EXPECT_EQ(methods->getProperty(object, "refCount", nullptr, nullptr), 1);
-  EXPECT_EQ(methods->getProperties(nullptr, array), 0);
-  EXPECT_EQ(methods->getStaticProperties(nullptr, array), 0);
-  EXPECT_EQ(methods->getDynamicProperties(nullptr, array), 0);
-  EXPECT_EQ(methods->getProperties(object, nullptr), 0);
-  EXPECT_EQ(methods->getStaticProperties(object, nullptr), 0);
-  EXPECT_EQ(methods->getDynamicProperties(object, nullptr), 0);
+  for (const auto get :
+       {methods->getProperties, methods->getStaticProperties, methods->getDynamicProperties}) {
+    EXPECT_EQ(get(nullptr, list), 0);
+    EXPECT_EQ(get(object, nullptr), 0);
+  }
   EXPECT_EQ(methods->getSender(nullptr), nullptr);
-  EXPECT_EQ(methods->create(nullptr), 0);
-  EXPECT_EQ(methods->clone(nullptr, object), nullptr);
-  EXPECT_EQ(methods->clone(object, nullptr), nullptr);
-  methods->destroy(nullptr);
   methods->classInstanceCreate(nullptr);
   methods->classInstanceDestroy(nullptr);
   EXPECT_EQ(methods->initProperties(nullptr), 0);
   ztClass *klass = ztObjectClass_Instance();
-  EXPECT_EQ(methods->addProperty(nullptr, "name", "ztInt", noGetter, noSetter, nullptr, nullptr), 0);
-  EXPECT_EQ(methods->addProperty(klass, nullptr, "ztInt", noGetter, noSetter, nullptr, nullptr), 0);
+  EXPECT_EQ(declare(nullptr, "name"), 0);
+  EXPECT_EQ(declare(klass, nullptr), 0);
   EXPECT_EQ(methods->addProperty(klass, "name", nullptr, noGetter, noSetter, nullptr, nullptr), 0);
   EXPECT_EQ(allProperties(object), Names{"refCount:0"});
 }
 
-TEST(ObjectProperties, ListsReplaceWhatTheArrayHeld) {
-  Owned object(ztObject_ctor);
-  Owned array(ztPropertyPtrArray_ctor);
+TEST_F(ztObjectProperties, ListsReplaceWhatTheArrayHeld) {
+  const PropertyList list(ztPropertyPtrArray_ctor);
   newIntProperty(object, "level", 1);
-  const ztObjectMethods *methods = ztObject_of(object);
-  EXPECT_EQ(methods->getProperties(object, array), 1);
-  EXPECT_EQ(methods->getDynamicProperties(object, array), 1);
-  EXPECT_EQ(namesIn(array), Names{"level:1"});
-  Owned other(ztObject_ctor);
-  EXPECT_EQ(methods->getDynamicProperties(other, array), 1);
-  EXPECT_EQ(namesIn(array), Names{});
+  EXPECT_EQ(object->getProperties(object, list), 1);
+  EXPECT_EQ(object->getDynamicProperties(object, list), 1);
+  EXPECT_EQ(namesIn(list), Names{"level:1"});
+  EXPECT_EQ(object->getDynamicProperties(Object(), list), 1);
+  EXPECT_EQ(namesIn(list), Names{});
 }
 
-TEST(ObjectProperties, ListsKeepTheOrderOfCreationOfManyProperties) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectProperties, ListsKeepTheOrderOfCreationOfManyOnes) {
   Names expected{"refCount:0"};
   for (int i = 1; i <= 200; ++i) {
     const std::string name = "p" + std::to_string(i * 7919 % 1000);
@@ -470,7 +439,7 @@ TEST(ObjectProperties, ListsKeepTheOrderOfCreationOfManyProperties) {
   EXPECT_EQ(allProperties(object), expected);
 }
 
-TEST(ObjectProperties, SortFunctionComparesTheIndexesAsSignedNumbers) {
+TEST_F(ztObjectProperties, SortFunctionComparesTheIndexesAsSignedNumbers) {
   ztProperty low;
   ztProperty high;
   low.index = -3;
@@ -486,12 +455,23 @@ TEST(ObjectProperties, SortFunctionComparesTheIndexesAsSignedNumbers) {
 
 // Static properties -------------------------------------------------------------------------------
 
-TEST(StaticProperties, ComeInTheOrderOfDeclarationAlsoOfAnAncestorThatWasNeverMade) {
-  Owned box(Box_ctor);
+namespace {
+
+const Names ofBoxes{"refCount:0", "width:1", "area:2", "depth:3"};
+
+class ztObjectStaticProperties : public testing::Test {
+ protected:
+  const Object box{Box_ctor};
+  const Object plain{Plain_ctor};
+  const Object late{Late_ctor};
+};
+
+}  // namespace
+
+TEST_F(ztObjectStaticProperties, ComeInTheOrderOfDeclarationAlsoOfAnAncestorThatWasNeverMade) {
   EXPECT_FALSE(ztOOP_isClassRegistered("Shape"));
-  const Names expected{"refCount:0", "width:1", "area:2", "depth:3"};
-  EXPECT_EQ(allProperties(box), expected);
-  EXPECT_EQ(staticProperties(box), expected);
+  EXPECT_EQ(allProperties(box), ofBoxes);
+  EXPECT_EQ(staticProperties(box), ofBoxes);
   newIntProperty(box, "color", 1);
   EXPECT_EQ(dynamicProperties(box), Names{"color:4"});
   EXPECT_STREQ(propertyNamed(box, "width")->ownerClassName, "Shape");
@@ -500,31 +480,15 @@ TEST(StaticProperties, ComeInTheOrderOfDeclarationAlsoOfAnAncestorThatWasNeverMa
   EXPECT_STREQ(propertyNamed(box, "color")->ownerClassName, "Box");
 }
 
-TEST(StaticProperties, AClassWithoutDeclarationsHasThoseOfItsAncestors) {
-  Owned plain(Plain_ctor);
-  EXPECT_EQ(allProperties(plain), (Names{"refCount:0", "width:1", "area:2", "depth:3"}));
+TEST_F(ztObjectStaticProperties, AreThoseOfItsAncestorsForAClassWithoutDeclarations) {
+  EXPECT_EQ(allProperties(plain), ofBoxes);
   EXPECT_STREQ(propertyNamed(plain, "depth")->ownerClassName, "Box");
+  EXPECT_EQ(allProperties(Object(Silent_ctor)), Names{"refCount:0"});
 }
 
-#define Silent_FIELDS ztObject_FIELDS
-#define Silent_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(Silent)
-
-static void silentMethods(SilentMethods *methods) {
-  methods->initProperties = nullptr;
-}
-
-ZT_DEFINE_CLASS(Silent, ztObject, silentMethods)
-
-TEST(StaticProperties, AClassThatEmptiesTheSlotOfDeclarationsHasThoseOfItsAncestors) {
-  Owned silent(Silent_ctor);
-  EXPECT_EQ(allProperties(silent), Names{"refCount:0"});
-}
-
-TEST(StaticProperties, AreReadAndWrittenThroughTheObject) {
-  Owned box(Box_ctor);
-  Owned other(Box_ctor);
-  static_cast<Box *>(static_cast<void *>(other))->width = 5;
+TEST_F(ztObjectStaticProperties, AreReadAndWrittenThroughTheObject) {
+  const Object other(Box_ctor);
+  shapeSetWidth(other, 5);
   EXPECT_EQ(setProperty(box, "width", "ztInt", 31), 1);
   EXPECT_EQ(intProperty(box, "width"), 31);
   EXPECT_EQ(intProperty(box, "area"), 31);
@@ -534,8 +498,7 @@ TEST(StaticProperties, AreReadAndWrittenThroughTheObject) {
   EXPECT_EQ(dynamicProperties(box), Names{});
 }
 
-TEST(StaticProperties, KeepUserWordAndSignalName) {
-  Owned box(Box_ctor);
+TEST_F(ztObjectStaticProperties, KeepUserWordAndSignalName) {
   const ztProperty *width = propertyNamed(box, "width");
   EXPECT_EQ(width->userWord, &shapeMarker);
   EXPECT_STREQ(textOf(width->signalName), "widthChanged");
@@ -543,63 +506,41 @@ TEST(StaticProperties, KeepUserWordAndSignalName) {
   EXPECT_EQ(ztProperty_of(width)->isDynamic(width), 0);
 }
 
-TEST(StaticProperties, ANameIsDeclaredOnce) {
-  Owned box(Box_ctor);
+TEST_F(ztObjectStaticProperties, AreDeclaredOnceUnderAName) {
   ztClass *klass = BoxClass_Instance();
-  const BoxMethods *methods = Box_of(box);
-  for (const char *name : {"depth", "width", "refCount"}) {
-    EXPECT_EQ(methods->addProperty(klass, name, "ztInt", noGetter, noSetter, nullptr, nullptr), 0) << name;
-  }
-  EXPECT_EQ(methods->addProperty(klass, "unknown", "ztNoSuch", noGetter, noSetter, nullptr, nullptr), 0);
-  EXPECT_EQ(allProperties(box), (Names{"refCount:0", "width:1", "area:2", "depth:3"}));
-  EXPECT_EQ(methods->initProperties(klass), 0);
+  for (const char *name : {"depth", "width", "refCount"}) EXPECT_EQ(declare(klass, name), 0) << name;
+  EXPECT_EQ(box->addProperty(klass, "unknown", "ztNoSuch", noGetter, noSetter, nullptr, nullptr), 0);
+  EXPECT_EQ(allProperties(box), ofBoxes);
+  EXPECT_EQ(box->initProperties(klass), 0);
 }
 
-#define Late_FIELDS ztObject_FIELDS
-#define Late_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(Late)
-static void lateMethods(LateMethods *) {}
-ZT_DEFINE_CLASS(Late, ztObject, lateMethods)
-
-TEST(StaticProperties, MayBeDeclaredLaterAndShadowADynamicOne) {
-  Owned late(Late_ctor);
+TEST_F(ztObjectStaticProperties, MayBeDeclaredLaterAndShadowADynamicOne) {
   newIntProperty(late, "level", 4);
-  EXPECT_EQ(Late_of(late)->addProperty(LateClass_Instance(), "level", "ztInt",
-                                       getterOf(ztObject_table()->getRefCount), noSetter, nullptr, nullptr),
-            1);
+  EXPECT_EQ(declare(LateClass_Instance(), "level", getterOf(ztObject_table()->getRefCount)), 1);
   EXPECT_EQ(intProperty(late, "level"), 1);
 }
 
-static ztWord classReads(const char *name) {
-  Owned object(Box_ctor);
-  return ztObject_of(object)->getProperty(object, name, "ztInt", nullptr);
-}
-
-TEST(StaticProperties, AreMadeAgainAfterTheClassWasFreed) {
-  Owned box(Box_ctor);
+TEST_F(ztObjectStaticProperties, AreMadeAgainAfterTheClassWasFreed) {
   ztFreeClass("Box");
   EXPECT_EQ(Box_table()->staticProperties, nullptr);
   setProperty(box, "width", "ztInt", 8);
   EXPECT_EQ(intProperty(box, "width"), 8);
-  EXPECT_EQ(allProperties(box), (Names{"refCount:0", "width:1", "area:2", "depth:3"}));
+  EXPECT_EQ(allProperties(box), ofBoxes);
   // Registered again, with the map in place.
-  void *prototype = Box_ctor(nullptr, 0);
-  EXPECT_EQ(ztAddNewClass(prototype, "Box", Box_ctor, nullptr), 1);
-  EXPECT_EQ(allProperties(box), (Names{"refCount:0", "width:1", "area:2", "depth:3"}));
-  EXPECT_EQ(classReads("depth"), 1);
+  EXPECT_EQ(ztAddNewClass(Box_ctor(nullptr, 0), "Box", Box_ctor, nullptr), 1);
+  EXPECT_EQ(allProperties(box), ofBoxes);
+  const Object other(Box_ctor);
+  EXPECT_EQ(other->getProperty(other, "depth", "ztInt", nullptr), 1);
 }
 
-TEST(StaticProperties, AClassMapIsNotSharedWithItsAncestors) {
-  Owned box(Box_ctor);
-  Owned plain(Plain_ctor);
+TEST_F(ztObjectStaticProperties, AreInAMapThatAClassDoesNotShareWithItsAncestors) {
   EXPECT_NE(Box_table()->staticProperties, nullptr);
   EXPECT_NE(Box_table()->staticProperties, Plain_table()->staticProperties);
   EXPECT_NE(Box_table()->staticProperties, ztObject_table()->staticProperties);
   EXPECT_EQ(ztBaseClass_of(Box_table()->staticProperties)->getRefCount(Box_table()->staticProperties), 1);
 }
 
-TEST(StaticProperties, TheNameOfTheOwnerIsCut) {
-  Owned late(Late_ctor);
+TEST_F(ztObjectStaticProperties, HaveTheNameOfTheirOwnerCut) {
   ztClass *klass = LateClass_Instance();
   const char *name = klass->name;
   for (size_t length : {102U, 103U, 104U, 3000U}) {
@@ -615,28 +556,41 @@ TEST(StaticProperties, TheNameOfTheOwnerIsCut) {
 
 // Change notification -----------------------------------------------------------------------------
 
-static const char *const changed = "prop->signalname";
+namespace {
 
-TEST(PropertyChange, IsAnnouncedToTheSlotsOfTheOneSignal) {
-  const Diary empty;
-  Owned object(ztObject_ctor);
-  Listener *listener = newListener();
-  connectTo(object, changed, listener, diarySlot<0>());
+const char *const changed = "prop->signalname";
+
+class ztObjectChanges : public ListenerTest {
+ protected:
+  // Connects the listener with the one signal.
+  void listen() const {
+    connectTo(object, changed, listener, diarySlot<0>());
+  }
+  // A call of the listener's.
+  Call told(intptr_t value) const {
+    return {0, listener, object, value};
+  }
+
+  const Object object;
+  const Object listener{Listener_ctor};
+};
+
+}  // namespace
+
+TEST_F(ztObjectChanges, AreAnnouncedToTheSlotsOfTheOneSignal) {
+  listen();
   newIntProperty(object, "level", 1);
   EXPECT_TRUE(diary.empty());
   setProperty(object, "level", "ztInt", -5);
-  EXPECT_EQ(diary, (std::vector<Call>{{0, listener, object, -5}}));
-  EXPECT_EQ(ztObject_of(listener)->getSender(listener), nullptr);
+  EXPECT_EQ(diary, std::vector<Call>{told(-5)});
+  EXPECT_EQ(listener->getSender(listener), nullptr);
   // Announced also where nothing was stored.
   setProperty(object, "refCount", "ztInt", 9);
-  EXPECT_EQ(diary.back(), (Call{0, listener, object, 9}));
-  release(listener);
+  EXPECT_EQ(diary.back(), told(9));
 }
 
-TEST(PropertyChange, IsNotAnnouncedUnderTheDeclaredNameNorAnyOther) {
-  const Diary empty;
-  Owned box(Box_ctor);
-  Listener *listener = newListener();
+TEST_F(ztObjectChanges, AreNotAnnouncedUnderTheDeclaredNameNorAnyOther) {
+  const Object box(Box_ctor);
   for (const char *name : {"widthChanged", "width", "prop->signalName", "prop->signalname "}) {
     connectTo(box, name, listener, diarySlot<0>());
   }
@@ -645,17 +599,13 @@ TEST(PropertyChange, IsNotAnnouncedUnderTheDeclaredNameNorAnyOther) {
   connectTo(box, changed, listener, diarySlot<1>());
   setProperty(box, "width", "ztInt", 5);
   EXPECT_EQ(diary, (std::vector<Call>{{1, listener, box, 5}}));
-  release(listener);
 }
 
-TEST(PropertyChange, HandsTheValueOfEachKind) {
-  const Diary empty;
+TEST_F(ztObjectChanges, HandTheValueOfEachKind) {
   registerAllPropertyTypes();
-  Owned object(ztObject_ctor);
-  Listener *listener = newListener();
-  connectTo(object, changed, listener, diarySlot<0>());
-  char text[] = "text";
-  void *string = newString("string");
+  listen();
+  const char text[] = "text";
+  const String string("string");
   const struct {
     const char *type;
     ztWord word;
@@ -666,43 +616,30 @@ TEST(PropertyChange, HandsTheValueOfEachKind) {
       {"ztChar", 0x180, -128},
       {"ztCharPtr", wordOf(text), wordOf(text)},
       {"ztVoidPtr", wordOf(text + 1), wordOf(text + 1)},
-      {"ztString", wordOf(static_cast<char *>(string)), wordOf(static_cast<char *>(string))},
+      {"ztString", wordOf(string), wordOf(string)},
   };
   for (const auto &row : rows) {
     setProperty(object, row.type, row.type, 0);
     diary.clear();
     setProperty(object, row.type, row.type, row.word);
-    EXPECT_EQ(diary, (std::vector<Call>{{0, listener, object, row.first}})) << row.type;
+    EXPECT_EQ(diary, std::vector<Call>{told(row.first)}) << row.type;
   }
-  release(string);
-  release(listener);
 }
 
-static std::vector<double> numbers;
-
-static void takeNumber(void *, double first) {
-  numbers.push_back(first);
-}
-
-TEST(PropertyChange, HandsADoubleAsADouble) {
+TEST_F(ztObjectChanges, HandADoubleAsADouble) {
+  static std::vector<double> numbers;
   registerAllPropertyTypes();
-  Owned object(ztObject_ctor);
-  Listener *listener = newListener();
   ztSlotFunction function;
-  function.number1 = takeNumber;
+  function.number1 = [](void *, double first) { numbers.push_back(first); };
   connectTo(object, changed, listener, function);
   setProperty(object, "ratio", "ztFloat", 0);
   numbers.clear();
   setProperty(object, "ratio", "ztFloat", ztWordOfDouble(1.25));
   EXPECT_EQ(numbers, std::vector<double>{1.25});
-  release(listener);
 }
 
-TEST(PropertyChange, IsKeptBackWhileTheSignalIsBlocked) {
-  const Diary empty;
-  Owned object(ztObject_ctor);
-  Listener *listener = newListener();
-  connectTo(object, changed, listener, diarySlot<0>());
+TEST_F(ztObjectChanges, AreKeptBackWhileTheSignalIsBlocked) {
+  listen();
   EXPECT_EQ(ztObject_blockSignal(object, changed, 1), 1);
   newIntProperty(object, "level", 1);
   setProperty(object, "level", "ztInt", 2);
@@ -713,87 +650,115 @@ TEST(PropertyChange, IsKeptBackWhileTheSignalIsBlocked) {
   EXPECT_EQ(ztObject_blockSignal(object, "noSuchSignal", 1), 0);
   EXPECT_EQ(ztObject_blockSignal(nullptr, changed, 1), 0);
   EXPECT_EQ(ztObject_blockSignal(object, nullptr, 1), 0);
-  release(listener);
 }
 
-static void endObject(void *object, int32_t) {
-  release(object);
-}
-
-TEST(PropertyChange, ASetterMayDestroyTheObject) {
-  const Diary empty;
-  static const ztSetter destroying = setterOf(endObject);
-  Owned late(Late_ctor);
-  Late_of(late)->addProperty(LateClass_Instance(), "destroying", "ztInt", noGetter, destroying, nullptr,
-                             nullptr);
-  Listener *listener = newListener();
+TEST_F(ztObjectChanges, MayDestroyTheObjectInASetter) {
+  const Object late(Late_ctor);
+  declare(LateClass_Instance(), "destroying", noGetter,
+          setterOf([](void *owner, int32_t) { release(owner); }));
   void *victim = Late_ctor(nullptr, 1);
   connectTo(victim, changed, listener, diarySlot<0>());
   EXPECT_EQ(setProperty(victim, "destroying", "ztInt", 1), 1);
   EXPECT_TRUE(diary.empty());
-  release(listener);
+}
+
+TEST_F(ztObjectChanges, NeedNoMemoryWhileFewOrNoneListenToThem) {
+  newIntProperty(object, "level", 3);
+  const auto change = [this] {
+    EXPECT_EQ(setProperty(object, "level", "ztInt", 4), 1);
+    EXPECT_EQ(intProperty(object, "level"), 4);
+  };
+  EXPECT_FALSE(allocates(change));
+  addSignal(object, changed);
+  EXPECT_FALSE(allocates(change));
+  std::vector<Object> listeners(16);
+  for (const Object &each : listeners) connectTo(object, changed, each, diarySlot<0>());
+  diary.reserve(16);
+  EXPECT_FALSE(allocates(change));
+  EXPECT_EQ(diary.size(), 16U);
 }
 
 // Signals and slots -------------------------------------------------------------------------------
 
-TEST(Connection, AddSignalGivesTheSignalThatIsThere) {
-  Owned object(ztObject_ctor);
-  ztClass *klass = ztObjectClass_Instance();
-  const ztObjectMethods *methods = ztObject_of(object);
-  ztSignal *signal = methods->addSignal(klass, object, "changed", 2);
+namespace {
+
+class ztObjectConnections : public ListenerTest {
+ protected:
+  // Of the sender's signal "changed".
+  ztSlotMap *slots() const {
+    return addSignal(sender, "changed")->slots;
+  }
+
+  const Object sender;
+  const Object receiver;
+  const Object other;
+  ztClass *const klass = ztObjectClass_Instance();
+};
+
+ztSlotFunction destroyedOf(const void *object) {
+  ztSlotFunction function;
+  function.object1 = ztObject_of(object)->destroyed;
+  return function;
+}
+
+// The slots that were called.
+std::vector<int> calledSlots() {
+  std::vector<int> called;
+  for (const Call &call : diary) called.push_back(call.slot);
+  return called;
+}
+
+}  // namespace
+
+TEST_F(ztObjectConnections, AddSignalGivesTheSignalThatIsThere) {
+  ztSignal *signal = addSignal(sender, "changed", 2);
   ASSERT_NE(signal, nullptr);
   EXPECT_STREQ(textOf(signal->name), "changed");
   EXPECT_EQ(signal->argumentCount, 2U);
   EXPECT_EQ(signal->blocked, 0U);
   EXPECT_NE(signal->slots->allowDuplicate, 0U);
-  EXPECT_EQ(ztSlotMap_of(signal->slots)->getSize(signal->slots), 0);
-  EXPECT_EQ(methods->addSignal(klass, object, "changed", 4), signal);
+  EXPECT_EQ(slotCount(sender, "changed"), 0);
+  EXPECT_EQ(addSignal(sender, "changed", 4), signal);
   EXPECT_EQ(signal->argumentCount, 2U);
-  ztSignal *other = methods->addSignal(klass, object, "other", 0);
-  EXPECT_NE(other, signal);
-  EXPECT_NE(other->slots, signal->slots);
-  EXPECT_EQ(methods->addSignal(klass, object, nullptr, 0), nullptr);
-  EXPECT_EQ(methods->addSignal(klass, nullptr, "changed", 0), nullptr);
+  const ztSignal *another = addSignal(sender, "other", 0);
+  EXPECT_NE(another, signal);
+  EXPECT_NE(another->slots, signal->slots);
+  EXPECT_EQ(addSignal(sender, nullptr, 0), nullptr);
+  EXPECT_EQ(sender->addSignal(klass, nullptr, "changed", 0), nullptr);
 }
 
-TEST(Connection, TheSamePairIsAddedOnceWhateverTheName) {
-  Owned object(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
-  Owned other(ztObject_ctor);
-  ztClass *klass = ztObjectClass_Instance();
-  const ztObjectMethods *methods = ztObject_of(object);
-  ztSignal *signal = methods->addSignal(klass, object, "changed", 1);
-  EXPECT_EQ(methods->addSlot(klass, signal, receiver, "one", diarySlot<0>()), 1);
-  EXPECT_EQ(methods->addSlot(klass, signal, receiver, "two", diarySlot<0>()), 0);
-  EXPECT_EQ(methods->addSlot(klass, signal, receiver, "one", diarySlot<1>()), 1);
-  EXPECT_EQ(methods->addSlot(klass, signal, other, "one", diarySlot<0>()), 1);
-  EXPECT_EQ(methods->addSlot(klass, signal, other, nullptr, diarySlot<2>()), 1);
-  EXPECT_EQ(ztSlotMap_of(signal->slots)->getSize(signal->slots), 4);
-  EXPECT_EQ(methods->addSlot(klass, nullptr, receiver, "one", diarySlot<2>()), 0);
-  EXPECT_EQ(methods->addSlot(klass, signal, nullptr, "one", diarySlot<2>()), 0);
-  EXPECT_EQ(methods->addSlot(klass, signal, receiver, "one", ztSlotFunction{nullptr}), 0);
-  EXPECT_EQ(ztSlotMap_of(signal->slots)->getSize(signal->slots), 4);
+TEST_F(ztObjectConnections, TheSamePairIsAddedOnceWhateverTheName) {
+  const auto addSlot = [this](void *signal, void *to, const char *name, ztSlotFunction function) {
+    return sender->addSlot(klass, signal, to, name, function);
+  };
+  ztSignal *signal = addSignal(sender, "changed");
+  EXPECT_EQ(addSlot(signal, receiver, "one", diarySlot<0>()), 1);
+  EXPECT_EQ(addSlot(signal, receiver, "two", diarySlot<0>()), 0);
+  EXPECT_EQ(addSlot(signal, receiver, "one", diarySlot<1>()), 1);
+  EXPECT_EQ(addSlot(signal, other, "one", diarySlot<0>()), 1);
+  EXPECT_EQ(addSlot(signal, other, nullptr, diarySlot<2>()), 1);
+  EXPECT_EQ(slotCount(sender, "changed"), 4);
+  EXPECT_EQ(addSlot(nullptr, receiver, "one", diarySlot<2>()), 0);
+  EXPECT_EQ(addSlot(signal, nullptr, "one", diarySlot<2>()), 0);
+  EXPECT_EQ(addSlot(signal, receiver, "one", ztSlotFunction{nullptr}), 0);
+  EXPECT_EQ(slotCount(sender, "changed"), 4);
 }
 
 // Equal keys lie on both sides of each other in the tree: one way down meets a few of them.
-TEST(Connection, DuplicatesAreFoundAmongManySlotsOfOneReceiver) {
+TEST_F(ztObjectConnections, DuplicatesAreFoundAmongManySlotsOfOneReceiver) {
   const std::vector<ztSlotFunction> functions = diarySlots<100>();
-  Owned object(ztObject_ctor);
-  const Owned receivers[3] = {Owned(ztObject_ctor), Owned(ztObject_ctor), Owned(ztObject_ctor)};
-  for (const Owned &receiver : receivers) {
-    for (ztSlotFunction function : functions) EXPECT_EQ(connectTo(object, "changed", receiver, function), 1);
-  }
-  for (const Owned &receiver : receivers) {
-    for (ztSlotFunction function : functions) {
-      EXPECT_EQ(connectTo(object, "changed", receiver, function), 0);
-      EXPECT_TRUE(isConnected(object, "changed", receiver, function));
+  const Object third;
+  for (const int32_t made : {1, 0}) {
+    for (void *to : {static_cast<void *>(receiver), static_cast<void *>(other), static_cast<void *>(third)}) {
+      for (ztSlotFunction function : functions) {
+        EXPECT_EQ(connectTo(sender, "changed", to, function), made);
+        EXPECT_TRUE(isConnected(sender, "changed", to, function));
+      }
     }
   }
 }
 
-TEST(Connection, ConnectingTwiceGivesOneThenZero) {
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, AreMadeOnceAndFoundByAllFourParts) {
   EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
   EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 1);
   EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
@@ -804,43 +769,28 @@ TEST(Connection, ConnectingTwiceGivesOneThenZero) {
   EXPECT_FALSE(isConnected(receiver, "changed", receiver, diarySlot<0>()));
 }
 
-static ztSlotFunction destroyedOf(const void *object) {
-  ztSlotFunction function;
-  function.object1 = ztObject_of(object)->destroyed;
-  return function;
-}
-
-static int32_t slotCount(void *object, const char *name) {
-  const ztSignal *signal = ztObject_of(object)->addSignal(ztOOP_classOf(object), object, name, 1);
-  return ztSlotMap_of(signal->slots)->getSize(signal->slots);
-}
-
-TEST(Connection, BothEndsWatchEachOtherOnce) {
-  Owned sender(ztObject_ctor);
-  Owned receiver(Listener_ctor);
-  connectTo(sender, "changed", receiver, diarySlot<0>());
-  connectTo(sender, "changed", receiver, diarySlot<1>());
-  connectTo(receiver, "changed", sender, diarySlot<0>());
-  EXPECT_TRUE(isConnected(sender, "destroyed", receiver, destroyedOf(receiver)));
-  EXPECT_TRUE(isConnected(receiver, "destroyed", sender, destroyedOf(sender)));
+TEST_F(ztObjectConnections, HaveBothEndsWatchEachOtherOnce) {
+  const Object listener(Listener_ctor);
+  connectTo(sender, "changed", listener, diarySlot<0>());
+  connectTo(sender, "changed", listener, diarySlot<1>());
+  connectTo(listener, "changed", sender, diarySlot<0>());
+  EXPECT_TRUE(isConnected(sender, "destroyed", listener, destroyedOf(listener)));
+  EXPECT_TRUE(isConnected(listener, "destroyed", sender, destroyedOf(sender)));
   EXPECT_EQ(slotCount(sender, "destroyed"), 1);
-  EXPECT_EQ(slotCount(receiver, "destroyed"), 1);
+  EXPECT_EQ(slotCount(listener, "destroyed"), 1);
 }
 
-TEST(Connection, AnObjectConnectedToItselfDoesNotWatchItself) {
-  const Diary empty;
+TEST_F(ztObjectConnections, WithItselfHaveNoObjectWatchItself) {
   void *object = ztObject_ctor(nullptr, 1);
   EXPECT_EQ(connectTo(object, "changed", object, diarySlot<0>()), 1);
-  EXPECT_EQ(ztSignalMap_of(static_cast<ztObject *>(object)->signals)
-                ->getSize(static_cast<ztObject *>(object)->signals),
-            1);
+  EXPECT_EQ(signalCount(object), 1);
   EXPECT_EQ(ztObject_emit(object, "changed", 3), 1);
   EXPECT_EQ(diary, (std::vector<Call>{{0, object, object, 3}}));
   ztObject_of(object)->destroyed(object, object);
   EXPECT_TRUE(isConnected(object, "changed", object, diarySlot<0>()));
   EXPECT_EQ(connectTo(object, "destroyed", object, diarySlot<1>()), 1);
   release(object);
-  EXPECT_EQ(diary.back(), (Call{1, object, object, reinterpret_cast<intptr_t>(object)}));
+  EXPECT_EQ(diary.back(), (Call{1, object, object, wordOf(object)}));
 }
 
 // Connector: notes how `connect` reaches its steps.
@@ -874,50 +824,41 @@ static void connectorMethods(ConnectorMethods *methods) {
 
 ZT_DEFINE_CLASS(Connector, ztObject, connectorMethods)
 
-TEST(Connection, GoesThroughTheClassInTheStatedOrder) {
-  Owned sender(Connector_ctor);
-  Owned receiver(ztObject_ctor);
-  stepSender = sender;
+TEST_F(ztObjectConnections, GoThroughTheClassInTheStatedOrder) {
+  const Object connector(Connector_ctor);
+  stepSender = connector;
   steps.clear();
-  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>(), 3), 1);
+  EXPECT_EQ(connectTo(connector, "changed", receiver, diarySlot<0>(), 3), 1);
   EXPECT_EQ(steps, (std::vector<std::string>{"signal destroyed/1 on receiver", "slot destroyed of sender",
                                              "signal destroyed/1 on sender", "slot destroyed of receiver",
                                              "signal changed/3 on sender", "slot slot of receiver"}));
   steps.clear();
-  EXPECT_EQ(connectTo(sender, "changed", sender, diarySlot<0>(), 0), 1);
+  EXPECT_EQ(connectTo(connector, "changed", connector, diarySlot<0>(), 0), 1);
   EXPECT_EQ(steps, (std::vector<std::string>{"signal changed/0 on sender", "slot slot of sender"}));
 }
 
-TEST(Connection, TakesNothingMissing) {
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
-  ztClass *klass = ztObjectClass_Instance();
-  const ztObjectMethods *methods = ztObject_table();
+TEST_F(ztObjectConnections, AreNotMadeOfAnythingMissing) {
   const ztSlotFunction function = diarySlot<0>();
-  EXPECT_EQ(methods->connect(nullptr, sender, "s", receiver, "slot", function, 1), 0);
-  EXPECT_EQ(methods->connect(klass, nullptr, "s", receiver, "slot", function, 1), 0);
-  EXPECT_EQ(methods->connect(klass, sender, nullptr, receiver, "slot", function, 1), 0);
-  EXPECT_EQ(methods->connect(klass, sender, "s", nullptr, "slot", function, 1), 0);
-  EXPECT_EQ(methods->connect(klass, sender, "s", receiver, "slot", ztSlotFunction{nullptr}, 1), 0);
-  for (void *object : {static_cast<void *>(sender), static_cast<void *>(receiver)}) {
-    const ztSignalMap *signals = static_cast<ztObject *>(object)->signals;
-    EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 0);
-  }
-  EXPECT_EQ(methods->connect(klass, sender, "s", receiver, nullptr, function, 1), 1);
-  EXPECT_EQ(methods->connectionExist(klass, nullptr, "s", receiver, function), 0);
-  EXPECT_EQ(methods->connectionExist(klass, sender, nullptr, receiver, function), 0);
-  EXPECT_EQ(methods->connectionExist(klass, sender, "s", nullptr, function), 0);
-  EXPECT_EQ(methods->connectionExist(klass, sender, "s", receiver, ztSlotFunction{nullptr}), 0);
-  EXPECT_EQ(methods->connectionExist(nullptr, sender, "s", receiver, function), 1);
-  methods->destroyed(nullptr, sender);
-  methods->destroyed(sender, nullptr);
-  EXPECT_EQ(methods->connectionExist(klass, sender, "s", receiver, function), 1);
+  const ztSlotFunction none = {nullptr};
+  EXPECT_EQ(sender->connect(nullptr, sender, "s", receiver, "slot", function, 1), 0);
+  EXPECT_EQ(sender->connect(klass, nullptr, "s", receiver, "slot", function, 1), 0);
+  EXPECT_EQ(sender->connect(klass, sender, nullptr, receiver, "slot", function, 1), 0);
+  EXPECT_EQ(sender->connect(klass, sender, "s", nullptr, "slot", function, 1), 0);
+  EXPECT_EQ(sender->connect(klass, sender, "s", receiver, "slot", none, 1), 0);
+  EXPECT_EQ(signalCount(sender), 0);
+  EXPECT_EQ(signalCount(receiver), 0);
+  EXPECT_EQ(sender->connect(klass, sender, "s", receiver, nullptr, function, 1), 1);
+  EXPECT_EQ(sender->connectionExist(klass, nullptr, "s", receiver, function), 0);
+  EXPECT_EQ(sender->connectionExist(klass, sender, nullptr, receiver, function), 0);
+  EXPECT_EQ(sender->connectionExist(klass, sender, "s", nullptr, function), 0);
+  EXPECT_EQ(sender->connectionExist(klass, sender, "s", receiver, none), 0);
+  EXPECT_EQ(sender->connectionExist(nullptr, sender, "s", receiver, function), 1);
+  sender->destroyed(nullptr, sender);
+  sender->destroyed(sender, nullptr);
+  EXPECT_EQ(sender->connectionExist(klass, sender, "s", receiver, function), 1);
 }
 
-TEST(Connection, LongNamesAreKept) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, KeepLongNames) {
   const std::string name(10000, 's');
   EXPECT_EQ(connectTo(sender, name.c_str(), receiver, diarySlot<0>()), 1);
   EXPECT_TRUE(isConnected(sender, name.c_str(), receiver, diarySlot<0>()));
@@ -930,18 +871,17 @@ namespace {
 // A text of 2 GiB that takes little memory: the same piece of a file again and again.
 class HugeText {
  public:
-  HugeText() {
-    FILE *file = tmpfile();
+  // One page more, which stays zero.
+  HugeText()
+      : address(mmap(nullptr, size + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)) {
+    const int file = memfd_create("piece", 0);
     const std::string piece(pieceSize, 'x');
-    const bool isThere = file != nullptr && fwrite(piece.data(), 1, pieceSize, file) == pieceSize;
-    // One page more, which stays zero.
-    address = mmap(nullptr, size + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    isComplete = isThere && fflush(file) == 0 && address != MAP_FAILED;
+    isComplete = address != MAP_FAILED && write(file, piece.data(), pieceSize) == ssize_t{pieceSize};
     for (size_t at = 0; isComplete && at < size; at += pieceSize) {
       char *place = static_cast<char *>(address) + at;
-      isComplete = mmap(place, pieceSize, PROT_READ, MAP_PRIVATE | MAP_FIXED, fileno(file), 0) == place;
+      isComplete = mmap(place, pieceSize, PROT_READ, MAP_PRIVATE | MAP_FIXED, file, 0) == place;
     }
-    if (file != nullptr) fclose(file);
+    close(file);
   }
   ~HugeText() {
     if (address != MAP_FAILED) munmap(address, size + 1);
@@ -964,132 +904,99 @@ class HugeText {
 
 }  // namespace
 
-TEST(Connection, NamesThatNoStringHoldsAreRefused) {
+TEST_F(ztObjectConnections, AndPropertiesRefuseNamesThatNoStringHolds) {
   if (scale(2) < 2) GTEST_SKIP() << "it takes too long here";
   const HugeText name;
   if (name.get() == nullptr) GTEST_SKIP() << "there is no room for such a name";
-  Owned object(ztObject_ctor);
-  EXPECT_EQ(ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, name.get(), 1), nullptr);
+  EXPECT_EQ(addSignal(sender, name.get()), nullptr);
   const int32_t level = 1;
-  EXPECT_EQ(setProperty(object, name.get(), "ztInt", wordOf(&level)), 0);
-  const ztSignalMap *signals = static_cast<ztObject *>(static_cast<void *>(object))->signals;
-  EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 0);
-  EXPECT_EQ(dynamicProperties(object), Names{});
+  EXPECT_EQ(setProperty(sender, name.get(), "ztInt", wordOf(&level)), 0);
+  EXPECT_EQ(signalCount(sender), 0);
+  EXPECT_EQ(dynamicProperties(sender), Names{});
 }
 
-TEST(Connection, DestroyedDropsEverySlotAimedAtTheDyingObject) {
-  Owned object(ztObject_ctor);
-  Owned peer(ztObject_ctor);
-  Owned other(ztObject_ctor);
+TEST_F(ztObjectConnections, WithADestroyedObjectAreAllDropped) {
   const std::vector<ztSlotFunction> functions = diarySlots<20>();
   for (const char *signal : {"one", "two"}) {
     for (ztSlotFunction function : functions) {
-      connectTo(object, signal, peer, function);
-      connectTo(object, signal, other, function);
+      connectTo(sender, signal, receiver, function);
+      connectTo(sender, signal, other, function);
     }
   }
-  ztObject_of(object)->destroyed(object, peer);
+  sender->destroyed(sender, receiver);
   for (const char *signal : {"one", "two"}) {
-    EXPECT_EQ(slotCount(object, signal), 20);
+    EXPECT_EQ(slotCount(sender, signal), 20);
     for (ztSlotFunction function : functions) {
-      EXPECT_FALSE(isConnected(object, signal, peer, function));
-      EXPECT_TRUE(isConnected(object, signal, other, function));
+      EXPECT_FALSE(isConnected(sender, signal, receiver, function));
+      EXPECT_TRUE(isConnected(sender, signal, other, function));
     }
   }
-  EXPECT_FALSE(isConnected(object, "destroyed", peer, destroyedOf(peer)));
+  EXPECT_FALSE(isConnected(sender, "destroyed", receiver, destroyedOf(receiver)));
 }
 
-TEST(Connection, AReceiverThatGoesIsForgotten) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
-  Listener *receiver = newListener();
-  connectTo(sender, "changed", receiver, diarySlot<0>());
-  const void *address = receiver;
-  release(receiver);
-  EXPECT_FALSE(isConnected(sender, "changed", address, diarySlot<0>()));
-  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
-  EXPECT_EQ(slotCount(sender, "destroyed"), 0);
+// However a host has set up the signal that tells the peers, and when it did not.
+TEST_F(ztObjectConnections, WithAReceiverThatGoesAreForgotten) {
+  for (uint32_t argumentCount : {0U, 1U, 4U, 5U, 255U, 256U}) {
+    for (uint32_t blocked : {0U, 1U}) {
+      SCOPED_TRACE(testing::Message() << argumentCount << " arguments, blocked " << blocked);
+      void *listener = newListener();
+      addSignal(listener, "destroyed", argumentCount);
+      connectTo(sender, "changed", listener, diarySlot<0>());
+      ztObject_blockSignal(listener, "destroyed", blocked);
+      release(listener);
+      EXPECT_FALSE(isConnected(sender, "changed", listener, diarySlot<0>()));
+      EXPECT_EQ(slotCount(sender, "destroyed"), 0);
+      EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
+    }
+  }
   EXPECT_TRUE(diary.empty());
 }
 
-TEST(Connection, ASenderThatGoesIsForgotten) {
-  Listener *sender = newListener();
-  Owned receiver(ztObject_ctor);
-  connectTo(sender, "changed", receiver, diarySlot<0>());
-  release(sender);
+TEST_F(ztObjectConnections, WithASenderThatGoesAreForgotten) {
+  Listener *listener = newListener();
+  connectTo(listener, "changed", receiver, diarySlot<0>());
+  release(listener);
   EXPECT_EQ(slotCount(receiver, "destroyed"), 0);
 }
 
-// However a host has set up the signal that tells the peers.
-TEST(Connection, APeerThatGoesIsForgottenAlsoWhenItsSignalTellsNobody) {
-  const Diary empty;
-  for (uint32_t argumentCount : {0U, 1U, 4U, 5U, 255U, 256U}) {
-    for (uint32_t blocked : {0U, 1U}) {
-      Owned sender(ztObject_ctor);
-      Listener *receiver = newListener();
-      ztObject_of(receiver)->addSignal(ListenerClass_Instance(), receiver, "destroyed", argumentCount);
-      connectTo(sender, "changed", receiver, diarySlot<0>());
-      ztObject_blockSignal(receiver, "destroyed", blocked);
-      const void *address = receiver;
-      release(receiver);
-      EXPECT_FALSE(isConnected(sender, "changed", address, diarySlot<0>())) << argumentCount << blocked;
-      EXPECT_EQ(slotCount(sender, "destroyed"), 0);
-    }
-  }
-}
-
-TEST(Connection, DisconnectTakesOneAndKeepsTheOrderOfTheOthers) {
+TEST_F(ztObjectConnections, AreTakenOneByOneAndTheOthersKeepTheirOrder) {
   const std::vector<ztSlotFunction> functions = diarySlots<12>();
   for (size_t removed = 0; removed < functions.size(); ++removed) {
-    const Diary empty;
-    Owned sender(ztObject_ctor);
-    Owned receiver(ztObject_ctor);
-    Owned other(ztObject_ctor);
+    SCOPED_TRACE(removed);
+    const Object fresh;
+    diary.clear();
     for (ztSlotFunction function : functions) {
-      connectTo(sender, "changed", receiver, function);
-      connectTo(sender, "changed", other, function);
+      connectTo(fresh, "changed", receiver, function);
+      connectTo(fresh, "changed", other, function);
     }
-    EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, functions[removed]), 1);
-    EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, functions[removed]), 0);
-    EXPECT_FALSE(isConnected(sender, "changed", receiver, functions[removed]));
-    ztObject_emit(sender, "changed", 0);
-    std::vector<int> expected;
-    std::vector<int> called;
-    for (int slot = 11; slot >= 0; --slot) {
-      if (static_cast<size_t>(slot) != removed) expected.push_back(slot);
-    }
-    for (const Call &call : diary) {
-      if (call.receiver == receiver) called.push_back(call.slot);
-    }
-    EXPECT_EQ(called, expected) << removed;
+    EXPECT_EQ(ztObject_disconnect(fresh, "changed", receiver, functions[removed]), 1);
+    EXPECT_EQ(ztObject_disconnect(fresh, "changed", receiver, functions[removed]), 0);
+    EXPECT_FALSE(isConnected(fresh, "changed", receiver, functions[removed]));
+    ztObject_emit(fresh, "changed", 0);
     EXPECT_EQ(diary.size(), 23U);
-    EXPECT_EQ(connectTo(sender, "changed", receiver, functions[removed]), 1);
+    std::erase_if(diary, [this](const Call &call) { return call.receiver != receiver; });
+    std::vector<int> expected = {11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
+    std::erase(expected, static_cast<int>(removed));
+    EXPECT_EQ(calledSlots(), expected);
+    EXPECT_EQ(connectTo(fresh, "changed", receiver, functions[removed]), 1);
   }
 }
 
-TEST(Connection, DisconnectInAMapThatAHostGaveAnotherOrderLosesNoSlot) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, InAMapThatAHostGaveAnotherOrderAreNotLostByADisconnect) {
   const std::vector<ztSlotFunction> functions = diarySlots<5>();
   for (ztSlotFunction function : functions) connectTo(sender, "changed", receiver, function);
-  ztClass *klass = ztOOP_classOf(sender);
-  ztSlotMap *slots = ztObject_of(sender)->addSignal(klass, sender, "changed", 1)->slots;
-  const auto *methods = ztSlotMap_of(slots);
-  const ztCompareFunc order = slots->compareFunction;
-  methods->setCompareFunction(slots, [](const void *, const void *) { return 1; });
+  const auto *methods = ztSlotMap_of(slots());
+  const ztCompareFunc order = slots()->compareFunction;
+  methods->setCompareFunction(slots(), [](const void *, const void *) { return 1; });
   for (ztSlotFunction function : functions) ztObject_disconnect(sender, "changed", receiver, function);
-  methods->setCompareFunction(slots, order);
+  methods->setCompareFunction(slots(), order);
   ztObject_emit(sender, "changed", 0);
-  std::vector<int> called;
-  for (const Call &call : diary) called.push_back(call.slot);
+  std::vector<int> called = calledSlots();
   std::sort(called.begin(), called.end());
   EXPECT_EQ(called, (std::vector<int>{0, 1, 2, 3, 4}));
 }
 
-TEST(Connection, DisconnectOfWhatIsNotConnectedDoesNothing) {
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, ThatAreNotMadeAreNotDisconnected) {
   const ztSlotFunction function = diarySlot<0>();
   connectTo(sender, "changed", receiver, function);
   EXPECT_EQ(ztObject_disconnect(nullptr, "changed", receiver, function), 0);
@@ -1102,9 +1009,7 @@ TEST(Connection, DisconnectOfWhatIsNotConnectedDoesNothing) {
   EXPECT_TRUE(isConnected(sender, "changed", receiver, function));
 }
 
-TEST(Connection, ABlockedEndCallsNoSlotAndIsForgotten) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
+TEST_F(ztObjectConnections, WithABlockedEndCallNoSlotAndAreForgotten) {
   Listener *dying = newListener();
   connectTo(dying, "changed", sender, diarySlot<0>());
   connectTo(dying, "destroyed", sender, diarySlot<1>());
@@ -1116,57 +1021,50 @@ TEST(Connection, ABlockedEndCallsNoSlotAndIsForgotten) {
 }
 
 // A host may put slots into the map of a signal itself, under a key that is another than the receiver.
-TEST(Connection, ASlotUnderAForeignKeyIsNoneOfTheKeys) {
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
-  Owned other(ztObject_ctor);
-  ztSignal *signal = ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
-  auto *slot = static_cast<ztSlot *>(ztSlot_ctor(nullptr, 1));
-  slot->receiver = other;
-  slot->function = diarySlot<0>();
-  ASSERT_NE(ztSlotMap_of(signal->slots)->pushBack(signal->slots, receiver, slot), nullptr);
-  release(slot);
+TEST_F(ztObjectConnections, UnderAForeignKeyAreNoneOfTheKeys) {
+  const Owned<ztSlot, ztSlotMethods> slot(ztSlot_ctor);
+  slot.fields().receiver = other;
+  slot.fields().function = diarySlot<0>();
+  ASSERT_NE(ztSlotMap_of(slots())->pushBack(slots(), receiver, slot), nullptr);
   EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
   EXPECT_FALSE(isConnected(sender, "changed", other, diarySlot<0>()));
   EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, diarySlot<0>()), 0);
 }
 
 // Signals that a host put into the map of an object itself have no map of slots.
-
-static void putSignalWithoutSlots(void *object, const char *name) {
-  void *key = newString(name);
-  void *signal = ztSignal_ctor(nullptr, 1);
-  ztString_of(static_cast<ztSignal *>(signal)->name)->set(static_cast<ztSignal *>(signal)->name, name);
-  ztSignalMap *signals = static_cast<ztObject *>(object)->signals;
+static void putSignalWithoutSlots(const Object &object, const char *name) {
+  const String key(name);
+  const Owned<ztSignal, ztSignalMethods> signal(ztSignal_ctor);
+  ztString_of(signal.fields().name)->set(signal.fields().name, name);
+  ztSignalMap *signals = object.fields().signals;
   EXPECT_NE(ztSignalMap_of(signals)->pushBack(signals, key, signal), nullptr);
-  release(signal);
-  release(key);
 }
 
-TEST(Connection, ASignalWithoutSlotsTakesNone) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, OfASignalWithoutSlotsAreNone) {
   putSignalWithoutSlots(sender, "changed");
   EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
   EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
   EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, diarySlot<0>()), 0);
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
-  ztObject_of(sender)->destroyed(sender, receiver);
+  sender->destroyed(sender, receiver);
   EXPECT_TRUE(diary.empty());
 }
 
-TEST(Connection, ASignalWhoseSlotsWereEndedHasNone) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, OfASignalWhoseSlotsWereEndedAreNone) {
   connectTo(sender, "changed", receiver, diarySlot<0>());
-  ztSignal *signal = ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
-  ztSlotMap_of(signal->slots)->destroy(signal->slots);
+  ztSlotMap_of(slots())->destroy(slots());
   EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
   EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
   EXPECT_TRUE(diary.empty());
+}
+
+TEST_F(ztObjectConnections, AreRefusedWhenAnEndCannotBeTold) {
+  putSignalWithoutSlots(receiver, "destroyed");
+  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
+  EXPECT_EQ(connectTo(receiver, "changed", sender, diarySlot<0>()), 0);
+  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
+  EXPECT_FALSE(isConnected(receiver, "changed", sender, diarySlot<0>()));
 }
 
 // A map of a host's that says it has more slots than memory could hold.
@@ -1184,112 +1082,97 @@ static void boundlessMethods(BoundlessMapMethods *methods) {
 
 ZT_DEFINE_CLASS(BoundlessMap, ztSlotMap, boundlessMethods)
 
-TEST(Connection, TheSlotsThatAMapHoldsAreCalledWhateverNumberItGives) {
-  const Diary empty;
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
+TEST_F(ztObjectConnections, ThatAMapHoldsAreCalledWhateverNumberItGives) {
   connectTo(sender, "changed", receiver, diarySlot<0>());
-  ztSignal *signal = ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
-  ztClass *own = signal->slots->klass;
+  ztClass *own = slots()->klass;
   release(BoundlessMap_ctor(nullptr, 1));
-  signal->slots->klass = BoundlessMapClass_Instance();
+  slots()->klass = BoundlessMapClass_Instance();
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 1U);
-  signal->slots->klass = own;
+  slots()->klass = own;
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 2U);
 }
 
-TEST(Connection, AnEndThatCannotBeToldRefusesTheConnection) {
-  Owned sender(ztObject_ctor);
-  Owned receiver(ztObject_ctor);
-  putSignalWithoutSlots(receiver, "destroyed");
-  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
-  EXPECT_EQ(connectTo(receiver, "changed", sender, diarySlot<0>()), 0);
-  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
-  EXPECT_FALSE(isConnected(receiver, "changed", sender, diarySlot<0>()));
-}
-
 // The connection dump -----------------------------------------------------------------------------
 
-static std::string lineOf(const char *slot, const void *receiver, const char *className) {
-  char line[200];
-  snprintf(line, sizeof line, "\tSlot '%s' - Receiver: 0x%" PRIx32 " (Class: %s)\n", slot,
-           static_cast<uint32_t>(reinterpret_cast<uintptr_t>(receiver)), className);
-  return line;
-}
+namespace {
 
-static std::string dumpOf(void *object) {
-  const TempFolder folder;
-  const std::string path = folder.path("connections");
-  ztObject_of(object)->printConnections(ztOOP_classOf(object), object, path.c_str());
-  return contentsOf(path);
-}
+class ztObjectDump : public testing::Test {
+ protected:
+  // What `printConnections` writes, after the line of the class.
+  static std::string dumpOf(const Object &object, const std::string &className) {
+    const TempFolder folder;
+    const std::string path = folder.path("connections");
+    object->printConnections(ztOOP_classOf(object), object, path.c_str());
+    const std::string dump = contentsOf(path);
+    const std::string head = "# Connections for class '" + className + "'\n";
+    EXPECT_EQ(dump.substr(0, head.size()), head);
+    return dump.substr(std::min(head.size(), dump.size()));
+  }
+  static std::string lineOf(const char *slot, const void *receiver, const char *className) {
+    char line[200];
+    snprintf(line, sizeof line, "\tSlot '%s' - Receiver: 0x%" PRIx32 " (Class: %s)\n", slot,
+             static_cast<uint32_t>(wordOf(receiver)), className);
+    return line;
+  }
 
-TEST(ConnectionDump, ListsSignalsAndSlotsInMapOrder) {
-  Owned sender(Listener_ctor);
-  Owned one(ztObject_ctor);
-  Owned other(Late_ctor);
-  const auto connectAs = [&](const char *signal, void *receiver, const char *slot, ztSlotFunction function) {
-    ztObject_of(sender)->connect(ListenerClass_Instance(), sender, signal, receiver, slot, function, 1);
+  const Object object;
+};
+
+}  // namespace
+
+TEST_F(ztObjectDump, ListsSignalsAndSlotsInMapOrder) {
+  const Object sender(Listener_ctor);
+  const Object other(Late_ctor);
+  const auto connectAs = [&](void *receiver, const char *slot, ztSlotFunction function) {
+    sender->connect(ListenerClass_Instance(), sender, "changed", receiver, slot, function, 1);
   };
-  ztObject_of(sender)->addSignal(ListenerClass_Instance(), sender, "zebra", 1);
-  connectAs("changed", one, "older", diarySlot<0>());
-  connectAs("changed", one, "newer", diarySlot<1>());
-  connectAs("changed", other, "take", diarySlot<0>());
-  const bool oneFirst = static_cast<void *>(one) < static_cast<void *>(other);
-  const std::string ofOne = lineOf("newer", one, "ztObject") + lineOf("older", one, "ztObject");
-  const std::string ofOther = lineOf("take", other, "Late");
-  const std::string linkOne = lineOf("destroyed", one, "ztObject");
-  const std::string linkOther = lineOf("destroyed", other, "Late");
-  EXPECT_EQ(dumpOf(sender),
-            "# Connections for class 'Listener'\n"
-            "- Slots for signal 'changed'\n" +
-                (oneFirst ? ofOne + ofOther : ofOther + ofOne) + "- Slots for signal 'destroyed'\n" +
-                (oneFirst ? linkOne + linkOther : linkOther + linkOne) + "- Slots for signal 'zebra'\n");
+  addSignal(sender, "zebra");
+  connectAs(object, "older", diarySlot<0>());
+  connectAs(object, "newer", diarySlot<1>());
+  connectAs(other, "take", diarySlot<0>());
+  std::string slots[] = {lineOf("newer", object, "ztObject") + lineOf("older", object, "ztObject"),
+                         lineOf("take", other, "Late")};
+  std::string links[] = {lineOf("destroyed", object, "ztObject"), lineOf("destroyed", other, "Late")};
+  if (wordOf(object) > wordOf(other)) {
+    std::swap(slots[0], slots[1]);
+    std::swap(links[0], links[1]);
+  }
+  EXPECT_EQ(dumpOf(sender, "Listener"), "- Slots for signal 'changed'\n" + slots[0] + slots[1] +
+                                            "- Slots for signal 'destroyed'\n" + links[0] + links[1] +
+                                            "- Slots for signal 'zebra'\n");
 }
 
-TEST(ConnectionDump, NamesTheClassThatIsHanded) {
-  const TempFolder folder;
-  Owned object(Listener_ctor);
-  ztObject_of(object)->printConnections(ztObjectClass_Instance(), object, folder.path("out").c_str());
-  EXPECT_EQ(contentsOf(folder.path("out")), "# Connections for class 'ztObject'\n");
-}
-
-TEST(ConnectionDump, ListsASignalThatHasNoSlots) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectDump, ListsASignalThatHasNoSlots) {
   putSignalWithoutSlots(object, "bare");
-  EXPECT_EQ(dumpOf(object), "# Connections for class 'ztObject'\n- Slots for signal 'bare'\n");
+  EXPECT_EQ(dumpOf(object, "ztObject"), "- Slots for signal 'bare'\n");
 }
 
-TEST(ConnectionDump, OfAnEndedObjectListsNothing) {
-  alignas(ztObject) char memory[sizeof(ztObject)];
-  void *object = ztObject_ctor(memory, 1);
-  ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, "changed", 1);
-  ztObject_of(object)->destroy(object);
-  EXPECT_EQ(dumpOf(object), "# Connections for class 'ztObject'\n");
+TEST_F(ztObjectDump, OfAnEndedObjectListsNothing) {
+  addSignal(object, "changed");
+  object->destroy(object);
+  EXPECT_EQ(dumpOf(object, "ztObject"), "");
 }
 
-TEST(ConnectionDump, CutsLinesThatAreTooLong) {
-  Owned object(ztObject_ctor);
+TEST_F(ztObjectDump, CutsLinesThatAreTooLong) {
   const std::string name(1000, 's');
-  ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, name.c_str(), 1);
-  const std::string line = ("- Slots for signal '" + name).substr(0, 511);
-  EXPECT_EQ(dumpOf(object), "# Connections for class 'ztObject'\n" + line + "\n");
+  addSignal(object, name.c_str());
+  EXPECT_EQ(dumpOf(object, "ztObject"), ("- Slots for signal '" + name).substr(0, 511) + "\n");
 }
 
-TEST(ConnectionDump, ReplacesTheFileAndNeedsOne) {
+TEST_F(ztObjectDump, NamesTheClassThatIsHandedReplacesTheFileAndNeedsOne) {
   const TempFolder folder;
-  Owned object(ztObject_ctor);
+  const Object listener(Listener_ctor);
+  const auto print = listener->printConnections;
   ztClass *klass = ztObjectClass_Instance();
-  const ztObjectMethods *methods = ztObject_of(object);
   writeContents(folder.path("out"), std::string(5000, 'x'));
-  methods->printConnections(klass, object, folder.path("out").c_str());
+  print(klass, listener, folder.path("out").c_str());
   EXPECT_EQ(contentsOf(folder.path("out")), "# Connections for class 'ztObject'\n");
-  methods->printConnections(klass, object, folder.path("no/such/folder").c_str());
-  methods->printConnections(klass, object, folder.path().c_str());
-  methods->printConnections(klass, object, nullptr);
-  methods->printConnections(nullptr, object, folder.path("none").c_str());
-  methods->printConnections(klass, nullptr, folder.path("none").c_str());
+  print(klass, listener, folder.path("no/such/folder").c_str());
+  print(klass, listener, folder.path().c_str());
+  print(klass, listener, nullptr);
+  print(nullptr, listener, folder.path("none").c_str());
+  print(klass, nullptr, folder.path("none").c_str());
   EXPECT_EQ(contentsOf(folder.path("none")), "");
 }
