@@ -421,7 +421,7 @@ static Nodes newTree(ztCtor constructor) {
   Tree tree("0(1(2 3) 4(5))", constructor);
   Nodes nodes;
   for (int32_t uid = 0; uid < 6; ++uid) nodes.push_back(tree[uid]);
-  tree.handOver();
+  tree.release();
   return nodes;
 }
 
@@ -453,7 +453,7 @@ TEST_P(Interrupted, ADeletedChildLeavesWithTheNextCallWhenItsAnnouncementIsLeft)
     Tree tree("1(2 3 4)", FuseNode_ctor);
     const Nodes children = childrenOf(tree);
     ztRoot *child = children[1];
-    ztRoot *parent = tree.handOver();
+    ztRoot *parent = tree.release();
     Owned receiver(Listener_ctor);
     connectTo(parent, "childDeleted", receiver, leavingSlot());
     const auto deleteSecond = [&] { deleteChild(parent, child); };

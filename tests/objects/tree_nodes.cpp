@@ -46,6 +46,24 @@ static void liveNodeMethods(LiveNodeMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(LiveNode, ztRoot, liveNodeMethods)
+ZT_DEFINE_CLASS(OddNode, LiveNode, noMethods)
+ZT_DEFINE_CLASS(OddFile, ztFile, noMethods)
+
+// The methods of a class, of which an object is made first, since that fills them in.
+static void *methodsOf(ztCtor constructor) {
+  void *object = constructor(nullptr, 1);
+  void *methods = ztOOP_classOf(object)->methodTable;
+  release(object);
+  return methods;
+}
+
+OddNodeMethods &oddNode() {
+  return *static_cast<OddNodeMethods *>(methodsOf(OddNode_ctor));
+}
+
+OddFileMethods &oddFile() {
+  return *static_cast<OddFileMethods *>(methodsOf(OddFile_ctor));
+}
 
 #define NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity_FIELDS \
   ztRoot_FIELDS
@@ -53,11 +71,8 @@ ZT_DEFINE_CLASS(LiveNode, ztRoot, liveNodeMethods)
   ztRoot_METHODS
 ZT_DECLARE_CLASS(NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity)
 
-static void longNamedMethods(
-    NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentityMethods *) {}
-
 ZT_DEFINE_CLASS(NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity,
-                ztRoot, longNamedMethods)
+                ztRoot, noMethods)
 
 const ztCtor longNamedCtor =
     NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity_ctor;
@@ -65,14 +80,14 @@ const ztCtor longNamedCtor =
 // By their listeners.
 static std::map<const void *, std::function<void(ztRoot *)>> actions;
 
-Forest::~Forest() {
+ForestTest::~ForestTest() {
   for (const auto &[listener, action] : actions) release(const_cast<void *>(listener));
   actions.clear();
   EXPECT_EQ(nodesLive, 0) << "nodes that did not end, or ended twice";
   nodesLive = 0;
 }
 
-void Forest::on(void *node, const char *signalName, std::function<void(ztRoot *)> action) {
+void ForestTest::on(void *node, const char *signalName, std::function<void(ztRoot *)> action) {
   void *listener = ztObject_ctor(nullptr, 1);
   actions[listener] = std::move(action);
   ztSlotFunction slot;
@@ -98,7 +113,7 @@ Tree::Tree(const std::string &shape, ztCtor constructor) {
 }
 
 Tree::~Tree() {
-  release();
+  end();
 }
 
 static ztRoot *findNode(ztRoot *node, int32_t uid) {
@@ -114,7 +129,7 @@ ztRoot *Tree::operator[](int32_t uid) const {
   return findNode(root, uid);
 }
 
-void Tree::release() {
+void Tree::end() {
   if (root != nullptr) ::release(root);
   root = nullptr;
 }
@@ -136,17 +151,6 @@ ztRoot *newChain(int levels, ztCtor constructor) {
   ztRoot *at = top;
   for (int32_t uid = 2; uid <= levels; ++uid) at = newChild(at, uid, constructor);
   return top;
-}
-
-ztRoot *newCopy(const ztRoot *node) {
-  const auto *functions = static_cast<const ztClassFunctions *>(node->klass->classTable);
-  auto *target = static_cast<ztRoot *>(functions->newop());
-  if (ztRoot_of(node)->clone(node, target) == nullptr) {
-    ztm_free(target);
-    return nullptr;
-  }
-  target->refCount = 1;
-  return target;
 }
 
 void addChild(void *node, void *child) {

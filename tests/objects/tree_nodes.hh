@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 // LiveNode: a node whose class counts the live ones, and that stores a value behind its record.
@@ -22,25 +23,48 @@ ZT_DECLARE_CLASS(LiveNode)
 // LiveNode objects that were created or cloned and not yet destroyed.
 extern int32_t nodesLive;
 
+// Classes whose methods tests replace.
+#define OddNode_FIELDS LiveNode_FIELDS
+#define OddNode_METHODS LiveNode_METHODS
+ZT_DECLARE_CLASS(OddNode)
+#define OddFile_FIELDS ztFile_FIELDS
+#define OddFile_METHODS ztFile_METHODS
+ZT_DECLARE_CLASS(OddFile)
+OddNodeMethods &oddNode();
+OddFileMethods &oddFile();
+
+// Has another function in the place of a method as long as this lives.
+template <typename Method>
+class Replaced {
+ public:
+  Replaced(Method &method, std::type_identity_t<Method> other) : place(method), before(method) {
+    place = other;
+  }
+  ~Replaced() {
+    place = before;
+  }
+  Replaced(const Replaced &) = delete;
+  Replaced &operator=(const Replaced &) = delete;
+
+ private:
+  Method &place;
+  const Method before;
+};
+
 // Constructs a node whose class has a name that fills the name of a node, and its field in an identity.
 extern const ztCtor longNamedCtor;
 
 using Nodes = std::vector<ztRoot *>;
 using Numbers = std::vector<int32_t>;
 
-// Listeners of nodes, and a check at the end that all LiveNode objects have ended.
-class Forest {
- public:
-  Forest() = default;
-  ~Forest();
-  Forest(const Forest &) = delete;
-  Forest &operator=(const Forest &) = delete;
+// A test of trees, at whose end all LiveNode objects have to be gone.
+class ForestTest : public testing::Test {
+ protected:
+  ~ForestTest() override;
 
-  // Has an action run for each "childAdded", "childDeleted" or "destroyed" of a node as long as this lives.
+  // Has an action run for each "childAdded", "childDeleted" or "destroyed" of a node during the test.
   static void on(void *node, const char *signalName, std::function<void(ztRoot *)> action);
 };
-
-class ForestTest : public testing::Test, protected Forest {};
 
 // A tree that a test owns.
 class Tree {
@@ -65,9 +89,9 @@ class Tree {
   ztRoot *operator[](int32_t uid) const;
 
   // Releases the tree early.
-  void release();
-  // Leaves the tree to the caller.
-  ztRoot *handOver() {
+  void end();
+  // Hands the tree over.
+  ztRoot *release() {
     return std::exchange(root, nullptr);
   }
 
@@ -81,9 +105,6 @@ ztRoot *newNode(int32_t uid = 1, ztCtor constructor = LiveNode_ctor);
 ztRoot *newChild(void *parent, int32_t uid, ztCtor constructor = LiveNode_ctor);
 // Nodes with the identifiers from 1 on, each the only child of the one before.
 ztRoot *newChain(int levels, ztCtor constructor);
-
-// A copy that belongs to the caller; NULL when the node is not cloned.
-ztRoot *newCopy(const ztRoot *node);
 
 void addChild(void *node, void *child);
 void deleteChild(void *node, void *child);

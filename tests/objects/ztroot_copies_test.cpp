@@ -5,8 +5,28 @@
 #include <map>
 #include <random>
 
+namespace {
+
 using ztRootCopy = ForestTest;
-using ztRootAssign = ForestTest;
+
+// What each OddNode was assigned in the test.
+std::map<const void *, const void *> assigned;
+
+class ztRootAssign : public ForestTest {
+ protected:
+  ~ztRootAssign() override {
+    assigned.clear();
+  }
+
+ private:
+  const Replaced<int32_t (*)(void *, const void *)> assign{oddNode().assign,
+                                                           [](void *node, const void *other) {
+                                                             assigned[node] = other;
+                                                             return ztRoot_table()->assign(node, other);
+                                                           }};
+};
+
+}  // namespace
 
 // Copies ------------------------------------------------------------------------------------------
 
@@ -26,7 +46,7 @@ TEST_F(ztRootCopy, IsDetachedWithChildrenOfItsOwn) {
     EXPECT_EQ(countOf(child), 1);
   }
   EXPECT_NE(firstChildOf(copy), firstChildOf(node));
-  above.release();
+  above.end();
   EXPECT_EQ(shapeOf(copy), "1(2(3) 4)");
 }
 
@@ -67,7 +87,7 @@ TEST_F(ztRootCopy, IsLeftByChildrenThatAreReleasedByHand) {
 TEST_F(ztRootCopy, GivesItsChildrenTheirParentInTheirPlaces) {
   Tree node("1(2 3 4 5)");
   const Tree copy(newCopy(node));
-  node.release();
+  node.end();
   for (ztRoot *child : childrenOf(copy)) addChild(copy, child);
   EXPECT_EQ(shapeOf(copy), "1(2 3 4 5)");
   for (const ztRoot *child : childrenOf(copy)) {
@@ -84,7 +104,7 @@ TEST_F(ztRootCopy, HasChildrenThatMayBeAttachedElsewhere) {
     addChild(node, copy[3]);
     EXPECT_EQ(shapeOf(copy), "1(2)");
     EXPECT_EQ(shapeOf(node), "1(2 3 3)");
-    (copyEndsFirst ? copy : node).release();
+    (copyEndsFirst ? copy : node).end();
   }
 }
 
@@ -113,45 +133,17 @@ TEST_F(ztRootCopy, IsNotPutBelowItsOwnChildren) {
 
 // Assigning ---------------------------------------------------------------------------------------
 
-// Records what it is assigned.
-#define Assigned_FIELDS \
-  ztRoot_FIELDS         \
-  const void *from;
-#define Assigned_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Assigned)
-
-static int32_t assignedCreate(void *object) {
-  static_cast<Assigned *>(object)->from = nullptr;
-  return ztRoot_table()->create(object);
-}
-
-static int32_t assignedAssign(void *object, const void *other) {
-  static_cast<Assigned *>(object)->from = other;
-  return ztRoot_table()->assign(object, other);
-}
-
-static void assignedMethods(AssignedMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, assignedCreate);
-  ZT_OVERRIDE_METHOD(methods, assign, assignedAssign);
-}
-
-ZT_DEFINE_CLASS(Assigned, ztRoot, assignedMethods)
-
-static const void *assignedTo(const void *node) {
-  return static_cast<const Assigned *>(node)->from;
-}
-
 TEST_F(ztRootAssign, GoesThroughTheChildrenInStep) {
   const char *const shapes[] = {"1", "1(2(10) 3(11))", "1(2(10) 3(11) 4(12))"};
   for (const auto &[own, others] : {std::pair(2, 1), std::pair(1, 2), std::pair(0, 1), std::pair(1, 0)}) {
-    const Tree node(shapes[own], Assigned_ctor);
-    const Tree source(shapes[others], Assigned_ctor);
+    const Tree node(shapes[own], OddNode_ctor);
+    const Tree source(shapes[others], OddNode_ctor);
     node->setName(node, "mine");
     const Nodes ownChildren = childrenOf(node);
     const Nodes otherChildren = childrenOf(source);
     EXPECT_EQ(node->assign(node, source), 1);
     for (size_t i = 0; i < ownChildren.size(); ++i) {
-      EXPECT_EQ(assignedTo(ownChildren[i]), i < otherChildren.size() ? otherChildren[i] : nullptr);
+      EXPECT_EQ(assigned[ownChildren[i]], i < otherChildren.size() ? otherChildren[i] : nullptr);
     }
     EXPECT_EQ(nameOf(node), "mine") << "nothing of the node itself is assigned by itself";
     EXPECT_EQ(childrenOf(node), ownChildren);
@@ -159,27 +151,27 @@ TEST_F(ztRootAssign, GoesThroughTheChildrenInStep) {
 }
 
 TEST_F(ztRootAssign, PassesPlacesWithoutAChildBy) {
-  const Tree node("1(3 4 5)", Assigned_ctor);
-  const Tree source("2(3)", Assigned_ctor);
+  const Tree node("1(3 4 5)", OddNode_ctor);
+  const Tree source("2(3)", OddNode_ctor);
   putIntoList(source, nullptr);
-  newChild(source, 5, Assigned_ctor);
+  newChild(source, 5, OddNode_ctor);
   EXPECT_EQ(node->assign(node, source), 1);
   for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(assignedTo(node->getChildAt(node, i)), source->getChildAt(source, i)) << i;
+    EXPECT_EQ(assigned[node->getChildAt(node, i)], source->getChildAt(source, i)) << i;
   }
 }
 
 TEST_F(ztRootAssign, CallsAHostsOverrideForAChildOfAnotherClassAndGivesTheLibrarysWhatBothHave) {
   const Tree node("1");
   const Tree source("2");
-  ztRoot *own = newChild(node, 3, Assigned_ctor);
-  ztRoot *grandchild = newChild(own, 4, Assigned_ctor);
+  ztRoot *own = newChild(node, 3, OddNode_ctor);
+  ztRoot *grandchild = newChild(own, 4, OddNode_ctor);
   ztRoot *other = newChild(source, 5);
-  ztRoot *below = newChild(other, 6, Assigned_ctor);
+  ztRoot *below = newChild(other, 6, OddNode_ctor);
   // The two at the first level are of different classes; their children are of one.
   EXPECT_EQ(node->assign(node, source), 1);
-  EXPECT_EQ(assignedTo(own), other);
-  EXPECT_EQ(assignedTo(grandchild), below);
+  EXPECT_EQ(assigned[own], other);
+  EXPECT_EQ(assigned[grandchild], below);
 }
 
 // Random trees ------------------------------------------------------------------------------------
@@ -275,7 +267,7 @@ class RandomForest {
   void copy() {
     if (nodes.size() > 200) return;
     const ztRoot *node = any();
-    ztRoot *made = newCopy(node);
+    auto *made = static_cast<ztRoot *>(newCopy(node));
     ASSERT_NE(made, nullptr);
     addCopied(made);
   }

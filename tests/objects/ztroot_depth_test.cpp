@@ -6,65 +6,20 @@
 
 #include <pthread.h>
 
-// A node whose class has a `destroy` of its own, which counts the children that it finds.
-#define Seeing_FIELDS ztRoot_FIELDS
-#define Seeing_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Seeing)
-
-static int32_t parentsEnded;
-static int32_t childrenSeen;
-
-static void seeingDestroy(void *object) {
-  ++parentsEnded;
-  childrenSeen += ztRoot_of(object)->getChildCount(object);
-  ztRoot_table()->destroy(object);
-}
-
-static void seeingMethods(SeeingMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, seeingDestroy);
-}
-
-ZT_DEFINE_CLASS(Seeing, ztRoot, seeingMethods)
-
-// A node that takes something over, and asks for its parent by an override that counts.
-#define Noting_FIELDS \
-  ztRoot_FIELDS       \
-  int32_t noted;
-#define Noting_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Noting)
-
-static int32_t parentsAskedFor;
-
-static int32_t notingCreate(void *object) {
-  static_cast<Noting *>(object)->noted = 0;
-  return ztRoot_table()->create(object);
-}
-
-static int32_t notingAssign(void *object, const void *other) {
-  static_cast<Noting *>(object)->noted = static_cast<const Noting *>(other)->noted;
-  return ztRoot_table()->assign(object, other);
-}
-
-static void *notingGetParent(const void *object) {
-  ++parentsAskedFor;
-  return ztRoot_table()->getParent(object);
-}
-
-static void notingMethods(NotingMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, notingCreate);
-  ZT_OVERRIDE_METHOD(methods, assign, notingAssign);
-  ZT_OVERRIDE_METHOD(methods, getParent, notingGetParent);
-}
-
-ZT_DEFINE_CLASS(Noting, ztRoot, notingMethods)
-
-static int32_t notedBy(const ztRoot *node) {
-  return reinterpret_cast<const Noting *>(node)->noted;
-}
-
 namespace {
 
 using DeepTree = ForestTest;
+
+int32_t parentsEnded;
+int32_t childrenSeen;
+int32_t parentsAskedFor;
+
+// A `destroy` of a host's, which counts the children that it finds.
+void seeingDestroy(void *object) {
+  ++parentsEnded;
+  childrenSeen += ztRoot_of(object)->getChildCount(object);
+  LiveNode_table()->destroy(object);
+}
 
 // Runs in a thread with a small stack.
 void onSmallStack(const std::function<void()> &work) {
@@ -96,7 +51,7 @@ void doEverything(int levels, ztCtor constructor) {
   EXPECT_EQ(copy->assign(copy, chain), 1);
   const Storage file;
   EXPECT_EQ(ztRoot_storeTree(chain, file), levels);
-  chain.release();
+  chain.end();
   const Loaded loaded(file);
   ASSERT_EQ(loaded.tops().size(), 1U);
   EXPECT_EQ(depthOf(loaded.tops()[0]), levels);
@@ -145,7 +100,7 @@ TEST_F(DeepTree, TellsOfEachEndBehindThoseBelow) {
   for (ztRoot *node : nodesOf(chain)) {
     on(node, "destroyed", [&](const ztRoot *dying) { ended.push_back(dying->uid); });
   }
-  chain.release();
+  chain.end();
   ASSERT_EQ(ended.size(), static_cast<size_t>(levels));
   for (int i = 0; i < levels; ++i) EXPECT_EQ(ended[static_cast<size_t>(i)], levels - i);
 }
@@ -158,7 +113,7 @@ TEST_F(DeepTree, EndsWhileSlotsChangeAnotherTree) {
   for (ztRoot *node : nodesOf(chain)) {
     on(node, "destroyed", [&](const ztRoot *dying) { newChild(grave, dying->uid, ztRoot_ctor); });
   }
-  chain.release();
+  chain.end();
   EXPECT_EQ(grave->getChildCount(grave), levels);
 }
 
@@ -166,25 +121,27 @@ TEST_F(DeepTree, EndsWhileSlotsChangeAnotherTree) {
 
 TEST_F(DeepTree, AHostsDestroyFindsItsChildrenAtEveryDepth) {
   constexpr int levels = 2000;
+  const Replaced destroy(oddNode().destroy, seeingDestroy);
   parentsEnded = childrenSeen = 0;
-  release(newChain(levels, Seeing_ctor));
+  release(newChain(levels, OddNode_ctor));
   EXPECT_EQ(parentsEnded, levels);
   EXPECT_EQ(childrenSeen, levels - 1);
 }
 
 TEST_F(DeepTree, AHostsDestroyFindsItsChildrenBelowNodesOfTheLibrarys) {
   const int levels = scale(300000);
+  const Replaced destroy(oddNode().destroy, seeingDestroy);
   Tree top("1", ztRoot_ctor);
   ztRoot *at = top;
   int hosts = 0;
   for (int32_t uid = 2; uid <= levels; ++uid) {
     const bool isHost = uid % (levels / 100) == 0;
     hosts += isHost;
-    at = newChild(at, uid, isHost ? Seeing_ctor : ztRoot_ctor);
+    at = newChild(at, uid, isHost ? OddNode_ctor : ztRoot_ctor);
   }
   newChild(at, 0, ztRoot_ctor);
   parentsEnded = childrenSeen = 0;
-  top.release();
+  top.end();
   EXPECT_EQ(parentsEnded, hosts);
   EXPECT_EQ(childrenSeen, hosts);
 }
@@ -192,8 +149,9 @@ TEST_F(DeepTree, AHostsDestroyFindsItsChildrenBelowNodesOfTheLibrarys) {
 TEST_F(DeepTree, OfAHostsNodesEndsWhereTheStackIsTooSmallForAll) {
   onSmallStack([] {
     constexpr int levels = 20000;
+    const Replaced destroy(oddNode().destroy, seeingDestroy);
     parentsEnded = childrenSeen = 0;
-    release(newChain(levels, Seeing_ctor));
+    release(newChain(levels, OddNode_ctor));
     EXPECT_EQ(parentsEnded, levels);
     EXPECT_GE(childrenSeen, 10);
     EXPECT_LT(childrenSeen, levels - 1) << "so many levels do not fit";
@@ -203,10 +161,10 @@ TEST_F(DeepTree, OfAHostsNodesEndsWhereTheStackIsTooSmallForAll) {
 // Those that survive keep what is below them, also below the last level that the stack reaches.
 TEST_F(DeepTree, OfAHostsNodesKeepsWhatSurvives) {
   onSmallStack([] {
-    Tree chain(newChain(3000, Seeing_ctor));
+    Tree chain(newChain(3000, LiveNode_ctor));
     const Tree kept(nodesOf(chain)[1999]);
     kept->ref(kept);
-    chain.release();
+    chain.end();
     EXPECT_EQ(countOf(kept), 2);
     EXPECT_EQ(depthOf(kept), 1001);
   });
@@ -231,15 +189,21 @@ TEST_F(DeepTree, IsCopiedThroughOverridesAsDeepAsTheStackAllowsOrNotAtAll) {
 }
 
 TEST_F(DeepTree, IsAssignedThroughOverridesAsDeepAsTheStackAllowsOrNotAtAll) {
+  const Replaced assign(oddNode().assign, [](void *node, const void *other) {
+    static_cast<LiveNode *>(node)->value = static_cast<const LiveNode *>(other)->value;
+    return ztRoot_table()->assign(node, other);
+  });
   onSmallStack([] {
     bool refused = false;
     for (int levels = 2; levels < 5000 && !refused; levels *= 2) {
-      const Tree node(newChain(levels, Noting_ctor));
-      const Tree source(newChain(levels, Noting_ctor));
-      for (ztRoot *at : nodesOf(source)) reinterpret_cast<Noting *>(at)->noted = 7;
+      const Tree node(newChain(levels, OddNode_ctor));
+      const Tree source(newChain(levels, OddNode_ctor));
+      for (ztRoot *at : nodesOf(source)) reinterpret_cast<LiveNode *>(at)->value = 7;
       // The uppermost is assigned by the base's, so that it stays as it is.
       refused = !ztRoot_table()->assign(node, source);
-      for (const ztRoot *at : nodesOf(firstChildOf(node))) ASSERT_EQ(notedBy(at), refused ? 0 : 7) << levels;
+      for (const ztRoot *at : nodesOf(firstChildOf(node))) {
+        ASSERT_EQ(reinterpret_cast<const LiveNode *>(at)->value, refused ? 0 : 7) << levels;
+      }
       if (refused) {
         EXPECT_GT(levels, 8);
       }
@@ -262,7 +226,11 @@ TEST_F(DeepTree, ThatLeadsBackIntoItselfIsNeitherCopiedNorAssigned) {
 // Building ------------------------------------------------------------------------------------------
 
 TEST_F(DeepTree, IsBuiltWithoutAskingAnybodyAboveWhereGetParentIsTheLibrarys) {
-  const Tree top("1", Noting_ctor);
+  const Replaced getParent(oddNode().getParent, [](const void *node) {
+    ++parentsAskedFor;
+    return ztRoot_table()->getParent(node);
+  });
+  const Tree top("1", OddNode_ctor);
   ztRoot *at = newChild(top, 2, ztRoot_ctor);
   parentsAskedFor = 0;
   for (int32_t uid = 3; uid < 100; ++uid) {

@@ -252,7 +252,7 @@ TEST_F(ztRootSignals, OfItsEndFindANodeThatTakesNoChildrenAndNoParent) {
     EXPECT_EQ(parentOf(child), nullptr);
     EXPECT_EQ(nameOf(child), "");
   });
-  node.release();
+  node.end();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(shapeOf(other), "3");
   EXPECT_EQ(countOf(other), 1);
@@ -266,7 +266,7 @@ TEST_F(ztRootEnds, ComeFromBelowAndAreToldOnce) {
   for (int32_t uid = 1; uid <= 6; ++uid) {
     on(top[uid], "destroyed", [&ended](const ztRoot *dying) { ended.push_back(dying->uid); });
   }
-  top.release();
+  top.end();
   EXPECT_EQ(ended, (Numbers{3, 4, 2, 6, 5, 1}));
 }
 
@@ -281,7 +281,7 @@ TEST_F(ztRootEnds, AreSurvivedByAChildWithFurtherReferences) {
   Tree parent("1(2(3))");
   const Tree child(parent[2]);
   child->ref(child);
-  parent.release();
+  parent.end();
   EXPECT_EQ(parentOf(child), nullptr);
   EXPECT_EQ(child.fields().parentUid, 0);
   EXPECT_EQ(countOf(child), 2);
@@ -343,7 +343,7 @@ TEST_F(ztRootEnds, OfManyLevelsNeedNoStack) {
 
 TEST_F(ztRootEnds, OfAParentAreThoseOfANodeThatAHostPutIntoItsList) {
   const Tree parent("1");
-  putIntoList(parent, Tree("2(3)").handOver());
+  putIntoList(parent, Tree("2(3)").release());
   newChild(parent, 4);
 }
 
@@ -356,7 +356,7 @@ TEST_F(ztRootEnds, OfManyLevelsReleaseOnlyWhatIsTheirs) {
   const Tree kept(newChild(at, 1001));
   newChild(kept, 1002);
   kept->ref(kept);
-  putIntoList(at, Tree("1003(1004)").handOver());
+  putIntoList(at, Tree("1003(1004)").release());
   const Tree leaving(newChild(at, 1005));
   newChild(leaving, 1006);
   on(at, "childDeleted", [&](const ztRoot *) { release(top); });
@@ -379,7 +379,7 @@ TEST_F(ztRootEnds, OfManyLevelsMayBeChangedBySlots) {
     addChild(refuge, chain[1500]);
     release(chain[1000]);
   });
-  top.release();
+  top.end();
   EXPECT_EQ(childrenOf(refuge), Nodes{chain[1500]});
   EXPECT_EQ(depthOf(chain[1500]), levels - 1 - 1500);
   releaseDownTo(2, chain[1500]);

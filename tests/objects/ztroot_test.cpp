@@ -11,15 +11,7 @@
 #include <cstring>
 #include <set>
 
-// A class of the host that says nothing of properties, and one that declares its own.
-#define Quiet_FIELDS ztRoot_FIELDS
-#define Quiet_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Quiet)
-
-static void quietMethods(QuietMethods *) {}
-
-ZT_DEFINE_CLASS(Quiet, ztRoot, quietMethods)
-
+// A class of the host's that declares a property.
 #define Weighty_FIELDS \
   ztRoot_FIELDS        \
   int32_t weight;
@@ -30,24 +22,17 @@ static int32_t weightyGetWeight(const void *object) {
   return static_cast<const Weighty *>(object)->weight;
 }
 
-static void weightySetWeight(void *object, int32_t weight) {
-  static_cast<Weighty *>(object)->weight = weight;
-}
-
 static int32_t weightyInitProperties(ztClass *klass) {
+  const auto setWeight = [](void *object, int32_t weight) {
+    static_cast<Weighty *>(object)->weight = weight;
+  };
   const auto *methods = static_cast<const WeightyMethods *>(klass->methodTable);
-  return methods->addProperty(klass, "weight", "ztInt", getterOf(weightyGetWeight),
-                              setterOf(weightySetWeight), nullptr, nullptr);
-}
-
-// An identifier of its own making, which everything is to ask for.
-static int32_t weightyGetUid(const void *object) {
-  return static_cast<const Weighty *>(object)->uid + 1000;
+  return methods->addProperty(klass, "weight", "ztInt", getterOf(weightyGetWeight), setterOf(setWeight),
+                              nullptr, nullptr);
 }
 
 static void weightyMethods(WeightyMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, initProperties, weightyInitProperties);
-  ZT_OVERRIDE_METHOD(methods, getUid, weightyGetUid);
 }
 
 ZT_DEFINE_CLASS(Weighty, ztRoot, weightyMethods)
@@ -75,11 +60,11 @@ TEST_F(ztRootTest, IsDetachedAndEmptyWhenItIsNew) {
 
 TEST_F(ztRootTest, HasItsClassAndACounterOfAllNodesForAName) {
   const Tree first(ztRoot_ctor(nullptr, 1));
-  const Tree second(Quiet_ctor(nullptr, 1));
+  const Tree second(LiveNode_ctor(nullptr, 1));
   const Tree third(ztRoot_ctor(nullptr, 1));
   ASSERT_EQ(nameOf(first).substr(0, 7), "ztRoot_");
   const int number = atoi(nameOf(first).c_str() + 7);
-  EXPECT_EQ(nameOf(second), std::string("Quiet_").append(std::to_string(number + 1)));
+  EXPECT_EQ(nameOf(second), std::string("LiveNode_").append(std::to_string(number + 1)));
   EXPECT_EQ(nameOf(third), std::string("ztRoot_").append(std::to_string(number + 2)));
   HostProcess host;
   EXPECT_EQ(host.run("node_names"), 0) << "counted from zero" << host.output();
@@ -190,7 +175,8 @@ TEST_F(ztRootTest, GivesTheParentAReferenceAndTheChildTheParentsUid) {
 }
 
 TEST_F(ztRootTest, AsksForTheParentsUidThroughTheMethodTable) {
-  const Tree parent("5", Weighty_ctor);
+  const Tree parent("5", OddNode_ctor);
+  const Replaced getUid(oddNode().getUid, [](const void *) { return 1005; });
   EXPECT_EQ(newChild(parent, 1)->parentUid, 1005);
 }
 
@@ -331,26 +317,12 @@ TEST_F(ztRootTest, FindsNoChildById) {
   }
 }
 
-// A node whose identifier is not told: who asks for it is left with a longjmp.
-#define Secretive_FIELDS ztRoot_FIELDS
-#define Secretive_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Secretive)
-
 static jmp_buf beforeTheQuestion;
 
-static int32_t secretiveGetUid(const void *) {
-  longjmp(beforeTheQuestion, 1);
-}
-
-static void secretiveMethods(SecretiveMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, getUid, secretiveGetUid);
-}
-
-ZT_DEFINE_CLASS(Secretive, ztRoot, secretiveMethods)
-
 TEST_F(ztRootTest, StaysDetachedWhenALongjmpOfTheParentsLeavesSetParent) {
-  const Tree parent("1", Secretive_ctor);
-  const Tree child("2", ztRoot_ctor);
+  const Tree parent("1", OddNode_ctor);
+  const Tree child("2");
+  const Replaced getUid(oddNode().getUid, [](const void *) -> int32_t { longjmp(beforeTheQuestion, 1); });
   if (setjmp(beforeTheQuestion) == 0) {
     setParent(child, parent);
     ADD_FAILURE() << "the parent was not asked";
@@ -361,37 +333,10 @@ TEST_F(ztRootTest, StaysDetachedWhenALongjmpOfTheParentsLeavesSetParent) {
   EXPECT_EQ(parent->getChildCount(parent), 0);
 }
 
-// A node that knows a child of any identifier, and one that ends what it is attached to.
-#define Knowing_FIELDS LiveNode_FIELDS
-#define Knowing_METHODS LiveNode_METHODS
-ZT_DECLARE_CLASS(Knowing)
-#define Ruinous_FIELDS LiveNode_FIELDS
-#define Ruinous_METHODS LiveNode_METHODS
-ZT_DECLARE_CLASS(Ruinous)
-
-static void *knowingFindChildById(const void *object, int32_t) {
-  return const_cast<void *>(object);
-}
-
-static void knowingMethods(KnowingMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, findChildById, knowingFindChildById);
-}
-
-static int32_t ruinousSetParent(void *object, void *parent) {
-  const int32_t result = ztRoot_table()->setParent(object, parent);
-  if (parent != nullptr) release(parent);
-  return result;
-}
-
-static void ruinousMethods(RuinousMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, setParent, ruinousSetParent);
-}
-
-ZT_DEFINE_CLASS(Knowing, LiveNode, knowingMethods)
-ZT_DEFINE_CLASS(Ruinous, LiveNode, ruinousMethods)
-
 TEST_F(ztRootTest, AddsNoChildWhoseUidIsFound) {
-  const Tree parent("1", Knowing_ctor);
+  const Tree parent("1", OddNode_ctor);
+  const Replaced find(oddNode().findChildById,
+                      [](const void *node, int32_t) { return const_cast<void *>(node); });
   const Tree child("2");
   on(parent, "childAdded", [](const ztRoot *) { ADD_FAILURE() << "nothing was added"; });
   addChild(parent, child);
@@ -401,7 +346,12 @@ TEST_F(ztRootTest, AddsNoChildWhoseUidIsFound) {
 
 TEST_F(ztRootTest, AnnouncesNothingWhenItEndsMeanwhile) {
   ztRoot *parent = newNode(1);
-  const Tree child("2", Ruinous_ctor);
+  const Tree child("2", OddNode_ctor);
+  const Replaced method(oddNode().setParent, [](void *node, void *given) {
+    const int32_t result = ztRoot_table()->setParent(node, given);
+    if (given != nullptr) release(given);
+    return result;
+  });
   child->ref(child);
   on(parent, "childAdded", [](const ztRoot *) { ADD_FAILURE() << "there is nobody to tell of it"; });
   addChild(parent, child);
@@ -411,19 +361,18 @@ TEST_F(ztRootTest, AnnouncesNothingWhenItEndsMeanwhile) {
 
 TEST_F(ztRootTest, WritesNullIntoTheReservedWordsOfTheClass) {
   static char mark;
-  auto *table = static_cast<LiveNodeMethods *>(LiveNodeClass_Instance()->methodTable);
-  const Tree parent("1");
+  const Tree parent("1", OddNode_ctor);
   const Tree child("2");
-  table->reserved1 = &mark;
-  table->reserved2 = &mark;
+  OddNodeMethods &methods = oddNode();
+  methods.reserved1 = methods.reserved2 = &mark;
   addChild(parent, child);
-  EXPECT_EQ(table->reserved1, nullptr);
-  EXPECT_EQ(table->reserved2, &mark);
-  table->reserved1 = &mark;
+  EXPECT_EQ(methods.reserved1, nullptr);
+  EXPECT_EQ(methods.reserved2, &mark);
+  methods.reserved1 = &mark;
   deleteChild(parent, child);
-  EXPECT_EQ(table->reserved1, &mark);
-  EXPECT_EQ(table->reserved2, nullptr);
-  table->reserved1 = nullptr;
+  EXPECT_EQ(methods.reserved1, &mark);
+  EXPECT_EQ(methods.reserved2, nullptr);
+  methods.reserved1 = nullptr;
 }
 
 // The record --------------------------------------------------------------------------------------
@@ -485,23 +434,9 @@ TEST_F(ztRootTest, CutsAStoredNameWithoutEnd) {
                2);
 }
 
-// A file that reports an error by a negative number.
-#define Negative_FIELDS ztFile_FIELDS
-#define Negative_METHODS ztFile_METHODS
-ZT_DECLARE_CLASS(Negative)
-
-static int32_t negativeReadInt(void *, int32_t *) {
-  return -1;
-}
-
-static void negativeMethods(NegativeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, readInt, negativeReadInt);
-}
-
-ZT_DEFINE_CLASS(Negative, ztFile, negativeMethods)
-
 TEST_F(ztRootTest, IsNotReadFromAFileThatGivesANegativeResult) {
-  const Storage file(Negative_ctor, std::string(200, 'x'));
+  const Storage file(OddFile_ctor, std::string(200, 'x'));
+  const Replaced readInt(oddFile().readInt, [](void *, int32_t *) { return -1; });
   const Tree node("1");
   EXPECT_EQ(ztRoot_table()->read(node, file), 0);
   void *link = ztLink_ctor(nullptr, 1);
@@ -555,10 +490,10 @@ TEST_F(ztRootTest, HasItsIdentifierAndItsNameForProperties) {
 TEST_F(ztRootTest, HandsItsPropertiesToSubclassesWhoseOwnComeBehind) {
   const std::vector<std::string> own = {"refCount", "uniqueID", "name"};
   EXPECT_EQ(propertyNames(ztRoot_ctor), own);
-  EXPECT_EQ(propertyNames(Quiet_ctor), own);
+  EXPECT_EQ(propertyNames(LiveNode_ctor), own);
   EXPECT_EQ(propertyNames(Weighty_ctor),
             (std::vector<std::string>{"refCount", "uniqueID", "name", "weight"}));
-  const Tree quiet(Quiet_ctor(nullptr, 1));
+  const Tree quiet(LiveNode_ctor(nullptr, 1));
   EXPECT_EQ(quiet->setProperty(quiet, "uniqueID", "ztInt", 12), 1);
   EXPECT_EQ(quiet->getUid(quiet), 12);
   const Tree weighty(Weighty_ctor(nullptr, 1));

@@ -141,6 +141,6 @@ TEST_F(StoredPlaces, OfIdentifiersThatWereChosenToMeetInATableComeBackInTime) {
   }
   const Storage file;
   ASSERT_EQ(ztRoot_storeTree(top, file), made + 1);
-  top.release();
+  top.end();
   EXPECT_EQ(Loaded(file).counts(), (Numbers{made + 1, 0, 0, 0}));
 }

@@ -10,88 +10,11 @@
 #include <numeric>
 #include <random>
 
-// A node that takes no parent.
-#define Proud_FIELDS LiveNode_FIELDS
-#define Proud_METHODS LiveNode_METHODS
-ZT_DECLARE_CLASS(Proud)
-
-static int32_t proudSetParent(void *, void *) {
-  return 0;
-}
-
-static void proudMethods(ProudMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, setParent, proudSetParent);
-}
-
-ZT_DEFINE_CLASS(Proud, LiveNode, proudMethods)
-
-// A node that says it took its parent and did not.
-#define Feigning_FIELDS LiveNode_FIELDS
-#define Feigning_METHODS LiveNode_METHODS
-ZT_DECLARE_CLASS(Feigning)
-
-static int32_t feigningSetParent(void *, void *) {
-  return 1;
-}
-
-static void feigningMethods(FeigningMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, setParent, feigningSetParent);
-}
-
-ZT_DEFINE_CLASS(Feigning, LiveNode, feigningMethods)
-
-// A file that knows where it stands and cannot go to its end, or not back from there.
-#define OneWayFile_FIELDS ztFile_FIELDS
-#define OneWayFile_METHODS ztFile_METHODS
-ZT_DECLARE_CLASS(OneWayFile)
-
-static bool reachesItsEnd;
-
-static int32_t oneWayGoToEnd(void *file) {
-  return reachesItsEnd ? ztFile_table()->goToEnd(file) : -1;
-}
-
-static int32_t oneWayGoToAbs(void *, int64_t) {
-  return -1;
-}
-
-static void oneWayMethods(OneWayFileMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, goToEnd, oneWayGoToEnd);
-  ZT_OVERRIDE_METHOD(methods, goToAbs, oneWayGoToAbs);
-}
-
-ZT_DEFINE_CLASS(OneWayFile, ztFile, oneWayMethods)
-
-// An array that has no room for more, or does not make any.
-#define FullArray_FIELDS ztPtrArray_FIELDS
-#define FullArray_METHODS ztPtrArray_METHODS
-ZT_DECLARE_CLASS(FullArray)
-
-static int32_t sizeOfTheFull;
-
-static int32_t fullGetSize(const void *) {
-  return sizeOfTheFull;
-}
-
-static int32_t fullResize(void *, int32_t) {
-  return 0;
-}
-
-static void fullMethods(FullArrayMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, getSize, fullGetSize);
-  ZT_OVERRIDE_METHOD(methods, resize, fullResize);
-}
-
-ZT_DEFINE_CLASS(FullArray, ztPtrArray, fullMethods)
-
-// A class by which a record says that it is no node.
-#define Stranger_FIELDS ztObject_FIELDS
-#define Stranger_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(Stranger)
-
-static void strangerMethods(StrangerMethods *) {}
-
-ZT_DEFINE_CLASS(Stranger, ztObject, strangerMethods)
+// An array of which tests replace methods.
+#define OddArray_FIELDS ztPtrArray_FIELDS
+#define OddArray_METHODS ztPtrArray_METHODS
+ZT_DECLARE_CLASS(OddArray)
+ZT_DEFINE_CLASS(OddArray, ztPtrArray, noMethods)
 
 namespace {
 
@@ -182,7 +105,7 @@ TEST_F(StoredTree, BearsThePresentUidOfTheNodeAbove) {
 TEST_F(StoredTree, MayBeACopy) {
   Tree top(sample);
   const Tree copy(newCopy(top));
-  top.release();
+  top.end();
   const Storage file;
   EXPECT_EQ(ztRoot_storeTree(copy, file), 6);
   EXPECT_EQ(firstChildOf(copy)->parentUid, -1);
@@ -206,7 +129,7 @@ TEST_F(StoredTree, MayBeANodeThatIsBeingDestroyed) {
   const Storage file;
   int32_t stored = 0;
   on(node, "destroyed", [&](const ztRoot *dying) { stored = ztRoot_storeTree(dying, file); });
-  node.release();
+  node.end();
   EXPECT_EQ(stored, 1) << "its children went before it";
   EXPECT_EQ(file.bytes().size(), recordSize);
 }
@@ -358,16 +281,17 @@ TEST_F(LoadedTree, MayComeFromAPipe) {
 }
 
 TEST_F(LoadedTree, IsReadOnUntilAFileThatDoesNotTellItsEndHasNoMore) {
-  reachesItsEnd = false;
-  EXPECT_EQ(Loaded(Storage(OneWayFile_ctor, sampleBytes())).shapes(), sample);
+  const Replaced goToEnd(oddFile().goToEnd, [](void *) { return -1; });
+  const Replaced goToAbs(oddFile().goToAbs, [](void *, int64_t) { return -1; });
+  EXPECT_EQ(Loaded(Storage(OddFile_ctor, sampleBytes())).shapes(), sample);
   std::string unknown = record(2, 1);
   unknown.replace(0, 8, "NotKnown");
-  EXPECT_EQ(Loaded(Storage(OneWayFile_ctor, record(1, -1) + unknown + record(3, 1))).result, 0);
+  EXPECT_EQ(Loaded(Storage(OddFile_ctor, record(1, -1) + unknown + record(3, 1))).result, 0);
 }
 
 TEST_F(LoadedTree, IsNoneWhenTheFileDoesNotComeBackFromItsEnd) {
-  reachesItsEnd = true;
-  const Loaded loaded(Storage(OneWayFile_ctor, sampleBytes()));
+  const Replaced goToAbs(oddFile().goToAbs, [](void *, int64_t) { return -1; });
+  const Loaded loaded(Storage(OddFile_ctor, sampleBytes()));
   EXPECT_EQ(loaded.result, 0);
   EXPECT_EQ(loaded.counts()[0], 0);
 }
@@ -422,7 +346,7 @@ TEST_F(LoadedTree, OfATextThatEndsTooEarlyLeavesNothing) {
 
 TEST_F(LoadedTree, IsNoneWithARecordOfAnotherClass) {
   const Storage strange;
-  void *stranger = Stranger_ctor(nullptr, 1);
+  void *stranger = ztObject_ctor(nullptr, 1);
   ASSERT_EQ(ztBaseClass_functions()->classWrite(nullptr, stranger, strange), 1);
   release(stranger);
   std::string unknown = record(2, 1);
@@ -439,8 +363,12 @@ TEST_F(LoadedTree, IsNoneWithANodeThatRefusesItsParent) {
   void *roots = ztPtrArray_ctor(nullptr, 1);
   static char other;
   ztPtrArray_of(roots)->pushBack(roots, &other);
-  for (const ztCtor constructor : {Proud_ctor, Feigning_ctor}) {
-    const Storage file(ztFile_ctor, record(1, -1) + record(2, 1) + record(3, 2, constructor) + record(4, 3));
+  const Storage file(ztFile_ctor, record(1, -1) + record(2, 1) + record(3, 2, OddNode_ctor) + record(4, 3));
+  int32_t (*const refusals[])(void *, void *) = {[](void *, void *) { return 0; },
+                                                 [](void *, void *) { return 1; }};  // which feigns
+  for (const auto &refusal : refusals) {
+    const Replaced setParent(oddNode().setParent, refusal);
+    file->goToBegin(file);
     EXPECT_EQ(ztRoot_loadTree(file, -1, roots, nullptr), 0);
     EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
   }
@@ -448,9 +376,13 @@ TEST_F(LoadedTree, IsNoneWithANodeThatRefusesItsParent) {
 }
 
 TEST_F(LoadedTree, IsNoneWhereTheRootsHaveNoPlace) {
-  void *roots = FullArray_ctor(nullptr, 1);
-  for (const int32_t size : {0, INT32_MAX}) {
-    sizeOfTheFull = size;
+  void *roots = OddArray_ctor(nullptr, 1);
+  auto *methods = static_cast<OddArrayMethods *>(ztOOP_classOf(roots)->methodTable);
+  const Replaced resize(methods->resize, [](void *, int32_t) { return 0; });
+  int32_t (*const sizes[])(const void *) = {ztPtrArray_table()->getSize,
+                                            [](const void *) { return INT32_MAX; }};
+  for (const auto &size : sizes) {
+    const Replaced getSize(methods->getSize, size);
     ztTreeReport report;
     EXPECT_EQ(ztRoot_loadTree(Storage(ztFile_ctor, sampleBytes()), -1, roots, &report), 0);
     EXPECT_EQ(report.nodes, 6);
@@ -487,7 +419,7 @@ TEST_F(LoadedTree, MayBeALongChainInAnyOrder) {
     } else {
       ASSERT_EQ(ztRoot_storeTree(top, file), levels);
     }
-    top.release();
+    top.end();
     const Loaded loaded(file);
     EXPECT_EQ(loaded.counts(), (Numbers{levels, 0, 0, 0}));
     ASSERT_EQ(loaded.tops().size(), 1U);

@@ -15,30 +15,6 @@
 #include <algorithm>
 #include <filesystem>
 
-// A node that does something when it is stored, and tells what a test wants when it was read.
-#define Meddling_FIELDS ztRoot_FIELDS
-#define Meddling_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Meddling)
-
-static std::function<int32_t(const void *node, void *file)> meddle;
-
-static int32_t meddlingWrite(const void *object, void *file) {
-  return meddle(object, file);
-}
-
-static int32_t resultOfReading = 1;
-
-static int32_t meddlingRead(void *object, void *file) {
-  return ztRoot_table()->read(object, file) ? resultOfReading : 0;
-}
-
-static void meddlingMethods(MeddlingMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, read, meddlingRead);
-  ZT_OVERRIDE_METHOD(methods, write, meddlingWrite);
-}
-
-ZT_DEFINE_CLASS(Meddling, ztRoot, meddlingMethods)
-
 namespace {
 
 using Names = std::vector<std::string>;
@@ -73,6 +49,9 @@ std::string nameOfForm(const testing::TestParamInfo<bool> &test) {
   return test.param ? "Text" : "Binary";
 }
 
+// What the `write` of an OddNode does.
+std::function<int32_t(const void *node, void *file)> meddle;
+
 class TreeFile : public ForestTest, public testing::WithParamInterface<bool> {
  protected:
   // Saves the sample, and expects that to do.
@@ -92,6 +71,8 @@ class TreeFile : public ForestTest, public testing::WithParamInterface<bool> {
   const std::string path = folder.path("tree.zt");
   const bool isText = GetParam();
   const ztCtor constructor = isText ? ztTextFile_ctor : ztFile_ctor;
+  const Replaced<int32_t (*)(const void *, void *)> write{
+      oddNode().write, [](const void *node, void *file) { return meddle(node, file); }};
 };
 
 }  // namespace
@@ -206,17 +187,17 @@ TEST_P(TreeFile, StaysWhereANodeIsNotWritten) {
   saveSample();
   const std::string before = contentsOf(path);
   const Tree top("1");
-  newChild(top, 2, Meddling_ctor);
+  newChild(top, 2, OddNode_ctor);
   const std::function<int32_t(const void *, void *)> waysToFail[] = {
       [](const void *, void *) { return 0; },
       [](const void *, void *) { return -1; },  // what a text file's primitives give
       [](const void *node, void *file) {
         ztFile_of(file)->close(file);
-        return ztRoot_table()->write(node, file);
+        return LiveNode_table()->write(node, file);
       },
       [](const void *node, void *file) {
         ztFile_of(file)->close(file);
-        ztRoot_table()->write(node, file);
+        LiveNode_table()->write(node, file);
         return 1;
       },
   };
@@ -272,12 +253,12 @@ TEST_P(TreeFile, StaysWhereANodesWriteLeavesTheSaveAndAnotherSaveReplacesIt) {
     saveSample();
     const std::string before = contentsOf(path);
     const Tree top("1(2)");
-    newChild(top, 3, Meddling_ctor);
+    newChild(top, 3, OddNode_ctor);
     EXPECT_TRUE(isDoneElsewhere([&] {
       for (int i = 0; i < 3; ++i) {
         if (!isSaveLeft(top, path, isText, byException) || contentsOf(path) != before) return false;
       }
-      meddle = ztRoot_table()->write;
+      meddle = LiveNode_table()->write;
       return ztRoot_saveTree(top, path.c_str(), isText) == 3;
     }));
     EXPECT_EQ(shapesIn(path), "1(2 3)");
@@ -326,11 +307,11 @@ TEST_P(TreeFile, ThatTwoProcessesSaveAtOnceIsAlwaysTheWholeTreeOfOne) {
 }
 
 TEST_P(TreeFile, GivesTheNodesAFileObjectOfItsForm) {
-  const Tree node("1", Meddling_ctor);
+  const Tree node("1", OddNode_ctor);
   meddle = [this](const void *object, void *file) {
     EXPECT_TRUE(ztOOP_isClass(file, isText ? "ztTextFile" : "ztFile"));
     EXPECT_EQ(ztFile_of(file)->getFileName(file), path);
-    return ztRoot_table()->write(object, file);
+    return LiveNode_table()->write(object, file);
   };
   EXPECT_EQ(ztRoot_saveTree(node, path.c_str(), isText), 1);
   EXPECT_EQ(shapesIn(path), "1");
@@ -338,12 +319,12 @@ TEST_P(TreeFile, GivesTheNodesAFileObjectOfItsForm) {
 
 TEST_P(TreeFile, SavedWithinASaveIsNeverMixed) {
   const Tree top("1");
-  newChild(top, 2, Meddling_ctor);
+  newChild(top, 2, OddNode_ctor);
   newChild(top, 3);
   meddle = [this](const void *object, void *file) {
     EXPECT_EQ(save(otherSample, path, isText), 6);
     EXPECT_EQ(shapesIn(path), otherSample);
-    return ztRoot_table()->write(object, file);
+    return LiveNode_table()->write(object, file);
   };
   EXPECT_EQ(ztRoot_saveTree(top, path.c_str(), isText), 3);
   EXPECT_EQ(shapesIn(path), "1(2 3)") << "the last one's stays";
@@ -392,13 +373,14 @@ TEST_P(TreeFile, MixedOfTwoIsNone) {
 
 TEST_P(TreeFile, OfANodeThatIsNotReadIsNone) {
   const Tree top("1");
-  newChild(top, 2, Meddling_ctor);
-  meddle = ztRoot_table()->write;
+  newChild(top, 2, OddNode_ctor);
+  meddle = LiveNode_table()->write;
   ASSERT_EQ(ztRoot_saveTree(top, path.c_str(), isText), 2);
-  for (const int32_t result : {0, -1, 1}) {
-    resultOfReading = result;
-    EXPECT_EQ(shapesIn(path), result == 1 ? "1(2)" : "none") << result;
-  }
+  EXPECT_EQ(shapesIn(path), "1(2)");
+  static int32_t result;
+  const Replaced read(oddNode().read,
+                      [](void *node, void *file) { return LiveNode_table()->read(node, file) ? result : 0; });
+  for (result = -1; result <= 1; ++result) EXPECT_EQ(shapesIn(path), result == 1 ? "1(2)" : "none") << result;
 }
 
 TEST_P(TreeFile, ThatIsNoRegularFileIsNone) {
