@@ -1,6 +1,6 @@
 // Objects that end while others do.
 #include "tests/helpers/scale.hh"
-#include "tests/objects/listeners.hh"
+#include "tests/objects/tree_nodes.hh"
 
 #include <gtest/gtest.h>
 
@@ -17,17 +17,8 @@ int32_t emit(const void *object) {
   return ztObject_emit(const_cast<void *>(object), changed, 0);
 }
 
-std::vector<std::vector<size_t>> permutationsOfFour() {
-  std::vector<std::vector<size_t>> all;
-  std::vector<size_t> order = {0, 1, 2, 3};
-  do {
-    all.push_back(order);
-  } while (std::next_permutation(order.begin(), order.end()));
-  return all;
-}
-
 // Three listeners, of which those that a test did not end are released.
-class Ends : public testing::Test {
+class Ends : public ListenerTest {
  protected:
   // Slots are called in the order of their receivers' addresses: so `early` learns of an end before `late`.
   Ends() : emitter(newListener()), early(newListener()), late(newListener()) {
@@ -37,7 +28,6 @@ class Ends : public testing::Test {
     for (Listener *left : {emitter, early, late}) {
       if (left != nullptr) release(left);
     }
-    EXPECT_EQ(listenersLive, 0);
   }
 
   static void end(Listener *&listener) {
@@ -54,16 +44,14 @@ class Ends : public testing::Test {
   Listener *emitter;
   Listener *early;
   Listener *late;
-
- private:
-  const Diary empty;
 };
 
-// A class whose `destroy` emits when the parent's has run.
+// A `destroy` that emits when the parent's has run.
 int32_t lateEmissions;
 
 void lastWordsDestroy(void *object) {
   ztObject_table()->destroy(object);
+  --listenersLive;
   const ztObjectMethods *methods = ztObject_of(object);
   lateEmissions += emit(object) + ztObject_emit(object, "destroyed", 0);
   EXPECT_EQ(methods->addSignal(ztOOP_classOf(object), object, changed, 1), nullptr);
@@ -73,16 +61,6 @@ void lastWordsDestroy(void *object) {
 }
 
 }  // namespace
-
-#define LastWords_FIELDS ztObject_FIELDS
-#define LastWords_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(LastWords)
-
-static void lastWordsMethods(LastWordsMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, lastWordsDestroy);
-}
-
-ZT_DEFINE_CLASS(LastWords, ztObject, lastWordsMethods)
 
 TEST_F(Ends, APeerThatEndsAfterItWasToldOfTheEmittersIsNotCalledByIt) {
   connect(changed, early, diarySlot<0>());
@@ -134,7 +112,8 @@ TEST_F(Ends, APeerThatEndsInTheBlockedSilenceOfItsOwnSignalIsNotCalled) {
 }
 
 TEST_F(Ends, FourThatEndInsideEachOtherCallNobodyWhoIsGone) {
-  for (const std::vector<size_t> &order : permutationsOfFour()) {
+  std::vector<size_t> order = {0, 1, 2, 3};
+  do {
     Listener *objects[] = {newListener(), newListener(), newListener(), newListener()};
     std::sort(std::begin(objects), std::end(objects));
     for (Listener *sender : objects) {
@@ -161,7 +140,7 @@ TEST_F(Ends, FourThatEndInsideEachOtherCallNobodyWhoIsGone) {
     EXPECT_EQ(gone.size(), order.size() - 1);
     EXPECT_EQ(listenersLive, 3);
     reaction = nullptr;
-  }
+  } while (std::next_permutation(order.begin(), order.end()));
 }
 
 TEST_F(Ends, AnEmitterThatIsReleasedByAPeerItReleasesEndsOnce) {
@@ -240,11 +219,13 @@ TEST_F(Ends, AnEmbeddedObjectMayBeReleasedByTheSlotsOfItsEnd) {
 }
 
 TEST_F(Ends, WhatEmitsBehindItsParentsEndReachesNobody) {
-  lateEmissions = 0;
-  void *last = LastWords_ctor(nullptr, 1);
-  connectTo(last, changed, early, diarySlot<0>());
-  connectTo(last, "destroyed", late, diarySlot<1>());
-  release(last);
+  connect(changed, early, diarySlot<0>());
+  connect("destroyed", late, diarySlot<1>());
+  {
+    auto *methods = static_cast<ListenerMethods *>(ListenerClass_Instance()->methodTable);
+    const Replaced destroy(methods->destroy, lastWordsDestroy);
+    end(emitter);
+  }
   EXPECT_EQ(lateEmissions, 0);
   EXPECT_EQ(diary.size(), 1U);
 }

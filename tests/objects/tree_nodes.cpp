@@ -1,6 +1,5 @@
 #include "tests/objects/tree_nodes.hh"
 
-#include "containers/ztarrays.h"
 #include "core/ztmem.h"
 
 #include <gtest/gtest.h>

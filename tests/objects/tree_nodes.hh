@@ -2,7 +2,9 @@
 #ifndef ZT_TESTS_TREE_NODES_HH
 #define ZT_TESTS_TREE_NODES_HH
 
+#include "containers/ztarrays.h"
 #include "objects/ztroot.h"
+#include "tests/helpers/owned.hh"
 #include "tests/helpers/storage.hh"
 #include "tests/objects/listeners.hh"
 
@@ -55,6 +57,8 @@ class Replaced {
 extern const ztCtor longNamedCtor;
 
 using Nodes = std::vector<ztRoot *>;
+using File = Owned<ztFile, ztFileMethods>;
+using Pointers = Owned<ztPtrArray, ztPtrArrayMethods>;
 using Numbers = std::vector<int32_t>;
 
 // A test of trees, at whose end all LiveNode objects have to be gone.

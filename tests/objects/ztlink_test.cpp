@@ -31,27 +31,11 @@ namespace {
 using ztLinkTest = ForestTest;
 
 // A link that goes with its scope.
-class Link {
+class Link : public Owned<ztLink, ztLinkMethods> {
  public:
-  explicit Link(int32_t id, ztCtor constructor = ztLink_ctor)
-      : link(static_cast<ztLink *>(constructor(nullptr, 1))) {
-    link->targetId = id;
+  explicit Link(int32_t id, ztCtor constructor = ztLink_ctor) : Owned(constructor) {
+    fields().targetId = id;
   }
-  ~Link() {
-    release(link);
-  }
-  Link(const Link &) = delete;
-  Link &operator=(const Link &) = delete;
-
-  operator ztLink *() const {
-    return link;
-  }
-  ztLink *operator->() const {
-    return link;
-  }
-
- private:
-  ztLink *link;
 };
 
 // Links in an array that goes with the test.
@@ -79,8 +63,6 @@ class ztLinkArrayTest : public ForestTest {
 };
 
 }  // namespace
-
-// A link ------------------------------------------------------------------------------------------
 
 TEST_F(ztLinkTest, IsUnsetWhenItIsNew) {
   for (void *object : {ztLink_ctor(nullptr, 1), ztNewFromName("ztLink")}) {
@@ -114,13 +96,11 @@ TEST_F(ztLinkTest, IsCopiedWithItsIdentifierAndUnresolved) {
   const Tree node("5");
   const Link link(5);
   ASSERT_EQ(ztLink_resolve(link, node), 1);
-  auto *copy = static_cast<ztLink *>(ztLink_newop());
-  EXPECT_EQ(ztLink_table()->clone(link, copy), copy);
-  EXPECT_EQ(copy->targetId, 5);
-  EXPECT_EQ(copy->target, nullptr);
-  EXPECT_EQ(link->target, node);
-  EXPECT_EQ(ztLink_table()->clone(link, nullptr), nullptr);
-  release(copy);
+  const auto copy = link.copy();
+  EXPECT_EQ(copy.fields().targetId, 5);
+  EXPECT_EQ(copy.fields().target, nullptr);
+  EXPECT_EQ(link.fields().target, node);
+  EXPECT_EQ(link->clone(link, nullptr), nullptr);
 }
 
 TEST_F(ztLinkTest, StoresItsIdentifierAlone) {
@@ -130,13 +110,13 @@ TEST_F(ztLinkTest, StoresItsIdentifierAlone) {
     for (const auto &[constructor, bytes] : forms) {
       const Storage file(constructor);
       const Link link(id);
-      EXPECT_EQ(ztLink_table()->write(link, file), 1);
+      EXPECT_EQ(link->write(link, file), 1);
       EXPECT_EQ(file.bytes(), bytes);
       const Link read(77);
-      read->target = link;
-      EXPECT_EQ(ztLink_table()->read(read, file), 1);
-      EXPECT_EQ(read->targetId, id);
-      EXPECT_EQ(read->target, link) << "reading leaves the target as it is";
+      read.fields().target = link;
+      EXPECT_EQ(read->read(read, file), 1);
+      EXPECT_EQ(read.fields().targetId, id);
+      EXPECT_EQ(read.fields().target, link) << "reading leaves the target as it is";
     }
   }
 }
@@ -144,19 +124,16 @@ TEST_F(ztLinkTest, StoresItsIdentifierAlone) {
 TEST_F(ztLinkTest, StoresAndReadsNothingWithoutAFile) {
   const Link link(7);
   const ztLinkMethods *methods = ztLink_table();
-  void *closed = ztFile_ctor(nullptr, 1);
-  for (void *none : {static_cast<void *>(nullptr), closed}) {
+  const File closed(ztFile_ctor);
+  for (void *none : {static_cast<void *>(nullptr), static_cast<void *>(closed)}) {
     EXPECT_EQ(methods->write(link, none), 0);
     EXPECT_EQ(methods->read(link, none), 0);
   }
-  release(closed);
   EXPECT_EQ(methods->write(nullptr, nullptr), 0);
   EXPECT_EQ(methods->read(nullptr, nullptr), 0);
   EXPECT_EQ(methods->read(link, Storage()), 0);
-  EXPECT_EQ(link->targetId, 7);
+  EXPECT_EQ(link.fields().targetId, 7);
 }
-
-// Arrays of links ---------------------------------------------------------------------------------
 
 TEST_F(ztLinkArrayTest, IsSetUpForLinks) {
   EXPECT_EQ(array->elementSize, static_cast<int32_t>(sizeof(ztLink)));
@@ -168,7 +145,7 @@ TEST_F(ztLinkArrayTest, IsSetUpForLinks) {
 TEST_F(ztLinkArrayTest, KeepsCopiesInPlace) {
   const Tree node("3");
   const Link link(3);
-  link->target = node;
+  link.fields().target = node;
   const auto *stored = static_cast<const ztLink *>(methods->pushBack(array, link));
   ASSERT_NE(stored, nullptr);
   EXPECT_EQ(stored, array->data);
@@ -221,12 +198,12 @@ TEST_F(ztLinkTest, FindsTheNodeAnywhereBelow) {
   const Tree top("1(2(3) 4)");
   const Link link(0);
   for (const int32_t uid : {1, 2, 3, 4}) {
-    link->targetId = uid;
+    link.fields().targetId = uid;
     EXPECT_EQ(ztLink_resolve(link, top), 1);
-    EXPECT_EQ(link->target, top[uid]);
+    EXPECT_EQ(link.fields().target, top[uid]);
   }
   EXPECT_EQ(ztLink_resolve(link, top[2]), 0) << "it is beside that node";
-  EXPECT_EQ(link->target, nullptr);
+  EXPECT_EQ(link.fields().target, nullptr);
 }
 
 TEST_F(ztLinkTest, FindsNothingForWhatIsNotThere) {
@@ -235,11 +212,11 @@ TEST_F(ztLinkTest, FindsNothingForWhatIsNotThere) {
   EXPECT_EQ(ztLink_resolve(link, nullptr), 0);
   EXPECT_EQ(ztLink_resolve(nullptr, top), 0);
   for (const int32_t id : {-1, 0, 3}) {
-    link->targetId = id;
-    link->target = top;
+    link.fields().targetId = id;
+    link.fields().target = top;
     EXPECT_EQ(ztLink_resolve(link, top), 0);
-    EXPECT_EQ(link->target, nullptr);
-    EXPECT_EQ(link->targetId, id);
+    EXPECT_EQ(link.fields().target, nullptr);
+    EXPECT_EQ(link.fields().targetId, id);
   }
 }
 
@@ -259,7 +236,7 @@ TEST_F(ztLinkTest, GoesDownAnyDepth) {
   const Tree top(newChain(levels, LiveNode_ctor));
   const Link link(levels);
   EXPECT_EQ(ztLink_resolve(link, top), 1);
-  EXPECT_EQ(link->target, lowestOf(top));
+  EXPECT_EQ(link.fields().target, lowestOf(top));
 }
 
 TEST_F(ztLinkArrayTest, PointsAllThatHaveANode) {

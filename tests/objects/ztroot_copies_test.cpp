@@ -28,8 +28,6 @@ class ztRootAssign : public ForestTest {
 
 }  // namespace
 
-// Copies ------------------------------------------------------------------------------------------
-
 TEST_F(ztRootCopy, IsDetachedWithChildrenOfItsOwn) {
   Tree above("9(1(2(3) 4))");
   ztRoot *node = above[1];
@@ -130,8 +128,6 @@ TEST_F(ztRootCopy, IsNotPutBelowItsOwnChildren) {
   const Tree again(newCopy(copy));
   EXPECT_EQ(shapeOf(again), "1(2(3))");
 }
-
-// Assigning ---------------------------------------------------------------------------------------
 
 TEST_F(ztRootAssign, GoesThroughTheChildrenInStep) {
   const char *const shapes[] = {"1", "1(2(10) 3(11))", "1(2(10) 3(11) 4(12))"};

@@ -7,8 +7,6 @@
 using ztRootSignals = ForestTest;
 using ztRootEnds = ForestTest;
 
-// Announcements -----------------------------------------------------------------------------------
-
 TEST_F(ztRootSignals, TellOfAChildThatIsListedAlready) {
   const Tree parent("1");
   ztRoot *child = newNode(2);
@@ -70,19 +68,43 @@ TEST_F(ztRootSignals, DoNotTellOfARefusedChild) {
   addChild(low, low);
 }
 
-TEST_F(ztRootSignals, MayDeleteTheSameChildAgain) {
-  const Tree parent("1(2 3)");
-  const Tree child(parent[2]);
-  int calls = 0;
-  on(parent, "childDeleted", [&](ztRoot *deleted) {
-    ++calls;
-    deleteChild(parent, deleted);
-    deleteChild(parent, deleted);
+TEST_F(ztRootSignals, MayDeleteTheSameChildAgainOrAddItAgainOrBoth) {
+  struct Row {
+    const char *name;
+    std::function<void(ztRoot *parent, ztRoot *child)> reaction;
+    const char *shape;
+    int32_t calls;
+    int32_t references;
+  };
+  const auto deleteAgain = [](ztRoot *parent, ztRoot *child) {
+    deleteChild(parent, child);
+    deleteChild(parent, child);
     EXPECT_EQ(shapeOf(parent), "1(3)");
-  });
-  deleteChild(parent, child);
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(countOf(child), 2);
+  };
+  const auto addAgain = [](ztRoot *parent, ztRoot *child) {
+    addChild(parent, child);
+    EXPECT_EQ(parentOf(child), parent);
+    EXPECT_EQ(child->parentUid, 1);
+  };
+  const auto addAndDelete = [](ztRoot *parent, ztRoot *child) {
+    addChild(parent, child);
+    deleteChild(parent, child);
+  };
+  for (const Row &row : {Row{"deleted", deleteAgain, "1(3)", 1, 2}, Row{"added", addAgain, "1(3 2)", 1, 3},
+                         Row{"added and deleted", addAndDelete, "1(3)", 2, 3}}) {
+    SCOPED_TRACE(row.name);
+    const Tree parent("1(2 3)");
+    const Tree child(parent[2]);
+    int32_t calls = 0;
+    on(parent, "childDeleted", [&](ztRoot *deleted) {
+      if (++calls == 1) row.reaction(parent, deleted);
+    });
+    deleteChild(parent, child);
+    EXPECT_EQ(calls, row.calls);
+    EXPECT_EQ(shapeOf(parent), row.shape);
+    EXPECT_EQ(countOf(child), row.references);
+    releaseDownTo(2, child);
+  }
 }
 
 TEST_F(ztRootSignals, MayDeleteAllChildren) {
@@ -150,36 +172,6 @@ TEST_F(ztRootSignals, MayFollowTheChildThatLeaves) {
   EXPECT_EQ(calls, 0);
   newChild(child, 3);
   EXPECT_EQ(calls, 1);
-}
-
-TEST_F(ztRootSignals, MayAddTheChildAgain) {
-  const Tree node("1(2 3)");
-  const Tree child(node[2]);
-  on(node, "childDeleted", [&](ztRoot *deleted) {
-    addChild(node, deleted);
-    EXPECT_EQ(parentOf(deleted), node);
-  });
-  deleteChild(node, child);
-  EXPECT_EQ(shapeOf(node), "1(3 2)");
-  EXPECT_EQ(node[2]->parentUid, 1);
-  EXPECT_EQ(countOf(child), 3);
-  release(child);
-}
-
-TEST_F(ztRootSignals, MayAddTheChildAgainAndDeleteItAgain) {
-  const Tree node("1(2)");
-  const Tree child(node[2]);
-  int calls = 0;
-  on(node, "childDeleted", [&](ztRoot *deleted) {
-    if (++calls > 1) return;
-    addChild(node, deleted);
-    deleteChild(node, deleted);
-  });
-  deleteChild(node, child);
-  EXPECT_EQ(calls, 2);
-  EXPECT_EQ(shapeOf(node), "1");
-  EXPECT_EQ(countOf(child), 3);
-  release(child);
 }
 
 TEST_F(ztRootSignals, MayAttachTheChildElsewhere) {
@@ -257,8 +249,6 @@ TEST_F(ztRootSignals, OfItsEndFindANodeThatTakesNoChildrenAndNoParent) {
   EXPECT_EQ(shapeOf(other), "3");
   EXPECT_EQ(countOf(other), 1);
 }
-
-// The end of nodes --------------------------------------------------------------------------------
 
 TEST_F(ztRootEnds, ComeFromBelowAndAreToldOnce) {
   Tree top("1(2(3 4) 5(6))");

@@ -57,30 +57,38 @@ TEST_F(StoredPlaces, ComeBack) {
 TEST_F(StoredPlaces, BehindOtherTreesOnAPipeComeBackToo) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
-  auto *writer = static_cast<ztFile *>(ztFile_ctor(nullptr, 1));
-  writer->stream = fdopen(ends[1], "wb");
-  storeAll({"1(2(3))", "1(2(3) 2)"}, writer);
-  release(writer);
-  auto *reader = static_cast<ztFile *>(ztFile_ctor(nullptr, 1));
-  reader->stream = fdopen(ends[0], "rb");
+  {
+    const File writer(ztFile_ctor);
+    writer.fields().stream = fdopen(ends[1], "wb");
+    storeAll({"1(2(3))", "1(2(3) 2)"}, writer);
+  }
+  const File reader(ztFile_ctor);
+  reader.fields().stream = fdopen(ends[0], "rb");
   EXPECT_EQ(Loaded(reader).shapes(), "1(2(3)) 1(2(3) 2)");
-  release(reader);
 }
 
-TEST_F(StoredPlaces, OfRandomTreesWithFewIdentifiersComeBack) {
+// Small trees with few identifiers, and some large ones with an identifier for each node.
+TEST_F(StoredPlaces, OfRandomTreesComeBack) {
   std::mt19937 random(19);
   const int32_t identifiers[] = {0, -1, 1, 2, INT32_MIN};
   for (int turn = 0; turn < scale(600); ++turn) {
-    const Tree top(newNode(identifiers[random() % 5], ztRoot_ctor));
+    const bool isLarge = turn % 30 == 0;
+    const auto uidOf = [&](size_t i) {
+      return isLarge ? static_cast<int32_t>(i * 7919 + 1) : identifiers[random() % 5];
+    };
+    const Tree top(newNode(uidOf(0), ztRoot_ctor));
     Nodes nodes = {top};
-    const int count = 1 + static_cast<int>(random() % 40);
-    while (static_cast<int>(nodes.size()) < count) {
-      ztRoot *parent = nodes[random() % nodes.size()];
-      nodes.push_back(newChild(parent, identifiers[random() % 5], ztRoot_ctor));
+    const size_t count = 1 + random() % (isLarge ? 2000 : 40);
+    while (nodes.size() < count) {
+      nodes.push_back(newChild(nodes[random() % nodes.size()], uidOf(nodes.size()), ztRoot_ctor));
     }
-    const Storage file(turn % 2 == 0 ? ztFile_ctor : ztTextFile_ctor);
-    ASSERT_EQ(ztRoot_storeTree(top, file), count);
-    ASSERT_EQ(Loaded(file).shapes(), shapeOf(top));
+    const Storage file(turn / 30 % 2 == 0 ? ztFile_ctor : ztTextFile_ctor);
+    ASSERT_EQ(ztRoot_storeTree(top, file), static_cast<int32_t>(count));
+    const Loaded loaded(file);
+    ASSERT_EQ(loaded.shapes(), shapeOf(top));
+    if (isLarge) {
+      EXPECT_EQ(loaded.counts(), (Numbers{static_cast<int32_t>(count), 0, 0, 0}));
+    }
   }
 }
 

@@ -1,5 +1,4 @@
 // Trees in files that hold other things too: stored, and loaded from whatever there is.
-#include "containers/ztarrays.h"
 #include "io/zttxtfile.h"
 #include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
@@ -61,8 +60,6 @@ void expectLoaded(const Records &nodes, const std::string &shapes, const Numbers
 const size_t recordSize = 100 + 4 + 4 + 80 + 4 + 4;  // LiveNode stores a value behind the node's own
 
 }  // namespace
-
-// Storing -----------------------------------------------------------------------------------------
 
 TEST_F(StoredTree, IsIdentityAndRecordOfEachNodeParentsFirst) {
   const Tree top("1", ztRoot_ctor);
@@ -138,24 +135,20 @@ TEST_F(StoredTree, NeedsANodeAndAFile) {
   const Tree top("1");
   EXPECT_EQ(ztRoot_storeTree(nullptr, Storage()), 0);
   EXPECT_EQ(ztRoot_storeTree(top, nullptr), 0);
-  void *closed = ztFile_ctor(nullptr, 1);
+  const File closed(ztFile_ctor);
   EXPECT_EQ(ztRoot_storeTree(top, closed), 0);
-  release(closed);
 }
 
 TEST_F(StoredTree, FailsWhereverTheFileIsFull) {
   const Tree top("1(2)");
   std::vector<char> memory(2 * recordSize + 1);
   for (size_t size = 1; size <= memory.size(); ++size) {
-    auto *file = static_cast<ztFile *>(ztFile_ctor(nullptr, 1));
-    file->stream = fmemopen(memory.data(), size, "wb");
-    setbuf(file->stream, nullptr);
+    const File file(ztFile_ctor);
+    file.fields().stream = fmemopen(memory.data(), size, "wb");
+    setbuf(file.fields().stream, nullptr);
     EXPECT_EQ(ztRoot_storeTree(top, file), size >= 2 * recordSize ? 2 : 0) << size;
-    release(file);
   }
 }
-
-// Loading -----------------------------------------------------------------------------------------
 
 TEST_F(LoadedTree, IsAsItWasStored) {
   const Tree top(sample);
@@ -227,16 +220,14 @@ TEST_F(LoadedTree, BeginsWhereTheFileStands) {
 
 TEST_F(LoadedTree, IsAppendedToTheRootsInOrder) {
   const Storage file(ztFile_ctor, bytesOf(Records{{5, -1}, {6, 5}, {7, 0}, {8, 99}, {9, 7}}));
-  void *roots = ztPtrArray_ctor(nullptr, 1);
+  const Pointers roots(ztPtrArray_ctor);
   static char other;
-  ztPtrArray_of(roots)->pushBack(roots, &other);
+  roots->pushBack(roots, &other);
   EXPECT_EQ(ztRoot_loadTree(file, -1, roots, nullptr), 1);
-  ASSERT_EQ(ztPtrArray_of(roots)->getSize(roots), 4);
-  EXPECT_EQ(ztPtrArray_of(roots)->getAt(roots, 0), &other);
+  ASSERT_EQ(roots->getSize(roots), 4);
+  EXPECT_EQ(roots->getAt(roots, 0), &other);
   const char *shapes[] = {"5(6)", "7(9)", "8"};
-  for (int32_t i = 0; i < 3; ++i)
-    EXPECT_EQ(shapeOf(Tree(ztPtrArray_of(roots)->getAt(roots, i + 1))), shapes[i]);
-  release(roots);
+  for (int32_t i = 0; i < 3; ++i) EXPECT_EQ(shapeOf(Tree(roots->getAt(roots, i + 1))), shapes[i]);
 }
 
 TEST_F(LoadedTree, CountsOrphansAndDoublesAndOpensLoops) {
@@ -268,15 +259,14 @@ TEST_F(LoadedTree, MayComeFromAPipe) {
     ASSERT_EQ(pipe(ends), 0);
     ASSERT_EQ(write(ends[1], bytes.data(), length), static_cast<ssize_t>(length));
     close(ends[1]);
-    auto *file = static_cast<ztFile *>(ztFile_ctor(nullptr, 1));
-    file->stream = fdopen(ends[0], "rb");
+    const File file(ztFile_ctor);
+    file.fields().stream = fdopen(ends[0], "rb");
     const Loaded loaded(file);
     EXPECT_EQ(loaded.counts()[0], static_cast<int32_t>(length / recordSize));
     // Where the pipe ends within a class identity it cannot be told from a good end.
     if (length % recordSize == 0) {
       EXPECT_EQ(loaded.result, 1);
     }
-    release(file);
   }
 }
 
@@ -295,8 +285,6 @@ TEST_F(LoadedTree, IsNoneWhenTheFileDoesNotComeBackFromItsEnd) {
   EXPECT_EQ(loaded.result, 0);
   EXPECT_EQ(loaded.counts()[0], 0);
 }
-
-// Damage ------------------------------------------------------------------------------------------
 
 TEST_F(LoadedTree, IsNoneOfAFileThatEndsTooEarly) {
   const std::string bytes = sampleBytes();
@@ -360,9 +348,9 @@ TEST_F(LoadedTree, IsNoneWithARecordOfAnotherClass) {
 }
 
 TEST_F(LoadedTree, IsNoneWithANodeThatRefusesItsParent) {
-  void *roots = ztPtrArray_ctor(nullptr, 1);
+  const Pointers roots(ztPtrArray_ctor);
   static char other;
-  ztPtrArray_of(roots)->pushBack(roots, &other);
+  roots->pushBack(roots, &other);
   const Storage file(ztFile_ctor, record(1, -1) + record(2, 1) + record(3, 2, OddNode_ctor) + record(4, 3));
   int32_t (*const refusals[])(void *, void *) = {[](void *, void *) { return 0; },
                                                  [](void *, void *) { return 1; }};  // which feigns
@@ -370,13 +358,12 @@ TEST_F(LoadedTree, IsNoneWithANodeThatRefusesItsParent) {
     const Replaced setParent(oddNode().setParent, refusal);
     file->goToBegin(file);
     EXPECT_EQ(ztRoot_loadTree(file, -1, roots, nullptr), 0);
-    EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
+    EXPECT_EQ(roots->getSize(roots), 1);
   }
-  release(roots);
 }
 
 TEST_F(LoadedTree, IsNoneWhereTheRootsHaveNoPlace) {
-  void *roots = OddArray_ctor(nullptr, 1);
+  const Pointers roots(OddArray_ctor);
   auto *methods = static_cast<OddArrayMethods *>(ztOOP_classOf(roots)->methodTable);
   const Replaced resize(methods->resize, [](void *, int32_t) { return 0; });
   int32_t (*const sizes[])(const void *) = {ztPtrArray_table()->getSize,
@@ -387,21 +374,18 @@ TEST_F(LoadedTree, IsNoneWhereTheRootsHaveNoPlace) {
     EXPECT_EQ(ztRoot_loadTree(Storage(ztFile_ctor, sampleBytes()), -1, roots, &report), 0);
     EXPECT_EQ(report.nodes, 6);
   }
-  release(roots);
 }
 
 TEST_F(LoadedTree, NeedsAnOpenFileAndRoots) {
-  void *roots = ztPtrArray_ctor(nullptr, 1);
+  const Pointers roots(ztPtrArray_ctor);
   ztTreeReport report = {1, 2, 3, 4};
   EXPECT_EQ(ztRoot_loadTree(nullptr, -1, roots, &report), 0);
   EXPECT_EQ(report.nodes + report.orphans + report.doubles + report.loops, 0);
   EXPECT_EQ(ztRoot_loadTree(Storage(ztFile_ctor, sampleBytes()), -1, nullptr, nullptr), 0);
-  void *closed = ztFile_ctor(nullptr, 1);
+  const File closed(ztFile_ctor);
   EXPECT_EQ(ztRoot_loadTree(closed, 1, roots, &report), 0);
   EXPECT_EQ(ztRoot_loadTree(closed, 0, roots, &report), 1);
-  release(closed);
-  EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 0);
-  release(roots);
+  EXPECT_EQ(roots->getSize(roots), 0);
 }
 
 // Large and random trees --------------------------------------------------------------------------
@@ -424,24 +408,6 @@ TEST_F(LoadedTree, MayBeALongChainInAnyOrder) {
     EXPECT_EQ(loaded.counts(), (Numbers{levels, 0, 0, 0}));
     ASSERT_EQ(loaded.tops().size(), 1U);
     EXPECT_EQ(depthOf(loaded.tops()[0]), levels);
-  }
-}
-
-TEST_F(LoadedTree, MayBeAnyTree) {
-  std::mt19937 random(7);
-  for (int turn = 0; turn < 20; ++turn) {
-    const Tree top("-5");
-    Nodes nodes = {top};
-    const int count = 1 + static_cast<int>(random() % static_cast<unsigned>(scale(2000) + 1));
-    for (int32_t uid = 1; uid < count; ++uid)
-      nodes.push_back(newChild(nodes[random() % nodes.size()], uid * 7919));
-    for (const ztCtor constructor : {ztFile_ctor, ztTextFile_ctor}) {
-      const Storage file(constructor);
-      ASSERT_EQ(ztRoot_storeTree(top, file), count);
-      const Loaded loaded(file);
-      EXPECT_EQ(loaded.shapes(), shapeOf(top));
-      EXPECT_EQ(loaded.counts(), (Numbers{count, 0, 0, 0}));
-    }
   }
 }
 

@@ -1,5 +1,4 @@
 // Trees in files of their own.
-#include "containers/ztarrays.h"
 #include "io/zttxtfile.h"
 #include "tests/helpers/host_process.hh"
 #include "tests/helpers/scale.hh"
@@ -135,7 +134,7 @@ TEST_P(TreeFile, KeepsTheOwnerWhereTheProcessMayGiveIt) {
   EXPECT_EQ(statusOf(path).st_gid, 12346U);
 }
 
-TEST_P(TreeFile, IsReplacedBehindASymbolicLinkThatStays) {
+TEST_P(TreeFile, IsFoundFromTheCurrentFolderAndBehindASymbolicLinkThatStays) {
   std::filesystem::create_directory(folder.path("data"));
   std::filesystem::create_directory(folder.path("links"));
   std::filesystem::create_symlink("../data/tree.zt", folder.path("links/inner"));
@@ -147,18 +146,15 @@ TEST_P(TreeFile, IsReplacedBehindASymbolicLinkThatStays) {
     EXPECT_EQ(shapesIn(folder.path(link)), sample);
     EXPECT_TRUE(std::filesystem::is_symlink(folder.path(link)));
   }
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path("data"));
+  EXPECT_EQ(save(otherSample, "tree.zt", isText), 6) << "in the current folder";
+  std::filesystem::current_path(before);
+  EXPECT_EQ(shapesIn(folder.path("outer")), otherSample);
   EXPECT_EQ(namesIn(folder.path("data")), Names{"tree.zt"});
   EXPECT_EQ(namesIn(folder.path("links")), Names{"inner"});
   std::filesystem::create_symlink("round", folder.path("round"));
   EXPECT_EQ(save(sample, folder.path("round"), isText), 0);
-}
-
-TEST_P(TreeFile, OfANameInTheCurrentFolderIsSavedThere) {
-  const auto before = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path());
-  EXPECT_EQ(save(sample, "tree.zt", isText), 6);
-  EXPECT_EQ(shapesIn("tree.zt"), sample);
-  std::filesystem::current_path(before);
 }
 
 TEST_P(TreeFile, IsNotSavedWhereThereIsNoRegularFile) {
@@ -390,11 +386,10 @@ TEST_P(TreeFile, ThatIsNoRegularFileIsNone) {
     EXPECT_EQ(shapesIn(name), "none") << name;
   }
   ztTreeReport report = {1, 2, 3, 4};
-  void *roots = ztPtrArray_ctor(nullptr, 1);
+  const Pointers roots(ztPtrArray_ctor);
   EXPECT_EQ(ztRoot_openTree(nullptr, roots, &report), 0);
   EXPECT_EQ(report.nodes, 0);
   EXPECT_EQ(ztRoot_openTree(path.c_str(), nullptr, nullptr), 0);
-  release(roots);
 }
 
 // A mark that tells of more nodes than there are, though all else is in order, asks for no memory either.
