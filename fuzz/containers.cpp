@@ -4,8 +4,8 @@
 // range, elements that cannot be copied and allocations that fail among them.
 #include "fuzz/blocks.hh"
 #include "fuzz/elements.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/storage.hh"
 #include "zentova.h"
 
 #include <algorithm>
@@ -18,8 +18,6 @@ namespace {
 
 using Values = std::vector<int>;
 
-const MemoryFile *storage;
-
 // One container and its model.
 class Subject {
  public:
@@ -28,15 +26,15 @@ class Subject {
   void run(Input &input) {
     while (!input.isEmpty()) {
       const uint8_t operation = input.byte();
-      faultsBefore = blocks.faults;
+      faultsBefore = allocationFaults.struck;
       if (operation == 255) {
-        blocks.beforeFault = static_cast<int32_t>(input.below(16));
+        allocationFaults.before = static_cast<int32_t>(input.below(16));
         continue;
       }
       step(input, operation);
       settle();
     }
-    blocks.beforeFault = -1;
+    allocationFaults.before = -1;
   }
 
  protected:
@@ -45,146 +43,173 @@ class Subject {
   virtual void settle() = 0;
 
   bool failed() const {
-    return blocks.faults != faultsBefore;
+    return allocationFaults.struck != faultsBefore;
   }
   bool everFailed() const {
-    return blocks.faults != faultsAtFirst;
+    return allocationFaults.struck != faultsAtFirst;
   }
-  // What has to hold unless an allocation failed.
-  void expect(bool condition) const {
+  // What has to hold unless an allocation failed; whether it does.
+  bool expect(bool condition) const {
     ZT_REQUIRE(condition || failed());
-  }
-
-  void compare(const Values &found, Values &model) const {
-    if (failed()) model = found;
-    ZT_REQUIRE(found == model);
+    return condition;
   }
 
  private:
-  const int32_t faultsAtFirst = blocks.faults;
+  const int32_t faultsAtFirst = allocationFaults.struck;
   int32_t faultsBefore = 0;
 };
 
-// Arrays ------------------------------------------------------------------------------------------
+// One whose contents are compared with a model of the type.
+template <typename Object, typename Methods, typename Model>
+class Modelled : public Subject {
+ protected:
+  virtual Model contents(const void *of) const = 0;
+  // What else holds of a container whose contents are the model's.
+  virtual void check() const = 0;
 
-class ArraySubject : public Subject {
- public:
-  explicit ArraySubject(Input &input) {
-    struct Typed {
-      ztCtor ctor;
-      Elements elements;
-    };
-    static const Typed typed[] = {{ztIntArray_ctor, {Elements::bytes, 4}},
-                                  {ztCharArray_ctor, {Elements::bytes, 1}},
-                                  {ztFloatArray_ctor, {Elements::bytes, 8}},
-                                  {ztPtrArray_ctor, {Elements::pointers, 8}},
-                                  {ztStringArray_ctor, {Elements::objects, sizeof(ztString)}}};
-    const uint32_t choice = input.below(10);
-    if (choice < 5) {
-      elements = typed[choice].elements;
-      array = typed[choice].ctor(nullptr, 1);
+  void settle() final {
+    const Model found = contents(container);
+    if (failed()) model = found;
+    ZT_REQUIRE(found == model);
+    check();
+  }
+
+  void copy(bool goOnWithCopy) {
+    Owned<Object, Methods> made(newCopy(container));
+    if (!expect(made != nullptr)) return;
+    ZT_REQUIRE(contents(made) == model);
+    if (goOnWithCopy) std::swap(made, container);
+  }
+
+  void empty() {
+    container->empty(container);
+    model.clear();
+  }
+
+  Owned<Object, Methods> manager;  // which outlives the container
+  Owned<Object, Methods> container;
+  Model model;
+};
+
+// A class of containers, and the elements that it is made for.
+struct Typed {
+  ztCtor ctor;
+  Elements elements;
+};
+
+// One of single elements.
+template <typename Object, typename Methods>
+class Sequence : public Modelled<Object, Methods, Values> {
+ protected:
+  using Container = Owned<Object, Methods>;
+
+  // Of one of the classes or, where the choice is none of them, with elements of any kind.
+  void make(std::initializer_list<Typed> classes, uint32_t choice, ztCtor other, Input &input) {
+    const bool isTyped = choice < classes.size();
+    elements = isTyped ? classes.begin()[choice].elements : Elements::from(input);
+    this->container = Container(isTyped ? classes.begin()[choice].ctor : other);
+    if (!isTyped) elements.configure(this->container);
+  }
+  void manageItems(ztCtor ctor, bool isUsed) {
+    this->manager = Container(ctor);
+    elements.configure(this->manager);
+    if (isUsed) this->container->setItemManager(this->container, this->manager);
+  }
+
+  bool has(int32_t index) const {
+    return index >= 0 && index < static_cast<int32_t>(this->model.size());
+  }
+  void checkEnds(const void *front, const void *back) const {
+    if (this->model.empty()) {
+      ZT_REQUIRE(front == nullptr && back == nullptr);
     } else {
-      elements = Elements::from(input);
-      array = ztArray_ctor(nullptr, 1);
-      elements.configure(array);
+      ZT_REQUIRE(elements.read(front) == this->model.front() && elements.read(back) == this->model.back());
     }
   }
-  ~ArraySubject() override {
-    unRef(array);
+
+  Elements elements;
+};
+
+const Elements ofInts = {Elements::bytes, 4};
+const Elements ofPointers = {Elements::pointers, 8};
+const Elements ofStrings = {Elements::objects, sizeof(ztString)};
+
+// Arrays ------------------------------------------------------------------------------------------
+
+class ArraySubject : public Sequence<ztArray, ztArrayMethods> {
+ public:
+  explicit ArraySubject(Input &input) {
+    make({{ztIntArray_ctor, ofInts},
+          {ztCharArray_ctor, {Elements::bytes, 1}},
+          {ztFloatArray_ctor, {Elements::bytes, 8}},
+          {ztPtrArray_ctor, ofPointers},
+          {ztStringArray_ctor, ofStrings}},
+         input.below(10), ztArray_ctor, input);
   }
 
  private:
-  const ztArrayMethods *methods() const {
-    return ztArray_of(array);
-  }
-  int32_t size() const {
-    return static_cast<int32_t>(model.size());
-  }
-  bool has(int32_t index) const {
-    return index >= 0 && index < size();
-  }
-
-  Values contents(const void *of) const {
+  Values contents(const void *of) const override {
     Values found;
-    const int32_t count = methods()->getSize(of);
-    for (int32_t i = 0; i < count; ++i) found.push_back(elements.read(methods()->getAt(of, i)));
+    const int32_t count = container->getSize(of);
+    for (int32_t i = 0; i < count; ++i) found.push_back(elements.read(container->getAt(of, i)));
     return found;
   }
 
-  void settle() override {
-    compare(contents(array), model);
-    const bool isEmpty = model.empty();
-    ZT_REQUIRE(methods()->isEmpty(array) == isEmpty);
-    ZT_REQUIRE((methods()->getData(array) == nullptr) == isEmpty);
-    if (isEmpty) {
-      ZT_REQUIRE(methods()->getFront(array) == nullptr && methods()->getBack(array) == nullptr);
-    } else {
-      ZT_REQUIRE(elements.read(methods()->getFront(array)) == model.front());
-      ZT_REQUIRE(elements.read(methods()->getBack(array)) == model.back());
-    }
+  void check() const override {
+    ZT_REQUIRE(container->isEmpty(container) == model.empty());
+    ZT_REQUIRE((container->getData(container) == nullptr) == model.empty());
+    checkEnds(container->getFront(container), container->getBack(container));
   }
 
   void step(Input &input, uint8_t operation) override {
     switch (operation % 18) {
       case 0:
       case 1:
-        pushBack(elements.value(input));
-        break;
+        return push(elements.value(input));
       case 2:
-        if (elements.hasBad()) ZT_REQUIRE(methods()->pushBack(array, elements.giveBad(input)) == nullptr);
-        break;
+        if (elements.hasBad()) ZT_REQUIRE(container->pushBack(container, elements.giveBad(input)) == nullptr);
+        return;
       case 3:
-        pushUnique(elements.value(input));
-        break;
+        return pushUnique(elements.value(input));
       case 4:
-        removeAt(input.count());
-        break;
+        return removeAt(input.count());
       case 5:
-        getAt(input.count());
-        break;
+        return getAt(input.count());
       case 6:
-        setAt(elements.value(input), input.count());
-        break;
+        return setAt(elements.value(input), input.count());
       case 7:
-        setBad(input);
-        break;
+        return setBad(input);
       case 8:
-        pushOwn(input.count());
-        break;
+        return pushOwn(input.count());
       case 9:
-        methods()->empty(array);
-        model.clear();
-        break;
+        return empty();
       case 10:
-        setSize(input.count());
-        break;
+        return setSize(input.count());
       case 11:
-        resize(input.count());
-        break;
+        return resize(input.count());
       case 12:
-        sortAndSearch(elements.value(input));
-        break;
+        return sortAndSearch(elements.value(input));
       case 13:
-        find(elements.value(input));
-        break;
+        return find(elements.value(input));
       case 14:
-        copy(input.flag());
-        break;
+        return copy(input.flag());
       case 15:
-        assign(input);
-        break;
+        return assign(input);
       case 16:
-        setOwn(input.count(), input.count());
-        break;
+        return setOwn(input.count(), input.count());
       default:
-        storeAndLoad();
+        return storeAndLoad();
     }
   }
 
-  void pushBack(int value) {
-    const void *slot = methods()->pushBack(array, elements.give(value));
-    expect(slot != nullptr);
-    if (slot != nullptr) model.push_back(value);
+  void pushBack(const void *element, int value) {
+    if (expect(container->pushBack(container, element) != nullptr)) model.push_back(value);
+  }
+  void push(int value) {
+    pushBack(elements.give(value), value);
+  }
+  void pushOwn(int32_t index) {
+    if (has(index)) pushBack(container->getAt(container, index), model[static_cast<size_t>(index)]);
   }
 
   static int32_t matchSame(const void *stored, const void *given) {
@@ -193,18 +218,18 @@ class ArraySubject : public Subject {
   void pushUnique(int value) {
     matching = &elements;
     const bool isThere = std::find(model.begin(), model.end(), value) != model.end();
-    const int32_t pushed = methods()->pushBackUnique(array, elements.give(value), matchSame);
+    const int32_t pushed = container->pushBackUnique(container, elements.give(value), matchSame);
     expect(pushed == !isThere);
     if (pushed) model.push_back(value);
   }
 
   void removeAt(int32_t index) {
-    methods()->removeAt(array, index);
+    container->removeAt(container, index);
     if (has(index)) model.erase(model.begin() + index);
   }
 
   void getAt(int32_t index) {
-    const void *element = methods()->getAt(array, index);
+    const void *element = container->getAt(container, index);
     if (has(index)) {
       ZT_REQUIRE(elements.read(element) == model[static_cast<size_t>(index)]);
     } else if (elements.kind == Elements::pointers) {
@@ -212,30 +237,21 @@ class ArraySubject : public Subject {
     }
   }
 
-  void setAt(int value, int32_t index) {
-    const void *slot = methods()->setAt(array, elements.give(value), index);
+  void set(const void *element, int value, int32_t index) {
+    const void *slot = container->setAt(container, element, index);
     expect((slot != nullptr) == has(index));
     if (slot != nullptr) model[static_cast<size_t>(index)] = value;
   }
-
+  void setAt(int value, int32_t index) {
+    set(elements.give(value), value, index);
+  }
+  void setOwn(int32_t from, int32_t to) {
+    if (has(from)) set(container->getAt(container, from), model[static_cast<size_t>(from)], to);
+  }
   void setBad(Input &input) {
     const int32_t index = input.count();
     if (!elements.hasBad()) return;
-    ZT_REQUIRE(methods()->setAt(array, elements.giveBad(input), index) == nullptr);
-  }
-
-  void pushOwn(int32_t index) {
-    if (!has(index)) return;
-    const void *slot = methods()->pushBack(array, methods()->getAt(array, index));
-    expect(slot != nullptr);
-    if (slot != nullptr) model.push_back(model[static_cast<size_t>(index)]);
-  }
-
-  void setOwn(int32_t from, int32_t to) {
-    if (!has(from)) return;
-    const void *slot = methods()->setAt(array, methods()->getAt(array, from), to);
-    expect((slot != nullptr) == has(to));
-    if (slot != nullptr) model[static_cast<size_t>(to)] = model[static_cast<size_t>(from)];
+    ZT_REQUIRE(container->setAt(container, elements.giveBad(input), index) == nullptr);
   }
 
   // Bounded for time; beyond that only what no array can hold.
@@ -249,14 +265,15 @@ class ArraySubject : public Subject {
 
   void setSize(int32_t wanted) {
     const int32_t count = countFor(wanted);
-    const int32_t done = methods()->setSize(array, count);
+    const int32_t done = container->setSize(container, count);
     expect(done == canHold(count));
-    if (done && (count != size() || count == 0)) model.assign(static_cast<size_t>(count), 0);
+    const bool isKept = count != 0 && count == static_cast<int32_t>(model.size());
+    if (done && !isKept) model.assign(static_cast<size_t>(count), 0);
   }
 
   void resize(int32_t wanted) {
     const int32_t count = countFor(wanted);
-    const int32_t done = methods()->resize(array, count);
+    const int32_t done = container->resize(container, count);
     expect(done == canHold(count));
     if (done) model.resize(static_cast<size_t>(count), 0);
   }
@@ -264,173 +281,116 @@ class ArraySubject : public Subject {
   void sortAndSearch(int value) {
     // Elements of no bytes are nothing that a sort could tell apart.
     if (elements.size == 0) return;
-    methods()->sort(array, elements.compareSlots());
+    container->sort(container, elements.compareSlots());
     std::sort(model.begin(), model.end());
     const void *given = elements.give(value);
     const void *key = elements.kind == Elements::pointers ? static_cast<const void *>(&given) : given;
-    const void *slot = methods()->search(array, key, elements.compareSlots());
+    const void *slot = container->search(container, key, elements.compareSlots());
     ZT_REQUIRE((slot != nullptr) == std::binary_search(model.begin(), model.end(), value));
   }
 
   void find(int value) {
     const auto at = std::find(model.begin(), model.end(), value);
-    const void *found = methods()->find(array, elements.give(value));
-    if (at == model.end()) {
-      ZT_REQUIRE(found == nullptr);
-    } else {
-      ZT_REQUIRE(found == methods()->getAt(array, static_cast<int32_t>(at - model.begin())));
-    }
-  }
-
-  void copy(bool goOnWithCopy) {
-    void *made = newCopy(array);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    ZT_REQUIRE(contents(made) == model);
-    if (goOnWithCopy) std::swap(made, array);
-    unRef(made);
+    const void *found = container->find(container, elements.give(value));
+    const auto index = static_cast<int32_t>(at - model.begin());
+    ZT_REQUIRE(found == (at == model.end() ? nullptr : container->getAt(container, index)));
   }
 
   void assign(Input &input) {
-    void *other = newCopy(array);
+    const Container other(newCopy(container));
     if (other == nullptr) return;
     const int32_t removed = static_cast<int32_t>(input.below(4));
-    for (int32_t i = 0; i < removed; ++i) methods()->removeAt(other, 0);
+    for (int32_t i = 0; i < removed; ++i) container->removeAt(other, 0);
     const int value = elements.value(input);
-    if (methods()->setAt(other, elements.give(value), 0) != nullptr || !failed()) {
-      const Values source = contents(other);
-      ZT_REQUIRE(ztArray_of(array)->assign(array, other) == 1);
-      std::copy_n(source.begin(), std::min(source.size(), model.size()), model.begin());
-      // A string that was made without memory takes over nothing.
-      if (everFailed()) model = contents(array);
-    }
-    unRef(other);
+    if (container->setAt(other, elements.give(value), 0) == nullptr && failed()) return;
+    const Values source = contents(other);
+    ZT_REQUIRE(container->assign(container, other) == 1);
+    std::copy_n(source.begin(), std::min(source.size(), model.size()), model.begin());
+    // A string that was made without memory takes over nothing.
+    if (everFailed()) model = contents(container);
   }
 
   void storeAndLoad() {
     // Strings do not read back in binary form, and pointers that do are the process's own.
     if (elements.kind == Elements::objects) return;
     const NoFaults meanwhile;
-    void *file = ztFile_ctor(nullptr, 1);
-    ZT_REQUIRE(ztFile_of(file)->open(file, storage->path(), "w+b") == 1);
-    ZT_REQUIRE(methods()->write(array, file) == 1);
-    ztFile_of(file)->goToBegin(file);
-    ZT_REQUIRE(methods()->read(array, file) == 1);
-    unRef(file);
+    const Storage file;
+    ZT_REQUIRE(container->write(container, file) == 1);
+    file.rewind();
+    ZT_REQUIRE(container->read(container, file) == 1);
   }
 
-  static const Elements *matching;
-
-  Elements elements;
-  void *array;
-  Values model;
+  static inline const Elements *matching;
 };
-
-const Elements *ArraySubject::matching;
 
 // Lists -------------------------------------------------------------------------------------------
 
-class ListSubject : public Subject {
+// The elements from an item on; the items have to be linked in both directions.
+Values valuesFrom(const ztListItem *item, const Elements &elements, const ztListItem *tail) {
+  Values found;
+  const ztListItem *before = nullptr;
+  for (; item != nullptr; item = item->next) {
+    ZT_REQUIRE(item->prev == before);
+    found.push_back(elements.read(item->data));
+    before = item;
+  }
+  ZT_REQUIRE(tail == before);
+  return found;
+}
+
+class ListSubject : public Sequence<ztList, ztListMethods> {
  public:
   explicit ListSubject(Input &input) {
     const uint32_t choice = input.below(8);
-    if (choice == 0) {
-      elements = {Elements::bytes, 4};
-      list = ztIntList_ctor(nullptr, 1);
-    } else if (choice == 1) {
-      elements = {Elements::objects, sizeof(ztString)};
-      list = ztStringList_ctor(nullptr, 1);
-    } else if (choice == 2) {
-      elements = {Elements::pointers, 8};
-      list = ztPtrList_ctor(nullptr, 1);
-    } else {
-      elements = Elements::from(input);
-      list = ztList_ctor(nullptr, 1);
-      elements.configure(list);
-    }
-    manager = ztList_ctor(nullptr, 1);
-    elements.configure(manager);
-    if (choice == 3) methods()->setItemManager(list, manager);
-  }
-  ~ListSubject() override {
-    unRef(list);
-    unRef(manager);
+    make({{ztIntList_ctor, ofInts}, {ztStringList_ctor, ofStrings}, {ztPtrList_ctor, ofPointers}}, choice,
+         ztList_ctor, input);
+    manageItems(ztList_ctor, choice == 3);
   }
 
  private:
-  const ztListMethods *methods() const {
-    return ztList_of(list);
-  }
   ztListItem *itemAt(int32_t index) const {
-    return methods()->getItemAt(list, index);
-  }
-  bool has(int32_t index) const {
-    return index >= 0 && index < static_cast<int32_t>(model.size());
+    return container->getItemAt(container, index);
   }
 
-  Values contents(const void *of) const {
-    Values found;
-    const ztListItem *before = nullptr;
-    for (const ztListItem *item = methods()->getItemAt(of, 0); item != nullptr; item = item->next) {
-      ZT_REQUIRE(item->prev == before);
-      found.push_back(elements.read(item->data));
-      before = item;
-    }
-    ZT_REQUIRE(methods()->getSize(of) == static_cast<int32_t>(found.size()));
-    ZT_REQUIRE(static_cast<const ztList *>(of)->tail == before);
+  Values contents(const void *of) const override {
+    const Values found =
+        valuesFrom(container->getItemAt(of, 0), elements, static_cast<const ztList *>(of)->tail);
+    ZT_REQUIRE(container->getSize(of) == static_cast<int32_t>(found.size()));
     return found;
   }
 
-  void settle() override {
-    compare(contents(list), model);
-    if (model.empty()) {
-      ZT_REQUIRE(methods()->getFront(list) == nullptr && methods()->getBack(list) == nullptr);
-    } else {
-      ZT_REQUIRE(elements.read(methods()->getFront(list)) == model.front());
-      ZT_REQUIRE(elements.read(methods()->getBack(list)) == model.back());
-    }
+  void check() const override {
+    checkEnds(container->getFront(container), container->getBack(container));
   }
 
   void step(Input &input, uint8_t operation) override {
     switch (operation % 14) {
       case 0:
       case 1:
-        insert(methods()->pushBack(list, give(input)), model.size());
-        break;
+        return insert(container->pushBack(container, give(input)), model.size());
       case 2:
-        insert(methods()->pushFront(list, give(input)), 0);
-        break;
+        return insert(container->pushFront(container, give(input)), 0);
       case 3:
       case 4:
-        insertAt(input, operation % 14 == 3);
-        break;
+        return insertAt(input, operation % 14 == 3);
       case 5:
-        pushBad(input);
-        break;
+        return pushBad(input);
       case 6:
-        popFront();
-        break;
+        return popFront();
       case 7:
-        popBack();
-        break;
+        return popBack();
       case 8:
-        remove(input.count());
-        break;
+        return remove(input.count());
       case 9:
-        find(elements.value(input));
-        break;
+        return find(elements.value(input));
       case 10:
-        getAt(input.count());
-        break;
+        return getAt(input.count());
       case 11:
-        methods()->empty(list);
-        model.clear();
-        break;
+        return empty();
       case 12:
-        copy(input.flag());
-        break;
+        return copy(input.flag());
       default:
-        ZT_REQUIRE(methods()->assign(list, manager) == 1);
+        ZT_REQUIRE(container->assign(container, manager) == 1);
     }
   }
 
@@ -440,8 +400,7 @@ class ListSubject : public Subject {
   }
 
   void insert(const ztListItem *item, size_t index) {
-    expect(item != nullptr);
-    if (item == nullptr) return;
+    if (!expect(item != nullptr)) return;
     ZT_REQUIRE(item == itemAt(static_cast<int32_t>(index)));
     model.insert(model.begin() + static_cast<ptrdiff_t>(index), given);
   }
@@ -450,8 +409,8 @@ class ListSubject : public Subject {
     const int32_t index = input.count();
     const void *element = give(input);
     ztListItem *item = itemAt(index);
-    const ztListItem *made =
-        before ? methods()->insertPrev(list, item, element) : methods()->insertNext(list, item, element);
+    const auto insertBeside = before ? container->insertPrev : container->insertNext;
+    const ztListItem *made = insertBeside(container, item, element);
     if (has(index)) {
       insert(made, static_cast<size_t>(index) + !before);
     } else {
@@ -462,52 +421,46 @@ class ListSubject : public Subject {
   void pushBad(Input &input) {
     if (!elements.hasBad()) return;
     const void *bad = elements.giveBad(input);
-    ZT_REQUIRE(methods()->pushBack(list, bad) == nullptr);
-    ZT_REQUIRE(methods()->pushFront(list, bad) == nullptr);
-    ZT_REQUIRE(methods()->insertNext(list, itemAt(0), bad) == nullptr);
+    ZT_REQUIRE(container->pushBack(container, bad) == nullptr);
+    ZT_REQUIRE(container->pushFront(container, bad) == nullptr);
+    ZT_REQUIRE(container->insertNext(container, itemAt(0), bad) == nullptr);
   }
 
   void popFront() {
-    void *element = methods()->getFront(list);
-    const bool isEmpty = model.empty();
-    const ztListItem *head = methods()->popFront(list);
+    void *element = container->getFront(container);
+    const ztListItem *head = container->popFront(container);
     ZT_REQUIRE(head == itemAt(0));
-    if (isEmpty) return;
+    if (model.empty()) return;
     elements.release(element);
     model.erase(model.begin());
   }
 
   void popBack() {
-    const ztListItem *tail = methods()->popBack(list);
-    ZT_REQUIRE(tail == static_cast<const ztList *>(list)->tail);
+    const ztListItem *tail = container->popBack(container);
+    ZT_REQUIRE(tail == container.fields().tail);
     if (!model.empty()) model.pop_back();
   }
 
   void remove(int32_t index) {
     ztListItem *item = itemAt(index);
-    if (index == 0) {
-      // It hands the element over as well.
-      void *element = item == nullptr ? nullptr : item->data;
-      methods()->removeItem(list, item);
-      if (item != nullptr) elements.release(element);
-    } else {
-      methods()->removeItem(list, item);
-    }
-    if (has(index)) model.erase(model.begin() + index);
+    void *element = item == nullptr ? nullptr : item->data;
+    container->removeItem(container, item);
+    if (!has(index)) return;
+    // The first hands its element over as well.
+    if (index == 0) elements.release(element);
+    model.erase(model.begin() + index);
   }
 
   void find(int value) {
     const auto at = std::find(model.begin(), model.end(), value);
-    const ztListItem *found = methods()->find(list, elements.give(value));
-    if (at == model.end()) {
-      ZT_REQUIRE(found == nullptr);
-    } else {
-      ZT_REQUIRE(found != nullptr && found == itemAt(static_cast<int32_t>(at - model.begin())));
-    }
+    const ztListItem *found = container->find(container, elements.give(value));
+    const auto index = static_cast<int32_t>(at - model.begin());
+    ZT_REQUIRE((found != nullptr) == (at != model.end()));
+    ZT_REQUIRE(found == nullptr || found == itemAt(index));
   }
 
   void getAt(int32_t index) {
-    const void *element = methods()->getAt(list, index);
+    const void *element = container->getAt(container, index);
     if (has(index)) {
       ZT_REQUIRE(elements.read(element) == model[static_cast<size_t>(index)]);
     } else {
@@ -515,38 +468,22 @@ class ListSubject : public Subject {
     }
   }
 
-  void copy(bool goOnWithCopy) {
-    void *made = newCopy(list);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    ZT_REQUIRE(contents(made) == model);
-    if (goOnWithCopy) std::swap(made, list);
-    unRef(made);
-  }
-
-  Elements elements;
-  void *list;
-  void *manager;
-  Values model;
   int given = 0;
 };
 
 // Queues, stacks and deques -----------------------------------------------------------------------
 
-class AdaptorSubject : public Subject {
+class AdaptorSubject : public Sequence<ztBaseClass, ztSequenceContainerMethods> {
  public:
   explicit AdaptorSubject(Input &input) {
-    static const ztCtor constructors[] = {ztDeque_ctor, ztQueue_ctor, ztStack_ctor, ztPtrQueue_ctor,
-                                          ztPtrStack_ctor};
-    static const Kind kinds[] = {deque, queue, stack, queue, stack};
+    static const ztCtor constructors[] = {ztDeque_ctor, ztQueue_ctor, ztStack_ctor};
     const uint32_t choice = input.below(5);
-    kind = kinds[choice];
-    elements = choice < 3 ? Elements::from(input) : Elements{Elements::pointers, 8};
-    container = constructors[choice](nullptr, 1);
-    if (choice < 3) elements.configure(container);
-  }
-  ~AdaptorSubject() override {
-    unRef(container);
+    kind = choice < 3 ? static_cast<Kind>(choice) : choice == 3 ? queue : stack;
+    if (choice < 3) {
+      make({}, 0, constructors[choice], input);
+    } else {
+      make({{ztPtrQueue_ctor, ofPointers}, {ztPtrStack_ctor, ofPointers}}, choice - 3, nullptr, input);
+    }
   }
 
  private:
@@ -568,15 +505,12 @@ class AdaptorSubject : public Subject {
         kind == queue ? static_cast<const ztQueue *>(of)->inner : static_cast<const ztStack *>(of)->inner;
     return inner->inner;
   }
-  Values contents(const void *of) const {
-    Values found;
-    for (const ztListItem *item = innerOf(of)->head; item != nullptr; item = item->next) {
-      found.push_back(elements.read(item->data));
-    }
-    return found;
+  Values contents(const void *of) const override {
+    const ztList *inner = innerOf(of);
+    return valuesFrom(inner->head, elements, inner->tail);
   }
 
-  const void *front() const {
+  void *front() const {
     return kind == deque ? asDeque()->getFront(container) : asQueue()->getFront(container);
   }
   const void *back() const {
@@ -588,10 +522,9 @@ class AdaptorSubject : public Subject {
     return kind == deque ? asDeque()->isEmpty(container) : asQueue()->isEmpty(container);
   }
 
-  void settle() override {
-    compare(contents(container), model);
+  void check() const override {
     ZT_REQUIRE(isEmpty() == model.empty());
-    ZT_REQUIRE(ztSequenceContainer_of(container)->getSize(container) == static_cast<int32_t>(model.size()));
+    ZT_REQUIRE(container->getSize(container) == static_cast<int32_t>(model.size()));
     if (model.empty()) {
       ZT_REQUIRE(back() == nullptr);
     } else {
@@ -605,22 +538,18 @@ class AdaptorSubject : public Subject {
       case 0:
       case 1:
       case 2:
-        pushBack(elements.value(input));
-        break;
+        return pushBack(elements.value(input));
       case 3:
-        pushFront(elements.value(input));
-        break;
+        return pushFront(elements.value(input));
       case 4:
-        popBack();
-        break;
+        return popBack();
       case 5:
-        popFront();
-        break;
+        return popFront();
       case 6:
         if (elements.hasBad()) ZT_REQUIRE(push(elements.giveBad(input)) == nullptr);
-        break;
+        return;
       default:
-        copy(input.flag());
+        return copy(input.flag());
     }
   }
 
@@ -630,16 +559,13 @@ class AdaptorSubject : public Subject {
   }
 
   void pushBack(int value) {
-    const ztListItem *item = push(elements.give(value));
-    expect(item != nullptr);
-    if (item != nullptr) model.push_back(value);
+    if (expect(push(elements.give(value)) != nullptr)) model.push_back(value);
   }
 
   void pushFront(int value) {
     if (kind != deque) return;
     const ztListItem *item = asDeque()->pushFront(container, elements.give(value));
-    expect(item != nullptr);
-    if (item != nullptr) model.insert(model.begin(), value);
+    if (expect(item != nullptr)) model.insert(model.begin(), value);
   }
 
   void popBack() {
@@ -654,7 +580,7 @@ class AdaptorSubject : public Subject {
 
   void popFront() {
     if (kind == stack) return;
-    void *element = const_cast<void *>(front());
+    void *element = front();
     if (kind == deque) {
       asDeque()->popFront(container);
     } else {
@@ -665,19 +591,7 @@ class AdaptorSubject : public Subject {
     model.erase(model.begin());
   }
 
-  void copy(bool goOnWithCopy) {
-    void *made = newCopy(container);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    ZT_REQUIRE(contents(made) == model);
-    if (goOnWithCopy) std::swap(made, container);
-    unRef(made);
-  }
-
   Kind kind;
-  Elements elements;
-  void *container;
-  Values model;
 };
 
 // Trees -------------------------------------------------------------------------------------------
@@ -727,27 +641,17 @@ void wander(const void *container, ztCtor iterator, Input &input) {
   methods->destroy(&there);
 }
 
-class TreeSubject : public Subject {
+class TreeSubject : public Sequence<ztAvlTree, ztAvlTreeMethods> {
  public:
-  explicit TreeSubject(Input &input) : elements(Elements::from(input)), tree(ztAvlTree_ctor(nullptr, 1)) {
-    elements.configure(tree);
+  explicit TreeSubject(Input &input) {
+    make({}, 0, ztAvlTree_ctor, input);
     hasDuplicates = input.flag();
-    methods()->setAllowDuplicate(tree, hasDuplicates);
-    manager = ztAvlTree_ctor(nullptr, 1);
-    elements.configure(manager);
-    if (input.below(4) == 0) methods()->setItemManager(tree, manager);
-  }
-  ~TreeSubject() override {
-    unRef(tree);
-    unRef(manager);
+    container->setAllowDuplicate(container, hasDuplicates);
+    manageItems(ztAvlTree_ctor, input.below(4) == 0);
   }
 
  private:
-  const ztAvlTreeMethods *methods() const {
-    return ztAvlTree_of(tree);
-  }
-
-  Values contents(const void *of) const {
+  Values contents(const void *of) const override {
     Values found;
     for (const ztAvlTreeItem *item : walk(static_cast<const ztAvlTree *>(of), of, ztAvlIterator_ctor)) {
       found.push_back(elements.read(item->data));
@@ -755,12 +659,11 @@ class TreeSubject : public Subject {
     return found;
   }
 
-  void settle() override {
-    compare(contents(tree), model);
-    ZT_REQUIRE(methods()->getSize(tree) == static_cast<int32_t>(model.size()));
+  void check() const override {
+    ZT_REQUIRE(container->getSize(container) == static_cast<int32_t>(model.size()));
   }
 
-  bool has(int value) const {
+  bool hasValue(int value) const {
     return std::binary_search(model.begin(), model.end(), value);
   }
 
@@ -769,32 +672,27 @@ class TreeSubject : public Subject {
       case 0:
       case 1:
       case 2:
-        push(elements.value(input));
-        break;
+        return push(elements.value(input));
       case 3:
       case 4:
-        pop(elements.value(input));
-        break;
+        return pop(elements.value(input));
       case 5:
-        find(elements.value(input));
-        break;
+        return find(elements.value(input));
       case 6:
-        findAll(elements.value(input), input.below(3));
-        break;
+        return findAll(elements.value(input), input.below(3));
       case 7:
-        copy(input.flag());
-        break;
+        return copy(input.flag());
       case 8:
-        wander(tree, ztAvlIterator_ctor, input);
-        break;
+        return wander(container, ztAvlIterator_ctor, input);
       default:
-        emptyOrPushBad(input);
+        if (input.below(4) == 0) return empty();
+        if (elements.kind == Elements::objects) ZT_REQUIRE(container->push(container, nullptr) == nullptr);
     }
   }
 
   void push(int value) {
-    const bool isRefused = !hasDuplicates && has(value);
-    const ztAvlTreeItem *item = methods()->push(tree, elements.give(value));
+    const bool isRefused = !hasDuplicates && hasValue(value);
+    const ztAvlTreeItem *item = container->push(container, elements.give(value));
     expect((item == nullptr) == isRefused);
     if (item == nullptr) return;
     ZT_REQUIRE(elements.read(item->data) == value);
@@ -802,80 +700,76 @@ class TreeSubject : public Subject {
   }
 
   void pop(int value) {
-    const bool isThere = has(value);
-    const int32_t popped = methods()->pop(tree, elements.give(value));
+    const bool isThere = hasValue(value);
+    const int32_t popped = container->pop(container, elements.give(value));
     expect(popped == (isThere || model.empty()));
     if (popped && isThere) model.erase(std::lower_bound(model.begin(), model.end(), value));
   }
 
   void find(int value) {
-    const ztAvlTreeItem *item = methods()->find(tree, elements.give(value));
-    ZT_REQUIRE((item != nullptr) == has(value));
+    const ztAvlTreeItem *item = container->find(container, elements.give(value));
+    ZT_REQUIRE((item != nullptr) == hasValue(value));
     if (item != nullptr) ZT_REQUIRE(elements.read(item->data) == value);
   }
 
   void findAll(int value, uint32_t choice) {
     static const ztCtor constructors[] = {ztList_ctor, ztArray_ctor, ztAvlTree_ctor};
-    void *output = constructors[choice](nullptr, 1);
+    const Owned<ztBaseClass, ztSequenceContainerMethods> output(constructors[choice]);
     if (output == nullptr) return;
     elements.configure(output);
-    ztSequenceContainer_of(output)->setAllowDuplicate(output, 1);
-    const int32_t size = methods()->findAll(tree, elements.give(value), output);
+    output->setAllowDuplicate(output, 1);
+    const int32_t size = container->findAll(container, elements.give(value), output);
     const auto [first, last] = std::equal_range(model.begin(), model.end(), value);
     ZT_REQUIRE(size <= last - first && (hasDuplicates || size == 0));
     expect(size > 0 || first == last || !hasDuplicates);
-    ZT_REQUIRE(ztSequenceContainer_of(output)->getSize(output) == size || failed());
-    unRef(output);
+    expect(output->getSize(output) == size);
   }
 
-  void copy(bool goOnWithCopy) {
-    void *made = newCopy(tree);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    ZT_REQUIRE(contents(made) == model);
-    if (goOnWithCopy) std::swap(made, tree);
-    unRef(made);
-  }
-
-  void emptyOrPushBad(Input &input) {
-    if (input.below(4) == 0) {
-      methods()->empty(tree);
-      model.clear();
-    } else if (elements.kind == Elements::objects) {
-      ZT_REQUIRE(methods()->push(tree, nullptr) == nullptr);
-    }
-  }
-
-  Elements elements;
-  void *tree;
-  void *manager;
   bool hasDuplicates;
-  Values model;
 };
 
-// Maps --------------------------------------------------------------------------------------------
+// Maps and hash tables ----------------------------------------------------------------------------
 
 using Pairs = std::vector<std::pair<int, int>>;
 
-class MapSubject : public Subject {
- public:
-  explicit MapSubject(Input &input)
-      : keys(Elements::from(input)), values(Elements::from(input)), map(ztMap_ctor(nullptr, 1)) {
-    keys.configureKeys(map);
-    values.configureValues(map);
+template <typename Object, typename Methods>
+class Associative : public Modelled<Object, Methods, Pairs> {
+ protected:
+  explicit Associative(Input &input) : keys(Elements::from(input)), values(Elements::from(input)) {}
+  // With keys and values as they are by then.
+  void make(ztCtor ctor, Input &input) {
+    this->container = Owned<Object, Methods>(ctor);
+    keys.configureKeys(this->container);
+    values.configureValues(this->container);
     hasDuplicates = input.flag();
-    methods()->setAllowDuplicate(map, hasDuplicates);
+    this->container->setAllowDuplicate(this->container, hasDuplicates);
   }
-  ~MapSubject() override {
-    unRef(map);
+
+  Pairs::iterator firstOf(int key) {
+    return std::lower_bound(this->model.begin(), this->model.end(), key,
+                            [](const auto &pair, int wanted) { return pair.first < wanted; });
+  }
+  bool has(int key) {
+    const auto at = firstOf(key);
+    return at != this->model.end() && at->first == key;
+  }
+  bool hasPair(int key, int value) {
+    return std::find(this->model.begin(), this->model.end(), std::make_pair(key, value)) != this->model.end();
+  }
+
+  Elements keys;
+  Elements values;
+  bool hasDuplicates = false;
+};
+
+class MapSubject : public Associative<ztMap, ztMapMethods> {
+ public:
+  explicit MapSubject(Input &input) : Associative(input) {
+    make(ztMap_ctor, input);
   }
 
  private:
-  const ztMapMethods *methods() const {
-    return ztMap_of(map);
-  }
-
-  Pairs contents(const void *of) const {
+  Pairs contents(const void *of) const override {
     Pairs found;
     for (const ztAvlTreeItem *item : walk(static_cast<const ztMap *>(of)->tree, of, ztMapIterator_ctor)) {
       const auto *pair = reinterpret_cast<const ztMapItem *>(item);
@@ -884,23 +778,8 @@ class MapSubject : public Subject {
     return found;
   }
 
-  void settle() override {
-    const Pairs found = contents(map);
-    if (failed()) model = found;
-    ZT_REQUIRE(found == model);
-    ZT_REQUIRE(methods()->getSize(map) == static_cast<int32_t>(model.size()));
-  }
-
-  Pairs::iterator firstOf(int key) {
-    return std::lower_bound(model.begin(), model.end(), key,
-                            [](const std::pair<int, int> &pair, int wanted) { return pair.first < wanted; });
-  }
-  bool has(int key) {
-    const auto at = firstOf(key);
-    return at != model.end() && at->first == key;
-  }
-  bool hasPair(int key, int value) {
-    return std::find(model.begin(), model.end(), std::make_pair(key, value)) != model.end();
+  void check() const override {
+    ZT_REQUIRE(container->getSize(container) == static_cast<int32_t>(model.size()));
   }
 
   void step(Input &input, uint8_t operation) override {
@@ -908,34 +787,25 @@ class MapSubject : public Subject {
       case 0:
       case 1:
       case 2:
-        push(keys.value(input), values.value(input));
-        break;
+        return push(keys.value(input), values.value(input));
       case 3:
       case 4:
-        pop(keys.value(input));
-        break;
+        return pop(keys.value(input));
       case 5:
-        find(keys.value(input));
-        break;
+        return find(keys.value(input));
       case 6:
-        findAll(keys.value(input));
-        break;
+        return findAll(keys.value(input));
       case 7:
-        copy(input.flag());
-        break;
+        return copy(input.flag());
       default:
-        if (input.below(4) == 0) {
-          methods()->empty(map);
-          model.clear();
-        } else {
-          wander(map, ztMapIterator_ctor, input);
-        }
+        if (input.below(4) == 0) return empty();
+        wander(container, ztMapIterator_ctor, input);
     }
   }
 
   void push(int key, int value) {
     const bool isRefused = !hasDuplicates && has(key);
-    const ztMapItem *item = methods()->pushBack(map, keys.give(key), values.give(value));
+    const ztMapItem *item = container->pushBack(container, keys.give(key), values.give(value));
     expect((item == nullptr) == isRefused);
     if (item == nullptr) return;
     ZT_REQUIRE(keys.read(item->data) == key && values.read(item->value) == value);
@@ -945,94 +815,58 @@ class MapSubject : public Subject {
   // Which of several pairs of a key goes is seen only afterwards.
   void pop(int key) {
     const bool isThere = has(key);
-    const int32_t popped = methods()->pop(map, keys.give(key));
+    const int32_t popped = container->pop(container, keys.give(key));
     expect(popped == (isThere || model.empty()));
     if (!popped || !isThere) return;
-    const Pairs found = contents(map);
+    const Pairs found = contents(container);
     ZT_REQUIRE(found.size() + 1 == model.size());
-    auto at = firstOf(key);
-    while (at - model.begin() < static_cast<ptrdiff_t>(found.size()) &&
-           *at == found[static_cast<size_t>(at - model.begin())])
-      ++at;
-    ZT_REQUIRE(at != model.end() && at->first == key);
-    model.erase(at);
+    const auto gone =
+        std::mismatch(found.begin() + (firstOf(key) - model.begin()), found.end(), firstOf(key));
+    ZT_REQUIRE(gone.second != model.end() && gone.second->first == key);
+    model.erase(gone.second);
   }
 
   void find(int key) {
-    const ztMapItem *item = methods()->find(map, keys.give(key));
+    const ztMapItem *item = container->find(container, keys.give(key));
     ZT_REQUIRE((item != nullptr) == has(key));
-    const void *value = methods()->findValue(map, keys.give(key));
-    if (item == nullptr) {
-      ZT_REQUIRE(value == nullptr);
-    } else {
-      ZT_REQUIRE(value == item->value);
-      ZT_REQUIRE(keys.read(item->data) == key && hasPair(key, values.read(value)));
-    }
+    const void *value = container->findValue(container, keys.give(key));
+    ZT_REQUIRE(value == (item == nullptr ? nullptr : item->value));
+    if (item != nullptr) ZT_REQUIRE(keys.read(item->data) == key && hasPair(key, values.read(value)));
   }
 
   void findAll(int key) {
-    void *output = ztMap_ctor(nullptr, 1);
+    const Owned<ztMap, ztMapMethods> output(ztMap_ctor);
     if (output == nullptr) return;
     keys.configureKeys(output);
     values.configureValues(output);
-    const int32_t size = methods()->findAll(map, keys.give(key), output);
+    const int32_t size = container->findAll(container, keys.give(key), output);
     expect((size > 0) == (hasDuplicates && has(key)));
-    if (static_cast<const ztMap *>(output)->tree != nullptr) {
-      for (const auto &[foundKey, value] : contents(output))
-        ZT_REQUIRE(foundKey == key && hasPair(key, value));
-    }
-    unRef(output);
+    if (output.fields().tree == nullptr) return;
+    for (const auto &[foundKey, value] : contents(output)) ZT_REQUIRE(foundKey == key && hasPair(key, value));
   }
-
-  void copy(bool goOnWithCopy) {
-    void *made = newCopy(map);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    ZT_REQUIRE(contents(made) == model);
-    if (goOnWithCopy) std::swap(made, map);
-    unRef(made);
-  }
-
-  Elements keys;
-  Elements values;
-  void *map;
-  bool hasDuplicates;
-  Pairs model;
 };
 
-// Hash tables -------------------------------------------------------------------------------------
-
-class HashTableSubject : public Subject {
+class HashTableSubject : public Associative<ztHashTable, ztHashTableMethods> {
  public:
-  explicit HashTableSubject(Input &input)
-      : keys(Elements::from(input)), values(Elements::from(input)), table(ztHashTable_ctor(nullptr, 1)) {
+  explicit HashTableSubject(Input &input) : Associative(input) {
     // Objects are hashed by their addresses, and pointers by what they point to, if to anything.
     if (keys.kind == Elements::objects) keys.kind = Elements::bytes;
-    keys.configureKeys(table);
-    values.configureValues(table);
-    hasDuplicates = input.flag();
-    methods()->setAllowDuplicate(table, hasDuplicates);
-  }
-  ~HashTableSubject() override {
-    unRef(table);
+    make(ztHashTable_ctor, input);
   }
 
  private:
-  const ztHashTableMethods *methods() const {
-    return ztHashTable_of(table);
-  }
   int key(Input &input) const {
     const int value = keys.value(input);
     return keys.kind == Elements::pointers && value == 0 ? 1 : value;
   }
 
   // Every pair, those of one key the newest first.
-  Pairs contents(const void *of) const {
+  Pairs contents(const void *of) const override {
     Pairs found;
     const auto *whole = static_cast<const ztHashTable *>(of);
-    const ztPtrArray *slots = whole->buckets;
-    for (int32_t i = 0; whole->count > 0 && i < ztPtrArray_of(slots)->getSize(slots); ++i) {
-      const auto *item = static_cast<const ztHashTableItem *>(ztPtrArray_of(slots)->getAt(slots, i));
+    for (int32_t i = 0; whole->count > 0 && i < bucketsOf(whole); ++i) {
+      const void *bucket = ztPtrArray_of(whole->buckets)->getAt(whole->buckets, i);
+      const auto *item = static_cast<const ztHashTableItem *>(bucket);
       for (; item != nullptr; item = item->next) {
         found.emplace_back(keys.read(item->data), values.read(item->value));
       }
@@ -1042,222 +876,166 @@ class HashTableSubject : public Subject {
     ZT_REQUIRE(found.size() == whole->count);
     return found;
   }
-
-  void settle() override {
-    const Pairs found = contents(table);
-    if (failed()) model = found;
-    ZT_REQUIRE(found == model);
+  static int32_t bucketsOf(const ztHashTable *table) {
+    return ztPtrArray_of(table->buckets)->getSize(table->buckets);
   }
 
-  Pairs::iterator firstOf(int wanted) {
-    return std::lower_bound(model.begin(), model.end(), wanted,
-                            [](const std::pair<int, int> &pair, int other) { return pair.first < other; });
-  }
+  void check() const override {}
 
   void step(Input &input, uint8_t operation) override {
     switch (operation % 8) {
       case 0:
       case 1:
       case 2:
-        insert(key(input), values.value(input));
-        break;
+        return insert(key(input), values.value(input));
       case 3:
       case 4:
-        find(key(input));
-        break;
+        return find(key(input));
       case 5:
-        setSize(input.count());
-        break;
+        return setSize(input.count());
       case 6:
-        copy(input.flag());
-        break;
+        return copy(input.flag());  // the newest of a key comes first in the copy, too
       default:
-        if (input.below(4) != 0) return;
-        methods()->empty(table);
-        model.clear();
+        if (input.below(4) == 0) empty();
     }
   }
 
   void insert(int wanted, int value) {
-    const auto at = firstOf(wanted);
-    const bool isThere = at != model.end() && at->first == wanted;
-    const bool isRefused = buckets == 0 || (isThere && !hasDuplicates);
-    const int32_t done = methods()->insert(table, keys.give(wanted), values.give(value));
+    const bool isRefused = buckets == 0 || (has(wanted) && !hasDuplicates);
+    const int32_t done = container->insert(container, keys.give(wanted), values.give(value));
     expect(done == !isRefused);
-    if (done) model.insert(at, {wanted, value});
+    if (done) model.insert(firstOf(wanted), {wanted, value});
   }
 
   void find(int wanted) {
-    const auto at = firstOf(wanted);
-    const bool isThere = at != model.end() && at->first == wanted;
-    const ztHashTableItem *item = methods()->find(table, keys.give(wanted));
-    ZT_REQUIRE((item != nullptr) == isThere);
-    if (isThere) ZT_REQUIRE(values.read(item->value) == at->second);
+    const ztHashTableItem *item = container->find(container, keys.give(wanted));
+    ZT_REQUIRE((item != nullptr) == has(wanted));
+    if (item != nullptr) ZT_REQUIRE(values.read(item->value) == firstOf(wanted)->second);
   }
 
   void setSize(int32_t wanted) {
     const int32_t count = wanted > 1000 && wanted < INT32_MAX / 4 ? 16 : wanted;
-    const bool isPossible = count >= 0 && count <= 1000;
-    const int32_t done = methods()->setSize(table, count);
-    expect(done == isPossible);
-    if (done) {
-      model.clear();
-      buckets = count;
-    }
-    if (failed()) buckets = ztPtrArray_of(bucketsOf())->getSize(bucketsOf());
-  }
-  const ztPtrArray *bucketsOf() const {
-    return static_cast<const ztHashTable *>(table)->buckets;
+    const int32_t done = container->setSize(container, count);
+    expect(done == (count >= 0 && count <= 1000));
+    if (done) model.clear();
+    if (done) buckets = count;
+    if (failed()) buckets = bucketsOf(&container.fields());
   }
 
-  void copy(bool goOnWithCopy) {
-    void *made = newCopy(table);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    // The newest of a key comes first in the copy, too.
-    ZT_REQUIRE(contents(made) == model);
-    if (goOnWithCopy) std::swap(made, table);
-    unRef(made);
-  }
-
-  Elements keys;
-  Elements values;
-  void *table;
-  bool hasDuplicates;
   int32_t buckets = 0;
-  Pairs model;
 };
 
 // Strings -----------------------------------------------------------------------------------------
 
-class StringSubject : public Subject {
+class StringSubject : public Modelled<ztString, ztStringMethods, std::string> {
  public:
-  explicit StringSubject(Input &) : string(ztString_ctor(nullptr, 1)) {}
-  ~StringSubject() override {
-    unRef(string);
+  explicit StringSubject(Input &) {
+    container = String(ztString_ctor);
   }
 
  private:
-  const ztStringMethods *methods() const {
-    return ztString_of(string);
-  }
-  std::string text(const void *of) const {
-    const char *found = methods()->get(of);
+  using String = Owned<ztString, ztStringMethods>;
+
+  std::string contents(const void *of) const override {
+    const char *found = container->get(of);
     return found == nullptr ? "" : found;
   }
 
-  void settle() override {
-    if (failed()) model = text(string);
-    ZT_REQUIRE(text(string) == model);
-    ZT_REQUIRE(methods()->length(string) == model.size());
-    ZT_REQUIRE(methods()->isEmpty(string) == model.empty());
+  void check() const override {
+    ZT_REQUIRE(container->length(container) == model.size());
+    ZT_REQUIRE(container->isEmpty(container) == model.empty());
   }
 
   void step(Input &input, uint8_t operation) override {
-    if (model.size() > 4000) methods()->set(string, model.erase(8).c_str());
+    if (model.size() > 4000) container->set(container, model.erase(8).c_str());
     switch (operation % 7) {
       case 0:
-        set(input.text(40));
-        break;
+        return set(input.text(40));
       case 1:
-        cat(input.text(40));
-        break;
+        return cat(input.text(40));
       case 2:
-        if (methods()->cat(string, string) != nullptr) model += model;
-        break;
+        if (container->cat(container, container) != nullptr) model += model;
+        return;
       case 3:
-        setOwn(input.below(static_cast<uint32_t>(model.size()) + 1));
-        break;
+        return setOwn(input.below(static_cast<uint32_t>(model.size()) + 1));
       case 4:
-        methods()->set(string, nullptr);
+        container->set(container, nullptr);
         model.clear();
-        ZT_REQUIRE(failed() || methods()->get(string) == nullptr);
-        break;
+        expect(container->get(container) == nullptr);
+        return;
       case 5:
-        compareWith(input.flag() ? model : input.text(40));
-        break;
+        return compareWith(input.flag() ? model : input.text(40));
       default:
-        copy(input.flag());
+        if (!input.flag()) return copyByCloning();
+        copyByAssigning();
     }
   }
 
-  void set(const std::string &value) {
-    const void *done = methods()->set(string, value.c_str());
-    expect(done == string);
-    if (done != nullptr) model = value;
+  void setTo(const char *text, const std::string &expected) {
+    const void *done = container->set(container, text);
+    expect(done == container);
+    if (done != nullptr) model = expected;
   }
-
+  void set(const std::string &value) {
+    setTo(value.c_str(), value);
+  }
   void setOwn(uint32_t from) {
-    if (methods()->get(string) == nullptr) return;
-    const void *done = methods()->set(string, methods()->get(string) + from);
-    expect(done == string);
-    if (done != nullptr) model = model.substr(from);
+    const char *text = container->get(container);
+    if (text != nullptr) setTo(text + from, model.substr(from));
   }
 
   void cat(const std::string &value) {
-    void *other = ztString_ctor(nullptr, 1);
-    if (other == nullptr) return;
-    if (ztString_of(other)->set(other, value.c_str()) != nullptr) {
-      const void *done = methods()->cat(string, other);
-      expect(done == string);
-      if (done != nullptr) model += value;
-    }
-    unRef(other);
+    const String other(ztString_ctor);
+    if (other == nullptr || other->set(other, value.c_str()) == nullptr) return;
+    const void *done = container->cat(container, other);
+    expect(done == container);
+    if (done != nullptr) model += value;
   }
 
   void compareWith(const std::string &value) {
     const NoFaults meanwhile;
-    void *other = ztString_ctor(nullptr, 1);
-    ztString_of(other)->set(other, value.c_str());
+    const String other(ztString_ctor);
+    other->set(other, value.c_str());
     const int order = strcmp(model.c_str(), value.c_str());
-    ZT_REQUIRE(methods()->isEqual(string, other) == (order == 0));
-    ZT_REQUIRE(methods()->isLess(string, other) == (order < 0));
-    ZT_REQUIRE(methods()->isMajor(string, other) == (order > 0));
+    ZT_REQUIRE(container->isEqual(container, other) == (order == 0));
+    ZT_REQUIRE(container->isLess(container, other) == (order < 0));
+    ZT_REQUIRE(container->isMajor(container, other) == (order > 0));
     const int32_t sign = (order > 0) - (order < 0);
-    ZT_REQUIRE(ztStringArray_compare_func(string, other) == sign);
-    ZT_REQUIRE(ztStringList_compare_func(string, other) == sign);
-    unRef(other);
+    ZT_REQUIRE(ztStringArray_compare_func(container, other) == sign);
+    ZT_REQUIRE(ztStringList_compare_func(container, other) == sign);
   }
 
-  void copy(bool byAssigning) {
-    void *made = byAssigning ? ztString_ctor(nullptr, 1) : newCopy(string);
-    expect(made != nullptr);
-    if (made == nullptr) return;
-    if (byAssigning) expect(ztString_of(made)->assign(made, string) == 1);
-    expect(text(made) == model);
-    if (!failed()) std::swap(made, string);
-    unRef(made);
+  void goOnWith(String made) {
+    if (!expect(made != nullptr)) return;
+    expect(contents(made) == model);
+    if (!failed()) std::swap(made, container);
   }
-
-  void *string;
-  std::string model;
+  void copyByCloning() {
+    goOnWith(String(newCopy(container)));
+  }
+  void copyByAssigning() {
+    String made(ztString_ctor);
+    if (made != nullptr) expect(made->assign(made, container) == 1);
+    goOnWith(std::move(made));
+  }
 };
 
+template <typename Kind>
+std::unique_ptr<Subject> newSubject(Input &input) {
+  return std::make_unique<Kind>(input);
+}
+
 std::unique_ptr<Subject> choose(Input &input) {
-  switch (input.below(8)) {
-    case 0:
-    case 1:
-      return std::make_unique<ArraySubject>(input);
-    case 2:
-      return std::make_unique<ListSubject>(input);
-    case 3:
-      return std::make_unique<AdaptorSubject>(input);
-    case 4:
-      return std::make_unique<TreeSubject>(input);
-    case 5:
-      return std::make_unique<MapSubject>(input);
-    case 6:
-      return std::make_unique<HashTableSubject>(input);
-    default:
-      return std::make_unique<StringSubject>(input);
-  }
+  static constexpr std::unique_ptr<Subject> (*kinds[])(Input &) = {
+      newSubject<ArraySubject>,     newSubject<ArraySubject>, newSubject<ListSubject>,
+      newSubject<AdaptorSubject>,   newSubject<TreeSubject>,  newSubject<MapSubject>,
+      newSubject<HashTableSubject>, newSubject<StringSubject>};
+  return kinds[input.below(8)](input);
 }
 
 }  // namespace
 
 int LLVMFuzzerInitialize(int *, char ***) {
-  static const MemoryFile file;
-  storage = &file;
   ztLc_closeLogFile();
   forms.make();
   return 0;

@@ -3,7 +3,8 @@
 //
 // Everything happens in a folder of the target's own, which goes when the program ends.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
+#include "tests/helpers/memory_file.hh"
+#include "tests/helpers/temp_folder.hh"
 #include "zentova.h"
 
 #include <ctype.h>
@@ -11,8 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,13 +21,13 @@ namespace {
 
 constexpr size_t pathSize = 512;
 
-// A buffer of exactly that size, so that a byte written behind it is seen.
-class PathBuffer {
+// A block of its very size, so that a byte written behind it is seen; zeros behind the text.
+class Text {
  public:
-  PathBuffer() : bytes(std::make_unique<char[]>(pathSize)) {}
-  explicit PathBuffer(const std::string &text) : PathBuffer() {
-    text.copy(bytes.get(), pathSize - 1);
+  Text(const std::string &text, size_t size) : bytes(std::make_unique<char[]>(size)) {
+    text.copy(bytes.get(), size - 1);
   }
+  explicit Text(const std::string &text) : Text(text, text.size() + 1) {}
   char *get() const {
     return bytes.get();
   }
@@ -36,18 +36,8 @@ class PathBuffer {
   std::unique_ptr<char[]> bytes;
 };
 
-// A copy of a text in a block of its very size.
-class Text {
- public:
-  explicit Text(const std::string &text) : bytes(std::make_unique<char[]>(text.size() + 1)) {
-    memcpy(bytes.get(), text.c_str(), text.size() + 1);
-  }
-  char *get() const {
-    return bytes.get();
-  }
-
- private:
-  std::unique_ptr<char[]> bytes;
+struct PathBuffer : Text {
+  explicit PathBuffer(const std::string &text = "") : Text(text, pathSize) {}
 };
 
 std::string cut(const std::string &text) {
@@ -252,7 +242,7 @@ void formatOne(const std::string &format, Argument argument, bool inLog) {
   ZT_REQUIRE(ztLc_openLogFile(logFile->path()) == 1);
   ztLc_log(format.c_str(), argument);
   ztLc_closeLogFile();
-  const std::string found = logFile->contents();
+  const std::string found = logFile->bytes();
   ZT_REQUIRE(length < 0 ? found.size() < pathSize : found == expected);
 }
 
@@ -273,30 +263,25 @@ void format(Input &input) {
   const bool inLog = input.flag();
   switch (input.below(8)) {
     case 0:
-      formatOne(formatFrom(input, "dixXuo", ""), input.number<int32_t>(), inLog);
-      break;
+      return formatOne(formatFrom(input, "dixXuo", ""), input.number<int32_t>(), inLog);
     case 1:
-      formatOne(formatFrom(input, "dixXuo", "l"), input.number<int64_t>(), inLog);
-      break;
+      return formatOne(formatFrom(input, "dixXuo", "l"), input.number<int64_t>(), inLog);
     case 2:
-      formatOne(formatFrom(input, "eEfFgGaA", ""), input.number<double>(), inLog);
-      break;
+      return formatOne(formatFrom(input, "eEfFgGaA", ""), input.number<double>(), inLog);
     case 3:
-      formatOne(formatFrom(input, "c", ""), static_cast<int32_t>(input.byte()), inLog);
-      break;
+      return formatOne(formatFrom(input, "c", ""), static_cast<int32_t>(input.byte()), inLog);
     case 4:
-      formatOne(formatFrom(input, "p", ""), reinterpret_cast<const void *>(input.number<uintptr_t>()), inLog);
-      break;
+      return formatOne(formatFrom(input, "p", ""), reinterpret_cast<const void *>(input.number<uintptr_t>()),
+                       inLog);
     case 5:
-      formatOne(formatFrom(input, "s", ""), hostileText(input).c_str(), inLog);
-      break;
+      return formatOne(formatFrom(input, "s", ""), hostileText(input).c_str(), inLog);
     case 6:
-      formatOne("%s", (hostileText(input) + std::string(input.below(600), 'l') + hostileText(input)).c_str(),
-                inLog);
-      break;
+      return formatOne("%s",
+                       (hostileText(input) + std::string(input.below(600), 'l') + hostileText(input)).c_str(),
+                       inLog);
     default:
       // The formatter's own result may be an argument of its next call, and of the log.
-      formatOne("<%s>", ztCu_fmtMsg("%s", hostileText(input).c_str()), inLog);
+      return formatOne("<%s>", ztCu_fmtMsg("%s", hostileText(input).c_str()), inLog);
   }
 }
 
@@ -319,35 +304,19 @@ void report(Input &input) {
 std::string home;     // the folder where everything happens
 std::string outside;  // the one where the program was started
 
-class OwnFolder {
- public:
-  OwnFolder() : folder(std::filesystem::temp_directory_path() / "zentova-fuzz-XXXXXX") {
-    ZT_REQUIRE(mkdtemp(folder.data()) != nullptr);
-    for (const char *name : {"tree", "tree/sub.dir", "tree/sub.dir/deep", "tree/plain", "links"}) {
-      std::filesystem::create_directory(folder + "/" + name);
-    }
-    for (const char *name : {"a.txt", "b.TXT", "c", ".txt", "..txt", "d.*", "e.tar.gz", "f.", "sub.dir/a.txt",
-                             "sub.dir/deep/x.dir", "plain/a.txt", "plain/%n.txt"}) {
-      std::ofstream(folder + "/tree/" + name);
-    }
-    std::filesystem::create_directory_symlink("..", folder + "/links/up.dir");
-    std::filesystem::create_directory_symlink(".", folder + "/links/same.dir");
-    std::filesystem::create_symlink("nowhere", folder + "/links/broken.txt");
+// The files and folders that are walked over.
+void fillFolder(const std::string &folder) {
+  for (const char *name : {"tree", "tree/sub.dir", "tree/sub.dir/deep", "tree/plain", "links"}) {
+    std::filesystem::create_directory(folder + "/" + name);
   }
-  ~OwnFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
+  for (const char *name : {"a.txt", "b.TXT", "c", ".txt", "..txt", "d.*", "e.tar.gz", "f.", "sub.dir/a.txt",
+                           "sub.dir/deep/x.dir", "plain/a.txt", "plain/%n.txt"}) {
+    writeContents(folder + "/tree/" + name, "");
   }
-  OwnFolder(const OwnFolder &) = delete;
-  OwnFolder &operator=(const OwnFolder &) = delete;
-
-  const std::string &path() const {
-    return folder;
-  }
-
- private:
-  std::string folder;
-};
+  std::filesystem::create_directory_symlink("..", folder + "/links/up.dir");
+  std::filesystem::create_directory_symlink(".", folder + "/links/same.dir");
+  std::filesystem::create_symlink("nowhere", folder + "/links/broken.txt");
+}
 
 using Names = std::vector<std::string>;
 
@@ -413,7 +382,7 @@ void changeFolder(Input &input) {
   ZT_REQUIRE(ztDm_changeDir(outside.c_str()) == 1);
 }
 
-void useNothing() {
+void useNothing(Input &) {
   ZT_REQUIRE(ztCu_extractFileName(nullptr, nullptr) == nullptr && ztCu_extractPath("a", nullptr) == nullptr);
   ZT_REQUIRE(ztCu_cutFileExt(nullptr) == nullptr && ztCu_fixRelativePath(nullptr) == nullptr);
   ZT_REQUIRE(ztCu_expandEnvString(nullptr, "a") == 0);
@@ -423,56 +392,25 @@ void useNothing() {
   ztCu_genUniqueId();
 }
 
+void walkLinksOrChangeFolder(Input &input) {
+  if (input.flag()) return walkLinks(input);
+  changeFolder(input);
+}
+
 void step(Input &input) {
-  switch (input.below(16)) {
-    case 0:
-    case 1:
-      takePathApart(input);
-      break;
-    case 2:
-    case 3:
-      changeInPlace(input);
-      break;
-    case 4:
-    case 5:
-      makePath(input);
-      break;
-    case 6:
-    case 7:
-      expand(input);
-      break;
-    case 8:
-      mapCase(input);
-      break;
-    case 9:
-      roundNumber(input);
-      break;
-    case 10:
-    case 11:
-      format(input);
-      break;
-    case 12:
-      report(input);
-      break;
-    case 13:
-      walkTree(input);
-      break;
-    case 14:
-      if (input.flag()) {
-        walkLinks(input);
-      } else {
-        changeFolder(input);
-      }
-      break;
-    default:
-      useNothing();
-  }
+  static constexpr void (*steps[])(Input &) = {
+      takePathApart, takePathApart, changeInPlace, changeInPlace, makePath,
+      makePath,      expand,        expand,        mapCase,       roundNumber,
+      format,        format,        report,        walkTree,      walkLinksOrChangeFolder,
+      useNothing};
+  steps[input.below(std::size(steps))](input);
 }
 
 }  // namespace
 
 int LLVMFuzzerInitialize(int *, char ***) {
-  static const OwnFolder folder;
+  static const TempFolder folder;
+  fillFolder(folder.path());
   static const MemoryFile file;
   home = folder.path();
   outside = std::filesystem::current_path();

@@ -4,11 +4,12 @@
 // finds the orders that matter. Whatever happens, no freed memory is touched, each slot is called as often
 // as it should be, lists of children and parents agree, and at the end nothing is left.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -299,7 +300,7 @@ void *anyOf(const char *className) {
 }
 
 const char *anySignal() {
-  return signalNames[input->below(sizeof signalNames / sizeof *signalNames)];
+  return signalNames[input->below(std::size(signalNames))];
 }
 
 // Making and ending -------------------------------------------------------------------------------
@@ -438,10 +439,10 @@ bool hasProperty(void *object, const char *name) {
 void setProperty() {
   void *object = anyObject();
   if (object == nullptr) return;
-  const Named &property = properties[input->below(sizeof properties / sizeof *properties)];
-  void *string = ztString_ctor(nullptr, 1);
+  const Named &property = properties[input->below(std::size(properties))];
+  const Owned<ztString, ztStringMethods> string(ztString_ctor);
   if (string == nullptr) return;
-  ztString_of(string)->set(string, "a text");
+  string->set(string, "a text");
   ztWord word = wordFor(property.type, string);
   // A property that is new takes the value that the word points to.
   const bool isNew = !hasProperty(object, property.name);
@@ -450,39 +451,36 @@ void setProperty() {
   const int32_t done = ztObject_of(object)->setProperty(object, property.name, property.type, given);
   if (!isNew) ZT_REQUIRE(done == 1);
   if (isNew && done) ZT_REQUIRE(lives(object) && hasProperty(object, property.name));
-  unRef(string);
 }
 
 // Through the property itself.
 void setByHandle() {
   void *object = anyObject();
-  void *array = ztPropertyPtrArray_ctor(nullptr, 1);
-  if (array == nullptr || object == nullptr) {
-    if (array != nullptr) unRef(array);
-    return;
+  void *property = nullptr;
+  uint32_t kind = 0;
+  {
+    const Owned<ztPropertyPtrArray, ztPropertyPtrArrayMethods> array(ztPropertyPtrArray_ctor);
+    if (array == nullptr || object == nullptr) return;
+    const ztObjectMethods *methods = ztObject_of(object);
+    kind = input->below(3);
+    const auto list = kind == 0   ? methods->getProperties
+                      : kind == 1 ? methods->getStaticProperties
+                                  : methods->getDynamicProperties;
+    const int32_t done = list(object, array);
+    const auto count = static_cast<uint32_t>(array->getSize(array));
+    if (!done || count == 0) return;
+    property = array->getAt(array, static_cast<int32_t>(input->below(count)));
   }
-  const ztObjectMethods *methods = ztObject_of(object);
-  const uint32_t kind = input->below(3);
-  const int32_t done = kind == 0   ? methods->getProperties(object, array)
-                       : kind == 1 ? methods->getStaticProperties(object, array)
-                                   : methods->getDynamicProperties(object, array);
-  const int32_t count = ztPropertyPtrArray_of(array)->getSize(array);
-  void *property = done && count > 0
-                       ? ztPropertyPtrArray_of(array)->getAt(
-                             array, static_cast<int32_t>(input->below(static_cast<uint32_t>(count))))
-                       : nullptr;
-  unRef(array);
   if (property == nullptr) return;
   const ztPropertyMethods *operations = ztProperty_of(property);
   int64_t out[2] = {0, 0};
   ZT_REQUIRE(operations->getValue(property, object, out) == 1);
   ZT_REQUIRE(operations->isDynamic(property) == (kind == 2) || kind == 0);
   const char *type = operations->getType(property);
-  void *string = ztString_ctor(nullptr, 1);
+  const Owned<ztString, ztStringMethods> string(ztString_ctor);
   if (string == nullptr) return;
-  ztString_of(string)->set(string, "another text");
+  string->set(string, "another text");
   ZT_REQUIRE(operations->setValue(property, object, wordFor(type, string)) == 1);
-  unRef(string);
 }
 
 // Nodes -------------------------------------------------------------------------------------------
@@ -525,18 +523,14 @@ void changeNode() {
 
 void storeAndLoad() {
   void *node = anyOf("ztRoot");
-  void *file = ztFile_ctor(nullptr, 1);
-  void *roots = ztPtrArray_ctor(nullptr, 1);
-  if (node != nullptr && file != nullptr && roots != nullptr && living.size() < mostObjects / 2) {
-    ZT_REQUIRE(ztFile_of(file)->open(file, storage->path(), "w+b") == 1);
-    const int32_t stored = ztRoot_storeTree(node, file);
-    ztFile_of(file)->goToBegin(file);
-    ztTreeReport report = {};
-    if (ztRoot_loadTree(file, -1, roots, &report)) ZT_REQUIRE(report.nodes == stored || hasFault);
-  }
-  // The nodes are among the living.
-  if (roots != nullptr) unRef(roots);
-  if (file != nullptr) unRef(file);
+  const Owned<ztFile, ztFileMethods> file(ztFile_ctor);
+  const Owned<> roots(ztPtrArray_ctor);  // the nodes in it are among the living
+  if (node == nullptr || file == nullptr || roots == nullptr || living.size() >= mostObjects / 2) return;
+  ZT_REQUIRE(file->open(file, storage->path(), "w+b") == 1);
+  const int32_t stored = ztRoot_storeTree(node, file);
+  file->goToBegin(file);
+  ztTreeReport report = {};
+  if (ztRoot_loadTree(file, -1, roots, &report)) ZT_REQUIRE(report.nodes == stored || hasFault);
 }
 
 void resolve() {
@@ -576,28 +570,14 @@ void changeAttribute() {
   const ztTagHandle handle = anyHandle();
   const ztTagHandle other = anyHandle();
   int64_t value = 3;
-  switch (input->below(7)) {
-    case 0:
-      methods->setValue(tag, &handle, input->count(), &value);
-      break;
-    case 1:
-      methods->setNumValues(tag, &handle, static_cast<int32_t>(input->below(9)) - 1, &value);
-      break;
-    case 2:
-      methods->getValue(tag, &handle, input->count(), &value);
-      break;
-    case 3:
-      methods->getTotalValue(tag, &handle, &value);
-      break;
-    case 4:
-      methods->getAverageValue(tag, &handle, &value);
-      break;
-    case 5:
-      methods->swapTags(tag, &handle, &other);
-      break;
-    default:
-      methods->deallocWise(tag, "one");
-  }
+  const uint32_t choice = input->below(7);
+  if (choice == 0) methods->setValue(tag, &handle, input->count(), &value);
+  if (choice == 1) methods->setNumValues(tag, &handle, static_cast<int32_t>(input->below(9)) - 1, &value);
+  if (choice == 2) methods->getValue(tag, &handle, input->count(), &value);
+  if (choice == 3) methods->getTotalValue(tag, &handle, &value);
+  if (choice == 4) methods->getAverageValue(tag, &handle, &value);
+  if (choice == 5) methods->swapTags(tag, &handle, &other);
+  if (choice == 6) methods->deallocWise(tag, "one");
 }
 
 void copyAttribute() {
@@ -656,40 +636,16 @@ void enumerate() {
 // One step ----------------------------------------------------------------------------------------
 
 void step() {
-  static void (*const steps[])() = {make,
-                                    make,
-                                    end,
-                                    copy,
-                                    assign,
-                                    connect,
-                                    connect,
-                                    connect,
-                                    disconnect,
-                                    block,
-                                    emit,
-                                    emit,
-                                    emit,
-                                    printConnections,
-                                    setProperty,
-                                    setProperty,
-                                    setByHandle,
-                                    addChild,
-                                    addChild,
-                                    setParent,
-                                    deleteChild,
-                                    deleteAllChild,
-                                    changeNode,
-                                    storeAndLoad,
-                                    resolve,
-                                    insertAttribute,
-                                    changeAttribute,
-                                    copyAttribute,
-                                    useCopy,
-                                    releaseAttribute,
-                                    enumerate};
+  // clang-format off
+  static void (*const steps[])() = {
+      make, make, end, copy, assign, connect, connect, connect, disconnect, block, emit, emit, emit,
+      printConnections, setProperty, setProperty, setByHandle, addChild, addChild, setParent, deleteChild,
+      deleteAllChild, changeNode, storeAndLoad, resolve, insertAttribute, changeAttribute, copyAttribute, useCopy,
+      releaseAttribute, enumerate};
+  // clang-format on
   Emission *const outer = emission;
   emission = nullptr;
-  steps[input->below(sizeof steps / sizeof *steps)]();
+  steps[input->below(std::size(steps))]();
   emission = outer;
 }
 
@@ -715,19 +671,20 @@ void checkTrees() {
   }
 }
 
-void releaseAll() {
-  emission = nullptr;
+void releaseAttributes() {
   while (!attributes.empty()) {
     unRef(attributes.back());
     attributes.pop_back();
   }
+}
+
+void releaseAll() {
+  emission = nullptr;
+  releaseAttributes();
   // Steps taken in the end may make objects anew, until the input is used up.
   while (!living.empty()) {
     unRef(living.back());
-    while (!attributes.empty()) {
-      unRef(attributes.back());
-      attributes.pop_back();
-    }
+    releaseAttributes();
   }
 }
 
@@ -737,15 +694,14 @@ int LLVMFuzzerInitialize(int *, char ***) {
   static const MemoryFile file;
   storage = &file;
   ztLc_closeLogFile();
-  const char *const types[] = {"ztIntPropertyType",   "ztCharPropertyType",  "ztCharPtrPropertyType",
-                               "ztBoolPropertyType",  "ztFloatPropertyType", "ztVoidPtrPropertyType",
-                               "ztStringPropertyType"};
   const ztCtor constructors[] = {ztIntPropertyType_ctor,     ztCharPropertyType_ctor,
                                  ztCharPtrPropertyType_ctor, ztBoolPropertyType_ctor,
                                  ztFloatPropertyType_ctor,   ztVoidPtrPropertyType_ctor,
                                  ztStringPropertyType_ctor};
-  for (ztCtor constructor : constructors) unRef(constructor(nullptr, 1));
-  for (const char *type : types) ztProperty_functions()->registerNewType(nullptr, type);
+  for (ztCtor constructor : constructors) {
+    const Owned type(constructor);
+    ztProperty_functions()->registerNewType(nullptr, ztOOP_classNameOf(type));
+  }
   static Input nothing(nullptr, 0);
   input = &nothing;
   // What is made once and kept.
@@ -760,7 +716,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   hasFault = (mode & 7) == 7;
   const int32_t beforeFault = hasFault ? input->number<uint16_t>() % 1024 : -1;
   const NoBlocksLeft check;
-  blocks.beforeFault = beforeFault;
+  allocationFaults.before = beforeFault;
   while (!input->isEmpty()) {
     step();
     checkTrees();

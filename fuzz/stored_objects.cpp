@@ -3,9 +3,12 @@
 // An input says how the file is read and what is read from it, and then what the file holds: class
 // identities and records that are whole, parts of them, and bytes that are neither.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/memory_file.hh"
 #include "zentova.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -30,40 +33,24 @@ bool hasFault;
 // Whether the file is one that cannot seek.
 bool isStream;
 
+using File = Owned<ztFile, ztFileMethods>;
+
 // An open file of one of the two kinds.
-class OpenFile {
- public:
-  OpenFile(bool asText, const char *path, const char *mode) {
-    const NoFaults meanwhile;
-    file = asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1);
-    ZT_REQUIRE(file != nullptr);
-    ZT_REQUIRE(ztFile_of(file)->open(file, path, mode) != 0);
-  }
-  ~OpenFile() {
-    unRef(file);
-  }
-  OpenFile(const OpenFile &) = delete;
-  OpenFile &operator=(const OpenFile &) = delete;
-
-  operator void *() const {
-    return file;
-  }
-  const ztFileMethods *operator->() const {
-    return ztFile_of(file);
-  }
-
- private:
-  void *file;
-};
+File openFile(bool asText, const char *path, const char *mode) {
+  const NoFaults meanwhile;
+  File file(asText ? ztTextFile_ctor : ztFile_ctor);
+  ZT_REQUIRE(file != nullptr && file->open(file, path, mode) != 0);
+  return file;
+}
 
 // Storing and comparing ---------------------------------------------------------------------------
 
 std::string recordOf(const void *object, bool asText) {
   {
-    const OpenFile file(asText, storage->path(), "w+b");
+    const File file = openFile(asText, storage->path(), "w+b");
     ztBaseClass_of(object)->write(object, file);
   }
-  return storage->contents();
+  return storage->bytes();
 }
 
 bool isOneOf(const std::string &name, std::initializer_list<const char *> names) {
@@ -91,7 +78,7 @@ void compareStored(const void *object) {
   // The elements of an array of the host's own need its policy, the attributes of a tag their likes.
   if (comesBack(object)) {
     {
-      const OpenFile file(false, storage->path(), "rb");
+      const File file = openFile(false, storage->path(), "rb");
       ZT_REQUIRE(ztBaseClass_of(again)->read(again, file) != 0);
     }
     ZT_REQUIRE(recordOf(again, false) == record);
@@ -106,7 +93,7 @@ void compareStrings(void *string) {
   if (methods->set(string, text.c_str()) == nullptr) return;
   void *again = ztString_ctor(nullptr, 1);
   {
-    const OpenFile file(false, storage->path(), "w+b");
+    const File file = openFile(false, storage->path(), "w+b");
     ZT_REQUIRE(methods->write(string, file) != 0);
     ZT_REQUIRE(file->writeChar(file, 0) != 0);
     ZT_REQUIRE(file->goToBegin(file) == 0);
@@ -227,7 +214,7 @@ void releaseRoots(void *roots) {
 }
 
 int32_t storeRoots(void *roots) {
-  const OpenFile file(false, storage->path(), "w+b");
+  const File file = openFile(false, storage->path(), "w+b");
   const ztPtrArrayMethods *methods = ztPtrArray_of(roots);
   int32_t nodes = 0;
   for (int32_t i = 0; i < methods->getSize(roots); ++i) {
@@ -262,16 +249,16 @@ bool comeBack(void *roots, const ztTreeReport &report) {
 void compareTrees(void *roots, const ztTreeReport &report) {
   const int32_t nodes = storeRoots(roots);
   ZT_REQUIRE(nodes == report.nodes);
-  const std::string file = storage->contents();
+  const std::string file = storage->bytes();
   void *again = ztPtrArray_ctor(nullptr, 1);
   ztTreeReport found;
   {
-    const OpenFile source(false, storage->path(), "rb");
+    const File source = openFile(false, storage->path(), "rb");
     ZT_REQUIRE(ztRoot_loadTree(source, -1, again, &found) == 1);
   }
   ZT_REQUIRE(found.nodes == nodes);
   ZT_REQUIRE(storeRoots(again) == nodes);
-  if (comeBack(roots, report)) ZT_REQUIRE(storage->contents() == file);
+  if (comeBack(roots, report)) ZT_REQUIRE(storage->bytes() == file);
   releaseRoots(again);
 }
 
@@ -381,25 +368,19 @@ void readOne(void *file, const Reading &reading) {
   switch (reading.kind % 8) {
     case 0:
     case 1:
-      readIdentified(file);
-      break;
+      return readIdentified(file);
     case 2:
-      readOnto(file, classes[reading.choice % classes.size()].ctor);
-      break;
+      return readOnto(file, classes[reading.choice % classes.size()].ctor);
     case 3:
-      readTrees(file, -1);
-      break;
+      return readTrees(file, -1);
     case 4:
-      readTrees(file, reading.choice);
-      break;
+      return readTrees(file, reading.choice);
     case 5:
-      readHostArray(file, reading.choice);
-      break;
+      return readHostArray(file, reading.choice);
     case 6:
-      readTagWithAttributes(file, reading.choice);
-      break;
+      return readTagWithAttributes(file, reading.choice);
     default:
-      readPrimitives(file);
+      return readPrimitives(file);
   }
 }
 
@@ -435,42 +416,34 @@ void writeObject(void *file, const NamedClass &made, bool identified) {
 
 void writePart(void *file, Input &input) {
   const ztFileMethods *methods = ztFile_of(file);
+  const auto anyClass = [&]() -> const NamedClass & {
+    return classes[input.below(static_cast<uint32_t>(classes.size()))];
+  };
   switch (input.below(14)) {
     case 0:
     case 1:
-      writeIdentity(file, classes[input.below(static_cast<uint32_t>(classes.size()))].name, 1);
-      break;
+      return writeIdentity(file, anyClass().name, 1);
     case 2:
-      writeIdentity(file, input.bytes(100), input.count());
-      break;
+      return writeIdentity(file, input.bytes(100), input.count());
     case 3:
     case 4:
-      methods->writeInt(file, input.count());
-      break;
+      return static_cast<void>(methods->writeInt(file, input.count()));
     case 5:
-      methods->writeFloat(file, input.number<double>());
-      break;
+      return static_cast<void>(methods->writeFloat(file, input.number<double>()));
     case 6:
-      methods->writeChar(file, input.byte());
-      break;
+      return static_cast<void>(methods->writeChar(file, input.byte()));
     case 7:
-      writeField(file, 32, input.bytes(32));
-      break;
+      return writeField(file, 32, input.bytes(32));
     case 8:
-      writeField(file, 80, input.bytes(80));
-      break;
+      return writeField(file, 80, input.bytes(80));
     case 9:
-      methods->writeString(file, input.text(64).c_str());
-      break;
+      return static_cast<void>(methods->writeString(file, input.text(64).c_str()));
     case 10:
-      methods->writeLong(file, input.number<int64_t>());
-      break;
+      return static_cast<void>(methods->writeLong(file, input.number<int64_t>()));
     case 11:
-      writeObject(file, classes[input.below(static_cast<uint32_t>(classes.size()))], input.flag());
-      break;
+      return writeObject(file, anyClass(), input.flag());
     case 12:
-      writeNode(file, input);
-      break;
+      return writeNode(file, input);
     default: {
       const std::string bytes = input.bytes(200);
       if (!bytes.empty()) fwrite(bytes.data(), 1, bytes.size(), static_cast<ztFile *>(file)->stream);
@@ -479,7 +452,7 @@ void writePart(void *file, Input &input) {
 }
 
 void compose(bool asText, Input &input) {
-  const OpenFile file(asText, stored->path(), "w+b");
+  const File file = openFile(asText, stored->path(), "w+b");
   while (!input.isEmpty()) writePart(file, input);
 }
 
@@ -515,9 +488,9 @@ class Pipe {
 
 void readAll(void *file, const std::vector<Reading> &readings, int32_t beforeFault) {
   hasFault = beforeFault >= 0;
-  blocks.beforeFault = beforeFault;
+  allocationFaults.before = beforeFault;
   for (const Reading &reading : readings) readOne(file, reading);
-  blocks.beforeFault = -1;
+  allocationFaults.before = -1;
 }
 
 }  // namespace
@@ -552,14 +525,14 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const NoBlocksLeft check((int64_t{1} << 20) + 256 * static_cast<int64_t>(size));
   compose(asText, input);
   if (isStream) {
-    Pipe pipe(stored->contents());
-    const OpenFile file(asText, pipe.path(), "rb");
+    Pipe pipe(stored->bytes());
+    const File file = openFile(asText, pipe.path(), "rb");
     pipe.endInput();
     readAll(file, readings, beforeFault);
   } else {
-    const OpenFile file(asText, stored->path(), "rb");
+    const File file = openFile(asText, stored->path(), "rb");
     readAll(file, readings, beforeFault);
   }
-  ZT_REQUIRE(!blocks.metLimit);
+  ZT_REQUIRE(!metBytesAllowed);
   return 0;
 }

@@ -3,12 +3,11 @@
 // An input says what two trees are, and how pieces of the files that they are saved as make up a third one.
 // Only what is as it was saved is opened; it then has the shape that it had. Strings go the same way.
 #include "fuzz/blocks.hh"
-#include "fuzz/memoryfile.hh"
 #include "fuzz/objects.hh"
+#include "tests/helpers/storage.hh"
+#include "tests/helpers/temp_folder.hh"
 #include "zentova.h"
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -19,15 +18,6 @@ constexpr size_t longestMixture = 1U << 20;
 // Trees are saved beside their target, so that a file in memory is of no use.
 const char *const savedPath = "saved.zt";
 const char *const mixedPath = "mixed.zt";
-
-std::string contentsOf(const char *path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void writeContents(const char *path, const std::string &bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
 
 // Trees -------------------------------------------------------------------------------------------
 
@@ -99,14 +89,13 @@ void open(const std::string &bytes, const SavedTree &one, const SavedTree &other
 
 // Without a look at the mark, what stands ahead of it is loaded as far as it goes.
 void load(bool asText, int32_t count) {
-  void *file = asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1);
-  ZT_REQUIRE(ztFile_of(file)->open(file, mixedPath, "rb") != 0);
+  const Owned<ztFile, ztFileMethods> file(asText ? ztTextFile_ctor : ztFile_ctor);
+  ZT_REQUIRE(file->open(file, mixedPath, "rb") != 0);
   void *roots = ztPtrArray_ctor(nullptr, 1);
   ztTreeReport report;
   const int32_t loaded = ztRoot_loadTree(file, count, roots, &report);
   ZT_REQUIRE(loaded != 0 || ztPtrArray_of(roots)->getSize(roots) == 0);
   releaseTrees(roots);
-  unRef(file);
 }
 
 // Mixing ------------------------------------------------------------------------------------------
@@ -130,19 +119,10 @@ void damage(Input &input, std::string *mixture) {
 std::string mix(Input &input, const std::string &one, const std::string &other) {
   std::string mixture = input.flag() ? one : "";
   for (uint32_t i = input.below(8); i > 0 && mixture.size() < longestMixture; --i) {
-    switch (input.below(4)) {
-      case 0:
-        appendPiece(input, one, &mixture);
-        break;
-      case 1:
-        appendPiece(input, other, &mixture);
-        break;
-      case 2:
-        mixture += input.bytes(256);
-        break;
-      default:
-        damage(input, &mixture);
-    }
+    const uint32_t change = input.below(4);
+    if (change < 2) appendPiece(input, change == 0 ? one : other, &mixture);
+    if (change == 2) mixture += input.bytes(256);
+    if (change == 3) damage(input, &mixture);
   }
   return mixture;
 }
@@ -158,53 +138,24 @@ bool isSame(const char *one, const char *other) {
   return one == nullptr || other == nullptr ? one == other : strcmp(one, other) == 0;
 }
 
-class StringFile {
- public:
-  explicit StringFile(bool asText) : file(asText ? ztTextFile_ctor(nullptr, 1) : ztFile_ctor(nullptr, 1)) {
-    ZT_REQUIRE(ztFile_of(file)->open(file, memory.path(), "w+b") != 0);
-  }
-  ~StringFile() {
-    unRef(file);
-  }
-  StringFile(const StringFile &) = delete;
-  StringFile &operator=(const StringFile &) = delete;
-
-  void *get() const {
-    return file;
-  }
-  void hold(const std::string &bytes) const {
-    memory.hold(bytes);
-    ztFile_of(file)->goToBegin(file);
-  }
-  std::string contents() const {
-    ztFile_of(file)->flush(file);
-    return memory.contents();
-  }
-
- private:
-  MemoryFile memory;
-  void *file;
-};
-
 void storeAndLoadStrings(Input &input, bool asText) {
-  const StringFile file(asText);
+  const Storage file(asText ? ztTextFile_ctor : ztFile_ctor);
   std::vector<void *> strings(input.below(6));
   for (void *&string : strings) {
     string = ztString_ctor(nullptr, 1);
     const std::string text = input.text(300);
     if (input.flag()) ztString_of(string)->set(string, input.flag() ? text.c_str() : nullptr);
-    ZT_REQUIRE(ztString_store(string, file.get()) != 0);
+    ZT_REQUIRE(ztString_store(string, file) != 0);
   }
-  const std::string stored = file.contents();
-  ztFile_of(file.get())->goToBegin(file.get());
+  const std::string stored = file.bytes();
   void *loaded = ztString_ctor(nullptr, 1);
   for (void *string : strings) {
-    ZT_REQUIRE(ztString_load(loaded, file.get()) != 0);
+    ZT_REQUIRE(ztString_load(loaded, file) != 0);
     ZT_REQUIRE(isSame(textOf(loaded), textOf(string)));
     unRef(string);
   }
   file.hold(mix(input, stored, stored));
-  for (int i = 0; i < 16 && ztString_load(loaded, file.get()); ++i) ztString_of(loaded)->length(loaded);
+  for (int i = 0; i < 16 && ztString_load(loaded, file); ++i) ztString_of(loaded)->length(loaded);
   unRef(loaded);
 }
 

@@ -5,31 +5,22 @@
 
 #include <numeric>
 
-int32_t countedLive;
+using Counts = Counting<Counted, ztBaseClass_table>;
 
 static int32_t countedCreate(void *object) {
-  if (!ztBaseClass_table()->create(object)) return 0;
   static_cast<Counted *>(object)->value = 0;
-  ++countedLive;
-  return 1;
+  return Counts::create(object);
 }
 
 static void *countedClone(const void *object, void *target) {
   if (static_cast<const Counted *>(object)->value == refusesToClone) return nullptr;
-  void *copy = ztBaseClass_table()->clone(object, target);
-  ++countedLive;
-  return copy;
-}
-
-static void countedDestroy(void *object) {
-  --countedLive;
-  ztBaseClass_table()->destroy(object);
+  return Counts::clone(object, target);
 }
 
 static void countedMethods(CountedMethods *methods) {
+  Counts::overrideIn(methods);
   ZT_OVERRIDE_METHOD(methods, create, countedCreate);
   ZT_OVERRIDE_METHOD(methods, clone, countedClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, countedDestroy);
 }
 
 ZT_DEFINE_CLASS(Counted, ztBaseClass, countedMethods)

@@ -4,6 +4,7 @@
 #define ZT_TESTS_ELEMENTS_HH
 
 #include "containers/ztscont.h"
+#include "tests/helpers/counted.hh"
 
 #include <string>
 #include <vector>
@@ -29,7 +30,7 @@ ZT_DECLARE_CLASS(CountedLarger)
 inline constexpr int32_t refusesToClone = -1;
 
 // Counted objects, of subclasses too, that were created or cloned and not yet destroyed.
-extern int32_t countedLive;
+inline int32_t &countedLive = liveOf<Counted>;
 
 // A new object of Counted or a subclass.
 Counted *newCounted(int32_t value, ztCtor constructor = Counted_ctor);

@@ -52,9 +52,7 @@ std::string staticPropertiesOf(const void *object) {
   if (listed == nullptr || !ztObject_of(object)->getStaticProperties(object, listed)) return "";
   std::string names;
   for (int32_t i = 0; i < ztPropertyPtrArray_of(listed)->getSize(listed); ++i) {
-    const auto *property = static_cast<const ztProperty *>(ztPropertyPtrArray_of(listed)->getAt(listed, i));
-    names +=
-        std::string(ztString_of(property->name)->get(property->name)) + std::to_string(property->index) + " ";
+    names += nameAndIndexOf(ztPropertyPtrArray_of(listed)->getAt(listed, i)) + " ";
   }
   return names;
 }

@@ -1,6 +1,6 @@
 #include "tests/faults/injection.hh"
 
-#include "core/ztbasec.h"
+#include "objects/ztproperty.h"
 #include "tests/helpers/scale.hh"
 
 #include <dirent.h>
@@ -264,4 +264,9 @@ int strikeEach(const Kind &kind, const Scenario &scenario) {
   const std::string logged = testing::internal::GetCapturedStdout();
   if (testing::Test::HasFailure()) fputs(logged.c_str(), stdout);
   return strikes;
+}
+
+std::string nameAndIndexOf(const void *property) {
+  const auto *named = static_cast<const ztProperty *>(property);
+  return ztString_of(named->name)->get(named->name) + std::to_string(named->index);
 }

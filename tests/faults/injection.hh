@@ -50,4 +50,7 @@ using Scenario = std::function<std::string(Trial &)>;
 // runs a fault struck.
 int strikeEach(const Kind &kind, const Scenario &scenario);
 
+// A property's name with its index behind it.
+std::string nameAndIndexOf(const void *property);
+
 #endif

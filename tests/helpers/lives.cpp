@@ -13,10 +13,6 @@ namespace {
 
 // What is described ---------------------------------------------------------------------------------
 
-std::string classOf(const void *object) {
-  return ztOOP_classNameOf(object);
-}
-
 std::string textOf(const void *string) {
   if (string == nullptr) return "no string";
   const char *text = ztString_of(string)->get(string);
@@ -31,13 +27,6 @@ std::string number(int64_t value) {
 
 std::string pointer(const void *stored) {
   return stored == nullptr ? "none " : number(static_cast<const int *>(stored) - pointees);
-}
-
-template <typename Value>
-Value valueAt(const void *address) {
-  Value value;
-  memcpy(&value, address, sizeof value);
-  return value;
 }
 
 // Arrays --------------------------------------------------------------------------------------------
@@ -70,38 +59,30 @@ void fillArray(Trial &trial, void *object) {
   trial.need([&] { return methods->resize(object, 3); });
 }
 
-struct Ints {
-  explicit Ints(Trial &) {}
+// Four values; of the wholes among eighths, for doubles, too.
+template <typename Value>
+struct Plain {
+  explicit Plain(Trial &) {}
   static std::string describe(const void *element) {
-    return number(valueAt<int32_t>(element));
+    Value value;
+    memcpy(&value, element, sizeof value);
+    return number(static_cast<int64_t>(value * 8));
   }
   const void *operator[](int index) const {
     return &values[index];
   }
-  int32_t values[4] = {3, 1, -4, 5};
+  static const Value values[4];
 };
 
-struct Chars {
-  explicit Chars(Trial &) {}
-  static std::string describe(const void *element) {
-    return number(valueAt<char>(element));
-  }
-  const void *operator[](int index) const {
-    return &values[index];
-  }
-  char values[4] = {'a', 'b', 'c', 'd'};
-};
-
-struct Doubles {
-  explicit Doubles(Trial &) {}
-  static std::string describe(const void *element) {
-    return number(static_cast<int64_t>(valueAt<double>(element) * 8));
-  }
-  const void *operator[](int index) const {
-    return &values[index];
-  }
-  double values[4] = {0.5, -1.25, 2, 1e3};
-};
+using Ints = Plain<int32_t>;
+using Chars = Plain<char>;
+using Doubles = Plain<double>;
+template <>
+const int32_t Ints::values[] = {3, 1, -4, 5};
+template <>
+const char Chars::values[] = {'a', 'b', 'c', 'd'};
+template <>
+const double Doubles::values[] = {0.5, -1.25, 2, 1e3};
 
 struct Pointers {
   explicit Pointers(Trial &) {}
@@ -133,10 +114,10 @@ struct Links {
     return number(static_cast<const ztLink *>(element)->targetId);
   }
   const void *operator[](int index) const {
-    static_cast<ztLink *>(static_cast<void *>(link))->targetId = 10 * index;
+    link.fields().targetId = 10 * index;
     return link;
   }
-  Held link;
+  Owned<ztLink> link;
 };
 
 void keepInts(Trial &, void *object) {
@@ -144,9 +125,10 @@ void keepInts(Trial &, void *object) {
   ztSequenceContainer_of(object)->setCompareFunction(object, ztIntArray_compare_func);
 }
 
-void fillIntArray(Trial &trial, void *object) {
+template <void (*fill)(Trial &trial, void *object)>
+void withInts(Trial &trial, void *object) {
   keepInts(trial, object);
-  fillArray<Ints>(trial, object);
+  fill(trial, object);
 }
 
 // Lists, and what is made of them -------------------------------------------------------------------
@@ -174,17 +156,15 @@ void fillList(Trial &trial, void *object) {
   methods->popBack(object);
 }
 
-void fillIntList(Trial &trial, void *object) {
-  keepInts(trial, object);
-  fillList<Ints>(trial, object);
+template <typename Element>
+std::string describeDeque(const void *object) {
+  return describeList<Element>(static_cast<const ztDeque *>(object)->inner);
 }
 
-const void *listWithin(const void *object) {
-  return static_cast<const ztDeque *>(object)->inner;
-}
-
-const void *listBelow(const void *object) {
-  return listWithin(static_cast<const ztQueue *>(object)->inner);
+// Of queues and stacks alike.
+template <typename Element>
+std::string describeAdaptor(const void *object) {
+  return describeDeque<Element>(static_cast<const ztQueue *>(object)->inner);
 }
 
 template <typename Element>
@@ -204,12 +184,6 @@ void fillAdaptor(Trial &trial, void *object) {
   for (int i = 0; i < 3; ++i) trial.need([&] { return ztQueue_of(object)->push(object, elements[i]); });
 }
 
-template <void (*fill)(Trial &trial, void *object)>
-void fillWithInts(Trial &trial, void *object) {
-  keepInts(trial, object);
-  fill(trial, object);
-}
-
 // Trees and maps ------------------------------------------------------------------------------------
 
 std::string describeTree(const void *object) {
@@ -218,14 +192,13 @@ std::string describeTree(const void *object) {
   std::string all;
   const void *item = ztAvlIterator_of(&walk)->first(&walk, object);
   for (; item != nullptr; item = ztAvlIterator_of(&walk)->next(&walk)) {
-    all += number(valueAt<int32_t>(static_cast<const ztAvlTreeItem *>(item)->data));
+    all += Ints::describe(static_cast<const ztAvlTreeItem *>(item)->data);
   }
   ztAvlIterator_of(&walk)->destroy(&walk);
   return all;
 }
 
 void fillTree(Trial &trial, void *object) {
-  keepInts(trial, object);
   const ztAvlTreeMethods *methods = ztAvlTree_of(object);
   methods->setAllowDuplicate(object, 1);
   for (const int32_t value : {5, 2, 8, 1, 9, 3, 5}) trial.need([&] { return methods->push(object, &value); });
@@ -293,12 +266,11 @@ struct Properties {
     return textOf(described->name) + "/" + textOf(described->signalName) + " ";
   }
   const void *operator[](int index) const {
-    auto *given = static_cast<ztProperty *>(static_cast<void *>(property));
-    ztString *name = given->name;
+    ztString *name = property.fields().name;
     names.tried.need([&] { return ztString_of(name)->assign(name, names[index]); });
     return property;
   }
-  Held property;
+  Owned<ztProperty> property;
   Strings names;
 };
 
@@ -309,10 +281,10 @@ struct Signals {
            number(static_cast<const ztSignal *>(element)->argumentCount);
   }
   const void *operator[](int index) const {
-    static_cast<ztSignal *>(static_cast<void *>(signal))->argumentCount = static_cast<uint32_t>(index);
+    signal.fields().argumentCount = static_cast<uint32_t>(index);
     return signal;
   }
-  Held signal;
+  Owned<ztSignal> signal;
 };
 
 struct Slots {
@@ -322,10 +294,10 @@ struct Slots {
            pointer(static_cast<const ztSlot *>(element)->receiver);
   }
   const void *operator[](int index) const {
-    static_cast<ztSlot *>(static_cast<void *>(slot))->receiver = &pointees[index];
+    slot.fields().receiver = &pointees[index];
     return slot;
   }
-  Held slot;
+  Owned<ztSlot> slot;
 };
 
 std::string describeTable(const void *object) {
@@ -355,10 +327,6 @@ void fillString(Trial &trial, void *object) {
   trial.need([&] { return methods->cat(object, object); });
   trial.need([&] { return methods->set(object, methods->get(object) + 40); });
   EXPECT_EQ(methods->length(object), 56U);
-}
-
-std::string describeLink(const void *object) {
-  return Links::describe(object);
 }
 
 void fillLink(Trial &, void *object) {
@@ -471,20 +439,11 @@ std::string describeAttribute(const void *object) {
                                      : describeArray<Doubles>(attribute->values));
 }
 
-void setValueNumber(Trial &trial, void *object) {
+template <typename Value>
+void fillAttribute(Trial &trial, void *object) {
   trial.need([&] { return ztTagAttribute_of(object)->setNumValues(object, 3); });
-}
-
-void fillIntTag(Trial &trial, void *object) {
-  setValueNumber(trial, object);
-  const int32_t value = 7;
+  const Value value = Value{15} / 2;
   EXPECT_EQ(ztTagAttribute_of(object)->setValue(object, 1, &value), 1);
-}
-
-void fillFloatTag(Trial &trial, void *object) {
-  setValueNumber(trial, object);
-  const double value = 1.5;
-  EXPECT_EQ(ztTagAttribute_of(object)->setValue(object, 2, &value), 1);
 }
 
 std::string describeTag(const void *object) {
@@ -550,56 +509,44 @@ void fillFile(Trial &trial, void *object) {
 
 // Property types ------------------------------------------------------------------------------------
 
-// A property of the type, on an object of its own.
-template <const char *typeName>
-void useType(Trial &trial, void *) {
-  Held object(trial.make(ztObject_ctor));
-  Held string(Strings(trial).string.release());
+// A property of the type that the class is named for, on an object of its own.
+void useType(Trial &trial, void *type) {
+  const std::string className = ztOOP_classNameOf(type);
+  const std::string typeName = className.substr(0, className.find("PropertyType"));
+  const Held object(trial.make(ztObject_ctor));
+  const Strings strings(trial);
   const int64_t zero = 0;
-  const bool isString = strcmp(typeName, "ztString") == 0;
-  const auto initial = reinterpret_cast<ztWord>(isString ? string : static_cast<const void *>(&zero));
+  const bool isString = typeName == "ztString";
+  const void *const first = isString ? static_cast<void *>(strings.string) : static_cast<const void *>(&zero);
+  const auto initial = reinterpret_cast<ztWord>(first);
   const ztObjectMethods *methods = ztObject_of(object);
-  trial.need([&] { return methods->setProperty(object, "value", typeName, initial); });
+  trial.need([&] { return methods->setProperty(object, "value", typeName.c_str(), initial); });
   int64_t out = -1;
-  EXPECT_EQ(methods->getProperty(object, "value", typeName, &out), 1);
-  EXPECT_EQ(methods->setProperty(object, "value", typeName, isString ? initial : 1), 1);
+  EXPECT_EQ(methods->getProperty(object, "value", typeName.c_str(), &out), 1);
+  EXPECT_EQ(methods->setProperty(object, "value", typeName.c_str(), isString ? initial : 1), 1);
 }
-
-constexpr char intType[] = "ztInt";
-constexpr char charType[] = "ztChar";
-constexpr char charPtrType[] = "ztCharPtr";
-constexpr char boolType[] = "ztBool";
-constexpr char floatType[] = "ztFloat";
-constexpr char voidPtrType[] = "ztVoidPtr";
-constexpr char stringType[] = "ztString";
 
 // All classes ---------------------------------------------------------------------------------------
 
 constinit const Life all[] = {
-    {.name = "ztHashTableItem", .describe = classOf},
-    {.name = "ztAvlIterator", .describe = classOf},
-    {.name = "ztPropertyType", .describe = classOf},
-    {.name = "ztIntPropertyType", .describe = classOf, .fill = useType<intType>},
-    {.name = "ztCharPropertyType", .describe = classOf, .fill = useType<charType>},
-    {.name = "ztCharPtrPropertyType", .describe = classOf, .fill = useType<charPtrType>},
-    {.name = "ztBoolPropertyType", .describe = classOf, .fill = useType<boolType>},
-    {.name = "ztFloatPropertyType", .describe = classOf, .fill = useType<floatType>},
-    {.name = "ztVoidPtrPropertyType", .describe = classOf, .fill = useType<voidPtrType>},
-    {.name = "ztStringPropertyType", .describe = classOf, .fill = useType<stringType>},
-    {.name = "ztMapIterator", .describe = classOf},
-    {.name = "ztSequenceContainer", .describe = classOf},
-    {.name = "ztBaseClass", .describe = classOf},
-    {.name = "ztContainerItem", .describe = classOf},
-    {.name = "ztStdAllocator", .describe = classOf},
-    {.name = "ztContainer", .describe = classOf},
-    {.name = "ztMapItem", .describe = classOf},
-    {.name = "ztAssociativeContainer", .describe = classOf},
-    {.name = "ztListItem", .describe = classOf},
-    {.name = "ztAvlTreeItem", .describe = classOf},
-    {.name = "ztIterator", .describe = classOf},
-    {.name = "ztAllocator", .describe = classOf},
+    // clang-format off
+    {"ztAllocator"}, {"ztAssociativeContainer"}, {"ztAvlIterator"}, {"ztAvlTreeItem"}, {"ztBaseClass"},
+    {"ztContainer"}, {"ztContainerItem"}, {"ztHashTableItem"}, {"ztIterator"}, {"ztListItem"}, {"ztMapItem"},
+    {"ztMapIterator"}, {"ztPropertyType"}, {"ztSequenceContainer"}, {"ztStdAllocator"},
+    // clang-format on
 
-    {.name = "ztArray", .describe = describeArray<Ints>, .fill = fillIntArray, .prepare = keepInts},
+    {.name = "ztIntPropertyType", .fill = useType},
+    {.name = "ztCharPropertyType", .fill = useType},
+    {.name = "ztCharPtrPropertyType", .fill = useType},
+    {.name = "ztBoolPropertyType", .fill = useType},
+    {.name = "ztFloatPropertyType", .fill = useType},
+    {.name = "ztVoidPtrPropertyType", .fill = useType},
+    {.name = "ztStringPropertyType", .fill = useType},
+
+    {.name = "ztArray",
+     .describe = describeArray<Ints>,
+     .fill = withInts<fillArray<Ints>>,
+     .prepare = keepInts},
     {.name = "ztPtrArray", .describe = describeArray<Pointers>, .fill = fillArray<Pointers>},
     {.name = "ztCharArray", .describe = describeArray<Chars>, .fill = fillArray<Chars>},
     {.name = "ztIntArray", .describe = describeArray<Ints>, .fill = fillArray<Ints>},
@@ -608,28 +555,18 @@ constinit const Life all[] = {
     {.name = "ztLinkArray", .describe = describeArray<Links>, .fill = fillArray<Links>},
     {.name = "ztPropertyPtrArray", .describe = describeArray<Pointers>, .fill = fillArray<Pointers>},
 
-    {.name = "ztList", .describe = describeList<Ints>, .fill = fillIntList},
+    {.name = "ztList", .describe = describeList<Ints>, .fill = withInts<fillList<Ints>>},
     {.name = "ztPtrList", .describe = describeList<Pointers>, .fill = fillList<Pointers>},
     {.name = "ztIntList", .describe = describeList<Ints>, .fill = fillList<Ints>},
     {.name = "ztStringList", .describe = describeList<Strings>, .fill = fillList<Strings>},
     {.name = "ztRootPtrList", .describe = describeList<Pointers>, .fill = fillList<Pointers>},
-    {.name = "ztDeque",
-     .describe = [](const void *object) { return describeList<Ints>(listWithin(object)); },
-     .fill = fillWithInts<fillDeque<Ints>>},
-    {.name = "ztQueue",
-     .describe = [](const void *object) { return describeList<Ints>(listBelow(object)); },
-     .fill = fillWithInts<fillAdaptor<Ints>>},
-    {.name = "ztStack",
-     .describe = [](const void *object) { return describeList<Ints>(listBelow(object)); },
-     .fill = fillWithInts<fillAdaptor<Ints>>},
-    {.name = "ztPtrQueue",
-     .describe = [](const void *object) { return describeList<Pointers>(listBelow(object)); },
-     .fill = fillAdaptor<Pointers>},
-    {.name = "ztPtrStack",
-     .describe = [](const void *object) { return describeList<Pointers>(listBelow(object)); },
-     .fill = fillAdaptor<Pointers>},
+    {.name = "ztDeque", .describe = describeDeque<Ints>, .fill = withInts<fillDeque<Ints>>},
+    {.name = "ztQueue", .describe = describeAdaptor<Ints>, .fill = withInts<fillAdaptor<Ints>>},
+    {.name = "ztStack", .describe = describeAdaptor<Ints>, .fill = withInts<fillAdaptor<Ints>>},
+    {.name = "ztPtrQueue", .describe = describeAdaptor<Pointers>, .fill = fillAdaptor<Pointers>},
+    {.name = "ztPtrStack", .describe = describeAdaptor<Pointers>, .fill = fillAdaptor<Pointers>},
 
-    {.name = "ztAvlTree", .describe = describeTree, .fill = fillTree},
+    {.name = "ztAvlTree", .describe = describeTree, .fill = withInts<fillTree>},
     {.name = "ztMap", .describe = describeMap<Ints, Strings>, .fill = fillIntMap},
     {.name = "ztHashTable", .describe = describeTable, .fill = fillTable},
     {.name = "ztPropertyTypeMap",
@@ -642,34 +579,23 @@ constinit const Life all[] = {
     {.name = "ztSlotMap", .describe = describeMap<Pointers, Slots>, .fill = fillMap<Pointers, Slots>},
 
     {.name = "ztString", .describe = textOf, .fill = fillString},
-    {.name = "ztLink", .describe = describeLink, .fill = fillLink},
+    {.name = "ztLink", .describe = Links::describe, .fill = fillLink},
     {.name = "ztSignal", .describe = describeSignal, .fill = fillSignal},
-    {.name = "ztSlot",
-     .describe = [](const void *object) { return Slots::describe(object); },
-     .fill = fillSlot},
+    {.name = "ztSlot", .describe = Slots::describe, .fill = fillSlot},
     {.name = "ztProperty", .describe = describeProperty, .fill = fillProperty},
     {.name = "ztObject", .describe = describeObject, .fill = fillObject},
     {.name = "ztBaseModel", .describe = describeObject, .fill = fillObject},
     {.name = "ztBaseView", .describe = describeObject, .fill = fillObject},
     {.name = "ztRoot", .describe = describeNode, .fill = fillNode},
     {.name = "ztTagAttribute", .describe = describeAttribute, .stores = false},
-    {.name = "ztIntTag", .describe = describeAttribute, .fill = fillIntTag},
-    {.name = "ztFloatTag", .describe = describeAttribute, .fill = fillFloatTag},
+    {.name = "ztIntTag", .describe = describeAttribute, .fill = fillAttribute<int32_t>},
+    {.name = "ztFloatTag", .describe = describeAttribute, .fill = fillAttribute<double>},
     {.name = "ztTag", .describe = describeTag, .fill = fillTag, .prepare = insertAttributes},
     {.name = "ztFile", .describe = describeFile, .fill = fillFile, .clones = false},
     {.name = "ztTextFile", .describe = describeFile, .fill = fillFile, .clones = false},
 };
 
 // A life --------------------------------------------------------------------------------------------
-
-void *copyOf(const void *object) {
-  const auto *functions = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable);
-  void *target = functions->newop();
-  if (target == nullptr) return nullptr;
-  void *copy = ztBaseClass_of(object)->clone(object, target);
-  if (copy == nullptr) ztm_free(target);
-  return copy;
-}
 
 // A file of the class, open in the mode; NULL when it cannot be.
 void *openFile(ztCtor fileConstructor, const char *path, const char *mode) {
@@ -708,7 +634,7 @@ std::string storeAndLoad(Trial &trial, const Life &life, ztCtor fileConstructor,
 }
 
 std::string copyAndAssign(Trial &trial, const Life &life, const void *object) {
-  Held copy(trial.need([&] { return copyOf(object); }));
+  Held copy(trial.need([&] { return newClone(object); }));
   if (copy == nullptr) return "not copied";
   const std::string copied = life.describe(copy);
   trial.need([&] { return ztBaseClass_of(copy)->assign(copy, object); });

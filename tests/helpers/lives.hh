@@ -12,7 +12,9 @@
 // How objects of one class are filled and told apart.
 struct Life {
   const char *name;
-  std::string (*describe)(const void *object);
+  std::string (*describe)(const void *object) = [](const void *object) {
+    return std::string(ztOOP_classNameOf(object));
+  };
   void (*fill)(Trial &trial, void *object) = [](Trial &, void *) {};
   // Gives a new object what `read` expects of it.
   void (*prepare)(Trial &trial, void *object) = [](Trial &, void *) {};

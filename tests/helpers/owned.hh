@@ -8,22 +8,26 @@
 
 #include <utility>
 
-// A copy of the same class that is the caller's alone; NULL, with nothing left behind, when there is none.
-inline void *newCopy(const void *object) {
+// A clone in a new object of the same class; NULL, with nothing left behind, when there is none.
+inline void *newClone(const void *object) {
   void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable)->newop();
   if (fresh == nullptr) return nullptr;
-  auto *copy = static_cast<ztBaseClass *>(ztBaseClass_of(object)->clone(object, fresh));
-  if (copy == nullptr) {
-    ztm_free(fresh);
-    return nullptr;
-  }
-  copy->refCount = 1;
+  void *clone = ztBaseClass_of(object)->clone(object, fresh);
+  if (clone == nullptr) ztm_free(fresh);
+  return clone;
+}
+
+// The same, the caller's alone, however many references the object has.
+inline void *newCopy(const void *object) {
+  void *copy = newClone(object);
+  if (copy != nullptr) static_cast<ztBaseClass *>(copy)->refCount = 1;
   return copy;
 }
 
 template <typename Object = ztBaseClass, typename Methods = ztBaseClassMethods>
 class Owned {
  public:
+  Owned() = default;
   explicit Owned(ztCtor constructor) : Owned(constructor(nullptr, 1)) {}
   // What was made; NULL when that failed.
   explicit Owned(void *made) : object(static_cast<Object *>(made)) {}
@@ -46,9 +50,8 @@ class Owned {
     return *object;
   }
 
-  // A clone in a new object of the same class.
   Owned copy() const {
-    return Owned(newCopy(object));
+    return Owned(newClone(object));
   }
   // Hands the object over.
   Object *release() {
@@ -56,7 +59,7 @@ class Owned {
   }
 
  private:
-  Object *object;
+  Object *object = nullptr;
 };
 
 Owned(ztCtor)->Owned<>;

@@ -2,7 +2,8 @@
 #ifndef ZT_TESTS_TRIAL_HH
 #define ZT_TESTS_TRIAL_HH
 
-#include "core/ztoop.h"
+#include "tests/helpers/memory_file.hh"
+#include "tests/helpers/owned.hh"
 
 #include <gtest/gtest.h>
 
@@ -50,50 +51,10 @@ class Trial {
   bool hopeless = false;
 };
 
-// A file in memory, so that nothing waits for a disk.
-class MemoryFile {
- public:
-  MemoryFile();
-  ~MemoryFile();
-  MemoryFile(const MemoryFile &) = delete;
-  MemoryFile &operator=(const MemoryFile &) = delete;
+inline void releaseIfMade(void *object) {
+  if (object != nullptr) ztBaseClass_of(object)->unRef(object);
+}
 
-  // Its name, under which it can be opened anew.
-  const char *path() const {
-    return name.c_str();
-  }
-  // All that it holds.
-  std::string bytes() const;
-
- private:
-  int descriptor;
-  std::string name;
-};
-
-void releaseIfMade(void *object);
-
-// An object that is released at the end of its scope.
-class Held {
- public:
-  explicit Held(void *made) : object(made) {}
-  ~Held() {
-    releaseIfMade(object);
-  }
-  Held(const Held &) = delete;
-  Held &operator=(const Held &) = delete;
-
-  operator void *() const {
-    return object;
-  }
-  // Hands the object over.
-  void *release() {
-    void *released = object;
-    object = nullptr;
-    return released;
-  }
-
- private:
-  void *object;
-};
+using Held = Owned<>;
 
 #endif

@@ -4,6 +4,7 @@
 #define ZT_TESTS_LISTENERS_HH
 
 #include "objects/ztobject.h"
+#include "tests/helpers/counted.hh"
 #include "tests/helpers/owned.hh"
 
 #include <gtest/gtest.h>
@@ -19,11 +20,13 @@
 ZT_DECLARE_CLASS(Listener)
 
 // Listeners that were created or cloned and not yet destroyed.
-extern int32_t listenersLive;
+inline int32_t &listenersLive = liveOf<Listener>;
 
 Listener *newListener(int32_t number = 0);
 
-void release(void *object);
+inline void release(void *object) {
+  ztBaseClass_of(object)->unRef(object);
+}
 
 // An object of a class below ztObject that goes with its scope.
 class Object : public Owned<ztObject, ztObjectMethods> {
@@ -31,25 +34,43 @@ class Object : public Owned<ztObject, ztObjectMethods> {
   explicit Object(ztCtor constructor = ztObject_ctor) : Owned(constructor) {}
 };
 
-void *newString(const char *text);
-
 // A string that goes with its scope.
 class String : public Owned<ztString, ztStringMethods> {
  public:
-  explicit String(const char *text) : Owned(newString(text)) {}
+  explicit String(const char *text) : Owned(ztString_ctor) {
+    ztString_of(*this)->set(*this, text);
+  }
 };
 
-const char *textOf(const void *string);
+inline void *newString(const char *text) {
+  return String(text).release();
+}
+
+inline const char *textOf(const void *string) {
+  return ztString_of(string)->get(string);
+}
 
 // A property by itself that goes with its scope, and the operations of its type on it.
 class Property : public Owned<ztProperty, ztPropertyMethods> {
  public:
-  explicit Property(ztClass *type);
-  void *alloc(const void *initial) const;
-  void free() const;
-  ztWord get(void *owner, void *out) const;
-  ztWord set(void *owner, ztWord word) const;
-  const ztPropertyTypeMethods *operations() const;
+  explicit Property(ztClass *type) : Owned(ztProperty_ctor) {
+    fields().type = type;
+  }
+  const ztPropertyTypeMethods *operations() const {
+    return static_cast<const ztPropertyTypeMethods *>(fields().type->methodTable);
+  }
+  void *alloc(const void *initial) const {
+    return operations()->allocDynamicProperty(fields().type, *this, initial);
+  }
+  void free() const {
+    operations()->freeDynamicProperty(fields().type, *this);
+  }
+  ztWord get(void *owner, void *out) const {
+    return operations()->getValue(fields().type, *this, owner, out);
+  }
+  ztWord set(void *owner, ztWord word) const {
+    return operations()->setValue(fields().type, *this, owner, &word);
+  }
 };
 
 // One call of a slot of the diary.
@@ -92,43 +113,79 @@ std::vector<ztSlotFunction> diarySlots() {
 // Clears the diary, and what slots do, at both ends of a test.
 class Diary {
  public:
-  Diary();
-  ~Diary();
+  Diary() {
+    clear();
+  }
+  ~Diary() {
+    clear();
+  }
   Diary(const Diary &) = delete;
   Diary &operator=(const Diary &) = delete;
+
+ private:
+  static void clear() {
+    diary.clear();
+    reaction = nullptr;
+  }
 };
 
 // A test that has the diary to itself, and at whose end every listener is gone.
 class ListenerTest : public testing::Test {
  protected:
-  ~ListenerTest() override;
+  ~ListenerTest() override {
+    EXPECT_EQ(listenersLive, 0);
+  }
 
  private:
   const Diary empty;
 };
 
 // Adds or finds it, with the object's own class.
-ztSignal *addSignal(void *object, const char *name, uint32_t argumentCount = 1);
+inline ztSignal *addSignal(void *object, const char *name, uint32_t argumentCount = 1) {
+  return ztObject_of(object)->addSignal(ztOOP_classOf(object), object, name, argumentCount);
+}
 
 // Connects, with the sender's own class.
-int32_t connectTo(void *sender, const char *signal, void *receiver, ztSlotFunction function,
-                  uint32_t argumentCount = 1);
+inline int32_t connectTo(void *sender, const char *signal, void *receiver, ztSlotFunction function,
+                         uint32_t argumentCount = 1) {
+  ztClass *klass = ztOOP_classOf(sender);
+  return ztObject_of(sender)->connect(klass, sender, signal, receiver, "slot", function, argumentCount);
+}
 
-bool isConnected(const void *sender, const char *signal, const void *receiver, ztSlotFunction function);
+inline bool isConnected(const void *sender, const char *signal, const void *receiver,
+                        ztSlotFunction function) {
+  ztClass *klass = ztOOP_classOf(sender);
+  return ztObject_of(sender)->connectionExist(klass, sender, signal, receiver, function) == 1;
+}
 
-// The word that holds an address.
-ztWord wordOf(const void *address);
+inline ztWord wordOf(const void *address) {
+  return reinterpret_cast<ztWord>(address);
+}
 
-int32_t setProperty(void *object, const char *name, const char *type, ztWord value);
+inline int32_t setProperty(void *object, const char *name, const char *type, ztWord value) {
+  return ztObject_of(object)->setProperty(object, name, type, value);
+}
 
-// Makes a dynamic "ztInt" property, or fails the test.
-void newIntProperty(void *object, const char *name, int32_t value);
+// Makes a dynamic "ztInt" property.
+inline void newIntProperty(void *object, const char *name, int32_t value) {
+  EXPECT_EQ(setProperty(object, name, "ztInt", wordOf(&value)), 1) << name;
+}
 
-int32_t intProperty(void *object, const char *name);
+inline int32_t intProperty(void *object, const char *name) {
+  int32_t value = 0;
+  EXPECT_EQ(ztObject_of(object)->getProperty(object, name, "ztInt", &value), 1) << name;
+  return value;
+}
 
-// A function where a property or slot takes one of several forms.
-ztGetter getterOf(int32_t (*function)(const void *));
-ztSetter setterOf(void (*function)(void *, int32_t));
+// Functions in the forms that a property takes.
+inline ztGetter getterOf(int32_t (*function)(const void *)) {
+  return {.getInt = function};
+}
+
+inline ztSetter setterOf(void (*function)(void *, int32_t)) {
+  return {.setInt = function};
+}
+
 inline constexpr ztGetter noGetter = {nullptr};
 inline constexpr ztSetter noSetter = {nullptr};
 

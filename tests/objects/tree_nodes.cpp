@@ -7,23 +7,11 @@
 #include <map>
 #include <sstream>
 
-int32_t nodesLive;
+using Counts = Counting<LiveNode, ztRoot_table>;
 
 static int32_t liveNodeCreate(void *object) {
   static_cast<LiveNode *>(object)->value = 0;
-  ++nodesLive;
-  return ztRoot_table()->create(object);
-}
-
-static void *liveNodeClone(const void *object, void *target) {
-  void *copy = ztRoot_table()->clone(object, target);
-  if (copy != nullptr) ++nodesLive;
-  return copy;
-}
-
-static void liveNodeDestroy(void *object) {
-  --nodesLive;
-  ztRoot_table()->destroy(object);
+  return Counts::create(object);
 }
 
 static int32_t liveNodeRead(void *object, void *file) {
@@ -37,9 +25,8 @@ static int32_t liveNodeWrite(const void *object, void *file) {
 }
 
 static void liveNodeMethods(LiveNodeMethods *methods) {
+  Counts::overrideIn(methods);
   ZT_OVERRIDE_METHOD(methods, create, liveNodeCreate);
-  ZT_OVERRIDE_METHOD(methods, clone, liveNodeClone);
-  ZT_OVERRIDE_METHOD(methods, destroy, liveNodeDestroy);
   ZT_OVERRIDE_METHOD(methods, read, liveNodeRead);
   ZT_OVERRIDE_METHOD(methods, write, liveNodeWrite);
 }

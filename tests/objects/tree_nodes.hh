@@ -23,7 +23,7 @@
 ZT_DECLARE_CLASS(LiveNode)
 
 // LiveNode objects that were created or cloned and not yet destroyed.
-extern int32_t nodesLive;
+inline int32_t &nodesLive = liveOf<LiveNode>;
 
 // Classes whose methods tests replace.
 #define OddNode_FIELDS LiveNode_FIELDS

@@ -78,8 +78,6 @@ class Delivery : public ListenerTest {
   std::vector<Listener *> addresses;
 };
 
-}  // namespace
-
 // What is called ----------------------------------------------------------------------------------
 
 TEST_F(Delivery, GoesByAddressAndNewestFirstForOneReceiver) {
@@ -113,62 +111,44 @@ TEST_F(Delivery, ReportsWhatWasNotDelivered) {
   EXPECT_EQ(emit(), 1);
 }
 
-static std::vector<intptr_t> arguments;
-static std::vector<double> doubles;
+std::vector<double> arguments;
 
-// Slots of so many arguments, the first of which may be a double.
-template <typename... Words>
-static void take(void *receiver, Words... words) {
+// A slot of so many arguments, the first of which may be a double.
+template <typename... Arguments>
+void take(void *receiver, Arguments... given) {
   EXPECT_NE(ztObject_of(receiver)->getSender(receiver), nullptr);
-  arguments = {words...};
+  arguments = {static_cast<double>(given)...};
 }
 
-template <typename... Words>
-static void takeDouble(void *receiver, double first, Words... words) {
-  EXPECT_NE(ztObject_of(receiver)->getSender(receiver), nullptr);
-  doubles = {first, static_cast<double>(words)...};
-}
+const ztSlotFunction takeWords[] = {{.call0 = take<>},
+                                    {.call1 = take<intptr_t>},
+                                    {.call2 = take<intptr_t, intptr_t>},
+                                    {.call3 = take<intptr_t, intptr_t, intptr_t>},
+                                    {.call4 = take<intptr_t, intptr_t, intptr_t, intptr_t>}};
+const ztSlotFunction takeNumbers[] = {{.call0 = take<>},
+                                      {.number1 = take<double>},
+                                      {.number2 = take<double, intptr_t>},
+                                      {.number3 = take<double, intptr_t, intptr_t>},
+                                      {.number4 = take<double, intptr_t, intptr_t, intptr_t>}};
 
-TEST_F(Delivery, HandsTheValueAndZerosForTheOtherArguments) {
-  ztSlotFunction functions[5];
-  functions[0].call0 = take<>;
-  functions[1].call1 = take<intptr_t>;
-  functions[2].call2 = take<intptr_t, intptr_t>;
-  functions[3].call3 = take<intptr_t, intptr_t, intptr_t>;
-  functions[4].call4 = take<intptr_t, intptr_t, intptr_t, intptr_t>;
-  // Only the low byte of the count is looked at.
+// Only the low byte of the count is looked at.
+TEST_F(Delivery, HandsTheWordOrTheDoubleAndZerosForTheOtherArguments) {
   for (uint32_t above : {0U, 0x100U, 0xFFFFFF00U}) {
     for (uint32_t count = 0; count <= 4; ++count) {
       const Object fresh;
       const Object receiver;
-      connectTo(fresh, changed, receiver, functions[count], count + above);
+      connectTo(fresh, changed, receiver, takeWords[count], count + above);
+      connectTo(fresh, "number", receiver, takeNumbers[count], count + above);
+      std::vector<double> expected(count, 0);
       arguments = {-1};
-      EXPECT_EQ(ztObject_emit(fresh, changed, 31), 1);
-      std::vector<intptr_t> expected(count, 0);
       if (count > 0) expected[0] = 31;
+      EXPECT_EQ(ztObject_emit(fresh, changed, 31), 1);
+      EXPECT_EQ(arguments, expected);
+      arguments = {-1};
+      if (count > 0) expected[0] = -0.5;
+      EXPECT_EQ(ztObject_emitDouble(fresh, "number", -0.5), 1);
       EXPECT_EQ(arguments, expected);
     }
-  }
-}
-
-TEST_F(Delivery, HandsADoubleAsADoubleAndZerosForTheOtherArguments) {
-  ztSlotFunction functions[5];
-  functions[0].call0 = take<>;
-  functions[1].number1 = takeDouble<>;
-  functions[2].number2 = takeDouble<intptr_t>;
-  functions[3].number3 = takeDouble<intptr_t, intptr_t>;
-  functions[4].number4 = takeDouble<intptr_t, intptr_t, intptr_t>;
-  for (uint32_t count = 0; count <= 4; ++count) {
-    const Object fresh;
-    const Object receiver;
-    connectTo(fresh, changed, receiver, functions[count], count);
-    doubles = {};
-    arguments = {-1};
-    EXPECT_EQ(ztObject_emitDouble(fresh, changed, -0.5), 1);
-    std::vector<double> expected(count, 0);
-    if (count > 0) expected[0] = -0.5;
-    EXPECT_EQ(doubles, expected);
-    EXPECT_EQ(arguments.empty(), count == 0);
   }
 }
 
@@ -541,8 +521,6 @@ TEST_F(Delivery, MayNestDeeply) {
 
 // Random graphs -----------------------------------------------------------------------------------
 
-namespace {
-
 constexpr const char *signalNames[] = {"changed", "moved"};
 constexpr int slotNumbers = 3;
 
@@ -589,18 +567,15 @@ class Graph {
   Connection anyPair() {
     return {anyNode(), below(2), anyNode(), below(slotNumbers)};
   }
-  static ztSlotFunction functionOf(int slot) {
-    return slot == 0 ? diarySlot<0>() : slot == 1 ? diarySlot<1>() : diarySlot<2>();
-  }
 
   void step() {
     if (nodes.size() < 3) {
-      create();
+      nodes.insert(newListener());
       return;
     }
     const int dice = below(100);
     if (dice < 8) {
-      if (nodes.size() < 30) create();
+      if (nodes.size() < 30) nodes.insert(newListener());
     } else if (dice < 45) {
       connect(anyPair());
     } else if (dice < 60) {
@@ -614,13 +589,9 @@ class Graph {
     }
   }
 
-  void create() {
-    nodes.insert(newListener());
-  }
-
   void connect(const Connection &pair) {
     const int32_t made =
-        connectTo(pair.sender, signalNames[pair.signal], pair.receiver, functionOf(pair.slot));
+        connectTo(pair.sender, signalNames[pair.signal], pair.receiver, functions[pair.slot]);
     EXPECT_EQ(made, order.count(pair) == 0 ? 1 : 0);
     if (made) order[pair] = ++connections;
   }
@@ -631,12 +602,12 @@ class Graph {
       pair = std::next(order.begin(), below(static_cast<int>(order.size())))->first;
     }
     const int32_t taken =
-        ztObject_disconnect(pair.sender, signalNames[pair.signal], pair.receiver, functionOf(pair.slot));
+        ztObject_disconnect(pair.sender, signalNames[pair.signal], pair.receiver, functions[pair.slot]);
     EXPECT_EQ(taken, static_cast<int32_t>(order.erase(pair)));
   }
 
   void check(const Connection &pair) {
-    EXPECT_EQ(isConnected(pair.sender, signalNames[pair.signal], pair.receiver, functionOf(pair.slot)),
+    EXPECT_EQ(isConnected(pair.sender, signalNames[pair.signal], pair.receiver, functions[pair.slot]),
               order.count(pair) == 1);
   }
 
@@ -696,6 +667,7 @@ class Graph {
     for (int i = 0; i < actions; ++i) step();
   }
 
+  const std::vector<ztSlotFunction> functions = diarySlots<slotNumbers>();
   std::mt19937 random;
   std::set<void *> nodes;
   std::map<Connection, int> order;  // when each connection was made
@@ -706,8 +678,6 @@ class Graph {
  public:
   int calls = 0;
 };
-
-}  // namespace
 
 TEST_F(Delivery, SurvivesRandomGraphs) {
   int calls = 0;
@@ -724,3 +694,5 @@ TEST_F(Delivery, SurvivesRandomGraphs) {
   // A short run hardly gets further than making objects and connecting them.
   EXPECT_GT(calls, steps < 5000 ? 0 : 5 * steps) << calls;
 }
+
+}  // namespace

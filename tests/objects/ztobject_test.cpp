@@ -16,11 +16,12 @@
 
 #include <algorithm>
 #include <string>
+#include <thread>
+#include <tuple>
 #include <vector>
 
 // Classes with static properties: Box derives from Shape, which no object is ever made of; Plain from
 // Box, with no declarations of its own.
-
 #define Shape_FIELDS \
   ztObject_FIELDS    \
   int32_t width;
@@ -54,35 +55,22 @@ static int32_t shapeInitProperties(ztClass *klass) {
   return declare(klass, "area", getterOf(shapeWidth));
 }
 
-static void shapeMethods(ShapeMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, initProperties, shapeInitProperties);
-}
-
-ZT_DEFINE_CLASS(Shape, ztObject, shapeMethods)
-
 static int32_t boxInitProperties(ztClass *klass) {
   declare(klass, "width");  // Inherited, so refused.
   return declare(klass, "depth");
 }
 
-static void boxMethods(BoxMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, initProperties, boxInitProperties);
-}
-
-ZT_DEFINE_CLASS(Box, Shape, boxMethods)
-
+ZT_DEFINE_CLASS(Shape, ztObject,
+                [](auto *methods) { ZT_OVERRIDE_METHOD(methods, initProperties, shapeInitProperties); })
+ZT_DEFINE_CLASS(Box, Shape,
+                [](auto *methods) { ZT_OVERRIDE_METHOD(methods, initProperties, boxInitProperties); })
 ZT_DEFINE_CLASS(Plain, Box, noMethods)
 
 // Its slot of declarations is empty.
 #define Silent_FIELDS ztObject_FIELDS
 #define Silent_METHODS ztObject_METHODS
 ZT_DECLARE_CLASS(Silent)
-
-static void silentMethods(SilentMethods *methods) {
-  methods->initProperties = nullptr;
-}
-
-ZT_DEFINE_CLASS(Silent, ztObject, silentMethods)
+ZT_DEFINE_CLASS(Silent, ztObject, [](auto *methods) { methods->initProperties = nullptr; })
 
 // Tests declare properties of it.
 #define Late_FIELDS ztObject_FIELDS
@@ -90,9 +78,40 @@ ZT_DEFINE_CLASS(Silent, ztObject, silentMethods)
 ZT_DECLARE_CLASS(Late)
 ZT_DEFINE_CLASS(Late, ztObject, noMethods)
 
+// Connector: notes how `connect` reaches its steps.
+#define Connector_FIELDS ztObject_FIELDS
+#define Connector_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Connector)
+
+static std::vector<std::string> steps;
+static const void *stepSender;
+
+static std::string nameOf(const void *object) {
+  return object == stepSender ? "sender" : "receiver";
+}
+
+static ztSignal *connectorAddSignal(ztClass *klass, void *object, const char *name, uint32_t argumentCount) {
+  steps.push_back("signal " + std::string(name) + "/" + std::to_string(argumentCount) + " on " +
+                  nameOf(object));
+  return ztObject_table()->addSignal(klass, object, name, argumentCount);
+}
+
+static int32_t connectorAddSlot(ztClass *klass, void *signal, void *receiver, const char *name,
+                                ztSlotFunction function) {
+  steps.push_back("slot " + std::string(name) + " of " + nameOf(receiver));
+  return ztObject_table()->addSlot(klass, signal, receiver, name, function);
+}
+
+static void connectorMethods(ConnectorMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, addSignal, connectorAddSignal);
+  ZT_OVERRIDE_METHOD(methods, addSlot, connectorAddSlot);
+}
+
+ZT_DEFINE_CLASS(Connector, ztObject, connectorMethods)
+
 namespace {
 
-// The properties that an array was filled with, as "name:index".
+// The properties that an array was filled with, as "owner.name:index".
 using Names = std::vector<std::string>;
 using PropertyList = Owned<ztPropertyPtrArray, ztPropertyPtrArrayMethods>;
 
@@ -104,10 +123,13 @@ Names namesIn(const PropertyList &list) {
   Names names;
   for (int32_t i = 0; i < list->getSize(list); ++i) {
     const ztProperty *property = propertyAt(list, i);
-    names.push_back(textOf(property->name) + (":" + std::to_string(property->index)));
+    names.push_back(property->ownerClassName + std::string(".") + textOf(property->name) + ":" +
+                    std::to_string(property->index));
   }
   return names;
 }
+
+const Names ofAnyObject{"ztObject.refCount:0"};
 
 Names listed(const void *object, decltype(ztObjectMethods::getProperties) list) {
   const PropertyList properties(ztPropertyPtrArray_ctor);
@@ -117,10 +139,6 @@ Names listed(const void *object, decltype(ztObjectMethods::getProperties) list) 
 
 Names allProperties(const void *object) {
   return listed(object, ztObject_of(object)->getProperties);
-}
-
-Names staticProperties(const void *object) {
-  return listed(object, ztObject_of(object)->getStaticProperties);
 }
 
 Names dynamicProperties(const void *object) {
@@ -151,8 +169,6 @@ int32_t slotCount(void *object, const char *name) {
   const ztSignal *signal = addSignal(object, name);
   return ztSlotMap_of(signal->slots)->getSize(signal->slots);
 }
-
-}  // namespace
 
 // Life --------------------------------------------------------------------------------------------
 
@@ -199,7 +215,7 @@ TEST_F(ztObjectLife, CloneOfAnEndedObjectHasNoPropertiesOfItsOwn) {
   EXPECT_EQ(object.fields().signals, nullptr);
   const auto copy = object.copy();
   EXPECT_EQ(copy.fields().dynamicProperties, nullptr);
-  EXPECT_EQ(allProperties(copy), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(copy), ofAnyObject);
   EXPECT_EQ(setProperty(copy, "level", "ztInt", 0), 0);
   EXPECT_NE(addSignal(copy, "changed"), nullptr);
 }
@@ -241,51 +257,43 @@ TEST_F(ztObjectLife, AHalfMadeObjectIsOneThatDoesLess) {
 
 // Properties --------------------------------------------------------------------------------------
 
-namespace {
-
 class ztObjectProperties : public testing::Test {
  protected:
   const Object object;
 };
 
-}  // namespace
-
 TEST_F(ztObjectProperties, OfANewObjectAreItsReferenceCount) {
-  EXPECT_EQ(allProperties(object), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(object), ofAnyObject);
   EXPECT_EQ(intProperty(object, "refCount"), 1);
   object->ref(object);
   object->ref(object);
   EXPECT_EQ(intProperty(object, "refCount"), 3);
   object.fields().refCount = 1;
+  // Setting it stores nothing.
+  EXPECT_EQ(setProperty(object, "refCount", "ztInt", 50), 1);
+  EXPECT_EQ(intProperty(object, "refCount"), 1);
+  EXPECT_EQ(allProperties(object), ofAnyObject);
   const ztProperty *property = propertyNamed(object, "refCount");
   EXPECT_EQ(property->type, ztIntPropertyTypeClass_Instance());
   EXPECT_EQ(property->getter.getInt, ztObject_table()->getRefCount);
   EXPECT_EQ(property->setter.setInt, nullptr);
   EXPECT_EQ(property->userWord, nullptr);
   EXPECT_STREQ(textOf(property->signalName), "");
-  EXPECT_STREQ(property->ownerClassName, "ztObject");
-}
-
-TEST_F(ztObjectProperties, SettingTheReferenceCountStoresNothing) {
-  EXPECT_EQ(setProperty(object, "refCount", "ztInt", 50), 1);
-  EXPECT_EQ(intProperty(object, "refCount"), 1);
-  EXPECT_EQ(dynamicProperties(object), Names{});
 }
 
 TEST_F(ztObjectProperties, AnUnknownNameMakesADynamicOneBehindTheStaticOnes) {
   newIntProperty(object, "zeta", 1);
   newIntProperty(object, "alpha", 2);
-  EXPECT_EQ(allProperties(object), (Names{"refCount:0", "zeta:1", "alpha:2"}));
-  EXPECT_EQ(staticProperties(object), Names{"refCount:0"});
-  EXPECT_EQ(dynamicProperties(object), (Names{"zeta:1", "alpha:2"}));
+  EXPECT_EQ(allProperties(object), (Names{"ztObject.refCount:0", "ztObject.zeta:1", "ztObject.alpha:2"}));
+  EXPECT_EQ(listed(object, object->getStaticProperties), ofAnyObject);
+  EXPECT_EQ(dynamicProperties(object), (Names{"ztObject.zeta:1", "ztObject.alpha:2"}));
   const ztProperty *property = propertyNamed(object, "zeta");
   EXPECT_EQ(ztProperty_of(property)->isDynamic(property), 1);
-  EXPECT_STREQ(property->ownerClassName, "ztObject");
   EXPECT_EQ(property->getter.getInt, nullptr);
   EXPECT_EQ(property->setter.setInt, nullptr);
   EXPECT_EQ(property->userWord, nullptr);
   EXPECT_STREQ(textOf(property->signalName), "");
-  EXPECT_EQ(allProperties(Object()), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(Object()), ofAnyObject);
 }
 
 // The creating call takes the address of the value, later ones the value.
@@ -310,29 +318,24 @@ TEST_F(ztObjectProperties, NoInitialValueGivesZeroAndTheEmptyText) {
   EXPECT_STREQ(textOf(valueOf<void *>(object, "text")), "");
 }
 
+// Makes one that bears the name of its type.
+template <typename Value>
+void expectMade(void *object, const char *type, Value initial) {
+  EXPECT_EQ(setProperty(object, type, type, wordOf(&initial)), 1) << type;
+  EXPECT_EQ(valueOf<Value>(object, type), initial) << type;
+}
+
 TEST_F(ztObjectProperties, EveryKindWorksAsADynamicOne) {
   registerAllPropertyTypes();
-  const signed char letter = -4;
-  setProperty(object, "letter", "ztChar", wordOf(&letter));
-  EXPECT_EQ(valueOf<signed char>(object, "letter"), -4);
-  setProperty(object, "letter", "ztChar", 'q');
-  EXPECT_EQ(valueOf<signed char>(object, "letter"), 'q');
-
-  const double ratio = 0.25;
-  setProperty(object, "ratio", "ztFloat", wordOf(&ratio));
-  EXPECT_EQ(valueOf<double>(object, "ratio"), 0.25);
-  setProperty(object, "ratio", "ztFloat", ztWordOfDouble(-8.5));
-  EXPECT_EQ(valueOf<double>(object, "ratio"), -8.5);
-
-  const char *text = "text";
-  setProperty(object, "text", "ztCharPtr", wordOf(&text));
-  EXPECT_EQ(valueOf<const char *>(object, "text"), text);
-  setProperty(object, "pointer", "ztVoidPtr", wordOf(&text));
-  EXPECT_EQ(valueOf<const void *>(object, "pointer"), text);
-  const int32_t yes = 1;
-  setProperty(object, "flag", "ztBool", wordOf(&yes));
-  EXPECT_EQ(valueOf<int32_t>(object, "flag"), 1);
-
+  expectMade<signed char>(object, "ztChar", -4);
+  expectMade<double>(object, "ztFloat", 0.25);
+  expectMade<const char *>(object, "ztCharPtr", "text");
+  expectMade<const void *>(object, "ztVoidPtr", &object);
+  expectMade<int32_t>(object, "ztBool", 1);
+  setProperty(object, "ztChar", "ztChar", 'q');
+  EXPECT_EQ(valueOf<signed char>(object, "ztChar"), 'q');
+  setProperty(object, "ztFloat", "ztFloat", ztWordOfDouble(-8.5));
+  EXPECT_EQ(valueOf<double>(object, "ztFloat"), -8.5);
   {
     const String string("first");
     setProperty(object, "string", "ztString", wordOf(string));
@@ -342,7 +345,8 @@ TEST_F(ztObjectProperties, EveryKindWorksAsADynamicOne) {
   }
   EXPECT_STREQ(textOf(valueOf<void *>(object, "string")), "second");
   EXPECT_EQ(dynamicProperties(object),
-            (Names{"letter:1", "ratio:2", "text:3", "pointer:4", "flag:5", "string:6"}));
+            (Names{"ztObject.ztChar:1", "ztObject.ztFloat:2", "ztObject.ztCharPtr:3", "ztObject.ztVoidPtr:4",
+                   "ztObject.ztBool:5", "ztObject.string:6"}));
 }
 
 // Whatever the kind, and whichever of its parts could not be made.
@@ -379,7 +383,7 @@ TEST_F(ztObjectProperties, AnUnknownTypeMakesNothing) {
     EXPECT_EQ(setProperty(object, "level", type, 0), 0) << type;
   }
   EXPECT_EQ(setProperty(object, "level", nullptr, 0), 0);
-  EXPECT_EQ(allProperties(object), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(object), ofAnyObject);
 }
 
 TEST_F(ztObjectProperties, NamesMayBeLongAndEmpty) {
@@ -416,7 +420,7 @@ TEST_F(ztObjectProperties, TakeNoObjectNoNameAndNoOutput) {
   EXPECT_EQ(declare(nullptr, "name"), 0);
   EXPECT_EQ(declare(klass, nullptr), 0);
   EXPECT_EQ(methods->addProperty(klass, "name", nullptr, noGetter, noSetter, nullptr, nullptr), 0);
-  EXPECT_EQ(allProperties(object), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(object), ofAnyObject);
 }
 
 TEST_F(ztObjectProperties, ListsReplaceWhatTheArrayHeld) {
@@ -424,17 +428,17 @@ TEST_F(ztObjectProperties, ListsReplaceWhatTheArrayHeld) {
   newIntProperty(object, "level", 1);
   EXPECT_EQ(object->getProperties(object, list), 1);
   EXPECT_EQ(object->getDynamicProperties(object, list), 1);
-  EXPECT_EQ(namesIn(list), Names{"level:1"});
+  EXPECT_EQ(namesIn(list), Names{"ztObject.level:1"});
   EXPECT_EQ(object->getDynamicProperties(Object(), list), 1);
   EXPECT_EQ(namesIn(list), Names{});
 }
 
 TEST_F(ztObjectProperties, ListsKeepTheOrderOfCreationOfManyOnes) {
-  Names expected{"refCount:0"};
+  Names expected = ofAnyObject;
   for (int i = 1; i <= 200; ++i) {
     const std::string name = "p" + std::to_string(i * 7919 % 1000);
     newIntProperty(object, name.c_str(), i);
-    expected.push_back(name + ":" + std::to_string(i));
+    expected.push_back("ztObject." + name + ":" + std::to_string(i));
   }
   EXPECT_EQ(allProperties(object), expected);
 }
@@ -455,9 +459,7 @@ TEST_F(ztObjectProperties, SortFunctionComparesTheIndexesAsSignedNumbers) {
 
 // Static properties -------------------------------------------------------------------------------
 
-namespace {
-
-const Names ofBoxes{"refCount:0", "width:1", "area:2", "depth:3"};
+const Names ofBoxes{"ztObject.refCount:0", "Shape.width:1", "Shape.area:2", "Box.depth:3"};
 
 class ztObjectStaticProperties : public testing::Test {
  protected:
@@ -466,24 +468,25 @@ class ztObjectStaticProperties : public testing::Test {
   const Object late{Late_ctor};
 };
 
-}  // namespace
-
 TEST_F(ztObjectStaticProperties, ComeInTheOrderOfDeclarationAlsoOfAnAncestorThatWasNeverMade) {
   EXPECT_FALSE(ztOOP_isClassRegistered("Shape"));
   EXPECT_EQ(allProperties(box), ofBoxes);
-  EXPECT_EQ(staticProperties(box), ofBoxes);
+  EXPECT_EQ(listed(box, box->getStaticProperties), ofBoxes);
   newIntProperty(box, "color", 1);
-  EXPECT_EQ(dynamicProperties(box), Names{"color:4"});
-  EXPECT_STREQ(propertyNamed(box, "width")->ownerClassName, "Shape");
-  EXPECT_STREQ(propertyNamed(box, "depth")->ownerClassName, "Box");
-  EXPECT_STREQ(propertyNamed(box, "refCount")->ownerClassName, "ztObject");
-  EXPECT_STREQ(propertyNamed(box, "color")->ownerClassName, "Box");
+  EXPECT_EQ(dynamicProperties(box), Names{"Box.color:4"});
 }
 
 TEST_F(ztObjectStaticProperties, AreThoseOfItsAncestorsForAClassWithoutDeclarations) {
   EXPECT_EQ(allProperties(plain), ofBoxes);
-  EXPECT_STREQ(propertyNamed(plain, "depth")->ownerClassName, "Box");
-  EXPECT_EQ(allProperties(Object(Silent_ctor)), Names{"refCount:0"});
+  EXPECT_EQ(allProperties(Object(Silent_ctor)), ofAnyObject);
+}
+
+TEST_F(ztObjectStaticProperties, KeepWhatTheyWereDeclaredWith) {
+  const ztProperty *width = propertyNamed(box, "width");
+  EXPECT_EQ(width->userWord, &shapeMarker);
+  EXPECT_STREQ(textOf(width->signalName), "widthChanged");
+  EXPECT_EQ(width->valueSize, 0U);
+  EXPECT_EQ(ztProperty_of(width)->isDynamic(width), 0);
 }
 
 TEST_F(ztObjectStaticProperties, AreReadAndWrittenThroughTheObject) {
@@ -496,14 +499,6 @@ TEST_F(ztObjectStaticProperties, AreReadAndWrittenThroughTheObject) {
   EXPECT_EQ(intProperty(box, "area"), 31);
   EXPECT_EQ(intProperty(other, "width"), 5);
   EXPECT_EQ(dynamicProperties(box), Names{});
-}
-
-TEST_F(ztObjectStaticProperties, KeepUserWordAndSignalName) {
-  const ztProperty *width = propertyNamed(box, "width");
-  EXPECT_EQ(width->userWord, &shapeMarker);
-  EXPECT_STREQ(textOf(width->signalName), "widthChanged");
-  EXPECT_EQ(width->valueSize, 0U);
-  EXPECT_EQ(ztProperty_of(width)->isDynamic(width), 0);
 }
 
 TEST_F(ztObjectStaticProperties, AreDeclaredOnceUnderAName) {
@@ -520,7 +515,11 @@ TEST_F(ztObjectStaticProperties, MayBeDeclaredLaterAndShadowADynamicOne) {
   EXPECT_EQ(intProperty(late, "level"), 1);
 }
 
-TEST_F(ztObjectStaticProperties, AreMadeAgainAfterTheClassWasFreed) {
+TEST_F(ztObjectStaticProperties, AreInAMapOfTheClasssOwnThatIsMadeAgainAfterItWasFreed) {
+  EXPECT_NE(Box_table()->staticProperties, nullptr);
+  EXPECT_NE(Box_table()->staticProperties, Plain_table()->staticProperties);
+  EXPECT_NE(Box_table()->staticProperties, ztObject_table()->staticProperties);
+  EXPECT_EQ(ztBaseClass_of(Box_table()->staticProperties)->getRefCount(Box_table()->staticProperties), 1);
   ztFreeClass("Box");
   EXPECT_EQ(Box_table()->staticProperties, nullptr);
   setProperty(box, "width", "ztInt", 8);
@@ -533,11 +532,24 @@ TEST_F(ztObjectStaticProperties, AreMadeAgainAfterTheClassWasFreed) {
   EXPECT_EQ(other->getProperty(other, "depth", "ztInt", nullptr), 1);
 }
 
-TEST_F(ztObjectStaticProperties, AreInAMapThatAClassDoesNotShareWithItsAncestors) {
-  EXPECT_NE(Box_table()->staticProperties, nullptr);
-  EXPECT_NE(Box_table()->staticProperties, Plain_table()->staticProperties);
-  EXPECT_NE(Box_table()->staticProperties, ztObject_table()->staticProperties);
-  EXPECT_EQ(ztBaseClass_of(Box_table()->staticProperties)->getRefCount(Box_table()->staticProperties), 1);
+// Also where there may be other threads, for whose sake a map is replaced and not changed.
+TEST_F(ztObjectStaticProperties, MayBeDeclaredOnceMoreAfterMemoryWasExhausted) {
+  const auto *methods = Late_of(late);
+  ztClass *klass = LateClass_Instance();
+  const auto declareAnew = [=, this] {
+    methods->classInstanceDestroy(klass);
+    methods->classInstanceCreate(klass);
+    const int32_t made = declare(klass, "rank", noGetter, noSetter, nullptr, "signal");
+    EXPECT_TRUE(!made || late->getProperty(late, "rank", "ztInt", nullptr));
+    methods->classInstanceDestroy(klass);
+  };
+  exhaustMemoryIn(declareAnew);
+  std::thread([] {}).join();
+  exhaustMemoryIn(declareAnew);
+  methods->classInstanceCreate(klass);
+  const void *read = methods->staticProperties;
+  EXPECT_EQ(declare(klass, "rank"), 1);
+  EXPECT_NE(methods->staticProperties, read);
 }
 
 TEST_F(ztObjectStaticProperties, HaveTheNameOfTheirOwnerCut) {
@@ -556,8 +568,6 @@ TEST_F(ztObjectStaticProperties, HaveTheNameOfTheirOwnerCut) {
 
 // Change notification -----------------------------------------------------------------------------
 
-namespace {
-
 const char *const changed = "prop->signalname";
 
 class ztObjectChanges : public ListenerTest {
@@ -574,8 +584,6 @@ class ztObjectChanges : public ListenerTest {
   const Object object;
   const Object listener{Listener_ctor};
 };
-
-}  // namespace
 
 TEST_F(ztObjectChanges, AreAnnouncedToTheSlotsOfTheOneSignal) {
   listen();
@@ -606,11 +614,7 @@ TEST_F(ztObjectChanges, HandTheValueOfEachKind) {
   listen();
   const char text[] = "text";
   const String string("string");
-  const struct {
-    const char *type;
-    ztWord word;
-    intptr_t first;
-  } rows[] = {
+  const std::tuple<const char *, ztWord, intptr_t> rows[] = {
       {"ztInt", 0x1FFFFFFFE, -2},
       {"ztBool", 1, 1},
       {"ztChar", 0x180, -128},
@@ -618,11 +622,11 @@ TEST_F(ztObjectChanges, HandTheValueOfEachKind) {
       {"ztVoidPtr", wordOf(text + 1), wordOf(text + 1)},
       {"ztString", wordOf(string), wordOf(string)},
   };
-  for (const auto &row : rows) {
-    setProperty(object, row.type, row.type, 0);
+  for (const auto &[type, word, first] : rows) {
+    setProperty(object, type, type, 0);
     diary.clear();
-    setProperty(object, row.type, row.type, row.word);
-    EXPECT_EQ(diary, std::vector<Call>{told(row.first)}) << row.type;
+    setProperty(object, type, type, word);
+    EXPECT_EQ(diary, std::vector<Call>{told(first)}) << type;
   }
 }
 
@@ -680,8 +684,6 @@ TEST_F(ztObjectChanges, NeedNoMemoryWhileFewOrNoneListenToThem) {
 
 // Signals and slots -------------------------------------------------------------------------------
 
-namespace {
-
 class ztObjectConnections : public ListenerTest {
  protected:
   // Of the sender's signal "changed".
@@ -707,8 +709,6 @@ std::vector<int> calledSlots() {
   for (const Call &call : diary) called.push_back(call.slot);
   return called;
 }
-
-}  // namespace
 
 TEST_F(ztObjectConnections, AddSignalGivesTheSignalThatIsThere) {
   ztSignal *signal = addSignal(sender, "changed", 2);
@@ -793,37 +793,6 @@ TEST_F(ztObjectConnections, WithItselfHaveNoObjectWatchItself) {
   EXPECT_EQ(diary.back(), (Call{1, object, object, wordOf(object)}));
 }
 
-// Connector: notes how `connect` reaches its steps.
-#define Connector_FIELDS ztObject_FIELDS
-#define Connector_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(Connector)
-
-static std::vector<std::string> steps;
-static const void *stepSender;
-
-static std::string nameOf(const void *object) {
-  return object == stepSender ? "sender" : "receiver";
-}
-
-static ztSignal *connectorAddSignal(ztClass *klass, void *object, const char *name, uint32_t argumentCount) {
-  steps.push_back("signal " + std::string(name) + "/" + std::to_string(argumentCount) + " on " +
-                  nameOf(object));
-  return ztObject_table()->addSignal(klass, object, name, argumentCount);
-}
-
-static int32_t connectorAddSlot(ztClass *klass, void *signal, void *receiver, const char *name,
-                                ztSlotFunction function) {
-  steps.push_back("slot " + std::string(name) + " of " + nameOf(receiver));
-  return ztObject_table()->addSlot(klass, signal, receiver, name, function);
-}
-
-static void connectorMethods(ConnectorMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, addSignal, connectorAddSignal);
-  ZT_OVERRIDE_METHOD(methods, addSlot, connectorAddSlot);
-}
-
-ZT_DEFINE_CLASS(Connector, ztObject, connectorMethods)
-
 TEST_F(ztObjectConnections, GoThroughTheClassInTheStatedOrder) {
   const Object connector(Connector_ctor);
   stepSender = connector;
@@ -866,53 +835,33 @@ TEST_F(ztObjectConnections, KeepLongNames) {
   EXPECT_EQ(ztObject_emit(sender, name.c_str(), 1), 1);
 }
 
-namespace {
+constexpr size_t hugeSize = size_t{1} << 31;
 
-// A text of 2 GiB that takes little memory: the same piece of a file again and again.
-class HugeText {
- public:
-  // One page more, which stays zero.
-  HugeText()
-      : address(mmap(nullptr, size + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)) {
-    const int file = memfd_create("piece", 0);
-    const std::string piece(pieceSize, 'x');
-    isComplete = address != MAP_FAILED && write(file, piece.data(), pieceSize) == ssize_t{pieceSize};
-    for (size_t at = 0; isComplete && at < size; at += pieceSize) {
-      char *place = static_cast<char *>(address) + at;
-      isComplete = mmap(place, pieceSize, PROT_READ, MAP_PRIVATE | MAP_FIXED, file, 0) == place;
-    }
-    close(file);
+// A text of 2 GiB that takes little memory: the same piece of a file again and again, and a page of zeros. NULL
+// where the system has no room for it.
+char *newHugeText() {
+  const std::string piece(size_t{1} << 20, 'x');
+  const int file = memfd_create("piece", 0);
+  bool isComplete = write(file, piece.data(), piece.size()) == static_cast<ssize_t>(piece.size());
+  void *text = mmap(nullptr, hugeSize + 1, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  for (size_t at = 0; isComplete && text != MAP_FAILED && at < hugeSize; at += piece.size()) {
+    void *place = static_cast<char *>(text) + at;
+    isComplete = mmap(place, piece.size(), PROT_READ, MAP_PRIVATE | MAP_FIXED, file, 0) == place;
   }
-  ~HugeText() {
-    if (address != MAP_FAILED) munmap(address, size + 1);
-  }
-  HugeText(const HugeText &) = delete;
-  HugeText &operator=(const HugeText &) = delete;
-
-  // NULL where the system has no room for it.
-  const char *get() const {
-    return isComplete ? static_cast<const char *>(address) : nullptr;
-  }
-
- private:
-  static constexpr size_t pieceSize = size_t{1} << 20;
-  static constexpr size_t size = size_t{1} << 31;
-
-  void *address;
-  bool isComplete;
-};
-
-}  // namespace
+  close(file);
+  return isComplete && text != MAP_FAILED ? static_cast<char *>(text) : nullptr;
+}
 
 TEST_F(ztObjectConnections, AndPropertiesRefuseNamesThatNoStringHolds) {
   if (scale(2) < 2) GTEST_SKIP() << "it takes too long here";
-  const HugeText name;
-  if (name.get() == nullptr) GTEST_SKIP() << "there is no room for such a name";
-  EXPECT_EQ(addSignal(sender, name.get()), nullptr);
+  char *name = newHugeText();
+  if (name == nullptr) GTEST_SKIP() << "there is no room for such a name";
+  EXPECT_EQ(addSignal(sender, name), nullptr);
   const int32_t level = 1;
-  EXPECT_EQ(setProperty(sender, name.get(), "ztInt", wordOf(&level)), 0);
+  EXPECT_EQ(setProperty(sender, name, "ztInt", wordOf(&level)), 0);
   EXPECT_EQ(signalCount(sender), 0);
   EXPECT_EQ(dynamicProperties(sender), Names{});
+  munmap(name, hugeSize + 1);
 }
 
 TEST_F(ztObjectConnections, WithADestroyedObjectAreAllDropped) {
@@ -934,13 +883,13 @@ TEST_F(ztObjectConnections, WithADestroyedObjectAreAllDropped) {
   EXPECT_FALSE(isConnected(sender, "destroyed", receiver, destroyedOf(receiver)));
 }
 
-// However a host has set up the signal that tells the peers, and when it did not.
+// However a host has set up the signal that tells the peers, or where it did not.
 TEST_F(ztObjectConnections, WithAReceiverThatGoesAreForgotten) {
   for (uint32_t argumentCount : {0U, 1U, 4U, 5U, 255U, 256U}) {
     for (uint32_t blocked : {0U, 1U}) {
       SCOPED_TRACE(testing::Message() << argumentCount << " arguments, blocked " << blocked);
       void *listener = newListener();
-      addSignal(listener, "destroyed", argumentCount);
+      if (argumentCount != 1) addSignal(listener, "destroyed", argumentCount);
       connectTo(sender, "changed", listener, diarySlot<0>());
       ztObject_blockSignal(listener, "destroyed", blocked);
       release(listener);
@@ -1032,7 +981,7 @@ TEST_F(ztObjectConnections, UnderAForeignKeyAreNoneOfTheKeys) {
 }
 
 // Signals that a host put into the map of an object itself have no map of slots.
-static void putSignalWithoutSlots(const Object &object, const char *name) {
+void putSignalWithoutSlots(const Object &object, const char *name) {
   const String key(name);
   const Owned<ztSignal, ztSignalMethods> signal(ztSignal_ctor);
   ztString_of(signal.fields().name)->set(signal.fields().name, name);
@@ -1040,22 +989,18 @@ static void putSignalWithoutSlots(const Object &object, const char *name) {
   EXPECT_NE(ztSignalMap_of(signals)->pushBack(signals, key, signal), nullptr);
 }
 
-TEST_F(ztObjectConnections, OfASignalWithoutSlotsAreNone) {
-  putSignalWithoutSlots(sender, "changed");
-  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
-  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
-  EXPECT_EQ(ztObject_disconnect(sender, "changed", receiver, diarySlot<0>()), 0);
-  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
+TEST_F(ztObjectConnections, OfASignalThatHasNoMapOfSlotsOrAnEndedOneAreNone) {
+  putSignalWithoutSlots(sender, "bare");
+  connectTo(sender, "ended", receiver, diarySlot<0>());
+  ztSlotMap *slots = addSignal(sender, "ended")->slots;
+  ztSlotMap_of(slots)->destroy(slots);
+  for (const char *signal : {"bare", "ended"}) {
+    EXPECT_FALSE(isConnected(sender, signal, receiver, diarySlot<0>()));
+    EXPECT_EQ(connectTo(sender, signal, receiver, diarySlot<0>()), 0);
+    EXPECT_EQ(ztObject_disconnect(sender, signal, receiver, diarySlot<0>()), 0);
+    EXPECT_EQ(ztObject_emit(sender, signal, 1), 0);
+  }
   sender->destroyed(sender, receiver);
-  EXPECT_TRUE(diary.empty());
-}
-
-TEST_F(ztObjectConnections, OfASignalWhoseSlotsWereEndedAreNone) {
-  connectTo(sender, "changed", receiver, diarySlot<0>());
-  ztSlotMap_of(slots())->destroy(slots());
-  EXPECT_FALSE(isConnected(sender, "changed", receiver, diarySlot<0>()));
-  EXPECT_EQ(connectTo(sender, "changed", receiver, diarySlot<0>()), 0);
-  EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
   EXPECT_TRUE(diary.empty());
 }
 
@@ -1067,36 +1012,20 @@ TEST_F(ztObjectConnections, AreRefusedWhenAnEndCannotBeTold) {
   EXPECT_FALSE(isConnected(receiver, "changed", sender, diarySlot<0>()));
 }
 
-// A map of a host's that says it has more slots than memory could hold.
-#define BoundlessMap_FIELDS ztSlotMap_FIELDS
-#define BoundlessMap_METHODS ztSlotMap_METHODS
-ZT_DECLARE_CLASS(BoundlessMap)
-
-static int32_t boundlessGetSize(const void *) {
-  return INT32_MAX;
-}
-
-static void boundlessMethods(BoundlessMapMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, getSize, boundlessGetSize);
-}
-
-ZT_DEFINE_CLASS(BoundlessMap, ztSlotMap, boundlessMethods)
-
+// A host's map may say that it has more slots than memory could hold.
 TEST_F(ztObjectConnections, ThatAMapHoldsAreCalledWhateverNumberItGives) {
   connectTo(sender, "changed", receiver, diarySlot<0>());
-  ztClass *own = slots()->klass;
-  release(BoundlessMap_ctor(nullptr, 1));
-  slots()->klass = BoundlessMapClass_Instance();
+  auto *methods = static_cast<ztSlotMapMethods *>(slots()->klass->methodTable);
+  const auto own = methods->getSize;
+  methods->getSize = [](const void *) { return INT32_MAX; };
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 1U);
-  slots()->klass = own;
+  methods->getSize = own;
   EXPECT_EQ(ztObject_emit(sender, "changed", 1), 1);
   EXPECT_EQ(diary.size(), 2U);
 }
 
 // The connection dump -----------------------------------------------------------------------------
-
-namespace {
 
 class ztObjectDump : public testing::Test {
  protected:
@@ -1119,8 +1048,6 @@ class ztObjectDump : public testing::Test {
 
   const Object object;
 };
-
-}  // namespace
 
 TEST_F(ztObjectDump, ListsSignalsAndSlotsInMapOrder) {
   const Object sender(Listener_ctor);
@@ -1176,3 +1103,5 @@ TEST_F(ztObjectDump, NamesTheClassThatIsHandedReplacesTheFileAndNeedsOne) {
   print(klass, nullptr, folder.path("none").c_str());
   EXPECT_EQ(contentsOf(folder.path("none")), "");
 }
+
+}  // namespace

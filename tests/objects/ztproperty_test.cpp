@@ -6,17 +6,26 @@
 
 #include <string.h>
 
-static const ztPropertyFunctions *functions() {
+#define EarlyPropertyType_FIELDS ztPropertyType_FIELDS
+#define EarlyPropertyType_METHODS ztPropertyType_METHODS
+ZT_DECLARE_CLASS(EarlyPropertyType)
+ZT_DEFINE_CLASS(EarlyPropertyType, ztPropertyType, noMethods)
+#define LatePropertyType_FIELDS ztPropertyType_FIELDS
+#define LatePropertyType_METHODS ztPropertyType_METHODS
+ZT_DECLARE_CLASS(LatePropertyType)
+ZT_DEFINE_CLASS(LatePropertyType, ztPropertyType, noMethods)
+
+namespace {
+
+const ztPropertyFunctions *functions() {
   return ztProperty_functions();
 }
 
-static void setText(ztString *string, const char *text) {
+void setText(ztString *string, const char *text) {
   ztString_of(string)->set(string, text);
 }
 
 // A property --------------------------------------------------------------------------------------
-
-namespace {
 
 class ztPropertyTest : public testing::Test {
  protected:
@@ -31,8 +40,6 @@ class ztPropertyTest : public testing::Test {
   const Property string{ztStringPropertyTypeClass_Instance()};
   ztProperty &fields = plain.fields();
 };
-
-}  // namespace
 
 TEST_F(ztPropertyTest, IsDynamicWhileItHasStorage) {
   EXPECT_EQ(plain->isDynamic(plain), 0);
@@ -136,17 +143,7 @@ TEST_F(ztPropertyTest, TakesNoObject) {
 
 // Property types by name --------------------------------------------------------------------------
 
-#define EarlyPropertyType_FIELDS ztPropertyType_FIELDS
-#define EarlyPropertyType_METHODS ztPropertyType_METHODS
-ZT_DECLARE_CLASS(EarlyPropertyType)
-ZT_DEFINE_CLASS(EarlyPropertyType, ztPropertyType, noMethods)
-
-#define LatePropertyType_FIELDS ztPropertyType_FIELDS
-#define LatePropertyType_METHODS ztPropertyType_METHODS
-ZT_DECLARE_CLASS(LatePropertyType)
-ZT_DEFINE_CLASS(LatePropertyType, ztPropertyType, noMethods)
-
-static ztClass *known(const char *name) {
+ztClass *known(const char *name) {
   return functions()->getPropertyTypeClass(nullptr, name);
 }
 
@@ -285,3 +282,5 @@ TEST(CompareFunctions, OfPointersTakeThemOrTheirAddressesAndAreUnsigned) {
     EXPECT_EQ(compare(nullptr, &low), -1);
   }
 }
+
+}  // namespace

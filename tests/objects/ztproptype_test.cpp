@@ -11,9 +11,9 @@
 
 #include <ostream>
 
-// What holds of every kind -------------------------------------------------------------------------
-
 namespace {
+
+// What holds of every kind -------------------------------------------------------------------------
 
 struct Kind {
   const char *className;
@@ -44,8 +44,6 @@ class EveryPropertyType : public testing::TestWithParam<Kind> {
 };
 
 INSTANTIATE_TEST_SUITE_P(, EveryPropertyType, testing::ValuesIn(kinds), testing::PrintToStringParamName());
-
-}  // namespace
 
 TEST_P(EveryPropertyType, StorageHasTheSizeOfTheKindAndIsZeroWithoutAnInitialValue) {
   const char zeros[8] = {};
@@ -122,17 +120,25 @@ TEST(ztPropertyType, TellsWhoseAbstractMethodIsCalled) {
 
 // Values in storage -------------------------------------------------------------------------------
 
-// Each word that is set is kept as the value beside it. Nothing is written behind the output.
+// What the property gives is the word and, as the output, the value. Nothing is written behind that.
 template <typename Value>
-static void expectKept(ztClass *klass, const std::vector<std::pair<ztWord, Value>> &rows) {
+void expectGiven(const Property &property, ztWord word, Value value, void *owner = nullptr) {
+  Value out[2];
+  memset(out, 0x5A, sizeof out);
+  const Value behind = out[1];
+  EXPECT_EQ(property.get(owner, out), word);
+  EXPECT_EQ(out[0], value);
+  EXPECT_EQ(out[1], behind);
+}
+
+// Each word that is set is kept as the value beside it.
+template <typename Value>
+void expectKept(ztClass *klass, const std::vector<std::pair<ztWord, Value>> &rows) {
   const Property property(klass);
   property.alloc(nullptr);
   for (const auto &[word, value] : rows) {
     EXPECT_EQ(property.set(nullptr, word), value);
-    Value out[2] = {0, 99};
-    EXPECT_EQ(property.get(nullptr, out), value);
-    EXPECT_EQ(out[0], value);
-    EXPECT_EQ(out[1], 99);
+    expectGiven(property, value, value);
   }
 }
 
@@ -158,10 +164,8 @@ TEST(ztVoidPtrPropertyType, AndCharPtrKeepTheWholeWordAndCopyNothing) {
     const Property property(klass);
     property.alloc(nullptr);
     for (const ztWord word : {wordOf(&property), ztWord{0}}) {
-      void *out = &out;
       EXPECT_EQ(property.set(nullptr, word), word);
-      EXPECT_EQ(property.get(nullptr, &out), word);
-      EXPECT_EQ(wordOf(out), word);
+      expectGiven(property, word, word);
     }
   }
 }
@@ -171,9 +175,7 @@ TEST(ztFloatPropertyType, TakesAndGivesTheBitPatternOfADouble) {
   property.alloc(nullptr);
   for (double value : {0.0, -0.0, 0.1, -1e300, 5e-324}) {
     EXPECT_EQ(property.set(nullptr, ztWordOfDouble(value)), ztWordOfDouble(value));
-    double out = 1;
-    EXPECT_EQ(property.get(nullptr, &out), ztWordOfDouble(value));
-    EXPECT_EQ(ztWordOfDouble(out), ztWordOfDouble(value));
+    expectGiven(property, ztWordOfDouble(value), ztWordOfDouble(value));
   }
 }
 
@@ -187,9 +189,7 @@ TEST(ztStringPropertyType, IsAssignedToAndGivesTheStoredStringItself) {
     EXPECT_EQ(property.fields().valuePointer, storage);
     EXPECT_STREQ(textOf(storage), "first");
   }
-  void *out = nullptr;
-  EXPECT_EQ(property.get(nullptr, &out), wordOf(storage));
-  EXPECT_EQ(out, storage);
+  expectGiven(property, wordOf(storage), storage);
 }
 
 TEST(ztStringPropertyType, WithASizeAndNoStorageStaysWithout) {
@@ -198,48 +198,46 @@ TEST(ztStringPropertyType, WithASizeAndNoStorageStaysWithout) {
   const String source("text");
   EXPECT_EQ(property.set(nullptr, wordOf(source)), wordOf(source));
   EXPECT_EQ(property.fields().valuePointer, nullptr);
-  void *out = &out;
-  EXPECT_EQ(property.get(nullptr, &out), 0);
-  EXPECT_EQ(out, nullptr);
+  expectGiven<void *>(property, 0, nullptr);
 }
 
 // Getters and setters -----------------------------------------------------------------------------
 
 // What the getters and setters below saw and give.
-static const void *seenOwner;
-static const void *seenProperty;
-static int32_t seenInt;
-static double seenFloat;
-static const void *seenPointer;
-static char text[] = "text";
+const void *seenOwner;
+const void *seenProperty;
+int32_t seenInt;
+double seenFloat;
+const void *seenPointer;
+char text[] = "text";
 
-static int32_t giveInt(const void *owner) {
+int32_t giveInt(const void *owner) {
   seenOwner = owner;
   return -7;
 }
 
-// For every kind of getter that takes the property, too.
+// For every kind of getter that takes the property.
 template <typename Value>
-static Value giveOf(const void *, const void *property) {
+Value giveOf(const void *, const void *property) {
   seenProperty = property;
   return Value();
 }
 
-static void takeInt(void *owner, int32_t value) {
+void takeInt(void *owner, int32_t value) {
   seenOwner = owner;
   seenInt = value;
 }
 
-static void endOwner(void *owner, int32_t) {
+void endOwner(void *owner, int32_t) {
   release(owner);
 }
 
-static void takeString(void *, void *const *string) {
+void takeString(void *, void *const *string) {
   seenPointer = string;
   EXPECT_STREQ(textOf(*string), "a string");
 }
 
-static void exchangeWord(void *, void *const *string) {
+void exchangeWord(void *, void *const *string) {
   seenPointer = string;
   *const_cast<void **>(string) = nullptr;
 }
@@ -250,10 +248,7 @@ TEST(ztIntPropertyType, AndBoolGoThroughGetterAndSetter) {
     const Object owner;
     property.fields().getter.getInt = giveInt;
     property.fields().setter.setInt = takeInt;
-    int32_t out[2] = {0, 99};
-    EXPECT_EQ(property.get(owner, out), -7);
-    EXPECT_EQ(out[0], -7);
-    EXPECT_EQ(out[1], 99);
+    expectGiven(property, -7, -7, owner);
     EXPECT_EQ(seenOwner, owner);
     seenOwner = nullptr;
     EXPECT_EQ(property.set(owner, 0x1FFFFFFFB), -5);
@@ -261,7 +256,7 @@ TEST(ztIntPropertyType, AndBoolGoThroughGetterAndSetter) {
     EXPECT_EQ(seenOwner, owner);
     EXPECT_EQ(property.fields().valuePointer, nullptr);
     property.fields().getter.getIntOf = giveOf<int32_t>;
-    property.get(owner, out);
+    property.get(owner, nullptr);
     EXPECT_EQ(seenProperty, property);
   }
 }
@@ -270,14 +265,11 @@ TEST(ztCharPropertyType, HandsItsSetterTheSignExtendedCharacter) {
   const Property property(ztCharPropertyTypeClass_Instance());
   property.fields().getter.getChar = [](const void *) { return static_cast<signed char>(-3); };
   property.fields().setter.setInt = takeInt;
-  signed char out[2] = {0, 99};
-  EXPECT_EQ(property.get(nullptr, out), -3);
-  EXPECT_EQ(out[0], -3);
-  EXPECT_EQ(out[1], 99);
+  expectGiven<signed char>(property, -3, -3);
   EXPECT_EQ(property.set(nullptr, 0x1280), -128);
   EXPECT_EQ(seenInt, -128);
   property.fields().getter.getCharOf = giveOf<signed char>;
-  property.get(nullptr, out);
+  property.get(nullptr, nullptr);
   EXPECT_EQ(seenProperty, property);
 }
 
@@ -285,13 +277,11 @@ TEST(ztFloatPropertyType, HasGetterAndSetterUseDoubles) {
   const Property property(ztFloatPropertyTypeClass_Instance());
   property.fields().getter.getFloat = [](const void *) { return 2.5; };
   property.fields().setter.setFloat = [](void *, double value) { seenFloat = value; };
-  double out = 0;
-  EXPECT_EQ(property.get(nullptr, &out), ztWordOfDouble(2.5));
-  EXPECT_EQ(out, 2.5);
+  expectGiven(property, ztWordOfDouble(2.5), 2.5);
   property.set(nullptr, ztWordOfDouble(-0.75));
   EXPECT_EQ(seenFloat, -0.75);
   property.fields().getter.getFloatOf = giveOf<double>;
-  property.get(nullptr, &out);
+  property.get(nullptr, nullptr);
   EXPECT_EQ(seenProperty, property);
 }
 
@@ -299,13 +289,11 @@ TEST(ztVoidPtrPropertyType, GoesThroughGetterAndSetter) {
   const Property property(ztVoidPtrPropertyTypeClass_Instance());
   property.fields().getter.getPointer = [](const void *) { return static_cast<void *>(text); };
   property.fields().setter.setPointer = [](void *, void *value) { seenPointer = value; };
-  void *out = nullptr;
-  EXPECT_EQ(property.get(nullptr, &out), wordOf(text));
-  EXPECT_EQ(out, text);
-  property.set(nullptr, wordOf(&out));
-  EXPECT_EQ(seenPointer, &out);
+  expectGiven<void *>(property, wordOf(text), text);
+  property.set(nullptr, wordOf(&property));
+  EXPECT_EQ(seenPointer, &property);
   property.fields().getter.getPointerOf = giveOf<void *>;
-  property.get(nullptr, &out);
+  property.get(nullptr, nullptr);
   EXPECT_EQ(seenProperty, property);
 }
 
@@ -316,9 +304,7 @@ TEST(ztCharPtrPropertyType, GoesThroughGetterAndSetter) {
     seenPointer = taken;
     return nullptr;
   };
-  void *out = nullptr;
-  EXPECT_EQ(property.get(nullptr, &out), wordOf(text));
-  EXPECT_EQ(out, text);
+  expectGiven<const char *>(property, wordOf(text), text);
   property.set(nullptr, wordOf(text + 1));
   EXPECT_EQ(seenPointer, text + 1);
 }
@@ -335,11 +321,9 @@ TEST(ztStringPropertyType, HandsItsSetterTheAddressOfTheWord) {
 
   given = string;
   property.fields().getter.getPointer = [](const void *) { return const_cast<void *>(given); };
-  void *out = nullptr;
-  EXPECT_EQ(property.get(nullptr, &out), wordOf(string));
-  EXPECT_EQ(out, string);
+  expectGiven(property, wordOf(string), static_cast<void *>(string));
   property.fields().getter.getPointerOf = giveOf<void *>;
-  property.get(nullptr, &out);
+  property.get(nullptr, nullptr);
   EXPECT_EQ(seenProperty, property);
 }
 
@@ -383,3 +367,5 @@ TEST(ztIntPropertyType, DoesNotNotifyAnOwnerThatIsNoZtObject) {
   EXPECT_EQ(property.set(owner, 4), 4);
   EXPECT_EQ(property.get(owner, nullptr), 4);
 }
+
+}  // namespace

@@ -13,8 +13,6 @@ class Signal : public Owned<ztSignal, ztSignalMethods> {
   }
 };
 
-}  // namespace
-
 TEST(ztSignal, CloneHasANameAndSlotsOfItsOwn) {
   void *owner = ztObject_ctor(nullptr, 1);
   const Object receiver;
@@ -52,3 +50,5 @@ TEST(ztSignal, AssignCopiesNothing) {
   EXPECT_STREQ(textOf(signal.fields().name), "one");
   EXPECT_EQ(signal.fields().argumentCount, 0U);
 }
+
+}  // namespace

@@ -24,8 +24,6 @@ uintptr_t addressOf(const ztSlotFunction &function) {
   return address;
 }
 
-}  // namespace
-
 TEST(ztSlot, CloneHasANameOfItsOwn) {
   Slot slot("name", &slot, diarySlot<0>());
   const auto copy = slot.copy();
@@ -96,3 +94,5 @@ TEST(ztSlotMap, ComparesSlotsByReceiverThenByFunction) {
     EXPECT_EQ(compare(one, nullptr), 1);
   }
 }
+
+}  // namespace
