@@ -1,12 +1,10 @@
 #include "tests/objects/tree_nodes.hh"
 
-#include "containers/ztarrays.h"
 #include "core/ztmem.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
+#include <map>
 #include <sstream>
 
 using Counts = Counting<LiveNode, ztRoot_table>;
@@ -34,34 +32,92 @@ static void liveNodeMethods(LiveNodeMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(LiveNode, ztRoot, liveNodeMethods)
+ZT_DEFINE_CLASS(OddNode, LiveNode, noMethods)
+ZT_DEFINE_CLASS(OddFile, ztFile, noMethods)
 
-static void listenerMethods(NodeListenerMethods *) {}
-
-ZT_DEFINE_CLASS(NodeListener, ztObject, listenerMethods)
-
-// What is connected in place of a test.
-static void listen(void *listener, void *child) {
-  (*static_cast<NodeListener *>(listener)->action)(static_cast<ztRoot *>(child));
+// The methods of a class, of which an object is made first, since that fills them in.
+static void *methodsOf(ztCtor constructor) {
+  void *object = constructor(nullptr, 1);
+  void *methods = ztOOP_classOf(object)->methodTable;
+  release(object);
+  return methods;
 }
 
-Forest::Forest() : before(nodesLive) {}
-
-Forest::~Forest() {
-  for (const Connected &one : connected) {
-    release(one.listener);
-    delete one.action;
-  }
-  EXPECT_EQ(nodesLive, before) << "nodes that did not end, or ended twice";
+OddNodeMethods &oddNode() {
+  return *static_cast<OddNodeMethods *>(methodsOf(OddNode_ctor));
 }
 
-void Forest::on(void *node, const char *signalName, Action action) {
-  auto *listener = static_cast<NodeListener *>(NodeListener_ctor(nullptr, 1));
-  listener->action = new Action(std::move(action));
-  connected.push_back({listener, listener->action});
+OddFileMethods &oddFile() {
+  return *static_cast<OddFileMethods *>(methodsOf(OddFile_ctor));
+}
+
+#define NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity_FIELDS \
+  ztRoot_FIELDS
+#define NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity_METHODS \
+  ztRoot_METHODS
+ZT_DECLARE_CLASS(NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity)
+
+ZT_DEFINE_CLASS(NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity,
+                ztRoot, noMethods)
+
+const ztCtor longNamedCtor =
+    NodeOfAClassWithANameThatIsTooLongForTheNameOfANodeAndForAnythingBehindItInItsIdentity_ctor;
+
+// By their listeners.
+static std::map<const void *, std::function<void(ztRoot *)>> actions;
+
+ForestTest::~ForestTest() {
+  for (const auto &[listener, action] : actions) release(const_cast<void *>(listener));
+  actions.clear();
+  EXPECT_EQ(nodesLive, 0) << "nodes that did not end, or ended twice";
+  nodesLive = 0;
+}
+
+void ForestTest::on(void *node, const char *signalName, std::function<void(ztRoot *)> action) {
+  void *listener = ztObject_ctor(nullptr, 1);
+  actions[listener] = std::move(action);
   ztSlotFunction slot;
-  slot.object1 = listen;
-  ztClass *klass = static_cast<ztRoot *>(node)->klass;
-  EXPECT_EQ(ztRoot_of(node)->connect(klass, node, signalName, listener, "listen", slot, 1), 1);
+  slot.object1 = [](void *receiver, void *child) { actions[receiver](static_cast<ztRoot *>(child)); };
+  EXPECT_EQ(connectTo(node, signalName, listener, slot), 1);
+}
+
+static ztRoot *newTree(const char *&text, ztCtor constructor) {
+  char *end = nullptr;
+  ztRoot *node = newNode(static_cast<int32_t>(strtol(text, &end, 10)), constructor);
+  text = end;
+  if (*text != '(') return node;
+  do {
+    addChild(node, newTree(++text, constructor));
+  } while (*text == ' ');
+  ++text;
+  return node;
+}
+
+Tree::Tree(const std::string &shape, ztCtor constructor) {
+  const char *text = shape.c_str();
+  root = newTree(text, constructor);
+}
+
+Tree::~Tree() {
+  end();
+}
+
+static ztRoot *findNode(ztRoot *node, int32_t uid) {
+  if (node->uid == uid) return node;
+  for (ztRoot *child : childrenOf(node)) {
+    ztRoot *found = findNode(child, uid);
+    if (found != nullptr) return found;
+  }
+  return nullptr;
+}
+
+ztRoot *Tree::operator[](int32_t uid) const {
+  return findNode(root, uid);
+}
+
+void Tree::end() {
+  if (root != nullptr) ::release(root);
+  root = nullptr;
 }
 
 ztRoot *newNode(int32_t uid, ztCtor constructor) {
@@ -70,21 +126,17 @@ ztRoot *newNode(int32_t uid, ztCtor constructor) {
   return node;
 }
 
-ztRoot *newChild(void *parent, int32_t uid) {
-  ztRoot *child = newNode(uid);
+ztRoot *newChild(void *parent, int32_t uid, ztCtor constructor) {
+  ztRoot *child = newNode(uid, constructor);
   addChild(parent, child);
   return child;
 }
 
-ztRoot *newCopy(const ztRoot *node) {
-  const auto *functions = static_cast<const ztClassFunctions *>(node->klass->classTable);
-  auto *target = static_cast<ztRoot *>(functions->newop());
-  if (ztRoot_of(node)->clone(node, target) == nullptr) {
-    ztm_free(target);
-    return nullptr;
-  }
-  target->refCount = 1;
-  return target;
+ztRoot *newChain(int levels, ztCtor constructor) {
+  ztRoot *top = newNode(1, constructor);
+  ztRoot *at = top;
+  for (int32_t uid = 2; uid <= levels; ++uid) at = newChild(at, uid, constructor);
+  return top;
 }
 
 void addChild(void *node, void *child) {
@@ -99,6 +151,14 @@ int32_t setParent(void *node, void *parent) {
   return ztRoot_of(node)->setParent(node, parent);
 }
 
+void putIntoList(const ztRoot *node, void *child) {
+  ztRootPtrList_of(node->children)->pushBack(node->children, child);
+}
+
+void releaseDownTo(int32_t references, void *node) {
+  for (int32_t i = countOf(node); i > references; --i) release(node);
+}
+
 std::string nameOf(const void *node) {
   return ztRoot_of(node)->getName(node);
 }
@@ -107,13 +167,32 @@ int32_t countOf(const void *node) {
   return ztBaseClass_of(node)->getRefCount(node);
 }
 
-std::vector<ztRoot *> childrenOf(const void *node) {
-  std::vector<ztRoot *> children;
+ztRoot *parentOf(const void *node) {
+  return static_cast<ztRoot *>(ztRoot_of(node)->getParent(node));
+}
+
+Nodes childrenOf(const void *node) {
+  Nodes children;
   const int32_t count = ztRoot_of(node)->getChildCount(node);
   for (int32_t i = 0; i < count; ++i) {
     children.push_back(static_cast<ztRoot *>(ztRoot_of(node)->getChildAt(node, i)));
   }
   return children;
+}
+
+ztRoot *firstChildOf(const void *node) {
+  return static_cast<ztRoot *>(ztRoot_of(node)->getChildAt(node, 0));
+}
+
+ztRoot *lowestOf(ztRoot *node) {
+  while (firstChildOf(node) != nullptr) node = firstChildOf(node);
+  return node;
+}
+
+int depthOf(const ztRoot *node) {
+  int depth = 0;
+  for (; node != nullptr; ++depth) node = firstChildOf(node);
+  return depth;
 }
 
 static void printShape(std::ostream &out, const ztRoot *node) {
@@ -133,32 +212,20 @@ std::string shapeOf(const ztRoot *node) {
   return shape.str();
 }
 
-NodeFile::NodeFile(ztCtor constructor, const std::string &bytes) : file(constructor(nullptr, 1)) {
-  char unused[L_tmpnam];
-  name = ztFile_functions()->tmpFile(nullptr, unused);
-  std::ofstream(name, std::ios::binary) << bytes;
-  EXPECT_EQ(ztFile_of(file)->open(file, name.c_str(), "r+b"), 1);
-}
-
-NodeFile::~NodeFile() {
-  ztFile_of(file)->unRef(file);
-  EXPECT_EQ(ztFile_functions()->deleteFile(nullptr, name.c_str()), 0);
-}
-
-void NodeFile::rewind() const {
-  EXPECT_EQ(ztFile_of(file)->goToBegin(file), 0);
-}
-
-std::string NodeFile::bytes() const {
-  EXPECT_EQ(ztFile_of(file)->flush(file), 0);
-  std::ostringstream contents;
-  contents << std::ifstream(name, std::ios::binary).rdbuf();
-  return contents.str();
+std::string bytesOf(int32_t value) {
+  return {reinterpret_cast<const char *>(&value), sizeof value};
 }
 
 Loaded::Loaded(void *file, int32_t count) : roots(ztPtrArray_ctor(nullptr, 1)) {
   result = ztRoot_loadTree(file, count, roots, &report);
 }
+
+static void *atItsBegin(const Storage &file) {
+  EXPECT_EQ(file->goToBegin(file), 0);
+  return file;
+}
+
+Loaded::Loaded(const Storage &file, int32_t count) : Loaded(atItsBegin(file), count) {}
 
 Loaded::Loaded(const std::string &path) : roots(ztPtrArray_ctor(nullptr, 1)) {
   result = ztRoot_openTree(path.c_str(), roots, &report);
@@ -169,8 +236,8 @@ Loaded::~Loaded() {
   release(roots);
 }
 
-std::vector<ztRoot *> Loaded::tops() const {
-  std::vector<ztRoot *> found;
+Nodes Loaded::tops() const {
+  Nodes found;
   for (int32_t i = 0; i < ztPtrArray_of(roots)->getSize(roots); ++i) {
     found.push_back(static_cast<ztRoot *>(ztPtrArray_of(roots)->getAt(roots, i)));
   }
@@ -178,6 +245,7 @@ std::vector<ztRoot *> Loaded::tops() const {
 }
 
 std::string Loaded::shapes() const {
+  if (!result) return "none";
   std::string text;
   for (const ztRoot *root : tops()) {
     if (!text.empty()) text += ' ';
@@ -186,6 +254,6 @@ std::string Loaded::shapes() const {
   return text;
 }
 
-std::vector<int32_t> Loaded::counts() const {
+Numbers Loaded::counts() const {
   return {report.nodes, report.orphans, report.doubles, report.loops};
 }

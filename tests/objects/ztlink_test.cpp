@@ -4,8 +4,6 @@
 #include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
 
-#include <gtest/gtest.h>
-
 #include <random>
 
 // A link of the host's with an order: by the identifiers.
@@ -28,31 +26,57 @@ static void orderedMethods(OrderedMethods *methods) {
 
 ZT_DEFINE_CLASS(Ordered, ztLink, orderedMethods)
 
-static ztLink *newLink(int32_t id, ztCtor constructor = ztLink_ctor) {
-  auto *link = static_cast<ztLink *>(constructor(nullptr, 1));
-  link->targetId = id;
-  return link;
-}
+namespace {
 
-static std::string bytesOf(int32_t value) {
-  return {reinterpret_cast<const char *>(&value), sizeof value};
-}
+using ztLinkTest = ForestTest;
 
-// A link ------------------------------------------------------------------------------------------
+// A link that goes with its scope.
+class Link : public Owned<ztLink, ztLinkMethods> {
+ public:
+  explicit Link(int32_t id, ztCtor constructor = ztLink_ctor) : Owned(constructor) {
+    fields().targetId = id;
+  }
+};
 
-TEST(Link, IsUnsetWhenItIsNew) {
+// Links in an array that goes with the test.
+class ztLinkArrayTest : public ForestTest {
+ protected:
+  ~ztLinkArrayTest() override {
+    release(array);
+  }
+  void setIds(const Numbers &ids) const {
+    methods->setSize(array, static_cast<int32_t>(ids.size()));
+    for (size_t i = 0; i < ids.size(); ++i) at(i)->targetId = ids[i];
+  }
+  ztLink *at(size_t index) const {
+    return static_cast<ztLink *>(methods->getAt(array, static_cast<int32_t>(index)));
+  }
+  Numbers ids() const {
+    Numbers found;
+    for (int32_t i = 0; i < methods->getSize(array); ++i)
+      found.push_back(at(static_cast<size_t>(i))->targetId);
+    return found;
+  }
+
+  ztLinkArray *array = static_cast<ztLinkArray *>(ztNewFromName("ztLinkArray"));
+  const ztLinkArrayMethods *methods = ztLinkArray_of(array);
+};
+
+}  // namespace
+
+TEST_F(ztLinkTest, IsUnsetWhenItIsNew) {
   for (void *object : {ztLink_ctor(nullptr, 1), ztNewFromName("ztLink")}) {
-    auto *link = static_cast<ztLink *>(object);
+    const auto *link = static_cast<const ztLink *>(object);
     EXPECT_EQ(link->target, nullptr);
     EXPECT_EQ(link->targetId, -1);
     EXPECT_TRUE(ztOOP_isClass(link, "ztLink"));
     EXPECT_TRUE(ztOOP_isClassOf(link, "ztBaseClass"));
-    release(link);
+    release(object);
   }
 }
 
-TEST(Link, HasTheSlotsOfTheBaseAndOverridesFour) {
-  void *link = ztLink_ctor(nullptr, 1);
+TEST_F(ztLinkTest, HasTheSlotsOfTheBaseAndOverridesFour) {
+  const Link initialized(1);
   EXPECT_EQ(sizeof(ztLinkMethods), 16 * sizeof(void *));
   const ztLinkMethods *methods = ztLink_table();
   const ztBaseClassMethods *base = ztBaseClass_table();
@@ -66,123 +90,92 @@ TEST(Link, HasTheSlotsOfTheBaseAndOverridesFour) {
   EXPECT_EQ(methods->isMajor, base->isMajor);
   EXPECT_EQ(methods->destroy, base->destroy);
   EXPECT_EQ(methods->unRef, base->unRef);
-  release(link);
 }
 
-TEST(Link, ACopyKeepsTheIdentifierAndIsUnresolved) {
-  ztRoot *node = newNode(5);
-  ztLink *link = newLink(5);
+TEST_F(ztLinkTest, IsCopiedWithItsIdentifierAndUnresolved) {
+  const Tree node("5");
+  const Link link(5);
   ASSERT_EQ(ztLink_resolve(link, node), 1);
-  auto *copy = static_cast<ztLink *>(ztLink_newop());
-  EXPECT_EQ(ztLink_of(link)->clone(link, copy), copy);
-  EXPECT_EQ(copy->targetId, 5);
-  EXPECT_EQ(copy->target, nullptr);
-  EXPECT_EQ(link->target, node);
-  EXPECT_EQ(ztLink_of(link)->clone(link, nullptr), nullptr);
-  for (void *object : {static_cast<void *>(copy), static_cast<void *>(link), static_cast<void *>(node)}) {
-    release(object);
-  }
+  const auto copy = link.copy();
+  EXPECT_EQ(copy.fields().targetId, 5);
+  EXPECT_EQ(copy.fields().target, nullptr);
+  EXPECT_EQ(link.fields().target, node);
+  EXPECT_EQ(link->clone(link, nullptr), nullptr);
 }
 
-TEST(Link, StoresItsIdentifierAlone) {
+TEST_F(ztLinkTest, StoresItsIdentifierAlone) {
   for (const int32_t id : {-1, 0, 5, INT32_MAX, INT32_MIN}) {
-    ztLink *link = newLink(id);
-    const NodeFile binary;
-    EXPECT_EQ(ztLink_of(link)->write(link, binary.get()), 1);
-    EXPECT_EQ(binary.bytes(), bytesOf(id));
-    const NodeFile text(ztTextFile_ctor);
-    EXPECT_EQ(ztLink_of(link)->write(link, text.get()), 1);
-    EXPECT_EQ(text.bytes(), std::to_string(id) + "\n");
-    for (const NodeFile *file : {&binary, &text}) {
-      file->rewind();
-      ztLink *read = newLink(77);
-      read->target = link;
-      EXPECT_EQ(ztLink_of(read)->read(read, file->get()), 1);
-      EXPECT_EQ(read->targetId, id);
-      EXPECT_EQ(read->target, link) << "reading leaves the target as it is";
-      release(read);
+    const std::pair<ztCtor, std::string> forms[] = {{ztFile_ctor, bytesOf(id)},
+                                                    {ztTextFile_ctor, std::to_string(id) + "\n"}};
+    for (const auto &[constructor, bytes] : forms) {
+      const Storage file(constructor);
+      const Link link(id);
+      EXPECT_EQ(link->write(link, file), 1);
+      EXPECT_EQ(file.bytes(), bytes);
+      const Link read(77);
+      read.fields().target = link;
+      EXPECT_EQ(read->read(read, file), 1);
+      EXPECT_EQ(read.fields().targetId, id);
+      EXPECT_EQ(read.fields().target, link) << "reading leaves the target as it is";
     }
-    release(link);
   }
 }
 
-TEST(Link, StoresAndReadsNothingWithoutAFile) {
-  ztLink *link = newLink(7);
-  EXPECT_EQ(ztLink_of(link)->write(link, nullptr), 0);
-  EXPECT_EQ(ztLink_of(link)->read(link, nullptr), 0);
-  EXPECT_EQ(ztLink_table()->write(nullptr, nullptr), 0);
-  EXPECT_EQ(ztLink_table()->read(nullptr, nullptr), 0);
-  void *closed = ztFile_ctor(nullptr, 1);
-  EXPECT_EQ(ztLink_of(link)->write(link, closed), 0);
-  EXPECT_EQ(ztLink_of(link)->read(link, closed), 0);
-  release(closed);
-  const NodeFile empty;
-  EXPECT_EQ(ztLink_of(link)->read(link, empty.get()), 0);
-  EXPECT_EQ(link->targetId, 7);
-  release(link);
+TEST_F(ztLinkTest, StoresAndReadsNothingWithoutAFile) {
+  const Link link(7);
+  const ztLinkMethods *methods = ztLink_table();
+  const File closed(ztFile_ctor);
+  for (void *none : {static_cast<void *>(nullptr), static_cast<void *>(closed)}) {
+    EXPECT_EQ(methods->write(link, none), 0);
+    EXPECT_EQ(methods->read(link, none), 0);
+  }
+  EXPECT_EQ(methods->write(nullptr, nullptr), 0);
+  EXPECT_EQ(methods->read(nullptr, nullptr), 0);
+  EXPECT_EQ(methods->read(link, Storage()), 0);
+  EXPECT_EQ(link.fields().targetId, 7);
 }
 
-// Arrays of links ---------------------------------------------------------------------------------
-
-TEST(LinkArray, IsSetUpForLinks) {
-  auto *array = static_cast<ztLinkArray *>(ztNewFromName("ztLinkArray"));
+TEST_F(ztLinkArrayTest, IsSetUpForLinks) {
   EXPECT_EQ(array->elementSize, static_cast<int32_t>(sizeof(ztLink)));
   EXPECT_EQ(array->elementConstructor, ztLink_ctor);
   EXPECT_EQ(array->compareFunction, ztLinkArray_compare_func);
   EXPECT_EQ(array->count, 0);
-  release(array);
 }
 
-TEST(LinkArray, KeepsCopiesInPlace) {
-  auto *array = static_cast<ztLinkArray *>(ztLinkArray_ctor(nullptr, 1));
-  const ztLinkArrayMethods *methods = ztLinkArray_of(array);
-  ztRoot *node = newNode(3);
-  ztLink *link = newLink(3);
-  link->target = node;
-  auto *stored = static_cast<ztLink *>(methods->pushBack(array, link));
+TEST_F(ztLinkArrayTest, KeepsCopiesInPlace) {
+  const Tree node("3");
+  const Link link(3);
+  link.fields().target = node;
+  const auto *stored = static_cast<const ztLink *>(methods->pushBack(array, link));
   ASSERT_NE(stored, nullptr);
   EXPECT_EQ(stored, array->data);
   EXPECT_EQ(stored->targetId, 3);
   EXPECT_EQ(stored->target, nullptr);
   EXPECT_EQ(countOf(stored), 1);
   ASSERT_EQ(methods->resize(array, 3), 1);
-  EXPECT_EQ(static_cast<ztLink *>(methods->getAt(array, 2))->targetId, -1);
-  release(array);
-  release(link);
-  release(node);
+  EXPECT_EQ(ids(), (Numbers{3, -1, -1}));
 }
 
-TEST(LinkArray, IsStoredAsItsCountAndTheIdentifiers) {
-  auto *array = static_cast<ztLinkArray *>(ztLinkArray_ctor(nullptr, 1));
-  const int32_t ids[] = {5, -1, 7};
-  ztLinkArray_of(array)->setSize(array, 3);
-  for (int32_t i = 0; i < 3; ++i)
-    static_cast<ztLink *>(ztLinkArray_of(array)->getAt(array, i))->targetId = ids[i];
-  const NodeFile binary;
-  EXPECT_EQ(ztLinkArray_of(array)->write(array, binary.get()), 1);
-  EXPECT_EQ(binary.bytes(), bytesOf(3) + bytesOf(5) + bytesOf(-1) + bytesOf(7));
-  const NodeFile text(ztTextFile_ctor);
-  EXPECT_EQ(ztLinkArray_of(array)->write(array, text.get()), 1);
-  EXPECT_EQ(text.bytes(), "3\n5\n-1\n7\n");
-  for (const NodeFile *file : {&binary, &text}) {
-    file->rewind();
-    void *read = ztLinkArray_ctor(nullptr, 1);
-    EXPECT_EQ(ztLinkArray_of(read)->read(read, file->get()), 1);
-    ASSERT_EQ(ztLinkArray_of(read)->getSize(read), 3);
-    for (int32_t i = 0; i < 3; ++i) {
-      const auto *link = static_cast<const ztLink *>(ztLinkArray_of(read)->getAt(read, i));
-      EXPECT_EQ(link->targetId, ids[i]);
-      EXPECT_EQ(link->target, nullptr);
-    }
-    release(read);
+TEST_F(ztLinkArrayTest, IsStoredAsItsCountAndTheIdentifiers) {
+  const Numbers stored = {5, -1, 7};
+  const std::pair<ztCtor, std::string> forms[] = {
+      {ztFile_ctor, bytesOf(3) + bytesOf(5) + bytesOf(-1) + bytesOf(7)}, {ztTextFile_ctor, "3\n5\n-1\n7\n"}};
+  for (const auto &[constructor, bytes] : forms) {
+    setIds(stored);
+    const Storage file(constructor);
+    EXPECT_EQ(methods->write(array, file), 1);
+    EXPECT_EQ(file.bytes(), bytes);
+    methods->empty(array);
+    EXPECT_EQ(methods->read(array, file), 1);
+    EXPECT_EQ(ids(), stored);
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(at(i)->target, nullptr);
   }
-  release(array);
 }
 
-TEST(LinkArray, ComparesThroughTheMethodTable) {
-  ztLink *one = newLink(1, Ordered_ctor);
-  ztLink *two = newLink(2, Ordered_ctor);
-  ztLink *same = newLink(2, Ordered_ctor);
+TEST_F(ztLinkArrayTest, ComparesThroughTheMethodTable) {
+  const Link one(1, Ordered_ctor);
+  const Link two(2, Ordered_ctor);
+  const Link same(2, Ordered_ctor);
   for (const ztCompareFunc compare : {ztLinkArray_compare_func, ztLinkArray_compare_func_ptr}) {
     EXPECT_EQ(compare(two, same), 0);
     EXPECT_EQ(compare(two, one), 1);
@@ -191,146 +184,91 @@ TEST(LinkArray, ComparesThroughTheMethodTable) {
     EXPECT_EQ(compare(one, nullptr), 1);
     EXPECT_EQ(compare(nullptr, one), -1);
   }
-  for (ztLink *link : {one, two, same}) release(link);
 }
 
-TEST(LinkArray, SortsOrderedLinks) {
-  void *array = ztLinkArray_ctor(nullptr, 1);
-  for (const int32_t id : {3, 1, 2}) {
-    ztLink *link = newLink(id, Ordered_ctor);
-    ASSERT_NE(ztLinkArray_of(array)->pushBack(array, link), nullptr);
-    release(link);
-  }
-  ztLinkArray_of(array)->sort(array, ztLinkArray_compare_func);
-  for (int32_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(static_cast<ztLink *>(ztLinkArray_of(array)->getAt(array, i))->targetId, i + 1);
-  }
-  release(array);
+TEST_F(ztLinkArrayTest, SortsOrderedLinks) {
+  for (const int32_t id : {3, 1, 2}) ASSERT_NE(methods->pushBack(array, Link(id, Ordered_ctor)), nullptr);
+  methods->sort(array, ztLinkArray_compare_func);
+  EXPECT_EQ(ids(), (Numbers{1, 2, 3}));
 }
 
 // Resolving ---------------------------------------------------------------------------------------
 
-TEST(ResolvingALink, FindsTheNodeAnywhereBelow) {
-  Forest forest;
-  ztRoot *top = newNode(1);
-  ztRoot *left = newChild(top, 2);
-  ztRoot *low = newChild(left, 3);
-  ztRoot *right = newChild(top, 4);
-  ztLink *link = newLink(0);
-  for (ztRoot *node : {top, left, low, right}) {
-    link->targetId = node->uid;
+TEST_F(ztLinkTest, FindsTheNodeAnywhereBelow) {
+  const Tree top("1(2(3) 4)");
+  const Link link(0);
+  for (const int32_t uid : {1, 2, 3, 4}) {
+    link.fields().targetId = uid;
     EXPECT_EQ(ztLink_resolve(link, top), 1);
-    EXPECT_EQ(link->target, node);
+    EXPECT_EQ(link.fields().target, top[uid]);
   }
-  link->targetId = 4;
-  EXPECT_EQ(ztLink_resolve(link, left), 0) << "it is beside that node";
-  EXPECT_EQ(link->target, nullptr);
-  release(link);
-  release(top);
+  EXPECT_EQ(ztLink_resolve(link, top[2]), 0) << "it is beside that node";
+  EXPECT_EQ(link.fields().target, nullptr);
 }
 
-TEST(ResolvingALink, FindsNothingForWhatIsNotThere) {
-  Forest forest;
-  ztRoot *top = newNode(-1);
-  newChild(top, 2);
-  for (const int32_t id : {-1, 0, 3}) {
-    ztLink *link = newLink(id);
-    link->target = top;
-    EXPECT_EQ(ztLink_resolve(link, top), 0);
-    EXPECT_EQ(link->target, nullptr);
-    EXPECT_EQ(link->targetId, id);
-    release(link);
-  }
-  ztLink *link = newLink(2);
+TEST_F(ztLinkTest, FindsNothingForWhatIsNotThere) {
+  const Tree top("-1(2)");
+  const Link link(2);
   EXPECT_EQ(ztLink_resolve(link, nullptr), 0);
   EXPECT_EQ(ztLink_resolve(nullptr, top), 0);
-  release(link);
-  release(top);
+  for (const int32_t id : {-1, 0, 3}) {
+    link.fields().targetId = id;
+    link.fields().target = top;
+    EXPECT_EQ(ztLink_resolve(link, top), 0);
+    EXPECT_EQ(link.fields().target, nullptr);
+    EXPECT_EQ(link.fields().targetId, id);
+  }
 }
 
-TEST(ResolvingALink, TakesTheFirstOfEqualUids) {
-  Forest forest;
-  ztRoot *top = newNode(1);
-  ztRoot *low = newChild(newChild(top, 2), 5);
-  newChild(top, 5);
-  ztLink *link = newLink(5);
-  EXPECT_EQ(ztLink_resolve(link, top), 1);
-  EXPECT_EQ(link->target, low);
-  void *array = ztLinkArray_ctor(nullptr, 1);
-  ztLinkArray_of(array)->pushBack(array, link);
+TEST_F(ztLinkArrayTest, TakesTheFirstOfEqualUidsAsALinkDoes) {
+  const Tree top("1(2(5) 5)");
+  const ztRoot *low = firstChildOf(firstChildOf(top));
+  setIds({5});
   EXPECT_EQ(ztLinkArray_resolve(array, top), 1);
-  EXPECT_EQ(static_cast<ztLink *>(ztLinkArray_of(array)->getAt(array, 0))->target, low);
-  release(array);
-  release(link);
-  release(top);
+  EXPECT_EQ(at(0)->target, low);
+  at(0)->target = nullptr;
+  EXPECT_EQ(ztLink_resolve(at(0), top), 1);
+  EXPECT_EQ(at(0)->target, low);
 }
 
-TEST(ResolvingALink, GoesDownAnyDepth) {
-  Forest forest;
+TEST_F(ztLinkTest, GoesDownAnyDepth) {
   const int levels = scale(50000);
-  ztRoot *top = newNode(1);
-  ztRoot *at = top;
-  for (int32_t uid = 2; uid <= levels; ++uid) {
-    ztRoot *below = newNode(uid);
-    ASSERT_EQ(setParent(below, at), 1);
-    at = below;
-  }
-  ztLink *link = newLink(levels);
+  const Tree top(newChain(levels, LiveNode_ctor));
+  const Link link(levels);
   EXPECT_EQ(ztLink_resolve(link, top), 1);
-  EXPECT_EQ(link->target, at);
-  release(link);
-  release(top);
+  EXPECT_EQ(link.fields().target, lowestOf(top));
 }
 
-TEST(ResolvingLinks, PointsAllThatHaveANode) {
-  Forest forest;
-  ztRoot *top = newNode(1);
-  newChild(newChild(top, -1), 3);
-  void *array = ztLinkArray_ctor(nullptr, 1);
-  const ztLinkArrayMethods *methods = ztLinkArray_of(array);
+TEST_F(ztLinkArrayTest, PointsAllThatHaveANode) {
+  const Tree top("1(-1(3))");
   EXPECT_EQ(ztLinkArray_resolve(array, top), 0);
-  const int32_t ids[] = {3, 9, 1, -1, 3, 0};
-  methods->setSize(array, 6);
-  const auto linkAt = [&](int32_t i) { return static_cast<ztLink *>(methods->getAt(array, i)); };
-  for (int32_t i = 0; i < 6; ++i) {
-    linkAt(i)->targetId = ids[i];
-    linkAt(i)->target = array;
-  }
+  setIds({3, 9, 1, -1, 3, 0});
+  for (size_t i = 0; i < 6; ++i) at(i)->target = array;
   EXPECT_EQ(ztLinkArray_resolve(array, top), 3);
-  for (int32_t i = 0; i < 6; ++i) {
-    const auto *target = static_cast<const ztRoot *>(linkAt(i)->target);
-    EXPECT_EQ(target == nullptr ? 0 : target->uid, ids[i] == 3 || ids[i] == 1 ? ids[i] : 0);
-  }
+  const void *targets[] = {top[3], nullptr, top, nullptr, top[3], nullptr};
+  for (size_t i = 0; i < 6; ++i) EXPECT_EQ(at(i)->target, targets[i]) << i;
   EXPECT_EQ(ztLinkArray_resolve(array, nullptr), 0);
-  for (int32_t i = 0; i < 6; ++i) EXPECT_EQ(linkAt(i)->target, nullptr);
+  for (size_t i = 0; i < 6; ++i) EXPECT_EQ(at(i)->target, nullptr);
   EXPECT_EQ(ztLinkArray_resolve(nullptr, top), 0);
-  release(array);
-  release(top);
 }
 
-TEST(ResolvingLinks, AgreesWithOneByOne) {
-  Forest forest;
+TEST_F(ztLinkArrayTest, ResolvesAsOneByOne) {
   std::mt19937 random(3);
-  std::vector<ztRoot *> nodes = {newNode(1)};
+  const Tree top("1");
+  Nodes nodes = {top};
   for (int i = 0; i < scale(3000); ++i) {
     ztRoot *parent = nodes[random() % nodes.size()];
-    nodes.push_back(newNode(static_cast<int32_t>(random() % 4000) - 2000));
-    ASSERT_EQ(setParent(nodes.back(), parent), 1);
+    nodes.push_back(newChild(parent, static_cast<int32_t>(random() % 4000) - 2000));
   }
-  void *array = ztLinkArray_ctor(nullptr, 1);
-  ztLinkArray_of(array)->setSize(array, 200);
-  const auto linkAt = [&](int32_t i) {
-    return static_cast<ztLink *>(ztLinkArray_of(array)->getAt(array, i));
-  };
-  for (int32_t i = 0; i < 200; ++i) linkAt(i)->targetId = static_cast<int32_t>(random() % 4200) - 2100;
-  const int32_t resolved = ztLinkArray_resolve(array, nodes[0]);
+  Numbers ids;
+  for (int i = 0; i < 200; ++i) ids.push_back(static_cast<int32_t>(random() % 4200) - 2100);
+  setIds(ids);
+  const int32_t resolved = ztLinkArray_resolve(array, top);
   int32_t expected = 0;
-  for (int32_t i = 0; i < 200; ++i) {
-    const void *target = linkAt(i)->target;
-    expected += ztLink_resolve(linkAt(i), nodes[0]);
-    EXPECT_EQ(linkAt(i)->target, target);
+  for (size_t i = 0; i < 200; ++i) {
+    const void *target = at(i)->target;
+    expected += ztLink_resolve(at(i), top);
+    EXPECT_EQ(at(i)->target, target);
   }
   EXPECT_EQ(resolved, expected);
-  release(array);
-  release(nodes[0]);
 }

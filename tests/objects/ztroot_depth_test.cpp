@@ -1,77 +1,31 @@
 // Trees of any depth, on stacks of any size.
-#include "objects/ztroot.h"
-
-#include "containers/ztarrays.h"
 #include "tags/ztinttag.h"
 #include "tags/zttag.h"
 #include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
 
-#include <gtest/gtest.h>
-
 #include <pthread.h>
-
-// A node whose class has a `destroy` of its own, which counts the children that it finds.
-#define Seeing_FIELDS ztRoot_FIELDS
-#define Seeing_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Seeing)
-
-static int32_t parentsEnded;
-static int32_t childrenSeen;
-
-static void seeingDestroy(void *object) {
-  ++parentsEnded;
-  childrenSeen += ztRoot_of(object)->getChildCount(object);
-  ztRoot_table()->destroy(object);
-}
-
-static void seeingMethods(SeeingMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, seeingDestroy);
-}
-
-ZT_DEFINE_CLASS(Seeing, ztRoot, seeingMethods)
-
-// A node that takes something over, and asks for its parent by an override that counts.
-#define Noting_FIELDS \
-  ztRoot_FIELDS       \
-  int32_t noted;
-#define Noting_METHODS ztRoot_METHODS
-ZT_DECLARE_CLASS(Noting)
-
-static int32_t parentsAskedFor;
-
-static int32_t notingCreate(void *object) {
-  static_cast<Noting *>(object)->noted = 0;
-  return ztRoot_table()->create(object);
-}
-
-static int32_t notingAssign(void *object, const void *other) {
-  static_cast<Noting *>(object)->noted = static_cast<const Noting *>(other)->noted;
-  return ztRoot_table()->assign(object, other);
-}
-
-static void *notingGetParent(const void *object) {
-  ++parentsAskedFor;
-  return ztRoot_table()->getParent(object);
-}
-
-static void notingMethods(NotingMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, create, notingCreate);
-  ZT_OVERRIDE_METHOD(methods, assign, notingAssign);
-  ZT_OVERRIDE_METHOD(methods, getParent, notingGetParent);
-}
-
-ZT_DEFINE_CLASS(Noting, ztRoot, notingMethods)
 
 namespace {
 
-const size_t smallStack = 64 * 1024;
+using DeepTree = ForestTest;
 
-// Runs in a thread with a stack of its own.
-void onStack(size_t size, const std::function<void()> &work) {
+int32_t parentsEnded;
+int32_t childrenSeen;
+int32_t parentsAskedFor;
+
+// A `destroy` of a host's, which counts the children that it finds.
+void seeingDestroy(void *object) {
+  ++parentsEnded;
+  childrenSeen += ztRoot_of(object)->getChildCount(object);
+  LiveNode_table()->destroy(object);
+}
+
+// Runs in a thread with a small stack.
+void onSmallStack(const std::function<void()> &work) {
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 64 * 1024), 0);
   pthread_t thread;
   const auto run = [](void *given) -> void * {
     (*static_cast<const std::function<void()> *>(given))();
@@ -82,158 +36,122 @@ void onStack(size_t size, const std::function<void()> &work) {
   pthread_attr_destroy(&attributes);
 }
 
-ztRoot *newChain(int levels, ztCtor constructor) {
-  ztRoot *top = newNode(1, constructor);
-  ztRoot *at = top;
-  for (int32_t uid = 2; uid <= levels; ++uid) {
-    ztRoot *below = newNode(uid, constructor);
-    addChild(at, below);
-    at = below;
-  }
-  return top;
-}
-
-int depthOf(const ztRoot *node) {
-  int depth = 0;
-  for (; node != nullptr; ++depth) node = static_cast<const ztRoot *>(ztRoot_of(node)->getChildAt(node, 0));
-  return depth;
-}
-
-ztRoot *loadOne(void *file) {
-  void *roots = ztPtrArray_ctor(nullptr, 1);
-  EXPECT_EQ(ztRoot_loadTree(file, -1, roots, nullptr), 1);
-  EXPECT_EQ(ztPtrArray_of(roots)->getSize(roots), 1);
-  auto *root = static_cast<ztRoot *>(ztPtrArray_of(roots)->getAt(roots, 0));
-  release(roots);
-  return root;
+// All nodes of a chain, from the top.
+Nodes nodesOf(ztRoot *chain) {
+  Nodes nodes;
+  for (; chain != nullptr; chain = firstChildOf(chain)) nodes.push_back(chain);
+  return nodes;
 }
 
 void doEverything(int levels, ztCtor constructor) {
-  ztRoot *chain = newChain(levels, constructor);
-  ztRoot *copy = newCopy(chain);
+  Tree chain(newChain(levels, constructor));
+  const Tree copy(newCopy(chain));
   ASSERT_NE(copy, nullptr);
   EXPECT_EQ(depthOf(copy), levels);
-  EXPECT_EQ(ztRoot_of(copy)->assign(copy, chain), 1);
-  const NodeFile file;
-  EXPECT_EQ(ztRoot_storeTree(chain, file.get()), levels);
-  release(chain);
-  file.rewind();
-  ztRoot *loaded = loadOne(file.get());
-  EXPECT_EQ(depthOf(loaded), levels);
-  release(loaded);
-  release(copy);
+  EXPECT_EQ(copy->assign(copy, chain), 1);
+  const Storage file;
+  EXPECT_EQ(ztRoot_storeTree(chain, file), levels);
+  chain.end();
+  const Loaded loaded(file);
+  ASSERT_EQ(loaded.tops().size(), 1U);
+  EXPECT_EQ(depthOf(loaded.tops()[0]), levels);
 }
 
 }  // namespace
 
-// Plain nodes ---------------------------------------------------------------------------------------
+// Nodes of the library's ----------------------------------------------------------------------------
 
-TEST(DeepTree, OfAMillionLevelsIsMadeCopiedAssignedStoredLoadedAndReleased) {
+TEST_F(DeepTree, OfAMillionLevelsIsMadeCopiedAssignedStoredLoadedAndReleased) {
   doEverything(scale(1000000), ztRoot_ctor);
 }
 
-TEST(DeepTree, OfAMillionLevelsNeedsNoMoreThanASmallStack) {
-  onStack(smallStack, [] { doEverything(scale(1000000), ztRoot_ctor); });
+TEST_F(DeepTree, NeedsNoMoreThanASmallStack) {
+  onSmallStack([] { doEverything(scale(1000000), ztRoot_ctor); });
+  onSmallStack([] { doEverything(scale(100000), ztTag_ctor); });
 }
 
-TEST(DeepTree, OfTagsNeedsNoMoreThanASmallStack) {
-  onStack(smallStack, [] { doEverything(scale(100000), ztTag_ctor); });
-}
-
-TEST(DeepTree, OfTagsIsCopiedAndAssignedWithItsAttributes) {
-  const int levels = scale(2000);
-  ztRoot *chain = newChain(levels, ztTag_ctor);
+TEST_F(DeepTree, OfTagsIsCopiedAndAssignedWithItsAttributes) {
+  const Tree chain(newChain(scale(2000), ztTag_ctor));
   const auto valueOf = [](const ztRoot *node) -> int32_t & {
-    ztTagHandle handle = {0, 1};
+    const ztTagHandle handle = {0, 1};
     return *static_cast<int32_t *>(ztTag_of(node)->getValue(node, &handle, 0, nullptr));
   };
-  for (ztRoot *node = chain; node != nullptr;
-       node = static_cast<ztRoot *>(ztRoot_of(node)->getChildAt(node, 0))) {
-    const int32_t value = node->uid;
-    ASSERT_EQ(ztTag_of(node)->insertNew(node, "value", ztIntTag_ctor(nullptr, 1), nullptr, 0, 1, &value), 1);
+  const Nodes sources = nodesOf(chain);
+  for (ztRoot *node : sources) {
+    ASSERT_EQ(ztTag_of(node)->insertNew(node, "value", ztIntTag_ctor(nullptr, 1), nullptr, 0, 1, &node->uid),
+              1);
   }
-  ztRoot *copy = newCopy(chain);
-  const ztRoot *own = copy;
-  const ztRoot *source = chain;
-  for (int i = 0; i < levels; ++i) {
-    ASSERT_NE(&valueOf(own), &valueOf(source));
-    ASSERT_EQ(valueOf(own), own->uid);
-    valueOf(source) = -source->uid;
-    own = static_cast<const ztRoot *>(ztRoot_of(own)->getChildAt(own, 0));
-    source = static_cast<const ztRoot *>(ztRoot_of(source)->getChildAt(source, 0));
+  const Tree copy(newCopy(chain));
+  const Nodes copies = nodesOf(copy);
+  ASSERT_EQ(copies.size(), sources.size());
+  for (size_t i = 0; i < copies.size(); ++i) {
+    ASSERT_NE(&valueOf(copies[i]), &valueOf(sources[i]));
+    ASSERT_EQ(valueOf(copies[i]), copies[i]->uid);
+    valueOf(sources[i]) = -sources[i]->uid;
   }
-  EXPECT_EQ(ztRoot_of(copy)->assign(copy, chain), 1);
-  for (own = copy; own != nullptr; own = static_cast<const ztRoot *>(ztRoot_of(own)->getChildAt(own, 0))) {
-    ASSERT_EQ(valueOf(own), -own->uid);
-  }
-  release(copy);
-  release(chain);
+  EXPECT_EQ(copy->assign(copy, chain), 1);
+  for (const ztRoot *node : copies) ASSERT_EQ(valueOf(node), -node->uid);
 }
 
-TEST(DeepTree, TellsOfEachEndBehindThoseBelow) {
-  Forest forest;
+TEST_F(DeepTree, TellsOfEachEndBehindThoseBelow) {
   constexpr int levels = 300;
-  ztRoot *chain = newChain(levels, ztRoot_ctor);
-  std::vector<int32_t> ended;
-  for (ztRoot *node = chain; node != nullptr;
-       node = static_cast<ztRoot *>(ztRoot_of(node)->getChildAt(node, 0))) {
-    forest.on(node, "destroyed", [&](const ztRoot *dying) { ended.push_back(dying->uid); });
+  Tree chain(newChain(levels, ztRoot_ctor));
+  Numbers ended;
+  for (ztRoot *node : nodesOf(chain)) {
+    on(node, "destroyed", [&](const ztRoot *dying) { ended.push_back(dying->uid); });
   }
-  release(chain);
+  chain.end();
   ASSERT_EQ(ended.size(), static_cast<size_t>(levels));
   for (int i = 0; i < levels; ++i) EXPECT_EQ(ended[static_cast<size_t>(i)], levels - i);
 }
 
 // Slots that change another tree each time do not make the release begin again.
-TEST(DeepTree, EndsWhileSlotsChangeAnotherTree) {
-  Forest forest;
+TEST_F(DeepTree, EndsWhileSlotsChangeAnotherTree) {
   const int levels = scale(20000);
-  ztRoot *chain = newChain(levels, ztRoot_ctor);
-  ztRoot *grave = newNode(0, ztRoot_ctor);
-  for (ztRoot *node = chain; node != nullptr;
-       node = static_cast<ztRoot *>(ztRoot_of(node)->getChildAt(node, 0))) {
-    forest.on(node, "destroyed",
-              [&](const ztRoot *dying) { addChild(grave, newNode(dying->uid, ztRoot_ctor)); });
+  Tree chain(newChain(levels, ztRoot_ctor));
+  const Tree grave("0", ztRoot_ctor);
+  for (ztRoot *node : nodesOf(chain)) {
+    on(node, "destroyed", [&](const ztRoot *dying) { newChild(grave, dying->uid, ztRoot_ctor); });
   }
-  release(chain);
-  EXPECT_EQ(ztRoot_of(grave)->getChildCount(grave), levels);
-  release(grave);
+  chain.end();
+  EXPECT_EQ(grave->getChildCount(grave), levels);
 }
 
 // Overrides of hosts --------------------------------------------------------------------------------
 
-TEST(DeepTree, AHostsDestroyFindsItsChildrenAtEveryDepth) {
+TEST_F(DeepTree, AHostsDestroyFindsItsChildrenAtEveryDepth) {
   constexpr int levels = 2000;
+  const Replaced destroy(oddNode().destroy, seeingDestroy);
   parentsEnded = childrenSeen = 0;
-  release(newChain(levels, Seeing_ctor));
+  release(newChain(levels, OddNode_ctor));
   EXPECT_EQ(parentsEnded, levels);
   EXPECT_EQ(childrenSeen, levels - 1);
 }
 
-TEST(DeepTree, AHostsDestroyFindsItsChildrenBelowPlainNodes) {
+TEST_F(DeepTree, AHostsDestroyFindsItsChildrenBelowNodesOfTheLibrarys) {
   const int levels = scale(300000);
-  ztRoot *top = newNode(1, ztRoot_ctor);
+  const Replaced destroy(oddNode().destroy, seeingDestroy);
+  Tree top("1", ztRoot_ctor);
   ztRoot *at = top;
   int hosts = 0;
   for (int32_t uid = 2; uid <= levels; ++uid) {
     const bool isHost = uid % (levels / 100) == 0;
-    ztRoot *below = newNode(uid, isHost ? Seeing_ctor : ztRoot_ctor);
     hosts += isHost;
-    addChild(at, below);
-    at = below;
+    at = newChild(at, uid, isHost ? OddNode_ctor : ztRoot_ctor);
   }
-  addChild(at, newNode(0, ztRoot_ctor));
+  newChild(at, 0, ztRoot_ctor);
   parentsEnded = childrenSeen = 0;
-  release(top);
+  top.end();
   EXPECT_EQ(parentsEnded, hosts);
   EXPECT_EQ(childrenSeen, hosts);
 }
 
-TEST(DeepTree, OfAHostsNodesEndsWhereTheStackIsTooSmallForAll) {
-  onStack(smallStack, [] {
+TEST_F(DeepTree, OfAHostsNodesEndsWhereTheStackIsTooSmallForAll) {
+  onSmallStack([] {
     constexpr int levels = 20000;
+    const Replaced destroy(oddNode().destroy, seeingDestroy);
     parentsEnded = childrenSeen = 0;
-    release(newChain(levels, Seeing_ctor));
+    release(newChain(levels, OddNode_ctor));
     EXPECT_EQ(parentsEnded, levels);
     EXPECT_GE(childrenSeen, 10);
     EXPECT_LT(childrenSeen, levels - 1) << "so many levels do not fit";
@@ -241,104 +159,93 @@ TEST(DeepTree, OfAHostsNodesEndsWhereTheStackIsTooSmallForAll) {
 }
 
 // Those that survive keep what is below them, also below the last level that the stack reaches.
-TEST(DeepTree, OfAHostsNodesKeepsWhatSurvives) {
-  onStack(smallStack, [] {
-    ztRoot *chain = newChain(3000, Seeing_ctor);
-    ztRoot *kept = chain;
-    while (kept->uid < 2000) kept = static_cast<ztRoot *>(ztRoot_of(kept)->getChildAt(kept, 0));
-    ztRoot_of(kept)->ref(kept);
-    release(chain);
+TEST_F(DeepTree, OfAHostsNodesKeepsWhatSurvives) {
+  onSmallStack([] {
+    Tree chain(newChain(3000, LiveNode_ctor));
+    const Tree kept(nodesOf(chain)[1999]);
+    kept->ref(kept);
+    chain.end();
     EXPECT_EQ(countOf(kept), 2);
     EXPECT_EQ(depthOf(kept), 1001);
-    release(kept);
   });
 }
 
-TEST(DeepTree, IsCopiedThroughOverridesAsDeepAsTheStackAllowsOrNotAtAll) {
-  Forest forest;
-  onStack(smallStack, [] {
-    const int32_t before = nodesLive;
+TEST_F(DeepTree, IsCopiedThroughOverridesAsDeepAsTheStackAllowsOrNotAtAll) {
+  onSmallStack([] {
     bool refused = false;
     for (int levels = 2; levels < 5000 && !refused; levels *= 2) {
-      ztRoot *chain = newChain(levels, LiveNode_ctor);
-      ztRoot *copy = newCopy(chain);
+      const Tree chain(newChain(levels, LiveNode_ctor));
+      const Tree copy(newCopy(chain));
       refused = copy == nullptr;
       if (refused) {
         EXPECT_GT(levels, 8);
-        EXPECT_EQ(nodesLive, before + levels) << "a copy that was begun is gone";
+        EXPECT_EQ(nodesLive, levels) << "a copy that was begun is gone";
       } else {
         EXPECT_EQ(depthOf(copy), levels);
-        release(copy);
       }
-      release(chain);
     }
     EXPECT_TRUE(refused);
   });
 }
 
-TEST(DeepTree, IsAssignedThroughOverridesAsDeepAsTheStackAllowsOrNotAtAll) {
-  onStack(smallStack, [] {
+TEST_F(DeepTree, IsAssignedThroughOverridesAsDeepAsTheStackAllowsOrNotAtAll) {
+  const Replaced assign(oddNode().assign, [](void *node, const void *other) {
+    static_cast<LiveNode *>(node)->value = static_cast<const LiveNode *>(other)->value;
+    return ztRoot_table()->assign(node, other);
+  });
+  onSmallStack([] {
     bool refused = false;
     for (int levels = 2; levels < 5000 && !refused; levels *= 2) {
-      ztRoot *node = newChain(levels, Noting_ctor);
-      ztRoot *source = newChain(levels, Noting_ctor);
-      const auto below = [](ztRoot *from) {
-        return static_cast<ztRoot *>(ztRoot_of(from)->getChildAt(from, 0));
-      };
-      for (ztRoot *at = source; at != nullptr; at = below(at)) reinterpret_cast<Noting *>(at)->noted = 7;
+      const Tree node(newChain(levels, OddNode_ctor));
+      const Tree source(newChain(levels, OddNode_ctor));
+      for (ztRoot *at : nodesOf(source)) reinterpret_cast<LiveNode *>(at)->value = 7;
       // The uppermost is assigned by the base's, so that it stays as it is.
       refused = !ztRoot_table()->assign(node, source);
-      for (ztRoot *at = below(node); at != nullptr; at = below(at)) {
-        ASSERT_EQ(reinterpret_cast<const Noting *>(at)->noted, refused ? 0 : 7) << levels;
+      for (const ztRoot *at : nodesOf(firstChildOf(node))) {
+        ASSERT_EQ(reinterpret_cast<const LiveNode *>(at)->value, refused ? 0 : 7) << levels;
       }
       if (refused) {
         EXPECT_GT(levels, 8);
       }
-      release(node);
-      release(source);
     }
     EXPECT_TRUE(refused);
   });
 }
 
 // The list of the children is the host's to reach into.
-TEST(DeepTree, ThatLeadsBackIntoItselfIsNeitherCopiedNorAssigned) {
-  Forest forest;
-  ztRoot *top = newChain(5, ztRoot_ctor);
-  ztRoot *low = top;
-  while (ztRoot_of(low)->getChildCount(low) > 0)
-    low = static_cast<ztRoot *>(ztRoot_of(low)->getChildAt(low, 0));
-  ztRootPtrList_of(low->children)->pushBack(low->children, top);
+TEST_F(DeepTree, ThatLeadsBackIntoItselfIsNeitherCopiedNorAssigned) {
+  const Tree top(newChain(5, ztRoot_ctor));
+  ztRootPtrList *list = lowestOf(top)->children;
+  ztRootPtrList_of(list)->pushBack(list, top);
   EXPECT_EQ(newCopy(top), nullptr);
-  EXPECT_EQ(ztRoot_of(top)->assign(top, top), 0);
-  ztRootPtrList_of(low->children)->popBack(low->children);
-  EXPECT_EQ(ztRoot_of(top)->assign(top, top), 1);
-  release(top);
+  EXPECT_EQ(top->assign(top, top), 0);
+  ztRootPtrList_of(list)->popBack(list);
+  EXPECT_EQ(top->assign(top, top), 1);
 }
 
 // Building ------------------------------------------------------------------------------------------
 
-TEST(BuildingADeepTree, AsksNobodyAboveWhereGetParentIsTheLibrarys) {
-  ztRoot *top = newNode(1, Noting_ctor);
-  ztRoot *at = top;
-  addChild(top, newNode(2, ztRoot_ctor));
-  at = childrenOf(top)[0];
+TEST_F(DeepTree, IsBuiltWithoutAskingAnybodyAboveWhereGetParentIsTheLibrarys) {
+  const Replaced getParent(oddNode().getParent, [](const void *node) {
+    ++parentsAskedFor;
+    return ztRoot_table()->getParent(node);
+  });
+  const Tree top("1", OddNode_ctor);
+  ztRoot *at = newChild(top, 2, ztRoot_ctor);
   parentsAskedFor = 0;
   for (int32_t uid = 3; uid < 100; ++uid) {
-    addChild(at, newNode(uid, ztRoot_ctor));
-    at = childrenOf(at)[0];
+    at = newChild(at, uid, ztRoot_ctor);
     ztRoot_of(at)->findChildById(at, 1);
   }
   EXPECT_EQ(parentsAskedFor, 0);
   // A host's own is asked.
-  ztRoot_of(top)->findChildById(top, 1);
+  top->findChildById(top, 1);
   EXPECT_EQ(parentsAskedFor, 1);
-  addChild(top, newNode(100, ztRoot_ctor));
+  newChild(top, 100, ztRoot_ctor);
   EXPECT_EQ(parentsAskedFor, 2);
-  release(top);
 }
 
-TEST(BuildingADeepTree, WorksFromEitherEndAndFromPieces) {
+TEST_F(DeepTree, IsBuiltFromEitherEndAndFromPieces) {
   const int levels = scale(200000);
   // A new top each time.
   ztRoot *top = newNode(0, ztRoot_ctor);
@@ -350,51 +257,43 @@ TEST(BuildingADeepTree, WorksFromEitherEndAndFromPieces) {
   EXPECT_EQ(depthOf(top), levels);
   release(top);
   // A piece of two at the lower end each time.
-  top = newNode(0, ztRoot_ctor);
-  ztRoot *at = top;
+  const Tree pieces("0", ztRoot_ctor);
+  ztRoot *at = pieces;
   for (int i = 1; i < levels; i += 2) {
     ztRoot *upper = newNode(i, ztRoot_ctor);
-    ztRoot *lower = newNode(i + 1, ztRoot_ctor);
-    addChild(upper, lower);
+    ztRoot *lower = newChild(upper, i + 1, ztRoot_ctor);
     addChild(at, upper);
     at = lower;
   }
-  EXPECT_GE(depthOf(top), levels);
-  release(top);
+  EXPECT_GE(depthOf(pieces), levels);
 }
 
-TEST(BuildingADeepTree, RefusesACycleAtAnyDepth) {
+TEST_F(DeepTree, RefusesACycleAtAnyDepth) {
   for (const int levels : {2, 64, 65, 66, 130, 1000}) {
-    ztRoot *top = newChain(levels, ztRoot_ctor);
+    SCOPED_TRACE(levels);
+    const Tree top(newChain(levels, ztRoot_ctor));
     // So that there is much below as well.
-    for (int i = 0; i < 200; ++i) addChild(top, newNode(-i, ztRoot_ctor));
-    ztRoot *low = top;
-    while (ztRoot_of(low)->getChildCount(low) > 0) low = childrenOf(low)[0];
-    EXPECT_EQ(setParent(top, low), 0) << levels;
-    ztRoot *second = childrenOf(top)[0];
+    for (int i = 0; i < 200; ++i) newChild(top, -i, ztRoot_ctor);
+    ztRoot *low = lowestOf(top);
+    EXPECT_EQ(setParent(top, low), 0);
+    ztRoot *second = firstChildOf(top);
     if (levels > 2) {
-      EXPECT_EQ(setParent(second, low), 0) << levels;
+      EXPECT_EQ(setParent(second, low), 0);
     }
-    EXPECT_EQ(setParent(second, childrenOf(top)[1]), 1) << levels;
-    for (int i = countOf(second); i > 2; --i) release(second);
-    release(top);
+    EXPECT_EQ(setParent(second, childrenOf(top)[1]), 1);
+    releaseDownTo(2, second);
   }
 }
 
 // A host that takes a child off the list itself leaves the child's parent as it was, and can so make the way
 // up lead round.
-TEST(BuildingADeepTree, DoesNotClimbForEverWhereAHostMadeTheWayUpLeadRound) {
-  ztRoot *above = newNode(1, ztRoot_ctor);
-  ztRoot *child = newNode(2, ztRoot_ctor);
-  addChild(above, child);
-  ztRootPtrList_of(above->children)->popFront(above->children);
+TEST_F(DeepTree, IsNotClimbedForEverWhereAHostMadeTheWayUpLeadRound) {
+  const Tree above("1(2)", ztRoot_ctor);
+  const Tree child(above[2]);
+  ztRootPtrList_of(above.fields().children)->popFront(above.fields().children);
   EXPECT_EQ(setParent(above, child), 1);
-  ztRoot *other = newNode(3, ztRoot_ctor);
-  addChild(other, newNode(4, ztRoot_ctor));
+  const Tree other("3(4)", ztRoot_ctor);
   EXPECT_EQ(setParent(other, above), 0) << "nothing is above such a node";
-  release(other);
-  ztRoot_of(child)->deleteChild(child, above);
-  child->parent = nullptr;
-  release(above);
-  release(child);
+  deleteChild(child, above);
+  child.fields().parent = nullptr;
 }

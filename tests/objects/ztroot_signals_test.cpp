@@ -1,238 +1,185 @@
-#include "objects/ztroot.h"
-
+// What nodes announce, how they end, and what slots may do meanwhile.
 #include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
-// Announcements -----------------------------------------------------------------------------------
+using ztRootSignals = ForestTest;
+using ztRootEnds = ForestTest;
 
-TEST(Announcing, TellsOfAChildThatIsListedAlready) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
+TEST_F(ztRootSignals, TellOfAChildThatIsListedAlready) {
+  const Tree parent("1");
   ztRoot *child = newNode(2);
   int calls = 0;
-  forest.on(parent, "childAdded", [&](ztRoot *added) {
+  on(parent, "childAdded", [&](ztRoot *added) {
     ++calls;
     EXPECT_EQ(added, child);
-    EXPECT_EQ(ztRoot_of(added)->getParent(added), parent);
-    EXPECT_EQ(ztRoot_of(parent)->getChildAt(parent, 0), child);
+    EXPECT_EQ(parentOf(added), parent);
+    EXPECT_EQ(firstChildOf(parent), child);
   });
   addChild(parent, child);
   EXPECT_EQ(calls, 1);
-  addChild(parent, child);  // again
+  addChild(parent, child);
   EXPECT_EQ(calls, 2);
   EXPECT_EQ(countOf(child), 2);
-  EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 1);
-  release(parent);
+  EXPECT_EQ(childrenOf(parent), Nodes{child});
 }
 
-TEST(Announcing, TellsOfADetachedChildThatIsStillListed) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
-  ztRoot *child = newChild(parent, 2);
+TEST_F(ztRootSignals, TellOfADetachedChildThatIsStillListed) {
+  const Tree parent("1(2)");
+  const Tree child(parent[2]);
   int calls = 0;
-  forest.on(parent, "childDeleted", [&](ztRoot *deleted) {
+  on(parent, "childDeleted", [&](ztRoot *deleted) {
     ++calls;
     EXPECT_EQ(deleted, child);
-    EXPECT_EQ(ztRoot_of(deleted)->getParent(deleted), nullptr);
+    EXPECT_EQ(parentOf(deleted), nullptr);
     EXPECT_EQ(deleted->parentUid, 0);
-    EXPECT_EQ(childrenOf(parent), std::vector<ztRoot *>{child});
+    EXPECT_EQ(childrenOf(parent), Nodes{deleted});
   });
-  deleteChild(parent, child);
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 0);
-  deleteChild(parent, child);
-  EXPECT_EQ(calls, 1);
-  release(child);
-  release(parent);
+  for (int i = 0; i < 2; ++i) {
+    deleteChild(parent, child);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(shapeOf(parent), "1");
+  }
 }
 
-TEST(Announcing, AMoveTellsTheOldParentAndTheNewOneOnlyThroughAddChild) {
-  Forest forest;
-  ztRoot *a = newNode(1);
-  ztRoot *b = newNode(2);
-  ztRoot *child = newChild(a, 3);
+TEST_F(ztRootSignals, TellOfAMoveTheOldParentAndTheNewOneOnlyThroughAddChild) {
+  const Tree a("1(3)");
+  const Tree b("2");
+  ztRoot *child = a[3];
   std::string told;
-  for (ztRoot *parent : {a, b}) {
+  for (ztRoot *parent : {static_cast<ztRoot *>(a), static_cast<ztRoot *>(b)}) {
     const std::string name = std::to_string(parent->uid);
-    forest.on(parent, "childAdded", [&told, name](ztRoot *) { told += "+" + name; });
-    forest.on(parent, "childDeleted", [&told, name](ztRoot *) { told += "-" + name; });
+    on(parent, "childAdded", [&told, name](ztRoot *) { told += "+" + name; });
+    on(parent, "childDeleted", [&told, name](ztRoot *) { told += "-" + name; });
   }
   setParent(child, b);
   EXPECT_EQ(told, "-1");
-  told.clear();
   addChild(a, child);
-  EXPECT_EQ(told, "-2+1");
-  for (int i = countOf(child); i > 2; --i) release(child);
-  release(a);
-  release(b);
+  EXPECT_EQ(told, "-1-2+1");
+  releaseDownTo(2, child);
 }
 
-TEST(Announcing, ARefusedChildIsNotTold) {
-  Forest forest;
-  ztRoot *top = newNode(1);
-  ztRoot *low = newChild(top, 2);
-  forest.on(low, "childAdded", [](ztRoot *) { ADD_FAILURE(); });
+TEST_F(ztRootSignals, DoNotTellOfARefusedChild) {
+  const Tree top("1(2)");
+  ztRoot *low = top[2];
+  on(low, "childAdded", [](ztRoot *) { ADD_FAILURE(); });
   addChild(low, top);
   addChild(low, low);
-  release(top);
 }
 
-TEST(Announcing, ASlotMayDeleteTheSameChildAgain) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
-  ztRoot *child = newChild(parent, 2);
-  ztRoot *other = newChild(parent, 3);
-  int calls = 0;
-  forest.on(parent, "childDeleted", [&](ztRoot *deleted) {
-    ++calls;
-    deleteChild(parent, deleted);
-    deleteChild(parent, deleted);
-    EXPECT_EQ(childrenOf(parent), std::vector<ztRoot *>{other});
-  });
-  deleteChild(parent, child);
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(countOf(child), 2);
-  release(child);
-  release(parent);
+TEST_F(ztRootSignals, MayDeleteTheSameChildAgainOrAddItAgainOrBoth) {
+  struct Row {
+    const char *name;
+    std::function<void(ztRoot *parent, ztRoot *child)> reaction;
+    const char *shape;
+    int32_t calls;
+    int32_t references;
+  };
+  const auto deleteAgain = [](ztRoot *parent, ztRoot *child) {
+    deleteChild(parent, child);
+    deleteChild(parent, child);
+    EXPECT_EQ(shapeOf(parent), "1(3)");
+  };
+  const auto addAgain = [](ztRoot *parent, ztRoot *child) {
+    addChild(parent, child);
+    EXPECT_EQ(parentOf(child), parent);
+    EXPECT_EQ(child->parentUid, 1);
+  };
+  const auto addAndDelete = [](ztRoot *parent, ztRoot *child) {
+    addChild(parent, child);
+    deleteChild(parent, child);
+  };
+  for (const Row &row : {Row{"deleted", deleteAgain, "1(3)", 1, 2}, Row{"added", addAgain, "1(3 2)", 1, 3},
+                         Row{"added and deleted", addAndDelete, "1(3)", 2, 3}}) {
+    SCOPED_TRACE(row.name);
+    const Tree parent("1(2 3)");
+    const Tree child(parent[2]);
+    int32_t calls = 0;
+    on(parent, "childDeleted", [&](ztRoot *deleted) {
+      if (++calls == 1) row.reaction(parent, deleted);
+    });
+    deleteChild(parent, child);
+    EXPECT_EQ(calls, row.calls);
+    EXPECT_EQ(shapeOf(parent), row.shape);
+    EXPECT_EQ(countOf(child), row.references);
+    releaseDownTo(2, child);
+  }
 }
 
-TEST(Announcing, ASlotMayDeleteAllChildren) {
-  Forest forest;
-  ztRoot *parent = newNode(0);
-  std::vector<ztRoot *> children;
-  for (int32_t uid = 1; uid <= 4; ++uid) children.push_back(newChild(parent, uid));
-  std::vector<int32_t> deleted;
-  forest.on(parent, "childDeleted", [&](const ztRoot *child) {
+TEST_F(ztRootSignals, MayDeleteAllChildren) {
+  const Tree parent("0(1 2 3 4)");
+  const Nodes children = childrenOf(parent);
+  Numbers deleted;
+  on(parent, "childDeleted", [&](const ztRoot *child) {
     deleted.push_back(child->uid);
-    ztRoot_of(parent)->deleteAllChild(parent);
+    parent->deleteAllChild(parent);
   });
   deleteChild(parent, children[1]);
   std::sort(deleted.begin(), deleted.end());
-  EXPECT_EQ(deleted, (std::vector<int32_t>{1, 2, 3, 4}));
-  EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 0);
+  EXPECT_EQ(deleted, (Numbers{1, 2, 3, 4}));
+  EXPECT_EQ(shapeOf(parent), "0");
   for (ztRoot *child : children) release(child);
-  release(parent);
 }
 
-TEST(Announcing, ASlotMayReleaseTheChild) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
-  for (const char *signalName : {"childDeleted", "childAdded"}) {
-    ztRoot *node = newNode(2);
-    ztRoot *sibling = newChild(node, 3);
+TEST_F(ztRootSignals, MayReleaseTheChild) {
+  const std::pair<const char *, void (*)(void *, void *)> changes[] = {{"childDeleted", deleteChild},
+                                                                       {"childAdded", addChild}};
+  for (const auto &[signalName, change] : changes) {
+    const Tree node("2(3)");
     ztRoot *child = newNode(4);
-    if (signalName == std::string("childDeleted")) addChild(node, child);
-    forest.on(node, signalName, [&](ztRoot *told) {
+    if (change == deleteChild) addChild(node, child);
+    on(node, signalName, [&](ztRoot *told) {
       release(told);
-      EXPECT_EQ(childrenOf(node), std::vector<ztRoot *>{sibling});
+      EXPECT_EQ(shapeOf(node), "2(3)");
     });
-    if (signalName == std::string("childDeleted")) {
-      deleteChild(node, child);
-    } else {
-      addChild(node, child);
-    }
+    change(node, child);
     EXPECT_EQ(shapeOf(node), "2(3)");
-    release(node);
   }
-  release(parent);
 }
 
-TEST(Announcing, ASlotMayReleaseTheNode) {
-  Forest forest;
+TEST_F(ztRootSignals, MayReleaseTheNode) {
   ztRoot *node = newNode(1);
-  ztRoot *child = newNode(2);
+  const Tree added("2");
   newChild(node, 3);
-  forest.on(node, "childAdded", [&](ztRoot *) { release(node); });
-  ztRoot_of(child)->ref(child);
-  addChild(node, child);
-  // The node's end has taken back its reference and left two.
-  EXPECT_EQ(countOf(child), 2);
-  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
-  release(child);
+  on(node, "childAdded", [&](ztRoot *) { release(node); });
+  added->ref(added);
+  addChild(node, added);
+  EXPECT_EQ(countOf(added), 2) << "the node's end has taken back its reference";
+  EXPECT_EQ(parentOf(added), nullptr);
 
   node = newNode(1);
-  child = newChild(node, 2);
+  const Tree deleted(newChild(node, 2));
   newChild(node, 3);
-  forest.on(node, "childDeleted", [&](ztRoot *) { release(node); });
-  deleteChild(node, child);
-  // Detached already, it keeps what it had.
-  EXPECT_EQ(countOf(child), 2);
-  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
-  release(child);
-}
+  on(node, "childDeleted", [&](ztRoot *) { release(node); });
+  deleteChild(node, deleted);
+  EXPECT_EQ(countOf(deleted), 2) << "detached already, it keeps what it had";
+  EXPECT_EQ(parentOf(deleted), nullptr);
 
-TEST(Announcing, ASlotMayReleaseTheNodeWhileAllAreDeleted) {
-  Forest forest;
-  ztRoot *node = newNode(1);
-  ztRoot *first = newChild(node, 2);
+  node = newNode(1);
+  const Tree first(newChild(node, 2));
   newChild(node, 3);
-  forest.on(node, "childDeleted", [&](ztRoot *) { release(node); });
+  on(node, "childDeleted", [&](ztRoot *) { release(node); });
   EXPECT_EQ(ztRoot_of(node)->deleteAllChild(node), 0);
-  release(first);
 }
 
-TEST(Announcing, ASlotMayFollowTheChildThatLeaves) {
-  Forest forest;
-  ztRoot *node = newNode(1);
-  ztRoot *child = newChild(node, 2);
+TEST_F(ztRootSignals, MayFollowTheChildThatLeaves) {
+  const Tree node("1(2)");
+  const Tree child(node[2]);
   int calls = 0;
-  forest.on(node, "childDeleted",
-            [&](ztRoot *deleted) { forest.on(deleted, "childAdded", [&](ztRoot *) { ++calls; }); });
+  on(node, "childDeleted", [&](ztRoot *deleted) { on(deleted, "childAdded", [&](ztRoot *) { ++calls; }); });
   deleteChild(node, child);
   EXPECT_EQ(calls, 0);
   newChild(child, 3);
   EXPECT_EQ(calls, 1);
-  release(child);
-  release(node);
 }
 
-TEST(Announcing, ASlotMayAddTheChildAgain) {
-  Forest forest;
-  ztRoot *node = newNode(1);
-  ztRoot *child = newChild(node, 2);
-  newChild(node, 3);
-  forest.on(node, "childDeleted", [&](ztRoot *deleted) {
-    addChild(node, deleted);
-    EXPECT_EQ(ztRoot_of(deleted)->getParent(deleted), node);
-  });
-  deleteChild(node, child);
-  EXPECT_EQ(shapeOf(node), "1(3 2)");
-  EXPECT_EQ(child->parentUid, 1);
-  EXPECT_EQ(countOf(child), 3);
-  release(child);
-  release(node);
-}
-
-TEST(Announcing, ASlotMayAddTheChildAgainAndDeleteItAgain) {
-  Forest forest;
-  ztRoot *node = newNode(1);
-  ztRoot *child = newChild(node, 2);
-  int calls = 0;
-  forest.on(node, "childDeleted", [&](ztRoot *deleted) {
-    if (++calls > 1) return;
-    addChild(node, deleted);
-    deleteChild(node, deleted);
-  });
-  deleteChild(node, child);
-  EXPECT_EQ(calls, 2);
-  EXPECT_EQ(shapeOf(node), "1");
-  EXPECT_EQ(countOf(child), 3);
-  release(child);
-  release(child);
-  release(node);
-}
-
-TEST(Announcing, ASlotMayAttachTheChildElsewhere) {
-  Forest forest;
-  ztRoot *from = newNode(1);
-  ztRoot *elsewhere = newNode(2);
-  ztRoot *to = newNode(3);
-  ztRoot *child = newChild(from, 4);
-  forest.on(from, "childDeleted", [&](ztRoot *deleted) { addChild(elsewhere, deleted); });
+TEST_F(ztRootSignals, MayAttachTheChildElsewhere) {
+  const Tree from("1(4)");
+  const Tree elsewhere("2");
+  const Tree to("3");
+  ztRoot *child = from[4];
+  on(from, "childDeleted", [&](ztRoot *deleted) { addChild(elsewhere, deleted); });
   deleteChild(from, child);
   EXPECT_EQ(shapeOf(from), "1");
   EXPECT_EQ(shapeOf(elsewhere), "2(4)");
@@ -243,150 +190,112 @@ TEST(Announcing, ASlotMayAttachTheChildElsewhere) {
   EXPECT_EQ(shapeOf(from), "1");
   EXPECT_EQ(shapeOf(elsewhere), "2");
   EXPECT_EQ(shapeOf(to), "3(4)");
-  for (int i = countOf(child); i > 2; --i) release(child);
-  for (ztRoot *node : {from, elsewhere, to}) release(node);
+  releaseDownTo(2, child);
 }
 
-TEST(Announcing, ASlotMayPutTheNewParentBelowTheChild) {
-  Forest forest;
-  ztRoot *from = newNode(1);
+TEST_F(ztRootSignals, MayPutTheNewParentBelowTheChild) {
+  const Tree from("1(3)");
   ztRoot *to = newNode(2);
-  ztRoot *child = newChild(from, 3);
-  forest.on(from, "childDeleted", [&](ztRoot *deleted) { addChild(deleted, to); });
+  const Tree child(from[3]);
+  on(from, "childDeleted", [&](ztRoot *deleted) { addChild(deleted, to); });
   EXPECT_EQ(setParent(child, to), 0);
   EXPECT_EQ(shapeOf(child), "3(2)");
   release(child);
-  release(child);
-  release(from);
 }
 
-TEST(Announcing, ASlotMayReleaseTheNewParentOrTheMovedNode) {
-  Forest forest;
-  ztRoot *from = newNode(1);
-  ztRoot *to = newNode(2);
-  ztRoot *child = newChild(from, 3);
-  ztRoot *released = to;
-  forest.on(from, "childDeleted", [&](ztRoot *) {
+TEST_F(ztRootSignals, MayReleaseTheNewParentOrTheMovedNode) {
+  const Tree from("1(3)");
+  ztRoot *child = from[3];
+  ztRoot *released = newNode(2);
+  on(from, "childDeleted", [&](ztRoot *) {
     for (int i = released == child ? 2 : 1; i > 0; --i) release(released);
   });
-  EXPECT_EQ(setParent(child, to), 0);
-  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
+  EXPECT_EQ(setParent(child, released), 0);
+  EXPECT_EQ(parentOf(child), nullptr);
   EXPECT_EQ(countOf(child), 3);
   release(child);
 
   addChild(from, child);
   release(child);
-  to = newNode(2);
+  const Tree to("2");
   released = child;
   EXPECT_EQ(setParent(child, to), 0);
   EXPECT_EQ(shapeOf(from), "1");
-  release(from);
-  release(to);
 }
 
-TEST(Announcing, ADyingNodeTakesNoChildrenAndNoParent) {
-  Forest forest;
-  ztRoot *node = newNode(1);
-  ztRoot *child = newChild(node, 2);
-  ztRoot *other = newNode(3);
+TEST_F(ztRootSignals, OfItsEndFindANodeThatTakesNoChildrenAndNoParent) {
+  Tree node("1(2)");
+  ztRoot *parent = node;
+  ztRoot *child = node[2];
+  const Tree other("3");
   int calls = 0;
-  forest.on(child, "destroyed", [&](ztRoot *) {
+  on(child, "destroyed", [&](ztRoot *) {
     ++calls;
-    addChild(node, other);
+    addChild(parent, other);
     addChild(child, other);
     addChild(other, child);
-    addChild(other, node);
-    EXPECT_EQ(ztRoot_of(node)->getChildCount(node), 0);
+    addChild(other, parent);
+    EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 0);
     EXPECT_EQ(ztRoot_of(child)->getChildCount(child), 0);
     EXPECT_EQ(ztRoot_of(child)->deleteAllChild(child), 0);
     EXPECT_EQ(ztRoot_of(child)->getChildAt(child, 0), nullptr);
     EXPECT_EQ(ztRoot_of(child)->findChildById(child, 3), nullptr);
     deleteChild(child, other);
-    EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
+    EXPECT_EQ(parentOf(child), nullptr);
     EXPECT_EQ(nameOf(child), "");
   });
-  release(node);
+  node.end();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(shapeOf(other), "3");
   EXPECT_EQ(countOf(other), 1);
-  release(other);
 }
 
-// The end of nodes --------------------------------------------------------------------------------
-
-TEST(Ending, TheParentsEndIsTheChildrensEnd) {
-  Forest forest;
-  ztRoot *top = newNode(1);
-  for (int32_t uid = 2; uid < 5; ++uid) newChild(newChild(top, uid), uid + 10);
-  release(top);
+TEST_F(ztRootEnds, ComeFromBelowAndAreToldOnce) {
+  Tree top("1(2(3 4) 5(6))");
+  Numbers ended;
+  for (int32_t uid = 1; uid <= 6; ++uid) {
+    on(top[uid], "destroyed", [&ended](const ztRoot *dying) { ended.push_back(dying->uid); });
+  }
+  top.end();
+  EXPECT_EQ(ended, (Numbers{3, 4, 2, 6, 5, 1}));
 }
 
-TEST(Ending, ComesFromBelowAndIsToldOnce) {
-  Forest forest;
-  ztRoot *top = newNode(1);
-  ztRoot *left = newChild(top, 2);
-  newChild(left, 3);
-  newChild(left, 4);
-  newChild(newChild(top, 5), 6);
-  std::vector<int32_t> ended;
-  const std::function<void(ztRoot *)> watch = [&](ztRoot *node) {
-    forest.on(node, "destroyed", [&ended](const ztRoot *dying) { ended.push_back(dying->uid); });
-    for (ztRoot *child : childrenOf(node)) watch(child);
-  };
-  watch(top);
-  release(top);
-  EXPECT_EQ(ended, (std::vector<int32_t>{3, 4, 2, 6, 5, 1}));
-}
-
-TEST(Ending, AChildReleasedByItsMakerLeavesItsParent) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
-  ztRoot *child = newChild(parent, 2);
-  newChild(parent, 3);
-  forest.on(parent, "childDeleted", [](ztRoot *) { ADD_FAILURE() << "to leave so is silent"; });
-  release(child);
+TEST_F(ztRootEnds, OfAChildThatItsMakerReleasesTakeItOffItsParentInSilence) {
+  const Tree parent("1(2 3)");
+  on(parent, "childDeleted", [](ztRoot *) { ADD_FAILURE() << "to leave so is silent"; });
+  release(parent[2]);
   EXPECT_EQ(shapeOf(parent), "1(3)");
-  release(parent);
 }
 
-TEST(Ending, AChildWithFurtherReferencesSurvivesItsParent) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
-  ztRoot *child = newChild(parent, 2);
-  newChild(child, 3);
-  ztRoot_of(child)->ref(child);
-  release(parent);
-  EXPECT_EQ(ztRoot_of(child)->getParent(child), nullptr);
-  EXPECT_EQ(child->parentUid, 0);
+TEST_F(ztRootEnds, AreSurvivedByAChildWithFurtherReferences) {
+  Tree parent("1(2(3))");
+  const Tree child(parent[2]);
+  child->ref(child);
+  parent.end();
+  EXPECT_EQ(parentOf(child), nullptr);
+  EXPECT_EQ(child.fields().parentUid, 0);
   EXPECT_EQ(countOf(child), 2);
   EXPECT_EQ(shapeOf(child), "2(3)");
-  release(child);
 }
 
-TEST(Ending, EveryOrderIsGood) {
-  std::vector<int> order = {0, 1, 2, 3};
+TEST_F(ztRootEnds, MayComeInEveryOrder) {
+  Numbers order = {0, 1, 2, 3};
   do {
-    Forest forest;
     ztRoot *top = newNode(0);
     ztRoot *middle = newChild(top, 1);
-    ztRoot *low = newChild(middle, 2);
-    ztRoot *beside = newChild(top, 3);
-    ztRoot *nodes[] = {top, middle, low, beside};
+    ztRoot *nodes[] = {top, middle, newChild(middle, 2), newChild(top, 3)};
     // Two references beyond the list's: nobody ends before the test lets it.
     for (ztRoot *node : nodes) {
       while (countOf(node) < 3) ztRoot_of(node)->ref(node);
     }
-    for (const int i : order) {
-      ztRoot *node = nodes[i];
-      for (int left = countOf(node); left > 1; --left) release(node);
-    }
+    for (const int32_t i : order) releaseDownTo(1, nodes[i]);
+    ASSERT_EQ(nodesLive, 0);
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST(Ending, ASecondDestroyIsHarmless) {
+TEST_F(ztRootEnds, MayBeTwo) {
   alignas(ztRoot) char memory[sizeof(ztRoot)];
   ztRoot *node = static_cast<ztRoot *>(ztRoot_ctor(memory, 1));
-  Forest forest;
   newChild(node, 2);
   ztRoot_of(node)->destroy(node);
   EXPECT_EQ(ztRoot_of(node)->getChildCount(node), 0);
@@ -394,14 +303,13 @@ TEST(Ending, ASecondDestroyIsHarmless) {
   ztRoot_of(node)->destroy(node);
 }
 
-TEST(Ending, SlotsMayReleaseSiblingsAndAncestors) {
-  Forest forest;
+TEST_F(ztRootEnds, MayReleaseSiblingsAndAncestorsBySlots) {
   ztRoot *top = newNode(1);
   ztRoot *middle = newChild(top, 2);
   ztRoot *first = newChild(middle, 3);
   ztRoot *second = newChild(middle, 4);
   newChild(middle, 5);
-  forest.on(first, "destroyed", [&](ztRoot *) {
+  on(first, "destroyed", [&](ztRoot *) {
     release(second);
     EXPECT_EQ(shapeOf(middle), "2(5)");
     release(top);
@@ -409,84 +317,60 @@ TEST(Ending, SlotsMayReleaseSiblingsAndAncestors) {
   release(first);
 }
 
-TEST(Ending, ATreeOfManyLevelsNeedsNoStack) {
-  Forest forest;
+TEST_F(ztRootEnds, OfManyLevelsNeedNoStack) {
   const int levels = scale(100000);
-  ztRoot *top = newNode(0);
+  const Tree top("0");
   ztRoot *at = top;
   for (int level = 1; level < levels; ++level) {
     ztRoot *below = newNode(level);
-    // Leaves beside the way down, before it and behind it. They come by setParent, since addChild looks
-    // for the top each time.
+    // Leaves beside the way down, before it and behind it.
     if (level % 3 == 0) setParent(newNode(-level), at);
     EXPECT_EQ(setParent(below, at), 1);
     if (level % 5 == 0) setParent(newNode(-level), at);
     at = below;
   }
-  release(top);
 }
 
-TEST(Ending, ANodeThatAHostPutIntoTheListEndsWithIt) {
-  Forest forest;
-  ztRoot *parent = newNode(1);
-  ztRoot *stranger = newNode(2);
-  newChild(stranger, 3);
-  ztRootPtrList_of(parent->children)->pushBack(parent->children, stranger);
+TEST_F(ztRootEnds, OfAParentAreThoseOfANodeThatAHostPutIntoItsList) {
+  const Tree parent("1");
+  putIntoList(parent, Tree("2(3)").release());
   newChild(parent, 4);
-  release(parent);
 }
 
 // What there may be at any level: a place without a child, a child with more references than its parent's,
 // one that a host put into the list, and one that is being deleted.
-TEST(Ending, ATreeOfManyLevelsReleasesOnlyWhatIsItsOwn) {
-  Forest forest;
-  ztRoot *top = newNode(0);
-  ztRoot *at = top;
-  for (int32_t level = 1; level < 200; ++level) at = newChild(at, level);
-  ztRootPtrList_of(at->children)->pushBack(at->children, nullptr);
-  ztRoot *kept = newChild(at, 1001);
+TEST_F(ztRootEnds, OfManyLevelsReleaseOnlyWhatIsTheirs) {
+  ztRoot *top = newChain(200, LiveNode_ctor);
+  ztRoot *at = lowestOf(top);
+  putIntoList(at, nullptr);
+  const Tree kept(newChild(at, 1001));
   newChild(kept, 1002);
-  ztRoot_of(kept)->ref(kept);
-  ztRoot *stranger = newNode(1003);
-  newChild(stranger, 1004);
-  ztRootPtrList_of(at->children)->pushBack(at->children, stranger);
-  ztRoot *leaving = newChild(at, 1005);
+  kept->ref(kept);
+  putIntoList(at, Tree("1003(1004)").release());
+  const Tree leaving(newChild(at, 1005));
   newChild(leaving, 1006);
-  forest.on(at, "childDeleted", [&](const ztRoot *) { release(top); });
+  on(at, "childDeleted", [&](const ztRoot *) { release(top); });
   deleteChild(at, leaving);
   EXPECT_EQ(shapeOf(kept), "1001(1002)");
   EXPECT_EQ(shapeOf(leaving), "1005(1006)");
   EXPECT_EQ(nodesLive, 4);
-  for (ztRoot *node : {kept, leaving}) {
-    EXPECT_EQ(ztRoot_of(node)->getParent(node), nullptr);
-    release(node);
-  }
+  EXPECT_EQ(parentOf(kept), nullptr);
+  EXPECT_EQ(parentOf(leaving), nullptr);
 }
 
-TEST(Ending, SlotsMayChangeATreeOfManyLevelsWhileItEnds) {
-  Forest forest;
+TEST_F(ztRootEnds, OfManyLevelsMayBeChangedBySlots) {
   constexpr int levels = 3000;
-  ztRoot *top = newNode(0, ztRoot_ctor);
-  std::vector<ztRoot *> chain = {top};
-  while (chain.size() < levels) {
-    ztRoot *below = newNode(static_cast<int32_t>(chain.size()), ztRoot_ctor);
-    addChild(chain.back(), below);
-    chain.push_back(below);
-  }
-  ztRoot *refuge = newNode(-1);
+  Tree top(newChain(levels, ztRoot_ctor));
+  Nodes chain = {top};
+  while (firstChildOf(chain.back()) != nullptr) chain.push_back(firstChildOf(chain.back()));
+  const Tree refuge("-1");
   // The end of the lowest frees half of the chain, and ends a part of the other half.
-  forest.on(chain[levels - 1], "destroyed", [&](ztRoot *) {
+  on(chain.back(), "destroyed", [&](ztRoot *) {
     addChild(refuge, chain[1500]);
     release(chain[1000]);
   });
-  release(top);
-  EXPECT_EQ(ztRoot_of(refuge)->getChildCount(refuge), 1);
-  int depth = 0;
-  for (ztRoot *node = chain[1500]; node != nullptr;
-       node = static_cast<ztRoot *>(ztRoot_of(node)->getChildAt(node, 0))) {
-    ++depth;
-  }
-  EXPECT_EQ(depth, levels - 1 - 1500);
-  for (int i = countOf(chain[1500]); i > 2; --i) release(chain[1500]);
-  release(refuge);
+  top.end();
+  EXPECT_EQ(childrenOf(refuge), Nodes{chain[1500]});
+  EXPECT_EQ(depthOf(chain[1500]), levels - 1 - 1500);
+  releaseDownTo(2, chain[1500]);
 }
