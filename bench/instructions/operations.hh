@@ -42,7 +42,8 @@ inline void use(const Value &value) {
 // program OPERATION COUNT  runs that many rounds
 inline int runOperations(std::span<const Operation> operations, int argc, char **argv) {
   if (argc != 3) {
-    for (const Operation &operation : operations) printf("operation %d %s\n", operation.inRound, operation.name);
+    for (const Operation &operation : operations)
+      printf("operation %d %s\n", operation.inRound, operation.name);
     return argc == 1 ? 0 : 2;
   }
   for (const Operation &operation : operations) {

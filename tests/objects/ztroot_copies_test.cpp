@@ -137,6 +137,7 @@ TEST_F(ztRootAssign, GoesThroughTheChildrenInStep) {
     node->setName(node, "mine");
     const Nodes ownChildren = childrenOf(node);
     const Nodes otherChildren = childrenOf(source);
+    assigned.clear();
     EXPECT_EQ(node->assign(node, source), 1);
     for (size_t i = 0; i < ownChildren.size(); ++i) {
       EXPECT_EQ(assigned[ownChildren[i]], i < otherChildren.size() ? otherChildren[i] : nullptr);
