@@ -72,8 +72,9 @@ static void callBackEverywhere(void *(*make)(const Numbers &), const Numbers &nu
         if (event == Event::compare && !mayCompareCallBack) continue;
         bool isCalled = true;
         for (int others = 0; isCalled && !testing::Test::HasFailure(); ++others, ++runs) {
-          isCalled = isCalledBack([&] { subject = make(numbers); }, [&] { callOnSubject(function); },
-                                  [&] { callOnSubject(callbackFunction); }, event, others, expectWhole);
+          isCalled = isCalledBack(
+              [&] { subject = make(numbers); }, [&, function = function] { callOnSubject(function); },
+              [&, function = callbackFunction] { callOnSubject(function); }, event, others, expectWhole);
         }
       }
     }
@@ -181,7 +182,7 @@ TEST(ztArrayCalledBack, ThatIsReadInPiecesStaysWholeUnderEveryCallback) {
   };
   // How many slots the array has with each of the first pieces, which come when those before are used.
   Numbers sizes = {0};
-  for (const int piece : {0, 1, 2}) {
+  for (const size_t piece : {0U, 1U, 2U}) {
     const int live = hookedLive;
     EXPECT_TRUE(isCalledBack(
         make, read, [&] { sizes.push_back(hookedLive - live); }, Event::read, sizes.back(),

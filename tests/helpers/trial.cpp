@@ -8,11 +8,11 @@ static void *makeComplete(ztCtor constructor) {
   return nullptr;
 }
 
-void *Trial::make(ztCtor constructor, std::source_location where) {
-  return need([=] { return makeComplete(constructor); }, where);
+void *Trial::make(ztCtor constructor, int line) {
+  return need([=] { return makeComplete(constructor); }, line);
 }
 
-void *Trial::makeByName(const char *name, std::source_location where) {
+void *Trial::makeByName(const char *name, int line) {
   return need(
       [=, this] {
         const int before = struck();
@@ -22,5 +22,5 @@ void *Trial::makeByName(const char *name, std::source_location where) {
         releaseIfMade(object);
         return static_cast<void *>(nullptr);
       },
-      where);
+      line);
 }

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <source_location>
 #include <string>
 
 // One run of a scenario, which a fault may strike.
@@ -21,21 +20,21 @@ class Trial {
   // What an operation gives. When it reports failure, because a fault struck, the fault ends and the
   // operation is repeated, and has to succeed.
   template <typename Operation>
-  auto need(Operation operation, std::source_location where = std::source_location::current()) {
+  auto need(Operation operation, int line = __builtin_LINE()) {
     auto result = operation();
     if (result) return result;
-    EXPECT_GT(struck(), 0) << "failed without a fault at line " << where.line();
+    EXPECT_GT(struck(), 0) << "failed without a fault at line " << line;
     endFault();
     result = operation();
-    EXPECT_TRUE(result) << "fails for good at line " << where.line();
+    EXPECT_TRUE(result) << "fails for good at line " << line;
     if (!result) hopeless = true;
     return result;
   }
 
   // A new object whose `create` succeeded, the caller's to release.
-  void *make(ztCtor constructor, std::source_location where = std::source_location::current());
+  void *make(ztCtor constructor, int line = __builtin_LINE());
   // The same of the class registered under a name; NULL when it is not complete.
-  void *makeByName(const char *name, std::source_location where = std::source_location::current());
+  void *makeByName(const char *name, int line = __builtin_LINE());
 
   // The calls that failed so far, and the early end of that.
   virtual int struck() const {

@@ -40,10 +40,10 @@ class Delivery : public ListenerTest {
     addresses = listeners;
   }
   // Connects new listeners, each with its slots from 0 on.
-  void listen(size_t count, int slots = 1) {
+  void listen(size_t count, size_t slots = 1) {
     makeListeners(count);
     for (Listener *listener : listeners) {
-      for (int slot = 0; slot < slots; ++slot) connectTo(emitter, changed, listener, slotsFrom0[slot]);
+      for (size_t slot = 0; slot < slots; ++slot) connectTo(emitter, changed, listener, slotsFrom0[slot]);
     }
   }
   int32_t emit(intptr_t first = 0) const {
@@ -590,8 +590,7 @@ class Graph {
   }
 
   void connect(const Connection &pair) {
-    const int32_t made =
-        connectTo(pair.sender, signalNames[pair.signal], pair.receiver, functions[pair.slot]);
+    const int32_t made = connectTo(pair.sender, signalNames[pair.signal], pair.receiver, functionOf(pair));
     EXPECT_EQ(made, order.count(pair) == 0 ? 1 : 0);
     if (made) order[pair] = ++connections;
   }
@@ -602,12 +601,12 @@ class Graph {
       pair = std::next(order.begin(), below(static_cast<int>(order.size())))->first;
     }
     const int32_t taken =
-        ztObject_disconnect(pair.sender, signalNames[pair.signal], pair.receiver, functions[pair.slot]);
+        ztObject_disconnect(pair.sender, signalNames[pair.signal], pair.receiver, functionOf(pair));
     EXPECT_EQ(taken, static_cast<int32_t>(order.erase(pair)));
   }
 
   void check(const Connection &pair) {
-    EXPECT_EQ(isConnected(pair.sender, signalNames[pair.signal], pair.receiver, functions[pair.slot]),
+    EXPECT_EQ(isConnected(pair.sender, signalNames[pair.signal], pair.receiver, functionOf(pair)),
               order.count(pair) == 1);
   }
 
@@ -665,6 +664,10 @@ class Graph {
     ++calls;
     const int actions = below(5) - 2;
     for (int i = 0; i < actions; ++i) step();
+  }
+
+  ztSlotFunction functionOf(const Connection &pair) const {
+    return functions[static_cast<size_t>(pair.slot)];
   }
 
   const std::vector<ztSlotFunction> functions = diarySlots<slotNumbers>();

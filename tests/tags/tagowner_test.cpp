@@ -196,9 +196,9 @@ TEST(TagOwner, ThatAnArrayMovedLeavesAnAttributeThatIsTakenOutToAnother) {
     EXPECT_EQ(insertInto(tag, "held", taken.back()), 0);
     byRemoveAt(element->attributes);
   }
-  for (int32_t i = 0; i < 9; ++i) EXPECT_EQ(tag->insertNew(tag, "m", taken[i], nullptr, 0, 1, nullptr), 1);
+  for (size_t i = 0; i < 9; ++i) EXPECT_EQ(tag->insertNew(tag, "m", taken[i], nullptr, 0, 1, nullptr), 1);
   end(array);
-  for (int32_t i = 9; i < 19; ++i) EXPECT_EQ(insertInto(tag, "new", taken[i]), 1);
+  for (size_t i = 9; i < 19; ++i) EXPECT_EQ(insertInto(tag, "new", taken[i]), 1);
 }
 
 TEST(TagOwner, ThatAnArrayMovedIsToldByCopies) {
