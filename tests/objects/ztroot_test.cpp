@@ -507,8 +507,8 @@ TEST(ztRootPtrList, KeepsPointersAndFindsThem) {
 }
 
 TEST(ztRootPtrList, ComparesPointers) {
-  const ztRoot *nodes[2] = {};
-  nodes[1] = nodes[0] + 1;
+  const ztRoot neighbours[2] = {};
+  const ztRoot *nodes[2] = {&neighbours[0], &neighbours[1]};
   for (const auto &[one, other, expected] :
        {std::tuple(0, 0, 0), std::tuple(1, 0, 1), std::tuple(0, 1, -1)}) {
     EXPECT_EQ(ztRootPtrList_compare_func(&nodes[one], &nodes[other]), expected);

@@ -44,7 +44,7 @@ class Value {
  public:
   explicit Value(size_t size, double value = untouched)
       : bytes(malloc(size)), isInt(size == sizeof(int32_t)) {
-    const auto whole = static_cast<int32_t>(value);
+    const int32_t whole = isInt ? static_cast<int32_t>(value) : 0;
     memcpy(bytes, isInt ? static_cast<const void *>(&whole) : &value, size);
   }
   // Of the attribute's kind.
