@@ -104,25 +104,13 @@ static int32_t rootSetParent(ztRoot &node, void *newParent) {
 
 static void rootUpdate(void *) {}
 
-// Finds direct children on each level; of the searches below them only the last one counts.
-static void *searchBelow(const ztRoot *node, int32_t uid) {
-  if (node == nullptr) return nullptr;
-  void *found = nullptr;
-  for (const ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
-    ztRoot *child = childOf(item);
-    if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return child;
-    found = searchBelow(child, uid);
-  }
-  return found;
-}
-
 // The search starts above the root of the tree, so it finds nothing: a child is never refused because its
 // identifier is already in the tree. A host can only observe the calls of its `getParent`.
-static void *rootFindChildById(const void *object, int32_t uid) {
+static void *rootFindChildById(const void *object, int32_t) {
   const void *top = object;
   while (top != nullptr && ztRoot_of(top)->getParent != method<rootGetParent>)
     top = ztRoot_of(top)->getParent(top);
-  return searchBelow(nullptr, uid);
+  return nullptr;
 }
 
 // Atomic, because several threads may emit signals of nodes of one class.

@@ -5,6 +5,7 @@
 #include "containers/ztarrays.h"
 #include "objects/ztroot.h"
 #include "tests/helpers/owned.hh"
+#include "tests/helpers/replaced.hh"
 #include "tests/helpers/storage.hh"
 #include "tests/objects/listeners.hh"
 
@@ -34,24 +35,6 @@ ZT_DECLARE_CLASS(OddNode)
 ZT_DECLARE_CLASS(OddFile)
 OddNodeMethods &oddNode();
 OddFileMethods &oddFile();
-
-// Has another function in the place of a method as long as this lives.
-template <typename Method>
-class Replaced {
- public:
-  Replaced(Method &method, std::type_identity_t<Method> other) : place(method), before(method) {
-    place = other;
-  }
-  ~Replaced() {
-    place = before;
-  }
-  Replaced(const Replaced &) = delete;
-  Replaced &operator=(const Replaced &) = delete;
-
- private:
-  Method &place;
-  const Method before;
-};
 
 // Constructs a node whose class has a name that fills the name of a node, and its field in an identity.
 extern const ztCtor longNamedCtor;
