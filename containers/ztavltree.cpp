@@ -176,6 +176,7 @@ static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key);
 // Whether nobody sees how a push is done.
 static bool pushesPlainly(const ztAvlTree &tree, Items items, const void *element) {
   if (items == Items::watched || (items == Items::pairs && element == nullptr)) return false;
+  if (!isPlainCompare(tree.compareFunction)) return false;
   return tree.allowDuplicate || ztAvlTree_of(&tree)->find == method<treeFind>;
 }
 
@@ -197,7 +198,7 @@ static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *elemen
 }
 
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
-  const Items items = isPlainCompare(tree.compareFunction) ? itemsOfTree(tree) : Items::watched;
+  const Items items = itemsOfTree(tree);
   if (pushesPlainly(tree, items, element)) return pushPlain(tree, items, element);
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
@@ -323,16 +324,17 @@ static void treeEmpty(ztAvlTree &tree) {
 
 static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
   if (!canCompare(&tree, key)) return nullptr;
-  return withOrder(tree, key, [&tree](auto orderOf) {
-    ztAvlTreeItem *item = tree.root;
-    while (item != nullptr) {
-      fetchBelow(item);
-      const int32_t order = orderOf(item->data);
-      if (order == 0) break;
-      item = treeLink(item, order < 0);
-    }
-    return item;
-  });
+  return withOrder(
+      tree, key, [&tree](auto orderOf) __attribute__((always_inline)) {
+        ztAvlTreeItem *item = tree.root;
+        while (item != nullptr) {
+          fetchBelow(item);
+          const int32_t order = orderOf(item->data);
+          if (order == 0) break;
+          item = treeLink(item, order < 0);
+        }
+        return item;
+      });
 }
 
 void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found) {

@@ -34,7 +34,7 @@ struct CalledOrder {
 
 // Runs search(order) with the quickest comparison that the tree allows.
 template <typename Search>
-inline auto withOrder(const ztAvlTree &tree, const void *key, Search search) {
+[[gnu::always_inline]] inline auto withOrder(const ztAvlTree &tree, const void *key, Search search) {
   if (tree.compareFunction != ztIntArray_compare_func || key == nullptr) {
     return search(CalledOrder{tree.compareFunction, key});
   }
