@@ -72,14 +72,15 @@ void deletePairItem(ztAssociativeContainer &container, void *item) {
   ztBaseClass_of(item)->unRef(item);
 }
 
-// Whether a container makes pairs by this constructor, and neither keys nor values are objects.
-template <typename Item, typename Container>
+// Whether a container makes its items with these functions, and neither keys nor values are objects.
+template <typename Item, auto newItem = newPairItem<Item>, typename Container>
 inline bool hasPlainPairs(const Container &container, ztCtor constructor) {
   return container.keyConstructor == nullptr && container.valueConstructor == nullptr &&
-         makesItemsBy<newPairItem<Item>, deletePairItem<Item>>(container, constructor);
+         makesItemsBy<newItem, deletePairItem<Item>>(container, constructor);
 }
 
-// A plain item that holds the pair; its links are the caller's to set. NULL without memory.
+// A plain item that holds the pair; the caller sets the links. NULL for a pair that cannot be stored, and when
+// memory is exhausted.
 template <typename Item, typename Container>
 inline Item *makePlainPair(const Container &container, ztCtor constructor, const void *key,
                            const void *value) {

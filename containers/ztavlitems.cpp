@@ -35,10 +35,6 @@ Items ztcore::itemsOfTree(const ztAvlTree &tree) {
   return isPlain ? Items::pairs : Items::watched;
 }
 
-bool ztcore::keepsPointers(const ztAvlTree &tree, Items items) {
-  return items == Items::pairs ? mapOf(tree).keyByPointer != 0 : tree.byPointer != 0;
-}
-
 ztAvlTreeItem *ztcore::makePlainTreeItem(const ztAvlTree &tree, Items items, const void *element) {
   ztAvlTreeItem *item;
   if (items == Items::elements) {

@@ -9,15 +9,12 @@ namespace ztcore {
 
 // How the items of a tree are made and deleted.
 enum class Items {
-  watched,   // by functions that may be a host's, while records watch the tree
+  watched,   // step by step, by functions that may be a host's
   elements,  // in one step, by the tree
   pairs      // in one step, by the map whose tree it is
 };
 
 Items itemsOfTree(const ztAvlTree &tree);
-
-// Whether the keys of plain items are stored by pointer.
-bool keepsPointers(const ztAvlTree &tree, Items items);
 
 // A plain item without children that holds the element. NULL when memory is exhausted.
 ztAvlTreeItem *makePlainTreeItem(const ztAvlTree &tree, Items items, const void *element);

@@ -1,11 +1,11 @@
 #include "containers/ztavltree.h"
 
-#include "containers/ztacont.hh"
+#include "containers/ztacont.h"
 #include "containers/ztavlitems.hh"
 #include "containers/ztavltree.hh"
 #include "containers/ztcompare.hh"
+#include "containers/ztcont.hh"
 #include "containers/ztmapitem.h"
-#include "containers/ztscont.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
@@ -68,7 +68,7 @@ struct Place {
 
 }  // namespace
 
-// False where an item on the way down is equal, and that is refused.
+// False when an item on the path is equal and `refusesEqual` is set.
 template <typename Order>
 static bool findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Order orderOf, bool refusesEqual,
                       Place *place) {
@@ -173,19 +173,20 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
 
 static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key);
 
-// Whether nobody sees how a push is done.
-static bool pushesPlainly(const ztAvlTree &tree, Items items, const void *element) {
-  if (items == Items::watched || (items == Items::pairs && element == nullptr)) return false;
-  if (!isPlainCompare(tree.compareFunction)) return false;
+// The key of an element of a plain tree.
+static const void *keyIn(const void *element, Items items) {
+  if (items == Items::elements || element == nullptr) return element;
+  return static_cast<const ztKeyValue *>(element)->key;
+}
+
+// Whether a push runs no function that a host could see. It needs no probe then.
+static bool pushesPlainly(const ztAvlTree &tree, Items items, const void *key) {
+  if (items == Items::watched || key == nullptr || !isPlainCompare(tree.compareFunction)) return false;
   return tree.allowDuplicate || ztAvlTree_of(&tree)->find == method<treeFind>;
 }
 
-// Needs no probe, and one search finds both an equal element and the place.
-static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *element) {
-  const auto *pair = static_cast<const ztKeyValue *>(element);
-  const void *key = items == Items::pairs ? pair->key : element;
-  // A probe could not hold such a key.
-  if (key == nullptr && !keepsPointers(tree, items)) return nullptr;
+// One search finds both an equal element and the place.
+static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *key, const void *element) {
   ztAvlTreeItem aboveRoot;
   Place place;
   const bool isFree = withOrder(tree, key, [&](auto order) {
@@ -199,7 +200,8 @@ static ztAvlTreeItem *pushPlain(ztAvlTree &tree, Items items, const void *elemen
 
 static ztAvlTreeItem *treePush(ztAvlTree &tree, const void *element) {
   const Items items = itemsOfTree(tree);
-  if (pushesPlainly(tree, items, element)) return pushPlain(tree, items, element);
+  const void *key = keyIn(element, items);
+  if (pushesPlainly(tree, items, key)) return pushPlain(tree, items, key, element);
   if (tree.root != nullptr && tree.compareFunction == nullptr) return nullptr;
   ContainerUse use(&tree);
   // Items that an abandoned call had to delete.

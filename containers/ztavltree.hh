@@ -32,7 +32,7 @@ struct CalledOrder {
   }
 };
 
-// Runs search(order) with the quickest comparison that the tree allows.
+// Runs search(order) with the fastest comparison for the tree's compare function.
 template <typename Search>
 [[gnu::always_inline]] inline auto withOrder(const ztAvlTree &tree, const void *key, Search search) {
   if (tree.compareFunction != ztIntArray_compare_func || key == nullptr) {

@@ -88,14 +88,10 @@ static ztHashTableItem *newItem(ztHashTable &table, const ContainerUse &use, con
   return static_cast<ztHashTableItem *>(makeItem(&table, use, &pair));
 }
 
-// Whether items are made and deleted in one step.
 static bool isPlain(const ztHashTable &table) {
-  const ztContainerMethods *methods = ztContainer_of(&table);
-  return table.itemManager == &table && table.itemConstructor == ztHashTableItem_ctor &&
-         table.keyConstructor == nullptr && table.valueConstructor == nullptr &&
-         methods->newItem == method<hashTableNewItem> &&
-         methods->deleteItem == method<deletePairItem<ztHashTableItem>> && usesUnderWay() == nullptr &&
-         !checksThreads && isPlainClass(ztHashTableItemClass_Instance(), hashTableItemCreate);
+  return table.itemManager == &table &&
+         hasPlainPairs<ztHashTableItem, hashTableNewItem>(table, ztHashTableItem_ctor) &&
+         isPlainClass(ztHashTableItemClass_Instance(), hashTableItemCreate);
 }
 
 // Deletes a chain up to the first item that is not plain; the rest of it.

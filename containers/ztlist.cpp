@@ -15,7 +15,6 @@ static ztListItem *newItem(ztList *list, const ContainerUse &use, const void *el
   return static_cast<ztListItem *>(makeItem(list, use, element));
 }
 
-// Whether items are made and deleted in one step.
 static bool isPlain(const ztList &list) {
   return hasPlainItems(list, ztListItem_ctor) && isPlainClass(ztListItemClass_Instance(), listItemCreate);
 }

@@ -1,6 +1,6 @@
-// Items that are made and deleted in one step. The steps between are functions of item managers, item classes
-// and element classes, and a program sees them where one of these is its own. Where all of them are the
-// library's, nothing of a program's runs, and no call has to be recorded.
+// Plain items: they are made and deleted in one step. Otherwise the item manager, the item class and the class
+// of the elements are called step by step. If all three are the library's own, no function of a host runs, so
+// nobody sees the difference and no call needs a record.
 #ifndef ZT_CONTAINERS_ZTPLAIN_HH
 #define ZT_CONTAINERS_ZTPLAIN_HH
 
@@ -8,7 +8,6 @@
 #include "containers/ztcont.hh"
 #include "containers/ztuse.hh"
 #include "core/ztbasec.hh"
-#include "core/ztcheck.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
 
@@ -16,26 +15,22 @@
 
 namespace ztcore {
 
-// Whether objects of a class are made by this `create`, and released by the root class alone. Programs may put
-// functions of their own into the table of a class of the library's.
+// Whether objects of a class are created by this function and released by the root class. A host may put its own
+// functions into the table of a library class.
 inline bool isPlainClass(const ztClass *klass, int32_t (*create)(void *)) {
   const auto *methods = static_cast<const ztBaseClassMethods *>(klass->methodTable);
   return methods->create == create && methods->destroy == baseDestroy && methods->unRef == method<baseUnRef>;
 }
 
-// Whether a container makes items by these functions, and no call is under way on any container.
+// Whether a container makes and deletes items with these functions, and no call on any container is under way.
 template <auto newItem, auto deleteItem, typename Container>
 inline bool makesItemsBy(const Container &container, ztCtor itemConstructor) {
   const auto *methods = static_cast<const ztContainerMethods *>(container.klass->methodTable);
   return container.itemConstructor == itemConstructor && methods->newItem == method<newItem> &&
-         methods->deleteItem == method<deleteItem> && usesUnderWay() == nullptr && !checksThreads;
+         methods->deleteItem == method<deleteItem> && usesUnderWay() == nullptr;
 }
 
-inline bool isPlainPolicy(const ElementPolicy &policy) {
-  return policy.constructor == nullptr;
-}
-
-// As storeElement, for a plain policy.
+// Like storeElement, for a policy without a constructor.
 inline bool storePlain(const ElementPolicy &policy, const void *element, void **stored) {
   if (policy.byPointer) {
     *stored = const_cast<void *>(element);
@@ -58,13 +53,13 @@ inline void releasePlain(const ElementPolicy &policy, void *stored) {
   if (!policy.byPointer) ztm_free(stored);
 }
 
-// A new item of a plain class, with nothing in it but its class and its count; the caller fills it.
+// A new item of a plain class. Only its class and its count are set; the caller sets the other fields.
 template <typename Item>
 inline Item *newPlainItem(ztCtor constructor) {
   return static_cast<Item *>(constructor(nullptr, 0));
 }
 
-// Whether the next release ends an item of that plain class.
+// Whether an item is of this plain class, and its next release frees it.
 template <typename Item>
 inline bool endsPlain(const Item *item, const ztClass *klass) {
   return item->klass == klass && item->refCount <= 2;

@@ -1,4 +1,4 @@
-// What sequence containers have in common: how they keep their elements, and how they make their items.
+// The element policy and the plain items of sequence containers.
 #ifndef ZT_CONTAINERS_ZTSCONT_HH
 #define ZT_CONTAINERS_ZTSCONT_HH
 
@@ -12,18 +12,19 @@ inline ElementPolicy policyOf(const Container &container) {
   return {container.elementConstructor, container.byPointer != 0, container.elementSize};
 }
 
-// Two methods of every sequence container, for comparison with what is in a slot.
+// Two methods of every sequence container. A comparison with a slot tells whether a class overrides them.
 void *sequenceNewItem(ztSequenceContainer &container, const void *element);
 void sequenceDeleteItem(ztSequenceContainer &container, void *item);
 
-// Whether a container makes its items by this constructor, and no element is an object.
+// Whether a container makes its items itself, with this constructor, and its elements are not objects.
 template <typename Container>
 inline bool hasPlainItems(const Container &container, ztCtor constructor) {
   return container.itemManager == &container && container.elementConstructor == nullptr &&
          makesItemsBy<sequenceNewItem, sequenceDeleteItem>(container, constructor);
 }
 
-// A plain item that holds the element; its other fields are the caller's to fill. NULL without memory.
+// A plain item that holds the element; the caller sets the links. NULL for an element that cannot be stored, and
+// when memory is exhausted.
 template <typename Item, typename Container>
 inline Item *makePlainItem(const Container &container, ztCtor constructor, const void *element) {
   auto *item = newPlainItem<Item>(constructor);

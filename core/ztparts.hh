@@ -1,25 +1,17 @@
 // The parts of an object: other objects that it owns, each in a field. A class lists them once,
 //
-//   using Parts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
+//   using SlotParts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
 //
 // and uses the functions below as its `create`, `clone` and `destroy`, or calls them first.
 #ifndef ZT_CORE_ZTPARTS_HH
 #define ZT_CORE_ZTPARTS_HH
 
-#include "core/ztbasec.h"
 #include "core/ztcopy.hh"
+#include "core/ztrelease.hh"
 
 #include <type_traits>
 
 namespace ztcore {
-
-// Clears the field, then releases the part: functions that run meanwhile may fill the empty field again.
-template <typename Part>
-inline void releasePart(Part *&field) {
-  Part *part = field;
-  field = nullptr;
-  if (part != nullptr) ztBaseClass_of(part)->unRef(part);
-}
 
 // The part in one field. A new object gets a new part, or none without a constructor. A copy gets a copy.
 template <auto field, ztCtor constructor = nullptr>
@@ -60,15 +52,15 @@ struct PartNotCopied : Part<field, constructor> {
 };
 
 // The parts of a class; `table` is its parent's method table.
-template <auto table, typename... Part>
+template <auto table, typename... Each>
 struct Parts {
   // The parent's `create`, then the parts. False when one of them fails.
   template <typename Object>
   static int32_t create(Object &object) {
-    (Part::clear(object), ...);
+    (Each::clear(object), ...);
     if (!table()->create(&object)) return 0;
     bool complete = true;
-    ((complete &= Part::make(object)), ...);
+    ((complete &= Each::make(object)), ...);
     return complete;
   }
 
@@ -78,7 +70,7 @@ struct Parts {
     auto *copy = static_cast<Object *>(table()->clone(&object, target));
     if (copy == nullptr) return nullptr;
     bool complete = true;
-    ((complete &= Part::copy(object, *copy)), ...);
+    ((complete &= Each::copy(object, *copy)), ...);
     return complete ? copy : undo(*copy);
   }
 
@@ -91,7 +83,7 @@ struct Parts {
 
   template <typename Object>
   static void destroy(Object &object) {
-    (Part::release(object), ...);
+    (Each::release(object), ...);
     table()->destroy(&object);
   }
 };

@@ -1,8 +1,8 @@
 #include "core/ztthread.hh"
 
-#include "core/ztbasec.h"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
+#include "core/ztrelease.hh"
 
 #include <pthread.h>
 #include <string.h>
@@ -20,14 +20,8 @@ static ThreadBlock *blocks;
 static pthread_key_t endOfThread;
 static bool hasKey;
 
-static void releaseScratch(ThreadBlock *block) {
-  void *string = block->scratchString;
-  block->scratchString = nullptr;
-  if (string != nullptr) ztBaseClass_of(string)->unRef(string);
-}
-
 static void releaseContents(ThreadBlock *block) {
-  releaseScratch(block);
+  releasePart(block->scratchString);
   if (block->uses.release != nullptr) block->uses.release(&block->uses);
 }
 
@@ -76,7 +70,7 @@ ThreadBlock *ztcore::makeThreadBlock() {
 }
 
 void ztcore::releaseScratchString() {
-  if (thisThread.block != nullptr) releaseScratch(thisThread.block);
+  if (thisThread.block != nullptr) releasePart(thisThread.block->scratchString);
 }
 
 uint32_t ztcore::numberOfThread() {

@@ -5,7 +5,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
-#include "core/ztparts.hh"
+#include "core/ztrelease.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 #include "objects/ztdelivery.hh"

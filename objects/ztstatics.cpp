@@ -5,7 +5,7 @@
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
-#include "core/ztparts.hh"
+#include "core/ztrelease.hh"
 #include "objects/ztobjbase.hh"
 #include "objects/ztproperty.hh"
 #include "objects/ztstrmap.hh"

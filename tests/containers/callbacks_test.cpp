@@ -96,7 +96,7 @@ static void look(const Item *item) {
 // Makes a copy and releases it.
 template <typename Methods>
 static void copyAndRelease(const Methods *, void *container) {
-  void *copy = cloneOf(container);
+  void *copy = newClone(container);
   if (copy != nullptr) ztBaseClass_of(copy)->unRef(copy);
 }
 
@@ -545,7 +545,7 @@ TEST_F(ztAvlTreeOfHooked, CopyIsWholeOrNotMadeWhenAnElementComesMeanwhile) {
     {
       const Tree source(newTree({4, 2, 6, 1, 3, 7}));
       const Hook hook(Event::clone, others, [&] { source->push(source, hooked(5)); });
-      const Tree copy(cloneOf(source));
+      const Tree copy(newClone(source));
       isCalled = Hook::isCalled();
       inTree(source);
       EXPECT_TRUE(copy != nullptr || isCalled);
@@ -561,7 +561,7 @@ TEST_F(ztAvlTreeOfHooked, CopyIsNotMadeWhenAnElementGoesMeanwhile) {
   const HookedObject one = hooked(1);
   // The largest is copied first. While it is, the smallest goes.
   const Hook hook(Event::clone, [&] { source->pop(source, one); });
-  EXPECT_EQ(cloneOf(source), nullptr);
+  EXPECT_EQ(newClone(source), nullptr);
   EXPECT_EQ(inTree(source), Numbers({2, 3, 4, 6, 7}));
 }
 
@@ -625,7 +625,7 @@ TEST(ztHashTableCalledBack, PairThatGoesWhileItsKeyIsCopiedIsNotCopied) {
   for (int others = 0; others < 4; ++others) {
     for (const int32_t number : {1, 2}) table->insert(table, hooked(number), hooked(-number));
     const Hook hook(Event::clone, others, [&] { table->empty(table); });
-    EXPECT_EQ(cloneOf(table), nullptr);
+    EXPECT_EQ(newClone(table), nullptr);
     EXPECT_EQ(hookedLive, before);
   }
 }

@@ -489,7 +489,7 @@ TEST(KeyedContainerOfObjects, CopyThatFailsLosesNothing) {
       const ztContainerItem *item = keyed.find(4);
       const void *refusing = inKey ? item->data : keyed.kind.valueOf(item);
       static_cast<Counted *>(const_cast<void *>(refusing))->value = refusesToClone;
-      EXPECT_EQ(cloneOf(keyed.container), nullptr);
+      EXPECT_EQ(newClone(keyed.container), nullptr);
       EXPECT_EQ(keyed.live.made(), 9 * keyed.objectsPerPair());
     });
   }
@@ -569,7 +569,7 @@ TEST_P(KeyedContainer, CopyIsWholeOrNotMadeWithoutMemory) {
   fill(upTo(6));
   const Pairs pairs = pairsIn(container);
   exhaustMemoryIn([&] {
-    const Container copy(cloneOf(container));
+    const Container copy(newClone(container));
     if (copy != nullptr) {
       EXPECT_EQ(pairsIn(copy), pairs);
     }

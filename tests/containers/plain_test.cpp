@@ -147,3 +147,16 @@ TEST(PlainTreeItems, AreSearchedByTheTreesOwnFindBeforeAPush) {
   EXPECT_EQ(calls, 2);
   EXPECT_EQ(ztAvlTree_of(tree)->getSize(tree), 2);
 }
+
+TEST(PlainTreeItems, CopyNoByteOfNullWhereElementsHaveNoSize) {
+  const Owned<ztAvlTree, ztAvlTreeMethods> tree(ztAvlTree_ctor(nullptr, 1));
+  const Owned<ztMap, ztMapMethods> map(ztMap_ctor(nullptr, 1));
+  const ztAvlTreeItem *item = tree->push(tree, nullptr);
+  const ztMapItem *pair = map->pushBack(map, nullptr, nullptr);
+  ASSERT_NE(item, nullptr);
+  ASSERT_NE(pair, nullptr);
+  EXPECT_NE(item->data, nullptr);
+  EXPECT_NE(pair->data, nullptr);
+  EXPECT_EQ(tree->getSize(tree), 1);
+  EXPECT_EQ(map->getSize(map), 1);
+}

@@ -2,7 +2,6 @@
 #ifndef ZT_TESTS_VERBS_HH
 #define ZT_TESTS_VERBS_HH
 
-#include "core/ztmem.h"
 #include "tests/containers/elements.hh"
 
 #include <numeric>
@@ -22,14 +21,6 @@ inline std::string asked;
 
 inline std::string takeAsked() {
   return std::exchange(asked, {});
-}
-
-// A clone; NULL, with nothing left behind, when it fails.
-inline void *cloneOf(const void *object) {
-  void *fresh = static_cast<const ztClassFunctions *>(ztOOP_classOf(object)->classTable)->newop();
-  void *copy = ztBaseClass_of(object)->clone(object, fresh);
-  if (copy == nullptr) ztm_free(fresh);
-  return copy;
 }
 
 #endif

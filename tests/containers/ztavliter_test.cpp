@@ -136,7 +136,7 @@ TEST_F(ztAvlIteratorTest, CopyGoesOnFromWhereItsSourceIs) {
   const Items items = itemsIn(tree);
   steps->first(&walk, tree);
   for (int i = 0; i < 10; ++i) steps->next(&walk);
-  const Owned<ztAvlIterator, ztAvlIteratorMethods> copy(cloneOf(&walk));
+  const Owned<ztAvlIterator, ztAvlIteratorMethods> copy(newClone(&walk));
   EXPECT_EQ(steps->next(&walk), items[11]);
   EXPECT_EQ(copy->prev(copy), items[9]);
   EXPECT_EQ(steps->next(&walk), items[12]);

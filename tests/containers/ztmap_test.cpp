@@ -208,7 +208,7 @@ TEST(ztMap, CopyHasATreeOfItsOwnWhoseItemsItMakesItself) {
 
 TEST(ztMap, CopyOfItsTreeAloneIsEmpty) {
   const IntMap map({{1, 10}, {2, 20}});
-  const Tree copy(cloneOf(map.fields().tree));
+  const Tree copy(newClone(map.fields().tree));
   EXPECT_EQ(copy.fields().root, nullptr);
   EXPECT_EQ(copy.fields().count, 0U);
   EXPECT_EQ(map->getSize(map), 2);
