@@ -3,7 +3,7 @@
 one machine, but for an instruction in a whole run.
 
 usage: count.py FOLDER [PATTERN]
-    FOLDER   holds the programs, whose names begin with instructions_: each lists its operations, or runs one
+    FOLDER   where the programs are built: each lists its operations, or runs one
     PATTERN  a regular expression; only operations that it matches are counted
 """
 
@@ -16,8 +16,6 @@ import subprocess
 import sys
 import tempfile
 import typing
-
-PREFIX = "instructions_"
 
 
 class Operation(typing.NamedTuple):
@@ -33,26 +31,34 @@ def library_path():
     return {name: os.environ[name] for name in ("LD_LIBRARY_PATH",) if name in os.environ}
 
 
-def counted(operation, rounds):
-    """The instructions of a whole run."""
-    command = [shutil.which("valgrind"), "--tool=cachegrind", "--cache-sim=no", "--cachegrind-out-file=/dev/null",
-               operation.program, operation.name, str(rounds)]
-    # The library writes its log into the current folder.
+def run(*command):
+    """Runs it in a folder that goes, where the library writes its log."""
     with tempfile.TemporaryDirectory() as folder:
         done = subprocess.run(command, capture_output=True, text=True, cwd=folder, env=library_path())
-    found = re.search(r"I\s+refs:\s+([\d,]+)", done.stderr)
-    if done.returncode != 0 or not found:
+    if done.returncode != 0:
         sys.exit(f"{' '.join(map(str, command))} gives {done.returncode}\n{done.stdout}{done.stderr}")
-    return int(found.group(1).replace(",", ""))
+    return done
+
+
+def counted(operation, rounds):
+    """The instructions of a whole run."""
+    done = run(shutil.which("valgrind"), "--tool=cachegrind", "--cache-sim=no", "--cachegrind-out-file=/dev/null",
+               operation.program, operation.name, str(rounds))
+    return int(re.search(r"I\s+refs:\s+([\d,]+)", done.stderr).group(1).replace(",", ""))
+
+
+def compiled(folder):
+    """What the build says of itself: pairs of a word and the rest of its line."""
+    lines = pathlib.Path(folder, "compiled.txt").read_text().splitlines()
+    return [tuple(line.split(" ", 1)) for line in lines]
 
 
 def operations(folder):
     """What the programs list."""
-    for program in sorted(pathlib.Path(folder).resolve().glob(f"{PREFIX}*")):
-        if program.is_file() and os.access(program, os.X_OK):
-            listed = subprocess.run([program], capture_output=True, text=True, check=True).stdout
-            for in_round, rounds, name in re.findall(r"^operation (\d+) (\d+) (.+)$", listed, re.M):
-                yield Operation(program, name, int(in_round), int(rounds))
+    for program in [pathlib.Path(folder, name).resolve() for word, name in compiled(folder) if word == "program"]:
+        listed = run(program).stdout
+        for in_round, rounds, name in re.findall(r"^operation (\d+) (\d+) (.+)$", listed, re.M):
+            yield Operation(program, name, int(in_round), int(rounds))
 
 
 def per_operation(operation):

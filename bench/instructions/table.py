@@ -3,7 +3,7 @@
 takes, what each peer takes, the ratio of the two and the goal.
 
 usage: table.py FOLDER [PATTERN]
-    FOLDER   holds the programs, whose names begin with instructions_
+    FOLDER   where the programs are built
     PATTERN  a regular expression; only operations that it matches are counted
 """
 
@@ -38,7 +38,7 @@ GOALS = {
 
 
 def by_subject(operations):
-    """Every operation of ours: its name to those who do it, None for ours."""
+    """The name of an operation to those who do it, None for the library, whose programs come first."""
     subjects = {}
     for operation in operations:
         subject, *peer = operation.name.split("/")
@@ -74,7 +74,7 @@ def rows(subject, figures):
 
 def main():
     folder, pattern = sys.argv[1], (sys.argv[2:] or [""])[0]
-    subjects = by_subject(sorted(count.operations(folder), key=lambda one: "/" in one.name))
+    subjects = by_subject(count.operations(folder))
     check(subjects)
     chosen = {subject: done_by for subject, done_by in subjects.items() if re.search(pattern, subject)}
     figures = dict(count.count([operation for done_by in chosen.values() for operation in done_by.values()]))

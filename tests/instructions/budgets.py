@@ -4,7 +4,7 @@ compiler, its options, the C library and the processor that the figures depend o
 printed and not compared.
 
 usage: budgets.py FOLDER [--accept | --raise]
-    FOLDER    holds the programs that bench/instructions/count.py counts
+    FOLDER    where the programs are built that bench/instructions/count.py counts
     --accept  lowers the budgets of operations that take less, adds those of new ones
     --raise   makes every figure the budget, also a higher one
 """
@@ -29,8 +29,8 @@ FACTS = ("compiler", "flags", "libc", "processor")
 
 
 def facts_here(folder):
-    """What the figures depend on: pairs of words, which the build and the machine give."""
-    facts = dict(line.split(" ", 1) for line in (folder / "compiled.txt").read_text().splitlines())
+    """What the figures depend on, as the build and the machine say."""
+    facts = {word: rest for word, rest in count.compiled(folder) if word in FACTS}
     facts["libc"] = os.confstr("CS_GNU_LIBC_VERSION")
     # By this the C library chooses its functions for memory and strings.
     known = re.search(r"^flags\s*:.*\bavx2\b", pathlib.Path("/proc/cpuinfo").read_text(), re.M)
