@@ -40,10 +40,10 @@ def run(*command):
     return done
 
 
-def counted(operation, rounds):
+def instructions(*command):
     """The instructions of a whole run."""
     done = run(shutil.which("valgrind"), "--tool=cachegrind", "--cache-sim=no", "--cachegrind-out-file=/dev/null",
-               operation.program, operation.name, str(rounds))
+               *command)
     return int(re.search(r"I\s+refs:\s+([\d,]+)", done.stderr).group(1).replace(",", ""))
 
 
@@ -62,22 +62,23 @@ def operations(folder):
 
 
 def per_operation(operation):
-    once, twice = (counted(operation, count * operation.rounds) for count in (1, 2))
+    once, twice = (instructions(operation.program, operation.name, str(times * operation.rounds))
+                   for times in (1, 2))
     return (twice - once) / operation.rounds / operation.in_round
 
 
 def count(chosen):
     """Yields the name of each operation and its instructions."""
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for operation, instructions in zip(chosen, pool.map(per_operation, chosen)):
-            yield operation.name, instructions
+        for operation, figure in zip(chosen, pool.map(per_operation, chosen)):
+            yield operation.name, figure
 
 
 def main():
     folder, pattern = sys.argv[1], (sys.argv[2:] or [""])[0]
     chosen = [operation for operation in operations(folder) if re.search(pattern, operation.name)]
-    for name, instructions in count(chosen):
-        print(f"{instructions:12.1f}  {name}", flush=True)
+    for name, figure in count(chosen):
+        print(f"{figure:12.1f}  {name}", flush=True)
 
 
 if __name__ == "__main__":

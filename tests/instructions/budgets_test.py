@@ -9,7 +9,7 @@ HERE = {"compiler": "GNU 12.2.0", "flags": "-O3", "libc": "glibc 2.36", "process
 ELSEWHERE = {**HERE, "compiler": "GNU 13.1.0"}
 
 
-class Budgets(unittest.TestCase):
+class Judgement(unittest.TestCase):
     def test_passes_at_two_percent_over(self):
         self.assertEqual(budgets.judge((HERE, {"new": 100, "find": 50}), HERE, {"new": 102, "find": 20}), ([], []))
 
