@@ -69,6 +69,10 @@ Objects newObjects(ztCtor constructor, size_t count) {
   return objects;
 }
 
+void releaseAll(const Objects &objects) {
+  for (void *object : objects) release(object);
+}
+
 // Signals -----------------------------------------------------------------------------------------
 
 void connect(void *sender, const char *signal, void *receiver, void (*take)(void *, intptr_t)) {
@@ -110,45 +114,62 @@ int64_t signalsOfOneSender(size_t count) {
   const Objects receivers = newObjects(ztObject_ctor, count);
   for (size_t i = 0; i < count; ++i)
     connect(sender, ("signal" + std::to_string(i)).c_str(), receivers[i], releaseReceiver);
-  const int64_t time = timed([&receivers] {
-    for (void *receiver : receivers) release(receiver);
-  });
+  const int64_t time = timed([&receivers] { releaseAll(receivers); });
   release(sender);
   return time;
 }
 
 // Nodes -------------------------------------------------------------------------------------------
 
-// Takes the children from their parent one by one, the last first.
-template <typename Take>
-int64_t fromTheBack(size_t count, Take take) {
-  void *parent = ztRoot_ctor(nullptr, 1);
-  const Objects children = newObjects(ztRoot_ctor, count);
+struct Family {
+  void *parent;
+  Objects children;
+};
+
+Family newFamily(size_t count) {
+  Family family{ztRoot_ctor(nullptr, 1), newObjects(ztRoot_ctor, count)};
   for (size_t i = 0; i < count; ++i) {
-    ztRoot_of(children[i])->setUid(children[i], static_cast<int32_t>(i + 1));
-    ztRoot_of(parent)->addChild(parent, children[i]);
+    void *child = family.children[i];
+    ztRoot_of(child)->setUid(child, static_cast<int32_t>(i + 1));
+    ztRoot_of(family.parent)->addChild(family.parent, child);
   }
-  const int64_t time = timed([&] {
-    for (auto child = children.rbegin(); child != children.rend(); ++child) take(parent, *child);
+  return family;
+}
+
+template <typename Act>
+int64_t timedFromTheBack(const Objects &objects, Act act) {
+  return timed([&] {
+    for (auto object = objects.rbegin(); object != objects.rend(); ++object) act(*object);
   });
-  release(parent);
-  return time;
 }
 
 int64_t deleteChildren(size_t count) {
-  return fromTheBack(count, [](void *parent, void *child) { ztRoot_of(parent)->deleteChild(parent, child); });
+  const Family family = newFamily(count);
+  const int64_t time = timedFromTheBack(family.children, [parent = family.parent](void *child) {
+    ztRoot_of(parent)->deleteChild(parent, child);
+  });
+  releaseAll(family.children);
+  release(family.parent);
+  return time;
 }
 
 int64_t moveChildren(size_t count) {
+  const Family family = newFamily(count);
   void *other = ztRoot_ctor(nullptr, 1);
   const int64_t time =
-      fromTheBack(count, [other](void *, void *child) { ztRoot_of(child)->setParent(child, other); });
+      timedFromTheBack(family.children, [other](void *child) { ztRoot_of(child)->setParent(child, other); });
   release(other);
+  releaseAll(family.children);  // leaving a parent adds a reference
+  releaseAll(family.children);
+  release(family.parent);
   return time;
 }
 
 int64_t releaseChildren(size_t count) {
-  return fromTheBack(count, [](void *, void *child) { release(child); });
+  const Family family = newFamily(count);
+  const int64_t time = timedFromTheBack(family.children, release);
+  release(family.parent);
+  return time;
 }
 
 // Releases ----------------------------------------------------------------------------------------

@@ -248,11 +248,12 @@ void stringSet(int rounds) {
 
 void stringCat(int rounds) {
   GString *text = g_string_new(nullptr);
-  const GString *more = g_string_new(piece);
+  GString *more = g_string_new(piece);
   for (int i = 0; i < rounds; ++i) {
     g_string_assign(text, piece);
     for (int j = 0; j < 3; ++j) g_string_append_len(text, more->str, static_cast<gssize>(more->len));
   }
+  g_string_free(more, 1);
   g_string_free(text, 1);
 }
 
