@@ -230,7 +230,9 @@ BENCHMARK(find<Table>)->Name("hash table: find/zentova")->Arg(100000);
 #ifdef ZT_BENCH_GLIB
 struct GlibTree {
   static int compare(const void *first, const void *second, void *) {
-    return ztIntArray_compare_func(first, second);
+    const int32_t one = *static_cast<const int32_t *>(first);
+    const int32_t other = *static_cast<const int32_t *>(second);
+    return (one > other) - (one < other);
   }
   static int addToSum(void *key, void *, void *total) {
     *static_cast<int64_t *>(total) += *static_cast<const int32_t *>(key);

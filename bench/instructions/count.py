@@ -1,60 +1,85 @@
 #!/usr/bin/env python3
 """Instructions per operation, counted by Valgrind's Cachegrind: they are the same in every run of one program on
-one machine.
+one machine, but for an instruction in a whole run.
 
-usage: count.py PROGRAM [PATTERN]
-    PROGRAM  built from a file of this folder: it lists its operations, or runs one
-    PATTERN  only operations that the regular expression matches
+usage: count.py FOLDER [PATTERN]
+    FOLDER   where the programs are built: each lists its operations, or runs one
+    PATTERN  a regular expression; only operations that it matches are counted
 """
 
 import concurrent.futures
 import os
+import pathlib
 import re
+import shutil
 import subprocess
 import sys
-
-ROUNDS = 300
-
-
-def counted(program, operation, rounds):
-    """The instructions of a whole run."""
-    command = ["valgrind", "--tool=cachegrind", "--cache-sim=no", "--cachegrind-out-file=/dev/null",
-               program, operation, str(rounds)]
-    # Where there are two memory regions of the same size, their order in memory decides on a few instructions.
-    done = subprocess.run(["setarch", "-R", *command], capture_output=True, text=True,
-                          env={"PATH": os.environ["PATH"], **preloaded()})
-    found = re.search(r"I\s+refs:\s+([\d,]+)", done.stderr)
-    if done.returncode != 0 or not found:
-        sys.exit(f"{' '.join(command)} gives {done.returncode}\n{done.stdout}{done.stderr}")
-    return int(found.group(1).replace(",", ""))
+import tempfile
+import typing
 
 
-def preloaded():
-    """Where the dynamic linker finds the library, if that is said."""
+class Operation(typing.NamedTuple):
+    program: pathlib.Path
+    name: str
+    in_round: int  # how often a round does it
+    rounds: int  # how many rounds are enough to count
+
+
+def library_path():
+    """Where the dynamic linker finds the library, if that is said. Nothing else of the environment is passed on:
+    nothing of it may decide on a count."""
     return {name: os.environ[name] for name in ("LD_LIBRARY_PATH",) if name in os.environ}
 
 
-def operations(program):
-    """Pairs of name and how often a round does it."""
-    listed = subprocess.run([program], capture_output=True, text=True, check=True).stdout
-    return [(name, int(count)) for count, name in re.findall(r"^operation (\d+) (.+)$", listed, re.M)]
+def run(*command):
+    """Runs it in a folder that goes, where the library writes its log."""
+    with tempfile.TemporaryDirectory() as folder:
+        done = subprocess.run(command, capture_output=True, text=True, cwd=folder, env=library_path())
+    if done.returncode != 0:
+        sys.exit(f"{' '.join(map(str, command))} gives {done.returncode}\n{done.stdout}{done.stderr}")
+    return done
 
 
-def per_operation(program, operation, in_round):
-    rounds = max(ROUNDS // in_round, 4)
-    once, twice = (counted(program, operation, count) for count in (rounds, 2 * rounds))
-    return (twice - once) / rounds / in_round
+def instructions(*command):
+    """The instructions of a whole run."""
+    done = run(shutil.which("valgrind"), "--tool=cachegrind", "--cache-sim=no", "--cachegrind-out-file=/dev/null",
+               *command)
+    return int(re.search(r"I\s+refs:\s+([\d,]+)", done.stderr).group(1).replace(",", ""))
 
 
-def count(program, pattern=""):
-    """Yields (operation, instructions)."""
-    chosen = [(name, in_round) for name, in_round in operations(program) if re.search(pattern, name)]
+def compiled(folder):
+    """What the build says of itself: pairs of a word and the rest of its line."""
+    lines = pathlib.Path(folder, "compiled.txt").read_text().splitlines()
+    return [tuple(line.split(" ", 1)) for line in lines]
+
+
+def operations(folder):
+    """What the programs list."""
+    for program in [pathlib.Path(folder, name).resolve() for word, name in compiled(folder) if word == "program"]:
+        listed = run(program).stdout
+        for in_round, rounds, name in re.findall(r"^operation (\d+) (\d+) (.+)$", listed, re.M):
+            yield Operation(program, name, int(in_round), int(rounds))
+
+
+def per_operation(operation):
+    once, twice = (instructions(operation.program, operation.name, str(times * operation.rounds))
+                   for times in (1, 2))
+    return (twice - once) / operation.rounds / operation.in_round
+
+
+def count(chosen):
+    """Yields the name of each operation and its instructions."""
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        counts = pool.map(lambda one: per_operation(program, *one), chosen)
-        for (name, _), instructions in zip(chosen, counts):
-            yield name, instructions
+        for operation, figure in zip(chosen, pool.map(per_operation, chosen)):
+            yield operation.name, figure
+
+
+def main():
+    folder, pattern = sys.argv[1], (sys.argv[2:] or [""])[0]
+    chosen = [operation for operation in operations(folder) if re.search(pattern, operation.name)]
+    for name, figure in count(chosen):
+        print(f"{figure:12.1f}  {name}", flush=True)
 
 
 if __name__ == "__main__":
-    for name, instructions in count(*sys.argv[1:]):
-        print(f"{instructions:12.1f}  {name}", flush=True)
+    main()

@@ -1,6 +1,7 @@
 // The library's operations.
 #include "zentova.h"
 #include "bench/instructions/operations.hh"
+#include "bench/tempfile.hh"
 
 namespace {
 
@@ -266,8 +267,6 @@ void arrayOfStrings(int rounds) {
 
 // Strings -----------------------------------------------------------------------------------------
 
-constexpr char piece[] = "a text of some length";
-
 void stringSet(int rounds) {
   void *text = ztString_ctor(nullptr, 1);
   for (int i = 0; i < rounds; ++i) ztString_of(text)->set(text, piece);
@@ -299,8 +298,7 @@ void string(int rounds) {
 template <typename Act>
 void withFile(ztCtor constructor, Act act) {
   void *file = constructor(nullptr, 1);
-  ztFile_of(file)->open(file, "/dev/shm/zentova-instructions", "w+b");
-  remove("/dev/shm/zentova-instructions");
+  ztFile_of(file)->open(file, temporaryFile(), "w+b");
   act(file, ztFile_of(file));
   release(file);
 }
@@ -380,19 +378,19 @@ const Operation operations[] = {
     {"emit to 10 slots", emit<10>},
     {"dynamic property: set", setProperty},
     {"dynamic property: get", getProperty},
-    {"tree of 1,000: push, free", treePushAndFree, elementCount},
-    {"tree of 1,000: find", treeFind, elementCount},
-    {"tree of 1,000: push, pop", treePushAndPop, elementCount},
-    {"tree of 1,000: walk", treeWalk, elementCount},
-    {"map of 1,000: push, free", mapPushAndFree, elementCount},
-    {"map of 1,000: find", mapFind, elementCount},
-    {"hash table of 1,000: insert, free", hashInsertAndFree, elementCount},
-    {"hash table of 1,000: find", hashFind, elementCount},
-    {"list: push, walk, free", list, elementCount},
+    withEach("tree of 1,000: push, free", treePushAndFree),
+    withEach("tree of 1,000: find", treeFind),
+    withEach("tree of 1,000: push, pop", treePushAndPop),
+    withEach("tree of 1,000: walk", treeWalk),
+    withEach("map of 1,000: push, free", mapPushAndFree),
+    withEach("map of 1,000: find", mapFind),
+    withEach("hash table of 1,000: insert, free", hashInsertAndFree),
+    withEach("hash table of 1,000: find", hashFind),
+    withEach("list: push, walk, free", list),
     {"queue: push, pop", queue},
     {"stack: push, pop", stack},
-    {"array: push", arrayPush, elementCount},
-    {"array: set, get", arraySetAndGet, elementCount},
+    withEach("array: push", arrayPush),
+    withEach("array: set, get", arraySetAndGet),
     {"array of strings: push, remove", arrayOfStrings},
     {"string: set", stringSet},
     {"string: set, 3 cat", stringCat},

@@ -145,10 +145,10 @@ knows_what_each_profile_takes() {
   expect_named 'libgtest-dev gcovr'
   run bench
   expect_status 1
-  expect_named 'libbenchmark-dev libglib2.0-dev python3'
+  expect_named 'libbenchmark-dev libglib2.0-dev python3 valgrind'
   run plot
   expect_status 1
-  expect_named 'libbenchmark-dev libglib2.0-dev python3 gnuplot-nox'
+  expect_named 'libbenchmark-dev libglib2.0-dev python3 valgrind gnuplot-nox'
 
   run fuzz
   expect_status 1

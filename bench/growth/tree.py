@@ -3,7 +3,7 @@
 for each number: the elements, the keys compared in a search, and the nanoseconds of one push, find, pop
 and step of a walk.
 
-usage: growth.py PROGRAM    PROGRAM: the benchmarks of containers
+usage: tree.py PROGRAM    PROGRAM: the benchmarks of containers
 """
 
 import json

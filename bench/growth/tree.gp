@@ -1,4 +1,4 @@
-# Draws the rows of growth.py: gnuplot -e "rows='FILE'; drawing='FILE.svg'" growth.gp
+# Draws the rows of tree.py: gnuplot -e "rows='FILE'; drawing='FILE.svg'" tree.gp
 set terminal svg size 900,420 font "sans-serif,13" background "white"
 set output drawing
 set multiplot layout 1,2
