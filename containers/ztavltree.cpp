@@ -173,9 +173,9 @@ static ztAvlTreeItem *pushBesides(ztAvlTree *tree, ContainerUse *use, ztAvlTreeI
 
 static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key);
 
-// The key of an element of a plain tree.
+// The key of an element of a plain tree. An element of another one is for its item manager alone.
 static const void *keyIn(const void *element, Items items) {
-  if (items == Items::elements || element == nullptr) return element;
+  if (items != Items::pairs || element == nullptr) return element;
   return static_cast<const ztKeyValue *>(element)->key;
 }
 
