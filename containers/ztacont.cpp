@@ -1,5 +1,6 @@
 #include "containers/ztacont.h"
 
+#include "containers/ztown.hh"
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
@@ -50,6 +51,25 @@ static void associativeSetValueConstructor(ztAssociativeContainer &container, zt
 
 static void associativeSetValueCompareFunction(ztAssociativeContainer &container, ztCompareFunc compare) {
   container.valueCompareFunction = compare;
+}
+
+bool ztcore::hasOwnAssociationSettings(const ztClass *klass) {
+  const auto *methods = static_cast<const ztAssociativeContainerMethods *>(klass->methodTable);
+  return hasOwnManagerSetting(klass) &&
+         methods->setItemConstructor == method<associativeSetItemConstructor> &&
+         methods->setKeySize == method<associativeSetKeySize> &&
+         methods->setKeyConstructor == method<associativeSetKeyConstructor> &&
+         methods->setValueSize == method<associativeSetValueSize> &&
+         methods->setValueConstructor == method<associativeSetValueConstructor> &&
+         methods->setValueCompareFunction == method<associativeSetValueCompareFunction>;
+}
+
+bool ztcore::createsOwnAssociations() {
+  return ztAssociativeContainer_table()->create == associativeCreate && createsOwnContainers();
+}
+
+bool ztcore::destroysOwnAssociations() {
+  return ztAssociativeContainer_table()->destroy == associativeDestroy && destroysOwnContainers();
 }
 
 static void associativeMethods(ztAssociativeContainerMethods *methods) {

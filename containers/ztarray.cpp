@@ -1,6 +1,7 @@
 #include "containers/ztarray.hh"
 
 #include "containers/ztcompare.hh"
+#include "containers/ztown.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
@@ -384,6 +385,33 @@ static void arrayDestroy(ztArray &array) {
     while (array.data != nullptr) arrayEmpty(array);
   } while (endObjects(&array));
   ztSequenceContainer_table()->destroy(&array);
+}
+
+bool ztcore::createsOwnArrays() {
+  return ztArray_table()->create == arrayCreate && createsOwnSequences();
+}
+
+bool ztcore::hasOwnArraySettings(const ztClass *klass) {
+  return hasOwnElementSetting(klass) && hasOwnManagerSetting(klass) && hasOwnCompareSetting(klass);
+}
+
+bool ztcore::clonesOwnArrays(const ztClass *klass) {
+  return static_cast<const ztArrayMethods *>(klass->methodTable)->clone == arrayClone &&
+         ztSequenceContainer_table()->clone == ztContainer_table()->clone && hasOwnManagerSetting(klass) &&
+         clonesOwnContainers();
+}
+
+bool ztcore::destroysOwnArrays(const ztClass *klass) {
+  const auto *methods = static_cast<const ztArrayMethods *>(klass->methodTable);
+  return methods->destroy == method<arrayDestroy> && methods->empty == method<arrayEmpty> &&
+         destroysOwnSequences();
+}
+
+bool ztcore::hasOwnSizes(const ztClass *klass) {
+  const auto *methods = static_cast<const ztArrayMethods *>(klass->methodTable);
+  return methods->getSize == method<arrayGetSize> && methods->getData == method<arrayGetData> &&
+         methods->resize == method<arrayResize> && methods->setSize == method<arraySetSize> &&
+         methods->empty == method<arrayEmpty>;
 }
 
 static void arrayMethods(ztArrayMethods *methods) {

@@ -1,8 +1,16 @@
 #include "containers/ztarrays.h"
 
+#include "containers/ztchars.hh"
 #include "containers/ztcompare.hh"
+#include "containers/ztown.hh"
 #include "containers/ztpointers.hh"
+#include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
+#include "core/ztmem.h"
+#include "core/ztoop.hh"
+#include "core/ztrelease.hh"
+#include "core/ztshared.hh"
 
 using namespace ztcore;
 
@@ -89,3 +97,71 @@ ZT_DEFINE_CLASS(ztPtrArray, ztArray, ptrArrayMethods)
 ZT_DEFINE_CLASS(ztIntArray, ztArray, intArrayMethods)
 ZT_DEFINE_CLASS(ztCharArray, ztArray, charArrayMethods)
 ZT_DEFINE_CLASS(ztFloatArray, ztArray, floatArrayMethods)
+
+// Characters of strings ---------------------------------------------------------------------------
+
+// The image of a new array.
+static ztCharArray newArray;
+static bool hasNewArray;
+
+static bool createsOwnChars() {
+  const ztClass *klass = ztCharArrayClass_Instance();
+  return ztCharArray_table()->create == charArrayCreate && createsOwnArrays() && hasOwnArraySettings(klass) &&
+         hasOwnSizes(klass);
+}
+
+// False also while the class is not registered, because its objects register it.
+[[gnu::noinline]] static bool takeNewArray() {
+  if (!createsOwnChars() || !isNameTaken(ztCharArray_classname_)) return false;
+  const Locked locked(engineLock);
+  if (hasNewArray) return true;
+  auto *made = newObject<ztCharArray>(ztCharArray_ctor);
+  if (made == nullptr) return false;
+  newArray = *made;
+  __atomic_store_n(&hasNewArray, true, __ATOMIC_RELEASE);
+  releasePart(made);
+  return true;
+}
+
+static bool hasImage() {
+  return __atomic_load_n(&hasNewArray, __ATOMIC_ACQUIRE) || takeNewArray();
+}
+
+bool ztcore::createsCharsPlainly() {
+  return createsOwnChars() && hasImage();
+}
+
+bool ztcore::copiesCharsPlainly() {
+  const ztClass *klass = ztCharArrayClass_Instance();
+  return static_cast<const ztClassFunctions *>(klass->classTable)->newop == ztCharArray_newop &&
+         ztCharArray_table()->unRef == method<baseUnRef> && clonesOwnArrays(klass) &&
+         destroysOwnArrays(klass) && hasImage();
+}
+
+void ztcore::fillChars(ztCharArray *chars, void *block, int32_t count) {
+  objectMade(chars);
+  *chars = newArray;
+  chars->itemManager = chars;
+  chars->data = block;
+  chars->count = count;
+}
+
+bool ztcore::sizesCharsPlainly() {
+  return usesUnderWay() == nullptr && hasOwnSizes(ztCharArrayClass_Instance());
+}
+
+bool ztcore::releasesCharsPlainly(const ztCharArray *chars) {
+  return hasChars(chars) && endsByRelease(chars) && !isInUse(chars) &&
+         destroysOwnArrays(ztCharArrayClass_Instance());
+}
+
+void ztcore::replaceChars(ztCharArray *chars, void *block, int32_t count) {
+  ztm_free(chars->data);
+  chars->data = block;
+  chars->count = count;
+}
+
+void ztcore::freeChars(ztCharArray *chars) {
+  ztm_free(chars->data);
+  freePart(chars);
+}

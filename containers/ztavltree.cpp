@@ -6,6 +6,7 @@
 #include "containers/ztcompare.hh"
 #include "containers/ztcont.hh"
 #include "containers/ztmapitem.h"
+#include "containers/ztown.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
@@ -109,6 +110,16 @@ static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAv
   tree->root = probe->right;
   ++tree->count;
   noteAdded(tree);
+}
+
+void ztcore::hangPlainly(ztAvlTree *tree, ztAvlTreeItem *item) {
+  item->left = nullptr;
+  item->right = nullptr;
+  item->balance = 0;
+  ztAvlTreeItem aboveRoot;
+  Place place;
+  findPlace(tree, &aboveRoot, CalledOrder{tree->compareFunction, item->data}, false, &place);
+  hang(tree, &aboveRoot, place, item);
 }
 
 static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
@@ -289,9 +300,7 @@ static void rebalance(ztAvlTree *tree, Path *path) {
   }
 }
 
-static int32_t treePop(ztAvlTree &tree, const void *key) {
-  if (tree.root == nullptr) return 1;
-  if (!canCompare(&tree, key)) return 0;
+ztAvlTreeItem *ztcore::takeOut(ztAvlTree &tree, const void *key) {
   Path path;
   path.depth = 0;
   ztAvlTreeItem *item = withOrder(tree, key, [&](auto orderOf) {
@@ -304,11 +313,19 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
     }
     return at;
   });
-  if (item == nullptr) return 0;
+  if (item == nullptr) return nullptr;
   item = unlinkItem(&tree, &path, item);
   rebalance(&tree, &path);
   --tree.count;
   noteRemoved(&tree);
+  return item;
+}
+
+static int32_t treePop(ztAvlTree &tree, const void *key) {
+  if (tree.root == nullptr) return 1;
+  if (!canCompare(&tree, key)) return 0;
+  ztAvlTreeItem *item = takeOut(tree, key);
+  if (item == nullptr) return 0;
   // Last, because the element that is destroyed may call the tree.
   if (!deletePlainTreeItem(tree, itemsOfTree(tree), item)) deleteTreeItem(&tree, item);
   return 1;
@@ -424,6 +441,30 @@ static void *treeClone(const void *object, void *target) {
   if (pushAll(source, copy, elementOf, ownOf)) return copy;
   ztAvlTree_table()->destroy(copy);
   return nullptr;
+}
+
+bool ztcore::createsOwnTrees() {
+  const ztClass *klass = ztAvlTreeClass_Instance();
+  return ztAvlTree_table()->create == method<treeCreate> && hasOwnItemSetting(klass) &&
+         hasOwnManagerSetting(klass) && createsOwnSequences();
+}
+
+bool ztcore::destroysOwnTrees() {
+  const ztAvlTreeMethods *methods = ztAvlTree_table();
+  return methods->destroy == method<treeDestroy> && methods->empty == method<treeEmpty> &&
+         destroysOwnSequences();
+}
+
+bool ztcore::pushesOwnItems() {
+  return ztAvlTree_table()->push == method<treePush> && ztAvlTree_table()->find == method<treeFind>;
+}
+
+bool ztcore::popsOwnItems() {
+  return ztAvlTree_table()->pop == method<treePop> && ztAvlTree_table()->find == method<treeFind>;
+}
+
+bool ztcore::findsByTree(const ztMap &map) {
+  return hasOwnSearch(map.klass) && ztAvlTree_of(map.tree)->find == method<treeFind>;
 }
 
 static void treeMethods(ztAvlTreeMethods *methods) {

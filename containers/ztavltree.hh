@@ -41,6 +41,13 @@ template <typename Search>
   return search(IntegerOrder{integerAt(key)});
 }
 
+// Adds an item, before those with an equal element. The compare function must be the library's.
+void hangPlainly(ztAvlTree *tree, ztAvlTreeItem *item);
+
+// Takes the first item whose element equals the key out of the tree; NULL when there is none. The item returned may be
+// another one, which has got that element.
+ztAvlTreeItem *takeOut(ztAvlTree &tree, const void *key);
+
 // The items whose element equals a key on one path down from the root, the highest first.
 struct EqualItems {
   ztAvlTreeItem *items[treeHeight];

@@ -1,17 +1,21 @@
 #include "containers/ztcont.h"
 
 #include "containers/ztcont.hh"
+#include "containers/ztown.hh"
 #include "containers/ztuse.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
+#include "core/ztshared.hh"
 
 #include <string.h>
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztContainer, 48, 24);
+// The bytes before it are those of a PartHeader.
+ZT_PIN_FIELD(ztContainer, itemConstructor, 16);
 
 // The element policy ------------------------------------------------------------------------------
 
@@ -85,6 +89,7 @@ static void dropOldItems(const void *container) {
 
 static int32_t containerCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
+  ownBlock(object);
   dropOldItems(object);
   auto *container = static_cast<ztContainer *>(object);
   ztContainer_of(object)->setItemManager(object, object);
@@ -98,6 +103,7 @@ static void *containerClone(const void *object, void *target) {
   void *copy = ztBaseClass_table()->clone(object, target);
   if (copy == nullptr) return nullptr;
   dropOldItems(copy);
+  ownBlock(copy);
   ztContainer_of(copy)->setItemManager(copy, copy);
   return copy;
 }
@@ -112,6 +118,34 @@ static void containerSetCompareFunction(ztContainer &container, ztCompareFunc co
 
 static void containerSetAllowDuplicate(ztContainer &container, uint32_t allow) {
   container.allowDuplicate = allow;
+}
+
+bool ztcore::createsOwnContainers() {
+  return ztContainer_table()->create == containerCreate && ztBaseClass_table()->create == method<baseCreate>;
+}
+
+bool ztcore::clonesOwnContainers() {
+  return ztContainer_table()->clone == containerClone && ztBaseClass_table()->clone == method<baseClone>;
+}
+
+bool ztcore::destroysOwnContainers() {
+  return ztContainer_table()->destroy == baseDestroy;
+}
+
+static const ztContainerMethods *tableOf(const ztClass *klass) {
+  return static_cast<const ztContainerMethods *>(klass->methodTable);
+}
+
+bool ztcore::hasOwnManagerSetting(const ztClass *klass) {
+  return tableOf(klass)->setItemManager == method<containerSetItemManager>;
+}
+
+bool ztcore::hasOwnDuplicateSetting(const ztClass *klass) {
+  return tableOf(klass)->setAllowDuplicate == method<containerSetAllowDuplicate>;
+}
+
+bool ztcore::hasOwnCompareSetting(const ztClass *klass) {
+  return tableOf(klass)->setCompareFunction == method<containerSetCompareFunction>;
 }
 
 static void containerMethods(ztContainerMethods *methods) {

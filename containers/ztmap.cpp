@@ -2,6 +2,7 @@
 
 #include "containers/ztacont.hh"
 #include "containers/ztavltree.hh"
+#include "containers/ztown.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
@@ -128,6 +129,46 @@ static void *mapClone(const void *object, void *target) {
   if (tree == nullptr || copyTree(tree, copy)) return copy;
   ztMap_table()->destroy(copy);
   return nullptr;
+}
+
+bool ztcore::createsOwnMaps() {
+  return ztMap_table()->create == method<mapCreate> && createsOwnAssociations() &&
+         hasOwnCompareSetting(ztAssociativeContainerClass_Instance());
+}
+
+bool ztcore::hasOwnMapSettings(const ztClass *klass) {
+  const auto *methods = static_cast<const ztMapMethods *>(klass->methodTable);
+  return methods->setCompareFunction == method<mapSetCompareFunction> && hasOwnAssociationSettings(klass);
+}
+
+bool ztcore::destroysOwnMaps() {
+  return destroysOwnAssociations();
+}
+
+bool ztcore::hasOwnRelease(const ztClass *klass) {
+  const auto *methods = static_cast<const ztMapMethods *>(klass->methodTable);
+  return methods->destroy == method<mapDestroy> && methods->unRef == method<baseUnRef>;
+}
+
+bool ztcore::allowsOwnDuplicates(const ztClass *klass) {
+  return static_cast<const ztMapMethods *>(klass->methodTable)->setAllowDuplicate ==
+             method<mapSetAllowDuplicate> &&
+         hasOwnDuplicateSetting(ztAssociativeContainerClass_Instance()) &&
+         hasOwnDuplicateSetting(ztAvlTreeClass_Instance());
+}
+
+bool ztcore::insertsOwnPairs(const ztClass *klass) {
+  const auto *methods = static_cast<const ztMapMethods *>(klass->methodTable);
+  return methods->pushBack == method<mapPushBack> && methods->newItem == method<newPairItem<ztMapItem>>;
+}
+
+bool ztcore::popsOwnPairs(const ztClass *klass) {
+  const auto *methods = static_cast<const ztMapMethods *>(klass->methodTable);
+  return methods->pop == method<mapPop> && methods->find == method<mapFind>;
+}
+
+bool ztcore::hasOwnSearch(const ztClass *klass) {
+  return static_cast<const ztMapMethods *>(klass->methodTable)->findValue == method<mapFindValue>;
 }
 
 static void mapMethods(ztMapMethods *methods) {

@@ -2,6 +2,7 @@
 
 #include "containers/ztcitem.h"
 #include "containers/ztcont.hh"
+#include "containers/ztown.hh"
 #include "containers/ztscont.hh"
 #include "containers/ztuse.hh"
 #include "core/ztlayout.hh"
@@ -71,6 +72,26 @@ static int32_t sequenceGetElementSize(const ztSequenceContainer &container) {
 
 static void sequenceSetElementConstructor(ztSequenceContainer &container, ztCtor constructor) {
   container.elementConstructor = constructor;
+}
+
+bool ztcore::createsOwnSequences() {
+  return ztSequenceContainer_table()->create == sequenceCreate && createsOwnContainers();
+}
+
+bool ztcore::destroysOwnSequences() {
+  return ztSequenceContainer_table()->destroy == sequenceDestroy && destroysOwnContainers();
+}
+
+static const ztSequenceContainerMethods *tableOf(const ztClass *klass) {
+  return static_cast<const ztSequenceContainerMethods *>(klass->methodTable);
+}
+
+bool ztcore::hasOwnElementSetting(const ztClass *klass) {
+  return tableOf(klass)->setElementSize == method<sequenceSetElementSize>;
+}
+
+bool ztcore::hasOwnItemSetting(const ztClass *klass) {
+  return tableOf(klass)->setItemConstructor == method<sequenceSetItemConstructor>;
 }
 
 static void sequenceMethods(ztSequenceContainerMethods *methods) {

@@ -21,6 +21,13 @@ void ztcore::noteInUses(UseTable *uses, const void *container, bool added, bool 
   }
 }
 
+bool ztcore::isUsed(const UseTable *uses, const void *container) {
+  for (int32_t i = 0; i < uses->count; ++i) {
+    if (uses->records[i].container == container) return true;
+  }
+  return false;
+}
+
 bool ztcore::isPartOf(const UseTable *uses, const void *container, const void *part) {
   for (int32_t i = 0; i < uses->count; ++i) {
     const Use &use = uses->records[i];

@@ -31,6 +31,7 @@ inline UseTable *usesUnderWay() {
 
 // The out-of-line parts of the functions below.
 void noteInUses(UseTable *uses, const void *container, bool added, bool removed);
+bool isUsed(const UseTable *uses, const void *container);
 bool isPartOf(const UseTable *uses, const void *container, const void *part);
 bool leavePartTo(UseTable *uses, const void *container, const void *part);
 void *takeItemsFrom(UseTable *uses, const void *container, bool onlyIfGone);
@@ -44,6 +45,12 @@ bool growUses(UseTable *uses);
 // Drops the records whose frames a running one shows to be gone. `self` identifies the record of the running
 // frame; NULL when it has none.
 void dropGoneUses(UseTable *uses, uintptr_t frame, const void *self);
+
+// Whether a call on a container is under way, or was abandoned.
+inline bool isInUse(const void *container) {
+  const UseTable *uses = usesUnderWay();
+  return uses != nullptr && isUsed(uses, container);
+}
 
 // Notes in the records of a container that elements were added or removed.
 inline void noteAdded(const void *container) {

@@ -6,6 +6,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
+#include "core/ztshared.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 
@@ -24,11 +25,11 @@ static void baseClassInstanceCreate(ztClass *) {}
 
 static void baseClassInstanceDestroy(ztClass *) {}
 
-static int32_t baseCreate(ztBaseClass &) {
+int32_t ztcore::baseCreate(ztBaseClass &) {
   return 1;
 }
 
-static void *baseClone(const ztBaseClass &object, void *target) {
+void *ztcore::baseClone(const ztBaseClass &object, void *target) {
   if (target == nullptr) return nullptr;
   return memmove(target, &object, static_cast<size_t>(object.klass->instanceSize));
 }
@@ -60,21 +61,60 @@ ZT_OWN_FRAME static void endObject(void *object) {
   ReleaseMark mark;
   const bool recorded = beginRelease(&mark, CallKind::release, object);
   ztBaseClass_of(object)->destroy(object);
-  if (!recorded || endCall(mark.mark)) ztm_free(object);
+  if (!recorded || endCall(mark.mark)) freeObject(object);
+}
+
+namespace {
+
+struct KnownEnd {
+  void (*destroy)(void *object);  // NULL until the first object
+  bool (*end)(void *object);
+};
+
+}  // namespace
+
+static KnownEnd knownEnds[4];
+
+void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end)(void *object)) {
+  KnownEnd &known = knownEnds[static_cast<int>(kind)];
+  // Other threads may be releasing objects of other classes.
+  __atomic_store_n(&known.end, end, __ATOMIC_RELAXED);
+  __atomic_store_n(&known.destroy, destroy, __ATOMIC_RELEASE);
+}
+
+// Out of line, so that the release of objects that own nothing stays short.
+[[gnu::noinline]] static void releaseLast(void *object, void (*destroy)(void *object)) {
+  for (const KnownEnd &known : knownEnds) {
+    if (destroy != __atomic_load_n(&known.destroy, __ATOMIC_ACQUIRE)) continue;
+    if (__atomic_load_n(&known.end, __ATOMIC_RELAXED)(object)) return;
+    break;
+  }
+  endObject(object);
+}
+
+static void unRefUnchecked(ztBaseClass &object) {
+  // Unsigned, because an object may be released any number of times while it is destroyed.
+  const auto left = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);
+  // 1, not 0: one release destroys a new object, also one that was referenced once more.
+  if (left > 1) {
+    if (left != mostReferences - 1) object.refCount = left;
+    return;
+  }
+  object.refCount = left;
+  const auto destroy = ztBaseClass_of(&object)->destroy;
+  if (destroy == baseDestroy) return ztm_free(&object);
+  releaseLast(&object, destroy);
+}
+
+[[gnu::noinline]] static void checkAndUnRef(ztBaseClass &object) {
+  releaseCheck(&object);
+  unRefUnchecked(object);
 }
 
 void ztcore::baseUnRef(ztBaseClass &object) {
-  if (checksThreads && releaseCheck != nullptr) releaseCheck(&object);
-  if (object.refCount == mostReferences) return;
-  // Unsigned, because an object may be released any number of times while it is destroyed.
-  object.refCount = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);
-  // 1, not 0: one release destroys a new object, also one that was referenced once more.
-  if (object.refCount > 1) return;
-  if (ztBaseClass_of(&object)->destroy == baseDestroy) {
-    ztm_free(&object);
-  } else {
-    endObject(&object);
-  }
+  if (releaseCheck != nullptr) [[unlikely]]
+    return checkAndUnRef(object);
+  unRefUnchecked(object);
 }
 
 static int32_t baseGetRefCount(const ztBaseClass &object) {

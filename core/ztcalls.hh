@@ -160,11 +160,12 @@ __attribute__((always_inline)) inline bool isUnderWay(const void *object, CallKi
   return looksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
 }
 
-void dropCallsOn(const void *object);
+[[gnu::cold, gnu::noinline]] void dropCallsOn(const void *object);
 
 // Called for every new object. Records about its address concern an earlier object, whose memory a host freed.
-inline void objectMade(const void *object) {
-  if (thisThread.nextCall[-1].serial != belowAllCalls) dropCallsOn(object);
+template <typename... Object>
+inline void objectMade(const Object *...object) {
+  if (thisThread.nextCall[-1].serial != belowAllCalls) (dropCallsOn(object), ...);
 }
 
 // Clears the `sender` of a receiver whose slot was left without returning. Set before the first delivery.

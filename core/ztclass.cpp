@@ -6,6 +6,7 @@
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
+#include "core/ztshared.hh"
 
 #include <string.h>
 
@@ -59,22 +60,32 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
   if (tried) __atomic_store_n(&state->registrationTried, 1, __ATOMIC_RELEASE);
 }
 
-void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
-  if (object == nullptr) {
-    object = ztm_alloc(description->instanceSize);
-    if (object == nullptr) return nullptr;
-  }
+[[gnu::always_inline]] static inline void *construct(const ztClassDescription *description, void *object,
+                                                     int32_t create) {
   objectMade(object);
   auto *header = static_cast<ztBaseClass *>(object);
-  ztClass *klass = description->klass;
-  header->klass = klass;
+  header->klass = description->klass;
   header->refCount = 1;
   // Set only after the class is initialised, so this one test covers both.
-  if (!__atomic_load_n(&description->state->registrationTried, __ATOMIC_ACQUIRE)) {
+  if (!__atomic_load_n(&description->state->registrationTried, __ATOMIC_ACQUIRE)) [[unlikely]] {
     prepareClass(description, object);
   }
-  if (create) methodsOf(klass)->create(object);
+  if (create) methodsOf(header->klass)->create(object);
   return object;
+}
+
+[[gnu::noinline]] static void *constructIn(const ztClassDescription *description, void *memory,
+                                           int32_t create) {
+  return construct(description, memory, create);
+}
+
+// Short for the most common case, an object of its own block.
+void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
+  if (object != nullptr) return constructIn(description, object, create);
+  void *made = ztm_alloc(description->instanceSize);
+  if (made == nullptr) return nullptr;
+  ownBlock(made);
+  return construct(description, made, create);
 }
 
 static void fillDescriptor(const ztClassDescription *description) {

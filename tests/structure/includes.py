@@ -12,6 +12,8 @@ import tree
 # What sources include of a later room, and why; for each of their rooms.
 UPWARD = {
     ("core/ztcore.cpp", "zentova.h"): "the list of the library's classes",
+    ("core/ztshared.cpp", "containers/ztavltree.h"): "a class whose objects may share a block",
+    ("core/ztshared.cpp", "objects/ztobject.h"): "the others",
     ("core", "io/ztfile.h"): "the identity of a class is read and written through the methods of a file",
     ("containers", "io/ztfile.h"): "elements are read and written through the methods of a file",
     ("containers", "io/ztclaims.hh"): "a count in a file claims memory for elements that have yet to arrive",

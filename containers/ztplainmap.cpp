@@ -1,0 +1,77 @@
+#include "containers/ztplainmap.hh"
+
+#include "containers/ztacont.hh"
+#include "containers/ztavltree.hh"
+#include "containers/ztitems.hh"
+#include "containers/ztown.hh"
+#include "containers/ztplain.hh"
+#include "containers/ztuse.hh"
+
+using namespace ztcore;
+
+bool ztcore::createsMapsPlainly() {
+  return createsOwnMaps() && createsOwnTrees();
+}
+
+bool ztcore::createsPlainly(const ztClass *klass, int32_t (*create)(void *map)) {
+  return static_cast<const ztMapMethods *>(klass->methodTable)->create == create && hasOwnMapSettings(klass);
+}
+
+bool ztcore::allowsDuplicatesPlainly(const ztClass *klass) {
+  return allowsOwnDuplicates(klass);
+}
+
+bool ztcore::releasesMapsPlainly() {
+  return ztAvlTree_table()->unRef == method<baseUnRef> && destroysOwnMaps() && destroysOwnTrees();
+}
+
+static bool deletesOwnItems(const ztClass *klass, DeleteItem deleteItem) {
+  const auto deletePair = method<deletePairItem<ztMapItem>>;
+  if (deleteItem != nullptr && ztMap_table()->deleteItem != deletePair) return false;
+  return static_cast<const ztMapMethods *>(klass->methodTable)->deleteItem ==
+         (deleteItem == nullptr ? deletePair : deleteItem);
+}
+
+bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
+  const ztAvlTree *tree = map->tree;
+  return tree != nullptr && map->klass == klass && tree->klass == ztAvlTreeClass_Instance() &&
+         tree->refCount <= 2 && map->refCount <= 2 && hasOwnRelease(klass) && !isInUse(tree) &&
+         !isSubject(map) && (tree->root == nullptr || deletesOwnItems(klass, deleteItem));
+}
+
+bool ztcore::endsPlainly(const ztMapItem *item) {
+  return item->refCount <= 2 && item->klass == ztMapItemClass_Instance() &&
+         isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
+}
+
+void ztcore::freeMap(ztMap *map, FreedObjects *freed) {
+  freed->add(map->tree);
+  freed->add(map);
+}
+
+// The items of the map's tree are its own, and no call is under way.
+static bool hasOwnItems(const ztMap *map) {
+  const ztAvlTree *tree = map->tree;
+  return tree != nullptr && tree->klass == ztAvlTreeClass_Instance() && tree->itemManager == map &&
+         !isInUse(tree) && !isInUse(map);
+}
+
+bool ztcore::insertsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
+  return map->klass == klass && hasOwnItems(map) && map->itemConstructor == ztMapItem_ctor &&
+         map->tree->count < INT32_MAX && deletesOwnItems(klass, deleteItem) && insertsOwnPairs(klass) &&
+         pushesOwnItems() && isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
+}
+
+bool ztcore::popsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
+  return map->klass == klass && hasOwnItems(map) && deletesOwnItems(klass, deleteItem) &&
+         popsOwnPairs(klass) && popsOwnItems();
+}
+
+ztMapItem *ztcore::insertPlainly(ztMap *map, void *key, void *value) {
+  auto *item = newPlainItem<ztMapItem>(ztMapItem_ctor);
+  if (item == nullptr) return nullptr;
+  item->data = key;
+  item->value = value;
+  hangPlainly(map->tree, reinterpret_cast<ztAvlTreeItem *>(item));
+  return item;
+}

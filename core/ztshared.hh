@@ -1,0 +1,100 @@
+// Blocks of memory that several objects share. An object with parts allocates them in one block. Each of them still
+// behaves like any other object: it may be referenced, released and outlive the others. The last one frees the
+// block.
+//
+// The classes whose objects may be such parts have four unused bytes behind the reference count. They hold the
+// distance from the block, or 0 for an object with a block of its own.
+#ifndef ZT_CORE_ZTSHARED_HH
+#define ZT_CORE_ZTSHARED_HH
+
+#include "core/ztbasec.h"
+#include "core/ztcalls.hh"
+#include "core/ztmem.h"
+
+namespace ztcore {
+
+// The beginning of a shared block. Its objects follow.
+struct alignas(16) SharedBlock {
+  uint32_t living;  // the number of its objects
+};
+
+// The beginning of an object that may be a part.
+struct ZT_MAY_ALIAS PartHeader {
+  ztBaseClass_FIELDS
+  uint32_t distance;
+};
+
+static_assert(sizeof(PartHeader) == sizeof(ztBaseClass));
+
+// Makes an object, which was constructed in the block, a part of it.
+inline void addToBlock(SharedBlock *block, void *object) {
+  const auto distance = reinterpret_cast<uintptr_t>(object) - reinterpret_cast<uintptr_t>(block);
+  static_cast<PartHeader *>(object)->distance = static_cast<uint32_t>(distance);
+  ++block->living;
+}
+
+// For an object that was not made as a part: its bytes are new, or copied from another object.
+inline void ownBlock(void *object) {
+  static_cast<PartHeader *>(object)->distance = 0;
+}
+
+// The block of an object of such a class; NULL when it has a block of its own.
+inline SharedBlock *blockOf(void *object) {
+  const uint32_t distance = static_cast<const PartHeader *>(object)->distance;
+  return distance == 0 ? nullptr : reinterpret_cast<SharedBlock *>(static_cast<char *>(object) - distance);
+}
+
+// Whether an object of such a class is in a block.
+inline bool isIn(const SharedBlock *block, const void *object) {
+  const uint32_t distance = static_cast<const PartHeader *>(object)->distance;
+  return static_cast<const char *>(object) - distance == reinterpret_cast<const char *>(block);
+}
+
+// Takes destroyed objects out of their block, and frees it after the last one. Its objects may be released by
+// different threads.
+inline void leaveBlock(SharedBlock *block, uint32_t count) {
+  if (__atomic_sub_fetch(&block->living, count, __ATOMIC_ACQ_REL) == 0) ztm_free(block);
+}
+
+// Frees the memory of a destroyed object of such a class, or its part of a shared block.
+inline void freePart(void *object) {
+  SharedBlock *block = blockOf(object);
+  if (block == nullptr) {
+    ztm_free(object);
+  } else {
+    leaveBlock(block, 1);
+  }
+}
+
+// The same for an object of any class.
+void freeObject(void *object);
+
+// Frees the memory of several destroyed objects of such classes. Those of one block leave it together.
+class FreedObjects {
+ public:
+  FreedObjects() = default;
+  ~FreedObjects() {
+    if (block != nullptr) leaveBlock(block, count);
+  }
+  FreedObjects(const FreedObjects &) = delete;
+  FreedObjects &operator=(const FreedObjects &) = delete;
+
+  void add(void *object) {
+    SharedBlock *its = blockOf(object);
+    if (its == nullptr) return ztm_free(object);
+    if (its != block) {
+      if (block != nullptr) leaveBlock(block, count);
+      block = its;
+      count = 0;
+    }
+    ++count;
+  }
+
+ private:
+  SharedBlock *block = nullptr;
+  uint32_t count = 0;
+};
+
+}  // namespace ztcore
+
+#endif
