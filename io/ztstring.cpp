@@ -1,11 +1,14 @@
 #include "io/ztstring.h"
 
+#include "containers/ztchars.hh"
 #include "containers/ztcompare.hh"
+#include "containers/ztown.hh"
 #include "core/ztbasec.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
+#include "core/ztshared.hh"
 #include "core/ztthread.hh"
 #include "io/ztclaims.hh"
 #include "io/ztfile.h"
@@ -71,9 +74,25 @@ static bool setOwnBytes(ztCharArray *buffer, const char *text, size_t size) {
   return done;
 }
 
+// The text may be the buffer's own.
+static bool setPlainly(ztCharArray *buffer, const char *text) {
+  const size_t size = strlen(text) + 1;
+  if (size == static_cast<size_t>(buffer->count)) {
+    memmove(buffer->data, text, size);
+    return true;
+  }
+  void *block = size > INT32_MAX ? nullptr : ztm_alloc(static_cast<int32_t>(size));
+  if (block == nullptr) return false;
+  memcpy(block, text, size);
+  replaceChars(buffer, block, static_cast<int32_t>(size));
+  return true;
+}
+
 static void *stringSet(ztString &string, const char *text) {
   ztCharArray *buffer = string.buffer;
   if (buffer == nullptr) return nullptr;
+  if (text != nullptr && hasChars(buffer) && sizesCharsPlainly())
+    return setPlainly(buffer, text) ? &string : nullptr;
   if (text == nullptr) return resizeBuffer(buffer, 0) ? &string : nullptr;
   const size_t size = strlen(text) + 1;
   const bool done =
@@ -81,8 +100,46 @@ static void *stringSet(ztString &string, const char *text) {
   return done ? &string : nullptr;
 }
 
+static const char *stringGet(const ztString &string);
+static uint32_t stringLength(const ztString &string);
+
+// Whether a string has a text, which functions of the library read.
+static bool hasPlainText(const ztString &string) {
+  const ztStringMethods *methods = ztString_of(&string);
+  return methods->get == method<stringGet> && methods->length == method<stringLength> &&
+         string.buffer != nullptr && hasChars(string.buffer) && string.buffer->count > 0;
+}
+
+static const char *dataIn(const ztCharArray *buffer) {
+  return static_cast<const char *>(buffer->data);
+}
+
+// Whether both strings have a text, and appending is a matter of their blocks only.
+static bool catsPlainly(const ztString &string, const ztString &other) {
+  return sizesCharsPlainly() && hasPlainText(string) && hasPlainText(other);
+}
+
+static bool catPlainly(ztCharArray *buffer, size_t length, const char *other, size_t otherLength) {
+  const size_t size = length + otherLength + 1;
+  auto *block = size > INT32_MAX ? nullptr : static_cast<char *>(ztm_alloc(static_cast<int32_t>(size)));
+  if (block == nullptr) return false;
+  memcpy(block, buffer->data, length);
+  // Copied before the old block goes, because the other may be this string.
+  memcpy(block + length, other, otherLength + 1);
+  replaceChars(buffer, block, static_cast<int32_t>(size));
+  return true;
+}
+
 static void *stringCat(ztString &string, const void *other) {
   if (other == nullptr) return nullptr;
+  const auto &added = *static_cast<const ztString *>(other);
+  if (catsPlainly(string, added)) {
+    const char *text = dataIn(added.buffer);
+    const size_t length = strlen(dataIn(string.buffer));
+    const size_t addedLength = strlen(text);
+    if (length > 0 && addedLength > 0 && length + addedLength >= static_cast<size_t>(string.buffer->count))
+      return catPlainly(string.buffer, length, text, addedLength) ? &string : nullptr;
+  }
   const ztStringMethods *methods = ztString_of(&string);
   const ztStringMethods *otherMethods = ztString_of(other);
   const size_t length = methods->length(&string);
@@ -130,13 +187,27 @@ static int32_t stringIsMajor(const ztString &string, const void *other) {
 
 using StringParts = Parts<&ztBaseClass_table, Part<&ztString::buffer, ztCharArray_ctor>>;
 
+static int32_t createPlainly(ztString &string) {
+  string.buffer = static_cast<ztCharArray *>(ztm_alloc(sizeof(ztCharArray)));
+  if (string.buffer == nullptr) return 0;
+  void *text = ztm_alloc(initialSize);
+  fillChars(string.buffer, text, text == nullptr ? 0 : initialSize);
+  if (text == nullptr) return 0;
+  memset(text, 0, initialSize);
+  return 1;
+}
+
 static int32_t stringCreate(ztString &string) {
+  ownBlock(&string);
+  if (createsCharsPlainly()) return createPlainly(string);
   if (!StringParts::create(string)) return 0;
   return ztCharArray_of(string.buffer)->setSize(string.buffer, initialSize) != 0;
 }
 
 static void *stringClone(const ztString &string, void *target) {
-  return StringParts::clone(string, target);
+  void *copy = StringParts::clone(string, target);
+  if (copy != nullptr) ownBlock(copy);
+  return copy;
 }
 
 static int32_t stringAssign(ztString &string, const void *other) {
@@ -152,7 +223,57 @@ static int32_t stringAssign(ztString &string, const void *other) {
 
 static void stringDestroy(ztString &string) {
   ztBaseClass_table()->destroy(&string);
-  releasePart(string.buffer);
+  ztCharArray *buffer = string.buffer;
+  if (buffer == nullptr || !releasesCharsPlainly(buffer)) return releasePart(string.buffer);
+  string.buffer = nullptr;
+  freeChars(buffer);
+}
+
+// Besides its release, which the caller checks.
+static bool endsPlainly(const ztString &string) {
+  return string.buffer != nullptr && releasesCharsPlainly(string.buffer) &&
+         ztBaseClass_table()->destroy == baseDestroy;
+}
+
+static bool endStringPlainly(void *object) {
+  const auto &string = *static_cast<const ztString *>(object);
+  if (!endsPlainly(string)) return false;
+  freeChars(string.buffer);
+  freePart(object);
+  return true;
+}
+
+bool ztcore::releasesPlainly(const ztString *string) {
+  return ztOOP_classOf(string) == ztStringClass_Instance() && endsByRelease(string) &&
+         ztString_of(string)->destroy == method<stringDestroy> && endsPlainly(*string);
+}
+
+void ztcore::freeString(ztString *string, FreedObjects *freed) {
+  ztm_free(string->buffer->data);
+  freed->add(string->buffer);
+  freed->add(string);
+}
+
+bool ztcore::copiesTextsPlainly() {
+  const ztStringMethods *methods = ztString_table();
+  return methods->clone == method<stringClone> && methods->destroy == method<stringDestroy> &&
+         methods->unRef == method<baseUnRef> && ztBaseClass_table()->destroy == baseDestroy &&
+         copiesCharsPlainly();
+}
+
+bool StringWithChars::make(SharedBlock *block, const char *text) {
+  const size_t size = strlen(text) + 1;
+  void *bytes = size > INT32_MAX ? nullptr : ztm_alloc(static_cast<int32_t>(size));
+  if (bytes == nullptr) return false;
+  memcpy(bytes, text, size);
+  objectMade(&string);
+  string.klass = ztStringClass_Instance();
+  string.refCount = 1;
+  string.buffer = &chars;
+  addToBlock(block, &string);
+  fillChars(&chars, bytes, static_cast<int32_t>(size));
+  addToBlock(block, &chars);
+  return true;
 }
 
 static int32_t stringWrite(const ztString &string, void *file) {
@@ -343,6 +464,7 @@ static void stringClassDestroy(void *) {
 }
 
 static void stringFunctions(ztStringFunctions *functions) {
+  endPlainly(PlainEnd::strings, method<stringDestroy>, endStringPlainly);
   functions->classInit = stringClassInit;
   functions->classDestroy = stringClassDestroy;
   functions->newString = stringNewString;

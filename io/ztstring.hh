@@ -3,6 +3,7 @@
 #define ZT_IO_ZTSTRING_HH
 
 #include "core/ztbasec.hh"
+#include "core/ztshared.hh"
 #include "io/ztstring.h"
 
 #include <string.h>
@@ -37,6 +38,24 @@ inline const char *textOf(const void *string) {
   if (!isOwnBuffer(buffer)) return textOfForeign(buffer);
   return buffer->count == 0 ? "" : static_cast<const char *>(buffer->data);
 }
+
+// A string and its buffer in a shared block. The text has a block of its own.
+struct StringWithChars {
+  ztString string;
+  ztCharArray chars;
+
+  // False when memory is exhausted; the block then has no part more.
+  bool make(SharedBlock *block, const char *text);
+};
+
+// Whether copying a text in the form of a ztString, and releasing the copy, calls only functions of the library.
+bool copiesTextsPlainly();
+
+// Whether the release of a string ends it, and calls only functions of the library.
+bool releasesPlainly(const ztString *string);
+
+// Frees such a string.
+void freeString(ztString *string, FreedObjects *freed);
 
 // Compares two strings by their text: 0, 1 or -1. NULL sorts first.
 inline int32_t compareStrings(const void *first, const void *second) {
