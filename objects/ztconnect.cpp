@@ -6,6 +6,7 @@
 #include "core/ztmethod.hh"
 #include "io/zttxtfile.h"
 #include "objects/ztdelivery.hh"
+#include "objects/ztmaps.hh"
 #include "objects/ztobjbase.hh"
 #include "objects/ztslots.hh"
 #include "objects/ztstrmap.hh"
@@ -14,6 +15,7 @@
 using namespace ztcore;
 
 static ztSignal *insertSignal(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
+  if (addsSignalsPlainly(signals)) return addSignalPlainly(signals, name, argumentCount);
   // Not created, because it is only a source to copy from.
   CopyableText ownName(name);
   ztSignal fresh;
@@ -49,6 +51,9 @@ static int32_t objectAddSlot(ztClass *, void *signal, void *receiver, const char
   ztSlotMap *slots = static_cast<ztSignal *>(signal)->slots;
   if (slots == nullptr || isBeingDestroyed(receiver) || findSlot(slots, receiver, function) != nullptr)
     return 0;
+  if (addsSlotsPlainly(slots)) {
+    return addSlotPlainly(slots, slotName == nullptr ? "" : slotName, receiver, function);
+  }
   // Not created, because it is only a source to copy from.
   CopyableText name(slotName);
   ztSlot slot;

@@ -10,7 +10,8 @@ using namespace ztcore;
 
 ztSignal *ztcore::findSignal(const void *object, const char *name) {
   if (object == nullptr) return nullptr;
-  return static_cast<ztSignal *>(findByName(static_cast<const ztObject *>(object)->signals, name));
+  return static_cast<ztSignal *>(
+      findByName(static_cast<const ztObject *>(object)->signals, ztSignalMap_compare_func, name));
 }
 
 void ztcore::forgetReceiver(const void *object) {
@@ -61,12 +62,9 @@ void ztcore::endDelivery(const Delivery &delivery) {
   }
 }
 
-// Calls nothing for a signal with more arguments than any slot takes.
+// More than one argument. Calls nothing for a signal with more arguments than any slot takes.
 static void callWithWord(void *receiver, ztSlotFunction function, uint32_t argumentCount, intptr_t first) {
   switch (argumentCount) {
-    case 0:  // a function without arguments ignores it; the slots of `connect` on "destroyed" need it
-    case 1:
-      return function.call1(receiver, first);
     case 2:
       return function.call2(receiver, first, 0);
     case 3:
@@ -91,10 +89,13 @@ static void callWithNumber(void *receiver, ztSlotFunction function, uint32_t arg
   }
 }
 
+// A function without arguments ignores the word; the slots of `connect` on "destroyed" need it.
 static void callSlot(const PendingSlot &slot, uint32_t argumentCount, const EmittedValue &value) {
   ztSlotFunction function;
   function.call0 = slot.function;
-  if (value.isNumber) {
+  if (!value.isNumber && argumentCount <= 1) [[likely]] {
+    function.call1(slot.receiver, value.word);
+  } else if (value.isNumber) {
     callWithNumber(slot.receiver, function, argumentCount, value.number);
   } else {
     callWithWord(slot.receiver, function, argumentCount, value.word);

@@ -4,14 +4,18 @@
 #include "core/ztcheck.hh"
 #include "core/ztkept.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
+#include "core/ztmem.h"
 #include "core/ztmethod.hh"
 #include "core/ztoop.hh"
 #include "core/ztparts.hh"
 #include "objects/ztconnect.hh"
 #include "objects/ztdelivery.hh"
+#include "objects/ztmaps.hh"
 #include "objects/ztobjbase.hh"
 #include "objects/ztobjprops.hh"
 #include "objects/ztstatics.hh"
+#include "objects/ztstrmap.hh"
 #include "objects/ztwatch.hh"
 
 using namespace ztcore;
@@ -33,13 +37,69 @@ static void clearReserved(const ztClass *klass) {
 }
 
 // A copy has no connections.
-using ObjectParts = Parts<&ztBaseClass_table, PartNotCopied<&ztObject::signals, ztSignalMap_ctor>,
-                          Part<&ztObject::dynamicProperties, ztPropertyMap_ctor>>;
+using ObjectParts = Parts<&ztBaseClass_table,
+                          MapPart<PartNotCopied<&ztObject::signals, ztSignalMap_ctor>, &ztObject::signals,
+                                  releasesSignalsPlainly, freeSignals>,
+                          MapPart<Part<&ztObject::dynamicProperties, ztPropertyMap_ctor>,
+                                  &ztObject::dynamicProperties, releasesPropertiesPlainly, freeProperties>>;
+
+namespace {
+
+// Both maps of an object in one block.
+struct MapsOfObject : SharedBlock {
+  MapWithTree<ztSignalMap> signals;
+  MapWithTree<ztPropertyMap> properties;
+};
+
+}  // namespace
+
+static MapsOfObject newMaps;
+static bool hasNewMaps;
+
+// Out of line, because it runs once.
+[[gnu::noinline]] static bool takeNewMaps() {
+  // Objects of a class that is not registered yet register it.
+  if (!isNameTaken(ztSignalMap_classname_) || !isNameTaken(ztPropertyMap_classname_)) return false;
+  if (!isNameTaken(ztAvlTree_classname_)) return false;
+  const Locked locked(engineLock);
+  if (hasNewMaps) return true;
+  auto *signals = newObject<ztSignalMap>(ztSignalMap_ctor);
+  auto *properties = newObject<ztPropertyMap>(ztPropertyMap_ctor);
+  const bool isWhole = signals != nullptr && properties != nullptr;
+  if (isWhole) {
+    newMaps.signals.take(&newMaps, *signals);
+    newMaps.properties.take(&newMaps, *properties);
+    __atomic_store_n(&hasNewMaps, true, __ATOMIC_RELEASE);
+  }
+  releasePart(signals);
+  releasePart(properties);
+  return isWhole;
+}
+
+// Whether nobody can notice that both maps are made at once.
+[[gnu::flatten]] static bool makesMapsTogether() {
+  return createsMapsPlainly() && createsSignalMapsPlainly() && createsPropertyMapsPlainly() &&
+         (__atomic_load_n(&hasNewMaps, __ATOMIC_ACQUIRE) || takeNewMaps());
+}
+
+static bool makeMapsTogether(ztObject &self) {
+  self.signals = nullptr;
+  self.dynamicProperties = nullptr;
+  auto *maps = static_cast<MapsOfObject *>(ztm_alloc(sizeof(MapsOfObject)));
+  if (maps == nullptr) return false;
+  maps->living = newMaps.living;
+  maps->signals.copy(newMaps.signals);
+  maps->properties.copy(newMaps.properties);
+  objectMade(&maps->signals.map, &maps->signals.tree, &maps->properties.map, &maps->properties.tree);
+  self.signals = &maps->signals.map;
+  self.dynamicProperties = &maps->properties.map;
+  return true;
+}
 
 static int32_t objectCreate(ztObject &self) {
   self.flags = firstFlags();
   self.sender = nullptr;
-  return ObjectParts::create(self);
+  return makesMapsTogether() ? makeMapsTogether(self) : ObjectParts::create(self);
 }
 
 static void *objectClone(const ztObject &object, void *target) {
@@ -48,6 +108,36 @@ static void *objectClone(const ztObject &object, void *target) {
   copy->flags = firstFlags();
   copy->sender = nullptr;
   return copy;
+}
+
+// Whether an object has no signals and no dynamic properties, and nobody can notice how its maps are released.
+static bool endsPlainly(const ztObject &object) {
+  return object.signals != nullptr && object.dynamicProperties != nullptr && isEmptyMap(object.signals) &&
+         isEmptyMap(object.dynamicProperties) &&
+         releasesPlainly(asMap(object.signals), ztSignalMapClass_Instance()) &&
+         releasesPlainly(asMap(object.dynamicProperties), ztPropertyMapClass_Instance()) &&
+         releasesMapsPlainly() && ztBaseClass_table()->destroy == baseDestroy;
+}
+
+static void freeMaps(ztObject &object) {
+  SharedBlock *block = blockOf(object.signals);
+  const bool isOne = isIn(block, object.signals->tree) && isIn(block, object.dynamicProperties) &&
+                     isIn(block, object.dynamicProperties->tree);
+  if (isOne) {
+    leaveBlock(block, 4);
+  } else {
+    FreedObjects freed;
+    freeMap(asMap(object.signals), &freed);
+    freeMap(asMap(object.dynamicProperties), &freed);
+  }
+  object.signals = nullptr;
+  object.dynamicProperties = nullptr;
+}
+
+// What every object does at its end, while its maps are still there.
+static void leaveThread(ztObject &object) {
+  ObjectWatch::objectDestroyed(&object);
+  forgetReceiver(&object);
 }
 
 // If an exception of a slot interrupts a destruction, the next one completes it.
@@ -61,10 +151,20 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   object.flags |= objectBeingDestroyed;
   clearReserved(object.klass);
   leavePeers(&object, again);
-  ObjectWatch::objectDestroyed(&object);
-  forgetReceiver(&object);
+  leaveThread(object);
   ObjectParts::destroy(object);
   endCall(mark.mark);
+}
+
+// No function of a host runs meanwhile, so the destruction needs no record.
+[[gnu::flatten]] static bool endObjectPlainly(void *ended) {
+  auto &object = *static_cast<ztObject *>(ended);
+  if (isBeingDestroyed(ended) || !endsPlainly(object)) return false;
+  clearReserved(object.klass);
+  leaveThread(object);
+  freeMaps(object);
+  ztm_free(ended);
+  return true;
 }
 
 static void *objectGetSender(const ztObject &object) {
@@ -81,8 +181,9 @@ static void forgetSender(void *object) {
 
 static void objectFunctions(ztClassFunctions *functions) {
   keepRegistered(Kept::declarations, releaseStaticProperties, forgetStaticProperties);
-  releaseCheck = checkRelease;
+  if (checksThreads) releaseCheck = checkRelease;
   leaveReceiver = forgetSender;
+  endPlainly(PlainEnd::objects, method<objectDestroy>, endObjectPlainly);
   functions->classInit = objectClassInit;
   functions->classDestroy = objectClassDestroy;
 }

@@ -8,6 +8,10 @@
  * A signal is delivered inside the call that emits it, to the slots that were connected when the call began. A
  * slot may do anything: connect and disconnect, emit, or release its receiver, the emitter and any other
  * object. A slot that is disconnected or whose receiver is destroyed before its turn is not called.
+ *
+ * The two maps of an object, a signal with its name and slots, and a slot with its name may share a block of
+ * memory. Each of them is an object: reference, release, replace or take it as any other. But do not free it with
+ * ztm_free(), and do not move its bytes.
  */
 #ifndef ZT_OBJECTS_ZTOBJECT_H
 #define ZT_OBJECTS_ZTOBJECT_H

@@ -27,8 +27,8 @@ static int32_t createProperty(ztObject &object, const char *name, const char *ty
 }
 
 static ztProperty *findProperty(const ztObject &object, const char *name) {
-  void *found = findByName(staticMapOf(object.klass), name);
-  if (found == nullptr) found = findByName(object.dynamicProperties, name);
+  void *found = findByName(staticMapOf(object.klass), ztPropertyMap_compare_func, name);
+  if (found == nullptr) found = findByName(object.dynamicProperties, ztPropertyMap_compare_func, name);
   return static_cast<ztProperty *>(found);
 }
 

@@ -10,6 +10,7 @@
 #include "core/ztoop.hh"
 #include "core/ztparts.hh"
 #include "core/zttext.hh"
+#include "objects/ztmaps.hh"
 #include "objects/ztproperty.hh"
 #include "objects/ztstrmap.hh"
 #include "support/ztcutils.h"
@@ -116,7 +117,7 @@ void ztcore::releasePropertyTypes() {
 
 static ztClass *propertyGetPropertyTypeClass(const void *, const char *typeClassName) {
   const Locked locked(engineLock, Locked::hostsCode);
-  return static_cast<ztClass *>(findByName(propertyTypes, typeClassName));
+  return static_cast<ztClass *>(findByName(propertyTypes, ztPropertyTypeMap_key_compare_func, typeClassName));
 }
 
 ztClass *ztcore::propertyTypeOf(const char *typeName) {
@@ -127,7 +128,7 @@ ztClass *ztcore::propertyTypeOf(const char *typeName) {
 void ztcore::forgetPropertyType(const ztClass *klass) {
   const Locked locked(engineLock, Locked::hostsCode);
   // A type is stored under the name of its class.
-  if (findByName(propertyTypes, klass->name) != klass) return;
+  if (findByName(propertyTypes, ztPropertyTypeMap_key_compare_func, klass->name) != klass) return;
   const BorrowedText key(klass->name);
   ztPropertyTypeMap_of(propertyTypes)->pop(propertyTypes, key.get());
 }
@@ -185,6 +186,19 @@ static int32_t propertyMapCreate(void *object) {
   methods->setValueSize(object, sizeof(ztProperty), 0);
   methods->setValueCompareFunction(object, ztPropertyMap_compare_func);
   return 1;
+}
+
+bool ztcore::createsPropertyMapsPlainly() {
+  return createsPlainly(ztPropertyMapClass_Instance(), propertyMapCreate);
+}
+
+bool ztcore::releasesPropertiesPlainly(const ztPropertyMap *properties) {
+  return releasesPlainly(asMap(properties), ztPropertyMapClass_Instance()) &&
+         properties->tree->root == nullptr;
+}
+
+void ztcore::freeProperties(ztPropertyMap *properties, FreedObjects *freed) {
+  freeMap(asMap(properties), freed);
 }
 
 static void propertyMapMethods(ztPropertyMapMethods *methods) {

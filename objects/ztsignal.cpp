@@ -1,10 +1,15 @@
 #include "objects/ztsignal.h"
 
+#include "containers/ztown.hh"
 #include "core/ztbasec.hh"
 #include "core/ztcalls.hh"
 #include "core/ztlayout.hh"
+#include "core/ztlock.hh"
+#include "core/ztmem.h"
 #include "core/ztmethod.hh"
+#include "core/ztoop.hh"
 #include "core/ztparts.hh"
+#include "objects/ztmaps.hh"
 #include "objects/ztstrmap.hh"
 
 using namespace ztcore;
@@ -12,16 +17,20 @@ using namespace ztcore;
 ZT_PIN_CLASS(ztSignal, 40, 16);
 
 // A signal that is not yet in an object's map has no slot map.
-using SignalParts = Parts<&ztBaseClass_table, Part<&ztSignal::name, ztString_ctor>, Part<&ztSignal::slots>>;
+using SignalParts = Parts<&ztBaseClass_table, Part<&ztSignal::name, ztString_ctor>,
+                          MapPart<Part<&ztSignal::slots>, &ztSignal::slots, releasesSlotsPlainly, freeSlots>>;
 
 static int32_t signalCreate(ztSignal &signal) {
+  ownBlock(&signal);
   signal.argumentCount = 0;
   signal.blocked = 0;
   return SignalParts::create(signal);
 }
 
 static void *signalClone(const ztSignal &signal, void *target) {
-  return SignalParts::clone(signal, target);
+  void *copy = SignalParts::clone(signal, target);
+  if (copy != nullptr) ownBlock(copy);
+  return copy;
 }
 
 static void forgetDeliveries(const ztSignal &signal) {
@@ -35,6 +44,31 @@ static void signalDestroy(ztSignal &signal) {
   SignalParts::destroy(signal);
 }
 
+// Besides its release, which the caller checks, and what all maps have in common.
+static bool endsPlainly(const ztSignal &signal) {
+  return signal.name != nullptr && signal.slots != nullptr && releasesPlainly(signal.name) &&
+         releasesSlotsPlainly(signal.slots) && ztBaseClass_table()->destroy == baseDestroy;
+}
+
+static void freeSignal(ztSignal *signal, FreedObjects *freed) {
+  forgetDeliveries(*signal);
+  freeString(signal->name, freed);
+  freeSlots(signal->slots, freed);
+  freed->add(signal);
+}
+
+static bool endSignalPlainly(void *object) {
+  auto *signal = static_cast<ztSignal *>(object);
+  if (!releasesMapsPlainly() || !endsPlainly(*signal)) return false;
+  FreedObjects freed;
+  freeSignal(signal, &freed);
+  return true;
+}
+
+static void signalFunctions(ztClassFunctions *) {
+  endPlainly(PlainEnd::signals, method<signalDestroy>, endSignalPlainly);
+}
+
 static void signalMethods(ztSignalMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, method<signalCreate>);
   ZT_OVERRIDE_METHOD(methods, clone, method<signalClone>);
@@ -42,7 +76,7 @@ static void signalMethods(ztSignalMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, destroy, method<signalDestroy>);
 }
 
-ZT_DEFINE_CLASS(ztSignal, ztBaseClass, signalMethods)
+ZT_DEFINE_CLASS_FULL(ztSignal, ztBaseClass, signalMethods, 1, ztClassFunctions, signalFunctions)
 
 static int32_t signalMapCreate(void *object) {
   if (!ztMap_table()->create(object)) return 0;
@@ -52,6 +86,119 @@ static int32_t signalMapCreate(void *object) {
   methods->setValueSize(object, sizeof(ztSignal), 0);
   methods->setValueCompareFunction(object, ztSignalMap_compare_func);
   return 1;
+}
+
+bool ztcore::createsSignalMapsPlainly() {
+  return createsPlainly(ztSignalMapClass_Instance(), signalMapCreate);
+}
+
+static ztSignal *signalOf(const ztMapItem *item) {
+  return static_cast<ztSignal *>(item->value);
+}
+
+static bool hasPlainSignal(const ztMapItem *item) {
+  const ztSignal *signal = signalOf(item);
+  return item->data != nullptr && signal != nullptr &&
+         releasesPlainly(static_cast<const ztString *>(item->data)) &&
+         ztOOP_classOf(signal) == ztSignalClass_Instance() && endsByRelease(signal) &&
+         ztSignal_of(signal)->destroy == method<signalDestroy> && endsPlainly(*signal);
+}
+
+bool ztcore::releasesSignalsPlainly(const ztSignalMap *signals) {
+  return releasesPlainly(asMap(signals), ztSignalMapClass_Instance()) &&
+         signals->keyConstructor == ztString_ctor && signals->valueConstructor == ztSignal_ctor &&
+         arePlain(signals->tree->root, hasPlainSignal);
+}
+
+void ztcore::freeSignals(ztSignalMap *signals, FreedObjects *freed) {
+  freeItems(signals->tree->root, [=](ztMapItem *item) {
+    freeString(static_cast<ztString *>(item->data), freed);
+    freeSignal(signalOf(item), freed);
+  });
+  freeMap(asMap(signals), freed);
+}
+
+namespace {
+
+// A signal in a map, with its names and the map of its slots.
+struct SignalBlock : SharedBlock {
+  ztSignal signal;
+  StringWithChars name;
+  StringWithChars key;
+  MapWithTree<ztSlotMap> slots;
+};
+
+}  // namespace
+
+static SignalBlock newSignal;
+static bool hasNewSignal;
+
+// Objects of a class that is not registered yet register it.
+static bool areRegistered() {
+  return isNameTaken(ztSignal_classname_) && isNameTaken(ztString_classname_) &&
+         isNameTaken(ztSlotMap_classname_) && isNameTaken(ztAvlTree_classname_);
+}
+
+// Out of line, because it runs once.
+[[gnu::noinline]] static bool takeNewSignal() {
+  if (!areRegistered()) return false;
+  const Locked locked(engineLock);
+  if (hasNewSignal) return true;
+  auto *slots = newObject<ztSlotMap>(ztSlotMap_ctor);
+  if (slots == nullptr) return false;
+  ztSlotMap_of(slots)->setAllowDuplicate(slots, 1);
+  newSignal.slots.take(&newSignal, *slots);
+  __atomic_store_n(&hasNewSignal, true, __ATOMIC_RELEASE);
+  ztSlotMap_of(slots)->unRef(slots);
+  return true;
+}
+
+// Whether signals are what a new one would be copied as: objects of the library's class, which copies and releases
+// them.
+static bool keepsOwnSignals(const ztSignalMap *signals) {
+  const ztSignalMethods *methods = ztSignal_table();
+  return signals->keyConstructor == ztString_ctor && signals->valueConstructor == ztSignal_ctor &&
+         signals->tree->compareFunction == ztSignalMap_compare_func &&
+         methods->clone == method<signalClone> && methods->unRef == method<baseUnRef> &&
+         methods->destroy == method<signalDestroy>;
+}
+
+bool ztcore::addsSignalsPlainly(const ztSignalMap *signals) {
+  return insertsPlainly(asMap(signals), ztSignalMapClass_Instance()) && keepsOwnSignals(signals) &&
+         copiesTextsPlainly() && createsMapsPlainly() && createsSlotMapsPlainly() &&
+         allowsDuplicatesPlainly(ztSlotMapClass_Instance()) &&
+         (__atomic_load_n(&hasNewSignal, __ATOMIC_ACQUIRE) || takeNewSignal());
+}
+
+static SignalBlock *makeSignal(const char *name, uint32_t argumentCount) {
+  auto *block = static_cast<SignalBlock *>(ztm_alloc(sizeof(SignalBlock)));
+  if (block == nullptr) return nullptr;
+  block->living = newSignal.living;
+  block->slots.copy(newSignal.slots);
+  objectMade(&block->slots.map, &block->slots.tree);
+  ztSignal *signal = &block->signal;
+  ztSignal_ctor(signal, 0);
+  addToBlock(block, signal);
+  signal->name = &block->name.string;
+  signal->slots = &block->slots.map;
+  signal->argumentCount = argumentCount;
+  signal->blocked = 0;
+  if (block->name.make(block, name)) {
+    if (block->key.make(block, name)) return block;
+    ztm_free(block->name.chars.data);
+  }
+  ztm_free(block);
+  return nullptr;
+}
+
+ztSignal *ztcore::addSignalPlainly(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
+  SignalBlock *block = makeSignal(name, argumentCount);
+  if (block == nullptr) return nullptr;
+  if (insertPlainly(asMap(signals), &block->key.string, &block->signal) != nullptr) return &block->signal;
+  ztm_free(block->name.chars.data);
+  ztm_free(block->key.chars.data);
+  ztm_free(block);
+  return nullptr;
 }
 
 static void signalMapMethods(ztSignalMapMethods *methods) {

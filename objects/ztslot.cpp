@@ -1,11 +1,17 @@
 #include "objects/ztslot.h"
 
+#include "containers/ztavltree.hh"
 #include "containers/ztcompare.hh"
+#include "containers/ztown.hh"
 #include "core/ztbasec.hh"
 #include "core/ztcalls.hh"
 #include "core/ztlayout.hh"
+#include "core/ztmem.h"
 #include "core/ztmethod.hh"
 #include "core/ztparts.hh"
+#include "io/ztstring.hh"
+#include "objects/ztmaps.hh"
+#include "objects/ztslots.hh"
 
 using namespace ztcore;
 
@@ -14,13 +20,38 @@ ZT_PIN_CLASS(ztSlot, 40, 16);
 using SlotParts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
 
 static int32_t slotCreate(ztSlot &slot) {
+  ownBlock(&slot);
   slot.receiver = nullptr;
   slot.function.call0 = nullptr;
   return SlotParts::create(slot);
 }
 
 static void *slotClone(const ztSlot &slot, void *target) {
-  return SlotParts::clone(slot, target);
+  void *copy = SlotParts::clone(slot, target);
+  if (copy != nullptr) ownBlock(copy);
+  return copy;
+}
+
+// Besides its release, which the caller checks.
+static bool endsPlainly(const ztSlot &slot) {
+  return slot.name != nullptr && releasesPlainly(slot.name) && ztBaseClass_table()->destroy == baseDestroy;
+}
+
+static void freeSlot(ztSlot *slot, FreedObjects *freed) {
+  freeString(slot->name, freed);
+  freed->add(slot);
+}
+
+static bool endSlotPlainly(void *object) {
+  auto *slot = static_cast<ztSlot *>(object);
+  if (!endsPlainly(*slot)) return false;
+  FreedObjects freed;
+  freeSlot(slot, &freed);
+  return true;
+}
+
+static void slotFunctions(ztClassFunctions *) {
+  endPlainly(PlainEnd::slots, method<SlotParts::destroy<ztSlot>>, endSlotPlainly);
 }
 
 static void slotMethods(ztSlotMethods *methods) {
@@ -30,7 +61,7 @@ static void slotMethods(ztSlotMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, destroy, method<SlotParts::destroy<ztSlot>>);
 }
 
-ZT_DEFINE_CLASS(ztSlot, ztBaseClass, slotMethods)
+ZT_DEFINE_CLASS_FULL(ztSlot, ztBaseClass, slotMethods, 1, ztClassFunctions, slotFunctions)
 
 static int32_t slotMapCreate(void *object) {
   if (!ztMap_table()->create(object)) return 0;
@@ -47,6 +78,99 @@ static int32_t slotMapCreate(void *object) {
 static void slotMapDeleteItem(void *object, void *item) {
   ztMap_table()->deleteItem(object, item);
   if (thisThread.calls != nullptr) ++thisThread.calls->removals;
+}
+
+bool ztcore::createsSlotMapsPlainly() {
+  return createsPlainly(ztSlotMapClass_Instance(), slotMapCreate);
+}
+
+static bool hasPlainSlot(const ztMapItem *item) {
+  const ztSlot *slot = slotOf(item);
+  return slot != nullptr && ztOOP_classOf(slot) == ztSlotClass_Instance() && endsByRelease(slot) &&
+         ztSlot_of(slot)->destroy == method<SlotParts::destroy<ztSlot>> && endsPlainly(*slot);
+}
+
+static void freeSlotOf(ztMapItem *item, FreedObjects *freed) {
+  freeSlot(slotOf(item), freed);
+  if (thisThread.calls != nullptr) ++thisThread.calls->removals;
+}
+
+static bool ownsSlotsOnly(const ztSlotMap *slots) {
+  return slots->keyConstructor == nullptr && slots->keyByPointer != 0 &&
+         slots->valueConstructor == ztSlot_ctor;
+}
+
+bool ztcore::releasesSlotsPlainly(const ztSlotMap *slots) {
+  return releasesPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) &&
+         ownsSlotsOnly(slots) && arePlain(slots->tree->root, hasPlainSlot);
+}
+
+void ztcore::freeSlots(ztSlotMap *slots, FreedObjects *freed) {
+  freeItems(slots->tree->root, [=](ztMapItem *item) { freeSlotOf(item, freed); });
+  freeMap(asMap(slots), freed);
+}
+
+bool ztcore::popsSlotsPlainly(const ztSlotMap *slots) {
+  return popsPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) && ownsSlotsOnly(slots) &&
+         slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr;
+}
+
+bool ztcore::popSlotPlainly(ztSlotMap *slots, const void *receiver) {
+  auto *item = reinterpret_cast<ztMapItem *>(takeOut(*slots->tree, receiver));
+  if (item == nullptr) return false;
+  if (!endsPlainly(item) || !hasPlainSlot(item)) {
+    ztSlotMap_of(slots)->deleteItem(slots, item);
+    return true;
+  }
+  FreedObjects freed;
+  freeSlotOf(item, &freed);
+  ztm_free(item);
+  return true;
+}
+
+namespace {
+
+// A slot in a map, with its name.
+struct SlotBlock : SharedBlock {
+  ztSlot slot;
+  StringWithChars name;
+};
+
+}  // namespace
+
+// Whether slots are what a new one would be copied as: objects of the library's class, which copies and releases
+// them.
+static bool keepsOwnSlots(const ztSlotMap *slots) {
+  const ztSlotMethods *methods = ztSlot_table();
+  return slots->keyConstructor == nullptr && slots->keyByPointer != 0 &&
+         slots->valueConstructor == ztSlot_ctor && slots->tree->allowDuplicate != 0 &&
+         slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr &&
+         methods->clone == method<slotClone> && methods->unRef == method<baseUnRef> &&
+         methods->destroy == method<SlotParts::destroy<ztSlot>>;
+}
+
+bool ztcore::addsSlotsPlainly(const ztSlotMap *slots) {
+  return insertsPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) && keepsOwnSlots(slots) &&
+         copiesTextsPlainly();
+}
+
+bool ztcore::addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, ztSlotFunction function) {
+  auto *block = static_cast<SlotBlock *>(ztm_alloc(sizeof(SlotBlock)));
+  if (block == nullptr) return false;
+  block->living = 0;
+  ztSlot *slot = &block->slot;
+  ztSlot_ctor(slot, 0);
+  addToBlock(block, slot);
+  slot->name = &block->name.string;
+  slot->receiver = receiver;
+  slot->function = function;
+  if (!block->name.make(block, name)) {
+    ztm_free(block);
+    return false;
+  }
+  if (insertPlainly(asMap(slots), receiver, slot) != nullptr) return true;
+  ztSlot_of(slot)->unRef(slot);
+  return false;
 }
 
 static void slotMapMethods(ztSlotMapMethods *methods) {

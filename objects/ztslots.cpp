@@ -1,6 +1,7 @@
 #include "objects/ztslots.hh"
 
 #include "containers/ztavltree.h"
+#include "containers/ztcompare.hh"
 #include "containers/ztmapiter.h"
 
 #include <utility>
@@ -64,17 +65,33 @@ class ReceiverSlots {
 
 }  // namespace
 
-ztMapItem *ztcore::findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function) {
-  ReceiverSlots candidates(slots, receiver);
-  for (; candidates.item() != nullptr; candidates.next()) {
-    const ztSlot *slot = slotOf(candidates.item());
-    if (slot->receiver == receiver && isSameSlot(slot->function, function)) return candidates.item();
+// The first item in map order below this one. Items of one receiver lie together, but on both sides of each other.
+static ztAvlTreeItem *findBelow(ztAvlTreeItem *item, const void *receiver, ztSlotFunction function) {
+  while (item != nullptr) {
+    const int32_t order = compareWords<uintptr_t>(item->data, receiver);
+    if (order == 0) {
+      ztAvlTreeItem *earlier = findBelow(item->left, receiver, function);
+      if (earlier != nullptr) return earlier;
+      const ztSlot *slot = slotOf(mapItem(item));
+      if (slot->receiver == receiver && isSameSlot(slot->function, function)) return item;
+    }
+    item = order > 0 ? item->left : item->right;
   }
   return nullptr;
 }
 
+ztMapItem *ztcore::findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function) {
+  if (slots == nullptr || slots->tree == nullptr) return nullptr;
+  return mapItem(findBelow(slots->tree->root, receiver, function));
+}
+
 void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
+  if (popsSlotsPlainly(slots)) {
+    while (popSlotPlainly(slots, receiver)) {
+    }
+    return;
+  }
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item.
   while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
@@ -104,11 +121,22 @@ static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *it
   return walk.item() != nullptr;
 }
 
+// What the library's `find` returns.
+static const void *topSlot(const ztSlotMap *slots, const void *receiver) {
+  const ztAvlTreeItem *item = slots->tree->root;
+  while (item != nullptr && item->data != receiver) {
+    item = compareWords<uintptr_t>(item->data, receiver) < 0 ? item->right : item->left;
+  }
+  return item;
+}
+
 // `pop` removes the item that `find` returns. So the unwanted slot is moved into that item, and the slots
 // between move by one item each, which keeps their order. In a map with a host's own order, `find` may return
 // none of the receiver's items: then nothing is removed.
 bool ztcore::removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
-  const void *first = ztSlotMap_of(slots)->find(slots, receiver);
+  const bool isPlain = popsSlotsPlainly(slots);
+  const void *first = isPlain ? topSlot(slots, receiver) : ztSlotMap_of(slots)->find(slots, receiver);
+  if (isPlain && first == unwanted) return popSlotPlainly(slots, receiver);
   if (!isAmong(slots, receiver, first)) return false;
   ReceiverSlots walk(slots, receiver);
   while (walk.item() != first && walk.item() != unwanted) walk.next();

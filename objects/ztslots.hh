@@ -17,6 +17,18 @@ inline bool isSameSlot(ztSlotFunction one, ztSlotFunction other) {
 // The item of a receiver's slot with that function. NULL when there is none, or for a NULL set.
 ztMapItem *findSlot(const ztSlotMap *slots, const void *receiver, ztSlotFunction function);
 
+// Whether adding a slot to a map calls only functions of the library.
+bool addsSlotsPlainly(const ztSlotMap *slots);
+
+// Adds a slot to such a map. False when memory is exhausted.
+bool addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, ztSlotFunction function);
+
+// Whether removing one slot calls only functions of the library, besides the slot's own.
+bool popsSlotsPlainly(const ztSlotMap *slots);
+
+// Removes the first slot of a receiver from such a map. False when there is none.
+bool popSlotPlainly(ztSlotMap *slots, const void *receiver);
+
 // Removes one slot of a receiver, by its item. False when the set keeps it.
 bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted);
 

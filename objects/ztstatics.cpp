@@ -202,7 +202,8 @@ static int32_t objectAddProperty(ztClass *klass, const char *name, const char *t
   ztPropertyMap *map = staticMapOf(klass);
   ztClass *type = propertyTypeOf(typeName);
   if (map == nullptr) ++lostDeclarations;
-  if (map == nullptr || type == nullptr || findByName(map, name) != nullptr) return 0;
+  if (map == nullptr || type == nullptr || findByName(map, ztPropertyMap_compare_func, name) != nullptr)
+    return 0;
 
   ztProperty property;
   bool complete = beginProperty(&property, name, type, sizeOfMap(map), klass->name);

@@ -26,11 +26,14 @@ inline int32_t sizeOfMap(const void *map) {
   return map == nullptr ? 0 : ztMap_of(map)->getSize(map);
 }
 
+// The stored value of a name in a map that is not empty, or NULL. `compare` is the library's compare function of the
+// map's class.
+void *findInMap(const ztMap &map, ztCompareFunc compare, const char *name);
+
 // The stored value of a name; NULL when there is none, or for a NULL map.
-inline void *findByName(const void *map, const char *name) {
+inline void *findByName(const void *map, ztCompareFunc compare, const char *name) {
   if (map == nullptr || name == nullptr || isEmptyMap(map)) return nullptr;
-  BorrowedText key(name);
-  return ztMap_of(map)->findValue(map, key.get());
+  return findInMap(*static_cast<const ztMap *>(map), compare, name);
 }
 
 // Inserts copies of the key and the value; returns what insertByName returns.
