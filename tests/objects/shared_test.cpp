@@ -1,0 +1,191 @@
+// An object's parts share blocks of memory. Each of them is still an object of its own.
+#include "containers/ztavltree.h"
+#include "containers/ztmapiter.h"
+#include "core/ztmem.h"
+#include "tests/objects/listeners.hh"
+
+#include <string.h>
+
+#include <thread>
+
+namespace {
+
+void take(void *, intptr_t) {}
+
+ztSlotFunction taking() {
+  ztSlotFunction function;
+  function.call1 = take;
+  return function;
+}
+
+// A sender with one connection, as the second of its kind: the first one of a process is made step by step.
+struct Connected {
+  Connected() {
+    connectTo(Object(), "warm", Object(), taking(), 1);
+    connectTo(sender, "changed", receiver, taking(), 1);
+  }
+  ztSignal *signal() {
+    return ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
+  }
+  ztMapItem *slotItem() {
+    return reinterpret_cast<ztMapItem *>(signal()->slots->tree->root);
+  }
+
+  Object sender;
+  Object receiver;
+};
+
+template <typename Part>
+Part *takeFrom(Part *&field) {
+  return std::exchange(field, nullptr);
+}
+
+}  // namespace
+
+TEST(SharedBlock, MapsThatAHostTookOutliveTheirObject) {
+  Object object;
+  ztSignalMap *signals = takeFrom(object.fields().signals);
+  ztPropertyMap *properties = takeFrom(object.fields().dynamicProperties);
+  object = Object();
+  EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 0);
+  const String key("key");
+  const Owned<ztSignal> value(ztSignal_ctor);
+  EXPECT_NE(ztSignalMap_of(signals)->pushBack(signals, key, value), nullptr);
+  release(signals);
+  EXPECT_EQ(ztPropertyMap_of(properties)->getSize(properties), 0);
+  release(properties);
+}
+
+TEST(SharedBlock, MapsThatAHostRefersToOutliveTheirObject) {
+  Object object;
+  ztSignalMap *signals = object.fields().signals;
+  for (int i = 0; i < 2; ++i) ztSignalMap_of(signals)->ref(signals);
+  object = Object();
+  EXPECT_EQ(signals->refCount, 2);
+  EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 0);
+  release(signals);
+}
+
+TEST(SharedBlock, TreeThatAHostTookOutlivesMapAndObject) {
+  Object object;
+  ztAvlTree *tree = takeFrom(object.fields().signals->tree);
+  object = Object();
+  EXPECT_EQ(ztAvlTree_of(tree)->getSize(tree), 0);
+  release(tree);
+}
+
+TEST(SharedBlock, MapsThatAHostReplacedAreReleasedLikeTheFirst) {
+  const Object object;
+  release(takeFrom(object.fields().signals));
+  release(takeFrom(object.fields().dynamicProperties));
+  object.fields().signals = static_cast<ztSignalMap *>(ztSignalMap_ctor(nullptr, 1));
+  object.fields().dynamicProperties = static_cast<ztPropertyMap *>(ztPropertyMap_ctor(nullptr, 1));
+  EXPECT_NE(ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, "changed", 1), nullptr);
+}
+
+TEST(SharedBlock, PartsMayBeReleasedByAnotherThread) {
+  Object object;
+  ztSignalMap *signals = takeFrom(object.fields().signals);
+  std::thread other([signals] { release(signals); });
+  object = Object();
+  other.join();
+}
+
+TEST(SharedBlock, NamesThatAHostTookOutliveSignalAndSlot) {
+  Connected connected;
+  ztString *names[] = {takeFrom(connected.signal()->name),
+                       takeFrom(static_cast<ztSlot *>(connected.slotItem()->value)->name)};
+  connected.sender = Object();
+  connected.receiver = Object();
+  EXPECT_STREQ(ztString_of(names[0])->get(names[0]), "changed");
+  EXPECT_STREQ(ztString_of(names[1])->get(names[1]), "slot");
+  for (ztString *name : names) {
+    ztString_of(name)->set(name, "a text that is longer than it was");
+    release(name);
+  }
+}
+
+TEST(SharedBlock, SlotThatAHostTookOutOfItsMapOutlivesIt) {
+  Connected connected;
+  auto *slot = static_cast<ztSlot *>(takeFrom(connected.slotItem()->value));
+  connected.sender = Object();
+  EXPECT_EQ(slot->receiver, static_cast<void *>(connected.receiver));
+  EXPECT_STREQ(ztString_of(slot->name)->get(slot->name), "slot");
+  release(slot);
+}
+
+TEST(SharedBlock, SlotsMapThatAHostTookOutlivesItsSignal) {
+  Connected connected;
+  ztSlotMap *slots = takeFrom(connected.signal()->slots);
+  connected.sender = Object();
+  EXPECT_EQ(ztSlotMap_of(slots)->getSize(slots), 1);
+  release(slots);
+}
+
+TEST(SharedBlock, ValuesThatAHostExchangedAreReleasedOnceEach) {
+  Connected connected;
+  const Object another;
+  connectTo(connected.sender, "changed", another, taking(), 1);
+  ztAvlTreeItem *root = connected.signal()->slots->tree->root;
+  ztAvlTreeItem *other = root->left != nullptr ? root->left : root->right;
+  ASSERT_NE(other, nullptr);
+  std::swap(reinterpret_cast<ztMapItem *>(root)->value, reinterpret_cast<ztMapItem *>(other)->value);
+  connected.sender = Object();
+}
+
+TEST(SharedBlock, NameOfAHostsBufferIsReleasedThroughItsTable) {
+  Connected connected;
+  ztSignal *signal = connected.signal();
+  release(takeFrom(signal->name->buffer));
+  signal->name->buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
+  connected.sender = Object();
+}
+
+// Copies ------------------------------------------------------------------------------------------
+
+namespace {
+
+// Memory of a host, with garbage in it.
+void *garbage(const ztClass *klass) {
+  void *memory = ztm_alloc(klass->instanceSize);
+  memset(memory, 0xa5, static_cast<size_t>(klass->instanceSize));
+  return memory;
+}
+
+}  // namespace
+
+TEST(SharedBlock, CopyOfAPartOnAHostsMemoryHasItsOwnBlock) {
+  Connected connected;
+  const ztSignal *signal = connected.signal();
+  const auto *slot = static_cast<const ztSlot *>(connected.slotItem()->value);
+  const void *parts[] = {connected.sender.fields().signals,
+                         connected.sender.fields().dynamicProperties,
+                         signal,
+                         signal->name,
+                         signal->name->buffer,
+                         signal->slots,
+                         signal->slots->tree,
+                         slot};
+  for (const void *part : parts) {
+    void *memory = garbage(ztOOP_classOf(part));
+    void *copy = ztBaseClass_of(part)->clone(part, memory);
+    EXPECT_EQ(copy, memory);
+    static_cast<ztBaseClass *>(copy)->refCount = 1;
+    release(copy);
+    void *clone = newCopy(part);
+    EXPECT_NE(clone, nullptr);
+    release(clone);
+  }
+}
+
+TEST(SharedBlock, ObjectsInAHostsMemoryHaveTheirOwnBlock) {
+  const Object object;
+  for (const ztCtor constructor : {ztString_ctor, ztCharArray_ctor, ztAvlTree_ctor, ztSlot_ctor,
+                                   ztSignal_ctor, ztSlotMap_ctor, ztSignalMap_ctor, ztPropertyMap_ctor}) {
+    void *prototype = constructor(nullptr, 1);
+    void *memory = garbage(ztOOP_classOf(prototype));
+    EXPECT_EQ(constructor(memory, 1), memory);
+    release(memory);
+    release(prototype);
+  }
+}
