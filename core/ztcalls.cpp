@@ -158,8 +158,7 @@ static uint32_t findPlace(const CallTable *calls, uint32_t count) {
   return found;
 }
 
-uint32_t ztcore::reservePending(CallTable *calls, uint32_t count) {
-  if (calls->pendingCapacity - calls->pendingCount >= count) return calls->pendingCount;
+uint32_t ztcore::findPending(CallTable *calls, uint32_t count) {
   if (count > INT32_MAX) return noPlace;
   // Stale deliveries of coroutines may stand in front of many free places.
   dropRepeated(calls);

@@ -90,7 +90,7 @@ inline void forEachCall(Visit visit) {
 }
 
 // Drops the records of frames that are gone, and returns a place for a record. NULL when memory is exhausted.
-Call *addCall(CallKind kind, uintptr_t frame, uint32_t detail);
+[[gnu::noinline]] Call *addCall(CallKind kind, uintptr_t frame, uint32_t detail);
 
 // Makes a record, valid until the next one is made. NULL, and no record, when memory is exhausted.
 inline Call *beginCall(CallMark *mark, CallKind kind, const void *subject, uintptr_t frame,
@@ -124,7 +124,7 @@ inline bool beginRelease(ReleaseMark *mark, CallKind kind, const void *object) {
   return begun;
 }
 
-Call *findCall(const CallMark &mark);
+[[gnu::noinline]] Call *findCall(const CallMark &mark);
 
 // The record of a frame, valid until the next one is made; NULL when it was dropped.
 inline Call *callOf(const CallMark &mark) {
@@ -132,7 +132,7 @@ inline Call *callOf(const CallMark &mark) {
   return last->serial == mark.serial ? last : findCall(mark);
 }
 
-bool endCallAmongOthers(const CallMark &mark);
+[[gnu::noinline]] bool endCallAmongOthers(const CallMark &mark);
 
 // Removes the record of a frame, and those of the frames that it called. False when there is none.
 inline bool endCall(const CallMark &mark) {
@@ -171,12 +171,19 @@ inline void objectMade(const Object *...object) {
 // Clears the `sender` of a receiver whose slot was left without returning. Set before the first delivery.
 extern void (*leaveReceiver)(void *receiver);
 
-// Reserves positions for pending slots and returns the first one; `noPlace` when memory is exhausted.
 constexpr uint32_t noPlace = UINT32_MAX;
-uint32_t reservePending(CallTable *calls, uint32_t count);
+
+// Positions for pending slots where there are too few behind those in use.
+[[gnu::noinline]] uint32_t findPending(CallTable *calls, uint32_t count);
+
+// Reserves positions for pending slots and returns the first one; `noPlace` when memory is exhausted.
+inline uint32_t reservePending(CallTable *calls, uint32_t count) {
+  if (calls->pendingCapacity - calls->pendingCount >= count) return calls->pendingCount;
+  return findPending(calls, count);
+}
 
 // Frees the positions of pending slots that no delivery uses.
-void trimPending(CallTable *calls);
+[[gnu::noinline]] void trimPending(CallTable *calls);
 
 }  // namespace ztcore
 
