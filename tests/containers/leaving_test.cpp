@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <set>
+#include <thread>
 
 #include "containers/ztqueue.h"
 #include "tests/containers/hooked.hh"
@@ -162,6 +163,25 @@ TEST_P(Leaving, SetAtFromCloneLeavesTheOtherElementsToTheArraysEnd) {
   EXPECT_EQ(hookedLive, live + 3);
   array->destroy(array);
   EXPECT_EQ(hookedLive, live + 1);
+}
+
+TEST_P(Leaving, SetAtLeavesTheOtherElementsToTheEndOfItsThread) {
+  mayBeLost = 0;
+  std::vector<Array> arrays(40);  // more than a thread has records for at first
+  for (Array &array : arrays) array = Array(newArray({1, 2, 3}));
+  const HookedObject four = hooked(4);
+  std::thread([&] {
+    for (const Array &array : arrays) {
+      EXPECT_TRUE(leave(Event::clone, [&] { array->setAt(array, four, 0); }));
+    }
+    EXPECT_EQ(hookedLive, live + 1 + 40 * 2);
+  }).join();
+  EXPECT_EQ(hookedLive, live + 1);
+  for (const Array &array : arrays) {
+    EXPECT_EQ(inArray(array), Numbers());
+    array->pushBack(array, four);
+    EXPECT_EQ(inArray(array), Numbers({4}));
+  }
 }
 
 TEST_P(Leaving, SetAtFromDestroyLeavesTheOtherElementsToTheNextSuchCall) {
