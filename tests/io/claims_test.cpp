@@ -1,12 +1,11 @@
 // Memory follows the bytes that arrive, not the counts that a file claims.
 #include "containers/ztarrays.h"
 #include "tests/helpers/scale.hh"
+#include "tests/io/source.hh"
 #include "tests/io/strings.hh"
 
-#include <fcntl.h>
 #include <limits.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <ostream>
 
@@ -150,26 +149,6 @@ int64_t allowedFor(size_t bytes) {
   constexpr int64_t rounding = 1024;  // blocks are somewhat larger than what was asked for
   return 65536 + 4 * static_cast<int64_t>(bytes) + rounding;
 }
-
-// A file with bytes to read: one that can seek, or the reading end of a pipe.
-class Source : public Storage {
- public:
-  Source(const std::string &bytes, ztCtor form, bool isPipe) : Storage(form, isPipe ? "" : bytes) {
-    if (!isPipe) return;
-    EXPECT_EQ(pipe(ends), 0);
-    EXPECT_GE(fcntl(ends[1], F_SETPIPE_SZ, 1 << 20), static_cast<int>(bytes.size()));
-    EXPECT_EQ(::write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    close(ends[1]);
-    const std::string reader = "/proc/self/fd/" + std::to_string(ends[0]);
-    EXPECT_EQ((*this)->open(*this, reader.c_str(), "rb"), 1);
-  }
-  ~Source() {
-    if (ends[0] >= 0) close(ends[0]);
-  }
-
- private:
-  int ends[2] = {-1, -1};
-};
 
 struct Form {
   const char *name;
