@@ -6,12 +6,14 @@
 #include <malloc.h>
 #include <setjmp.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/single_threaded.h>
 #include <ucontext.h>
 
 #include <algorithm>
 #include <memory>
 #include <set>
+#include <thread>
 
 #ifdef __SANITIZE_ADDRESS__
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
@@ -373,6 +375,18 @@ TEST_P(Interrupted, AReleaseOfAnyObjectIsFinishedByTheNextOne) {
   next([&] { release(fuse); });
 }
 
+// As above, for an object of any class.
+TEST_P(Interrupted, AReleaseLeavesNothingToANewObjectInItsPlace) {
+  void *fuse = Fuse_ctor(nullptr, 1);
+  next([=] { EXPECT_TRUE(isLeft([=] { release(fuse); })); });
+  leaves = false;
+  --listenersLive;
+  Fuse_ctor(fuse, 1);
+  next([=] { release(fuse); });
+  EXPECT_EQ(othersLive(), 0);
+  checkEngine();
+}
+
 // Ends of trees -----------------------------------------------------------------------------------
 
 // Nodes whose own `destroy` leaves, and which know of all whose end has begun and not come to its end.
@@ -688,6 +702,44 @@ TEST_F(Stacks, AWatchOutlivesTheEmissionsOfOtherStacks) {
   release(object);
   again.resume();
   EXPECT_EQ(diary.size(), 3U);
+}
+
+namespace {
+
+// Lets the process open no file as long as it lives.
+class NoMoreFiles {
+ public:
+  NoMoreFiles() {
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+  }
+  ~NoMoreFiles() {
+    setrlimit(RLIMIT_NOFILE, &before);
+  }
+  NoMoreFiles(const NoMoreFiles &) = delete;
+  NoMoreFiles &operator=(const NoMoreFiles &) = delete;
+
+ private:
+  rlimit before;
+};
+
+}  // namespace
+
+// The system tells the bounds of such a stack in a file.
+TEST_F(Stacks, ACopyByOverridesIsNotMadeWhereTheBoundsOfTheStackAreNotKnown) {
+  const Tree tree("1(2 3)");
+  // A thread remembers bounds that it has found.
+  std::thread([&tree] {
+    Fiber([&tree] {
+      {
+        const NoMoreFiles none;
+        EXPECT_EQ(newCopy(tree), nullptr);
+      }
+      const Tree copy(newCopy(tree));
+      EXPECT_EQ(shapeOf(copy), "1(2 3)");
+    }).resume();
+  }).join();
 }
 
 // Counts ------------------------------------------------------------------------------------------
