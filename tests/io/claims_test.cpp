@@ -7,6 +7,8 @@
 #include <limits.h>
 #include <string.h>
 
+#include <deque>
+#include <functional>
 #include <ostream>
 
 // Elements of a megabyte, and the same whose records are empty; small ones with an empty record; and arrays
@@ -24,6 +26,13 @@ ZT_DECLARE_CLASS(Vast)
 #define Silent_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Silent)
 
+// Elements whose record is in another file.
+#define Chain_FIELDS \
+  ztBaseClass_FIELDS \
+  char room[84];
+#define Chain_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Chain)
+
 #define Nest_FIELDS ztArray_FIELDS
 #define Nest_METHODS ztArray_METHODS
 ZT_DECLARE_CLASS(Nest)
@@ -40,6 +49,9 @@ ZT_DECLARE_CLASS(Elsewhere)
 
 static Texts calls;
 
+// Reads what the record of a Chain leads to.
+static std::function<int32_t()> readNext;
+
 static int32_t vastRead(void *object, void *file) {
   return ztFile_of(file)->readInt(file, &static_cast<Vast *>(object)->number);
 }
@@ -52,6 +64,15 @@ static void vastMethods(VastMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, read, vastRead);
 }
 ZT_DEFINE_CLASS(Vast, ztBaseClass, vastMethods)
+
+static int32_t chainRead(void *, void *) {
+  return readNext();
+}
+
+static void chainMethods(ChainMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, read, chainRead);
+}
+ZT_DEFINE_CLASS(Chain, ztBaseClass, chainMethods)
 
 static void silentMethods(SilentMethods *) {}
 ZT_DEFINE_CLASS(Silent, ztBaseClass, silentMethods)
@@ -407,6 +428,66 @@ TEST(Claims, AreHeldAgainstWhatIsLeftOfTheFile) {
   EXPECT_EQ(string->read(string, file), 1);
   EXPECT_EQ(string.text(), "abc");
   EXPECT_LE(peak.bytes(), 65536);
+}
+
+// Several files -----------------------------------------------------------------------------------
+
+namespace {
+
+// The library keeps accounts of the unmet claims of so many files.
+constexpr int mostAccounts = 32;
+
+// How many of so many arrays of elements without records are read from a file.
+int32_t readSilent(void *file, int count) {
+  int32_t met = 0;
+  for (int i = 0; i < count; ++i) {
+    const Array array = arrayOf(Silent_ctor, sizeof(Silent));
+    met += array->read(array, file);
+  }
+  return met;
+}
+
+}  // namespace
+
+TEST_P(ClaimsIn, OfMoreFilesThanThereAreAccountsForgetTheOldest) {
+  std::deque<Source> files;
+  for (int i = 0; i < 2 * mostAccounts; ++i) {
+    files.emplace_back(number(600) + number(600), GetParam().constructor, GetParam().isPipe);
+    EXPECT_EQ(readSilent(files.back(), 1), 1) << i;
+  }
+  const Peak peak;
+  EXPECT_EQ(readSilent(files.back(), 1), 0) << "beside its first";
+  EXPECT_EQ(readSilent(files.front(), 1), 1) << "alone";
+  EXPECT_LE(peak.bytes(), allowedFor(0));
+}
+
+// Each file is read while all before it are.
+TEST_P(ClaimsIn, OfMoreFilesAtATimeThanThereAreAccountsAreWeighedEachForItself) {
+  std::deque<Source> files;
+  const std::string vast = number(1000000) + buffer("rest");
+  for (int i = 0; i < mostAccounts + 2; ++i) {
+    files.emplace_back(number(60), GetParam().constructor, GetParam().isPipe);
+  }
+  size_t next = 0;
+  int32_t met = 0;
+  int32_t refused = 0;
+  readNext = [&]() -> int32_t {
+    if (next < files.size()) {
+      const Array array = arrayOf(Chain_ctor, sizeof(Chain));
+      return array->read(array, files[next++]);
+    }
+    if (met + refused > 0) return 1;
+    const Source last = source(number(600) + vast);
+    const Peak peak;
+    met = readSilent(last, 1);
+    refused = 1 - readSilent(last, 1);
+    EXPECT_LE(peak.bytes(), allowedFor(vast.size()));
+    return 1;
+  };
+  EXPECT_EQ(readNext(), 1);
+  readNext = nullptr;
+  EXPECT_EQ(met, 1);
+  EXPECT_EQ(refused, 1);
 }
 
 // Strings -----------------------------------------------------------------------------------------
