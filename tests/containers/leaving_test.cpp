@@ -5,6 +5,7 @@
 #include <ucontext.h>
 
 #include <algorithm>
+#include <ostream>
 #include <set>
 #include <thread>
 
@@ -20,6 +21,10 @@ using Call = std::function<void()>;
 struct Thrown {};
 
 enum class Way { exception, jump };
+
+std::ostream &operator<<(std::ostream &out, Way way) {
+  return out << (way == Way::exception ? "Exception" : "Jump");
+}
 
 }  // namespace
 
@@ -115,11 +120,8 @@ class Leaving : public testing::TestWithParam<Way> {
   std::set<void *> blocks;
 };
 
-std::string wayName(const testing::TestParamInfo<Way> &test) {
-  return test.param == Way::exception ? "Exception" : "Jump";
-}
-
-INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump), wayName);
+INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump),
+                         testing::PrintToStringParamName());
 
 }  // namespace
 
@@ -261,7 +263,8 @@ class LeavingItems : public Leaving {
   HookedObject six = hooked(6);
 };
 
-INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump), wayName);
+INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump),
+                         testing::PrintToStringParamName());
 
 // Keeps objects under numbers.
 Map mapOfNumbers(const Numbers &numbers) {

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <ostream>
 #include <set>
 #include <thread>
 
@@ -26,6 +27,10 @@ const char *const changed = "changed";
 // Leaving -----------------------------------------------------------------------------------------
 
 enum Way { byException, byLongjmp };
+
+std::ostream &operator<<(std::ostream &out, Way way) {
+  return out << (way == byException ? "Exception" : "Longjmp");
+}
 
 struct Left {};
 
@@ -129,6 +134,11 @@ Fiber *Fiber::current;
 
 enum Place { sameFrame, deeperFrame, otherStack };
 
+std::ostream &operator<<(std::ostream &out, Place place) {
+  const char *const names[] = {"SameFrame", "DeeperFrame", "OtherStack"};
+  return out << names[place];
+}
+
 __attribute__((noinline)) void run(Place place, const Task &task) {
   if (place == sameFrame) task();
   if (place == deeperFrame) fromDeeper(task, 10);
@@ -216,7 +226,11 @@ class Interrupted : public LeavingTest, public testing::WithParamInterface<std::
 
 INSTANTIATE_TEST_SUITE_P(, Interrupted,
                          testing::Combine(testing::Values(byException, byLongjmp),
-                                          testing::Values(sameFrame, deeperFrame, otherStack)));
+                                          testing::Values(sameFrame, deeperFrame, otherStack)),
+                         [](const testing::TestParamInfo<std::tuple<Way, Place>> &tested) {
+                           return testing::PrintToString(std::get<Way>(tested.param)) + "_" +
+                                  testing::PrintToString(std::get<Place>(tested.param));
+                         });
 
 TEST_P(Interrupted, AnEmissionLeavesTheEngineWhole) {
   Listener *sender = newListener();
