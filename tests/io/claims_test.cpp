@@ -461,33 +461,45 @@ TEST_P(ClaimsIn, OfMoreFilesThanThereAreAccountsForgetTheOldest) {
   EXPECT_LE(peak.bytes(), allowedFor(0));
 }
 
-// Each file is read while all before it are.
-TEST_P(ClaimsIn, OfMoreFilesAtATimeThanThereAreAccountsAreWeighedEachForItself) {
-  std::deque<Source> files;
-  const std::string vast = number(1000000) + buffer("rest");
-  for (int i = 0; i < mostAccounts + 2; ++i) {
-    files.emplace_back(number(60), GetParam().constructor, GetParam().isPipe);
-  }
+// Reads a file within each file, and does something within the last.
+static void readWithin(std::deque<Source> &files, const std::function<void()> &within) {
   size_t next = 0;
-  int32_t met = 0;
-  int32_t refused = 0;
+  bool isDone = false;
   readNext = [&]() -> int32_t {
     if (next < files.size()) {
       const Array array = arrayOf(Chain_ctor, sizeof(Chain));
       return array->read(array, files[next++]);
     }
-    if (met + refused > 0) return 1;
-    const Source last = source(number(600) + vast);
-    const Peak peak;
-    met = readSilent(last, 1);
-    refused = 1 - readSilent(last, 1);
-    EXPECT_LE(peak.bytes(), allowedFor(vast.size()));
+    if (!isDone) within();
+    isDone = true;
     return 1;
   };
   EXPECT_EQ(readNext(), 1);
+  EXPECT_TRUE(isDone);
   readNext = nullptr;
-  EXPECT_EQ(met, 1);
-  EXPECT_EQ(refused, 1);
+}
+
+TEST_P(ClaimsIn, OfFilesThatAreBeingReadAreNotForgotten) {
+  for (const bool isFull : {false, true}) {
+    SCOPED_TRACE(isFull);
+    std::deque<Source> files;
+    for (int i = 0; i < (isFull ? mostAccounts : mostAccounts / 2); ++i) {
+      files.emplace_back(number(200) + number(600), GetParam().constructor, GetParam().isPipe);
+    }
+    const std::string bytes = number(600) + number(600) + number(1000000) + buffer("rest");
+    std::deque<Source> others;
+    readWithin(files, [&] {
+      for (int i = 0; i < 2 * mostAccounts; ++i) {
+        others.emplace_back(bytes, GetParam().constructor, GetParam().isPipe);
+        const Source &other = others.back();
+        EXPECT_EQ(readSilent(other, 2), isFull ? 2 : 1) << "alone without an account";
+        const Peak peak;
+        EXPECT_EQ(readSilent(other, 1), 0);
+        EXPECT_LE(peak.bytes(), allowedFor(bytes.size()));
+      }
+    });
+    for (const Source &file : files) EXPECT_EQ(readSilent(file, 1), 0) << "beside its first";
+  }
 }
 
 // Strings -----------------------------------------------------------------------------------------

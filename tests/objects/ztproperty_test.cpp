@@ -16,14 +16,15 @@ ZT_DECLARE_CLASS(LatePropertyType)
 ZT_DEFINE_CLASS(LatePropertyType, ztPropertyType, noMethods)
 
 // A buffer of strings that keeps its text where no field says.
-#define FixedBuffer_FIELDS ztCharArray_FIELDS const char *text;
+#define FixedBuffer_FIELDS             \
+  ztCharArray_FIELDS const char *text; \
+  int32_t size;
 #define FixedBuffer_METHODS ztCharArray_METHODS
 ZT_DECLARE_CLASS(FixedBuffer)
 
 static void fixedBufferMethods(FixedBufferMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, getSize, [](const void *buffer) -> int32_t {
-    const char *text = static_cast<const FixedBuffer *>(buffer)->text;
-    return text == nullptr ? 0 : static_cast<int32_t>(strlen(text)) + 1;
+    return static_cast<const FixedBuffer *>(buffer)->size;
   });
   ZT_OVERRIDE_METHOD(methods, getData, [](const void *buffer) -> void * {
     return const_cast<char *>(static_cast<const FixedBuffer *>(buffer)->text);
@@ -285,10 +286,12 @@ TEST(CompareFunctions, OfStringsAskABufferOfAHostsClassForItsText) {
   hosts.fields().buffer = reinterpret_cast<ztCharArray *>(buffer);
   const struct {
     const char *text;
+    int32_t size;
     int32_t order;
-  } rows[] = {{"a", -1}, {"b", 0}, {"c", 1}, {"", -1}, {nullptr, -1}};
+  } rows[] = {{"a", 2, -1}, {"b", 2, 0}, {"c", 2, 1}, {"", 1, -1}, {"c", 0, -1}, {nullptr, 2, -1}};
   for (const auto &row : rows) {
     buffer->text = row.text;
+    buffer->size = row.size;
     EXPECT_EQ(ztPropertyMap_compare_func(hosts, text), row.order);
     EXPECT_EQ(ztPropertyMap_compare_func(text, hosts), -row.order);
   }
