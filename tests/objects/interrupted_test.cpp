@@ -276,6 +276,27 @@ TEST_P(Interrupted, AnEmissionGivesTheSenderOfItsReceiverBack) {
   EXPECT_EQ(receiver->getSender(receiver), nullptr);
 }
 
+TEST_P(Interrupted, AnEmissionGivesTheSenderOfALaterReceiverBack) {
+  if (!__libc_single_threaded) GTEST_SKIP() << "the receiver may be in another thread";
+  static int called;
+  called = 0;
+  const Object other(Listener_ctor);
+  const ztSlotFunction leavingSecond = slotOf([](void *, intptr_t) {
+    if (++called == 2) leave();
+  });
+  connectTo(emitter, changed, receiver, leavingSecond);
+  connectTo(emitter, changed, other, leavingSecond);
+  const Task emission = [&] { emitChanged(emitter); };
+  EXPECT_TRUE(isLeft([&] { fromDeeper(emission, 3); }));
+  // From a frame that lies above the one that was left.
+  checkEngine();
+  const Object another(Listener_ctor);
+  connectTo(another, changed, another, diarySlot<0>());
+  emitChanged(another);
+  EXPECT_EQ(receiver->getSender(receiver), nullptr);
+  EXPECT_EQ(other->getSender(other), nullptr);
+}
+
 TEST_P(Interrupted, AGetterAndASetterLeaveTheEngineWhole) {
   Listener *object = newListener();
   declare("leaving", getterOf([](const void *) -> int32_t { leave(); }), [](void *, int32_t) { leave(); });
