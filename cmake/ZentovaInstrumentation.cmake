@@ -15,7 +15,7 @@ elseif(ZT_SANITIZE)
             -fno-omit-frame-pointer)
   target_compile_options(zt_instrumentation INTERFACE ${flags})
   target_link_options(zt_instrumentation INTERFACE ${flags})
-  # As GCC says it to the code.
+  # GCC defines this macro itself.
   target_compile_definitions(zt_instrumentation INTERFACE $<$<CXX_COMPILER_ID:Clang>:__SANITIZE_ADDRESS__=1>)
 endif()
 if(ZT_COVERAGE)

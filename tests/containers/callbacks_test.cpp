@@ -536,6 +536,32 @@ TEST_F(ztAvlTreeOfHooked, ElementThatCameInMeanwhileIsRefusedAsAnyOther) {
   EXPECT_EQ(inTree(tree), Numbers({1, 2, 3}));
 }
 
+TEST_F(ztAvlTreeOfHooked, ElementIsRefusedWhenTheCompareFunctionGoesBeforeItIsLookedFor) {
+  const int live = hookedLive;
+  {
+    const Hook hook(Event::clone, [this] { tree->setCompareFunction(tree, nullptr); });
+    EXPECT_EQ(tree->push(tree, three), nullptr);
+  }
+  EXPECT_EQ(hookedLive, live);
+  tree->setCompareFunction(tree, compareHooked);
+  EXPECT_EQ(inTree(tree), Numbers({1, 2}));
+}
+
+TEST_F(ztAvlTreeOfHooked, ElementIsRefusedWhenTheCompareFunctionGoesWithAChange) {
+  const int live = hookedLive;
+  {
+    // The second item is made after the element was looked for.
+    const Hook hook(Event::clone, 1, [this] {
+      tree->pop(tree, two);
+      tree->setCompareFunction(tree, nullptr);
+    });
+    EXPECT_EQ(tree->push(tree, three), nullptr);
+  }
+  EXPECT_EQ(hookedLive, live - 1);
+  tree->setCompareFunction(tree, compareHooked);
+  EXPECT_EQ(inTree(tree), Numbers({1}));
+}
+
 TEST_F(ztAvlTreeOfHooked, CopyIsWholeOrNotMadeWhenAnElementComesMeanwhile) {
   bool isCalled = true;
   for (int others = 0; isCalled; ++others) {
@@ -679,6 +705,29 @@ TEST(Containers, ReleaseWhatIsPutInWhileTheyAreDestroyed) {
       }
     }
   }
+}
+
+TEST(Containers, TakeNoItemOfAnotherThatDestroysThemMeanwhile) {
+  const List manager(newList({}));
+  const HookedObject four = hooked(4);
+  const int live = hookedLive;
+  const int blocks = liveBlocks;
+  {
+    subject = newList({1, 2, 3});
+    ztList_of(subject)->setItemManager(subject, manager);
+    const Hook hook(Event::clone, release);
+    EXPECT_EQ(ztList_of(subject)->pushBack(subject, four), nullptr);
+  }
+  {
+    subject = newTree({1, 2, 3});
+    manager->setItemConstructor(manager, ztAvlTreeItem_ctor);
+    ztAvlTree_of(subject)->setItemManager(subject, manager);
+    const Hook hook(Event::clone, release);
+    EXPECT_EQ(ztAvlTree_of(subject)->push(subject, four), nullptr);
+  }
+  EXPECT_EQ(subject, nullptr);
+  EXPECT_EQ(hookedLive, live);
+  EXPECT_EQ(liveBlocks, blocks);
 }
 
 TEST(Containers, CopyElementsIntoFieldsThatAreZero) {

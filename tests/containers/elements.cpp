@@ -72,6 +72,10 @@ std::string policyName(Policy policy) {
   return names[static_cast<int>(policy)];
 }
 
+std::ostream &operator<<(std::ostream &out, Policy policy) {
+  return out << policyName(policy);
+}
+
 Elements::Elements(Policy kept) : policy(kept), numbers(1000), object(newCounted(0)) {
   std::iota(numbers.begin(), numbers.end(), 0);
 }

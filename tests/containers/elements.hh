@@ -12,6 +12,7 @@
 
 #include <string.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,7 @@ enum class Policy { byValue, byPointer, constructed };
 inline constexpr Policy allPolicies[] = {Policy::byValue, Policy::byPointer, Policy::constructed};
 
 std::string policyName(Policy policy);
+std::ostream &operator<<(std::ostream &out, Policy policy);
 
 // Elements of one policy, each standing for a number from 0 to 999.
 class Elements {

@@ -32,6 +32,10 @@ struct Kind {
   int32_t (*findAll)(const void *container, const void *key, void *output);
 };
 
+void PrintTo(const Kind *kind, std::ostream *out) {
+  *out << kind->name;
+}
+
 const ztContainerItem *asItem(const void *item) {
   return static_cast<const ztContainerItem *>(item);
 }

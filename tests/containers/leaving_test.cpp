@@ -5,7 +5,9 @@
 #include <ucontext.h>
 
 #include <algorithm>
+#include <ostream>
 #include <set>
+#include <thread>
 
 #include "containers/ztqueue.h"
 #include "tests/containers/hooked.hh"
@@ -19,6 +21,10 @@ using Call = std::function<void()>;
 struct Thrown {};
 
 enum class Way { exception, jump };
+
+std::ostream &operator<<(std::ostream &out, Way way) {
+  return out << (way == Way::exception ? "Exception" : "Jump");
+}
 
 }  // namespace
 
@@ -114,11 +120,8 @@ class Leaving : public testing::TestWithParam<Way> {
   std::set<void *> blocks;
 };
 
-std::string wayName(const testing::TestParamInfo<Way> &test) {
-  return test.param == Way::exception ? "Exception" : "Jump";
-}
-
-INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump), wayName);
+INSTANTIATE_TEST_SUITE_P(By, Leaving, testing::Values(Way::exception, Way::jump),
+                         testing::PrintToStringParamName());
 
 }  // namespace
 
@@ -162,6 +165,25 @@ TEST_P(Leaving, SetAtFromCloneLeavesTheOtherElementsToTheArraysEnd) {
   EXPECT_EQ(hookedLive, live + 3);
   array->destroy(array);
   EXPECT_EQ(hookedLive, live + 1);
+}
+
+TEST_P(Leaving, SetAtLeavesTheOtherElementsToTheEndOfItsThread) {
+  mayBeLost = 0;
+  std::vector<Array> arrays(40);  // more than a thread has records for at first
+  for (Array &array : arrays) array = Array(newArray({1, 2, 3}));
+  const HookedObject four = hooked(4);
+  std::thread([&] {
+    for (const Array &array : arrays) {
+      EXPECT_TRUE(leave(Event::clone, [&] { array->setAt(array, four, 0); }));
+    }
+    EXPECT_EQ(hookedLive, live + 1 + 40 * 2);
+  }).join();
+  EXPECT_EQ(hookedLive, live + 1);
+  for (const Array &array : arrays) {
+    EXPECT_EQ(inArray(array), Numbers());
+    array->pushBack(array, four);
+    EXPECT_EQ(inArray(array), Numbers({4}));
+  }
 }
 
 TEST_P(Leaving, SetAtFromDestroyLeavesTheOtherElementsToTheNextSuchCall) {
@@ -241,7 +263,8 @@ class LeavingItems : public Leaving {
   HookedObject six = hooked(6);
 };
 
-INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump), wayName);
+INSTANTIATE_TEST_SUITE_P(By, LeavingItems, testing::Values(Way::exception, Way::jump),
+                         testing::PrintToStringParamName());
 
 // Keeps objects under numbers.
 Map mapOfNumbers(const Numbers &numbers) {

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace {
 
 // A class of containers, and how one is made of integers.
@@ -18,6 +20,10 @@ struct Kind {
   void *(*make)();
   void (*push)(void *container, const int32_t *number);
 };
+
+std::ostream &operator<<(std::ostream &out, const Kind &kind) {
+  return out << kind.name;
+}
 
 template <typename Methods>
 void *makePairs(ztCtor constructor) {
@@ -68,8 +74,7 @@ class PlainItems : public testing::TestWithParam<Kind> {
   Owned<> container{GetParam().make()};
 };
 
-INSTANTIATE_TEST_SUITE_P(All, PlainItems, testing::ValuesIn(kinds),
-                         [](const auto &test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(All, PlainItems, testing::ValuesIn(kinds), testing::PrintToStringParamName());
 
 int calls;
 ztBaseClassMethods before;

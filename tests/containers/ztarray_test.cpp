@@ -112,7 +112,7 @@ class ztArrayByPolicy : public testing::TestWithParam<Policy> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Policies, ztArrayByPolicy, testing::ValuesIn(allPolicies),
-                         [](const auto &test) { return policyName(test.param); });
+                         testing::PrintToStringParamName());
 
 class ztArrayOfObjects : public testing::Test {
  protected:
@@ -1040,7 +1040,7 @@ class ztArrayModel : public ztArrayByPolicy {
 };
 
 INSTANTIATE_TEST_SUITE_P(Policies, ztArrayModel, testing::ValuesIn(allPolicies),
-                         [](const auto &test) { return policyName(test.param); });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 

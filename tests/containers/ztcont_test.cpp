@@ -164,7 +164,7 @@ class ztSequenceContainerItemsByPolicy : public ztSequenceContainerItems,
 };
 
 INSTANTIATE_TEST_SUITE_P(Policies, ztSequenceContainerItemsByPolicy, testing::ValuesIn(allPolicies),
-                         [](const auto &test) { return policyName(test.param); });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 

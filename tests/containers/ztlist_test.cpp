@@ -50,7 +50,7 @@ class ztListByPolicy : public testing::TestWithParam<Policy> {
 };
 
 INSTANTIATE_TEST_SUITE_P(Policies, ztListByPolicy, testing::ValuesIn(allPolicies),
-                         [](const auto &test) { return policyName(test.param); });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -118,6 +119,21 @@ TEST_F(LogFile, IsNoDeviceNeitherDirectlyNorThroughALink) {
   ASSERT_EQ(symlink("/dev/null", path.c_str()), 0);
   EXPECT_EQ(ztLc_openLogFile("/dev/null"), 0);
   EXPECT_EQ(ztLc_openLogFile(path.c_str()), 0);
+}
+
+TEST_F(LogFile, IsNoFileThatCannotBeEmptied) {
+  const int sealed = memfd_create("log", MFD_ALLOW_SEALING);
+  ASSERT_EQ(write(sealed, "kept", 4), 4);
+  ASSERT_EQ(fcntl(sealed, F_ADD_SEALS, F_SEAL_SHRINK), 0);
+  const int next = dup(sealed);
+  close(next);
+  const std::string name = "/proc/self/fd/" + std::to_string(sealed);
+  EXPECT_EQ(ztLc_openLogFile(name.c_str()), 0);
+  EXPECT_EQ(dup(sealed), next) << "it is closed again";
+  close(next);
+  ztLc_log("heard");
+  EXPECT_EQ(lseek(sealed, 0, SEEK_END), 4);
+  close(sealed);
 }
 
 TEST_F(LogFile, MayBeReachedThroughALink) {

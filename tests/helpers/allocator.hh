@@ -45,6 +45,29 @@ inline Count<int> reallocationsOfNothing;
 inline int64_t bytesAllowed = INT64_MAX;
 inline bool metBytesAllowed = false;
 
+// Blocks of this size are refused; -1 while there is no such size.
+inline int32_t refusedSize = -1;
+inline bool metRefusedSize = false;
+
+// Has blocks of a size refused as long as it lives.
+class SizeRefused {
+ public:
+  explicit SizeRefused(int32_t size) {
+    refusedSize = size;
+    metRefusedSize = false;
+  }
+  ~SizeRefused() {
+    refusedSize = -1;
+  }
+  SizeRefused(const SizeRefused &) = delete;
+  SizeRefused &operator=(const SizeRefused &) = delete;
+
+  // Whether one was asked for.
+  static bool isMet() {
+    return metRefusedSize;
+  }
+};
+
 // The live blocks that were allocated since a test set it; NULL while none does.
 inline std::set<void *> *notedBlocks = nullptr;
 
@@ -101,6 +124,7 @@ class Fault {
 inline bool refuses(int32_t size) {
   lastSizeAskedFor = size;
   if (size < 0) return true;
+  if (size == refusedSize) return metRefusedSize = true;
   if (liveBytes + size <= bytesAllowed) return allocationFaults.strike();
   metBytesAllowed = true;
   return true;

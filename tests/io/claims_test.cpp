@@ -1,13 +1,14 @@
 // Memory follows the bytes that arrive, not the counts that a file claims.
 #include "containers/ztarrays.h"
 #include "tests/helpers/scale.hh"
+#include "tests/io/source.hh"
 #include "tests/io/strings.hh"
 
-#include <fcntl.h>
 #include <limits.h>
 #include <string.h>
-#include <unistd.h>
 
+#include <deque>
+#include <functional>
 #include <ostream>
 
 // Elements of a megabyte, and the same whose records are empty; small ones with an empty record; and arrays
@@ -25,6 +26,13 @@ ZT_DECLARE_CLASS(Vast)
 #define Silent_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Silent)
 
+// Elements whose record is in another file.
+#define Chain_FIELDS \
+  ztBaseClass_FIELDS \
+  char room[84];
+#define Chain_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Chain)
+
 #define Nest_FIELDS ztArray_FIELDS
 #define Nest_METHODS ztArray_METHODS
 ZT_DECLARE_CLASS(Nest)
@@ -41,6 +49,9 @@ ZT_DECLARE_CLASS(Elsewhere)
 
 static Texts calls;
 
+// Reads what the record of a Chain leads to.
+static std::function<int32_t()> readNext;
+
 static int32_t vastRead(void *object, void *file) {
   return ztFile_of(file)->readInt(file, &static_cast<Vast *>(object)->number);
 }
@@ -53,6 +64,15 @@ static void vastMethods(VastMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, read, vastRead);
 }
 ZT_DEFINE_CLASS(Vast, ztBaseClass, vastMethods)
+
+static int32_t chainRead(void *, void *) {
+  return readNext();
+}
+
+static void chainMethods(ChainMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, read, chainRead);
+}
+ZT_DEFINE_CLASS(Chain, ztBaseClass, chainMethods)
 
 static void silentMethods(SilentMethods *) {}
 ZT_DEFINE_CLASS(Silent, ztBaseClass, silentMethods)
@@ -150,26 +170,6 @@ int64_t allowedFor(size_t bytes) {
   constexpr int64_t rounding = 1024;  // blocks are somewhat larger than what was asked for
   return 65536 + 4 * static_cast<int64_t>(bytes) + rounding;
 }
-
-// A file with bytes to read: one that can seek, or the reading end of a pipe.
-class Source : public Storage {
- public:
-  Source(const std::string &bytes, ztCtor form, bool isPipe) : Storage(form, isPipe ? "" : bytes) {
-    if (!isPipe) return;
-    EXPECT_EQ(pipe(ends), 0);
-    EXPECT_GE(fcntl(ends[1], F_SETPIPE_SZ, 1 << 20), static_cast<int>(bytes.size()));
-    EXPECT_EQ(::write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    close(ends[1]);
-    const std::string reader = "/proc/self/fd/" + std::to_string(ends[0]);
-    EXPECT_EQ((*this)->open(*this, reader.c_str(), "rb"), 1);
-  }
-  ~Source() {
-    if (ends[0] >= 0) close(ends[0]);
-  }
-
- private:
-  int ends[2] = {-1, -1};
-};
 
 struct Form {
   const char *name;
@@ -428,6 +428,78 @@ TEST(Claims, AreHeldAgainstWhatIsLeftOfTheFile) {
   EXPECT_EQ(string->read(string, file), 1);
   EXPECT_EQ(string.text(), "abc");
   EXPECT_LE(peak.bytes(), 65536);
+}
+
+// Several files -----------------------------------------------------------------------------------
+
+namespace {
+
+// The library keeps accounts of the unmet claims of so many files.
+constexpr int mostAccounts = 32;
+
+// How many of so many arrays of elements without records are read from a file.
+int32_t readSilent(void *file, int count) {
+  int32_t met = 0;
+  for (int i = 0; i < count; ++i) {
+    const Array array = arrayOf(Silent_ctor, sizeof(Silent));
+    met += array->read(array, file);
+  }
+  return met;
+}
+
+}  // namespace
+
+TEST_P(ClaimsIn, OfMoreFilesThanThereAreAccountsForgetTheOldest) {
+  std::deque<Source> files;
+  for (int i = 0; i < 2 * mostAccounts; ++i) {
+    files.emplace_back(number(600) + number(600), GetParam().constructor, GetParam().isPipe);
+    EXPECT_EQ(readSilent(files.back(), 1), 1) << i;
+  }
+  const Peak peak;
+  EXPECT_EQ(readSilent(files.back(), 1), 0) << "beside its first";
+  EXPECT_EQ(readSilent(files.front(), 1), 1) << "alone";
+  EXPECT_LE(peak.bytes(), allowedFor(0));
+}
+
+// Reads a file within each file, and does something within the last.
+static void readWithin(std::deque<Source> &files, const std::function<void()> &within) {
+  size_t next = 0;
+  bool isDone = false;
+  readNext = [&]() -> int32_t {
+    if (next < files.size()) {
+      const Array array = arrayOf(Chain_ctor, sizeof(Chain));
+      return array->read(array, files[next++]);
+    }
+    if (!isDone) within();
+    isDone = true;
+    return 1;
+  };
+  EXPECT_EQ(readNext(), 1);
+  EXPECT_TRUE(isDone);
+  readNext = nullptr;
+}
+
+TEST_P(ClaimsIn, OfFilesThatAreBeingReadAreNotForgotten) {
+  for (const bool isFull : {false, true}) {
+    SCOPED_TRACE(isFull);
+    std::deque<Source> files;
+    for (int i = 0; i < (isFull ? mostAccounts : mostAccounts / 2); ++i) {
+      files.emplace_back(number(200) + number(600), GetParam().constructor, GetParam().isPipe);
+    }
+    const std::string bytes = number(600) + number(600) + number(1000000) + buffer("rest");
+    std::deque<Source> others;
+    readWithin(files, [&] {
+      for (int i = 0; i < 2 * mostAccounts; ++i) {
+        others.emplace_back(bytes, GetParam().constructor, GetParam().isPipe);
+        const Source &other = others.back();
+        EXPECT_EQ(readSilent(other, 2), isFull ? 2 : 1) << "alone without an account";
+        const Peak peak;
+        EXPECT_EQ(readSilent(other, 1), 0);
+        EXPECT_LE(peak.bytes(), allowedFor(bytes.size()));
+      }
+    });
+    for (const Source &file : files) EXPECT_EQ(readSilent(file, 1), 0) << "beside its first";
+  }
 }
 
 // Strings -----------------------------------------------------------------------------------------

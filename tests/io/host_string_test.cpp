@@ -1,5 +1,7 @@
 // Strings with a buffer of a host's class, strings in a file of a host's class, and what is stored exactly.
 #include "containers/ztarrays.h"
+#include "tests/helpers/replaced.hh"
+#include "tests/io/source.hh"
 #include "tests/io/strings.hh"
 
 #include <string.h>
@@ -182,6 +184,19 @@ TEST(ztStringWithAHostsBuffer, IsReadBySetSizeAndGetData) {
     EXPECT_EQ(string.text(), text);
     EXPECT_EQ(ztString_store(string, Storage()), 1);
   }
+}
+
+// The text is not copied into the buffer until it has arrived.
+TEST(ztStringWithAHostsBuffer, IsReadFromAPipeBySetSizeAndGetData) {
+  const std::string text(10000, 'x');
+  const String string = hostString("old");
+  EXPECT_EQ(string->read(string, Source(recordOf(String(text)), ztFile_ctor, true)), 1);
+  EXPECT_EQ(calls, Texts({"setSize 10002", "getData"}));
+  EXPECT_EQ(string.text(), text);
+  auto *methods = static_cast<HostBufferMethods *>(HostBufferClass_Instance()->methodTable);
+  const Replaced refused(methods->setSize, [](void *, int32_t) -> int32_t { return 0; });
+  EXPECT_EQ(string->read(string, Source(recordOf(String(text)), ztFile_ctor, true)), 0);
+  EXPECT_EQ(string.text(), text);
 }
 
 // A file of a host's class --------------------------------------------------------------------------

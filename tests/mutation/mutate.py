@@ -79,8 +79,9 @@ class Copy:
         return [program for program in sorted((self.build / "tests").glob("*_tests")) if program.is_file()]
 
     def passes(self, program, seconds, **variables):
-        return run([program, "--gtest_brief=1", "--gtest_fail_fast"],
-                   self.build / "tests" / "run" / program.name, seconds, **variables)
+        folder = self.build / "tests" / "run" / program.name
+        folder.mkdir(parents=True, exist_ok=True)
+        return run([program, "--gtest_brief=1", "--gtest_fail_fast"], folder, seconds, **variables)
 
     def builds(self):
         return run(["cmake", "--build", self.build, "--target", "ztcore"], self.build, 600)

@@ -6,11 +6,13 @@
 #include <malloc.h>
 #include <setjmp.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/single_threaded.h>
 #include <ucontext.h>
 
 #include <algorithm>
 #include <memory>
+#include <ostream>
 #include <set>
 
 #ifdef __SANITIZE_ADDRESS__
@@ -24,6 +26,10 @@ const char *const changed = "changed";
 // Leaving -----------------------------------------------------------------------------------------
 
 enum Way { byException, byLongjmp };
+
+std::ostream &operator<<(std::ostream &out, Way way) {
+  return out << (way == byException ? "Exception" : "Longjmp");
+}
 
 struct Left {};
 
@@ -127,6 +133,11 @@ Fiber *Fiber::current;
 
 enum Place { sameFrame, deeperFrame, otherStack };
 
+std::ostream &operator<<(std::ostream &out, Place place) {
+  const char *const names[] = {"SameFrame", "DeeperFrame", "OtherStack"};
+  return out << names[place];
+}
+
 __attribute__((noinline)) void run(Place place, const Task &task) {
   if (place == sameFrame) task();
   if (place == deeperFrame) fromDeeper(task, 10);
@@ -214,7 +225,11 @@ class Interrupted : public LeavingTest, public testing::WithParamInterface<std::
 
 INSTANTIATE_TEST_SUITE_P(, Interrupted,
                          testing::Combine(testing::Values(byException, byLongjmp),
-                                          testing::Values(sameFrame, deeperFrame, otherStack)));
+                                          testing::Values(sameFrame, deeperFrame, otherStack)),
+                         [](const testing::TestParamInfo<std::tuple<Way, Place>> &tested) {
+                           return testing::PrintToString(std::get<Way>(tested.param)) + "_" +
+                                  testing::PrintToString(std::get<Place>(tested.param));
+                         });
 
 TEST_P(Interrupted, AnEmissionLeavesTheEngineWhole) {
   Listener *sender = newListener();
@@ -259,6 +274,27 @@ TEST_P(Interrupted, AnEmissionGivesTheSenderOfItsReceiverBack) {
   connectTo(other, changed, other, diarySlot<0>());
   emitChanged(other);
   EXPECT_EQ(receiver->getSender(receiver), nullptr);
+}
+
+TEST_P(Interrupted, AnEmissionGivesTheSenderOfALaterReceiverBack) {
+  if (!__libc_single_threaded) GTEST_SKIP() << "the receiver may be in another thread";
+  static int called;
+  called = 0;
+  const Object other(Listener_ctor);
+  const ztSlotFunction leavingSecond = slotOf([](void *, intptr_t) {
+    if (++called == 2) leave();
+  });
+  connectTo(emitter, changed, receiver, leavingSecond);
+  connectTo(emitter, changed, other, leavingSecond);
+  const Task emission = [&] { emitChanged(emitter); };
+  EXPECT_TRUE(isLeft([&] { fromDeeper(emission, 3); }));
+  // From a frame that lies above the one that was left.
+  checkEngine();
+  const Object another(Listener_ctor);
+  connectTo(another, changed, another, diarySlot<0>());
+  emitChanged(another);
+  EXPECT_EQ(receiver->getSender(receiver), nullptr);
+  EXPECT_EQ(other->getSender(other), nullptr);
 }
 
 TEST_P(Interrupted, AGetterAndASetterLeaveTheEngineWhole) {
@@ -371,6 +407,18 @@ TEST_P(Interrupted, AReleaseOfAnyObjectIsFinishedByTheNextOne) {
   leaves = false;
   checkEngine();
   next([&] { release(fuse); });
+}
+
+// As above, for an object of any class.
+TEST_P(Interrupted, AReleaseLeavesNothingToANewObjectInItsPlace) {
+  void *fuse = Fuse_ctor(nullptr, 1);
+  next([=] { EXPECT_TRUE(isLeft([=] { release(fuse); })); });
+  leaves = false;
+  --listenersLive;
+  Fuse_ctor(fuse, 1);
+  next([=] { release(fuse); });
+  EXPECT_EQ(othersLive(), 0);
+  checkEngine();
 }
 
 // Ends of trees -----------------------------------------------------------------------------------
@@ -688,6 +736,43 @@ TEST_F(Stacks, AWatchOutlivesTheEmissionsOfOtherStacks) {
   release(object);
   again.resume();
   EXPECT_EQ(diary.size(), 3U);
+}
+
+namespace {
+
+// Lets the process open no file as long as it lives.
+class NoMoreFiles {
+ public:
+  NoMoreFiles() {
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+  }
+  ~NoMoreFiles() {
+    setrlimit(RLIMIT_NOFILE, &before);
+  }
+  NoMoreFiles(const NoMoreFiles &) = delete;
+  NoMoreFiles &operator=(const NoMoreFiles &) = delete;
+
+ private:
+  rlimit before;
+};
+
+}  // namespace
+
+// The system tells the bounds of such a stack in a file.
+TEST_F(Stacks, ACopyByOverridesIsNotMadeWhereTheBoundsOfTheStackAreNotKnown) {
+  const Tree tree("1(2 3)");
+  // From here on the library remembers the bounds of the thread's own stack.
+  EXPECT_NE(Tree(newCopy(tree)), nullptr);
+  Fiber([&tree] {
+    {
+      const NoMoreFiles none;
+      EXPECT_EQ(newCopy(tree), nullptr);
+    }
+    const Tree copy(newCopy(tree));
+    EXPECT_EQ(shapeOf(copy), "1(2 3)");
+  }).resume();
 }
 
 // Counts ------------------------------------------------------------------------------------------

@@ -1,4 +1,4 @@
-// What properties do over the life of a process, in host programs.
+// What properties and trees do over the life of a process, in host programs.
 #include "tests/helpers/host_process.hh"
 
 #include <gtest/gtest.h>
@@ -16,4 +16,9 @@ TEST(PropertiesInAProcess, SurviveFreedClassesAndANewStart) {
     HostProcess host;
     EXPECT_EQ(host.run("properties_restart", {end}), 0) << end << host.output();
   }
+}
+
+TEST(TreesInAProcess, AreCopiedAndLoadedOnASystemWithoutRandomBytes) {
+  HostProcess host;
+  EXPECT_EQ(host.run("without_randomness"), 0) << host.output();
 }

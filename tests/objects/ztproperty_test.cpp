@@ -15,6 +15,23 @@ ZT_DEFINE_CLASS(EarlyPropertyType, ztPropertyType, noMethods)
 ZT_DECLARE_CLASS(LatePropertyType)
 ZT_DEFINE_CLASS(LatePropertyType, ztPropertyType, noMethods)
 
+// A buffer of strings that keeps its text where no field says.
+#define FixedBuffer_FIELDS             \
+  ztCharArray_FIELDS const char *text; \
+  int32_t size;
+#define FixedBuffer_METHODS ztCharArray_METHODS
+ZT_DECLARE_CLASS(FixedBuffer)
+
+static void fixedBufferMethods(FixedBufferMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, getSize, [](const void *buffer) -> int32_t {
+    return static_cast<const FixedBuffer *>(buffer)->size;
+  });
+  ZT_OVERRIDE_METHOD(methods, getData, [](const void *buffer) -> void * {
+    return const_cast<char *>(static_cast<const FixedBuffer *>(buffer)->text);
+  });
+}
+ZT_DEFINE_CLASS(FixedBuffer, ztCharArray, fixedBufferMethods)
+
 namespace {
 
 const ztPropertyFunctions *functions() {
@@ -258,6 +275,25 @@ TEST(CompareFunctions, OfStringsTakeThoseWithoutTextAsEmptyOnes) {
     EXPECT_EQ(ztPropertyMap_compare_func(*without, text), -1);
     EXPECT_EQ(ztPropertyMap_compare_func(text, *without), 1);
     EXPECT_EQ(ztPropertyMap_compare_func(*without, empty), 0);
+  }
+}
+
+TEST(CompareFunctions, OfStringsAskABufferOfAHostsClassForItsText) {
+  const String text("b");
+  const String hosts(nullptr);
+  ztCharArray_of(hosts.fields().buffer)->unRef(hosts.fields().buffer);
+  auto *buffer = static_cast<FixedBuffer *>(FixedBuffer_ctor(nullptr, 1));
+  hosts.fields().buffer = reinterpret_cast<ztCharArray *>(buffer);
+  const struct {
+    const char *text;
+    int32_t size;
+    int32_t order;
+  } rows[] = {{"a", 2, -1}, {"b", 2, 0}, {"c", 2, 1}, {"", 1, -1}, {"c", 0, -1}, {nullptr, 2, -1}};
+  for (const auto &row : rows) {
+    buffer->text = row.text;
+    buffer->size = row.size;
+    EXPECT_EQ(ztPropertyMap_compare_func(hosts, text), row.order);
+    EXPECT_EQ(ztPropertyMap_compare_func(text, hosts), -row.order);
   }
 }
 

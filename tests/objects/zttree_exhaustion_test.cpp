@@ -40,6 +40,26 @@ TEST_F(TreeExhaustion, OfACopyLeavesNothingOfIt) {
   });
 }
 
+// The holders of the copies are in a table, which is to be half empty.
+TEST_F(TreeExhaustion, OfALargerTableOfHoldersLeavesCopiesWholeAsLongAsItHasAPlace) {
+  constexpr int32_t placesAtFirst = 16;
+  const Tree parent("1");
+  const SizeRefused larger(2 * placesAtFirst * 2 * int32_t{sizeof(void *)});
+  for (int32_t children = 1; children <= placesAtFirst; ++children) {
+    newChild(parent, 1 + children);
+    const bool hasPlace = children < placesAtFirst;
+    const int before = nodesLive;
+    Tree copy(newCopy(parent));
+    EXPECT_EQ(larger.isMet(), children > placesAtFirst / 2) << children;
+    EXPECT_EQ(copy != nullptr, hasPlace) << children;
+    if (copy != nullptr) {
+      EXPECT_EQ(shapeOf(copy), shapeOf(parent));
+    }
+    copy.end();
+    EXPECT_EQ(nodesLive, before);
+  }
+}
+
 TEST_F(TreeExhaustion, OfAnAssignmentLeavesAllAsItWas) {
   const Tree target(newCopy(tree));
   exhaustMemoryIn([this, &target] {

@@ -5,6 +5,7 @@
 #include "tests/objects/tree_nodes.hh"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -50,6 +51,28 @@ std::string nameOfForm(const testing::TestParamInfo<bool> &test) {
 
 // What the `write` of an OddNode does.
 std::function<int32_t(const void *node, void *file)> meddle;
+
+// Makes the process another user, who is in one group alone, as long as it lives.
+class AnotherUser {
+ public:
+  AnotherUser(uid_t user, gid_t group) {
+    groups.resize(static_cast<size_t>(getgroups(0, nullptr)));
+    EXPECT_GE(getgroups(static_cast<int>(groups.size()), groups.data()), 0);
+    EXPECT_EQ(setgroups(0, nullptr), 0);
+    EXPECT_EQ(setegid(group), 0);
+    EXPECT_EQ(seteuid(user), 0);
+  }
+  ~AnotherUser() {
+    EXPECT_EQ(seteuid(0), 0);
+    EXPECT_EQ(setegid(0), 0);
+    EXPECT_EQ(setgroups(groups.size(), groups.data()), 0);
+  }
+  AnotherUser(const AnotherUser &) = delete;
+  AnotherUser &operator=(const AnotherUser &) = delete;
+
+ private:
+  std::vector<gid_t> groups;
+};
 
 class TreeFile : public ForestTest, public testing::WithParamInterface<bool> {
  protected:
@@ -134,6 +157,28 @@ TEST_P(TreeFile, KeepsTheOwnerWhereTheProcessMayGiveIt) {
   EXPECT_EQ(statusOf(path).st_gid, 12346U);
 }
 
+TEST_P(TreeFile, KeepsNoRightsForAnotherThanItsOwnerAndGroupWhereTheProcessMayNotGiveIt) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root may be another user";
+  std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
+  const struct {
+    gid_t group;
+    mode_t mode;
+  } rows[] = {{0, 0777}, {12346, 0707}};
+  for (const auto &[group, mode] : rows) {
+    saveSample();
+    ASSERT_EQ(chown(path.c_str(), 0, 0), 0);
+    ASSERT_EQ(chmod(path.c_str(), 06777), 0);
+    {
+      const AnotherUser user(12345, group);
+      EXPECT_EQ(save(otherSample, path, isText), 6);
+    }
+    EXPECT_EQ(shapesIn(path), otherSample);
+    EXPECT_EQ(statusOf(path).st_uid, 12345U);
+    EXPECT_EQ(statusOf(path).st_gid, group);
+    EXPECT_EQ(statusOf(path).st_mode & 07777, mode);
+  }
+}
+
 TEST_P(TreeFile, IsFoundFromTheCurrentFolderAndBehindASymbolicLinkThatStays) {
   std::filesystem::create_directory(folder.path("data"));
   std::filesystem::create_directory(folder.path("links"));
@@ -155,6 +200,28 @@ TEST_P(TreeFile, IsFoundFromTheCurrentFolderAndBehindASymbolicLinkThatStays) {
   EXPECT_EQ(namesIn(folder.path("links")), Names{"inner"});
   std::filesystem::create_symlink("round", folder.path("round"));
   EXPECT_EQ(save(sample, folder.path("round"), isText), 0);
+}
+
+// The system follows forty.
+TEST_P(TreeFile, BehindManyLinksIsReplacedOrStays) {
+  saveSample();
+  std::string last = path;
+  for (int links = 1; links <= 42; ++links) {
+    const std::string link = folder.path("link" + std::to_string(links));
+    std::filesystem::create_symlink(last, link);
+    last = link;
+    if (links < 39) continue;
+    const int32_t saved = save(otherSample, link, isText);
+    if (links == 39) {
+      EXPECT_EQ(saved, 6);
+    }
+    if (links > 40) {
+      EXPECT_EQ(saved, 0);
+    }
+    EXPECT_EQ(shapesIn(path), saved == 0 ? sample : otherSample) << links;
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    saveSample();
+  }
 }
 
 TEST_P(TreeFile, IsNotSavedWhereThereIsNoRegularFile) {

@@ -120,18 +120,27 @@ def numbered(text, numbers):
 
 
 def number_headers(numbers):
-    for path in tree.public_headers():
+    """Writes the headers whose numbers are wrong, and aligns them, as far as the formatter is there."""
+    changed = misnumbered(numbers)
+    for path in changed:
         path.write_text(numbered(path.read_text(), numbers))
+    formatter = tree.find_llvm_tool("clang-format")
+    if formatter and changed:
+        tree.run(formatter, "-i", *changed)
 
 
 def without_space(text):
     return re.sub(r"[\s\\]+", "", text)
 
 
+def misnumbered(numbers):
+    return [path for path in tree.public_headers()
+            if without_space(numbered(path.read_text(), numbers)) != without_space(path.read_text())]
+
+
 def wrong_numbers(numbers):
     return [f"{path.relative_to(tree.ROOT)}: the numbers of its slots are not those of the tables"
-            for path in tree.public_headers()
-            if without_space(numbered(path.read_text(), numbers)) != without_space(path.read_text())]
+            for path in misnumbered(numbers)]
 
 
 def layout(source, compiler, language):

@@ -44,25 +44,32 @@ Array arrayOfTags(const Tag &tag, int count) {
   return array;
 }
 
-// The ways in which a host can take the only attribute out of a tag's array.
-using TakeOut = void (*)(ztPtrArray *attributes);
+// A way in which a host can take the only attribute out of a tag's array.
+struct TakeOut {
+  const char *name;
+  void (*call)(ztPtrArray *attributes);
+};
+
+std::ostream &operator<<(std::ostream &out, const TakeOut &way) {
+  return out << way.name;
+}
 
 void byRemoveAt(ztPtrArray *attributes) {
   ztPtrArray_of(attributes)->removeAt(attributes, 0);
 }
 
 const TakeOut ways[] = {
-    byRemoveAt,
-    [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->setAt(attributes, nullptr, 0); },
-    [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->empty(attributes); },
-    [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->setSize(attributes, 4); },
-    [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->resize(attributes, 0); },
+    {"RemoveAt", byRemoveAt},
+    {"SetAt", [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->setAt(attributes, nullptr, 0); }},
+    {"Empty", [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->empty(attributes); }},
+    {"SetSize", [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->setSize(attributes, 4); }},
+    {"Resize", [](ztPtrArray *attributes) { ztPtrArray_of(attributes)->resize(attributes, 0); }},
 };
 
 class TagOwnerTakenOut : public testing::TestWithParam<TakeOut> {
  protected:
   TagOwnerTakenOut() {
-    GetParam()(arrayOf(tag));
+    GetParam().call(arrayOf(tag));
   }
   // Whether the attribute tells this tag, and only this one, of what is set.
   void expectToTell(const Tag &owner) const {
@@ -78,7 +85,7 @@ class TagOwnerTakenOut : public testing::TestWithParam<TakeOut> {
   ztTagAttribute *attribute = attributeIn(tag, 0);
 };
 
-INSTANTIATE_TEST_SUITE_P(Ways, TagOwnerTakenOut, testing::ValuesIn(ways));
+INSTANTIATE_TEST_SUITE_P(By, TagOwnerTakenOut, testing::ValuesIn(ways), testing::PrintToStringParamName());
 
 // A copy of an attribute, which tells the tag that holds its source of its initial value.
 class TagOwnerOfACopy : public testing::Test {
@@ -168,7 +175,7 @@ TEST_P(TagOwnerTakenOut, LosesItsOwnerWithTheTagAsItsCopyDoes) {
 
 TEST_P(TagOwnerTakenOut, CanBeTakenOutOfTheNextTagToo) {
   EXPECT_EQ(insertInto(other, "new", attribute), 1);
-  GetParam()(arrayOf(other));
+  GetParam().call(arrayOf(other));
   EXPECT_EQ(insertInto(tag, "back", attribute), 1);
   end(other);
   expectToTell(tag);
