@@ -129,13 +129,15 @@ static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
 // Adds a new item for the element. The probe also holds the element, as the key of all comparisons.
 static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
                              const void *element) {
+  // A compare function may take itself out of the tree.
+  if (tree->compareFunction == nullptr) return nullptr;
   Place place;
   findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
   ztAvlTreeItem *added = newTreeItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
     // Making the item called the tree again.
-    if (tree->compareFunction == nullptr || isRefused(tree, probe)) {
+    if (tree->compareFunction == nullptr || isRefused(tree, probe) || tree->compareFunction == nullptr) {
       deleteTreeItem(tree, added);
       return nullptr;
     }
@@ -358,9 +360,10 @@ static ztAvlTreeItem *treeFind(const ztAvlTree &tree, const void *key) {
 
 void ztcore::collectEqual(const ztAvlTree *tree, const void *key, EqualItems *found) {
   found->count = 0;
+  const ztCompareFunc compare = tree->compareFunction;
   ztAvlTreeItem *item = tree->root;
   while (item != nullptr) {
-    const int32_t order = tree->compareFunction(item->data, key);
+    const int32_t order = compare(item->data, key);
     if (order == 0) found->items[found->count++] = item;
     item = treeLink(item, order < 0);
   }

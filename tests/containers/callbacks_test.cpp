@@ -562,6 +562,32 @@ TEST_F(ztAvlTreeOfHooked, ElementIsRefusedWhenTheCompareFunctionGoesWithAChange)
   EXPECT_EQ(inTree(tree), Numbers({1}));
 }
 
+TEST_F(ztAvlTreeOfHooked, CompareFunctionMayGoWhileItIsCalled) {
+  int others = 0;
+  for (bool isCalled = true; isCalled; ++others) {
+    SCOPED_TRACE(others);
+    {
+      const Hook hook(Event::compare, others, [this] { tree->setCompareFunction(tree, nullptr); });
+      tree->push(tree, three);
+      isCalled = Hook::isCalled();
+    }
+    tree->setCompareFunction(tree, compareHooked);
+    tree->pop(tree, three);
+    EXPECT_EQ(inTree(tree), Numbers({1, 2}));
+  }
+  // The search for an equal element and that for the place have both been interrupted.
+  EXPECT_GE(others, 3);
+}
+
+TEST_F(ztAvlTreeOfHooked, FindAllEndsWhenTheCompareFunctionGoes) {
+  tree->setAllowDuplicate(tree, 1);
+  const Tree found(newTree({}));
+  found->setAllowDuplicate(found, 1);
+  const Hook hook(Event::compare, [this] { tree->setCompareFunction(tree, nullptr); });
+  tree->findAll(tree, two, found);
+  EXPECT_TRUE(Hook::isCalled());
+}
+
 TEST_F(ztAvlTreeOfHooked, CopyIsWholeOrNotMadeWhenAnElementComesMeanwhile) {
   bool isCalled = true;
   for (int others = 0; isCalled; ++others) {

@@ -5,6 +5,9 @@
 #include "tests/containers/treecheck.hh"
 #include "tests/helpers/scale.hh"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 #include <math.h>
 
@@ -218,6 +221,18 @@ TEST_F(ztAvlTreeWithManager, PushMakesAProbeAndAnItemBehindTheFirst) {
   EXPECT_EQ(tree.push(1), nullptr);
   EXPECT_EQ(takeAsked(), "nd") << "a refused push makes the probe only";
   EXPECT_EQ(recorded.deleted, recorded.made);
+}
+
+// The element ends where readable memory does.
+TEST_F(ztAvlTreeWithManager, PushReadsNoMoreThanTheElement) {
+  const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  auto *pages = static_cast<char *>(
+      mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
+  auto *element = reinterpret_cast<int32_t *>(pages + page) - 1;
+  for (*element = 0; *element < 3; ++*element) EXPECT_NE(tree->push(tree, element), nullptr);
+  EXPECT_EQ(tree.fields().count, 3U);
+  munmap(pages, 2 * page);
 }
 
 TEST_F(ztAvlTreeWithManager, RemovalsDeleteEachItemOnce) {
