@@ -141,10 +141,6 @@ bool ztcore::hasOwnMapSettings(const ztClass *klass) {
   return methods->setCompareFunction == method<mapSetCompareFunction> && hasOwnAssociationSettings(klass);
 }
 
-bool ztcore::destroysOwnMaps() {
-  return destroysOwnAssociations();
-}
-
 bool ztcore::hasOwnRelease(const ztClass *klass) {
   const auto *methods = static_cast<const ztMapMethods *>(klass->methodTable);
   return methods->destroy == method<mapDestroy> && methods->unRef == method<baseUnRef>;

@@ -1,5 +1,8 @@
-// Whether the functions that a step calls through the tables are the library's own. A host may put functions into
+// Whether the functions that a step calls through method tables are the library's own. A host may put functions into
 // the table of any class. Where it has not, several steps can be taken at once, and nobody sees the difference.
+//
+// Each function stands in the module whose methods it compares with. `klass` is a class below that one, in whose
+// table the methods are looked up.
 #ifndef ZT_CONTAINERS_ZTOWN_HH
 #define ZT_CONTAINERS_ZTOWN_HH
 
@@ -10,7 +13,7 @@
 
 namespace ztcore {
 
-// `create` and `destroy` of the abstract classes, as their subclasses call them.
+// What `create`, `clone` and `destroy` of the abstract classes do, and call.
 bool createsOwnContainers();
 bool clonesOwnContainers();
 bool destroysOwnContainers();
@@ -19,7 +22,7 @@ bool destroysOwnSequences();
 bool createsOwnAssociations();
 bool destroysOwnAssociations();
 
-// The settings in the table of a class, as `create` calls them.
+// The settings that a `create` calls.
 bool hasOwnManagerSetting(const ztClass *klass);
 bool hasOwnCompareSetting(const ztClass *klass);
 bool hasOwnDuplicateSetting(const ztClass *klass);
@@ -27,29 +30,29 @@ bool hasOwnElementSetting(const ztClass *klass);
 bool hasOwnItemSetting(const ztClass *klass);
 bool hasOwnAssociationSettings(const ztClass *klass);
 
-// `create` and `destroy` of arrays, trees and maps. A map creates and destroys its tree.
+// Arrays.
 bool createsOwnArrays();
 bool hasOwnArraySettings(const ztClass *klass);
 bool clonesOwnArrays(const ztClass *klass);
 bool destroysOwnArrays(const ztClass *klass);
+bool hasOwnSizes(const ztClass *klass);  // the methods that size and read the block
+
+// Trees.
 bool createsOwnTrees();
 bool destroysOwnTrees();
+bool pushesOwnItems();
+bool popsOwnItems();
+
+// Maps. Their trees are asked about separately.
 bool createsOwnMaps();
 bool hasOwnMapSettings(const ztClass *klass);
-bool destroysOwnMaps();
 bool hasOwnRelease(const ztClass *klass);
 bool allowsOwnDuplicates(const ztClass *klass);
 bool insertsOwnPairs(const ztClass *klass);
-bool pushesOwnItems();
 bool popsOwnPairs(const ztClass *klass);
-bool popsOwnItems();
-
-// Whether the block of an array of this class is sized and read by the library.
-bool hasOwnSizes(const ztClass *klass);
-
-// Whether `findValue` of a class of maps is the library's, and whether a map, which is not empty, finds a value by
-// the library's search of its tree.
 bool hasOwnSearch(const ztClass *klass);
+
+// Whether `findValue` of a map that is not empty searches its tree.
 bool findsByTree(const ztMap &map);
 
 // Whether the next release of an object ends it, by the `unRef` of the root class.

@@ -17,12 +17,8 @@ bool ztcore::createsPlainly(const ztClass *klass, int32_t (*create)(void *map)) 
   return static_cast<const ztMapMethods *>(klass->methodTable)->create == create && hasOwnMapSettings(klass);
 }
 
-bool ztcore::allowsDuplicatesPlainly(const ztClass *klass) {
-  return allowsOwnDuplicates(klass);
-}
-
 bool ztcore::releasesMapsPlainly() {
-  return ztAvlTree_table()->unRef == method<baseUnRef> && destroysOwnMaps() && destroysOwnTrees();
+  return ztAvlTree_table()->unRef == method<baseUnRef> && destroysOwnAssociations() && destroysOwnTrees();
 }
 
 static bool deletesOwnItems(const ztClass *klass, DeleteItem deleteItem) {

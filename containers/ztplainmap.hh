@@ -1,4 +1,5 @@
-// Maps with their trees in a shared block, which are copied from an image: a map that was created step by step.
+// Creation, release, adding and removing a pair, taken at once for maps of the library's classes where no host can
+// see the difference.
 #ifndef ZT_CONTAINERS_ZTPLAINMAP_HH
 #define ZT_CONTAINERS_ZTPLAINMAP_HH
 
@@ -8,6 +9,7 @@
 
 namespace ztcore {
 
+// A map and its tree in a shared block. New ones are copied from an image: a map that was created step by step.
 template <typename Map>
 struct MapWithTree {
   Map map;
@@ -35,9 +37,6 @@ struct MapWithTree {
 // a class whose `create` in the library is the given one. False before the first object of the class.
 bool createsMapsPlainly();
 bool createsPlainly(const ztClass *klass, int32_t (*create)(void *map));
-
-// The same of the permission of equal keys.
-bool allowsDuplicatesPlainly(const ztClass *klass);
 
 // How a class of maps deletes its items: the library's `deleteItem`. NULL for that of all maps.
 using DeleteItem = void (*)(void *map, void *item);

@@ -16,8 +16,8 @@ bool createsSignalMapsPlainly();
 bool createsPropertyMapsPlainly();
 bool createsSlotMapsPlainly();
 
-// Whether the release of a map with its slots, or with its signals, calls only functions of the library, besides what
-// all maps have in common; and the freeing of such a map.
+// Whether the release of a map with all its contents calls only functions of the library, besides what all maps have
+// in common; and the freeing of such a map. Properties: only of a map that is empty.
 bool releasesSlotsPlainly(const ztSlotMap *slots);
 void freeSlots(ztSlotMap *slots, FreedObjects *freed);
 bool releasesPropertiesPlainly(const ztPropertyMap *properties);
@@ -40,7 +40,7 @@ inline auto asMap(Map *map) {
   return reinterpret_cast<Base *>(map);
 }
 
-// A part that is a map. `releases` tells whether `freeMap` can release it.
+// A part that is a map. `releases` tells whether `free` can release it.
 template <typename Part, auto field, auto releases, auto free>
 struct MapPart : Part {
   template <typename Object>

@@ -166,7 +166,7 @@ static bool keepsOwnSignals(const ztSignalMap *signals) {
 bool ztcore::addsSignalsPlainly(const ztSignalMap *signals) {
   return insertsPlainly(asMap(signals), ztSignalMapClass_Instance()) && keepsOwnSignals(signals) &&
          copiesTextsPlainly() && createsMapsPlainly() && createsSlotMapsPlainly() &&
-         allowsDuplicatesPlainly(ztSlotMapClass_Instance()) &&
+         allowsOwnDuplicates(ztSlotMapClass_Instance()) &&
          (__atomic_load_n(&hasNewSignal, __ATOMIC_ACQUIRE) || takeNewSignal());
 }
 
