@@ -1,5 +1,5 @@
 // What Qt takes for the same.
-#include "bench/instructions/operations.hh"
+#include "bench/instructions/maps.hh"
 #include "bench/objects/qtgauge.hh"
 
 #include <QHash>
@@ -56,54 +56,18 @@ void getProperty(int rounds) {
 
 // Maps --------------------------------------------------------------------------------------------
 
-using Map = QMap<int, int>;
-using Table = QHash<int, int>;
-
-template <typename Container>
-void fill(Container &container) {
-  for (const int number : shuffled) container.insert(number, number);
-}
-
-template <typename Container>
-void findEach(const Container &container, int rounds) {
-  for (int i = 0; i < rounds; ++i) {
-    for (const int number : shuffled) use(container.constFind(number));
+struct Access {
+  template <typename Container>
+  static void put(Container &container, int number) {
+    container.insert(number, number);
   }
-}
-
-void mapPushAndFree(int rounds) {
-  for (int i = 0; i < rounds; ++i) {
-    Map map;
-    fill(map);
-    use(map);
+  template <typename Container>
+  static auto look(const Container &container, int number) {
+    return container.constFind(number);
   }
-}
+};
 
-void mapFind(int rounds) {
-  Map map;
-  fill(map);
-  findEach(map, rounds);
-}
-
-Table newTable() {
-  Table table;
-  table.reserve(elementCount);
-  return table;
-}
-
-void hashInsertAndFree(int rounds) {
-  for (int i = 0; i < rounds; ++i) {
-    Table table = newTable();
-    fill(table);
-    use(table);
-  }
-}
-
-void hashFind(int rounds) {
-  Table table = newTable();
-  fill(table);
-  findEach(table, rounds);
-}
+using Peer = Maps<Access, QMap<int, int>, QHash<int, int>>;
 
 const Operation operations[] = {
     {"object: new, release/QObject", object},
@@ -113,10 +77,10 @@ const Operation operations[] = {
     {"emit to 10 slots/QObject", emitTo<10>},
     {"dynamic property: set/QObject", setProperty},
     {"dynamic property: get/QObject", getProperty},
-    withEach("map of 1,000: push, free/QMap", mapPushAndFree),
-    withEach("map of 1,000: find/QMap", mapFind),
-    withEach("hash table of 1,000: insert, free/QHash", hashInsertAndFree),
-    withEach("hash table of 1,000: find/QHash", hashFind),
+    withEach("map of 1,000: push, free/QMap", Peer::mapPushAndFree),
+    withEach("map of 1,000: find/QMap", Peer::mapFind),
+    withEach("hash table of 1,000: insert, free/QHash", Peer::hashInsertAndFree),
+    withEach("hash table of 1,000: find/QHash", Peer::hashFind),
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // What the language and its standard library take for the same.
 #include "bench/core/countedpeer.hh"
-#include "bench/instructions/operations.hh"
+#include "bench/instructions/maps.hh"
 
 #include <list>
 #include <map>
@@ -30,54 +30,7 @@ void virtualCall(int rounds) {
 
 // Maps --------------------------------------------------------------------------------------------
 
-using Map = std::map<int, int>;
-using Table = std::unordered_map<int, int>;
-
-template <typename Container>
-void fill(Container &container) {
-  for (const int number : shuffled) container.emplace(number, number);
-}
-
-template <typename Container>
-void findEach(const Container &container, int rounds) {
-  for (int i = 0; i < rounds; ++i) {
-    for (const int number : shuffled) use(container.find(number));
-  }
-}
-
-void mapPushAndFree(int rounds) {
-  for (int i = 0; i < rounds; ++i) {
-    Map map;
-    fill(map);
-    use(map);
-  }
-}
-
-void mapFind(int rounds) {
-  Map map;
-  fill(map);
-  findEach(map, rounds);
-}
-
-Table newTable() {
-  Table table;
-  table.reserve(elementCount);
-  return table;
-}
-
-void hashInsertAndFree(int rounds) {
-  for (int i = 0; i < rounds; ++i) {
-    Table table = newTable();
-    fill(table);
-    use(table);
-  }
-}
-
-void hashFind(int rounds) {
-  Table table = newTable();
-  fill(table);
-  findEach(table, rounds);
-}
+using Peer = Maps<StandardAccess, std::map<int, int>, std::unordered_map<int, int>>;
 
 // Lists and arrays --------------------------------------------------------------------------------
 
@@ -165,10 +118,10 @@ void string(int rounds) {
 const Operation operations[] = {
     {"base object: new, release/C++ object", object},
     {"virtual call/C++ object", virtualCall},
-    withEach("map of 1,000: push, free/std::map", mapPushAndFree),
-    withEach("map of 1,000: find/std::map", mapFind),
-    withEach("hash table of 1,000: insert, free/std::unordered_map", hashInsertAndFree),
-    withEach("hash table of 1,000: find/std::unordered_map", hashFind),
+    withEach("map of 1,000: push, free/std::map", Peer::mapPushAndFree),
+    withEach("map of 1,000: find/std::map", Peer::mapFind),
+    withEach("hash table of 1,000: insert, free/std::unordered_map", Peer::hashInsertAndFree),
+    withEach("hash table of 1,000: find/std::unordered_map", Peer::hashFind),
     withEach("list: push, walk, free/std::list", list),
     {"queue: push, pop/std::list", queue},
     {"stack: push, pop/std::vector", stack},
