@@ -130,7 +130,7 @@ bool ztcore::deliver(const Delivery &delivery, void *emitter, const ztSignal *si
   return true;
 }
 
-ZT_OWN_FRAME [[gnu::flatten]] static int32_t emitSignal(void *emitter, const ztSignal *signal,
+[[gnu::flatten]] ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal,
                                                         const EmittedValue &value) {
   Delivery delivery;
   if (!beginDelivery(&delivery, signal)) return 0;
