@@ -128,14 +128,14 @@ static bool hasImage() {
 }
 
 bool ztcore::createsCharsPlainly() {
-  return createsOwnChars() && hasImage();
+  return usesUnderWay() == nullptr && createsOwnChars() && hasImage();
 }
 
 bool ztcore::copiesCharsPlainly() {
   const ztClass *klass = ztCharArrayClass_Instance();
   return static_cast<const ztClassFunctions *>(klass->classTable)->newop == ztCharArray_newop &&
          ztCharArray_table()->unRef == method<baseUnRef> && clonesOwnArrays(klass) &&
-         destroysOwnArrays(klass) && hasImage();
+         destroysOwnArrays(klass) && usesUnderWay() == nullptr && hasImage();
 }
 
 void ztcore::fillChars(ztCharArray *chars, void *block, int32_t count) {

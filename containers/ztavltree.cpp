@@ -449,7 +449,7 @@ static void *treeClone(const void *object, void *target) {
 bool ztcore::createsOwnTrees() {
   const ztClass *klass = ztAvlTreeClass_Instance();
   return ztAvlTree_table()->create == method<treeCreate> && hasOwnItemSetting(klass) &&
-         hasOwnManagerSetting(klass) && createsOwnSequences();
+         hasOwnManagerSetting(klass) && hasOwnCompareSetting(klass) && createsOwnSequences();
 }
 
 bool ztcore::destroysOwnTrees() {

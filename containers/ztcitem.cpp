@@ -1,12 +1,13 @@
 #include "containers/ztcitem.h"
 
+#include "containers/ztitems.hh"
 #include "core/ztlayout.hh"
 
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztContainerItem, 24, 16);
 
-static int32_t containerItemCreate(void *object) {
+int32_t ztcore::containerItemCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
   static_cast<ztContainerItem *>(object)->data = nullptr;
   return 1;

@@ -7,7 +7,6 @@
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
-#include "core/ztshared.hh"
 
 #include <string.h>
 
@@ -89,7 +88,6 @@ static void dropOldItems(const void *container) {
 
 static int32_t containerCreate(void *object) {
   if (!ztBaseClass_table()->create(object)) return 0;
-  ownBlock(object);
   dropOldItems(object);
   auto *container = static_cast<ztContainer *>(object);
   ztContainer_of(object)->setItemManager(object, object);
@@ -103,7 +101,6 @@ static void *containerClone(const void *object, void *target) {
   void *copy = ztBaseClass_table()->clone(object, target);
   if (copy == nullptr) return nullptr;
   dropOldItems(copy);
-  ownBlock(copy);
   ztContainer_of(copy)->setItemManager(copy, copy);
   return copy;
 }

@@ -229,7 +229,7 @@ static void hashTableDestroy(ztHashTable &table) {
   while (void *rest = takeItems(&table)) deleteChain(table, static_cast<ztHashTableItem *>(rest));
   ztAssociativeContainer_table()->destroy(&table);
   // Before the record below is made: with a record, items are deleted step by step.
-  if (ztHashTable_of(&table)->empty == method<hashTableEmpty>) hashTableEmpty(table);
+  if (isPlain(table) && ztHashTable_of(&table)->empty == method<hashTableEmpty>) hashTableEmpty(table);
   const ContainerUse use(&table);
   ztHashTable_of(&table)->empty(&table);
   while (!use.ended()) {

@@ -6,6 +6,7 @@
 
 namespace ztcore {
 
+int32_t containerItemCreate(void *item);
 int32_t listItemCreate(void *item);
 int32_t avlTreeItemCreate(void *item);
 int32_t mapItemCreate(void *item);

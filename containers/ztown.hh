@@ -9,6 +9,7 @@
 #include "containers/ztarrays.h"
 #include "containers/ztmap.h"
 #include "core/ztbasec.hh"
+#include "core/ztcalls.hh"
 #include "core/ztmethod.hh"
 
 namespace ztcore {
@@ -55,10 +56,11 @@ bool hasOwnSearch(const ztClass *klass);
 // Whether `findValue` of a map that is not empty searches its tree.
 bool findsByTree(const ztMap &map);
 
-// Whether the next release of an object ends it, by the `unRef` of the root class.
+// Whether the next release of an object ends it, by the `unRef` of the root class. One that is being released already
+// is ended by that release.
 inline bool endsByRelease(const void *object) {
   return static_cast<const ztBaseClass *>(object)->refCount <= 2 &&
-         ztBaseClass_of(object)->unRef == method<baseUnRef>;
+         ztBaseClass_of(object)->unRef == method<baseUnRef> && !isSubject(object);
 }
 
 }  // namespace ztcore

@@ -10,7 +10,7 @@
 using namespace ztcore;
 
 bool ztcore::createsMapsPlainly() {
-  return createsOwnMaps() && createsOwnTrees();
+  return usesUnderWay() == nullptr && createsOwnMaps() && createsOwnTrees();
 }
 
 bool ztcore::createsPlainly(const ztClass *klass, int32_t (*create)(void *map)) {
@@ -28,11 +28,17 @@ static bool deletesOwnItems(const ztClass *klass, DeleteItem deleteItem) {
          (deleteItem == nullptr ? deletePair : deleteItem);
 }
 
+// Whether a call on a map or its tree is under way.
+static bool isCalled(const ztMap *map, const ztAvlTree *tree) {
+  return usesUnderWay() != nullptr && (isInUse(tree) || isInUse(map));
+}
+
 bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
   const ztAvlTree *tree = map->tree;
   return tree != nullptr && map->klass == klass && tree->klass == ztAvlTreeClass_Instance() &&
-         tree->refCount <= 2 && map->refCount <= 2 && hasOwnRelease(klass) && !isInUse(tree) &&
-         !isSubject(map) && (tree->root == nullptr || deletesOwnItems(klass, deleteItem));
+         tree->refCount <= 2 && map->refCount <= 2 && hasOwnRelease(klass) && !isCalled(map, tree) &&
+         !isSubject(map) &&
+         (tree->root == nullptr || (tree->itemManager == map && deletesOwnItems(klass, deleteItem)));
 }
 
 bool ztcore::endsPlainly(const ztMapItem *item) {
@@ -49,13 +55,20 @@ void ztcore::freeMap(ztMap *map, FreedObjects *freed) {
 static bool hasOwnItems(const ztMap *map) {
   const ztAvlTree *tree = map->tree;
   return tree != nullptr && tree->klass == ztAvlTreeClass_Instance() && tree->itemManager == map &&
-         !isInUse(tree) && !isInUse(map);
+         !isCalled(map, tree);
+}
+
+static bool createsOwnItems() {
+  return isPlainClass(ztMapItemClass_Instance(), mapItemCreate) &&
+         ztAvlTreeItem_table()->create == avlTreeItemCreate &&
+         ztContainerItem_table()->create == containerItemCreate &&
+         ztBaseClass_table()->create == method<baseCreate>;
 }
 
 bool ztcore::insertsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
   return map->klass == klass && hasOwnItems(map) && map->itemConstructor == ztMapItem_ctor &&
          map->tree->count < INT32_MAX && deletesOwnItems(klass, deleteItem) && insertsOwnPairs(klass) &&
-         pushesOwnItems() && isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
+         pushesOwnItems() && createsOwnItems();
 }
 
 bool ztcore::popsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {

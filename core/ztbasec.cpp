@@ -31,7 +31,10 @@ int32_t ztcore::baseCreate(ztBaseClass &) {
 
 void *ztcore::baseClone(const ztBaseClass &object, void *target) {
   if (target == nullptr) return nullptr;
-  return memmove(target, &object, static_cast<size_t>(object.klass->instanceSize));
+  memmove(target, &object, static_cast<size_t>(object.klass->instanceSize));
+  // A host's `clone` may call this one only.
+  if (mayBePart(object.klass)) ownBlock(target);
+  return target;
 }
 
 static int32_t baseAssign(ztBaseClass &, const void *) {
@@ -84,6 +87,8 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
 
 // Out of line, so that the release of objects that own nothing stays short.
 [[gnu::noinline]] static void releaseLast(void *object, void (*destroy)(void *object)) {
+  // An object that is being released already is ended by that release.
+  if (isSubject(object)) return endObject(object);
   for (const KnownEnd &known : knownEnds) {
     if (destroy != __atomic_load_n(&known.destroy, __ATOMIC_ACQUIRE)) continue;
     if (__atomic_load_n(&known.end, __ATOMIC_RELAXED)(object)) return;

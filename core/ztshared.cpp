@@ -5,8 +5,7 @@
 
 using namespace ztcore;
 
-// Whether objects of exactly this class may be parts. Their `create` and `clone` begin with `ownBlock`.
-static bool mayBePart(const ztClass *klass) {
+bool ztcore::mayBePart(const ztClass *klass) {
   return klass == ztStringClass_Instance() || klass == ztCharArrayClass_Instance() ||
          klass == ztAvlTreeClass_Instance() || klass == ztSlotClass_Instance() ||
          klass == ztSignalClass_Instance() || klass == ztSlotMapClass_Instance() ||

@@ -26,6 +26,9 @@ struct ZT_MAY_ALIAS PartHeader {
 
 static_assert(sizeof(PartHeader) == sizeof(ztBaseClass));
 
+// Whether objects of exactly this class may be parts.
+bool mayBePart(const ztClass *klass);
+
 // Makes an object, which was constructed in the block, a part of it.
 inline void addToBlock(SharedBlock *block, void *object) {
   const auto distance = reinterpret_cast<uintptr_t>(object) - reinterpret_cast<uintptr_t>(block);
@@ -33,7 +36,16 @@ inline void addToBlock(SharedBlock *block, void *object) {
   ++block->living;
 }
 
-// For an object that was not made as a part: its bytes are new, or copied from another object.
+// Makes the header of a part. Its class must be registered.
+inline void beginPart(SharedBlock *block, void *object, ztClass *klass) {
+  objectMade(object);
+  auto *header = static_cast<PartHeader *>(object);
+  header->klass = klass;
+  header->refCount = 1;
+  addToBlock(block, object);
+}
+
+// For an object that was not made as a part: it was constructed, or its bytes copied from another object.
 inline void ownBlock(void *object) {
   static_cast<PartHeader *>(object)->distance = 0;
 }

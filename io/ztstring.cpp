@@ -198,16 +198,13 @@ static int32_t createPlainly(ztString &string) {
 }
 
 static int32_t stringCreate(ztString &string) {
-  ownBlock(&string);
   if (createsCharsPlainly()) return createPlainly(string);
   if (!StringParts::create(string)) return 0;
   return ztCharArray_of(string.buffer)->setSize(string.buffer, initialSize) != 0;
 }
 
 static void *stringClone(const ztString &string, void *target) {
-  void *copy = StringParts::clone(string, target);
-  if (copy != nullptr) ownBlock(copy);
-  return copy;
+  return StringParts::clone(string, target);
 }
 
 static int32_t stringAssign(ztString &string, const void *other) {
@@ -237,7 +234,7 @@ static bool endsPlainly(const ztString &string) {
 
 static bool endStringPlainly(void *object) {
   const auto &string = *static_cast<const ztString *>(object);
-  if (!endsPlainly(string)) return false;
+  if (ztOOP_classOf(object) != ztStringClass_Instance() || !endsPlainly(string)) return false;
   freeChars(string.buffer);
   freePart(object);
   return true;
@@ -266,11 +263,8 @@ bool StringWithChars::make(SharedBlock *block, const char *text) {
   void *bytes = size > INT32_MAX ? nullptr : ztm_alloc(static_cast<int32_t>(size));
   if (bytes == nullptr) return false;
   memcpy(bytes, text, size);
-  objectMade(&string);
-  string.klass = ztStringClass_Instance();
-  string.refCount = 1;
+  beginPart(block, &string, ztStringClass_Instance());
   string.buffer = &chars;
-  addToBlock(block, &string);
   fillChars(&chars, bytes, static_cast<int32_t>(size));
   addToBlock(block, &chars);
   return true;

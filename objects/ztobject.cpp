@@ -1,5 +1,6 @@
 #include "objects/ztobject.h"
 
+#include "containers/ztown.hh"
 #include "core/ztbasec.hh"
 #include "core/ztcheck.hh"
 #include "core/ztkept.hh"
@@ -61,6 +62,10 @@ static bool hasNewMaps;
   // Objects of a class that is not registered yet register it.
   if (!isNameTaken(ztSignalMap_classname_) || !isNameTaken(ztPropertyMap_classname_)) return false;
   if (!isNameTaken(ztAvlTree_classname_)) return false;
+  // The objects that the image is taken from are released, which a host's functions would see.
+  if (!releasesMapsPlainly() || !hasOwnRelease(ztSignalMapClass_Instance()) ||
+      !hasOwnRelease(ztPropertyMapClass_Instance()))
+    return false;
   const Locked locked(engineLock);
   if (hasNewMaps) return true;
   auto *signals = newObject<ztSignalMap>(ztSignalMap_ctor);

@@ -21,16 +21,13 @@ using SignalParts = Parts<&ztBaseClass_table, Part<&ztSignal::name, ztString_cto
                           MapPart<Part<&ztSignal::slots>, &ztSignal::slots, releasesSlotsPlainly, freeSlots>>;
 
 static int32_t signalCreate(ztSignal &signal) {
-  ownBlock(&signal);
   signal.argumentCount = 0;
   signal.blocked = 0;
   return SignalParts::create(signal);
 }
 
 static void *signalClone(const ztSignal &signal, void *target) {
-  void *copy = SignalParts::clone(signal, target);
-  if (copy != nullptr) ownBlock(copy);
-  return copy;
+  return SignalParts::clone(signal, target);
 }
 
 static void forgetDeliveries(const ztSignal &signal) {
@@ -59,7 +56,9 @@ static void freeSignal(ztSignal *signal, FreedObjects *freed) {
 
 static bool endSignalPlainly(void *object) {
   auto *signal = static_cast<ztSignal *>(object);
-  if (!releasesMapsPlainly() || !endsPlainly(*signal)) return false;
+  if (ztOOP_classOf(object) != ztSignalClass_Instance() || !releasesMapsPlainly() || !endsPlainly(*signal)) {
+    return false;
+  }
   FreedObjects freed;
   freeSignal(signal, &freed);
   return true;
@@ -142,6 +141,8 @@ static bool areRegistered() {
 // Out of line, because it runs once.
 [[gnu::noinline]] static bool takeNewSignal() {
   if (!areRegistered()) return false;
+  // The map that the image is taken from is released, which a host's functions would see.
+  if (!releasesMapsPlainly() || !hasOwnRelease(ztSlotMapClass_Instance())) return false;
   const Locked locked(engineLock);
   if (hasNewSignal) return true;
   auto *slots = newObject<ztSlotMap>(ztSlotMap_ctor);
@@ -177,8 +178,7 @@ static SignalBlock *makeSignal(const char *name, uint32_t argumentCount) {
   block->slots.copy(newSignal.slots);
   objectMade(&block->slots.map, &block->slots.tree);
   ztSignal *signal = &block->signal;
-  ztSignal_ctor(signal, 0);
-  addToBlock(block, signal);
+  beginPart(block, signal, ztSignalClass_Instance());
   signal->name = &block->name.string;
   signal->slots = &block->slots.map;
   signal->argumentCount = argumentCount;

@@ -8,6 +8,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
+#include "core/ztoop.hh"
 #include "core/ztparts.hh"
 #include "io/ztstring.hh"
 #include "objects/ztmaps.hh"
@@ -20,16 +21,13 @@ ZT_PIN_CLASS(ztSlot, 40, 16);
 using SlotParts = Parts<&ztBaseClass_table, Part<&ztSlot::name, ztString_ctor>>;
 
 static int32_t slotCreate(ztSlot &slot) {
-  ownBlock(&slot);
   slot.receiver = nullptr;
   slot.function.call0 = nullptr;
   return SlotParts::create(slot);
 }
 
 static void *slotClone(const ztSlot &slot, void *target) {
-  void *copy = SlotParts::clone(slot, target);
-  if (copy != nullptr) ownBlock(copy);
-  return copy;
+  return SlotParts::clone(slot, target);
 }
 
 // Besides its release, which the caller checks.
@@ -44,7 +42,7 @@ static void freeSlot(ztSlot *slot, FreedObjects *freed) {
 
 static bool endSlotPlainly(void *object) {
   auto *slot = static_cast<ztSlot *>(object);
-  if (!endsPlainly(*slot)) return false;
+  if (ztOOP_classOf(object) != ztSlotClass_Instance() || !endsPlainly(*slot)) return false;
   FreedObjects freed;
   freeSlot(slot, &freed);
   return true;
@@ -116,9 +114,10 @@ bool ztcore::popsSlotsPlainly(const ztSlotMap *slots) {
 }
 
 bool ztcore::popSlotPlainly(ztSlotMap *slots, const void *receiver) {
+  const ztMapItem *top = topSlot(slots, receiver);
+  if (top == nullptr || !hasPlainSlot(top)) return false;
   auto *item = reinterpret_cast<ztMapItem *>(takeOut(*slots->tree, receiver));
-  if (item == nullptr) return false;
-  if (!endsPlainly(item) || !hasPlainSlot(item)) {
+  if (!endsPlainly(item)) {
     ztSlotMap_of(slots)->deleteItem(slots, item);
     return true;
   }
@@ -149,9 +148,18 @@ static bool keepsOwnSlots(const ztSlotMap *slots) {
          methods->destroy == method<SlotParts::destroy<ztSlot>>;
 }
 
+// The first object of the class registers it.
+static bool isRegistered() {
+  static bool known;
+  if (__atomic_load_n(&known, __ATOMIC_RELAXED)) return true;
+  const bool isTaken = isNameTaken(ztSlot_classname_);
+  if (isTaken) __atomic_store_n(&known, true, __ATOMIC_RELAXED);
+  return isTaken;
+}
+
 bool ztcore::addsSlotsPlainly(const ztSlotMap *slots) {
   return insertsPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) && keepsOwnSlots(slots) &&
-         copiesTextsPlainly();
+         copiesTextsPlainly() && isRegistered();
 }
 
 bool ztcore::addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, ztSlotFunction function) {
@@ -159,8 +167,7 @@ bool ztcore::addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, 
   if (block == nullptr) return false;
   block->living = 0;
   ztSlot *slot = &block->slot;
-  ztSlot_ctor(slot, 0);
-  addToBlock(block, slot);
+  beginPart(block, slot, ztSlotClass_Instance());
   slot->name = &block->name.string;
   slot->receiver = receiver;
   slot->function = function;

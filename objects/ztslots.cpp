@@ -3,6 +3,7 @@
 #include "containers/ztavltree.h"
 #include "containers/ztcompare.hh"
 #include "containers/ztmapiter.h"
+#include "containers/ztuse.hh"
 
 #include <utility>
 
@@ -85,16 +86,26 @@ ztMapItem *ztcore::findSlot(const ztSlotMap *slots, const void *receiver, ztSlot
   return mapItem(findBelow(slots->tree->root, receiver, function));
 }
 
+const ztMapItem *ztcore::topSlot(const ztSlotMap *slots, const void *receiver) {
+  ztAvlTreeItem *item = slots->tree->root;
+  while (item != nullptr && item->data != receiver) {
+    item = compareWords<uintptr_t>(item->data, receiver) < 0 ? item->right : item->left;
+  }
+  return mapItem(item);
+}
+
 void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   if (popsSlotsPlainly(slots)) {
     while (popSlotPlainly(slots, receiver)) {
     }
-    return;
+    if (topSlot(slots, receiver) == nullptr) return;
   }
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
-  // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item.
-  while (methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
+  // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item, and when a
+  // slot's name of a host's class released the map.
+  const ContainerUse use(slots);
+  while (!use.ended() && methods->find(slots, receiver) != nullptr && methods->pop(slots, receiver)) {
   }
 }
 
@@ -121,22 +132,14 @@ static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *it
   return walk.item() != nullptr;
 }
 
-// What the library's `find` returns.
-static const void *topSlot(const ztSlotMap *slots, const void *receiver) {
-  const ztAvlTreeItem *item = slots->tree->root;
-  while (item != nullptr && item->data != receiver) {
-    item = compareWords<uintptr_t>(item->data, receiver) < 0 ? item->right : item->left;
-  }
-  return item;
-}
-
 // `pop` removes the item that `find` returns. So the unwanted slot is moved into that item, and the slots
 // between move by one item each, which keeps their order. In a map with a host's own order, `find` may return
 // none of the receiver's items: then nothing is removed.
 bool ztcore::removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
   const bool isPlain = popsSlotsPlainly(slots);
-  const void *first = isPlain ? topSlot(slots, receiver) : ztSlotMap_of(slots)->find(slots, receiver);
-  if (isPlain && first == unwanted) return popSlotPlainly(slots, receiver);
+  const void *first = isPlain ? static_cast<const void *>(topSlot(slots, receiver))
+                              : ztSlotMap_of(slots)->find(slots, receiver);
+  if (isPlain && first == unwanted && popSlotPlainly(slots, receiver)) return true;
   if (!isAmong(slots, receiver, first)) return false;
   ReceiverSlots walk(slots, receiver);
   while (walk.item() != first && walk.item() != unwanted) walk.next();

@@ -26,7 +26,10 @@ bool addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, ztSlotFu
 // Whether removing one slot calls only functions of the library, besides the slot's own.
 bool popsSlotsPlainly(const ztSlotMap *slots);
 
-// Removes the first slot of a receiver from such a map. False when there is none.
+// The item of a receiver that is highest in the tree of such a map, which `find` returns and `pop` removes; or NULL.
+const ztMapItem *topSlot(const ztSlotMap *slots, const void *receiver);
+
+// Removes that item. False, with nothing done, when there is none, and when its release would call a host's function.
 bool popSlotPlainly(ztSlotMap *slots, const void *receiver);
 
 // Removes one slot of a receiver, by its item. False when the set keeps it.

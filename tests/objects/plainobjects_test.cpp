@@ -1,0 +1,360 @@
+// Objects, signals, slots and strings that are made and released at once: a host's functions are called as often as
+// if each step were taken, and releases inside releases are noticed.
+#include "containers/ztarrays.h"
+#include "containers/ztavltree.h"
+#include "containers/zthashtab.h"
+#include "core/ztmem.h"
+#include "tests/helpers/replaced.hh"
+#include "tests/objects/listeners.hh"
+
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <functional>
+#include <utility>
+
+namespace {
+
+// What the next destroyed object of the classes below does, once.
+std::function<void(void *)> atEnd;
+// The same for the next clone.
+std::function<void()> atClone;
+int calls;
+
+void runOnce(void *object) {
+  const auto action = std::exchange(atEnd, nullptr);
+  if (action) action(object);
+}
+
+}  // namespace
+
+#define HookedText_FIELDS ztString_FIELDS
+#define HookedText_METHODS ztString_METHODS
+ZT_DECLARE_CLASS(HookedText)
+#define HookedChars_FIELDS ztCharArray_FIELDS
+#define HookedChars_METHODS ztCharArray_METHODS
+ZT_DECLARE_CLASS(HookedChars)
+#define HookedElement_FIELDS ztBaseClass_FIELDS
+#define HookedElement_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(HookedElement)
+#define ManagingMap_FIELDS ztSlotMap_FIELDS
+#define ManagingMap_METHODS ztSlotMap_METHODS
+ZT_DECLARE_CLASS(ManagingMap)
+#define BareText_FIELDS ztString_FIELDS
+#define BareText_METHODS ztString_METHODS
+ZT_DECLARE_CLASS(BareText)
+
+static void hookedTextDestroy(void *text) {
+  runOnce(text);
+  ztString_table()->destroy(text);
+}
+
+static void *hookedTextClone(const void *text, void *target) {
+  const auto action = std::exchange(atClone, nullptr);
+  if (action) action();
+  return ztString_table()->clone(text, target);
+}
+
+static void hookedTextMethods(HookedTextMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, destroy, hookedTextDestroy);
+  ZT_OVERRIDE_METHOD(methods, clone, hookedTextClone);
+}
+
+ZT_DEFINE_CLASS(HookedText, ztString, hookedTextMethods)
+
+static void hookedCharsDestroy(void *chars) {
+  runOnce(chars);
+  ztCharArray_table()->destroy(chars);
+}
+
+static void hookedCharsMethods(HookedCharsMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, destroy, hookedCharsDestroy);
+}
+
+ZT_DEFINE_CLASS(HookedChars, ztCharArray, hookedCharsMethods)
+
+static void hookedElementDestroy(void *element) {
+  runOnce(element);
+}
+
+static void hookedElementMethods(HookedElementMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, destroy, hookedElementDestroy);
+}
+
+ZT_DEFINE_CLASS(HookedElement, ztBaseClass, hookedElementMethods)
+
+static void managingMapDeleteItem(void *map, void *item) {
+  ++calls;
+  ztSlotMap_table()->deleteItem(map, item);
+}
+
+static void managingMapMethods(ManagingMapMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, deleteItem, managingMapDeleteItem);
+}
+
+ZT_DEFINE_CLASS(ManagingMap, ztSlotMap, managingMapMethods)
+
+// Does not call its parent's `create`.
+static int32_t bareTextCreate(void *object) {
+  auto *text = static_cast<BareText *>(object);
+  text->buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
+  return text->buffer != nullptr;
+}
+
+static void bareTextMethods(BareTextMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, bareTextCreate);
+}
+
+ZT_DEFINE_CLASS(BareText, ztString, bareTextMethods)
+
+namespace {
+
+template <typename Methods>
+Methods &tableOf(ztClass *klass) {
+  return *static_cast<Methods *>(klass->methodTable);
+}
+
+void *usedMemory(int32_t size) {
+  void *memory = ztm_alloc(size);
+  memset(memory, 0xA5, static_cast<size_t>(size));
+  return memory;
+}
+
+ztSignal *signalOf(const Object &object, const char *name) {
+  return object->addSignal(ztObjectClass_Instance(), object, name, 1);
+}
+
+// Item managers ---------------------------------------------------------------------------------
+
+TEST(PlainRelease, OfASignalDeletesItsSlotsByTheManagerOfTheirTree) {
+  const Owned<> manager(ManagingMap_ctor);
+  const Object receiver;
+  calls = 0;
+  {
+    const Object sender;
+    ztSignal *signal = signalOf(sender, "sent");
+    ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
+    ztAvlTree_of(signal->slots->tree)->setItemManager(signal->slots->tree, manager);
+  }
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(PlainRelease, OfAnObjectDeletesItsSignalsByTheManagerOfTheirTree) {
+  const Owned<ztMap, ztMapMethods> manager(ManagingMap_ctor);
+  manager->setKeyConstructor(manager, ztString_ctor);
+  manager->setValueConstructor(manager, ztSignal_ctor);
+  calls = 0;
+  {
+    const Object sender;
+    signalOf(sender, "sent");
+    ztAvlTree *tree = sender.fields().signals->tree;
+    ztAvlTree_of(tree)->setItemManager(tree, manager);
+  }
+  EXPECT_EQ(calls, 1);
+}
+
+// A call on the map itself is under way, not on its tree.
+TEST(PlainRelease, IsNoticedByANewItemOfTheMap) {
+  void *sender = ztObject_ctor(nullptr, 1);
+  ztSignalMap *signals = static_cast<ztObject *>(sender)->signals;
+  const Owned<> key(HookedText_ctor);
+  const Owned<> value(ztSignal_ctor);
+  const ztKeyValue pair = {key, value};
+  atClone = [sender] { release(sender); };
+  EXPECT_EQ(ztSignalMap_of(signals)->newItem(signals, &pair), nullptr);
+}
+
+// Functions in the tables -------------------------------------------------------------------------
+
+void (*ownSetCompareFunction)(void *, ztCompareFunc);
+int32_t (*ownCreate)(void *);
+
+void countSetCompareFunction(void *container, ztCompareFunc compare) {
+  ++calls;
+  ownSetCompareFunction(container, compare);
+}
+
+int32_t countCreate(void *object) {
+  ++calls;
+  return ownCreate(object);
+}
+
+TEST(PlainCreation, OfAnObjectCallsTheSetCompareFunctionThatAHostGaveToTrees) {
+  const Object before;
+  auto &methods = tableOf<ztAvlTreeMethods>(ztAvlTreeClass_Instance());
+  ownSetCompareFunction = methods.setCompareFunction;
+  calls = 0;
+  const Replaced replaced(methods.setCompareFunction, countSetCompareFunction);
+  const Object object;
+  EXPECT_EQ(calls, 2);
+}
+
+int creationsDuring(ztClass *klass, const std::function<void()> &action) {
+  auto &methods = tableOf<ztBaseClassMethods>(klass);
+  ownCreate = methods.create;
+  calls = 0;
+  const Replaced replaced(methods.create, countCreate);
+  action();
+  return calls;
+}
+
+// The first item of a tree is made without a probe.
+TEST(PlainCreation, OfASignalCallsTheCreateThatAHostGaveToAClassAboveTheItems) {
+  for (ztClass *klass : {ztAvlTreeItemClass_Instance(), ztContainerItemClass_Instance()}) {
+    const Object sender;
+    EXPECT_EQ(creationsDuring(klass, [&] { signalOf(sender, "sent"); }), 1) << klass->name;
+  }
+}
+
+TEST(PlainCreation, OfASlotCallsTheCreateThatAHostGaveToAClassAboveTheItems) {
+  for (ztClass *klass : {ztAvlTreeItemClass_Instance(), ztContainerItemClass_Instance()}) {
+    const Object sender;
+    ztSignal *signal = signalOf(sender, "sent");
+    const auto add = [&] {
+      sender->addSlot(ztObjectClass_Instance(), signal, sender, "slot", diarySlot<0>());
+    };
+    EXPECT_EQ(creationsDuring(klass, add), 1) << klass->name;
+  }
+}
+
+// Releases inside releases ------------------------------------------------------------------------
+
+TEST(PlainRelease, OfAStringInsideItsOwnReleaseDoesNothing) {
+  auto *string = static_cast<ztString *>(newString("text"));
+  release(string->buffer);
+  string->buffer = static_cast<ztCharArray *>(HookedChars_ctor(nullptr, 1));
+  bool isStillThere = false;
+  atEnd = [&](void *) {
+    string->buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
+    release(string);
+    isStillThere = ztOOP_classOf(string) == ztStringClass_Instance();
+    release(std::exchange(string->buffer, nullptr));
+  };
+  release(string);
+  EXPECT_TRUE(isStillThere);
+}
+
+TEST(PlainRelease, OfASlotInsideItsOwnReleaseDoesNothing) {
+  auto *slot = static_cast<ztSlot *>(ztSlot_ctor(nullptr, 1));
+  release(slot->name);
+  slot->name = static_cast<ztString *>(HookedText_ctor(nullptr, 1));
+  bool isStillThere = false;
+  atEnd = [&](void *) {
+    slot->name = static_cast<ztString *>(newString("another"));
+    release(slot);
+    isStillThere = ztOOP_classOf(slot) == ztSlotClass_Instance();
+    release(std::exchange(slot->name, nullptr));
+  };
+  release(slot);
+  EXPECT_TRUE(isStillThere);
+}
+
+TEST(PlainRelease, OfASignalInsideItsOwnReleaseDoesNothing) {
+  auto *signal = static_cast<ztSignal *>(ztSignal_ctor(nullptr, 1));
+  release(signal->name);
+  signal->name = static_cast<ztString *>(HookedText_ctor(nullptr, 1));
+  signal->slots = static_cast<ztSlotMap *>(ztSlotMap_ctor(nullptr, 1));
+  bool isStillThere = false;
+  atEnd = [&](void *) {
+    signal->name = static_cast<ztString *>(newString("another"));
+    release(signal);
+    isStillThere = ztOOP_classOf(signal) == ztSignalClass_Instance();
+    release(std::exchange(signal->name, nullptr));
+  };
+  release(signal);
+  EXPECT_TRUE(isStillThere);
+}
+
+// The owner would free the part under the feet of its release.
+TEST(PlainRelease, OfAnOwnerLeavesAPartThatIsBeingReleased) {
+  auto *slot = static_cast<ztSlot *>(ztSlot_ctor(nullptr, 1));
+  ztString *name = slot->name;
+  release(name->buffer);
+  name->buffer = static_cast<ztCharArray *>(HookedChars_ctor(nullptr, 1));
+  bool isStillThere = false;
+  atEnd = [&](void *) {
+    name->buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
+    release(slot);
+    isStillThere = ztOOP_classOf(name) == ztStringClass_Instance();
+    release(std::exchange(name->buffer, nullptr));
+  };
+  release(name);
+  EXPECT_TRUE(isStillThere);
+}
+
+// The table is an object in memory of the host, which destroys it and frees the memory.
+TEST(HashTableDestruction, NoticesThatAnElementDestroyedTheTable) {
+  void *table = ztHashTable_ctor(ztm_alloc(sizeof(ztHashTable)), 1);
+  const ztHashTableMethods *methods = ztHashTable_of(table);
+  methods->setSize(table, 4);
+  methods->setKeySize(table, sizeof(int32_t), 0);
+  methods->setValueConstructor(table, HookedElement_ctor);
+  methods->setCompareFunction(table, ztIntArray_compare_func);
+  {
+    const Owned<> element(HookedElement_ctor);
+    const int32_t key = 1;
+    ASSERT_EQ(methods->insert(table, &key, element), 1);
+  }
+  bool isFreed = false;
+  atEnd = [&](void *) {
+    methods->destroy(table);
+    ztm_free(table);
+    isFreed = true;
+  };
+  methods->destroy(table);
+  EXPECT_TRUE(isFreed);
+}
+
+// Memory that was used before ---------------------------------------------------------------------
+
+TEST(PlainRelease, FreesAStringThatWasMadeWithoutCreate) {
+  auto *string = static_cast<ztString *>(ztString_ctor(usedMemory(sizeof(ztString)), 0));
+  string->buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
+  ztString_of(string)->set(string, "text");
+  EXPECT_STREQ(textOf(string), "text");
+  release(string);
+}
+
+TEST(PlainRelease, FreesASlotThatWasMadeWithoutCreate) {
+  auto *slot = static_cast<ztSlot *>(ztSlot_ctor(usedMemory(sizeof(ztSlot)), 0));
+  slot->name = static_cast<ztString *>(newString("name"));
+  slot->receiver = nullptr;
+  EXPECT_STREQ(textOf(slot->name), "name");
+  release(slot);
+}
+
+TEST(PlainRelease, FreesASignalThatWasMadeWithoutCreate) {
+  auto *signal = static_cast<ztSignal *>(ztSignal_ctor(usedMemory(sizeof(ztSignal)), 0));
+  signal->name = static_cast<ztString *>(newString("name"));
+  signal->slots = nullptr;
+  EXPECT_STREQ(textOf(signal->name), "name");
+  release(signal);
+}
+
+TEST(PlainRelease, FreesAStringOfAClassWhoseCreateDoesAllItself) {
+  void *string = BareText_ctor(usedMemory(sizeof(BareText)), 1);
+  ztString_of(string)->set(string, "text");
+  EXPECT_STREQ(textOf(string), "text");
+  release(string);
+}
+
+// Copies the bytes by the `clone` of the root class, and the rest itself.
+void *cloneByRoot(const void *object, void *target) {
+  auto *copy = static_cast<ztSlot *>(ztBaseClass_table()->clone(object, target));
+  copy->name = static_cast<ztString *>(newString("of the host"));
+  return copy;
+}
+
+TEST(PlainRelease, FreesACopyOfAPartThatAHostsCloneMade) {
+  const Object sender;
+  ztSignal *signal = signalOf(sender, "sent");
+  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, sender, "slot", diarySlot<0>()), 1);
+  const auto *item = reinterpret_cast<const ztMapItem *>(signal->slots->tree->root);
+  const Replaced replaced(tableOf<ztSlotMethods>(ztSlotClass_Instance()).clone, cloneByRoot);
+  const Owned<ztSlot, ztSlotMethods> copy(newCopy(item->value));
+  EXPECT_STREQ(textOf(copy.fields().name), "of the host");
+  EXPECT_STREQ(textOf(static_cast<const ztSlot *>(item->value)->name), "slot");
+}
+
+}  // namespace
