@@ -24,10 +24,13 @@ int32_t ztCu_isnan(double) {
 
 int32_t ztCu_round(double value) {
   if (isnan(value)) return 0;
-  const double rounded = round(value);
-  if (rounded >= INT32_MAX) return INT32_MAX;
-  if (rounded <= INT32_MIN) return INT32_MIN;
-  return static_cast<int32_t>(rounded);
+  if (value >= INT32_MAX) return INT32_MAX;
+  if (value <= INT32_MIN) return INT32_MIN;
+  const auto whole = static_cast<int32_t>(value);
+  // Exact, unlike the sum of the value and a half.
+  const double rest = value - whole;
+  if (rest >= 0.5) return whole + 1;
+  return rest <= -0.5 ? whole - 1 : whole;
 }
 
 int32_t ztCu_genUniqueId(void) {

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -47,6 +48,20 @@ TEST(Numbers, AreRoundedHalfAwayFromZeroAndStayWithinTheLimits) {
                                              {-HUGE_VAL, INT32_MIN},
                                              {std::nan(""), 0}};
   for (const auto &[value, rounded] : rows) EXPECT_EQ(ztCu_round(value), rounded) << value;
+}
+
+TEST(Numbers, AreRoundedAsTheCLibraryRounds) {
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> exponent(-3, 31);
+  for (int i = 0; i < scale(100000); ++i) {
+    const double size = std::exp2(exponent(random));
+    const double half = std::floor(size) + 0.5;
+    for (const double value : {size, half, std::nextafter(half, 0.0), std::nextafter(half, size * 2)}) {
+      if (std::round(value) > INT32_MAX) continue;
+      ASSERT_EQ(ztCu_round(value), static_cast<int32_t>(std::round(value))) << value;
+      ASSERT_EQ(ztCu_round(-value), static_cast<int32_t>(std::round(-value))) << value;
+    }
+  }
 }
 
 // Repeats a piece of work until it happens to stay within one second, which it is told.
