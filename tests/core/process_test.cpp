@@ -52,6 +52,31 @@ TEST_F(LinkedHost, RunsWithoutALogFileWhereAFolderOrAPipeHasItsName) {
   printsIn("plain", {}, plainRun);
 }
 
+TEST_F(LinkedHost, GetsTheMemoryFunctionsOfAPreloadedLibrary) {
+  setenv("LD_PRELOAD", ZT_HOSTS_FOLDER "/libplugin_memory.so", 1);
+  EXPECT_EQ(host.run("memory", {"growing-array"}), 0);
+  unsetenv("LD_PRELOAD");
+  EXPECT_NE(host.output().find("replaced: alloc realloc free\n"), std::string::npos) << host.output();
+}
+
+// What a program that is not position-independent calls the address of a function.
+
+TEST_F(LinkedHost, FindsItsAddressesOfFunctionsInTheTablesOfClassesAndInTheRegistry) {
+  EXPECT_EQ(host.run("fixed_addresses", {"tables"}), 0) << host.output();
+}
+
+TEST_F(LinkedHost, FindsItsAddressesOfFunctionsInObjects) {
+  EXPECT_EQ(host.run("fixed_addresses", {"objects"}), 0) << host.output();
+}
+
+TEST_F(LinkedHost, FindsItsAddressesOfFunctionsInMethodTables) {
+  EXPECT_EQ(host.run("fixed_addresses", {"methods"}), 0) << host.output();
+}
+
+TEST_F(LinkedHost, ComparesAnObjectsCompareFunctionWithItsAddressOfIt) {
+  EXPECT_EQ(host.run("fixed_addresses", {"compare"}), 0) << host.output();
+}
+
 TEST_F(LinkedHost, MayStopTheEngineEarlyAndTwice) {
   runs("lifecycle", {"early"}, cleaning + cleaned + notInstalled("ztFile") + "still talking\n" + freeing);
 }

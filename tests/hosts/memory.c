@@ -1,4 +1,5 @@
-/* Leak reports: prints what the argument names, from the state of a process that tracked nothing. */
+/* What the argument names: leak reports, from the state of a process that tracked nothing, or plain allocations. */
+#include "containers/ztarrays.h"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "tests/hosts/check.h"
@@ -46,10 +47,18 @@ static void nothing(void) {
   puts("");
 }
 
+static void growingArray(void) {
+  ztIntArray *array = ztIntArray_ctor(NULL, 1);
+  for (int32_t i = 0; i < 1000; ++i) ztIntArray_of(array)->pushBack(array, &i);
+  CHECK(ztIntArray_of(array)->getSize(array) == 1000);
+  ztIntArray_of(array)->unRef(array);
+}
+
 int main(int argc, char **argv) {
   static const Scenario scenarios[] = {{"one-of-two", oneOfTwo},
                                        {"newest-first", newestFirst},
                                        {"untracked", untracked},
-                                       {"nothing", nothing}};
+                                       {"nothing", nothing},
+                                       {"growing-array", growingArray}};
   return argc == 2 ? RUN(scenarios, argv[1]) : 2;
 }

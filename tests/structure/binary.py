@@ -7,13 +7,16 @@ Then, how it is guarded, where the C library's own checks take an optimised buil
 what threads have.
 """
 
+import fnmatch
+import pathlib
 import re
 import sys
+import typing
 
 import tree
 
 SONAME = "libztcore.so.1"
-LINKED = {"libc.so.6", "libm.so.6"}
+LINKED = {"libc.so.6"}
 # What runs at each end: the library's hooks, none for each class, and what the compiler's own start-up files bring along.
 HOOKS = {
     ".init_array": {"ztcore_lnx_init", "frame_dummy"},
@@ -22,13 +25,21 @@ HOOKS = {
 FORBIDDEN_SECTIONS = {".preinit_array", ".ctors", ".dtors"}
 # Loaded libraries share some 1,600 bytes of each thread's.
 MOST_THREAD_BYTES = 256
+# What the library binds to whoever defines it first, as patterns.
+REPLACEABLE = re.findall(r"^  ([\w*]+);$", (tree.ROOT / "cmake" / "replaceable.list").read_text(), re.M)
+
+
+class Section(typing.NamedTuple):
+    address: int
+    offset: int  # in the file
+    size: int
 
 
 def sections(library):
-    """Name to (address, size)."""
-    rows = re.findall(r"\] (\.\S+)\s+\S+\s+([0-9a-f]+) [0-9a-f]+ ([0-9a-f]+)",
+    """Each section of the file by its name."""
+    rows = re.findall(r"\] (\.\S+)\s+(?!NOBITS)\S+\s+([0-9a-f]+) ([0-9a-f]+) ([0-9a-f]+)",
                       tree.run("readelf", "--section-headers", "--wide", library))
-    return {name: (int(address, 16), int(size, 16)) for name, address, size in rows}
+    return {name: Section(*(int(number, 16) for number in numbers)) for name, *numbers in rows}
 
 
 def named_addresses(library):
@@ -43,10 +54,29 @@ def relocations(library):
     return tree.run("readelf", "--relocs", "--wide", library)
 
 
+def packed_relocations(library):
+    """The addresses of the words that are packed relocations. The distance of their target stands in the word."""
+    # Of all of readelf's output, these alone are lines of one number.
+    return [int(address, 16) for address in re.findall(r"^([0-9a-f]{16})$", relocations(library), re.M)]
+
+
+def words(library, addresses):
+    """Address to what stands there in the file."""
+    contents = pathlib.Path(library).read_bytes()
+    present = sections(library).values()
+    found = {}
+    for address in addresses:
+        section = next(one for one in present if one.address <= address < one.address + one.size)
+        at = address - section.address + section.offset
+        found[address] = int.from_bytes(contents[at:at + 8], "little")
+    return found
+
+
 def pointers(library):
     """Address of each relocated word to the names of the function that it points at."""
     functions = named_addresses(library)
-    found = {}
+    packed = words(library, packed_relocations(library))
+    found = {address: functions.get(target, set()) for address, target in packed.items()}
     for line in relocations(library).splitlines():
         relative = re.match(r"([0-9a-f]+)\s+\S+ R_X86_64_RELATIVE\s+([0-9a-f]+)", line)
         by_name = re.match(r"([0-9a-f]+)\s+\S+ R_X86_64_64\s+\S+ ([^\s@]+)", line)
@@ -62,8 +92,8 @@ def wrong_hooks(library):
     targets = pointers(library)
     problems = [f"section {name} is there" for name in sorted(FORBIDDEN_SECTIONS & present.keys())]
     for section, allowed in HOOKS.items():
-        address, size = present[section]
-        run = [targets.get(at, set()) for at in range(address, address + size, 8)]
+        address, end = present[section].address, present[section].address + present[section].size
+        run = [targets.get(at, set()) for at in range(address, end, 8)]
         hook = next(name for name in allowed if name.startswith("zt"))
         if sum(hook in names for names in run) != 1:
             problems.append(f"{section} does not run {hook} once")
@@ -90,6 +120,16 @@ def unguarded_targets(library):
     if not bare:
         return []
     return [f"called by their addresses, {len(bare)} functions do not begin with endbr64: {bare[:5]}"]
+
+
+def wrong_bindings(library):
+    """Of its own functions, the dynamic linker looks up those of the list only, the memory functions among them."""
+    own = set(re.findall(r" (zt\w+)@@?ZTCORE", relocations(library)))
+    problems = [f"looks up {name}, which is its own" for name in sorted(own)
+                if not any(fnmatch.fnmatchcase(name, pattern) for pattern in REPLACEABLE)]
+    problems += [f"does not look up {name}, which programs replace"
+                 for name in ("ztm_alloc", "ztm_realloc", "ztm_free") if name not in own]
+    return problems
 
 
 def weak_points(library, dynamic, symbols, optimised):
@@ -135,6 +175,7 @@ def main():
     unique = sorted(set(re.findall(r" UNIQUE .* (\S+)$", symbols, re.M)))
     problems += [f"{name} is of unique linkage" for name in unique]
     problems += wrong_hooks(library) + unguarded_targets(library) + wrong_thread_storage(library, symbols)
+    problems += wrong_bindings(library)
     tree.finish(problems + weak_points(library, dynamic, symbols, build == "optimised"))
 
 
