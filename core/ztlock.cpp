@@ -2,6 +2,8 @@
 
 using namespace ztcore;
 
+constinit thread_local const char ztcore::lockHolder = 0;
+
 constinit Lock ztcore::engineLock;
 constinit Lock ztcore::tablesLock;
 constinit Lock ztcore::memoryLock;

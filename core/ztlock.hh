@@ -7,28 +7,46 @@
 
 namespace ztcore {
 
-// Recursive, because the hooks of classes call the engine again.
+// Recursive, because a hook of a class may call `fork`, which takes every lock.
 struct Lock {
   pthread_mutex_t mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+  const char *holder = nullptr;  // of the thread that holds it
 };
 
-// Holds a lock during a scope. A process with one thread does not take it, except where functions of a host
-// run, which may start threads.
+// Its address is a mark of the thread.
+extern constinit thread_local const char lockHolder __attribute__((tls_model("initial-exec")));
+
+// Holds a lock during a scope. A thread that holds it already does not take it again: the hooks of classes call the
+// engine. A process with one thread does not take it, except where functions of a host run, which may start threads.
 class Locked {
  public:
   enum Contents { ownCode, hostsCode };
 
   explicit Locked(Lock &wanted, Contents contents = ownCode)
-      : lock(__libc_single_threaded && contents == ownCode ? nullptr : &wanted) {
-    if (lock != nullptr) pthread_mutex_lock(&lock->mutex);
+      : lock(needsLock(wanted, contents) ? &wanted : nullptr) {
+    if (lock == nullptr) return;
+    pthread_mutex_lock(&lock->mutex);
+    setHolder(&lockHolder);
   }
   ~Locked() {
-    if (lock != nullptr) pthread_mutex_unlock(&lock->mutex);
+    if (lock == nullptr) return;
+    setHolder(nullptr);
+    pthread_mutex_unlock(&lock->mutex);
   }
   Locked(const Locked &) = delete;
   Locked &operator=(const Locked &) = delete;
 
  private:
+  // Other threads may be writing the holder, but never this thread's mark.
+  static bool needsLock(const Lock &lock, Contents contents) {
+    if (__libc_single_threaded && contents == ownCode) return false;
+    return __atomic_load_n(&lock.holder, __ATOMIC_RELAXED) != &lockHolder;
+  }
+
+  void setHolder(const char *holder) {
+    __atomic_store_n(&lock->holder, holder, __ATOMIC_RELAXED);
+  }
+
   Lock *lock;
 };
 
