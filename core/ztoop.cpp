@@ -37,9 +37,10 @@ struct Link {
 
 // A registry entry with its links in the indexes and the state of its release.
 struct IndexedEntry {
-  ztClassEntry entry;  // first: an entry of the public list is also one of these
-  Link byName;         // the name it was registered with
-  Link byClass;        // the name of its class
+  ztClassEntry entry;   // first: an entry of the public list is also one of these
+  IndexedEntry *newer;  // the entry registered after this one
+  Link byName;          // the name it was registered with
+  Link byClass;         // the name of its class
   bool instanceDestroyed;
   bool beingDestroyed;
 };
@@ -118,11 +119,50 @@ class NameIndex {
   uint32_t count;
 };
 
-uint32_t hashOf(const char *name, size_t length) {
-  uint32_t hash = 2166136261U;
-  for (size_t i = 0; i < length; ++i) hash = (hash ^ static_cast<uint8_t>(name[i])) * 16777619U;
-  return hash;
+uint64_t mixed(uint64_t hash, uint64_t bytes) {
+  return (hash ^ bytes) * 0x9E3779B97F4A7C15U;
 }
+
+uint64_t wordAt(const char *text) {
+  uint64_t word;
+  memcpy(&word, text, sizeof word);
+  return word;
+}
+
+// Eight bytes at a time, because each class is looked up several times while the library is loaded.
+uint32_t hashOf(const char *name, size_t length) {
+  uint64_t hash = mixed(length, 0);
+  if (length < sizeof(uint64_t)) {
+    for (size_t i = 0; i < length; ++i) hash = mixed(hash, static_cast<uint8_t>(name[i]));
+  } else {
+    const size_t last = length - sizeof(uint64_t);
+    for (size_t i = 0; i < last; i += sizeof(uint64_t)) hash = mixed(hash, wordAt(name + i));
+    hash = mixed(hash, wordAt(name + last));
+  }
+  return static_cast<uint32_t>(hash >> 32);
+}
+
+uint32_t hashOf(const char *name) {
+  return hashOf(name, strlen(name));
+}
+
+// A name that is cut to what an entry holds of it.
+struct CutName {
+  explicit CutName(const char *name)
+      : text(name), length(strnlen(name, sizeof(ztClassEntry::name) - 1)), hash(hashOf(name, length)) {}
+
+  bool isCut() const {
+    return text[length] != '\0';
+  }
+
+  bool isOf(const ztClassEntry &entry) const {
+    return memcmp(entry.name, text, length) == 0 && entry.name[length] == '\0';
+  }
+
+  const char *text;
+  size_t length;
+  uint32_t hash;
+};
 
 }  // namespace
 
@@ -142,15 +182,21 @@ static IndexedEntry *indexed(ztClassEntry *entry) {
   return reinterpret_cast<IndexedEntry *>(entry);
 }
 
+static IndexedEntry *findEntry(const CutName &name) {
+  return nameIndex.find(name.hash, [&](const ztClassEntry &entry) { return name.isOf(entry); });
+}
+
 // A name that is too long for an entry finds none.
 static IndexedEntry *findEntry(const char *name) {
   if (name == nullptr) return nullptr;
-  return nameIndex.find(hashOf(name, strlen(name)),
-                        [=](const ztClassEntry &entry) { return strcmp(entry.name, name) == 0; });
+  const CutName cut(name);
+  return cut.isCut() ? nullptr : findEntry(cut);
 }
 
 static void attach(IndexedEntry *entry) {
+  entry->newer = nullptr;
   entry->entry.next = classlist;
+  if (classlist != nullptr) indexed(classlist)->newer = entry;
   classlist = &entry->entry;
   nameIndex.add(entry);
   classIndex.add(entry);
@@ -158,9 +204,9 @@ static void attach(IndexedEntry *entry) {
 }
 
 static void detach(IndexedEntry *entry) {
-  ztClassEntry **at = &classlist;
-  while (*at != &entry->entry) at = &(*at)->next;
-  *at = entry->entry.next;
+  ztClassEntry *older = entry->entry.next;
+  (entry->newer == nullptr ? classlist : entry->newer->entry.next) = older;
+  if (older != nullptr) indexed(older)->newer = entry->newer;
   nameIndex.remove(entry);
   classIndex.remove(entry);
   ++listChanges;
@@ -173,9 +219,7 @@ static const char *classNameOf(const ztClassEntry &entry) {
 
 bool ztcore::isNameTaken(const char *name) {
   const Locked locked(engineLock);
-  char kept[sizeof(ztClassEntry::name)];
-  copyText(kept, name);
-  return findEntry(kept) != nullptr;
+  return findEntry(CutName(name == nullptr ? "" : name)) != nullptr;
 }
 
 bool ztcore::isWithin(const ztClass *klass, const ztClass *ancestor) {
@@ -186,18 +230,19 @@ bool ztcore::isWithin(const ztClass *klass, const ztClass *ancestor) {
 int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy) {
   if (prototype == nullptr || name == nullptr || ctor == nullptr) return 0;
   const Locked locked(engineLock, Locked::hostsCode);
-  if (isNameTaken(name)) return 0;
+  const CutName cut(name);
+  if (findEntry(cut) != nullptr) return 0;
   auto *entry = static_cast<IndexedEntry *>(ztm_alloc(sizeof(IndexedEntry)));
   if (entry == nullptr) return 0;
-  if (!copyText(entry->entry.name, name)) {
+  copyText(entry->entry.name, name);
+  if (cut.isCut()) {
     ztLc_log("ztOOP::ztAddNewClass - Warning, class name cut to '%s'\n", entry->entry.name);
   }
   entry->entry.ctor = ctor;
   entry->entry.classDestroy = classDestroy;
   entry->entry.prototype = prototype;
-  entry->byName.hash = hashOf(entry->entry.name, strlen(entry->entry.name));
-  const char *className = classNameOf(entry->entry);
-  entry->byClass.hash = hashOf(className, strlen(className));
+  entry->byName.hash = cut.hash;
+  entry->byClass.hash = hashOf(classNameOf(entry->entry));
   entry->instanceDestroyed = false;
   entry->beingDestroyed = false;
   attach(entry);
@@ -209,6 +254,10 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
   return 1;
 }
 
+static bool isNewest(const char *name) {
+  return classlist != nullptr && strcmp(classlist->name, name) == 0;
+}
+
 void ztcore::ensureRegistered(const char *name, ztCtor ctor) {
   const Locked locked(engineLock, Locked::hostsCode);
   if (ztOOP_isClassRegistered(name)) return;
@@ -216,7 +265,7 @@ void ztcore::ensureRegistered(const char *name, ztCtor ctor) {
   // header on the stack, so the class is usable even if the registration fails.
   ztBaseClass header;
   ctor(&header, 0);
-  if (ztOOP_isClassRegistered(name)) return;
+  if (isNewest(name) || ztOOP_isClassRegistered(name)) return;
   void *prototype = ctor(nullptr, 0);
   if (prototype == nullptr) return;
   const auto *functions = static_cast<const ztClassFunctions *>(header.klass->classTable);
@@ -231,9 +280,8 @@ int32_t ztOOP_isClassRegistered(const char *name) {
 ztClass *ztOOP_findClass(const char *name) {
   if (name == nullptr) return nullptr;
   const Locked locked(engineLock);
-  const IndexedEntry *found = classIndex.find(hashOf(name, strlen(name)), [=](const ztClassEntry &entry) {
-    return strcmp(classNameOf(entry), name) == 0;
-  });
+  const IndexedEntry *found = classIndex.find(
+      hashOf(name), [=](const ztClassEntry &entry) { return strcmp(classNameOf(entry), name) == 0; });
   return found == nullptr ? nullptr : ztOOP_classOf(found->entry.prototype);
 }
 
