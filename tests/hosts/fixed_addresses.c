@@ -7,7 +7,13 @@
 #include "tests/hosts/check.h"
 
 #include <dlfcn.h>
+#include <stdlib.h>
 #include <string.h>
+
+/* Stands in front of the library's own: all words of the objects can be read, also those that nothing sets. */
+void *ztm_alloc(int32_t size) {
+  return size < 0 ? NULL : calloc(1, (size_t)size);
+}
 
 typedef struct ClassAddresses {
   const char *name;
@@ -196,6 +202,8 @@ static const void *innerOf(const void *object) {
 static void objects(void) {
   for (int i = 0; i < classCount; ++i) {
     void *object = classes[i].functions.ctor(NULL, 1);
+    CHECK(object != NULL);
+    if (object == NULL) continue;
     for (const void *part = object; part != NULL; part = innerOf(part)) checkObject(part);
     ztBaseClass_of(object)->unRef(object);
   }
@@ -204,6 +212,8 @@ static void objects(void) {
 static void methods(void) {
   for (int i = 0; i < classCount; ++i) {
     void *object = classes[i].functions.ctor(NULL, 0);
+    CHECK(object != NULL);
+    if (object == NULL) continue;
     /* The shortest of all tables; the others begin with one. */
     checkWords(ztOOP_classOf(object)->methodTable, sizeof(ztBaseClassMethods), classes[i].name);
     ztm_free(object);
