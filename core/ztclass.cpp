@@ -76,8 +76,8 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
 
 [[gnu::noinline]] static void *constructIn(const ztClassDescription *description, void *memory,
                                            int32_t create) {
-  // Only objects of these classes have nothing else there.
-  if (mayBePart(description->klass)) ownBlock(memory);
+  // Without `create`, only the class and the count are written.
+  if (create && mayBePart(description->klass)) ownBlock(memory);
   return construct(description, memory, create);
 }
 

@@ -50,10 +50,15 @@ inline void ownBlock(void *object) {
   static_cast<PartHeader *>(object)->distance = 0;
 }
 
-// The block of an object of such a class; NULL when it has a block of its own.
+// No part is further from its block.
+constexpr uint32_t furthestPart = 1024;
+
+// The block of an object of such a class; NULL when it has a block of its own. An object that was never created in
+// the memory of a host may have any distance, mostly one that is no part's.
 inline SharedBlock *blockOf(void *object) {
   const uint32_t distance = static_cast<const PartHeader *>(object)->distance;
-  return distance == 0 ? nullptr : reinterpret_cast<SharedBlock *>(static_cast<char *>(object) - distance);
+  if (distance - 1 >= furthestPart) return nullptr;
+  return reinterpret_cast<SharedBlock *>(static_cast<char *>(object) - distance);
 }
 
 // Whether an object of such a class is in a block.

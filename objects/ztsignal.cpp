@@ -129,6 +129,8 @@ struct SignalBlock : SharedBlock {
 
 }  // namespace
 
+static_assert(sizeof(SignalBlock) <= furthestPart);
+
 static SignalBlock newSignal;
 static bool hasNewSignal;
 
