@@ -141,8 +141,7 @@ struct SlotBlock : SharedBlock {
 // them.
 static bool keepsOwnSlots(const ztSlotMap *slots) {
   const ztSlotMethods *methods = ztSlot_table();
-  return slots->keyConstructor == nullptr && slots->keyByPointer != 0 &&
-         slots->valueConstructor == ztSlot_ctor && slots->tree->allowDuplicate != 0 &&
+  return ownsSlotsOnly(slots) && slots->tree->allowDuplicate != 0 &&
          slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr &&
          methods->clone == method<slotClone> && methods->unRef == method<baseUnRef> &&
          methods->destroy == method<SlotParts::destroy<ztSlot>>;

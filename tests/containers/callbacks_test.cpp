@@ -682,6 +682,26 @@ TEST(ztHashTableCalledBack, PairThatGoesWhileItsKeyIsCopiedIsNotCopied) {
   }
 }
 
+// In memory of the program, which destroys it once more and frees the memory.
+TEST(ztHashTableCalledBack, EndsWhereAValueDestroysIt) {
+  const int before = hookedLive;
+  void *table = ztHashTable_ctor(ztm_alloc(sizeof(ztHashTable)), 1);
+  const ztHashTableMethods *methods = ztHashTable_of(table);
+  methods->setSize(table, 4);
+  methods->setKeySize(table, sizeof(int32_t), 0);
+  methods->setValueConstructor(table, Hooked_ctor);
+  methods->setCompareFunction(table, ztIntArray_compare_func);
+  const int32_t key = 1;
+  ASSERT_EQ(methods->insert(table, &key, hooked(1)), 1);
+  const Hook hook(Event::destroy, [&] {
+    methods->destroy(table);
+    ztm_free(table);
+  });
+  methods->destroy(table);
+  EXPECT_TRUE(Hook::isCalled());
+  EXPECT_EQ(hookedLive, before);
+}
+
 // The end -----------------------------------------------------------------------------------------
 
 TEST(Containers, ReleaseWhatIsPutInWhileTheyAreDestroyed) {

@@ -2,7 +2,6 @@
 // if each step were taken, and releases inside releases are noticed.
 #include "containers/ztarrays.h"
 #include "containers/ztavltree.h"
-#include "containers/zthashtab.h"
 #include "core/ztmem.h"
 #include "tests/helpers/replaced.hh"
 #include "tests/objects/listeners.hh"
@@ -35,9 +34,6 @@ ZT_DECLARE_CLASS(HookedText)
 #define HookedChars_FIELDS ztCharArray_FIELDS
 #define HookedChars_METHODS ztCharArray_METHODS
 ZT_DECLARE_CLASS(HookedChars)
-#define HookedElement_FIELDS ztBaseClass_FIELDS
-#define HookedElement_METHODS ztBaseClass_METHODS
-ZT_DECLARE_CLASS(HookedElement)
 #define ManagingMap_FIELDS ztSlotMap_FIELDS
 #define ManagingMap_METHODS ztSlotMap_METHODS
 ZT_DECLARE_CLASS(ManagingMap)
@@ -73,16 +69,6 @@ static void hookedCharsMethods(HookedCharsMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(HookedChars, ztCharArray, hookedCharsMethods)
-
-static void hookedElementDestroy(void *element) {
-  runOnce(element);
-}
-
-static void hookedElementMethods(HookedElementMethods *methods) {
-  ZT_OVERRIDE_METHOD(methods, destroy, hookedElementDestroy);
-}
-
-ZT_DEFINE_CLASS(HookedElement, ztBaseClass, hookedElementMethods)
 
 static void managingMapDeleteItem(void *map, void *item) {
   ++calls;
@@ -281,29 +267,6 @@ TEST(PlainRelease, OfAnOwnerLeavesAPartThatIsBeingReleased) {
   };
   release(name);
   EXPECT_TRUE(isStillThere);
-}
-
-// The table is an object in memory of the host, which destroys it and frees the memory.
-TEST(HashTableDestruction, NoticesThatAnElementDestroyedTheTable) {
-  void *table = ztHashTable_ctor(ztm_alloc(sizeof(ztHashTable)), 1);
-  const ztHashTableMethods *methods = ztHashTable_of(table);
-  methods->setSize(table, 4);
-  methods->setKeySize(table, sizeof(int32_t), 0);
-  methods->setValueConstructor(table, HookedElement_ctor);
-  methods->setCompareFunction(table, ztIntArray_compare_func);
-  {
-    const Owned<> element(HookedElement_ctor);
-    const int32_t key = 1;
-    ASSERT_EQ(methods->insert(table, &key, element), 1);
-  }
-  bool isFreed = false;
-  atEnd = [&](void *) {
-    methods->destroy(table);
-    ztm_free(table);
-    isFreed = true;
-  };
-  methods->destroy(table);
-  EXPECT_TRUE(isFreed);
 }
 
 // Memory that was used before ---------------------------------------------------------------------
