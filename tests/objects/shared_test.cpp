@@ -141,6 +141,29 @@ TEST(SharedBlock, NameOfAHostsBufferIsReleasedThroughItsTable) {
   connected.sender = Object();
 }
 
+TEST(SharedBlock, ItemThatAHostRefersToOutlivesItsConnection) {
+  Connected connected;
+  ztMapItem *item = connected.slotItem();
+  for (int i = 0; i < 2; ++i) ztMapItem_of(item)->ref(item);
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_EQ(item->refCount, 2);
+  EXPECT_EQ(item->value, nullptr);
+  release(item);
+}
+
+TEST(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
+  Connected connected;
+  ztSignalMap *signals = connected.sender.fields().signals;
+  static int calls;
+  calls = 0;
+  ztSignalMap_of(signals)->setCompareFunction(signals, [](const void *stored, const void *key) {
+    ++calls;
+    return ztSignalMap_compare_func(stored, key);
+  });
+  EXPECT_TRUE(isConnected(connected.sender, "changed", connected.receiver, taking()));
+  EXPECT_GE(calls, 1);
+}
+
 // Copies ------------------------------------------------------------------------------------------
 
 namespace {
