@@ -1,5 +1,6 @@
 #include "objects/ztconnect.hh"
 
+#include "containers/ztuse.hh"
 #include "containers/ztwalk.hh"
 #include "core/ztbasec.hh"
 #include "core/ztcheck.hh"
@@ -106,19 +107,33 @@ static int32_t objectConnectionExist(ztClass *, const void *object, const char *
   return signal != nullptr && findSlot(signal->slots, receiver, function) != nullptr;
 }
 
+// Runs drop(signal) for the signals of an object. The release of a slot may call a function of a host, which may
+// change the map or release the object. After a change it begins again.
+template <typename Drop>
+static void dropFromSignals(const ztSignalMap *signals, Drop drop) {
+  if (signals == nullptr || isEmptyMap(signals)) return;
+  ContainerUse use(signals->tree);
+  do {
+    use.startAfresh();
+    for (const ztMapItem *item : itemsOf(signals)) {
+      drop(static_cast<const ztSignal *>(item->value));
+      if (use.ended()) return;
+      if (use.changed()) break;
+    }
+  } while (use.changed());
+}
+
 // Drops an object's slots for a peer that is being destroyed. With `staysTied` keeps the slot that will tell
 // the peer of the object's own destruction.
 static void forgetPeer(void *object, void *peer, bool staysTied) {
   if (object == peer) return;
-  const ztSignal *destroyed = staysTied ? findSignal(object, "destroyed") : nullptr;
-  for (const ztMapItem *item : itemsOf(static_cast<const ztObject *>(object)->signals)) {
-    const auto *signal = static_cast<const ztSignal *>(item->value);
-    if (destroyed != nullptr && signal == destroyed) {
-      removeReceiverExcept(destroyed->slots, peer, destroyedSlotOf(peer));
+  dropFromSignals(static_cast<const ztObject *>(object)->signals, [=](const ztSignal *signal) {
+    if (staysTied && signal == findSignal(object, "destroyed")) {
+      removeReceiverExcept(signal->slots, peer, destroyedSlotOf(peer));
     } else {
       removeReceiver(signal->slots, peer);
     }
-  }
+  });
 }
 
 // The record of an object that is being destroyed.

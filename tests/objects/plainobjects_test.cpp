@@ -252,6 +252,25 @@ TEST(PlainRelease, OfASignalInsideItsOwnReleaseDoesNothing) {
   EXPECT_TRUE(isStillThere);
 }
 
+TEST(PlainRelease, OfASlotsNameMayEndTheSender) {
+  void *sender = ztObject_ctor(nullptr, 1);
+  Object receiver;
+  for (const char *name : {"first", "second", "third"}) {
+    ASSERT_EQ(connectTo(sender, name, receiver, diarySlot<0>()), 1);
+    const auto *item = reinterpret_cast<const ztMapItem *>(addSignal(sender, name)->slots->tree->root);
+    auto *slot = static_cast<ztSlot *>(item->value);
+    release(slot->name);
+    slot->name = static_cast<ztString *>(HookedText_ctor(nullptr, 1));
+  }
+  bool hasEnded = false;
+  atEnd = [&](void *) {
+    release(sender);
+    hasEnded = true;
+  };
+  receiver = Object();
+  EXPECT_TRUE(hasEnded);
+}
+
 // The owner would free the part under the feet of its release.
 TEST(PlainRelease, OfAnOwnerLeavesAPartThatIsBeingReleased) {
   auto *slot = static_cast<ztSlot *>(ztSlot_ctor(nullptr, 1));
@@ -267,6 +286,18 @@ TEST(PlainRelease, OfAnOwnerLeavesAPartThatIsBeingReleased) {
   };
   release(name);
   EXPECT_TRUE(isStillThere);
+}
+
+TEST(PlainRelease, OfASignalEndsTheBufferOfItsNameByTheClassOfTheBuffer) {
+  bool hasEnded = false;
+  {
+    const Object sender;
+    ztString *name = signalOf(sender, "sent")->name;
+    release(name->buffer);
+    name->buffer = static_cast<ztCharArray *>(HookedChars_ctor(nullptr, 1));
+    atEnd = [&](void *) { hasEnded = true; };
+  }
+  EXPECT_TRUE(hasEnded);
 }
 
 // Memory that was used before ---------------------------------------------------------------------
