@@ -122,22 +122,23 @@ void ztcore::hangPlainly(ztAvlTree *tree, ztAvlTreeItem *item) {
   hang(tree, &aboveRoot, place, item);
 }
 
+// Also without a compare function, which the search for an equal element may take out of the tree.
 static bool isRefused(const ztAvlTree *tree, const ztAvlTreeItem *probe) {
-  return !tree->allowDuplicate && ztAvlTree_of(tree)->find(tree, probe->data) != nullptr;
+  if (tree->compareFunction == nullptr) return true;
+  if (!tree->allowDuplicate && ztAvlTree_of(tree)->find(tree, probe->data) != nullptr) return true;
+  return tree->compareFunction == nullptr;
 }
 
 // Adds a new item for the element. The probe also holds the element, as the key of all comparisons.
 static ztAvlTreeItem *insert(ztAvlTree *tree, const ContainerUse &use, ztAvlTreeItem *probe,
                              const void *element) {
-  // A compare function may take itself out of the tree.
-  if (tree->compareFunction == nullptr) return nullptr;
   Place place;
   findPlace(tree, probe, CalledOrder{tree->compareFunction, probe->data}, false, &place);
   ztAvlTreeItem *added = newTreeItem(tree, use, element);
   if (added == nullptr) return nullptr;
   if (use.changed()) {
     // Making the item called the tree again.
-    if (tree->compareFunction == nullptr || isRefused(tree, probe) || tree->compareFunction == nullptr) {
+    if (isRefused(tree, probe)) {
       deleteTreeItem(tree, added);
       return nullptr;
     }
