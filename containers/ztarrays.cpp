@@ -9,7 +9,6 @@
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
-#include "core/ztrelease.hh"
 #include "core/ztshared.hh"
 
 using namespace ztcore;
@@ -110,16 +109,15 @@ static bool createsOwnChars() {
          hasOwnSizes(klass);
 }
 
-// False also while the class is not registered, because its objects register it.
+// False also while the class is not registered, because its objects register it. The image owns nothing and is never
+// destroyed.
 [[gnu::noinline]] static bool takeNewArray() {
   if (!createsOwnChars() || !isNameTaken(ztCharArray_classname_)) return false;
   const Locked locked(engineLock);
-  if (hasNewArray) return true;
-  auto *made = newObject<ztCharArray>(ztCharArray_ctor);
-  if (made == nullptr) return false;
-  newArray = *made;
-  __atomic_store_n(&hasNewArray, true, __ATOMIC_RELEASE);
-  releasePart(made);
+  if (!hasNewArray) {
+    ztCharArray_ctor(&newArray, 1);
+    __atomic_store_n(&hasNewArray, true, __ATOMIC_RELEASE);
+  }
   return true;
 }
 
