@@ -13,8 +13,6 @@
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztContainer, 48, 24);
-// The bytes before it are those of a PartHeader.
-ZT_PIN_FIELD(ztContainer, itemConstructor, 16);
 
 // The element policy ------------------------------------------------------------------------------
 

@@ -3,7 +3,15 @@
 #include "containers/ztavltree.h"
 #include "objects/ztobject.h"
 
+#include <stddef.h>
+
 using namespace ztcore;
+
+// Nothing else lies in the bytes of the distance.
+static_assert(offsetof(ztContainer, itemConstructor) == sizeof(PartHeader));
+static_assert(offsetof(ztString, buffer) == sizeof(PartHeader));
+static_assert(offsetof(ztSignal, name) == sizeof(PartHeader));
+static_assert(offsetof(ztSlot, name) == sizeof(PartHeader));
 
 bool ztcore::mayBePart(const ztClass *klass) {
   return klass == ztStringClass_Instance() || klass == ztCharArrayClass_Instance() ||
