@@ -63,6 +63,12 @@ inline bool endsByRelease(const void *object) {
          ztBaseClass_of(object)->unRef == method<baseUnRef> && !isSubject(object);
 }
 
+// The same, where the object is of exactly this class and the class destroys it by this function.
+inline bool endsByRelease(const void *object, const ztClass *klass, void (*destroy)(void *)) {
+  return ztOOP_classOf(object) == klass && ztBaseClass_of(object)->destroy == destroy &&
+         endsByRelease(object);
+}
+
 }  // namespace ztcore
 
 #endif

@@ -137,6 +137,7 @@ static void *stringCat(ztString &string, const void *other) {
     const char *text = dataIn(added.buffer);
     const size_t length = strlen(dataIn(string.buffer));
     const size_t addedLength = strlen(text);
+    // A block that is large enough stays.
     if (length > 0 && addedLength > 0 && length + addedLength >= static_cast<size_t>(string.buffer->count))
       return catPlainly(string.buffer, length, text, addedLength) ? &string : nullptr;
   }
@@ -241,8 +242,7 @@ static bool endStringPlainly(void *object) {
 }
 
 bool ztcore::releasesPlainly(const ztString *string) {
-  return ztOOP_classOf(string) == ztStringClass_Instance() && endsByRelease(string) &&
-         ztString_of(string)->destroy == method<stringDestroy> && endsPlainly(*string);
+  return endsByRelease(string, ztStringClass_Instance(), method<stringDestroy>) && endsPlainly(*string);
 }
 
 void ztcore::freeString(ztString *string, FreedObjects *freed) {

@@ -130,6 +130,7 @@ bool ztcore::deliver(const Delivery &delivery, void *emitter, const ztSignal *si
   return true;
 }
 
+// Flat: with one slot, the calls between the steps took a sixth of the instructions.
 [[gnu::flatten]] ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal,
                                                         const EmittedValue &value) {
   Delivery delivery;

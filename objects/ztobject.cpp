@@ -139,8 +139,8 @@ static void freeMaps(ztObject &object) {
   object.dynamicProperties = nullptr;
 }
 
-// What every object does at its end, while its maps are still there.
-static void leaveThread(ztObject &object) {
+// Removes an object that is being destroyed from the calls under way.
+static void leaveCalls(ztObject &object) {
   ObjectWatch::objectDestroyed(&object);
   forgetReceiver(&object);
 }
@@ -156,7 +156,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   object.flags |= objectBeingDestroyed;
   clearReserved(object.klass);
   leavePeers(&object, again);
-  leaveThread(object);
+  leaveCalls(object);
   ObjectParts::destroy(object);
   endCall(mark.mark);
 }
@@ -166,7 +166,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   auto &object = *static_cast<ztObject *>(ended);
   if (isBeingDestroyed(ended) || !endsPlainly(object)) return false;
   clearReserved(object.klass);
-  leaveThread(object);
+  leaveCalls(object);
   freeMaps(object);
   ztm_free(ended);
   return true;

@@ -99,8 +99,7 @@ static bool hasPlainSignal(const ztMapItem *item) {
   const ztSignal *signal = signalOf(item);
   return item->data != nullptr && signal != nullptr &&
          releasesPlainly(static_cast<const ztString *>(item->data)) &&
-         ztOOP_classOf(signal) == ztSignalClass_Instance() && endsByRelease(signal) &&
-         ztSignal_of(signal)->destroy == method<signalDestroy> && endsPlainly(*signal);
+         endsByRelease(signal, ztSignalClass_Instance(), method<signalDestroy>) && endsPlainly(*signal);
 }
 
 bool ztcore::releasesSignalsPlainly(const ztSignalMap *signals) {

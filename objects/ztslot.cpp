@@ -84,8 +84,8 @@ bool ztcore::createsSlotMapsPlainly() {
 
 static bool hasPlainSlot(const ztMapItem *item) {
   const ztSlot *slot = slotOf(item);
-  return slot != nullptr && ztOOP_classOf(slot) == ztSlotClass_Instance() && endsByRelease(slot) &&
-         ztSlot_of(slot)->destroy == method<SlotParts::destroy<ztSlot>> && endsPlainly(*slot);
+  return slot != nullptr && endsByRelease(slot, ztSlotClass_Instance(), method<SlotParts::destroy<ztSlot>>) &&
+         endsPlainly(*slot);
 }
 
 static void freeSlotOf(ztMapItem *item, FreedObjects *freed) {
