@@ -109,6 +109,9 @@ const Table tables[] = {
 // The slots before it hold no methods of objects.
 constexpr size_t firstMethod = offsetof(ztBaseClassMethods, create) / sizeof(void *);
 
+// As many as before anything was done at once.
+constexpr int calledInALife = 109;
+
 }  // namespace
 
 TEST(ReplacedMethods, GiveTheSameOneByOne) {
@@ -127,5 +130,5 @@ TEST(ReplacedMethods, GiveTheSameOneByOne) {
       called += counter.calls > 0;
     }
   }
-  EXPECT_GT(called, 60);
+  EXPECT_EQ(called, calledInALife);
 }

@@ -2,6 +2,7 @@
 #include "containers/ztavltree.h"
 #include "containers/ztmapiter.h"
 #include "core/ztmem.h"
+#include "tests/helpers/allocator.hh"
 #include "tests/objects/listeners.hh"
 
 #include <string.h>
@@ -18,11 +19,10 @@ ztSlotFunction taking() {
   return function;
 }
 
-// A sender with one connection, as the second of its kind: the first one of a process is made step by step.
+// A sender with one connection.
 struct Connected {
   Connected() {
-    connectTo(Object(), "warm", Object(), taking(), 1);
-    connectTo(sender, "changed", receiver, taking(), 1);
+    connectTo(sender, "changed", receiver, taking());
   }
   ztSignal *signal() {
     return ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
@@ -35,6 +35,22 @@ struct Connected {
   Object receiver;
 };
 
+// Each test leaves as many blocks as it found. The first objects of a process are made step by step, and something is
+// kept of them.
+class SharedBlock : public testing::Test {
+ protected:
+  SharedBlock() {
+    for (int i = 0; i < 2; ++i) Connected();
+    blocks = liveBlocks;
+  }
+  ~SharedBlock() override {
+    EXPECT_EQ(liveBlocks, blocks);
+  }
+
+ private:
+  int blocks;
+};
+
 template <typename Part>
 Part *takeFrom(Part *&field) {
   return std::exchange(field, nullptr);
@@ -42,7 +58,7 @@ Part *takeFrom(Part *&field) {
 
 }  // namespace
 
-TEST(SharedBlock, MapsThatAHostTookOutliveTheirObject) {
+TEST_F(SharedBlock, MapsThatAHostTookOutliveTheirObject) {
   Object object;
   ztSignalMap *signals = takeFrom(object.fields().signals);
   ztPropertyMap *properties = takeFrom(object.fields().dynamicProperties);
@@ -56,7 +72,7 @@ TEST(SharedBlock, MapsThatAHostTookOutliveTheirObject) {
   release(properties);
 }
 
-TEST(SharedBlock, MapsThatAHostRefersToOutliveTheirObject) {
+TEST_F(SharedBlock, MapsThatAHostRefersToOutliveTheirObject) {
   Object object;
   ztSignalMap *signals = object.fields().signals;
   for (int i = 0; i < 2; ++i) ztSignalMap_of(signals)->ref(signals);
@@ -66,7 +82,7 @@ TEST(SharedBlock, MapsThatAHostRefersToOutliveTheirObject) {
   release(signals);
 }
 
-TEST(SharedBlock, TreeThatAHostTookOutlivesMapAndObject) {
+TEST_F(SharedBlock, TreeThatAHostTookOutlivesMapAndObject) {
   Object object;
   ztAvlTree *tree = takeFrom(object.fields().signals->tree);
   object = Object();
@@ -74,7 +90,7 @@ TEST(SharedBlock, TreeThatAHostTookOutlivesMapAndObject) {
   release(tree);
 }
 
-TEST(SharedBlock, MapsThatAHostReplacedAreReleasedLikeTheFirst) {
+TEST_F(SharedBlock, MapsThatAHostReplacedAreReleasedLikeTheFirst) {
   const Object object;
   release(takeFrom(object.fields().signals));
   release(takeFrom(object.fields().dynamicProperties));
@@ -83,7 +99,7 @@ TEST(SharedBlock, MapsThatAHostReplacedAreReleasedLikeTheFirst) {
   EXPECT_NE(ztObject_of(object)->addSignal(ztObjectClass_Instance(), object, "changed", 1), nullptr);
 }
 
-TEST(SharedBlock, PartsMayBeReleasedByAnotherThread) {
+TEST_F(SharedBlock, PartsMayBeReleasedByAnotherThread) {
   Object object;
   ztSignalMap *signals = takeFrom(object.fields().signals);
   std::thread other([signals] { release(signals); });
@@ -91,7 +107,7 @@ TEST(SharedBlock, PartsMayBeReleasedByAnotherThread) {
   other.join();
 }
 
-TEST(SharedBlock, NamesThatAHostTookOutliveSignalAndSlot) {
+TEST_F(SharedBlock, NamesThatAHostTookOutliveSignalAndSlot) {
   Connected connected;
   ztString *names[] = {takeFrom(connected.signal()->name),
                        takeFrom(static_cast<ztSlot *>(connected.slotItem()->value)->name)};
@@ -105,7 +121,7 @@ TEST(SharedBlock, NamesThatAHostTookOutliveSignalAndSlot) {
   }
 }
 
-TEST(SharedBlock, SlotThatAHostTookOutOfItsMapOutlivesIt) {
+TEST_F(SharedBlock, SlotThatAHostTookOutOfItsMapOutlivesIt) {
   Connected connected;
   auto *slot = static_cast<ztSlot *>(takeFrom(connected.slotItem()->value));
   connected.sender = Object();
@@ -114,7 +130,7 @@ TEST(SharedBlock, SlotThatAHostTookOutOfItsMapOutlivesIt) {
   release(slot);
 }
 
-TEST(SharedBlock, SlotsMapThatAHostTookOutlivesItsSignal) {
+TEST_F(SharedBlock, SlotsMapThatAHostTookOutlivesItsSignal) {
   Connected connected;
   ztSlotMap *slots = takeFrom(connected.signal()->slots);
   connected.sender = Object();
@@ -122,7 +138,7 @@ TEST(SharedBlock, SlotsMapThatAHostTookOutlivesItsSignal) {
   release(slots);
 }
 
-TEST(SharedBlock, ValuesThatAHostExchangedAreReleasedOnceEach) {
+TEST_F(SharedBlock, ValuesThatAHostExchangedAreReleasedOnceEach) {
   Connected connected;
   const Object another;
   connectTo(connected.sender, "changed", another, taking(), 1);
@@ -133,15 +149,7 @@ TEST(SharedBlock, ValuesThatAHostExchangedAreReleasedOnceEach) {
   connected.sender = Object();
 }
 
-TEST(SharedBlock, NameOfAHostsBufferIsReleasedThroughItsTable) {
-  Connected connected;
-  ztSignal *signal = connected.signal();
-  release(takeFrom(signal->name->buffer));
-  signal->name->buffer = static_cast<ztCharArray *>(ztCharArray_ctor(nullptr, 1));
-  connected.sender = Object();
-}
-
-TEST(SharedBlock, ItemThatAHostRefersToOutlivesItsConnection) {
+TEST_F(SharedBlock, ItemThatAHostRefersToOutlivesItsConnection) {
   Connected connected;
   ztMapItem *item = connected.slotItem();
   for (int i = 0; i < 2; ++i) ztMapItem_of(item)->ref(item);
@@ -151,7 +159,7 @@ TEST(SharedBlock, ItemThatAHostRefersToOutlivesItsConnection) {
   release(item);
 }
 
-TEST(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
+TEST_F(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
   Connected connected;
   ztSignalMap *signals = connected.sender.fields().signals;
   static int calls;
@@ -177,7 +185,7 @@ void *garbage(const ztClass *klass) {
 
 }  // namespace
 
-TEST(SharedBlock, CopyOfAPartOnAHostsMemoryHasItsOwnBlock) {
+TEST_F(SharedBlock, CopyOfAPartOnAHostsMemoryHasItsOwnBlock) {
   Connected connected;
   const ztSignal *signal = connected.signal();
   const auto *slot = static_cast<const ztSlot *>(connected.slotItem()->value);
@@ -201,7 +209,7 @@ TEST(SharedBlock, CopyOfAPartOnAHostsMemoryHasItsOwnBlock) {
   }
 }
 
-TEST(SharedBlock, ObjectsInAHostsMemoryHaveTheirOwnBlock) {
+TEST_F(SharedBlock, ObjectsInAHostsMemoryHaveTheirOwnBlock) {
   const Object object;
   for (const ztCtor constructor : {ztString_ctor, ztCharArray_ctor, ztAvlTree_ctor, ztSlot_ctor,
                                    ztSignal_ctor, ztSlotMap_ctor, ztSignalMap_ctor, ztPropertyMap_ctor}) {
