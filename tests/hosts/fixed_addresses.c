@@ -5,6 +5,7 @@
 #include "zentova.h"
 
 #include "tests/hosts/check.h"
+#include "tests/protocol/classes.h"
 
 #include <dlfcn.h>
 #include <stdlib.h>
@@ -21,77 +22,13 @@ typedef struct ClassAddresses {
   void *(*allocator)(const void *object);
 } ClassAddresses;
 
-#define CLASS(C)                                                                                            \
-  {                                                                                                         \
-#C, {C##_newop, C##_ctor, C##InitTable, NULL, C##Version, C##ClassName, C##IsClass, C##IsClassOf, NULL, \
-         NULL },                                                                                            \
-         C##Allocator                                                                                       \
-  }
+#define ADDRESSES(C, ...)                                                                              \
+  {#C,                                                                                                 \
+   {C##_newop, C##_ctor, C##InitTable, NULL, C##Version, C##ClassName, C##IsClass, C##IsClassOf, NULL, \
+    NULL},                                                                                             \
+   C##Allocator},
 
-static const ClassAddresses classes[] = {
-    CLASS(ztHashTableItem),
-    CLASS(ztAvlIterator),
-    CLASS(ztObject),
-    CLASS(ztCharPropertyType),
-    CLASS(ztCharPtrPropertyType),
-    CLASS(ztIntPropertyType),
-    CLASS(ztBoolPropertyType),
-    CLASS(ztFloatPropertyType),
-    CLASS(ztVoidPtrPropertyType),
-    CLASS(ztStringPropertyType),
-    CLASS(ztIntTag),
-    CLASS(ztMap),
-    CLASS(ztString),
-    CLASS(ztStringArray),
-    CLASS(ztMapIterator),
-    CLASS(ztPtrStack),
-    CLASS(ztTagAttribute),
-    CLASS(ztPtrArray),
-    CLASS(ztCharArray),
-    CLASS(ztIntArray),
-    CLASS(ztFloatArray),
-    CLASS(ztRoot),
-    CLASS(ztRootPtrList),
-    CLASS(ztSequenceContainer),
-    CLASS(ztBaseClass),
-    CLASS(ztPtrList),
-    CLASS(ztIntList),
-    CLASS(ztStringList),
-    CLASS(ztBaseView),
-    CLASS(ztSignal),
-    CLASS(ztSignalMap),
-    CLASS(ztContainerItem),
-    CLASS(ztHashTable),
-    CLASS(ztBaseModel),
-    CLASS(ztProperty),
-    CLASS(ztPropertyTypeMap),
-    CLASS(ztPropertyMap),
-    CLASS(ztPropertyPtrArray),
-    CLASS(ztStdAllocator),
-    CLASS(ztFloatTag),
-    CLASS(ztDeque),
-    CLASS(ztContainer),
-    CLASS(ztMapItem),
-    CLASS(ztAssociativeContainer),
-    CLASS(ztListItem),
-    CLASS(ztTextFile),
-    CLASS(ztPropertyType),
-    CLASS(ztList),
-    CLASS(ztStack),
-    CLASS(ztFile),
-    CLASS(ztAvlTreeItem),
-    CLASS(ztSlot),
-    CLASS(ztSlotMap),
-    CLASS(ztArray),
-    CLASS(ztQueue),
-    CLASS(ztLink),
-    CLASS(ztLinkArray),
-    CLASS(ztIterator),
-    CLASS(ztPtrQueue),
-    CLASS(ztTag),
-    CLASS(ztAvlTree),
-    CLASS(ztAllocator),
-};
+static const ClassAddresses classes[] = {ZT_CLASSES(ADDRESSES)};
 
 /* Taking their addresses makes the stubs. */
 static const ztCompareFunc compareFunctions[] = {

@@ -1,6 +1,7 @@
 #include "zentova.h"
 
 #include "tests/helpers/owned.hh"
+#include "tests/helpers/replaced.hh"
 #include "tests/helpers/storage.hh"
 
 #include <gtest/gtest.h>
@@ -8,30 +9,11 @@
 #include <string.h>
 
 #include <functional>
-#include <type_traits>
 
 // A failure of a parent's method is one of the method that builds on it. The parent's method is reached
 // through its class's table, where these tests, for a while, put one that fails.
 
 namespace {
-
-// Puts another method into a slot as long as it lives.
-template <typename Slot>
-class Replaced {
- public:
-  Replaced(Slot &replacedSlot, std::type_identity_t<Slot> method) : slot(replacedSlot), kept(replacedSlot) {
-    slot = method;
-  }
-  ~Replaced() {
-    slot = kept;
-  }
-  Replaced(const Replaced &) = delete;
-  Replaced &operator=(const Replaced &) = delete;
-
- private:
-  Slot &slot;
-  Slot kept;
-};
 
 ztBaseClassMethods *tableOf(const ztClass *klass) {
   return static_cast<ztBaseClassMethods *>(klass->methodTable);
