@@ -31,6 +31,7 @@
 #include "core/ztbasec.h"
 #include "core/ztclass.h"
 #include "core/ztcore.h"
+#include "core/ztdescribe.h"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "core/ztoop.h"

@@ -2,8 +2,10 @@
 
 #include "core/ztbasec.h"
 #include "core/ztcalls.hh"
+#include "core/ztdescribed.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
+#include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/ztshared.hh"
@@ -101,6 +103,7 @@ static void fillDescriptor(const ztClassDescription *description) {
   *functions = description->functions;
   functions->allocator = allocator;
   description->fillFunctions(functions);
+  keepDescription(description);
 }
 
 void ztOOP_initTable(const ztClassDescription *description, void *object) {
@@ -128,6 +131,24 @@ void ztOOP_initTable(const ztClassDescription *description, void *object) {
   }
   klass->initialised = 1;
   description->state->filling = 0;
+}
+
+int32_t ztOOP_registerClassOf(ztCtor ctor) {
+  if (ctor == nullptr) return 0;
+  // Without `create`, an object is only a header.
+  ztBaseClass header;
+  ctor(&header, 0);
+  const ztClass *klass = header.klass;
+  ensureRegistered(klass->name, ctor);
+  if (ztOOP_findClass(klass->name) == klass) return 1;
+  if (ztOOP_isClassRegistered(klass->name)) {
+    ztLc_log("ztOOP_registerClass - Error, the name '%s' belongs to another class\n", klass->name);
+  }
+  return 0;
+}
+
+int32_t ztOOP_registerClass(const ztClassDescription *description) {
+  return description == nullptr ? 0 : ztOOP_registerClassOf(description->functions.ctor);
 }
 
 uint32_t ztOOP_versionOf(const void *object) {
@@ -158,6 +179,51 @@ int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name) {
     if (klass->name != nullptr && strcmp(klass->name, name) == 0) return 1;
   }
   return 0;
+}
+
+// Checked calls -----------------------------------------------------------------------------------
+
+static const char *nameOf(const ztClass *klass) {
+  return klass == nullptr || klass->name == nullptr ? "(null)" : klass->name;
+}
+
+void *ztOOP_cast(const void *object, const ztClass *klass) {
+  if (object == nullptr || isWithin(ztOOP_classOf(object), klass)) return const_cast<void *>(object);
+  ztLc_log("ztOOP_cast - Error, the object is a '%s', not a '%s'\n", nameOf(ztOOP_classOf(object)),
+           nameOf(klass));
+  return nullptr;
+}
+
+namespace {
+
+// A result of this type takes the registers of words and of doubles.
+struct Nothing {
+  int64_t word;
+  double number;
+};
+
+using Refusal = Nothing (*)();
+
+}  // namespace
+
+static Nothing refuse() {
+  return {0, 0};
+}
+
+// Longer than any table. Filled on the first use, so that loading the library does not relocate it.
+static Refusal refusals[1024];
+
+static const void *refusingTable() {
+  const Locked locked(engineLock);
+  for (Refusal &refusal : refusals) refusal = refuse;
+  return refusals;
+}
+
+const void *ztOOP_checkedTable(const void *object, const ztClass *klass) {
+  if (object != nullptr && isWithin(ztOOP_classOf(object), klass)) return ztOOP_classOf(object)->methodTable;
+  ztLc_log("ztOOP_checkedTable - Error, a method of '%s' was called for a '%s'\n", nameOf(klass),
+           object == nullptr ? "(null)" : nameOf(ztOOP_classOf(object)));
+  return refusingTable();
 }
 
 void ztOOP_setAbstract(void *slot) {

@@ -71,9 +71,11 @@ typedef struct ztClassState {
   int32_t filling;           /**< 1 while the descriptor is being filled or the class registered */
   int32_t registrationTried; /**< 1 once an object of its own had the class registered; read without
                                   a lock, and so written when all the rest is in place */
+  const struct ztClassDescription *next; /**< the class that was filled before this one; from form 1 on */
 } ztClassState;
 
-/** The description of a class for the engine; made by ZT_DEFINE_CLASS. */
+/** The description of a class for the engine; made by ZT_DEFINE_CLASS. Later versions of the library add members
+ *  at the end, and a form that has them. */
 typedef struct ztClassDescription {
   ztClass *klass;                         /**< the descriptor, with its two table pointers set */
   ztClassState *state;                    /**< beside the descriptor */
@@ -82,10 +84,14 @@ typedef struct ztClassDescription {
   const char *const *name;                /**< C_classname_ */
   const uint32_t *version;                /**< C_version_ */
   int32_t instanceSize;                   /**< bytes of one instance */
-  int32_t slotCount;                      /**< slots of the method table */
+  uint16_t slotCount;                     /**< slots of the method table */
+  uint16_t form;                          /**< 0 without the texts, 1 with them */
   void (*fillMethods)(void *methods);     /**< writes the class's own methods into a table */
   void (*fillFunctions)(void *functions); /**< writes class slots 8 and up */
   ztClassFunctions functions;             /**< class slots 0 to 7 */
+  const char *fieldsText;                 /**< the fields that the class adds, as its header declares them */
+  const char *methodsText;                /**< the methods that it adds */
+  const char *functionsText;              /**< its class functions from slot 8 on; the list's name for none */
 } ztClassDescription;
 
 /* The protocol, shared by the classes of the library and of hosts ------------------------------ */
@@ -128,6 +134,23 @@ ZT_API int32_t ztOOP_isClass(const void *object, const char *name);
 ZT_API int32_t ztOOP_isClassOf(const void *object, const char *name);
 /** @return 1 when the class itself or one of its ancestors has exactly this name */
 ZT_API int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name);
+/**
+ * Makes a class known by its name before its first object.
+ * @param description  the class; C_description of ZT_DEFINE_CLASS is private to its source file: see
+ *                     ZT_REGISTER_CLASS()
+ * @return 1, also when it was known; 0 for NULL, when memory is exhausted, and, with a line in the log, when the
+ *         name belongs to another class
+ */
+ZT_API int32_t ztOOP_registerClass(const ztClassDescription *description);
+/** As ztOOP_registerClass(), for the class of the objects that @p ctor makes. */
+ZT_API int32_t ztOOP_registerClassOf(ztCtor ctor);
+
+/** @return the object, if it is of the class or a descendant; NULL for NULL and, with a line in the log, for an
+ *          object of another class */
+ZT_API void *ztOOP_cast(const void *object, const ztClass *klass);
+/** @return the method table of an object that is of the class or a descendant. For NULL and for an object of
+ *          another class, with a line in the log, a table of functions that do nothing and return 0 or NULL */
+ZT_API const void *ztOOP_checkedTable(const void *object, const ztClass *klass);
 /** Writes ztOOP_ztVirtualFuncHandler() into a method slot, given by its address. */
 ZT_API void ztOOP_setAbstract(void *slot);
 
@@ -146,11 +169,38 @@ ZT_END_C
 
 /* Declaring a class ---------------------------------------------------------------------------- */
 
+#ifdef ZT_CHECKED
+/** The method table of an object that should be of class C. */
+#define ZT_TABLE_OF(C, object) ztOOP_checkedTable(object, C##Class_Instance())
+#else
+/** The method table of an object of class C. */
+#define ZT_TABLE_OF(C, object) ztOOP_classOf(object)->methodTable
+#endif
+
+#ifdef ZT_NO_SHORT_NAMES
+#define ZT_SHORT_NAMES(C)
+#else
+/** The functions with the shortest names of a class; see ZT_DECLARE_CLASS(). */
+#define ZT_SHORT_NAMES(C)                                         \
+  static inline ZT_MAYBE_UNUSED C *C##_new(void) {                \
+    return (C *)C##_ctor(NULL, 1);                                \
+  }                                                               \
+  static inline ZT_MAYBE_UNUSED C *C##_cast(const void *object) { \
+    return (C *)ztOOP_cast(object, C##Class_Instance());          \
+  }
+#endif
+
 /**
  * Declares class C from the lists `C_FIELDS` and `C_METHODS`: the instance struct `C`, the method table
  * `CMethods`, the functions of every class, and
+ *  - `C_new()`, a new object, which the caller releases with `unRef`; NULL when memory is exhausted;
+ *  - `C_cast(object)`, the object as a C; NULL, with a line in the log, if it is none;
  *  - `C_of(object)`, the method table of the object's own class, for calls;
  *  - `C_table()`, the method table of C itself, for calls of C's version from a subclass.
+ *
+ * A program that defines ZT_NO_SHORT_NAMES has functions of its own under the first two names. With ZT_CHECKED
+ * defined, `C_of` checks its object: calls for NULL and for an object of another class do nothing, with a line in
+ * the log.
  */
 #define ZT_DECLARE_CLASS(C)                                                               \
   ZT_BEGIN_C                                                                              \
@@ -172,12 +222,17 @@ ZT_END_C
   ZT_API void *C##_ctor(void *object, int32_t create);                                    \
   ZT_API void *C##_newop(void);                                                           \
   static inline ZT_MAYBE_UNUSED const C##Methods *C##_of(const void *object) {            \
-    return (const C##Methods *)ztOOP_classOf(object)->methodTable;                        \
+    return (const C##Methods *)ZT_TABLE_OF(C, object);                                    \
   }                                                                                       \
   static inline ZT_MAYBE_UNUSED const C##Methods *C##_table(void) {                       \
     return (const C##Methods *)C##Class_Instance()->methodTable;                          \
   }                                                                                       \
+  ZT_SHORT_NAMES(C)                                                                       \
   ZT_END_C
+
+/** Makes class C known by its name before its first object: a statement in `main`, or in the constructor function
+ *  of a plugin. Its value is that of ztOOP_registerClass(). */
+#define ZT_REGISTER_CLASS(C) ztOOP_registerClassOf(C##_ctor)
 
 /** Declares, after ZT_DECLARE_CLASS(C), the class-function table `CFunctions` of a class that lists class
  *  functions in `C_FUNCTIONS`, and `C_functions()`, which returns it. */
@@ -212,6 +267,28 @@ ZT_END_C
   ZT_STATIC_ASSERT(__extension__(__builtin_strncmp(ZT_TEXT_OF(List), ZT_TEXT_OF(ParentList), \
                                                    sizeof ZT_TEXT_OF(ParentList) - 1) == 0), \
                    message)
+
+#if defined __cplusplus && __cplusplus >= 201402L
+/** The end of a text that is known to the compiler, which leaves out the rest. */
+template <unsigned long length>
+struct ztTextEnd {
+  /** Copies the text and its zero. */
+  constexpr explicit ztTextEnd(const char *from) : text() {
+    for (unsigned long i = 0; i < length; ++i) text[i] = from[i];
+  }
+  char text[length]; /**< the copy */
+};
+/** Defines what a list adds to the parent's, as text. */
+#define ZT_DEFINE_OWN_TEXT(name, List, ParentList)                                              \
+  static constexpr ztTextEnd<sizeof ZT_TEXT_OF(List) - sizeof ZT_TEXT_OF(ParentList) + 1> name( \
+      &ZT_TEXT_OF(List)[sizeof ZT_TEXT_OF(ParentList) - 1]);
+/** The text that ZT_DEFINE_OWN_TEXT() defined. */
+#define ZT_OWN_TEXT(name, List, ParentList) name.text
+#else
+#define ZT_DEFINE_OWN_TEXT(name, List, ParentList)
+/** What a list adds to the parent's, as text. */
+#define ZT_OWN_TEXT(name, List, ParentList) &ZT_TEXT_OF(List)[sizeof ZT_TEXT_OF(ParentList) - 1]
+#endif
 
 /* The library's own classes are released with the library. */
 #ifdef ZT_BUILDING_LIBRARY
@@ -257,6 +334,8 @@ ZT_END_C
   static void C##Class_fillFunctions(void *C##Class_table) {                                              \
     functionsFill((Functions *)C##Class_table);                                                           \
   }                                                                                                       \
+  ZT_DEFINE_OWN_TEXT(C##Class_fieldsText, C##_FIELDS, Parent##_FIELDS)                                    \
+  ZT_DEFINE_OWN_TEXT(C##Class_methodsText, C##_METHODS, Parent##_METHODS)                                 \
   static const ztClassDescription C##Class_Description = {                                                \
       &C##Class_Inst,                                                                                     \
       &C##Class_State,                                                                                    \
@@ -265,11 +344,15 @@ ZT_END_C
       &C##_classname_,                                                                                    \
       &C##_version_,                                                                                      \
       (int32_t)sizeof(C),                                                                                 \
-      (int32_t)(sizeof(C##Methods) / sizeof(void *)),                                                     \
+      (uint16_t)(sizeof(C##Methods) / sizeof(void *)),                                                    \
+      1,                                                                                                  \
       C##Class_fillMethods,                                                                               \
       C##Class_fillFunctions,                                                                             \
       {C##_newop, C##_ctor, C##InitTable, NULL, C##Version, C##ClassName, C##IsClass, C##IsClassOf, NULL, \
-       NULL}};                                                                                            \
+       NULL},                                                                                             \
+      ZT_OWN_TEXT(C##Class_fieldsText, C##_FIELDS, Parent##_FIELDS),                                      \
+      ZT_OWN_TEXT(C##Class_methodsText, C##_METHODS, Parent##_METHODS),                                   \
+      ZT_TEXT_OF(C##_FUNCTIONS)};                                                                         \
   ZT_LEAVE_WITH_CODE(C)                                                                                   \
   ztClass *C##Class_Instance(void) {                                                                      \
     return &C##Class_Inst;                                                                                \

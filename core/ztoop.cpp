@@ -1,6 +1,7 @@
 #include "core/ztoop.h"
 
 #include "core/ztbasec.h"
+#include "core/ztdescribed.hh"
 #include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
@@ -398,6 +399,7 @@ void ztOOP_leaveRegistry(const ztClassDescription *description) {
   __atomic_store_n(&description->state->registrationTried, 1, __ATOMIC_RELEASE);
   while (IndexedEntry *entry = findEntryOf(description->klass)) freeClass(entry);
   forgetClass(description->klass);
+  forgetDescription(description);
 }
 
 // Start and clean-up ------------------------------------------------------------------------------

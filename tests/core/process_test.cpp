@@ -35,6 +35,17 @@ class LinkedHost : public testing::Test {
 
 const std::string plainRun = "host starts\n" + notInstalled("Nobody") + "host ends\n" + ending;
 
+const std::string refusedCalls =
+    "ztOOP_checkedTable - Error, a method of 'Bell' was called for a 'ztString'\n"
+    "ztOOP_checkedTable - Error, a method of 'Bell' was called for a '(null)'\n"
+    "ztOOP_checkedTable - Error, a method of 'ztString' was called for a 'Bell'\n"
+    "ztOOP_checkedTable - Error, a method of 'ztObject' was called for a 'Bell'\n"
+    "ztOOP_cast - Error, the object is a 'Bell', not a 'ztString'\n";
+
+TEST_F(LinkedHost, HasItsCallsChecked) {
+  runs("checked", {}, refusedCalls + ending, refusedCalls + ending);
+}
+
 TEST_F(LinkedHost, LoadsUsesAndEnds) {
   writeContents(host.folder.path("zentova.log"), std::string(10000, 'x'));  // of an earlier run
   runs("plain", {}, plainRun, notInstalled("Nobody") + ending);

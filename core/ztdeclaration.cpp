@@ -1,0 +1,195 @@
+#include "core/ztdeclaration.hh"
+
+#include "core/ztoop.h"
+
+#include <string.h>
+
+using namespace ztcore;
+
+// Texts -------------------------------------------------------------------------------------------
+
+static bool isOfName(char character) {
+  const auto lower = static_cast<unsigned char>(character | ' ');
+  return (lower >= 'a' && lower <= 'z') || (character >= '0' && character <= '9') || character == '_';
+}
+
+static TextPart trimmed(const char *begin, const char *end) {
+  while (begin < end && *begin == ' ') ++begin;
+  while (begin < end && end[-1] == ' ') --end;
+  return {begin, static_cast<size_t>(end - begin)};
+}
+
+static const char *endOf(const TextPart &part) {
+  return part.begin + part.length;
+}
+
+static bool isText(const TextPart &part, const char *text) {
+  return strlen(text) == part.length && memcmp(part.begin, text, part.length) == 0;
+}
+
+// The first character of the kind outside all brackets; the end when there is none.
+static const char *findOutside(const char *at, const char *end, char wanted) {
+  int depth = 0;
+  for (; at < end; ++at) {
+    if (depth == 0 && *at == wanted) return at;
+    if (strchr("([{", *at) != nullptr) ++depth;
+    if (strchr(")]}", *at) != nullptr) --depth;
+  }
+  return end;
+}
+
+static const char *findIn(const TextPart &part, const char *wanted) {
+  return static_cast<const char *>(memmem(part.begin, part.length, wanted, strlen(wanted)));
+}
+
+// Declarations ------------------------------------------------------------------------------------
+
+// Where the name begins that ends before `end`.
+static const char *beginOfName(const char *begin, const char *end) {
+  while (end > begin && isOfName(end[-1])) --end;
+  return end;
+}
+
+// The name in one declarator: after "(*" for a pointer to a function, else the last one before an array.
+static TextPart nameIn(const TextPart &declarator) {
+  const char *pointer = findIn(declarator, "(*");
+  if (pointer != nullptr) {
+    const char *begin = pointer + 2;
+    while (begin < endOf(declarator) && *begin == ' ') ++begin;
+    const char *end = begin;
+    while (end < endOf(declarator) && isOfName(*end)) ++end;
+    return {begin, static_cast<size_t>(end - begin)};
+  }
+  const TextPart named = trimmed(declarator.begin, findOutside(declarator.begin, endOf(declarator), '['));
+  const char *begin = beginOfName(named.begin, endOf(named));
+  return {begin, static_cast<size_t>(endOf(named) - begin)};
+}
+
+// The end of the specifiers before the first declarator: "const char *" ends before the star.
+static const char *endOfBase(const TextPart &declarator, const TextPart &name) {
+  const char *star = findOutside(declarator.begin, name.begin, '*');
+  const char *bracket = findOutside(declarator.begin, name.begin, '(');
+  return star < bracket ? star : bracket;
+}
+
+bool Declarations::next() {
+  const char *end = rest + strlen(rest);
+  const char *semicolon = findOutside(rest, end, ';');
+  if (semicolon == end) return false;
+  whole = trimmed(rest, semicolon);
+  rest = semicolon + 1;
+  declarators = whole.begin;
+  cut = false;
+  return true;
+}
+
+bool Declarations::nextDeclarator(Declarator *declarator) {
+  const char *end = endOf(whole);
+  if (cut || declarators == nullptr || declarators >= end) return false;
+  const char *comma = findOutside(declarators, end, ',');
+  const TextPart part = trimmed(declarators, comma);
+  const bool isFirst = declarators == whole.begin;
+  declarators = comma + 1;
+  const TextPart name = nameIn(part);
+  cut = name.length == 0 || findOutside(part.begin, endOf(part), ':') != endOf(part);
+  if (cut) return false;
+  const char *own = isFirst ? endOfBase(part, name) : part.begin;
+  if (isFirst) base = trimmed(part.begin, own);
+  *declarator = {base, trimmed(own, name.begin), name, trimmed(endOf(name), endOf(part))};
+  return true;
+}
+
+// Sizes -------------------------------------------------------------------------------------------
+
+namespace {
+
+struct NamedType {
+  char name[24];
+  int32_t size;
+};
+
+}  // namespace
+
+// Each is aligned to its size.
+static constexpr NamedType namedTypes[] = {{"char", 1},
+                                           {"signed char", 1},
+                                           {"unsigned char", 1},
+                                           {"bool", 1},
+                                           {"_Bool", 1},
+                                           {"int8_t", 1},
+                                           {"uint8_t", 1},
+                                           {"short", 2},
+                                           {"unsigned short", 2},
+                                           {"int16_t", 2},
+                                           {"uint16_t", 2},
+                                           {"int", 4},
+                                           {"unsigned", 4},
+                                           {"unsigned int", 4},
+                                           {"int32_t", 4},
+                                           {"uint32_t", 4},
+                                           {"float", 4},
+                                           {"long", 8},
+                                           {"unsigned long", 8},
+                                           {"long long", 8},
+                                           {"unsigned long long", 8},
+                                           {"int64_t", 8},
+                                           {"uint64_t", 8},
+                                           {"size_t", 8},
+                                           {"ssize_t", 8},
+                                           {"intptr_t", 8},
+                                           {"uintptr_t", 8},
+                                           {"ptrdiff_t", 8},
+                                           {"time_t", 8},
+                                           {"double", 8},
+                                           {"ztWord", 8},
+                                           {"ztCompareFunc", 8},
+                                           {"ztCtor", 8},
+                                           {"ztGetter", 8},
+                                           {"ztSetter", 8},
+                                           {"ztSlotFunction", 8},
+                                           {"ztClassDestroyHook", 8}};
+
+static TextPart withoutQualifiers(TextPart base) {
+  static constexpr const char *qualifiers[] = {"const ", "volatile "};
+  for (const char *qualifier : qualifiers) {
+    const size_t length = strlen(qualifier);
+    if (base.length > length && memcmp(base.begin, qualifier, length) == 0)
+      base = {base.begin + length, base.length - length};
+  }
+  return base;
+}
+
+static int32_t sizeOfNamed(TextPart base) {
+  base = withoutQualifiers(base);
+  for (const NamedType &type : namedTypes) {
+    if (isText(base, type.name)) return type.size;
+  }
+  return 0;
+}
+
+// The number of elements of "[4][8]"; 0 when it is not written with plain numbers.
+static int32_t countOf(const TextPart &arrays) {
+  int64_t count = 1;
+  const char *at = arrays.begin;
+  const char *end = endOf(arrays);
+  while (at < end) {
+    if (*at++ != '[') return 0;
+    int64_t length = 0;
+    while (at < end && *at >= '0' && *at <= '9' && length < INT32_MAX) length = 10 * length + *at++ - '0';
+    if (at == end || *at++ != ']') return 0;
+    count *= length;
+    if (count > INT32_MAX) return 0;
+  }
+  return static_cast<int32_t>(count);
+}
+
+TypeSize ztcore::sizeOf(const Declarator &declarator) {
+  constexpr TypeSize pointer = {sizeof(void *), alignof(void *)};
+  const bool isFunction = findIn(declarator.before, "(") != nullptr;
+  if (isFunction) return *declarator.after.begin == ')' ? pointer : TypeSize{0, 0};
+  const int32_t count = countOf(declarator.after);
+  const bool isPointer = findIn(declarator.before, "*") != nullptr;
+  const int32_t size = isPointer ? pointer.size : sizeOfNamed(declarator.base);
+  if (count == 0 || size == 0 || count > INT32_MAX / size) return {0, 0};
+  return {size * count, size};
+}
