@@ -47,6 +47,7 @@
 #include "objects/ztroot.h"
 #include "objects/ztsignal.h"
 #include "objects/ztslot.h"
+#include "objects/ztvalues.h"
 #include "support/ztalloc.h"
 #include "support/ztcutils.h"
 #include "support/ztdirman.h"
