@@ -40,6 +40,7 @@
 #include "io/zttxtfile.h"
 #include "objects/ztbasemodel.h"
 #include "objects/ztbaseview.h"
+#include "objects/ztevents.h"
 #include "objects/ztlink.h"
 #include "objects/ztobject.h"
 #include "objects/ztproperty.h"
