@@ -49,6 +49,7 @@
 #include "objects/ztsignal.h"
 #include "objects/ztslot.h"
 #include "objects/ztvalues.h"
+#include "objects/ztweak.h"
 #include "support/ztalloc.h"
 #include "support/ztcutils.h"
 #include "support/ztdirman.h"
