@@ -40,6 +40,7 @@
 #include "io/zttxtfile.h"
 #include "objects/ztbasemodel.h"
 #include "objects/ztbaseview.h"
+#include "objects/ztdeclared.h"
 #include "objects/ztevents.h"
 #include "objects/ztlink.h"
 #include "objects/ztobject.h"
