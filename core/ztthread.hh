@@ -81,6 +81,7 @@ struct ThreadState {
   uint32_t number = 0;                // from 1 on; 0 until first use
   uint32_t brokenPaths = 0;           // the number of nodes that were removed from the path of a release
   uint32_t refusedAssignments = 0;    // the number of assignments for which the stack was too small
+  uint32_t lostTexts = 0;             // the number of texts that a property did not take
 };
 
 static_assert(sizeof(ThreadState) <= 256);

@@ -6,6 +6,7 @@
 #include "core/ztcheck.hh"
 #include "core/ztmethod.hh"
 #include "io/zttxtfile.h"
+#include "objects/ztdeclared.hh"
 #include "objects/ztdelivery.hh"
 #include "objects/ztmaps.hh"
 #include "objects/ztobjbase.hh"
@@ -95,6 +96,8 @@ static int32_t objectConnect(ztClass *klass, void *sender, const char *signalNam
   if (function.call0 == nullptr) return 0;
   if (checksThreads) checkThread(sender, "a connection");
   if (isBeingDestroyed(sender) || isBeingDestroyed(receiver)) return 0;
+  if (__atomic_load_n(&hostsDeclareSignals, __ATOMIC_RELAXED)) [[unlikely]]
+    checkDeclared(sender, signalName);
   if (sender != receiver && !linkEnds(klass, sender, receiver)) return 0;
   const ztObjectMethods *methods = objectTableOf(klass);
   ztSignal *signal = methods->addSignal(klass, sender, signalName, argumentCount);

@@ -36,6 +36,15 @@ ztSignal *findSignal(const void *object, const char *name);
 // Emits a signal of a ztObject; returns what ztObject_emit returns.
 int32_t emit(void *emitter, const char *signalName, EmittedValue value);
 
+// Several arguments of an emission: the words in their order, and the doubles in theirs.
+struct EmittedArguments {
+  intptr_t words[mostArguments];
+  double numbers[mostArguments];
+};
+
+// Emits a signal of a ztObject with these arguments; returns what ztObject_emit returns.
+int32_t emitArguments(void *emitter, const ztSignal *signal, const EmittedArguments &arguments);
+
 // Emits the ztObject's signal "prop->signalname" after a property change.
 void notifyPropertyChange(void *object, EmittedValue value);
 

@@ -11,6 +11,7 @@ namespace ztcore {
 enum : uint32_t {
   objectBeingDestroyed = 1,  // set when the destruction begins
   firstNodeFlag = 2,         // the first flag of nodes, in the lower half
+  objectWatched = 1 << 15,   // pointers of a host watched it
 };
 
 // Nothing connects to an object that is being destroyed, because nobody would remove the connection.

@@ -18,6 +18,7 @@
 #include "objects/ztstatics.hh"
 #include "objects/ztstrmap.hh"
 #include "objects/ztwatch.hh"
+#include "objects/ztweak.hh"
 
 using namespace ztcore;
 
@@ -154,6 +155,8 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   ReleaseMark mark;
   beginRelease(&mark, CallKind::destruction, &object);
   object.flags |= objectBeingDestroyed;
+  if (object.flags & objectWatched) [[unlikely]]
+    endWatches(&object);
   clearReserved(object.klass);
   leavePeers(&object, again);
   leaveCalls(object);
@@ -164,7 +167,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
 // No function of a host runs meanwhile, so the destruction needs no record.
 [[gnu::flatten]] static bool endObjectPlainly(void *ended) {
   auto &object = *static_cast<ztObject *>(ended);
-  if (isBeingDestroyed(ended) || !endsPlainly(object)) return false;
+  if ((object.flags & (objectBeingDestroyed | objectWatched)) != 0 || !endsPlainly(object)) return false;
   clearReserved(object.klass);
   leaveCalls(object);
   freeMaps(object);

@@ -176,7 +176,7 @@ struct StringOperations {
     if (property.setter.setString != nullptr) {
       property.setter.setString(owner, reinterpret_cast<void *const *>(word));
     } else if (property.valueSize != 0 && property.valuePointer != nullptr && source != nullptr) {
-      ztString_of(property.valuePointer)->assign(property.valuePointer, source);
+      if (!ztString_of(property.valuePointer)->assign(property.valuePointer, source)) ++thisThread.lostTexts;
     }
     if (emitter.isAlive()) notifyPropertyChange(owner, EmittedValue(value));
     return value;
