@@ -169,6 +169,32 @@ ZT_END_C
 
 /* Declaring a class ---------------------------------------------------------------------------- */
 
+#ifdef __cplusplus
+/** What C++ templates know of a class: its method table and its functions. */
+template <typename Table, ztClass *(*instance)(void), void *(*construct)(void *, int32_t),
+          void (*fill)(void *)>
+struct ztClassTraits {
+  typedef Table Methods; /**< CMethods */
+  /** @return the descriptor */
+  static ztClass *klass() {
+    return instance();
+  }
+  /** C_ctor() */
+  static void *ctor(void *object, int32_t create) {
+    return construct(object, create);
+  }
+  /** CInitTable() */
+  static void initTable(void *object) {
+    fill(object);
+  }
+};
+/** Declares a function, never defined, whose result are the traits of class C. */
+#define ZT_DECLARE_TRAITS(C) \
+  extern "C++" ztClassTraits<C##Methods, C##Class_Instance, C##_ctor, C##InitTable> ztTraitsOf(const C *);
+#else
+#define ZT_DECLARE_TRAITS(C)
+#endif
+
 #ifdef ZT_CHECKED
 /** The method table of an object that should be of class C. */
 #define ZT_TABLE_OF(C, object) ztOOP_checkedTable(object, C##Class_Instance())
@@ -228,6 +254,7 @@ ZT_END_C
     return (const C##Methods *)C##Class_Instance()->methodTable;                          \
   }                                                                                       \
   ZT_SHORT_NAMES(C)                                                                       \
+  ZT_DECLARE_TRAITS(C)                                                                    \
   ZT_END_C
 
 /** Makes class C known by its name before its first object: a statement in `main`, or in the constructor function
