@@ -1,6 +1,7 @@
 #include "objects/ztguard.hh"
 
 #include "core/ztlogctrl.h"
+#include "core/ztoop.hh"
 #include "objects/ztobjbase.hh"
 
 using namespace ztcore;
@@ -10,12 +11,16 @@ bool ztcore::isGiven(const char *function, const void *argument, const char *wha
   return argument != nullptr;
 }
 
-bool ztcore::isObject(const char *function, void *argument, const char *what) {
-  if (!isGiven(function, argument, what)) return false;
-  if (emitterOf(argument) != nullptr) return true;
-  ztLc_log("%s - Error, the %s is no ztObject but of class " ZT_CUT_NAME "\n", function, what,
-           ztOOP_classNameOf(argument));
+// By the addresses of descriptors: nothing else of the object is read.
+bool ztcore::isOf(const char *function, const void *object, const ztClass *klass, const char *what) {
+  if (isWithin(ztOOP_classOf(object), klass)) return true;
+  ztLc_log("%s - Error, the %s is no %s but of class " ZT_CUT_NAME "\n", function, what, klass->name,
+           ztOOP_classNameOf(object));
   return false;
+}
+
+bool ztcore::isObject(const char *function, const void *argument, const char *what) {
+  return isGiven(function, argument, what) && isOf(function, argument, ztObjectClass_Instance(), what);
 }
 
 bool ztcore::isLasting(const char *function, const void *object, const char *what) {

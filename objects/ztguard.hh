@@ -13,8 +13,11 @@ namespace ztcore {
 // Whether an argument is not NULL. `what` names it.
 bool isGiven(const char *function, const void *argument, const char *what);
 
+// Whether an object is of a class or a descendant.
+bool isOf(const char *function, const void *object, const ztClass *klass, const char *what);
+
 // Whether an argument is a ztObject.
-bool isObject(const char *function, void *argument, const char *what);
+bool isObject(const char *function, const void *argument, const char *what);
 
 // Whether such an object is not being destroyed.
 bool isLasting(const char *function, const void *object, const char *what);

@@ -1,9 +1,11 @@
 #include "objects/ztlink.h"
 
 #include "core/ztlayout.hh"
+#include "core/ztlogctrl.h"
 #include "core/ztmethod.hh"
 #include "core/ztpointermap.hh"
 #include "io/ztfile.h"
+#include "objects/ztguard.hh"
 #include "objects/zttree.hh"
 
 using namespace ztcore;
@@ -70,6 +72,25 @@ static void linkArrayMethods(ztLinkArrayMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(ztLinkArray, ztArray, linkArrayMethods)
+
+// Setting -----------------------------------------------------------------------------------------
+
+static int32_t linkTo(ztLink *link, void *node, int32_t uid) {
+  link->target = node;
+  link->targetId = uid;
+  return 1;
+}
+
+int32_t ztLink_set(void *object, void *node) {
+  if (!isGiven(__func__, object, "link") || !isOf(__func__, object, ztLinkClass_Instance(), "link")) return 0;
+  auto *link = static_cast<ztLink *>(object);
+  if (node == nullptr) return linkTo(link, nullptr, unset);
+  if (!isOf(__func__, node, ztRootClass_Instance(), "node")) return 0;
+  const int32_t uid = ztRoot_of(node)->getUid(node);
+  if (uid != unset) return linkTo(link, node, uid);
+  ztLc_log("ztLink_set - Error, the node has the identifier -1, which stands for no node\n");
+  return 0;
+}
 
 // Resolving ---------------------------------------------------------------------------------------
 

@@ -34,6 +34,13 @@ ZT_BEGIN_C
  *  @return 1; 0, with the target set to NULL, when there is no such node and always for the identifier -1 */
 ZT_API int32_t ztLink_resolve(void *link, void *root);
 
+/** Links to a node: sets the target and its identifier at once.
+ *  @param link  a ztLink
+ *  @param node  a ztRoot, not owned; its `getUid` gives the identifier. NULL unsets the link: no target, and -1
+ *  @return 1; 0, with the link unchanged and a line in the log, when @p link is NULL or no ztLink, or @p node is no
+ *          ztRoot. A node whose identifier is -1 cannot be found again: 0 as well */
+ZT_API int32_t ztLink_set(void *link, void *node);
+
 /** Resolves every link of a ztLinkArray with one walk over the tree.
  *  @return the number of links that have a target now; 0, with the links unchanged, when memory is exhausted */
 ZT_API int32_t ztLinkArray_resolve(void *links, void *root);

@@ -1,7 +1,9 @@
 #include "objects/ztlink.h"
 
 #include "io/zttxtfile.h"
+#include "tags/zttag.h"
 #include "tests/helpers/scale.hh"
+#include "tests/objects/gauge.hh"
 #include "tests/objects/tree_nodes.hh"
 
 #include <random>
@@ -271,4 +273,37 @@ TEST_F(ztLinkArrayTest, ResolvesAsOneByOne) {
     EXPECT_EQ(at(i)->target, target);
   }
   EXPECT_EQ(resolved, expected);
+}
+
+TEST_F(ztLinkTest, TakesTargetAndIdentifierAtOnce) {
+  const Link link(7);
+  const Owned<ztRoot, ztRootMethods> node(ztRoot_ctor);
+  node->setUid(node, 12);
+  EXPECT_EQ(ztLink_set(link, node), 1);
+  EXPECT_EQ(link.fields().target, node);
+  EXPECT_EQ(link.fields().targetId, 12);
+  EXPECT_EQ(node->getRefCount(node), 1);
+  EXPECT_EQ(ztLink_resolve(link, node), 1);
+  EXPECT_EQ(ztLink_set(link, nullptr), 1);
+  EXPECT_EQ(link.fields().target, nullptr);
+  EXPECT_EQ(link.fields().targetId, -1);
+  EXPECT_EQ(ztLink_resolve(link, node), 0);
+  const Link derived(7, Ordered_ctor);
+  const Owned<ztTag, ztTagMethods> tag(ztTag_ctor);
+  EXPECT_EQ(ztLink_set(derived, tag), 1);
+  EXPECT_EQ(derived.fields().targetId, tag->getUid(tag));
+}
+
+TEST_F(ztLinkTest, TakesNothingButANodeThatCanBeFound) {
+  const Link link(7);
+  const Owned<ztRoot, ztRootMethods> node(ztRoot_ctor);
+  const Owned<ztObject, ztObjectMethods> object(ztObject_ctor);
+  EXPECT_TRUE(isRefused([&] { return ztLink_set(nullptr, node); }, {"ztLink_set", "link", "NULL"}));
+  EXPECT_TRUE(isRefused([&] { return ztLink_set(node, node); }, {"link", "'ztRoot'"}));
+  EXPECT_TRUE(isRefused([&] { return ztLink_set(link, object); }, {"node", "'ztObject'"}));
+  EXPECT_TRUE(isRefused([&] { return ztLink_set(link, link); }, {"node", "'ztLink'"}));
+  node->setUid(node, -1);
+  EXPECT_TRUE(isRefused([&] { return ztLink_set(link, node); }, {"-1"}));
+  EXPECT_EQ(link.fields().target, nullptr);
+  EXPECT_EQ(link.fields().targetId, 7);
 }
