@@ -45,6 +45,7 @@
 #include "objects/ztevents.h"
 #include "objects/ztlink.h"
 #include "objects/ztobject.h"
+#include "objects/ztobjinfo.h"
 #include "objects/ztproperty.h"
 #include "objects/ztproptype.h"
 #include "objects/ztroot.h"

@@ -99,6 +99,33 @@ bool Declarations::nextDeclarator(Declarator *declarator) {
   return true;
 }
 
+// Arguments ---------------------------------------------------------------------------------------
+
+ArgumentList::ArgumentList(const char *brackets) : rest(strchr(brackets, '(')), end(strrchr(brackets, ')')) {
+  rest = rest == nullptr || end == nullptr ? end : rest + 1;
+}
+
+static bool isKeyword(const TextPart &word) {
+  static constexpr const char *keywords[] = {"int",  "char",   "short",    "long",   "float", "double",
+                                             "bool", "signed", "unsigned", "struct", "_Bool", "const"};
+  for (const char *keyword : keywords) {
+    if (isText(word, keyword)) return true;
+  }
+  return false;
+}
+
+// A single word is a type; so is a last word of the language.
+ArgumentText ArgumentList::next() {
+  if (rest == nullptr || rest >= end) return {{"", 0}, {"", 0}};
+  const char *comma = findOutside(rest, end, ',');
+  const TextPart argument = trimmed(rest, comma);
+  rest = comma + 1;
+  const char *last = beginOfName(argument.begin, endOf(argument));
+  const TextPart name = {last, static_cast<size_t>(endOf(argument) - last)};
+  if (last == argument.begin || name.length == 0 || isKeyword(name)) return {argument, {"", 0}};
+  return {trimmed(argument.begin, last), name};
+}
+
 // Sizes -------------------------------------------------------------------------------------------
 
 namespace {

@@ -44,6 +44,24 @@ class Declarations {
   bool cut = false;
 };
 
+// One argument of a function: "int32_t level", or only its type.
+struct ArgumentText {
+  TextPart type;
+  TextPart name;  // empty when there is none
+};
+
+// The arguments in the brackets of "(int32_t level, const char *unit)".
+class ArgumentList {
+ public:
+  explicit ArgumentList(const char *brackets);
+  // Empty behind the last one.
+  ArgumentText next();
+
+ private:
+  const char *rest;
+  const char *end;
+};
+
 // Bytes and alignment of a type. An alignment of 0 stands for a type that is not known.
 struct TypeSize {
   int32_t size;

@@ -166,7 +166,11 @@ static void addMethods(Lists *lists, ztClass *klass, ztClass *introducedBy) {
   const ztClassDescription *description = descriptionOf(introducedBy);
   if (description == nullptr) return;
   const int32_t first = description->slotCount - declarationsIn(text);
-  while (lists->methodCount < first) addMethod(lists, klass, introducedBy->parent, {"", 0}, {"", 0});
+  // A parent without texts added them, or a class whose own texts lack them.
+  ztClass *unnamed = introducedBy;
+  if (introducedBy->parent != nullptr && descriptionOf(introducedBy->parent) == nullptr)
+    unnamed = introducedBy->parent;
+  while (lists->methodCount < first) addMethod(lists, klass, unnamed, {"", 0}, {"", 0});
   for (Declarations declarations(text); declarations.next();) {
     Declarator declarator;
     const bool isNamed = declarations.nextDeclarator(&declarator);
