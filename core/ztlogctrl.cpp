@@ -1,21 +1,36 @@
 #include "core/ztlogctrl.h"
 
 #include "core/ztlock.hh"
+#include "core/ztlogctrl.hh"
 
 #include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace ztcore;
 
+// The statement of the program, if it has one.
+extern "C" ZT_API const char ztLog_target[] __attribute__((weak));
+
 // The log file; -1 while none is open.
 static int flog = -1;
 
 namespace {
+
+enum class Output { standardOutput, standardError, file, nothing };
+
+// What is chosen in place of standard output and the engine's file. Changes only while the library is loaded and
+// unloaded, so every thread may read it.
+struct {
+  Output output = Output::standardOutput;
+  int file = -1;         // with Output::file
+  bool isFinal = false;  // chosen by the environment: the program cannot add a file
+} choice;
 
 constexpr size_t textSize = 512;
 
@@ -148,30 +163,52 @@ static bool isFile(int file) {
   return fstat(file, &found) == 0 && S_ISREG(found.st_mode);
 }
 
+// -1 on failure.
+static int openEmptied(const char *path) {
+  if (path == nullptr || isOtherThanFile(path)) return -1;
+  const int file = openUninterrupted(path);
+  if (file < 0) return -1;
+  if (isFile(file) && emptyUninterrupted(file)) return awayFromStandardStreams(file);
+  close(file);
+  return -1;
+}
+
 int32_t ztLc_openLogFile(const char *path) {
   const Locked locked(logLock);
-  if (flog >= 0) return 1;
-  if (path == nullptr || isOtherThanFile(path)) return 0;
-  const int file = openUninterrupted(path);
-  if (file < 0) return 0;
-  if (isFile(file) && emptyUninterrupted(file)) {
-    flog = awayFromStandardStreams(file);
-    return flog >= 0;
-  }
-  close(file);
-  return 0;
+  if (choice.isFinal) return choice.output == Output::file;
+  if (flog < 0) flog = openEmptied(path);
+  return flog >= 0;
 }
 
 // One write, so that texts of several processes do not mix.
-static void writeToFile(const char *text) {
+static void writeToFile(const int &file, const char *text) {
   const Locked locked(logLock);
   size_t left = strlen(text);
-  while (flog >= 0 && left > 0) {
-    const ssize_t written = write(flog, text, left);
+  while (file >= 0 && left > 0) {
+    const ssize_t written = write(file, text, left);
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return;
     text += written;
     left -= static_cast<size_t>(written);
+  }
+}
+
+static void writeToOutput(const char *text) {
+  switch (choice.output) {
+    case Output::standardOutput:
+      // A text with conversions is printed in pieces.
+      flockfile(stdout);
+      printAsFormat(text);
+      funlockfile(stdout);
+      break;
+    case Output::standardError:
+      fputs(text, stderr);
+      break;
+    case Output::file:
+      writeToFile(choice.file, text);
+      break;
+    case Output::nothing:
+      break;
   }
 }
 
@@ -183,15 +220,51 @@ void ztLc_log(const char *format, ...) {
   vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
 
-  // A text with conversions is printed in pieces.
-  flockfile(stdout);
-  printAsFormat(text);
-  funlockfile(stdout);
-  writeToFile(text);
+  writeToOutput(text);
+  writeToFile(flog, text);
 }
 
 void ztLc_closeLogFile(void) {
   const Locked locked(logLock);
   if (flog >= 0) close(flog);
   flog = -1;
+}
+
+// The choice --------------------------------------------------------------------------------------
+
+// Also when the path leads to no file: the program's own output stays apart.
+static void chooseFile(const char *path) {
+  choice.output = Output::standardError;
+  const int file = openEmptied(path);
+  if (file < 0) {
+    ztLc_log("Zentova - Log file '%s' cannot be opened\n", path);
+    return;
+  }
+  choice.file = file;
+  choice.output = Output::file;
+}
+
+void ztcore::chooseLog() {
+  // A program with the rights of another user must not empty or make files for this one.
+  const char *target = secure_getenv("ZENTOVA_LOG");
+  choice.isFinal = target != nullptr;
+  if (target == nullptr) target = ztLog_target;
+  if (target == nullptr) return;
+  if (*target == '\0' || strcmp(target, "/dev/null") == 0) {
+    choice.output = Output::nothing;
+  } else if (strcmp(target, "stderr") == 0) {
+    choice.output = Output::standardError;
+  } else {
+    chooseFile(target);
+  }
+}
+
+void ztcore::openEnginesLog(const char *path) {
+  if (choice.output == Output::standardOutput) ztLc_openLogFile(path);
+}
+
+void ztcore::closeChosenLog() {
+  if (choice.output != Output::file) return;
+  choice.output = Output::nothing;
+  close(choice.file);
 }
