@@ -9,6 +9,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,14 +23,12 @@ static int flog = -1;
 
 namespace {
 
-enum class Output { standardOutput, standardError, file, nothing };
-
 // What is chosen in place of standard output and the engine's file. Changes only while the library is loaded and
 // unloaded, so every thread may read it.
 struct {
-  Output output = Output::standardOutput;
-  int file = -1;         // with Output::file
-  bool isFinal = false;  // chosen by the environment: the program cannot add a file
+  bool isMade = false;
+  bool isFinal = false;  // by the environment: the program cannot add a file
+  int file = -1;         // -1 for nothing; standard error is not owned
 } choice;
 
 constexpr size_t textSize = 512;
@@ -175,12 +174,12 @@ static int openEmptied(const char *path) {
 
 int32_t ztLc_openLogFile(const char *path) {
   const Locked locked(logLock);
-  if (choice.isFinal) return choice.output == Output::file;
+  if (choice.isFinal) return choice.file > STDERR_FILENO;
   if (flog < 0) flog = openEmptied(path);
   return flog >= 0;
 }
 
-// One write, so that texts of several processes do not mix.
+// One write, so that texts of several processes do not mix. `file` is read with the lock held.
 static void writeToFile(const int &file, const char *text) {
   const Locked locked(logLock);
   size_t left = strlen(text);
@@ -193,23 +192,11 @@ static void writeToFile(const int &file, const char *text) {
   }
 }
 
-static void writeToOutput(const char *text) {
-  switch (choice.output) {
-    case Output::standardOutput:
-      // A text with conversions is printed in pieces.
-      flockfile(stdout);
-      printAsFormat(text);
-      funlockfile(stdout);
-      break;
-    case Output::standardError:
-      fputs(text, stderr);
-      break;
-    case Output::file:
-      writeToFile(choice.file, text);
-      break;
-    case Output::nothing:
-      break;
-  }
+static void printText(const char *text) {
+  // A text with conversions is printed in pieces.
+  flockfile(stdout);
+  printAsFormat(text);
+  funlockfile(stdout);
 }
 
 void ztLc_log(const char *format, ...) {
@@ -220,7 +207,11 @@ void ztLc_log(const char *format, ...) {
   vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
 
-  writeToOutput(text);
+  if (choice.isMade) {
+    writeToFile(choice.file, text);
+  } else {
+    printText(text);
+  }
   writeToFile(flog, text);
 }
 
@@ -232,39 +223,33 @@ void ztLc_closeLogFile(void) {
 
 // The choice --------------------------------------------------------------------------------------
 
-// Also when the path leads to no file: the program's own output stays apart.
-static void chooseFile(const char *path) {
-  choice.output = Output::standardError;
-  const int file = openEmptied(path);
-  if (file < 0) {
-    ztLc_log("Zentova - Log file '%s' cannot be opened\n", path);
-    return;
-  }
-  choice.file = file;
-  choice.output = Output::file;
+// A program with the rights of another user must not empty or make files for this one.
+static const char *targetInEnvironment() {
+  return getauxval(AT_SECURE) != 0 ? nullptr : getenv("ZENTOVA_LOG");
+}
+
+static void choose(const char *target) {
+  choice.isMade = true;
+  if (*target == '\0' || strcmp(target, "/dev/null") == 0) return;
+  if (strcmp(target, "stderr") != 0) choice.file = openEmptied(target);
+  if (choice.file >= 0) return;
+  // Also when the path leads to no file: the program's own output stays apart.
+  choice.file = STDERR_FILENO;
+  if (strcmp(target, "stderr") != 0) ztLc_log("Zentova - Log file '%s' cannot be opened\n", target);
 }
 
 void ztcore::chooseLog() {
-  // A program with the rights of another user must not empty or make files for this one.
-  const char *target = secure_getenv("ZENTOVA_LOG");
+  const char *target = targetInEnvironment();
   choice.isFinal = target != nullptr;
   if (target == nullptr) target = ztLog_target;
-  if (target == nullptr) return;
-  if (*target == '\0' || strcmp(target, "/dev/null") == 0) {
-    choice.output = Output::nothing;
-  } else if (strcmp(target, "stderr") == 0) {
-    choice.output = Output::standardError;
-  } else {
-    chooseFile(target);
-  }
+  if (target != nullptr) choose(target);
 }
 
 void ztcore::openEnginesLog(const char *path) {
-  if (choice.output == Output::standardOutput) ztLc_openLogFile(path);
+  if (!choice.isMade) ztLc_openLogFile(path);
 }
 
 void ztcore::closeChosenLog() {
-  if (choice.output != Output::file) return;
-  choice.output = Output::nothing;
-  close(choice.file);
+  if (choice.file > STDERR_FILENO) close(choice.file);
+  choice.file = -1;
 }
