@@ -35,6 +35,7 @@
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
 #include "core/ztoop.h"
+#include "core/ztreader.h"
 #include "core/ztversion.h"
 #include "io/ztfile.h"
 #include "io/ztstring.h"

@@ -160,7 +160,7 @@ bool ztcore::readIdentity(void *file, Identity *identity) {
   return methods->readInt(file, &identity->version) > 0;
 }
 
-void *ztcore::makeIdentified(const Identity &identity) {
+static void *makeIdentified(const Identity &identity) {
   void *object = ztNewFromName(identity.name);
   if (object == nullptr) return nullptr;
   if (static_cast<uint32_t>(identity.version) == ztOOP_versionOf(object)) return object;

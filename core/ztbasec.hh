@@ -25,9 +25,7 @@ struct Identity {
   int32_t version;
 };
 
-// The two steps of `classRead`: read an identity, make an object of its class. False and NULL on failure.
 bool readIdentity(void *file, Identity *identity);
-void *makeIdentified(const Identity &identity);
 
 }  // namespace ztcore
 

@@ -3,7 +3,7 @@
 #include "core/ztcheck.hh"
 #include "core/ztcore.hh"
 #include "core/ztlock.hh"
-#include "core/ztlogctrl.h"
+#include "core/ztlogctrl.hh"
 #include "core/ztoop.hh"
 #include "core/ztthread.hh"
 #include "zentova.h"
@@ -169,6 +169,7 @@ static pid_t loadedBy;
 __attribute__((constructor)) void ztcore_lnx_init(void) {
   keepLocksAcrossFork();
   readChecks();
+  chooseLog();
   loadedBy = getpid();
   ztLc_log("Zentova - Loading library: %s\n", "ztcore");
   ztOOP_Init("zentova");
@@ -186,4 +187,5 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
 // hooks may use the data of threads.
 __attribute__((destructor(101))) static void releaseLast() {
   releaseThreads();
+  closeChosenLog();
 }

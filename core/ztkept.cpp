@@ -7,7 +7,7 @@ using namespace ztcore;
 static struct {
   void (*release)();
   void (*forget)(const ztClass *klass);
-} keepers[3];  // one for each kind
+} keepers[4];  // one for each kind
 
 void ztcore::keepRegistered(Kept kept, void (*release)(), void (*forget)(const ztClass *klass)) {
   keepers[static_cast<int>(kept)] = {release, forget};

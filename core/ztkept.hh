@@ -8,7 +8,7 @@
 namespace ztcore {
 
 // In the order of release: the declarations of classes refer to types.
-enum class Kept { declarations, signals, types };
+enum class Kept { declarations, signals, types, readers };
 
 // `release` releases what a module keeps. `forget` drops a class that will be unloaded, and its descendants.
 void keepRegistered(Kept kept, void (*release)(), void (*forget)(const ztClass *klass));

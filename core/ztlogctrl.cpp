@@ -1,21 +1,35 @@
 #include "core/ztlogctrl.h"
 
 #include "core/ztlock.hh"
+#include "core/ztlogctrl.hh"
 
 #include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace ztcore;
 
+// The statement of the program, if it has one.
+extern "C" ZT_API const char ztLog_target[] __attribute__((weak));
+
 // The log file; -1 while none is open.
 static int flog = -1;
 
 namespace {
+
+// What is chosen in place of standard output and the engine's file. Changes only while the library is loaded and
+// unloaded, so every thread may read it.
+struct {
+  bool isMade = false;
+  bool isFinal = false;  // by the environment: the program cannot add a file
+  int file = -1;         // -1 for nothing; standard error is not owned
+} choice;
 
 constexpr size_t textSize = 512;
 
@@ -148,31 +162,41 @@ static bool isFile(int file) {
   return fstat(file, &found) == 0 && S_ISREG(found.st_mode);
 }
 
-int32_t ztLc_openLogFile(const char *path) {
-  const Locked locked(logLock);
-  if (flog >= 0) return 1;
-  if (path == nullptr || isOtherThanFile(path)) return 0;
+// -1 on failure.
+static int openEmptied(const char *path) {
+  if (path == nullptr || isOtherThanFile(path)) return -1;
   const int file = openUninterrupted(path);
-  if (file < 0) return 0;
-  if (isFile(file) && emptyUninterrupted(file)) {
-    flog = awayFromStandardStreams(file);
-    return flog >= 0;
-  }
+  if (file < 0) return -1;
+  if (isFile(file) && emptyUninterrupted(file)) return awayFromStandardStreams(file);
   close(file);
-  return 0;
+  return -1;
 }
 
-// One write, so that texts of several processes do not mix.
-static void writeToFile(const char *text) {
+int32_t ztLc_openLogFile(const char *path) {
+  const Locked locked(logLock);
+  if (choice.isFinal) return choice.file > STDERR_FILENO;
+  if (flog < 0) flog = openEmptied(path);
+  return flog >= 0;
+}
+
+// One write, so that texts of several processes do not mix. `file` is read with the lock held.
+static void writeToFile(const int &file, const char *text) {
   const Locked locked(logLock);
   size_t left = strlen(text);
-  while (flog >= 0 && left > 0) {
-    const ssize_t written = write(flog, text, left);
+  while (file >= 0 && left > 0) {
+    const ssize_t written = write(file, text, left);
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return;
     text += written;
     left -= static_cast<size_t>(written);
   }
+}
+
+static void printText(const char *text) {
+  // A text with conversions is printed in pieces.
+  flockfile(stdout);
+  printAsFormat(text);
+  funlockfile(stdout);
 }
 
 void ztLc_log(const char *format, ...) {
@@ -183,15 +207,49 @@ void ztLc_log(const char *format, ...) {
   vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
 
-  // A text with conversions is printed in pieces.
-  flockfile(stdout);
-  printAsFormat(text);
-  funlockfile(stdout);
-  writeToFile(text);
+  if (choice.isMade) {
+    writeToFile(choice.file, text);
+  } else {
+    printText(text);
+  }
+  writeToFile(flog, text);
 }
 
 void ztLc_closeLogFile(void) {
   const Locked locked(logLock);
   if (flog >= 0) close(flog);
   flog = -1;
+}
+
+// The choice --------------------------------------------------------------------------------------
+
+// A program with the rights of another user must not empty or make files for this one.
+static const char *targetInEnvironment() {
+  return getauxval(AT_SECURE) != 0 ? nullptr : getenv("ZENTOVA_LOG");
+}
+
+static void choose(const char *target) {
+  choice.isMade = true;
+  if (*target == '\0' || strcmp(target, "/dev/null") == 0) return;
+  if (strcmp(target, "stderr") != 0) choice.file = openEmptied(target);
+  if (choice.file >= 0) return;
+  // Also when the path leads to no file: the program's own output stays apart.
+  choice.file = STDERR_FILENO;
+  if (strcmp(target, "stderr") != 0) ztLc_log("Zentova - Log file '%s' cannot be opened\n", target);
+}
+
+void ztcore::chooseLog() {
+  const char *target = targetInEnvironment();
+  choice.isFinal = target != nullptr;
+  if (target == nullptr) target = ztLog_target;
+  if (target != nullptr) choose(target);
+}
+
+void ztcore::openEnginesLog(const char *path) {
+  if (!choice.isMade) ztLc_openLogFile(path);
+}
+
+void ztcore::closeChosenLog() {
+  if (choice.file > STDERR_FILENO) close(choice.file);
+  choice.file = -1;
 }

@@ -5,7 +5,7 @@
 #include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
-#include "core/ztlogctrl.h"
+#include "core/ztlogctrl.hh"
 #include "core/ztmem.h"
 #include "core/ztmessage.hh"
 #include "core/ztoop.hh"
@@ -411,7 +411,7 @@ int32_t ztOOP_Init(const char *baseName) {
   if (!exitHandlerInstalled) exitHandlerInstalled = atexit(ztOOP_CleanUp) == 0;
   inited = 1;
   startedBy = getpid();
-  if (baseName != nullptr) ztLc_openLogFile(makeMessage("%s.log", baseName));
+  if (baseName != nullptr) openEnginesLog(makeMessage("%s.log", baseName));
   ztLc_log("# Zentova OOP Engine started - Version %s\n", ZT_VERSION);
   ztLc_log("# An object engine for procedural programs\n");
   ztLc_log("# Running Release Version\n\n");

@@ -115,7 +115,8 @@ ZT_API int32_t ztOOP_classCount(void);
 
 /** Starts the engine: opens `<baseName>.log` and logs the banner. The library does so with "zentova" when it is
  *  loaded; further calls do nothing until ztOOP_CleanUp() runs.
- *  @param baseName  path of the log file without its extension; NULL for no file
+ *  @param baseName  path of the log file without its extension; NULL for no file. No file is opened either where
+ *                   the variable `ZENTOVA_LOG` or the program's ZT_LOG_TO() chose another place, for all starts
  *  @return 1, also when the log file cannot be opened (the log then goes to standard output only) */
 ZT_API int32_t ztOOP_Init(const char *baseName);
 

@@ -4,6 +4,7 @@
 #include "core/ztbasec.hh"
 #include "core/ztgrowing.hh"
 #include "core/ztpointermap.hh"
+#include "core/ztreader.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
 #include "objects/ztnode.hh"
@@ -221,12 +222,12 @@ bool TreeLoader::readMark() {
 }
 
 bool TreeLoader::readNode(const Identity &identity) {
-  void *object = makeIdentified(identity);
+  void *object = makeReadable(identity, "ztRoot_loadTree");
   if (object == nullptr) return false;
   const int64_t distance = distanceIn(identity);
   const int32_t index = records.size();
   const int32_t parent = distance <= index ? static_cast<int32_t>(index - distance) : index;
-  if (ztOOP_isClassOf(object, ztRoot_classname_) && ztRoot_of(object)->read(object, file) > 0 &&
+  if (ztOOP_isClassOf(object, ztRoot_classname_) && readRecord(object, identity, file) &&
       records.push({static_cast<ztRoot *>(object), parent})) {
     ++report->nodes;
     return true;

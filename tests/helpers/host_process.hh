@@ -16,8 +16,13 @@ class HostProcess {
  public:
   // The exit status; 128 and the signal's number more when a signal ended the host.
   int run(const std::string &name, const std::vector<std::string> &arguments = {}) {
-    const std::string program = std::string(ZT_HOSTS_FOLDER "/host_") + name;
+    return runProgram(ZT_HOSTS_FOLDER "/host_" + name, arguments);
+  }
+
+  // The same of a program with this path.
+  int runProgram(const std::string &program, const std::vector<std::string> &arguments) {
     const std::string printed = outside.path("stdout");
+    const std::string told = outside.path("stderr");
     std::vector<char *> argv{const_cast<char *>(program.c_str())};
     for (const std::string &argument : arguments) argv.push_back(const_cast<char *>(argument.c_str()));
     argv.push_back(nullptr);
@@ -26,6 +31,7 @@ class HostProcess {
       const int fd = open(printed.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
       if (fd < 0 || dup2(fd, STDOUT_FILENO) < 0 || chdir(folder.path().c_str()) != 0) _exit(126);
       close(fd);
+      if (keepsErrors && freopen(told.c_str(), "w", stderr) == nullptr) _exit(126);
       execv(argv[0], argv.data());
       _exit(127);
     }
@@ -37,11 +43,16 @@ class HostProcess {
   std::string output() const {
     return contentsOf(outside.path("stdout"));
   }
+  // Of a host whose errors are kept.
+  std::string errors() const {
+    return contentsOf(outside.path("stderr"));
+  }
   std::string log() const {
     return contentsOf(folder.path("zentova.log"));
   }
 
-  const TempFolder folder;  // where the host runs
+  const TempFolder folder;   // where the host runs
+  bool keepsErrors = false;  // what it prints to standard error is not the test's own
 
  private:
   const TempFolder outside;  // what the host must not meet

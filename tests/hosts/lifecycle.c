@@ -161,6 +161,20 @@ static void keepHooksAgain(void) {
   CHECK(hooks == 3);
 }
 
+static int32_t readLamp(void *lamp, void *file, uint32_t version) {
+  return lamp != NULL && file != NULL && version == 0;
+}
+
+/* A reader that is named while the engine is stopped goes when the library is unloaded. */
+static void stopWithReaders(void) {
+  makeAndRelease(Lamp_ctor);
+  CHECK(ztOOP_setReader(LampClass_Instance(), 0, readLamp) == 1);
+  CHECK(ztOOP_readerOf(LampClass_Instance(), 0) == readLamp);
+  ztOOP_CleanUp();
+  CHECK(ztOOP_readerOf(LampClass_Instance(), 0) == NULL);
+  CHECK(ztOOP_setReader(LampClass_Instance(), 0, readLamp) == 1);
+}
+
 static void nameTheLog(void) {
   const char *message = ztCu_fmtMsg("earlier");
   ztOOP_CleanUp();
@@ -187,7 +201,7 @@ int main(int argc, char **argv) {
       {"early", cleanUpEarlyAndTwice},    {"again", startAgain},           {"stopped", registerWhileStopped},
       {"init-twice", initTwice},          {"free", freeLibraryClasses},    {"end-in-hook", endInHook},
       {"free-order", tellOrderOfFreeing}, {"hooks-again", keepHooksAgain}, {"log-name", nameTheLog},
-      {"first-id", makeFirstId},
+      {"first-id", makeFirstId},          {"readers", stopWithReaders},
   };
   return argc == 2 ? RUN(scenarios, argv[1]) : 2;
 }

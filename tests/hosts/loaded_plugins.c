@@ -247,6 +247,49 @@ static void manyRounds(void) {
   CHECK(liveBlocks == blocks);
 }
 
+/* The old plugin and the new one have a class of one name, of versions 1 and 2. */
+static void storeByTheOldPlugin(void *file) {
+  void *plugin = load("old_gauge");
+  void *gauge = call(plugin, "makeObject");
+  CHECK(ztBaseClass_functions()->classWrite(NULL, gauge, file) == 1);
+  CHECK(ztBaseClass_of(gauge)->write(gauge, file) == 1);
+  ztBaseClass_of(gauge)->unRef(gauge);
+  closeAll(plugin);
+}
+
+static int isRead(void *file) {
+  CHECK(ztFile_of(file)->goToBegin(file) == 0);
+  void *gauge = ztOOP_readObject(file);
+  if (gauge == NULL) return 0;
+  CHECK(ztOOP_versionOf(gauge) == 2);
+  ztBaseClass_of(gauge)->unRef(gauge);
+  return 1;
+}
+
+static void readAnOldFile(void) {
+  void *file = ztFile_ctor(NULL, 1);
+  CHECK(ztFile_of(file)->open(file, "gauges.bin", "w+b") == 1);
+  storeByTheOldPlugin(file);
+  const int blocks = liveBlocks;
+  void *plugin = load("gauge");
+  use(plugin); /* names a reader for version 1 */
+  const ztClass *klass = ztOOP_findClass("Gauge");
+  CHECK(isRead(file));
+  closeAll(plugin);
+  CHECK(!isRead(file));
+  CHECK(ztOOP_readerOf(klass, 1) == NULL);
+  CHECK(liveBlocks == blocks);
+
+  plugin = load("gauge");
+  ztBaseClass *gauge = call(plugin, "makeObject");
+  CHECK(!isRead(file));
+  ztBaseClass_of(gauge)->unRef(gauge);
+  use(plugin);
+  CHECK(isRead(file));
+  closeAll(plugin);
+  ztFile_of(file)->unRef(file);
+}
+
 static const Scenario scenarios[] = {
     {"used", closeUsed},
     {"unused", closeUnused},
@@ -258,6 +301,7 @@ static const Scenario scenarios[] = {
     {"open", leaveOpen},
     {"at-exit", closeAtExit},
     {"after-clean-up", closeAfterCleanUp},
+    {"old-file", readAnOldFile},
     {"rounds", manyRounds},
 };
 

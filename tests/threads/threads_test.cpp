@@ -411,6 +411,43 @@ TEST(Threads, StoreAndLoadTreesInBothForms) {
   });
 }
 
+int32_t readEarlierNode(void *node, void *file, uint32_t) {
+  return ztRoot_table()->read(node, file);
+}
+
+// The record of a node, with the identity of an earlier version of its class.
+void storeEarlierNode(void *file) {
+  const Object node(ztRoot_ctor);
+  char name[100] = "ztRoot";
+  EXPECT_EQ(ztFile_of(file)->writeBuf(file, sizeof name, name), 100);
+  EXPECT_EQ(ztFile_of(file)->writeInt(file, 0), 1);
+  EXPECT_EQ(node->write(node, file), 1);
+}
+
+TEST(Threads, ReadEarlierRecordsWhileReadersAreNamedAndRemoved) {
+  const TempFolder folder;
+  static std::array<ztClass, threadCount> classes;
+  ASSERT_EQ(ztOOP_setReader(ztRootClass_Instance(), 0, readEarlierNode), 1);
+  together([&](int number, Meeting &) {
+    ztClass *own = &classes[static_cast<size_t>(number)];
+    own->name = "Own";
+    own->version = 100;
+    const Owned<ztFile, ztFileMethods> file(ztFile_ctor);
+    EXPECT_EQ(file->open(file, folder.path(std::to_string(number)).c_str(), "w+b"), 1);
+    storeEarlierNode(file);
+    for (int i = 0; i < rounds(100); ++i) {
+      const auto version = static_cast<uint32_t>(i % 50);
+      const ztReader reader = i / 50 % 2 == 0 ? readEarlierNode : nullptr;
+      EXPECT_EQ(ztOOP_setReader(own, version, reader), 1);
+      EXPECT_EQ(ztOOP_readerOf(own, version), reader);
+      EXPECT_EQ(file->goToBegin(file), 0);
+      EXPECT_NE(Object(ztOOP_readObject(file)), nullptr);
+    }
+    for (uint32_t version = 0; version < 50; ++version) ztOOP_setReader(own, version, nullptr);
+  });
+  ztOOP_setReader(ztRootClass_Instance(), 0, nullptr);
+}
+
 // Texts ---------------------------------------------------------------------------------------------
 
 // Every one of them in a buffer that its next call overwrites, in this thread alone.
