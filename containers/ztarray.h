@@ -76,23 +76,23 @@
  * array is unchanged or empty. A host's class that overrides `setSize` or `empty` gets all elements by one
  * `setSize`. Elements of no bytes add nothing to a binary file and an empty line each to a text file.
  */
-#define ztArray_METHODS                                                                      \
-  ztSequenceContainer_METHODS                                                                \
-  void *(*pushBack)(void *array, const void *element);                              /* 27 */ \
-  int32_t (*pushBackUnique)(void *array, const void *element, ztCompareFunc match); /* 28 */ \
-  void (*removeAt)(void *array, int32_t index);                                     /* 29 */ \
-  void *(*getAt)(const void *array, int32_t index);                                 /* 30 */ \
-  void *(*setAt)(void *array, const void *element, int32_t index);                  /* 31 */ \
-  void (*empty)(void *array);                                                       /* 32 */ \
-  int32_t (*setSize)(void *array, int32_t count);                                   /* 33 */ \
-  int32_t (*resize)(void *array, int32_t count);                                    /* 34 */ \
-  void *(*getFront)(const void *array);                                             /* 35 */ \
-  void *(*getBack)(const void *array);                                              /* 36 */ \
-  void *(*getData)(const void *array);                                              /* 37 */ \
-  int32_t (*isEmpty)(const void *array);                                            /* 38 */ \
-  void (*sort)(void *array, ztCompareFunc compare);                                 /* 39 */ \
-  void *(*search)(const void *array, const void *key, ztCompareFunc compare);       /* 40 */ \
-  void *(*find)(const void *array, const void *key);                                /* 41 */
+#define ztArray_METHODS                                                                            \
+  ztSequenceContainer_METHODS                                                                      \
+  ztBorrowed *(*pushBack)(void *array, const ztBorrowed *element);                        /* 27 */ \
+  int32_t (*pushBackUnique)(void *array, const ztBorrowed *element, ztCompareFunc match); /* 28 */ \
+  void (*removeAt)(void *array, int32_t index);                                           /* 29 */ \
+  ztBorrowed *(*getAt)(const void *array, int32_t index);                                 /* 30 */ \
+  ztBorrowed *(*setAt)(void *array, const ztBorrowed *element, int32_t index);            /* 31 */ \
+  void (*empty)(void *array);                                                             /* 32 */ \
+  int32_t (*setSize)(void *array, int32_t count);                                         /* 33 */ \
+  int32_t (*resize)(void *array, int32_t count);                                          /* 34 */ \
+  ztBorrowed *(*getFront)(const void *array);                                             /* 35 */ \
+  ztBorrowed *(*getBack)(const void *array);                                              /* 36 */ \
+  ztBorrowed *(*getData)(const void *array);                                              /* 37 */ \
+  int32_t (*isEmpty)(const void *array);                                                  /* 38 */ \
+  void (*sort)(void *array, ztCompareFunc compare);                                       /* 39 */ \
+  ztBorrowed *(*search)(const void *array, const ztBorrowed *key, ztCompareFunc compare); /* 40 */ \
+  ztBorrowed *(*find)(const void *array, const ztBorrowed *key);                          /* 41 */
 
 /** An array. */
 ZT_DECLARE_CLASS(ztArray)

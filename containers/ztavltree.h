@@ -47,13 +47,13 @@
  * `clone` makes an independent copy with its elements in the same order; the copy is its own item manager. A
  * tree cannot copy the values in the items of a map's tree: a copy of that tree is empty.
  */
-#define ztAvlTree_METHODS                                                       \
-  ztSequenceContainer_METHODS                                                   \
-  struct ztAvlTreeItem *(*push)(void *tree, const void *element);      /* 27 */ \
-  int32_t (*pop)(void *tree, const void *key);                         /* 28 */ \
-  void (*empty)(void *tree);                                           /* 29 */ \
-  struct ztAvlTreeItem *(*find)(const void *tree, const void *key);    /* 30 */ \
-  int32_t (*findAll)(const void *tree, const void *key, void *output); /* 31 */
+#define ztAvlTree_METHODS                                                                   \
+  ztSequenceContainer_METHODS                                                               \
+  struct ztAvlTreeItem *(*push)(void *tree, const ztBorrowed *element);            /* 27 */ \
+  int32_t (*pop)(void *tree, const ztBorrowed *key);                               /* 28 */ \
+  void (*empty)(void *tree);                                                       /* 29 */ \
+  struct ztAvlTreeItem *(*find)(const void *tree, const ztBorrowed *key);          /* 30 */ \
+  int32_t (*findAll)(const void *tree, const ztBorrowed *key, ztBorrowed *output); /* 31 */
 
 /** A sorted container. */
 ZT_DECLARE_CLASS(ztAvlTree)

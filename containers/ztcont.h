@@ -57,16 +57,16 @@ ZT_END_C
  *
  * The first four and `getSize` are abstract here.
  */
-#define ztContainer_METHODS                                                           \
-  ztBaseClass_METHODS                                                                 \
-  void *(*newItem)(void *container, const void *element);                    /* 16 */ \
-  void *(*copyItem)(void *container, void *destination, const void *source); /* 17 */ \
-  void (*deleteItem)(void *container, void *item);                           /* 18 */ \
-  void (*setItemConstructor)(void *container, ztCtor constructor);           /* 19 */ \
-  void (*setItemManager)(void *container, void *manager);                    /* 20 */ \
-  void (*setCompareFunction)(void *container, ztCompareFunc compare);        /* 21 */ \
-  void (*setAllowDuplicate)(void *container, uint32_t allow);                /* 22 */ \
-  int32_t (*getSize)(const void *container);                                 /* 23 */
+#define ztContainer_METHODS                                                                             \
+  ztBaseClass_METHODS                                                                                   \
+  ztOwned *(*newItem)(void *container, const ztBorrowed *element);                             /* 16 */ \
+  ztBorrowed *(*copyItem)(void *container, ztBorrowed *destination, const ztBorrowed *source); /* 17 */ \
+  void (*deleteItem)(void *container, ztOwned *item);                                          /* 18 */ \
+  void (*setItemConstructor)(void *container, ztCtor constructor);                             /* 19 */ \
+  void (*setItemManager)(void *container, ztBorrowed *manager);                                /* 20 */ \
+  void (*setCompareFunction)(void *container, ztCompareFunc compare);                          /* 21 */ \
+  void (*setAllowDuplicate)(void *container, uint32_t allow);                                  /* 22 */ \
+  int32_t (*getSize)(const void *container);                                                   /* 23 */
 
 /** The abstract container. */
 ZT_DECLARE_CLASS(ztContainer)

@@ -24,15 +24,15 @@
  *  - `getBack`, `getFront`: the element at that end, which the list owns; NULL when the deque is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
-#define ztDeque_METHODS                                                       \
-  ztSequenceContainer_METHODS                                                 \
-  struct ztListItem *(*pushBack)(void *deque, const void *element);  /* 27 */ \
-  struct ztListItem *(*pushFront)(void *deque, const void *element); /* 28 */ \
-  struct ztListItem *(*popBack)(void *deque);                        /* 29 */ \
-  struct ztListItem *(*popFront)(void *deque);                       /* 30 */ \
-  void *(*getBack)(const void *deque);                               /* 31 */ \
-  void *(*getFront)(const void *deque);                              /* 32 */ \
-  int32_t (*isEmpty)(const void *deque);                             /* 33 */
+#define ztDeque_METHODS                                                             \
+  ztSequenceContainer_METHODS                                                       \
+  struct ztListItem *(*pushBack)(void *deque, const ztBorrowed *element);  /* 27 */ \
+  struct ztListItem *(*pushFront)(void *deque, const ztBorrowed *element); /* 28 */ \
+  struct ztListItem *(*popBack)(void *deque);                              /* 29 */ \
+  struct ztListItem *(*popFront)(void *deque);                             /* 30 */ \
+  ztBorrowed *(*getBack)(const void *deque);                               /* 31 */ \
+  ztBorrowed *(*getFront)(const void *deque);                              /* 32 */ \
+  int32_t (*isEmpty)(const void *deque);                                   /* 33 */
 
 /** A double-ended queue. */
 ZT_DECLARE_CLASS(ztDeque)

@@ -48,12 +48,12 @@
  *
  * `getSize` stays abstract: read the field `count`. `clone` makes an independent copy.
  */
-#define ztHashTable_METHODS                                                     \
-  ztAssociativeContainer_METHODS                                                \
-  int32_t (*setSize)(void *table, int32_t count);                      /* 29 */ \
-  void (*empty)(void *table);                                          /* 30 */ \
-  int32_t (*insert)(void *table, const void *key, const void *value);  /* 31 */ \
-  struct ztHashTableItem *(*find)(const void *table, const void *key); /* 32 */
+#define ztHashTable_METHODS                                                                \
+  ztAssociativeContainer_METHODS                                                           \
+  int32_t (*setSize)(void *table, int32_t count);                                 /* 29 */ \
+  void (*empty)(void *table);                                                     /* 30 */ \
+  int32_t (*insert)(void *table, const ztBorrowed *key, const ztBorrowed *value); /* 31 */ \
+  struct ztHashTableItem *(*find)(const void *table, const ztBorrowed *key);      /* 32 */
 
 /** An unordered container of pairs. */
 ZT_DECLARE_CLASS(ztHashTable)

@@ -19,14 +19,14 @@
  *  - `first`, `last`: begin a walk at that end.
  *  - `next`, `prev`: one step forwards, one backwards.
  */
-#define ztIterator_METHODS                                                           \
-  ztBaseClass_METHODS                                                                \
-  void *(*start)(void *iterator, const void *container, int32_t direction); /* 16 */ \
-  void *(*move)(void *iterator, int32_t direction);                         /* 17 */ \
-  void *(*first)(void *iterator, const void *container);                    /* 18 */ \
-  void *(*last)(void *iterator, const void *container);                     /* 19 */ \
-  void *(*next)(void *iterator);                                            /* 20 */ \
-  void *(*prev)(void *iterator);                                            /* 21 */
+#define ztIterator_METHODS                                                                       \
+  ztBaseClass_METHODS                                                                            \
+  ztBorrowed *(*start)(void *iterator, const ztBorrowed *container, int32_t direction); /* 16 */ \
+  ztBorrowed *(*move)(void *iterator, int32_t direction);                               /* 17 */ \
+  ztBorrowed *(*first)(void *iterator, const ztBorrowed *container);                    /* 18 */ \
+  ztBorrowed *(*last)(void *iterator, const ztBorrowed *container);                     /* 19 */ \
+  ztBorrowed *(*next)(void *iterator);                                                  /* 20 */ \
+  ztBorrowed *(*prev)(void *iterator);                                                  /* 21 */
 
 /** The abstract iterator. */
 ZT_DECLARE_CLASS(ztIterator)

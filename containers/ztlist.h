@@ -49,21 +49,21 @@
  *
  * `clone` pushes every element onto the copy with the copy's `pushBack`. `assign` copies no elements.
  */
-#define ztList_METHODS                                                                                 \
-  ztSequenceContainer_METHODS                                                                          \
-  struct ztListItem *(*pushBack)(void *list, const void *element);                            /* 27 */ \
-  struct ztListItem *(*pushFront)(void *list, const void *element);                           /* 28 */ \
-  struct ztListItem *(*insertPrev)(void *list, struct ztListItem *item, const void *element); /* 29 */ \
-  struct ztListItem *(*insertNext)(void *list, struct ztListItem *item, const void *element); /* 30 */ \
-  struct ztListItem *(*popFront)(void *list);                                                 /* 31 */ \
-  struct ztListItem *(*popBack)(void *list);                                                  /* 32 */ \
-  struct ztListItem *(*removeItem)(void *list, struct ztListItem *item);                      /* 33 */ \
-  struct ztListItem *(*find)(const void *list, const void *key);                              /* 34 */ \
-  void *(*getBack)(const void *list);                                                         /* 35 */ \
-  void *(*getFront)(const void *list);                                                        /* 36 */ \
-  void (*empty)(void *list);                                                                  /* 37 */ \
-  void *(*getAt)(const void *list, int32_t index);                                            /* 38 */ \
-  struct ztListItem *(*getItemAt)(const void *list, int32_t index);                           /* 39 */
+#define ztList_METHODS                                                                                       \
+  ztSequenceContainer_METHODS                                                                                \
+  struct ztListItem *(*pushBack)(void *list, const ztBorrowed *element);                            /* 27 */ \
+  struct ztListItem *(*pushFront)(void *list, const ztBorrowed *element);                           /* 28 */ \
+  struct ztListItem *(*insertPrev)(void *list, struct ztListItem *item, const ztBorrowed *element); /* 29 */ \
+  struct ztListItem *(*insertNext)(void *list, struct ztListItem *item, const ztBorrowed *element); /* 30 */ \
+  struct ztListItem *(*popFront)(void *list);                                                       /* 31 */ \
+  struct ztListItem *(*popBack)(void *list);                                                        /* 32 */ \
+  struct ztListItem *(*removeItem)(void *list, struct ztListItem *item);                            /* 33 */ \
+  struct ztListItem *(*find)(const void *list, const ztBorrowed *key);                              /* 34 */ \
+  ztBorrowed *(*getBack)(const void *list);                                                         /* 35 */ \
+  ztBorrowed *(*getFront)(const void *list);                                                        /* 36 */ \
+  void (*empty)(void *list);                                                                        /* 37 */ \
+  ztBorrowed *(*getAt)(const void *list, int32_t index);                                            /* 38 */ \
+  struct ztListItem *(*getItemAt)(const void *list, int32_t index);                                 /* 39 */
 
 /** A doubly linked list. */
 ZT_DECLARE_CLASS(ztList)

@@ -50,14 +50,14 @@
  * `setCompareFunction` and `setAllowDuplicate` also apply to the tree. `setItemManager` does not: the map
  * itself makes the items. `clone` makes an independent copy, its pairs in the same order.
  */
-#define ztMap_METHODS                                                                    \
-  ztAssociativeContainer_METHODS                                                         \
-  struct ztMapItem *(*pushBack)(void *map, const void *key, const void *value); /* 29 */ \
-  int32_t (*pop)(void *map, const void *key);                                   /* 30 */ \
-  void (*empty)(void *map);                                                     /* 31 */ \
-  struct ztMapItem *(*find)(const void *map, const void *key);                  /* 32 */ \
-  void *(*findValue)(const void *map, const void *key);                         /* 33 */ \
-  int32_t (*findAll)(const void *map, const void *key, void *output);           /* 34 */
+#define ztMap_METHODS                                                                                \
+  ztAssociativeContainer_METHODS                                                                     \
+  struct ztMapItem *(*pushBack)(void *map, const ztBorrowed *key, const ztBorrowed *value); /* 29 */ \
+  int32_t (*pop)(void *map, const ztBorrowed *key);                                         /* 30 */ \
+  void (*empty)(void *map);                                                                 /* 31 */ \
+  struct ztMapItem *(*find)(const void *map, const ztBorrowed *key);                        /* 32 */ \
+  ztBorrowed *(*findValue)(const void *map, const ztBorrowed *key);                         /* 33 */ \
+  int32_t (*findAll)(const void *map, const ztBorrowed *key, ztBorrowed *output);           /* 34 */
 
 /** A sorted container of pairs. */
 ZT_DECLARE_CLASS(ztMap)

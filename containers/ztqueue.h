@@ -23,13 +23,13 @@
  *  - `getBack`, `getFront`: the element at that end, which the list owns; NULL when the queue is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
-#define ztQueue_METHODS                                                  \
-  ztSequenceContainer_METHODS                                            \
-  struct ztListItem *(*push)(void *queue, const void *element); /* 27 */ \
-  struct ztListItem *(*pop)(void *queue);                       /* 28 */ \
-  void *(*getBack)(const void *queue);                          /* 29 */ \
-  void *(*getFront)(const void *queue);                         /* 30 */ \
-  int32_t (*isEmpty)(const void *queue);                        /* 31 */
+#define ztQueue_METHODS                                                        \
+  ztSequenceContainer_METHODS                                                  \
+  struct ztListItem *(*push)(void *queue, const ztBorrowed *element); /* 27 */ \
+  struct ztListItem *(*pop)(void *queue);                             /* 28 */ \
+  ztBorrowed *(*getBack)(const void *queue);                          /* 29 */ \
+  ztBorrowed *(*getFront)(const void *queue);                         /* 30 */ \
+  int32_t (*isEmpty)(const void *queue);                              /* 31 */
 
 /** A queue. */
 ZT_DECLARE_CLASS(ztQueue)

@@ -21,12 +21,12 @@
  *  - `getTop`: the top element, which the list owns; NULL when the stack is empty.
  *  - `isEmpty`: 1 when there is no element, else 0.
  */
-#define ztStack_METHODS                                                  \
-  ztSequenceContainer_METHODS                                            \
-  struct ztListItem *(*push)(void *stack, const void *element); /* 27 */ \
-  struct ztListItem *(*pop)(void *stack);                       /* 28 */ \
-  void *(*getTop)(const void *stack);                           /* 29 */ \
-  int32_t (*isEmpty)(const void *stack);                        /* 30 */
+#define ztStack_METHODS                                                        \
+  ztSequenceContainer_METHODS                                                  \
+  struct ztListItem *(*push)(void *stack, const ztBorrowed *element); /* 27 */ \
+  struct ztListItem *(*pop)(void *stack);                             /* 28 */ \
+  ztBorrowed *(*getTop)(const void *stack);                           /* 29 */ \
+  int32_t (*isEmpty)(const void *stack);                              /* 30 */
 
 /** A stack. */
 ZT_DECLARE_CLASS(ztStack)

@@ -29,23 +29,23 @@
  *    so the first `unRef` also destroys a new object that was referenced once more.
  *  - `getRefCount`: the reference count.
  */
-#define ztBaseClass_METHODS                                                               \
-  void *(*Allocator)(const void *object);                    /* 0 */                      \
-  void (*classInstanceCreate)(ztClass * klass);              /* 1 */                      \
-  void (*classInstanceDestroy)(ztClass * klass);             /* 2 */                      \
-  void *emptySlot;                                           /* 3: NULL in every class */ \
-  int32_t (*create)(void *object);                           /* 4 */                      \
-  void *(*clone)(const void *object, void *target);          /* 5 */                      \
-  int32_t (*assign)(void *object, const void *other);        /* 6 */                      \
-  int32_t (*isEqual)(const void *object, const void *other); /* 7 */                      \
-  int32_t (*isLess)(const void *object, const void *other);  /* 8 */                      \
-  int32_t (*isMajor)(const void *object, const void *other); /* 9 */                      \
-  void (*destroy)(void *object);                             /* 10 */                     \
-  int32_t (*read)(void *object, void *file);                 /* 11 */                     \
-  int32_t (*write)(const void *object, void *file);          /* 12 */                     \
-  void (*ref)(void *object);                                 /* 13 */                     \
-  void (*unRef)(void *object);                               /* 14 */                     \
-  int32_t (*getRefCount)(const void *object);                /* 15 */
+#define ztBaseClass_METHODS                                                                     \
+  ztBorrowed *(*Allocator)(const void *object);                    /* 0 */                      \
+  void (*classInstanceCreate)(ztClass * klass);                    /* 1 */                      \
+  void (*classInstanceDestroy)(ztClass * klass);                   /* 2 */                      \
+  void *emptySlot;                                                 /* 3: NULL in every class */ \
+  int32_t (*create)(void *object);                                 /* 4 */                      \
+  ztBorrowed *(*clone)(const void *object, ztOut *target);         /* 5 */                      \
+  int32_t (*assign)(void *object, const ztBorrowed *other);        /* 6 */                      \
+  int32_t (*isEqual)(const void *object, const ztBorrowed *other); /* 7 */                      \
+  int32_t (*isLess)(const void *object, const ztBorrowed *other);  /* 8 */                      \
+  int32_t (*isMajor)(const void *object, const ztBorrowed *other); /* 9 */                      \
+  void (*destroy)(void *object);                                   /* 10 */                     \
+  int32_t (*read)(void *object, ztBorrowed *file);                 /* 11 */                     \
+  int32_t (*write)(const void *object, ztBorrowed *file);          /* 12 */                     \
+  void (*ref)(void *object);                                       /* 13 */                     \
+  void (*unRef)(ztOwned * object);                                 /* 14 */                     \
+  int32_t (*getRefCount)(const void *object);                      /* 15 */
 
 /**
  * The class functions of ztBaseClass, from class slot 10 on; no other class's table has them.
@@ -56,9 +56,9 @@
  *  - `classWrite(NULL, object, file)`: writes the identity of the object's class: 100 bytes of name and the
  *    version. Call the object's `write` next. 1, or 0 as soon as a write fails.
  */
-#define ztBaseClass_FUNCTIONS                          \
-  void *(*classRead)(const void *ignored, void *file); \
-  int32_t (*classWrite)(const void *ignored, const void *object, void *file);
+#define ztBaseClass_FUNCTIONS                                   \
+  ztOwned *(*classRead)(const void *ignored, ztBorrowed *file); \
+  int32_t (*classWrite)(const void *ignored, const ztBorrowed *object, ztBorrowed *file);
 
 /** The root of all classes. */
 ZT_DECLARE_CLASS(ztBaseClass)

@@ -49,16 +49,16 @@ ZT_BEGIN_C
  *  - `classInit`: called once, when the descriptor is filled; may be NULL.
  *  - `classDestroy`: called once, when the registry frees the class; may be NULL.
  */
-#define ztClass_FUNCTIONS                                                          \
-  void *(*newop)(void);                                                            \
-  ztCtor ctor;                                                                     \
-  void (*InitTable)(void *object);                                                 \
-  void *allocator;                                                                 \
-  uint32_t (*Version)(const void *ignored, const void *object);                    \
-  const char *(*ClassName)(const void *ignored, const void *object);               \
-  int32_t (*IsClass)(const void *ignored, const void *object, const char *name);   \
-  int32_t (*IsClassOf)(const void *ignored, const void *object, const char *name); \
-  void (*classInit)(ztClass * klass);                                              \
+#define ztClass_FUNCTIONS                                                                          \
+  ztOwned *(*newop)(void);                                                                         \
+  ztCtor ctor;                                                                                     \
+  void (*InitTable)(void *object);                                                                 \
+  void *allocator;                                                                                 \
+  uint32_t (*Version)(const void *ignored, const ztBorrowed *object);                              \
+  const ztBorrowedText *(*ClassName)(const void *ignored, const ztBorrowed *object);               \
+  int32_t (*IsClass)(const void *ignored, const ztBorrowed *object, const ztBorrowedText *name);   \
+  int32_t (*IsClassOf)(const void *ignored, const ztBorrowed *object, const ztBorrowedText *name); \
+  void (*classInit)(ztClass * klass);                                                              \
   ztClassDestroyHook classDestroy;
 
 /** The class-function table of a class that adds no class functions. */

@@ -18,6 +18,18 @@
  *     the process: the registry, the tables of classes, the property types, the log, the records of the memory
  *     manager, counters. Each thread has its own buffers for returned texts. The hooks of a class run while the
  *     registry is locked: they may use the engine, but not wait for a thread that uses it.
+ *  7. Marks in the lists of methods and class functions say who releases what a pointer leads to:
+ *      - `ztOwned`: the caller releases a result with `unRef`, but an item of `newItem` with `deleteItem`, and
+ *        memory of `allocate` and `reallocate` with `deallocate`. An argument is taken over: the caller no
+ *        longer releases it, unless the call failed.
+ *      - `ztBorrowed`: the caller does not release a result. It keeps an argument, for as long as the object
+ *        has its address.
+ *      - `ztOut`: an argument, memory of the caller that the call writes to.
+ *      - `ztOwnedText` (released with ztm_free()), `ztBorrowedText`, `ztOutText`: the same for characters.
+ *     A result that is one of the arguments is borrowed, and so is a pointer to any other type; the call may
+ *     write to what an argument without `const` leads to. The leading argument (the object, its class, or as in
+ *     3) has a mark only if the call takes the object over. Pointers to functions, words (`intptr_t`, `ztWord`)
+ *     and slots that are data have none. Where a case differs from its mark, the comment of the method says so.
  */
 #ifndef ZT_CORE_ZTOOP_H
 #define ZT_CORE_ZTOOP_H
@@ -45,6 +57,22 @@
 #endif
 
 ZT_BEGIN_C
+
+/* Marks of pointers: names of `void` and `char`, so that a function that is declared without them fits a slot.
+   They are no macros, because they stay in the text of a list after macro expansion. */
+
+/** A result that the caller releases; an argument that the call takes over. */
+typedef void ztOwned;
+/** A result that the caller does not release; an argument that the caller keeps. */
+typedef void ztBorrowed;
+/** An argument: memory of the caller that the call writes to. */
+typedef void ztOut;
+/** As ztOwned, for characters; released with ztm_free(). */
+typedef char ztOwnedText;
+/** As ztBorrowed, for characters. */
+typedef char ztBorrowedText;
+/** As ztOut, for characters. */
+typedef char ztOutText;
 
 /** The descriptor of a class. */
 typedef struct ztClass ztClass;

@@ -51,31 +51,31 @@
  *
  * `clone` returns NULL: a file cannot be copied. `assign` copies neither stream nor name.
  */
-#define ztFile_METHODS                                                      \
-  ztBaseClass_METHODS                                                       \
-  int32_t (*open)(void *file, const char *name, const char *mode); /* 16 */ \
-  void (*close)(void *file);                                       /* 17 */ \
-  void (*release)(void *file);                                     /* 18 */ \
-  int32_t (*goToBegin)(void *file);                                /* 19 */ \
-  int32_t (*goToEnd)(void *file);                                  /* 20 */ \
-  int32_t (*goTo)(void *file, int64_t offset);                     /* 21 */ \
-  int32_t (*goToAbs)(void *file, int64_t offset);                  /* 22 */ \
-  int64_t (*tell)(void *file);                                     /* 23 */ \
-  int32_t (*flush)(void *file);                                    /* 24 */ \
-  int32_t (*eof)(void *file);                                      /* 25 */ \
-  int32_t (*writeInt)(void *file, int32_t value);                  /* 26 */ \
-  int32_t (*readInt)(void *file, int32_t *out);                    /* 27 */ \
-  int32_t (*writeLong)(void *file, int64_t value);                 /* 28 */ \
-  int32_t (*readLong)(void *file, int64_t *out);                   /* 29 */ \
-  int32_t (*writeFloat)(void *file, double value);                 /* 30 */ \
-  int32_t (*readFloat)(void *file, double *out);                   /* 31 */ \
-  int32_t (*writeBuf)(void *file, int32_t n, const void *buffer);  /* 32 */ \
-  int32_t (*readBuf)(void *file, int32_t n, void *buffer);         /* 33 */ \
-  int32_t (*writeString)(void *file, const char *text);            /* 34 */ \
-  intptr_t (*readString)(void *file, int32_t n, char *buffer);     /* 35 */ \
-  int32_t (*writeChar)(void *file, int32_t value);                 /* 36 */ \
-  int32_t (*readChar)(void *file, char *out);                      /* 37 */ \
-  const char *(*getFileName)(const void *file);                    /* 38 */
+#define ztFile_METHODS                                                                          \
+  ztBaseClass_METHODS                                                                           \
+  int32_t (*open)(void *file, const ztBorrowedText *name, const ztBorrowedText *mode); /* 16 */ \
+  void (*close)(void *file);                                                           /* 17 */ \
+  void (*release)(void *file);                                                         /* 18 */ \
+  int32_t (*goToBegin)(void *file);                                                    /* 19 */ \
+  int32_t (*goToEnd)(void *file);                                                      /* 20 */ \
+  int32_t (*goTo)(void *file, int64_t offset);                                         /* 21 */ \
+  int32_t (*goToAbs)(void *file, int64_t offset);                                      /* 22 */ \
+  int64_t (*tell)(void *file);                                                         /* 23 */ \
+  int32_t (*flush)(void *file);                                                        /* 24 */ \
+  int32_t (*eof)(void *file);                                                          /* 25 */ \
+  int32_t (*writeInt)(void *file, int32_t value);                                      /* 26 */ \
+  int32_t (*readInt)(void *file, int32_t *out);                                        /* 27 */ \
+  int32_t (*writeLong)(void *file, int64_t value);                                     /* 28 */ \
+  int32_t (*readLong)(void *file, int64_t *out);                                       /* 29 */ \
+  int32_t (*writeFloat)(void *file, double value);                                     /* 30 */ \
+  int32_t (*readFloat)(void *file, double *out);                                       /* 31 */ \
+  int32_t (*writeBuf)(void *file, int32_t n, const ztBorrowed *buffer);                /* 32 */ \
+  int32_t (*readBuf)(void *file, int32_t n, ztOut *buffer);                            /* 33 */ \
+  int32_t (*writeString)(void *file, const ztBorrowedText *text);                      /* 34 */ \
+  intptr_t (*readString)(void *file, int32_t n, ztOutText *buffer);                    /* 35 */ \
+  int32_t (*writeChar)(void *file, int32_t value);                                     /* 36 */ \
+  int32_t (*readChar)(void *file, char *out);                                          /* 37 */ \
+  const ztBorrowedText *(*getFileName)(const void *file);                              /* 38 */
 
 /**
  * The class functions of ztFile, from class slot 10 on; they need no file object.
@@ -86,11 +86,11 @@
  *  - `fileExist(NULL, name)`: 1 when the file can be opened for reading, else 0. Never waits: for a FIFO it
  *    only checks the permission to read.
  */
-#define ztFile_FUNCTIONS                                                                \
-  int32_t (*renameFile)(const void *ignored, const char *oldName, const char *newName); \
-  int32_t (*deleteFile)(const void *ignored, const char *name);                         \
-  char *(*tmpFile)(const void *ignored, char *buffer);                                  \
-  int32_t (*fileExist)(const void *ignored, const char *name);
+#define ztFile_FUNCTIONS                                                                                    \
+  int32_t (*renameFile)(const void *ignored, const ztBorrowedText *oldName, const ztBorrowedText *newName); \
+  int32_t (*deleteFile)(const void *ignored, const ztBorrowedText *name);                                   \
+  ztBorrowedText *(*tmpFile)(const void *ignored, ztOutText *buffer);                                       \
+  int32_t (*fileExist)(const void *ignored, const ztBorrowedText *name);
 
 /** A binary file. */
 ZT_DECLARE_CLASS(ztFile)

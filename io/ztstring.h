@@ -39,13 +39,13 @@
  *
  * `isEqual`, `isLess` and `isMajor` compare byte by byte with another string. A new string is empty.
  */
-#define ztString_METHODS                                  \
-  ztBaseClass_METHODS                                     \
-  void *(*set)(void *string, const char *text);  /* 16 */ \
-  void *(*cat)(void *string, const void *other); /* 17 */ \
-  const char *(*get)(const void *string);        /* 18 */ \
-  uint32_t (*length)(const void *string);        /* 19 */ \
-  int32_t (*isEmpty)(const void *string);        /* 20 */
+#define ztString_METHODS                                                 \
+  ztBaseClass_METHODS                                                    \
+  ztBorrowed *(*set)(void *string, const ztBorrowedText *text); /* 16 */ \
+  ztBorrowed *(*cat)(void *string, const ztBorrowed *other);    /* 17 */ \
+  const ztBorrowedText *(*get)(const void *string);             /* 18 */ \
+  uint32_t (*length)(const void *string);                       /* 19 */ \
+  int32_t (*isEmpty)(const void *string);                       /* 20 */
 
 /**
  * The class functions of ztString, from class slot 10 on.
@@ -54,7 +54,7 @@
  *    the thread's next call changes it, the end of the thread releases it, and the caller must not `unRef` it.
  *    NULL when memory is exhausted.
  */
-#define ztString_FUNCTIONS void *(*newString)(const void *ignored, const char *text);
+#define ztString_FUNCTIONS ztBorrowed *(*newString)(const void *ignored, const ztBorrowedText *text);
 
 /** A text object. */
 ZT_DECLARE_CLASS(ztString)

@@ -59,28 +59,33 @@
  *    last. Valid until a property is added. 1, or 0 on failure.
  *  - `getSender`: the object whose signal is being delivered to this one; NULL outside a delivery.
  */
-#define ztObject_METHODS                                                                                    \
-  ztBaseClass_METHODS                                                                                       \
-  ztPropertyMap *staticProperties;                                                                 /* 16 */ \
-  void (*printConnections)(ztClass * klass, void *object, const char *fileName);                   /* 17 */ \
-  ztSignal *(*addSignal)(ztClass * klass, void *object, const char *name, uint32_t argumentCount); /* 18 */ \
-  int32_t (*addSlot)(ztClass * klass, void *signal, void *receiver, const char *slotName,                   \
-                     ztSlotFunction function); /* 19 */                                                     \
-  int32_t (*connect)(ztClass * klass, void *sender, const char *signalName, void *receiver,                 \
-                     const char *slotName, ztSlotFunction function, uint32_t argumentCount); /* 20 */       \
-  int32_t (*connectionExist)(ztClass * klass, const void *object, const char *signalName,                   \
-                             const void *receiver, ztSlotFunction function); /* 21 */                       \
-  void (*destroyed)(void *object, void *peer);                               /* 22 */                       \
-  void *reserved;                                                            /* 23 */                       \
-  int32_t (*addProperty)(ztClass * klass, const char *name, const char *typeName, ztGetter getter,          \
-                         ztSetter setter, void *userWord, const char *signalName);            /* 24 */      \
-  int32_t (*initProperties)(ztClass * klass);                                                 /* 25 */      \
-  int32_t (*setProperty)(void *object, const char *name, const char *typeName, ztWord value); /* 26 */      \
-  int32_t (*getProperty)(void *object, const char *name, const char *typeName, void *out);    /* 27 */      \
-  int32_t (*getProperties)(const void *object, void *array);                                  /* 28 */      \
-  int32_t (*getStaticProperties)(const void *object, void *array);                            /* 29 */      \
-  int32_t (*getDynamicProperties)(const void *object, void *array);                           /* 30 */      \
-  void *(*getSender)(const void *object);                                                     /* 31 */
+#define ztObject_METHODS                                                                                   \
+  ztBaseClass_METHODS                                                                                      \
+  ztPropertyMap *staticProperties;                                                                /* 16 */ \
+  void (*printConnections)(ztClass * klass, ztBorrowed * object, const ztBorrowedText *fileName); /* 17 */ \
+  ztSignal *(*addSignal)(ztClass * klass, ztBorrowed * object, const ztBorrowedText *name,                 \
+                         uint32_t argumentCount); /* 18 */                                                 \
+  int32_t (*addSlot)(ztClass * klass, ztBorrowed * signal, ztBorrowed * receiver,                          \
+                     const ztBorrowedText *slotName, ztSlotFunction function); /* 19 */                    \
+  int32_t (*connect)(ztClass * klass, ztBorrowed * sender, const ztBorrowedText *signalName,               \
+                     ztBorrowed *receiver, const ztBorrowedText *slotName, ztSlotFunction function,        \
+                     uint32_t argumentCount); /* 20 */                                                     \
+  int32_t (*connectionExist)(ztClass * klass, const ztBorrowed *object, const ztBorrowedText *signalName,  \
+                             const ztBorrowed *receiver, ztSlotFunction function); /* 21 */                \
+  void (*destroyed)(void *object, ztBorrowed *peer);                               /* 22 */                \
+  void *reserved;                                                                  /* 23 */                \
+  int32_t (*addProperty)(ztClass * klass, const ztBorrowedText *name, const ztBorrowedText *typeName,      \
+                         ztGetter getter, ztSetter setter, ztBorrowed *userWord,                           \
+                         const ztBorrowedText *signalName); /* 24 */                                       \
+  int32_t (*initProperties)(ztClass * klass);               /* 25 */                                       \
+  int32_t (*setProperty)(void *object, const ztBorrowedText *name, const ztBorrowedText *typeName,         \
+                         ztWord value); /* 26 */                                                           \
+  int32_t (*getProperty)(void *object, const ztBorrowedText *name, const ztBorrowedText *typeName,         \
+                         ztOut *out);                                     /* 27 */                         \
+  int32_t (*getProperties)(const void *object, ztBorrowed *array);        /* 28 */                         \
+  int32_t (*getStaticProperties)(const void *object, ztBorrowed *array);  /* 29 */                         \
+  int32_t (*getDynamicProperties)(const void *object, ztBorrowed *array); /* 30 */                         \
+  ztBorrowed *(*getSender)(const void *object);                           /* 31 */
 
 /** An object with properties, signals and slots. */
 ZT_DECLARE_CLASS(ztObject)

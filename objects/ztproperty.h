@@ -35,12 +35,12 @@
  *  - `getType`: the name of the type.
  *  - `isDynamic`: 1 when the property has storage of its own, else 0.
  */
-#define ztProperty_METHODS                                                     \
-  ztBaseClass_METHODS                                                          \
-  int32_t (*setValue)(void *property, void *object, ztWord value);    /* 16 */ \
-  int32_t (*getValue)(const void *property, void *object, void *out); /* 17 */ \
-  const char *(*getType)(const void *property);                       /* 18 */ \
-  int32_t (*isDynamic)(const void *property);                         /* 19 */
+#define ztProperty_METHODS                                                            \
+  ztBaseClass_METHODS                                                                 \
+  int32_t (*setValue)(void *property, ztBorrowed *object, ztWord value);     /* 16 */ \
+  int32_t (*getValue)(const void *property, ztBorrowed *object, ztOut *out); /* 17 */ \
+  const ztBorrowedText *(*getType)(const void *property);                    /* 18 */ \
+  int32_t (*isDynamic)(const void *property);                                /* 19 */
 
 /**
  * The class functions of ztProperty, from class slot 10 on.
@@ -54,9 +54,9 @@
  * A host registers a type before it declares or sets properties of it. "ztIntPropertyType" and, with ztRoot,
  * "ztCharPtrPropertyType" are registered by the library.
  */
-#define ztProperty_FUNCTIONS                                                  \
-  int32_t (*registerNewType)(const void *ignored, const char *typeClassName); \
-  ztClass *(*getPropertyTypeClass)(const void *ignored, const char *typeClassName);
+#define ztProperty_FUNCTIONS                                                            \
+  int32_t (*registerNewType)(const void *ignored, const ztBorrowedText *typeClassName); \
+  ztClass *(*getPropertyTypeClass)(const void *ignored, const ztBorrowedText *typeClassName);
 
 /** A property. */
 ZT_DECLARE_CLASS(ztProperty)

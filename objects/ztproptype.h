@@ -69,13 +69,15 @@ ZT_END_C
  *
  * The first two are abstract in ztPropertyType, the others empty.
  */
-#define ztPropertyType_METHODS                                                                   \
-  ztBaseClass_METHODS                                                                            \
-  ztWord (*getValue)(ztClass * type, const void *property, void *object, void *out);    /* 16 */ \
-  ztWord (*setValue)(ztClass * type, void *property, void *object, const ztWord *word); /* 17 */ \
-  void *(*allocDynamicProperty)(ztClass * type, void *property, const void *initial);   /* 18 */ \
-  void (*freeDynamicProperty)(ztClass * type, void *property);                          /* 19 */ \
-  const char *(*getType)(ztClass * type);                                               /* 20 */
+#define ztPropertyType_METHODS                                                                             \
+  ztBaseClass_METHODS                                                                                      \
+  ztWord (*getValue)(ztClass * type, const ztBorrowed *property, ztBorrowed *object, ztOut *out); /* 16 */ \
+  ztWord (*setValue)(ztClass * type, ztBorrowed * property, ztBorrowed * object,                           \
+                     const ztWord *word); /* 17 */                                                         \
+  ztBorrowed *(*allocDynamicProperty)(ztClass * type, ztBorrowed * property,                               \
+                                      const ztBorrowed *initial);     /* 18 */                             \
+  void (*freeDynamicProperty)(ztClass * type, ztBorrowed * property); /* 19 */                             \
+  const ztBorrowedText *(*getType)(ztClass * type);                   /* 20 */
 
 /** The abstract property type. */
 ZT_DECLARE_CLASS(ztPropertyType)

@@ -47,14 +47,17 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  *  - `generateUid`: sets the identifier to ztCu_genUniqueId() and returns it.
  *  - `setUid`, `getUid`: the identifier.
  *  - `setParent`: removes the node from its parent's list, which releases no reference and adds one; then
- *    appends it to the children of the new parent, if that is not NULL. 1; 0 when the new parent is the node
- *    itself or below it, on failure, and when a slot destroyed either; the node may then have left its parent.
+ *    appends it to the children of the new parent, if that is not NULL; without a parent the node is the
+ *    caller's to release. 1; 0 when the new parent is the node itself or below it, on failure, and when a slot
+ *    destroyed either; the node may then have left its parent.
  *  - `getParent`: the parent, or NULL.
  *  - `update`: does nothing; for subclasses.
  *  - `findChildById`: NULL; for subclasses.
- *  - `addChild`: sets this node as the child's parent and emits "childAdded", also if it is the parent.
+ *  - `addChild`: sets this node as the child's parent, which takes the child over, and emits "childAdded", also
+ *    if it is the parent.
  *  - `deleteChild`: removes the first child whose identifier equals that of the given node. Emits
- *    "childDeleted" while the child is detached but still listed. Does nothing when there is none.
+ *    "childDeleted" while the child is detached but still listed. The child is then the caller's to release.
+ *    Does nothing when there is none.
  *  - `deleteAllChild`: removes the first child until none is left; 0. Goes on while a slot adds children.
  *  - `getChildAt`: the child at an index from 0, NULL when out of range. `getChildCount`: their number.
  *  - `reserved1`, `reserved2`: NULL.
@@ -66,24 +69,24 @@ ZT_DECLARE_CLASS(ztRootPtrList)
  * or memory is exhausted, or when a host made a list refer to a node above it, `clone` returns NULL and
  * `assign` 0, with nothing changed; `assign` may have begun if an override uses more than a kilobyte of stack.
  */
-#define ztRoot_METHODS                                            \
-  ztObject_METHODS                                                \
-  char *(*setName)(void *node, const char *name);        /* 32 */ \
-  const char *(*getName)(const void *node);              /* 33 */ \
-  int32_t (*generateUid)(void *node);                    /* 34 */ \
-  void (*setUid)(void *node, int32_t uid);               /* 35 */ \
-  int32_t (*getUid)(const void *node);                   /* 36 */ \
-  int32_t (*setParent)(void *node, void *parent);        /* 37 */ \
-  void *(*getParent)(const void *node);                  /* 38 */ \
-  void (*update)(void *node);                            /* 39 */ \
-  void *(*findChildById)(const void *node, int32_t uid); /* 40 */ \
-  void (*addChild)(void *node, void *child);             /* 41 */ \
-  void (*deleteChild)(void *node, void *child);          /* 42 */ \
-  int32_t (*deleteAllChild)(void *node);                 /* 43 */ \
-  void *(*getChildAt)(const void *node, int32_t index);  /* 44 */ \
-  int32_t (*getChildCount)(const void *node);            /* 45 */ \
-  void *reserved1;                                       /* 46 */ \
-  void *reserved2;                                       /* 47 */
+#define ztRoot_METHODS                                                         \
+  ztObject_METHODS                                                             \
+  ztBorrowedText *(*setName)(void *node, const ztBorrowedText *name); /* 32 */ \
+  const ztBorrowedText *(*getName)(const void *node);                 /* 33 */ \
+  int32_t (*generateUid)(void *node);                                 /* 34 */ \
+  void (*setUid)(void *node, int32_t uid);                            /* 35 */ \
+  int32_t (*getUid)(const void *node);                                /* 36 */ \
+  int32_t (*setParent)(ztOwned * node, ztBorrowed * parent);          /* 37 */ \
+  ztBorrowed *(*getParent)(const void *node);                         /* 38 */ \
+  void (*update)(void *node);                                         /* 39 */ \
+  ztBorrowed *(*findChildById)(const void *node, int32_t uid);        /* 40 */ \
+  void (*addChild)(void *node, ztOwned *child);                       /* 41 */ \
+  void (*deleteChild)(void *node, ztBorrowed *child);                 /* 42 */ \
+  int32_t (*deleteAllChild)(void *node);                              /* 43 */ \
+  ztBorrowed *(*getChildAt)(const void *node, int32_t index);         /* 44 */ \
+  int32_t (*getChildCount)(const void *node);                         /* 45 */ \
+  void *reserved1;                                                    /* 46 */ \
+  void *reserved2;                                                    /* 47 */
 
 /** A node of a tree. */
 ZT_DECLARE_CLASS(ztRoot)

@@ -20,12 +20,12 @@
  *  - `deallocate`: frees a block; NULL is allowed.
  *  - `reserved`: abstract in every class of the library; free for hosts.
  */
-#define ztAllocator_METHODS                                                                       \
-  ztBaseClass_METHODS                                                                             \
-  void *(*allocate)(void *allocator, uint64_t size);                                     /* 16 */ \
-  void *(*reallocate)(void *allocator, void *block, uint64_t oldSize, uint64_t newSize); /* 17 */ \
-  void (*deallocate)(void *allocator, void *block);                                      /* 18 */ \
-  void *(*reserved)(void *allocator);                                                    /* 19 */
+#define ztAllocator_METHODS                                                                             \
+  ztBaseClass_METHODS                                                                                   \
+  ztOwned *(*allocate)(void *allocator, uint64_t size);                                        /* 16 */ \
+  ztOwned *(*reallocate)(void *allocator, ztOwned *block, uint64_t oldSize, uint64_t newSize); /* 17 */ \
+  void (*deallocate)(void *allocator, ztOwned *block);                                         /* 18 */ \
+  ztBorrowed *(*reserved)(void *allocator);                                                    /* 19 */
 
 /** The abstract allocator. */
 ZT_DECLARE_CLASS(ztAllocator)

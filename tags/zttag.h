@@ -57,26 +57,27 @@ ZT_END_C
  * stores the node's record and then each attribute, without their number: `read` needs a tag with attributes of
  * the same kinds in the same order.
  */
-#define ztTag_METHODS                                                                                        \
-  ztRoot_METHODS                                                                                             \
-  int32_t (*insertNew)(void *tag, const char *name, void *attribute, ztTagHandle *handle, int32_t userValue, \
-                       int32_t count, const void *initial);                                    /* 48 */      \
-  int32_t (*setValue)(void *tag, const ztTagHandle *handle, int32_t index, const void *value); /* 49 */      \
-  int32_t (*setNumValues)(void *tag, const ztTagHandle *handle, int32_t count,                               \
-                          const void *initial);                                            /* 50 */          \
-  int32_t (*getNumValues)(const void *tag, const ztTagHandle *handle);                     /* 51 */          \
-  void *(*getValue)(const void *tag, const ztTagHandle *handle, int32_t index, void *out); /* 52 */          \
-  ztArray *(*getValues)(const void *tag, const ztTagHandle *handle);                       /* 53 */          \
-  void *(*getAverageValue)(void *tag, const ztTagHandle *handle, void *out);               /* 54 */          \
-  void *(*getTotalValue)(void *tag, const ztTagHandle *handle, void *out);                 /* 55 */          \
-  int32_t (*enumTags)(void *tag, ztTagCallback callback, void *userData);                  /* 56 */          \
-  void *(*getByName)(const void *tag, const char *name, int32_t *index);                   /* 57 */          \
-  void *(*getByHandle)(const void *tag, const ztTagHandle *handle);                        /* 58 */          \
-  void *emptySlot2;                                                                        /* 59 */          \
-  int32_t (*allocWise)(void *tag, const ztTagHandle *handle);                              /* 60 */          \
-  int32_t (*deallocWise)(void *tag, const char *name);                                     /* 61 */          \
-  void (*attrChanged)(void *tag, void *attribute);                                         /* 62 */          \
-  int32_t (*swapTags)(void *tag, const ztTagHandle *first, const ztTagHandle *second);     /* 63 */
+#define ztTag_METHODS                                                                                      \
+  ztRoot_METHODS                                                                                           \
+  int32_t (*insertNew)(void *tag, const ztBorrowedText *name, ztOwned *attribute, ztTagHandle *handle,     \
+                       int32_t userValue, int32_t count, const ztBorrowed *initial); /* 48 */              \
+  int32_t (*setValue)(void *tag, const ztTagHandle *handle, int32_t index,                                 \
+                      const ztBorrowed *value); /* 49 */                                                   \
+  int32_t (*setNumValues)(void *tag, const ztTagHandle *handle, int32_t count,                             \
+                          const ztBorrowed *initial);                                             /* 50 */ \
+  int32_t (*getNumValues)(const void *tag, const ztTagHandle *handle);                            /* 51 */ \
+  ztBorrowed *(*getValue)(const void *tag, const ztTagHandle *handle, int32_t index, ztOut *out); /* 52 */ \
+  ztArray *(*getValues)(const void *tag, const ztTagHandle *handle);                              /* 53 */ \
+  ztBorrowed *(*getAverageValue)(void *tag, const ztTagHandle *handle, ztOut *out);               /* 54 */ \
+  ztBorrowed *(*getTotalValue)(void *tag, const ztTagHandle *handle, ztOut *out);                 /* 55 */ \
+  int32_t (*enumTags)(void *tag, ztTagCallback callback, ztBorrowed *userData);                   /* 56 */ \
+  ztBorrowed *(*getByName)(const void *tag, const ztBorrowedText *name, int32_t *index);          /* 57 */ \
+  ztBorrowed *(*getByHandle)(const void *tag, const ztTagHandle *handle);                         /* 58 */ \
+  void *emptySlot2;                                                                               /* 59 */ \
+  int32_t (*allocWise)(void *tag, const ztTagHandle *handle);                                     /* 60 */ \
+  int32_t (*deallocWise)(void *tag, const ztBorrowedText *name);                                  /* 61 */ \
+  void (*attrChanged)(void *tag, ztBorrowed *attribute);                                          /* 62 */ \
+  int32_t (*swapTags)(void *tag, const ztTagHandle *first, const ztTagHandle *second);            /* 63 */
 
 /** A node with attributes. */
 ZT_DECLARE_CLASS(ztTag)

@@ -51,13 +51,13 @@ ZT_END_C
  * copies the values as far as both attributes have them, and nothing from an attribute of another kind. `read`
  * returns 0 for a stored type 1 or 2 that contradicts the attribute's values; its type then stays.
  */
-#define ztTagAttribute_METHODS                                                     \
-  ztBaseClass_METHODS                                                              \
-  int32_t (*setValue)(void *attribute, int32_t index, const void *value); /* 16 */ \
-  void *(*getValue)(const void *attribute, int32_t index, void *out);     /* 17 */ \
-  void *(*getAverageValue)(void *attribute, void *out);                   /* 18 */ \
-  void *(*getTotalValue)(void *attribute, void *out);                     /* 19 */ \
-  int32_t (*setNumValues)(void *attribute, int32_t count);                /* 20 */
+#define ztTagAttribute_METHODS                                                           \
+  ztBaseClass_METHODS                                                                    \
+  int32_t (*setValue)(void *attribute, int32_t index, const ztBorrowed *value); /* 16 */ \
+  ztBorrowed *(*getValue)(const void *attribute, int32_t index, ztOut *out);    /* 17 */ \
+  ztBorrowed *(*getAverageValue)(void *attribute, ztOut *out);                  /* 18 */ \
+  ztBorrowed *(*getTotalValue)(void *attribute, ztOut *out);                    /* 19 */ \
+  int32_t (*setNumValues)(void *attribute, int32_t count);                      /* 20 */
 
 /** The base of attributes. */
 ZT_DECLARE_CLASS(ztTagAttribute)

@@ -28,6 +28,13 @@ sys.path.insert(0, os.path.dirname(sys.argv[0]))
 runpy.run_path(sys.argv[0], run_name="__main__")
 '
 
+# The sources of the library, too.
+copy_rooms() {
+  local name rooms
+  rooms=$(sed -n 's/^set(ZT_ROOMS \(.*\))$/\1/p' tree/CMakeLists.txt)
+  for name in $rooms zentova.h; do cp -R "$root/$name" tree; done
+}
+
 # Leaves the output of a check in out.txt and its exit status in $status. It finds the commands in ./bin only.
 check() {
   status=0
@@ -128,11 +135,33 @@ refuses_modules_that_need_each_other() {
   expect 1 'a circle: core/one -> core/two -> core/three -> core/one'
 }
 
+# refuses_marks <file> <what sed changes in it> <what is said>
+refuses_marks() {
+  sed -i "$2" "tree/$1"
+  if cmp -s "$root/$1" "tree/$1"; then fail "$1 has nothing to change"; fi
+  status=0
+  "$python" -B tree/tests/structure/marks.py >out.txt 2>&1 || status=$?
+  expect 1 "$3"
+  cp "$root/$1" "tree/$1"
+}
+
+refuses_a_pointer_without_a_mark() {
+  copy_rooms
+  "$python" -B tree/tests/structure/marks.py
+  refuses_marks containers/ztmap.h 's/ztBorrowed \*(\*findValue)/void *(*findValue)/' \
+    'ztMap: findValue has no mark: void *'
+  refuses_marks io/ztfile.h 's/const ztBorrowedText \*mode/const char *mode/' \
+    'ztFile: open has no mark: const char *mode'
+  refuses_marks core/ztoop.h 's/typedef void ztOwned;/#define ztOwned void/' \
+    'ztRoot: addChild has no mark: void *child'
+  refuses_marks io/ztfile.h 's/char \*out/ztOutText *out/' \
+    'marks.py allows what is not there: ztFile readChar char *out'
+}
+
 # Without the formatter the numbers are written, not aligned.
 aligns_the_numbers_that_it_writes() {
-  local name rooms aligned=0
-  rooms=$(sed -n 's/^set(ZT_ROOMS \(.*\))$/\1/p' tree/CMakeLists.txt)
-  for name in $rooms zentova.h; do cp -R "$root/$name" tree; done
+  local aligned=0
+  copy_rooms
   sed -i 's| */\* [0-9]* \*/ *\\| \\|' tree/containers/ztmap.h
   if cmp -s "$root/containers/ztmap.h" tree/containers/ztmap.h; then fail 'it has no numbers'; fi
   "$python" -B tree/tests/structure/layout.py --update
