@@ -86,6 +86,10 @@ bool PointerMap::insert(uint64_t key, void *value) {
   return true;
 }
 
+void PointerMap::replace(uint64_t key, void *value) {
+  entries[placeOf(key)].value = value;
+}
+
 void PointerMap::remove(uint64_t key) {
   // Moves later entries up that the freed place separates from their homes.
   uint32_t freed = placeOf(key);
