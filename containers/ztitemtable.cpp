@@ -128,7 +128,6 @@ ztListItem *ztcore::findItem(const ztList &list, const void *element) {
   ItemTable *table = makeTable(list);
   ztListItem *found = table == nullptr ? nullptr : findCovered(table, list, element);
   if (found != nullptr && found->data == element) return found;
-  if (found != nullptr) dropTable(list);
   return walkTo(item, element);
 }
 

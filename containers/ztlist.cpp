@@ -214,7 +214,6 @@ static bool emptyPlain(ztList &list) {
 }
 
 static void listEmpty(ztList &list) {
-  noteRearranged(list);
   if (emptyPlain(list)) return clearItems(&list);
   const ContainerUse use(&list);
   while (ztListItem *item = detachHead(list)) {

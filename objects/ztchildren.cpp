@@ -110,15 +110,18 @@ static ztListItem *findKeyed(const ztRoot *node, const ztRoot *given, int32_t ui
   ItemTable *table = makeTableWithKeys(node);
   if (table == nullptr) return walkToUid(further, uid);
   void *known = table->keys.elements.find(uidKey(uid));
-  if (known == nullptr) {
+  if (known == &severalTimes) return walkToUid(further, uid);
+  if (known != nullptr) {
+    if (ztListItem *item = confirmed(table, static_cast<ztRoot *>(known), given, uid)) return item;
+  } else {
     ztListItem *item = nextWithoutKey(table, node);
     for (; item != nullptr && coverUid(table, item); item = item->next) {
       if (childOf(item) != nullptr && childOf(item)->uid == uid) return item;
     }
-  } else if (known != &severalTimes) {
-    if (ztListItem *item = confirmed(table, static_cast<ztRoot *>(known), given, uid)) return item;
-    dropTable(*listOf(node));
+    if (item != nullptr) return walkToUid(further, uid);
   }
+  // If there is such a child, its identifier or its item was written to.
+  dropTable(*listOf(node));
   return walkToUid(further, uid);
 }
 

@@ -1,5 +1,6 @@
 // Nodes with many children: whatever a host does to their lists, each operation does what a walk over the children
 // would do.
+#include "tests/helpers/faults.hh"
 #include "tests/helpers/scale.hh"
 #include "tests/objects/tree_nodes.hh"
 
@@ -65,7 +66,8 @@ struct Habits {
   const char *name;
   int meddling;    // of 1000 operations, those that change a list or an identifier past the nodes
   int duplicates;  // of 100 identifiers, those that another node has
-  int otherNodes;  // of 100 nodes, those of other classes
+  int otherNodes;  // of 100 nodes, those of the other class
+  ztCtor other;
   uint32_t seed;
 };
 
@@ -154,8 +156,7 @@ class TwoParents {
     return other != nullptr ? other->uid : ++lastUid;
   }
   ztRoot *makeNode() {
-    const ztCtor other = below(2) == 0 ? AskedNode_ctor : WritingNode_ctor;
-    nodes.push_back(newNode(anyUid(), oneOf100(habits.otherNodes) ? other : LiveNode_ctor));
+    nodes.push_back(newNode(anyUid(), oneOf100(habits.otherNodes) ? habits.other : LiveNode_ctor));
     return nodes.back();
   }
 
@@ -317,11 +318,11 @@ class TwoParents {
   bool grows = true;
 };
 
-class ManyChildren : public ForestTest, public testing::WithParamInterface<Habits> {};
+class ManyChildrenOfAModel : public ForestTest, public testing::WithParamInterface<Habits> {};
 
 }  // namespace
 
-TEST_P(ManyChildren, AreWhatAModelHas) {
+TEST_P(ManyChildrenOfAModel, AreTheSameAfterEachOperation) {
   TwoParents parents(GetParam());
   size_t most = 0;
   for (int i = 0; i < scale(4000); ++i) {
@@ -333,13 +334,315 @@ TEST_P(ManyChildren, AreWhatAModelHas) {
   EXPECT_GT(most, 60U);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    , ManyChildren,
-    testing::Values(Habits{"undisturbed", 0, 0, 0, 1}, Habits{"with equal identifiers", 0, 20, 0, 2},
-                    Habits{"disturbed now and then", 20, 2, 0, 3}, Habits{"disturbed often", 300, 10, 0, 4},
-                    Habits{"of several classes", 10, 2, 1, 5}, Habits{"of many classes", 100, 10, 20, 6}),
-    [](const testing::TestParamInfo<Habits> &info) {
-      std::string name = info.param.name;
-      std::replace(name.begin(), name.end(), ' ', '_');
-      return name;
-    });
+INSTANTIATE_TEST_SUITE_P(, ManyChildrenOfAModel,
+                         testing::Values(Habits{"undisturbed", 0, 0, 0, LiveNode_ctor, 1},
+                                         Habits{"with equal identifiers", 0, 20, 0, LiveNode_ctor, 2},
+                                         Habits{"disturbed now and then", 20, 2, 0, LiveNode_ctor, 3},
+                                         Habits{"disturbed often", 300, 10, 0, LiveNode_ctor, 4},
+                                         Habits{"partly asked", 10, 2, 3, AskedNode_ctor, 5},
+                                         Habits{"partly writing", 10, 10, 3, WritingNode_ctor, 6},
+                                         Habits{"mostly asked", 50, 10, 80, AskedNode_ctor, 7}),
+                         [](const testing::TestParamInfo<Habits> &info) {
+                           std::string name = info.param.name;
+                           std::replace(name.begin(), name.end(), ' ', '_');
+                           return name;
+                         });
+
+// One case at a time ------------------------------------------------------------------------------
+
+namespace {
+
+// A node with so many children, 1 to 40, that they are found by a table.
+class ManyChildrenTest : public ForestTest {
+ protected:
+  ManyChildrenTest() {
+    for (int32_t uid = 1; uid <= 40; ++uid) add(uid);
+  }
+  ~ManyChildrenTest() override {
+    for (const Nodes &all : {others, children}) {
+      for (ztRoot *node : all) end(node);
+    }
+  }
+
+  ztRootPtrList *list() const {
+    return parent.fields().children;
+  }
+  const ztRootPtrListMethods *methods() const {
+    return ztRootPtrList_of(list());
+  }
+  ztListItem *itemOf(const ztRoot *child) const {
+    return methods()->find(list(), child);
+  }
+  ztRoot *add(int32_t uid, ztCtor constructor = OddNode_ctor) {
+    ztRoot *child = newNode(uid, constructor);
+    addChild(parent, child);
+    children.push_back(child);
+    return child;
+  }
+  void take(const ztRoot *child) {
+    children.erase(std::find(children.begin(), children.end(), child));
+  }
+  // The child has left, and the others are as before.
+  void expectWithout(ztRoot *child) {
+    take(child);
+    EXPECT_EQ(walk(parent), children);
+    others.push_back(child);
+  }
+  // There is a table afterwards, if the child is none of the first.
+  void deleteOne(int32_t uid) {
+    ztRoot *child = parent[uid];
+    deleteChild(parent, child);
+    expectWithout(child);
+  }
+
+  const Tree parent{"1000"};
+  Nodes children;
+  Nodes others;  // that are no children any more
+};
+
+}  // namespace
+
+TEST_F(ManyChildrenTest, LoseTheFirstOfThreePlacesOfAChild) {
+  ztRoot *child = parent[20];
+  const auto putAgain = [&] {
+    putIntoList(parent, child);
+    children.push_back(child);
+  };
+  putAgain();
+  add(41);
+  deleteOne(41);
+  putAgain();
+  setParent(child, nullptr);
+  take(child);
+  EXPECT_EQ(walk(parent), children);
+  deleteChild(parent, child);
+  take(child);
+  EXPECT_EQ(walk(parent), children);
+  methods()->popBack(list());
+  expectWithout(child);
+}
+
+TEST_F(ManyChildrenTest, AreFoundInTheOrderOfTheListAfterTheHostMovedOneBehindAnother) {
+  deleteOne(40);
+  ztRoot *child = parent[30];
+  methods()->removeItem(list(), itemOf(child));
+  take(child);
+  ztRoot *other = add(30);
+  putIntoList(parent, child);
+  children.push_back(child);
+  deleteChild(parent, child);
+  expectWithout(other);
+}
+
+TEST_F(ManyChildrenTest, AreFoundInTheOrderOfTheListAfterOneLeftAndCameBack) {
+  deleteOne(40);
+  ztRoot *child = parent[30];
+  const Tree elsewhere("1001");
+  setParent(child, elsewhere);
+  take(child);
+  ztRoot *other = add(30);
+  setParent(child, parent);
+  children.push_back(child);
+  deleteChild(parent, child);
+  expectWithout(other);
+}
+
+TEST_F(ManyChildrenTest, AreFoundByIdentifiersThatTheirClassWrites) {
+  ztRoot *writing = add(41, WritingNode_ctor);
+  ztRoot *last = add(42);
+  deleteOne(40);
+  const Tree stranger(newNode(42));
+  deleteChild(parent, stranger);
+  expectWithout(last);
+  last = add(43);
+  deleteOne(39);
+  ztRoot_of(writing)->setUid(writing, 43);
+  deleteChild(parent, last);
+  expectWithout(writing);
+}
+
+TEST_F(ManyChildrenTest, AreAskedForAnIdentifierOfTheirClassEachTime) {
+  ztRoot *child = add(41, AskedNode_ctor);
+  for (int32_t uid = 51; uid < 56; ++uid) add(uid);
+  for (int32_t uid = 51; uid < 55; ++uid) {
+    ztRoot *given = parent[uid];
+    asked.clear();
+    deleteChild(parent, given);
+    EXPECT_EQ(asked, std::vector<const void *>{child});
+    expectWithout(given);
+  }
+}
+
+static int32_t questions;
+
+TEST_F(ManyChildrenTest, AreAskedForAnIdentifierOnceTheHostReplacedTheMethod) {
+  deleteOne(40);
+  const Replaced getUid(oddNode().getUid, [](const void *node) -> int32_t {
+    ++questions;
+    return static_cast<const ztRoot *>(node)->uid;
+  });
+  questions = 0;
+  deleteOne(30);
+  EXPECT_EQ(questions, 31);  // the given node, then the first 30
+}
+
+TEST_F(ManyChildrenTest, AreFoundByIdentifiersThatWereRead) {
+  deleteOne(40);
+  const Storage file;
+  const Tree stored(newNode(35));
+  ASSERT_EQ(ztRoot_table()->write(stored, file), 1);
+  file.rewind();
+  ztRoot *child = parent[20];
+  ASSERT_EQ(ztRoot_table()->read(child, file), 1);
+  deleteChild(parent, children[34]);
+  expectWithout(child);
+}
+
+TEST_F(ManyChildrenTest, AreFoundByIdentifiersThatWereGenerated) {
+  deleteOne(40);
+  ztRoot *child = parent[20];
+  const int32_t uid = ztRoot_of(child)->generateUid(child);
+  const Tree stranger(newNode(uid));
+  deleteChild(parent, stranger);
+  expectWithout(child);
+}
+
+TEST_F(ManyChildrenTest, AreFoundByAnIdentifierThatWasWrittenToTheField) {
+  deleteOne(40);
+  ztRoot *child = parent[20];
+  child->uid = 35;
+  deleteChild(parent, child);
+  expectWithout(child);
+  parent[21]->uid = 100;
+  deleteOne(100);
+}
+
+static void unlink(ztRootPtrList *list, ztListItem *item) {
+  item->prev->next = item->next;
+  item->next->prev = item->prev;
+  --list->count;
+  release(item);
+}
+
+TEST_F(ManyChildrenTest, AreNotLookedForInAnItemThatTheHostUnlinked) {
+  deleteOne(40);
+  ztRoot *child = parent[30];
+  unlink(list(), itemOf(child));
+  deleteChild(parent, child);
+  setParent(child, nullptr);
+  expectWithout(child);
+  ztRoot *other = parent[25];
+  deleteOne(29);
+  unlink(list(), itemOf(other));
+  add(41);
+  setParent(other, nullptr);
+  expectWithout(other);
+  deleteOne(28);
+}
+
+static ztListItem *unlinkAndReturnNull(void *list, ztListItem *item) {
+  unlink(static_cast<ztRootPtrList *>(list), item);
+  return nullptr;
+}
+
+static ztListItem *linkBehind(void *list, ztListItem *item, const void *element) {
+  auto *added = static_cast<ztListItem *>(ztListItem_ctor(nullptr, 1));
+  added->data = const_cast<void *>(element);
+  added->prev = item;
+  added->next = item->next;
+  item->next->prev = added;
+  item->next = added;
+  ++static_cast<ztRootPtrList *>(list)->count;
+  return added;
+}
+
+TEST_F(ManyChildrenTest, AreNotLookedForInAnItemThatAMethodOfTheHostUnlinked) {
+  deleteOne(40);
+  auto *slots = const_cast<ztRootPtrListMethods *>(methods());
+  const Replaced removeItem(slots->removeItem, unlinkAndReturnNull);
+  const Replaced insertNext(slots->insertNext, linkBehind);
+  ztRoot *child = parent[30];
+  ztRoot *other = newNode(50);
+  methods()->removeItem(list(), itemOf(child));
+  methods()->insertNext(list(), itemOf(parent[20]), other);
+  children.insert(children.begin() + 20, other);
+  deleteChild(parent, child);
+  setParent(child, nullptr);
+  expectWithout(child);
+  deleteOne(50);
+}
+
+static void unlinkAll(void *list) {
+  auto *all = static_cast<ztRootPtrList *>(list);
+  while (ztListItem *item = all->head) {
+    all->head = item->next;
+    release(item);
+  }
+  all->tail = nullptr;
+  all->count = 0;
+}
+
+TEST_F(ManyChildrenTest, LeaveNoTableBehindWhenAMethodOfTheHostEmptiesTheirList) {
+  deleteOne(40);
+  ztRootPtrList *taken = std::exchange(parent.fields().children, nullptr);
+  const Replaced empty(const_cast<ztRootPtrListMethods *>(ztRootPtrList_of(taken))->empty, unlinkAll);
+  release(taken);
+  for (ztRoot *child : children) EXPECT_EQ(setParent(child, nullptr), 1);
+}
+
+TEST_F(ManyChildrenTest, OfACopyAreDeletedFromTheBack) {
+  deleteOne(40);
+  auto *copy = static_cast<ztRoot *>(ztRoot_of(parent)->clone(parent, LiveNode_newop()));
+  copy->refCount = 1;
+  const Tree owned(copy);
+  Nodes copied = walk(copy);
+  ASSERT_EQ(copied.size(), 39U);
+  while (!copied.empty()) {
+    ztRoot *last = copied.back();
+    copied.pop_back();
+    deleteChild(copy, last);
+    ASSERT_EQ(walk(copy), copied);
+    end(last);
+  }
+}
+
+TEST_F(ManyChildrenTest, MayBeDeletedMovedAndReleasedByTheSlotsOfTheirDeletion) {
+  const Tree elsewhere("1001");
+  enum { deletes, moves, ends, keeps, ways };
+  int way = ways;
+  on(parent, "childDeleted", [&](ztRoot *child) {
+    if (way == deletes) deleteChild(parent, child);
+    if (way == moves) setParent(child, elsewhere);
+    if (way == ends) end(child);
+    if (way == keeps) setParent(child, parent);
+  });
+  for (int32_t uid = 40; uid > 20; --uid) {
+    ztRoot *child = parent[uid];
+    way = uid % ways;
+    deleteChild(parent, child);
+    take(child);
+    if (way == keeps) children.push_back(child);
+    if (way == deletes) others.push_back(child);
+    ASSERT_EQ(walk(parent), children);
+  }
+  EXPECT_EQ(walk(elsewhere).size(), 5U);
+  for (ztRoot *moved : walk(elsewhere)) end(moved);
+}
+
+TEST(ManyChildren, AreDeletedWhateverAllocationFails) {
+  for (const bool andAllFollowing : {false, true}) {
+    for (int succeeding = 0; succeeding < 12; ++succeeding) {
+      const Tree parent("1000");
+      Nodes children;
+      for (int32_t uid = 1; uid <= 40; ++uid) children.push_back(newChild(parent, uid));
+      for (const size_t index : {35U, 25U, 37U}) {
+        ztRoot *child = children[index];
+        const Fault fault(succeeding, andAllFollowing);
+        deleteChild(parent, child);
+        children.erase(children.begin() + static_cast<ptrdiff_t>(index));
+        ASSERT_EQ(walk(parent), children);
+        end(child);
+      }
+    }
+  }
+}
