@@ -1,6 +1,7 @@
 #include "containers/ztlist.h"
 
 #include "containers/ztitems.hh"
+#include "containers/ztitemtable.hh"
 #include "containers/ztscont.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
@@ -42,6 +43,7 @@ static bool deletePlainItem(ztList &list, ztListItem *item) {
 }
 
 static void clearItems(ztList *list) {
+  noteRearranged(*list);
   list->head = nullptr;
   list->tail = nullptr;
   list->count = 0;
@@ -64,6 +66,7 @@ static ztListItem *listPushBack(ztList &list, const void *element) {
   if (item->prev != nullptr) item->prev->next = item;
   if (list.head == nullptr) list.head = item;
   ++list.count;
+  noteAppended(list);
   noteAdded(&list);
   return item;
 }
@@ -77,6 +80,7 @@ static ztListItem *listPushFront(ztList &list, const void *element) {
   if (item->next != nullptr) item->next->prev = item;
   if (list.tail == nullptr) list.tail = item;
   ++list.count;
+  noteRearranged(list);
   noteAdded(&list);
   return item;
 }
@@ -96,6 +100,7 @@ static ztListItem *insertAt(ztList *list, ztListItem *item, bool behind, const v
   ++list->count;
   (added->prev != nullptr ? added->prev->next : list->head) = added;
   (added->next != nullptr ? added->next->prev : list->tail) = added;
+  noteRearranged(*list);
   noteAdded(list);
   return added;
 }
@@ -127,6 +132,7 @@ static ztListItem *detachHead(ztList &list) {
     list.tail = nullptr;
   }
   --list.count;
+  noteTakenOut(list, item);
   noteRemoved(&list);
   return item;
 }
@@ -142,6 +148,7 @@ static ztListItem *detachTail(ztList &list) {
     list.head = nullptr;
   }
   --list.count;
+  noteTakenOut(list, item);
   noteRemoved(&list);
   return item;
 }
@@ -176,6 +183,7 @@ static ztListItem *removeBetween(ztList *list, ztListItem *item) {
   before->next = after;
   after->prev = before;
   --list->count;
+  noteTakenOut(*list, item);
   noteRemoved(list);
   if (deletePlainItem(*list, item)) return before;
   const ContainerUse use(list);
@@ -279,8 +287,17 @@ static void *listClone(const void *object, void *target) {
 }
 
 static void listDestroy(ztList &list) {
+  noteRearranged(list);  // a host's `empty` may not do it
   ztSequenceContainer_table()->destroy(&list);
   ztList_of(&list)->empty(&list);
+}
+
+bool ztcore::hasOwnLinking(const ztClass *klass) {
+  const auto *methods = static_cast<const ztListMethods *>(klass->methodTable);
+  return methods->pushBack == method<listPushBack> && methods->pushFront == method<listPushFront> &&
+         methods->insertPrev == method<listInsertPrev> && methods->insertNext == method<listInsertNext> &&
+         methods->popFront == method<listPopFront> && methods->popBack == method<listPopBack> &&
+         methods->removeItem == method<listRemoveItem> && methods->empty == method<listEmpty>;
 }
 
 static void listMethods(ztListMethods *methods) {

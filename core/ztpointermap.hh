@@ -14,7 +14,7 @@ class PointerMap {
   void *find(uint64_t key) const;
   // A known key keeps its value. False when memory is exhausted.
   bool insert(uint64_t key, void *value);
-  // The key must be in the map.
+  // For both, the key must be in the map.
   void replace(uint64_t key, void *value);
   void remove(uint64_t key);
   void clear();

@@ -3,6 +3,7 @@
 #include "core/ztlock.hh"
 #include "core/ztpointermap.hh"
 #include "core/ztthread.hh"
+#include "objects/ztchildren.hh"
 
 using namespace ztcore;
 
@@ -47,12 +48,12 @@ static void leavePath(ztRoot *node) {
 
 void ztcore::removeChildItem(const ztRoot *node, ztListItem *item) {
   if (item->data != nullptr) leavePath(childOf(item));
+  forgetUid(node, childOf(item));
   ztRootPtrList_of(node->children)->removeItem(node->children, item);
 }
 
 void ztcore::removeChild(const ztRoot *node, const ztRoot *child) {
-  ztListItem *item = firstChild(node);
-  while (item != nullptr && item->data != child) item = item->next;
+  ztListItem *item = findChild(node, child);
   if (item != nullptr) removeChildItem(node, item);
 }
 

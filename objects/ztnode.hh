@@ -39,6 +39,9 @@ void removeChildItem(const ztRoot *node, ztListItem *item);
 // The same for the first item of that child, which may be NULL.
 void removeChild(const ztRoot *node, const ztRoot *child);
 
+// Whether objects of a class store and return their identifiers by the library's methods.
+bool hasOwnUid(const ztClass *klass);
+
 // Removes a node from the list that it is on, without a signal.
 void takeOff(ztRoot *node);
 

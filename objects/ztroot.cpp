@@ -8,6 +8,7 @@
 #include "core/ztrelease.hh"
 #include "core/zttext.hh"
 #include "io/ztfile.h"
+#include "objects/ztchildren.hh"
 #include "objects/ztdelivery.hh"
 #include "objects/ztnode.hh"
 #include "objects/ztstatics.hh"
@@ -36,16 +37,26 @@ static const char *rootGetName(const ztRoot &node) {
 }
 
 static int32_t rootGenerateUid(ztRoot &node) {
+  const int32_t old = node.uid;
   node.uid = ztCu_genUniqueId();
+  noteUid(&node, old);
   return node.uid;
 }
 
 static void rootSetUid(ztRoot &node, int32_t uid) {
+  const int32_t old = node.uid;
   node.uid = uid;
+  noteUid(&node, old);
 }
 
 static int32_t rootGetUid(const ztRoot &node) {
   return node.uid;
+}
+
+bool ztcore::hasOwnUid(const ztClass *klass) {
+  const auto *methods = static_cast<const ztRootMethods *>(klass->methodTable);
+  return methods->getUid == method<rootGetUid> && methods->setUid == method<rootSetUid> &&
+         methods->generateUid == method<rootGenerateUid>;
 }
 
 // The parent --------------------------------------------------------------------------------------
@@ -132,17 +143,9 @@ static void rootAddChild(ztRoot &node, void *child) {
   emitChild(node, "childAdded", static_cast<ztRoot *>(child));
 }
 
-static ztListItem *findByUid(const ztRoot *node, int32_t uid) {
-  for (ztListItem *item = firstChild(node); item != nullptr; item = item->next) {
-    const ztRoot *child = childOf(item);
-    if (child != nullptr && ztRoot_of(child)->getUid(child) == uid) return item;
-  }
-  return nullptr;
-}
-
 static void rootDeleteChild(ztRoot &node, void *given) {
   if (given == nullptr) return;
-  ztListItem *item = findByUid(&node, ztRoot_of(given)->getUid(given));
+  ztListItem *item = findChildWithUidOf(&node, static_cast<const ztRoot *>(given));
   if (item == nullptr) return;
   ztRoot *child = childOf(item);
   if (child->flags & nodeBeingDeleted) {
@@ -261,7 +264,10 @@ static int32_t rootWrite(const ztRoot &node, void *file) {
 static int32_t rootRead(ztRoot &node, void *file) {
   if (file == nullptr || !ztObject_table()->read(&node, file)) return 0;
   const ztFileMethods *methods = ztFile_of(file);
-  if (methods->readInt(file, &node.uid) <= 0) return 0;
+  const int32_t old = node.uid;
+  const bool hasUid = methods->readInt(file, &node.uid) > 0;
+  noteUid(&node, old);
+  if (!hasUid) return 0;
   const int32_t read = methods->readBuf(file, nameFieldSize, node.name);
   node.name[nameFieldSize - 1] = '\0';
   return read == nameFieldSize && methods->readInt(file, &node.parentUid) > 0;

@@ -1,0 +1,158 @@
+#include "objects/ztchildren.hh"
+
+#include "objects/ztnode.hh"
+
+using namespace ztcore;
+
+static const ztList *listOf(const ztRoot *node) {
+  return reinterpret_cast<const ztList *>(node->children);
+}
+
+static bool isOwnList(const ztRoot *node) {
+  return node->children != nullptr && node->children->klass == ztRootPtrListClass_Instance();
+}
+
+static ztListItem *walkTo(ztListItem *item, const ztRoot *child) {
+  while (item != nullptr && item->data != child) item = item->next;
+  return item;
+}
+
+ztListItem *ztcore::findChild(const ztRoot *node, const ztRoot *child) {
+  return isOwnList(node) ? findItem(*listOf(node), child) : walkTo(firstChild(node), child);
+}
+
+// Identifiers -------------------------------------------------------------------------------------
+
+// The table of a node's children, if its keys are those of all children up to the last one that has a key.
+static ItemTable *tableWithKeys(const ztRoot *node) {
+  ItemTable *table = isOwnList(node) ? tableOf(*listOf(node)) : nullptr;
+  const bool isCurrent =
+      table != nullptr && table->keys.owner == node && table->keys.removals == table->removals;
+  return isCurrent ? table : nullptr;
+}
+
+static bool hasOwnUids(const ElementKeys &keys) {
+  for (int32_t i = 0; i < keys.classCount; ++i) {
+    if (!hasOwnUid(keys.classes[i])) return false;
+  }
+  return true;
+}
+
+static bool addClass(ElementKeys &keys, const ztClass *klass) {
+  for (int32_t i = 0; i < keys.classCount; ++i) {
+    if (keys.classes[i] == klass) return true;
+  }
+  if (keys.classCount == ElementKeys::mostClasses || !hasOwnUid(klass)) return false;
+  keys.classes[keys.classCount++] = klass;
+  return true;
+}
+
+// Enters a child behind all that have keys. False when memory is exhausted.
+static bool addKey(ElementKeys &keys, ztRoot *child) {
+  const uint64_t key = uidKey(child->uid);
+  if (keys.elements.find(key) == nullptr) return keys.elements.insert(key, child);
+  keys.elements.replace(key, &severalTimes);
+  return true;
+}
+
+// Gives the next child its key. False when that is not possible.
+static bool coverUid(ItemTable *table, ztListItem *item) {
+  ElementKeys &keys = table->keys;
+  ztRoot *child = childOf(item);
+  if (child != nullptr && (holderOf(child) != keys.owner || !addClass(keys, child->klass))) return false;
+  // Every item with a key is also covered.
+  if (keys.last == table->last && !table->cover(item)) return false;
+  if (child != nullptr && !addKey(keys, child)) return false;
+  keys.last = item;
+  return true;
+}
+
+static int32_t uidOf(const ztRoot *node) {
+  return ztRoot_of(node)->getUid(node);
+}
+
+static bool hasUid(const ztListItem *item, int32_t uid) {
+  return childOf(item) != nullptr && uidOf(childOf(item)) == uid;
+}
+
+static ztListItem *walkToUid(ztListItem *item, int32_t uid) {
+  while (item != nullptr && !hasUid(item, uid)) item = item->next;
+  return item;
+}
+
+static ItemTable *makeTableWithKeys(const ztRoot *node) {
+  ItemTable *table = isOwnList(node) ? makeTable(*listOf(node)) : nullptr;
+  if (table == nullptr) return nullptr;
+  ElementKeys &keys = table->keys;
+  if (keys.owner == node && keys.removals == table->removals && hasOwnUids(keys)) return table;
+  keys.clear();
+  keys.owner = node;
+  keys.removals = table->removals;
+  return table;
+}
+
+// The item of a child that has the key. NULL when the host changed what the table knows.
+static ztListItem *confirmed(const ItemTable *table, const ztRoot *child, const ztRoot *given, int32_t uid) {
+  // The given node is a child with this identifier, but not by its key.
+  if (child != given && table->find(given) != nullptr) return nullptr;
+  void *place = table->find(child);
+  if (place == nullptr || place == &severalTimes) return nullptr;
+  auto *item = static_cast<ztListItem *>(place);
+  return item->data == child && child->uid == uid ? item : nullptr;
+}
+
+static ztListItem *nextWithoutKey(const ItemTable *table, const ztRoot *node) {
+  return table->keys.last == nullptr ? firstChild(node) : table->keys.last->next;
+}
+
+// The children before `further` do not have the identifier.
+static ztListItem *findKeyed(const ztRoot *node, const ztRoot *given, int32_t uid, ztListItem *further) {
+  ItemTable *table = makeTableWithKeys(node);
+  if (table == nullptr) return walkToUid(further, uid);
+  void *known = table->keys.elements.find(uidKey(uid));
+  if (known == &severalTimes) return walkToUid(further, uid);
+  if (known != nullptr) {
+    if (ztListItem *item = confirmed(table, static_cast<ztRoot *>(known), given, uid)) return item;
+  } else {
+    ztListItem *item = nextWithoutKey(table, node);
+    for (; item != nullptr && coverUid(table, item); item = item->next) {
+      if (childOf(item) != nullptr && childOf(item)->uid == uid) return item;
+    }
+    if (item != nullptr) return walkToUid(further, uid);
+  }
+  // If there is such a child, its identifier or its item was written to.
+  dropTable(*listOf(node));
+  return walkToUid(further, uid);
+}
+
+ztListItem *ztcore::findChildWithUidOf(const ztRoot *node, const ztRoot *given) {
+  const int32_t uid = uidOf(given);
+  ztListItem *item = firstChild(node);
+  bool isPlain = true;  // no function of a host was called
+  for (int32_t i = 0; i < itemsWithoutTable && item != nullptr; ++i) {
+    if (childOf(item) != nullptr && !hasOwnUid(childOf(item)->klass)) isPlain = false;
+    if (hasUid(item, uid)) return item;
+    item = item->next;
+  }
+  return item != nullptr && isPlain ? findKeyed(node, given, uid, item) : walkToUid(item, uid);
+}
+
+void ztcore::forgetUid(const ztRoot *node, const ztRoot *child) {
+  ItemTable *table = tableWithKeys(node);
+  if (table == nullptr || child == nullptr) return;
+  ElementKeys &keys = table->keys;
+  if (keys.elements.find(uidKey(child->uid)) == child) keys.elements.remove(uidKey(child->uid));
+  ++keys.removals;
+}
+
+void ztcore::moveUid(ztRoot *node, int32_t old) {
+  const ztRoot *holder = holderOf(node);
+  ItemTable *table = holder == nullptr || old == node->uid ? nullptr : tableWithKeys(holder);
+  if (table == nullptr) return;
+  ElementKeys &keys = table->keys;
+  const void *known = keys.elements.find(uidKey(old));
+  if (known == nullptr) return;  // behind the children with keys
+  const bool isKnown = known == node;
+  if (isKnown) keys.elements.remove(uidKey(old));
+  if (!isKnown || !addKey(keys, node)) keys.clear();
+}
