@@ -314,7 +314,7 @@ struct ztTextEnd {
 #else
 #define ZT_DEFINE_OWN_TEXT(name, List, ParentList)
 /** What a list adds to the parent's, as text. */
-#define ZT_OWN_TEXT(name, List, ParentList) &ZT_TEXT_OF(List)[sizeof ZT_TEXT_OF(ParentList) - 1]
+#define ZT_OWN_TEXT(name, List, ParentList) __extension__ &ZT_TEXT_OF(List)[sizeof ZT_TEXT_OF(ParentList) - 1]
 #endif
 
 /* The library's own classes are released with the library. */
