@@ -7,6 +7,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/ztpointermap.hh"
+#include "objects/ztchange.hh"
 #include "objects/ztdeclared.hh"
 #include "objects/ztguard.hh"
 #include "objects/ztproperty.hh"
@@ -306,7 +307,8 @@ void ztcore::visitDeclaredSignals(ztClass *klass, void (*visit)(const DeclaredSi
 
 // No class declares these.
 static bool isOfEveryObject(const char *signalName) {
-  return strcmp(signalName, "destroyed") == 0 || strcmp(signalName, "prop->signalname") == 0;
+  return strcmp(signalName, "destroyed") == 0 || strcmp(signalName, changeOfAny) == 0 ||
+         strncmp(signalName, changeOfOne, sizeof changeOfOne - 1) == 0;
 }
 
 // Whether a class of a host, from this one upwards, declares signals.
