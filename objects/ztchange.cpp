@@ -2,20 +2,14 @@
 
 #include "containers/ztuse.hh"
 #include "containers/ztwalk.hh"
-#include "core/ztcheck.hh"
-#include "objects/ztobjbase.hh"
-#include "objects/ztstrmap.hh"
 #include "objects/ztvalues.h"
-
-#include <string.h>
 
 using namespace ztcore;
 
 // Whether a signal is that of this property. The address of an ended property is no property's, or that of another.
 static bool isChangeOf(const ztSignal *signal, void *object, const void *property) {
-  constexpr size_t length = sizeof changeOfOne - 1;
-  const char *name = textOf(signal->name);
-  return strncmp(name, changeOfOne, length) == 0 && ztObject_findProperty(object, name + length) == property;
+  const char *name = propertyOfChange(textOf(signal->name));
+  return name != nullptr && ztObject_findProperty(object, name) == property;
 }
 
 // Looking a property up may call functions of a host, which may change the map. Then it begins again.
@@ -36,22 +30,10 @@ static const ztSignal *findChange(void *object, const void *property) {
   return nullptr;
 }
 
-[[gnu::cold, gnu::noinline]] static void notifyBoth(void *object, const ztSignal *ofAny, const void *property,
-                                                    const ObjectWatch &owner, const EmittedValue &value) {
+void ztcore::notifyBoth(void *object, const ztSignal *ofAny, const void *property, const ObjectWatch &owner,
+                        const EmittedValue &value) {
   emitFound(object, ofAny, value);
   if (!owner.isAlive()) return;
   const ztSignal *ofOne = findChange(object, property);
   if (ofOne != nullptr) emitFound(object, ofOne, value);
-}
-
-// An object that has a signal for one property has that for all, so that most objects end at the first line.
-void ztcore::notifyPropertyChange(void *object, const void *property, const ObjectWatch &owner,
-                                  EmittedValue value) {
-  if (checksThreads) checkThread(object, "an emission");
-  const ztSignal *signal = findSignal(object, changeOfAny);
-  if (signal == nullptr) return;
-  if (static_cast<const ztObject *>(object)->flags & objectTellsChanges) [[unlikely]] {
-    return notifyBoth(object, signal, property, owner, value);
-  }
-  emitFound(object, signal, value);
 }

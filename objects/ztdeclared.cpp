@@ -14,7 +14,6 @@
 #include "objects/ztroot.h"
 #include "objects/ztstatics.hh"
 
-#include <ctype.h>
 #include <string.h>
 
 using namespace ztcore;
@@ -48,7 +47,7 @@ struct Parsed {
 }  // namespace
 
 static bool isSpace(char character) {
-  return isspace(static_cast<unsigned char>(character)) != 0;
+  return character == ' ' || ('\t' <= character && character <= '\r');
 }
 
 static Piece trimmed(Piece piece) {
@@ -308,7 +307,7 @@ void ztcore::visitDeclaredSignals(ztClass *klass, void (*visit)(const DeclaredSi
 // No class declares these.
 static bool isOfEveryObject(const char *signalName) {
   return strcmp(signalName, "destroyed") == 0 || strcmp(signalName, changeOfAny) == 0 ||
-         strncmp(signalName, changeOfOne, sizeof changeOfOne - 1) == 0;
+         propertyOfChange(signalName) != nullptr;
 }
 
 // Whether a class of a host, from this one upwards, declares signals.
