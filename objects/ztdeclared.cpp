@@ -7,13 +7,13 @@
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/ztpointermap.hh"
+#include "objects/ztchange.hh"
 #include "objects/ztdeclared.hh"
 #include "objects/ztguard.hh"
 #include "objects/ztproperty.hh"
 #include "objects/ztroot.h"
 #include "objects/ztstatics.hh"
 
-#include <ctype.h>
 #include <string.h>
 
 using namespace ztcore;
@@ -47,7 +47,7 @@ struct Parsed {
 }  // namespace
 
 static bool isSpace(char character) {
-  return isspace(static_cast<unsigned char>(character)) != 0;
+  return character == ' ' || ('\t' <= character && character <= '\r');
 }
 
 static Piece trimmed(Piece piece) {
@@ -306,7 +306,8 @@ void ztcore::visitDeclaredSignals(ztClass *klass, void (*visit)(const DeclaredSi
 
 // No class declares these.
 static bool isOfEveryObject(const char *signalName) {
-  return strcmp(signalName, "destroyed") == 0 || strcmp(signalName, "prop->signalname") == 0;
+  return strcmp(signalName, "destroyed") == 0 || strcmp(signalName, changeOfAny) == 0 ||
+         propertyOfChange(signalName) != nullptr;
 }
 
 // Whether a class of a host, from this one upwards, declares signals.

@@ -140,7 +140,7 @@ bool ztcore::deliver(const Delivery &delivery, void *emitter, const ztSignal *si
 }
 
 // Flat: with one slot, the calls between the steps took a sixth of the instructions.
-[[gnu::flatten]] ZT_OWN_FRAME static int32_t emitSignal(void *emitter, const ztSignal *signal,
+[[gnu::flatten]] ZT_OWN_FRAME int32_t ztcore::emitFound(void *emitter, const ztSignal *signal,
                                                         const EmittedValue &value) {
   Delivery delivery;
   if (!beginDelivery(&delivery, signal)) return 0;
@@ -177,11 +177,7 @@ ZT_OWN_FRAME int32_t ztcore::emitArguments(void *emitter, const ztSignal *signal
 int32_t ztcore::emit(void *emitter, const char *signalName, EmittedValue value) {
   if (checksThreads) checkThread(emitter, "an emission");
   const ztSignal *signal = findSignal(emitter, signalName);
-  return signal == nullptr ? 0 : emitSignal(emitter, signal, value);
-}
-
-void ztcore::notifyPropertyChange(void *object, EmittedValue value) {
-  emit(object, "prop->signalname", value);
+  return signal == nullptr ? 0 : emitFound(emitter, signal, value);
 }
 
 int32_t ztObject_emit(void *object, const char *signalName, intptr_t first) {

@@ -35,6 +35,7 @@ ztSignal *findSignal(const void *object, const char *name);
 
 // Emits a signal of a ztObject; returns what ztObject_emit returns.
 int32_t emit(void *emitter, const char *signalName, EmittedValue value);
+int32_t emitFound(void *emitter, const ztSignal *signal, const EmittedValue &value);
 
 // Several arguments of an emission: the words in their order, and the doubles in theirs.
 struct EmittedArguments {
@@ -44,9 +45,6 @@ struct EmittedArguments {
 
 // Emits a signal of a ztObject with these arguments; returns what ztObject_emit returns.
 int32_t emitArguments(void *emitter, const ztSignal *signal, const EmittedArguments &arguments);
-
-// Emits the ztObject's signal "prop->signalname" after a property change.
-void notifyPropertyChange(void *object, EmittedValue value);
 
 // The steps of an emission, for a caller that needs to know the receivers. `beginDelivery` must be called in a
 // frame of its own. False when there is nothing to deliver or memory is exhausted.

@@ -2,9 +2,14 @@
 
 #include "core/ztcheck.hh"
 #include "core/ztlogctrl.h"
+#include "core/ztmem.h"
+#include "objects/ztchange.hh"
 #include "objects/ztdelivery.hh"
 #include "objects/ztguard.hh"
 #include "objects/ztobjbase.hh"
+#include "objects/ztvalues.h"
+
+#include <string.h>
 
 using namespace ztcore;
 
@@ -21,37 +26,115 @@ static bool fits(const char *function, const void *object, const char *signalNam
 
 // Connecting --------------------------------------------------------------------------------------
 
-static bool isNew(void *sender, const char *signalName, const void *receiver, ztSlotFunction function) {
-  ztClass *klass = ztOOP_classOf(sender);
-  const ztObjectMethods *methods = ztObject_of(sender);
-  if (!methods->connectionExist(klass, sender, signalName, receiver, function)) return true;
-  ztLc_log("ztObject_connect - Error, signal " ZT_CUT_NAME " of class " ZT_CUT_NAME
+namespace {
+
+// A call of a host.
+struct Connection {
+  const char *function;
+  void *sender;
+  void *receiver;
+  ztSlotFunction slot;
+};
+
+}  // namespace
+
+// Whether it has two ends and a function.
+static bool isComplete(const Connection &connection, const char *name) {
+  const char *function = connection.function;
+  if (!isObject(function, connection.sender, "sender") || !isGiven(function, name, "name")) return false;
+  if (!isObject(function, connection.receiver, "receiver")) return false;
+  if (connection.slot.call0 == nullptr) return isGiven(function, nullptr, "function");
+  return isLasting(function, connection.sender, "sender") &&
+         isLasting(function, connection.receiver, "receiver");
+}
+
+static bool isNew(const Connection &connection, const char *signalName) {
+  ztClass *klass = ztOOP_classOf(connection.sender);
+  const ztObjectMethods *methods = ztObject_of(connection.sender);
+  if (!methods->connectionExist(klass, connection.sender, signalName, connection.receiver, connection.slot))
+    return true;
+  ztLc_log("%s - Error, signal " ZT_CUT_NAME " of class " ZT_CUT_NAME
            " is connected to that function already\n",
-           signalName, klass->name);
+           connection.function, signalName, klass->name);
   return false;
 }
 
-// The name of a slot is printed only; the function has none.
-static int32_t connect(void *sender, const char *signalName, void *receiver, ztSlotFunction function,
-                       uint32_t argumentCount) {
-  ztClass *klass = ztOOP_classOf(sender);
-  const ztObjectMethods *methods = ztObject_of(sender);
-  if (methods->connect(klass, sender, signalName, receiver, signalName, function, argumentCount)) return 1;
-  ztLc_log("ztObject_connect - Error, signal " ZT_CUT_NAME " was not connected\n", signalName);
+static int32_t fail(const Connection &connection, const char *signalName) {
+  ztLc_log("%s - Error, signal " ZT_CUT_NAME " was not connected\n", connection.function, signalName);
   return 0;
+}
+
+// The slot is called like the signal: its name is only printed, and the function has none.
+static int32_t connect(const Connection &connection, const char *signalName, uint32_t argumentCount) {
+  if (!isNew(connection, signalName)) return 0;
+  void *sender = connection.sender;
+  const bool done =
+      ztObject_of(sender)->connect(ztOOP_classOf(sender), sender, signalName, connection.receiver, signalName,
+                                   connection.slot, argumentCount) != 0;
+  return done ? 1 : fail(connection, signalName);
 }
 
 int32_t ztObject_connect(void *sender, const char *signalName, void *receiver, ztSlotFunction function,
                          uint32_t argumentCount) {
-  if (!isObject(__func__, sender, "sender") || !isGiven(__func__, signalName, "name") ||
-      !isObject(__func__, receiver, "receiver"))
-    return 0;
-  const bool hasFunction = function.call0 != nullptr;
-  if (!isGiven(__func__, hasFunction ? receiver : nullptr, "function")) return 0;
-  if (!isLasting(__func__, sender, "sender") || !isLasting(__func__, receiver, "receiver")) return 0;
-  if (!fits(__func__, sender, signalName, argumentCount)) return 0;
-  if (!isNew(sender, signalName, receiver, function)) return 0;
-  return connect(sender, signalName, receiver, function, argumentCount);
+  const Connection connection = {__func__, sender, receiver, function};
+  return isComplete(connection, signalName) && fits(__func__, sender, signalName, argumentCount) &&
+         connect(connection, signalName, argumentCount);
+}
+
+// Connecting to changes ---------------------------------------------------------------------------
+
+namespace {
+
+// The name of the signal of one property.
+class ChangeName {
+ public:
+  explicit ChangeName(const char *propertyName) {
+    constexpr size_t before = sizeof changeOfOne - 1;
+    const size_t size = before + strlen(propertyName) + 1;
+    if (size <= INT32_MAX) text = static_cast<char *>(ztm_alloc(static_cast<int32_t>(size)));
+    if (text == nullptr) return;
+    memcpy(text, changeOfOne, before);
+    memcpy(text + before, propertyName, size - before);
+  }
+  ~ChangeName() {
+    ztm_free(text);
+  }
+  ChangeName(const ChangeName &) = delete;
+  ChangeName &operator=(const ChangeName &) = delete;
+
+  // NULL when memory is exhausted.
+  const char *get() const {
+    return text;
+  }
+
+ private:
+  char *text = nullptr;
+};
+
+}  // namespace
+
+static bool hasProperty(const Connection &connection, const char *propertyName) {
+  if (ztObject_findProperty(connection.sender, propertyName) != nullptr) return true;
+  ztLc_log("%s - Error, class " ZT_CUT_NAME " has no property " ZT_CUT_NAME "\n", connection.function,
+           ztOOP_classNameOf(connection.sender), propertyName);
+  return false;
+}
+
+// The flag is set first: a host's `connect` may end the object.
+static int32_t connectChange(const Connection &connection, const char *signalName) {
+  auto *object = static_cast<ztObject *>(connection.sender);
+  if (ztObject_of(object)->addSignal(object->klass, object, changeOfAny, 1) == nullptr) {
+    return fail(connection, changeOfAny);
+  }
+  object->flags |= objectTellsChanges;
+  return connect(connection, signalName, 1);
+}
+
+int32_t ztObject_onChange(void *object, const char *propertyName, void *receiver, ztSlotFunction function) {
+  const Connection connection = {__func__, object, receiver, function};
+  if (!isComplete(connection, propertyName) || !hasProperty(connection, propertyName)) return 0;
+  const ChangeName name(propertyName);
+  return name.get() == nullptr ? fail(connection, propertyName) : connectChange(connection, name.get());
 }
 
 // Emitting ----------------------------------------------------------------------------------------

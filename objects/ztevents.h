@@ -40,6 +40,26 @@ ZT_BEGIN_C
 ZT_API int32_t ztObject_connect(void *sender, const char *signalName, void *receiver, ztSlotFunction function,
                                 uint32_t argumentCount);
 
+/**
+ * Connects the changes of one property to a function of the receiver. It is called with the new value after each
+ * setting of this property, by whatever function, and after the slots of "prop->signalname", which is emitted for all
+ * properties of the object. Otherwise as ztObject_connect().
+ *
+ * The changes are a signal of the object: "change->" and the name of the property. By that name it is disconnected
+ * and blocked: `ztObject_disconnect(gauge, "change->level", panel, function)`. The object gets the signal
+ * "prop->signalname", too, with one argument, if it has none. A property type of a host tells changes if its
+ * `setValue` calls that of a type of the library.
+ *
+ * @param object        a ztObject
+ * @param propertyName  a static or dynamic property of it
+ * @param receiver      a ztObject, which may be the object itself
+ * @param function      takes one argument: a double for a "ztFloat", else a word; for a "ztString" the ztString that
+ *                      was set
+ * @return 1; 0 with a line in the log when there is no such property, and as ztObject_connect()
+ */
+ZT_API int32_t ztObject_onChange(void *object, const char *propertyName, void *receiver,
+                                 ztSlotFunction function);
+
 /** How an argument is passed. */
 typedef enum ztArgumentKind {
   ZT_ARGUMENT_WORD,  /**< an integer or a pointer */

@@ -9,9 +9,10 @@ namespace ztcore {
 // The field `flags` of a ztObject. Its upper half is the number of the thread that made the object, or 0.
 // ztnode.hh has the flags of nodes.
 enum : uint32_t {
-  objectBeingDestroyed = 1,  // set when the destruction begins
-  firstNodeFlag = 2,         // the first flag of nodes, in the lower half
-  objectWatched = 1 << 15,   // pointers of a host watched it
+  objectBeingDestroyed = 1,      // set when the destruction begins
+  firstNodeFlag = 2,             // the first flag of nodes, in the lower half
+  objectTellsChanges = 1 << 14,  // somebody asked for the changes of one property
+  objectWatched = 1 << 15,       // pointers of a host watched it
 };
 
 // Nothing connects to an object that is being destroyed, because nobody would remove the connection.

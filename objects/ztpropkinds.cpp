@@ -1,10 +1,9 @@
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
 #include "io/ztstring.hh"
-#include "objects/ztdelivery.hh"
+#include "objects/ztchange.hh"
 #include "objects/ztobjbase.hh"
 #include "objects/ztproperty.h"
-#include "objects/ztwatch.hh"
 
 #include <string.h>
 
@@ -122,7 +121,7 @@ struct PlainOperations {
     } else if (property.valuePointer != nullptr) {
       memcpy(property.valuePointer, &value, sizeof value);
     }
-    if (emitter.isAlive()) notifyPropertyChange(owner, emitted(value));
+    if (emitter.isAlive()) notifyPropertyChange(owner, &property, emitter, emitted(value));
     return K::wordOf(value);
   }
 
@@ -178,7 +177,7 @@ struct StringOperations {
     } else if (property.valueSize != 0 && property.valuePointer != nullptr && source != nullptr) {
       if (!ztString_of(property.valuePointer)->assign(property.valuePointer, source)) ++thisThread.lostTexts;
     }
-    if (emitter.isAlive()) notifyPropertyChange(owner, EmittedValue(value));
+    if (emitter.isAlive()) notifyPropertyChange(owner, &property, emitter, EmittedValue(value));
     return value;
   }
 
