@@ -26,9 +26,7 @@ ztListItem *ztcore::findChild(const ztRoot *node, const ztRoot *child) {
 // The table of a node's children, if its keys are those of all children up to the last one that has a key.
 static ItemTable *tableWithKeys(const ztRoot *node) {
   ItemTable *table = isOwnList(node) ? tableOf(*listOf(node)) : nullptr;
-  const bool isCurrent =
-      table != nullptr && table->keys.owner == node && table->keys.removals == table->removals;
-  return isCurrent ? table : nullptr;
+  return table != nullptr && table->keys.removals == table->removals ? table : nullptr;
 }
 
 static bool hasOwnUids(const ElementKeys &keys) {
@@ -128,13 +126,11 @@ static ztListItem *findKeyed(const ztRoot *node, const ztRoot *given, int32_t ui
 ztListItem *ztcore::findChildWithUidOf(const ztRoot *node, const ztRoot *given) {
   const int32_t uid = uidOf(given);
   ztListItem *item = firstChild(node);
-  bool isPlain = true;  // no function of a host was called
   for (int32_t i = 0; i < itemsWithoutTable && item != nullptr; ++i) {
-    if (childOf(item) != nullptr && !hasOwnUid(childOf(item)->klass)) isPlain = false;
     if (hasUid(item, uid)) return item;
     item = item->next;
   }
-  return item != nullptr && isPlain ? findKeyed(node, given, uid, item) : walkToUid(item, uid);
+  return item == nullptr ? nullptr : findKeyed(node, given, uid, item);
 }
 
 void ztcore::forgetUid(const ztRoot *node, const ztRoot *child) {
