@@ -1,5 +1,6 @@
 #include "objects/ztchildren.hh"
 
+#include "core/ztthread.hh"
 #include "objects/ztnode.hh"
 
 using namespace ztcore;
@@ -10,15 +11,6 @@ static const ztList *listOf(const ztRoot *node) {
 
 static bool isOwnList(const ztRoot *node) {
   return node->children != nullptr && node->children->klass == ztRootPtrListClass_Instance();
-}
-
-static ztListItem *walkTo(ztListItem *item, const ztRoot *child) {
-  while (item != nullptr && item->data != child) item = item->next;
-  return item;
-}
-
-ztListItem *ztcore::findChild(const ztRoot *node, const ztRoot *child) {
-  return isOwnList(node) ? findItem(*listOf(node), child) : walkTo(firstChild(node), child);
 }
 
 // Identifiers -------------------------------------------------------------------------------------
@@ -133,14 +125,6 @@ ztListItem *ztcore::findChildWithUidOf(const ztRoot *node, const ztRoot *given) 
   return item == nullptr ? nullptr : findKeyed(node, given, uid, item);
 }
 
-void ztcore::forgetUid(const ztRoot *node, const ztRoot *child) {
-  ItemTable *table = tableWithKeys(node);
-  if (table == nullptr || child == nullptr) return;
-  ElementKeys &keys = table->keys;
-  if (keys.elements.find(uidKey(child->uid)) == child) keys.elements.remove(uidKey(child->uid));
-  ++keys.removals;
-}
-
 void ztcore::moveUid(ztRoot *node, int32_t old) {
   const ztRoot *holder = holderOf(node);
   ItemTable *table = holder == nullptr || old == node->uid ? nullptr : tableWithKeys(holder);
@@ -151,4 +135,48 @@ void ztcore::moveUid(ztRoot *node, int32_t old) {
   const bool isKnown = known == node;
   if (isKnown) keys.elements.remove(uidKey(old));
   if (!isKnown || !addKey(keys, node)) keys.clear();
+}
+
+// Removing ----------------------------------------------------------------------------------------
+
+// Called before a child's item is removed from the list of a node.
+static void forgetUid(const ztRoot *node, const ztRoot *child) {
+  ItemTable *table = tableWithKeys(node);
+  if (table == nullptr || child == nullptr) return;
+  ElementKeys &keys = table->keys;
+  if (keys.elements.find(uidKey(child->uid)) == child) keys.elements.remove(uidKey(child->uid));
+  ++keys.removals;
+}
+
+// A walk that releases nodes below a common node must notice that its way back is broken.
+static void leavePath(ztRoot *node) {
+  if (!(node->flags & nodeOnPath)) return;
+  node->flags &= ~uint32_t{nodeOnPath};
+  ++thisThread.brokenPaths;
+}
+
+void ztcore::removeChildItem(const ztRoot *node, ztListItem *item) {
+  if (item->data != nullptr) leavePath(childOf(item));
+  if (mayHaveTables()) forgetUid(node, childOf(item));
+  ztRootPtrList_of(node->children)->removeItem(node->children, item);
+}
+
+static ztListItem *findChild(const ztRoot *node, const ztRoot *child) {
+  ztListItem *item = firstChild(node);
+  for (int32_t i = 0; i < itemsWithoutTable && item != nullptr && item->data != child; ++i) item = item->next;
+  if (item == nullptr || item->data == child) return item;
+  return isOwnList(node) ? findItem(*listOf(node), child, item) : walkTo(item, child);
+}
+
+void ztcore::removeChild(const ztRoot *node, const ztRoot *child) {
+  ztListItem *item = findChild(node, child);
+  if (item != nullptr) removeChildItem(node, item);
+}
+
+void ztcore::takeOff(ztRoot *node) {
+  const ztRoot *holder = holderOf(node);
+  leavePath(node);
+  forgetHolder(node);
+  node->parent = nullptr;
+  if (holder != nullptr) removeChild(holder, node);
 }
