@@ -104,11 +104,6 @@ bool ItemTable::cover(ztListItem *item) {
   return true;
 }
 
-static ztListItem *walkTo(ztListItem *item, const void *element) {
-  while (item != nullptr && item->data != element) item = item->next;
-  return item;
-}
-
 // NULL also when the table does not tell.
 static ztListItem *findCovered(ItemTable *table, const ztList &list, const void *element) {
   void *known = table->find(element);
@@ -120,15 +115,10 @@ static ztListItem *findCovered(ItemTable *table, const ztList &list, const void 
   return nullptr;
 }
 
-ztListItem *ztcore::findItem(const ztList &list, const void *element) {
-  ztListItem *item = list.head;
-  for (int32_t i = 0; i < itemsWithoutTable && item != nullptr && item->data != element; ++i)
-    item = item->next;
-  if (item == nullptr || item->data == element || element == nullptr) return walkTo(item, element);
-  ItemTable *table = makeTable(list);
+ztListItem *ztcore::findItem(const ztList &list, const void *element, ztListItem *further) {
+  ItemTable *table = element == nullptr ? nullptr : makeTable(list);
   ztListItem *found = table == nullptr ? nullptr : findCovered(table, list, element);
-  if (found != nullptr && found->data == element) return found;
-  return walkTo(item, element);
+  return found != nullptr && found->data == element ? found : walkTo(further, element);
 }
 
 // Changes of lists --------------------------------------------------------------------------------

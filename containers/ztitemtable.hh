@@ -51,11 +51,16 @@ struct ItemTable {
 // The value for a key that several covered items have.
 extern ztListItem severalTimes;
 
-// A search walks over so many items before it uses a table.
+// A search should walk over so many items before it uses a table.
 constexpr int32_t itemsWithoutTable = 16;
 
 // The class of the lists that have tables; NULL while there is none.
 extern const ztClass *listsWithTables;
+
+// Whether there is any table.
+inline bool mayHaveTables() {
+  return __atomic_load_n(&listsWithTables, __ATOMIC_RELAXED) != nullptr;
+}
 
 inline bool mayHaveTable(const ztList &list) {
   return list.klass == __atomic_load_n(&listsWithTables, __ATOMIC_RELAXED);
@@ -71,26 +76,19 @@ ItemTable *tableOf(const ztList &list);
 ItemTable *makeTable(const ztList &list);
 void dropTable(const ztList &list);
 
-// The first item with an element, or NULL. The list may get a table.
-ztListItem *findItem(const ztList &list, const void *element);
+// The first item with an element from an item on.
+inline ztListItem *walkTo(ztListItem *item, const void *element) {
+  while (item != nullptr && item->data != element) item = item->next;
+  return item;
+}
 
-// The out-of-line parts of the functions below.
+// The first item with an element, or NULL, where no item before `further` has it. The list may get a table.
+ztListItem *findItem(const ztList &list, const void *element, ztListItem *further);
+
+// The functions of ztList call these when the list is consistent again, if it may have a table: an item was added at
+// the back, or was removed and is not yet released. For any other change they drop the table.
 void extendTable(const ztList &list);
 void shortenTable(const ztList &list, const ztListItem *removed);
-
-// Called by the functions of ztList, when the list is consistent again: an item was added at the back, was removed
-// and not yet released, was inserted elsewhere, or the list has no items any more.
-inline void noteAppended(const ztList &list) {
-  if (mayHaveTable(list)) extendTable(list);
-}
-
-inline void noteTakenOut(const ztList &list, const ztListItem *item) {
-  if (mayHaveTable(list)) shortenTable(list, item);
-}
-
-inline void noteRearranged(const ztList &list) {
-  if (mayHaveTable(list)) dropTable(list);
-}
 
 }  // namespace ztcore
 

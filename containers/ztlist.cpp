@@ -43,7 +43,7 @@ static bool deletePlainItem(ztList &list, ztListItem *item) {
 }
 
 static void clearItems(ztList *list) {
-  noteRearranged(*list);
+  if (mayHaveTable(*list)) dropTable(*list);
   list->head = nullptr;
   list->tail = nullptr;
   list->count = 0;
@@ -53,6 +53,29 @@ static bool hasItem(const ztList *list, const ztListItem *wanted) {
   const ztListItem *item = list->head;
   while (item != nullptr && item != wanted) item = item->next;
   return item != nullptr;
+}
+
+// Noting changes ----------------------------------------------------------------------------------
+//
+// In the records of calls and in a table of the items. Most changes need no note, and cost a comparison.
+
+static bool isNoticed(const ztList &list) {
+  return usesUnderWay() != nullptr || mayHaveTable(list);
+}
+
+[[gnu::cold]] static void noteAppended(const ztList &list) {
+  if (mayHaveTable(list)) extendTable(list);
+  noteAdded(&list);
+}
+
+[[gnu::cold]] static void noteInserted(const ztList &list) {
+  if (mayHaveTable(list)) dropTable(list);
+  noteAdded(&list);
+}
+
+[[gnu::cold]] static void noteTakenOut(const ztList &list, const ztListItem *item) {
+  if (mayHaveTable(list)) shortenTable(list, item);
+  noteRemoved(&list);
 }
 
 // Adding ------------------------------------------------------------------------------------------
@@ -66,8 +89,7 @@ static ztListItem *listPushBack(ztList &list, const void *element) {
   if (item->prev != nullptr) item->prev->next = item;
   if (list.head == nullptr) list.head = item;
   ++list.count;
-  noteAppended(list);
-  noteAdded(&list);
+  if (isNoticed(list)) noteAppended(list);
   return item;
 }
 
@@ -80,8 +102,7 @@ static ztListItem *listPushFront(ztList &list, const void *element) {
   if (item->next != nullptr) item->next->prev = item;
   if (list.tail == nullptr) list.tail = item;
   ++list.count;
-  noteRearranged(list);
-  noteAdded(&list);
+  if (isNoticed(list)) noteInserted(list);
   return item;
 }
 
@@ -100,8 +121,7 @@ static ztListItem *insertAt(ztList *list, ztListItem *item, bool behind, const v
   ++list->count;
   (added->prev != nullptr ? added->prev->next : list->head) = added;
   (added->next != nullptr ? added->next->prev : list->tail) = added;
-  noteRearranged(*list);
-  noteAdded(list);
+  if (isNoticed(*list)) noteInserted(*list);
   return added;
 }
 
@@ -132,8 +152,7 @@ static ztListItem *detachHead(ztList &list) {
     list.tail = nullptr;
   }
   --list.count;
-  noteTakenOut(list, item);
-  noteRemoved(&list);
+  if (isNoticed(list)) noteTakenOut(list, item);
   return item;
 }
 
@@ -148,8 +167,7 @@ static ztListItem *detachTail(ztList &list) {
     list.head = nullptr;
   }
   --list.count;
-  noteTakenOut(list, item);
-  noteRemoved(&list);
+  if (isNoticed(list)) noteTakenOut(list, item);
   return item;
 }
 
@@ -183,8 +201,7 @@ static ztListItem *removeBetween(ztList *list, ztListItem *item) {
   before->next = after;
   after->prev = before;
   --list->count;
-  noteTakenOut(*list, item);
-  noteRemoved(list);
+  if (isNoticed(*list)) noteTakenOut(*list, item);
   if (deletePlainItem(*list, item)) return before;
   const ContainerUse use(list);
   deleteItem(list, item);
@@ -287,7 +304,7 @@ static void *listClone(const void *object, void *target) {
 }
 
 static void listDestroy(ztList &list) {
-  noteRearranged(list);  // a host's `empty` may not do it
+  if (mayHaveTable(list)) dropTable(list);  // a host's `empty` may not do it
   ztSequenceContainer_table()->destroy(&list);
   ztList_of(&list)->empty(&list);
 }

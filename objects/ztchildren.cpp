@@ -1,5 +1,6 @@
 #include "objects/ztchildren.hh"
 
+#include "core/ztthread.hh"
 #include "objects/ztnode.hh"
 
 using namespace ztcore;
@@ -12,23 +13,12 @@ static bool isOwnList(const ztRoot *node) {
   return node->children != nullptr && node->children->klass == ztRootPtrListClass_Instance();
 }
 
-static ztListItem *walkTo(ztListItem *item, const ztRoot *child) {
-  while (item != nullptr && item->data != child) item = item->next;
-  return item;
-}
-
-ztListItem *ztcore::findChild(const ztRoot *node, const ztRoot *child) {
-  return isOwnList(node) ? findItem(*listOf(node), child) : walkTo(firstChild(node), child);
-}
-
 // Identifiers -------------------------------------------------------------------------------------
 
 // The table of a node's children, if its keys are those of all children up to the last one that has a key.
 static ItemTable *tableWithKeys(const ztRoot *node) {
   ItemTable *table = isOwnList(node) ? tableOf(*listOf(node)) : nullptr;
-  const bool isCurrent =
-      table != nullptr && table->keys.owner == node && table->keys.removals == table->removals;
-  return isCurrent ? table : nullptr;
+  return table != nullptr && table->keys.removals == table->removals ? table : nullptr;
 }
 
 static bool hasOwnUids(const ElementKeys &keys) {
@@ -128,21 +118,11 @@ static ztListItem *findKeyed(const ztRoot *node, const ztRoot *given, int32_t ui
 ztListItem *ztcore::findChildWithUidOf(const ztRoot *node, const ztRoot *given) {
   const int32_t uid = uidOf(given);
   ztListItem *item = firstChild(node);
-  bool isPlain = true;  // no function of a host was called
   for (int32_t i = 0; i < itemsWithoutTable && item != nullptr; ++i) {
-    if (childOf(item) != nullptr && !hasOwnUid(childOf(item)->klass)) isPlain = false;
     if (hasUid(item, uid)) return item;
     item = item->next;
   }
-  return item != nullptr && isPlain ? findKeyed(node, given, uid, item) : walkToUid(item, uid);
-}
-
-void ztcore::forgetUid(const ztRoot *node, const ztRoot *child) {
-  ItemTable *table = tableWithKeys(node);
-  if (table == nullptr || child == nullptr) return;
-  ElementKeys &keys = table->keys;
-  if (keys.elements.find(uidKey(child->uid)) == child) keys.elements.remove(uidKey(child->uid));
-  ++keys.removals;
+  return item == nullptr ? nullptr : findKeyed(node, given, uid, item);
 }
 
 void ztcore::moveUid(ztRoot *node, int32_t old) {
@@ -155,4 +135,48 @@ void ztcore::moveUid(ztRoot *node, int32_t old) {
   const bool isKnown = known == node;
   if (isKnown) keys.elements.remove(uidKey(old));
   if (!isKnown || !addKey(keys, node)) keys.clear();
+}
+
+// Removing ----------------------------------------------------------------------------------------
+
+// Called before a child's item is removed from the list of a node.
+static void forgetUid(const ztRoot *node, const ztRoot *child) {
+  ItemTable *table = tableWithKeys(node);
+  if (table == nullptr || child == nullptr) return;
+  ElementKeys &keys = table->keys;
+  if (keys.elements.find(uidKey(child->uid)) == child) keys.elements.remove(uidKey(child->uid));
+  ++keys.removals;
+}
+
+// A walk that releases nodes below a common node must notice that its way back is broken.
+static void leavePath(ztRoot *node) {
+  if (!(node->flags & nodeOnPath)) return;
+  node->flags &= ~uint32_t{nodeOnPath};
+  ++thisThread.brokenPaths;
+}
+
+void ztcore::removeChildItem(const ztRoot *node, ztListItem *item) {
+  if (item->data != nullptr) leavePath(childOf(item));
+  if (mayHaveTables()) forgetUid(node, childOf(item));
+  ztRootPtrList_of(node->children)->removeItem(node->children, item);
+}
+
+static ztListItem *findChild(const ztRoot *node, const ztRoot *child) {
+  ztListItem *item = firstChild(node);
+  for (int32_t i = 0; i < itemsWithoutTable && item != nullptr && item->data != child; ++i) item = item->next;
+  if (item == nullptr || item->data == child) return item;
+  return isOwnList(node) ? findItem(*listOf(node), child, item) : walkTo(item, child);
+}
+
+void ztcore::removeChild(const ztRoot *node, const ztRoot *child) {
+  ztListItem *item = findChild(node, child);
+  if (item != nullptr) removeChildItem(node, item);
+}
+
+void ztcore::takeOff(ztRoot *node) {
+  const ztRoot *holder = holderOf(node);
+  leavePath(node);
+  forgetHolder(node);
+  node->parent = nullptr;
+  if (holder != nullptr) removeChild(holder, node);
 }

@@ -1,4 +1,4 @@
-// Finding the item of a child in its parent's list, and the first child with an identifier. Long lists have tables for
+// Finding children in the list of a node, by node and by identifier, and removing them. Long lists have tables for
 // both; see containers/ztitemtable.hh.
 //
 // An identifier belongs to the class: where a child's class has its own `getUid`, `setUid` or `generateUid`, all
@@ -12,21 +12,23 @@
 
 namespace ztcore {
 
-// The first item of a child, which may be NULL. NULL when there is none.
-ztListItem *findChild(const ztRoot *node, const ztRoot *child);
-
 // The item of the first child whose identifier is that of the given node; NULL when there is none.
 ztListItem *findChildWithUidOf(const ztRoot *node, const ztRoot *given);
 
-// Called before a child's item is removed from the list of a node.
-void forgetUid(const ztRoot *node, const ztRoot *child);
+// Removes a child's item from the list of a node; the node stays its holder.
+void removeChildItem(const ztRoot *node, ztListItem *item);
+// The same for the first item of that child, which may be NULL.
+void removeChild(const ztRoot *node, const ztRoot *child);
+
+// Removes a node from the list that it is on, without a signal.
+void takeOff(ztRoot *node);
 
 // The out-of-line part of the function below.
 void moveUid(ztRoot *node, int32_t old);
 
 // Called when the identifier of a node has changed.
 inline void noteUid(ztRoot *node, int32_t old) {
-  if (__atomic_load_n(&listsWithTables, __ATOMIC_RELAXED) != nullptr) moveUid(node, old);
+  if (mayHaveTables()) moveUid(node, old);
 }
 
 }  // namespace ztcore

@@ -2,8 +2,6 @@
 
 #include "core/ztlock.hh"
 #include "core/ztpointermap.hh"
-#include "core/ztthread.hh"
-#include "objects/ztchildren.hh"
 
 using namespace ztcore;
 
@@ -37,30 +35,4 @@ void ztcore::forgetHolder(ztRoot *node) {
     holders.remove(keyOf(node));
   }
   node->flags &= ~(nodeHeld | nodeBeingDeleted);
-}
-
-// A walk that releases nodes below a common node must notice that its way back is broken.
-static void leavePath(ztRoot *node) {
-  if (!(node->flags & nodeOnPath)) return;
-  node->flags &= ~uint32_t{nodeOnPath};
-  ++thisThread.brokenPaths;
-}
-
-void ztcore::removeChildItem(const ztRoot *node, ztListItem *item) {
-  if (item->data != nullptr) leavePath(childOf(item));
-  forgetUid(node, childOf(item));
-  ztRootPtrList_of(node->children)->removeItem(node->children, item);
-}
-
-void ztcore::removeChild(const ztRoot *node, const ztRoot *child) {
-  ztListItem *item = findChild(node, child);
-  if (item != nullptr) removeChildItem(node, item);
-}
-
-void ztcore::takeOff(ztRoot *node) {
-  const ztRoot *holder = holderOf(node);
-  leavePath(node);
-  forgetHolder(node);
-  node->parent = nullptr;
-  if (holder != nullptr) removeChild(holder, node);
 }

@@ -1,4 +1,4 @@
-// Nodes and their holders: the flags of nodes, their lists of children, and which list a node is on.
+// Nodes and their holders: the flags of nodes, and which list of children a node is on.
 #ifndef ZT_OBJECTS_ZTNODE_HH
 #define ZT_OBJECTS_ZTNODE_HH
 
@@ -34,16 +34,8 @@ ztRoot *holderOf(const ztRoot *node);
 bool rememberHolder(ztRoot *node, ztRoot *holder);
 void forgetHolder(ztRoot *node);
 
-// Removes a child's item from the list of a node; the node stays its holder.
-void removeChildItem(const ztRoot *node, ztListItem *item);
-// The same for the first item of that child, which may be NULL.
-void removeChild(const ztRoot *node, const ztRoot *child);
-
 // Whether objects of a class store and return their identifiers by the library's methods.
 bool hasOwnUid(const ztClass *klass);
-
-// Removes a node from the list that it is on, without a signal.
-void takeOff(ztRoot *node);
 
 }  // namespace ztcore
 

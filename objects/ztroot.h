@@ -9,6 +9,10 @@
  * its maker releases while it is attached is destroyed at once and removed from its parent's list. A node is on
  * one list of children at a time, and never below itself.
  *
+ * Children are found without a walk where there are many. What a host writes to the field `uid` of a child, or to
+ * the `data` of an item, counts. But if it thereby gives an earlier child or item what a later one has, the later
+ * one may be taken for the first.
+ *
  * A node emits the signals "childAdded" and "childDeleted", whose first argument is the child. A slot may do
  * anything to the nodes, such as release either of them.
  *
@@ -35,7 +39,7 @@ ZT_DECLARE_CLASS(ztRootPtrList)
   ztObject_FIELDS                                                                           \
   ztRootPtrList *children; /* in the order of insertion; the list is owned */               \
   char name[80];           /* cut to 79 characters, zero behind the text */                 \
-  int32_t uid;             /* the identifier; may be the same in several nodes */           \
+  int32_t uid;             /* the identifier, set by setUid; may be the same in several */  \
   int32_t parentUid;       /* of the parent; -1 before the first parent, 0 once detached */ \
   struct ztRoot *parent;   /* NULL for a node without parent; not owned */                  \
   void *reservedWord;      /* NULL */

@@ -2,6 +2,7 @@
 
 #include "core/ztstack.hh"
 #include "core/ztthread.hh"
+#include "objects/ztchildren.hh"
 #include "objects/ztnode.hh"
 #include "objects/zttree.hh"
 #include "objects/zttreecopy.hh"

@@ -28,9 +28,6 @@ KNOWN = {
     "slots that release their receivers",
     "functions of one receiver, connected",
     "signals of one sender, receivers released",
-    "deleteChild, the last first",
-    "setParent, the last first",
-    "children released, the last first",
     "nested releases",
 }
 

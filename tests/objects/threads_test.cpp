@@ -1,4 +1,5 @@
 // Threads that use different objects at the same time.
+#include "objects/ztroot.h"
 #include "tests/helpers/host_process.hh"
 #include "tests/helpers/scale.hh"
 #include "tests/objects/listeners.hh"
@@ -107,6 +108,28 @@ TEST(Threads, MayConnectEmitAndEndDifferentObjects) {
       EXPECT_EQ(ztObject_emit(sender, "changed", 1), 0);
     }
     EXPECT_EQ(taken, 6 * rounds);
+  });
+}
+
+TEST(Threads, MayDeleteChildrenOfDifferentNodesThatHaveMany) {
+  inThreads([](int) {
+    for (int i = 0; i < scale(200); ++i) {
+      void *parent = ztRoot_ctor(nullptr, 1);
+      std::vector<void *> children(40);
+      for (size_t uid = 0; uid < children.size(); ++uid) {
+        children[uid] = ztRoot_ctor(nullptr, 1);
+        ztRoot_of(children[uid])->setUid(children[uid], static_cast<int32_t>(uid));
+        ztRoot_of(parent)->addChild(parent, children[uid]);
+      }
+      while (children.size() > 20) {
+        ztRoot_of(parent)->deleteChild(parent, children.back());
+        EXPECT_EQ(ztRoot_of(children.back())->getParent(children.back()), nullptr);
+        release(children.back());
+        children.pop_back();
+      }
+      EXPECT_EQ(ztRoot_of(parent)->getChildCount(parent), 20);
+      release(parent);
+    }
   });
 }
 
