@@ -86,10 +86,12 @@ static Bound boundOf(const char *list) {
   return bound;
 }
 
-// Appends to the texts, without a zero.
+// Appends to the texts, without a zero. Headers in the style of this library have "ztClass * klass" in macros.
 static void append(Lists *lists, const TextPart &part) {
-  if (part.length > 0) memcpy(lists->texts, part.begin, part.length);
-  lists->texts += part.length;
+  for (size_t i = 0; i < part.length; ++i) {
+    const bool isAfterStar = i > 1 && part.begin[i - 1] == '*' && part.begin[i - 2] == ' ';
+    if (part.begin[i] != ' ' || !isAfterStar) *lists->texts++ = part.begin[i];
+  }
 }
 
 static const char *addText(Lists *lists, const TextPart &part) {

@@ -47,7 +47,7 @@ typedef struct ztFieldInfo {
 /** One slot of a class-function table. */
 typedef struct ztFunctionInfo {
   const char *name;        /**< "classRead" */
-  const char *declaration; /**< "void *(*classRead)(const void *ignored, void *file)" */
+  const char *declaration; /**< "ztOwned *(*classRead)(const void *ignored, ztBorrowed *file)" */
   int32_t slot;            /**< its number in the table */
 } ztFunctionInfo;
 

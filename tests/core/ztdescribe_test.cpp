@@ -170,7 +170,7 @@ TEST(ClassInfo, HasEachFieldAndMethodWhereTheCompilerHasIt) {
 TEST(ClassInfo, HasTheDeclarationsOfTheHeaders) {
   const Info info = describe(ztObjectClass_Instance());
   EXPECT_STREQ(methodOf(info, "getRefCount")->declaration, "int32_t (*getRefCount)(const void *object)");
-  EXPECT_STREQ(methodOf(info, "initProperties")->declaration, "int32_t (*initProperties)(ztClass * klass)");
+  EXPECT_STREQ(methodOf(info, "initProperties")->declaration, "int32_t (*initProperties)(ztClass *klass)");
   EXPECT_EQ(methodOf(info, "staticProperties")->state, ztMethodData);
   EXPECT_EQ(methodOf(info, "reserved")->state, ztMethodEmpty);
   EXPECT_STREQ(fieldOf(info, "flags")->type, "uint32_t");
@@ -182,7 +182,8 @@ TEST(ClassInfo, ListsTheClassFunctions) {
   const Info root = describe(ztBaseClassClass_Instance());
   EXPECT_STREQ(root->functions[0].name, "newop");
   EXPECT_STREQ(root->functions[9].name, "classDestroy");
-  EXPECT_STREQ(root->functions[10].declaration, "void *(*classRead)(const void *ignored, void *file)");
+  EXPECT_STREQ(root->functions[10].declaration,
+               "ztOwned *(*classRead)(const void *ignored, ztBorrowed *file)");
   EXPECT_EQ(root->functions[11].slot, 11);
 }
 

@@ -343,8 +343,8 @@ INSTANTIATE_TEST_SUITE_P(, ManyChildrenOfAModel,
                                          Habits{"partly asked", 10, 2, 3, AskedNode_ctor},
                                          Habits{"partly writing", 10, 10, 3, WritingNode_ctor},
                                          Habits{"mostly asked", 50, 10, 80, AskedNode_ctor}),
-                         [](const testing::TestParamInfo<Habits> &info) {
-                           std::string name = info.param.name;
+                         [](const testing::TestParamInfo<Habits> &tested) {
+                           std::string name = tested.param.name;
                            std::replace(name.begin(), name.end(), ' ', '_');
                            return name;
                          });
