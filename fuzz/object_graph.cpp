@@ -633,6 +633,146 @@ void enumerate() {
       nullptr);
 }
 
+// The functions that check -------------------------------------------------------------------------
+
+// Of no class that has properties.
+void *otherObject;
+
+void *anyArgument() {
+  const uint32_t choice = input->below(16);
+  return choice == 0 ? nullptr : choice == 1 ? otherObject : anyObject();
+}
+
+const char *anyPropertyName() {
+  static std::string text;
+  const uint32_t choice = input->below(20);
+  if (choice == 0) return nullptr;
+  if (choice == 1) return (text = input->text(200)).c_str();
+  return properties[input->below(std::size(properties))].name;
+}
+
+const char *anyText() {
+  static const char *const texts[] = {"", "text", "a text that is a good deal longer than the others are",
+                                      nullptr};
+  return texts[input->below(4)];
+}
+
+// Gives back what it was given, in the kind of the property, or nothing.
+template <typename Value>
+void setAndGet(int32_t (*set)(void *, const char *, Value), int32_t (*get)(void *, const char *, Value *),
+               Value value) {
+  void *object = anyArgument();
+  const char *name = anyPropertyName();
+  const bool hasGone = !set(object, name, value) || !lives(object);
+  Value read{};
+  if (hasGone || !get(object, name, &read)) return;
+  // A getter of the library's counts for itself, and slots may have set another value.
+  ZT_REQUIRE(ztObject_findProperty(object, name) != nullptr);
+}
+
+void setChecked() {
+  const uint32_t kind = input->below(6);
+  if (kind == 0) setAndGet(ztObject_setInt, ztObject_getInt, input->count());
+  if (kind == 1) setAndGet(ztObject_setBool, ztObject_getBool, input->count());
+  if (kind == 2) setAndGet(ztObject_setChar, ztObject_getChar, static_cast<signed char>(input->byte()));
+  if (kind == 3) setAndGet(ztObject_setFloat, ztObject_getFloat, input->number<double>());
+  if (kind == 4) setAndGet<void *>(ztObject_setPointer, ztObject_getPointer, input);
+  if (kind == 5) setAndGet<const char *>(ztObject_setText, ztObject_getText, anyText());
+}
+
+void addChecked() {
+  void *object = anyArgument();
+  const char *name = anyPropertyName();
+  const bool isThere = ztObject_findProperty(object, name) != nullptr;
+  const uint32_t kind = input->below(7);
+  int32_t done = 0;
+  if (kind == 0) done = ztObject_addInt(object, name, input->count());
+  if (kind == 1) done = ztObject_addBool(object, name, 1);
+  if (kind == 2) done = ztObject_addChar(object, name, 'c');
+  if (kind == 3) done = ztObject_addFloat(object, name, 0.5);
+  if (kind == 4) done = ztObject_addText(object, name, anyText());
+  if (kind == 5) done = ztObject_addCharPtr(object, name, anyText());
+  if (kind == 6) done = ztObject_addPointer(object, name, input);
+  ZT_REQUIRE(!done || !isThere);
+  ZT_REQUIRE((ztObject_findProperty(object, name) != nullptr) == (done || isThere));
+}
+
+void connectChecked() {
+  void *sender = anyArgument();
+  void *receiver = anyArgument();
+  const auto slot = static_cast<int>(input->below(slotCount));
+  if (input->flag()) {
+    ztObject_onChange(sender, anyPropertyName(), receiver, functionOf(slot));
+    return;
+  }
+  const char *signal = anySignal();
+  if (ztObject_connect(sender, signal, receiver, functionOf(slot), input->below(6))) {
+    ZT_REQUIRE(isConnected(sender, signal, receiver, slot) == 1);
+  }
+}
+
+void emitChecked() {
+  ztArgument arguments[5] = {};
+  const uint32_t count = input->below(6);
+  for (uint32_t i = 0; i < count && i < std::size(arguments); ++i) {
+    arguments[i].kind = static_cast<int32_t>(input->below(40));
+    arguments[i].kind %= arguments[i].kind == 39 ? 39 : 2;
+    arguments[i].value.word = input->count();
+  }
+  if (count <= std::size(arguments))
+    ztObject_emitArgs(anyArgument(), signalNames[input->below(3)], arguments, count);
+}
+
+// Pointers that watch, and what each watches.
+void *watching[6];
+void *watched[6];
+
+void watch() {
+  const uint32_t index = input->below(6);
+  void *object = anyArgument();
+  void *const before = watching[index];
+  if (ztObject_watch(object, &watching[index])) {
+    ZT_REQUIRE(lives(object) && watching[index] == object);
+    watched[index] = object;
+  } else {
+    ZT_REQUIRE(watching[index] == before);
+  }
+}
+
+void unwatch() {
+  const uint32_t index = input->below(6);
+  void *object = input->flag() ? watched[index] : anyArgument();
+  const bool isWatched = watching[index] != nullptr && watching[index] == object;
+  ZT_REQUIRE(ztObject_unwatch(object, &watching[index]) == isWatched);
+  if (isWatched) watching[index] = watched[index] = nullptr;
+}
+
+void endWatches() {
+  for (size_t index = 0; index < std::size(watching); ++index) {
+    ztObject_unwatch(watched[index], &watching[index]);
+    watching[index] = watched[index] = nullptr;
+  }
+}
+
+void declareSignal() {
+  static ztClass *const classes[] = {FuzzNodeClass_Instance(), FuzzTagClass_Instance(), nullptr};
+  const std::string text = input->text(40);
+  // A declaration would be kept. This is none, whatever the text: its brackets cannot be balanced.
+  ZT_REQUIRE(!ztOOP_declareSignal(classes[input->below(3)], (text + "(" + text).c_str()));
+}
+
+void setLink() {
+  ztLink link;
+  ztLink_ctor(&link, 1);
+  void *node = anyArgument();
+  if (ztLink_set(&link, node) && node != nullptr) {
+    ZT_REQUIRE(link.target == node && link.targetId == ztRoot_of(node)->getUid(node));
+  } else {
+    ZT_REQUIRE(link.target == nullptr && link.targetId == -1);
+  }
+  ztLink_of(&link)->destroy(&link);
+}
+
 // One step ----------------------------------------------------------------------------------------
 
 void step() {
@@ -641,7 +781,8 @@ void step() {
       make, make, end, copy, assign, connect, connect, connect, disconnect, block, emit, emit, emit,
       printConnections, setProperty, setProperty, setByHandle, addChild, addChild, setParent, deleteChild,
       deleteAllChild, changeNode, storeAndLoad, resolve, insertAttribute, changeAttribute, copyAttribute, useCopy,
-      releaseAttribute, enumerate};
+      releaseAttribute, enumerate, setChecked, setChecked, addChecked, connectChecked, emitChecked, watch, watch, unwatch,
+      declareSignal, setLink};
   // clang-format on
   Emission *const outer = emission;
   emission = nullptr;
@@ -656,6 +797,14 @@ int timesListed(const ztRoot *node, const void *child) {
   const ztListItem *item = node->children == nullptr ? nullptr : node->children->head;
   for (; item != nullptr; item = item->next) times += item->data == child;
   return times;
+}
+
+// A pointer that watches holds an object that lives, or one whose own part of the end has not begun.
+void checkWatches() {
+  for (void *object : watching) {
+    ZT_REQUIRE(object == nullptr || lives(object) ||
+               std::find(dying.begin(), dying.end(), object) != dying.end());
+  }
 }
 
 void checkTrees() {
@@ -681,11 +830,13 @@ void releaseAttributes() {
 void releaseAll() {
   emission = nullptr;
   releaseAttributes();
+  endWatches();
   // Steps taken in the end may make objects anew, until the input is used up.
   while (!living.empty()) {
     unRef(living.back());
     releaseAttributes();
   }
+  endWatches();
 }
 
 }  // namespace
@@ -694,6 +845,8 @@ int LLVMFuzzerInitialize(int *, char ***) {
   static const MemoryFile file;
   storage = &file;
   ztLc_closeLogFile();
+  // Most of what is tried is refused with a line in the log.
+  if (freopen("/dev/null", "w", stdout) == nullptr) abort();
   const ztCtor constructors[] = {ztIntPropertyType_ctor,     ztCharPropertyType_ctor,
                                  ztCharPtrPropertyType_ctor, ztBoolPropertyType_ctor,
                                  ztFloatPropertyType_ctor,   ztVoidPtrPropertyType_ctor,
@@ -702,6 +855,7 @@ int LLVMFuzzerInitialize(int *, char ***) {
     const Owned type(constructor);
     ztProperty_functions()->registerNewType(nullptr, ztOOP_classNameOf(type));
   }
+  otherObject = ztString_ctor(nullptr, 1);
   static Input nothing(nullptr, 0);
   input = &nothing;
   // What is made once and kept.
@@ -720,6 +874,7 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   while (!input->isEmpty()) {
     step();
     checkTrees();
+    checkWatches();
   }
   releaseAll();
   input = nullptr;

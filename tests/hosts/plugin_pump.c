@@ -44,6 +44,7 @@ static int32_t valveLevel(const void *valve) {
 }
 
 static int32_t valveProperties(ztClass *klass) {
+  ztOOP_declareSignal(klass, "opened(double degree)");
   return ztObject_table()->addProperty(klass, "level", "ztInt", (ztGetter){.getInt = valveLevel},
                                        (ztSetter){NULL}, NULL, NULL);
 }

@@ -22,3 +22,23 @@ TEST(TreesInAProcess, AreCopiedAndLoadedOnASystemWithoutRandomBytes) {
   HostProcess host;
   EXPECT_EQ(host.run("without_randomness"), 0) << host.output();
 }
+
+TEST(SafeHandsInAProcess, AnswerAndLogEachSlipOnce) {
+  HostProcess host;
+  EXPECT_EQ(host.run("safe_hands", {"all"}), 0) << host.output();
+  EXPECT_EQ(host.output(), loading + banner +
+                               "ztObject_setInt - Error, class 'Meter' has no property 'levl'\n"
+                               "ztObject_setFloat - Error, property 'level' of class 'Meter' is a 'ztInt'\n"
+                               "ztObject::connect - Warning, class 'Meter' declares no signal 'mesured'\n" +
+                               ending);
+}
+
+TEST(SafeHandsInAProcess, KeepDeclarationsLikeStaticProperties) {
+  HostProcess host;
+  EXPECT_EQ(host.run("safe_hands", {"restart"}), 0) << host.output();
+  const std::string output = host.output();
+  for (const char *signal : {"before", "after", "again"}) {
+    EXPECT_NE(output.find("declares no signal '" + std::string(signal) + "'\n"), std::string::npos) << signal;
+  }
+  EXPECT_EQ(output.find("'between'"), std::string::npos) << output;
+}
