@@ -325,7 +325,7 @@ TEST_P(ManyChildrenOfAModel, AreTheSameAfterEachOperation) {
   for (uint32_t seed = 0; seed < 5; ++seed) {
     TwoParents parents(GetParam(), seed);
     size_t most = 0;
-    for (int i = 0; i < scale(2000); ++i) {
+    for (int i = 0; i < scale(1000); ++i) {
       parents.act();
       parents.check();
       if (HasFatalFailure()) FAIL() << "at operation " << i << " of seed " << seed;
@@ -343,8 +343,8 @@ INSTANTIATE_TEST_SUITE_P(, ManyChildrenOfAModel,
                                          Habits{"partly asked", 10, 2, 3, AskedNode_ctor},
                                          Habits{"partly writing", 10, 10, 3, WritingNode_ctor},
                                          Habits{"mostly asked", 50, 10, 80, AskedNode_ctor}),
-                         [](const testing::TestParamInfo<Habits> &tested) {
-                           std::string name = tested.param.name;
+                         [](const testing::TestParamInfo<Habits> &one) {
+                           std::string name = one.param.name;
                            std::replace(name.begin(), name.end(), ' ', '_');
                            return name;
                          });
