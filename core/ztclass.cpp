@@ -82,7 +82,7 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
 }
 
 // Short for the most common case, an object of its own block.
-void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
+[[gnu::noinline]] void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
   if (object != nullptr) return constructIn(description, object, create);
   void *made = ztm_alloc(description->instanceSize);
   if (made == nullptr) return nullptr;
@@ -103,7 +103,7 @@ static void fillDescriptor(const ztClassDescription *description) {
   description->fillFunctions(functions);
 }
 
-void ztOOP_initTable(const ztClassDescription *description, void *object) {
+[[gnu::noinline]] void ztOOP_initTable(const ztClassDescription *description, void *object) {
   if (object == nullptr) return;
   const Locked locked(engineLock, Locked::hostsCode);
   ztClass *klass = description->klass;
@@ -130,29 +130,29 @@ void ztOOP_initTable(const ztClassDescription *description, void *object) {
   description->state->filling = 0;
 }
 
-uint32_t ztOOP_versionOf(const void *object) {
+[[gnu::noinline]] uint32_t ztOOP_versionOf(const void *object) {
   return object == nullptr ? 0 : ztOOP_classOf(object)->version;
 }
 
-const char *ztOOP_classNameOf(const void *object) {
+[[gnu::noinline]] const char *ztOOP_classNameOf(const void *object) {
   return object == nullptr ? nullptr : ztOOP_classOf(object)->name;
 }
 
-void *ztOOP_allocatorOf(const void *object) {
+[[gnu::noinline]] void *ztOOP_allocatorOf(const void *object) {
   return object == nullptr ? nullptr : functionsOf(ztOOP_classOf(object))->allocator;
 }
 
-int32_t ztOOP_isClass(const void *object, const char *name) {
+[[gnu::noinline]] int32_t ztOOP_isClass(const void *object, const char *name) {
   if (object == nullptr || name == nullptr) return 0;
   const char *own = ztOOP_classOf(object)->name;
   return own != nullptr && strcmp(own, name) == 0;
 }
 
-int32_t ztOOP_isClassOf(const void *object, const char *name) {
+[[gnu::noinline]] int32_t ztOOP_isClassOf(const void *object, const char *name) {
   return object == nullptr ? 0 : ztOOP_isClassOfClass(ztOOP_classOf(object), name);
 }
 
-int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name) {
+[[gnu::noinline]] int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name) {
   if (name == nullptr) return 0;
   for (; klass != nullptr; klass = klass->parent) {
     if (klass->name != nullptr && strcmp(klass->name, name) == 0) return 1;
