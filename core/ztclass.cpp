@@ -82,7 +82,7 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
 }
 
 // Short for the most common case, an object of its own block.
-[[gnu::noinline]] void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
+void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
   if (object != nullptr) return constructIn(description, object, create);
   void *made = ztm_alloc(description->instanceSize);
   if (made == nullptr) return nullptr;

@@ -250,7 +250,9 @@ static void freeNames(NamesBlock *block) {
   ztm_free(block);
 }
 
-static ztProperty *addPlainly(ztPropertyMap *map, const ztString *key, const ztProperty &property) {
+// A declaration is made once for each class.
+[[gnu::cold]] static ztProperty *addPlainly(ztPropertyMap *map, const ztString *key,
+                                            const ztProperty &property) {
   auto *copy = static_cast<ztProperty *>(ztProperty_ctor(nullptr, 0));
   NamesBlock *block = copy == nullptr ? nullptr : copyNames(key, property);
   if (block != nullptr) {
