@@ -136,11 +136,16 @@ bool ztcore::copiesCharsPlainly() {
          destroysOwnArrays(klass) && usesUnderWay() == nullptr && hasImage();
 }
 
-void ztcore::fillChars(ztCharArray *chars, void *block, int32_t count) {
+void ztcore::fillCharsLike(ztCharArray *chars, const ztCharArray *source, void *block) {
   objectMade(chars);
-  *chars = newArray;
+  *chars = *source;
+  chars->refCount = 1;
   chars->itemManager = chars;
   chars->data = block;
+}
+
+void ztcore::fillChars(ztCharArray *chars, void *block, int32_t count) {
+  fillCharsLike(chars, &newArray, block);
   chars->count = count;
 }
 

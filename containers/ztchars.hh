@@ -23,6 +23,9 @@ inline bool hasChars(const ztCharArray *chars) {
 // functions above has returned true.
 void fillChars(ztCharArray *chars, void *block, int32_t count);
 
+// The same for a copy of another array, with a copy of its block.
+void fillCharsLike(ztCharArray *chars, const ztCharArray *source, void *block);
+
 // Replaces the block of an array.
 void replaceChars(ztCharArray *chars, void *block, int32_t count);
 

@@ -75,12 +75,3 @@ bool ztcore::popsPlainly(const ztMap *map, const ztClass *klass, DeleteItem dele
   return map->klass == klass && hasOwnItems(map) && deletesOwnItems(klass, deleteItem) &&
          popsOwnPairs(klass) && popsOwnItems();
 }
-
-ztMapItem *ztcore::insertPlainly(ztMap *map, void *key, void *value) {
-  auto *item = newPlainItem<ztMapItem>(ztMapItem_ctor);
-  if (item == nullptr) return nullptr;
-  item->data = key;
-  item->value = value;
-  hangPlainly(map->tree, reinterpret_cast<ztAvlTreeItem *>(item));
-  return item;
-}

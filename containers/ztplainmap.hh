@@ -3,8 +3,9 @@
 #ifndef ZT_CONTAINERS_ZTPLAINMAP_HH
 #define ZT_CONTAINERS_ZTPLAINMAP_HH
 
-#include "containers/ztavltree.h"
+#include "containers/ztavltree.hh"
 #include "containers/ztmap.h"
+#include "containers/ztplain.hh"
 #include "core/ztshared.hh"
 
 namespace ztcore {
@@ -81,7 +82,14 @@ bool popsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem =
 
 // Adds a pair to such a map, before those with an equal key. Its key and value are the map's from now on. NULL when
 // memory is exhausted.
-ztMapItem *insertPlainly(ztMap *map, void *key, void *value);
+inline ztMapItem *insertPlainly(ztMap *map, void *key, void *value) {
+  auto *item = newPlainItem<ztMapItem>(ztMapItem_ctor);
+  if (item == nullptr) return nullptr;
+  item->data = key;
+  item->value = value;
+  hangPlainly(map->tree, reinterpret_cast<ztAvlTreeItem *>(item));
+  return item;
+}
 
 }  // namespace ztcore
 

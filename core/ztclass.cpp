@@ -106,7 +106,7 @@ static void fillDescriptor(const ztClassDescription *description) {
   keepDescription(description);
 }
 
-void ztOOP_initTable(const ztClassDescription *description, void *object) {
+[[gnu::noinline]] void ztOOP_initTable(const ztClassDescription *description, void *object) {
   if (object == nullptr) return;
   const Locked locked(engineLock, Locked::hostsCode);
   ztClass *klass = description->klass;
@@ -151,29 +151,29 @@ int32_t ztOOP_registerClass(const ztClassDescription *description) {
   return description == nullptr ? 0 : ztOOP_registerClassOf(description->functions.ctor);
 }
 
-uint32_t ztOOP_versionOf(const void *object) {
+[[gnu::noinline]] uint32_t ztOOP_versionOf(const void *object) {
   return object == nullptr ? 0 : ztOOP_classOf(object)->version;
 }
 
-const char *ztOOP_classNameOf(const void *object) {
+[[gnu::noinline]] const char *ztOOP_classNameOf(const void *object) {
   return object == nullptr ? nullptr : ztOOP_classOf(object)->name;
 }
 
-void *ztOOP_allocatorOf(const void *object) {
+[[gnu::noinline]] void *ztOOP_allocatorOf(const void *object) {
   return object == nullptr ? nullptr : functionsOf(ztOOP_classOf(object))->allocator;
 }
 
-int32_t ztOOP_isClass(const void *object, const char *name) {
+[[gnu::noinline]] int32_t ztOOP_isClass(const void *object, const char *name) {
   if (object == nullptr || name == nullptr) return 0;
   const char *own = ztOOP_classOf(object)->name;
   return own != nullptr && strcmp(own, name) == 0;
 }
 
-int32_t ztOOP_isClassOf(const void *object, const char *name) {
+[[gnu::noinline]] int32_t ztOOP_isClassOf(const void *object, const char *name) {
   return object == nullptr ? 0 : ztOOP_isClassOfClass(ztOOP_classOf(object), name);
 }
 
-int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name) {
+[[gnu::noinline]] int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name) {
   if (name == nullptr) return 0;
   for (; klass != nullptr; klass = klass->parent) {
     if (klass->name != nullptr && strcmp(klass->name, name) == 0) return 1;

@@ -100,15 +100,17 @@ static const LibraryClass libraryClasses[] = {
 };
 // clang-format on
 
-static_assert(sizeof libraryClasses / sizeof libraryClasses[0] == 62);
+static_assert(sizeof libraryClasses / sizeof libraryClasses[0] == libraryClassCount);
 
 void ztcoreClassInit(void) {
+  const Locked locked(engineLock, Locked::hostsCode);
   for (const LibraryClass &libraryClass : libraryClasses) {
     ensureRegistered(libraryClass.name, libraryClass.ctor);
   }
 }
 
 void ztcoreClassFree(void) {
+  const Locked locked(engineLock, Locked::hostsCode);
   for (const LibraryClass &libraryClass : libraryClasses) ztFreeClass(libraryClass.freeName);
 }
 

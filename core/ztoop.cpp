@@ -179,6 +179,21 @@ static NameIndex<&IndexedEntry::byClass> classIndex;
 static uint32_t listChanges;  // incremented by every change of the list, so that a walk notices it
 static int32_t releasing;     // the number of hooks that are running now
 
+// Entries for the library's own classes, which are registered first and seldom freed before the engine stops: one block
+// less for each.
+static IndexedEntry firstEntries[libraryClassCount];
+static int32_t firstEntriesUsed;
+
+static IndexedEntry *allocateEntry() {
+  if (firstEntriesUsed < libraryClassCount) return &firstEntries[firstEntriesUsed++];
+  return static_cast<IndexedEntry *>(ztm_alloc(sizeof(IndexedEntry)));
+}
+
+static bool isFirstEntry(const IndexedEntry *entry) {
+  const auto offset = reinterpret_cast<uintptr_t>(entry) - reinterpret_cast<uintptr_t>(firstEntries);
+  return offset < sizeof firstEntries;
+}
+
 static IndexedEntry *indexed(ztClassEntry *entry) {
   return reinterpret_cast<IndexedEntry *>(entry);
 }
@@ -233,7 +248,7 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
   const Locked locked(engineLock, Locked::hostsCode);
   const CutName cut(name);
   if (findEntry(cut) != nullptr) return 0;
-  auto *entry = static_cast<IndexedEntry *>(ztm_alloc(sizeof(IndexedEntry)));
+  IndexedEntry *entry = allocateEntry();
   if (entry == nullptr) return 0;
   copyText(entry->entry.name, name);
   if (cut.isCut()) {
@@ -334,7 +349,7 @@ static void callClassDestroy(const IndexedEntry *entry) {
 // Does not call `destroy`, because the `create` of a prototype never ran.
 static void freeEntry(IndexedEntry *entry) {
   ztm_free(entry->entry.prototype);
-  ztm_free(entry);
+  if (!isFirstEntry(entry)) ztm_free(entry);
 }
 
 static void freeClass(IndexedEntry *entry) {
@@ -369,6 +384,7 @@ static void freeAllClasses() {
     callClassDestroy(entry);
     freeEntry(entry);
   }
+  firstEntriesUsed = 0;
 }
 
 // Code that is unloaded ---------------------------------------------------------------------------

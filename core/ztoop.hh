@@ -6,6 +6,8 @@
 
 namespace ztcore {
 
+constexpr int32_t libraryClassCount = 62;
+
 // Tells whether ztAddNewClass would refuse a name. A name that is too long is cut first.
 bool isNameTaken(const char *name);
 

@@ -258,14 +258,38 @@ bool ztcore::copiesTextsPlainly() {
          copiesCharsPlainly();
 }
 
+bool ztcore::isPlainText(const ztString *string) {
+  return string != nullptr && ztOOP_classOf(string) == ztStringClass_Instance() &&
+         string->buffer != nullptr && hasChars(string->buffer) && string->buffer->count > 0;
+}
+
+static void *copyOf(const void *bytes, size_t size) {
+  void *copy = size > INT32_MAX ? nullptr : ztm_alloc(static_cast<int32_t>(size));
+  if (copy != nullptr) memcpy(copy, bytes, size);
+  return copy;
+}
+
+static void beginString(SharedBlock *block, StringWithChars *made) {
+  beginPart(block, &made->string, ztStringClass_Instance());
+  made->string.buffer = &made->chars;
+}
+
 bool StringWithChars::make(SharedBlock *block, const char *text) {
   const size_t size = strlen(text) + 1;
-  void *bytes = size > INT32_MAX ? nullptr : ztm_alloc(static_cast<int32_t>(size));
+  void *bytes = copyOf(text, size);
   if (bytes == nullptr) return false;
-  memcpy(bytes, text, size);
-  beginPart(block, &string, ztStringClass_Instance());
-  string.buffer = &chars;
+  beginString(block, this);
   fillChars(&chars, bytes, static_cast<int32_t>(size));
+  addToBlock(block, &chars);
+  return true;
+}
+
+bool StringWithChars::copy(SharedBlock *block, const ztString *source) {
+  const ztCharArray *buffer = source->buffer;
+  void *bytes = copyOf(buffer->data, static_cast<size_t>(buffer->count));
+  if (bytes == nullptr) return false;
+  beginString(block, this);
+  fillCharsLike(&chars, buffer, bytes);
   addToBlock(block, &chars);
   return true;
 }

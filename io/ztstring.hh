@@ -46,7 +46,18 @@ struct StringWithChars {
 
   // False when memory is exhausted; the block then has no part more.
   bool make(SharedBlock *block, const char *text);
+
+  // The same for a copy of a plain string.
+  bool copy(SharedBlock *block, const ztString *source);
+
+  // Frees the text of a string whose block is given up.
+  void freeText() {
+    ztm_free(chars.data);
+  }
 };
+
+// Whether a string is of the library's class and has characters, so that its fields are all there is to copy.
+bool isPlainText(const ztString *string);
 
 // Whether copying a text in the form of a ztString, and releasing the copy, calls only functions of the library.
 bool copiesTextsPlainly();

@@ -1,6 +1,7 @@
 #include "objects/ztproperty.h"
 
 #include "containers/ztcompare.hh"
+#include "containers/ztown.hh"
 #include "containers/ztpointers.hh"
 #include "core/ztbasec.hh"
 #include "core/ztkept.hh"
@@ -195,6 +196,85 @@ bool ztcore::createsPropertyMapsPlainly() {
 bool ztcore::releasesPropertiesPlainly(const ztPropertyMap *properties) {
   return releasesPlainly(asMap(properties), ztPropertyMapClass_Instance()) &&
          properties->tree->root == nullptr;
+}
+
+namespace {
+
+// The strings of a property in a map. The property itself has no room for the distance from a block.
+struct NamesBlock : SharedBlock {
+  StringWithChars key;
+  StringWithChars name;
+  StringWithChars signalName;
+};
+
+}  // namespace
+
+static_assert(sizeof(NamesBlock) <= furthestPart);
+
+// Whether copying a property and releasing the copy calls only functions of the library.
+static bool copiesPlainly(const ztProperty *property) {
+  const ztPropertyMethods *methods = ztProperty_table();
+  return property != nullptr && ztOOP_classOf(property) == ztPropertyClass_Instance() &&
+         property->valueSize == 0 && ztProperty_functions()->newop == ztProperty_newop &&
+         methods->clone == method<propertyClone> && methods->unRef == method<baseUnRef> &&
+         methods->destroy == method<propertyDestroy> && isPlainText(property->name) &&
+         isPlainText(property->signalName);
+}
+
+static bool addsPlainly(const ztPropertyMap *map, const ztString *key, const ztProperty *property) {
+  return insertsPlainly(asMap(map), ztPropertyMapClass_Instance()) && !map->tree->allowDuplicate &&
+         map->keyConstructor == ztString_ctor && map->valueConstructor == ztProperty_ctor &&
+         map->tree->compareFunction == ztPropertyMap_compare_func && isPlainText(key) &&
+         copiesPlainly(property) && copiesTextsPlainly();
+}
+
+static NamesBlock *copyNames(const ztString *key, const ztProperty &property) {
+  auto *block = static_cast<NamesBlock *>(ztm_alloc(sizeof(NamesBlock)));
+  if (block == nullptr) return nullptr;
+  block->living = 0;
+  if (block->key.copy(block, key)) {
+    if (block->name.copy(block, property.name)) {
+      if (block->signalName.copy(block, property.signalName)) return block;
+      block->name.freeText();
+    }
+    block->key.freeText();
+  }
+  ztm_free(block);
+  return nullptr;
+}
+
+static void freeNames(NamesBlock *block) {
+  block->key.freeText();
+  block->name.freeText();
+  block->signalName.freeText();
+  ztm_free(block);
+}
+
+// A declaration is made once for each class.
+[[gnu::cold]] static ztProperty *addPlainly(ztPropertyMap *map, const ztString *key,
+                                            const ztProperty &property) {
+  auto *copy = static_cast<ztProperty *>(ztProperty_ctor(nullptr, 0));
+  NamesBlock *block = copy == nullptr ? nullptr : copyNames(key, property);
+  if (block != nullptr) {
+    *copy = property;
+    copy->refCount = 1;
+    copy->name = &block->name.string;
+    copy->signalName = &block->signalName.string;
+    copy->valuePointer = nullptr;
+    if (insertPlainly(asMap(map), &block->key.string, copy) != nullptr) return copy;
+    freeNames(block);
+  }
+  ztm_free(copy);
+  return nullptr;
+}
+
+ztProperty *ztcore::insertProperty(ztPropertyMap *map, const ztString *key, const ztProperty *property) {
+  if (!addsPlainly(map, key, property)) {
+    const auto *item = static_cast<const ztMapItem *>(ztPropertyMap_of(map)->pushBack(map, key, property));
+    return item == nullptr ? nullptr : static_cast<ztProperty *>(item->value);
+  }
+  if (findByName(map, ztPropertyMap_compare_func, textOf(key)) != nullptr) return nullptr;
+  return addPlainly(map, key, *property);
 }
 
 void ztcore::freeProperties(ztPropertyMap *properties, FreedObjects *freed) {

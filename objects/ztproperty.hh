@@ -13,6 +13,10 @@ bool beginProperty(ztProperty *property, const char *name, ztClass *type, int32_
 // The class of a type by its name in declarations, for example "ztInt". NULL when it is unknown.
 ztClass *propertyTypeOf(const char *typeName);
 
+// Adds copies of a key and a static property to a map. Returns the added property; NULL if the map has the key, or when
+// memory is exhausted.
+ztProperty *insertProperty(ztPropertyMap *map, const ztString *key, const ztProperty *property);
+
 // Incremented, under engineLock, when memory is exhausted during a declaration: the static properties that are
 // being declared are declared again later.
 extern uint32_t lostDeclarations;

@@ -126,7 +126,8 @@ static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
 static void inheritProperties(ztPropertyMap *map, const ztPropertyMap *ancestors) {
   const ztPropertyMapMethods *operations = ztPropertyMap_of(map);
   for (const ztMapItem *item : itemsOf(ancestors)) {
-    if (operations->pushBack(map, item->data, item->value) != nullptr) continue;
+    const auto *property = static_cast<const ztProperty *>(item->value);
+    if (insertProperty(map, static_cast<const ztString *>(item->data), property) != nullptr) continue;
     if (operations->find(map, item->data) == nullptr) ++lostDeclarations;
   }
 }
@@ -185,10 +186,11 @@ static bool insertStatic(ztClass *klass, ztPropertyMap *map, const CopyableText 
                          const ztProperty &property) {
   const StaticMapOwner *owner = *ownerOf(klass);
   if (__libc_single_threaded || owner == nullptr || !owner->complete) {
-    return insertByKey(map, name, &property) != nullptr;
+    return insertProperty(map, name.get(), &property) != nullptr;
   }
   auto *copy = static_cast<ztPropertyMap *>(copyObject(map));
-  if (copy == nullptr || insertByKey(copy, name, &property) != nullptr) return giveMap(klass, copy, true);
+  if (copy == nullptr || insertProperty(copy, name.get(), &property) != nullptr)
+    return giveMap(klass, copy, true);
   releasePart(copy);
   return false;
 }

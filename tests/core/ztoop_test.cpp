@@ -44,6 +44,22 @@ void freeClass(const std::string &name) {
   ztFreeClass(name.c_str());
 }
 
+// There are 62 classes of the library.
+TEST(Registry, TakesMoreClassesThanTheLibraryHasAndAgainWhatWasFreed) {
+  const Names before = registeredNames();
+  for (int turn = 0; turn < 2; ++turn) {
+    Names expected = before;
+    for (int i = 0; i < 130; ++i) {
+      const std::string name = "class " + std::to_string(i);
+      ASSERT_EQ(addClass(name), 1);
+      expected.insert(expected.begin(), name);
+    }
+    EXPECT_EQ(registeredNames(), expected);
+    for (int i = 0; i < 130; ++i) freeClass("class " + std::to_string(i));
+    EXPECT_EQ(registeredNames(), before);
+  }
+}
+
 TEST(Registry, PutsTheNewestClassFirst) {
   const Names before = registeredNames();
   ASSERT_EQ(addClass("first"), 1);

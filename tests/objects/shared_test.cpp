@@ -172,6 +172,95 @@ TEST_F(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
   EXPECT_GE(calls, 1);
 }
 
+// Static properties -------------------------------------------------------------------------------
+
+// Dial and its descendant Needle: classes whose static properties are those of ztObject.
+#define Dial_FIELDS ztObject_FIELDS
+#define Dial_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Dial)
+ZT_DEFINE_CLASS(Dial, ztObject, [](auto *) {})
+#define Needle_FIELDS Dial_FIELDS
+#define Needle_METHODS Dial_METHODS
+ZT_DECLARE_CLASS(Needle)
+ZT_DEFINE_CLASS(Needle, Dial, [](auto *) {})
+
+namespace {
+
+// The first object registers a class, which builds its map.
+ztMapItem *firstPropertyOf(ztCtor constructor, ztClass *klass) {
+  release(constructor(nullptr, 1));
+  if (!ztOOP_isClassRegistered(klass->name)) {
+    ztAddNewClass(constructor(nullptr, 0), klass->name, constructor, nullptr);
+  }
+  const ztPropertyMap *map = static_cast<const ztObjectMethods *>(klass->methodTable)->staticProperties;
+  return reinterpret_cast<ztMapItem *>(map->tree->root);
+}
+
+ztProperty *propertyIn(const ztMapItem *item) {
+  return static_cast<ztProperty *>(item->value);
+}
+
+// The registry has no class of the tests afterwards.
+class SharedNames : public SharedBlock {
+ protected:
+  ~SharedNames() override {
+    ztFreeClass("Needle");
+    ztFreeClass("Dial");
+  }
+};
+
+}  // namespace
+
+TEST_F(SharedNames, NamesThatAHostTookOutliveTheirStaticProperty) {
+  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztString *names[] = {takeFrom(propertyIn(item)->name), takeFrom(propertyIn(item)->signalName),
+                       static_cast<ztString *>(takeFrom(item->data))};
+  ztFreeClass("Dial");
+  EXPECT_STREQ(ztString_of(names[0])->get(names[0]), "refCount");
+  EXPECT_STREQ(ztString_of(names[1])->get(names[1]), "");
+  EXPECT_STREQ(ztString_of(names[2])->get(names[2]), "refCount");
+  for (ztString *name : names) {
+    ztString_of(name)->set(name, "a text that is longer than it was");
+    release(name);
+  }
+}
+
+TEST_F(SharedNames, AStaticPropertyIsInheritedWithAllItsFields) {
+  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztProperty *property = propertyIn(item);
+  int word;
+  property->userWord = &word;
+  const ztProperty *inherited = propertyIn(firstPropertyOf(Needle_ctor, NeedleClass_Instance()));
+  EXPECT_EQ(inherited->klass, property->klass);
+  EXPECT_EQ(inherited->refCount, 1);
+  EXPECT_EQ(inherited->index, property->index);
+  EXPECT_EQ(inherited->type, property->type);
+  EXPECT_EQ(inherited->getter.getInt, property->getter.getInt);
+  EXPECT_EQ(inherited->userWord, &word);
+  EXPECT_STREQ(inherited->ownerClassName, "ztObject");
+  EXPECT_EQ(inherited->valuePointer, nullptr);
+  EXPECT_EQ(inherited->valueSize, 0U);
+  // Blocks of texts have the size of the original's.
+  EXPECT_EQ(inherited->name->buffer->count, property->name->buffer->count);
+  EXPECT_EQ(inherited->signalName->buffer->count, property->signalName->buffer->count);
+  EXPECT_NE(inherited->name->buffer->data, property->name->buffer->data);
+}
+
+TEST_F(SharedNames, AStaticPropertyIsInheritedWithoutTheNameThatAHostTook) {
+  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  release(takeFrom(propertyIn(item)->signalName));
+  EXPECT_EQ(propertyIn(firstPropertyOf(Needle_ctor, NeedleClass_Instance()))->signalName, nullptr);
+}
+
+TEST_F(SharedNames, ANameWithAHostsSettingsIsInheritedWithThem) {
+  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztCharArray *buffer = propertyIn(item)->name->buffer;
+  ztCharArray_of(buffer)->setCompareFunction(buffer, ztIntArray_compare_func);
+  const ztCharArray *copy = propertyIn(firstPropertyOf(Needle_ctor, NeedleClass_Instance()))->name->buffer;
+  EXPECT_EQ(copy->compareFunction, ztIntArray_compare_func);
+  EXPECT_EQ(copy->itemManager, copy);
+}
+
 // Copies ------------------------------------------------------------------------------------------
 
 namespace {
