@@ -164,8 +164,16 @@ static bool isFreePlace(uint64_t first, uint32_t count) {
   return isFree;
 }
 
+// Only deliveries on several stacks leave gaps.
+static bool hasGaps(const CallTable *calls) {
+  uint32_t used = 0;
+  forEachCall([&](const Call &call) { used += call.end - call.first; });
+  return used != calls->pendingCount;
+}
+
 // The first gap between the deliveries that is large enough, or the position behind all of them.
 static uint32_t findPlace(const CallTable *calls, uint32_t count) {
+  if (!hasGaps(calls)) return calls->pendingCount;
   uint32_t found = isFreePlace(0, count) ? 0 : calls->pendingCount;
   forEachCall([&](const Call &call) {
     if (call.end > 0 && call.end < found && isFreePlace(call.end, count)) found = call.end;
