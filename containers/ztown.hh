@@ -60,7 +60,7 @@ bool findsByTree(const ztMap &map);
 // is ended by that release.
 inline bool endsByRelease(const void *object) {
   return static_cast<const ztBaseClass *>(object)->refCount <= 2 &&
-         ztBaseClass_of(object)->unRef == method<baseUnRef> && !isSubject(object);
+         ztBaseClass_of(object)->unRef == method<baseUnRef> && !mayBeSubject(object);
 }
 
 // The same, where the object is of exactly this class and the class destroys it by this function.

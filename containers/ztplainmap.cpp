@@ -37,7 +37,7 @@ bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem 
   const ztAvlTree *tree = map->tree;
   return tree != nullptr && map->klass == klass && tree->klass == ztAvlTreeClass_Instance() &&
          tree->refCount <= 2 && map->refCount <= 2 && hasOwnRelease(klass) && !isCalled(map, tree) &&
-         !isSubject(map) &&
+         !mayBeSubject(map) &&
          (tree->root == nullptr || (tree->itemManager == map && deletesOwnItems(klass, deleteItem)));
 }
 

@@ -59,12 +59,15 @@ static void baseRef(ztBaseClass &object) {
 }
 
 ZT_OWN_FRAME static void endObject(void *object) {
-  // Functions that `destroy` calls may release the object again.
-  if (isUnderWay(object, CallKind::release)) return;
   ReleaseMark mark;
   const bool recorded = beginRelease(&mark, CallKind::release, object);
   ztBaseClass_of(object)->destroy(object);
   if (!recorded || endCall(mark.mark)) freeObject(object);
+}
+
+// Functions that `destroy` calls may release the object again: then the release under way ends it.
+[[gnu::noinline]] static void endUnlessUnderWay(void *object) {
+  if (!isUnderWay(object, CallKind::release)) endObject(object);
 }
 
 namespace {
@@ -87,8 +90,7 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
 
 // Out of line, so that the release of objects that own nothing stays short.
 [[gnu::noinline]] static void releaseLast(void *object, void (*destroy)(void *object)) {
-  // An object that is being released already is ended by that release.
-  if (isSubject(object)) return endObject(object);
+  if (hasCalls() && mayBeUnderWay(object)) return endUnlessUnderWay(object);
   for (const KnownEnd &known : knownEnds) {
     if (destroy != __atomic_load_n(&known.destroy, __ATOMIC_ACQUIRE)) continue;
     if (__atomic_load_n(&known.end, __ATOMIC_RELAXED)(object)) return;

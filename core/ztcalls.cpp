@@ -14,10 +14,14 @@ using namespace ztcore;
 // Used while a thread has no table: the entry below all others, with no capacity for more.
 static Call belowAll = {nullptr, UINTPTR_MAX, belowAllCalls, 0, 0, 0};
 
+// Below those of all records, above that of the first entry.
 constexpr uint64_t firstSerial = 64;
 
-constinit thread_local ThreadState ztcore::thisThread __attribute__((tls_model("initial-exec"))) = {
-    .nextCall = &belowAll + 1, .lastCall = &belowAll + 1, .callSerial = firstSerial};
+constinit thread_local ThreadState ztcore::thisThread
+    __attribute__((tls_model("initial-exec"))) = {.nextCall = &belowAll + 1,
+                                                  .lastCall = &belowAll + 1,
+                                                  .callSerial = firstSerial,
+                                                  .indexedCalls = firstSerial};
 
 // The table of the first thread, so that a program with one thread allocates none.
 static CallTable firstCalls;
@@ -39,7 +43,10 @@ static void releaseCalls(CallTable *calls) {
     thisThread.calls = nullptr;
     thisThread.nextCall = &belowAll + 1;
     thisThread.lastCall = &belowAll + 1;
+    thisThread.indexedCalls = firstSerial;
   }
+  calls->subjects.clear();
+  calls->receivers.clear();
   if (calls->entries != calls->fewEntries) ztm_free(calls->entries);
   if (calls->pending != calls->fewPending) ztm_free(calls->pending);
   if (calls != &firstCalls) {
@@ -61,6 +68,7 @@ static CallTable *callsOfThread() {
   calls->capacity = sizeof calls->fewEntries / sizeof(Call);
   calls->pending = calls->fewPending;
   calls->pendingCapacity = sizeof calls->fewPending / sizeof(PendingSlot);
+  calls->receiversSerial = firstSerial;
   calls->entries[0] = belowAll;
   block->calls = calls;
   block->releaseCalls = releaseCalls;
@@ -95,8 +103,15 @@ static void clearSender(const CallTable *calls, const Call &delivery) {
   if (receiver != nullptr) leaveReceiver(receiver);
 }
 
+// The serial number of a free place. It has no kind, and is above all others, as of a record that is not in the index.
+constexpr uint64_t goneSerial = ~callKinds;
+
+static bool isGone(const Call &call) {
+  return call.serial == goneSerial;
+}
+
 static void clear(Call *call) {
-  *call = {nullptr, UINTPTR_MAX, 0, 0, 0, 0};
+  *call = {nullptr, UINTPTR_MAX, goneSerial, 0, 0, 0};
 }
 
 static void drop(const CallTable *calls, Call *call) {
@@ -105,7 +120,7 @@ static void drop(const CallTable *calls, Call *call) {
 }
 
 static void trim(CallTable *calls) {
-  while (thisThread.nextCall[-1].serial == 0) --thisThread.nextCall;
+  while (isGone(thisThread.nextCall[-1])) --thisThread.nextCall;
   trimPending(calls);
 }
 
@@ -116,7 +131,7 @@ static bool areTogether(const Call &one, CallKind kind, uint32_t detail) {
 
 static void dropCovered(CallTable *calls, CallKind kind, uintptr_t frame, uint32_t detail) {
   forEachCall([=](Call &call) {
-    if (call.serial == 0 || !hasCovered(frame, call)) return;
+    if (isGone(call) || !hasCovered(frame, call)) return;
     if (call.frame != frame || !areTogether(call, kind, detail)) drop(calls, &call);
   });
   trim(calls);
@@ -135,7 +150,7 @@ static bool isRepeated(const Call &older) {
 // the same place the older one is stale, so a loop leaves no more records than there are places.
 static void dropRepeated(CallTable *calls) {
   forEachCall([=](Call &call) {
-    if (call.serial != 0 && !isOnOwnStack(call.frame) && isRepeated(call)) drop(calls, &call);
+    if (!isGone(call) && !isOnOwnStack(call.frame) && isRepeated(call)) drop(calls, &call);
   });
   trim(calls);
 }
@@ -149,8 +164,16 @@ static bool isFreePlace(uint64_t first, uint32_t count) {
   return isFree;
 }
 
+// Only deliveries on several stacks leave gaps.
+static bool hasGaps(const CallTable *calls) {
+  uint32_t used = 0;
+  forEachCall([&](const Call &call) { used += call.end - call.first; });
+  return used != calls->pendingCount;
+}
+
 // The first gap between the deliveries that is large enough, or the position behind all of them.
 static uint32_t findPlace(const CallTable *calls, uint32_t count) {
+  if (!hasGaps(calls)) return calls->pendingCount;
   uint32_t found = isFreePlace(0, count) ? 0 : calls->pendingCount;
   forEachCall([&](const Call &call) {
     if (call.end > 0 && call.end < found && isFreePlace(call.end, count)) found = call.end;
@@ -170,10 +193,112 @@ uint32_t ztcore::findPending(CallTable *calls, uint32_t count) {
   return first;
 }
 
+// The index of subjects ----------------------------------------------------------------------------
+
+// Records that ended are still in the index, at places that later records may have. But what was in it when it was
+// last brought up to date, and has not ended since, lies below all later records.
+
+// Takes out the places behind the latest call that is in the index.
+static void cutSubjects(CallTable *calls, const Call *latest) {
+  calls->subjects.cut(static_cast<uint32_t>(latest + 1 - calls->entries));
+}
+
+// Without memory, the calls are looked through.
+static void indexCalls(CallTable *calls, const Call *latest) {
+  PlaceIndex &index = calls->subjects;
+  const auto count = static_cast<uint32_t>(thisThread.nextCall - calls->entries);
+  if (!index.reserve(count)) return;
+  cutSubjects(calls, latest);
+  while (index.size() < count) index.add(calls->entries[index.size()].subject);
+  thisThread.indexedCalls = thisThread.callSerial | callKinds;
+}
+
+// Brings the index up to date when it lacks many calls, and leaves it when few are under way.
+static void keepIndex() {
+  CallTable *calls = thisThread.calls;
+  const Call *latest = thisThread.nextCall - 1;
+  while (latest->serial > thisThread.indexedCalls) --latest;
+  if (thisThread.nextCall - latest > mostSearched) {
+    indexCalls(calls, latest);
+  } else if (thisThread.nextCall - calls->entries <= mostSearched / 2) {
+    thisThread.indexedCalls = firstSerial;
+  }
+}
+
+void ztcore::visitIndexed(const void *subject, const Call *latest, VisitCall visit, void *context) {
+  CallTable *calls = thisThread.calls;
+  cutSubjects(calls, latest);
+  for (uint32_t place = calls->subjects.last(subject); place != PlaceIndex::none;) {
+    Call &call = calls->entries[place];
+    place = calls->subjects.before(place);
+    if (call.subject == subject) visit(call, context);
+  }
+}
+
+Call *ztcore::indexedCallOn(const void *subject, CallKind kind, const Call *latest) {
+  CallTable *calls = thisThread.calls;
+  cutSubjects(calls, latest);
+  uint32_t place = calls->subjects.last(subject);
+  for (; place != PlaceIndex::none; place = calls->subjects.before(place)) {
+    Call &call = calls->entries[place];
+    if (call.subject == subject && kindOf(call) == kind) return &call;
+  }
+  return nullptr;
+}
+
+// The index of receivers ---------------------------------------------------------------------------
+
+// So many pending slots are looked through before they go into the index.
+constexpr uint32_t mostPendingSearched = sizeof CallTable::fewPending / sizeof(PendingSlot);
+
+// Takes out the places of pending slots that deliveries have used since the index was brought up to date.
+static void cutReceivers(CallTable *calls) {
+  uint32_t valid = calls->pendingCount;
+  for (const Call *call = thisThread.nextCall - 1; call->serial > calls->receiversSerial; --call) {
+    if (call->first < call->end && call->first < valid) valid = call->first;
+  }
+  calls->receivers.cut(valid);
+  calls->receiversSerial = thisThread.callSerial | callKinds;
+}
+
+// Returns the number of pending slots that are in the index. Without memory, the others are looked through.
+static uint32_t indexPending(CallTable *calls) {
+  PlaceIndex &index = calls->receivers;
+  const uint32_t count = calls->pendingCount;
+  if (count <= mostPendingSearched) return 0;
+  cutReceivers(calls);
+  if (count - index.size() > mostPendingSearched && index.reserve(count)) {
+    while (index.size() < count) index.add(calls->pending[index.size()].receiver);
+  }
+  return index.size();
+}
+
+static void forget(PendingSlot &slot, const void *receiver) {
+  if (slot.receiver == receiver) slot.receiver = nullptr;
+}
+
+void ztcore::forgetPending(CallTable *calls, const void *receiver) {
+  const uint32_t indexed = indexPending(calls);
+  for (uint32_t i = indexed; i < calls->pendingCount; ++i) forget(calls->pending[i], receiver);
+  if (indexed == 0) return;
+  const PlaceIndex &index = calls->receivers;
+  for (uint32_t i = index.last(receiver); i != PlaceIndex::none; i = index.before(i)) {
+    forget(calls->pending[i], receiver);
+  }
+}
+
+// The records --------------------------------------------------------------------------------------
+
+// A record at a place between older ones would not be in the indices.
+static void emptyIndices(CallTable *calls) {
+  thisThread.indexedCalls = firstSerial;
+  calls->receiversSerial = firstSerial;
+}
+
 static Call *freeEntry() {
   Call *found = nullptr;
   forEachCall([&](Call &call) {
-    if (call.serial == 0) found = &call;
+    if (isGone(call)) found = &call;
   });
   return found;
 }
@@ -194,7 +319,10 @@ Call *ztcore::addCall(CallKind kind, uintptr_t frame, uint32_t detail) {
   if (thisThread.nextCall == thisThread.lastCall) dropRepeated(calls);
   if (thisThread.nextCall == thisThread.lastCall) {
     Call *amongOthers = freeEntry();
-    if (amongOthers != nullptr) return amongOthers;
+    if (amongOthers != nullptr) {
+      emptyIndices(calls);
+      return amongOthers;
+    }
     if (!enlargeEntries(calls)) return nullptr;
   }
   return thisThread.nextCall++;
@@ -224,10 +352,6 @@ bool ztcore::endCallAmongOthers(const CallMark &mark) {
 
 // Releases that may have been left ----------------------------------------------------------------
 
-static bool isEnd(const Call &call, const void *object, CallKind least) {
-  return call.subject == object && kindOf(call) >= least;
-}
-
 // May read memory of a frame that has returned, which the sanitizer would report.
 __attribute__((noinline, no_sanitize_address)) static bool isMarked(uintptr_t frame, uint64_t serial) {
   const auto *words = reinterpret_cast<const volatile uint64_t *>(frame);
@@ -244,23 +368,36 @@ static bool mayRun(uintptr_t frameTop, const Call &call) {
   return !isOnOwnStack(call.frame) || isMarked(call.frame, call.serial);
 }
 
+namespace {
+
+struct Look {
+  uintptr_t frameTop;
+  CallKind least;
+  bool isUnderWay;
+};
+
+}  // namespace
+
 bool ztcore::looksUnderWay(const void *object, uintptr_t frameTop, CallKind least) {
-  CallTable *calls = thisThread.calls;
-  bool underWay = false;
-  forEachCall([&](Call &call) {
-    if (!isEnd(call, object, least)) return;
-    if (mayRun(frameTop, call)) {
-      underWay = true;
+  Look look = {frameTop, least, false};
+  const auto visit = [](Call &call, void *context) {
+    auto *own = static_cast<Look *>(context);
+    if (kindOf(call) < own->least) return;
+    if (mayRun(own->frameTop, call)) {
+      own->isUnderWay = true;
     } else {
-      drop(calls, &call);
+      drop(thisThread.calls, &call);
     }
-  });
-  return underWay;
+  };
+  forEachCallOn(object, visit, &look);
+  keepIndex();
+  return look.isUnderWay;
 }
 
 void ztcore::dropCallsOn(const void *object) {
-  if (!isSubject(object)) return;
-  forEachCall([=](Call &call) {
-    if (isEnd(call, object, CallKind::release)) drop(thisThread.calls, &call);
+  if (!mayBeUnderWay(object)) return;
+  forEachCallOn(object, [](Call &call, void *) {
+    if (kindOf(call) >= CallKind::release) drop(thisThread.calls, &call);
   });
+  keepIndex();
 }

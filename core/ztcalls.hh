@@ -14,6 +14,7 @@
 #ifndef ZT_CORE_ZTCALLS_HH
 #define ZT_CORE_ZTCALLS_HH
 
+#include "core/ztplaces.hh"
 #include "core/ztthread.hh"
 
 #include <stdint.h>
@@ -59,7 +60,10 @@ struct CallTable {
   uint32_t pendingCount;
   PendingSlot *pending;  // of all deliveries
   uint32_t pendingCapacity;
-  uint32_t removals;  // incremented whenever a slot is removed from any map
+  uint32_t removals;         // incremented whenever a slot is removed from any map
+  PlaceIndex subjects;       // of the entries, once they are many; `thisThread` has how far it is up to date
+  PlaceIndex receivers;      // of the pending slots, once they are many; deliveries
+  uint64_t receiversSerial;  // that began after this serial number may have changed them
   Call fewEntries[32];
   PendingSlot fewPending[64];
 };
@@ -83,10 +87,44 @@ struct ReleaseMark {
   uint64_t copies[3];
 };
 
+inline bool hasCalls() {
+  return thisThread.nextCall[-1].serial != belowAllCalls;
+}
+
 // Runs visit(call) for each call of this thread, the latest first.
 template <typename Visit>
 inline void forEachCall(Visit visit) {
   for (Call *call = thisThread.nextCall - 1; call->serial != belowAllCalls; --call) visit(*call);
+}
+
+// So many calls are looked through. More of them go into the index.
+constexpr int mostSearched = 32;
+
+using VisitCall = void (*)(Call &call, void *context);
+
+// Visits the calls on a subject that are in the index; `latest` is the latest call there.
+[[gnu::cold, gnu::noinline]] void visitIndexed(const void *subject, const Call *latest, VisitCall visit,
+                                               void *context);
+
+// Runs visit(call, context) for each call on a subject, the latest first.
+[[gnu::always_inline]] inline void forEachCallOn(const void *subject, VisitCall visit,
+                                                 void *context = nullptr) {
+  Call *call = thisThread.nextCall - 1;
+  for (; call->serial > thisThread.indexedCalls; --call) {
+    if (call->subject == subject) visit(*call, context);
+  }
+  if (call->serial != belowAllCalls) visitIndexed(subject, call, visit, context);
+}
+
+[[gnu::cold, gnu::noinline]] Call *indexedCallOn(const void *subject, CallKind kind, const Call *latest);
+
+// A call of one kind on a subject; NULL when there is none.
+inline Call *callOn(const void *subject, CallKind kind) {
+  Call *call = thisThread.nextCall - 1;
+  for (; call->serial > thisThread.indexedCalls; --call) {
+    if (call->subject == subject && kindOf(*call) == kind) return call;
+  }
+  return call->serial == belowAllCalls ? nullptr : indexedCallOn(subject, kind, call);
 }
 
 // Drops the records of frames that are gone, and returns a place for a record. NULL when memory is exhausted.
@@ -144,19 +182,28 @@ inline bool endCall(const CallMark &mark) {
 
 bool looksUnderWay(const void *object, uintptr_t frameTop, CallKind least);
 
-inline bool isSubject(const void *object) {
-  const Call *call = thisThread.nextCall;
-  do {
-    --call;
+// False if no call is on an object. Does not look into the index.
+inline bool mayBeSubject(const void *object) {
+  const Call *call = thisThread.nextCall - 1;
+  for (; call->serial > thisThread.indexedCalls; --call) {
     if (call->subject == object) return true;
-  } while (call->serial != belowAllCalls);
-  return false;
+  }
+  return call->serial != belowAllCalls;
+}
+
+// The same, and true if too many calls were looked through: `isUnderWay` then puts them into the index.
+inline bool mayBeUnderWay(const void *object) {
+  const Call *call = thisThread.nextCall - 1;
+  for (; call->serial > thisThread.indexedCalls; --call) {
+    if (call->subject == object) return true;
+  }
+  return call->serial != belowAllCalls || thisThread.nextCall - call > mostSearched;
 }
 
 // Tells whether an object is being destroyed; with `release` as `least`, whether it is being released or
 // destroyed. Drops its records whose frames are gone. Inlined, because it needs the frame of its caller.
 __attribute__((always_inline)) inline bool isUnderWay(const void *object, CallKind least) {
-  if (!isSubject(object)) return false;
+  if (!mayBeUnderWay(object)) return false;
   return looksUnderWay(object, reinterpret_cast<uintptr_t>(__builtin_dwarf_cfa()), least);
 }
 
@@ -165,7 +212,7 @@ __attribute__((always_inline)) inline bool isUnderWay(const void *object, CallKi
 // Called for every new object. Records about its address concern an earlier object, whose memory a host freed.
 template <typename... Object>
 inline void objectMade(const Object *...object) {
-  if (thisThread.nextCall[-1].serial != belowAllCalls) (dropCallsOn(object), ...);
+  if (hasCalls()) (dropCallsOn(object), ...);
 }
 
 // Clears the `sender` of a receiver whose slot was left without returning. Set before the first delivery.
@@ -184,6 +231,9 @@ inline uint32_t reservePending(CallTable *calls, uint32_t count) {
 
 // Frees the positions of pending slots that no delivery uses.
 [[gnu::noinline]] void trimPending(CallTable *calls);
+
+// Clears a receiver that is being destroyed in the pending slots.
+[[gnu::noinline]] void forgetPending(CallTable *calls, const void *receiver);
 
 }  // namespace ztcore
 

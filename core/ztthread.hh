@@ -74,6 +74,7 @@ struct ThreadState {
   struct Call *nextCall = nullptr;    // behind the last used entry of `calls`
   struct Call *lastCall = nullptr;    // behind the last entry
   uint64_t callSerial = 0;            // the last one given to a record
+  uint64_t indexedCalls = 0;          // records up to this serial number are in the index of `calls`
   uint64_t bytesRead = 0;             // the total of the library's file primitives
   const void *countSource = nullptr;  // the file of the latest `readInt` of the library
   StackBounds ownStack = {};          // given to the thread by the system; see core/ztstack.hh

@@ -141,11 +141,7 @@ static void forgetPeer(void *object, void *peer, bool staysTied) {
 
 // The record of an object that is being destroyed.
 static Call *destructionOf(const void *object) {
-  Call *destruction = nullptr;
-  forEachCall([&](Call &call) {
-    if (call.subject == object && kindOf(call) == CallKind::destruction) destruction = &call;
-  });
-  return destruction;
+  return callOn(object, CallKind::destruction);
 }
 
 static void objectDestroyed(ztObject &object, void *peer) {

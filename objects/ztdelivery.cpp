@@ -15,11 +15,8 @@ ztSignal *ztcore::findSignal(const void *object, const char *name) {
 }
 
 void ztcore::forgetReceiver(const void *object) {
-  const CallTable *calls = thisThread.calls;
-  if (calls == nullptr) return;
-  for (uint32_t i = 0; i < calls->pendingCount; ++i) {
-    if (calls->pending[i].receiver == object) calls->pending[i].receiver = nullptr;
-  }
+  CallTable *calls = thisThread.calls;
+  if (calls != nullptr && calls->pendingCount != 0) forgetPending(calls, object);
 }
 
 // Copies the slots of a map in order; returns the position behind the last.

@@ -88,15 +88,20 @@ static bool hasNewMaps;
          (__atomic_load_n(&hasNewMaps, __ATOMIC_ACQUIRE) || takeNewMaps());
 }
 
+// Out of line, so that the usual creation keeps no addresses of the parts in registers.
+[[gnu::cold, gnu::noinline]] static void mapsMade(const MapsOfObject *maps) {
+  objectMade(&maps->signals.map, &maps->signals.tree, &maps->properties.map, &maps->properties.tree);
+}
+
 static bool makeMapsTogether(ztObject &self) {
   self.signals = nullptr;
   self.dynamicProperties = nullptr;
   auto *maps = static_cast<MapsOfObject *>(ztm_alloc(sizeof(MapsOfObject)));
   if (maps == nullptr) return false;
+  if (hasCalls()) mapsMade(maps);
   maps->living = newMaps.living;
   maps->signals.copy(newMaps.signals);
   maps->properties.copy(newMaps.properties);
-  objectMade(&maps->signals.map, &maps->signals.tree, &maps->properties.map, &maps->properties.tree);
   self.signals = &maps->signals.map;
   self.dynamicProperties = &maps->properties.map;
   return true;
@@ -169,7 +174,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   auto &object = *static_cast<ztObject *>(ended);
   if ((object.flags & (objectBeingDestroyed | objectWatched)) != 0 || !endsPlainly(object)) return false;
   clearReserved(object.klass);
-  leaveCalls(object);
+  if (hasCalls()) leaveCalls(object);
   freeMaps(object);
   ztm_free(ended);
   return true;

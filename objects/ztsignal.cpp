@@ -31,8 +31,8 @@ static void *signalClone(const ztSignal &signal, void *target) {
 }
 
 static void forgetDeliveries(const ztSignal &signal) {
-  forEachCall([&](Call &call) {
-    if (call.subject == &signal && kindOf(call) == CallKind::delivery) call.subject = nullptr;
+  forEachCallOn(&signal, [](Call &call, void *) {
+    if (kindOf(call) == CallKind::delivery) call.subject = nullptr;
   });
 }
 
@@ -47,7 +47,8 @@ static bool endsPlainly(const ztSignal &signal) {
          releasesSlotsPlainly(signal.slots) && ztBaseClass_table()->destroy == baseDestroy;
 }
 
-static void freeSignal(ztSignal *signal, FreedObjects *freed) {
+// Out of line, so that the release of an object without signals stays short.
+[[gnu::noinline]] static void freeSignal(ztSignal *signal, FreedObjects *freed) {
   forgetDeliveries(*signal);
   freeString(signal->name, freed);
   freeSlots(signal->slots, freed);
@@ -175,9 +176,9 @@ bool ztcore::addsSignalsPlainly(const ztSignalMap *signals) {
 static SignalBlock *makeSignal(const char *name, uint32_t argumentCount) {
   auto *block = static_cast<SignalBlock *>(ztm_alloc(sizeof(SignalBlock)));
   if (block == nullptr) return nullptr;
+  objectMade(&block->slots.map, &block->slots.tree);
   block->living = newSignal.living;
   block->slots.copy(newSignal.slots);
-  objectMade(&block->slots.map, &block->slots.tree);
   ztSignal *signal = &block->signal;
   beginPart(block, signal, ztSignalClass_Instance());
   signal->name = &block->name.string;

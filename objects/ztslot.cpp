@@ -113,10 +113,9 @@ bool ztcore::popsSlotsPlainly(const ztSlotMap *slots) {
          slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr;
 }
 
-bool ztcore::popSlotPlainly(ztSlotMap *slots, const void *receiver) {
-  const ztMapItem *top = topSlot(slots, receiver);
-  if (top == nullptr || !hasPlainSlot(top)) return false;
-  auto *item = reinterpret_cast<ztMapItem *>(takeOut(*slots->tree, receiver));
+bool ztcore::popSlotPlainly(ztSlotMap *slots, const ztMapItem *top) {
+  if (!hasPlainSlot(top)) return false;
+  auto *item = reinterpret_cast<ztMapItem *>(takeOut(*slots->tree, top->data));
   if (!endsPlainly(item)) {
     ztSlotMap_of(slots)->deleteItem(slots, item);
     return true;

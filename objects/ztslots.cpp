@@ -97,9 +97,9 @@ const ztMapItem *ztcore::topSlot(const ztSlotMap *slots, const void *receiver) {
 void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return;
   if (popsSlotsPlainly(slots)) {
-    while (popSlotPlainly(slots, receiver)) {
-    }
-    if (topSlot(slots, receiver) == nullptr) return;
+    const ztMapItem *top = topSlot(slots, receiver);
+    while (top != nullptr && popSlotPlainly(slots, top)) top = topSlot(slots, receiver);
+    if (top == nullptr) return;
   }
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item, and when a
@@ -139,7 +139,7 @@ bool ztcore::removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem 
   const bool isPlain = popsSlotsPlainly(slots);
   const void *first = isPlain ? static_cast<const void *>(topSlot(slots, receiver))
                               : ztSlotMap_of(slots)->find(slots, receiver);
-  if (isPlain && first == unwanted && popSlotPlainly(slots, receiver)) return true;
+  if (isPlain && first == unwanted && popSlotPlainly(slots, unwanted)) return true;
   if (!isAmong(slots, receiver, first)) return false;
   ReceiverSlots walk(slots, receiver);
   while (walk.item() != first && walk.item() != unwanted) walk.next();

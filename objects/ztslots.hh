@@ -29,8 +29,8 @@ bool popsSlotsPlainly(const ztSlotMap *slots);
 // The item of a receiver that is highest in the tree of such a map, which `find` returns and `pop` removes; or NULL.
 const ztMapItem *topSlot(const ztSlotMap *slots, const void *receiver);
 
-// Removes that item. False, with nothing done, when there is none, and when its release would call a host's function.
-bool popSlotPlainly(ztSlotMap *slots, const void *receiver);
+// Removes that item. False, with nothing done, when its release would call a host's function.
+bool popSlotPlainly(ztSlotMap *slots, const ztMapItem *top);
 
 // Removes one slot of a receiver, by its item. False when the set keeps it.
 bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted);

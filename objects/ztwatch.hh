@@ -28,8 +28,8 @@ class ObjectWatch {
     return call != nullptr && call->subject != nullptr;
   }
   static void objectDestroyed(const void *object) {
-    forEachCall([=](Call &call) {
-      if (call.subject == object && kindOf(call) == CallKind::watch) call.subject = nullptr;
+    forEachCallOn(object, [](Call &call, void *) {
+      if (kindOf(call) == CallKind::watch) call.subject = nullptr;
     });
   }
 

@@ -119,6 +119,24 @@ int64_t signalsOfOneSender(size_t count) {
   return time;
 }
 
+// An emission inside the slot of another. Each level makes an object, which the library looks for in all levels.
+int64_t nestedEmissions(size_t count) {
+  static void *sender;
+  static size_t left;
+  sender = ztObject_ctor(nullptr, 1);
+  left = count;
+  void *receiver = ztObject_ctor(nullptr, 1);
+  connect(sender, "changed", receiver, [](void *, intptr_t) {
+    if (--left == 0) return;
+    void *object = ztObject_ctor(nullptr, 1);
+    ztObject_emit(sender, "changed", 0);
+    release(object);
+  });
+  const int64_t time = timed([] { ztObject_emit(sender, "changed", 0); });
+  releaseAll({sender, receiver});
+  return time;
+}
+
 // Nodes -------------------------------------------------------------------------------------------
 
 struct Family {
@@ -193,6 +211,7 @@ const Case cases[] = {
     {"slots that release their receivers", slotsThatRelease},
     {"functions of one receiver, connected", functionsOfOneReceiver},
     {"signals of one sender, receivers released", signalsOfOneSender},
+    {"nested emissions", nestedEmissions},
     {"deleteChild, the last first", deleteChildren},
     {"setParent, the last first", moveChildren},
     {"children released, the last first", releaseChildren},

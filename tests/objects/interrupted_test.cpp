@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <memory>
 #include <ostream>
+#include <random>
 #include <set>
 
 #ifdef __SANITIZE_ADDRESS__
@@ -695,6 +696,57 @@ TEST_F(Stacks, AnAbandonedEmissionHoldsNothingUp) {
     emitChanged(emitter);
   }
   EXPECT_EQ(diary.size(), 400U);
+}
+
+// So many are paused that calls and receivers are looked up, and records come to stand between older ones.
+TEST_F(Stacks, ManyPausedEmissionsNoticeWhatEnds) {
+  struct Paused {
+    Listener *from = newListener();
+    Listener *first = newListener();
+    Listener *second = newListener();
+    std::unique_ptr<Fiber> fiber;
+  };
+  std::vector<Paused> paused;
+  std::mt19937 random(1);
+  const auto below = [&](size_t limit) {
+    return std::uniform_int_distribution<size_t>(0, limit - 1)(random);
+  };
+  const auto end = [](Listener *&one) {
+    if (one != nullptr) release(std::exchange(one, nullptr));
+  };
+  reaction = [](const Call &call) {
+    if (call.slot == 0) Fiber::pause();
+  };
+  const auto begin = [&] {
+    Paused &added = paused.emplace_back();
+    if (added.second < added.first) std::swap(added.first, added.second);
+    connectTo(added.from, changed, added.first, diarySlot<0>());
+    connectTo(added.from, changed, added.second, diarySlot<1>());
+    added.fiber = std::make_unique<Fiber>([from = added.from] { emitChanged(from); });
+    added.fiber->resume();
+  };
+  const auto finish = [&](size_t index) {
+    Paused ended = std::move(paused[index]);
+    paused.erase(paused.begin() + static_cast<ptrdiff_t>(index));
+    diary.clear();
+    ended.fiber->resume();
+    EXPECT_EQ(diary.size(), ended.from != nullptr && ended.second != nullptr ? 1U : 0U);
+    for (Listener **one : {&ended.from, &ended.first, &ended.second}) end(*one);
+  };
+  for (int step = scale(1400); step > 0 && !HasFailure(); --step) {
+    const size_t dice = below(10);
+    if (paused.empty() || (dice < 4 && paused.size() < 80)) {
+      begin();
+      continue;
+    }
+    Paused &any = paused[below(paused.size())];
+    if (dice < 7) {
+      finish(static_cast<size_t>(&any - paused.data()));
+    } else {
+      end(dice == 7 ? any.from : dice == 8 ? any.first : any.second);
+    }
+  }
+  while (!paused.empty()) finish(paused.size() - 1);
 }
 
 TEST_F(Stacks, AnObjectWhoseEndIsPausedIsNotReleasedByAnother) {
