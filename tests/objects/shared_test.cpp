@@ -174,15 +174,15 @@ TEST_F(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
 
 // Static properties -------------------------------------------------------------------------------
 
-// Dial and its descendant Needle: classes whose static properties are those of ztObject.
-#define Dial_FIELDS ztObject_FIELDS
-#define Dial_METHODS ztObject_METHODS
-ZT_DECLARE_CLASS(Dial)
-ZT_DEFINE_CLASS(Dial, ztObject, [](auto *) {})
-#define Needle_FIELDS Dial_FIELDS
-#define Needle_METHODS Dial_METHODS
+// Sundial and its descendant Needle: classes whose static properties are those of ztObject.
+#define Sundial_FIELDS ztObject_FIELDS
+#define Sundial_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Sundial)
+ZT_DEFINE_CLASS(Sundial, ztObject, [](auto *) {})
+#define Needle_FIELDS Sundial_FIELDS
+#define Needle_METHODS Sundial_METHODS
 ZT_DECLARE_CLASS(Needle)
-ZT_DEFINE_CLASS(Needle, Dial, [](auto *) {})
+ZT_DEFINE_CLASS(Needle, Sundial, [](auto *) {})
 
 namespace {
 
@@ -205,17 +205,17 @@ class SharedNames : public SharedBlock {
  protected:
   ~SharedNames() override {
     ztFreeClass("Needle");
-    ztFreeClass("Dial");
+    ztFreeClass("Sundial");
   }
 };
 
 }  // namespace
 
 TEST_F(SharedNames, NamesThatAHostTookOutliveTheirStaticProperty) {
-  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztMapItem *item = firstPropertyOf(Sundial_ctor, SundialClass_Instance());
   ztString *names[] = {takeFrom(propertyIn(item)->name), takeFrom(propertyIn(item)->signalName),
                        static_cast<ztString *>(takeFrom(item->data))};
-  ztFreeClass("Dial");
+  ztFreeClass("Sundial");
   EXPECT_STREQ(ztString_of(names[0])->get(names[0]), "refCount");
   EXPECT_STREQ(ztString_of(names[1])->get(names[1]), "");
   EXPECT_STREQ(ztString_of(names[2])->get(names[2]), "refCount");
@@ -226,7 +226,7 @@ TEST_F(SharedNames, NamesThatAHostTookOutliveTheirStaticProperty) {
 }
 
 TEST_F(SharedNames, AStaticPropertyIsInheritedWithAllItsFields) {
-  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztMapItem *item = firstPropertyOf(Sundial_ctor, SundialClass_Instance());
   ztProperty *property = propertyIn(item);
   int word;
   property->userWord = &word;
@@ -247,13 +247,13 @@ TEST_F(SharedNames, AStaticPropertyIsInheritedWithAllItsFields) {
 }
 
 TEST_F(SharedNames, AStaticPropertyIsInheritedWithoutTheNameThatAHostTook) {
-  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztMapItem *item = firstPropertyOf(Sundial_ctor, SundialClass_Instance());
   release(takeFrom(propertyIn(item)->signalName));
   EXPECT_EQ(propertyIn(firstPropertyOf(Needle_ctor, NeedleClass_Instance()))->signalName, nullptr);
 }
 
 TEST_F(SharedNames, ANameWithAHostsSettingsIsInheritedWithThem) {
-  ztMapItem *item = firstPropertyOf(Dial_ctor, DialClass_Instance());
+  ztMapItem *item = firstPropertyOf(Sundial_ctor, SundialClass_Instance());
   ztCharArray *buffer = propertyIn(item)->name->buffer;
   ztCharArray_of(buffer)->setCompareFunction(buffer, ztIntArray_compare_func);
   const ztCharArray *copy = propertyIn(firstPropertyOf(Needle_ctor, NeedleClass_Instance()))->name->buffer;
