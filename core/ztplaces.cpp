@@ -34,7 +34,7 @@ bool PlaceIndex::reserve(uint32_t wanted) {
   if (larger.places == nullptr) return false;
   larger.lasts = reinterpret_cast<uint32_t *>(larger.places + capacity);
   memset(larger.lasts, 0xff, capacity * sizeof(uint32_t));
-  for (uint32_t i = 0; i < count; ++i) larger.addHash(places[i].hash);
+  for (uint32_t i = 0; places != nullptr && i < count; ++i) larger.addHash(places[i].hash);
   ztm_free(places);
   *this = larger;
   return true;

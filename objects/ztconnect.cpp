@@ -126,11 +126,20 @@ static void dropFromSignals(const ztSignalMap *signals, Drop drop) {
   } while (use.changed());
 }
 
+// Whether all slots for a peer were dropped and no function of a host ran.
+static bool dropPlainly(const ztSignalMap *signals, const void *peer) {
+  for (const ztMapItem *item : itemsOf(signals)) {
+    if (!removeReceiverPlainly(static_cast<const ztSignal *>(item->value)->slots, peer)) return false;
+  }
+  return true;
+}
+
 // Drops an object's slots for a peer that is being destroyed. With `staysTied` keeps the slot that will tell
 // the peer of the object's own destruction.
 static void forgetPeer(void *object, void *peer, bool staysTied) {
-  if (object == peer) return;
-  dropFromSignals(static_cast<const ztObject *>(object)->signals, [=](const ztSignal *signal) {
+  const ztSignalMap *signals = static_cast<const ztObject *>(object)->signals;
+  if (object == peer || (!staysTied && dropPlainly(signals, peer))) return;
+  dropFromSignals(signals, [=](const ztSignal *signal) {
     if (staysTied && signal == findSignal(object, "destroyed")) {
       removeReceiverExcept(signal->slots, peer, destroyedSlotOf(peer));
     } else {

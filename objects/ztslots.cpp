@@ -94,13 +94,16 @@ const ztMapItem *ztcore::topSlot(const ztSlotMap *slots, const void *receiver) {
   return mapItem(item);
 }
 
+bool ztcore::removeReceiverPlainly(ztSlotMap *slots, const void *receiver) {
+  if (slots == nullptr) return true;
+  if (!popsSlotsPlainly(slots)) return false;
+  const ztMapItem *top = topSlot(slots, receiver);
+  while (top != nullptr && popSlotPlainly(slots, top)) top = topSlot(slots, receiver);
+  return top == nullptr;
+}
+
 void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
-  if (slots == nullptr) return;
-  if (popsSlotsPlainly(slots)) {
-    const ztMapItem *top = topSlot(slots, receiver);
-    while (top != nullptr && popSlotPlainly(slots, top)) top = topSlot(slots, receiver);
-    if (top == nullptr) return;
-  }
+  if (removeReceiverPlainly(slots, receiver)) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item, and when a
   // slot's name of a host's class released the map.

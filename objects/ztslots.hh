@@ -38,6 +38,9 @@ bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwante
 // Removes all slots of a receiver. Ignores a NULL set.
 void removeReceiver(ztSlotMap *slots, const void *receiver);
 
+// The same without calling a function of a host. False when slots are left that only such a function may remove.
+bool removeReceiverPlainly(ztSlotMap *slots, const void *receiver);
+
 // The same except for slots with one function.
 void removeReceiverExcept(ztSlotMap *slots, const void *receiver, ztSlotFunction kept);
 
