@@ -643,11 +643,17 @@ void *anyArgument() {
   return choice == 0 ? nullptr : choice == 1 ? otherObject : anyObject();
 }
 
+// Of properties of any kind. Those above have one kind each, as `setProperty` takes it as given.
+const char *anyNewName() {
+  static const char *const names[] = {"new", "newer", "newest", "signalname", "change->new", nullptr};
+  return names[input->below(6)];
+}
+
 const char *anyPropertyName() {
   static std::string text;
   const uint32_t choice = input->below(20);
-  if (choice == 0) return nullptr;
-  if (choice == 1) return (text = input->text(200)).c_str();
+  if (choice == 0) return (text = input->text(200)).c_str();
+  if (choice < 10) return anyNewName();
   return properties[input->below(std::size(properties))].name;
 }
 
@@ -682,7 +688,7 @@ void setChecked() {
 
 void addChecked() {
   void *object = anyArgument();
-  const char *name = anyPropertyName();
+  const char *name = anyNewName();
   const bool isThere = ztObject_findProperty(object, name) != nullptr;
   const uint32_t kind = input->below(7);
   int32_t done = 0;

@@ -108,8 +108,10 @@ typedef struct ztArgument {
  *
  * calls each slot as `void measured(void *receiver, intptr_t channel, double value, void *station)`. All slots of
  * the signal must take these kinds in this order. Otherwise as ztObject_emit().
- * @param arguments  may be NULL when @p count is 0
- * @param count      0 to 4; each further argument of the signal is zero, in every kind
+ * @param object      a ztObject
+ * @param signalName  the signal
+ * @param arguments   may be NULL when @p count is 0
+ * @param count       0 to 4; each further argument of the signal is zero, in every kind
  * @return 1; 0 as ztObject_emit(). Also 0, with a line in the log and no slot called, when an argument is NULL, the
  *         object is no ztObject, @p count is more than 4 or than the signal has, or a kind is unknown
  */

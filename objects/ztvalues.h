@@ -31,7 +31,9 @@ ZT_API int32_t ztObject_setFloat(void *object, const char *name, double value);
 /** Sets a property that holds a text: a "ztString" gets a copy. A "ztCharPtr" gets the pointer itself: its setter
  *  may copy the text (that of "name" of a ztRoot does), but a dynamic property does not, so the text must outlive
  *  the property or its next value.
- *  @param text  not NULL
+ *  @param object  a ztObject
+ *  @param name    of the property
+ *  @param text    not NULL
  *  @return 1; 0 with a line in the log, see above and when memory is exhausted */
 ZT_API int32_t ztObject_setText(void *object, const char *name, const char *text);
 
@@ -49,8 +51,10 @@ ZT_API int32_t ztObject_getChar(void *object, const char *name, signed char *out
 ZT_API int32_t ztObject_getFloat(void *object, const char *name, double *out);
 
 /** Reads the text of a "ztString" or "ztCharPtr" property.
- *  @param out  gets the text itself, valid until the property changes or ends; not to be freed. NULL for a string
- *              without text and a NULL pointer
+ *  @param object  a ztObject
+ *  @param name    of the property
+ *  @param out     gets the text itself, valid until the property changes or ends; not to be freed. NULL for a
+ *                 string without text and a NULL pointer
  *  @return 1; 0, with @p out unchanged and a line in the log; see above */
 ZT_API int32_t ztObject_getText(void *object, const char *name, const char **out);
 
@@ -72,7 +76,7 @@ ZT_API int32_t ztObject_addFloat(void *object, const char *name, double initial)
 ZT_API int32_t ztObject_addText(void *object, const char *name, const char *initial);
 /** Makes a dynamic "ztCharPtr" property, which holds the pointer only: the text must outlive it. ztObject_setText()
  *  and ztObject_getText() serve it, too.
- *  @param initial  may be NULL
+ *  The text may be NULL.
  *  @return as ztObject_addInt() */
 ZT_API int32_t ztObject_addCharPtr(void *object, const char *name, const char *initial);
 /** Makes a dynamic "ztVoidPtr" property. @p initial may be NULL. @return as ztObject_addInt() */

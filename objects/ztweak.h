@@ -37,7 +37,8 @@ ZT_BEGIN_C
 ZT_API int32_t ztObject_watch(void *object, void **pointer);
 
 /** Ends a watch; the pointer keeps its value. Nothing is logged.
- *  @param object  is not followed, so it may have ended
+ *  @param object   is not followed, so it may have ended
+ *  @param pointer  as it was given to ztObject_watch()
  *  @return 1; 0 when the pointer does not watch this object: it never did, or the object has ended */
 ZT_API int32_t ztObject_unwatch(void *object, void **pointer);
 

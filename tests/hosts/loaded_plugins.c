@@ -45,6 +45,7 @@ static void meterGoes(void *prototype) {
 static int32_t meterProperties(ztClass *klass) {
   ztGetter none = {NULL};
   ztSetter nothing = {NULL};
+  CHECK(ztOOP_declareSignal(klass, "flowed(double amount)") == 1);
   return ztObject_table()->addProperty(klass, "flow", "Flow", none, nothing, NULL, NULL);
 }
 

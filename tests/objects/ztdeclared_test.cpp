@@ -40,6 +40,12 @@ ZT_DEFINE_CLASS(Meter, ztObject,
 ZT_DEFINE_CLASS(Counter, Meter,
                 [](auto *methods) { ZT_OVERRIDE_METHOD(methods, initProperties, counterInitProperties); })
 ZT_DEFINE_CLASS(Dial, Counter, noMethods)
+// No object of it is ever made.
+#define Unused_FIELDS ztObject_FIELDS
+#define Unused_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Unused)
+ZT_DEFINE_CLASS(Unused, ztObject, noMethods)
+
 ZT_DEFINE_CLASS(Leaf, ztRoot,
                 [](auto *methods) { ZT_OVERRIDE_METHOD(methods, initProperties, leafInitProperties); })
 
@@ -175,6 +181,7 @@ TEST_F(DeclaredSignals, ThatAreMalformedAreRefusedWithALine) {
   EXPECT_TRUE(
       isRefused([] { return ztOOP_declareSignal(MeterClass_Instance(), nullptr); }, {"declaration", "NULL"}));
   EXPECT_TRUE(isRefused([] { return ztOOP_declareSignal(ztStringClass_Instance(), "one"); }, {"'ztString'"}));
+  EXPECT_TRUE(isRefused([] { return ztOOP_declareSignal(UnusedClass_Instance(), "one"); }, {"(null)"}));
 }
 
 TEST_F(DeclaredSignals, OfAFreedClassAreThereWhenItIsUsedAgain) {

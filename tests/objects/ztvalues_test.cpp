@@ -244,6 +244,12 @@ TEST_F(Values, OfADerivedTypeHaveTheKindOfTheLibrarys) {
   EXPECT_EQ(number, 21);
 }
 
+TEST_F(Values, OfAPropertyWithoutTypeAreRefusedWithALine) {
+  ztProperty *property = ztObject_findProperty(gauge, "level");
+  const Replaced type(property->type, nullptr);
+  EXPECT_TRUE(isRefused([&] { return ztObject_setInt(gauge, "level", 1); }, {"'level'", "(null)"}));
+}
+
 TEST_F(Values, MaySeeTheirObjectDestroyedByItsSetter) {
   auto *shortLived = static_cast<Gauge *>(Gauge_ctor(nullptr, 1));
   shortLived->onSet = [](void *object) { release(object); };
