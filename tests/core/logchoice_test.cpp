@@ -68,6 +68,10 @@ const std::string talk = "100%%\n";
 const std::string talkPrinted = "100%\n";
 const std::string all = loading + banner + talk + ending;
 
+std::string notOpened(const std::string &path) {
+  return "Zentova - Log file '" + path + "' cannot be opened\n";
+}
+
 }  // namespace
 
 // By the environment ------------------------------------------------------------------------------
@@ -110,7 +114,7 @@ TEST_F(LogChoice, IsStandardErrorWhereTheFileCannotBeOpened) {
   for (const std::string &path :
        {std::string("missing/my.log"), std::string("."), std::string("/dev/full"), pipe}) {
     run("log_choice", "talk", path);
-    expect(starts, "Zentova - Log file '" + path + "' cannot be opened\n" + all, {{"pipe", ""}});
+    expect(starts, notOpened(path) + all, {{"pipe", ""}});
   }
 }
 

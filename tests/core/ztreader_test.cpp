@@ -189,7 +189,8 @@ int32_t readNothing(void *, void *, uint32_t) {
 }
 
 int32_t readOneTwice(void *object, void *file, uint32_t version) {
-  return readOne(object, file, version) && readOne(object, file, version);
+  const int32_t isRead = readOne(object, file, version);
+  return isRead ? readOne(object, file, version) : 0;
 }
 
 // Writes the identity and the record of an object, as that of another class.
