@@ -6,6 +6,30 @@
 
 #include "tests/hosts/check.h"
 
+#include <stdlib.h>
+
+/* The host's own allocator, which refuses all blocks after so many; -1 while it refuses none. */
+static int blocksLeft = -1;
+static int liveBlocks;
+
+void *ztm_alloc(int32_t size) {
+  if (blocksLeft == 0) return NULL;
+  if (blocksLeft > 0) --blocksLeft;
+  ++liveBlocks;
+  return malloc((size_t)size);
+}
+
+void *ztm_realloc(void *block, int32_t size) {
+  if (blocksLeft == 0) return NULL;
+  if (block == NULL) ++liveBlocks;
+  return realloc(block, (size_t)size);
+}
+
+void ztm_free(void *block) {
+  if (block != NULL) --liveBlocks;
+  free(block);
+}
+
 /* A class that declares a signal. */
 #define Meter_FIELDS ztObject_FIELDS
 #define Meter_METHODS ztObject_METHODS
@@ -20,6 +44,17 @@ static void meterMethods(MeterMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(Meter, ztObject, meterMethods)
+
+/* A class that declares nothing by itself. */
+#define Silent_FIELDS ztObject_FIELDS
+#define Silent_METHODS ztObject_METHODS
+ZT_DECLARE_CLASS(Silent)
+
+static void silentMethods(SilentMethods *methods) {
+  (void)methods;
+}
+
+ZT_DEFINE_CLASS(Silent, ztObject, silentMethods)
 
 static char told[200];
 
@@ -83,7 +118,22 @@ static void restart(void) {
   release(panel);
 }
 
+/* The first declaration of a process. */
+static void declareWithoutMemory(void) {
+  release(Silent_ctor(NULL, 1));
+  for (int given = 0;; ++given) {
+    const int before = liveBlocks;
+    blocksLeft = given;
+    const int32_t done = ztOOP_declareSignal(SilentClass_Instance(), "heard");
+    blocksLeft = -1;
+    CHECK(done ? given == 3 : liveBlocks == before);
+    if (done || given > 3) break;
+  }
+  CHECK(ztOOP_declareSignal(SilentClass_Instance(), "heard") == 1);
+}
+
 int main(int argc, char **argv) {
-  static const Scenario scenarios[] = {{"all", useAll}, {"restart", restart}};
+  static const Scenario scenarios[] = {
+      {"all", useAll}, {"restart", restart}, {"exhausted", declareWithoutMemory}};
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }

@@ -42,3 +42,8 @@ TEST(SafeHandsInAProcess, KeepDeclarationsLikeStaticProperties) {
   }
   EXPECT_EQ(output.find("'between'"), std::string::npos) << output;
 }
+
+TEST(SafeHandsInAProcess, DeclareTheFirstSignalWholeOrNot) {
+  HostProcess host;
+  EXPECT_EQ(host.run("safe_hands", {"exhausted"}), 0) << host.output();
+}

@@ -205,6 +205,35 @@ TEST_F(Changes, AreFoundAmongSignalsThatChangeMeanwhile) {
   EXPECT_GT(searches, 1);
 }
 
+TEST_F(Changes, OfAnObjectWhoseSignalsASlotTakesAreNotTold) {
+  ASSERT_EQ(ztObject_onChange(gauge, "level", gauge, diarySlot<0>()), 1);
+  ASSERT_EQ(connectTo(gauge, "prop->signalname", gauge, diarySlot<1>()), 1);
+  reaction = [](const Call &call) {
+    auto *object = static_cast<ztObject *>(const_cast<void *>(call.sender));
+    release(std::exchange(object->signals, nullptr));
+  };
+  EXPECT_EQ(ztObject_setInt(gauge, "level", 5), 1);
+  EXPECT_EQ(told(), (Told{{1, 5}}));
+}
+
+TEST_F(Changes, OfAnObjectWhoseSignalsASearchTakesAreNotTold) {
+  static ztObject *object;
+  static bool takes;
+  takes = false;
+  object = &gauge.fields();
+  ASSERT_EQ(ztObject_addInt(gauge, "dynamic", 1), 1);
+  ASSERT_EQ(ztObject_onChange(gauge, "dynamic", gauge, diarySlot<0>()), 1);
+  ASSERT_EQ(connectTo(gauge, "prop->signalname", gauge, diarySlot<1>()), 1);
+  reaction = [](const Call &) { takes = true; };
+  auto *methods = static_cast<ztPropertyMapMethods *>(ztPropertyMapClass_Instance()->methodTable);
+  const Replaced find(methods->findValue, [](const void *map, const void *name) -> void * {
+    if (std::exchange(takes, false)) release(std::exchange(object->signals, nullptr));
+    return ztMap_table()->findValue(map, name);
+  });
+  EXPECT_EQ(ztObject_setInt(gauge, "dynamic", 5), 1);
+  EXPECT_EQ(told(), (Told{{1, 5}}));
+}
+
 TEST_F(Changes, OfNodesAreToldAsWell) {
   const Object node(ztRoot_ctor);
   ASSERT_EQ(ztObject_onChange(node, "uniqueID", panel, diarySlot<0>()), 1);

@@ -193,6 +193,18 @@ TEST_F(DeclaredSignals, OfAFreedClassAreThereWhenItIsUsedAgain) {
   EXPECT_EQ(warningFor(counter, "unknown"), warningOf("Counter", "unknown"));
 }
 
+TEST_F(DeclaredSignals, ThatCannotBeLookedUpAreNotMissed) {
+  const Object counter(Counter_ctor);
+  const Object receiver(Listener_ctor);
+  Counter_table()->classInstanceDestroy(CounterClass_Instance());
+  const auto connectWithoutMemory = [&] {
+    const Fault fault(0, true);
+    EXPECT_EQ(connectTo(counter, "unknown", receiver, diarySlot<0>()), 0);
+  };
+  EXPECT_EQ(logOf(connectWithoutMemory), "");
+  EXPECT_EQ(warningFor(counter, "unknown"), warningOf("Counter", "unknown"));
+}
+
 TEST_F(DeclaredSignals, AreDeclaredWholeOrNotWhenMemoryIsExhausted) {
   const Object meter(Meter_ctor);
   const Object receiver(Listener_ctor);

@@ -250,6 +250,17 @@ TEST_F(Values, OfAPropertyWithoutTypeAreRefusedWithALine) {
   EXPECT_TRUE(isRefused([&] { return ztObject_setInt(gauge, "level", 1); }, {"'level'", "(null)"}));
 }
 
+TEST_F(Values, WhoseStorageWasFreedAreRefusedWithALine) {
+  ASSERT_EQ(ztObject_addText(gauge, "text", "x"), 1);
+  ztProperty *property = ztObject_findProperty(gauge, "text");
+  static_cast<const ztPropertyTypeMethods *>(property->type->methodTable)
+      ->freeDynamicProperty(property->type, property);
+  const char *text = nullptr;
+  EXPECT_TRUE(isRefused([&] { return ztObject_setText(gauge, "text", "y"); }, {"'text'", "written"}));
+  EXPECT_TRUE(isRefused([&] { return ztObject_getText(gauge, "text", &text); }, {"'text'", "read"}));
+  EXPECT_EQ(text, nullptr);
+}
+
 TEST_F(Values, MaySeeTheirObjectDestroyedByItsSetter) {
   auto *shortLived = static_cast<Gauge *>(Gauge_ctor(nullptr, 1));
   shortLived->onSet = [](void *object) { release(object); };
@@ -270,8 +281,12 @@ TEST_F(Values, AreSetAndReadByTheMethodsOfTheObject) {
     EXPECT_TRUE(isRefused([&] { return ztObject_getInt(gauge, "level", &number); }, {"'level'", "not read"}));
     EXPECT_TRUE(isRefused([&] { return ztObject_addInt(gauge, "new", 1); }, {"'new'", "made"}));
     EXPECT_EQ(number, 3);
+    const char *text = nullptr;
+    EXPECT_TRUE(isRefused([&] { return ztObject_setText(gauge, "note", "x"); }, {"'note'", "not set"}));
+    EXPECT_TRUE(isRefused([&] { return ztObject_getText(gauge, "note", &text); }, {"'note'", "not read"}));
+    EXPECT_EQ(text, nullptr);
   }
-  EXPECT_EQ(sets, 2);
+  EXPECT_EQ(sets, 3);
 }
 
 TEST(PropertyTypes, AreAllRegisteredAtOnceAndMadeKnownByNewProperties) {

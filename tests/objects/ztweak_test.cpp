@@ -209,6 +209,27 @@ TEST_F(Weak, WatchesAreWholeOrNotWhenMemoryIsExhausted) {
   });
 }
 
+TEST_F(Weak, PointersThatCannotMoveStay) {
+  std::vector<Object> objects;
+  for (int number = 0; number < 40; ++number) objects.emplace_back(Listener_ctor);
+  void *pointers[40] = {};
+  for (void *&pointer : pointers) ASSERT_EQ(ztObject_watch(objects[0], &pointer), 1);
+  int moved = 0;
+  {
+    // Some have a place in the tables, which cannot grow.
+    const Fault fault(0, true);
+    for (int number = 1; number < 40; ++number) {
+      const int32_t done = ztObject_watch(objects[static_cast<size_t>(number)], &pointers[number]);
+      EXPECT_EQ(pointers[number], objects[done ? static_cast<size_t>(number) : 0]) << number;
+      moved += done;
+    }
+  }
+  EXPECT_GT(moved, 0);
+  EXPECT_LT(moved, 39);
+  objects.clear();
+  for (void *pointer : pointers) EXPECT_EQ(pointer, nullptr);
+}
+
 TEST_F(Weak, WatchesInAnyOrderHoldWhatAModelHolds) {
   std::mt19937 random(7);
   const auto below = [&](size_t limit) { return random() % limit; };
