@@ -4,7 +4,9 @@ add_library(ztcore_objects OBJECT ${ZT_SOURCES})
 zt_compile_library(ztcore_objects)
 target_include_directories(ztcore_objects PRIVATE "${PROJECT_SOURCE_DIR}")
 # Compiling the modules one by one, GCC reports null pointers that cannot occur.
-target_compile_options(ztcore_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference>)
+add_library(zt_single_modules INTERFACE)
+target_compile_options(zt_single_modules INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference>)
+target_link_libraries(ztcore_objects PRIVATE zt_single_modules)
 set_target_properties(ztcore_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 
 # As in the shared library, only the marked functions are visible, and a program may define the memory functions
