@@ -34,7 +34,8 @@ if(ZT_BUILD_STATIC)
 endif()
 
 configure_package_config_file(cmake/ZentovaConfig.cmake.in "${PROJECT_BINARY_DIR}/ZentovaConfig.cmake"
-                              INSTALL_DESTINATION "${package_folder}" NO_SET_AND_CHECK_MACRO)
+                              INSTALL_DESTINATION "${package_folder}"
+                              NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZentovaConfigVersion.cmake"
                                  COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/ZentovaConfig.cmake" "${PROJECT_BINARY_DIR}/ZentovaConfigVersion.cmake"
