@@ -15,7 +15,7 @@ set(whole "${PROJECT_BINARY_DIR}/static/ztcore.o")
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/static")
 add_custom_command(
   OUTPUT "${whole}"
-  COMMAND "${CMAKE_LINKER}" -r --force-group-allocation -o "${whole}" "$<TARGET_OBJECTS:ztcore_objects>"
+  COMMAND "${CMAKE_LINKER}" -r -o "${whole}" "$<TARGET_OBJECTS:ztcore_objects>"
   COMMAND "${CMAKE_OBJCOPY}" $<$<CONFIG:Release>:--strip-debug> --localize-hidden --wildcard --weaken-symbol=ztm_*
           --rename-section .init_array=.init_array.00101 --rename-section .fini_array=.fini_array.00102
           "${whole}"
