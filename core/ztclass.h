@@ -192,6 +192,7 @@ struct ztClassTraits {
 #define ZT_DECLARE_TRAITS(C) \
   extern "C++" ztClassTraits<C##Methods, C##Class_Instance, C##_ctor, C##InitTable> ztTraitsOf(const C *);
 #else
+/** Nothing in C. */
 #define ZT_DECLARE_TRAITS(C)
 #endif
 
@@ -312,6 +313,7 @@ struct ztTextEnd {
 /** The text that ZT_DEFINE_OWN_TEXT() defined. */
 #define ZT_OWN_TEXT(name, List, ParentList) name.text
 #else
+/** Nothing: ZT_OWN_TEXT() needs no definition. */
 #define ZT_DEFINE_OWN_TEXT(name, List, ParentList)
 /** What a list adds to the parent's, as text. */
 #define ZT_OWN_TEXT(name, List, ParentList) __extension__ &ZT_TEXT_OF(List)[sizeof ZT_TEXT_OF(ParentList) - 1]

@@ -16,7 +16,7 @@ installs() {
 
 # holds_the_public_headers_and_nothing_else <root of the tree> <room>...
 holds_the_public_headers_and_nothing_else() {
-  (cd "$1" && find "${@:2}" -name '*.h' && echo zentova.h) | sort >expected.txt
+  (cd "$1" && find "${@:2}" -name '*.h' && ls zentova.h zentova.hpp) | sort >expected.txt
   (cd "$prefix/$INCLUDEDIR" && find . -type f | sed -n 's|^\./zentova/||p' | sort) >installed.txt
   diff expected.txt installed.txt
   [ "$(ls "$prefix/$INCLUDEDIR")" = zentova ]
@@ -25,16 +25,31 @@ holds_the_public_headers_and_nothing_else() {
 # holds_the_library_and_what_finds_it <version>
 holds_the_library_and_what_finds_it() {
   cd "$prefix"
-  diff - <(find . ! -type d ! -path "./$INCLUDEDIR/*" | grep -v 'ZentovaConfig-[a-z]*\.cmake$' | sort) <<LIST
+  diff - <(find . ! -type d ! -path "./$INCLUDEDIR/*" | grep -v 'Zentova[A-Za-z]*-[a-z]*\.cmake$' | sort) <<LIST
 ./$LIBDIR/cmake/Zentova/ZentovaConfig.cmake
 ./$LIBDIR/cmake/Zentova/ZentovaConfigVersion.cmake
+./$LIBDIR/cmake/Zentova/ZentovaStaticTargets.cmake
+./$LIBDIR/cmake/Zentova/ZentovaTargets.cmake
+./$LIBDIR/libztcore.a
 ./$LIBDIR/libztcore.so
 ./$LIBDIR/libztcore.so.${1%%.*}
 ./$LIBDIR/libztcore.so.$1
+./$LIBDIR/pkgconfig/zentova-static.pc
 ./$LIBDIR/pkgconfig/zentova.pc
 LIST
   [ "$(readlink "$LIBDIR/libztcore.so")" = "libztcore.so.${1%%.*}" ]
   [ "$(readlink "$LIBDIR/libztcore.so.${1%%.*}")" = "libztcore.so.$1" ]
+}
+
+# parts_are_installed_on_their_own <build folder>: what programs run with, and what they are built with.
+parts_are_installed_on_their_own() {
+  rm -rf runtime development
+  "$CMAKE" --install "$1" --prefix "$PWD/runtime" --component runtime >/dev/null
+  "$CMAKE" --install "$1" --prefix "$PWD/development" --component development >/dev/null
+  files_of() { (cd "$1" && find . ! -type d | sort); }
+  [ "$(files_of runtime | grep -vc 'libztcore\.so\.')" -eq 0 ]
+  files_of development | grep -q 'libztcore\.so$'
+  diff <(files_of moved) <((files_of runtime && files_of development) | sort)
 }
 
 # names_no_folder_of_the_build <folder>...
@@ -49,27 +64,44 @@ names_no_folder_of_the_build() {
 }
 
 flags() {
-  PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig pkg-config "$@" zentova
+  PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig pkg-config "$@"
 }
 
-# configure_host <folder> <wanted version>
-configure_host() {
-  rm -rf "$1"
-  "$CMAKE" -G Ninja -S "$here/host" -B "$1" -Dwanted="$2" \
-    -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$prefix"
-}
-
-hosts_of_pkg_config_and_cmake_agree() {
+need_pkg_config() {
   if ! command -v pkg-config >/dev/null; then
     echo "not checked: no pkg-config here"
     # Where changes are judged, a check that is not made is no success.
     [ -z "${CI:-}" ] || exit 1
     exit 77
   fi
-  mkdir -p pkg_config_host
+}
+
+# compile_host <folder> <name for pkg-config> <compiler option>...: as README.md shows it.
+compile_host() {
+  mkdir -p "$1"
   # shellcheck disable=SC2046 # the flags are words
-  "$CC" -std=c11 -Wall -Wextra -Wpedantic -Werror $(flags --cflags) "$here/host.c" $(flags --libs) \
-    -o pkg_config_host/host
+  "$CC" -std=c11 -Wall -Wextra -Wpedantic -Werror "${@:3}" $(flags --cflags "$2") "$here/host.c" \
+    $(flags --libs "$2") -o "$1/host"
+}
+
+# configure_host <folder> <wanted version>
+configure_host() {
+  rm -rf "$1"
+  "$CMAKE" -G Ninja -S "$here/host" -B "$1" -Dwanted="$2" \
+    -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$prefix"
+}
+
+what_the_host_prints() {
+  cat <<'OUTPUT'
+Gauge 42
+read 21
+first of 3: 1
+OUTPUT
+}
+
+hosts_of_pkg_config_and_cmake_agree() {
+  need_pkg_config
+  compile_host pkg_config_host zentova
   (cd pkg_config_host && LD_LIBRARY_PATH="$prefix/$LIBDIR" ./host >../of_pkg_config.txt)
 
   configure_host cmake_host 1.0 >/dev/null
@@ -77,11 +109,74 @@ hosts_of_pkg_config_and_cmake_agree() {
   (cd cmake_host && ./host >../of_cmake.txt)
 
   diff of_pkg_config.txt of_cmake.txt
-  diff - <(grep -E '^(Gauge|read|first)' of_cmake.txt) <<'OUTPUT'
-Gauge 42
-read 21
-first of 3: 1
+  diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' of_cmake.txt)
+  (cd cmake_host && ./host_cpp) | grep -qx 'the level is 42'
+}
+
+# The static library: none is loaded, also with no library at all and in a program at a fixed address.
+static_hosts_load_no_library() {
+  need_pkg_config
+  configure_host cmake_host 1.0 >/dev/null
+  "$CMAKE" --build cmake_host --target host_static >/dev/null
+  mkdir -p static_hosts
+  cp cmake_host/host_static static_hosts/of_cmake
+  local way
+  for way in -pie -no-pie -static; do
+    compile_host static_host zentova-static "$way"
+    mv static_host/host "static_hosts/of_pkg_config$way"
+  done
+  for way in static_hosts/of_*; do
+    if readelf --dynamic "$way" | grep -q 'NEEDED.*ztcore'; then
+      echo "$way loads the library"
+      return 1
+    fi
+    (cd static_hosts && "../$way") >output.txt
+    diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' output.txt)
+  done
+}
+
+# As with the shared library, a program may define the memory functions, and may make objects before main.
+static_hosts_begin_before_main_and_replace_memory_functions() {
+  need_pkg_config
+  "$CC" -std=c11 -Wall -Wextra -Werror $(flags --cflags zentova-static) "$here/early.c" \
+    $(flags --libs zentova-static) -o early
+  ./early >output.txt
+  diff - <(grep -E '^(early|main|exit|replaced)' output.txt) <<'OUTPUT'
+early 1
+main 1
+replaced 1
+exit 1
 OUTPUT
+}
+
+# What a program gets of the static library besides the public names would be in the way of its own.
+the_static_library_shows_public_names_only() {
+  diff <(nm --extern-only --defined-only "$prefix/$LIBDIR/libztcore.a" | sed -n 's/^[0-9a-f]* . //p' | sort) \
+    <(nm --dynamic --defined-only "$prefix/$LIBDIR/libztcore.so" | sed -n 's/^[0-9a-f]* [^A] \(.*\)@@.*/\1/p' | sort)
+}
+
+cmake_says_which_component_is_missing() {
+  rm -rf components
+  mkdir components
+  cat >components/CMakeLists.txt <<'LISTS'
+cmake_minimum_required(VERSION 3.25)
+project(components LANGUAGES C CXX)
+find_package(Zentova 1.0 COMPONENTS ${wanted})
+if(NOT Zentova_FOUND)
+  message(FATAL_ERROR "not found: ${Zentova_NOT_FOUND_MESSAGE}")
+endif()
+LISTS
+  configure() {
+    "$CMAKE" -G Ninja -S components -B components/build -Dwanted="$1" -DCMAKE_PREFIX_PATH="$prefix" \
+      -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >output.txt 2>&1
+  }
+  configure 'shared;static;cpp'
+  configure ''
+  if configure 'shared;python'; then
+    echo 'a component that is not there was found'
+    return 1
+  fi
+  grep -q 'not found:.*python' output.txt
 }
 
 cmake_takes_only_a_version_that_fits() {
@@ -118,15 +213,28 @@ first of 3: 1
 OUTPUT
 }
 
-# packagers_may_have_warnings_stay_warnings <root of the tree>
-packagers_may_have_warnings_stay_warnings() {
-  local choice
-  for choice in ON OFF; do
+# warnings_are_errors_where_asked_for <root of the tree>: packagers and users have other compilers.
+warnings_are_errors_where_asked_for() {
+  local choice found
+  for choice in ON OFF ''; do
     rm -rf packaged
-    "$CMAKE" -G Ninja -S "$1" -B packaged -DZT_WERROR=$choice -DZT_BUILD_TESTS=OFF \
+    "$CMAKE" -G Ninja -S "$1" -B packaged ${choice:+-DZT_WERROR="$choice"} \
       -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
-    [ "$(grep -q -- -Werror packaged/compile_commands.json && echo ON || echo OFF)" = $choice ]
+    found=
+    if grep -q -- -Werror packaged/compile_commands.json; then found=ON; fi
+    [ "$found" = "${choice#OFF}" ]
   done
+}
+
+# a_plain_configuration_builds_the_library_alone <root of the tree>: with make, and without the tests' tools.
+a_plain_configuration_builds_the_library_alone() {
+  rm -rf plain
+  "$CMAKE" -G 'Unix Makefiles' -S "$1" -B plain -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON \
+    -DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+  "$CMAKE" --build plain -- --dry-run >plain.txt
+  diff - <(grep -o 'Built target .*' plain.txt | tr -d '"' | sort -u) <<<'Built target ztcore'
+  "$CMAKE" --build plain --target help >plain.txt
+  grep -qw network plain.txt
 }
 
 "$@"

@@ -139,7 +139,7 @@ knows_what_each_profile_takes() {
   pretend pkg-config 'exit 1'
   run test
   expect_status 1
-  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3'
+  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3 abigail-tools'
   run coverage
   expect_status 1
   expect_named 'libgtest-dev gcovr'
@@ -154,6 +154,10 @@ knows_what_each_profile_takes() {
   expect_status 1
   expect_named 'clang libclang-rt-dev'
 
+  run package
+  expect_status 1
+  expect_named 'dpkg-dev debhelper lintian mmdebstrap doxygen python3'
+
   rm bin/g++ bin/cmake bin/ninja # which no page takes
   run docs
   expect_status 1
@@ -163,7 +167,7 @@ knows_what_each_profile_takes() {
 refuses_an_unknown_profile() {
   run everything
   expect_status 2
-  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|fuzz|coverage|bench|plot|docs]' ] ||
+  [ "$(cat err.txt)" = 'usage: scripts/setup [build|test|fuzz|coverage|bench|plot|docs|package]' ] ||
     fail "$(cat err.txt)"
 }
 

@@ -6,8 +6,8 @@ import re
 
 import tree
 
-# A list of changes names the version of each.
-MAY_NAME_VERSIONS = {"CMakeLists.txt", "CHANGELOG.md"}
+# A list of changes names the version of each, and packages that from which on there is a symbol.
+MAY_NAME_VERSIONS = {"CMakeLists.txt", "CHANGELOG.md", "debian/changelog", "debian/libztcore1.symbols"}
 MAY_LIST_ROOMS = {"CMakeLists.txt"}
 VERSION = re.compile(rf"(?<![\d.]){re.escape(tree.VERSION)}(?![\d.]*\d)")
 ROOM_LIST = re.compile(r"\W+".join(tree.ROOMS))
