@@ -1215,9 +1215,12 @@ Own<detail::AddressOf<From>> takeChild(From &&child) {
   if (node == nullptr || detail::methodsOf<ztRoot>(node)->getParent(node) == nullptr) return {};
   void *watched = node;
   ztObject_watch(node, &watched);
+  const int32_t count = node->refCount;
   detail::methodsOf<ztRoot>(node)->setParent(node, nullptr);
   if (watched == nullptr) return {};
   ztObject_unwatch(node, &watched);
+  // Leaving a parent adds a reference.
+  while (node->refCount > count) detail::unRef(node);
   return Own<T>(node);
 }
 
@@ -1491,6 +1494,751 @@ class Property {
 
   const char *name;
 };
+
+// Containers ---------------------------------------------------------------------------------------------
+
+/** @cond private */
+namespace detail {
+
+// What a container stores by itself: the bytes of a value, or a pointer.
+template <typename T>
+concept Element = std::is_trivially_copyable_v<T> && std::same_as<T, std::remove_cvref_t<T>> &&
+                  alignof(T) <= alignof(max_align_t);
+
+// An element in the caller's form: pointers are passed as they are, values by address.
+template <Element T>
+const void *given(const T &value) {
+  if constexpr (std::is_pointer_v<T>) {
+    return reinterpret_cast<const void *>(value);
+  } else {
+    return &value;
+  }
+}
+
+// An element as an item holds it.
+template <Element T>
+T &stored(void *&data) {
+  if constexpr (std::is_pointer_v<T>) {
+    return *static_cast<T *>(static_cast<void *>(&data));
+  } else {
+    return *static_cast<T *>(data);
+  }
+}
+
+template <Element T>
+constexpr uint32_t byPointer = std::is_pointer_v<T> ? 1 : 0;
+
+template <Element T>
+constexpr auto arrayCtor() {
+  if constexpr (std::is_pointer_v<T>) {
+    return ztPtrArray_ctor;
+  } else if constexpr (std::same_as<T, int32_t>) {
+    return ztIntArray_ctor;
+  } else if constexpr (std::same_as<T, double>) {
+    return ztFloatArray_ctor;
+  } else if constexpr (std::same_as<T, char> || std::same_as<T, signed char>) {
+    return ztCharArray_ctor;
+  } else {
+    return ztArray_ctor;
+  }
+}
+
+template <Element T>
+constexpr auto listCtor() {
+  if constexpr (std::is_pointer_v<T>) {
+    return ztPtrList_ctor;
+  } else if constexpr (std::same_as<T, int32_t>) {
+    return ztIntList_ctor;
+  } else {
+    return ztList_ctor;
+  }
+}
+
+// A new sequence for elements of this type; see make().
+template <Element T>
+void *newSequence(ztCtor ctor, bool needsPolicy) {
+  void *sequence = ctor(nullptr, 1);
+  if (sequence == nullptr) [[unlikely]] {
+    memoryIsExhausted();
+  } else if (needsPolicy) {
+    methodsOf<ztSequenceContainer>(sequence)->setElementSize(sequence, sizeof(T), byPointer<T>);
+  }
+  return sequence;
+}
+
+// Keys are compared as texts if they are texts, else by == and <.
+template <Element K>
+int32_t compareKeys(const void *first, const void *second) {
+  if constexpr (std::same_as<K, const char *>) {
+    return strcmp(static_cast<const char *>(first), static_cast<const char *>(second));
+  } else {
+    K a;
+    K b;
+    if constexpr (std::is_pointer_v<K>) {
+      a = static_cast<K>(const_cast<void *>(first));
+      b = static_cast<K>(const_cast<void *>(second));
+    } else {
+      a = *static_cast<const K *>(first);
+      b = *static_cast<const K *>(second);
+    }
+    if (a == b) return 0;
+    if constexpr (requires { a < b; }) {
+      return a < b ? -1 : 1;
+    } else {
+      return 1;
+    }
+  }
+}
+
+template <Element K, Element V>
+void *newPairs(ztCtor ctor) {
+  void *pairs = ctor(nullptr, 1);
+  if (pairs == nullptr) [[unlikely]] {
+    memoryIsExhausted();
+    return nullptr;
+  }
+  const auto *methods = methodsOf<ztAssociativeContainer>(pairs);
+  methods->setCompareFunction(pairs, compareKeys<K>);
+  methods->setKeySize(pairs, sizeof(K), byPointer<K>);
+  methods->setValueSize(pairs, sizeof(V), byPointer<V>);
+  return pairs;
+}
+
+// An iterator over the items of a container, of which Walk knows the next and what an item holds.
+template <typename Walk>
+class Iterator : Walk {
+ public:
+  using value_type = typename Walk::Value;
+  using reference = typename Walk::Reference;
+  using pointer = void;
+  using difference_type = ptrdiff_t;
+
+  Iterator() = default;
+  explicit Iterator(const Walk &walk) : Walk(walk) {}
+  reference operator*() const {
+    return Walk::value();
+  }
+  Iterator &operator++() {
+    Walk::next();
+    return *this;
+  }
+  Iterator operator++(int) {
+    Iterator before(*this);
+    Walk::next();
+    return before;
+  }
+  Iterator &operator--() requires requires(Walk &walk) {
+    walk.previous();
+  }
+  {
+    Walk::previous();
+    return *this;
+  }
+  Iterator operator--(int) requires requires(Walk &walk) {
+    walk.previous();
+  }
+  {
+    Iterator before(*this);
+    Walk::previous();
+    return before;
+  }
+  bool operator==(const Iterator &other) const {
+    return this->item == other.item;
+  }
+  // The item of the container, or NULL at its end.
+  auto *at() const {
+    return this->item;
+  }
+};
+
+template <Element T>
+struct ListWalk {
+  using Value = T;
+  using Reference = T &;
+  const ztList *list = nullptr;
+  ztListItem *item = nullptr;
+
+  Reference value() const {
+    return stored<T>(item->data);
+  }
+  void next() {
+    item = item->next;
+  }
+  void previous() {
+    item = item == nullptr ? list->tail : item->prev;
+  }
+};
+
+}  // namespace detail
+/** @endcond */
+
+/** A key and its value in a container. */
+template <typename K, typename V>
+struct Pair {
+  /** The key. */
+  const K &key;
+  /** The value, which may be changed. */
+  V &value;
+};
+
+/** @cond private */
+namespace detail {
+
+template <Element K, Element V>
+struct MapWalk {
+  using Value = Pair<K, V>;
+  using Reference = Pair<K, V>;
+  ztMapItem *item = nullptr;
+  // The items above that come later. A tree of 64 levels would not fit into memory.
+  uint32_t depth = 0;
+  ztMapItem *later[64];
+
+  MapWalk() {}
+  explicit MapWalk(ztMapItem *root) {
+    descend(root);
+  }
+  MapWalk(const MapWalk &other) : item(other.item), depth(other.depth) {
+    copyPath(other);
+  }
+  MapWalk &operator=(const MapWalk &other) {
+    item = other.item;
+    depth = other.depth;
+    copyPath(other);
+    return *this;
+  }
+
+  Reference value() const {
+    return {stored<K>(item->data), stored<V>(item->value)};
+  }
+  void next() {
+    if (item->right != nullptr) {
+      descend(asItem(item->right));
+    } else {
+      item = depth == 0 ? nullptr : later[--depth];
+    }
+  }
+
+ private:
+  static ztMapItem *asItem(ztAvlTreeItem *item) {
+    return reinterpret_cast<ztMapItem *>(item);
+  }
+  void copyPath(const MapWalk &other) {
+    for (uint32_t i = 0; i < other.depth; ++i) later[i] = other.later[i];
+  }
+  void descend(ztMapItem *from) {
+    item = from;
+    if (item == nullptr) return;
+    for (; item->left != nullptr; item = asItem(item->left)) later[depth++] = item;
+  }
+};
+
+template <Element K, Element V>
+struct HashWalk {
+  using Value = Pair<K, V>;
+  using Reference = Pair<K, V>;
+  const ztPtrArray *buckets = nullptr;
+  int32_t bucket = 0;
+  ztHashTableItem *item = nullptr;
+
+  HashWalk() = default;
+  explicit HashWalk(const ztHashTable *table) {
+    // The buckets of an empty table are not valid.
+    if (table == nullptr || table->count == 0) return;
+    buckets = table->buckets;
+    bucket = -1;
+    nextBucket();
+  }
+  Reference value() const {
+    return {stored<K>(item->data), stored<V>(item->value)};
+  }
+  void next() {
+    item = item->next;
+    if (item == nullptr) nextBucket();
+  }
+
+ private:
+  void nextBucket() {
+    auto *const *items = static_cast<ztHashTableItem *const *>(buckets->data);
+    while (item == nullptr && ++bucket < buckets->count) item = items[bucket];
+  }
+};
+
+}  // namespace detail
+/** @endcond */
+
+/** The elements of a C array as a range: zt::elements(). An iterator is a pointer, valid until an element is added or
+ *  removed. */
+template <detail::Element T>
+class ArrayView {
+ public:
+  /** The type of the elements. */
+  using value_type = T;
+
+  /** Without array it is empty. */
+  explicit ArrayView(ztArray *viewed) : array(viewed) {}
+  /** The C array. */
+  ztArray *get() const {
+    return array;
+  }
+  /** The elements side by side. */
+  T *data() const {
+    return array == nullptr ? nullptr : static_cast<T *>(array->data);
+  }
+  /** The number of elements. */
+  size_t size() const {
+    return array == nullptr ? 0 : static_cast<size_t>(array->count);
+  }
+  /** Whether there are none. */
+  bool empty() const {
+    return size() == 0;
+  }
+  /** The first element. */
+  T *begin() const {
+    return data();
+  }
+  /** The end. */
+  T *end() const {
+    return data() + size();
+  }
+  /** The element at an index, which is not checked. */
+  T &operator[](size_t index) const {
+    return static_cast<T *>(array->data)[index];
+  }
+  /** Adds an element at the end. @return false when memory is exhausted */
+  bool push_back(const T &value) const {
+    return detail::methodsOf<ztArray>(array)->pushBack(array, detail::given(value)) != nullptr;
+  }
+  /** Removes the element at an index. */
+  void erase(size_t index) const {
+    detail::methodsOf<ztArray>(array)->removeAt(array, static_cast<int32_t>(index));
+  }
+  /** Removes all elements. */
+  void clear() const {
+    detail::methodsOf<ztArray>(array)->empty(array);
+  }
+  /** Adds zeros or removes elements at the end. @return false when memory is exhausted */
+  bool resize(size_t count) const {
+    return detail::methodsOf<ztArray>(array)->resize(array, static_cast<int32_t>(count)) != 0;
+  }
+
+ private:
+  ztArray *array;
+};
+
+/** The elements of a C list as a range: zt::elements(). An iterator is valid as long as its element is in the list;
+ *  it walks in both directions. */
+template <detail::Element T>
+class ListView {
+ public:
+  /** The type of the elements. */
+  using value_type = T;
+  /** Walks the list. */
+  using iterator = detail::Iterator<detail::ListWalk<T>>;
+
+  /** Without list it is empty. */
+  explicit ListView(ztList *viewed) : list(viewed) {}
+  /** The C list. */
+  ztList *get() const {
+    return list;
+  }
+  /** The number of elements. */
+  size_t size() const {
+    return list == nullptr ? 0 : list->count;
+  }
+  /** Whether there are none. */
+  bool empty() const {
+    return size() == 0;
+  }
+  /** The first element. */
+  iterator begin() const {
+    return iterator(detail::ListWalk<T>{list, list == nullptr ? nullptr : list->head});
+  }
+  /** The end. */
+  iterator end() const {
+    return iterator(detail::ListWalk<T>{list, nullptr});
+  }
+  /** The first element of a list that has one. */
+  T &front() const {
+    return detail::stored<T>(list->head->data);
+  }
+  /** The last element of a list that has one. */
+  T &back() const {
+    return detail::stored<T>(list->tail->data);
+  }
+  /** Adds an element at the end. @return false when memory is exhausted */
+  bool push_back(const T &value) const {
+    return detail::methodsOf<ztList>(list)->pushBack(list, detail::given(value)) != nullptr;
+  }
+  /** Adds an element at the front. @return false when memory is exhausted */
+  bool push_front(const T &value) const {
+    return detail::methodsOf<ztList>(list)->pushFront(list, detail::given(value)) != nullptr;
+  }
+  /** Removes an element. @return the one behind it */
+  iterator erase(iterator at) const {
+    ztListItem *item = at.at();
+    ++at;
+    // The list hands the element of its first item over.
+    void *handedOver = item == list->head && !detail::byPointer<T> ? item->data : nullptr;
+    detail::methodsOf<ztList>(list)->removeItem(list, item);
+    if (handedOver != nullptr) ztm_free(handedOver);
+    return at;
+  }
+  /** Removes the first element of a list that has one. */
+  void pop_front() const {
+    erase(begin());
+  }
+  /** Removes the last element of a list that has one. */
+  void pop_back() const {
+    erase(--end());
+  }
+  /** Removes all elements. */
+  void clear() const {
+    detail::methodsOf<ztList>(list)->empty(list);
+  }
+
+ private:
+  ztList *list;
+};
+
+/** The pairs of a C map as a range, in the order of their keys: zt::pairs(). An iterator gives a zt::Pair and is valid
+ *  until a pair is added or removed. */
+template <detail::Element K, detail::Element V>
+class MapView {
+ public:
+  /** Walks the map. */
+  using iterator = detail::Iterator<detail::MapWalk<K, V>>;
+
+  /** Without map it is empty. */
+  explicit MapView(ztMap *viewed) : map(viewed) {}
+  /** The C map. */
+  ztMap *get() const {
+    return map;
+  }
+  /** The number of pairs. */
+  size_t size() const {
+    return map == nullptr || map->tree == nullptr ? 0 : map->tree->count;
+  }
+  /** Whether there are none. */
+  bool empty() const {
+    return size() == 0;
+  }
+  /** The pair with the smallest key. */
+  iterator begin() const {
+    auto *root = map == nullptr || map->tree == nullptr ? nullptr : map->tree->root;
+    return iterator(detail::MapWalk<K, V>(reinterpret_cast<ztMapItem *>(root)));
+  }
+  /** The end. */
+  iterator end() const {
+    return iterator();
+  }
+  /** Adds a pair. @return false when the key exists, whose value stays, or memory is exhausted */
+  bool insert(const K &key, const V &value) const {
+    return detail::methodsOf<ztMap>(map)->pushBack(map, detail::given(key), detail::given(value)) != nullptr;
+  }
+  /** The value of a key, valid until a pair is added or removed; NULL when there is none. */
+  V *find(const K &key) const {
+    ztMapItem *item = detail::methodsOf<ztMap>(map)->find(map, detail::given(key));
+    return item == nullptr ? nullptr : &detail::stored<V>(item->value);
+  }
+  /** Whether there is a pair with this key. */
+  bool contains(const K &key) const {
+    return find(key) != nullptr;
+  }
+  /** Removes a pair. @return false when there is none with this key */
+  bool erase(const K &key) const {
+    return !empty() && detail::methodsOf<ztMap>(map)->pop(map, detail::given(key)) != 0;
+  }
+  /** Removes all pairs. */
+  void clear() const {
+    detail::methodsOf<ztMap>(map)->empty(map);
+  }
+
+ private:
+  ztMap *map;
+};
+
+/** The pairs of a C hash table as a range, in no order: zt::pairs(). An iterator gives a zt::Pair and is valid until a
+ *  pair is added. */
+template <detail::Element K, detail::Element V>
+class HashTableView {
+ public:
+  /** Walks the table. */
+  using iterator = detail::Iterator<detail::HashWalk<K, V>>;
+
+  /** Without table it is empty. */
+  explicit HashTableView(ztHashTable *viewed) : table(viewed) {}
+  /** The C hash table. */
+  ztHashTable *get() const {
+    return table;
+  }
+  /** The number of pairs. */
+  size_t size() const {
+    return table == nullptr ? 0 : table->count;
+  }
+  /** Whether there are none. */
+  bool empty() const {
+    return size() == 0;
+  }
+  /** The first pair. */
+  iterator begin() const {
+    return iterator(detail::HashWalk<K, V>(table));
+  }
+  /** The end. */
+  iterator end() const {
+    return iterator();
+  }
+  /** Adds a pair. @return false when the key exists, whose value stays, or memory is exhausted */
+  bool insert(const K &key, const V &value) const {
+    return detail::methodsOf<ztHashTable>(table)->insert(table, detail::given(key), detail::given(value)) !=
+           0;
+  }
+  /** The value of a key, valid until clear(); NULL when there is none. */
+  V *find(const K &key) const {
+    ztHashTableItem *item = detail::methodsOf<ztHashTable>(table)->find(table, detail::given(key));
+    return item == nullptr ? nullptr : &detail::stored<V>(item->value);
+  }
+  /** Whether there is a pair with this key. */
+  bool contains(const K &key) const {
+    return find(key) != nullptr;
+  }
+  /** Removes all pairs; the buckets stay. */
+  void clear() const {
+    detail::methodsOf<ztHashTable>(table)->empty(table);
+  }
+
+ private:
+  ztHashTable *table;
+};
+
+/** @cond private */
+namespace detail {
+
+// A view that owns its container.
+template <typename View>
+class Owned : public View {
+ public:
+  Owned(const Owned &) = delete;
+  Owned &operator=(Owned &&other) noexcept(false) {
+    Owned old(std::move(other));
+    std::swap(static_cast<View &>(*this), static_cast<View &>(old));
+    return *this;
+  }
+
+ protected:
+  using View::View;
+  Owned(Owned &&other) noexcept : View(std::exchange(static_cast<View &>(other), View(nullptr))) {}
+  ~Owned() noexcept(false) {
+    if (this->get() != nullptr) unRef(this->get());
+  }
+};
+
+}  // namespace detail
+/** @endcond */
+
+/** An array of its own: `zt::Array<int32_t>` is a ztIntArray, one of char a ztCharArray, of double a ztFloatArray, of
+ *  pointers a ztPtrArray, of other values that are copied as bytes a ztArray. One that was moved from may only be
+ *  assigned or destroyed. */
+template <detail::Element T>
+class Array : public detail::Owned<ArrayView<T>> {
+ public:
+  /** An empty array. */
+  Array()
+      : detail::Owned<ArrayView<T>>(static_cast<ztArray *>(detail::newSequence<T>(
+            detail::arrayCtor<T>(), detail::arrayCtor<T>() == static_cast<ztCtor>(ztArray_ctor)))) {}
+};
+
+/** A list of its own: `zt::List<int32_t>` is a ztIntList, one of pointers a ztPtrList, of other values that are copied
+ *  as bytes a ztList. One that was moved from may only be assigned or destroyed. */
+template <detail::Element T>
+class List : public detail::Owned<ListView<T>> {
+ public:
+  /** An empty list. */
+  List()
+      : detail::Owned<ListView<T>>(static_cast<ztList *>(detail::newSequence<T>(
+            detail::listCtor<T>(), detail::listCtor<T>() == static_cast<ztCtor>(ztList_ctor)))) {}
+};
+
+/** A ztMap of its own. Keys are values with == and <, or pointers; `const char *` keys are compared as texts, but stay
+ *  the caller's. One that was moved from may only be assigned or destroyed. */
+template <detail::Element K, detail::Element V>
+class Map : public detail::Owned<MapView<K, V>> {
+ public:
+  /** An empty map. */
+  Map() : detail::Owned<MapView<K, V>>(static_cast<ztMap *>(detail::newPairs<K, V>(ztMap_ctor))) {}
+};
+
+/** A ztHashTable of its own. Keys are values without padding whose bytes differ if they differ, so no floating-point
+ *  numbers and no pointers. One that was moved from may only be assigned or destroyed. */
+template <detail::Element K, detail::Element V>
+requires(std::has_unique_object_representations_v<K> && !std::is_pointer_v<K>) class HashTable
+    : public detail::Owned<HashTableView<K, V>> {
+ public:
+  /** An empty table with that many buckets, which it keeps: a power of two, about the number of pairs. */
+  explicit HashTable(size_t buckets)
+      : detail::Owned<HashTableView<K, V>>(
+            static_cast<ztHashTable *>(detail::newPairs<K, V>(ztHashTable_ctor))) {
+    ztHashTable *table = this->get();
+    if (table != nullptr && !ztHashTable_of(table)->setSize(table, static_cast<int32_t>(buckets)))
+      detail::memoryIsExhausted();
+  }
+};
+
+/** A map from texts, of which it keeps copies. One that was moved from may only be assigned or destroyed. */
+template <detail::Element V>
+class TextMap : Map<const char *, V> {
+  using Base = Map<const char *, V>;
+
+ public:
+  /** Walks the map. */
+  using iterator = typename Base::iterator;
+  using Base::begin;
+  using Base::contains;
+  using Base::empty;
+  using Base::end;
+  using Base::find;
+  using Base::size;
+
+  /** An empty map. */
+  TextMap() = default;
+  /** Takes over what the other has. */
+  TextMap(TextMap &&other) noexcept = default;
+  /** Ends its own pairs and takes over the other's. */
+  TextMap &operator=(TextMap &&other) noexcept(false) {
+    if (this == &other) return *this;
+    freeKeys();
+    Base::operator=(std::move(other));
+    return *this;
+  }
+  ~TextMap() noexcept(false) {
+    freeKeys();
+  }
+
+  /** Adds a pair with a copy of the key. @return false when the key exists, whose value stays, or memory is
+   *  exhausted */
+  bool insert(const char *key, const V &value) {
+    const size_t size = strlen(key) + 1;
+    char *copy = new (std::nothrow) char[size];
+    if (copy == nullptr) return false;
+    if (Base::insert(static_cast<const char *>(memcpy(copy, key, size)), value)) return true;
+    delete[] copy;
+    return false;
+  }
+  /** Removes a pair. @return false when there is none with this key */
+  bool erase(const char *key) {
+    ztMapItem *item = detail::methodsOf<ztMap>(this->get())->find(this->get(), key);
+    if (item == nullptr) return false;
+    const char *copy = static_cast<const char *>(item->data);
+    Base::erase(key);
+    delete[] copy;
+    return true;
+  }
+  /** Removes all pairs. */
+  void clear() {
+    freeKeys();
+    Base::clear();
+  }
+
+ private:
+  // Without its keys a map may only be emptied.
+  void freeKeys() {
+    for (const auto &pair : *this) delete[] pair.key;
+  }
+};
+
+/** @cond private */
+namespace detail {
+
+template <typename C>
+using TableOf = const MethodsOf<CBase<AddressOf<C>>> *;
+
+template <typename C>
+concept ArrayObject = Object<C> && requires(TableOf<C> methods) {
+  methods->getData;
+};
+template <typename C>
+concept ListObject = Object<C> && requires(TableOf<C> methods) {
+  methods->insertPrev;
+};
+template <typename C>
+concept MapObject = Object<C> && requires(TableOf<C> methods) {
+  methods->findValue;
+};
+template <typename C>
+concept HashTableObject = Object<C> && requires(TableOf<C> methods) {
+  methods->setSize;
+  methods->setKeySize;
+};
+
+template <typename T>
+struct ChildWalk : ListWalk<T *> {
+  using Reference = T *const &;
+  Reference value() const {
+    return ListWalk<T *>::value();
+  }
+};
+
+}  // namespace detail
+/** @endcond */
+
+/** The elements of a C array: `zt::elements<int32_t>(array)`. The type must be that of the elements. */
+template <detail::Element T, detail::ArrayObject C>
+ArrayView<T> elements(C &&array) {
+  return ArrayView<T>(reinterpret_cast<ztArray *>(detail::address(array)));
+}
+/** The elements of a C list: `zt::elements<int32_t>(list)`. The type must be that of the elements. */
+template <detail::Element T, detail::ListObject C>
+ListView<T> elements(C &&list) {
+  return ListView<T>(reinterpret_cast<ztList *>(detail::address(list)));
+}
+/** The pairs of a C map: `zt::pairs<int32_t, double>(map)`. The types must be those of the pairs. */
+template <detail::Element K, detail::Element V, detail::MapObject C>
+MapView<K, V> pairs(C &&map) {
+  return MapView<K, V>(reinterpret_cast<ztMap *>(detail::address(map)));
+}
+/** The pairs of a C hash table. The types must be those of the pairs. */
+template <detail::Element K, detail::Element V, detail::HashTableObject C>
+HashTableView<K, V> pairs(C &&table) {
+  return HashTableView<K, V>(reinterpret_cast<ztHashTable *>(detail::address(table)));
+}
+
+/** The children of a node as a range of pointers: see zt::children(). */
+template <typename T>
+class Children {
+ public:
+  /** The type of the elements. */
+  using value_type = T *;
+  /** Walks the children in both directions; valid as long as its child stays one. */
+  using iterator = detail::Iterator<detail::ChildWalk<T>>;
+
+  /** Without list it is empty. */
+  explicit Children(ztRootPtrList *children) : list(reinterpret_cast<ztList *>(children)) {}
+  /** The number of children. */
+  size_t size() const {
+    return list == nullptr ? 0 : list->count;
+  }
+  /** Whether there are none. */
+  bool empty() const {
+    return size() == 0;
+  }
+  /** The first child. */
+  iterator begin() const {
+    return iterator(detail::ChildWalk<T>{{list, list == nullptr ? nullptr : list->head}});
+  }
+  /** The end. */
+  iterator end() const {
+    return iterator(detail::ChildWalk<T>{{list, nullptr}});
+  }
+
+ private:
+  ztList *list;
+};
+
+/** The children of a node in their order: `for (ztRoot *child : zt::children(house))`. With a type, as in
+ *  `zt::children<Room>(house)`, they must all be of that class. */
+template <typename T = ztRoot, detail::Node Of>
+requires detail::NodeClass<T> Children<T> children(Of &&node) {
+  return Children<T>(detail::address(node)->children);
+}
 
 }  // namespace zt
 
