@@ -256,6 +256,26 @@ struct CPart : Parent {
 template <typename Parent>
 using BaseOf = std::conditional_t<CClass<Parent>, CPart<Parent>, Parent>;
 
+// What a copy does before its parent is copied: it tells the C part that it has room for all of the other.
+template <typename C>
+struct CopyBegins {
+  CopyBegins() = default;
+  CopyBegins(const CopyBegins &other) {
+    if (static_cast<const C &>(other).klass == ClassData<typename C::ztSelf>::klass()) copiedWhole = this;
+  }
+  CopyBegins &operator=(const CopyBegins &) = default;
+};
+
+// What it does afterwards.
+template <typename C>
+struct CopyEnds {
+  CopyEnds() = default;
+  CopyEnds(const CopyEnds &) {
+    static_cast<C *>(this)->begin();
+  }
+  CopyEnds &operator=(const CopyEnds &) = default;
+};
+
 // Constructs an object in memory. NULL where there are no exceptions and its C part could not be made.
 template <typename T, typename... Arguments>
 T *construct(void *memory, Arguments &&...arguments) {
@@ -789,7 +809,9 @@ concept Node = Object<T> && NodeClass<AddressOf<T>>;
  * unloaded. A plugin is unloaded only if it is compiled with `-fvisibility=hidden` or `-fno-gnu-unique`.
  */
 template <typename Self, typename Parent>
-struct Class : detail::BaseOf<Parent> {
+struct Class : detail::CopyBegins<Class<Self, Parent>>,
+               detail::BaseOf<Parent>,
+               detail::CopyEnds<Class<Self, Parent>> {
   /** The class itself. */
   using ztSelf = Self;
   /** The parent. */
@@ -804,10 +826,8 @@ struct Class : detail::BaseOf<Parent> {
   Class() {
     begin();
   }
-  /** A copy, with a count of 1. */
-  Class(const Class &other) : detail::BaseOf<Parent>(noted(other, this)) {
-    begin();
-  }
+  /** A copy, with a count of 1; if the parent can be copied. */
+  Class(const Class &other) = default;
   /** Assigns the contents by the parent's `assign`. */
   Class &operator=(const Class &other) = default;
   /** Ends the members of the class. Slots that are called meanwhile may throw. */
@@ -835,18 +855,14 @@ struct Class : detail::BaseOf<Parent> {
     return detail::emit(this, signal, arguments...);
   }
 
- private:
+  /** @cond private */
   void begin() {
     static_assert(detail::Usable<Self>,
                   "a class has a name of its own, begins with zt::Class, and has no virtual functions");
     detail::ClassData<Self>::prepare();
     this->klass = detail::ClassData<Self>::klass();
   }
-  // Tells the C part that the copy has room for all of the other.
-  static const Class &noted(const Class &other, const void *copy) {
-    if (other.klass == detail::ClassData<Self>::klass()) detail::copiedWhole = copy;
-    return other;
-  }
+  /** @endcond */
 };
 
 /** What `define` of a class fills: its methods, properties and signals. The engine calls `define` whenever it fills
@@ -999,11 +1015,15 @@ class [[nodiscard]] Own {
   explicit operator bool() const {
     return object != nullptr;
   }
-  /** A pointer that does not own. */
-  operator Ptr<T>() const & {
+  /** A pointer that does not own, also as one of a parent class. */
+  template <typename U>
+  requires std::is_convertible_v<T *, U *>
+  operator Ptr<U>() const & {
     return object;
   }
-  operator Ptr<T>() const && = delete;
+  /** An owner that ends at once leaves nothing to point to. */
+  template <typename U>
+  operator Ptr<U>() const && = delete;
   /** Hands the object over to the caller. */
   [[nodiscard]] T *release() {
     return std::exchange(object, nullptr);
@@ -1065,11 +1085,15 @@ class Shared {
   explicit operator bool() const {
     return object != nullptr;
   }
-  /** A pointer that does not own. */
-  operator Ptr<T>() const & {
+  /** A pointer that does not own, also as one of a parent class. */
+  template <typename U>
+  requires std::is_convertible_v<T *, U *>
+  operator Ptr<U>() const & {
     return object;
   }
-  operator Ptr<T>() const && = delete;
+  /** An owner that ends at once leaves nothing to point to. */
+  template <typename U>
+  operator Ptr<U>() const && = delete;
 
  private:
   void hold() {
@@ -1219,8 +1243,8 @@ Own<detail::AddressOf<From>> takeChild(From &&child) {
   detail::methodsOf<ztRoot>(node)->setParent(node, nullptr);
   if (watched == nullptr) return {};
   ztObject_unwatch(node, &watched);
-  // Leaving a parent adds a reference.
-  while (node->refCount > count) detail::unRef(node);
+  // Leaving a parent releases no reference. By `unRef` the node would end.
+  node->refCount = count - 1;
   return Own<T>(node);
 }
 
@@ -2077,8 +2101,8 @@ requires(std::has_unique_object_representations_v<K> && !std::is_pointer_v<K>) c
   explicit HashTable(size_t buckets)
       : detail::Owned<HashTableView<K, V>>(
             static_cast<ztHashTable *>(detail::newPairs<K, V>(ztHashTable_ctor))) {
-    ztHashTable *table = this->get();
-    if (table != nullptr && !ztHashTable_of(table)->setSize(table, static_cast<int32_t>(buckets)))
+    ztHashTable *made = this->get();
+    if (made != nullptr && !ztHashTable_of(made)->setSize(made, static_cast<int32_t>(buckets)))
       detail::memoryIsExhausted();
   }
 };
@@ -2116,10 +2140,10 @@ class TextMap : Map<const char *, V> {
   /** Adds a pair with a copy of the key. @return false when the key exists, whose value stays, or memory is
    *  exhausted */
   bool insert(const char *key, const V &value) {
-    const size_t size = strlen(key) + 1;
-    char *copy = new (std::nothrow) char[size];
+    const size_t bytes = strlen(key) + 1;
+    char *copy = new (std::nothrow) char[bytes];
     if (copy == nullptr) return false;
-    if (Base::insert(static_cast<const char *>(memcpy(copy, key, size)), value)) return true;
+    if (Base::insert(static_cast<const char *>(memcpy(copy, key, bytes)), value)) return true;
     delete[] copy;
     return false;
   }
