@@ -1416,6 +1416,10 @@ struct Read {
   const T &operator*() const {
     return value;
   }
+  /** The members of the value. */
+  const T *operator->() const {
+    return &value;
+  }
 };
 
 /** A property by its name, with the type of its values: an integer or an enumeration of up to 32 bits, bool, char,
