@@ -1,32 +1,36 @@
 #include "objects/ztchange.hh"
 
-#include "containers/ztuse.hh"
 #include "containers/ztwalk.hh"
-#include "objects/ztvalues.h"
+#include "objects/ztstatics.hh"
+
+#include <string.h>
 
 using namespace ztcore;
 
-// Whether a signal is that of this property. The address of an ended property is no property's, or that of another.
-static bool isChangeOf(const ztSignal *signal, void *object, const void *property) {
-  const char *name = propertyOfChange(textOf(signal->name));
-  return name != nullptr && ztObject_findProperty(object, name) == property;
+// The name of a property that is in the map; NULL for any other address.
+static const char *nameIn(const ztPropertyMap *properties, const void *property) {
+  if (properties == nullptr) return nullptr;
+  for (const ztMapItem *item : itemsOf(properties)) {
+    if (item->value == property) return textOf(item->data);
+  }
+  return nullptr;
 }
 
-// Looking a property up may call functions of a host, which may change the map. Then it begins again.
-static const ztSignal *findChange(void *object, const void *property) {
-  const ztSignalMap *signals = static_cast<ztObject *>(object)->signals;
-  if (signals == nullptr || isEmptyMap(signals)) return nullptr;
-  ContainerUse use(signals->tree);
-  do {
-    use.startAfresh();
-    for (const ztMapItem *item : itemsOf(signals)) {
-      const auto *signal = static_cast<const ztSignal *>(item->value);
-      const bool found = isChangeOf(signal, object, property);
-      if (use.ended()) return nullptr;
-      if (use.changed()) break;
-      if (found) return signal;
-    }
-  } while (use.changed());
+// By its address: slots may have ended the property. The lists are walked, because a search may call functions of a
+// host, which could end what it finds.
+static const char *nameOf(const ztObject *object, const void *property) {
+  const char *name = nameIn(staticMapOf(object->klass), property);
+  return name != nullptr ? name : nameIn(object->dynamicProperties, property);
+}
+
+static const ztSignal *findChange(const ztObject *object, const void *property) {
+  const char *name = nameOf(object, property);
+  if (name == nullptr || object->signals == nullptr) return nullptr;
+  for (const ztMapItem *item : itemsOf(object->signals)) {
+    const auto *signal = static_cast<const ztSignal *>(item->value);
+    const char *told = propertyOfChange(textOf(signal->name));
+    if (told != nullptr && strcmp(told, name) == 0) return signal;
+  }
   return nullptr;
 }
 
@@ -34,6 +38,6 @@ void ztcore::notifyBoth(void *object, const ztSignal *ofAny, const void *propert
                         const EmittedValue &value) {
   emitFound(object, ofAny, value);
   if (!owner.isAlive()) return;
-  const ztSignal *ofOne = findChange(object, property);
+  const ztSignal *ofOne = findChange(static_cast<const ztObject *>(object), property);
   if (ofOne != nullptr) emitFound(object, ofOne, value);
 }

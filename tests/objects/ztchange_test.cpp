@@ -2,7 +2,6 @@
 #include "objects/ztevents.h"
 #include "objects/ztroot.h"
 #include "tests/helpers/faults.hh"
-#include "tests/helpers/replaced.hh"
 #include "tests/objects/gauge.hh"
 
 #include <gtest/gtest.h>
@@ -178,33 +177,6 @@ TEST_F(Changes, MayBeMadeBySlots) {
   EXPECT_EQ(told(), (Told{{0, 1}, {0, 2}, {0, 3}}));
 }
 
-// A host's search may change the signals that are being searched.
-TEST_F(Changes, AreFoundAmongSignalsThatChangeMeanwhile) {
-  static ztSignalMap *signals;
-  static int searches;
-  ASSERT_EQ(ztObject_addInt(gauge, "above", 1), 1);
-  ASSERT_EQ(ztObject_addInt(gauge, "below", 1), 1);
-  ASSERT_EQ(ztObject_onChange(gauge, "above", panel, diarySlot<0>()), 1);
-  ASSERT_EQ(ztObject_onChange(gauge, "below", panel, diarySlot<1>()), 1);
-  ASSERT_EQ(connectTo(gauge, "prop->signalname", panel, diarySlot<2>()), 1);
-  signals = gauge.fields().signals;
-  searches = -1;
-  reaction = [](const Call &call) {
-    if (call.slot == 2) searches = 0;
-  };
-  auto *methods = static_cast<ztPropertyMapMethods *>(ztPropertyMapClass_Instance()->methodTable);
-  const Replaced find(methods->findValue, [](const void *map, const void *name) -> void * {
-    if (searches >= 0 && ++searches == 1) {
-      const String above("change->above");
-      ztSignalMap_of(signals)->pop(signals, above);
-    }
-    return ztMap_table()->findValue(map, name);
-  });
-  EXPECT_EQ(ztObject_setInt(gauge, "below", 5), 1);
-  EXPECT_EQ(told(), (Told{{2, 5}, {1, 5}}));
-  EXPECT_GT(searches, 1);
-}
-
 TEST_F(Changes, OfAnObjectWhoseSignalsASlotTakesAreNotTold) {
   ASSERT_EQ(ztObject_onChange(gauge, "level", gauge, diarySlot<0>()), 1);
   ASSERT_EQ(connectTo(gauge, "prop->signalname", gauge, diarySlot<1>()), 1);
@@ -213,24 +185,6 @@ TEST_F(Changes, OfAnObjectWhoseSignalsASlotTakesAreNotTold) {
     release(std::exchange(object->signals, nullptr));
   };
   EXPECT_EQ(ztObject_setInt(gauge, "level", 5), 1);
-  EXPECT_EQ(told(), (Told{{1, 5}}));
-}
-
-TEST_F(Changes, OfAnObjectWhoseSignalsASearchTakesAreNotTold) {
-  static ztObject *object;
-  static bool takes;
-  takes = false;
-  object = &gauge.fields();
-  ASSERT_EQ(ztObject_addInt(gauge, "dynamic", 1), 1);
-  ASSERT_EQ(ztObject_onChange(gauge, "dynamic", gauge, diarySlot<0>()), 1);
-  ASSERT_EQ(connectTo(gauge, "prop->signalname", gauge, diarySlot<1>()), 1);
-  reaction = [](const Call &) { takes = true; };
-  auto *methods = static_cast<ztPropertyMapMethods *>(ztPropertyMapClass_Instance()->methodTable);
-  const Replaced find(methods->findValue, [](const void *map, const void *name) -> void * {
-    if (std::exchange(takes, false)) release(std::exchange(object->signals, nullptr));
-    return ztMap_table()->findValue(map, name);
-  });
-  EXPECT_EQ(ztObject_setInt(gauge, "dynamic", 5), 1);
   EXPECT_EQ(told(), (Told{{1, 5}}));
 }
 
