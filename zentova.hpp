@@ -217,17 +217,16 @@ template <typename Parent>
 struct CPart : Parent {
   CPart() {
     Prepared<Parent>::now();
-    begin();
-    if (!tableOf<Parent>()->create(this)) fail();
+    if (!begin()->create(this)) fail();
   }
 #pragma GCC diagnostic push
 // The fields of the parent are written by its `clone`.
 #pragma GCC diagnostic ignored "-Wextra"
   CPart(const CPart &other) {
-    begin();
+    const auto *table = begin();
     const bool whole = std::exchange(copiedWhole, nullptr) == this;
-    const bool done = whole ? tableOf<Parent>()->clone(&other, this) != nullptr
-                            : tableOf<Parent>()->create(this) && tableOf<Parent>()->assign(this, &other);
+    const bool done =
+        whole ? table->clone(&other, this) != nullptr : table->create(this) && table->assign(this, &other);
     begin();
     if (!done) fail();
   }
@@ -238,14 +237,19 @@ struct CPart : Parent {
   }
   // The members are gone: from here on it is an object of the parent class.
   ~CPart() noexcept(false) {
-    this->klass = Traits<Parent>::klass();
-    tableOf<Parent>()->destroy(this);
+    become()->destroy(this);
   }
 
  private:
-  void begin() {
-    this->klass = Traits<Parent>::klass();
+  // An object of the parent class; its methods.
+  const MethodsOf<Parent> *become() {
+    ztClass *itsClass = Traits<Parent>::klass();
+    this->klass = itsClass;
+    return static_cast<const MethodsOf<Parent> *>(itsClass->methodTable);
+  }
+  const MethodsOf<Parent> *begin() {
     this->refCount = 1;
+    return become();
   }
   void fail() {
     this->refCount = unmade;
@@ -1209,6 +1213,23 @@ const detail::MethodsOf<std::remove_const_t<detail::AddressOf<From>>> *methods(F
 
 // Children -----------------------------------------------------------------------------------------------
 
+/** @cond private */
+namespace detail {
+
+// Whether anything of a program may run, and destroy the child, while it is added: a slot or an override.
+inline bool addingRunsCode(const void *parent, const void *child) {
+  const auto *signals =
+      static_cast<const ztMap *>(static_cast<const void *>(static_cast<const ztRoot *>(parent)->signals));
+  const auto *nodes = tableOf<ztRoot>();
+  const auto *parents = methodsOf<ztRoot>(parent);
+  return signals == nullptr || signals->tree == nullptr || signals->tree->count != 0 ||
+         parents->addChild != nodes->addChild || parents->findChildById != nodes->findChildById ||
+         methodsOf<ztRoot>(child)->setParent != nodes->setParent;
+}
+
+}  // namespace detail
+/** @endcond */
+
 /** Gives a node to a parent, which owns it from then on: `zt::addChild(house, std::move(room))`.
  *  @return the child; NULL when a slot of "childAdded" destroyed it, and when the parent refused it: the owner then
  *          keeps it */
@@ -1216,14 +1237,14 @@ template <detail::Node To, typename T>
 requires detail::NodeClass<T> Ptr<T> addChild(To &&parent, Own<T> &&child) {
   void *place = detail::address(parent);
   if (place == nullptr || !child) return {};
-  // What slots do may destroy both. Without signals nothing can.
   void *added = child.release();
   void *watched = added;
-  ztObject_watch(added, &watched);
+  const bool runsCode = detail::addingRunsCode(place, added);
+  if (runsCode) ztObject_watch(added, &watched);
   detail::methodsOf<ztRoot>(place)->addChild(place, added);
   if (watched == nullptr) return {};
-  ztObject_unwatch(added, &watched);
-  if (detail::methodsOf<ztRoot>(added)->getParent(added) == nullptr) {
+  if (runsCode) ztObject_unwatch(added, &watched);
+  if (static_cast<ztRoot *>(added)->parent == nullptr) {
     child.reset(static_cast<T *>(added));
     return {};
   }
