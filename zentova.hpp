@@ -870,7 +870,8 @@ struct Class : detail::CopyBegins<Class<Self, Parent>>,
 };
 
 /** What `define` of a class fills: its methods, properties and signals. The engine calls `define` whenever it fills
- *  the tables of the class or of a class below it, so `define` does nothing else. */
+ *  the tables of the class or of a class below it, so `define` does nothing else.
+ *  Every function returns the definition, so that calls may be chained. */
 template <typename Self>
 class Def {
  public:
@@ -879,26 +880,28 @@ class Def {
    *  a NULL object the slot returns 0 or NULL. `create` and `destroy` stay the constructor and the destructor. */
   template <auto function, typename Table, typename R, typename Object, typename... A>
   requires(std::is_void_v<Object> &&std::is_invocable_r_v<
-           R, decltype(function), std::conditional_t<std::is_const_v<Object>, const Self &, Self &>,
-           A...>) void method(R (*Table::*slot)(Object *, A...)) {
-    if (methods == nullptr) return;
+           R, decltype(function), std::conditional_t<std::is_const_v<Object>, const Self &, Self &>, A...>)
+      Def &method(R (*Table::*slot)(Object *, A...)) {
+    if (methods == nullptr) return *this;
     methods->*slot = [](Object *object, A... arguments) -> R {
       using This = std::conditional_t<std::is_const_v<Object>, const Self, Self>;
       if (object == nullptr) return R();
       return (static_cast<This *>(object)->*function)(arguments...);
     };
+    return *this;
   }
   /** Puts a function with the slot's own arguments into a slot: for the slots that take a class. */
   template <auto function, typename Table, typename R, typename... A>
-  requires std::same_as<decltype(function), R (*)(A...)>
-  void method(R (*Table::*slot)(A...)) {
+  requires std::same_as<decltype(function), R (*)(A...)> Def &method(R (*Table::*slot)(A...)) {
     if (methods != nullptr) methods->*slot = function;
+    return *this;
   }
 
   /** Leaves a method to the subclasses. */
   template <typename Table, typename Slot>
-  void abstract(Slot Table::*slot) {
+  Def &abstract(Slot Table::*slot) {
     if (methods != nullptr) ztOOP_setAbstract(&(methods->*slot));
+    return *this;
   }
 
   /** Declares a property that reads and writes a member, or reads by a member and writes by a function:
@@ -909,24 +912,26 @@ class Def {
    *  by a member or by a constant member function, which returns a text by reference; a function that writes a text
    *  takes what a `const char *` converts to. */
   template <auto from, auto to = from>
-  requires(detail::ObjectClass<Self> &&detail::Property<Self, from, to>) void property(const char *name) {
-    if (declared == nullptr) return;
+  requires(detail::ObjectClass<Self> &&detail::Property<Self, from, to>) Def &property(const char *name) {
+    if (declared == nullptr) return *this;
     using Access = detail::Accessors<Self, from, to>;
     const int32_t known = ztProperty_registerTypes();
     const auto *table = static_cast<const ztObjectMethods *>(declared->methodTable);
     const int32_t added = table->addProperty(declared, name, detail::nameOf(Access::kind), Access::getter(),
                                              Access::setter(), nullptr, nullptr);
     done = done && known && added;
+    return *this;
   }
   /** Declares a property that is read by a member or a member function, and not written. */
   template <auto from>
-  requires(detail::ObjectClass<Self> &&detail::Readable<Self, from>) void readOnly(const char *name) {
-    property<from, nullptr>(name);
+  requires(detail::ObjectClass<Self> &&detail::Readable<Self, from>) Def &readOnly(const char *name) {
+    return property<from, nullptr>(name);
   }
 
   /** Declares a signal with its arguments: `c.signal("levelChanged(int32_t level)")`. */
-  void signal(const char *text) requires detail::ObjectClass<Self> {
+  Def &signal(const char *text) requires detail::ObjectClass<Self> {
     if (declared != nullptr && !ztOOP_declareSignal(declared, text)) done = false;
+    return *this;
   }
 
   /** @cond private */
