@@ -1,7 +1,7 @@
 // A class in C++ with properties of all seven kinds, a signal with two arguments, and a slot.
 #include <zentova.hpp>
 
-#include <cstdio>
+#include <stdio.h>
 #include <string>
 
 struct Station : zt::Class<Station, ztObject> {
@@ -23,8 +23,7 @@ struct Station : zt::Class<Station, ztObject> {
 
 int main() {
   auto station = zt::make<Station>();
-  auto seen =
-      zt::connect(station, "risen", [](const char *at, double m) { std::printf("%s: %g m\n", at, m); });
+  auto seen = zt::connect(station, "risen", [](const char *at, double m) { printf("%s: %g m\n", at, m); });
   zt::Property<double>("level").set(station, 412.5);
   station->emit("risen", station->name.c_str(), station->level);
 }

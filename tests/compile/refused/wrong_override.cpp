@@ -8,12 +8,12 @@ struct Gauge : zt::Class<Gauge, ztObject> {
 #else
   int32_t write(const char *) const {
 #endif
-    return 1;
-  }
-  static void define(zt::Def<Gauge> &c) {
-    c.method<&Gauge::write>(&Methods::write);  // refused
-  }
-};
+      return 1;
+} static void define(zt::Def<Gauge> &c) {
+  c.method<&Gauge::write>(&Methods::write);  // refused
+}
+}
+;
 
 void makeOne();
 void makeOne() {
