@@ -984,8 +984,9 @@ class Ptr {
   T *object = nullptr;
 };
 
-/** The only owner of an object: releases it at its end. What a slot of "destroyed" throws leaves the release; the
- *  rest of the object may then leak. */
+/** The only owner of an object: releases it at its end. What a slot of "destroyed" throws leaves the release: of an
+ *  object of a C++ class, the members have ended then, and one of the C class above is left, which leaks unless it is
+ *  released once more with `unRef`. */
 template <typename T>
 class [[nodiscard]] Own {
  public:
