@@ -217,17 +217,16 @@ template <typename Parent>
 struct CPart : Parent {
   CPart() {
     Prepared<Parent>::now();
-    begin();
-    if (!tableOf<Parent>()->create(this)) fail();
+    if (!begin()->create(this)) fail();
   }
 #pragma GCC diagnostic push
 // The fields of the parent are written by its `clone`.
 #pragma GCC diagnostic ignored "-Wextra"
   CPart(const CPart &other) {
-    begin();
+    const auto *table = begin();
     const bool whole = std::exchange(copiedWhole, nullptr) == this;
-    const bool done = whole ? tableOf<Parent>()->clone(&other, this) != nullptr
-                            : tableOf<Parent>()->create(this) && tableOf<Parent>()->assign(this, &other);
+    const bool done =
+        whole ? table->clone(&other, this) != nullptr : table->create(this) && table->assign(this, &other);
     begin();
     if (!done) fail();
   }
@@ -238,14 +237,19 @@ struct CPart : Parent {
   }
   // The members are gone: from here on it is an object of the parent class.
   ~CPart() noexcept(false) {
-    this->klass = Traits<Parent>::klass();
-    tableOf<Parent>()->destroy(this);
+    become()->destroy(this);
   }
 
  private:
-  void begin() {
-    this->klass = Traits<Parent>::klass();
+  // An object of the parent class; its methods.
+  const MethodsOf<Parent> *become() {
+    ztClass *itsClass = Traits<Parent>::klass();
+    this->klass = itsClass;
+    return static_cast<const MethodsOf<Parent> *>(itsClass->methodTable);
+  }
+  const MethodsOf<Parent> *begin() {
     this->refCount = 1;
+    return become();
   }
   void fail() {
     this->refCount = unmade;
@@ -866,7 +870,8 @@ struct Class : detail::CopyBegins<Class<Self, Parent>>,
 };
 
 /** What `define` of a class fills: its methods, properties and signals. The engine calls `define` whenever it fills
- *  the tables of the class or of a class below it, so `define` does nothing else. */
+ *  the tables of the class or of a class below it, so `define` does nothing else.
+ *  Every function returns the definition, so that calls may be chained. */
 template <typename Self>
 class Def {
  public:
@@ -875,26 +880,28 @@ class Def {
    *  a NULL object the slot returns 0 or NULL. `create` and `destroy` stay the constructor and the destructor. */
   template <auto function, typename Table, typename R, typename Object, typename... A>
   requires(std::is_void_v<Object> &&std::is_invocable_r_v<
-           R, decltype(function), std::conditional_t<std::is_const_v<Object>, const Self &, Self &>,
-           A...>) void method(R (*Table::*slot)(Object *, A...)) {
-    if (methods == nullptr) return;
+           R, decltype(function), std::conditional_t<std::is_const_v<Object>, const Self &, Self &>, A...>)
+      Def &method(R (*Table::*slot)(Object *, A...)) {
+    if (methods == nullptr) return *this;
     methods->*slot = [](Object *object, A... arguments) -> R {
       using This = std::conditional_t<std::is_const_v<Object>, const Self, Self>;
       if (object == nullptr) return R();
       return (static_cast<This *>(object)->*function)(arguments...);
     };
+    return *this;
   }
   /** Puts a function with the slot's own arguments into a slot: for the slots that take a class. */
   template <auto function, typename Table, typename R, typename... A>
-  requires std::same_as<decltype(function), R (*)(A...)>
-  void method(R (*Table::*slot)(A...)) {
+  requires std::same_as<decltype(function), R (*)(A...)> Def &method(R (*Table::*slot)(A...)) {
     if (methods != nullptr) methods->*slot = function;
+    return *this;
   }
 
   /** Leaves a method to the subclasses. */
   template <typename Table, typename Slot>
-  void abstract(Slot Table::*slot) {
+  Def &abstract(Slot Table::*slot) {
     if (methods != nullptr) ztOOP_setAbstract(&(methods->*slot));
+    return *this;
   }
 
   /** Declares a property that reads and writes a member, or reads by a member and writes by a function:
@@ -905,24 +912,26 @@ class Def {
    *  by a member or by a constant member function, which returns a text by reference; a function that writes a text
    *  takes what a `const char *` converts to. */
   template <auto from, auto to = from>
-  requires(detail::ObjectClass<Self> &&detail::Property<Self, from, to>) void property(const char *name) {
-    if (declared == nullptr) return;
+  requires(detail::ObjectClass<Self> &&detail::Property<Self, from, to>) Def &property(const char *name) {
+    if (declared == nullptr) return *this;
     using Access = detail::Accessors<Self, from, to>;
     const int32_t known = ztProperty_registerTypes();
     const auto *table = static_cast<const ztObjectMethods *>(declared->methodTable);
     const int32_t added = table->addProperty(declared, name, detail::nameOf(Access::kind), Access::getter(),
                                              Access::setter(), nullptr, nullptr);
     done = done && known && added;
+    return *this;
   }
   /** Declares a property that is read by a member or a member function, and not written. */
   template <auto from>
-  requires(detail::ObjectClass<Self> &&detail::Readable<Self, from>) void readOnly(const char *name) {
-    property<from, nullptr>(name);
+  requires(detail::ObjectClass<Self> &&detail::Readable<Self, from>) Def &readOnly(const char *name) {
+    return property<from, nullptr>(name);
   }
 
   /** Declares a signal with its arguments: `c.signal("levelChanged(int32_t level)")`. */
-  void signal(const char *text) requires detail::ObjectClass<Self> {
+  Def &signal(const char *text) requires detail::ObjectClass<Self> {
     if (declared != nullptr && !ztOOP_declareSignal(declared, text)) done = false;
+    return *this;
   }
 
   /** @cond private */
@@ -975,8 +984,9 @@ class Ptr {
   T *object = nullptr;
 };
 
-/** The only owner of an object: releases it at its end. What a slot of "destroyed" throws leaves the release; the
- *  rest of the object may then leak. */
+/** The only owner of an object: releases it at its end. What a slot of "destroyed" throws leaves the release: of an
+ *  object of a C++ class, the members have ended then, and one of the C class above is left, which leaks unless it is
+ *  released once more with `unRef`. */
 template <typename T>
 class [[nodiscard]] Own {
  public:
@@ -1209,6 +1219,23 @@ const detail::MethodsOf<std::remove_const_t<detail::AddressOf<From>>> *methods(F
 
 // Children -----------------------------------------------------------------------------------------------
 
+/** @cond private */
+namespace detail {
+
+// Whether anything of a program may run, and destroy the child, while it is added: a slot or an override.
+inline bool addingRunsCode(const void *parent, const void *child) {
+  const auto *signals =
+      static_cast<const ztMap *>(static_cast<const void *>(static_cast<const ztRoot *>(parent)->signals));
+  const auto *nodes = tableOf<ztRoot>();
+  const auto *parents = methodsOf<ztRoot>(parent);
+  return signals == nullptr || signals->tree == nullptr || signals->tree->count != 0 ||
+         parents->addChild != nodes->addChild || parents->findChildById != nodes->findChildById ||
+         methodsOf<ztRoot>(child)->setParent != nodes->setParent;
+}
+
+}  // namespace detail
+/** @endcond */
+
 /** Gives a node to a parent, which owns it from then on: `zt::addChild(house, std::move(room))`.
  *  @return the child; NULL when a slot of "childAdded" destroyed it, and when the parent refused it: the owner then
  *          keeps it */
@@ -1216,14 +1243,14 @@ template <detail::Node To, typename T>
 requires detail::NodeClass<T> Ptr<T> addChild(To &&parent, Own<T> &&child) {
   void *place = detail::address(parent);
   if (place == nullptr || !child) return {};
-  // What slots do may destroy both. Without signals nothing can.
   void *added = child.release();
   void *watched = added;
-  ztObject_watch(added, &watched);
+  const bool runsCode = detail::addingRunsCode(place, added);
+  if (runsCode) ztObject_watch(added, &watched);
   detail::methodsOf<ztRoot>(place)->addChild(place, added);
   if (watched == nullptr) return {};
-  ztObject_unwatch(added, &watched);
-  if (detail::methodsOf<ztRoot>(added)->getParent(added) == nullptr) {
+  if (runsCode) ztObject_unwatch(added, &watched);
+  if (static_cast<ztRoot *>(added)->parent == nullptr) {
     child.reset(static_cast<T *>(added));
     return {};
   }

@@ -15,7 +15,7 @@ ZT_BEGIN_C
 typedef intptr_t ztWord;
 
 /** The function that reads a static property's value from the object. Use the member of the property's kind:
- *  `(ztGetter){.getInt = function}`, or `{NULL}` for none. The forms that end in `Of` also receive the property
+ *  `ZT_GETTER(getInt, function)`, or `{NULL}` for none. The forms that end in `Of` also receive the property
  *  (a ztProperty), so that one function can serve several properties. */
 typedef union ztGetter {
   int32_t (*getInt)(const void *object);                              /**< "ztInt" and "ztBool" */
@@ -38,6 +38,23 @@ typedef union ztSetter {
   void (*setString)(void *object, void *const *string); /**< "ztString": the address of the word that
                                                               holds the ztString */
 } ztSetter;
+
+#ifdef __cplusplus
+#define ZT_GETTER(member, function) \
+  ztGetter {                        \
+    .member = (function)            \
+  }
+#define ZT_SETTER(member, function) \
+  ztSetter {                        \
+    .member = (function)            \
+  }
+#else
+/** The ztGetter of a function: `ZT_GETTER(getInt, gaugeLevel)`. A function that is not of the member's type is a
+ *  compile-time error or, in C, a warning. */
+#define ZT_GETTER(member, function) ((ztGetter){.member = (function)})
+/** The ztSetter of a function: `ZT_SETTER(setInt, gaugeSetLevel)`; see ZT_GETTER(). */
+#define ZT_SETTER(member, function) ((ztSetter){.member = (function)})
+#endif
 
 /** @return the word that holds a double, for a "ztFloat" property */
 static inline ztWord ztWordOfDouble(double value) {
