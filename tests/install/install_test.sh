@@ -138,6 +138,7 @@ static_hosts_load_no_library() {
 # As with the shared library, a program may define the memory functions, and may make objects before main.
 static_hosts_begin_before_main_and_replace_memory_functions() {
   need_pkg_config
+  # shellcheck disable=SC2046 # the flags are words
   "$CC" -std=c11 -Wall -Wextra -Werror $(flags --cflags zentova-static) "$here/early.c" \
     $(flags --libs zentova-static) -o early
   ./early >output.txt

@@ -64,8 +64,9 @@ class Copy:
             if not target.exists() or target.read_bytes() != new:
                 shutil.copy(root / name, target)
         # A fault may leave something unused, which is no reason not to build it.
-        subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DZT_SANITIZE=ON",
-                        "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-w -O1", "-DCMAKE_C_FLAGS=-w -O1"],
+        subprocess.run(["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DZT_BUILD_TESTS=ON",
+                        "-DZT_SANITIZE=ON", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-w -O1",
+                        "-DCMAKE_C_FLAGS=-w -O1"],
                        check=True, stdout=subprocess.DEVNULL)
         subprocess.run(["cmake", "--build", self.build], check=True, stdout=subprocess.DEVNULL)
         self.seconds = {}
