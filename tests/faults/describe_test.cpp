@@ -1,0 +1,26 @@
+// Classes are described while calls fail.
+#include "tests/faults/injection.hh"
+#include "tests/helpers/faults.hh"
+#include "zentova.h"
+
+TEST(Descriptions, AreWholeOrNoneWhateverFails) {
+  const Scenario scenario = [](Trial &trial) {
+    std::string told;
+    trial.need([&] {
+      ztClassInfo *info = ztOOP_classInfo(ztTagClass_Instance());
+      if (info != nullptr) told += std::to_string(info->methodCount);
+      ztOOP_freeClassInfo(info);
+      return info != nullptr;
+    });
+    trial.need([&] {
+      ztObjectInfo *info = ztObject_classInfo(ztTagClass_Instance());
+      if (info != nullptr) told += "(" + std::to_string(info->propertyCount) + ")";
+      ztObject_freeClassInfo(info);
+      return info != nullptr;
+    });
+    return told;
+  };
+  int strikes = 0;
+  for (const Kind &kind : allKinds()) strikes += strikeEach(kind, scenario);
+  EXPECT_GT(strikes, 2);
+}
