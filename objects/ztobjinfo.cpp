@@ -115,7 +115,7 @@ static void addProperty(Lists *lists, const ztProperty *property) {
 // False when memory is exhausted.
 static bool addProperties(Lists *lists, const ztPropertyMap *map, int32_t count) {
   auto **ordered =
-      static_cast<const ztProperty **>(ztm_alloc(static_cast<int32_t>((count + 1) * sizeof(void *))));
+      static_cast<const ztProperty **>(ztm_alloc((count + 1) * static_cast<int32_t>(sizeof(void *))));
   if (ordered == nullptr) return false;
   int32_t found = 0;
   for (const ztMapItem *item : itemsOf(map))

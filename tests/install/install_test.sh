@@ -52,6 +52,14 @@ flags() {
   PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig pkg-config "$@" zentova
 }
 
+# runs_a_program_in_cpp <source>
+runs_a_program_in_cpp() {
+  # shellcheck disable=SC2046 # several flags
+  "$CXX" -std=c++20 -Wall -Wextra -Werror "$1" $(flags --cflags --libs) -o program
+  LD_LIBRARY_PATH=$prefix/$LIBDIR ./program >printed.txt
+  grep -qxF 'the level is 42' printed.txt
+}
+
 # configure_host <folder> <wanted version>
 configure_host() {
   rm -rf "$1"
