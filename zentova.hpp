@@ -217,18 +217,18 @@ template <typename Parent>
 struct CPart : Parent {
   CPart() {
     Prepared<Parent>::now();
-    if (!begin()->create(this)) fail();
+    if (!ztBegin()->create(this)) ztFail();
   }
 #pragma GCC diagnostic push
 // The fields of the parent are written by its `clone`.
 #pragma GCC diagnostic ignored "-Wextra"
   CPart(const CPart &other) {
-    const auto *table = begin();
+    const auto *table = ztBegin();
     const bool whole = std::exchange(copiedWhole, nullptr) == this;
     const bool done =
         whole ? table->clone(&other, this) != nullptr : table->create(this) && table->assign(this, &other);
-    begin();
-    if (!done) fail();
+    ztBegin();
+    if (!done) ztFail();
   }
 #pragma GCC diagnostic pop
   CPart &operator=(const CPart &other) {
@@ -237,21 +237,21 @@ struct CPart : Parent {
   }
   // The members are gone: from here on it is an object of the parent class.
   ~CPart() noexcept(false) {
-    become()->destroy(this);
+    ztBecome()->destroy(this);
   }
 
  private:
   // An object of the parent class; its methods.
-  const MethodsOf<Parent> *become() {
+  const MethodsOf<Parent> *ztBecome() {
     ztClass *itsClass = Traits<Parent>::klass();
     this->klass = itsClass;
     return static_cast<const MethodsOf<Parent> *>(itsClass->methodTable);
   }
-  const MethodsOf<Parent> *begin() {
+  const MethodsOf<Parent> *ztBegin() {
     this->refCount = 1;
-    return become();
+    return ztBecome();
   }
-  void fail() {
+  void ztFail() {
     this->refCount = unmade;
     memoryIsExhausted();
   }
@@ -275,7 +275,7 @@ template <typename C>
 struct CopyEnds {
   CopyEnds() = default;
   CopyEnds(const CopyEnds &) {
-    static_cast<C *>(this)->begin();
+    static_cast<C *>(this)->ztBegin();
   }
   CopyEnds &operator=(const CopyEnds &) = default;
 };
@@ -324,11 +324,11 @@ struct ClassData {
   static const char *className(const void *, const void *object) {
     return ztOOP_classNameOf(object);
   }
-  static int32_t isClass(const void *, const void *object, const char *name) {
-    return ztOOP_isClass(object, name);
+  static int32_t isClass(const void *, const void *object, const char *wanted) {
+    return ztOOP_isClass(object, wanted);
   }
-  static int32_t isClassOf(const void *, const void *object, const char *name) {
-    return ztOOP_isClassOf(object, name);
+  static int32_t isClassOf(const void *, const void *object, const char *wanted) {
+    return ztOOP_isClassOf(object, wanted);
   }
 
   static int32_t create(void *object) {
@@ -342,7 +342,7 @@ struct ClassData {
   }
   // What could not be made is an object of the C class above: whoever asked for it releases it as usual.
   [[gnu::noinline]] static int32_t leaveParent(void *object) {
-    ztLc_log("zt::Class - Error, no '%s' could be made\n", name);
+    ztLc_log("zt::Class - Error, no '%s' could be made\n", nameOfClass);
     Traits<CBase<T>>::ctor(object, 1);
     return 0;
   }
@@ -379,16 +379,16 @@ struct ClassData {
     }
   }
 
-  static int32_t initProperties(ztClass *klass) {
-    Def<T> definition(klass);
+  static int32_t initProperties(ztClass *declared) {
+    Def<T> definition(declared);
     if constexpr (HasDefine<T>) T::define(definition);
     return definition.result();
   }
 
-  static void fillMethods(void *table) {
+  static void fillMethods(void *filled) {
     // Removes the class when its code is unloaded.
     (void)&leave;
-    auto *methods = static_cast<Methods *>(table);
+    auto *methods = static_cast<Methods *>(filled);
     methods->Allocator = ztOOP_allocatorOf;
     methods->clone = clone;
     methods->assign = assign;
@@ -409,11 +409,11 @@ struct ClassData {
     }
   }
 
-  static constinit inline const char *const name = T::className;
+  static constinit inline const char *const nameOfClass = T::className;
   static constinit inline const uint32_t classVersion = versionOfClass();
-  static constinit inline Methods table = {};
-  static constinit inline ztClassFunctions functions = {};
-  static constinit inline ztClass descriptor = {nullptr, 0, 0, nullptr, 0, 0, &functions, &table};
+  static constinit inline Methods methodTable = {};
+  static constinit inline ztClassFunctions functionTable = {};
+  static constinit inline ztClass descriptor = {nullptr, 0, 0, nullptr, 0, 0, &functionTable, &methodTable};
   static constinit inline ztClassState state = {};
   // Without texts: there is no list of what the class adds.
   static constinit inline const ztClassDescription description = {
@@ -421,7 +421,7 @@ struct ClassData {
       &state,
       Traits<Parent>::klass,
       Traits<Parent>::initTable,
-      &name,
+      &nameOfClass,
       &classVersion,
       static_cast<int32_t>(sizeof(T)),
       static_cast<uint16_t>(sizeof(Methods) / sizeof(void *)),
@@ -673,7 +673,7 @@ struct Accessors {
   }
   template <typename Text>
   static void assignText(Text &text, const ztString *value) {
-    if (!text) text = Text(ztString_new());
+    if (!text) text = Text(static_cast<ztString *>(ztString_ctor(nullptr, 1)));
     if (!text || value == nullptr) return;
     ztString_of(text.get())->set(text.get(), ztString_of(value)->get(value));
   }
@@ -805,6 +805,8 @@ concept Node = Object<T> && NodeClass<AddressOf<T>>;
  * log. What it cannot copy gives NULL. A class with a member that looks as if it could be copied but cannot, like
  * std::vector<std::unique_ptr<int>>, needs `Gauge(const Gauge &) = delete;`.
  *
+ * What its destructor itself throws leaves the memory of the object behind.
+ *
  * It has no virtual functions, and its first base is zt::Class: the slots of the method table are virtual. An object
  * may also be a variable. A copy of an object of a subclass, as a variable of this class, is made by the C parent's
  * `create` and `assign`. Without exceptions, a variable whose C parent's `create` failed has a count below 0.
@@ -828,7 +830,7 @@ struct Class : detail::CopyBegins<Class<Self, Parent>>,
 
   /** The object with the contents that the parent's `create` gives. */
   Class() {
-    begin();
+    ztBegin();
   }
   /** A copy, with a count of 1; if the parent can be copied. */
   Class(const Class &other) = default;
@@ -860,7 +862,7 @@ struct Class : detail::CopyBegins<Class<Self, Parent>>,
   }
 
   /** @cond private */
-  void begin() {
+  void ztBegin() {
     static_assert(detail::Usable<Self>,
                   "a class has a name of its own, begins with zt::Class, and has no virtual functions");
     detail::ClassData<Self>::prepare();
@@ -1935,7 +1937,8 @@ class ListView {
     // The list hands the element of its first item over.
     void *handedOver = item == list->head && !detail::byPointer<T> ? item->data : nullptr;
     detail::methodsOf<ztList>(list)->removeItem(list, item);
-    if (handedOver != nullptr) ztm_free(handedOver);
+    // In brackets, so that the block is not taken for one of the program's.
+    if (handedOver != nullptr) (ztm_free)(handedOver);
     return at;
   }
   /** Removes the first element of a list that has one. */

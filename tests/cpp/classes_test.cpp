@@ -314,12 +314,12 @@ TEST(CppClass, ACopyThatThrowsGivesNull) {
   auto thrower = zt::make<Thrower>();
   alignas(16) char memory[sizeof(Thrower)];
   EXPECT_EQ(zt::methods(thrower)->clone(thrower.get(), memory), nullptr);
-  EXPECT_THROW(zt::make<Thrower>(*thrower), std::runtime_error);
+  EXPECT_THROW(static_cast<void>(zt::make<Thrower>(*thrower)), std::runtime_error);
 }
 
 TEST(CppClass, WhatItsConstructorThrowsReachesTheCallerOfMake) {
   refusals = 0;
-  EXPECT_THROW(zt::make<Refusing>(), std::runtime_error);
+  EXPECT_THROW(static_cast<void>(zt::make<Refusing>()), std::runtime_error);
   EXPECT_EQ(refusals, 1);
 }
 
@@ -407,6 +407,18 @@ TEST(CppClass, EndsOnceWhenASlotReleasesItAgain) {
   auto seen = zt::connect(first, "destroyed", [object] { ztBaseClass_of(object)->unRef(object); });
   first.reset();
   EXPECT_EQ(happened, "First as CppFirst\n~First as CppFirst\n");
+}
+
+TEST(CppClass, IsDescribedAsFarAsItsAncestorsAre) {
+  ASSERT_TRUE(zt::registerClass<Third>());
+  ztClassInfo *info = ztOOP_classInfo(ztOOP_findClass("CppThird"));
+  ASSERT_NE(info, nullptr);
+  EXPECT_EQ(info->isDescribed, 0);
+  EXPECT_EQ(info->methodCount, 32);
+  EXPECT_STREQ(info->methods[4].name, "create");
+  EXPECT_EQ(info->methods[4].definedBy, ztOOP_findClass("CppThird"));
+  EXPECT_EQ(info->instanceSize, static_cast<int32_t>(sizeof(Third)));
+  ztOOP_freeClassInfo(info);
 }
 
 TEST(CppClass, IsFirstUsedBySeveralThreads) {

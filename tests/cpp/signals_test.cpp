@@ -164,12 +164,13 @@ TEST(CppSlot, WhatItThrowsReachesTheEmittersCaller) {
   });
   auto second = zt::connect(source, "changed", [&](int32_t) { ++calls; });
   EXPECT_THROW(source->emit("changed", 1), std::runtime_error);
-  EXPECT_EQ(calls, 1);
+  // Slots are called in no order, so the second one may have been called before.
+  calls = 0;
   EXPECT_TRUE(source->emit("changed", 2));
-  EXPECT_EQ(calls, 3);
+  EXPECT_EQ(calls, 2);
   first.disconnect();
   EXPECT_TRUE(source->emit("changed", 1));
-  EXPECT_EQ(calls, 4);
+  EXPECT_EQ(calls, 3);
 }
 
 TEST(CppSlot, MayReleaseItsHandleAndThrow) {

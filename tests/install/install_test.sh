@@ -67,6 +67,15 @@ flags() {
   PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig pkg-config "$@"
 }
 
+# runs_a_program_in_cpp <source>
+runs_a_program_in_cpp() {
+  need_pkg_config
+  # shellcheck disable=SC2046 # several flags
+  "$CXX" -std=c++20 -Wall -Wextra -Werror "$1" $(flags --cflags --libs zentova) -o program
+  LD_LIBRARY_PATH=$prefix/$LIBDIR ./program >printed.txt
+  grep -qxF 'the level is 42' printed.txt
+}
+
 need_pkg_config() {
   if ! command -v pkg-config >/dev/null; then
     echo "not checked: no pkg-config here"
