@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <set>
 
 // AskedNode: a node whose class has its own `getUid`, which notes the calls.
 #define AskedNode_FIELDS LiveNode_FIELDS
@@ -152,7 +153,12 @@ class TwoParents {
   }
   int32_t anyUid() {
     const ztRoot *other = oneOf100(habits.duplicates) ? anyNode() : nullptr;
-    return other != nullptr ? other->uid : ++lastUid;
+    return other != nullptr && !isWritten(other) ? other->uid : ++lastUid;
+  }
+  // Whether a host wrote the node into an item, or its identifier. It must not let an earlier child become equal to a
+  // later one in this way, as objects/ztroot.h says: nothing else gets this identifier, and the node no second item.
+  bool isWritten(const ztRoot *node) const {
+    return written.count(node) > 0;
   }
   ztRoot *makeNode() {
     nodes.push_back(newNode(anyUid(), oneOf100(habits.otherNodes) ? habits.other : LiveNode_ctor));
@@ -200,11 +206,12 @@ class TwoParents {
     const int choice = below(100);
     ztRoot *child = anyChild();
     if (choice < (grows ? 60 : 20) || child == nullptr) {
-      add(below(4) == 0 && anyNode() != nullptr ? anyNode() : makeNode());
+      ztRoot *known = below(4) == 0 ? anyNode() : nullptr;
+      add(known != nullptr && !isWritten(known) ? known : makeNode());
     } else if (choice < 65) {
       remove(below(10) == 0 ? anyNode() : child);
     } else if (choice < 75) {
-      move(child, parents[1 - side]);
+      if (!isWritten(child)) move(child, parents[1 - side]);
     } else if (choice < 90) {
       finish(child);
     } else if (choice < 99) {
@@ -239,6 +246,7 @@ class TwoParents {
     if (others > 0) return;
     if (holder != nullptr) takeOff(node, holder);
     nodes.erase(std::find(nodes.begin(), nodes.end(), node));
+    written.erase(node);
     end(node);
   }
 
@@ -248,7 +256,8 @@ class TwoParents {
     const int index = listed().empty() ? 0 : anyIndex();
     ztListItem *item = methods()->getItemAt(list(), index);
     const auto place = listed().begin() + index;
-    ztRoot *node = below(8) == 0 || anyNode() == nullptr ? nullptr : anyNode();
+    ztRoot *node = below(8) == 0 ? nullptr : anyNode();
+    if (isWritten(node)) node = nullptr;
     const int choice = below(12);
     if (choice == 0) {
       methods()->pushBack(list(), node);
@@ -279,27 +288,43 @@ class TwoParents {
       replace(item, *place, node);
     } else if (choice == 10 && *place != nullptr) {
       (*place)->uid = ++lastUid;
+      written.insert(*place);
     } else if (choice == 11 && *place != nullptr) {
       writeAndRemove(*place);
     }
     if (below(500) == 0) emptyList();
   }
+  // Whether no other child of the list has its identifier.
+  bool isUnlike(const ztRoot *node) {
+    const auto equals = [node](const ztRoot *child) { return child != nullptr && child->uid == node->uid; };
+    return node == nullptr || std::count_if(listed().begin(), listed().end(), equals) <= 1;
+  }
   void exchange(ztListItem *item, ztRoot *&child) {
     const int other = anyIndex();
+    if (!isUnlike(child) || !isUnlike(listed()[static_cast<size_t>(other)])) return;
     std::swap(item->data, methods()->getItemAt(list(), other)->data);
     std::swap(child, listed()[static_cast<size_t>(other)]);
+    written.insert({child, listed()[static_cast<size_t>(other)]});
   }
   // By a node that is not in the list.
   void replace(ztListItem *item, ztRoot *&child, ztRoot *node) {
-    if (node != nullptr && std::count(listed().begin(), listed().end(), node) > 0) node = makeNode();
+    const auto equals = [node](const ztRoot *listedChild) {
+      return listedChild != nullptr && listedChild->uid == node->uid;
+    };
+    if (node != nullptr && std::any_of(listed().begin(), listed().end(), equals)) {
+      nodes.push_back(newNode(++lastUid, LiveNode_ctor));
+      node = nodes.back();
+    }
     item->data = node;
     child = node;
+    written.insert(node);
   }
   // A written identifier counts at once for the child itself.
   void writeAndRemove(ztRoot *child) {
     child->uid = anyNode()->uid;
     remove(child);
     child->uid = ++lastUid;
+    written.insert(child);
   }
   void emptyList() {
     methods()->empty(list());
@@ -312,6 +337,7 @@ class TwoParents {
   Nodes children[2];
   Nodes nodes;  // all but the parents
   std::map<const ztRoot *, ztRoot *> holders;
+  std::set<const ztRoot *> written;
   int32_t lastUid = 1000;
   int side = 0;
   bool grows = true;
