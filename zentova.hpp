@@ -169,6 +169,7 @@ void undoing(Try act, Catch undo) {
     throw;
   }
 }
+inline constexpr bool throws = true;
 inline void memoryIsExhausted() {
   throw std::bad_alloc();
 }
@@ -181,6 +182,7 @@ template <typename Try, typename Catch>
 void undoing(Try act, Catch) {
   act();
 }
+inline constexpr bool throws = false;
 inline void memoryIsExhausted() {}
 #endif
 
@@ -225,9 +227,15 @@ struct CPart : Parent {
   CPart(const CPart &other) {
     const auto *table = ztBegin();
     const bool whole = std::exchange(copiedWhole, nullptr) == this;
-    const bool done =
-        whole ? table->clone(&other, this) != nullptr : table->create(this) && table->assign(this, &other);
-    ztBegin();
+    bool done;
+    if (whole) {
+      done = table->clone(&other, this) != nullptr;
+      ztBegin();
+      // What could not be cloned owns nothing, and is no object yet.
+      if (!done) table->create(this);
+    } else {
+      done = table->create(this) && table->assign(this, &other);
+    }
     if (!done) ztFail();
   }
 #pragma GCC diagnostic pop
@@ -252,6 +260,8 @@ struct CPart : Parent {
     return ztBecome();
   }
   void ztFail() {
+    // Where the constructor throws, no destructor runs.
+    if (throws) ztBecome()->destroy(this);
     this->refCount = unmade;
     memoryIsExhausted();
   }

@@ -393,6 +393,11 @@ TEST(CppClass, ThrowsWhereMemoryIsExhausted) {
       const CopiedMore variable;
       auto copy = zt::make<CopiedMore>(*object);
       EXPECT_EQ(copy->text, "original");
+      const Copied part(*copy);
+      auto node = zt::make<Kept>();
+      zt::addChild(node, zt::make<Kept>());
+      const Kept tree(*node);
+      EXPECT_EQ(zt::children(tree).size(), zt::children(node).size());
     } catch (const std::bad_alloc &) {
       ++thrown;
     }

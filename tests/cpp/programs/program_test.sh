@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Compiles a program with both compilers or one, runs it and compares what it prints with NAME.expected, without the
-# log's first and last lines; once more under Valgrind, if that is given, where nothing may be left:
-#   program_test.sh <root of the tree> <library> <compiler> <valgrind or ""> <NAME> [compiler option...]
+# log's first and last lines; once more under $VALGRIND, if that is set, where nothing may be left:
+#   program_test.sh <root of the tree> <library> <compiler> <NAME> [compiler option...]
 #
 # A file plugin.cpp is built first and its path passed on. Without the compiler the test is skipped, but not under CI.
 set -euo pipefail
@@ -10,9 +10,9 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$1
 library=$2
 compiler=$3
-valgrind=$4
-name=$5
-options=("${@:6}")
+name=$4
+options=("${@:5}")
+valgrind=${VALGRIND:-}
 
 if ! command -v "$compiler" >/dev/null; then
   [ -z "${CI:-}" ] || exit 1
