@@ -51,7 +51,7 @@ static void countSignal(const DeclaredSignal &signal, void *context) {
   ++space->signals;
   space->arguments += static_cast<int32_t>(signal.argumentCount);
   // Its own text, its name, and of each argument a name and a type.
-  space->textBytes += 3 * bytesOf(signal.text) + 2 * signal.argumentCount;
+  space->textBytes += 3 * bytesOf(signal.text) + 2 * size_t{signal.argumentCount};
 }
 
 static Space spaceFor(ztClass *klass, const ztPropertyMap *map) {

@@ -15,7 +15,8 @@ import tempfile
 import tree
 
 # Options of the compile commands that clang does not know.
-FOREIGN_OPTIONS = [" -fno-gnu-unique", " -fno-ipa-icf", " -flto=auto", " -fno-fat-lto-objects"]
+FOREIGN_OPTIONS = [" -fno-gnu-unique", " -fno-ipa-icf", " -fno-align-jumps", " -fno-align-labels", " -flto=auto",
+                   " -fno-fat-lto-objects"]
 
 
 def main():
