@@ -81,10 +81,14 @@ static ItemTable *makeTableWithKeys(const ztRoot *node) {
   return table;
 }
 
+// Whether the given node is a child with the identifier of the other one, but not by its key: a host wrote it.
+static bool isWritten(const ItemTable *table, const ztRoot *given, const ztRoot *child) {
+  return child != given && table->find(given) != nullptr;
+}
+
 // The item of a child that has the key. NULL when the host changed what the table knows.
 static ztListItem *confirmed(const ItemTable *table, const ztRoot *child, const ztRoot *given, int32_t uid) {
-  // The given node is a child with this identifier, but not by its key.
-  if (child != given && table->find(given) != nullptr) return nullptr;
+  if (isWritten(table, given, child)) return nullptr;
   void *place = table->find(child);
   if (place == nullptr || place == &severalTimes) return nullptr;
   auto *item = static_cast<ztListItem *>(place);
@@ -104,11 +108,14 @@ static ztListItem *findKeyed(const ztRoot *node, const ztRoot *given, int32_t ui
   if (known != nullptr) {
     if (ztListItem *item = confirmed(table, static_cast<ztRoot *>(known), given, uid)) return item;
   } else {
+    bool isWrong = false;
     ztListItem *item = nextWithoutKey(table, node);
-    for (; item != nullptr && coverUid(table, item); item = item->next) {
-      if (childOf(item) != nullptr && childOf(item)->uid == uid) return item;
+    for (; item != nullptr && !isWrong && coverUid(table, item); item = item->next) {
+      if (childOf(item) == nullptr || childOf(item)->uid != uid) continue;
+      isWrong = isWritten(table, given, childOf(item));
+      if (!isWrong) return item;
     }
-    if (item != nullptr) return walkToUid(further, uid);
+    if (item != nullptr && !isWrong) return walkToUid(further, uid);
   }
   // If there is such a child, its identifier or its item was written to.
   dropTable(*listOf(node));
