@@ -11,7 +11,8 @@
  *
  * Children are found without a walk where there are many. What a host writes to the field `uid` of a child, or to
  * the `data` of an item, counts. But if it thereby gives an earlier child or item what a later one has, the later
- * one may be taken for the first.
+ * one may be taken for the first; and a `getUid` of a class of its own may not be called for a child that it wrote
+ * into an item.
  *
  * A node emits the signals "childAdded" and "childDeleted", whose first argument is the child. A slot may do
  * anything to the nodes, such as release either of them.

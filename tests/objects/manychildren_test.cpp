@@ -294,8 +294,12 @@ class TwoParents {
     }
     if (below(500) == 0) emptyList();
   }
-  // Whether no other child of the list has its identifier.
+  static bool hasOwnGetUid(const ztRoot *node) {
+    return node != nullptr && ztOOP_classOf(node) != LiveNodeClass_Instance();
+  }
+  // Whether no other child of the list has its identifier, which its class does not give.
   bool isUnlike(const ztRoot *node) {
+    if (hasOwnGetUid(node)) return false;
     const auto equals = [node](const ztRoot *child) { return child != nullptr && child->uid == node->uid; };
     return node == nullptr || std::count_if(listed().begin(), listed().end(), equals) <= 1;
   }
@@ -311,7 +315,7 @@ class TwoParents {
     const auto equals = [node](const ztRoot *listedChild) {
       return listedChild != nullptr && listedChild->uid == node->uid;
     };
-    if (node != nullptr && std::any_of(listed().begin(), listed().end(), equals)) {
+    if (node != nullptr && (hasOwnGetUid(node) || std::any_of(listed().begin(), listed().end(), equals))) {
       nodes.push_back(newNode(++lastUid, LiveNode_ctor));
       node = nodes.back();
     }
