@@ -22,5 +22,5 @@ TEST(Descriptions, AreWholeOrNoneWhateverFails) {
   };
   int strikes = 0;
   for (const Kind &kind : allKinds()) strikes += strikeEach(kind, scenario);
-  EXPECT_GT(strikes, 2);
+  EXPECT_GT(strikes, 0);
 }
