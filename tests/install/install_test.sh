@@ -48,7 +48,7 @@ parts_are_installed_on_their_own() {
   "$CMAKE" --install "$1" --prefix "$PWD/development" --component development >/dev/null
   files_of() { (cd "$1" && find . ! -type d | sort); }
   [ "$(files_of runtime | grep -vc 'libztcore\.so\.')" -eq 0 ]
-  files_of development | grep -q 'libztcore\.so$'
+  grep -q 'libztcore\.so$' <<<"$(files_of development)"
   diff <(files_of moved) <((files_of runtime && files_of development) | sort)
 }
 
@@ -119,7 +119,9 @@ hosts_of_pkg_config_and_cmake_agree() {
 
   diff of_pkg_config.txt of_cmake.txt
   diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' of_cmake.txt)
-  (cd cmake_host && ./host_cpp) | grep -qx 'the level is 42'
+  local told
+  told=$(cd cmake_host && ./host_cpp)
+  grep -qx 'the level is 42' <<<"$told"
 }
 
 # The static library: none is loaded, also with no library at all and in a program at a fixed address.
@@ -135,7 +137,7 @@ static_hosts_load_no_library() {
     mv static_host/host "static_hosts/of_pkg_config$way"
   done
   for way in static_hosts/of_*; do
-    if readelf --dynamic "$way" | grep -q 'NEEDED.*ztcore'; then
+    if grep -q 'NEEDED.*ztcore' <<<"$(readelf --dynamic "$way")"; then
       echo "$way loads the library"
       return 1
     fi

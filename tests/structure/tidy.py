@@ -25,10 +25,12 @@ def main():
     for option in FOREIGN_OPTIONS:
         commands = commands.replace(option, "")
     rooms = [tree.ROOT / room for room in tree.ROOMS]
-    sources = [entry["file"] for entry in json.loads(commands) if pathlib.Path(entry["file"]).parent in rooms]
+    # Of a source that two libraries compile, one command; clang-tidy would follow each.
+    entries = {entry["file"]: entry for entry in json.loads(commands)
+               if pathlib.Path(entry["file"]).parent in rooms}
 
     with tempfile.TemporaryDirectory() as folder:
-        pathlib.Path(folder, "compile_commands.json").write_text(commands)
+        pathlib.Path(folder, "compile_commands.json").write_text(json.dumps(list(entries.values())))
 
         def findings(source):
             command = [tidy, "--quiet", "-p", folder, source]
@@ -36,8 +38,8 @@ def main():
             return None if done.returncode == 0 else f"{source}\n{done.stdout}"
 
         with concurrent.futures.ThreadPoolExecutor(min(2, os.cpu_count())) as pool:
-            problems = [problem for problem in pool.map(findings, sources) if problem]
-    tree.finish(problems if sources else ["no source of the library was found"])
+            problems = [problem for problem in pool.map(findings, entries) if problem]
+    tree.finish(problems if entries else ["no source of the library was found"])
 
 
 main()
