@@ -13,31 +13,6 @@ static bool isOfName(char character) {
   return (lower >= 'a' && lower <= 'z') || (character >= '0' && character <= '9') || character == '_';
 }
 
-static TextPart trimmed(const char *begin, const char *end) {
-  while (begin < end && *begin == ' ') ++begin;
-  while (begin < end && end[-1] == ' ') --end;
-  return {begin, static_cast<size_t>(end - begin)};
-}
-
-static const char *endOf(const TextPart &part) {
-  return part.begin + part.length;
-}
-
-static bool isText(const TextPart &part, const char *text) {
-  return strlen(text) == part.length && memcmp(part.begin, text, part.length) == 0;
-}
-
-// The first character of the kind outside all brackets; the end when there is none.
-static const char *findOutside(const char *at, const char *end, char wanted) {
-  int depth = 0;
-  for (; at < end; ++at) {
-    if (depth == 0 && *at == wanted) return at;
-    if (strchr("([{", *at) != nullptr) ++depth;
-    if (strchr(")]}", *at) != nullptr) --depth;
-  }
-  return end;
-}
-
 static const char *findIn(const TextPart &part, const char *wanted) {
   return static_cast<const char *>(memmem(part.begin, part.length, wanted, strlen(wanted)));
 }
@@ -55,28 +30,25 @@ static TextPart nameIn(const TextPart &declarator) {
   const char *pointer = findIn(declarator, "(*");
   if (pointer != nullptr) {
     const char *begin = pointer + 2;
-    while (begin < endOf(declarator) && *begin == ' ') ++begin;
+    while (begin < declarator.end() && *begin == ' ') ++begin;
     const char *end = begin;
-    while (end < endOf(declarator) && isOfName(*end)) ++end;
-    return {begin, static_cast<size_t>(end - begin)};
+    while (end < declarator.end() && isOfName(*end)) ++end;
+    return between(begin, end);
   }
-  const TextPart named = trimmed(declarator.begin, findOutside(declarator.begin, endOf(declarator), '['));
-  const char *begin = beginOfName(named.begin, endOf(named));
-  return {begin, static_cast<size_t>(endOf(named) - begin)};
+  const TextPart named = trimmed(between(declarator.begin, findOutside(declarator, "[")));
+  return between(beginOfName(named.begin, named.end()), named.end());
 }
 
 // The end of the specifiers before the first declarator: "const char *" ends before the star.
 static const char *endOfBase(const TextPart &declarator, const TextPart &name) {
-  const char *star = findOutside(declarator.begin, name.begin, '*');
-  const char *bracket = findOutside(declarator.begin, name.begin, '(');
-  return star < bracket ? star : bracket;
+  return findOutside(between(declarator.begin, name.begin), "*(");
 }
 
 bool Declarations::next() {
-  const char *end = rest + strlen(rest);
-  const char *semicolon = findOutside(rest, end, ';');
-  if (semicolon == end) return false;
-  whole = trimmed(rest, semicolon);
+  const TextPart list = wholeOf(rest);
+  const char *semicolon = findOutside(list, ";");
+  if (semicolon == list.end()) return false;
+  whole = trimmed(between(rest, semicolon));
   rest = semicolon + 1;
   declarators = whole.begin;
   cut = false;
@@ -84,18 +56,17 @@ bool Declarations::next() {
 }
 
 bool Declarations::nextDeclarator(Declarator *declarator) {
-  const char *end = endOf(whole);
-  if (cut || declarators == nullptr || declarators >= end) return false;
-  const char *comma = findOutside(declarators, end, ',');
-  const TextPart part = trimmed(declarators, comma);
+  if (cut || declarators == nullptr || declarators >= whole.end()) return false;
+  const char *comma = findOutside(between(declarators, whole.end()), ",");
+  const TextPart part = trimmed(between(declarators, comma));
   const bool isFirst = declarators == whole.begin;
   declarators = comma + 1;
   const TextPart name = nameIn(part);
-  cut = name.length == 0 || findOutside(part.begin, endOf(part), ':') != endOf(part);
+  cut = name.isEmpty() || findOutside(part, ":") != part.end();
   if (cut) return false;
   const char *own = isFirst ? endOfBase(part, name) : part.begin;
-  if (isFirst) base = trimmed(part.begin, own);
-  *declarator = {base, trimmed(own, name.begin), name, trimmed(endOf(name), endOf(part))};
+  if (isFirst) base = trimmed(between(part.begin, own));
+  *declarator = {base, trimmed(between(own, name.begin)), name, trimmed(between(name.end(), part.end()))};
   return true;
 }
 
@@ -109,7 +80,7 @@ static bool isKeyword(const TextPart &word) {
   static constexpr const char *keywords[] = {"int",  "char",   "short",    "long",   "float", "double",
                                              "bool", "signed", "unsigned", "struct", "_Bool", "const"};
   for (const char *keyword : keywords) {
-    if (isText(word, keyword)) return true;
+    if (word.is(wholeOf(keyword))) return true;
   }
   return false;
 }
@@ -117,13 +88,13 @@ static bool isKeyword(const TextPart &word) {
 // A single word is a type; so is a last word of the language.
 ArgumentText ArgumentList::next() {
   if (rest == nullptr || rest >= end) return {{"", 0}, {"", 0}};
-  const char *comma = findOutside(rest, end, ',');
-  const TextPart argument = trimmed(rest, comma);
+  const char *comma = findOutside(between(rest, end), ",");
+  const TextPart argument = trimmed(between(rest, comma));
   rest = comma + 1;
-  const char *last = beginOfName(argument.begin, endOf(argument));
-  const TextPart name = {last, static_cast<size_t>(endOf(argument) - last)};
-  if (last == argument.begin || name.length == 0 || isKeyword(name)) return {argument, {"", 0}};
-  return {trimmed(argument.begin, last), name};
+  const char *last = beginOfName(argument.begin, argument.end());
+  const TextPart name = between(last, argument.end());
+  if (last == argument.begin || name.isEmpty() || isKeyword(name)) return {argument, {"", 0}};
+  return {trimmed(between(argument.begin, last)), name};
 }
 
 // Sizes -------------------------------------------------------------------------------------------
@@ -189,7 +160,7 @@ static TextPart withoutQualifiers(TextPart base) {
 static int32_t sizeOfNamed(TextPart base) {
   base = withoutQualifiers(base);
   for (const NamedType &type : namedTypes) {
-    if (isText(base, type.name)) return type.size;
+    if (base.is(wholeOf(type.name))) return type.size;
   }
   return 0;
 }
@@ -198,7 +169,7 @@ static int32_t sizeOfNamed(TextPart base) {
 static int32_t countOf(const TextPart &arrays) {
   int64_t count = 1;
   const char *at = arrays.begin;
-  const char *end = endOf(arrays);
+  const char *end = arrays.end();
   while (at < end) {
     if (*at++ != '[') return 0;
     int64_t length = 0;

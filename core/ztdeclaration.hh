@@ -2,15 +2,11 @@
 #ifndef ZT_CORE_ZTDECLARATION_HH
 #define ZT_CORE_ZTDECLARATION_HH
 
-#include <stddef.h>
+#include "core/zttextpart.hh"
+
 #include <stdint.h>
 
 namespace ztcore {
-
-struct TextPart {
-  const char *begin;
-  size_t length;
-};
 
 // One declared name: `char *name[8]` has the type "char *[8]", in the pieces before and after the name.
 struct Declarator {

@@ -7,6 +7,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/ztpointermap.hh"
+#include "core/zttextpart.hh"
 #include "objects/ztchange.hh"
 #include "objects/ztdeclared.hh"
 #include "objects/ztguard.hh"
@@ -22,89 +23,47 @@ using namespace ztcore;
 
 namespace {
 
-// A part of a text.
-struct Piece {
-  const char *start;
-  const char *end;
-
-  bool isEmpty() const {
-    return start == end;
-  }
-  size_t length() const {
-    return static_cast<size_t>(end - start);
-  }
-  bool is(Piece other) const {
-    return length() == other.length() && memcmp(start, other.start, length()) == 0;
-  }
-};
-
 struct Parsed {
-  Piece text;
-  Piece name;
+  TextPart text;
+  TextPart name;
   uint32_t argumentCount;
 };
 
 }  // namespace
 
-static bool isSpace(char character) {
-  return character == ' ' || ('\t' <= character && character <= '\r');
-}
-
-static Piece trimmed(Piece piece) {
-  while (!piece.isEmpty() && isSpace(*piece.start)) ++piece.start;
-  while (!piece.isEmpty() && isSpace(piece.end[-1])) --piece.end;
-  return piece;
-}
-
-static Piece wholeOf(const char *text) {
-  return {text, text + strlen(text)};
-}
-
-// The first of these characters that is not within inner brackets; the end when there is none.
-static const char *findOutside(Piece piece, const char *wanted) {
-  int depth = 0;
-  for (; !piece.isEmpty(); ++piece.start) {
-    const char character = *piece.start;
-    if (depth == 0 && strchr(wanted, character) != nullptr) break;
-    if (character == '(') ++depth;
-    if (character == ')') --depth;
-  }
-  return piece.start;
-}
-
 // What is wrong with a list of arguments, or NULL. They are counted up to one too many.
-static const char *countArguments(Piece list, uint32_t *count) {
+static const char *countArguments(const TextPart &brackets, uint32_t *count) {
   constexpr uint32_t most = 4;
   *count = 0;
-  list = trimmed(list);
+  TextPart list = trimmed(brackets);
   if (list.isEmpty() || list.is(wholeOf("void"))) return nullptr;
   for (;;) {
-    const Piece argument = {list.start, findOutside(list, ",")};
+    const TextPart argument = between(list.begin, findOutside(list, ","));
     if (trimmed(argument).isEmpty()) return "has an empty argument";
     if (++*count > most) return "has more than four arguments";
-    if (argument.end == list.end) return nullptr;
-    list.start = argument.end + 1;
+    if (argument.end() == list.end()) return nullptr;
+    list = between(argument.end() + 1, list.end());
   }
 }
 
 // What is wrong with a declaration, or NULL.
 static const char *parse(const char *declaration, Parsed *parsed) {
   constexpr size_t longest = 255;
-  const Piece text = trimmed(wholeOf(declaration));
+  const TextPart text = trimmed(wholeOf(declaration));
   parsed->text = text;
   parsed->argumentCount = 0;
-  if (text.length() > longest) return "has more than 255 characters";
-  const char *opening = text.start + strcspn(text.start, "(),");
-  if (opening > text.end) opening = text.end;
-  parsed->name = trimmed({text.start, opening});
+  if (text.length > longest) return "has more than 255 characters";
+  const char *opening = text.begin + strcspn(text.begin, "(),");
+  if (opening > text.end()) opening = text.end();
+  parsed->name = trimmed(between(text.begin, opening));
   if (parsed->name.isEmpty()) return "has no name";
-  if (opening == text.end) return nullptr;
+  if (opening == text.end()) return nullptr;
   if (*opening != '(') return "has no opening bracket";
-  const Piece rest = {opening + 1, text.end};
+  const TextPart rest = between(opening + 1, text.end());
   const char *closing = findOutside(rest, ")");
-  if (closing == text.end) return "has no closing bracket";
-  if (closing + 1 != text.end) return "has text behind its closing bracket";
-  return countArguments({rest.start, closing}, &parsed->argumentCount);
+  if (closing == text.end()) return "has no closing bracket";
+  if (closing + 1 != text.end()) return "has text behind its closing bracket";
+  return countArguments(between(rest.begin, closing), &parsed->argumentCount);
 }
 
 // Declarations ------------------------------------------------------------------------------------
@@ -182,14 +141,14 @@ static void forgetDeclarations(const ztClass *klass) {
 }
 
 static Declaration *makeDeclaration(ztClass *klass, const Parsed &parsed) {
-  const size_t length = parsed.text.length();
+  const size_t length = parsed.text.length;
   auto *declaration =
       static_cast<Declaration *>(ztm_alloc(static_cast<int32_t>(sizeof(Declaration) + length + 1)));
   if (declaration == nullptr) return nullptr;
   char *text = reinterpret_cast<char *>(declaration + 1);
-  memcpy(text, parsed.text.start, length);
+  memcpy(text, parsed.text.begin, length);
   text[length] = '\0';
-  declaration->signal = {klass, text, static_cast<uint32_t>(parsed.name.length()), parsed.argumentCount};
+  declaration->signal = {klass, text, static_cast<uint32_t>(parsed.name.length), parsed.argumentCount};
   declaration->next = nullptr;
   return declaration;
 }
@@ -238,11 +197,11 @@ static bool visitClass(const ztClass *klass, Visit visit) {
 }
 
 // The signal of that name that a class or an ancestor declares. False when there is none.
-static bool findDeclared(const ztClass *klass, Piece name, DeclaredSignal *found) {
+static bool findDeclared(const ztClass *klass, const TextPart &name, DeclaredSignal *found) {
   for (; klass != nullptr; klass = klass->parent) {
     const bool isMissing = visitClass(klass, [&](const DeclaredSignal &signal) {
       *found = signal;
-      return !name.is({signal.text, signal.text + signal.nameLength});
+      return !name.is({signal.text, signal.nameLength});
     });
     if (!isMissing) return true;
   }

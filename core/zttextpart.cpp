@@ -1,0 +1,29 @@
+#include "core/zttextpart.hh"
+
+using namespace ztcore;
+
+static bool isSpace(char character) {
+  return character == ' ' || ('\t' <= character && character <= '\r');
+}
+
+TextPart ztcore::trimmed(const TextPart &part) {
+  const char *begin = part.begin;
+  const char *end = part.end();
+  while (begin < end && isSpace(*begin)) ++begin;
+  while (begin < end && isSpace(end[-1])) --end;
+  return between(begin, end);
+}
+
+static bool isOneOf(char character, const char *wanted) {
+  return character != '\0' && strchr(wanted, character) != nullptr;
+}
+
+const char *ztcore::findOutside(const TextPart &part, const char *wanted) {
+  int depth = 0;
+  for (const char *at = part.begin; at < part.end(); ++at) {
+    if (depth == 0 && isOneOf(*at, wanted)) return at;
+    if (isOneOf(*at, "([{")) ++depth;
+    if (isOneOf(*at, ")]}")) --depth;
+  }
+  return part.end();
+}

@@ -1,0 +1,40 @@
+// Parts of texts: declarations in C, as the preprocessor leaves them or as a host writes them.
+#ifndef ZT_CORE_ZTTEXTPART_HH
+#define ZT_CORE_ZTTEXTPART_HH
+
+#include <stddef.h>
+#include <string.h>
+
+namespace ztcore {
+
+struct TextPart {
+  const char *begin;
+  size_t length;
+
+  const char *end() const {
+    return begin + length;
+  }
+  bool isEmpty() const {
+    return length == 0;
+  }
+  bool is(const TextPart &other) const {
+    return length == other.length && memcmp(begin, other.begin, length) == 0;
+  }
+};
+
+inline TextPart between(const char *begin, const char *end) {
+  return {begin, static_cast<size_t>(end - begin)};
+}
+
+inline TextPart wholeOf(const char *text) {
+  return {text, strlen(text)};
+}
+
+// Without white space at its ends.
+TextPart trimmed(const TextPart &part);
+// The first of these characters outside all brackets of the part; its end when there is none.
+const char *findOutside(const TextPart &part, const char *wanted);
+
+}  // namespace ztcore
+
+#endif
