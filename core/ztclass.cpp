@@ -210,12 +210,15 @@ static Nothing refuse() {
   return {0, 0};
 }
 
-// Longer than any table. Filled on the first use, so that loading the library does not relocate it.
-static Refusal refusals[1024];
+// Filled on the first use, so that loading the library does not relocate it, and never written again: other threads
+// read it without the lock.
+static Refusal refusals[ZT_CHECKED_SLOTS];
 
 static const void *refusingTable() {
   const Locked locked(engineLock);
-  for (Refusal &refusal : refusals) refusal = refuse;
+  if (refusals[0] == nullptr) {
+    for (Refusal &refusal : refusals) refusal = refuse;
+  }
   return refusals;
 }
 

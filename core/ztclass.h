@@ -136,8 +136,7 @@ ZT_API int32_t ztOOP_isClassOf(const void *object, const char *name);
 ZT_API int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name);
 /**
  * Makes a class known by its name before its first object.
- * @param description  the class; C_description of ZT_DEFINE_CLASS is private to its source file: see
- *                     ZT_REGISTER_CLASS()
+ * @param description  the class. What ZT_DEFINE_CLASS defines is private to its source file: see ZT_REGISTER_CLASS()
  * @return 1, also when it was known; 0 for NULL, when memory is exhausted, and, with a line in the log, when the
  *         name belongs to another class
  */
@@ -148,8 +147,11 @@ ZT_API int32_t ztOOP_registerClassOf(ztCtor ctor);
 /** @return the object, if it is of the class or a descendant; NULL for NULL and, with a line in the log, for an
  *          object of another class */
 ZT_API void *ztOOP_cast(const void *object, const ztClass *klass);
+/** The most method slots of a class whose calls ZT_CHECKED checks. */
+#define ZT_CHECKED_SLOTS 1024
 /** @return the method table of an object that is of the class or a descendant. For NULL and for an object of
- *          another class, with a line in the log, a table of functions that do nothing and return 0 or NULL */
+ *          another class, with a line in the log, a table of ZT_CHECKED_SLOTS functions that do nothing and return 0 or
+ *          NULL */
 ZT_API const void *ztOOP_checkedTable(const void *object, const ztClass *klass);
 /** Writes ztOOP_ztVirtualFuncHandler() into a method slot, given by its address. */
 ZT_API void ztOOP_setAbstract(void *slot);
@@ -199,9 +201,15 @@ struct ztClassTraits {
 #ifdef ZT_CHECKED
 /** The method table of an object that should be of class C. */
 #define ZT_TABLE_OF(C, object) ztOOP_checkedTable(object, C##Class_Instance())
+/** A compile-time error for a class with more slots than are checked. */
+#define ZT_CHECK_SLOTS(C)                                                   \
+  ZT_STATIC_ASSERT(sizeof(C##Methods) <= ZT_CHECKED_SLOTS * sizeof(void *), \
+                   "class " #C " has more method slots than ZT_CHECKED checks");
 #else
 /** The method table of an object of class C. */
 #define ZT_TABLE_OF(C, object) ztOOP_classOf(object)->methodTable
+/** Nothing where calls are not checked. */
+#define ZT_CHECK_SLOTS(C)
 #endif
 
 #ifdef ZT_NO_SHORT_NAMES
@@ -254,6 +262,7 @@ struct ztClassTraits {
   static inline ZT_MAYBE_UNUSED const C##Methods *C##_table(void) {                       \
     return (const C##Methods *)C##Class_Instance()->methodTable;                          \
   }                                                                                       \
+  ZT_CHECK_SLOTS(C)                                                                       \
   ZT_SHORT_NAMES(C)                                                                       \
   ZT_DECLARE_TRAITS(C)                                                                    \
   ZT_END_C
