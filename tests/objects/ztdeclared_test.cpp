@@ -1,5 +1,6 @@
 #include "objects/ztdeclared.h"
 
+#include "objects/ztbasemodel.h"
 #include "objects/ztevents.h"
 #include "objects/ztroot.h"
 #include "tests/helpers/faults.hh"
@@ -118,9 +119,9 @@ TEST_F(DeclaredSignals, OfTheLibraryAreDeclaredForClassesOfHosts) {
 }
 
 TEST_F(DeclaredSignals, OfALibraryClassAreNotAHosts) {
-  EXPECT_EQ(ztOOP_declareSignal(ztRootClass_Instance(), "renamed"), 1);
-  const Object node(ztRoot_ctor);
-  EXPECT_EQ(warningFor(node, "anything"), "");
+  EXPECT_EQ(ztOOP_declareSignal(ztBaseModelClass_Instance(), "renamed"), 1);
+  const Object model(ztBaseModel_ctor);
+  EXPECT_EQ(warningFor(model, "anything"), "");
 }
 
 TEST_F(DeclaredSignals, WarnThroughTheCheckedConnectAsWell) {
