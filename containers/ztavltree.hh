@@ -16,6 +16,15 @@ inline ztAvlTreeItem *&treeLink(ztAvlTreeItem *item, bool right) {
   return right ? item->right : item->left;
 }
 
+// Prefetches both children during a comparison, which hides most of the memory latency of a large tree.
+inline void fetchBelow(const ztAvlTreeItem *item) {
+  __builtin_prefetch(item->left);
+  __builtin_prefetch(item->right);
+}
+
+// Restores the balance of an item that leans by 2, and returns the item that takes its place.
+ztAvlTreeItem *rotate(ztAvlTreeItem *item);
+
 // Compares elements with a key. Integers are the most common ones, and are compared without a call.
 struct IntegerOrder {
   int32_t key;

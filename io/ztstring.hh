@@ -24,6 +24,19 @@ inline bool isOwnBuffer(const ztCharArray *buffer) {
   return ztOOP_classOf(buffer) == ztCharArrayClass_Instance();
 }
 
+// No bytes without a buffer.
+inline int32_t sizeOf(const ztCharArray *buffer) {
+  return buffer == nullptr ? 0 : ztCharArray_of(buffer)->getSize(buffer);
+}
+
+inline char *dataOf(const ztCharArray *buffer) {
+  return buffer == nullptr ? nullptr : static_cast<char *>(ztCharArray_of(buffer)->getData(buffer));
+}
+
+inline bool resizeBuffer(ztCharArray *buffer, size_t size) {
+  return size <= INT32_MAX && ztCharArray_of(buffer)->resize(buffer, static_cast<int32_t>(size)) != 0;
+}
+
 // The text in a buffer of a host's class. Out of line, because this is rare.
 [[gnu::cold, gnu::noinline]] inline const char *textOfForeign(const ztCharArray *buffer) {
   const ztCharArrayMethods *methods = ztCharArray_of(buffer);
@@ -67,6 +80,10 @@ bool releasesPlainly(const ztString *string);
 
 // Frees such a string.
 void freeString(ztString *string, FreedObjects *freed);
+
+// `write` and `read` of a string.
+int32_t writeString(const ztString &string, void *file);
+int32_t readString(ztString &string, void *file);
 
 // Compares two strings by their text: 0, 1 or -1. NULL sorts first.
 inline int32_t compareStrings(const void *first, const void *second) {
