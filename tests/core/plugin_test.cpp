@@ -86,8 +86,8 @@ TEST(PluginRounds, LeaveNothing) {
 // The allocator of the programs that are started must keep no freed blocks aside, which it counts as allocated.
 TEST(PluginRounds, LeaveNothingOfTheLibraryEither) {
   setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
-  unlinkedRun("plugin-rounds", scale(1000));
-  unlinkedRun("library-rounds", scale(1000));
+  unlinkedRun("plugin-rounds", scale(400));
+  unlinkedRun("library-rounds", scale(400));
   unsetenv("GLIBC_TUNABLES");
 }
 #else

@@ -281,7 +281,7 @@ TEST_F(LinkedHost, HasLogTextsThatNoOtherProcessWithTheSameFileSplits) {
 // Host classes -----------------------------------------------------------------------------------
 
 TEST(ClassChain, IsCompleteWhicheverClassIsUsedFirst) {
-  for (const char *order : {"LMT", "LTM", "MLT", "MTL", "TLM", "TML"}) {
+  for (const char *order : casesOf({"LMT", "LTM", "MLT", "MTL", "TLM", "TML"}, 3)) {
     for (const char *way : {"ctor", "newop", "place"}) {
       HostProcess host;
       EXPECT_EQ(host.run("chain", {order, way}), 0) << order << " " << way;

@@ -1,11 +1,13 @@
 // What properties and trees do over the life of a process, in host programs.
 #include "tests/helpers/host_process.hh"
+#include "tests/helpers/scale.hh"
 
 #include <gtest/gtest.h>
 
 TEST(PropertiesInAProcess, StaticOnesComeInOrderWhateverClassIsUsedFirst) {
   for (const char *order :
-       {"L", "M", "T", "LM", "ML", "LT", "TL", "MT", "TM", "LMT", "LTM", "MLT", "MTL", "TLM", "TML"}) {
+       casesOf({"LMT", "LTM", "MLT", "MTL", "TLM", "TML", "L", "M", "T", "LM", "ML", "LT", "TL", "MT", "TM"},
+               4)) {
     HostProcess host;
     EXPECT_EQ(host.run("static_properties", {order}), 0) << order << host.output();
   }

@@ -200,12 +200,14 @@ TEST(Threads, LogTheUseOfAnotherThreadsObjectOnceWhereThatIsChecked) {
 }
 
 TEST(Threads, AreCheckedWhereOneOfTheWordsBetweenCommasAsksForIt) {
-  for (const char *checks : {"thread", "thread,", ",thread", "other,thread", "thread,other", "a,thread,b",
-                             "thread,thread", ",,thread,,", "threads,thread"}) {
+  for (const char *checks : casesOf({"thread", "thread,", ",thread", "other,thread", "thread,other",
+                                     "a,thread,b", "thread,thread", ",,thread,,", "threads,thread"},
+                                    4)) {
     EXPECT_EQ(warningsWith(checks, "emit"), 1) << checks;
   }
-  for (const char *checks : {"", ",", "other", "other,words", "threads", "thre", "thread other", " thread",
-                             "thread;other", "Thread", "thread=1", "athread,threadb"}) {
+  for (const char *checks : casesOf({"", ",", "other", "other,words", "threads", "thre", "thread other",
+                                     " thread", "thread;other", "Thread", "thread=1", "athread,threadb"},
+                                    4)) {
     EXPECT_EQ(warningsWith(checks, "emit"), 0) << checks;
   }
   EXPECT_EQ(warningsWith(nullptr, "emit"), 0);

@@ -312,7 +312,7 @@ class RandomForest {
 TEST_F(ztRootCopy, AndItsOriginalFollowAModelInRandomTrees) {
   for (unsigned seed = 1; seed <= 4; ++seed) {
     RandomForest trees(seed);
-    for (int i = 0; i < scale(10000); ++i) {
+    for (int i = 0; i < scale(5000); ++i) {
       trees.step();
       if (i % 16 == 0) trees.check();
       if (HasFatalFailure()) return;

@@ -5,7 +5,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <random>
+#include <set>
+#include <vector>
 
 namespace {
 
@@ -135,18 +138,42 @@ TEST_F(StoredPlaces, AreLostWhereTheNameOfTheClassLeavesNoPlaceForThem) {
   EXPECT_EQ(Loaded(file).shapes(), "1(2(3) 2)");
 }
 
-// Keys that all stood in one place of a table whose key is known: at the distance of the inverse of its
-// multiplier. The test ends in time only where they do not.
-TEST_F(StoredPlaces, OfIdentifiersThatWereChosenToMeetInATableComeBackInTime) {
-  constexpr uint64_t multiplier = 0x9E3779B97F4A7C15U;
-  Tree top("1", ztRoot_ctor);
-  int made = 0;
-  // The high bits of a product are those of its first place where a key is chosen for a small product.
-  for (uint64_t key = 2; made < scale(200000) && key < UINT32_MAX; ++key) {
-    if ((key * multiplier) >> 54 != 0) continue;
-    newChild(top, static_cast<int32_t>(key), ztRoot_ctor);
-    ++made;
+namespace {
+
+// The high bits of a product are those of its first place where a key is chosen for a small product.
+bool isFirstInTable(uint64_t key) {
+  return (key * 0x9E3779B97F4A7C15U) >> 54 == 0;
+}
+
+// Keys that all stood in one place of a table whose multiplier is known. Multiples of one number that fall into one
+// interval have three distances at most, so few candidates follow each key.
+std::vector<uint64_t> keysOfOnePlace(size_t count) {
+  std::set<uint64_t> distances;
+  std::vector<uint64_t> keys;
+  for (uint64_t key = 2; keys.size() < 1000; ++key) {
+    if (!isFirstInTable(key)) continue;
+    if (!keys.empty()) distances.insert(key - keys.back());
+    keys.push_back(key);
   }
+  while (keys.size() < count) {
+    const auto next = std::find_if(distances.begin(), distances.end(),
+                                   [&](uint64_t distance) { return isFirstInTable(keys.back() + distance); });
+    if (next == distances.end()) break;
+    keys.push_back(keys.back() + *next);
+  }
+  return keys;
+}
+
+}  // namespace
+
+// The test ends in time only where the keys do not meet.
+TEST_F(StoredPlaces, OfIdentifiersThatWereChosenToMeetInATableComeBackInTime) {
+  Tree top("1", ztRoot_ctor);
+  const std::vector<uint64_t> keys = keysOfOnePlace(static_cast<size_t>(scale(200000)));
+  ASSERT_EQ(keys.size(), static_cast<size_t>(scale(200000)));
+  ASSERT_LT(keys.back(), UINT32_MAX);
+  for (const uint64_t key : keys) newChild(top, static_cast<int32_t>(key), ztRoot_ctor);
+  const auto made = static_cast<int32_t>(keys.size());
   const Storage file;
   ASSERT_EQ(ztRoot_storeTree(top, file), made + 1);
   top.end();

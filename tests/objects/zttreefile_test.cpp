@@ -541,7 +541,7 @@ class Killed : public TreeFile {
   }
 };
 
-const int stepsOfBytes = scale(60) < 60 ? 6 : 60;
+const int stepsOfBytes = scale(60) < 60 ? 3 : 60;
 
 }  // namespace
 
