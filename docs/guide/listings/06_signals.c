@@ -29,7 +29,7 @@ int main(void) {
   double level = 0;
   ztObject_getFloat(gauge, "level", &level);
   printf("the property says %.1f cm\n", level);
-  ztObject_setFloat(gauge, "level", 1);   /* refused, with a line in the log: it has no setter */
+  ztObject_setFloat(gauge, "level", 1);    /* refused, with a line in the log: it has no setter */
   ztObject_setFloat(gauge, "limits", 450); /* a slip: so is this */
 
   ztObject_of(desk)->unRef(desk); /* ends its connections, too */

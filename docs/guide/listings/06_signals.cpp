@@ -15,7 +15,7 @@ int main() {
   gauge->measure(412.5);  // above it
 
   std::printf("the property says %.1f cm\n", *level.get(gauge));
-  if (level.set(gauge, 1) != zt::Access::readOnly) return 1;                                // refused
+  if (level.set(gauge, 1) != zt::Access::readOnly) return 1;                               // refused
   if (zt::Property<double>("limits").set(gauge, 450) != zt::Access::noProperty) return 1;  // a slip
 
   alarm.disconnect();

@@ -31,7 +31,7 @@ int main(void) {
   printf("%s: %.0f at noon, %.0f in all\n", day->name, noon, total);
 
   int32_t runs = 0;
-  ztTag_of(day)->getTotalValue(day, &starts, NULL); /* finds the total of integers, */
+  ztTag_of(day)->getTotalValue(day, &starts, NULL);  /* finds the total of integers, */
   ztTag_of(day)->getTotalValue(day, &starts, &runs); /* and the next call tells it */
   printf("%d starts\n", (int)runs);
 

@@ -1,7 +1,7 @@
 #include <zentova.hpp>
 
-#include <cstdio>
 #include <dlfcn.h>
+#include <cstdio>
 
 static bool use() {
   const zt::Own<ztRoot> thermometer(zt::cast<ztRoot>(ztNewFromName("Thermometer")));

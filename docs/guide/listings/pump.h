@@ -4,7 +4,9 @@
 #include <zentova.h>
 
 /* A pump, with a link to the gauge that it follows. */
-#define Pump_FIELDS ztRoot_FIELDS ztLink gauge;
+#define Pump_FIELDS \
+  ztRoot_FIELDS     \
+  ztLink gauge;
 #define Pump_METHODS ztRoot_METHODS
 ZT_DECLARE_CLASS(Pump)
 

@@ -4,7 +4,10 @@
 #include <zentova.h>
 
 /* What a gauge showed at an hour of the day. */
-#define Reading_FIELDS ztBaseClass_FIELDS int32_t hour; double level;
+#define Reading_FIELDS \
+  ztBaseClass_FIELDS   \
+  int32_t hour;        \
+  double level;
 #define Reading_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Reading)
 
