@@ -6,6 +6,7 @@ regions ("// begin name", "// end name"). A block of commands in a chapter is ru
 must print what the chapter shows as text. The answers of how-do-i.md are regions of programs that check themselves.
 
 usage: guide.py shown
+       guide.py update         writes listings that have changed into the blocks that show them
        guide.py run LIBRARY C_COMPILER C++_COMPILER DOCUMENT
        guide.py compile C_COMPILER C++_COMPILER
 """
@@ -80,6 +81,15 @@ def parts_of(listing):
     return {name: textwrap.dedent("\n".join(lines)) + "\n" for name, lines in parts.items()}, problems
 
 
+def nearest(parts, text):
+    """The part of a listing that a text was, or is most like."""
+    return max(parts.values(), key=lambda part: difflib.SequenceMatcher(None, part, text).ratio())
+
+
+def difference(first, second, *names):
+    return "".join(difflib.unified_diff(first.splitlines(True), second.splitlines(True), *names))
+
+
 class Listings:
     """All listings with their parts, and which of these are shown."""
 
@@ -98,16 +108,15 @@ class Listings:
         names = [name for name, text in parts.items() if text == block.text]
         self.shown.update((block.listing, name) for name in names)
         if not names:
-            nearest = max(parts.values(), key=lambda text: difflib.SequenceMatcher(None, text, block.text).ratio())
-            yield f"{block.where}: differs from listings/{block.listing}:\n" + "".join(
-                difflib.unified_diff(nearest.splitlines(True), block.text.splitlines(True), "listing", "shown"))
+            yield (f"{block.where}: differs from listings/{block.listing}:\n"
+                   + difference(nearest(parts, block.text), block.text, "listing", "shown"))
 
     def unseen(self):
+        """Files, and regions of files that are not shown as a whole, that no block shows."""
         for name, parts in self.parts.items():
             wanted = [part for part in parts if part] or [""]
-            if (name, "") not in self.shown:
-                yield from (f"listings/{name}: shown nowhere: {part or 'the file'}" for part in wanted
-                            if (name, part) not in self.shown)
+            missing = [part for part in wanted if not self.shown & {(name, part), (name, "")}]
+            yield from (f"listings/{name}: shown nowhere: {part or 'the file'}" for part in missing)
 
 
 def commands_in(block):
@@ -173,6 +182,18 @@ def shown():
     tree.finish(problems)
 
 
+def update():
+    """In the place of each block that differs: the part of its listing that is nearest."""
+    listings = Listings()
+    for document in DOCUMENTS:
+        text = document.read_text()
+        for block in blocks_of(document):
+            if block.listing in listings.parts:
+                part = nearest(listings.parts[block.listing], block.text)
+                text = text.replace(f"\n{block.text}```\n", f"\n{part}```\n")
+        document.write_text(text)
+
+
 def place_listings(library):
     """Copies the listings to the current folder, beside links to the headers and the library."""
     for path in LISTINGS.iterdir():
@@ -198,8 +219,7 @@ def differences(chapter, c, cpp):
     for block in blocks_of(chapter):
         printed = run_commands(block.text, c, cpp) if block.language == "sh" else expected
         if printed != expected:
-            yield f"{block.where}: prints something else:\n" + "".join(
-                difflib.unified_diff(expected.splitlines(True), printed.splitlines(True), "shown", "printed"))
+            yield f"{block.where}: prints something else:\n" + difference(expected, printed, "shown", "printed")
 
 
 def failures(program, c, cpp):
@@ -231,7 +251,7 @@ def compile_all(c, cpp):
 
 
 def main():
-    commands = {"shown": shown, "run": run, "compile": compile_all}
+    commands = {"shown": shown, "update": update, "run": run, "compile": compile_all}
     commands[sys.argv[1]](*sys.argv[2:])
 
 
