@@ -62,6 +62,7 @@ refuses_a_listing_that_is_shown_nowhere() {
 }
 
 refuses_a_block_without_a_listing() {
+  # shellcheck disable=SC2016 # the quotes are a block's
   printf '\nSome code:\n\n```c\nint one;\n```\n' >>tree/docs/guide/01-first-object.md
   check shown
   expect_refused 'no link to a listing stands above this block'
@@ -69,6 +70,7 @@ refuses_a_block_without_a_listing() {
 
 refuses_an_answer_that_is_not_tested() {
   printf '\n### How do I fly?\n\nAs a bird does.\n' >>tree/docs/guide/how-do-i.md
+  # shellcheck disable=SC2016
   printf '\n### How do I swim?\n\n```sh\nswim --fast\n```\n' >>tree/docs/guide/how-do-i.md
   check shown
   expect_refused 'without a tested answer: How do I fly?'

@@ -234,7 +234,7 @@ def run(library, c, cpp, document):
     place_listings(pathlib.Path(library).resolve())
     if document == ANSWERS.name:
         tree.finish([problem for program in programs() for problem in failures(program, c, cpp)])
-    tree.finish(differences(GUIDE / document, c, cpp))
+    tree.finish(list(differences(GUIDE / document, c, cpp)))
 
 
 def compile_all(c, cpp):
