@@ -1,42 +1,7 @@
-#include "reading.h"
+#include "day.h"
 
 #include <stdio.h>
 #include <string.h>
-
-// begin list
-/* A list whose elements are objects: it keeps copies, made by their `clone`. */
-static ztList *newDay(void) {
-  ztList *day = ztList_new();
-  ztList_of(day)->setElementConstructor(day, Reading_ctor);
-  for (int32_t hour = 6; hour < 9; ++hour) {
-    Reading *reading = newReading(hour, 420.0 - hour);
-    ztList_of(day)->pushBack(day, reading);
-    Reading_of(reading)->unRef(reading); /* the list has its own */
-  }
-  return day;
-}
-
-static void printDay(const ztList *day) {
-  for (ztListItem *item = ztList_of(day)->getItemAt(day, 0); item != NULL; item = item->next) {
-    const Reading *reading = item->data;
-    printf("%02d:00  %.1f cm\n", (int)reading->hour, reading->level);
-  }
-}
-// end list
-
-// begin array
-/* The middle one of all levels. */
-static double middleOf(const ztList *day) {
-  ztFloatArray *levels = ztFloatArray_new();
-  for (ztListItem *item = ztList_of(day)->getItemAt(day, 0); item != NULL; item = item->next)
-    ztFloatArray_of(levels)->pushBack(levels, &((const Reading *)item->data)->level);
-  ztFloatArray_of(levels)->sort(levels, ztFloatArray_compare_func);
-  const double *sorted = ztFloatArray_of(levels)->getData(levels);
-  const double middle = sorted[ztFloatArray_of(levels)->getSize(levels) / 2];
-  ztFloatArray_of(levels)->unRef(levels);
-  return middle;
-}
-// end array
 
 // begin map
 static int32_t compareTexts(const void *first, const void *second) {

@@ -1,24 +1,9 @@
-#include <zentova.hpp>
+#include "day.hpp"
 
-#include <algorithm>
 #include <cstdio>
 
-// zt::List and zt::Array hold pointers, and values that are copied as bytes.
-struct Sample {
-  int32_t hour;
-  double level;
-};
-
-static double middleOf(const zt::List<Sample> &day) {
-  zt::Array<double> levels;
-  for (const Sample &sample : day) levels.push_back(sample.level);
-  std::sort(levels.begin(), levels.end());
-  return levels[levels.size() / 2];
-}
-
 int main() {
-  zt::List<Sample> day;
-  for (int32_t hour = 6; hour < 9; ++hour) day.push_back({hour, 420.0 - hour});
+  const auto day = newDay();
   for (const Sample &sample : day) std::printf("%02d:00  %.1f cm\n", sample.hour, sample.level);
   std::printf("the middle is %.1f cm\n", middleOf(day));
 

@@ -1,39 +1,42 @@
-#include <zentova.h>
+#include "day.h"
 
 #include <stdio.h>
 
 // begin string
-/* "Waterworks / Intake": a new string, which the caller releases. */
-static ztString *newPath(const char *plant, const char *gauge) {
-  ztString *path = ztString_new();
-  ztString_of(path)->set(path, plant);
-  const char *const parts[] = {" / ", gauge};
-  for (int i = 0; i < 2; ++i) ztString_of(path)->cat(path, ztString_functions()->newString(NULL, parts[i]));
-  return path;
+static void append(ztString *text, const char *part) {
+  ztString_of(text)->cat(text, ztString_functions()->newString(NULL, part));
+}
+
+/* A title and a line for each reading: a new string, which the caller releases. */
+static ztString *newReport(const char *title, const ztList *day) {
+  ztString *report = ztString_new();
+  ztString_of(report)->set(report, title);
+  for (ztListItem *item = ztList_of(day)->getItemAt(day, 0); item != NULL; item = item->next) {
+    const Reading *reading = item->data;
+    append(report, ztCu_fmtMsg("\n%02d:00  %.1f cm", (int)reading->hour, reading->level));
+  }
+  return report;
 }
 // end string
 
 // begin compare
-static void compare(const ztString *path, const ztString *other) {
-  printf("%s: %u characters\n", ztString_of(path)->get(path), (unsigned)ztString_of(path)->length(path));
-  printf("equal: %d, less: %d\n", (int)ztString_of(path)->isEqual(path, other),
-         (int)ztString_of(path)->isLess(path, other));
+static void compare(const ztString *report, const ztString *name) {
+  printf("%s: %u characters\n", ztString_of(name)->get(name), (unsigned)ztString_of(name)->length(name));
+  printf("equal: %d, less: %d\n", (int)ztString_of(name)->isEqual(name, report),
+         (int)ztString_of(name)->isLess(name, report));
 }
 // end compare
 
 // begin store
-/* Stores the two in a text file, and loads them again. */
-static int storeAndLoad(const ztString *path, const ztString *note) {
+/* Stores both in a text file, with the middle of the day, and loads the report again. */
+static int storeAndLoad(const ztString *name, ztString *report, double middle) {
   ztTextFile *file = ztTextFile_new();
   ztString *loaded = ztString_new();
-  if (!ztTextFile_of(file)->open(file, "notes.txt", "w+")) return 0;
-  int done = ztString_store(path, file) && ztString_store(note, file) &&
-             ztTextFile_of(file)->writeFloat(file, 412.5) > 0;
+  int done = ztTextFile_of(file)->open(file, "report.txt", "w+") && ztString_store(name, file) &&
+             ztString_store(report, file) && ztTextFile_of(file)->writeFloat(file, middle) > 0;
   ztTextFile_of(file)->goToBegin(file);
-  for (int i = 0; i < 2 && done; ++i) {
-    done = ztString_load(loaded, file);
-    printf("loaded: %s\n", ztString_of(loaded)->get(loaded));
-  }
+  done = done && ztString_load(loaded, file) && ztString_load(loaded, file); /* the second is the report */
+  printf("restored: %d\n", (int)ztString_of(loaded)->isEqual(loaded, report));
   ztString_of(loaded)->unRef(loaded);
   ztTextFile_of(file)->unRef(file);
   return done;
@@ -42,13 +45,15 @@ static int storeAndLoad(const ztString *path, const ztString *note) {
 
 // begin main
 int main(void) {
-  ztString *path = newPath("Waterworks", "Intake");
-  ztString *note = ztString_new();
-  ztString_of(note)->set(note, "cleaned,\nthen measured");
-  compare(path, note);
-  const int done = storeAndLoad(path, note);
-  ztString_of(note)->unRef(note);
-  ztString_of(path)->unRef(path);
+  ztList *day = newDay();
+  ztString *name = ztString_new();
+  ztString_of(name)->set(name, "Waterworks");
+  ztString *report = newReport("Waterworks, Monday", day);
+  compare(report, name);
+  const int done = storeAndLoad(name, report, middleOf(day));
+  ztString_of(report)->unRef(report);
+  ztString_of(name)->unRef(name);
+  ztList_of(day)->unRef(day);
   return done ? 0 : 1;
 }
 // end main

@@ -1,4 +1,4 @@
-#include <zentova.hpp>
+#include "day.hpp"
 
 #include <cstdio>
 #include <string>
@@ -10,30 +10,31 @@ static zt::Own<ztString> newString(const std::string &text) {
   return string;
 }
 
-static const char *textOf(const zt::Own<ztString> &string) {
-  return zt::methods(string)->get(string.get());
+static std::string reportOf(const std::string &title, const zt::List<Sample> &day) {
+  std::string report = title;
+  for (const auto &[hour, level] : day) report += ztCu_fmtMsg("\n%02d:00  %.1f cm", hour, level);
+  return report;
 }
 
-static bool storeAndLoad(const zt::Own<ztString> &path, const zt::Own<ztString> &note) {
+static bool storeAndLoad(const zt::Own<ztString> &name, const zt::Own<ztString> &report, double middle) {
   auto file = zt::make<ztTextFile>();
   auto loaded = zt::make<ztString>();
   const auto *methods = zt::methods(file);
-  if (!methods->open(file.get(), "notes.txt", "w+")) return false;
-  bool done = ztString_store(path.get(), file.get()) && ztString_store(note.get(), file.get()) &&
-              methods->writeFloat(file.get(), 412.5) > 0;
+  bool done = methods->open(file.get(), "report.txt", "w+") && ztString_store(name.get(), file.get()) &&
+              ztString_store(report.get(), file.get()) && methods->writeFloat(file.get(), middle) > 0;
   methods->goToBegin(file.get());
-  for (int i = 0; i < 2 && done; ++i) {
-    done = ztString_load(loaded.get(), file.get()) != 0;
-    std::printf("loaded: %s\n", textOf(loaded));
-  }
+  done = done && ztString_load(loaded.get(), file.get()) && ztString_load(loaded.get(), file.get());
+  std::printf("restored: %d\n", zt::methods(loaded)->isEqual(loaded.get(), report.get()));
   return done;
 }
 
 int main() {
-  const auto path = newString(std::string("Waterworks") + " / " + "Intake");
-  const auto note = newString("cleaned,\nthen measured");
-  std::printf("%s: %u characters\n", textOf(path), zt::methods(path)->length(path.get()));
-  std::printf("equal: %d, less: %d\n", zt::methods(path)->isEqual(path.get(), note.get()),
-              zt::methods(path)->isLess(path.get(), note.get()));
-  return storeAndLoad(path, note) ? 0 : 1;
+  const auto day = newDay();
+  const auto name = newString("Waterworks");
+  const auto report = newString(reportOf("Waterworks, Monday", day));
+  const auto *methods = zt::methods(name);
+  std::printf("%s: %u characters\n", methods->get(name.get()), methods->length(name.get()));
+  std::printf("equal: %d, less: %d\n", methods->isEqual(name.get(), report.get()),
+              methods->isLess(name.get(), report.get()));
+  return storeAndLoad(name, report, middleOf(day)) ? 0 : 1;
 }

@@ -1,43 +1,46 @@
-#include <zentova.h>
+#include "flow.h"
+#include "plant.h"
 
 #include <stdio.h>
 
-// begin build
-/* The pump's flow and its starts, hour by hour: a node with two series of numbers. */
-static ztTag *newDay(ztTagHandle *flow, ztTagHandle *starts) {
-  ztTag *day = ztTag_new();
-  ztTag_of(day)->setName(day, "Monday");
-  const double none = 0;
-  ztTag_of(day)->insertNew(day, "flow", ztFloatTag_new(), flow, 0, 24, &none); /* takes the series over */
-  ztTag_of(day)->insertNew(day, "starts", ztIntTag_new(), starts, 0, 24, NULL);
-  return day;
-}
-// end build
-
-// begin main
-int main(void) {
-  ztTagHandle flow, starts;
-  ztTag *day = newDay(&flow, &starts);
+// begin fill
+static void fill(Flow *flow) {
   for (int32_t hour = 6; hour < 18; ++hour) {
     const double litres = 30 + hour;
     const int32_t once = 1;
-    ztTag_of(day)->setValue(day, &flow, hour, &litres);
-    ztTag_of(day)->setValue(day, &starts, hour, &once);
+    Flow_of(flow)->setValue(flow, &flow->litres, hour, &litres);
+    Flow_of(flow)->setValue(flow, &flow->starts, hour, &once);
   }
+}
+// end fill
 
+// begin print
+static void print(Flow *flow) {
   double noon = 0, total = 0;
-  ztTag_of(day)->getValue(day, &flow, 12, &noon);
-  ztTag_of(day)->getTotalValue(day, &flow, &total);
-  printf("%s: %.0f at noon, %.0f in all\n", day->name, noon, total);
+  Flow_of(flow)->getValue(flow, &flow->litres, 12, &noon);
+  Flow_of(flow)->getTotalValue(flow, &flow->litres, &total);
+  printf("%s: %.0f at noon, %.0f in all\n", flow->name, noon, total);
 
   int32_t runs = 0;
-  ztTag_of(day)->getTotalValue(day, &starts, NULL);  /* finds the total of integers, */
-  ztTag_of(day)->getTotalValue(day, &starts, &runs); /* and the next call tells it */
-  printf("%d starts\n", (int)runs);
+  Flow_of(flow)->getTotalValue(flow, &flow->starts, NULL);  /* finds the total of integers, */
+  Flow_of(flow)->getTotalValue(flow, &flow->starts, &runs); /* and the next call tells it */
+  const ztTagAttribute *found = Flow_of(flow)->getByName(flow, "starts", NULL);
+  printf("%d %s, %d values\n", (int)runs, found->name, (int)Flow_of(flow)->getNumValues(flow, &flow->starts));
+}
+// end print
 
-  const ztTagAttribute *found = ztTag_of(day)->getByName(day, "flow", NULL);
-  printf("%s has %d values\n", found->name, (int)ztTag_of(day)->getNumValues(day, &flow));
-  ztTag_of(day)->unRef(day);
+// begin main
+int main(void) {
+  ztRoot *plant = newPlant();
+  fill(addNode(pumpOf(plant), Flow_ctor, "Monday", 5)); /* a node below the pump */
+  if (ztRoot_saveTree(plant, "plant.bin", 0) != 5) return 1;
+  ztRoot_of(plant)->unRef(plant);
+
+  plant = openPlant("plant.bin");
+  if (plant == NULL) return 1;
+  const Pump *pump = pumpOf(plant);
+  print(Flow_cast(Pump_of(pump)->getChildAt(pump, 0)));
+  ztRoot_of(plant)->unRef(plant);
   return 0;
 }
 // end main

@@ -1,33 +1,38 @@
-#include <zentova.hpp>
+#include "flow.hpp"
+#include "plant.hpp"
 
-#include <cstdio>
 #include <numeric>
 
-int main() {
-  // Tags have no classes of their own in zentova.hpp: owner and ranges come from there, the rest is the C interface.
-  auto day = zt::make<ztTag>();
-  const auto *methods = zt::methods(day);
-  methods->setName(day.get(), "Monday");
-  ztTagHandle flow, starts;
-  const double none = 0;
-  methods->insertNew(day.get(), "flow", zt::make<ztFloatTag>().release(), &flow, 0, 24, &none);
-  methods->insertNew(day.get(), "starts", zt::make<ztIntTag>().release(), &starts, 0, 24, nullptr);
-
+static void fill(zt::Ptr<Flow> flow) {
   for (int32_t hour = 6; hour < 18; ++hour) {
     const double litres = 30 + hour;
     const int32_t once = 1;
-    methods->setValue(day.get(), &flow, hour, &litres);
-    methods->setValue(day.get(), &starts, hour, &once);
+    zt::methods(flow)->setValue(flow.get(), &flow->litres, hour, &litres);
+    zt::methods(flow)->setValue(flow.get(), &flow->starts, hour, &once);
   }
+}
 
+static void print(zt::Ptr<Flow> flow) {
   double noon = 0, total = 0;
-  methods->getValue(day.get(), &flow, 12, &noon);
-  methods->getTotalValue(day.get(), &flow, &total);
-  std::printf("%s: %.0f at noon, %.0f in all\n", day->name, noon, total);
+  zt::methods(flow)->getValue(flow.get(), &flow->litres, 12, &noon);
+  zt::methods(flow)->getTotalValue(flow.get(), &flow->litres, &total);
+  std::printf("%s: %.0f at noon, %.0f in all\n", flow->name, noon, total);
 
   // The values themselves are a range.
-  const auto runs = zt::elements<int32_t>(methods->getValues(day.get(), &starts));
-  std::printf("%d starts\n", std::accumulate(runs.begin(), runs.end(), 0));
-  const auto *found = static_cast<ztTagAttribute *>(methods->getByName(day.get(), "flow", nullptr));
-  std::printf("%s has %d values\n", found->name, methods->getNumValues(day.get(), &flow));
+  const auto starts = zt::elements<int32_t>(zt::methods(flow)->getValues(flow.get(), &flow->starts));
+  const auto *found =
+      static_cast<ztTagAttribute *>(zt::methods(flow)->getByName(flow.get(), "starts", nullptr));
+  std::printf("%d %s, %zu values\n", std::accumulate(starts.begin(), starts.end(), 0), found->name,
+              starts.size());
+}
+
+int main() {
+  auto plant = newPlant();
+  fill(zt::addChild(pumpOf(plant), newNode<Flow>("Monday", 5)));  // a node below the pump
+  if (ztRoot_saveTree(plant.get(), "plant.bin", 0) != 5) return 1;
+
+  plant = openPlant("plant.bin");
+  if (!plant) return 1;
+  const auto pump = pumpOf(plant);
+  print(zt::cast<Flow>(zt::methods(pump)->getChildAt(pump.get(), 0)));
 }

@@ -1,30 +1,33 @@
-#include <zentova.h>
+#include "plant.h"
 
 #include <dlfcn.h>
 #include <stdio.h>
 
+// begin use
 static void showCelsius(void *receiver, double celsius) {
   (void)receiver;
   printf("measured: %.1f degrees\n", celsius);
 }
 
-static int use(void) {
+/* Adds a thermometer to the plant, by names alone. */
+static int use(ztRoot *plant) {
   void *thermometer = ztNewFromName("Thermometer");
-  ztObject *desk = ztObject_new();
-  const int used = thermometer != NULL && desk != NULL &&
-                   ztObject_connect(thermometer, "measured", desk, ZT_SLOT(showCelsius), 1) &&
-                   ztObject_setFloat(thermometer, "celsius", 18.5);
-  if (desk != NULL) ztObject_of(desk)->unRef(desk);
-  if (thermometer != NULL) ztObject_of(thermometer)->unRef(thermometer);
-  return used;
+  if (thermometer == NULL) return 0;
+  ztRoot_of(plant)->addChild(plant, thermometer);
+  return ztObject_connect(thermometer, "measured", plant, ZT_SLOT(showCelsius), 1) &&
+         ztObject_setText(thermometer, "name", "Water") && ztObject_setFloat(thermometer, "celsius", 18.5);
 }
+// end use
 
+// begin main
 int main(int count, char **words) {
+  ztRoot *plant = newPlant();
   void *plugin = count > 1 ? dlopen(words[1], RTLD_NOW) : NULL;
-  if (plugin == NULL) return 1;
-  printf("known: %d\n", (int)ztOOP_isClassRegistered("Thermometer"));
-  const int used = use(); /* releases its objects: they need the code of the plugin */
-  dlclose(plugin);
+  const int used = plugin != NULL && use(plant);
+  printTree(plant, 0);
+  ztRoot_of(plant)->unRef(plant); /* before the code of the plugin goes */
+  if (plugin != NULL) dlclose(plugin);
   printf("known: %d\n", (int)ztOOP_isClassRegistered("Thermometer"));
   return used ? 0 : 1;
 }
+// end main

@@ -1,22 +1,25 @@
-#include <zentova.hpp>
+#include "plant.hpp"
 
 #include <dlfcn.h>
-#include <cstdio>
 
-static bool use() {
-  const zt::Own<ztRoot> thermometer(zt::cast<ztRoot>(ztNewFromName("Thermometer")));
-  if (!thermometer) return false;
+// Adds a thermometer to the plant, by names alone.
+static bool use(const zt::Own<ztRoot> &plant) {
+  zt::Own<ztRoot> made(zt::cast<ztRoot>(ztNewFromName("Thermometer")));
+  if (!made) return false;
+  const auto thermometer = zt::addChild(plant, std::move(made));
   const auto shown = zt::connect(thermometer, "measured",
                                  [](double celsius) { std::printf("measured: %.1f degrees\n", celsius); });
-  return zt::Property<double>("celsius").set(thermometer, 18.5) == zt::Access::done;
+  return zt::Property<const char *>("name").set(thermometer, "Water") == zt::Access::done &&
+         zt::Property<double>("celsius").set(thermometer, 18.5) == zt::Access::done;
 }
 
 int main(int count, char **words) {
+  auto plant = newPlant();
   void *plugin = count > 1 ? dlopen(words[1], RTLD_NOW) : nullptr;
-  if (plugin == nullptr) return 1;
-  std::printf("known: %d\n", ztOOP_isClassRegistered("Thermometer"));
-  const bool used = use();  // releases its objects: they need the code of the plugin
-  dlclose(plugin);
+  const bool used = plugin != nullptr && use(plant);
+  printTree(plant.get());
+  plant.reset();  // before the code of the plugin goes
+  if (plugin != nullptr) dlclose(plugin);
   std::printf("known: %d\n", ztOOP_isClassRegistered("Thermometer"));
   return used ? 0 : 1;
 }

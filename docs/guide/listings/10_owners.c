@@ -1,43 +1,40 @@
-#include "limitgauge.h"
+#include "plant.h"
 
 #include <pthread.h>
 #include <stdio.h>
 
 // begin watch
-static void hold(void) {
+static void hold(ztRoot *plant) {
+  LimitGauge *gauge = LimitGauge_cast(pumpOf(plant)->gauge.target); /* the basin's */
+  void *held = NULL;
+  ztObject_watch(gauge, &held); /* held becomes NULL when the gauge ends */
+  ztRoot_of(plant)->unRef(plant);
+  printf("the gauge is %s\n", held == NULL ? "gone" : "there");
+}
+
+static void refOnce(void) {
   LimitGauge *gauge = LimitGauge_new();
   void *held = NULL;
-  ztObject_watch(gauge, &held);       /* held becomes NULL when the gauge ends */
-  LimitGauge_of(gauge)->ref(gauge);   /* a second reference does not help: */
-  LimitGauge_of(gauge)->unRef(gauge); /* the first unRef ends the gauge */
-  printf("the gauge is %s\n", held == NULL ? "gone" : "there");
+  ztObject_watch(gauge, &held);
+  LimitGauge_of(gauge)->ref(gauge);
+  LimitGauge_of(gauge)->unRef(gauge); /* ends the gauge, in spite of ref */
+  printf("the other gauge is %s\n", held == NULL ? "gone" : "there");
 }
 // end watch
 
 // begin threads
-/* Makes a gauge in a thread of its own and hands it over. */
-static void *measure(void *name) {
-  LimitGauge *gauge = LimitGauge_new();
-  if (gauge == NULL) return NULL;
-  LimitGauge_of(gauge)->setName(gauge, name);
-  LimitGauge_of(gauge)->measure(gauge, 412.5);
-  return gauge; /* from here on it is the other thread's */
+/* Opens the plant in a thread of its own, and hands it over. */
+static void *load(void *path) {
+  return openPlant(path); /* from here on it is the other thread's, with all that is connected to it */
 }
 
-static int measureTwo(void) {
-  const char *const names[] = {"Intake", "Outlet"};
-  pthread_t threads[2];
-  for (int i = 0; i < 2; ++i)
-    if (pthread_create(&threads[i], NULL, measure, (void *)names[i]) != 0) return 0;
-  for (int i = 0; i < 2; ++i) {
-    void *result = NULL;
-    pthread_join(threads[i], &result); /* orders memory */
-    LimitGauge *gauge = LimitGauge_cast(result);
-    if (gauge == NULL) return 0;
-    printf("%s: %.1f cm\n", gauge->name, gauge->level);
-    LimitGauge_of(gauge)->unRef(gauge);
-  }
-  return 1;
+static ztRoot *loadBeside(char *path) {
+  pthread_t thread;
+  void *plant = NULL;
+  if (pthread_create(&thread, NULL, load, path) != 0) return NULL;
+  /* Meanwhile, this thread uses other objects. */
+  pthread_join(thread, &plant); /* orders memory */
+  return plant;
 }
 // end threads
 
@@ -56,9 +53,17 @@ static void fail(void) {
 
 // begin main
 int main(void) {
-  hold();
-  const int done = measureTwo();
+  char path[] = "plant.bin";
+  ztRoot *plant = newPlant();
+  const int saved = ztRoot_saveTree(plant, path, 0);
+  hold(plant);
+  refOnce();
+
+  plant = saved != 0 ? loadBeside(path) : NULL;
+  if (plant == NULL) return 1;
+  printTree(plant, 0);
+  ztRoot_of(plant)->unRef(plant);
   fail();
-  return done ? 0 : 1;
+  return 0;
 }
 // end main

@@ -1,38 +1,33 @@
-#include "limitgauge.hpp"
+#include "plant.hpp"
 
-#include <cstdio>
 #include <thread>
 
 // begin owners
-static void hold() {
-  zt::Weak<LimitGauge> held;
-  {
-    zt::Shared<LimitGauge> first(zt::make<LimitGauge>());
-    const zt::Shared<LimitGauge> second = first;
-    held = zt::Weak<LimitGauge>(first);
-    first = {};  // one owner is left
-    if (!held) std::puts("never printed");
-  }
+static void hold(zt::Own<ztRoot> plant) {
+  const zt::Weak<LimitGauge> held(zt::cast<LimitGauge>(pumpOf(plant)->gauge->target));  // the basin's
+  plant.reset();
   std::printf("the gauge is %s\n", held ? "there" : "gone");
+}
+
+static void share() {
+  zt::Shared<LimitGauge> first(zt::make<LimitGauge>());
+  const zt::Weak<LimitGauge> held(first);
+  zt::Shared<LimitGauge> second = first;
+  first = {};
+  const bool lives = static_cast<bool>(held);  // the second owner is left
+  second = {};
+  std::printf("the other gauge is %s\n", lives && !held ? "gone" : "there");
 }
 // end owners
 
 // begin threads
-static void measureTwo() {
-  const char *const names[] = {"Intake", "Outlet"};
-  zt::Own<LimitGauge> gauges[2];
-  std::thread threads[2];
-  for (int i = 0; i < 2; ++i) {
-    threads[i] = std::thread([&gauge = gauges[i], name = names[i]] {
-      gauge = zt::make<LimitGauge>();
-      zt::methods(gauge)->setName(gauge.get(), name);
-      gauge->measure(412.5);
-    });
-  }
-  for (int i = 0; i < 2; ++i) {
-    threads[i].join();  // orders memory: from here on the gauge is this thread's
-    std::printf("%s: %.1f cm\n", gauges[i]->name, gauges[i]->level);
-  }
+// Opens the plant in a thread of its own, and hands it over with its owner.
+static zt::Own<ztRoot> loadBeside(const char *path) {
+  zt::Own<ztRoot> plant;
+  std::thread thread([&plant, path] { plant = openPlant(path); });
+  // Meanwhile, this thread uses other objects.
+  thread.join();  // orders memory
+  return plant;
 }
 // end threads
 
@@ -49,8 +44,16 @@ static void fail() {
 }
 // end errors
 
+// begin main
 int main() {
-  hold();
-  measureTwo();
+  auto plant = newPlant();
+  const int saved = ztRoot_saveTree(plant.get(), "plant.bin", 0);
+  hold(std::move(plant));
+  share();
+
+  plant = saved != 0 ? loadBeside("plant.bin") : zt::Own<ztRoot>();
+  if (!plant) return 1;
+  printTree(plant.get());
   fail();
 }
+// end main
