@@ -1,12 +1,12 @@
 #include "limitgauge.h"
 
+// begin measure
 static int32_t limitGaugeCreate(void *object) {
   if (!Gauge_table()->create(object)) return 0;
   ((LimitGauge *)object)->limit = 500;
   return 1;
 }
 
-// begin measure
 /* As any gauge; and an alarm. */
 static void limitGaugeMeasure(void *object, double level) {
   const LimitGauge *gauge = object;
