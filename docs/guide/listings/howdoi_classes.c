@@ -68,6 +68,7 @@ ZT_DECLARE_CLASS(Pipe)
 
 static int32_t pipeCreate(void *object) {
   Pipe *pipe = object;
+  pipe->label = NULL; /* before what may fail: destroy looks at it in any case */
   if (!ztBaseClass_table()->create(pipe)) return 0;
   pipe->label = ztString_new();
   return pipe->label != NULL;

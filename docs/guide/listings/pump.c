@@ -2,9 +2,8 @@
 
 static int32_t pumpCreate(void *object) {
   Pump *pump = object;
-  if (!ztRoot_table()->create(pump)) return 0;
   ztLink_ctor(&pump->gauge, 1); /* an object in the memory of another */
-  return 1;
+  return ztRoot_table()->create(pump);
 }
 
 static void pumpDestroy(void *object) {
