@@ -1,0 +1,211 @@
+#!/usr/bin/env python3
+"""Lays out what Doxygen makes the pages of: pages.py <folder>
+
+The folder, which is new or empty, gets the public headers with their class macros expanded, the documents with links
+that lead from page to page, a page for each example, the picture of the classes, and in the file `inputs` the order
+of them all. A link that leads to no page is an error.
+"""
+
+import pathlib
+import re
+import shutil
+import sys
+
+import classtree
+import cpplayer
+import headers
+
+ROOT = pathlib.Path(__file__).resolve().parents[1]
+MAIN = "docs/mainpage.md"
+# After the guide, which is read first.
+DOCUMENTS = ["docs/coming-from.md", "docs/when-not.md", "docs/formats.md", "docs/architecture.md", "docs/abi.md",
+             "docs/benchmarks.md", "docs/coverage.md", "docs/mutation.md", "CHANGELOG.md", "CONTRIBUTING.md",
+             "SECURITY.md", "fuzz/README.md"]
+SOURCES = (".c", ".h", ".cpp", ".hpp")
+LINK = re.compile(r"\]\(([^)\s]+)\)")
+HEADING = re.compile(r"^(#+) (.*)$")
+
+
+def parts_without_code(text):
+    """The lines of a document, each with whether it stands in a block of code."""
+    inside = False
+    for line in text.splitlines():
+        fence = line.lstrip().startswith("```")
+        yield line, inside or fence
+        inside ^= fence
+
+
+def anchor_of(heading):
+    """As other readers of such documents make anchors."""
+    return re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
+
+
+class Document:
+    def __init__(self, name):
+        self.name = name
+        self.text = (ROOT / name).read_text()
+        # The first heading of the README is the name of the project, as that of the main page.
+        self.title = "README" if name == "README.md" else re.match(r"# (.*)", self.text)[1]
+        path = name.removeprefix("docs/").removesuffix(".md").lower()
+        self.label = "mainpage" if name == MAIN else re.sub(r"\W", "_", path)
+        self.page = "index.html" if name == MAIN else f"{self.label}.html"
+        self.anchors, self.headings = {}, []
+        for line, is_code in parts_without_code(self.text):
+            heading = HEADING.match(line)
+            if heading and not is_code and heading[1] != "#":
+                anchor = anchor_of(heading[2])
+                self.anchors[anchor] = f"{self.label}_{re.sub(r'[^0-9a-z_]', '_', anchor)}"
+                self.headings.append((heading[2].replace("`", ""), self.anchors[anchor]))
+
+
+class Example:
+    """A page of the sources of an example."""
+
+    def __init__(self, folder, about):
+        self.name = folder.relative_to(ROOT).as_posix()
+        self.label = f"example_{folder.name}"
+        self.page = f"{self.label}.html"
+        self.sources = sorted((path.relative_to(ROOT) for path in folder.iterdir() if path.suffix in SOURCES),
+                              key=lambda path: (not path.stem == "main", path.name))
+        self.title = f"Example: {folder.name}"
+        self.about = about.replace("`", "")
+
+    def text(self):
+        def section(source):
+            label = f"{self.label}_{re.sub(r'[^0-9a-z]', '_', source.name)}"
+            return f"@section {label} {source.name}\n@include {source}\n"
+
+        said = f"The folder {self.name}: {self.about or 'what several examples use'}.\n"
+        return f"/** @page {self.label} {self.title}\n{said}\n" + "".join(map(section, self.sources)) + "*/\n"
+
+
+class Pages:
+    def __init__(self, target):
+        self.target = target
+        guide = sorted(path.relative_to(ROOT).as_posix() for path in (ROOT / "docs" / "guide").glob("*.md"))
+        guide.sort(key=lambda name: not name.endswith("/README.md"))
+        names = [MAIN, "README.md", *guide, *filter(lambda name: (ROOT / name).exists(), DOCUMENTS)]
+        self.documents = {name: Document(name) for name in names}
+        about = dict(re.findall(r"^\| `(examples/\w+)/` \| ([^|]*?) *\|$",
+                                self.documents["README.md"].text, re.M))
+        self.examples = {
+            f"examples/{folder.name}": Example(folder, about.get(f"examples/{folder.name}", ""))
+            for folder in sorted((ROOT / "examples").iterdir())
+            if folder.is_dir()
+        }
+        self.problems = []
+
+    def headers(self):
+        rooms = re.search(r"set\(ZT_ROOMS ([^)]*)\)", (ROOT / "CMakeLists.txt").read_text())[1].split()
+        return [path for room in rooms for path in sorted((ROOT / room).glob("*.h"))] + [
+            ROOT / "zentova.h", ROOT / "zentova.hpp"]
+
+    def write(self, name, text):
+        path = self.target / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text)
+
+    # Links -------------------------------------------------------------------------------------------
+
+    def page_of(self, place):
+        """The page that shows a file or a folder of the tree, or None."""
+        if place in self.documents:
+            return self.documents[place].page
+        for name, example in self.examples.items():
+            if place == name or place.startswith(f"{name}/"):
+                return example.page
+        if place.endswith((".h", ".hpp")):
+            return re.sub(r"\.", "_8", pathlib.PurePath(place).name) + ".html"
+        return "license.html" if place == "LICENSE" else None
+
+    def link(self, document, target):
+        if target.startswith(("http:", "https:")):
+            return target
+        name, _, anchor = target.partition("#")
+        place = document.name
+        if name:
+            folder = (ROOT / document.name).parent
+            place = (folder / name).resolve().relative_to(ROOT).as_posix()
+        if place.endswith(".svg"):
+            return pathlib.PurePath(place).name
+        page = self.page_of(place)
+        if page is None:
+            self.problems.append(f"{document.name}: there is no page for {target}")
+            return target
+        if not anchor:
+            return page
+        label = self.documents[place].anchors.get(anchor)
+        if label is None:
+            self.problems.append(f"{document.name}: no such heading: {target}")
+        return f"{page}#{label}"
+
+    def linked(self, document):
+        lines = []
+        for line, is_code in parts_without_code(document.text):
+            if not is_code:
+                heading = HEADING.match(line)
+                if heading and heading[1] == "#":
+                    line = f"# {document.title} {{#{document.label}}}"
+                elif heading:
+                    line += f" {{#{document.anchors[anchor_of(heading[2])]}}}"
+                line = LINK.sub(lambda match: f"]({self.link(document, match[1])})", line)
+            lines.append(line)
+        return "\n".join(lines) + "\n"
+
+    # What is made ------------------------------------------------------------------------------------
+
+    def contents(self):
+        """The list of the documents, for the main page."""
+        return "".join(f"- [{document.title}]({document.page})\n" for document in self.documents.values()
+                       if document.name != MAIN)
+
+    def examples_list(self):
+        return "".join(f"- [{pathlib.PurePath(name).name}]({example.page}): {example.about}\n"
+                       for name, example in self.examples.items() if example.about)
+
+    def headings(self):
+        """For the search: the address, the text and the document of each heading."""
+        for document in self.documents.values():
+            yield f"{document.page}\t{document.title}\t\n"
+            for text, label in document.headings:
+                yield f"{document.page}#{label}\t{text}\t{document.title}\n"
+
+    def lay_out(self):
+        inputs = []
+        for document in self.documents.values():
+            text = self.linked(document)
+            text = text.replace("@documents@", self.contents()).replace("@examples@", self.examples_list())
+            self.write(document.name, text)
+            inputs.append(document.name)
+        for name, example in self.examples.items():
+            self.write(f"{name}.dox", example.text())
+            inputs.append(f"{name}.dox")
+            for source in example.sources:
+                self.write(source, (ROOT / source).read_text())
+        license_text = "".join(f"    {line}\n" for line in (ROOT / "LICENSE").read_text().splitlines())
+        self.write("LICENSE.md", f"# License {{#license}}\n\n{license_text}")
+        inputs.append("LICENSE.md")
+        for name in ("docs/rooms.dox", "docs/Doxyfile", "docs/pages.css", "docs/layout.xml"):
+            self.write(name, (ROOT / name).read_text())
+        inputs.append("docs/rooms.dox")
+        for path in self.headers():
+            name = path.relative_to(ROOT).as_posix()
+            text = path.read_text()
+            self.write(name, cpplayer.shown(text) if path.suffix == ".hpp" else headers.Header(path).expanded())
+            inputs.append(name)
+        for picture in (ROOT / "docs").glob("*.svg"):
+            shutil.copy(picture, self.target / "docs" / picture.name)
+        self.write("docs/classes.svg", classtree.drawn(self.headers()))
+        self.write("headings", "".join(self.headings()))
+        self.write("inputs", "INPUT = " + " ".join(inputs) + "\n")
+
+
+def main():
+    pages = Pages(pathlib.Path(sys.argv[1]))
+    pages.lay_out()
+    for problem in pages.problems:
+        print(problem, file=sys.stderr)
+    sys.exit(1 if pages.problems else 0)
+
+
+main()
