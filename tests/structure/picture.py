@@ -33,7 +33,7 @@ MARKER = ('<marker id="to-{0}" viewBox="0 0 8 8" refX="8" refY="4" markerWidth="
 def subjects():
     """Room to what the reference pages say that it is."""
     groups = (tree.ROOT / "docs" / "rooms.dox").read_text()
-    return dict(re.findall(r"@defgroup (\w+) \1: (.*)", groups))
+    return {room: subject for room, subject in re.findall(r"@defgroup (\w+) \1: (.*)", groups) if room in tree.ROOMS}
 
 
 def includes():
