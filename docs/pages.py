@@ -17,6 +17,8 @@ import headers
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 MAIN = "docs/mainpage.md"
+GUIDE = ROOT / "docs" / "guide"
+LISTINGS = GUIDE / "listings"
 # After the guide, which is read first.
 DOCUMENTS = ["docs/coming-from.md", "docs/when-not.md", "docs/formats.md", "docs/architecture.md", "docs/abi.md",
              "docs/benchmarks.md", "docs/coverage.md", "docs/mutation.md", "CHANGELOG.md", "CONTRIBUTING.md",
@@ -58,42 +60,49 @@ class Document:
                 self.headings.append((heading[2].replace("`", ""), self.anchors[anchor]))
 
 
-class Example:
-    """A page of the sources of an example."""
+class Programs:
+    """A page of the sources in a folder."""
 
-    def __init__(self, folder, about):
+    def __init__(self, folder, title, about):
         self.name = folder.relative_to(ROOT).as_posix()
-        self.label = f"example_{folder.name}"
+        self.title, self.about = title, about
+        self.label = re.sub(r"\W", "_", self.name.removeprefix("docs/"))
         self.page = f"{self.label}.html"
         self.sources = sorted((path.relative_to(ROOT) for path in folder.iterdir() if path.suffix in SOURCES),
-                              key=lambda path: (not path.stem == "main", path.name))
-        self.title = f"Example: {folder.name}"
-        self.about = about.replace("`", "")
+                              key=lambda path: (path.stem != "main", path.name))
+
+    def place(self, source):
+        return f"{self.label}_{re.sub(r'[^0-9a-z]', '_', source.name.lower())}"
+
+    def address(self, place):
+        """Of the page, or of one of its sources."""
+        source = pathlib.PurePath(place)
+        return f"{self.page}#{self.place(source)}" if source in self.sources else self.page
 
     def text(self):
-        def section(source):
-            label = f"{self.label}_{re.sub(r'[^0-9a-z]', '_', source.name)}"
-            return f"@section {label} {source.name}\n@include {source}\n"
-
-        said = f"The folder {self.name}: {self.about or 'what several examples use'}.\n"
-        return f"/** @page {self.label} {self.title}\n{said}\n" + "".join(map(section, self.sources)) + "*/\n"
+        sections = (f"@section {self.place(source)} {source.name}\n@include {source}\n" for source in self.sources)
+        return f"/** @page {self.label} {self.title}\n{self.about}.\n\n" + "".join(sections) + "*/\n"
 
 
 class Pages:
     def __init__(self, target):
         self.target = target
-        guide = sorted(path.relative_to(ROOT).as_posix() for path in (ROOT / "docs" / "guide").glob("*.md"))
+        guide = sorted(path.relative_to(ROOT).as_posix() for path in GUIDE.glob("*.md"))
         guide.sort(key=lambda name: not name.endswith("/README.md"))
         names = [MAIN, "README.md", *guide, *filter(lambda name: (ROOT / name).exists(), DOCUMENTS)]
         self.documents = {name: Document(name) for name in names}
-        about = dict(re.findall(r"^\| `(examples/\w+)/` \| ([^|]*?) *\|$",
-                                self.documents["README.md"].text, re.M))
-        self.examples = {
-            f"examples/{folder.name}": Example(folder, about.get(f"examples/{folder.name}", ""))
-            for folder in sorted((ROOT / "examples").iterdir())
-            if folder.is_dir()
-        }
+        about = dict(re.findall(r"^\| `(examples/\w+)/` \| ([^|]*?) *\|$", self.documents["README.md"].text, re.M))
+        self.programs = {}
+        for folder in sorted(path for path in (ROOT / "examples").iterdir() if path.is_dir()):
+            said = about.get(f"examples/{folder.name}", "what several examples use").replace("`", "")
+            self.add_programs(folder, f"Example: {folder.name}", said)
+        if LISTINGS.is_dir():
+            self.add_programs(LISTINGS, "The programs of the guide", "The programs that the chapters show in parts")
         self.problems = []
+
+    def add_programs(self, folder, title, about):
+        programs = Programs(folder, title, about)
+        self.programs[programs.name] = programs
 
     def headers(self):
         rooms = re.search(r"set\(ZT_ROOMS ([^)]*)\)", (ROOT / "CMakeLists.txt").read_text())[1].split()
@@ -111,9 +120,9 @@ class Pages:
         """The page that shows a file or a folder of the tree, or None."""
         if place in self.documents:
             return self.documents[place].page
-        for name, example in self.examples.items():
+        for name, programs in self.programs.items():
             if place == name or place.startswith(f"{name}/"):
-                return example.page
+                return programs.address(place)
         if place.endswith((".h", ".hpp")):
             return re.sub(r"\.", "_8", pathlib.PurePath(place).name) + ".html"
         return "license.html" if place == "LICENSE" else None
@@ -159,9 +168,9 @@ class Pages:
         return "".join(f"- [{document.title}]({document.page})\n" for document in self.documents.values()
                        if document.name != MAIN)
 
-    def examples_list(self):
-        return "".join(f"- [{pathlib.PurePath(name).name}]({example.page}): {example.about}\n"
-                       for name, example in self.examples.items() if example.about)
+    def list_of_programs(self):
+        return "".join(f"- [{programs.title.removeprefix('Example: ')}]({programs.page}): {programs.about}\n"
+                       for programs in self.programs.values())
 
     def headings(self):
         """For the search: the address, the text and the document of each heading."""
@@ -174,13 +183,13 @@ class Pages:
         inputs = []
         for document in self.documents.values():
             text = self.linked(document)
-            text = text.replace("@documents@", self.contents()).replace("@examples@", self.examples_list())
+            text = text.replace("@documents@", self.contents()).replace("@examples@", self.list_of_programs())
             self.write(document.name, text)
             inputs.append(document.name)
-        for name, example in self.examples.items():
-            self.write(f"{name}.dox", example.text())
+        for name, programs in self.programs.items():
+            self.write(f"{name}.dox", programs.text())
             inputs.append(f"{name}.dox")
-            for source in example.sources:
+            for source in programs.sources:
                 self.write(source, (ROOT / source).read_text())
         license_text = "".join(f"    {line}\n" for line in (ROOT / "LICENSE").read_text().splitlines())
         self.write("LICENSE.md", f"# License {{#license}}\n\n{license_text}")
