@@ -48,6 +48,8 @@ class Document:
         self.text = (ROOT / name).read_text()
         # The first heading of the README is the name of the project, as that of the main page.
         self.title = "README" if name == "README.md" else re.match(r"# (.*)", self.text)[1]
+        # A number and a space would begin a list.
+        self.title = re.sub(r"^(\d+\.) ", "\\1\N{NO-BREAK SPACE}", self.title)
         path = name.removeprefix("docs/").removesuffix(".md").lower()
         self.label = "mainpage" if name == MAIN else re.sub(r"\W", "_", path)
         self.page = "index.html" if name == MAIN else f"{self.label}.html"
