@@ -22,9 +22,11 @@ LISTINGS = GUIDE / "listings"
 # After the guide, which is read first.
 DOCUMENTS = ["docs/coming-from.md", "docs/when-not.md", "docs/formats.md", "docs/architecture.md", "docs/abi.md",
              "docs/benchmarks.md", "docs/coverage.md", "docs/mutation.md", "CHANGELOG.md", "CONTRIBUTING.md",
-             "SECURITY.md", "fuzz/README.md"]
+             "SECURITY.md"]
+# Further ones come last.
+OTHER_DOCUMENTS = ("docs/*.md", "*.md", "*/README.md")
 SOURCES = (".c", ".h", ".cpp", ".hpp")
-LINK = re.compile(r"\]\(([^)\s]+)\)")
+LINK = re.compile(r"\[([^\]]*)\]\(([^)\s]+)\)")
 HEADING = re.compile(r"^(#+) (.*)$")
 
 
@@ -89,9 +91,10 @@ class Programs:
 class Pages:
     def __init__(self, target):
         self.target = target
-        guide = sorted(path.relative_to(ROOT).as_posix() for path in GUIDE.glob("*.md"))
-        guide.sort(key=lambda name: not name.endswith("/README.md"))
-        names = [MAIN, "README.md", *guide, *filter(lambda name: (ROOT / name).exists(), DOCUMENTS)]
+        guide = sorted(self.named("docs/guide/*.md"), key=lambda name: (not name.endswith("/README.md"), name))
+        known = [MAIN, "README.md", *guide, *filter(lambda name: (ROOT / name).exists(), DOCUMENTS)]
+        others = [name for pattern in OTHER_DOCUMENTS for name in self.named(pattern)]
+        names = dict.fromkeys([*known, *others])
         self.documents = {name: Document(name) for name in names}
         about = dict(re.findall(r"^\| `(examples/\w+)/` \| ([^|]*?) *\|$", self.documents["README.md"].text, re.M))
         self.programs = {}
@@ -101,6 +104,11 @@ class Pages:
         if LISTINGS.is_dir():
             self.add_programs(LISTINGS, "The programs of the guide", "The programs that the chapters show in parts")
         self.problems = []
+
+    @staticmethod
+    def named(pattern):
+        names = sorted(path.relative_to(ROOT).as_posix() for path in ROOT.glob(pattern))
+        return [name for name in names if not name.startswith("build/")]
 
     def add_programs(self, folder, title, about):
         programs = Programs(folder, title, about)
@@ -130,6 +138,7 @@ class Pages:
         return "license.html" if place == "LICENSE" else None
 
     def link(self, document, target):
+        """What a link leads to; None for a file of the tree that no page shows."""
         if target.startswith(("http:", "https:")):
             return target
         name, _, anchor = target.partition("#")
@@ -141,14 +150,22 @@ class Pages:
             return pathlib.PurePath(place).name
         page = self.page_of(place)
         if page is None:
-            self.problems.append(f"{document.name}: there is no page for {target}")
-            return target
+            if not (ROOT / place).exists():
+                self.problems.append(f"{document.name}: leads nowhere: {target}")
+            return None
         if not anchor:
             return page
         label = self.documents[place].anchors.get(anchor)
         if label is None:
             self.problems.append(f"{document.name}: no such heading: {target}")
         return f"{page}#{label}"
+
+    def shown(self, document, match):
+        # What looks like a link in code is a function object.
+        if match.string.count("`", 0, match.start()) % 2 == 1:
+            return match[0]
+        page = self.link(document, match[2])
+        return match[1] if page is None else f"[{match[1]}]({page})"
 
     def linked(self, document):
         lines = []
@@ -159,7 +176,7 @@ class Pages:
                     line = f"# {document.title} {{#{document.label}}}"
                 elif heading:
                     line += f" {{#{document.anchors[anchor_of(heading[2])]}}}"
-                line = LINK.sub(lambda match: f"]({self.link(document, match[1])})", line)
+                line = LINK.sub(lambda match: self.shown(document, match), line)
             lines.append(line)
         return "\n".join(lines) + "\n"
 

@@ -118,7 +118,7 @@ refuses_a_link_that_leads_nowhere() {
   copy_tree
   echo 'See [nothing](docs/nothing.md) and [no heading](CONTRIBUTING.md#nothing).' >>tree/README.md
   if build_pages tree; then fail "it is not missed"; fi
-  grep -q 'README.md: there is no page for docs/nothing.md' output.txt || fail "$(cat output.txt)"
+  grep -q 'README.md: leads nowhere: docs/nothing.md' output.txt || fail "$(cat output.txt)"
   grep -q 'README.md: no such heading: CONTRIBUTING.md#nothing' output.txt || fail "$(cat output.txt)"
 }
 
