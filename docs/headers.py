@@ -73,6 +73,11 @@ def text_of(comment):
     return "\n".join(lines).strip()
 
 
+def sentence(text):
+    """The text, not beginning with a name, which lists of the pages would write with a capital letter."""
+    return f"The class {text}" if text.startswith("zt") else text
+
+
 def documented(text, declaration):
     return f"/** {text} */\n{declaration}\n" if text else f"{declaration}\n"
 
@@ -160,7 +165,7 @@ class Header:
         expanded = fields.struct(name, fields.parent, about)
         above = methods.parent and f"{methods.parent}Methods"
         said = methods.text or f"The methods of {methods.parent}."
-        expanded += methods.struct(f"{name}Methods", above, said + f"\n\n{self.shape(f'{name}Methods', above)}")
+        expanded += methods.struct(f"{name}Methods", above, sentence(said) + f"\n\n{self.shape(f'{name}Methods', above)}")
         return expanded + "".join(self.related(name, *function) for function in CLASS_FUNCTIONS.items())
 
     @staticmethod
@@ -185,6 +190,7 @@ class Header:
 
         text = CLASS.sub(self.expanded_class, LIST.sub(macro, self.source))
         text = re.sub(r"^ +(\w+_FUNCTIONS)$", members, text, flags=re.MULTILINE)
+        text = re.sub(r"(@file \S+\n \* )(?=zt)", r"\1The class ", text)
         guard = text.index("#ifndef")
         # The header that includes all others is in no room.
         if not LIST.search(self.source) and "#define ZT_ZENTOVA_H" in self.source:

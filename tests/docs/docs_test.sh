@@ -77,12 +77,13 @@ leads_to_pages_that_are_there() {
   "${PYTHON:-python3}" -B "$here/links.py" pages
 }
 
-# No page shows a name of C++ that a program may not use.
-hides_private_names() {
+# No page shows a name of C++ that a program may not use, or begins a sentence with a name in capitals.
+shows_no_name_that_nobody_can_write() {
   [ "$(grep -c 'zt::' pages/group__cpp.html)" -gt 20 ]
   if grep -l 'detail::\|>requires ' pages/*zt_1_1*.html pages/group__cpp.html pages/namespace*.html; then
     fail "private names are shown"
   fi
+  if grep '\bZt[A-Z]' pages/*.html; then fail "names are written in another way"; fi
 }
 
 # Edits a copy of what the pages are made of.
