@@ -55,13 +55,21 @@ class Document:
         path = name.removeprefix("docs/").removesuffix(".md").lower()
         self.label = "mainpage" if name == MAIN else re.sub(r"\W", "_", path)
         self.page = "index.html" if name == MAIN else f"{self.label}.html"
+        # The headings below the title in their order, each with its label.
         self.anchors, self.headings = {}, []
         for line, is_code in parts_without_code(self.text):
             heading = HEADING.match(line)
             if heading and not is_code and heading[1] != "#":
-                anchor = anchor_of(heading[2])
-                self.anchors[anchor] = f"{self.label}_{re.sub(r'[^0-9a-z_]', '_', anchor)}"
-                self.headings.append((heading[2].replace("`", ""), self.anchors[anchor]))
+                self.add_heading(heading[2])
+
+    def add_heading(self, heading):
+        anchor = first = anchor_of(heading)
+        again = 0
+        while anchor in self.anchors:
+            again += 1
+            anchor = f"{first}-{again}"
+        self.anchors[anchor] = f"{self.label}_{re.sub(r'[^0-9a-z_]', '_', anchor)}"
+        self.headings.append((heading.replace("`", ""), self.anchors[anchor]))
 
 
 class Programs:
@@ -155,7 +163,7 @@ class Pages:
             return None
         if not anchor:
             return page
-        label = self.documents[place].anchors.get(anchor)
+        label = self.documents[place].anchors.get(anchor) if place in self.documents else None
         if label is None:
             self.problems.append(f"{document.name}: no such heading: {target}")
         return f"{page}#{label}"
@@ -169,13 +177,14 @@ class Pages:
 
     def linked(self, document):
         lines = []
+        labels = (label for _, label in document.headings)
         for line, is_code in parts_without_code(document.text):
             if not is_code:
                 heading = HEADING.match(line)
                 if heading and heading[1] == "#":
                     line = f"# {document.title} {{#{document.label}}}"
                 elif heading:
-                    line += f" {{#{document.anchors[anchor_of(heading[2])]}}}"
+                    line += f" {{#{next(labels)}}}"
                 line = LINK.sub(lambda match: self.shown(document, match), line)
             lines.append(line)
         return "\n".join(lines) + "\n"

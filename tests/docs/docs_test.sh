@@ -130,12 +130,13 @@ takes_a_guide_and_finds_its_questions() {
   mkdir tree/docs/guide
   printf '# The guide\n\n- [Storing](02-storing.md)\n- [Questions](how-do-i.md#how-do-i-store-an-object)\n' \
     >tree/docs/guide/README.md
-  printf '# Objects\n\nText.\n' >tree/docs/guide/01-objects.md
+  printf '# Objects\n\n## In C\n\nText.\n\n## In C\n\n[Second](#in-c-1)\n' >tree/docs/guide/01-objects.md
   printf '# Storing\n\n[Back](README.md), [further](../../README.md#in-c)\n' >tree/docs/guide/02-storing.md
   printf '# How do I …\n\n## How do I store an object?\n\nSo.\n' >tree/docs/guide/how-do-i.md
   build_pages tree || fail "$(cat output.txt)"
   has guide_readme.html 'href="guide_02_storing.html"'
   has guide_readme.html 'href="guide_how_do_i.html#guide_how_do_i_how_do_i_store_an_object"'
+  has guide_01_objects.html 'href="guide_01_objects.html#guide_01_objects_in_c_1"'
   has guide_how_do_i.html 'id="guide_how_do_i_how_do_i_store_an_object"'
   local order
   order=$(grep -o 'href="\(guide_[a-z0-9_]*\|architecture\)\.html"' pages/pages.html | tr '\n' ' ')
