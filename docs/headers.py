@@ -1,14 +1,11 @@
-#!/usr/bin/env python3
-"""Shows Doxygen a public header as it reads once the class macros are expanded: headers.py <header>
+"""Shows Doxygen a public header as it reads once the class macros are expanded.
 
 A class becomes two structs that extend those of its parent: `C` with the fields and `CMethods` with the
 methods, each with its own line of the comment above `C_METHODS`; and the functions that every class has.
 What the comments leave out stays without comment here, so that Doxygen warns of it.
 """
 
-import pathlib
 import re
-import sys
 
 COMMENT = r"(?:/\*\*(?P<comment>(?:(?!\*/)[\s\S])*)\*/\n)?"
 LIST = re.compile(
@@ -196,7 +193,3 @@ class Header:
         if not LIST.search(self.source) and "#define ZT_ZENTOVA_H" in self.source:
             return text
         return f"{text[:guard]}/** @addtogroup {self.room}\n@{{ */\n{text[guard:]}\n/** @}} */"
-
-
-if __name__ == "__main__":
-    print(Header(pathlib.Path(sys.argv[1])).expanded())
