@@ -18,14 +18,18 @@ import headers
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 MAIN = "docs/mainpage.md"
 GUIDE = ROOT / "docs" / "guide"
-LISTINGS = GUIDE / "listings"
+# Folders of programs beside the examples: title, and what is in them.
+PROGRAMS = {
+    "docs/guide/listings": ("The programs of the guide", "what the chapters show in parts"),
+    "tests/formats": ("A reader of files", "a reader in Python that needs no library, and the program that writes its files"),
+}
 # After the guide, which is read first.
 DOCUMENTS = ["docs/coming-from.md", "docs/when-not.md", "docs/formats.md", "docs/architecture.md", "docs/abi.md",
              "docs/benchmarks.md", "docs/coverage.md", "docs/mutation.md", "CHANGELOG.md", "CONTRIBUTING.md",
              "SECURITY.md"]
 # Further ones come last.
 OTHER_DOCUMENTS = ("docs/*.md", "*.md", "*/README.md")
-SOURCES = (".c", ".h", ".cpp", ".hpp")
+SOURCES = (".c", ".h", ".cpp", ".hpp", ".py")
 LINK = re.compile(r"\[([^\]]*)\]\(([^)\s]+)\)")
 HEADING = re.compile(r"^(#+) (.*)$")
 
@@ -93,7 +97,7 @@ class Programs:
 
     def text(self):
         sections = (f"@section {self.place(source)} {source.name}\n@include {source}\n" for source in self.sources)
-        return f"/** @page {self.label} {self.title}\n{self.about}.\n\n" + "".join(sections) + "*/\n"
+        return f"/** @page {self.label} {self.title}\n{self.about[0].upper()}{self.about[1:]}.\n\n" + "".join(sections) + "*/\n"
 
 
 class Pages:
@@ -109,8 +113,9 @@ class Pages:
         for folder in sorted(path for path in (ROOT / "examples").iterdir() if path.is_dir()):
             said = about.get(f"examples/{folder.name}", "what several examples use").replace("`", "")
             self.add_programs(folder, f"Example: {folder.name}", said)
-        if LISTINGS.is_dir():
-            self.add_programs(LISTINGS, "The programs of the guide", "The programs that the chapters show in parts")
+        for name, (title, said) in PROGRAMS.items():
+            if (ROOT / name).is_dir():
+                self.add_programs(ROOT / name, title, said)
         self.problems = []
 
     @staticmethod

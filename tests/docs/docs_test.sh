@@ -90,7 +90,7 @@ shows_no_name_that_nobody_can_write() {
 copy_tree() {
   rm -rf tree
   mkdir tree
-  (cd "$root" && tar -c --exclude=build --exclude=.git --exclude=tests --exclude=__pycache__ .) | tar -x -C tree
+  (cd "$root" && tar -c --exclude=build --exclude=.git --exclude=corpus --exclude=__pycache__ .) | tar -x -C tree
 }
 
 refuses_an_undocumented_method() {
