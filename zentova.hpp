@@ -38,6 +38,7 @@
 #include <type_traits>
 #include <utility>
 
+/** The layer for C++20: see zentova.hpp. */
 namespace zt {
 
 template <typename Self, typename Parent>
@@ -1017,6 +1018,7 @@ class [[nodiscard]] Own {
     reset(other.release());
     return *this;
   }
+  /** Releases the object. */
   ~Own() noexcept(false) {
     reset();
   }
@@ -1087,6 +1089,7 @@ class Shared {
     std::swap(object, other.object);
     return *this;
   }
+  /** The last owner releases the object. */
   ~Shared() noexcept(false) {
     if (object != nullptr) detail::unRef(object);
   }
@@ -1149,6 +1152,7 @@ class Weak {
     watch(other.get());
     return *this;
   }
+  /** Stops watching the object. */
   ~Weak() {
     forget();
   }
@@ -1306,6 +1310,7 @@ class [[nodiscard]] Connection {
     end = other.end;
     return *this;
   }
+  /** Ends the connection. */
   ~Connection() noexcept(false) {
     disconnect();
   }
@@ -1371,6 +1376,9 @@ struct Listener {
 
 /** Connects a function object to a signal: `zt::connect(gauge, "levelChanged", [](int32_t level) { ... })`. It takes
  *  the arguments of the signal, or fewer: integers, enumerations, pointers and doubles.
+ *  @param sender         an object with signals
+ *  @param signal         the name of the signal
+ *  @param function       copied or moved; lives as long as the connection
  *  @param argumentCount  how many arguments the signal has, up to 4
  *  @return the connection, which ends with this handle; an empty one where ztObject_connect() gives 0 */
 template <typename From, typename F>
@@ -1393,6 +1401,9 @@ requires(detail::Sender<From> &&detail::Slot<F>) Connection
 
 /** Connects a member function of an object: `zt::connect<&Display::show>(gauge, "levelChanged", display)`. The
  *  connection ends with either object, and by zt::disconnect().
+ *  @param sender         an object with signals
+ *  @param signal         the name of the signal
+ *  @param receiver       the object whose member function is called
  *  @param argumentCount  how many arguments the signal has, up to 4
  *  @return false where ztObject_connect() gives 0 */
 template <auto function, typename From, typename To>
@@ -2177,6 +2188,7 @@ class TextMap : Map<const char *, V> {
     Base::operator=(std::move(other));
     return *this;
   }
+  /** Ends the pairs and the keys. */
   ~TextMap() noexcept(false) {
     freeKeys();
   }

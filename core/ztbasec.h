@@ -22,11 +22,14 @@
  *    count. @c target has at least the instance size; an object in it is not released. NULL on failure; the
  *    target then owns nothing: an override that fails after its parent's `clone` calls the parent's `destroy`.
  *  - `assign`: copies the contents of another object of the class, 1 or 0. Always 1 here: no contents.
- *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract in a class without an order.
+ *  - `isEqual`, `isLess`, `isMajor` (greater): 1 or 0; abstract in a class without an order, where the result
+ *    says nothing: it is what an integer holds of the address of ztOOP_ztVirtualFuncHandler()'s text.
  *  - `destroy`: releases what the object owns, never the object's own memory.
  *  - `read`, `write`: the object's data from and to a ztFile, 1 or 0.
  *  - `ref`: adds a reference. `unRef`: removes one; at 1 or less the object is destroyed and its memory freed,
- *    so the first `unRef` also destroys a new object that was referenced once more.
+ *    so the first `unRef` also destroys a new object that was referenced once more. The two therefore cannot
+ *    hold a borrowed object for a while, because that `unRef` ends it under its owner; ztObject_watch() tells of
+ *    the end of a ztObject.
  *  - `getRefCount`: the reference count.
  */
 #define ztBaseClass_METHODS                                                                     \

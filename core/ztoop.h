@@ -10,7 +10,7 @@
  *  3. Class functions have one leading argument that they ignore; pass NULL.
  *  4. Make a heap object with `C_ctor(NULL, 1)`, `C_newop()` or `ztNewFromName("C")` and release it with
  *     `unRef`. Make an object in your own memory with `C_ctor(address, 1)` and destroy it by calling its
- *     `destroy` directly, never `unRef`.
+ *     `destroy` directly, never `unRef`. An object has one owner: see `ref` in ztBaseClassMethods.
  *  5. Texts are zero-terminated bytes. The caller keeps the texts that it passes; the library keeps the texts
  *     that it returns. A text that is longer than its buffer is cut.
  *  6. One thread at a time uses an object and all that is connected to it or owned by it; another thread may
@@ -118,7 +118,9 @@ typedef struct ztClassEntry {
  */
 ZT_API int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDestroyHook classDestroy);
 
-/** Makes an object of the class registered under @p name.
+/** Makes an object of the class registered under @p name. The library's classes are registered from the start, a
+ *  class of a program with its first object or by ZT_REGISTER_CLASS(): in a fresh process, nothing can be made by its
+ *  name or read from a file before.
  *  @return a new heap object whose `create` has run; the caller releases it with `unRef`. NULL, with a line in
  *          the log, when no class has that name */
 ZT_API void *ztNewFromName(const char *name);

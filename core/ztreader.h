@@ -31,6 +31,8 @@
  * }
  * @endcode
  *
+ * A record of a class that the process does not know yet cannot be read: see ztNewFromName().
+ *
  * ztRoot_loadTree() and ztRoot_openTree() use readers, too. `classRead` of ztBaseClass does not.
  */
 #ifndef ZT_CORE_ZTREADER_H

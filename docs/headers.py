@@ -1,14 +1,11 @@
-#!/usr/bin/env python3
-"""Shows Doxygen a public header as it reads once the class macros are expanded: headers.py <header>
+"""Shows Doxygen a public header as it reads once the class macros are expanded.
 
 A class becomes two structs that extend those of its parent: `C` with the fields and `CMethods` with the
 methods, each with its own line of the comment above `C_METHODS`; and the functions that every class has.
 What the comments leave out stays without comment here, so that Doxygen warns of it.
 """
 
-import pathlib
 import re
-import sys
 
 COMMENT = r"(?:/\*\*(?P<comment>(?:(?!\*/)[\s\S])*)\*/\n)?"
 LIST = re.compile(
@@ -26,6 +23,25 @@ MACRO_OF = {
 }
 
 CLASS_FUNCTIONS = {
+    "static inline {0} *{0}_new(void)": (
+        "Makes a {0} on the heap. The caller releases it with `unRef`; NULL when memory is exhausted."
+    ),
+    "static inline {0} *{0}_cast(const void *object)": (
+        "The object as a {0}; NULL, with a line in the log, if it is none."
+    ),
+    "static inline const {0}Methods *{0}_of(const void *object)": (
+        "The methods of an object of {0} or a subclass, for calls."
+    ),
+    "static inline const {0}Methods *{0}_table(void)": (
+        "The methods of {0} itself, for calls of its versions from a subclass."
+    ),
+    "void *{0}_ctor(void *object, int32_t create)": (
+        "Makes a {0} in the memory at @p object, or on the heap when that is NULL. Runs its `create` unless\n"
+        "@p create is 0. Returns the object; NULL when memory is exhausted."
+    ),
+    "void *{0}_newop(void)": (
+        "Makes a {0} on the heap whose `create` has not run. Returns it; NULL when memory is exhausted."
+    ),
     "extern const uint32_t {0}_version_": "The version that is stored with a {0}.",
     "extern const char *const {0}_classname_": 'The name of the class, "{0}".',
     "ztClass *{0}Class_Instance(void)": "The descriptor of {0}; filled when the first object is made.",
@@ -41,19 +57,6 @@ CLASS_FUNCTIONS = {
         "1 when the object's class or one of its ancestors bears the name, else 0."
     ),
     "void {0}InitTable(void *object)": "Writes the methods of {0} into the table of the object's class.",
-    "void *{0}_ctor(void *object, int32_t create)": (
-        "Makes a {0} in the memory at @p object, or on the heap when that is NULL. Runs its `create` unless\n"
-        "@p create is 0. Returns the object; NULL when memory is exhausted."
-    ),
-    "void *{0}_newop(void)": (
-        "Makes a {0} on the heap whose `create` has not run. Returns it; NULL when memory is exhausted."
-    ),
-    "static inline const {0}Methods *{0}_of(const void *object)": (
-        "The methods of an object of {0} or a subclass, for calls."
-    ),
-    "static inline const {0}Methods *{0}_table(void)": (
-        "The methods of {0} itself, for calls of its versions from a subclass."
-    ),
 }
 CLASS_FUNCTION_TABLE = (
     "static inline const {0}Functions *{0}_functions(void)",
@@ -65,6 +68,11 @@ def text_of(comment):
     """The lines of a comment without the stars at their front."""
     lines = [re.sub(r"^ \* ?", "", line) for line in (comment or "").splitlines()]
     return "\n".join(lines).strip()
+
+
+def sentence(text):
+    """The text, not beginning with a name, which lists of the pages would write with a capital letter."""
+    return f"The class {text}" if text.startswith("zt") else text
 
 
 def documented(text, declaration):
@@ -133,6 +141,7 @@ class List:
 
 class Header:
     def __init__(self, path):
+        self.path = path
         self.room = path.parent.name
         self.source = path.read_text()
         self.lists = {match["name"]: List(match) for match in LIST.finditer(self.source)}
@@ -147,14 +156,22 @@ class Header:
         fields, methods = self.lists[f"{name}_FIELDS"], self.lists[f"{name}_METHODS"]
         said = text_of(match["comment"])
         more = re.sub(rf"^Fields of {name}\.\s*", "", fields.text)
-        about = said and f"{said}\n\n{more}\n\nIts methods: {name}Methods."
+        calls = f"Its methods: {name}Methods, called with `{name}_of(object)->method(object)`. What holds for all of " \
+                f"them: {self.path.name}."
+        about = said and "\n\n".join(filter(None, [said, more, calls, self.shape(name, fields.parent)]))
         expanded = fields.struct(name, fields.parent, about)
-        expanded += methods.struct(
-            f"{name}Methods",
-            methods.parent and f"{methods.parent}Methods",
-            methods.text or f"The methods of {methods.parent}.",
-        )
+        above = methods.parent and f"{methods.parent}Methods"
+        said = methods.text or f"The methods of {methods.parent}."
+        expanded += methods.struct(f"{name}Methods", above, sentence(said) + f"\n\n{self.shape(f'{name}Methods', above)}")
         return expanded + "".join(self.related(name, *function) for function in CLASS_FUNCTIONS.items())
+
+    @staticmethod
+    def shape(name, parent):
+        """What the page shows, and what a program writes instead."""
+        if not parent:
+            return ""
+        return (f"The page shows {name} as an extension of {parent}, to lead to what both have. That is a picture: in"
+                f" C, the members of {parent} are the first ones of {name} itself.")
 
     def related(self, name, declaration, text):
         """A declaration that stands on the page of the class, not on that of the room."""
@@ -170,8 +187,9 @@ class Header:
 
         text = CLASS.sub(self.expanded_class, LIST.sub(macro, self.source))
         text = re.sub(r"^ +(\w+_FUNCTIONS)$", members, text, flags=re.MULTILINE)
+        text = re.sub(r"(@file \S+\n \* )(?=zt)", r"\1The class ", text)
         guard = text.index("#ifndef")
+        # The header that includes all others is in no room.
+        if not LIST.search(self.source) and "#define ZT_ZENTOVA_H" in self.source:
+            return text
         return f"{text[:guard]}/** @addtogroup {self.room}\n@{{ */\n{text[guard:]}\n/** @}} */"
-
-
-print(Header(pathlib.Path(sys.argv[1])).expanded())

@@ -3,7 +3,10 @@
  * ztTextFile: a file whose primitives write and read lines of text.
  *
  * With a text file in place of a ztFile an object writes the same contents in a form for reports and
- * inspection. The text has no types and no escapes, so only numbers are read back exactly as they were written
+ * inspection. Not all of it is text: bytes are written raw. Names of classes and nodes are fields of fixed size with
+ * zero bytes behind the name, and elements of arrays and values of tags are bytes as in the binary form.
+ *
+ * The text has no types and no escapes, so only numbers are read back exactly as they were written
  * (doubles to the six printed digits). A text with a line feed spans lines, and an empty text becomes the word
  * "null". A text, buffer or character that follows a number loses its leading white space, because reading a
  * number skips the white space after it: `ztString_store` keeps such texts.

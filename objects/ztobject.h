@@ -46,7 +46,8 @@
  *  - `reserved`: NULL.
  *  - `addProperty`: declares a static property of the class. 1; 0 when it has one of that name, when the type
  *    is unknown ("ztInt" stands for the registered "ztIntPropertyType"), and on failure. The property stores
- *    the user word and the signal name, but changes are emitted as "prop->signalname".
+ *    the user word and the signal name. That name announces nothing: a change is emitted as "prop->signalname",
+ *    told by ztObject_onChange(), and by any signal that the setter itself emits.
  *  - `initProperties`: declares the class's own static properties, after those of its ancestors. Returns the
  *    result of the last declaration.
  *  - `setProperty`: 1, or 0 when a new property cannot be made. An existing property takes its value from the

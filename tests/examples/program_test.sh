@@ -11,6 +11,12 @@ prints_what_is_expected() {
   expect_output "$(basename -- "$program")_expected.txt"
 }
 
+takes_at_most_25_lines_of_code() {
+  local lines
+  lines=$(grep -cv '^ *//\|^ *$' "$data")
+  if [ "$lines" -eq 0 ] || [ "$lines" -gt 25 ]; then fail "it has $lines lines"; fi
+}
+
 leaves_no_memory_in_use() {
   expect_nothing_in_use 0
 }

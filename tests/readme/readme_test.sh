@@ -1,27 +1,28 @@
 #!/usr/bin/env bash
-# Compiles the programs of README.md in the current folder and compares their outputs with those shown:
-#   readme_test.sh <root of the tree> <library> <C compiler> <C++ compiler> [compiler option...]
+# Compiles the programs of a document in the current folder and compares their outputs with those shown:
+#   readme_test.sh <document> <root of the tree> <library> <C compiler> <C++ compiler> [compiler option...]
 #
 # Each block marked "c" is a whole program in C and in C++, each marked "cpp" one in C++, and the next one marked
 # "text" its output without the log's first and last lines.
 set -euo pipefail
 
-root=$1
-library=$2
-c=$3
-cpp=$4
-options=(-Wall -Wextra -Wpedantic -Werror "-I$root" "${@:5}")
+root=$2
+document=$root/$1
+library=$3
+c=$4
+cpp=$5
+options=(-Wall -Wextra -Wpedantic -Werror "-I$root" "${@:6}")
 
 # Prints the block of that number and language, a regular expression.
 block() {
   awk -v number="$1" -v opening="^\`\`\`($2)\$" '
     $0 ~ opening { inside = ++count == number; next }
     /^```/       { inside = 0 }
-    inside' "$root/README.md"
+    inside' "$document"
 }
 
 blocks_of() {
-  grep -cE "^\`\`\`($1)\$" "$root/README.md"
+  grep -cE "^\`\`\`($1)\$" "$document"
 }
 
 without_log() {

@@ -86,6 +86,23 @@ installs_just_what_is_missing() {
   [[ $(head -n 1 calls.txt) == *update ]] || fail "the lists of packages were not updated first"
 }
 
+# What apt says is not in the way of what a script says itself.
+shows_of_apt_only_what_failed() {
+  rm bin/ninja
+  pretend apt-get 'echo "Reading package lists"; echo "Selecting previously" >&2' \
+    'echo "#!/usr/bin/env bash" >bin/ninja; chmod +x bin/ninja'
+  run build
+  expect_status 0
+  [ ! -s out.txt ] || fail "$(cat out.txt)"
+  [ "$(cat err.txt)" = 'Installing: ninja-build  done' ] || fail "$(cat err.txt)"
+
+  rm bin/ninja
+  pretend apt-get 'echo "Unable to locate package"; exit 100'
+  run build
+  expect_status 1
+  grep -q 'Unable to locate package' err.txt || fail "$(cat err.txt)"
+}
+
 installs_through_sudo() {
   rm bin/ninja
   let_apt_get_install
@@ -137,6 +154,7 @@ takes_an_old_cmake_for_missing() {
 
 knows_what_each_profile_takes() {
   pretend pkg-config 'exit 1'
+  export ZT_DOCS_THEME=none.css
   run test
   expect_status 1
   expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3 abigail-tools'
@@ -156,9 +174,14 @@ knows_what_each_profile_takes() {
 
   run package
   expect_status 1
-  expect_named 'dpkg-dev debhelper lintian mmdebstrap doxygen python3'
+  expect_named 'dpkg-dev debhelper lintian mmdebstrap doxygen doxygen-awesome-css python3'
 
   rm bin/g++ bin/cmake bin/ninja # which no page takes
+  run docs
+  expect_status 1
+  expect_named 'doxygen doxygen-awesome-css python3'
+
+  export ZT_DOCS_THEME= # which no package has to bring
   run docs
   expect_status 1
   expect_named 'doxygen python3'

@@ -4,7 +4,8 @@
 usage: picture.py [--update]
 
 A room stands above those that its files include, by the lines on the right; one that other lines lead to as well
-is left out. The lines on the left lead up, to rooms that sources look ahead to: the modules that do it are named.
+is left out. The lines on the left lead up, to rooms that sources look ahead to: the modules that do it are named on the
+right.
 --update draws the picture anew.
 """
 
@@ -14,8 +15,9 @@ import sys
 import tree
 
 PICTURE = tree.ROOT / "docs" / "rooms.svg"
-WIDTH, BOX_WIDTH, BOX_HEIGHT, GAP = 900, 260, 46, 34
-LEFT = 500  # of the boxes
+WIDTH, BOX_WIDTH, BOX_HEIGHT, GAP = 760, 260, 46, 34
+LEFT = 140  # of the boxes
+CAPTIONS = 550
 STYLE = """\
 text { font: 13px sans-serif; fill: #222; }
 .name { font-weight: bold; }
@@ -33,7 +35,7 @@ MARKER = ('<marker id="to-{0}" viewBox="0 0 8 8" refX="8" refY="4" markerWidth="
 def subjects():
     """Room to what the reference pages say that it is."""
     groups = (tree.ROOT / "docs" / "rooms.dox").read_text()
-    return dict(re.findall(r"@defgroup (\w+) \1: (.*)", groups))
+    return {room: subject for room, subject in re.findall(r"@defgroup (\w+) \1: (.*)", groups) if room in tree.ROOMS}
 
 
 def includes():
@@ -87,7 +89,7 @@ def captions(ahead):
                  if origin == room]
         for number, line in enumerate(lines):
             y = top_of(room) + BOX_HEIGHT // 2 + 4 + 14 * number - 7 * (len(lines) - 1)
-            yield f'<text class="small" x="16" y="{y}">{line}</text>'
+            yield f'<text class="small" x="{CAPTIONS}" y="{y}">{line}</text>'
 
 
 def drawn():
