@@ -56,7 +56,8 @@ class Document:
         self.title = "README" if name == "README.md" else re.match(r"# (.*)", self.text)[1]
         # A number and a space would begin a list.
         self.title = re.sub(r"^(\d+\.) ", "\\1\N{NO-BREAK SPACE}", self.title)
-        path = name.removeprefix("docs/").removesuffix(".md").lower()
+        # Packages compress what is called changelog.
+        path = name.removeprefix("docs/").removesuffix(".md").lower().replace("changelog", "changes")
         self.label = "mainpage" if name == MAIN else re.sub(r"\W", "_", path)
         self.page = "index.html" if name == MAIN else f"{self.label}.html"
         # The headings below the title in their order, each with its label.
