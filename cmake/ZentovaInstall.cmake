@@ -9,7 +9,7 @@ set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/Zentova")
 set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
 target_sources(ztcore PUBLIC FILE_SET HEADERS
-               BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ZT_HEADERS} zentova.hpp)
+               BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ZT_HEADERS})
 install(TARGETS ztcore EXPORT zentova
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
         FILE_SET HEADERS DESTINATION "${headers_folder}" COMPONENT development)

@@ -131,7 +131,7 @@ class Pages:
     def headers(self):
         rooms = re.search(r"set\(ZT_ROOMS ([^)]*)\)", (ROOT / "CMakeLists.txt").read_text())[1].split()
         return [path for room in rooms for path in sorted((ROOT / room).glob("*.h"))] + [
-            ROOT / "zentova.h", ROOT / "zentova.hpp"]
+            ROOT / "zentova.h", cpplayer.HEADER]
 
     def write(self, name, text):
         path = self.target / name
@@ -234,7 +234,7 @@ class Pages:
         for path in self.headers():
             name = path.relative_to(ROOT).as_posix()
             text = path.read_text()
-            self.write(name, cpplayer.shown(text) if path.suffix == ".hpp" else headers.Header(path).expanded())
+            self.write(name, cpplayer.shown() if path == cpplayer.HEADER else headers.Header(path).expanded())
             inputs.append(name)
         for picture in (ROOT / "docs").glob("*.svg"):
             shutil.copy(picture, self.target / "docs" / picture.name)

@@ -102,7 +102,7 @@ refuses_an_undocumented_method() {
 
 refuses_an_undocumented_name_of_cpp() {
   copy_tree
-  sed -i '/^  \/\*\* Removes all elements\. \*\/$/d' tree/zentova.hpp
+  sed -i '/^  \/\*\* Removes all elements\. \*\/$/d' tree/cpp/views.hpp
   if build_pages tree; then fail "it is not missed"; fi
   grep -q 'clear().*is not documented' output.txt || fail "$(cat output.txt)"
 }

@@ -16,7 +16,7 @@ installs() {
 
 # holds_the_public_headers_and_nothing_else <root of the tree> <room>...
 holds_the_public_headers_and_nothing_else() {
-  (cd "$1" && find "${@:2}" -name '*.h' && ls zentova.h zentova.hpp) | sort >expected.txt
+  (cd "$1" && find "${@:2}" -name '*.h' && ls zentova.h zentova.hpp cpp/*.hpp) | sort >expected.txt
   (cd "$prefix/$INCLUDEDIR" && find . -type f | sed -n 's|^\./zentova/||p' | sort) >installed.txt
   diff expected.txt installed.txt
   [ "$(ls "$prefix/$INCLUDEDIR")" = zentova ]

@@ -38,7 +38,8 @@ def main():
     compiler = sys.argv[1]
     if not shutil.which("valgrind"):
         tree.skip("no valgrind")
-    standard = "\n".join(re.findall(r"^#include <.*>", (tree.ROOT / "zentova.hpp").read_text(), re.M)) + "\n"
+    parts = "".join(part.read_text() for part in (tree.ROOT / "cpp").glob("*.hpp"))
+    standard = "\n".join(sorted(set(re.findall(r"^#include <.*>", parts, re.M)))) + "\n"
     texts = ["", standard, f'{standard}#include "zentova.h"\n', '#include "zentova.hpp"\n']
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
         nothing, headers, in_c, layer = pool.map(lambda text: instructions_of(compiler, text), texts)
