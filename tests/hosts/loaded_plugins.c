@@ -3,6 +3,7 @@
  * of the library's, and so knows how many blocks are allocated.
  */
 #include "tests/hosts/check.h"
+#include "tests/hosts/memory.h"
 #include "tests/hosts/plugin.h"
 
 #include <dlfcn.h>
@@ -11,22 +12,6 @@
 
 static const char *folder;
 static int rounds;
-static int liveBlocks;
-
-void *ztm_alloc(int32_t size) {
-  ++liveBlocks;
-  return malloc((size_t)size);
-}
-
-void *ztm_realloc(void *block, int32_t size) {
-  if (block == NULL) ++liveBlocks;
-  return realloc(block, (size_t)size);
-}
-
-void ztm_free(void *block) {
-  if (block != NULL) --liveBlocks;
-  free(block);
-}
 
 /* The program's own. */
 #define Meter_FIELDS ztObject_FIELDS

@@ -5,30 +5,7 @@
 #include "zentova.h"
 
 #include "tests/hosts/check.h"
-
-#include <stdlib.h>
-
-/* The host's own allocator, which refuses all blocks after so many; -1 while it refuses none. */
-static int blocksLeft = -1;
-static int liveBlocks;
-
-void *ztm_alloc(int32_t size) {
-  if (blocksLeft == 0) return NULL;
-  if (blocksLeft > 0) --blocksLeft;
-  ++liveBlocks;
-  return malloc((size_t)size);
-}
-
-void *ztm_realloc(void *block, int32_t size) {
-  if (blocksLeft == 0) return NULL;
-  if (block == NULL) ++liveBlocks;
-  return realloc(block, (size_t)size);
-}
-
-void ztm_free(void *block) {
-  if (block != NULL) --liveBlocks;
-  free(block);
-}
+#include "tests/hosts/memory.h"
 
 /* A class that declares a signal. */
 #define Meter_FIELDS ztObject_FIELDS
