@@ -91,6 +91,19 @@ struct Listener {
   };
 };
 
+// Makes a listener that has the function. `connects` gets it with its slot, and tells whether it is connected.
+template <typename F, typename Connects>
+Connection listen(F &&function, Connects connects) {
+  using Called = Listener<std::decay_t<F>>;
+  using Entry = typename Signature<std::decay_t<F>>::template With<Called::template Entry>;
+  auto *listener = new (std::nothrow) Called{{}, std::forward<F>(function), 0, false};
+  if (listener == nullptr) return {};
+  ztObject_ctor(&listener->object, 1);
+  if (connects(&listener->object, slotFunction(Entry::call))) return {listener, Called::end};
+  Called::end(listener);
+  return {};
+}
+
 }  // namespace detail
 /** @endcond */
 
@@ -105,18 +118,26 @@ template <typename From, typename F>
 requires(detail::Sender<From> &&detail::Slot<F>) Connection
     connect(From &&sender, const char *signal, F &&function,
             uint32_t argumentCount = detail::Signature<std::decay_t<F>>::count) {
-  using Called = detail::Listener<std::decay_t<F>>;
-  auto *listener = new (std::nothrow) Called{{}, std::forward<F>(function), 0, false};
-  if (listener == nullptr) return {};
-  ztObject_ctor(&listener->object, 1);
-  using Entry = typename detail::Signature<std::decay_t<F>>::template With<Called::template Entry>;
-  if (argumentCount >= detail::Signature<std::decay_t<F>>::count &&
-      ztObject_connect(detail::address(sender), signal, listener, detail::slotFunction(Entry::call),
-                       argumentCount)) {
-    return {listener, Called::end};
-  }
-  Called::end(listener);
-  return {};
+  return detail::listen(std::forward<F>(function), [&](ztObject *listener, ztSlotFunction slot) {
+    return argumentCount >= detail::Signature<std::decay_t<F>>::count &&
+           ztObject_connect(detail::address(sender), signal, listener, slot, argumentCount);
+  });
+}
+
+/** Connects a function object to the changes of one property:
+ *  `zt::onChange(gauge, "level", [](int32_t level) { ... })`. It takes the new value, or nothing: a double of a double
+ *  property, an integer or a pointer of another one. Of a text that a class of C++ keeps the value is a
+ *  `const char *`, of a "ztString" property the ztString that was set.
+ *  @param sender        an object with signals
+ *  @param propertyName  the name of the property
+ *  @param function      copied or moved; lives as long as the connection
+ *  @return the connection, which ends with this handle; an empty one where ztObject_onChange() gives 0 */
+template <typename From, typename F>
+requires(detail::Sender<From> &&detail::Slot<F> &&detail::Signature<std::decay_t<F>>::count <= 1) Connection
+    onChange(From &&sender, const char *propertyName, F &&function) {
+  return detail::listen(std::forward<F>(function), [&](ztObject *listener, ztSlotFunction slot) {
+    return ztObject_onChange(detail::address(sender), propertyName, listener, slot);
+  });
 }
 
 /** Connects a member function of an object: `zt::connect<&Display::show>(gauge, "levelChanged", display)`. The

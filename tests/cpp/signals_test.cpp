@@ -229,3 +229,52 @@ TEST(CppSlot, CannotBeConnectedToNothing) {
   const CapturedLog log;
   EXPECT_FALSE(zt::connect(zt::Ptr<Source>(), "changed", [] {}));
 }
+
+// Changes of one property --------------------------------------------------------------------------
+
+namespace {
+
+struct Basin : zt::Class<Basin, ztObject> {
+  static constexpr auto className = "CppBasin";
+  int32_t level = 0;
+  double limit = 0;
+  std::string name;
+  static void define(zt::Def<Basin> &c) {
+    c.property<&Basin::level>("level").property<&Basin::limit>("limit").property<&Basin::name>("name");
+  }
+};
+
+}  // namespace
+
+TEST(CppOnChange, TellsTheNewValueOfOneProperty) {
+  auto basin = zt::make<Basin>();
+  std::string told;
+  auto level = zt::onChange(basin, "level", [&](int32_t value) { told += std::to_string(value) + " "; });
+  auto limit = zt::onChange(basin, "limit", [&](double value) { told += std::to_string(value) + " "; });
+  auto name = zt::onChange(basin, "name", [&](const char *value) { told += value + std::string(" "); });
+  auto any = zt::onChange(basin, "level", [&] { told += "! "; });
+  EXPECT_TRUE(level && limit && name && any);
+  zt::Property<int32_t>("level").set(basin, 3);
+  zt::Property<double>("limit").set(basin, 0.5);
+  zt::Property<std::string>("name").set(basin, "west");
+  EXPECT_EQ(told, "3 ! 0.500000 west ");
+}
+
+TEST(CppOnChange, EndsWithItsHandleOrItsObject) {
+  auto basin = zt::make<Basin>();
+  int calls = 0;
+  auto first = zt::onChange(basin, "level", [&] { ++calls; });
+  auto second = zt::onChange(basin, "level", [&] { ++calls; });
+  first.disconnect();
+  zt::Property<int32_t>("level").set(basin, 3);
+  EXPECT_EQ(calls, 1);
+  basin.reset();
+  second.disconnect();
+}
+
+TEST(CppOnChange, TellsWhatCannotBeConnected) {
+  const CapturedLog log;
+  auto basin = zt::make<Basin>();
+  EXPECT_FALSE(zt::onChange(basin, "levels", [] {}));
+  EXPECT_FALSE(zt::onChange(zt::Ptr<Basin>(), "level", [] {}));
+}

@@ -5,9 +5,7 @@
 int main() {
   auto gauge = zt::make<LimitGauge>();
   auto alarm = zt::connect(gauge, "alarm", [](double level) { std::printf("alarm: %.1f cm\n", level); });
-  auto desk = zt::make<ztObject>();
-  const auto showLimit = [](void *, double limit) { std::printf("the limit is %.0f cm now\n", limit); };
-  ztObject_onChange(gauge.get(), "limit", desk.get(), ZT_SLOT(+showLimit));  // the C interface
+  auto shown = zt::onChange(gauge, "limit", [](double to) { std::printf("the limit is %.0f cm now\n", to); });
 
   const zt::Property<double> limit("limit"), level("level");
   limit.set(gauge, 400);
