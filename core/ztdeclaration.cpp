@@ -45,11 +45,13 @@ static const char *endOfBase(const TextPart &declarator, const TextPart &name) {
 }
 
 bool Declarations::next() {
-  const TextPart list = wholeOf(rest);
-  const char *semicolon = findOutside(list, ";");
-  if (semicolon == list.end()) return false;
-  whole = trimmed(between(rest, semicolon));
-  rest = semicolon + 1;
+  do {
+    const TextPart list = wholeOf(rest);
+    const char *semicolon = findOutside(list, ";");
+    if (semicolon == list.end()) return false;
+    whole = trimmed(between(rest, semicolon));
+    rest = semicolon + 1;
+  } while (whole.isEmpty());
   declarators = whole.begin;
   cut = false;
   return true;
@@ -66,7 +68,8 @@ bool Declarations::nextDeclarator(Declarator *declarator) {
   if (cut) return false;
   const char *own = isFirst ? endOfBase(part, name) : part.begin;
   if (isFirst) base = trimmed(between(part.begin, own));
-  *declarator = {base, trimmed(between(own, name.begin)), name, trimmed(between(name.end(), part.end()))};
+  *declarator = {part, base, trimmed(between(own, name.begin)), name,
+                 trimmed(between(name.end(), part.end()))};
   return true;
 }
 

@@ -63,7 +63,8 @@ typedef struct ztClassInfo {
   int32_t methodCount;  /**< the number of methods */
   const ztMethodInfo
       *methods;              /**< own and inherited, in slot order. A slot that such a class added between two
-                                        described ones has no name */
+                                        described ones has no name; nor have those of a class that
+                                        declares something else than one pointer for each */
   int32_t fieldCount;        /**< the number of fields */
   const ztFieldInfo *fields; /**< own and inherited, in the order of their offsets */
   int32_t functionCount;     /**< the number of class functions */

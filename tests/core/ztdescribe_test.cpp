@@ -223,6 +223,38 @@ ZT_DECLARE_CLASS(Flagged)
 #define Squeezed_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Squeezed)
 
+// Compilers accept more semicolons than the language.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
+#pragma GCC diagnostic ignored "-Wextra-semi"
+#define Paired_FIELDS \
+  ztBaseClass_FIELDS; \
+  ;                   \
+  int32_t first;      \
+  ;                   \
+  int32_t second;
+#define Paired_METHODS                                   \
+  ztBaseClass_METHODS;                                   \
+  int32_t (*first)(void *paired), *(*second)(int32_t n); \
+  ;                                                      \
+  void *data, (*third)(void);
+ZT_DECLARE_CLASS(Paired)
+#pragma GCC diagnostic pop
+
+// A check and an array are no methods.
+#define Checked_FIELDS ztBaseClass_FIELDS
+#define Checked_METHODS            \
+  ztBaseClass_METHODS              \
+  static_assert(sizeof(int) == 4); \
+  void (*only)(void);
+ZT_DECLARE_CLASS(Checked)
+#define Reserving_FIELDS Checked_FIELDS
+#define Reserving_METHODS               \
+  Checked_METHODS void (*before)(void); \
+  void *reserved[3];                    \
+  void (*behind)(void);
+ZT_DECLARE_CLASS(Reserving)
+
 namespace {
 
 template <typename Methods>
@@ -234,6 +266,9 @@ ZT_DEFINE_CLASS(Measured, ztObject, fillsNothing)
 ZT_DEFINE_CLASS(Placed, Measured, fillsNothing)
 ZT_DEFINE_CLASS(Flagged, ztBaseClass, fillsNothing)
 ZT_DEFINE_CLASS(Squeezed, ztBaseClass, fillsNothing)
+ZT_DEFINE_CLASS(Paired, ztBaseClass, fillsNothing)
+ZT_DEFINE_CLASS(Checked, ztBaseClass, fillsNothing)
+ZT_DEFINE_CLASS(Reserving, Checked, fillsNothing)
 
 TEST(ClassInfo, ReadsWhatCDeclares) {
   ASSERT_EQ(ZT_REGISTER_CLASS(Measured), 1);
@@ -263,6 +298,38 @@ TEST(ClassInfo, DoesNotGuessBehindAFieldOfAnUnknownType) {
   EXPECT_EQ(fieldOf(info, "behind")->offset, -1);
   EXPECT_STREQ(methodOf(info, "where")->declaration,
                "struct Point (*where)(const void *placed, int32_t a, int32_t b)");
+}
+
+TEST(ClassInfo, ReadsSeveralMethodsOfOneDeclarationAndEmptyOnes) {
+  ASSERT_EQ(ZT_REGISTER_CLASS(Paired), 1);
+  const Info info = describe(PairedClass_Instance());
+  const std::vector<std::tuple<std::string, std::string, size_t>> methods = {
+      {"first", "int32_t (*first)(void *paired)", offsetof(PairedMethods, first)},
+      {"second", "int32_t *(*second)(int32_t n)", offsetof(PairedMethods, second)},
+      {"data", "void *data", offsetof(PairedMethods, data)},
+      {"third", "void (*third)(void)", offsetof(PairedMethods, third)}};
+  ASSERT_EQ(info->methodCount, 16 + static_cast<int32_t>(methods.size()));
+  for (size_t i = 0; i < methods.size(); ++i) {
+    const ztMethodInfo &method = info->methods[16 + i];
+    EXPECT_EQ(std::make_tuple(std::string(method.name), std::string(method.declaration),
+                              static_cast<size_t>(method.slot) * sizeof(void *)),
+              methods[i]);
+    EXPECT_EQ(method.introducedBy, info->klass);
+  }
+  EXPECT_EQ(fieldOf(info, "second")->offset, static_cast<int32_t>(offsetof(Paired, second)));
+}
+
+TEST(ClassInfo, NamesNoMethodsWhereItCannotTellTheirSlots) {
+  ASSERT_EQ(ZT_REGISTER_CLASS(Reserving), 1);
+  const Info info = describe(ReservingClass_Instance());
+  ASSERT_EQ(info->methodCount, 16 + 1 + 5);
+  EXPECT_STREQ(info->methods[16].name, "only");
+  EXPECT_EQ(info->methods[16].introducedBy, CheckedClass_Instance());
+  for (int32_t i = 17; i < info->methodCount; ++i) {
+    EXPECT_STREQ(info->methods[i].name, "") << i;
+    EXPECT_STREQ(info->methods[i].declaration, "") << i;
+    EXPECT_EQ(info->methods[i].introducedBy, info->klass) << i;
+  }
 }
 
 TEST(ClassInfo, LeavesOutBitFields) {
