@@ -6,6 +6,7 @@
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
+#include "core/ztoop.hh"
 
 #include <string.h>
 
@@ -317,10 +318,9 @@ static void fillLists(Lists *lists, ztClass *klass) {
 }
 
 ztClassInfo *ztOOP_classInfo(ztClass *klass) {
-  if (klass == nullptr) return nullptr;
   const Locked locked(engineLock);
-  if (!klass->initialised) {
-    ztLc_log("ztOOP_classInfo - Error, the class is not in use yet: see ZT_REGISTER_CLASS\n");
+  if (!isInUse(klass)) {
+    ztLc_log("ztOOP_classInfo - Error, the class is not in use: see ZT_REGISTER_CLASS\n");
     return nullptr;
   }
   Lists lists;
