@@ -455,8 +455,12 @@ TEST(RegisterClass, RefusesANameOfAnotherClass) {
 }
 
 TEST(RegisterClass, RefusesNull) {
+  CapturedLog log;
   EXPECT_EQ(ztOOP_registerClass(nullptr), 0);
   EXPECT_EQ(ztOOP_registerClassOf(nullptr), 0);
+  EXPECT_EQ(log.file(),
+            "ztOOP_registerClass - Error, the class is NULL\n"
+            "ztOOP_registerClass - Error, the class is NULL\n");
 }
 
 TEST(Cast, GivesTheObjectOfTheClassOrOfADescendant) {
