@@ -44,6 +44,14 @@ static const char *endOfBase(const TextPart &declarator, const TextPart &name) {
   return findOutside(between(declarator.begin, name.begin), "*(");
 }
 
+// Such as "flag : 1". The colons of "std::string" are two.
+static bool isBitField(const TextPart &declarator) {
+  const char *end = declarator.end();
+  const char *colon = findOutside(declarator, ":");
+  while (end - colon > 1 && colon[1] == ':') colon = findOutside(between(colon + 2, end), ":");
+  return colon != end;
+}
+
 bool Declarations::next() {
   do {
     const TextPart list = wholeOf(rest);
@@ -64,7 +72,7 @@ bool Declarations::nextDeclarator(Declarator *declarator) {
   const bool isFirst = declarators == whole.begin;
   declarators = comma + 1;
   const TextPart name = nameIn(part);
-  cut = name.isEmpty() || findOutside(part, ":") != part.end();
+  cut = name.isEmpty() || isBitField(part);
   if (cut) return false;
   const char *own = isFirst ? endOfBase(part, name) : part.begin;
   if (isFirst) base = trimmed(between(part.begin, own));

@@ -12,8 +12,9 @@ ZT_BEGIN_C
 
 /** A static property of a class. */
 typedef struct ztPropertyInfo {
-  const char *name;       /**< "level" */
-  const char *type;       /**< the name of its kind: "ztInt" */
+  const char *name; /**< "level" */
+  const char
+      *type; /**< the name of its kind: "ztInt"; "ztChar*" of a "ztCharPtr", "ztVoid*" of a "ztVoidPtr" */
   ztClass *typeClass;     /**< its property type */
   const char *declaredBy; /**< the name of the class that declared it */
   int32_t isReadable;     /**< 1 when it has a getter */

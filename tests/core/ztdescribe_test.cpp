@@ -208,6 +208,17 @@ ZT_DECLARE_CLASS(Measured)
 #define Placed_METHODS Measured_METHODS struct Point (*where)(const void *placed, int32_t a, int32_t b);
 ZT_DECLARE_CLASS(Placed)
 
+#define Qualified_FIELDS           \
+  ztBaseClass_FIELDS               \
+  std::map<int, char *> *map;      \
+  ::std::string *text, *other;     \
+  std::pair<int32_t *, char> pair; \
+  int32_t behind;
+#define Qualified_METHODS \
+  ztBaseClass_METHODS     \
+  std::map<int, char *> *(*get)(const void *, std::pair<int, int> *);
+ZT_DECLARE_CLASS(Qualified)
+
 #define Flagged_FIELDS \
   ztBaseClass_FIELDS   \
   int32_t before;      \
@@ -266,6 +277,7 @@ ZT_DEFINE_CLASS(Measured, ztObject, fillsNothing)
 ZT_DEFINE_CLASS(Placed, Measured, fillsNothing)
 ZT_DEFINE_CLASS(Flagged, ztBaseClass, fillsNothing)
 ZT_DEFINE_CLASS(Squeezed, ztBaseClass, fillsNothing)
+ZT_DEFINE_CLASS(Qualified, ztBaseClass, fillsNothing)
 ZT_DEFINE_CLASS(Paired, ztBaseClass, fillsNothing)
 ZT_DEFINE_CLASS(Checked, ztBaseClass, fillsNothing)
 ZT_DEFINE_CLASS(Reserving, Checked, fillsNothing)
@@ -330,6 +342,25 @@ TEST(ClassInfo, NamesNoMethodsWhereItCannotTellTheirSlots) {
     EXPECT_STREQ(info->methods[i].declaration, "") << i;
     EXPECT_EQ(info->methods[i].introducedBy, info->klass) << i;
   }
+}
+
+TEST(ClassInfo, ReadsTheTypesOfHostsInCpp) {
+  ASSERT_EQ(ZT_REGISTER_CLASS(Qualified), 1);
+  const Info info = describe(QualifiedClass_Instance());
+  const std::vector<std::tuple<std::string, std::string, int32_t>> fields = {
+      {"map", "std::map<int, char *> *", static_cast<int32_t>(offsetof(Qualified, map))},
+      {"text", "::std::string *", static_cast<int32_t>(offsetof(Qualified, text))},
+      {"other", "::std::string *", static_cast<int32_t>(offsetof(Qualified, other))},
+      {"pair", "std::pair<int32_t *, char>", -1},
+      {"behind", "int32_t", -1}};
+  ASSERT_EQ(info->fieldCount, 2 + static_cast<int32_t>(fields.size()));
+  for (size_t i = 0; i < fields.size(); ++i) {
+    const ztFieldInfo &field = info->fields[2 + i];
+    EXPECT_EQ(std::make_tuple(std::string(field.name), std::string(field.type), field.offset), fields[i]);
+  }
+  ASSERT_EQ(info->methodCount, 17);
+  EXPECT_STREQ(methodOf(info, "get")->declaration,
+               "std::map<int, char *> *(*get)(const void *, std::pair<int, int> *)");
 }
 
 TEST(ClassInfo, LeavesOutBitFields) {
