@@ -134,7 +134,10 @@ static void fillDescriptor(const ztClassDescription *description) {
 }
 
 int32_t ztOOP_registerClassOf(ztCtor ctor) {
-  if (ctor == nullptr) return 0;
+  if (ctor == nullptr) {
+    ztLc_log("ztOOP_registerClass - Error, the class is NULL\n");
+    return 0;
+  }
   // Without `create`, an object is only a header.
   ztBaseClass header;
   ctor(&header, 0);
@@ -148,7 +151,7 @@ int32_t ztOOP_registerClassOf(ztCtor ctor) {
 }
 
 int32_t ztOOP_registerClass(const ztClassDescription *description) {
-  return description == nullptr ? 0 : ztOOP_registerClassOf(description->functions.ctor);
+  return ztOOP_registerClassOf(description == nullptr ? nullptr : description->functions.ctor);
 }
 
 [[gnu::noinline]] uint32_t ztOOP_versionOf(const void *object) {

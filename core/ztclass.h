@@ -137,7 +137,7 @@ ZT_API int32_t ztOOP_isClassOfClass(const ztClass *klass, const char *name);
 /**
  * Makes a class known by its name before its first object.
  * @param description  the class. What ZT_DEFINE_CLASS defines is private to its source file: see ZT_REGISTER_CLASS()
- * @return 1, also when it was known; 0 for NULL, when memory is exhausted, and, with a line in the log, when the
+ * @return 1, also when it was known; 0 when memory is exhausted, and, with a line in the log, for NULL and when the
  *         name belongs to another class
  */
 ZT_API int32_t ztOOP_registerClass(const ztClassDescription *description);

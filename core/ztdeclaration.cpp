@@ -44,12 +44,22 @@ static const char *endOfBase(const TextPart &declarator, const TextPart &name) {
   return findOutside(between(declarator.begin, name.begin), "*(");
 }
 
+// Such as "flag : 1". The colons of "std::string" are two.
+static bool isBitField(const TextPart &declarator) {
+  const char *end = declarator.end();
+  const char *colon = findOutside(declarator, ":");
+  while (end - colon > 1 && colon[1] == ':') colon = findOutside(between(colon + 2, end), ":");
+  return colon != end;
+}
+
 bool Declarations::next() {
-  const TextPart list = wholeOf(rest);
-  const char *semicolon = findOutside(list, ";");
-  if (semicolon == list.end()) return false;
-  whole = trimmed(between(rest, semicolon));
-  rest = semicolon + 1;
+  do {
+    const TextPart list = wholeOf(rest);
+    const char *semicolon = findOutside(list, ";");
+    if (semicolon == list.end()) return false;
+    whole = trimmed(between(rest, semicolon));
+    rest = semicolon + 1;
+  } while (whole.isEmpty());
   declarators = whole.begin;
   cut = false;
   return true;
@@ -62,11 +72,12 @@ bool Declarations::nextDeclarator(Declarator *declarator) {
   const bool isFirst = declarators == whole.begin;
   declarators = comma + 1;
   const TextPart name = nameIn(part);
-  cut = name.isEmpty() || findOutside(part, ":") != part.end();
+  cut = name.isEmpty() || isBitField(part);
   if (cut) return false;
   const char *own = isFirst ? endOfBase(part, name) : part.begin;
   if (isFirst) base = trimmed(between(part.begin, own));
-  *declarator = {base, trimmed(between(own, name.begin)), name, trimmed(between(name.end(), part.end()))};
+  *declarator = {part, base, trimmed(between(own, name.begin)), name,
+                 trimmed(between(name.end(), part.end()))};
   return true;
 }
 

@@ -10,6 +10,7 @@ namespace ztcore {
 
 // One declared name: `char *name[8]` has the type "char *[8]", in the pieces before and after the name.
 struct Declarator {
+  TextPart text;    // "char *name[8]"; without the base where it is not the first of its declaration
   TextPart base;    // "char", what all declarators of one declaration have in common
   TextPart before;  // "*"
   TextPart name;
@@ -20,7 +21,7 @@ struct Declarator {
 class Declarations {
  public:
   explicit Declarations(const char *list) : rest(list) {}
-  // False at the end.
+  // False at the end. Passes over semicolons that end nothing.
   bool next();
   // The declaration, without its semicolon.
   TextPart text() const {

@@ -6,6 +6,7 @@
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
+#include "core/ztoop.hh"
 
 #include <string.h>
 
@@ -68,9 +69,12 @@ static ClassTexts textsOf(const ztClass *klass) {
   return {description->fieldsText, description->methodsText, description->functionsText};
 }
 
-static int32_t declarationsIn(const char *list) {
+static int32_t namesIn(const char *list) {
   int32_t count = 0;
-  for (Declarations declarations(list); declarations.next();) ++count;
+  Declarator declarator;
+  for (Declarations declarations(list); declarations.next();) {
+    while (declarations.nextDeclarator(&declarator)) ++count;
+  }
   return count;
 }
 
@@ -98,6 +102,17 @@ static const char *addText(Lists *lists, const TextPart &part) {
   const char *text = lists->texts;
   append(lists, part);
   *lists->texts++ = '\0';
+  return text;
+}
+
+// "void (*first)(void)", also where another method stands before it in the same declaration.
+static const char *addDeclaration(Lists *lists, const Declarator &declarator) {
+  const char *text = lists->texts;
+  if (declarator.text.begin != declarator.base.begin) {
+    append(lists, declarator.base);
+    append(lists, {" ", 1});
+  }
+  addText(lists, declarator.text);
   return text;
 }
 
@@ -148,35 +163,38 @@ static ztClass *definerOf(ztClass *klass, int32_t slot, const ztClass *introduce
   return klass;
 }
 
-static void addMethod(Lists *lists, ztClass *klass, ztClass *introducedBy, const TextPart &name,
-                      const TextPart &declaration) {
+static void addMethod(Lists *lists, ztClass *klass, ztClass *introducedBy, const Declarator &declarator) {
   ztMethodInfo *method = &lists->methods[lists->methodCount];
   const int32_t slot = lists->methodCount++;
-  const bool isFunction = memmem(declaration.begin, declaration.length, "(*", 2) != nullptr;
-  method->name = addText(lists, name);
-  method->declaration = addText(lists, declaration);
+  const bool isFunction = memmem(declarator.text.begin, declarator.text.length, "(*", 2) != nullptr;
+  method->name = addText(lists, declarator.name);
+  method->declaration = addDeclaration(lists, declarator);
   method->slot = slot;
-  method->state = stateOf(inSlot(klass, slot), isFunction || name.length == 0);
+  method->state = stateOf(inSlot(klass, slot), isFunction || declarator.name.isEmpty());
   method->introducedBy = introducedBy;
   const bool isDefined = method->state == ztMethodDefined || method->state == ztMethodData;
   method->definedBy = isDefined ? definerOf(klass, slot, introducedBy) : nullptr;
 }
 
-// The slots that one class of the chain added.
+static void addUnnamed(Lists *lists, ztClass *klass, ztClass *introducedBy, int32_t end) {
+  constexpr TextPart none = {"", 0};
+  while (lists->methodCount < end) addMethod(lists, klass, introducedBy, {none, none, none, none, none});
+}
+
+// The slots that one class of the chain added. If its parent has no texts, the first ones are the parent's. Otherwise
+// each must have a name; if not, there is something else in the list, and nobody can tell which slots it takes.
 static void addMethods(Lists *lists, ztClass *klass, ztClass *introducedBy) {
-  const char *text = textsOf(introducedBy).methods;
   const ztClassDescription *description = descriptionOf(introducedBy);
   if (description == nullptr) return;
-  const int32_t first = description->slotCount - declarationsIn(text);
-  // A parent without texts added them, or a class whose own texts lack them.
-  ztClass *unnamed = introducedBy;
-  if (introducedBy->parent != nullptr && descriptionOf(introducedBy->parent) == nullptr)
-    unnamed = introducedBy->parent;
-  while (lists->methodCount < first) addMethod(lists, klass, unnamed, {"", 0}, {"", 0});
-  for (Declarations declarations(text); declarations.next();) {
+  const int32_t end = description->slotCount;
+  const int32_t unnamed = end - lists->methodCount - namesIn(textsOf(introducedBy).methods);
+  ztClass *parent = introducedBy->parent;
+  const bool followsUnknown = parent != nullptr && descriptionOf(parent) == nullptr;
+  if (unnamed < 0 || (unnamed > 0 && !followsUnknown)) return addUnnamed(lists, klass, introducedBy, end);
+  addUnnamed(lists, klass, parent, lists->methodCount + unnamed);
+  for (Declarations declarations(textsOf(introducedBy).methods); declarations.next();) {
     Declarator declarator;
-    const bool isNamed = declarations.nextDeclarator(&declarator);
-    addMethod(lists, klass, introducedBy, isNamed ? declarator.name : TextPart{"", 0}, declarations.text());
+    while (declarations.nextDeclarator(&declarator)) addMethod(lists, klass, introducedBy, declarator);
   }
 }
 
@@ -241,11 +259,12 @@ static void addFields(Lists *lists, ztClass *introducedBy, FieldEnd *end) {
 static void addFunctions(Lists *lists, const char *list) {
   for (Declarations declarations(list); declarations.next();) {
     Declarator declarator;
-    if (!declarations.nextDeclarator(&declarator)) declarator.name = {"", 0};
-    ztFunctionInfo *function = &lists->functions[lists->functionCount];
-    function->slot = lists->functionCount++;
-    function->name = addText(lists, declarator.name);
-    function->declaration = addText(lists, declarations.text());
+    while (declarations.nextDeclarator(&declarator)) {
+      ztFunctionInfo *function = &lists->functions[lists->functionCount];
+      function->slot = lists->functionCount++;
+      function->name = addText(lists, declarator.name);
+      function->declaration = addDeclaration(lists, declarator);
+    }
   }
 }
 
@@ -299,10 +318,9 @@ static void fillLists(Lists *lists, ztClass *klass) {
 }
 
 ztClassInfo *ztOOP_classInfo(ztClass *klass) {
-  if (klass == nullptr) return nullptr;
   const Locked locked(engineLock);
-  if (!klass->initialised) {
-    ztLc_log("ztOOP_classInfo - Error, the class is not in use yet: see ZT_REGISTER_CLASS\n");
+  if (!isInUse(klass)) {
+    ztLc_log("ztOOP_classInfo - Error, the class is not in use: see ZT_REGISTER_CLASS\n");
     return nullptr;
   }
   Lists lists;

@@ -63,7 +63,8 @@ typedef struct ztClassInfo {
   int32_t methodCount;  /**< the number of methods */
   const ztMethodInfo
       *methods;              /**< own and inherited, in slot order. A slot that such a class added between two
-                                        described ones has no name */
+                                        described ones has no name; nor have those of a class that
+                                        declares something else than one pointer for each */
   int32_t fieldCount;        /**< the number of fields */
   const ztFieldInfo *fields; /**< own and inherited, in the order of their offsets */
   int32_t functionCount;     /**< the number of class functions */
@@ -73,8 +74,8 @@ typedef struct ztClassInfo {
 /** Describes a class of the library or of a host.
  *  @param klass  the class. It must be in use: registered, or an object of it was made
  *  @return what it is; the caller releases it with ztOOP_freeClassInfo(). It stays valid when the class goes, but the
- *          descriptors in it do not. NULL for NULL, when memory is exhausted and, with a line in the log, for a class
- *          that is not in use yet */
+ *          descriptors in it do not. NULL when memory is exhausted and, with a line in the log, for NULL and for a
+ *          class that is not in use: not yet, or no longer because its code was unloaded */
 ZT_API ztClassInfo *ztOOP_classInfo(ztClass *klass);
 
 /** Releases a description; NULL is allowed. */

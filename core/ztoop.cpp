@@ -267,6 +267,10 @@ static IndexedEntry *findEntryOf(const ztClass *klass) {
   return nullptr;
 }
 
+bool ztcore::isInUse(const ztClass *klass) {
+  return (descriptionOf(klass) != nullptr || findEntryOf(klass) != nullptr) && klass->initialised;
+}
+
 void ztOOP_leaveRegistry(const ztClassDescription *description) {
   if (isOfProgram(description)) return;
   const Locked locked(engineLock, Locked::hostsCode);

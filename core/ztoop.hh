@@ -14,6 +14,9 @@ bool isNameTaken(const char *name);
 // Registers a class unless its name is registered.
 void ensureRegistered(const char *name, ztCtor ctor);
 
+// Whether a class is filled and its code loaded. With engineLock held. An address of no such class is not followed.
+bool isInUse(const ztClass *klass);
+
 // Whether a class is the other one or its descendant. False for NULL.
 bool isWithin(const ztClass *klass, const ztClass *ancestor);
 

@@ -104,7 +104,7 @@ static bool putReader(const Reader &reader) {
 
 // The name of a class is set together with its version.
 static bool isEarlier(const ztClass *klass, uint32_t version) {
-  if (klass->name == nullptr) {
+  if (klass == nullptr || klass->name == nullptr) {
     ztLc_log("ztOOP::ztOOP_setReader - Error, the class is not known yet\n");
     return false;
   }
@@ -115,7 +115,6 @@ static bool isEarlier(const ztClass *klass, uint32_t version) {
 }
 
 int32_t ztOOP_setReader(ztClass *klass, uint32_t version, ztReader reader) {
-  if (klass == nullptr) return 0;
   const Locked locked(engineLock);
   if (!isEarlier(klass, version)) return 0;
   if (reader == nullptr) {
@@ -162,7 +161,10 @@ bool ztcore::readRecord(void *object, const Identity &identity, void *file) {
 
 void *ztOOP_readObject(void *file) {
   static const char function[] = "ztOOP_readObject";
-  if (file == nullptr) return nullptr;
+  if (file == nullptr) {
+    ztLc_log("ztOOP::%s - Error, the file is NULL\n", function);
+    return nullptr;
+  }
   Identity identity;
   if (!readIdentity(file, &identity)) {
     ztLc_log("ztOOP::%s - Error, no class identity at this place of the file\n", function);

@@ -59,8 +59,8 @@ typedef int32_t (*ztReader)(void *object, void *file, uint32_t version);
  * @param klass    a class that had an object or was registered: before, its version is not known
  * @param version  less than the version of the class
  * @param reader   NULL to remove the reader, also if there is none
- * @return 1; 0 for a NULL class, and, with a line in the log and nothing changed, for a class that is not known yet,
- *         for its own or a later version, and when memory is exhausted
+ * @return 1; 0, with a line in the log and nothing changed, for NULL and a class that is not known yet, for its own
+ *         or a later version, and when memory is exhausted
  */
 ZT_API int32_t ztOOP_setReader(ztClass *klass, uint32_t version, ztReader reader);
 
@@ -74,8 +74,8 @@ ZT_API ztReader ztOOP_readerOf(const ztClass *klass, uint32_t version);
  * version. Works on files of every class, also in a `read` or a reader, for an object within another.
  * @param file  an open file, at a class identity. It is behind the record afterwards, and anywhere within it after
  *              a failure: go back with `goToAbs` to the place that `tell` gave before
- * @return the object, the caller's; release it with `unRef`. NULL for a NULL file, and, with a line in the log, at
- *         the end of the file, for a damaged or incomplete record, an unknown class, a version that is not the
+ * @return the object, the caller's; release it with `unRef`. NULL, with a line in the log, for a NULL file, at the
+ *         end of the file, for a damaged or incomplete record, an unknown class, a version that is not the
  *         class's own and has no reader, a `read` or reader that fails, and when memory is exhausted
  */
 ZT_API void *ztOOP_readObject(void *file);

@@ -19,11 +19,15 @@ static bool isOneOf(char character, const char *wanted) {
 }
 
 const char *ztcore::findOutside(const TextPart &part, const char *wanted) {
+  // Behind a declaration, nobody knows any more whether "<" was an operator or began the arguments of a template.
+  const bool isWithinOne = *wanted != ';';
+  const char *opening = isWithinOne ? "([{<" : "([{";
+  const char *closing = isWithinOne ? ")]}>" : ")]}";
   int depth = 0;
   for (const char *at = part.begin; at < part.end(); ++at) {
     if (depth == 0 && isOneOf(*at, wanted)) return at;
-    if (isOneOf(*at, "([{")) ++depth;
-    if (isOneOf(*at, ")]}")) --depth;
+    if (isOneOf(*at, opening)) ++depth;
+    if (isOneOf(*at, closing)) --depth;
   }
   return part.end();
 }

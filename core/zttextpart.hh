@@ -32,7 +32,8 @@ inline TextPart wholeOf(const char *text) {
 
 // Without white space at its ends.
 TextPart trimmed(const TextPart &part);
-// The first of these characters outside all brackets of the part; its end when there is none.
+// The first of these characters outside all brackets of the part, those of templates included; its end when there is
+// none. A semicolon is not looked for together with others.
 const char *findOutside(const TextPart &part, const char *wanted);
 
 }  // namespace ztcore

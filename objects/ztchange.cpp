@@ -23,9 +23,33 @@ static const char *nameOf(const ztObject *object, const void *property) {
   return name != nullptr ? name : nameIn(object->dynamicProperties, property);
 }
 
-static const ztSignal *findChange(const ztObject *object, const void *property) {
-  const char *name = nameOf(object, property);
-  if (name == nullptr || object->signals == nullptr) return nullptr;
+namespace {
+
+// A property, also after another one was made at its address.
+struct Known {
+  const ztClass *type;
+  uint64_t name;
+
+  bool is(const Known &other) const {
+    return type == other.type && name == other.name;
+  }
+};
+
+}  // namespace
+
+static uint64_t hashOf(const char *name) {
+  uint64_t hash = 0xCBF29CE484222325;
+  while (*name != '\0') hash = (hash ^ static_cast<unsigned char>(*name++)) * 0x100000001B3;
+  return hash;
+}
+
+// A property that has a name lives.
+static Known knownAs(const char *name, const void *property) {
+  return {static_cast<const ztProperty *>(property)->type, hashOf(name)};
+}
+
+static const ztSignal *findChange(const ztObject *object, const char *name) {
+  if (object->signals == nullptr) return nullptr;
   for (const ztMapItem *item : itemsOf(object->signals)) {
     const auto *signal = static_cast<const ztSignal *>(item->value);
     const char *told = propertyOfChange(textOf(signal->name));
@@ -34,10 +58,19 @@ static const ztSignal *findChange(const ztObject *object, const void *property) 
   return nullptr;
 }
 
+// The signal of a property that slots of the first signal may have ended.
+static const ztSignal *findChange(const ztObject *object, const void *property, const Known &before) {
+  const char *name = nameOf(object, property);
+  return name != nullptr && before.is(knownAs(name, property)) ? findChange(object, name) : nullptr;
+}
+
 void ztcore::notifyBoth(void *object, const ztSignal *ofAny, const void *property, const ObjectWatch &owner,
                         const EmittedValue &value) {
+  const auto *owned = static_cast<const ztObject *>(object);
+  const char *name = nameOf(owned, property);
+  const Known before = name == nullptr ? Known{nullptr, 0} : knownAs(name, property);
   emitFound(object, ofAny, value);
   if (!owner.isAlive()) return;
-  const ztSignal *ofOne = findChange(static_cast<const ztObject *>(object), property);
+  const ztSignal *ofOne = findChange(owned, property, before);
   if (ofOne != nullptr) emitFound(object, ofOne, value);
 }

@@ -147,16 +147,16 @@ static void addSignal(const DeclaredSignal &signal, void *context) {
 // Descriptions ------------------------------------------------------------------------------------
 
 static ztPropertyMap *mapOf(ztClass *klass) {
-  if (!klass->initialised || !isWithin(klass, ztObjectClass_Instance())) {
-    ztLc_log("ztObject_classInfo - Error, the class '%s' is not in use yet, or no ztObject class\n",
-             klass->name == nullptr ? "(null)" : klass->name);
+  if (!isInUse(klass)) {
+    ztLc_log("ztObject_classInfo - Error, the class is not in use: see ZT_REGISTER_CLASS\n");
     return nullptr;
   }
-  return staticMapOf(klass);
+  if (isWithin(klass, ztObjectClass_Instance())) return staticMapOf(klass);
+  ztLc_log("ztObject_classInfo - Error, the class '%s' is no ztObject class\n", klass->name);
+  return nullptr;
 }
 
 ztObjectInfo *ztObject_classInfo(ztClass *klass) {
-  if (klass == nullptr) return nullptr;
   const Locked locked(engineLock, Locked::hostsCode);
   const ztPropertyMap *map = mapOf(klass);
   if (map == nullptr) return nullptr;

@@ -12,8 +12,9 @@ ZT_BEGIN_C
 
 /** A static property of a class. */
 typedef struct ztPropertyInfo {
-  const char *name;       /**< "level" */
-  const char *type;       /**< the name of its kind: "ztInt" */
+  const char *name; /**< "level" */
+  const char
+      *type; /**< the name of its kind: "ztInt"; "ztChar*" of a "ztCharPtr", "ztVoid*" of a "ztVoidPtr" */
   ztClass *typeClass;     /**< its property type */
   const char *declaredBy; /**< the name of the class that declared it */
   int32_t isReadable;     /**< 1 when it has a getter */
@@ -48,8 +49,8 @@ typedef struct ztObjectInfo {
 /** Describes the properties and signals of a class.
  *  @param klass  ztObject or a class derived from it. It must be in use: registered, or an object of it was made
  *  @return what it is; the caller releases it with ztObject_freeClassInfo(). It stays valid when the class goes, but
- *          the descriptors in it do not. NULL for NULL, when memory is exhausted and, with a line in the log, for
- *          another class and for one that is not in use yet */
+ *          the descriptors in it do not. NULL when memory is exhausted and, with a line in the log, for NULL, for
+ *          another class and for one that is not in use: not yet, or no longer because its code was unloaded */
 ZT_API ztObjectInfo *ztObject_classInfo(ztClass *klass);
 
 /** Releases a description; NULL is allowed. */

@@ -156,6 +156,30 @@ TEST_F(Changes, OfAPropertyThatASlotEndsAreNotTold) {
   EXPECT_EQ(told(), (Told{{1, 6}, {0, 6}}));
 }
 
+// The new property is likely to have the address of the old one.
+TEST_F(Changes, OfAPropertyThatASlotReplacesAreNotTold) {
+  const auto dropAll = [](const void *object) {
+    void *properties = static_cast<const ztObject *>(object)->dynamicProperties;
+    ztPropertyMap_of(properties)->empty(properties);
+  };
+  void *object = gauge;
+  ASSERT_EQ(ztObject_addText(object, "text", "first"), 1);
+  ASSERT_EQ(ztObject_addInt(object, "number", 1), 1);
+  for (const char *name : {"text", "number"})
+    ASSERT_EQ(ztObject_onChange(object, name, panel, diarySlot<0>()), 1);
+  ASSERT_EQ(connectTo(object, "prop->signalname", panel, diarySlot<1>()), 1);
+  for (const bool becomesText : {true, false}) {
+    reaction = [=](const Call &) {
+      dropAll(object);
+      becomesText ? ztObject_addText(object, "text", "next") : ztObject_addInt(object, "number", 2);
+    };
+    dropAll(object);
+    ASSERT_EQ(ztObject_addInt(object, "other", 1), 1);
+    EXPECT_EQ(ztObject_setInt(object, "other", 5), 1);
+    EXPECT_EQ(told(), (Told{{1, 5}})) << becomesText;
+  }
+}
+
 TEST_F(Changes, OfAnObjectThatASlotEndsAreNotTold) {
   void *object = Gauge_ctor(nullptr, 1);
   ASSERT_EQ(ztObject_onChange(object, "level", panel, diarySlot<0>()), 1);

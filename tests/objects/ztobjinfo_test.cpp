@@ -121,7 +121,8 @@ TEST(ObjectInfo, RefusesWhatIsNoObjectClass) {
   EXPECT_EQ(ztObject_classInfo(&unused), nullptr);
   EXPECT_EQ(ztObject_classInfo(nullptr), nullptr);
   EXPECT_EQ(log.file(),
-            "ztObject_classInfo - Error, the class 'ztString' is not in use yet, or no ztObject class\n"
-            "ztObject_classInfo - Error, the class '(null)' is not in use yet, or no ztObject class\n");
+            "ztObject_classInfo - Error, the class 'ztString' is no ztObject class\n"
+            "ztObject_classInfo - Error, the class is not in use: see ZT_REGISTER_CLASS\n"
+            "ztObject_classInfo - Error, the class is not in use: see ZT_REGISTER_CLASS\n");
   ztObject_freeClassInfo(nullptr);
 }
