@@ -191,7 +191,11 @@ static const char *nameOf(const ztClass *klass) {
 }
 
 void *ztOOP_cast(const void *object, const ztClass *klass) {
-  if (object == nullptr || isWithin(ztOOP_classOf(object), klass)) return const_cast<void *>(object);
+  if (object == nullptr) {
+    ztLc_log("ztOOP_cast - Error, the object is NULL, not a '%s'\n", nameOf(klass));
+    return nullptr;
+  }
+  if (isWithin(ztOOP_classOf(object), klass)) return const_cast<void *>(object);
   ztLc_log("ztOOP_cast - Error, the object is a '%s', not a '%s'\n", nameOf(ztOOP_classOf(object)),
            nameOf(klass));
   return nullptr;

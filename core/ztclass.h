@@ -144,7 +144,7 @@ ZT_API int32_t ztOOP_registerClass(const ztClassDescription *description);
 /** As ztOOP_registerClass(), for the class of the objects that @p ctor makes. */
 ZT_API int32_t ztOOP_registerClassOf(ztCtor ctor);
 
-/** @return the object, if it is of the class or a descendant; NULL for NULL and, with a line in the log, for an
+/** @return the object, if it is of the class or a descendant; NULL, with a line in the log, for NULL and for an
  *          object of another class */
 ZT_API void *ztOOP_cast(const void *object, const ztClass *klass);
 /** The most method slots of a class whose calls ZT_CHECKED checks. */
@@ -229,7 +229,7 @@ struct ztClassTraits {
  * Declares class C from the lists `C_FIELDS` and `C_METHODS`: the instance struct `C`, the method table
  * `CMethods`, the functions of every class, and
  *  - `C_new()`, a new object, which the caller releases with `unRef`; NULL when memory is exhausted;
- *  - `C_cast(object)`, the object as a C; NULL, with a line in the log, if it is none;
+ *  - `C_cast(object)`, the object as a C; NULL, with a line in the log, if it is none or NULL;
  *  - `C_of(object)`, the method table of the object's own class, for calls;
  *  - `C_table()`, the method table of C itself, for calls of C's version from a subclass.
  *

@@ -134,7 +134,9 @@ int32_t ztObject_onChange(void *object, const char *propertyName, void *receiver
   const Connection connection = {__func__, object, receiver, function};
   if (!isComplete(connection, propertyName) || !hasProperty(connection, propertyName)) return 0;
   const ChangeName name(propertyName);
-  return name.get() == nullptr ? fail(connection, propertyName) : connectChange(connection, name.get());
+  if (name.get() != nullptr) return connectChange(connection, name.get());
+  ztLc_log("%s - Error, memory is exhausted\n", __func__);
+  return 0;
 }
 
 // Emitting ----------------------------------------------------------------------------------------

@@ -508,6 +508,7 @@ TEST(Cast, RefusesAnotherClassWithALine) {
   EXPECT_EQ(ztOOP_cast(object, nullptr), nullptr);
   EXPECT_EQ(log.file(),
             "ztOOP_cast - Error, the object is a 'ztObject', not a 'ztRoot'\n"
+            "ztOOP_cast - Error, the object is NULL, not a 'ztRoot'\n"
             "ztOOP_cast - Error, the object is a 'ztObject', not a '(null)'\n");
 }
 
