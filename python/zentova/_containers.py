@@ -68,7 +68,7 @@ def class_made_by(constructor: int) -> Any:
 
 
 def name_of(wrapper: Any) -> str:
-    return next((cls._name for cls in type(wrapper).__mro__ if cls._name in
+    return next((cls._name for cls in type(wrapper).__mro__[:-2] if cls._name in
                  ("ztIntArray", "ztIntList", "ztFloatArray")), "")
 
 
@@ -294,6 +294,8 @@ def init_sequence(self: Any, elements: Any = (), *, element: Any = None) -> None
     if element is not None:
         if settled:
             raise TypeError(f"the elements of a {type(self).__name__} are settled")
+        if len(self):
+            raise Error("a container changes what it holds only while it is empty")
         size, by_pointer, constructor, compare = policy(element, "element")
         is_array = isinstance(self, objects.class_named("ztArray"))
         if constructor and is_array:
@@ -730,6 +732,8 @@ objects.extras["ztAvlTree"] = {
 def init_mapping(self: Any, pairs: Any = (), *, key: Any = None, value: Any = None, buckets: int = 64) -> None:
     """A map or hash table with these pairs. `key` and `value` are what it holds: see policy()."""
     is_table = isinstance(self, objects.class_named("ztHashTable"))
+    if len(self) and (key is not None or value is not None):
+        raise Error("a container changes what it holds only while it is empty")
     if key is not None:
         one = policy(key, "key")
         if not one.compare:

@@ -3,8 +3,10 @@
 from __future__ import annotations
 
 import ctypes
+import functools
 import keyword
 from ctypes import c_void_p
+from types import FunctionType
 from typing import Any, Callable
 
 from . import _declare as declare
@@ -61,6 +63,7 @@ def refused(cls: Any, name: str, why: str) -> Callable[..., Any]:
         raise UnsafeError(f"{cls.__name__}.{name} is not called from Python: {why}")
     function.__name__ = name
     function.__doc__ = f"Not called from Python: {why}."
+    function.of_engine = True  # type: ignore[attr-defined]
     return function
 
 
@@ -68,7 +71,13 @@ def left_open(cls: Any, name: str) -> Callable[..., Any]:
     def function(self: Any, *args: Any, **named: Any) -> Any:
         raise Error(f"no class up to {cls.__name__} defines {name}")
     function.__name__ = name
+    function.of_engine = True  # type: ignore[attr-defined]
     return function
+
+
+def is_made(member: Any) -> bool:
+    """Whether a member of a class was made from the description of a method."""
+    return isinstance(member, Method) or getattr(member, "of_engine", False)
 
 
 # Arguments ----------------------------------------------------------------------------------------------------------------
@@ -182,7 +191,7 @@ class Source:
         exec("\n".join(lines), self.names)
         function = self.names[self.name]
         function.__doc__ = doc
-        function.__module__ = "zentova"
+        function.of_engine = True
         function.__qualname__ = f"{self.cls.__name__}.{self.name}"
         return function
 
@@ -438,11 +447,24 @@ def members(cls: Any, info: engine.ClassInfo) -> None:
         if not known(method.declaration).lstrip().startswith("void *") or "(*" in known(method.declaration):
             namespace[name] = Method(cls, name, method.slot, known(method.declaration), method.introducedBy,
                                      method.definedBy or 0)
-    namespace.update(own)
+    namespace.update({name: checked(cls, value) if isinstance(value, FunctionType) else value
+                      for name, value in own.items()})
     for name, value in namespace.items():
         setattr(cls, name, value)
     if cls._watched:
         add_properties(cls)
+
+
+def checked(cls: Any, function: Any) -> Any:
+    """A function of a class, for its living objects only."""
+    @functools.wraps(function)
+    def method(self: Any, *args: Any, **named: Any) -> Any:
+        if not isinstance(self, cls):
+            wrong_self(self, cls)
+        if not self._c and not function.__name__.endswith("representation"):
+            engine.ended(self)
+        return function(self, *args, **named)
+    return method
 
 
 #: Methods of all classes that have a form of their own in Python.
@@ -469,8 +491,7 @@ def renew(cls: Any) -> None:
         for at in range(info.contents.methodCount):
             method = info.contents.methods[at]
             name = known(method.name)
-            if callable(cls.__dict__.get(name)) and getattr(cls.__dict__[name], "__module__", "") in (
-                    "zentova", __name__):
+            if is_made(cls.__dict__.get(name)):
                 setattr(cls, name, Method(cls, name, method.slot, known(method.declaration), method.introducedBy,
                                           method.definedBy or 0))
     finally:

@@ -134,8 +134,7 @@ class Object(metaclass=EngineClass):
 
     def release(self) -> None:
         """Releases the object now; the wrapper has ended then. Only who made the object may."""
-        if not self._c:
-            ended(self)
+        living(self)
         if not self._owned:
             raise Error(f"this {type(self).__name__} belongs to another object or to the program")
         release(self)
@@ -146,16 +145,14 @@ class Object(metaclass=EngineClass):
 
     def clone(self) -> Any:
         """A copy, which belongs to its wrapper."""
-        if not self._c:
-            ended(self)
-        return copy_of(self)
+        return copy_of(living(self))
 
     __copy__ = clone
 
     def up(self, method: str, *args: Any) -> Any:
         """Calls the method of the class above, as the methods of a subclass do for what they change."""
         from ._subclass import above
-        return getattr(above(self, method), method)(self, *args)
+        return getattr(above(living(self), method), method)(self, *args)
 
     @property
     def has_ended(self) -> bool:
@@ -166,7 +163,7 @@ class Object(metaclass=EngineClass):
         return self
 
     def __exit__(self, *problem: object) -> None:
-        if self._owned and self._c:
+        if isinstance(self, Object) and self._owned and self._c:
             self.release()
 
     def __eq__(self, other: object) -> bool:
@@ -195,6 +192,15 @@ class Object(metaclass=EngineClass):
                 del made[self._a]
         except AttributeError:
             pass  # it was never made
+
+
+def living(wrapper: Any) -> Any:
+    """The wrapper, if it is one and its object has not ended."""
+    if not isinstance(wrapper, Object):
+        raise TypeError(f"an object of the engine is needed, not {type(wrapper).__name__}")
+    if not wrapper._c:
+        ended(wrapper)
+    return wrapper
 
 
 _CTOR = ctypes.CFUNCTYPE(c_void_p, c_void_p, ctypes.c_int32)
@@ -228,9 +234,8 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
             passing.append(cell)
     else:
         wrapper._c = c_void_p(address)
-    state_of = attributes.get(address)
-    if state_of is not None and hasattr(wrapper, "__dict__"):
-        wrapper.__dict__ = state_of
+    if address in attributes and hasattr(wrapper, "__dict__"):
+        wrapper.__dict__ = attributes[address]
     return wrapper
 
 

@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import ctypes
 import functools
-import sys
 from ctypes import CFUNCTYPE, c_char_p, c_double, c_int32, c_int8, c_void_p
 from typing import Any, Callable
 
@@ -23,6 +22,8 @@ _functions: list[Any] = []
 #: What the tables had before, by the address of the slot: put back before the interpreter ends.
 _replaced: dict[int, int] = {}
 _names: list[bytes] = []
+#: The objects whose create is running, and whether that of the class in C has run.
+begun: list[list[Any]] = []
 
 NOT_OVERRIDDEN = ("Allocator", "classInstanceCreate", "classInstanceDestroy", "ref", "unRef", "getRefCount",
                   "initProperties", "staticProperties", "clone", "destroyed")
@@ -177,6 +178,7 @@ def traced(cls: Any, name: str, function: Any) -> Any:
             return function(self, *args, **named)
         finally:
             running.pop()
+    method.of_python = True  # type: ignore[attr-defined]
     return method
 
 
@@ -215,10 +217,13 @@ class Lifecycle:
             raise UnsafeError("up('create') is called by a create only")
 
     def call(self, wrapper: Any, slot: int, name: str, result: Any) -> Any:
-        override = next((cls for cls in self.parent.__mro__ if cls.__dict__.get("_python") and name in cls.__dict__), None)
+        override = next((cls for cls in self.parent.__mro__
+                         if getattr(cls.__dict__.get(name), "of_python", False)), None)
         if override is not None:
             return override.__dict__[name](wrapper)
         parent = next(cls for cls in self.parent.__mro__ if not cls.__dict__.get("_python"))
+        if begun:
+            begun[-1][1] = True
         done = ctypes.CFUNCTYPE(result).from_address(word_at(parent._klass + 40) + 8 * slot)(wrapper._c)
         if engine.pending:
             engine.raise_pending()
@@ -449,9 +454,7 @@ class Builder:
         self.add_lifecycle()
 
     def add_lifecycle(self) -> None:
-        cls, own_klass = self.cls, self.klass
-        parent = self.parent
-        props = self.own
+        cls, parent = self.cls, self.parent
 
         def all_props() -> list[prop]:
             return [value for above_it in cls.__mro__ for value in above_it.__dict__.values() if isinstance(value, prop)]
@@ -463,18 +466,25 @@ class Builder:
 
         def method_named(name: str) -> Any:
             return next((one.__dict__[name] for one in cls.__mro__
-                         if one.__dict__.get("_python") and name in one.__dict__), None)
+                         if getattr(one.__dict__.get(name), "of_python", False)), None)
+
+        size = self.size
 
         def create(address: int) -> int:
             objects.attributes[address] = {}
-            for one in all_props():
-                c_void_p.from_address(address + one.offset // 8 * 8)  # within the object
-                one.begin(address)
-            override = method_named("create")
-            if override is None:
-                return native_slot(objects.CREATE, c_int32)(c_void_p(address))
-            wrapper = early(address)
-            return int(bool(override(wrapper)))
+            ctypes.memset(address + 16, 0, size - 16)
+            begun.append([address, False])
+            try:
+                for one in all_props():
+                    one.begin(address)
+                override = method_named("create")
+                if override is not None:
+                    return int(bool(override(early(address))))
+            finally:
+                # An object whose create raised is destroyed like any other.
+                if begun.pop()[1] is False:
+                    created = native_slot(objects.CREATE, c_int32)(c_void_p(address))
+            return created
 
         def early(address: int) -> Any:
             """The object before its parent's `create` has run cannot be watched."""
@@ -502,8 +512,6 @@ class Builder:
         def clone(source: int, target: int) -> int:
             copied = native_slot(objects.CLONE, c_void_p)(c_void_p(source), c_void_p(target))
             if copied:
-                if not engine.watch:
-                    return 0
                 for one in all_props():
                     ctypes.memmove(target + one.offset, source + one.offset, STORED[one.kind.name][1])
                     one.copy(target)
@@ -525,8 +533,7 @@ class Builder:
                                       (6, (c_int32, c_void_p, c_void_p), assign),
                                       (objects.DESTROY, (None, c_void_p), destroy)):
             self.overrides[slot] = CFUNCTYPE(*types)(counted(function))
-        del own_klass
-        if props or cls.__dict__.get("signals"):
+        if self.own or cls.__dict__.get("signals"):
             self.overrides[25] = CFUNCTYPE(c_int32, c_void_p)(guarded(self.init_properties))
 
     def init_properties(self, klass: int) -> int:
@@ -608,8 +615,7 @@ class Builder:
             for one in info.contents.methods[:info.contents.methodCount]:
                 name = known(one.name)
                 found = next((above_it.__dict__[name] for above_it in self.cls.__mro__ if name in above_it.__dict__), None)
-                if name not in self.cls.__dict__ and isinstance(found, (_members.Method, type(_members.refused))) and \
-                        getattr(found, "__module__", "zentova") == "zentova" and one.state != _members.DATA:
+                if name not in self.cls.__dict__ and _members.is_made(found) and one.state != _members.DATA:
                     setattr(self.cls, name, _members.Method(self.cls, name, one.slot, known(one.declaration),
                                                             one.introducedBy, one.definedBy or 0))
         finally:
@@ -649,6 +655,3 @@ def end_all() -> None:
         c_void_p.from_address(place).value = before
     for name in reversed(_names):
         engine.free_class(name)
-
-
-_ = sys
