@@ -124,6 +124,13 @@ def attempt(function, *args):
         return None
 
 
+def arguments_of(member):
+    """How many arguments a method takes, without the object."""
+    function = getattr(getattr(member, "__func__", member), "__wrapped__", getattr(member, "__func__", member))
+    code = getattr(function, "__code__", None)
+    return max(code.co_argcount - 1, 0) if code else 1
+
+
 def attack(cls, values, dice):
     for name in members(cls):
         COUNTS["members"] += 1
@@ -139,7 +146,7 @@ def attack(cls, values, dice):
                 values.fill(one)
             member = attempt(getattr, one, name)
             if callable(member):
-                for count in (0, 1, 2, dice.randrange(3, 6)):
+                for count in (arguments_of(member), arguments_of(member), arguments_of(member), dice.randrange(5)):
                     attempt(member, *(values.any() for _ in range(count)))
             else:
                 attempt(setattr, one, name, values.any())
@@ -200,8 +207,9 @@ def attack_trees(values, dice):
 def main():
     folder, seed, rounds, plugins = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), sys.argv[4:]
     os.chdir(folder)
-    # A size of gigabytes is refused, not tried.
-    resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
+    if "asan" not in os.environ.get("LD_PRELOAD", ""):
+        # A size of gigabytes is refused, not tried.
+        resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 24, 1 << 24))
     dice = random.Random(seed)

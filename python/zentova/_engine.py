@@ -74,7 +74,8 @@ def _load() -> tuple[ctypes.CDLL, ctypes.PyDLL]:
     name = os.environ.get("ZENTOVA_LIBRARY") or SONAME
     before = log.choose()
     try:
-        library = ctypes.CDLL(name)
+        # Global, for plugins that were linked without the library.
+        library = ctypes.CDLL(name, mode=ctypes.RTLD_GLOBAL)
     except OSError as problem:
         raise ImportError(f"the library of the Zentova OOP Engine cannot be loaded: {problem}; ZENTOVA_LIBRARY may "
                           f"name another file than {SONAME}") from None

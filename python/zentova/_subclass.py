@@ -303,6 +303,7 @@ def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) 
     write = result_writer(cls, name, declaration.result)
     calls, passing = objects.calls, objects.passing
     nothing = None if declaration.result.is_void or declaration.result.stars else 0
+    stored = name in ("read", "write")
 
     def called(address: int, *values: Any) -> Any:
         calls.depth += 1
@@ -312,6 +313,8 @@ def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) 
             passed = [value if read is None else read(value)
                       for value, read, out in zip(values, readers, outs) if out is None]
             got = function(wrapper_of(address), *passed)
+            if stored and engine.pending:
+                return nothing  # a method that it called through C raised: no half record passes for a whole one
             places = [(value, out) for value, out in zip(values, outs) if out is not None]
             if places:
                 return store_outs(got, places)
@@ -528,6 +531,18 @@ class Builder:
                     one.assign(target, source)
             return done
 
+        def write(address: int, file: int) -> int:
+            done = native_slot(objects.WRITE, c_int32)(c_void_p(address), c_void_p(file))
+            return 0 if engine.pending else done
+
+        def read(address: int, file: int) -> int:
+            done = native_slot(objects.READ, c_int32)(c_void_p(address), c_void_p(file))
+            return 0 if engine.pending else done
+
+        # Where the class in C calls what Python changed, an exception must not leave half a record.
+        for slot, name, function in ((objects.WRITE, "write", write), (objects.READ, "read", read)):
+            if self.overrides and slot not in self.overrides and method_named(name) is None:
+                self.overrides[slot] = CFUNCTYPE(c_int32, c_void_p, c_void_p)(counted(function))
         for slot, types, function in ((objects.CREATE, (c_int32, c_void_p), create),
                                       (objects.CLONE, (c_void_p, c_void_p, c_void_p), clone),
                                       (6, (c_int32, c_void_p, c_void_p), assign),
