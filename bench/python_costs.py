@@ -10,14 +10,13 @@ The first table is what the package is held to: a method call 1.2 times, reading
 import gc
 import os
 import pathlib
-import statistics
 import subprocess
 import sys
 import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-ROUNDS, CALLS = 41, 20000
+ROUNDS, CALLS = 61, 5000
 NODES = 1_000_000
 
 
@@ -45,17 +44,18 @@ def loop(statement, names):
 
 
 def compare(what, ours, theirs, limit=None):
-    """Runs two functions by turns; prints the medians and their proportion."""
+    """Runs two functions by turns; prints the least time of each, which other work on the machine disturbs least, and
+    their proportion."""
     nothing = loop("pass", {})
     times = {"ours": [], "theirs": [], "nothing": []}
     for _ in range(ROUNDS):
         for name, function in (("ours", ours), ("theirs", theirs), ("nothing", nothing)):
             times[name].append(timed(function))
     base = min(times["nothing"])
-    medians = {name: (statistics.median(found) - base) / CALLS * 1e9 for name, found in times.items()}
-    ratio = medians["ours"] / medians["theirs"]
+    least = {name: (min(found) - base) / CALLS * 1e9 for name, found in times.items()}
+    ratio = least["ours"] / least["theirs"]
     held = "" if limit is None else f"   at most {limit}: {'yes' if ratio <= limit else 'NO'}"
-    print(f"{what:58} {medians['ours']:7.0f} ns {medians['theirs']:7.0f} ns   {ratio:5.2f}{held}")
+    print(f"{what:58} {least['ours']:7.0f} ns {least['theirs']:7.0f} ns   {ratio:5.2f}{held}")
     return ratio
 
 
@@ -74,20 +74,21 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         zt.load_plugin(gauge(folder))
         names = {"node": zt.ztRoot(name="a"), "gauge": zt.Gauge(), "action": Gio.SimpleAction.new("a", None),
-                 "theirs": Theirs()}
+                 "theirs": Theirs(), "listener": Gio.SocketListener()}
         print(f"{'':58} {'ours':>10} {'PyGObject':>10}   ratio")
         compare("a method, no arguments: getUid(), get_enabled()", loop("node.getUid()", names),
                 loop("action.get_enabled()", names), 1.2)
-        compare("a method, one number: setUid(7), set_enabled(True)", loop("node.setUid(7)", names),
-                loop("action.set_enabled(True)", names), 1.2)
+        compare("a method, one number: setUid(7), set_backlog(7)", loop("node.setUid(7)", names),
+                loop("listener.set_backlog(7)", names), 1.2)
         compare("a method, a text: getName(), get_name()", loop("node.getName()", names),
                 loop("action.get_name()", names), 1.2)
         compare("reading a property: gauge.level, action.props.enabled", loop("gauge.level", names),
                 loop("action.props.enabled", names), 0.6)
-        compare("writing a property of a class in C", loop("gauge.level = 3", names),
-                loop("action.props.enabled = True", names), 0.6)
-        compare("reading and writing it", loop("gauge.level; gauge.level = 3", names),
-                loop("action.props.enabled; action.props.enabled = True", names), 0.6)
+        compare("writing it, another value each time (two)", loop("gauge.level = 3; gauge.level = 4", names),
+                loop("action.props.enabled = False; action.props.enabled = True", names), 0.6)
+        compare("reading and writing it (two)", loop("gauge.level; gauge.level = 3; gauge.level; gauge.level = 4", names),
+                loop("action.props.enabled; action.props.enabled = False; "
+                     "action.props.enabled; action.props.enabled = True", names), 0.6)
         print("against other ways of PyGObject:")
         compare("reading: action.get_property('enabled')", loop("gauge.level", names),
                 loop("action.get_property('enabled')", names))

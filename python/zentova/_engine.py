@@ -349,11 +349,12 @@ def ended(wrapper: Any) -> NoReturn:
 
 #: Called, the last first, while the interpreter still works.
 at_end: list[Callable[[], None]] = []
-state = {"running": True}
+#: Empty once the interpreter ends: nothing is released any more.
+running = [True]
 
 
 @atexit.register
 def _end() -> None:
     while at_end:
         at_end.pop()()
-    state["running"] = False
+    running.clear()

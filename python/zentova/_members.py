@@ -36,7 +36,7 @@ class Method:
         function = self.make()
         if self.cls.__dict__.get(self.name) is self:
             setattr(self.cls, self.name, function)
-        return function if wrapper is None else function.__get__(wrapper, owner)
+        return getattr(function, "for_any", function) if wrapper is None else function.__get__(wrapper, owner)
 
     def make(self) -> Any:
         cls, name = self.cls, self.name
@@ -180,9 +180,6 @@ class Source:
     def compile(self, call: str, result: list[str], doc: str) -> Any:
         lines = [
             f"def {self.name}({', '.join(['self'] + self.parameters)}):",
-            " if self.__class__ is not K and not isinstance(self, K): wrong_self(self, K)",
-            " c = self._c",
-            " if not c: ended(self)",
             *(f" {line}" for line in self.before),
             f" r = {call}({', '.join(self.passed)})",
             " if pending: raise_pending()",
@@ -192,6 +189,8 @@ class Source:
         function = self.names[self.name]
         function.__doc__ = doc
         function.of_engine = True
+        # Called on an object, the class of the object is right. Taken from the class, any object may come.
+        function.for_any = checked(self.cls, function)
         function.__qualname__ = f"{self.cls.__name__}.{self.name}"
         return function
 
@@ -243,10 +242,12 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
         source.names["klass"] = c_void_p(cls._klass)
         source.passed.append("klass")
         if len(parameters) > 1 and parameters[1].name == "object":
-            source.passed.append("c")
+            source.passed.append("self._c or ended(self)")
             del parameters[1]
+        else:
+            source.before.append("self._c or ended(self)")
     elif parameters[0].type.base in ("void", introduced):
-        source.passed.append("c")
+        source.passed.append("self._c or ended(self)")
         if parameters[0].type.mark == "ztOwned":
             if (introduced, name) != ("ztRoot", "setParent"):
                 raise UnsafeError("the call takes the object over")
@@ -284,8 +285,16 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
         result.insert(0, f"if r: failed({what!r})")
     if source.outs:
         result[-1] = f"return {', '.join(source.outs)}"
-    source.names["f"] = ctypes.CFUNCTYPE(restype).from_address(place)
+    source.names["f"] = form_of_call(introduced, name, defined)(restype).from_address(place)
     return source.compile("f", result, str(declaration_text(declaration)))
+
+
+def form_of_call(introduced: str, name: str, defined: int) -> Any:
+    """How a method is called. Other threads of Python run meanwhile, but where the library's own method is done before
+    they could begin."""
+    own = objects.is_library(objects.class_at(defined)._name) if defined else False
+    short = own and introduced not in ("ztFile", "ztContainer") and name not in ("read", "write", "assign")
+    return ctypes.PYFUNCTYPE if short else ctypes.CFUNCTYPE
 
 
 def optional_parent(source: Source, wanted: Any) -> None:
@@ -323,8 +332,7 @@ def result_of(source: Source, kind: declare.Type, introduced: str, name: str, li
         source.names["owned_text"] = owned_text
         return c_void_p, ["return owned_text(r)"]
     if kind.is_text:
-        source.names["bytes_to_text"] = engine.bytes_to_text
-        return ctypes.c_char_p, ["return bytes_to_text(r)"]
+        return ctypes.c_char_p, ["return r if r is None else r.decode('utf-8', 'surrogateescape')"]
     role = policy.RESULTS.get(f"{introduced}.{name}")
     if role == "object":
         source.names["borrow"] = objects.borrow

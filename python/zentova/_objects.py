@@ -5,16 +5,18 @@ from __future__ import annotations
 import ctypes
 import weakref
 from ctypes import c_void_p
+from types import FunctionType
 from typing import Any, Iterator
 
 from . import _engine as engine
-from ._engine import ended, failed, known, pending, raise_pending, state, word_at
+from ._engine import ended, failed, known, pending, raise_pending, running, word_at
 from ._policy import NOT_MADE
 from .errors import Error, UnsafeError
 
 #: Numbers of slots that never change.
 CTOR, CREATE, CLONE, DESTROY, READ, WRITE, UNREF = 1, 4, 5, 10, 11, 12, 14
-GET_PROPERTY, GET_VALUE = 27, 16
+SET_PROPERTY, GET_PROPERTY = 26, 27
+GET_VALUE, SET_VALUE = 16, 16
 
 #: Classes by the addresses of their descriptors.
 by_address: dict[int, "EngineClass"] = {}
@@ -95,6 +97,10 @@ class EngineClass(type):
                 raise TypeError(f"{cls.__name__} is no class of the engine: put @zentova.subclass before it")
             raise TypeError("Object stands for all classes of the engine: name one")
         return super().__call__(*args, **values)
+
+    def __getattribute__(cls, name: str) -> Any:
+        value = type.__getattribute__(cls, name)
+        return getattr(value, "for_any", value) if isinstance(value, FunctionType) else value
 
     def __repr__(cls) -> str:
         return f"<class of the engine {cls.__name__}>"
@@ -180,16 +186,17 @@ class Object(metaclass=EngineClass):
         return dynamic(self, name)
 
     def __del__(self) -> None:
-        if not state["running"]:
-            return
         try:
+            if not running:
+                return
             if self._owned:
                 release(self)
                 return
-            if self._c and self._watched:
-                engine.unwatch(self._a, ctypes.addressof(self._c))
-            if self._a in made and made[self._a]() is None:
-                del made[self._a]
+            address, cell = self._a, self._c
+            if cell and self._watched:
+                _unwatch(address, _addressof(cell))
+            if address in made and made[address]() is None:
+                del made[address]
         except AttributeError:
             pass  # it was never made
 
@@ -243,20 +250,34 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
 passing: list[c_void_p] = []
 
 
+#: Classes of ztObject whose objects have no attributes of Python's, by descriptor.
+plain: dict[int, Any] = {}
+_unwatch = engine.unwatch
+_watch, _addressof, _word_from = engine.watch, ctypes.addressof, ctypes.c_size_t.from_address
+
+
 def borrow(address: int | None, keep: Any = None) -> Any:
     """The wrapper of a living object of ztObject that belongs to another; None for NULL."""
     if not address:
         return None
-    kept = made.get(address)
-    if kept is not None:
-        wrapper = kept()
+    if address in made:
+        wrapper = made[address]()
         if wrapper is not None and wrapper._c:
             return wrapper
-    klass = word_at(address)
+    klass = _word_from(address).value
+    if klass in plain:
+        # As wrap(), for the walk through large trees.
+        wrapper = _new(plain[klass])
+        cell = c_void_p()
+        if _watch(address, _addressof(cell)):
+            wrapper._a, wrapper._c, wrapper._owned, wrapper._keep = address, cell, False, keep
+            return wrapper
     cls = by_address.get(klass) or class_at(klass)
     wrapper = wrap(address, cls, keep)
     if cls.__dict__.get("_python"):
         made[address] = weakref.ref(wrapper)
+    elif cls._watched:
+        plain[klass] = cls
     return wrapper
 
 

@@ -177,7 +177,7 @@ class Property:
             _members.wrong_self(wrapper, self.cls)
         if not wrapper._c:
             ended(wrapper)
-        bound = property(self.reader(wrapper), self.writer(), None, f"{self.kind.name} {self.name}")
+        bound = property(self.reader(wrapper), self.writer(wrapper), None, f"{self.kind.name} {self.name}")
         if self.cls.__dict__.get(self.name) is self:
             setattr(self.cls, self.name, bound)
         return bound
@@ -193,18 +193,14 @@ class Property:
             return lambda self: get_value(self, name, kind)
         function, of = getter
         convert = "return r != 0" if kind.name == "ztBool" else "return r"
-        names = {"K": cls, "f": function, "of": of, "ended": ended, "pending": pending, "isinstance": isinstance,
-                 "raise_pending": raise_pending, "wrong_self": _members.wrong_self}
+        names = {"f": function, "of": of, "ended": ended, "pending": pending, "raise_pending": raise_pending}
         exec(f"def {kind.name}(self):\n"
-             " if self.__class__ is not K and not isinstance(self, K): wrong_self(self, K)\n"
-             " c = self._c\n"
-             " if not c: ended(self)\n"
-             " r = f(c, of)\n"
+             " r = f(self._c or ended(self), of)\n"
              " if pending: raise_pending()\n"
              f" {convert}\n", names)
         return names[kind.name]
 
-    def writer(self) -> Any:
+    def writer(self, wrapper: Any) -> Any:
         name, kind, cls = self.name, self.kind, self.cls
         if not self.writable:
             def unwritable(self: Any, value: Any) -> None:
@@ -212,17 +208,20 @@ class Property:
             return unwritable
         if kind.name not in ("ztInt", "ztFloat"):
             return lambda self, value: set_value(self, name, kind, value)
-        names = {"K": cls, "f": kind.set, "name": name.encode(), "ended": ended, "pending": pending, "type": type,
+        names = {"f": kind.set, "name": name.encode(), "ended": ended, "pending": pending, "type": type,
                  "raise_pending": raise_pending, "set_value": set_value, "kind": kind, "text": name, "int": int,
                  "float": float, "c_double": c_double}
         fits, passed = (("type(value) is int and -2147483648 <= value <= 2147483647", "value")
                         if kind.name == "ztInt" else ("type(value) is float", "c_double(value)"))
+        call = f"f(self._c or ended(self), name, {passed})"
+        setter = direct_setter(wrapper, name, kind) if type(wrapper) is cls else None
+        if setter is not None:
+            names["f"], names["of"] = setter
+            call = "f(of, self._c or ended(self), value)"
         # Where it fails, nothing was written: the second try tells why.
         exec("def write(self, value):\n"
-             " c = self._c\n"
-             " if not c: ended(self)\n"
              f" if not ({fits}): return set_value(self, text, kind, value)\n"
-             f" r = f(c, name, {passed})\n"
+             f" r = {call}\n"
              " if pending: raise_pending()\n"
              " if not r: set_value(self, text, kind, value)\n", names)
         return names["write"]
@@ -238,16 +237,33 @@ def own_functions() -> dict[int, int]:
 
 
 _types: dict[int, int] = {}
-_get_property = 0
+#: The getProperty and the setProperty of ztObject.
+_own: tuple[int, ...] = ()
 
 
 def remember_types() -> None:
     """Notes the functions of the library before a host can replace them."""
-    global _get_property
+    global _own
     engine.register_types()
     _types.update(own_functions())
     root = objects.class_named("ztObject")
-    _get_property = word_at(word_at(root._klass + 40) + 8 * objects.GET_PROPERTY)
+    _own = access_of(root._klass)
+
+
+def access_of(klass: int) -> tuple[int, ...]:
+    """The functions of a class by which properties are read and set."""
+    table = word_at(klass + 40)
+    return word_at(table + 8 * objects.GET_PROPERTY), word_at(table + 8 * objects.SET_PROPERTY)
+
+
+def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] | None:
+    """The setValue of properties, which setProperty calls once it has found the property by its name, and the
+    property; None where a function of a host stands between."""
+    found = engine.find_property(wrapper._a, name.encode())
+    if kind.name != "ztInt" or not found or access_of(type(wrapper)._klass) != _own:
+        return None
+    place = word_at(objects.class_named("ztProperty")._klass + 40) + 8 * objects.SET_VALUE
+    return ctypes.PYFUNCTYPE(c_int32).from_address(place), c_void_p(found)
 
 
 def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] | None:
@@ -257,7 +273,7 @@ def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] |
         return None
     klass = type(wrapper)._klass
     found = engine.find_property(wrapper._a, name.encode())
-    if not found or word_at(word_at(klass + 40) + 8 * objects.GET_PROPERTY) != _get_property:
+    if not found or access_of(klass) != _own:
         return None
     type_class, getter = word_at(found + 24), word_at(found + 32)
     if not getter or _types.get(type_class) != word_at(word_at(type_class + 40) + 8 * objects.GET_VALUE):

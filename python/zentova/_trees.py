@@ -19,6 +19,21 @@ class Item(Structure):
     _fields_ = [("klass", c_void_p), ("refCount", c_void_p), ("data", c_void_p), ("prev", c_void_p), ("next", c_void_p)]
 
 
+class Node(Structure):
+    """The beginning of a ztRoot"""
+
+    _fields_ = [("before", c_void_p * 5), ("children", c_void_p)]
+
+
+class List(Structure):
+    """ztList"""
+
+    _fields_ = [("before", c_void_p * 8), ("head", c_void_p)]
+
+
+_node_at, _list_at = Node.from_address, List.from_address
+
+
 def node_of(value: Any) -> Any:
     root = objects.class_named("ztRoot")
     if not isinstance(value, root):
@@ -87,9 +102,9 @@ def walk(root: Any) -> Iterator[Any]:
             stack.pop()
 
 
-def has_children(node: int) -> bool:
-    children = word_at(node + CHILDREN)
-    return bool(children and word_at(children + HEAD))
+def has_children(node: int) -> Any:
+    children = _node_at(node).children
+    return children and _list_at(children).head
 
 
 class Tree:
