@@ -47,6 +47,13 @@ static void probeDestroy(void *object) {
   ztRoot_table()->destroy(probe);
 }
 
+static void *probeClone(const void *object, void *target) {
+  Probe *copy = ztRoot_table()->clone(object, target);
+  if (copy == NULL) return NULL;
+  copy->title = ztString_new();
+  return copy;
+}
+
 static int64_t probeWide(const void *probe, int64_t value, uint8_t small, uint64_t large) {
   (void)probe;
   return value + small + (int64_t)(large >> 63);
@@ -118,6 +125,7 @@ static int32_t probeAskTwice(void *probe, int32_t value) {
 static void probeMethods(ProbeMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, probeCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, probeDestroy);
+  ZT_OVERRIDE_METHOD(methods, clone, probeClone);
   ZT_OVERRIDE_METHOD(methods, wide, probeWide);
   ZT_OVERRIDE_METHOD(methods, scale, probeScale);
   ZT_OVERRIDE_METHOD(methods, divide, probeDivide);

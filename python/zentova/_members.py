@@ -179,14 +179,15 @@ class Source:
 
     def compile(self, call: str, result: list[str], doc: str) -> Any:
         lines = [
-            f"def {self.name}({', '.join(['self'] + self.parameters)}):",
+            f"def method({', '.join(['self'] + self.parameters)}):",
             *(f" {line}" for line in self.before),
             f" r = {call}({', '.join(self.passed)})",
             " if pending: raise_pending()",
             *(f" {line}" for line in self.after + result),
         ]
         exec("\n".join(lines), self.names)
-        function = self.names[self.name]
+        function = self.names["method"]
+        function.__name__ = self.name
         function.__doc__ = doc
         function.of_engine = True
         # Called on an object, the class of the object is right. Taken from the class, any object may come.
@@ -476,7 +477,7 @@ def checked(cls: Any, function: Any) -> Any:
 
 
 #: Methods of all classes that have a form of their own in Python.
-RESERVED = frozenset({"unRef", "clone"})
+RESERVED = frozenset({"unRef", "clone", "release", "up", "has_ended"})
 
 
 def declare_arguments(cls: Any, method: str, **arguments: Any) -> None:

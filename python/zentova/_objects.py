@@ -33,7 +33,7 @@ class Pointer:
 
     __slots__ = ("_address",)
 
-    def __init__(self) -> None:
+    def __init__(self, *args: Any) -> None:
         raise TypeError("addresses are not made in Python")
 
     def __eq__(self, other: object) -> bool:

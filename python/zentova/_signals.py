@@ -90,14 +90,19 @@ def convert(text: str) -> Callable[[Any], Any] | None:
 class Connection:
     """A connection of a signal to a function. It lasts until disconnect(), the end of a `with` or the sender's end."""
 
-    __slots__ = ("sender", "signal", "_receiver", "_thunk", "__weakref__")
+    __slots__ = ("signal", "_sender", "_address", "_receiver", "_thunk", "__weakref__")
 
     def __init__(self, sender: Any, signal: str, receiver: Any, thunk: Any) -> None:
-        self.sender, self.signal, self._receiver, self._thunk = sender, signal, receiver, thunk
+        self.signal, self._receiver, self._thunk = signal, receiver, thunk
+        # The sender is watched, not kept.
+        self._sender, self._address = c_void_p(), sender._a
+        if not sender._c or not engine.watch(sender._a, ctypes.addressof(self._sender)):
+            self._sender.value = None
 
     @property
     def is_connected(self) -> bool:
-        return self._thunk is not None and not self.sender.has_ended
+        """Whether emissions still reach the function."""
+        return self._thunk is not None and bool(self._sender)
 
     def disconnect(self) -> None:
         """Ends the connection; nothing happens when it has ended."""
@@ -107,6 +112,9 @@ class Connection:
         thunk, self._thunk = self._thunk, None
         if objects.calls.depth:
             objects.calls.thunks.append(thunk)  # it may be running
+        if self._sender:
+            engine.unwatch(self._address, ctypes.addressof(self._sender))
+            self._sender.value = None
         if not self._receiver.has_ended:
             self._receiver.release()  # this also disconnects it
 
@@ -126,7 +134,7 @@ def remember(connection: Connection) -> None:
     """Keeps a connection, and drops those whose sender has ended where many came."""
     global _next_look
     if len(connections) >= _next_look:
-        for one in [one for one in connections.values() if one.sender.has_ended]:
+        for one in [one for one in connections.values() if not one._sender]:
             one.disconnect()
         _next_look = 2 * len(connections) + 64
     connections[id(connection)] = connection

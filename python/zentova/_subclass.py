@@ -26,7 +26,7 @@ _names: list[bytes] = []
 begun: list[list[Any]] = []
 
 NOT_OVERRIDDEN = ("Allocator", "classInstanceCreate", "classInstanceDestroy", "ref", "unRef", "getRefCount",
-                  "initProperties", "staticProperties", "clone", "destroyed")
+                  "initProperties", "staticProperties", "clone", "destroyed", "release")
 STORED = {"ztInt": ("int32_t", 4), "ztBool": ("int32_t", 4), "ztChar": ("signed char", 1), "ztFloat": ("double", 8),
           "ztString": ("ztString *", 8), "ztCharPtr": ("char *", 8), "ztVoidPtr": ("void *", 8)}
 
