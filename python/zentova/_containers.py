@@ -67,9 +67,14 @@ def class_made_by(constructor: int) -> Any:
     return found
 
 
+def names_above(wrapper: Any) -> list[str]:
+    """The names of the class of an object and of those above it."""
+    above: Any = type(wrapper).__mro__[:-2]
+    return [cls._name for cls in above]
+
+
 def name_of(wrapper: Any) -> str:
-    return next((cls._name for cls in type(wrapper).__mro__[:-2] if cls._name in
-                 ("ztIntArray", "ztIntList", "ztFloatArray")), "")
+    return next((name for name in names_above(wrapper) if name in ("ztIntArray", "ztIntList", "ztFloatArray")), "")
 
 
 def sequence_element(wrapper: Any) -> Element:
@@ -290,7 +295,7 @@ SETTLED = ("ztIntArray", "ztFloatArray", "ztCharArray", "ztStringArray", "ztPtrA
 def init_sequence(self: Any, elements: Any = (), *, element: Any = None) -> None:
     """A container with these elements. `element` is what a plain ztArray, ztList, ztQueue, ztStack, ztDeque or
     ztAvlTree holds: see policy()."""
-    settled = any(cls._name in SETTLED for cls in type(self).__mro__[:-2])
+    settled = any(name in SETTLED for name in names_above(self))
     if element is not None:
         if settled:
             raise TypeError(f"the elements of a {type(self).__name__} are settled")

@@ -14,7 +14,7 @@ from ._policy import NOT_MADE
 from .errors import Error, UnsafeError
 
 #: Numbers of slots that never change.
-CTOR, CREATE, CLONE, DESTROY, READ, WRITE, UNREF = 1, 4, 5, 10, 11, 12, 14
+CTOR, CREATE, CLONE, ASSIGN, DESTROY, READ, WRITE, UNREF = 1, 4, 5, 6, 10, 11, 12, 14
 SET_PROPERTY, GET_PROPERTY = 26, 27
 GET_VALUE, SET_VALUE = 16, 16
 
@@ -32,6 +32,7 @@ class Pointer:
     """An address that the engine gave and nothing describes. It is neither followed nor made in Python."""
 
     __slots__ = ("_address",)
+    _address: int
 
     def __init__(self, *args: Any) -> None:
         raise TypeError("addresses are not made in Python")
@@ -139,7 +140,7 @@ class Object(metaclass=EngineClass):
             setattr(self, name, value)
 
     def release(self) -> None:
-        """Releases the object now; the wrapper has ended then. Only who made the object may."""
+        """Ends the object now, unless others hold references to it. Only the wrapper that owns it may."""
         living(self)
         if not self._owned:
             raise Error(f"this {type(self).__name__} belongs to another object or to the program")
@@ -260,6 +261,7 @@ def borrow(address: int | None, keep: Any = None) -> Any:
     """The wrapper of a living object of ztObject that belongs to another; None for NULL."""
     if not address:
         return None
+    wrapper: Any
     if address in made:
         wrapper = made[address]()
         if wrapper is not None and wrapper._c:
@@ -285,6 +287,7 @@ def borrow_briefly(address: int | None) -> Any:
     """As borrow(), also for other objects: their wrappers end when the present call of C returns."""
     if not address:
         return None
+    wrapper: Any
     kept = made.get(address)
     if kept is not None:
         wrapper = kept()

@@ -43,7 +43,7 @@ def declared(cls: Any) -> dict[str, tuple[str, tuple[str, ...]]]:
 
 def signals(of: Any) -> list[str]:
     """The declared signals of a class or of an object's class, as they were declared."""
-    cls = of if isinstance(of, objects.EngineClass) else type(object_of(of))
+    cls: Any = of if isinstance(of, objects.EngineClass) else type(object_of(of))
     if not cls._klass or not cls._watched:
         raise TypeError("an object or a class of ztObject is needed")
     return [text for text, _ in declared(cls).values()]

@@ -389,7 +389,7 @@ def check(cls: Any) -> None:
         raise TypeError(f"{cls.__name__} is a class of the engine already")
     if len(cls.__bases__) != 1 or not cls.__mro__[1].__dict__.get("_klass"):
         raise TypeError(f"{cls.__name__} derives from one class of the engine")
-    parent = cls.__mro__[1]
+    parent: Any = cls.__mro__[1]
     if parent._name in objects.NOT_MADE and parent._name != "ztTagAttribute" or parent._name.endswith("PropertyType"):
         raise UnsafeError(f"{parent.__name__} has no subclasses in Python")
     if len(cls.__name__.encode()) > 99:
@@ -525,7 +525,7 @@ class Builder:
             override = method_named("assign")
             if override is not None:
                 return int(bool(override(wrapper_of(target), wrapper_of(source))))
-            done = native_slot(6, c_int32)(c_void_p(target), c_void_p(source))
+            done = native_slot(objects.ASSIGN, c_int32)(c_void_p(target), c_void_p(source))
             if done and word_at(source) == word_at(target):
                 for one in all_props():
                     one.assign(target, source)
@@ -540,13 +540,13 @@ class Builder:
             return 0 if engine.pending else done
 
         # Where the class in C calls what Python changed, an exception must not leave half a record.
-        for slot, name, function in ((objects.WRITE, "write", write), (objects.READ, "read", read)):
+        for slot, name, stored in ((objects.WRITE, "write", write), (objects.READ, "read", read)):
             if self.overrides and slot not in self.overrides and method_named(name) is None:
-                self.overrides[slot] = CFUNCTYPE(c_int32, c_void_p, c_void_p)(counted(function))
-        for slot, types, function in ((objects.CREATE, (c_int32, c_void_p), create),
-                                      (objects.CLONE, (c_void_p, c_void_p, c_void_p), clone),
-                                      (6, (c_int32, c_void_p, c_void_p), assign),
-                                      (objects.DESTROY, (None, c_void_p), destroy)):
+                self.overrides[slot] = CFUNCTYPE(c_int32, c_void_p, c_void_p)(counted(stored))
+        lifecycle: tuple[tuple[int, Any, Callable[..., Any]], ...] = (
+            (objects.CREATE, (c_int32, c_void_p), create), (objects.CLONE, (c_void_p, c_void_p, c_void_p), clone),
+            (objects.ASSIGN, (c_int32, c_void_p, c_void_p), assign), (objects.DESTROY, (None, c_void_p), destroy))
+        for slot, types, function in lifecycle:
             self.overrides[slot] = CFUNCTYPE(*types)(counted(function))
         if self.own or cls.__dict__.get("signals"):
             self.overrides[25] = CFUNCTYPE(c_int32, c_void_p)(guarded(self.init_properties))
