@@ -270,3 +270,26 @@ def test_a_name_is_given_once(zt, plant):
         zt.subclass(type(zt.ztRoot)("Named", (zt.ztRoot,), {"name": zt.prop("ztInt")}))
     with pytest.raises(ValueError, match="the signal"):
         zt.subclass(type(zt.ztRoot)("Malformed", (zt.ztRoot,), {"signals": ["told(int32_t"]}))
+
+
+def test_threads_use_their_own_objects(zt, plant):
+    import threading
+    problems = []
+
+    def work(number):
+        try:
+            for turn in range(20):
+                root, seen = plant.tree(5), []
+                zt.connect(root, "childAdded", lambda child, seen=seen: seen.append(child.name))
+                root.addChild(plant.big(name="last", limit=turn))
+                assert seen == ["last"]
+                zt.save_tree(root, f"thread {number}.zt")
+                assert len(told(zt.open_tree(f"thread {number}.zt"))) == 7
+        except BaseException as problem:
+            problems.append(problem)
+    threads = [threading.Thread(target=work, args=(number,)) for number in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert problems == []

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import threading
 import weakref
 from ctypes import c_void_p
 from types import FunctionType
@@ -55,24 +56,35 @@ def pointer(address: int | None) -> Pointer | None:
     return made_one
 
 
-class Calls:
-    """The functions in Python that C is calling, and what waits for their end."""
+class Calls(threading.local):
+    """The functions in Python that C is calling in this thread, and what waits for their end."""
 
     def __init__(self) -> None:
         self.depth = 0  # of all
         self.methods = 0  # of those that are methods
-        self.waiting: list[tuple[int, int, bool]] = []  # objects to release
+        self.waiting: list[tuple[int, int]] = []  # objects to release
         self.thunks: list[Any] = []  # functions in C that may still be running
+        self.passing: list[c_void_p] = []  # the addresses of objects that are only known to be there during a call
+        self.running: list[tuple[Any, str, Any]] = []  # methods: the object, the name, and the class whose it is
+        self.begun: list[list[Any]] = []  # objects whose create runs, and whether that of the class in C has run
 
-    def leave(self) -> None:
+    def enter(self, method: bool) -> int:
+        """Before each function; gives what leave() takes."""
+        self.depth += 1
+        self.methods += method
+        return len(self.passing)
+
+    def leave(self, passing: int, method: bool) -> None:
         """After each function; releases what waited once it can."""
+        while len(self.passing) > passing:
+            self.passing.pop().value = None
+        self.methods -= method
         self.depth -= 1
         if self.depth == 0:
             if self.thunks:
                 self.thunks = []
             while self.waiting and self.depth == 0:
-                address, klass, _ = self.waiting.pop()
-                drop(address, klass)
+                drop(*self.waiting.pop())
 
 
 calls = Calls()
@@ -239,16 +251,12 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
             if calls.depth == 0:
                 cell.value = None
                 failed(f"a {cls._name} cannot be watched")
-            passing.append(cell)
+            calls.passing.append(cell)
     else:
         wrapper._c = c_void_p(address)
     if address in attributes and hasattr(wrapper, "__dict__"):
         wrapper.__dict__ = attributes[address]
     return wrapper
-
-
-#: Cells of objects that are only known to be there during the present call of C.
-passing: list[c_void_p] = []
 
 
 #: Classes of ztObject whose objects have no attributes of Python's, by descriptor.
@@ -298,7 +306,7 @@ def borrow_briefly(address: int | None) -> Any:
     if cls._watched:
         return borrow(address)
     wrapper = wrap(address, cls)
-    passing.append(wrapper._c)
+    calls.passing.append(wrapper._c)
     return wrapper
 
 
@@ -329,7 +337,7 @@ def release(wrapper: Object) -> None:
         if wrapper._watched:
             engine.unwatch(address, ctypes.addressof(cell))
         cell.value = None
-        calls.waiting.append((address, klass, wrapper._watched))
+        calls.waiting.append((address, klass))
         return
     drop(address, klass)
     if cell:

@@ -143,19 +143,16 @@ def remember(connection: Connection) -> None:
 def thunk_for(function: Callable[..., Any], types: Sequence[str]) -> Any:
     """A function in C that calls one in Python."""
     converters = [convert(text) for text in types]
-    calls, passing = objects.calls, objects.passing
+    calls = objects.calls
 
     def called(receiver: int, *values: Any) -> None:
-        calls.depth += 1
-        at = len(passing)
+        at = calls.enter(False)
         try:
             function(*(value if make is None else make(value) for value, make in zip(values, converters)))
         except BaseException as problem:
             engine.keep(problem)
         finally:
-            while len(passing) > at:
-                passing.pop().value = None
-            calls.leave()
+            calls.leave(at, False)
 
     return ctypes.CFUNCTYPE(None, c_void_p, *(kind_of(text) for text in types))(called)
 

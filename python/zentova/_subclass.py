@@ -15,15 +15,11 @@ from . import _properties
 from ._engine import ended, known, word_at
 from .errors import Error, UnsafeError
 
-#: The calls of methods in Python that are under way: the object, the method and the class whose method it is.
-running: list[tuple[Any, str, Any]] = []
 #: Functions in C that the tables of classes lead to; they stay.
 _functions: list[Any] = []
 #: What the tables had before, by the address of the slot: put back before the interpreter ends.
 _replaced: dict[int, int] = {}
 _names: list[bytes] = []
-#: The objects whose create is running, and whether that of the class in C has run.
-begun: list[list[Any]] = []
 
 NOT_OVERRIDDEN = ("Allocator", "classInstanceCreate", "classInstanceDestroy", "ref", "unRef", "getRefCount",
                   "initProperties", "staticProperties", "clone", "destroyed", "release")
@@ -173,11 +169,11 @@ def traced(cls: Any, name: str, function: Any) -> Any:
     """A method that notes that it is running, so that up() knows whose it is."""
     @functools.wraps(function)
     def method(self: Any, *args: Any, **named: Any) -> Any:
-        running.append((self, name, cls))
+        objects.calls.running.append((self, name, cls))
         try:
             return function(self, *args, **named)
         finally:
-            running.pop()
+            objects.calls.running.pop()
     method.of_python = True  # type: ignore[attr-defined]
     return method
 
@@ -186,7 +182,7 @@ def above(wrapper: Any, name: str) -> Any:
     """The class whose method up() calls."""
     if not isinstance(name, str):
         raise TypeError("the name of a method is needed")
-    own = type(wrapper)
+    own, running = type(wrapper), objects.calls.running
     for running_one, running_name, cls in reversed(running):
         if running_name == name and running_one is wrapper:
             own = cls
@@ -222,8 +218,8 @@ class Lifecycle:
         if override is not None:
             return override.__dict__[name](wrapper)
         parent = next(cls for cls in self.parent.__mro__ if not cls.__dict__.get("_python"))
-        if begun:
-            begun[-1][1] = True
+        if objects.calls.begun:
+            objects.calls.begun[-1][1] = True
         done = ctypes.CFUNCTYPE(result).from_address(word_at(parent._klass + 40) + 8 * slot)(wrapper._c)
         if engine.pending:
             engine.raise_pending()
@@ -301,14 +297,12 @@ def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) 
     outs = [declare.NUMBERS[parameter.type.base] if is_out(parameter) else None
             for parameter in declaration.parameters[1:]]
     write = result_writer(cls, name, declaration.result)
-    calls, passing = objects.calls, objects.passing
+    calls = objects.calls
     nothing = None if declaration.result.is_void or declaration.result.stars else 0
     stored = name in ("read", "write")
 
     def called(address: int, *values: Any) -> Any:
-        calls.depth += 1
-        calls.methods += 1
-        at = len(passing)
+        at = calls.enter(True)
         try:
             passed = [value if read is None else read(value)
                       for value, read, out in zip(values, readers, outs) if out is None]
@@ -323,10 +317,7 @@ def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) 
             engine.keep(problem)
             return nothing
         finally:
-            calls.methods -= 1
-            while len(passing) > at:
-                passing.pop().value = None
-            calls.leave()
+            calls.leave(at, True)
 
     types = [parameter.type.ctype for parameter in declaration.parameters]
     result = declaration.result.ctype
@@ -476,7 +467,7 @@ class Builder:
         def create(address: int) -> int:
             objects.attributes[address] = {}
             ctypes.memset(address + 16, 0, size - 16)
-            begun.append([address, False])
+            objects.calls.begun.append([address, False])
             try:
                 for one in all_props():
                     one.begin(address)
@@ -485,7 +476,7 @@ class Builder:
                     return int(bool(override(early(address))))
             finally:
                 # An object whose create raised is destroyed like any other.
-                if begun.pop()[1] is False:
+                if objects.calls.begun.pop()[1] is False:
                     created = native_slot(objects.CREATE, c_int32)(c_void_p(address))
             return created
 
@@ -494,7 +485,7 @@ class Builder:
             wrapper = objects._new(cls)
             wrapper._a, wrapper._c, wrapper._owned, wrapper._keep = address, c_void_p(address), False, None
             wrapper.__dict__ = objects.attributes[address]
-            objects.passing.append(wrapper._c)
+            objects.calls.passing.append(wrapper._c)
             return wrapper
 
         def destroy(address: int) -> None:
@@ -641,22 +632,17 @@ class Builder:
 
 def counted(function: Callable[..., Any]) -> Callable[..., Any]:
     """A function of every class in Python that C calls."""
-    calls, passing = objects.calls, objects.passing
+    calls = objects.calls
 
     def called(*args: Any) -> Any:
-        calls.depth += 1
-        calls.methods += 1
-        at = len(passing)
+        at = calls.enter(True)
         try:
             return function(*args)
         except BaseException as problem:
             engine.keep(problem)
             return 0
         finally:
-            calls.methods -= 1
-            while len(passing) > at:
-                passing.pop().value = None
-            calls.leave()
+            calls.leave(at, True)
     return called
 
 
