@@ -95,5 +95,6 @@ def __dir__() -> list[str]:
 
 _properties.remember_types()
 _containers.register()
+_engine.at_end.append(_properties.end_all)
 _engine.at_end.append(_subclass.end_all)
 _engine.at_end.append(_signals.end_all)

@@ -358,3 +358,6 @@ def _end() -> None:
     while at_end:
         at_end.pop()()
     running.clear()
+    while pending:
+        _, problem = pending.pop()
+        sys.excepthook(type(problem), problem, problem.__traceback__)

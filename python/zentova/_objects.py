@@ -198,16 +198,22 @@ class Object(metaclass=EngineClass):
         from ._properties import dynamic
         return dynamic(self, name)
 
-    def __del__(self) -> None:
+    def __del__(self, unwatch: Any = engine.unwatch, address_of: Any = ctypes.addressof) -> None:
         try:
             if not running:
+                # The object may outlive the interpreter, and must not write to this wrapper's memory.
+                if self._c and self._watched:
+                    unwatch(self._a, address_of(self._c))
                 return
             if self._owned:
+                before = len(pending)
                 release(self)
+                if len(pending) > before:
+                    raise_pending()  # nobody waits for this call: Python reports it
                 return
             address, cell = self._a, self._c
             if cell and self._watched:
-                _unwatch(address, _addressof(cell))
+                unwatch(address, address_of(cell))
             if address in made and made[address]() is None:
                 del made[address]
         except AttributeError:
@@ -261,7 +267,6 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
 
 #: Classes of ztObject whose objects have no attributes of Python's, by descriptor.
 plain: dict[int, Any] = {}
-_unwatch = engine.unwatch
 _watch, _addressof, _word_from = engine.watch, ctypes.addressof, ctypes.c_size_t.from_address
 
 
@@ -330,6 +335,8 @@ def release(wrapper: Object) -> None:
     wrapper._owned = False
     cell, address = wrapper._c, wrapper._a
     if not cell:
+        if address in made and made[address]() is None:
+            del made[address]
         return
     klass = word_at(address)
     made.pop(address, None)

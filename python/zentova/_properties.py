@@ -106,12 +106,19 @@ def set_value(wrapper: Any, name: str, kind: Kind, value: Any) -> None:
     if kind.name == "ztCharPtr":
         keep_text(wrapper, data, passed)
     done = kind.set(wrapper._c, data, passed)
-    if not done and before:
-        texts[(wrapper._a, data)] = before
+    if not done and before and (wrapper._a, data) in texts:
+        texts[(wrapper._a, data)] = (before[0], texts[(wrapper._a, data)][1])
     if pending:
         raise_pending()
     if not done:
         engine.failed(f"{type(wrapper).__name__}.{name} is not set")
+
+
+def end_all() -> None:
+    """Before the interpreter ends: no object writes to the memory of this module any more."""
+    for (address, _), (_, cell) in texts.items():
+        if cell:
+            engine.unwatch(address, ctypes.addressof(cell))
 
 
 def keep_text(wrapper: Any, name: bytes, text: bytes) -> None:

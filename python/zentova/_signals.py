@@ -112,11 +112,15 @@ class Connection:
         thunk, self._thunk = self._thunk, None
         if objects.calls.depth:
             objects.calls.thunks.append(thunk)  # it may be running
+        self.stop_watching()
+        if not self._receiver.has_ended:
+            self._receiver.release()  # this also disconnects it
+
+    def stop_watching(self) -> None:
+        """The sender no longer writes to this connection's memory when it ends."""
         if self._sender:
             engine.unwatch(self._address, ctypes.addressof(self._sender))
             self._sender.value = None
-        if not self._receiver.has_ended:
-            self._receiver.release()  # this also disconnects it
 
     def __enter__(self) -> "Connection":
         return self
@@ -297,4 +301,6 @@ def block(sender: Any, signal: str, blocked: bool = True) -> None:
 def end_all() -> None:
     """Before the interpreter ends: C calls no function of Python any more."""
     for connection in list(connections.values()):
-        connection.disconnect()
+        connection.stop_watching()
+        if not connection._receiver.has_ended:
+            objects.release(connection._receiver)
