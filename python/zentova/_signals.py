@@ -92,12 +92,14 @@ class Connection:
 
     __slots__ = ("signal", "_sender", "_address", "_receiver", "_thunk", "__weakref__")
 
-    def __init__(self, sender: Any, signal: str, receiver: Any, thunk: Any) -> None:
-        self.signal, self._receiver, self._thunk = signal, receiver, thunk
-        # The sender is watched, not kept.
-        self._sender, self._address = c_void_p(), sender._a
-        if not sender._c or not engine.watch(sender._a, ctypes.addressof(self._sender)):
-            self._sender.value = None
+    signal: str  #: the name of the signal
+    _sender: c_void_p  # the sender is watched, not kept
+    _address: int
+    _receiver: Any
+    _thunk: Any
+
+    def __init__(self, *args: Any) -> None:
+        raise TypeError("connect() and on_change() make connections")
 
     @property
     def is_connected(self) -> bool:
@@ -205,7 +207,11 @@ def make(sender: Any, signal: str, types: Sequence[str], function: Callable[...,
     engine.log.mark()
     if not connected(receiver, address):
         engine.failed(f"{signal!r} is not connected")
-    connection = Connection(sender, signal, receiver, thunk)
+    connection = object.__new__(Connection)
+    connection.signal, connection._receiver, connection._thunk = signal, receiver, thunk
+    connection._sender, connection._address = c_void_p(), sender._a
+    if not sender._c or not engine.watch(sender._a, ctypes.addressof(connection._sender)):
+        connection._sender.value = None
     remember(connection)
     return connection
 
