@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the tests of the package for Python, in the current folder: pytest_test.sh <root of the tree> <library>
+# Runs the tests of the package for Python: pytest_test.sh <root of the tree> <library>
 #
 # Without pytest they are skipped; with CI set in the environment they fail instead.
 set -euo pipefail
@@ -8,10 +8,15 @@ root=$1
 export ZENTOVA_LIBRARY=$2 PYTHONPATH=$root/python PYTHONDONTWRITEBYTECODE=1
 unset ZENTOVA_LOG
 
+# pytest clears the folder that it is given, so it is a new one.
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+
 # Debian's interpreter finds Debian's pytest, also where another one comes first.
 for python in python3 /usr/bin/python3; do
   if "$python" -c 'import sys, pytest; sys.exit(sys.version_info < (3, 11))' 2>/dev/null; then
-    exec "$python" -m pytest -q -p no:cacheprovider --basetemp=tests "$root/python/tests"
+    "$python" -m pytest -q -p no:cacheprovider --basetemp="$folder/tests" "$root/python/tests"
+    exit
   fi
 done
 if [ -n "${CI-}" ]; then
