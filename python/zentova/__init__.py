@@ -10,7 +10,7 @@ import ctypes as _ctypes
 import os as _os
 from typing import Any
 
-from . import _containers, _engine, _members, _objects, _properties, _signals, _subclass, _trees
+from . import _engine, _mappings, _members, _objects, _properties, _signals, _subclass, _trees
 from ._members import declare_arguments as declare
 from ._objects import Object, Pointer
 from ._properties import PropertyDescription, add_property, get_property, properties, set_property
@@ -94,7 +94,7 @@ def __dir__() -> list[str]:
 
 
 _properties.remember_types()
-_containers.register()
+_mappings.register()
 _engine.at_end.append(_properties.end_all)
 _engine.at_end.append(_subclass.end_all)
 _engine.at_end.append(_signals.end_all)

@@ -25,7 +25,7 @@ by_address: dict[int, "EngineClass"] = {}
 made: dict[int, "weakref.ref[Object]"] = {}
 #: The attributes of objects whose class is Python's: they live as long as the object, not as its wrapper.
 attributes: dict[int, dict[str, Any]] = {}
-#: What is done for the classes of a name when they are made: see _containers.
+#: What is done for the classes of a name when they are made: see _containers and _mappings.
 extras: dict[str, dict[str, Any]] = {}
 
 

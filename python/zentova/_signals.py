@@ -229,7 +229,7 @@ def arguments_of(sender: Any, signal: str) -> int | None:
 
 def values_of_map(address: int) -> list[int]:
     """The values of a ztMap, in order."""
-    from ._containers import tree_items
+    from ._elements import tree_items
     tree = word_at(address + 88)
     return [word_at(item + 48) for item in tree_items(word_at(tree + 64) if tree else 0)]
 

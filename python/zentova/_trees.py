@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import ctypes
 import os
 from ctypes import Structure, byref, c_void_p
 from typing import Any, Iterator
@@ -192,7 +193,6 @@ def store_tree(root: Any, file: Any) -> int:
 def load_tree(file: Any, count: int = -1) -> Tree:
     """Reads nodes from an open ztFile: that many records, or all to the end."""
     from ._members import wrong_number
-    import ctypes
     file_of(file)
     array, report = objects.class_named("ztPtrArray")(), engine.TreeReport()
     engine.log.mark()
@@ -223,7 +223,6 @@ def read_object(file: Any) -> Any:
 
 def write_object(file: Any, wrapper: Any) -> None:
     """Writes the class of an object and its data."""
-    import ctypes
     file_of(file)
     if not isinstance(wrapper, objects.Object):
         raise TypeError("an object is needed")
@@ -281,7 +280,6 @@ def add_child(self: Any, child: Any) -> None:
 
 
 def call_parent(child: Any, parent: Any) -> None:
-    import ctypes
     engine.log.mark()
     klass = word_at(parent._a)
     ctypes.CFUNCTYPE(None).from_address(word_at(klass + 40) + 8 * 41)(parent._c, child._c)
@@ -295,7 +293,6 @@ def call_parent(child: Any, parent: Any) -> None:
 
 def delete_child(self: Any, child: Any) -> None:
     """Removes the first child with the identifier of the given one; it belongs to its wrapper then."""
-    import ctypes
     node_of(self)
     node_of(child)
     uid = child.getUid()
@@ -311,7 +308,6 @@ def delete_child(self: Any, child: Any) -> None:
 
 def delete_all(self: Any) -> list[Any]:
     """Removes all children and returns them; they belong to their wrappers then."""
-    import ctypes
     node_of(self)
     removed = list(children_of(self, self._keep))
     ctypes.CFUNCTYPE(ctypes.c_int32).from_address(word_at(word_at(self._a) + 40) + 8 * 43)(self._c)
