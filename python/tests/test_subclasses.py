@@ -171,6 +171,19 @@ def test_c_calls_the_methods_of_python_with_all_kinds_of_arguments(zt):
     assert divide.from_address(table + 8 * slots["divide"])(one._a, 9, 2, ctypes.addressof(out)) == 1 and out.value == 4
 
 
+def test_texts_that_python_gives_to_c_last(zt):
+    @zt.subclass
+    class Numbered(zt.ztString):
+        def get(self):
+            self.turn = getattr(self, "turn", 0) + 1
+            return f"{self.first}{self.turn}"
+    one, other = Numbered(), Numbered()
+    one.first, other.first = "a" * 1000, "b" * 1000
+    # The C method asks for both texts, then compares them.
+    for _ in range(100):
+        assert one.isLess(other) == 1 and other.isLess(one) == 0
+
+
 def test_what_a_method_raises_in_c_reaches_the_caller_of_the_outermost_call(zt):
     @zt.subclass
     class Raising(zt.Probe):

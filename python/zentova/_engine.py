@@ -7,7 +7,7 @@ import ctypes
 import os
 import sys
 import threading
-from ctypes import (POINTER, Structure, c_char, c_char_p, c_double, c_int32, c_int64, c_size_t, c_ssize_t, c_uint16,
+from ctypes import (POINTER, Structure, c_char, c_char_p, c_double, c_int32, c_size_t, c_ssize_t, c_uint16,
                     c_uint32, c_void_p)
 from typing import Any, Callable, NoReturn
 

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import collections
 import ctypes
 import functools
 from ctypes import CFUNCTYPE, c_char_p, c_double, c_int32, c_int8, c_void_p
@@ -256,29 +257,37 @@ def brief_guess(address: int | None) -> Any:
     return objects.pointer(address)
 
 
-_results: dict[tuple[int, str], bytes] = {}
+#: Texts that methods in Python gave to C: the last one of each object and method, and the latest of all.
+_last_texts: dict[int, dict[str, bytes]] = {}
+_late_texts: collections.deque[bytes] = collections.deque(maxlen=4096)
 
 
-def result_writer(cls: Any, name: str, kind: declare.Type) -> Callable[[Any], Any]:
-    """What makes of the result of a method in Python one in C."""
+def lend_text(address: int, name: str, data: bytes) -> int:
+    """A text whose memory stays as long as the method does not give another one, and for some time then."""
+    texts = _last_texts.setdefault(address, {})
+    if texts.get(name) != data:
+        if name in texts:
+            _late_texts.append(texts[name])
+        texts[name] = data
+    return ctypes.cast(ctypes.c_char_p(texts[name]), c_void_p).value or 0
+
+
+def result_writer(name: str, kind: declare.Type) -> Callable[[Any, int], Any]:
+    """What makes of the result of a method in Python, and of the object's address, one in C."""
     if kind.is_void:
-        return lambda value: None
+        return lambda value, address: None
     if kind.number is not None and kind.number in declare.FLOATS:
-        return lambda value: _members.number_of(value, f"the result of {name}")
+        return lambda value, address: _members.number_of(value, f"the result of {name}")
     if kind.number is not None:
         number = kind.number
         # None is no result: a method that ends without `return` has failed to give one.
-        return lambda value: _members.wrong_number(value, f"the result of {name}", number)
+        return lambda value, address: _members.wrong_number(value, f"the result of {name}", number)
     if kind.is_text and kind.mark != "ztOwnedText":
-        def text(value: Any) -> Any:
-            if value is None:
-                return None
-            data = engine.text_to_bytes(value)
-            _results[(cls._klass, name)] = data  # until the next one
-            return ctypes.cast(ctypes.c_char_p(data), c_void_p).value
+        def text(value: Any, address: int) -> Any:
+            return None if value is None else lend_text(address, name, engine.text_to_bytes(value))
         return text
 
-    def pointer(value: Any) -> Any:
+    def pointer(value: Any, address: int) -> Any:
         if value is None:
             return None
         if isinstance(value, objects.Pointer):
@@ -296,7 +305,7 @@ def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) 
     readers = [argument_reader(parameter) for parameter in declaration.parameters[1:]]
     outs = [declare.NUMBERS[parameter.type.base] if is_out(parameter) else None
             for parameter in declaration.parameters[1:]]
-    write = result_writer(cls, name, declaration.result)
+    write = result_writer(name, declaration.result)
     calls = objects.calls
     nothing = None if declaration.result.is_void or declaration.result.stars else 0
     stored = name in ("read", "write")
@@ -312,7 +321,7 @@ def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) 
             places = [(value, out) for value, out in zip(values, outs) if out is not None]
             if places:
                 return store_outs(got, places)
-            return write(got)
+            return write(got, address)
         except BaseException as problem:
             engine.keep(problem)
             return nothing
@@ -498,6 +507,7 @@ class Builder:
                 for one in all_props():
                     one.end(address)
                 objects.attributes.pop(address, None)
+                _late_texts.extend(_last_texts.pop(address, {}).values())
                 kept = objects.made.pop(address, None)
                 wrapper = kept() if kept else None
                 if wrapper is not None:
