@@ -184,6 +184,40 @@ def test_texts_that_python_gives_to_c_last(zt):
         assert one.isLess(other) == 1 and other.isLess(one) == 0
 
 
+def test_objects_that_python_gives_to_c_are_checked_and_last(zt):
+    @zt.subclass
+    class Giving(zt.Probe):
+        gives = None
+
+        def getChildAt(self, index):
+            return self.gives() if self.gives else None
+
+        def copyText(self, text):
+            return text * 2
+    one = Giving()
+    import ctypes
+    from zentova import _engine
+    table = _engine.word_at(Giving._klass + 40)
+    slots = {name: at for at, text in enumerate(zt.methods(Giving)) for name in re.findall(r"\(\*(\w+)\)", text)}
+    child = ctypes.CFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p, ctypes.c_int32).from_address(table + 8 * slots["getChildAt"])
+    one.gives = lambda: zt.ztRoot(name="made for C")
+    import gc
+    address = child(one._a, 0)
+    gc.collect()
+    name = ctypes.CFUNCTYPE(ctypes.c_char_p, ctypes.c_void_p).from_address(
+        _engine.word_at(zt.ztRoot._klass + 40) + 8 * slots["getName"])
+    assert name(address) == b"made for C"
+    for wrong in (zt.ztString, zt.ztObject, lambda: 5, lambda: one.any):
+        one.gives = wrong
+        assert child(one._a, 0) is None
+        with pytest.raises(TypeError, match="the result of getChildAt is a ztRoot or None"):
+            _engine.raise_pending()
+    copied = ctypes.CFUNCTYPE(ctypes.c_void_p, ctypes.c_void_p, ctypes.c_char_p).from_address(
+        table + 8 * slots["copyText"])(one._a, b"ab")
+    assert ctypes.string_at(copied) == b"abab"
+    _engine.release_memory(copied)
+
+
 def test_what_a_method_raises_in_c_reaches_the_caller_of_the_outermost_call(zt):
     @zt.subclass
     class Raising(zt.Probe):
@@ -263,7 +297,7 @@ def test_an_unregistered_class_is_told(zt):
 @pytest.mark.parametrize("body, problem", [
     ({"unRef": lambda self: None}, "the engine's own is needed"), ({"clone": lambda self: 1}, "the engine's own"),
     ({"fill": lambda self, *_: None}, None), ({"callBack": lambda self, *_: None}, "cannot be served"),
-    ({"connect": lambda self, *_: None}, "cannot be served")])
+    ({"connect": lambda self, *_: None}, "is not changed in Python")])
 def test_methods_that_python_cannot_serve_are_refused(zt, body, problem):
     name = f"Refused{next(iter(body))}"
     cls = type(zt.ztRoot)(name, (zt.Probe,), body)

@@ -12,6 +12,7 @@ from . import _declare as declare
 from . import _engine as engine
 from . import _members
 from . import _objects as objects
+from . import _policy as policy
 from . import _properties
 from ._engine import ended, known, word_at
 from .errors import Error, UnsafeError
@@ -272,7 +273,7 @@ def lend_text(address: int, name: str, data: bytes) -> int:
     return ctypes.cast(ctypes.c_char_p(texts[name]), c_void_p).value or 0
 
 
-def result_writer(name: str, kind: declare.Type) -> Callable[[Any, int], Any]:
+def result_writer(introduced: str, name: str, kind: declare.Type) -> Callable[[Any, int], Any]:
     """What makes of the result of a method in Python, and of the object's address, one in C."""
     if kind.is_void:
         return lambda value, address: None
@@ -287,25 +288,60 @@ def result_writer(name: str, kind: declare.Type) -> Callable[[Any, int], Any]:
             return None if value is None else lend_text(address, name, engine.text_to_bytes(value))
         return text
 
+    if kind.is_text:
+        return lambda value, address: None if value is None else owned_copy(engine.text_to_bytes(value))
+    wanted = class_of_result(introduced, name, kind)
+
     def pointer(value: Any, address: int) -> Any:
         if value is None:
             return None
-        if isinstance(value, objects.Pointer):
+        if isinstance(value, objects.Pointer) and wanted is None and not objects.is_library(introduced):
             return value._address
         if isinstance(value, objects.Object) and value._c:
-            if kind.mark == "ztOwned":
-                value._owned = False
-            return value._a
-        raise TypeError(f"the result of {name} is an object, a Pointer or None")
+            if value._a == address:
+                return address
+            if wanted is not None and isinstance(value, wanted):
+                if kind.mark == "ztOwned":
+                    value._owned = False
+                # C may use it once the method has returned.
+                _lent.setdefault(address, {})[name] = value
+                return value._a
+        raise TypeError(f"the result of {name} is {'an object' if wanted is None else 'a ' + wanted.__name__} or None")
     return pointer
 
 
-def thunk(cls: Any, name: str, declaration: declare.Declaration, function: Any) -> Any:
+#: Objects that methods in Python gave to C, by object and method.
+_lent: dict[int, dict[str, Any]] = {}
+#: What the untyped results of the library's methods lead to.
+RESULT_CLASSES = {"ztRoot.getParent": "ztRoot", "ztRoot.findChildById": "ztRoot", "ztRoot.getChildAt": "ztRoot",
+                  "ztObject.getSender": "ztObject"}
+
+
+def class_of_result(introduced: str, name: str, kind: declare.Type) -> Any:
+    """The class of the objects that a method in Python may return; None where only the object itself is right."""
+    named = RESULT_CLASSES.get(f"{introduced}.{name}")
+    if named is None and kind.stars == 1 and kind.base != "void" and not objects.is_library(introduced):
+        named = kind.base
+    if named is None and kind.base == "void" and not objects.is_library(introduced):
+        return objects.class_named("ztBaseClass")
+    return objects.class_named(named) if named else None
+
+
+def owned_copy(data: bytes) -> int:
+    """A text that C releases."""
+    address = engine.allocate(len(data) + 1)
+    if not address:
+        raise MemoryError
+    ctypes.memmove(address, data + b"\0", len(data) + 1)
+    return address
+
+
+def thunk(introduced: str, name: str, declaration: declare.Declaration, function: Any) -> Any:
     """The function in C for a method in Python."""
     readers = [argument_reader(parameter) for parameter in declaration.parameters[1:]]
     outs = [declare.NUMBERS[parameter.type.base] if is_out(parameter) else None
             for parameter in declaration.parameters[1:]]
-    write = result_writer(name, declaration.result)
+    write = result_writer(introduced, name, declaration.result)
     calls = objects.calls
     nothing = None if declaration.result.is_void or declaration.result.stars else 0
     stored = name in ("read", "write")
@@ -444,16 +480,20 @@ class Builder:
                 continue
             if name in NOT_OVERRIDDEN:
                 raise UnsafeError(f"{self.name}.{name}: the engine's own is needed")
-            slot, text, _ = self.methods[name]
+            slot, text, introducer = self.methods[name]
+            introduced = objects.class_at(introducer)._name
             if name in ("create", "destroy", "assign"):
                 type.__setattr__(cls, name, traced(cls, name, value))
                 continue
+            why = policy.refusal(introduced, name) if objects.is_library(introduced) else None
+            if why:
+                raise UnsafeError(f"{self.name}.{name} is not changed in Python: {why}")
             declaration = declare.parse(text)
             if declaration is None or not declaration.is_passable or declaration.parameters[0].type.base == "ztClass":
                 raise UnsafeError(f"{self.name}.{name}: its declaration cannot be served: {text}")
             method = traced(cls, name, value)
             type.__setattr__(cls, name, method)
-            self.overrides[slot] = thunk(cls, name, declaration, method)
+            self.overrides[slot] = thunk(introduced, name, declaration, method)
         self.add_lifecycle()
 
     def add_lifecycle(self) -> None:
@@ -508,6 +548,7 @@ class Builder:
                     one.end(address)
                 objects.attributes.pop(address, None)
                 _late_texts.extend(_last_texts.pop(address, {}).values())
+                _lent.pop(address, None)
                 kept = objects.made.pop(address, None)
                 wrapper = kept() if kept else None
                 if wrapper is not None:
