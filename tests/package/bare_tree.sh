@@ -29,7 +29,7 @@ fi
 echo '   apt install ./*.deb'
 # Trees made by tools may leave out what Debian installs: what is recommended.
 quietly apt-get install --yes --install-recommends ./*.deb
-sh debian/tests/programs c static
+sh debian/tests/programs c static python
 
 echo '   with g++ and cmake'
 quietly apt-get install --yes --no-install-recommends cmake g++ make
