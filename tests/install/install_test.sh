@@ -22,10 +22,17 @@ holds_the_public_headers_and_nothing_else() {
   [ "$(ls "$prefix/$INCLUDEDIR")" = zentova ]
 }
 
-# holds_the_library_and_what_finds_it <version>
+# The files of a tool.
+files_of_tool() {
+  printf '%s\n' "./bin/$1" "./share/bash-completion/completions/$1" "./share/man/man1/$1.1"
+}
+
+# holds_the_library_and_what_finds_it <version> [tool]
 holds_the_library_and_what_finds_it() {
   cd "$prefix"
-  diff - <(find . ! -type d ! -path "./$INCLUDEDIR/*" | grep -v 'Zentova[A-Za-z]*-[a-z]*\.cmake$' | sort) <<LIST
+  diff <(if [ $# -gt 1 ]; then files_of_tool "$2"; fi | sort) <(find . ! -type d -path './[bs][ih]*' | sort)
+  diff - <(find . ! -type d ! -path "./$INCLUDEDIR/*" ! -path './[bs][ih]*' |
+    grep -v 'Zentova[A-Za-z]*-[a-z]*\.cmake$' | sort) <<LIST
 ./$LIBDIR/cmake/Zentova/ZentovaConfig.cmake
 ./$LIBDIR/cmake/Zentova/ZentovaConfigVersion.cmake
 ./$LIBDIR/cmake/Zentova/ZentovaStaticTargets.cmake
@@ -41,15 +48,17 @@ LIST
   [ "$(readlink "$LIBDIR/libztcore.so.${1%%.*}")" = "libztcore.so.$1" ]
 }
 
-# parts_are_installed_on_their_own <build folder>: what programs run with, and what they are built with.
+# parts_are_installed_on_their_own <build folder>: what programs run with, what they are built with, and tools.
 parts_are_installed_on_their_own() {
-  rm -rf runtime development
+  rm -rf runtime development tools
+  mkdir tools
   "$CMAKE" --install "$1" --prefix "$PWD/runtime" --component runtime >/dev/null
   "$CMAKE" --install "$1" --prefix "$PWD/development" --component development >/dev/null
+  "$CMAKE" --install "$1" --prefix "$PWD/tools" --component tools >/dev/null
   files_of() { (cd "$1" && find . ! -type d | sort); }
   [ "$(files_of runtime | grep -vc 'libztcore\.so\.')" -eq 0 ]
   grep -q 'libztcore\.so$' <<<"$(files_of development)"
-  diff <(files_of moved) <((files_of runtime && files_of development) | sort)
+  diff <(files_of moved) <((files_of runtime && files_of development && files_of tools) | sort)
 }
 
 # names_no_folder_of_the_build <folder>...
@@ -242,11 +251,21 @@ warnings_are_errors_where_asked_for() {
 a_plain_configuration_builds_the_library_alone() {
   rm -rf plain
   "$CMAKE" -G 'Unix Makefiles' -S "$1" -B plain -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON \
-    -DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+    -DCMAKE_DISABLE_FIND_PACKAGE_Python3=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON \
+    -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
   "$CMAKE" --build plain -- --dry-run >plain.txt
   diff - <(grep -o 'Built target .*' plain.txt | tr -d '"' | sort -u) <<<'Built target ztcore'
   "$CMAKE" --build plain --target help >plain.txt
   grep -qw network plain.txt
+}
+
+# a_plain_configuration_builds_the_tool_where_it_can <root of the tree>: where its libraries are installed.
+a_plain_configuration_builds_the_tool_where_it_can() {
+  rm -rf tool
+  "$CMAKE" -G 'Unix Makefiles' -S "$1" -B tool -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >/dev/null
+  grep -q '^all: tools/inspect/all$' tool/CMakeFiles/Makefile2
+  "$CMAKE" --build tool --target help >tool.txt
+  grep -qw ztinspect tool.txt
 }
 
 "$@"

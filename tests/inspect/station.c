@@ -1,0 +1,116 @@
+/* A plugin with classes that store themselves: a node of version 2 that still reads version 1, and an object. */
+#include "zentova.h"
+
+#define Station_FIELDS \
+  ztRoot_FIELDS        \
+  double height;       \
+  ztString *note;
+#define Station_METHODS ztRoot_METHODS
+ZT_DECLARE_CLASS(Station)
+
+#define Reading_FIELDS \
+  ztBaseClass_FIELDS   \
+  int64_t time;        \
+  char unit;           \
+  ztIntArray *values;
+#define Reading_METHODS ztBaseClass_METHODS
+ZT_DECLARE_CLASS(Reading)
+
+static int32_t stationCreate(void *object) {
+  Station *station = object;
+  if (!ztRoot_table()->create(station)) return 0;
+  station->height = 0;
+  station->note = ztString_new();
+  return station->note != NULL;
+}
+
+static void stationDestroy(void *object) {
+  Station *station = object;
+  if (station->note != NULL) ztString_of(station->note)->unRef(station->note);
+  ztRoot_table()->destroy(station);
+}
+
+static int32_t stationWrite(const void *object, void *file) {
+  const Station *station = object;
+  return ztRoot_table()->write(station, file) && ztFile_of(file)->writeFloat(file, station->height) > 0 &&
+         ztString_store(station->note, file);
+}
+
+static int32_t readVersion1(void *object, void *file, uint32_t version) {
+  Station *station = object;
+  (void)version;
+  return ztRoot_table()->read(station, file) && ztFile_of(file)->readFloat(file, &station->height) > 0;
+}
+
+static int32_t stationRead(void *object, void *file) {
+  Station *station = object;
+  return readVersion1(station, file, 1) && ztString_load(station->note, file);
+}
+
+static double stationHeight(const void *object) {
+  return ((const Station *)object)->height;
+}
+
+static void stationSetHeight(void *object, double height) {
+  ((Station *)object)->height = height;
+}
+
+static int32_t stationProperties(ztClass *klass) {
+  return ztProperty_registerTypes() &&
+         Station_table()->addProperty(klass, "height", "ztFloat", (ztGetter){.getFloat = stationHeight},
+                                      (ztSetter){.setFloat = stationSetHeight}, NULL, NULL);
+}
+
+static void stationMethods(StationMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, stationCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, stationDestroy);
+  ZT_OVERRIDE_METHOD(methods, write, stationWrite);
+  ZT_OVERRIDE_METHOD(methods, read, stationRead);
+  ZT_OVERRIDE_METHOD(methods, initProperties, stationProperties);
+}
+
+ZT_DEFINE_CLASS_FULL(Station, ztRoot, stationMethods, 2, ztClassFunctions, ztOOP_noFunctions)
+
+static int32_t readingCreate(void *object) {
+  Reading *reading = object;
+  if (!ztBaseClass_table()->create(reading)) return 0;
+  reading->time = 0;
+  reading->unit = 'm';
+  reading->values = ztIntArray_new();
+  return reading->values != NULL;
+}
+
+static void readingDestroy(void *object) {
+  Reading *reading = object;
+  if (reading->values != NULL) ztIntArray_of(reading->values)->unRef(reading->values);
+  ztBaseClass_table()->destroy(reading);
+}
+
+static int32_t readingWrite(const void *object, void *file) {
+  const Reading *reading = object;
+  const ztFileMethods *methods = ztFile_of(file);
+  return methods->writeLong(file, reading->time) > 0 && methods->writeChar(file, reading->unit) > 0 &&
+         ztIntArray_of(reading->values)->write(reading->values, file);
+}
+
+static int32_t readingRead(void *object, void *file) {
+  Reading *reading = object;
+  const ztFileMethods *methods = ztFile_of(file);
+  return methods->readLong(file, &reading->time) > 0 && methods->readChar(file, &reading->unit) > 0 &&
+         ztIntArray_of(reading->values)->read(reading->values, file);
+}
+
+static void readingMethods(ReadingMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, readingCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, readingDestroy);
+  ZT_OVERRIDE_METHOD(methods, write, readingWrite);
+  ZT_OVERRIDE_METHOD(methods, read, readingRead);
+}
+
+ZT_DEFINE_CLASS(Reading, ztBaseClass, readingMethods)
+
+__attribute__((constructor)) static void registerClasses(void) {
+  ZT_REGISTER_CLASS(Station);
+  ZT_REGISTER_CLASS(Reading);
+  ztOOP_setReader(StationClass_Instance(), 1, readVersion1);
+}

@@ -1,0 +1,299 @@
+#include "tools/inspect/classes.hh"
+
+#include "core/ztdescribe.h"
+#include "objects/ztobjinfo.h"
+#include "tools/inspect/output.hh"
+#include "zentova.h"
+
+#include <algorithm>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <unordered_map>
+#include <vector>
+
+namespace ztinspect {
+
+using Json = nlohmann::ordered_json;
+
+using ClassInfo = std::unique_ptr<ztClassInfo, decltype(&ztOOP_freeClassInfo)>;
+using ObjectInfo = std::unique_ptr<ztObjectInfo, decltype(&ztObject_freeClassInfo)>;
+
+namespace {
+
+// The registered classes and those above them, each behind its parent.
+class ClassTree {
+ public:
+  ClassTree() {
+    for (const ztClassEntry *entry = ztOOP_classList(); entry != nullptr; entry = entry->next) {
+      add(ztOOP_classOf(entry->prototype));
+    }
+    for (auto &[parent, children] : below) {
+      std::sort(children.begin(), children.end(),
+                [](const ztClass *a, const ztClass *b) { return strcmp(a->name, b->name) < 0; });
+    }
+    append(nullptr, 0);
+  }
+
+  struct Entry {
+    ztClass *klass;
+    size_t depth;
+  };
+  const std::vector<Entry> &entries() const {
+    return ordered;
+  }
+
+ private:
+  void add(ztClass *klass) {
+    std::vector<ztClass *> &siblings = below[klass->parent];
+    if (std::find(siblings.begin(), siblings.end(), klass) != siblings.end()) return;
+    siblings.push_back(klass);
+    if (klass->parent != nullptr) add(klass->parent);
+  }
+  void append(ztClass *parent, size_t depth) {
+    for (ztClass *klass : below[parent]) {
+      ordered.push_back({klass, depth});
+      append(klass, depth + 1);
+    }
+  }
+
+  std::unordered_map<ztClass *, std::vector<ztClass *>> below;
+  std::vector<Entry> ordered;
+};
+
+}  // namespace
+
+static ClassInfo describe(ztClass *klass) {
+  ClassInfo info(ztOOP_classInfo(klass), ztOOP_freeClassInfo);
+  if (info == nullptr) throw Problem(std::string("cannot describe class ") + klass->name);
+  return info;
+}
+
+// Empty for a class without properties and signals.
+static ObjectInfo describeObject(ztClass *klass) {
+  const bool isObject = ztOOP_isClassOfClass(klass, "ztObject") != 0;
+  return {isObject ? ztObject_classInfo(klass) : nullptr, ztObject_freeClassInfo};
+}
+
+static const char *nameOf(ztMethodState state) {
+  switch (state) {
+    case ztMethodDefined:
+      return "defined";
+    case ztMethodAbstract:
+      return "abstract";
+    case ztMethodEmpty:
+      return "empty";
+    case ztMethodData:
+      return "data";
+  }
+  return "";
+}
+
+// JSON --------------------------------------------------------------------------------------------
+
+static Json nameOrNull(const ztClass *klass) {
+  return klass == nullptr ? Json(nullptr) : Json(klass->name);
+}
+
+static Json slotsOf(const ztClassInfo &info) {
+  Json slots = Json::array();
+  for (int32_t i = 0; i < info.methodCount; ++i) {
+    const ztMethodInfo &method = info.methods[i];
+    slots.push_back({{"slot", method.slot},
+                     {"name", method.name},
+                     {"declaration", method.declaration},
+                     {"state", nameOf(method.state)},
+                     {"introducedBy", nameOrNull(method.introducedBy)},
+                     {"definedBy", nameOrNull(method.definedBy)}});
+  }
+  return slots;
+}
+
+static Json fieldsOf(const ztClassInfo &info) {
+  Json fields = Json::array();
+  for (int32_t i = 0; i < info.fieldCount; ++i) {
+    const ztFieldInfo &field = info.fields[i];
+    fields.push_back({{"offset", field.offset},
+                      {"name", field.name},
+                      {"type", field.type},
+                      {"introducedBy", nameOrNull(field.introducedBy)}});
+  }
+  return fields;
+}
+
+static Json functionsOf(const ztClassInfo &info) {
+  Json functions = Json::array();
+  for (int32_t i = 0; i < info.functionCount; ++i) {
+    const ztFunctionInfo &function = info.functions[i];
+    functions.push_back(
+        {{"slot", function.slot}, {"name", function.name}, {"declaration", function.declaration}});
+  }
+  return functions;
+}
+
+static Json propertiesOf(const ztObjectInfo *info) {
+  Json properties = Json::array();
+  for (int32_t i = 0; info != nullptr && i < info->propertyCount; ++i) {
+    const ztPropertyInfo &property = info->properties[i];
+    properties.push_back({{"name", property.name},
+                          {"type", property.type},
+                          {"readable", property.isReadable != 0},
+                          {"writable", property.isWritable != 0},
+                          {"declaredBy", property.declaredBy}});
+  }
+  return properties;
+}
+
+static Json signalsOf(const ztObjectInfo *info) {
+  Json signals = Json::array();
+  for (int32_t i = 0; info != nullptr && i < info->signalCount; ++i) {
+    const ztSignalInfo &signal = info->signals[i];
+    Json arguments = Json::array();
+    for (int32_t j = 0; j < signal.argumentCount; ++j) {
+      arguments.push_back({{"type", signal.arguments[j].type}, {"name", signal.arguments[j].name}});
+    }
+    signals.push_back({{"name", signal.name},
+                       {"declaration", signal.declaration},
+                       {"arguments", arguments},
+                       {"declaredBy", nameOrNull(signal.declaredBy)}});
+  }
+  return signals;
+}
+
+static Json toJson(ztClass *klass) {
+  const ClassInfo info = describe(klass);
+  const ObjectInfo object = describeObject(klass);
+  return {{"name", klass->name},
+          {"parent", nameOrNull(klass->parent)},
+          {"version", klass->version},
+          {"instanceSize", klass->instanceSize},
+          {"described", info->isDescribed != 0},
+          {"slots", slotsOf(*info)},
+          {"fields", fieldsOf(*info)},
+          {"functions", functionsOf(*info)},
+          {"properties", propertiesOf(object.get())},
+          {"signals", signalsOf(object.get())}};
+}
+
+static void writeJson(const ClassTree &tree, Output *output) {
+  Json all = Json::array();
+  for (const ClassTree::Entry &entry : tree.entries()) all.push_back(toJson(entry.klass));
+  output->write(all.dump(1, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+// Text --------------------------------------------------------------------------------------------
+
+namespace {
+
+// The lines of one class: what it adds to its parent, and the methods of its parent that it replaces.
+class ClassText {
+ public:
+  ClassText(const ClassTree::Entry &entry, bool withColours)
+      : klass(entry.klass), indent(2 * entry.depth, ' '), colours(withColours) {
+    text = indent + (colours ? "\033[1m" : "") + printable(klass->name) + (colours ? "\033[0m" : "");
+    text += " (version " + std::to_string(klass->version) + ", " + std::to_string(klass->instanceSize) +
+            " bytes)\n";
+  }
+
+  std::string whole() {
+    const ClassInfo info = describe(klass);
+    const ObjectInfo object = describeObject(klass);
+    addFields(*info);
+    addSlots(*info);
+    if (object != nullptr) addDeclared(*object);
+    return text;
+  }
+
+ private:
+  void add(const char *kind, const std::string &what) {
+    text += indent + "    " + (colours ? "\033[2m" : "") + kind + (colours ? "\033[0m " : " ") +
+            printable(what) + "\n";
+  }
+  void addFields(const ztClassInfo &info) {
+    for (int32_t i = 0; i < info.fieldCount; ++i) {
+      const ztFieldInfo &field = info.fields[i];
+      if (field.introducedBy != klass) continue;
+      const std::string place = field.offset < 0 ? "?" : std::to_string(field.offset);
+      add("field", place + " " + field.name + ": " + field.type);
+    }
+  }
+  void addSlots(const ztClassInfo &info) {
+    std::string replaced;
+    for (int32_t i = 0; i < info.methodCount; ++i) {
+      const ztMethodInfo &method = info.methods[i];
+      const std::string number = std::to_string(method.slot) + " ";
+      if (method.introducedBy == klass) {
+        const std::string declared = *method.declaration == '\0' ? "(not described)" : method.declaration;
+        const bool isPlain = method.state == ztMethodDefined;
+        add("slot", number + declared + (isPlain ? "" : std::string(", ") + nameOf(method.state)));
+      } else if (method.definedBy == klass) {
+        replaced += (replaced.empty() ? "" : ", ") + std::string(method.name);
+      }
+    }
+    if (!replaced.empty()) add("replaces", replaced);
+  }
+  void addDeclared(const ztObjectInfo &info) {
+    for (int32_t i = 0; i < info.propertyCount; ++i) {
+      const ztPropertyInfo &property = info.properties[i];
+      if (strcmp(property.declaredBy, klass->name) != 0) continue;
+      const char *use = !property.isWritable ? ", read only" : !property.isReadable ? ", write only" : "";
+      add("property", std::string(property.name) + ": " + property.type + use);
+    }
+    for (int32_t i = 0; i < info.signalCount; ++i) {
+      if (info.signals[i].declaredBy == klass) add("signal", info.signals[i].declaration);
+    }
+  }
+
+  ztClass *klass;
+  std::string indent;
+  bool colours;
+  std::string text;
+};
+
+}  // namespace
+
+static void writeText(const ClassTree &tree, Output *output) {
+  const bool colours = hasColours();
+  for (const ClassTree::Entry &entry : tree.entries()) output->write(ClassText(entry, colours).whole());
+}
+
+// DOT ---------------------------------------------------------------------------------------------
+
+static std::string quoted(std::string_view text) {
+  std::string result = "\"";
+  for (const char c : printable(text)) {
+    if (c == '"' || c == '\\') result += '\\';
+    result += c;
+  }
+  return result + "\"";
+}
+
+static void writeDot(const ClassTree &tree, Output *output) {
+  output->write("digraph classes {\n  rankdir=LR;\n  node [shape=box, fontname=\"sans-serif\"];\n");
+  for (const ClassTree::Entry &entry : tree.entries()) {
+    const ztClass *klass = entry.klass;
+    output->write("  " + quoted(klass->name) + ";\n");
+    if (klass->parent == nullptr) continue;
+    output->write("  " + quoted(klass->parent->name) + " -> " + quoted(klass->name) + ";\n");
+  }
+  output->write("}\n");
+}
+
+int showClasses(ClassForm form) {
+  const ClassTree tree;
+  Output output("");
+  switch (form) {
+    case ClassForm::text:
+      writeText(tree, &output);
+      break;
+    case ClassForm::json:
+      writeJson(tree, &output);
+      break;
+    case ClassForm::dot:
+      writeDot(tree, &output);
+      break;
+  }
+  output.finish();
+  return 0;
+}
+
+}  // namespace ztinspect

@@ -1,0 +1,84 @@
+// ztinspect: what classes are, and what files hold.
+#include "core/ztlogctrl.h"
+#include "tools/inspect/classes.hh"
+#include "tools/inspect/output.hh"
+#include "tools/inspect/plugins.hh"
+
+#include <signal.h>
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <new>
+
+// Standard output has the results alone, and no log file is left.
+ZT_LOG_TO("");
+
+namespace {
+
+using ztinspect::ClassForm;
+
+// The words of the command line.
+struct Request {
+  std::vector<std::string> plugins;
+  bool json = false;
+  bool dot = false;
+  std::function<int()> run;
+};
+
+}  // namespace
+
+static void addLoad(CLI::App *command, Request *request) {
+  command->add_option("--load", request->plugins, "Load a shared library with classes first")
+      ->type_name("PLUGIN")
+      ->expected(1)
+      ->take_all();
+}
+
+static void addClasses(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("classes", "Show the tree of classes");
+  addLoad(command, request);
+  CLI::Option *json = command->add_flag("--json", request->json, "As a JSON array");
+  command->add_flag("--dot", request->dot, "As a graph for Graphviz")->excludes(json);
+  command->callback([request] {
+    request->run = [request] {
+      const ClassForm form = request->json  ? ClassForm::json
+                             : request->dot ? ClassForm::dot
+                                            : ClassForm::text;
+      return ztinspect::showClasses(form);
+    };
+  });
+}
+
+static int run(const Request &request) {
+  for (const std::string &plugin : request.plugins) ztinspect::loadPlugin(plugin);
+  return request.run();
+}
+
+static int runGuarded(const Request &request) {
+  try {
+    return run(request);
+  } catch (const std::bad_alloc &) {
+    ztinspect::say("memory is exhausted");
+  } catch (const std::exception &problem) {
+    ztinspect::say(problem.what());
+  }
+  return 1;
+}
+
+int main(int count, char **words) {
+  // A closed pipe is an error of the write.
+  signal(SIGPIPE, SIG_IGN);
+  CLI::App program("Shows classes of the Zentova OOP Engine and the files that its objects are stored in.",
+                   "ztinspect");
+  program.set_version_flag("--version", "ztinspect " ZT_INSPECT_VERSION);
+  program.require_subcommand(1);
+  Request request;
+  addClasses(&program, &request);
+  try {
+    program.parse(count, words);
+  } catch (const CLI::ParseError &error) {
+    // 2 for every slip on the command line; 0 for --help and --version.
+    return program.exit(error) == 0 ? 0 : 2;
+  }
+  return runGuarded(request);
+}
