@@ -15,16 +15,9 @@ static ztRoot *addNode(void *node, const char *name, int32_t uid, void *parent) 
   }
   ztRoot_of(node)->setName(node, name);
   ztRoot_of(node)->setUid(node, uid);
-  if (parent != NULL) {
-    ztRoot_of(node)->setParent(node, parent);
-    ztRoot_of(node)->unRef(node);
-  }
+  // The parent has the reference that counts.
+  if (parent != NULL) ztRoot_of(node)->setParent(node, parent);
   return node;
-}
-
-static void *addAttribute(ztTag *tag, void *attribute, const char *name, ztTagHandle *handle, int32_t count) {
-  ztTag_of(tag)->insertNew(tag, name, attribute, handle, 7, count, NULL);
-  return attribute;
 }
 
 /* plant 1 { hall 2 { tank 3 }, "night shift" 4 } */
@@ -67,13 +60,11 @@ static ztRoot *makeStations(void) {
 }
 
 static ztRoot *makeTags(void) {
-  ztTag *tag = (ztTag *)addNode(ztTag_new(), "sensors", 20, NULL);
-  ztTagHandle handle;
-  addAttribute(tag, ztIntTag_new(), "count", &handle, 3);
-  for (int32_t i = 0; i < 3; ++i) ztTag_of(tag)->setValue(tag, &handle, i, &(int32_t){10 * i});
-  addAttribute(tag, ztFloatTag_new(), "level", &handle, 10);
-  for (int32_t i = 0; i < 10; ++i) ztTag_of(tag)->setValue(tag, &handle, i, &(double){0.5 * i});
-  return (ztRoot *)tag;
+  ztRoot *root = addNode(ztRoot_new(), "plant", 1, NULL);
+  ztTag *tag = (ztTag *)addNode(ztNewFromName("Sensors"), "sensors", 20, root);
+  for (int32_t i = 0; i < 3; ++i) ztTag_of(tag)->setValue(tag, &(ztTagHandle){0, 1}, i, &(int32_t){10 * i});
+  for (int32_t i = 0; i < 10; ++i) ztTag_of(tag)->setValue(tag, &(ztTagHandle){1, 2}, i, &(double){0.5 * i});
+  return root;
 }
 
 static void *openFile(const char *path, int32_t isText) {

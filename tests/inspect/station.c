@@ -16,6 +16,10 @@ ZT_DECLARE_CLASS(Station)
 #define Reading_METHODS ztBaseClass_METHODS
 ZT_DECLARE_CLASS(Reading)
 
+#define Sensors_FIELDS ztTag_FIELDS
+#define Sensors_METHODS ztTag_METHODS
+ZT_DECLARE_CLASS(Sensors)
+
 static int32_t stationCreate(void *object) {
   Station *station = object;
   if (!ztRoot_table()->create(station)) return 0;
@@ -109,8 +113,22 @@ static void readingMethods(ReadingMethods *methods) {
 
 ZT_DEFINE_CLASS(Reading, ztBaseClass, readingMethods)
 
+static int32_t sensorsCreate(void *object) {
+  if (!ztTag_table()->create(object)) return 0;
+  const SensorsMethods *methods = Sensors_table();
+  return methods->insertNew(object, "count", ztIntTag_new(), NULL, 7, 3, NULL) &&
+         methods->insertNew(object, "level", ztFloatTag_new(), NULL, 8, 10, NULL);
+}
+
+static void sensorsMethods(SensorsMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, sensorsCreate);
+}
+
+ZT_DEFINE_CLASS(Sensors, ztTag, sensorsMethods)
+
 __attribute__((constructor)) static void registerClasses(void) {
   ZT_REGISTER_CLASS(Station);
   ZT_REGISTER_CLASS(Reading);
+  ZT_REGISTER_CLASS(Sensors);
   ztOOP_setReader(StationClass_Instance(), 1, readVersion1);
 }

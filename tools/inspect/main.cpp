@@ -1,6 +1,7 @@
 // ztinspect: what classes are, and what files hold.
 #include "core/ztlogctrl.h"
 #include "tools/inspect/classes.hh"
+#include "tools/inspect/dump.hh"
 #include "tools/inspect/output.hh"
 #include "tools/inspect/plugins.hh"
 
@@ -22,6 +23,8 @@ struct Request {
   std::vector<std::string> plugins;
   bool json = false;
   bool dot = false;
+  bool noEnd = false;
+  std::string file;
   std::function<int()> run;
 };
 
@@ -46,6 +49,25 @@ static void addClasses(CLI::App *program, Request *request) {
                                             : ClassForm::text;
       return ztinspect::showClasses(form);
     };
+  });
+}
+
+static void addNoEnd(CLI::App *command, Request *request) {
+  command->add_flag("--no-end", request->noEnd, "Take files without the mark of a saved tree");
+}
+
+static void addFile(CLI::App *command, Request *request) {
+  command->add_option("FILE", request->file, "A stored file")->required();
+}
+
+static void addDump(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("dump", "Show the records of a stored file");
+  addFile(command, request);
+  addLoad(command, request);
+  addNoEnd(command, request);
+  command->add_flag("--json", request->json, "As a JSON array");
+  command->callback([request] {
+    request->run = [request] { return ztinspect::dump(request->file, request->json, request->noEnd); };
   });
 }
 
@@ -74,6 +96,7 @@ int main(int count, char **words) {
   program.require_subcommand(1);
   Request request;
   addClasses(&program, &request);
+  addDump(&program, &request);
   try {
     program.parse(count, words);
   } catch (const CLI::ParseError &error) {

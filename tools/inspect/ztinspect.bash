@@ -11,14 +11,19 @@ _ztinspect() {
       ;;
   esac
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words='classes --help --version'
+    words='classes dump --help --version'
   else
     case $command in
       classes) words='--json --dot --load --help' ;;
+      dump) words='--json --no-end --load --help' ;;
       *) words=--help ;;
     esac
   fi
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+  if [[ $word != -* && $command != classes && $COMP_CWORD -gt 1 ]]; then
+    compopt -o filenames
+    mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$word")
+  fi
 }
 
 complete -F _ztinspect ztinspect
