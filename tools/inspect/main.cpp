@@ -1,6 +1,7 @@
 // ztinspect: what classes are, and what files hold.
 #include "core/ztlogctrl.h"
 #include "tools/inspect/classes.hh"
+#include "tools/inspect/convert.hh"
 #include "tools/inspect/dump.hh"
 #include "tools/inspect/output.hh"
 #include "tools/inspect/plugins.hh"
@@ -25,6 +26,8 @@ struct Request {
   bool dot = false;
   bool noEnd = false;
   std::string file;
+  std::string to;
+  std::string output;
   std::function<int()> run;
 };
 
@@ -71,6 +74,36 @@ static void addDump(CLI::App *program, Request *request) {
   });
 }
 
+static void addVerify(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("verify", "Say whether a stored file is whole");
+  addFile(command, request);
+  addLoad(command, request);
+  addNoEnd(command, request);
+  command->callback(
+      [request] { request->run = [request] { return ztinspect::verify(request->file, request->noEnd); }; });
+}
+
+static ztinspect::Target targetOf(const std::string &name) {
+  using ztinspect::Target;
+  return name == "text" ? Target::text : name == "json" ? Target::json : Target::binary;
+}
+
+static void addConvert(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("convert", "Write a stored file in another form, or as JSON");
+  addFile(command, request);
+  addLoad(command, request);
+  addNoEnd(command, request);
+  command->add_option("--to", request->to, "text, binary or json")
+      ->required()
+      ->check(CLI::IsMember({"text", "binary", "json"}));
+  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
+  command->callback([request] {
+    request->run = [request] {
+      return ztinspect::convert(request->file, targetOf(request->to), request->output, request->noEnd);
+    };
+  });
+}
+
 static int run(const Request &request) {
   for (const std::string &plugin : request.plugins) ztinspect::loadPlugin(plugin);
   return request.run();
@@ -97,6 +130,8 @@ int main(int count, char **words) {
   Request request;
   addClasses(&program, &request);
   addDump(&program, &request);
+  addVerify(&program, &request);
+  addConvert(&program, &request);
   try {
     program.parse(count, words);
   } catch (const CLI::ParseError &error) {

@@ -1,5 +1,6 @@
 #include "tools/inspect/values.hh"
 
+#include "tools/inspect/encode.hh"
 #include "tools/inspect/output.hh"
 
 #include <charconv>
@@ -88,7 +89,8 @@ static void addValue(std::string *json, const Trace &trace, const Step &step, Ki
   const std::string_view bytes = trace.valueOf(step);
   const double real = step.kind == Kind::real ? trace.realOf(step) : 0;
   if (step.kind == Kind::real && std::isfinite(real)) {
-    *json += ",\"value\":" + shownReal(real);
+    // Without a point, a reader takes it for an integer, which has no sign.
+    *json += ",\"value\":" + (real == 0 && std::signbit(real) ? "-0.0" : shownReal(real));
     return;
   }
   std::string_view text;
@@ -113,7 +115,6 @@ static void addField(std::string *json, const Trace &trace, const Step &step, co
     *json += ",";
   }
   *json += std::string("\"kind\":\"") + nameOf(step.kind) + "\",\"offset\":" + std::to_string(step.offset);
-  if (step.kind == Kind::string) *json += ",\"wanted\":" + std::to_string(step.wanted);
   addValue(json, trace, step, name == nullptr ? step.kind : name->kind);
   *json += "}";
 }
@@ -131,9 +132,11 @@ std::string recordToJson(const Record &record, const Trace &trace, const std::st
     json += "}";
   }
   json += ",\"fields\":[";
-  for (size_t i = 0; i < trace.steps.size(); ++i) {
+  const Trace binary = form == Form::text ? binaryValues(trace, form) : Trace();
+  const Trace &values = form == Form::text ? binary : trace;
+  for (size_t i = 0; i < values.steps.size(); ++i) {
     if (i > 0) json += ",";
-    addField(&json, trace, trace.steps[i], i < record.names.size() ? &record.names[i] : nullptr);
+    addField(&json, values, values.steps[i], i < record.names.size() ? &record.names[i] : nullptr);
   }
   json += "]";
   if (raw != nullptr)

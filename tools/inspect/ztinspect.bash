@@ -4,18 +4,24 @@
 _ztinspect() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]-} words
   case $previous in
-    --load)
+    --to)
+      mapfile -t COMPREPLY < <(compgen -W 'text binary json' -- "$word")
+      return
+      ;;
+    --load | --output | -o)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       return
       ;;
   esac
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words='classes dump --help --version'
+    words='classes dump verify convert --help --version'
   else
     case $command in
       classes) words='--json --dot --load --help' ;;
       dump) words='--json --no-end --load --help' ;;
+      verify) words='--no-end --load --help' ;;
+      convert) words='--to --output --no-end --load --help' ;;
       *) words=--help ;;
     esac
   fi

@@ -1,0 +1,114 @@
+#!/usr/bin/env bash
+# What ztinspect says of whole files, writes of them, and finds to differ; see common.sh.
+set -euo pipefail
+
+# shellcheck source=tests/inspect/common.sh
+. "$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)/common.sh"
+
+verifies_whole_files() {
+  local kind form
+  for kind in plant tags stations; do
+    for form in binary text; do
+      "$maker" "$kind" file.zt "$form" "$plugin"
+      inspect 0 verify --load "$plugin" file.zt
+      expect_message
+      [ ! -s out.txt ] || fail "$(cat out.txt)"
+    done
+  done
+  "$maker" stored stored.zt
+  inspect 1 verify stored.zt
+  inspect 0 verify --no-end stored.zt
+  inspect 1 verify file.zt
+  grep -q 'class Station is not known: 2 records skipped' err.txt || fail "$(cat err.txt)"
+  "$maker" objects objects.zt
+  inspect 0 verify --no-end objects.zt
+  tail -c +193 stored.zt >headless.zt
+  inspect 1 verify --no-end headless.zt
+  expect_message 'headless.zt: 2 nodes name a parent that is not there'
+}
+
+# comes_back <file> <form> [option...]
+comes_back() {
+  local file=$1 form=$2
+  shift 2
+  inspect 0 convert "$file" --to json -o back.json "$@"
+  expect_message
+  inspect 0 convert back.json --to "$form" -o back.zt
+  cmp "$file" back.zt || fail "$file does not come back"
+}
+
+json_comes_back_to_the_same_bytes() {
+  local kind form
+  for kind in plant tags stations stored objects; do
+    for form in binary text; do
+      "$maker" "$kind" file.zt "$form" "$plugin"
+      comes_back file.zt "$form" --no-end --load "$plugin"
+      # Also what belongs to classes that are not known.
+      comes_back file.zt "$form" --no-end
+    done
+  done
+  cp back.json out.txt
+  expect_json '[r["class"] for r in data]' "['ztIntArray', 'ztLink', 'ztString']"
+}
+
+the_forms_come_back_to_each_other() {
+  local kind
+  for kind in plant tags stations; do
+    "$maker" "$kind" file.zt binary "$plugin"
+    "$maker" "$kind" file.txt text "$plugin"
+    inspect 0 convert file.zt --to text -o made.txt --load "$plugin"
+    cmp file.txt made.txt || fail "$kind: the text form differs from that of the library"
+    inspect 0 convert file.txt --to binary -o made.zt --load "$plugin"
+    cmp file.zt made.zt || fail "$kind: the binary form differs from that of the library"
+    inspect 0 convert file.txt --to json -o made.json --load "$plugin"
+    inspect 0 convert made.json --to binary -o made.zt
+    cmp file.zt made.zt || fail "$kind: the binary form of the JSON differs"
+    inspect 0 convert file.zt --to binary --load "$plugin"
+    cmp file.zt out.txt || fail "$kind: a copy differs"
+  done
+}
+
+leaves_no_half_file() {
+  "$maker" plant plant.zt
+  head -c 700 plant.zt >cut.zt
+  rm -rf folder
+  mkdir folder
+  echo old >folder/out.json
+  inspect 1 convert cut.zt --to json -o folder/out.json
+  expect_message 'cut.zt: damaged at offset 684: the file ends where 80 bytes should be'
+  [ "$(ls folder)" = out.json ] && [ "$(cat folder/out.json)" = old ] || fail "$(ls folder)"
+  inspect 1 convert plant.zt --to json -o folder/missing/out.json
+  rm -f pipe
+  mkfifo pipe
+  inspect 1 convert pipe --to json -o folder/out.json
+  expect_message 'pipe is no regular file'
+  inspect 1 convert plant.zt --to json -o /dev/full
+  expect_message '/dev/full: No space left on device'
+  inspect 0 convert plant.zt --to json -o folder/out.json
+  [ "$(ls folder)" = out.json ] || fail "$(ls folder)"
+  "$maker" stations stations.zt binary "$plugin"
+  inspect 1 convert stations.zt --to text -o folder/out.txt
+  expect_message \
+    'stations.zt: class Station is not known, so it has no other form (--load names its plugin)'
+  [ "$(ls folder)" = out.json ] || fail "$(ls folder)"
+}
+
+refuses_wrong_json() {
+  local json
+  for json in '[' '[]x' '[1]' '[{}]' '[{"class":"ztRoot"}]' '[{"class":"","version":1,"fields":[]}]' \
+    '[{"class":"A","version":1,"fields":[{"kind":"int","value":"x"}]}]' \
+    '[{"class":"A","version":1,"fields":[{"kind":"int","value":3000000000}]}]' \
+    '[{"class":"A","version":1,"fields":[{"kind":"int","hex":"00"}]}]' \
+    '[{"class":"A","version":1,"fields":[{"kind":"bytes","hex":"0x"}]}]' \
+    '[{"class":"A","version":1,"fields":[{"kind":"bytes","size":1,"value":"xyz"}]}]' \
+    '[{"class":"A","version":1,"fields":[{"kind":"word","value":1}]}]' \
+    '[{"class":"A","version":1,"unknown":true,"fields":[]}]' \
+    '[{"class":"A","version":1,"fields":5}]' \
+    '[{"class":"(end of tree)","version":1},{"class":"A","version":1,"fields":[]}]'; do
+    echo "$json" >wrong.json
+    inspect 1 convert wrong.json --to binary
+    grep -q '^ztinspect: wrong.json: .' err.txt || fail "$json" "$(cat err.txt)"
+  done
+}
+
+"$case"
