@@ -76,7 +76,7 @@ leaves_no_half_file() {
   echo old >folder/out.json
   inspect 1 convert cut.zt --to json -o folder/out.json
   expect_message 'cut.zt: damaged at offset 684: the file ends where 80 bytes should be'
-  [ "$(ls folder)" = out.json ] && [ "$(cat folder/out.json)" = old ] || fail "$(ls folder)"
+  if [ "$(ls folder)" != out.json ] || [ "$(cat folder/out.json)" != old ]; then fail "$(ls folder)"; fi
   inspect 1 convert plant.zt --to json -o folder/missing/out.json
   rm -f pipe
   mkfifo pipe
@@ -109,6 +109,38 @@ refuses_wrong_json() {
     inspect 1 convert wrong.json --to binary
     grep -q '^ztinspect: wrong.json: .' err.txt || fail "$json" "$(cat err.txt)"
   done
+}
+
+compares_by_identifier() {
+  "$maker" plant plant.zt
+  "$maker" plant plant.txt text
+  "$maker" other other.zt
+  inspect 0 diff plant.zt plant.txt
+  [ ! -s out.txt ] || fail "$(cat out.txt)"
+  inspect 1 diff plant.txt other.zt
+  expect_message
+  diff - out.txt <<'TEXT' || fail 'that is not the expected difference'
+changed ztRoot 2 "great hall": name: "hall" -> "great hall"
+moved ztRoot 3 "tank" from 2 to 1
+added ztRoot 5 "yard" below 1
+removed ztRoot 4 "night shift" from 1
+TEXT
+  head -c 700 plant.zt >cut.zt
+  inspect 1 diff plant.zt cut.zt
+  expect_line 'removed ztRoot 4 "night shift" from 1'
+  expect_message 'cut.zt: damaged at offset 684: the file ends where 80 bytes should be'
+}
+
+compares_values_of_host_classes() {
+  "$maker" tags tags.zt binary "$plugin"
+  inspect 0 convert tags.zt --load "$plugin" --to json -o tags.json
+  sed 's/"hex":"0a000000"/"hex":"0b000000"/' tags.json >changed.json
+  inspect 0 convert changed.json --to binary -o changed.zt
+  inspect 1 diff tags.zt changed.zt --load "$plugin"
+  expect_line 'changed Sensors 20 "sensors": attributes[0].values[1]: 10 -> 11'
+  [ "$(wc -l <out.txt)" -eq 1 ] || fail "$(cat out.txt)"
+  inspect 1 diff tags.zt changed.zt
+  grep -q '^changed Sensors @192: bytes of a class that is not known$' out.txt || fail "$(cat out.txt)"
 }
 
 "$case"

@@ -2,6 +2,7 @@
 #include "core/ztlogctrl.h"
 #include "tools/inspect/classes.hh"
 #include "tools/inspect/convert.hh"
+#include "tools/inspect/diff.hh"
 #include "tools/inspect/dump.hh"
 #include "tools/inspect/output.hh"
 #include "tools/inspect/plugins.hh"
@@ -26,6 +27,7 @@ struct Request {
   bool dot = false;
   bool noEnd = false;
   std::string file;
+  std::string other;
   std::string to;
   std::string output;
   std::function<int()> run;
@@ -104,6 +106,18 @@ static void addConvert(CLI::App *program, Request *request) {
   });
 }
 
+static void addDiff(CLI::App *program, Request *request) {
+  CLI::App *command =
+      program->add_subcommand("diff", "Compare the nodes of two stored files by their identifiers");
+  command->add_option("A", request->file, "A stored file")->required();
+  command->add_option("B", request->other, "Another one, of any form")->required();
+  addLoad(command, request);
+  addNoEnd(command, request);
+  command->callback([request] {
+    request->run = [request] { return ztinspect::diff(request->file, request->other, request->noEnd); };
+  });
+}
+
 static int run(const Request &request) {
   for (const std::string &plugin : request.plugins) ztinspect::loadPlugin(plugin);
   return request.run();
@@ -132,6 +146,7 @@ int main(int count, char **words) {
   addDump(&program, &request);
   addVerify(&program, &request);
   addConvert(&program, &request);
+  addDiff(&program, &request);
   try {
     program.parse(count, words);
   } catch (const CLI::ParseError &error) {

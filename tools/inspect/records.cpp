@@ -112,6 +112,10 @@ void Records::readKnown(const Known &known, Record *record, bool withNames) {
     record->parentUid = static_cast<ztRoot *>(object)->parentUid;
     const char *name = ztRoot_of(object)->getName(object);
     record->name = name == nullptr ? "" : name;
+    const void *place = &static_cast<ztRoot *>(object)->parentUid;
+    for (size_t i = 0; i < trace.steps.size(); ++i) {
+      if (trace.steps[i].address == place) record->parentStep = i;
+    }
   }
   if (withNames) namer.nameAll(object, trace, &record->names);
   ztBaseClass_of(object)->unRef(object);

@@ -27,6 +27,7 @@ struct Record {
   bool isLink = false;
   int32_t uid = 0;  // of a node
   int32_t parentUid = 0;
+  size_t parentStep = SIZE_MAX;  // that read parentUid
   std::string name;
   std::vector<Name> names;  // of its values, where they were asked for
 };

@@ -15,12 +15,12 @@ _ztinspect() {
       ;;
   esac
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words='classes dump verify convert --help --version'
+    words='classes dump verify convert diff --help --version'
   else
     case $command in
       classes) words='--json --dot --load --help' ;;
       dump) words='--json --no-end --load --help' ;;
-      verify) words='--no-end --load --help' ;;
+      verify | diff) words='--no-end --load --help' ;;
       convert) words='--to --output --no-end --load --help' ;;
       *) words=--help ;;
     esac
