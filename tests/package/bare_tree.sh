@@ -30,6 +30,8 @@ echo '   apt install ./*.deb'
 # Trees made by tools may leave out what Debian installs: what is recommended.
 quietly apt-get install --yes --install-recommends ./*.deb
 sh debian/tests/programs c static python
+ztinspect classes >/tmp/classes.txt
+grep -q '^ztBaseClass ' /tmp/classes.txt
 
 echo '   with g++ and cmake'
 quietly apt-get install --yes --no-install-recommends cmake g++ make

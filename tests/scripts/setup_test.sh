@@ -174,7 +174,7 @@ knows_what_each_profile_takes() {
 
   run package
   expect_status 1
-  expect_named 'dpkg-dev debhelper lintian mmdebstrap dh-python doxygen doxygen-awesome-css python3'
+  expect_named 'dpkg-dev debhelper lintian mmdebstrap dh-python doxygen doxygen-awesome-css python3 libcli11-dev nlohmann-json3-dev'
 
   rm bin/g++ bin/cmake bin/ninja # which no page takes
   run docs
