@@ -115,6 +115,10 @@ notices_changed_bytes_and_data_behind() {
   printf 'X' | dd of=changed.zt bs=1 seek=110 conv=notrunc 2>/dev/null
   inspect 1 dump changed.zt
   expect_message 'changed.zt: damaged at offset 768: the check sum does not match'
+  cp plant.zt changed.zt
+  printf '\2' | dd of=changed.zt bs=1 seek=868 conv=notrunc 2>/dev/null
+  inspect 1 dump --no-end changed.zt
+  expect_message 'changed.zt: damaged at offset 872: the mark of the end is damaged'
   cat plant.zt plant.zt >twice.zt
   inspect 1 dump twice.zt
   expect_message 'twice.zt: damaged at offset 936: there is data behind the mark of the end'

@@ -45,7 +45,8 @@ bool Records::finish(End end, std::string reason, int64_t where) {
 bool Records::finishAtMark(const Identity &identity) {
   int64_t behind = 0;
   const std::optional<Mark> mark = source.markAt(identity.end, &behind);
-  if (!mark) return finish(End::damaged, "the mark of the end is damaged", identity.end);
+  if (!mark || identity.version != 1)
+    return finish(End::damaged, "the mark of the end is damaged", identity.end);
   if (mark->bytes != at) return finish(End::damaged, "the mark of the end belongs to another length", at);
   if (mark->nodes != counted) return finish(End::damaged, "the mark of the end counts other records", at);
   if (mark->sum != source.sumBefore(at)) return finish(End::damaged, "the check sum does not match", at);
@@ -65,7 +66,7 @@ bool Records::next(Record *record, bool withNames) {
   if (at >= source.size()) return finish(End::noMark, "", at);
   std::optional<Identity> identity = source.identityAt(at);
   if (!identity) return finish(End::damaged, whyNoIdentity(), at);
-  if (identity->isMark()) return finishAtMark(*identity);
+  if (identity->name == markName) return finishAtMark(*identity);
   *record = {};
   record->offset = at;
   record->identity = std::move(*identity);

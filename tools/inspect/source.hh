@@ -21,10 +21,6 @@ struct Identity {
   int32_t version = 0;
   int32_t distance = 0;  // to the record of the parent, in records; 0 for none
   int64_t end = 0;       // the offset of the record
-
-  bool isMark() const {
-    return version == 1 && name == markName;
-  }
 };
 
 // The contents of the mark.
