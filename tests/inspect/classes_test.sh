@@ -84,4 +84,32 @@ refuses_wrong_command_lines() {
   inspect 0 --version
 }
 
+# words_of_help [subcommand]: the long options and the subcommands.
+words_of_help() {
+  "$ztinspect" "$@" --help | grep -oE '^  (-[a-z],)?(--[a-z-]+|[a-z]+)' | sed 's/^ *\(-[a-z],\)\{0,1\}//'
+}
+
+the_completion_and_the_manual_know_every_word() {
+  local command word
+  # Where no file is offered.
+  rm -rf nothing
+  mkdir nothing
+  cd nothing
+  # shellcheck source=tools/inspect/ztinspect.bash
+  . "$root/tools/inspect/ztinspect.bash"
+  for command in '' $(words_of_help | grep -v '^--'); do
+    COMP_WORDS=(ztinspect ${command:+"$command"} '')
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    COMPREPLY=()
+    # Outside of a completion, bash refuses its options.
+    _ztinspect 2>/dev/null || true
+    diff <(words_of_help ${command:+"$command"} | sort) <(printf '%s\n' "${COMPREPLY[@]}" | sort) ||
+      fail "the completion of ztinspect $command differs from its help"
+    while read -r word; do
+      sed 's/[\\]//g' "$root/docs/man/ztinspect.1" | grep -E -- "(^|[ .])$word( |$)" >/dev/null ||
+        fail "not in the manual: $word"
+    done < <(words_of_help ${command:+"$command"})
+  done
+}
+
 "$case"

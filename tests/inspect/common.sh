@@ -3,6 +3,8 @@
 # shellcheck shell=bash
 
 # shellcheck disable=SC2034 # used where this is sourced
+root=$(CDPATH='' cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck disable=SC2034
 case=$1 ztinspect=$2 maker=$3 plugin=$4
 
 fail() {
