@@ -1,6 +1,7 @@
 #include "objects/ztchange.hh"
 
 #include "containers/ztwalk.hh"
+#include "core/ztnamehash.hh"
 #include "objects/ztstatics.hh"
 
 #include <string.h>
@@ -28,7 +29,7 @@ namespace {
 // A property, also after another one was made at its address.
 struct Known {
   const ztClass *type;
-  uint64_t name;
+  uint32_t name;  // its hash: the name itself may end with the property
 
   bool is(const Known &other) const {
     return type == other.type && name == other.name;
@@ -36,12 +37,6 @@ struct Known {
 };
 
 }  // namespace
-
-static uint64_t hashOf(const char *name) {
-  uint64_t hash = 0xCBF29CE484222325;
-  while (*name != '\0') hash = (hash ^ static_cast<unsigned char>(*name++)) * 0x100000001B3;
-  return hash;
-}
 
 // A property that has a name lives.
 static Known knownAs(const char *name, const void *property) {
