@@ -49,6 +49,7 @@
 #include "objects/ztobjinfo.h"
 #include "objects/ztproperty.h"
 #include "objects/ztproptype.h"
+#include "objects/ztreport.h"
 #include "objects/ztroot.h"
 #include "objects/ztsignal.h"
 #include "objects/ztslot.h"

@@ -1,5 +1,6 @@
 #include "containers/ztitemtable.hh"
 
+#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 
@@ -68,7 +69,7 @@ ItemTable *ztcore::tableOf(const ztList &list) {
 ItemTable *ztcore::makeTable(const ztList &list) {
   if (ItemTable *table = tableOf(list)) return table;
   if (!hasOwnLinking(list.klass)) return nullptr;
-  auto *table = static_cast<ItemTable *>(ztm_alloc(sizeof(ItemTable)));
+  auto *table = static_cast<ItemTable *>(hidden(ztm_alloc(sizeof(ItemTable))));
   if (table == nullptr) return nullptr;
   *table = {};
   remember(table, list);

@@ -6,6 +6,7 @@
 using namespace ztcore;
 
 bool ztcore::checksThreads;
+bool ztcore::watchesEmissions;
 void (*ztcore::releaseCheck)(void *object);
 
 static bool listContains(const char *list, const char *word) {
@@ -21,4 +22,5 @@ static bool listContains(const char *list, const char *word) {
 void ztcore::readChecks() {
   const char *wanted = getenv("ZENTOVA_CHECK");
   checksThreads = wanted != nullptr && listContains(wanted, "thread");
+  watchesEmissions = checksThreads;
 }

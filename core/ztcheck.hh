@@ -8,6 +8,9 @@ namespace ztcore {
 // is loaded, so every thread may read it.
 extern bool checksThreads;
 
+// True where somebody watches emissions: `checksThreads`, or core/zttrack.hh. Constant as well.
+extern bool watchesEmissions;
+
 // Checks an object that is about to be released. Called only where `checksThreads` is set. NULL until the first
 // object that knows its thread is made.
 extern void (*releaseCheck)(void *object);

@@ -9,6 +9,7 @@
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
 #include "core/ztshared.hh"
+#include "core/zttrack.hh"
 
 #include <string.h>
 
@@ -37,7 +38,7 @@ static ztClassFunctions *functionsOf(const ztClass *klass) {
 static bool registerClass(const ztClassDescription *description) {
   if (isNameTaken(*description->name)) return true;
   const ztClassFunctions *functions = functionsOf(description->klass);
-  void *prototype = functions->ctor(nullptr, 0);
+  void *prototype = hidden(functions->ctor(nullptr, 0));
   if (prototype == nullptr) return false;
   const char *name = ztOOP_classOf(prototype)->name;
   if (ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) return true;
@@ -131,6 +132,7 @@ static void fillDescriptor(const ztClassDescription *description) {
   }
   klass->initialised = 1;
   description->state->filling = 0;
+  if (tracksBlocks) trackClass(klass);
 }
 
 int32_t ztOOP_registerClassOf(ztCtor ctor) {

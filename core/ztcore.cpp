@@ -6,6 +6,8 @@
 #include "core/ztlogctrl.hh"
 #include "core/ztoop.hh"
 #include "core/ztthread.hh"
+#include "core/zttrack.hh"
+#include "objects/ztreport.hh"
 #include "zentova.h"
 
 #include <dlfcn.h>
@@ -171,12 +173,14 @@ static pid_t loadedBy;
 __attribute__((constructor)) void ztcore_lnx_init(void) {
   keepLocksAcrossFork();
   readChecks();
+  readTracking();
   chooseLog();
   loadedBy = getpid();
   ztLc_log("Zentova - Loading library: %s\n", "ztcore");
   ztOOP_Init("zentova");
   ztcoreClassInit();
   if (programIsAtFixedAddress()) setAddressesInProgram();
+  beginTracking();
 }
 
 __attribute__((destructor)) void ztcore_lnx_free(void) {
@@ -189,5 +193,7 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
 // hooks may use the data of threads.
 __attribute__((destructor(101))) static void releaseLast() {
   releaseThreads();
+  if (tracksBlocks && loadedBy == getpid()) printLiveObjects();
+  endTracking();
   closeChosenLog();
 }

@@ -1,6 +1,7 @@
 #include "core/ztdescribe.h"
 
 #include "core/ztbasec.h"
+#include "core/ztblocks.hh"
 #include "core/ztdeclaration.hh"
 #include "core/ztdescribed.hh"
 #include "core/ztlock.hh"
@@ -296,7 +297,7 @@ static ztClassInfo *newInfo(const Space &space, Lists *lists) {
                        static_cast<size_t>(space.fields) * sizeof(ztFieldInfo) +
                        static_cast<size_t>(space.functions) * sizeof(ztFunctionInfo) + space.textBytes;
   if (bytes > INT32_MAX) return nullptr;
-  auto *info = static_cast<ztClassInfo *>(ztm_alloc(static_cast<int32_t>(bytes)));
+  auto *info = static_cast<ztClassInfo *>(hidden(ztm_alloc(static_cast<int32_t>(bytes))));
   if (info == nullptr) return nullptr;
   auto *methods = reinterpret_cast<ztMethodInfo *>(info + 1);
   auto *fields = reinterpret_cast<ztFieldInfo *>(methods + space.methods);

@@ -10,8 +10,10 @@ constinit Lock ztcore::memoryLock;
 constinit Lock ztcore::logLock;
 constinit Lock ztcore::idLock;
 constinit Lock ztcore::threadsLock;
+constinit Lock ztcore::blocksLock;
 
-static Lock *const inOrder[] = {&engineLock, &tablesLock, &memoryLock, &logLock, &idLock, &threadsLock};
+static Lock *const inOrder[] = {&engineLock, &tablesLock,  &memoryLock, &logLock,
+                                &idLock,     &threadsLock, &blocksLock};
 
 static void takeAll() {
   for (Lock *lock : inOrder) pthread_mutex_lock(&lock->mutex);

@@ -57,6 +57,7 @@ extern Lock memoryLock;   // the records of the tracking form
 extern Lock logLock;      // the log file
 extern Lock idLock;       // the C library's random numbers, from the seed to the draw
 extern Lock threadsLock;  // the list of thread blocks
+extern Lock blocksLock;   // the table of live blocks; memory is allocated with any of the above held
 
 // Makes every lock free in a child of `fork`. Called once, when the library is loaded.
 void keepLocksAcrossFork();

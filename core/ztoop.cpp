@@ -1,6 +1,7 @@
 #include "core/ztoop.h"
 
 #include "core/ztbasec.h"
+#include "core/ztblocks.hh"
 #include "core/ztclassindex.hh"
 #include "core/ztdescribed.hh"
 #include "core/ztkept.hh"
@@ -116,6 +117,7 @@ int32_t ztAddNewClass(void *prototype, const char *name, ztCtor ctor, ztClassDes
   entry->entry.ctor = ctor;
   entry->entry.classDestroy = classDestroy;
   entry->entry.prototype = prototype;
+  hidden(prototype);
   entry->byName.hash = cut.hash;
   entry->byClass.hash = hashOf(classNameOf(entry->entry));
   entry->instanceDestroyed = false;
@@ -141,7 +143,7 @@ void ztcore::ensureRegistered(const char *name, ztCtor ctor) {
   ztBaseClass header;
   ctor(&header, 0);
   if (isNewest(name) || ztOOP_isClassRegistered(name)) return;
-  void *prototype = ctor(nullptr, 0);
+  void *prototype = hidden(ctor(nullptr, 0));
   if (prototype == nullptr) return;
   const auto *functions = static_cast<const ztClassFunctions *>(header.klass->classTable);
   if (!ztAddNewClass(prototype, name, functions->ctor, functions->classDestroy)) ztm_free(prototype);

@@ -1,4 +1,5 @@
 #include "core/ztreader.h"
+#include "core/ztblocks.hh"
 
 #include "core/ztclass.h"
 #include "core/ztgrowing.hh"
@@ -77,7 +78,7 @@ static void forgetReaders(const ztClass *klass) {
 
 static bool addReader(const Reader &reader) {
   if (readerCount == readerCapacity) {
-    auto *grown = growBlock<Reader>(readers, nullptr, &readerCapacity, readerCount + 1);
+    auto *grown = hidden(growBlock<Reader>(readers, nullptr, &readerCapacity, readerCount + 1));
     if (grown == nullptr) return false;
     readers = grown;
     keepRegistered(Kept::readers, releaseReaders, forgetReaders);

@@ -1,4 +1,5 @@
 #include "core/ztthread.hh"
+#include "core/ztblocks.hh"
 
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
@@ -51,7 +52,7 @@ static void endThread(void *block) {
 }
 
 static ThreadBlock *takeBlock() {
-  if (firstBlockTaken) return static_cast<ThreadBlock *>(ztm_alloc(sizeof(ThreadBlock)));
+  if (firstBlockTaken) return static_cast<ThreadBlock *>(hidden(ztm_alloc(sizeof(ThreadBlock))));
   firstBlockTaken = true;
   return &firstBlock;
 }

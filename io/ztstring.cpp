@@ -4,6 +4,7 @@
 #include "containers/ztcompare.hh"
 #include "containers/ztown.hh"
 #include "core/ztbasec.hh"
+#include "core/ztblocks.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmem.h"
 #include "core/ztmethod.hh"
@@ -282,9 +283,13 @@ bool StringWithChars::copy(SharedBlock *block, const ztString *source) {
 // Each thread has its own. Its first newString makes it, it is released with the class or the thread, and a
 // later newString makes it again.
 
+[[gnu::noinline]] static void *makeScratch() {
+  return hidden(makeObject(ztString_ctor));
+}
+
 static void *stringNewString(const void *, const char *text) {
   ThreadBlock *block = blockOfThread();
-  if (block->scratchString == nullptr) block->scratchString = makeObject(ztString_ctor);
+  if (block->scratchString == nullptr) block->scratchString = makeScratch();
   void *scratch = block->scratchString;
   return scratch == nullptr ? nullptr : ztString_of(scratch)->set(scratch, text);
 }

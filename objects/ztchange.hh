@@ -34,7 +34,7 @@ inline const char *propertyOfChange(const char *signalName) {
 // of setting a property.
 [[gnu::always_inline]] inline void notifyPropertyChange(void *object, const void *property,
                                                         const ObjectWatch &owner, EmittedValue value) {
-  if (checksThreads) checkThread(object, "an emission");
+  if (watchesEmissions) watchEmission(object, changeOfAny);
   const auto *owned = static_cast<const ztObject *>(object);
   const auto *signal =
       static_cast<const ztSignal *>(findByName(owned->signals, ztSignalMap_compare_func, changeOfAny));

@@ -1,5 +1,6 @@
 #include "objects/ztdeclared.h"
 
+#include "core/ztblocks.hh"
 #include "core/ztcore.hh"
 #include "core/ztkept.hh"
 #include "core/ztlock.hh"
@@ -154,7 +155,7 @@ static Declaration *makeDeclaration(ztClass *klass, const Parsed &parsed) {
 }
 
 static DeclaringClass *makeDeclaringClass(ztClass *klass) {
-  auto *declaring = static_cast<DeclaringClass *>(ztm_alloc(sizeof(DeclaringClass)));
+  auto *declaring = static_cast<DeclaringClass *>(hidden(ztm_alloc(sizeof(DeclaringClass))));
   if (declaring == nullptr) return nullptr;
   if (!byClass.insert(keyOf(klass), declaring)) {
     ztm_free(declaring);

@@ -2,6 +2,7 @@
 
 #include "containers/ztavltree.h"
 #include "core/ztcheck.hh"
+#include "core/zttrack.hh"
 #include "objects/ztobjbase.hh"
 #include "objects/ztslots.hh"
 #include "objects/ztstrmap.hh"
@@ -171,8 +172,16 @@ ZT_OWN_FRAME int32_t ztcore::emitArguments(void *emitter, const ztSignal *signal
   return 1;
 }
 
-int32_t ztcore::emit(void *emitter, const char *signalName, EmittedValue value) {
+void ztcore::watchEmission(const void *emitter, const char *signalName) {
   if (checksThreads) checkThread(emitter, "an emission");
+  const ztSignal *signal = tracesEmissions ? findSignal(emitter, signalName) : nullptr;
+  if (signal == nullptr) return;
+  const ztAvlTree *slots = signal->slots == nullptr ? nullptr : signal->slots->tree;
+  traceEmission(emitter, signalName, slots == nullptr || signal->blocked != 0 ? 0 : slots->count);
+}
+
+int32_t ztcore::emit(void *emitter, const char *signalName, EmittedValue value) {
+  if (watchesEmissions) watchEmission(emitter, signalName);
   const ztSignal *signal = findSignal(emitter, signalName);
   return signal == nullptr ? 0 : emitFound(emitter, signal, value);
 }

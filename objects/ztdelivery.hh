@@ -33,6 +33,10 @@ inline uint32_t argumentCountOf(const ztSignal *signal) {
 // An object's signal of that name. NULL when there is none, or for a NULL object.
 ztSignal *findSignal(const void *object, const char *name);
 
+// Checks and traces, as the environment asks, an emission that is about to begin. Called where `watchesEmissions` is
+// set. Ignores NULL.
+void watchEmission(const void *emitter, const char *signalName);
+
 // Emits a signal of a ztObject; returns what ztObject_emit returns.
 int32_t emit(void *emitter, const char *signalName, EmittedValue value);
 int32_t emitFound(void *emitter, const ztSignal *signal, const EmittedValue &value);

@@ -165,7 +165,7 @@ int32_t ztObject_emitArgs(void *object, const char *signalName, const ztArgument
   if (!fits(__func__, object, signalName, count)) return 0;
   EmittedArguments sorted = {};
   if (!sortArguments(&sorted, arguments, count)) return 0;
-  if (checksThreads) checkThread(object, "an emission");
+  if (watchesEmissions) watchEmission(object, signalName);
   const ztSignal *signal = findSignal(object, signalName);
   return signal == nullptr ? 0 : emitArguments(object, signal, sorted);
 }

@@ -1,6 +1,7 @@
 #include "objects/ztobjinfo.h"
 
 #include "containers/ztwalk.hh"
+#include "core/ztblocks.hh"
 #include "core/ztdeclaration.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
@@ -70,7 +71,7 @@ static ztObjectInfo *newInfo(const Space &space, Lists *lists) {
                        static_cast<size_t>(space.signals) * sizeof(ztSignalInfo) +
                        static_cast<size_t>(space.arguments) * sizeof(ztSignalArgument) + space.textBytes;
   if (bytes > INT32_MAX) return nullptr;
-  auto *info = static_cast<ztObjectInfo *>(ztm_alloc(static_cast<int32_t>(bytes)));
+  auto *info = static_cast<ztObjectInfo *>(hidden(ztm_alloc(static_cast<int32_t>(bytes))));
   if (info == nullptr) return nullptr;
   auto *properties = reinterpret_cast<ztPropertyInfo *>(info + 1);
   auto *signals = reinterpret_cast<ztSignalInfo *>(properties + space.properties);

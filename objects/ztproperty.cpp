@@ -4,6 +4,7 @@
 #include "containers/ztown.hh"
 #include "containers/ztpointers.hh"
 #include "core/ztbasec.hh"
+#include "core/ztblocks.hh"
 #include "core/ztkept.hh"
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
@@ -106,7 +107,7 @@ static ztPropertyTypeMap *propertyTypes;
 
 static ztPropertyTypeMap *typeMap() {
   if (propertyTypes == nullptr) {
-    propertyTypes = newObject<ztPropertyTypeMap>(ztPropertyTypeMap_ctor);
+    propertyTypes = hidden(newObject<ztPropertyTypeMap>(ztPropertyTypeMap_ctor));
   }
   return propertyTypes;
 }

@@ -2,6 +2,7 @@
 
 #include "containers/ztwalk.hh"
 #include "core/ztbasec.hh"
+#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 #include "core/ztoop.hh"
@@ -110,7 +111,7 @@ static void retireMap(ztClass *klass) {
 
 // Replaces the map of a class and takes ownership of the new one.
 static bool giveMap(ztClass *klass, ztPropertyMap *map, bool complete) {
-  auto *owner = static_cast<StaticMapOwner *>(ztm_alloc(sizeof(StaticMapOwner)));
+  auto *owner = static_cast<StaticMapOwner *>(hidden(ztm_alloc(sizeof(StaticMapOwner))));
   if (owner == nullptr || map == nullptr) {
     ztm_free(owner);
     releasePart(map);
@@ -157,7 +158,7 @@ static void buildStaticMap(ztClass *klass) {
   const Locked locked(engineLock, Locked::hostsCode);
   const uint32_t lostBefore = lostDeclarations;
   __atomic_add_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELAXED);
-  if (giveMap(klass, newObject<ztPropertyMap>(ztPropertyMap_ctor), false)) {
+  if (giveMap(klass, hidden(newObject<ztPropertyMap>(ztPropertyMap_ctor)), false)) {
     fillStaticMap(klass);
     completeMap(klass, lostDeclarations != lostBefore);
   } else {

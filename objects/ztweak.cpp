@@ -1,5 +1,6 @@
 #include "objects/ztweak.h"
 
+#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztmem.h"
@@ -78,7 +79,7 @@ static void forgetEarlier(const ztObject *object) {
 }
 
 static bool makeWatch(const void *object, void **pointer) {
-  auto *watch = static_cast<Watch *>(ztm_alloc(sizeof(Watch)));
+  auto *watch = static_cast<Watch *>(hidden(ztm_alloc(sizeof(Watch))));
   if (watch == nullptr) return false;
   watch->pointer = pointer;
   if (byPointer.insert(keyOf(pointer), watch)) {

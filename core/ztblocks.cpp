@@ -1,0 +1,228 @@
+#include "core/ztblocks.hh"
+
+#include "core/ztlock.hh"
+#include "core/ztmem.hh"
+#include "core/ztpointermap.hh"
+
+using namespace ztcore;
+
+bool ztcore::tracksBlocks;
+
+namespace {
+
+struct KnownSite {
+  Site site;
+  KnownSite *next;   // of the same hash
+  KnownSite *older;  // of all
+};
+
+// blocksLock guards all of it.
+struct State {
+  MemoryFunctions system;
+  BlockListener listener;
+  PointerMap blocks;  // by address
+  PointerMap sites;   // by hash; the first of its KnownSites
+  KnownSite *newestSite;
+  TrackedBlock *newest;
+  uint64_t lastSerial;
+  uint32_t lost;
+  bool isHiding;
+  bool isBusy;  // the tables themselves are allocating
+};
+
+constinit State state = {};
+
+// Holds the lock, unless this thread allocates for the tables: then nothing is recorded.
+class Recording {
+ public:
+  Recording() : locked(blocksLock), isInner(state.isBusy) {
+    state.isBusy = true;
+  }
+  ~Recording() {
+    state.isBusy = isInner;
+  }
+  Recording(const Recording &) = delete;
+  Recording &operator=(const Recording &) = delete;
+
+  bool isWanted() const {
+    return !isInner;
+  }
+
+ private:
+  Locked locked;
+  bool isInner;
+};
+
+}  // namespace
+
+static uint64_t keyOf(const void *block) {
+  return reinterpret_cast<uintptr_t>(block);
+}
+
+static TrackedBlock *find(const void *block) {
+  return static_cast<TrackedBlock *>(state.blocks.find(keyOf(block)));
+}
+
+// NULL when memory is exhausted.
+static KnownSite *addSite(const Site &site, KnownSite *next) {
+  auto *fresh = static_cast<KnownSite *>(state.system.allocate(sizeof(KnownSite)));
+  if (fresh == nullptr) return nullptr;
+  *fresh = {site, next, state.newestSite};
+  if (next != nullptr) {
+    state.sites.replace(site.hash(), fresh);
+  } else if (!state.sites.insert(site.hash(), fresh)) {
+    state.system.release(fresh);
+    return nullptr;
+  }
+  state.newestSite = fresh;
+  return fresh;
+}
+
+static const Site *keepSite(const Site &site) {
+  auto *first = static_cast<KnownSite *>(state.sites.find(site.hash()));
+  KnownSite *known = first;
+  while (known != nullptr && !(known->site == site)) known = known->next;
+  if (known == nullptr) known = addSite(site, first);
+  return known == nullptr ? nullptr : &known->site;
+}
+
+static void attach(TrackedBlock *block) {
+  block->older = state.newest;
+  block->newer = nullptr;
+  if (state.newest != nullptr) state.newest->newer = block;
+  state.newest = block;
+}
+
+static void detach(TrackedBlock *block) {
+  (block->newer == nullptr ? state.newest : block->newer->older) = block->older;
+  if (block->older != nullptr) block->older->newer = block->newer;
+}
+
+static void drop(TrackedBlock *block) {
+  detach(block);
+  state.blocks.remove(keyOf(block->address));
+  state.system.release(block);
+}
+
+// A block that is known at the address of a new one was freed by the host, past the library.
+static void dropStale(const void *address) {
+  TrackedBlock *stale = find(address);
+  if (stale != nullptr) drop(stale);
+}
+
+static void record(void *address, size_t size, const Site &site) {
+  dropStale(address);
+  auto *block = static_cast<TrackedBlock *>(state.system.allocate(sizeof(TrackedBlock)));
+  if (block == nullptr || !state.blocks.insert(keyOf(address), block)) {
+    state.system.release(block);
+    ++state.lost;
+    return;
+  }
+  block->address = static_cast<char *>(address);
+  block->size = size;
+  block->serial = ++state.lastSerial;
+  block->site = keepSite(site);
+  block->maker = &lockHolder;
+  block->isTold = false;
+  block->isHidden = state.isHiding;
+  attach(block);
+  state.listener.made(block);
+}
+
+static void *allocateTracked(size_t size) {
+  // Outside the lock: it may load a library.
+  const Site site = currentSite();
+  void *address = state.system.allocate(size);
+  const Recording recording;
+  if (address != nullptr && recording.isWanted()) record(address, size, site);
+  return address;
+}
+
+// Before the release: after it, another thread may get the address.
+static void releaseTracked(void *address) {
+  {
+    const Recording recording;
+    TrackedBlock *block = recording.isWanted() && address != nullptr ? find(address) : nullptr;
+    if (block != nullptr) {
+      state.listener.ended(block);
+      drop(block);
+    }
+  }
+  state.system.release(address);
+}
+
+// A block keeps its serial number and its site.
+static void moveRecord(TrackedBlock *block, void *address, size_t size) {
+  block->size = size;
+  if (block->address == address) return;
+  state.blocks.remove(keyOf(block->address));
+  dropStale(address);
+  block->address = static_cast<char *>(address);
+  if (state.blocks.insert(keyOf(address), block)) return;
+  detach(block);
+  state.system.release(block);
+  ++state.lost;
+}
+
+static void *resizeTracked(void *old, size_t size) {
+  if (old == nullptr) return allocateTracked(size);
+  // Held until the record is updated: another thread may get the old address at once.
+  const Recording recording;
+  void *address = state.system.resize(old, size);
+  TrackedBlock *block = recording.isWanted() && address != nullptr ? find(old) : nullptr;
+  if (block != nullptr) moveRecord(block, address, size);
+  return address;
+}
+
+void ztcore::trackBlocks(const BlockListener &listener) {
+  prepareSites();
+  state.system = memory;
+  state.listener = listener;
+  state.isHiding = true;
+  memory = {allocateTracked, resizeTracked, releaseTracked};
+  tracksBlocks = true;
+}
+
+void ztcore::showBlocks() {
+  const Locked locked(blocksLock);
+  state.isHiding = false;
+  // Hidden blocks need no numbers.
+  state.lastSerial = 0;
+}
+
+bool ztcore::hidesBlocks() {
+  return state.isHiding;
+}
+
+void ztcore::hideBlock(const void *block) {
+  const Locked locked(blocksLock);
+  TrackedBlock *found = find(block);
+  if (found != nullptr) found->isHidden = true;
+}
+
+const TrackedBlock *ztcore::newestBlock() {
+  return state.newest;
+}
+
+uint64_t ztcore::serialOf(const void *address) {
+  const TrackedBlock *block = find(address);
+  return block == nullptr ? 0 : block->serial;
+}
+
+uint32_t ztcore::lostBlocks() {
+  return state.lost;
+}
+
+void ztcore::releaseBlocks() {
+  if (!tracksBlocks) return;
+  const Locked locked(blocksLock);
+  tracksBlocks = false;
+  memory = state.system;
+  while (state.newest != nullptr) drop(state.newest);
+  state.sites.clear();
+  while (state.newestSite != nullptr) {
+    KnownSite *site = state.newestSite;
+    state.newestSite = site->older;
+    state.system.release(site);
+  }
+}

@@ -1,0 +1,215 @@
+#include "core/zttrack.hh"
+
+#include "core/ztbasec.h"
+#include "core/ztcheck.hh"
+#include "core/ztlock.hh"
+#include "core/ztlogctrl.h"
+#include "core/ztmem.hh"
+#include "core/ztpointermap.hh"
+#include "core/zttext.hh"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/auxv.h>
+#include <unistd.h>
+
+using namespace ztcore;
+
+bool ztcore::tracesEmissions;
+static bool tracesLives;
+
+// blocksLock guards it.
+static constinit PointerMap classes;  // by address
+static TrackedClass *newestClass;
+
+// The blocks of each thread that are too new to tell whether they hold an object. A header is written before the
+// thread allocates again; that of a class that is being filled, a few allocations later.
+static constexpr int mostYoung = 16;
+static TrackedBlock *young[mostYoung];
+
+// What the last line told of.
+static struct {
+  const TrackedClass *klass;
+  const Site *site;
+} lastMade;
+
+// Classes -----------------------------------------------------------------------------------------
+
+const TrackedClass *ztcore::trackedClassAt(uint64_t address) {
+  return static_cast<const TrackedClass *>(classes.find(address));
+}
+
+static const TrackedClass *trackedClass(const ztClass *klass) {
+  return trackedClassAt(reinterpret_cast<uintptr_t>(klass));
+}
+
+// A new record at the address of a class whose code was unloaded takes its place.
+static TrackedClass *recordOf(const ztClass *klass) {
+  const auto address = reinterpret_cast<uintptr_t>(klass);
+  auto *known = static_cast<TrackedClass *>(classes.find(address));
+  if (known != nullptr) return known;
+  auto *fresh = static_cast<TrackedClass *>(hidden(ztm_alloc(sizeof(TrackedClass))));
+  if (fresh == nullptr || !classes.insert(address, fresh)) {
+    ztm_free(fresh);
+    return nullptr;
+  }
+  fresh->older = newestClass;
+  newestClass = fresh;
+  return fresh;
+}
+
+void ztcore::trackClass(const ztClass *klass) {
+  const Locked locked(blocksLock);
+  TrackedClass *record = recordOf(klass);
+  if (record == nullptr) return;
+  const TrackedClass *parent = trackedClass(klass->parent);
+  copyText(record->name, klass->name);
+  record->klass = klass;
+  record->instanceSize = static_cast<int32_t>(klass->instanceSize);
+  record->isLibrarys = hidesBlocks();
+  const auto is = [=](const char *name, bool isParent) {
+    return isParent || strcmp(record->name, name) == 0;
+  };
+  record->isItem = is("ztContainerItem", parent != nullptr && parent->isItem);
+  record->isObject = is("ztObject", parent != nullptr && parent->isObject);
+  record->isNode = is("ztRoot", parent != nullptr && parent->isNode);
+}
+
+// Lines -------------------------------------------------------------------------------------------
+
+// One write, so that lines of several threads do not mix.
+__attribute__((format(printf, 1, 2))) static void printLine(const char *format, ...) {
+  char text[1024];
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = vsnprintf(text, sizeof text - 1, format, arguments);
+  va_end(arguments);
+  size_t size = length < 0 ? 0 : static_cast<size_t>(length);
+  if (size > sizeof text - 2) size = sizeof text - 2;
+  text[size] = '\n';
+  // Nobody can be told that standard error is closed.
+  if (write(STDERR_FILENO, text, size + 1) < 0) return;
+}
+
+// The class of the object at the beginning of a block; NULL for another block.
+static const TrackedClass *classIn(const TrackedBlock &block) {
+  if (block.isHidden || block.size < sizeof(ztBaseClass)) return nullptr;
+  uint64_t word;
+  memcpy(&word, block.address, sizeof word);
+  const TrackedClass *klass = trackedClassAt(word);
+  const bool fits = klass != nullptr && static_cast<size_t>(klass->instanceSize) <= block.size;
+  return fits && !klass->isItem ? klass : nullptr;
+}
+
+// What the library makes inside the object that the last line told of is not told.
+static bool isTold(const TrackedBlock &block, const TrackedClass &klass) {
+  if (klass.isObject || !klass.isLibrarys || &klass == lastMade.klass) return true;
+  return block.site == nullptr || lastMade.site == nullptr || !block.site->isWithin(*lastMade.site);
+}
+
+static void printMade(const TrackedBlock &block, const TrackedClass &klass) {
+  char call[256] = "unknown";
+  if (block.site != nullptr && block.site->count != 0) nameFrame(call, sizeof call, block.site->frames[0]);
+  printLine("zentova: made #%lu %s, by %s", static_cast<unsigned long>(block.serial), klass.name, call);
+}
+
+// Prints the young blocks of this thread that turned out to be objects.
+static void printYoung() {
+  for (TrackedBlock *&block : young) {
+    if (block == nullptr || block->maker != &lockHolder) continue;
+    const TrackedClass *klass = classIn(*block);
+    if (klass == nullptr) continue;
+    block->isTold = isTold(*block, *klass);
+    if (block->isTold) {
+      lastMade = {klass, block->site};
+      printMade(*block, *klass);
+    }
+    block = nullptr;
+  }
+}
+
+static void keepYoung(TrackedBlock *block) {
+  static int last;
+  last = (last + 1) % mostYoung;
+  young[last] = block;
+}
+
+static void forgetYoung(const TrackedBlock *block) {
+  for (TrackedBlock *&kept : young) {
+    if (kept == block) kept = nullptr;
+  }
+}
+
+static void noteMade(TrackedBlock *block) {
+  if (!tracesLives) return;
+  printYoung();
+  if (!block->isHidden) keepYoung(block);
+}
+
+static void noteEnded(TrackedBlock *block) {
+  if (!tracesLives) return;
+  printYoung();
+  forgetYoung(block);
+  const TrackedClass *klass = block->isTold ? classIn(*block) : nullptr;
+  if (klass != nullptr)
+    printLine("zentova: ended #%lu %s", static_cast<unsigned long>(block->serial), klass->name);
+}
+
+void ztcore::traceEmission(const void *emitter, const char *signalName, uint32_t slotCount) {
+  const Locked locked(blocksLock);
+  printYoung();
+  printLine("zentova: #%lu %s emits %s to %u %s", static_cast<unsigned long>(serialOf(emitter)),
+            ztOOP_classNameOf(emitter), signalName, slotCount, slotCount == 1 ? "slot" : "slots");
+}
+
+// The environment ---------------------------------------------------------------------------------
+
+static void readWord(const char *word, size_t length) {
+  const auto is = [=](const char *known) {
+    return strlen(known) == length && memcmp(known, word, length) == 0;
+  };
+  if (is("lives")) {
+    tracesLives = true;
+  } else if (is("emissions")) {
+    tracesEmissions = true;
+  } else if (!is("1")) {
+    printLine("zentova: ZENTOVA_TRACK knows no \"%.*s\", but 1, lives, emissions", static_cast<int>(length),
+              word);
+  }
+}
+
+// A program with the rights of another user tells this one nothing about its memory.
+static const char *wantedInEnvironment() {
+  const char *wanted = getenv("ZENTOVA_TRACK");
+  const bool isOff = wanted == nullptr || *wanted == '\0' || strcmp(wanted, "0") == 0;
+  return isOff || getauxval(AT_SECURE) != 0 ? nullptr : wanted;
+}
+
+void ztcore::readTracking() {
+  const char *wanted = wantedInEnvironment();
+  if (wanted == nullptr) return;
+  while (*wanted != '\0') {
+    const size_t length = strcspn(wanted, ",");
+    readWord(wanted, length);
+    wanted += length + (wanted[length] == ',');
+  }
+  watchesEmissions = watchesEmissions || tracesEmissions;
+  trackBlocks({noteMade, noteEnded});
+}
+
+void ztcore::beginTracking() {
+  if (tracksBlocks) showBlocks();
+}
+
+void ztcore::endTracking() {
+  if (!tracksBlocks) return;
+  classes.clear();
+  while (newestClass != nullptr) {
+    TrackedClass *klass = newestClass;
+    newestClass = klass->older;
+    ztm_free(klass);
+  }
+  releaseBlocks();
+}

@@ -1,0 +1,322 @@
+#include "objects/ztreport.hh"
+
+#include "containers/ztavltree.h"
+#include "containers/ztmapitem.h"
+#include "core/ztdescribe.h"
+#include "core/ztlock.hh"
+#include "core/ztlogctrl.h"
+#include "core/ztoop.hh"
+#include "io/ztlines.hh"
+#include "io/ztreplace.hh"
+#include "objects/ztroot.h"
+#include "objects/ztsnapshot.hh"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+using namespace ztcore;
+
+namespace {
+
+// The objects of one class that were made by the same calls.
+struct Group {
+  const TrackedClass *klass;
+  const Site *site;
+  uint64_t bytes;
+  int32_t count;
+};
+
+class Report {
+ public:
+  explicit Report(int descriptor) : lines(descriptor) {}
+  ~Report() {
+    ztOOP_freeClassInfo(info);
+  }
+  Report(const Report &) = delete;
+  Report &operator=(const Report &) = delete;
+
+  bool take() {
+    return snapshot.take();
+  }
+  bool writeSummary(const char *title);
+  bool writeObjects();
+
+ private:
+  bool makeGroups();
+  void writeSite(const Site *site);
+  void writeReference(const SnapshotObject &object);
+  void writeObject(const SnapshotObject &object);
+  void writeHolders(const SnapshotObject &object);
+  void writeHolder(int32_t holder, uint32_t offset);
+  void writeSignals(const SnapshotObject &object);
+  void writeSignalItems(const ztAvlTreeItem *item, int depth);
+  void writeSlotItems(const ztString *signal, const ztAvlTreeItem *item, int depth);
+  void writeSlot(const ztString *signal, const ztMapItem &item);
+  void writeText(const ztString *string);
+  void writeFunction(const ztSlot &slot);
+  const char *fieldAt(const ztClass *klass, uint32_t offset);
+
+  Lines lines;
+  Snapshot snapshot;
+  GrowingArray<Group> groups;
+  ztClassInfo *info = nullptr;  // of the class that was asked for last
+};
+
+}  // namespace
+
+static unsigned long longOf(uint64_t number) {
+  return number;
+}
+
+// Groups ------------------------------------------------------------------------------------------
+
+static int compareGroups(const void *first, const void *second) {
+  const auto *one = static_cast<const Group *>(first);
+  const auto *other = static_cast<const Group *>(second);
+  if (one->klass != other->klass) return strcmp(one->klass->name, other->klass->name);
+  if (one->site != other->site) return one->site < other->site ? -1 : 1;
+  return 0;
+}
+
+static int compareCounts(const void *first, const void *second) {
+  const auto *one = static_cast<const Group *>(first);
+  const auto *other = static_cast<const Group *>(second);
+  if (one->count != other->count) return one->count > other->count ? -1 : 1;
+  return compareGroups(first, second);
+}
+
+// An object for each, sorted, then those of a kind put together.
+bool Report::makeGroups() {
+  for (int32_t i = 0; i < snapshot.objectCount(); ++i) {
+    const SnapshotObject &object = snapshot.object(i);
+    const SnapshotBlock &block = snapshot.block(object.block);
+    const uint64_t bytes = object.place == 0 ? snapshot.bytesOf(object.block) : 0;
+    if (!groups.push({object.klass, block.site, bytes, 1})) return false;
+  }
+  if (groups.size() == 0) return true;
+  qsort(&groups[0], static_cast<size_t>(groups.size()), sizeof(Group), compareGroups);
+  int32_t last = 0;
+  for (int32_t i = 1; i < groups.size(); ++i) {
+    if (compareGroups(&groups[last], &groups[i]) == 0) {
+      groups[last].count += groups[i].count;
+      groups[last].bytes += groups[i].bytes;
+    } else {
+      groups[++last] = groups[i];
+    }
+  }
+  while (groups.size() > last + 1) groups.pop();
+  qsort(&groups[0], static_cast<size_t>(groups.size()), sizeof(Group), compareCounts);
+  return true;
+}
+
+// The innermost calls, up to main.
+void Report::writeSite(const Site *site) {
+  constexpr int32_t most = 3;
+  const int32_t count = site == nullptr ? 0 : site->count;
+  if (count == 0) lines.print("unknown");
+  for (int32_t i = 0; i < count && i < most; ++i) {
+    char call[256];
+    nameFrame(call, sizeof call, site->frames[i]);
+    lines.print(i == 0 ? "%s" : " < %s", call);
+    if (strncmp(call, "main+", 5) == 0) return;
+  }
+}
+
+bool Report::writeSummary(const char *title) {
+  if (!makeGroups()) return false;
+  const int32_t count = snapshot.objectCount();
+  lines.print("%s: %d\n", title, count);
+  if (lostBlocks() != 0) lines.print("%u blocks were not recorded: memory was exhausted\n", lostBlocks());
+  if (count != 0) lines.print("%8s %10s  %-24s %s\n", "count", "bytes", "class", "made by");
+  for (int32_t i = 0; i < groups.size(); ++i) {
+    const Group &group = groups[i];
+    lines.print("%8d %10lu  %-24s ", group.count, longOf(group.bytes), group.klass->name);
+    writeSite(group.site);
+    lines.print("\n");
+  }
+  return lines.finish();
+}
+
+// Objects -----------------------------------------------------------------------------------------
+
+// "#12 ztRoot "plant"", the name of nodes only.
+void Report::writeReference(const SnapshotObject &object) {
+  lines.print("#%lu", longOf(snapshot.block(object.block).serial));
+  if (object.place != 0) lines.print(".%d", object.place);
+  lines.print(" %s", object.klass->name);
+  const void *bytes = object.klass->isNode ? snapshot.bytesAt(object.address, sizeof(ztRoot)) : nullptr;
+  if (bytes == nullptr) return;
+  const char *name = static_cast<const ztRoot *>(bytes)->name;
+  lines.print(" ");
+  lines.printQuoted(name, strnlen(name, sizeof(ztRoot::name)));
+}
+
+void Report::writeText(const ztString *string) {
+  const auto *copy = snapshot.at<ztString>(string);
+  const auto *buffer = copy == nullptr ? nullptr : snapshot.at<ztCharArray>(copy->buffer);
+  if (buffer == nullptr || buffer->count <= 0) return lines.print("?");
+  const auto size = static_cast<size_t>(buffer->count);
+  const void *text = snapshot.bytesAt(reinterpret_cast<uintptr_t>(buffer->data), size);
+  if (text == nullptr) return lines.print("?");
+  lines.printQuoted(static_cast<const char *>(text), strnlen(static_cast<const char *>(text), size));
+}
+
+// The last field that does not begin behind the position.
+const char *Report::fieldAt(const ztClass *klass, uint32_t offset) {
+  if (info == nullptr || info->klass != klass) {
+    ztOOP_freeClassInfo(info);
+    info = isInUse(klass) ? ztOOP_classInfo(const_cast<ztClass *>(klass)) : nullptr;
+  }
+  const char *name = "";
+  for (int32_t i = 0; info != nullptr && i < info->fieldCount; ++i) {
+    const int32_t begin = info->fields[i].offset;
+    if (begin >= 0 && static_cast<uint32_t>(begin) <= offset) name = info->fields[i].name;
+  }
+  return name;
+}
+
+void Report::writeHolder(int32_t holder, uint32_t offset) {
+  const SnapshotBlock &block = snapshot.block(holder);
+  lines.print("    held by ");
+  if (block.klass == nullptr) {
+    lines.print("a block of %lu bytes, made by ", longOf(block.size));
+    writeSite(block.site);
+  } else {
+    writeReference({block.address, block.klass, holder, 0});
+    const char *field = fieldAt(block.klass->klass, offset);
+    if (*field != '\0') lines.print(" in %s", field);
+  }
+  lines.print("\n");
+}
+
+void Report::writeHolders(const SnapshotObject &object) {
+  constexpr int32_t most = 8;
+  int32_t count = 0;
+  int32_t lastHolder = Snapshot::none;
+  uint32_t lastOffset = 0;
+  snapshot.forEachHolder(object.block, [&](int32_t holder, uint32_t offset) {
+    // Several parts behind one field may lead here.
+    if (snapshot.block(holder).isHidden || (holder == lastHolder && offset == lastOffset)) return;
+    lastHolder = holder;
+    lastOffset = offset;
+    if (++count <= most) writeHolder(holder, offset);
+  });
+  if (count > most) lines.print("    and %d more\n", count - most);
+}
+
+void Report::writeObject(const SnapshotObject &object) {
+  const SnapshotBlock &block = snapshot.block(object.block);
+  const auto *header =
+      static_cast<const ztBaseClass *>(snapshot.bytesAt(object.address, sizeof(ztBaseClass)));
+  writeReference(object);
+  lines.print("\n    count %d", header->refCount);
+  if (object.place == 0) lines.print(", %lu bytes", longOf(snapshot.bytesOf(object.block)));
+  lines.print(", made by ");
+  writeSite(block.site);
+  lines.print("\n");
+  writeHolders(object);
+  if (object.klass->isObject) writeSignals(object);
+}
+
+// Connections -------------------------------------------------------------------------------------
+
+// A sound tree of this height has more items than any memory.
+constexpr int mostHeight = 90;
+
+static const void *functionOf(const ztSlot &slot) {
+  const void *function;
+  memcpy(&function, &slot.function, sizeof function);
+  return function;
+}
+
+void Report::writeFunction(const ztSlot &slot) {
+  char name[256];
+  nameFrame(name, sizeof name, reinterpret_cast<uintptr_t>(functionOf(slot)) + 1);
+  // Without the distance from its beginning.
+  name[strcspn(name, "+")] = '\0';
+  lines.print("%s", name);
+}
+
+// The functions that `connect` uses to disconnect are left out.
+void Report::writeSlot(const ztString *signal, const ztMapItem &item) {
+  const auto *slot = snapshot.at<ztSlot>(item.value);
+  if (slot == nullptr || isOwnCode(functionOf(*slot))) return;
+  lines.print("    signal ");
+  writeText(signal);
+  lines.print(" calls ");
+  writeFunction(*slot);
+  lines.print(" of ");
+  const SnapshotObject *receiver = snapshot.objectAt(reinterpret_cast<uintptr_t>(slot->receiver));
+  if (receiver != nullptr) {
+    writeReference(*receiver);
+  } else {
+    lines.print("an object in other memory");
+  }
+  lines.print("\n");
+}
+
+void Report::writeSlotItems(const ztString *signal, const ztAvlTreeItem *item, int depth) {
+  const auto *copy = snapshot.at<ztMapItem>(item);
+  if (copy == nullptr || depth > mostHeight) return;
+  const auto *links = reinterpret_cast<const ztAvlTreeItem *>(copy);
+  writeSlotItems(signal, links->left, depth + 1);
+  writeSlot(signal, *copy);
+  writeSlotItems(signal, links->right, depth + 1);
+}
+
+void Report::writeSignalItems(const ztAvlTreeItem *item, int depth) {
+  const auto *copy = snapshot.at<ztMapItem>(item);
+  if (copy == nullptr || depth > mostHeight) return;
+  const auto *links = reinterpret_cast<const ztAvlTreeItem *>(copy);
+  writeSignalItems(links->left, depth + 1);
+  const auto *signal = snapshot.at<ztSignal>(copy->value);
+  const auto *slots = signal == nullptr ? nullptr : snapshot.at<ztSlotMap>(signal->slots);
+  const auto *tree = slots == nullptr ? nullptr : snapshot.at<ztAvlTree>(slots->tree);
+  if (tree != nullptr) writeSlotItems(signal->name, tree->root, 0);
+  writeSignalItems(links->right, depth + 1);
+}
+
+void Report::writeSignals(const SnapshotObject &object) {
+  const auto *copy = static_cast<const ztObject *>(snapshot.bytesAt(object.address, sizeof(ztObject)));
+  const auto *signals = copy == nullptr ? nullptr : snapshot.at<ztSignalMap>(copy->signals);
+  const auto *tree = signals == nullptr ? nullptr : snapshot.at<ztAvlTree>(signals->tree);
+  if (tree != nullptr) writeSignalItems(tree->root, 0);
+}
+
+bool Report::writeObjects() {
+  lines.print("\nObjects\n");
+  for (int32_t i = 0; i < snapshot.objectCount(); ++i) writeObject(snapshot.object(i));
+  return lines.finish();
+}
+
+// The report --------------------------------------------------------------------------------------
+
+static bool writeReport(const char *fileName) {
+  FileReplacement file;
+  if (!file.begin(fileName)) return false;
+  Report report(file.descriptor());
+  const bool isTaken = report.take();
+  if (!isTaken) ztLc_log("ztOOP_report - Error, memory is exhausted\n");
+  return isTaken && report.writeSummary("Live objects") && report.writeObjects() && file.commit();
+}
+
+int32_t ztOOP_report(const char *fileName) {
+  if (fileName == nullptr) {
+    ztLc_log("ztOOP_report - Error, the file name is NULL\n");
+    return 0;
+  }
+  if (!tracksBlocks) {
+    ztLc_log("ztOOP_report - Error, objects are not tracked: start the program with ZENTOVA_TRACK=1\n");
+    return 0;
+  }
+  if (writeReport(fileName)) return 1;
+  ztLc_log("ztOOP_report - Error, the file '%s' is not written\n", fileName);
+  return 0;
+}
+
+void ztcore::printLiveObjects() {
+  Report report(STDERR_FILENO);
+  if (report.take()) report.writeSummary("zentova: objects left at the end");
+}

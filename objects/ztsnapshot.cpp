@@ -1,0 +1,288 @@
+#include "objects/ztsnapshot.hh"
+
+#include "core/ztbasec.h"
+
+#include "core/ztlock.hh"
+#include "core/ztmem.hh"
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+using namespace ztcore;
+
+constexpr uint32_t wordSize = sizeof(uint64_t);
+
+static uint64_t wordAt(const SnapshotBlock &block, size_t offset) {
+  uint64_t word;
+  memcpy(&word, block.bytes + offset, wordSize);
+  return word;
+}
+
+// The class of an object at a position in a block; NULL where there is none.
+static const TrackedClass *classAt(const SnapshotBlock &block, size_t offset) {
+  if (block.size - offset < sizeof(ztBaseClass)) return nullptr;
+  const TrackedClass *klass = trackedClassAt(wordAt(block, offset));
+  const bool fits = klass != nullptr && static_cast<size_t>(klass->instanceSize) <= block.size - offset;
+  return fits ? klass : nullptr;
+}
+
+// The copy ----------------------------------------------------------------------------------------
+
+using ReadMemory = ssize_t (*)(pid_t process, const iovec *to, unsigned long toCount, const iovec *from,
+                               unsigned long fromCount, unsigned long flags);
+
+// A block that the host freed, past the library, may be gone: the system reads it without a fault. False for such one.
+static bool copyMemory(ReadMemory read, char *to, char *from, size_t size) {
+  const iovec target = {to, size};
+  const iovec source = {from, size};
+  const ssize_t got = read == nullptr ? -1 : read(getpid(), &target, 1, &source, 1, 0);
+  if (got == static_cast<ssize_t>(size)) return true;
+  // Where a process may not read itself by this call, the block has to be there.
+  if (got >= 0 || errno == EFAULT) return false;
+  memcpy(to, from, size);
+  return true;
+}
+
+static int compareAddresses(const void *first, const void *second) {
+  const uint64_t one = static_cast<const SnapshotBlock *>(first)->address;
+  const uint64_t other = static_cast<const SnapshotBlock *>(second)->address;
+  return (one > other) - (one < other);
+}
+
+bool Snapshot::copyBlocks() {
+  void *found = dlvsym(RTLD_DEFAULT, "process_vm_readv", "GLIBC_2.15");
+  ReadMemory read;
+  memcpy(&read, &found, sizeof found);
+  const Locked locked(blocksLock);
+  const TrackedBlock *newest = newestBlock();
+  size_t count = 0;
+  size_t bytes = 0;
+  for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
+    ++count;
+    bytes += block->size;
+  }
+  blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
+  copy = static_cast<char *>(memory.allocate(bytes + 1));
+  if (blocks == nullptr || copy == nullptr || count > INT32_MAX / 2) return false;
+  char *to = copy;
+  for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
+    if (!copyMemory(read, to, block->address, block->size)) continue;
+    SnapshotBlock &fresh = blocks[blockCount++];
+    fresh = {};
+    fresh.address = reinterpret_cast<uintptr_t>(block->address);
+    fresh.bytes = to;
+    fresh.size = block->size;
+    fresh.serial = block->serial;
+    fresh.site = block->site;
+    fresh.klass = classAt(fresh, 0);
+    fresh.owner = none;
+    fresh.isHidden = block->isHidden;
+    to += block->size;
+  }
+  qsort(blocks, static_cast<size_t>(blockCount), sizeof(SnapshotBlock), compareAddresses);
+  return true;
+}
+
+Snapshot::~Snapshot() {
+  memory.release(blocks);
+  memory.release(copy);
+  memory.release(into);
+  memory.release(firstInto);
+  memory.release(ownedBytes);
+  memory.release(byAge);
+}
+
+// What leads where --------------------------------------------------------------------------------
+
+int32_t Snapshot::blockAt(uint64_t address) const {
+  int32_t from = 0;
+  int32_t to = blockCount;
+  while (from < to) {
+    const int32_t middle = from + (to - from) / 2;
+    if (blocks[middle].address <= address) {
+      from = middle + 1;
+    } else {
+      to = middle;
+    }
+  }
+  if (from == 0) return none;
+  const SnapshotBlock &block = blocks[from - 1];
+  return address - block.address < block.size ? from - 1 : none;
+}
+
+const void *Snapshot::bytesAt(uint64_t address, size_t size) const {
+  const int32_t index = blockAt(address);
+  if (index == none) return nullptr;
+  const SnapshotBlock &block = blocks[index];
+  const size_t offset = address - block.address;
+  return block.size - offset < size ? nullptr : block.bytes + offset;
+}
+
+// By the same call of the program, or by a method that this call led to.
+static bool isMadeWith(const SnapshotBlock &holder, const SnapshotBlock &part) {
+  if (holder.site == part.site) return part.site != nullptr;
+  return holder.site != nullptr && part.site != nullptr && part.site->isWithin(*holder.site);
+}
+
+bool Snapshot::findEdges() {
+  for (int32_t from = 0; from < blockCount; ++from) {
+    SnapshotBlock &block = blocks[from];
+    block.firstEdge = edges.size();
+    for (uint32_t offset = 0; offset + wordSize <= block.size; offset += wordSize) {
+      const uint64_t word = wordAt(block, offset);
+      const int32_t to = word % wordSize == 0 ? blockAt(word) : none;
+      if (to == none || to == from) continue;
+      if (!edges.push({from, to, offset})) return false;
+      blocks[to].isReached = true;
+      if (block.isHidden || isMadeWith(block, blocks[to])) blocks[to].isMadeWithIts = true;
+    }
+  }
+  return true;
+}
+
+// Counts the edges into each block, and then puts each into its place.
+bool Snapshot::sortEdges() {
+  const auto places = static_cast<size_t>(blockCount) + 2;
+  into = static_cast<int32_t *>(memory.allocate((static_cast<size_t>(edges.size()) + 1) * sizeof(int32_t)));
+  firstInto = static_cast<int32_t *>(memory.allocate(places * sizeof(int32_t)));
+  if (into == nullptr || firstInto == nullptr) return false;
+  memset(firstInto, 0, places * sizeof(int32_t));
+  for (int32_t i = 0; i < edges.size(); ++i) ++firstInto[edges[i].to + 2];
+  for (int32_t i = 2; i <= blockCount + 1; ++i) firstInto[i] += firstInto[i - 1];
+  for (int32_t i = 0; i < edges.size(); ++i) into[firstInto[edges[i].to + 1]++] = i;
+  return true;
+}
+
+// Owners ------------------------------------------------------------------------------------------
+
+// A part is memory that is no object, an item of a container, or another object of the library's that was made together
+// with what leads to it.
+bool Snapshot::isPart(const SnapshotBlock &block) const {
+  if (!block.isReached) return false;
+  if (block.klass == nullptr || block.klass->isItem) return true;
+  return block.klass->isLibrarys && !block.klass->isObject && block.isMadeWithIts;
+}
+
+// Everything that is led to from a block and is a part, is its part.
+bool Snapshot::spread(int32_t root) {
+  blocks[root].owner = root;
+  ownedBytes[root] += blocks[root].size;
+  if (!queue.push(root)) return false;
+  while (queue.size() != 0) {
+    const int32_t from = queue.last();
+    queue.pop();
+    const int32_t end = from + 1 < blockCount ? blocks[from + 1].firstEdge : edges.size();
+    for (int32_t i = blocks[from].firstEdge; i < end; ++i) {
+      SnapshotBlock &to = blocks[edges[i].to];
+      if (to.owner != none || to.isHidden || !isPart(to)) continue;
+      to.owner = root;
+      to.ownerOffset = from == root ? edges[i].offset : blocks[from].ownerOffset;
+      ownedBytes[root] += to.size;
+      if (!queue.push(edges[i].to)) return false;
+    }
+  }
+  return true;
+}
+
+namespace {
+
+struct Aged {
+  uint64_t serial;
+  int32_t block;
+};
+
+}  // namespace
+
+static int compareAges(const void *first, const void *second) {
+  const uint64_t one = static_cast<const Aged *>(first)->serial;
+  const uint64_t other = static_cast<const Aged *>(second)->serial;
+  return (one > other) - (one < other);
+}
+
+// The blocks by age, the oldest first.
+bool Snapshot::sortByAge() {
+  byAge = static_cast<int32_t *>(memory.allocate((static_cast<size_t>(blockCount) + 1) * sizeof(int32_t)));
+  auto *aged = static_cast<Aged *>(memory.allocate((static_cast<size_t>(blockCount) + 1) * sizeof(Aged)));
+  const bool isDone = byAge != nullptr && aged != nullptr;
+  if (isDone) {
+    for (int32_t i = 0; i < blockCount; ++i) aged[i] = {blocks[i].serial, i};
+    qsort(aged, static_cast<size_t>(blockCount), sizeof(Aged), compareAges);
+    for (int32_t i = 0; i < blockCount; ++i) byAge[i] = aged[i].block;
+  }
+  memory.release(aged);
+  return isDone;
+}
+
+// An older object is asked first: an iterator is younger than what it walks. The library's own blocks come behind all
+// that the program knows. At last, parts that lead to each other only.
+bool Snapshot::findOwners() {
+  const auto size = (static_cast<size_t>(blockCount) + 1) * sizeof(uint64_t);
+  ownedBytes = static_cast<uint64_t *>(memory.allocate(size));
+  if (ownedBytes == nullptr) return false;
+  memset(ownedBytes, 0, size);
+  for (int32_t i = 0; i < blockCount; ++i) {
+    const SnapshotBlock &block = blocks[byAge[i]];
+    if (!block.isHidden && !isPart(block) && !spread(byAge[i])) return false;
+  }
+  for (int32_t i = 0; i < blockCount; ++i) {
+    if (blocks[i].isHidden && !spread(i)) return false;
+  }
+  for (int32_t i = 0; i < blockCount; ++i) {
+    if (blocks[byAge[i]].owner == none && !spread(byAge[i])) return false;
+  }
+  return true;
+}
+
+uint64_t Snapshot::bytesOf(int32_t block) const {
+  return ownedBytes[block];
+}
+
+// Objects -----------------------------------------------------------------------------------------
+
+// Arrays hold objects inside their block; those of the library's own classes are not told apart from its parts.
+bool Snapshot::isListed(const TrackedClass &klass, int32_t block, int32_t place) const {
+  if (blocks[block].owner != block) return klass.isObject || !klass.isLibrarys;
+  return place == 0 || klass.isObject || !klass.isLibrarys;
+}
+
+bool Snapshot::addObjects(int32_t index) {
+  SnapshotBlock &block = blocks[index];
+  block.firstObject = objects.size();
+  int32_t place = 0;
+  for (size_t offset = 0; offset + sizeof(ztBaseClass) <= block.size; offset += wordSize) {
+    const TrackedClass *klass = classAt(block, offset);
+    if (klass == nullptr) continue;
+    if (isListed(*klass, index, place) && !objects.push({block.address + offset, klass, index, place}))
+      return false;
+    ++place;
+    // The next object begins behind this one.
+    offset += (static_cast<size_t>(klass->instanceSize) - 1) / wordSize * wordSize;
+  }
+  return true;
+}
+
+bool Snapshot::findObjects() {
+  const Locked locked(blocksLock);
+  for (int32_t i = 0; i < blockCount; ++i) {
+    const int32_t owner = blocks[byAge[i]].owner;
+    if (!blocks[owner].isHidden && !addObjects(byAge[i])) return false;
+  }
+  return true;
+}
+
+const SnapshotObject *Snapshot::objectAt(uint64_t address) {
+  const int32_t block = blockAt(address);
+  if (block == none) return nullptr;
+  for (int32_t i = blocks[block].firstObject; i < objects.size() && objects[i].block == block; ++i) {
+    if (objects[i].address == address) return &objects[i];
+  }
+  return nullptr;
+}
+
+bool Snapshot::take() {
+  return copyBlocks() && sortByAge() && findEdges() && sortEdges() && findOwners() && findObjects();
+}

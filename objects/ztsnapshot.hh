@@ -1,0 +1,121 @@
+// A picture of the library's live memory: which objects there are, what each is part of, and what leads to it. It is
+// made of a copy, so that other threads go on, and calls no method: an object may be in any state. What leads where is
+// found by looking at every word: one that happens to look like an address counts as one.
+#ifndef ZT_OBJECTS_ZTSNAPSHOT_HH
+#define ZT_OBJECTS_ZTSNAPSHOT_HH
+
+#include "core/ztgrowing.hh"
+#include "core/zttrack.hh"
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace ztcore {
+
+// A live block. Objects that share a block, or lie in that of an array, live and end with it.
+struct SnapshotBlock {
+  uint64_t address;
+  const char *bytes;  // the copy
+  size_t size;
+  uint64_t serial;
+  const Site *site;           // NULL when unknown
+  const TrackedClass *klass;  // of the object at its beginning; NULL for other memory
+  int32_t owner;              // the block that this one is part of; itself; or `none`
+  uint32_t ownerOffset;       // of the word in the owner that leads here
+  int32_t firstEdge;
+  int32_t firstObject;
+  bool isHidden;
+  bool isReached;      // some block leads here
+  bool isMadeWithIts;  // one of those was made by the same call
+};
+
+// An object that the program knows: parts of the library's own making are left out.
+struct SnapshotObject {
+  uint64_t address;
+  const TrackedClass *klass;
+  int32_t block;
+  int32_t place;  // among the objects of its block, from 0 on
+};
+
+// A word that leads from one block to another.
+struct SnapshotEdge {
+  int32_t from;
+  int32_t to;
+  uint32_t offset;  // of the word in its block
+};
+
+class Snapshot {
+ public:
+  static constexpr int32_t none = -1;
+
+  Snapshot() = default;
+  ~Snapshot();
+  Snapshot(const Snapshot &) = delete;
+  Snapshot &operator=(const Snapshot &) = delete;
+
+  // False when memory is exhausted.
+  bool take();
+
+  int32_t objectCount() const {
+    return objects.size();
+  }
+  const SnapshotObject &object(int32_t index) {
+    return objects[index];
+  }
+  const SnapshotBlock &block(int32_t index) const {
+    return blocks[index];
+  }
+  // The object that begins at an address; NULL for none.
+  const SnapshotObject *objectAt(uint64_t address);
+
+  // What is at an address of a live block; NULL for any other address.
+  const void *bytesAt(uint64_t address, size_t size) const;
+  template <typename Value>
+  const Value *at(const void *address) const {
+    return static_cast<const Value *>(bytesAt(reinterpret_cast<uintptr_t>(address), sizeof(Value)));
+  }
+
+  // The bytes of an object's block, with those of its parts.
+  uint64_t bytesOf(int32_t block) const;
+
+  // Runs visit(owner, offset) for what leads to a block: the block that holds it, itself or by its parts, and the
+  // position of the word.
+  template <typename Visit>
+  void forEachHolder(int32_t block, Visit visit) {
+    for (int32_t i = firstInto[block]; i < firstInto[block + 1]; ++i) {
+      const SnapshotEdge &edge = edges[into[i]];
+      const SnapshotBlock &from = blocks[edge.from];
+      if (from.owner == none || from.owner == blocks[block].owner) continue;
+      visit(from.owner, from.owner == edge.from ? edge.offset : from.ownerOffset);
+    }
+  }
+
+ private:
+  bool copyBlocks();
+  bool findEdges();
+  bool sortEdges();
+  bool isPart(const SnapshotBlock &block) const;
+  bool sortByAge();
+  bool spread(int32_t root);
+  bool findOwners();
+  bool findObjects();
+  bool addObjects(int32_t block);
+  bool isListed(const TrackedClass &klass, int32_t block, int32_t place) const;
+  // The block of an address; `none` for an address outside all blocks.
+  int32_t blockAt(uint64_t address) const;
+
+  char *copy = nullptr;
+  SnapshotBlock *blocks = nullptr;
+  int32_t blockCount = 0;
+  GrowingArray<SnapshotEdge> edges;  // in the order of the blocks that they are from
+  int32_t *into = nullptr;           // the edges in the order of the blocks that they lead to
+  int32_t *firstInto = nullptr;
+  uint64_t *ownedBytes = nullptr;
+  int32_t *byAge = nullptr;  // the blocks, the oldest first
+  GrowingArray<SnapshotObject> objects;
+  GrowingArray<int32_t> queue;
+};
+
+}  // namespace ztcore
+
+#endif
