@@ -105,6 +105,25 @@ static void writeCall(char *text, size_t size, const char *name, uint64_t offset
   free(clear);
 }
 
+static bool endsWith(const char *text, size_t length, const char *end) {
+  const size_t endLength = strlen(end);
+  return length >= endLength && memcmp(text + length - endLength, end, endLength) == 0;
+}
+
+static bool onlyMakes(const char *call) {
+  const size_t length = strcspn(call, "+");
+  return endsWith(call, length, "_new") || endsWith(call, length, "_ctor") ||
+         endsWith(call, length, "_newop") || strncmp(call, "zt::", 4) == 0;
+}
+
+int32_t ztcore::nameCall(char *text, size_t size, const Site &site, int32_t index) {
+  for (; index < site.count; ++index) {
+    nameFrame(text, size, site.frames[index]);
+    if (!onlyMakes(text)) return index;
+  }
+  return -1;
+}
+
 void ztcore::nameFrame(char *text, size_t size, uintptr_t frame) {
   // The address behind a call may be that of the next function.
   const uintptr_t call = frame - 1;

@@ -28,6 +28,10 @@ Site currentSite();
 // Whether an address is in the library's own code.
 bool isOwnCode(const void *address);
 
+// Names the call at an index or the next one outwards that is worth telling: not those of functions that only make an
+// object, such as C_new. Returns its index; -1, with nothing written, when there is none.
+int32_t nameCall(char *text, size_t size, const Site &site, int32_t index);
+
 // Writes a call as "function+0x2f (file)", or "file+0x12af" where the file has no name for it.
 void nameFrame(char *text, size_t size, uintptr_t frame);
 

@@ -110,8 +110,8 @@ static bool isTold(const TrackedBlock &block, const TrackedClass &klass) {
 }
 
 static void printMade(const TrackedBlock &block, const TrackedClass &klass) {
-  char call[256] = "unknown";
-  if (block.site != nullptr && block.site->count != 0) nameFrame(call, sizeof call, block.site->frames[0]);
+  char call[256];
+  if (block.site == nullptr || nameCall(call, sizeof call, *block.site, 0) < 0) copyText(call, "unknown");
   printLine("zentova: made #%lu %s, by %s", static_cast<unsigned long>(block.serial), klass.name, call);
 }
 

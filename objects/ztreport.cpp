@@ -28,6 +28,13 @@ struct Group {
   int32_t count;
 };
 
+// What leads to an object.
+struct Holder {
+  uint64_t serial;
+  int32_t block;
+  uint32_t offset;
+};
+
 class Report {
  public:
   explicit Report(int descriptor) : lines(descriptor) {}
@@ -61,6 +68,7 @@ class Report {
   Lines lines;
   Snapshot snapshot;
   GrowingArray<Group> groups;
+  int32_t untold = 0;           // because memory was exhausted
   ztClassInfo *info = nullptr;  // of the class that was asked for last
 };
 
@@ -114,14 +122,15 @@ bool Report::makeGroups() {
 // The innermost calls, up to main.
 void Report::writeSite(const Site *site) {
   constexpr int32_t most = 3;
-  const int32_t count = site == nullptr ? 0 : site->count;
-  if (count == 0) lines.print("unknown");
-  for (int32_t i = 0; i < count && i < most; ++i) {
-    char call[256];
-    nameFrame(call, sizeof call, site->frames[i]);
-    lines.print(i == 0 ? "%s" : " < %s", call);
-    if (strncmp(call, "main+", 5) == 0) return;
+  char call[256];
+  int32_t told = 0;
+  for (int32_t i = 0; site != nullptr && told < most; ++i) {
+    i = nameCall(call, sizeof call, *site, i);
+    if (i < 0) break;
+    lines.print(told++ == 0 ? "%s" : " < %s", call);
+    if (strncmp(call, "main+", 5) == 0) break;
   }
+  if (told == 0) lines.print("unknown");
 }
 
 bool Report::writeSummary(const char *title) {
@@ -191,18 +200,28 @@ void Report::writeHolder(int32_t holder, uint32_t offset) {
   lines.print("\n");
 }
 
+static int compareHolders(const void *first, const void *second) {
+  const auto *one = static_cast<const Holder *>(first);
+  const auto *other = static_cast<const Holder *>(second);
+  if (one->serial != other->serial) return one->serial > other->serial ? 1 : -1;
+  return (one->offset > other->offset) - (one->offset < other->offset);
+}
+
+// The oldest first. Several parts behind one field count once.
 void Report::writeHolders(const SnapshotObject &object) {
   constexpr int32_t most = 8;
-  int32_t count = 0;
-  int32_t lastHolder = Snapshot::none;
-  uint32_t lastOffset = 0;
+  GrowingArray<Holder> holders;
   snapshot.forEachHolder(object.block, [&](int32_t holder, uint32_t offset) {
-    // Several parts behind one field may lead here.
-    if (snapshot.block(holder).isHidden || (holder == lastHolder && offset == lastOffset)) return;
-    lastHolder = holder;
-    lastOffset = offset;
-    if (++count <= most) writeHolder(holder, offset);
+    const SnapshotBlock &block = snapshot.block(holder);
+    if (!block.isHidden && !holders.push({block.serial, holder, offset})) ++untold;
   });
+  if (holders.size() == 0) return;
+  qsort(&holders[0], static_cast<size_t>(holders.size()), sizeof(Holder), compareHolders);
+  int32_t count = 0;
+  for (int32_t i = 0; i < holders.size(); ++i) {
+    if (i != 0 && compareHolders(&holders[i - 1], &holders[i]) == 0) continue;
+    if (++count <= most) writeHolder(holders[i].block, holders[i].offset);
+  }
   if (count > most) lines.print("    and %d more\n", count - most);
 }
 
@@ -288,7 +307,7 @@ void Report::writeSignals(const SnapshotObject &object) {
 bool Report::writeObjects() {
   lines.print("\nObjects\n");
   for (int32_t i = 0; i < snapshot.objectCount(); ++i) writeObject(snapshot.object(i));
-  return lines.finish();
+  return lines.finish() && untold == 0;
 }
 
 // The report --------------------------------------------------------------------------------------

@@ -66,7 +66,7 @@ bool Snapshot::copyBlocks() {
     bytes += block->size;
   }
   blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
-  copy = static_cast<char *>(memory.allocate(bytes + 1));
+  copy = static_cast<char *>(hidden(memory.allocate(bytes + 1)));
   if (blocks == nullptr || copy == nullptr || count > INT32_MAX / 2) return false;
   char *to = copy;
   for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {

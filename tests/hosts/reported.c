@@ -1,0 +1,162 @@
+/* Makes and leaves objects, in the way that the first argument names, for reports of what lives. */
+#include "tests/hosts/check.h"
+#include "zentova.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+/* A gauge keeps a list, which it makes itself. */
+#define Gauge_FIELDS \
+  ztRoot_FIELDS      \
+  ztIntList *readings;
+#define Gauge_METHODS ztRoot_METHODS
+ZT_DECLARE_CLASS(Gauge)
+
+static int32_t gaugeCreate(void *object) {
+  Gauge *gauge = object;
+  if (!ztRoot_table()->create(gauge)) return 0;
+  gauge->readings = ztIntList_new();
+  return gauge->readings != NULL;
+}
+
+static void gaugeDestroy(void *object) {
+  Gauge *gauge = object;
+  ztIntList_of(gauge->readings)->unRef(gauge->readings);
+  ztRoot_table()->destroy(gauge);
+}
+
+static void gaugeMethods(GaugeMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, gaugeCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, gaugeDestroy);
+}
+
+ZT_DEFINE_CLASS(Gauge, ztRoot, gaugeMethods)
+
+static void onLevel(void *panel, intptr_t level) {
+  (void)panel;
+  (void)level;
+}
+
+__attribute__((noinline)) static Gauge *makeGauge(const char *name) {
+  Gauge *gauge = Gauge_new();
+  Gauge_of(gauge)->setName(gauge, name);
+  return gauge;
+}
+
+static void release(void *object) {
+  ztBaseClass_of(object)->unRef(object);
+}
+
+static void reportPlant(void) {
+  ztRoot *plant = ztRoot_new();
+  ztRoot_of(plant)->setName(plant, "plant \"A\"\n");
+  for (int i = 0; i < 2; ++i) ztRoot_of(plant)->addChild(plant, makeGauge(i == 0 ? "first" : "second"));
+  ztObject *panel = ztObject_new();
+  void *first = ztRoot_of(plant)->getChildAt(plant, 0);
+  CHECK(ztObject_connect(first, "levelChanged", panel, ZT_SLOT(onLevel), 1));
+  ztPtrArray *chosen = ztPtrArray_new();
+  CHECK(ztPtrArray_of(chosen)->pushBack(chosen, first) != NULL);
+  ztMap *map = ztMap_new();
+  ztString *text = ztString_new();
+  ztString_of(text)->set(text, "hello");
+  void **block = ztm_alloc(sizeof(void *));
+  *block = text;
+  CHECK(ztOOP_report("report.txt") == 1);
+  ztm_free(block);
+  release(text);
+  release(map);
+  release(chosen);
+  release(plant);
+  CHECK(ztOOP_report("later.txt") == 1);
+}
+
+static void refusals(void) {
+  CHECK(ztOOP_report(NULL) == 0);
+  CHECK(ztOOP_report("missing/report.txt") == 0);
+}
+
+static void traceLives(void) {
+  Gauge *gauge = makeGauge("gauge");
+  ztString *texts[2];
+  for (int i = 0; i < 2; ++i) {
+    texts[i] = ztString_new();
+    ztString_of(texts[i])->set(texts[i], "hello");
+  }
+  ztObject *panel = ztObject_new();
+  CHECK(ztObject_emit(gauge, "levelChanged", 1) == 0);
+  CHECK(ztObject_connect(gauge, "levelChanged", panel, ZT_SLOT(onLevel), 1));
+  CHECK(ztObject_emit(gauge, "levelChanged", 1) == 1);
+  CHECK(ztObject_emit(NULL, "levelChanged", 1) == 0);
+  for (int i = 0; i < 2; ++i) release(texts[i]);
+  release(gauge);
+  release(panel);
+}
+
+/* What the program frees past the library, and takes again. */
+static void freePastTheLibrary(void) {
+  free(ztBaseClass_new());
+  free(ztm_alloc(1 << 22));
+  void *block = ztm_alloc(64);
+  void *moved = realloc(block, 1 << 22);
+  CHECK(moved != NULL);
+  free(moved);
+  CHECK(ztOOP_report("report.txt") == 1);
+  for (int i = 0; i < 100; ++i) release(ztBaseClass_new());
+  CHECK(ztOOP_report("report.txt") == 1);
+}
+
+/* Objects inside the block of an array, which moves. */
+static void holdByValue(void) {
+  ztArray *array = ztArray_new();
+  ztArray_of(array)->setElementSize(array, sizeof(ztObject), 0);
+  ztArray_of(array)->setElementConstructor(array, ztObject_ctor);
+  ztObject *object = ztObject_new();
+  for (int i = 0; i < 20; ++i) CHECK(ztArray_of(array)->pushBack(array, object) != NULL);
+  release(object);
+  CHECK(ztOOP_report("report.txt") == 1);
+  release(array);
+}
+
+static void *makeAndRelease(void *ignored) {
+  for (int i = 0; i < 300; ++i) {
+    Gauge *gauge = makeGauge("gauge");
+    ztIntList_of(gauge->readings)->pushBack(gauge->readings, &i);
+    release(gauge);
+  }
+  return ignored;
+}
+
+static void reportOtherThreads(void) {
+  pthread_t threads[3];
+  for (int i = 0; i < 3; ++i) CHECK(pthread_create(&threads[i], NULL, makeAndRelease, NULL) == 0);
+  for (int i = 0; i < 10; ++i) CHECK(ztOOP_report("report.txt") == 1);
+  for (int i = 0; i < 3; ++i) pthread_join(threads[i], NULL);
+}
+
+static void leaveToAChild(void) {
+  makeGauge("of the parent");
+  fflush(NULL);
+  if (fork() == 0) exit(0);
+}
+
+static void leavePlugins(void) {
+  void *plugin = dlopen(ZT_PLUGIN, RTLD_NOW);
+  CHECK(plugin != NULL);
+  if (plugin == NULL) return;
+  void *(*makeObject)(void);
+  *(void **)&makeObject = dlsym(plugin, "makeObject");
+  makeObject();
+  dlclose(plugin);
+  CHECK(ztOOP_report("report.txt") == 1);
+}
+
+int main(int argc, char **argv) {
+  static const Scenario scenarios[] = {
+      {"plant", reportPlant},       {"refusals", refusals},   {"lives", traceLives},
+      {"past", freePastTheLibrary}, {"values", holdByValue},  {"threads", reportOtherThreads},
+      {"child", leaveToAChild},     {"plugin", leavePlugins},
+  };
+  return RUN(scenarios, argc > 1 ? argv[1] : "");
+}

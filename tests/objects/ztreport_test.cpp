@@ -1,0 +1,201 @@
+// What ZENTOVA_TRACK tells: hosts are run with it.
+#include "objects/ztreport.h"
+
+#include "tests/helpers/host_process.hh"
+
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+
+#include <algorithm>
+#include <regex>
+
+namespace {
+
+class Report : public testing::Test {
+ protected:
+  Report() {
+    host.keepsErrors = true;
+  }
+  ~Report() override {
+    unsetenv("ZENTOVA_TRACK");
+  }
+
+  void run(const std::string &wanted, const std::string &scenario, const std::string &program = "reported") {
+    setenv("ZENTOVA_TRACK", wanted.c_str(), 1);
+    EXPECT_EQ(host.run(program, {scenario}), 0) << host.output() << host.errors();
+  }
+
+  // Without what depends on the compiler: distances in functions, and sizes.
+  static std::string plain(const std::string &text) {
+    const std::string named = std::regex_replace(text, std::regex("\\+0x[0-9a-f]+"), "");
+    const std::string sized = std::regex_replace(named, std::regex("[0-9]+ bytes"), "N bytes");
+    return std::regex_replace(sized, std::regex("( +[0-9]+) +[0-9]+  "), "$1  ");
+  }
+  // The same without the numbers of objects.
+  static std::string unnumbered(const std::string &text) {
+    return std::regex_replace(plain(text), std::regex("#[0-9]+"), "#");
+  }
+  std::string report(const std::string &name = "report.txt") const {
+    return plain(contentsOf(host.folder.path(name)));
+  }
+
+  HostProcess host;
+};
+
+const std::string heading = "   count      bytes  class                    made by\n";
+
+TEST_F(Report, TellsWhatLivesAndWhoMadeItAndWhatHoldsIt) {
+  run("1", "plant");
+  const std::string made =
+      ", made by reportPlant (host_reported) < runScenario (host_reported) < main (host_reported)\n";
+  const std::string madeGauge =
+      ", made by makeGauge (host_reported) < reportPlant (host_reported) < runScenario (host_reported)\n";
+  const std::string text = report();
+  const std::string objects = text.substr(text.find("\nObjects\n"));
+  EXPECT_EQ(unnumbered(objects),
+            "\nObjects\n"
+            "# ztRoot \"plant \\\"A\\\"\\x0a\"\n"
+            "    count 1, N bytes" +
+                made +
+                "    held by # Gauge \"first\" in parent\n"
+                "    held by # Gauge \"second\" in parent\n"
+                "# Gauge \"first\"\n"
+                "    count 2, N bytes" +
+                madeGauge +
+                "    held by # ztRoot \"plant \\\"A\\\"\\x0a\" in children\n"
+                "    held by # ztObject in signals\n"
+                "    held by # ztPtrArray in data\n"
+                "    signal \"levelChanged\" calls onLevel of # ztObject\n"
+                "# Gauge \"second\"\n"
+                "    count 2, N bytes" +
+                madeGauge +
+                "    held by # ztRoot \"plant \\\"A\\\"\\x0a\" in children\n"
+                "# ztObject\n"
+                "    count 1, N bytes" +
+                made +
+                "    held by # Gauge \"first\" in signals\n"
+                "# ztPtrArray\n"
+                "    count 1, N bytes" +
+                made +
+                "# ztMap\n"
+                "    count 1, N bytes" +
+                made +
+                "# ztString\n"
+                "    count 1, N bytes" +
+                made + "    held by a block of N bytes" + made);
+}
+
+TEST_F(Report, CountsByClassAndCall) {
+  run("1", "plant");
+  const std::string text = report();
+  EXPECT_EQ(
+      text.substr(0, text.find("ztMap ")),
+      "Live objects: 7\n" + heading +
+          "       2  Gauge                    makeGauge (host_reported) < reportPlant (host_reported) < "
+          "runScenario (host_reported)\n"
+          "       1  ");
+  EXPECT_EQ(report("later.txt").substr(0, 16), "Live objects: 1\n");
+}
+
+TEST_F(Report, PrintsWhatIsLeftAtTheEnd) {
+  run("1", "plant");
+  EXPECT_EQ(plain(host.errors()),
+            "zentova: objects left at the end: 1\n" + heading +
+                "       1  ztObject                 reportPlant (host_reported) < runScenario "
+                "(host_reported) < main (host_reported)\n");
+}
+
+TEST_F(Report, NamesFunctionsOfProgramsAtFixedAddresses) {
+  run("1", "plant", "fixed_reported");
+  EXPECT_NE(host.errors().find(" reportPlant+0x"), std::string::npos) << host.errors();
+}
+
+TEST_F(Report, GivesPlacesInProgramsWithoutNames) {
+  run("1", "plant", "stripped_reported");
+  EXPECT_NE(host.errors().find(" host_stripped_reported+0x"), std::string::npos) << host.errors();
+  EXPECT_NE(report().find("\n    signal \"levelChanged\" calls host_stripped_reported of #"),
+            std::string::npos);
+}
+
+TEST_F(Report, IsOffUnlessItIsAskedFor) {
+  for (const std::string off : {"", "0"}) {
+    run(off, "refusals");
+    EXPECT_EQ(host.errors(), "");
+    EXPECT_NE(host.log().find(
+                  "ztOOP_report - Error, the file name is NULL\n"
+                  "ztOOP_report - Error, objects are not tracked: start the program with ZENTOVA_TRACK=1\n"),
+              std::string::npos)
+        << host.log();
+  }
+}
+
+TEST_F(Report, RefusesFilesThatCannotBeWritten) {
+  run("1", "refusals");
+  EXPECT_NE(host.log().find("ztOOP_report - Error, the file name is NULL\n"
+                            "ztOOP_report - Error, the file 'missing/report.txt' is not written\n"),
+            std::string::npos)
+      << host.log();
+  EXPECT_EQ(host.errors(), "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, NamesUnknownWords) {
+  run("1,all,lives", "refusals");
+  EXPECT_EQ(host.errors(),
+            "zentova: ZENTOVA_TRACK knows no \"all\", but 1, lives, emissions\nzentova: objects left at the "
+            "end: 0\n");
+}
+
+TEST_F(Report, TracesLivesWithoutTheParts) {
+  run("lives", "lives");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: made # Gauge, by makeGauge (host_reported)\n"
+            "zentova: made # ztString, by traceLives (host_reported)\n"
+            "zentova: made # ztString, by traceLives (host_reported)\n"
+            "zentova: made # ztObject, by traceLives (host_reported)\n"
+            // What the library keeps of a first signal.
+            "zentova: made # ztSlotMap, by traceLives (host_reported)\n"
+            "zentova: ended # ztSlotMap\n"
+            "zentova: ended # ztString\n"
+            "zentova: ended # ztString\n"
+            "zentova: ended # Gauge\n"
+            "zentova: ended # ztObject\n"
+            "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, TracesEmissionsWithTheirSlots) {
+  run("emissions", "lives");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: # Gauge emits levelChanged to 1 slot\nzentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, TakesBlocksThatAreFreedPastTheLibrary) {
+  run("1", "past");
+  EXPECT_NE(host.errors().find("zentova: objects left at the end: "), std::string::npos);
+}
+
+TEST_F(Report, ListsTheObjectsInsideArrays) {
+  run("1", "values");
+  const std::string text = report();
+  EXPECT_EQ(text.substr(0, 17), "Live objects: 21\n");
+  EXPECT_NE(text.find(".19 ztObject\n    count 1, made by holdByValue"), std::string::npos) << text;
+}
+
+TEST_F(Report, IsTakenWhileOtherThreadsGoOn) {
+  run("1", "threads");
+  EXPECT_EQ(host.errors(), "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, IsPrintedByTheProcessThatWasStarted) {
+  run("1", "child");
+  EXPECT_EQ(unnumbered(host.errors()).find("zentova: objects left at the end: 1\n"), 0U) << host.errors();
+  EXPECT_EQ(host.errors().find("objects left", 20), std::string::npos);
+}
+
+TEST_F(Report, NamesClassesWhoseCodeIsGone) {
+  run("1", "plugin");
+  EXPECT_NE(report().find("# Gauge\n"), 0U);
+  EXPECT_NE(plain(host.errors()).find("       1  Gauge    "), std::string::npos) << host.errors();
+}
+
+}  // namespace
