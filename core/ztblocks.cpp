@@ -4,6 +4,8 @@
 #include "core/ztmem.hh"
 #include "core/ztpointermap.hh"
 
+#include <string.h>
+
 using namespace ztcore;
 
 bool ztcore::tracksBlocks;
@@ -129,10 +131,12 @@ static void record(void *address, size_t size, const Site &site) {
   state.listener.made(block);
 }
 
+// Zeroed, so that no earlier object in the same memory is taken for one that lives.
 static void *allocateTracked(size_t size) {
   // Outside the lock: it may load a library.
   const Site site = currentSite();
   void *address = state.system.allocate(size);
+  if (address != nullptr) memset(address, 0, size);
   const Recording recording;
   if (address != nullptr && recording.isWanted()) record(address, size, site);
   return address;
@@ -153,6 +157,7 @@ static void releaseTracked(void *address) {
 
 // A block keeps its serial number and its site.
 static void moveRecord(TrackedBlock *block, void *address, size_t size) {
+  if (size > block->size) memset(static_cast<char *>(address) + block->size, 0, size - block->size);
   block->size = size;
   if (block->address == address) return;
   state.blocks.remove(keyOf(block->address));
