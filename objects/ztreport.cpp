@@ -47,6 +47,7 @@ class Report {
   bool take() {
     return snapshot.take();
   }
+  bool writeHeading();
   bool writeSummary(const char *title);
   bool writeObjects();
 
@@ -131,6 +132,12 @@ void Report::writeSite(const Site *site) {
     if (strncmp(call, "main+", 5) == 0) break;
   }
   if (told == 0) lines.print("unknown");
+}
+
+// Tells programs what they read.
+bool Report::writeHeading() {
+  lines.print("Zentova report 1 of process %d\n", static_cast<int>(getpid()));
+  return lines.finish();
 }
 
 bool Report::writeSummary(const char *title) {
@@ -318,7 +325,8 @@ static bool writeReport(const char *fileName) {
   Report report(file.descriptor());
   const bool isTaken = report.take();
   if (!isTaken) ztLc_log("ztOOP_report - Error, memory is exhausted\n");
-  return isTaken && report.writeSummary("Live objects") && report.writeObjects() && file.commit();
+  return isTaken && report.writeHeading() && report.writeSummary("Live objects") && report.writeObjects() &&
+         file.commit();
 }
 
 int32_t ztOOP_report(const char *fileName) {

@@ -120,10 +120,31 @@ static int32_t makeMany(const char *path, int32_t count) {
   return done;
 }
 
+static void showLevel(void *panel, intptr_t level) {
+  (void)panel;
+  (void)level;
+}
+
+/* A report of live objects, which the environment has to ask for. */
+static int32_t reportObjects(const char *path) {
+  ztRoot *plant = ztRoot_new();
+  ztRoot_of(plant)->setName(plant, "plant");
+  ztRoot *tank = ztRoot_new();
+  ztRoot_of(tank)->setName(tank, "a \"tank\"");
+  ztRoot_of(plant)->addChild(plant, tank);
+  ztObject *panel = ztObject_new();
+  const int32_t done =
+      ztObject_connect(tank, "levelChanged", panel, ZT_SLOT(showLevel), 1) && ztOOP_report(path);
+  ztObject_of(panel)->unRef(panel);
+  ztRoot_of(plant)->unRef(plant);
+  return done;
+}
+
 int main(int count, char **words) {
   if (count < 3) return 2;
   if (strcmp(words[1], "many") == 0)
     return !makeMany(words[2], count < 4 ? 1000 : (int32_t)strtol(words[3], NULL, 10));
+  if (strcmp(words[1], "tracked") == 0) return !reportObjects(words[2]);
   if (count > 4 && dlopen(words[4], RTLD_NOW) == NULL) {
     fprintf(stderr, "inspect_maker: %s\n", dlerror());
     return 1;

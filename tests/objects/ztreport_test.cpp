@@ -36,8 +36,11 @@ class Report : public testing::Test {
   static std::string unnumbered(const std::string &text) {
     return std::regex_replace(plain(text), std::regex("#[0-9]+"), "#");
   }
+  // Without its first line, which names the process.
   std::string report(const std::string &name = "report.txt") const {
-    return plain(contentsOf(host.folder.path(name)));
+    const std::string text = contentsOf(host.folder.path(name));
+    EXPECT_EQ(text.substr(0, 28), "Zentova report 1 of process ");
+    return plain(text.substr(text.find('\n') + 1));
   }
 
   HostProcess host;

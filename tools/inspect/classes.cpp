@@ -2,6 +2,7 @@
 
 #include "core/ztdescribe.h"
 #include "objects/ztobjinfo.h"
+#include "tools/inspect/dot.hh"
 #include "tools/inspect/output.hh"
 #include "zentova.h"
 
@@ -258,22 +259,13 @@ static void writeText(const ClassTree &tree, Output *output) {
 
 // DOT ---------------------------------------------------------------------------------------------
 
-static std::string quoted(std::string_view text) {
-  std::string result = "\"";
-  for (const char c : printable(text)) {
-    if (c == '"' || c == '\\') result += '\\';
-    result += c;
-  }
-  return result + "\"";
-}
-
 static void writeDot(const ClassTree &tree, Output *output) {
-  output->write("digraph classes {\n  rankdir=LR;\n  node [shape=box, fontname=\"sans-serif\"];\n");
+  output->write(dotHeading("classes"));
   for (const ClassTree::Entry &entry : tree.entries()) {
     const ztClass *klass = entry.klass;
-    output->write("  " + quoted(klass->name) + ";\n");
+    output->write("  " + dotQuoted(klass->name) + ";\n");
     if (klass->parent == nullptr) continue;
-    output->write("  " + quoted(klass->parent->name) + " -> " + quoted(klass->name) + ";\n");
+    output->write("  " + dotQuoted(klass->parent->name) + " -> " + dotQuoted(klass->name) + ";\n");
   }
   output->write("}\n");
 }

@@ -4,6 +4,7 @@
 #include "tools/inspect/convert.hh"
 #include "tools/inspect/diff.hh"
 #include "tools/inspect/dump.hh"
+#include "tools/inspect/graph.hh"
 #include "tools/inspect/output.hh"
 #include "tools/inspect/plugins.hh"
 
@@ -85,6 +86,10 @@ static void addVerify(CLI::App *program, Request *request) {
       [request] { request->run = [request] { return ztinspect::verify(request->file, request->noEnd); }; });
 }
 
+static void addOutput(CLI::App *command, Request *request) {
+  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
+}
+
 static ztinspect::Target targetOf(const std::string &name) {
   using ztinspect::Target;
   return name == "text" ? Target::text : name == "json" ? Target::json : Target::binary;
@@ -98,7 +103,7 @@ static void addConvert(CLI::App *program, Request *request) {
   command->add_option("--to", request->to, "text, binary or json")
       ->required()
       ->check(CLI::IsMember({"text", "binary", "json"}));
-  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
+  addOutput(command, request);
   command->callback([request] {
     request->run = [request] {
       return ztinspect::convert(request->file, targetOf(request->to), request->output, request->noEnd);
@@ -116,6 +121,14 @@ static void addDiff(CLI::App *program, Request *request) {
   command->callback([request] {
     request->run = [request] { return ztinspect::diff(request->file, request->other, request->noEnd); };
   });
+}
+
+static void addGraph(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("graph", "Draw the live objects of a program, for Graphviz");
+  command->add_option("REPORT", request->file, "What ztOOP_report wrote")->required();
+  addOutput(command, request);
+  command->callback(
+      [request] { request->run = [request] { return ztinspect::graph(request->file, request->output); }; });
 }
 
 static int run(const Request &request) {
@@ -147,6 +160,7 @@ int main(int count, char **words) {
   addVerify(&program, &request);
   addConvert(&program, &request);
   addDiff(&program, &request);
+  addGraph(&program, &request);
   try {
     program.parse(count, words);
   } catch (const CLI::ParseError &error) {

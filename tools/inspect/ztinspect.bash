@@ -15,13 +15,14 @@ _ztinspect() {
       ;;
   esac
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words='classes dump verify convert diff --help --version'
+    words='classes dump verify convert diff graph --help --version'
   else
     case $command in
       classes) words='--json --dot --load --help' ;;
       dump) words='--json --no-end --load --help' ;;
       verify | diff) words='--no-end --load --help' ;;
       convert) words='--to --output --no-end --load --help' ;;
+      graph) words='--output --help' ;;
       *) words=--help ;;
     esac
   fi
