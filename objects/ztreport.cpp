@@ -35,6 +35,12 @@ struct Holder {
   uint32_t offset;
 };
 
+// The calls of a site by name.
+struct NamedSite {
+  const Site *site = nullptr;
+  char text[3 * 256 + 8] = "";
+};
+
 class Report {
  public:
   explicit Report(int descriptor) : lines(descriptor) {}
@@ -66,8 +72,11 @@ class Report {
   void writeFunction(const ztSlot &slot);
   const char *fieldAt(const ztClass *klass, uint32_t offset);
 
+  static constexpr size_t siteCount = 16;
+
   Lines lines;
   Snapshot snapshot;
+  NamedSite sites[siteCount];
   GrowingArray<Group> groups;
   int32_t untold = 0;           // because memory was exhausted
   ztClassInfo *info = nullptr;  // of the class that was asked for last
@@ -121,17 +130,28 @@ bool Report::makeGroups() {
 }
 
 // The innermost calls, up to main.
-void Report::writeSite(const Site *site) {
+static void nameSite(char *text, size_t size, const Site *site) {
   constexpr int32_t most = 3;
   char call[256];
+  size_t used = 0;
   int32_t told = 0;
   for (int32_t i = 0; site != nullptr && told < most; ++i) {
     i = nameCall(call, sizeof call, *site, i);
     if (i < 0) break;
-    lines.print(told++ == 0 ? "%s" : " < %s", call);
+    used += static_cast<size_t>(snprintf(text + used, size - used, "%s%s", told++ == 0 ? "" : " < ", call));
     if (strncmp(call, "main+", 5) == 0) break;
   }
-  if (told == 0) lines.print("unknown");
+  if (told == 0) snprintf(text, size, "unknown");
+}
+
+// Names are read from the files of programs, so the latest ones are kept.
+void Report::writeSite(const Site *site) {
+  NamedSite &named = sites[reinterpret_cast<uintptr_t>(site) / sizeof(Site) % siteCount];
+  if (named.site != site || named.text[0] == '\0') {
+    named.site = site;
+    nameSite(named.text, sizeof named.text, site);
+  }
+  lines.print("%s", named.text);
 }
 
 // Tells programs what they read.

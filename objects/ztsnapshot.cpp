@@ -16,6 +16,12 @@ using namespace ztcore;
 
 constexpr uint32_t wordSize = sizeof(uint64_t);
 
+// Copies lie as their blocks do.
+static size_t spaceFor(size_t size) {
+  constexpr size_t alignment = 16;
+  return (size + alignment - 1) / alignment * alignment;
+}
+
 static uint64_t wordAt(const SnapshotBlock &block, size_t offset) {
   uint64_t word;
   memcpy(&word, block.bytes + offset, wordSize);
@@ -63,7 +69,7 @@ bool Snapshot::copyBlocks() {
   size_t bytes = 0;
   for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
     ++count;
-    bytes += block->size;
+    bytes += spaceFor(block->size);
   }
   blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
   copy = static_cast<char *>(hidden(memory.allocate(bytes + 1)));
@@ -81,7 +87,7 @@ bool Snapshot::copyBlocks() {
     fresh.klass = classAt(fresh, 0);
     fresh.owner = none;
     fresh.isHidden = block->isHidden;
-    to += block->size;
+    to += spaceFor(block->size);
   }
   qsort(blocks, static_cast<size_t>(blockCount), sizeof(SnapshotBlock), compareAddresses);
   return true;
