@@ -12,6 +12,7 @@ import tree
 # What sources include of a later room, and why; for each of their rooms.
 UPWARD = {
     ("core/ztcore.cpp", "zentova.h"): "the list of the library's classes",
+    ("core/ztcore.cpp", "objects/ztreport.hh"): "what is left when the library is unloaded",
     ("core/ztshared.cpp", "containers/ztavltree.h"): "a class whose objects may share a block",
     ("core/ztshared.cpp", "objects/ztobject.h"): "the others",
     ("core", "io/ztfile.h"): "the identity of a class is read and written through the methods of a file",
