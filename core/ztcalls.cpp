@@ -1,4 +1,5 @@
 #include "core/ztcalls.hh"
+#include "core/ztblocks.hh"
 
 #include "core/ztgrowing.hh"
 #include "core/ztmem.h"
@@ -29,7 +30,7 @@ static bool firstCallsTaken;
 
 static CallTable *takeCalls() {
   if (!__atomic_exchange_n(&firstCallsTaken, true, __ATOMIC_ACQ_REL)) return &firstCalls;
-  return static_cast<CallTable *>(ztm_alloc(sizeof(CallTable)));
+  return static_cast<CallTable *>(hidden(ztm_alloc(sizeof(CallTable))));
 }
 
 static void useEntries(CallTable *calls, uint32_t count) {
@@ -187,7 +188,8 @@ uint32_t ztcore::findPending(CallTable *calls, uint32_t count) {
   dropRepeated(calls);
   const uint32_t first = findPlace(calls, count);
   if (calls->pendingCapacity - first >= count) return first;
-  PendingSlot *fresh = growBlock(calls->pending, calls->fewPending, &calls->pendingCapacity, first + count);
+  PendingSlot *fresh =
+      hidden(growBlock(calls->pending, calls->fewPending, &calls->pendingCapacity, first + count));
   if (fresh == nullptr) return noPlace;
   calls->pending = fresh;
   return first;
@@ -305,7 +307,7 @@ static Call *freeEntry() {
 
 static bool enlargeEntries(CallTable *calls) {
   const uint32_t count = calls->capacity;
-  Call *fresh = growBlock(calls->entries, calls->fewEntries, &calls->capacity, count + 1);
+  Call *fresh = hidden(growBlock(calls->entries, calls->fewEntries, &calls->capacity, count + 1));
   if (fresh == nullptr) return false;
   calls->entries = fresh;
   useEntries(calls, count);

@@ -1,5 +1,6 @@
 #include "core/ztpointermap.hh"
 
+#include "core/ztblocks.hh"
 #include "core/ztmem.h"
 
 #include <string.h>
@@ -62,7 +63,7 @@ bool PointerMap::grow() {
   larger.bits = entries == nullptr ? fewest : bits + 1;
   if (larger.bits > most) return false;
   const size_t bytes = sizeof(Entry) << larger.bits;
-  larger.entries = static_cast<Entry *>(ztm_alloc(static_cast<int32_t>(bytes)));
+  larger.entries = static_cast<Entry *>(hidden(ztm_alloc(static_cast<int32_t>(bytes))));
   if (larger.entries == nullptr) return false;
   memset(larger.entries, 0, bytes);
   for (uint32_t place = 0; entries != nullptr && place <= last(); ++place) {

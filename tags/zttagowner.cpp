@@ -1,5 +1,6 @@
 #include "tags/zttagowner.hh"
 
+#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
 #include "core/ztmem.h"
 #include "core/ztpointermap.hh"
@@ -60,7 +61,7 @@ static Bond *bondAt(int32_t number) {
 static bool addChunk() {
   if (chunkCount == maxChunks) return false;
   const int32_t size = chunkSize(chunkCount);
-  chunks[chunkCount] = static_cast<Bond *>(ztm_alloc(size * static_cast<int32_t>(sizeof(Bond))));
+  chunks[chunkCount] = static_cast<Bond *>(hidden(ztm_alloc(size * static_cast<int32_t>(sizeof(Bond)))));
   if (chunks[chunkCount] == nullptr) return false;
   const int32_t first = size - firstChunkSize + 1;
   for (int32_t i = 0; i < size; ++i) {
@@ -108,7 +109,7 @@ static void setOwnerCount(int32_t count) {
 
 // NULL when memory is exhausted.
 static Owner *newOwner(void *tag, const void *key) {
-  auto *owner = static_cast<Owner *>(ztm_alloc(sizeof(Owner)));
+  auto *owner = static_cast<Owner *>(hidden(ztm_alloc(sizeof(Owner))));
   if (owner == nullptr) return nullptr;
   *owner = {tag, key, 0, false};
   if (!owners.insert(wordOf(key), owner)) {

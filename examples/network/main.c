@@ -45,6 +45,8 @@ static int32_t fillAndStore(ztRoot *network, Board *board, const Paths *paths) {
   networkPrint(network);
   printf("The board saw %" PRId32 " stations join, %" PRId32 " values set and %" PRId32 " frosts.\n",
          board->stations, board->values, board->warnings);
+  /* Who lives, who made it, and what holds it; the library knows where the environment has ZENTOVA_TRACK. */
+  if (getenv("ZENTOVA_TRACK") != NULL && ztOOP_report("network.live")) puts("network.live tells what lives.");
   /* One tree, two forms: the class of the file makes the difference. */
   return storeWith(network, ztFile_ctor(NULL, 1), paths->binary) &&
          storeWith(network, ztTextFile_ctor(NULL, 1), paths->text);

@@ -7,6 +7,7 @@
 #include <errno.h>
 
 #include <fstream>
+#include <set>
 #include <vector>
 
 namespace ztinspect {
@@ -112,12 +113,12 @@ void Reading::readBlock() {
   all.insert(all.end() - 1, {number, "a block of " + std::string(rest)});
 }
 
-// What a parent holds is drawn from the parent, and what a signal's slots lead to as a connection.
+// What a signal's slots lead to is drawn as a connection.
 void Reading::readHolder() {
   if (take("a block of ")) return readBlock();
   const Reference holder = readReference();
   const std::string field = take(" in ") ? readWord() : "";
-  if (field == "parent" || field == "signals" || field == "sender") return;
+  if (field == "signals") return;
   links.push_back({holder.number, all.back().number, field, false});
 }
 
@@ -168,13 +169,27 @@ static std::string lineOf(const Edge &edge) {
   return text + ";\n";
 }
 
+// A field by which a part knows its owner, which holds it.
+static bool leadsBack(const Edge &edge, const std::set<std::pair<std::string, std::string>> &pairs) {
+  const bool isBack = edge.label == "parent" || edge.label == "owner" || edge.label == "sender";
+  return isBack && pairs.count({edge.to, edge.from}) != 0;
+}
+
+static void writeEdges(const std::vector<Edge> &edges, Output *output) {
+  std::set<std::pair<std::string, std::string>> pairs;
+  for (const Edge &edge : edges) pairs.insert({edge.from, edge.to});
+  for (const Edge &edge : edges) {
+    if (edge.isConnection || !leadsBack(edge, pairs)) output->write(lineOf(edge));
+  }
+}
+
 int graph(const std::string &report, const std::string &path) {
   Reading reading(report);
   reading.read();
   Output output(path);
   output.write(dotHeading("objects"));
   for (const Reference &object : reading.objects()) output.write(lineOf(object));
-  for (const Edge &edge : reading.edges()) output.write(lineOf(edge));
+  writeEdges(reading.edges(), &output);
   output.write("}\n");
   output.finish();
   return 0;
