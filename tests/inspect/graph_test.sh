@@ -23,6 +23,7 @@ draws_objects_and_connections() {
 digraph objects {
   rankdir=LR;
   node [shape=box, fontname="sans-serif"];
+  edge [fontname="sans-serif", fontsize=10];
   "#" [label="ztRoot \"plant\"\n#"];
   "#" [label="ztRoot \"a \\\"tank\\\"\"\n#"];
   "#" [label="ztObject\n#"];

@@ -23,7 +23,9 @@ std::string dotQuoted(std::string_view text) {
 }
 
 std::string dotHeading(std::string_view name) {
-  return "digraph " + std::string(name) + " {\n  rankdir=LR;\n  node [shape=box, fontname=\"sans-serif\"];\n";
+  return "digraph " + std::string(name) +
+         " {\n  rankdir=LR;\n  node [shape=box, fontname=\"sans-serif\"];\n  edge [fontname=\"sans-serif\", "
+         "fontsize=10];\n";
 }
 
 }  // namespace ztinspect
