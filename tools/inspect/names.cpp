@@ -135,6 +135,18 @@ void Namer::nameCounts(const Trace &trace, std::vector<Name> *names) {
   }
 }
 
+// An attribute reads its type, twice, into no field of its own.
+void Namer::nameTypes(std::vector<Name> *names) {
+  for (size_t i = 1; i < names->size(); ++i) {
+    const std::string &before = (*names)[i - 1].text;
+    Name &name = (*names)[i];
+    const size_t point = before.rfind('.');
+    if (!name.text.empty() || before.rfind("attributes[", 0) != 0 || point == std::string::npos) continue;
+    const std::string last = before.substr(point);
+    if (last == ".name" || last == ".type") name.text = before.substr(0, point) + ".type";
+  }
+}
+
 void Namer::nameAll(void *object, const Trace &trace, std::vector<Name> *names) {
   names->clear();
   parts.clear();
@@ -147,6 +159,7 @@ void Namer::nameAll(void *object, const Trace &trace, std::vector<Name> *names) 
     }
     names->push_back(std::move(name));
   }
+  nameTypes(names);
   nameCounts(trace, names);
 }
 

@@ -49,6 +49,7 @@ class Namer {
   void addElements(void *array, const std::string &prefix, int depth);
   void addAttributes(void *tag);
   bool nameIn(const Part &part, const Step &step, Name *name) const;
+  static void nameTypes(std::vector<Name> *names);
   static void nameCounts(const Trace &trace, std::vector<Name> *names);
 
   std::unordered_map<ztClass *, std::unique_ptr<std::vector<Field>>> known;

@@ -71,6 +71,7 @@ class Records {
     ztClass *klass = nullptr;
     bool isNode = false;
     bool isLink = false;
+    bool isTag = false;
   };
 
   const Known &knownClass(const std::string &name);
@@ -79,6 +80,7 @@ class Records {
   std::string whyNoIdentity() const;
   void skip(Record *record, const std::string &reason);
   void readKnown(const Known &known, Record *record, bool withNames);
+  bool readAttributes(void *tag);
   void judge(bool done, const ztClass *klass, Record *record);
 
   const Source &source;
