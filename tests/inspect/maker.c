@@ -87,6 +87,29 @@ static ztRoot *makeOwnTags(void) {
   return root;
 }
 
+static void addSignpost(ztRoot *root, const char *name, int32_t uid, int32_t way) {
+  ztRoot *post = addNode(ztNewFromName("Signpost"), name, uid, root);
+  if (!ztObject_setInt(post, "way", way)) exit(1);
+}
+
+/* Links in a circle, to themselves, to nothing; names that no page may take for its own text; series. */
+static ztRoot *makeSigns(void) {
+  ztRoot *root = addNode(ztRoot_new(), "plant", 1, NULL);
+  addSignpost(root, "first", 2, 3);
+  addSignpost(root, "second", 3, 2);
+  addSignpost(root, "self", 4, 4);
+  addSignpost(root, "lost", 5, 99);
+  addSignpost(root, "unset", 6, -1);
+  addNode(ztRoot_new(), "</script><script>document.title = 'broken'</script>", 7, root);
+  addNode(ztRoot_new(), "\"quotes' \\ &amp; <!-- <b>", 8, root);
+  addNode(ztRoot_new(), "bell\a tab\t escape\x1b[31m", 9, root);
+  addNode(ztRoot_new(), "no text: \xff\xc3(", 10, root);
+  ztTag *tag = (ztTag *)addNode(ztTag_new(), "sensors", 11, root);
+  addSeries(tag, "count", ztIntTag_new(), 3);
+  addSeries(tag, "level", ztFloatTag_new(), 1000);
+  return root;
+}
+
 static void *openFile(const char *path, int32_t isText) {
   ztFile *file = isText ? (ztFile *)ztTextFile_new() : ztFile_new();
   if (!ztFile_of(file)->open(file, path, "wb")) exit(1);
@@ -126,6 +149,7 @@ static int32_t make(const char *kind, const char *path, int32_t isText) {
   ztRoot *root = strcmp(kind, "other") == 0      ? makeOtherPlant()
                  : strcmp(kind, "tags") == 0     ? makeTags()
                  : strcmp(kind, "owntags") == 0  ? makeOwnTags()
+                 : strcmp(kind, "signs") == 0    ? makeSigns()
                  : strcmp(kind, "stations") == 0 ? makeStations()
                                                  : makePlant();
   const int32_t done =

@@ -6,6 +6,7 @@
 #include "tools/inspect/dump.hh"
 #include "tools/inspect/output.hh"
 #include "tools/inspect/plugins.hh"
+#include "tools/inspect/report.hh"
 
 #include <signal.h>
 
@@ -38,7 +39,7 @@ struct Request {
 static void addLoad(CLI::App *command, Request *request) {
   command->add_option("--load", request->plugins, "Load a shared library with classes first")
       ->type_name("PLUGIN")
-      ->expected(1)
+      ->allow_extra_args(false)
       ->take_all();
 }
 
@@ -63,6 +64,10 @@ static void addNoEnd(CLI::App *command, Request *request) {
 
 static void addFile(CLI::App *command, Request *request) {
   command->add_option("FILE", request->file, "A stored file")->required();
+}
+
+static void addOutput(CLI::App *command, Request *request) {
+  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
 }
 
 static void addDump(CLI::App *program, Request *request) {
@@ -98,11 +103,22 @@ static void addConvert(CLI::App *program, Request *request) {
   command->add_option("--to", request->to, "text, binary or json")
       ->required()
       ->check(CLI::IsMember({"text", "binary", "json"}));
-  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
+  addOutput(command, request);
   command->callback([request] {
     request->run = [request] {
       return ztinspect::convert(request->file, targetOf(request->to), request->output, request->noEnd);
     };
+  });
+}
+
+static void addReport(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("report", "Write a page that shows a stored file in a browser");
+  addFile(command, request);
+  addLoad(command, request);
+  addNoEnd(command, request);
+  addOutput(command, request);
+  command->callback([request] {
+    request->run = [request] { return ztinspect::report(request->file, request->output, request->noEnd); };
   });
 }
 
@@ -147,6 +163,7 @@ int main(int count, char **words) {
   addVerify(&program, &request);
   addConvert(&program, &request);
   addDiff(&program, &request);
+  addReport(&program, &request);
   try {
     program.parse(count, words);
   } catch (const CLI::ParseError &error) {

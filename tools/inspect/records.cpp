@@ -152,13 +152,17 @@ void Records::judge(bool done, const ztClass *klass, Record *record) {
   }
 }
 
+std::string whatEnded(const Records &records, bool withoutEnd) {
+  if (records.end() == End::damaged)
+    return "damaged at offset " + std::to_string(records.place()) + ": " + records.reason();
+  if (records.end() == End::mark || withoutEnd) return "";
+  return "incomplete: there is no mark of the end (--no-end takes files without)";
+}
+
 int judgeEnd(const Source &source, const Records &records, bool withoutEnd) {
-  if (records.end() == End::damaged) {
-    say(source.name() + ": damaged at offset " + std::to_string(records.place()) + ": " + records.reason());
-    return 1;
-  }
-  if (records.end() == End::mark || withoutEnd) return 0;
-  say(source.name() + ": incomplete: there is no mark of the end (--no-end takes files without)");
+  const std::string problem = whatEnded(records, withoutEnd);
+  if (problem.empty()) return 0;
+  say(source.name() + ": " + problem);
   return 1;
 }
 
@@ -172,12 +176,18 @@ void Skipped::add(const Record &record) {
   }
 }
 
-void Skipped::sayAll(const std::string &file) const {
+std::vector<std::string> Skipped::lines() const {
+  std::vector<std::string> lines;
   for (const Count &count : reasons) {
     const bool isOne = count.records == 1;
-    say(file + ": " + count.reason + ": " + std::to_string(count.records) + (isOne ? " record" : " records") +
-        " skipped, " + (isOne ? "" : "the first ") + "at offset " + std::to_string(count.first));
+    lines.push_back(count.reason + ": " + std::to_string(count.records) + (isOne ? " record" : " records") +
+                    " skipped, " + (isOne ? "" : "the first ") + "at offset " + std::to_string(count.first));
   }
+  return lines;
+}
+
+void Skipped::sayAll(const std::string &file) const {
+  for (const std::string &line : lines()) say(file + ": " + line);
 }
 
 }  // namespace ztinspect
