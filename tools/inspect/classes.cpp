@@ -260,9 +260,8 @@ namespace {
 // The lines of one class: what it adds to its parent, and the methods of its parent that it replaces.
 class ClassText {
  public:
-  ClassText(const ClassTree::Entry &entry, bool withColours)
-      : klass(entry.klass), indent(2 * entry.depth, ' '), colours(withColours) {
-    text = indent + (colours ? "\033[1m" : "") + printable(klass->name) + (colours ? "\033[0m" : "");
+  explicit ClassText(const ClassTree::Entry &entry) : klass(entry.klass), indent(2 * entry.depth, ' ') {
+    text = indent + painted("1", printable(klass->name));
     text += " (version " + std::to_string(klass->version) + ", " + std::to_string(klass->instanceSize) +
             " bytes)\n";
   }
@@ -278,8 +277,7 @@ class ClassText {
 
  private:
   void add(const char *kind, const std::string &what) {
-    text += indent + "    " + (colours ? "\033[2m" : "") + kind + (colours ? "\033[0m " : " ") +
-            printable(what) + "\n";
+    text += indent + "    " + painted("2", kind) + " " + printable(what) + "\n";
   }
   void addFields(const ztClassInfo &info) {
     for (int32_t i = 0; i < info.fieldCount; ++i) {
@@ -317,15 +315,13 @@ class ClassText {
 
   ztClass *klass;
   std::string indent;
-  bool colours;
   std::string text;
 };
 
 }  // namespace
 
 static void writeText(const ClassTree &tree, Output *output) {
-  const bool colours = hasColours();
-  for (const ClassTree::Entry &entry : tree.entries()) output->write(ClassText(entry, colours).whole());
+  for (const ClassTree::Entry &entry : tree.entries()) output->write(ClassText(entry).whole());
 }
 
 // DOT ---------------------------------------------------------------------------------------------

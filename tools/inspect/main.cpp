@@ -43,9 +43,22 @@ static void addLoad(CLI::App *command, Request *request) {
       ->take_all();
 }
 
+static void addColour(CLI::App *command) {
+  const auto choose = [](const std::string &when) {
+    using ztinspect::Colours;
+    ztinspect::chooseColours(when == "always"  ? Colours::always
+                             : when == "never" ? Colours::never
+                                               : Colours::automatic);
+  };
+  command->add_option_function<std::string>("--color", choose, "Colours: auto, always or never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
 static void addClasses(CLI::App *program, Request *request) {
   CLI::App *command = program->add_subcommand("classes", "Show the tree of classes");
   addLoad(command, request);
+  addColour(command);
   CLI::Option *json = command->add_flag("--json", request->json, "As a JSON array");
   command->add_flag("--dot", request->dot, "As a graph for Graphviz")->excludes(json);
   command->callback([request] {
@@ -75,6 +88,7 @@ static void addDump(CLI::App *program, Request *request) {
   addFile(command, request);
   addLoad(command, request);
   addNoEnd(command, request);
+  addColour(command);
   command->add_flag("--json", request->json, "As a JSON array");
   command->callback([request] {
     request->run = [request] { return ztinspect::dump(request->file, request->json, request->noEnd); };
@@ -127,6 +141,7 @@ static void addDiff(CLI::App *program, Request *request) {
       program->add_subcommand("diff", "Compare the nodes of two stored files by their identifiers");
   command->add_option("A", request->file, "A stored file")->required();
   command->add_option("B", request->other, "Another one, of any form")->required();
+  addColour(command);
   addLoad(command, request);
   addNoEnd(command, request);
   command->callback([request] {

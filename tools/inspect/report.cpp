@@ -74,7 +74,8 @@ class PageData {
   }
 
   // What holds for all of them, behind the last one.
-  void finish(const Source &source, const Tree &tree, const std::vector<std::string> &problems) {
+  void finish(const Source &source, const Tree &tree, const std::vector<std::string> &problems,
+              const std::string &classes) {
     endBlock();
     output->write("<script type=\"application/json\" id=\"about\">\n{");
     output->write(
@@ -88,7 +89,7 @@ class PageData {
       output->write(between + std::to_string(entry.parent));
       between = ",";
     }
-    output->write("],\n\"classes\":" + inPage(classesInShort()) + "}\n</script>\n");
+    output->write("],\n\"classes\":" + inPage(classes) + "}\n</script>\n");
   }
 
  private:
@@ -154,6 +155,8 @@ class PageData {
 }  // namespace
 
 int report(const std::string &path, const std::string &to, bool withoutEnd) {
+  // Reading a file makes classes of this program.
+  const std::string classes = classesInShort();
   const Source source(path);
   Records records(source);
   Skipped skipped;
@@ -163,7 +166,7 @@ int report(const std::string &path, const std::string &to, bool withoutEnd) {
   output.write(pageText.substr(0, place));
   PageData data(&output);
   {
-    Progress progress(path);
+    Progress progress(path, output.isStandard());
     Record record;
     while (records.next(&record, true)) {
       if (record.state == State::unknown) skipped.add(record);
@@ -176,7 +179,7 @@ int report(const std::string &path, const std::string &to, bool withoutEnd) {
   std::vector<std::string> problems = skipped.lines();
   const std::string ended = whatEnded(records, withoutEnd);
   if (!ended.empty()) problems.insert(problems.begin(), ended);
-  data.finish(source, tree, problems);
+  data.finish(source, tree, problems, classes);
   output.write(pageText.substr(place + pageDataMark.size()));
   output.finish();
   skipped.sayAll(path);
