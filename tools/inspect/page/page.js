@@ -92,6 +92,9 @@ function marked(text, words) {
 
 // Trees -----------------------------------------------------------------------------------------------
 
+// What a search says of a row: it has what was searched for, or something below it has.
+const FOUND = 1, BELOW = 2;
+
 // Rows of which those that are seen are in the document. A model has `parents`, an index or -1 for each row;
 // `searched(i)`, the text in lower case that a search looks into; and `fill(row, i, words)`, which draws a row.
 class Tree {
@@ -207,7 +210,7 @@ class Tree {
   }
 
   rowOf(i) {
-    const isParent = this.first[i] >= 0;
+    const isParent = this.hits === null ? this.first[i] >= 0 : (this.hits[i] & BELOW) !== 0;
     const isWide = this.hits !== null || this.isOpen[i] === 1;
     const row = make('div.row', { id: this.idOf(i), role: 'treeitem', 'data-row': i });
     row.setAttribute('aria-level', this.depth[i] + 1);
@@ -215,7 +218,7 @@ class Tree {
     if (isParent) row.setAttribute('aria-expanded', isWide);
     row.style.paddingLeft = `${Math.min(6 + 16 * this.depth[i], this.box.clientWidth * 0.4)}px`;
     row.append(make(isParent ? `span.opener.${isWide ? 'wide' : 'shut'}` : 'span.opener'));
-    if (this.hits !== null && this.hits[i] === 1) row.classList.add('above');
+    if (this.hits !== null && this.hits[i] === BELOW) row.classList.add('above');
     this.model.fill(row, i, this.words);
     row.title = row.textContent;
     return row;
@@ -307,16 +310,15 @@ class Tree {
     if (this.words.length === 0) {
       this.hits = null;
     } else {
-      // 2 for what has them, 1 for what is above.
       this.hits = new Uint8Array(this.size);
       for (let i = 0; i < this.size; ++i) {
         const searched = this.model.searched(i);
         if (!this.words.every((word) => searched.includes(word))) continue;
-        this.hits[i] = 2;
+        this.hits[i] |= FOUND;
         ++found;
         for (let above = this.model.parents[i]; above >= 0; above = this.model.parents[above]) {
-          if (this.hits[above] > 0) break;
-          this.hits[above] = 1;
+          if (this.hits[above] & BELOW) break;
+          this.hits[above] |= BELOW;
         }
       }
     }
@@ -330,7 +332,7 @@ class Tree {
   }
 
   firstHit() {
-    return this.hits === null ? -1 : this.hits.indexOf(2);
+    return this.hits === null ? -1 : this.hits.findIndex((hit) => hit & FOUND);
   }
 }
 
@@ -677,16 +679,20 @@ function ownRows(chain, list, cells) {
     make(from === entry ? 'tr' : 'tr.inherited', null, ...cells(item, from))));
 }
 
+// A declaration, and beside it or below it the class that it comes from.
+function cellOf(code, ...origin) {
+  return make('td.from', null, make('div', null, make('span.code', null, code), make('span.dim', null, ...origin)));
+}
+
 // A method: its declaration, and the classes that it comes from.
 function slotCells(chain) {
   return ([slot, declaration, state], from) => {
     const replaced = chain.filter((entry) => entry.replaces.includes(slot)).pop();
     const entry = chain[chain.length - 1];
-    const origin = make('span.dim', null, from === entry ? '' : classLink(from.name));
-    if (replaced === undefined && state !== 'defined') origin.append(` ${state}`);
-    if (replaced !== undefined) origin.append(' replaced by ', replaced === entry ? 'this class' : classLink(replaced.name));
-    return [make('td.number', null, String(slot)),
-      make('td.slot', null, make('div', null, make('span.code', null, declaration || '(not described)'), origin))];
+    const origin = [from === entry ? '' : classLink(from.name)];
+    if (replaced === undefined && state !== 'defined') origin.push(` ${state}`);
+    if (replaced !== undefined) origin.push(' replaced by ', replaced === entry ? 'this class' : classLink(replaced.name));
+    return [make('td.number', null, String(slot)), cellOf(declaration || '(not described)', ...origin)];
   };
 }
 
@@ -706,12 +712,12 @@ function classDetails(i) {
     const rows = ownRows(chain, list, cells);
     if (rows.length > 0) parts.push(make('h3', null, heading), table('', heads, rows));
   };
-  const from = (owner) => make('td.dim', null, owner === entry ? '' : classLink(owner.name));
-  add('Fields', ['Offset', 'Field', 'Type', 'From'], 'fields', ([offset, name, type], owner) =>
-    [make('td.number', null, offset < 0 ? '?' : String(offset)), make('td', null, name), make('td.code', null, type), from(owner)]);
-  add('Properties', ['Property', 'Type', 'From'], 'properties', ([name, type, use], owner) =>
-    [make('td', null, name), make('td.code', null, type + use), from(owner)]);
-  add('Signals', ['Signal', 'From'], 'signals', (declaration, owner) => [make('td.code', null, declaration), from(owner)]);
+  const from = (owner) => owner === entry ? '' : classLink(owner.name);
+  add('Fields', ['Offset', 'Field', 'Type'], 'fields', ([offset, name, type], owner) =>
+    [make('td.number', null, offset < 0 ? '?' : String(offset)), make('td.field', null, name), cellOf(type, from(owner))]);
+  add('Properties', ['Property', 'Type'], 'properties', ([name, type, use], owner) =>
+    [make('td.field', null, name), cellOf(type + use, from(owner))]);
+  add('Signals', ['Signal'], 'signals', (declaration, owner) => [cellOf(declaration, from(owner))]);
   add('Slots', ['Slot', 'Method'], 'slots', slotCells(chain));
   return parts;
 }
