@@ -198,12 +198,16 @@ class Pages(unittest.TestCase):
 
     def test_nothing_is_wider_than_a_phone(self):
         self.page.resize(390, 844, isPhone=True)
-        for name in ("signs", "cut"):
-            for fragment in ("", "#r0", "#r6", "#r10", "#cztTag"):
-                self.open(name, fragment if name == "signs" else "")
-                wide = self.page.run("[...document.querySelectorAll('body *')].filter((one) => "
-                                     "one.getBoundingClientRect().right > 390.5 && !one.closest('.row')).map((one) => one.outerHTML)")
-                self.assertEqual((wide, self.page.run("document.documentElement.scrollWidth")), ([], 390), fragment)
+        wider = ("[...document.querySelectorAll('body *')].filter((one) => one.getBoundingClientRect().right > 390.5 && "
+                 "!one.closest('.row')).map((one) => one.outerHTML)")
+        for name, fragments in (("cut", ["", "#r3"]), ("signs", ["", "#r0", "#r6", "#r10", "#cztTag"])):
+            self.open(name)
+            for fragment in fragments:
+                self.page.run(f"location.hash = {fragment!r}")
+                self.page.settle()
+                self.assertEqual(self.page.run("document.body.classList.contains('showing')"), fragment != "")
+                self.assertEqual(self.page.run(wider), [], fragment)
+                self.assertEqual(self.page.run("document.documentElement.scrollWidth"), 390)
 
     def test_a_phone_shows_one_pane_at_a_time(self):
         self.page.resize(390, 844, isPhone=True)

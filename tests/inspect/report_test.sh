@@ -86,6 +86,15 @@ shows_what_there_is_of_damaged_files() {
     "['class Station is not known: 2 records skipped, the first at offset 192']"
 }
 
+# A node above itself, by way of another one, stands at the top.
+opens_circles_of_parents() {
+  "$maker" plant plant.zt
+  printf '\2\0\0\0' | dd of=plant.zt bs=1 seek=188 conv=notrunc 2>/dev/null
+  inspect 1 report plant.zt -o page.html
+  expect_message 'plant.zt: damaged at offset 768: the check sum does not match'
+  expect_data page.html 'about["parents"]' '[-1, 0, 1, 0]'
+}
+
 # Wherever it is cut, there is a page with a reason; none for what has no record.
 shows_files_that_are_cut_anywhere() {
   local size length

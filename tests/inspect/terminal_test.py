@@ -9,6 +9,7 @@ import time
 import unittest
 
 ZTINSPECT, MAKER = sys.argv[1:3]
+PIPE = "results"
 
 
 def read_all(descriptor):
@@ -36,17 +37,22 @@ def on_terminal(*arguments, **variables):
     return printed
 
 
-def slowly(errors):
-    """Runs a conversion whose results nobody takes for longer than a second, with a terminal or a pipe for errors."""
-    ours, theirs = errors()
-    results, taken = os.pipe()
-    process = subprocess.Popen([ZTINSPECT, "convert", "many.zt", "--to", "json"], stdout=taken, stderr=theirs)
-    os.close(taken)
-    os.close(theirs)
-    time.sleep(1.1)
-    size = len(read_all(results))
-    printed = read_all(ours)
-    return process.wait(), size, printed
+class Job:
+    """A run whose results nobody takes at first."""
+
+    def __init__(self, *arguments, results, errors, **streams):
+        self.results, self.errors = results, errors
+        self.process = subprocess.Popen([ZTINSPECT, *arguments, *(["-o", PIPE] if results == PIPE else [])], **streams)
+        for stream in {*streams.values()}:
+            os.close(stream)
+        if results == PIPE:
+            self.results = os.open(PIPE, os.O_RDONLY)
+
+    def finish(self):
+        """The status, the results, and what was told besides."""
+        results = read_all(self.results)
+        told = results if self.errors == self.results else read_all(self.errors)
+        return self.process.wait(), results, told
 
 
 class Terminals(unittest.TestCase):
@@ -55,6 +61,22 @@ class Terminals(unittest.TestCase):
         for kind in ("plant", "other"):
             subprocess.run([MAKER, kind, f"{kind}.zt"], check=True)
         subprocess.run([MAKER, "many", "many.zt", "8000"], check=True)
+        if not os.path.exists(PIPE):
+            os.mkfifo(PIPE)
+        cls.start_slow_jobs()
+
+    @classmethod
+    def start_slow_jobs(cls):
+        """Jobs that take longer than a second, all of them at once."""
+        (results, taken), (terminal, told) = os.pipe(), pty.openpty()
+        cls.piped = Job("convert", "many.zt", "--to", "json", results=results, errors=terminal, stdout=taken, stderr=told)
+        terminal, told = pty.openpty()
+        cls.stored = Job("report", "many.zt", results=PIPE, errors=terminal, stdout=told, stderr=told)
+        terminal, told = pty.openpty()
+        cls.shown = Job("dump", "many.zt", results=terminal, errors=terminal, stdout=told, stderr=told)
+        (results, taken), (errors, told) = os.pipe(), os.pipe()
+        cls.silent = Job("convert", "many.zt", "--to", "json", results=results, errors=errors, stdout=taken, stderr=told)
+        time.sleep(1.1)
 
     def test_dump_classes_and_diff_have_colours(self):
         self.assertIn("\033[1mztRoot\033[0m", on_terminal("dump", "plant.zt"))
@@ -79,14 +101,23 @@ class Terminals(unittest.TestCase):
             self.assertNotIn("\033", done.stdout)
 
     def test_long_jobs_tell_how_far_they_are(self):
-        status, size, printed = slowly(pty.openpty)
-        self.assertEqual(status, 0)
-        self.assertGreater(size, 1_000_000)
-        self.assertRegex(printed, r"\rmany\.zt: \d+ %")
-        self.assertTrue(printed.endswith("\r\033[K"), "the line stays")
+        self.expect_progress(self.piped)
 
-    def test_nothing_is_told_into_a_pipe(self):
-        self.assertEqual(slowly(os.pipe)[2], "")
+    def test_a_job_with_a_file_for_its_results_tells_it_on_any_terminal(self):
+        self.expect_progress(self.stored)
+
+    def expect_progress(self, job):
+        status, results, told = job.finish()
+        self.assertEqual(status, 0)
+        self.assertGreater(len(results), 500_000)
+        self.assertRegex(told, r"\rmany\.zt: \d+ %")
+        self.assertTrue(told.endswith("\r\033[K"), "the line stays")
+
+    def test_nothing_is_told_among_results_nor_into_a_pipe(self):
+        status, results, _ = self.shown.finish()
+        self.assertEqual((status, results.count("%")), (0, 0))
+        status, _, told = self.silent.finish()
+        self.assertEqual((status, told), (0, ""))
 
 
 if __name__ == "__main__":
