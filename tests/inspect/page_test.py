@@ -176,6 +176,20 @@ class Pages(unittest.TestCase):
         self.page.settle()
         self.assertIn("[2] = 20", self.texts("svg text"))
 
+    def test_series_of_any_numbers_end_in_a_line_or_in_none(self):
+        self.open("plant")
+        for values, lines in ((["1e16", "10000000000000002"], 1), (["1.7e308", "-1.7e308"], 0), (["0", "5e-324"], 1),
+                              (["7", "7", "7"], 1), (["NaN", "Infinity"], 0), (["1", "NaN", "3", "4"], 2), (["5"], 1)):
+            drawn = self.page.run(f"(() => {{ const chart = new Chart({values}); chart.drawAt(400);"
+                                  "return [...chart.holder.querySelectorAll('.series')].map((one) => one.getAttribute('d')); })()")
+            self.assertEqual(len(drawn), lines, values)
+            self.assertNotIn("NaN", " ".join(drawn))
+
+    def test_an_address_that_names_nothing_shows_the_tree(self):
+        for fragment in ("#r99", "#cNothing", "#r%", "#"):
+            self.open("plant", fragment)
+            self.assertEqual(len(self.names()), 4)
+
     def test_classes_have_chains_slots_and_fields(self):
         self.open("signs")
         self.page.click("document.getElementById('tab-classes')")

@@ -414,14 +414,13 @@ function draw(name, attributes, ...inside) {
   return element;
 }
 
-// At 1, 2 or 5 times a power of ten.
+// At 1, 2 or 5 times a power of ten. Where numbers are too close to be told apart, there are fewer.
 function ticks(least, most) {
   const rough = (most - least) / 3;
   const power = 10 ** Math.floor(Math.log10(rough));
   const step = power * ([1, 2, 5].find((factor) => factor * power >= rough) ?? 10);
-  const result = [];
-  for (let at = Math.ceil(least / step); at * step <= most + step * 1e-9; ++at) result.push(at * step);
-  return result;
+  const first = Math.ceil(least / step) * step;
+  return Array.from({ length: 5 }, (_, i) => first + i * step).filter((at) => at <= most + step * 1e-9);
 }
 
 const short = (value) => String(Number(value.toPrecision(6)));
@@ -449,8 +448,10 @@ class Chart {
     const height = 170, top = 10, bottom = height - 22;
     const spare = this.most === this.least ? Math.abs(this.most) * 0.1 || 1 : (this.most - this.least) * 0.05;
     const low = this.least - spare, high = this.most + spare;
+    // Sums and differences of the largest and the smallest numbers are none.
+    if (!(high > low) || !Number.isFinite(high - low)) return;
     const marks = ticks(low, high);
-    const left = 12 + 7 * Math.max(...marks.map((mark) => short(mark).length)), right = width - 10;
+    const left = 12 + 7 * Math.max(0, ...marks.map((mark) => short(mark).length)), right = width - 10;
     const last = this.values.length - 1;
     this.x = (i) => last === 0 ? (left + right) / 2 : left + (right - left) * i / last;
     this.y = (value) => bottom - (bottom - top) * (value - low) / (high - low);
@@ -771,9 +772,17 @@ function find() {
   byId('open-all').disabled = byId('close-all').disabled = isSearch;
 }
 
+function decoded(text) {
+  try {
+    return decodeURIComponent(text);
+  } catch {
+    return '';
+  }
+}
+
 // "#r12" is a record, "#cztRoot" a class.
 function route() {
-  const what = location.hash.slice(0, 2), rest = decodeURIComponent(location.hash.slice(2));
+  const what = location.hash.slice(0, 2), rest = decoded(location.hash.slice(2));
   const isRecord = what === '#r' && /^\d+$/.test(rest) && Number(rest) < records.length;
   const isClass = what === '#c' && classByName.has(rest);
   if (!isRecord && !isClass) {
