@@ -21,7 +21,8 @@ class Browser:
         from_us, self.to_it = os.pipe()
         self.from_it, to_us = os.pipe()
         command = [program(), "--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
-                   "--remote-debugging-pipe", "--no-first-run", f"--user-data-dir={self.profile.name}", "about:blank"]
+                   "--remote-debugging-pipe", "--no-first-run", "--disable-frame-rate-limit",
+                   f"--user-data-dir={self.profile.name}", "about:blank"]
         # Chromium reads its descriptor 3 and writes its descriptor 4. Copies of higher numbers come first, because
         # these may be taken.
         script = f'exec 60<&{from_us} 61>&{to_us}; exec "$@" 3<&60 4>&61 60<&- 61>&-'
@@ -102,8 +103,8 @@ class Browser:
         self.settle()
 
     def press(self, key, text=None):
-        codes = {"ArrowDown": 40, "ArrowUp": 38, "ArrowLeft": 37, "ArrowRight": 39, "Enter": 13, "Escape": 27, "End": 35,
-                 "Home": 36, "/": 191}
+        codes = {"Enter": 13, "Escape": 27, "End": 35, "Home": 36, "ArrowLeft": 37, "ArrowUp": 38, "ArrowRight": 39,
+                 "ArrowDown": 40, "/": 191}
         more = {"text": text} if text else {}
         self.call("Input.dispatchKeyEvent", type="keyDown", key=key, windowsVirtualKeyCode=codes[key], **more)
         self.call("Input.dispatchKeyEvent", type="keyUp", key=key, windowsVirtualKeyCode=codes[key])

@@ -76,7 +76,8 @@ class Pages(unittest.TestCase):
         self.assertEqual([url.partition("#")[0] for url in self.page.requests()],
                          [pathlib.Path("signs.html").resolve().as_uri()])
         refused = self.page.run("new Promise((done) => { document.addEventListener('securitypolicyviolation', "
-                                "(event) => done(event.violatedDirective)); new Image().src = 'http://127.0.0.1:9/'; })")
+                                "(event) => done(event.violatedDirective));"
+                                "new Image().src = 'http://127.0.0.1:9/'; })")
         self.assertEqual(refused, "img-src")
         self.page.events.clear()
 
@@ -142,8 +143,8 @@ class Pages(unittest.TestCase):
         self.assertEqual(self.texts("ul.nodes a"), ["Signpost “first”"])
         self.page.click("document.querySelector('td a')")
         self.assertEqual(self.page.run(HEADING), "Signpost first")
-        self.page.run("new Promise((done) => { window.addEventListener('hashchange', done, {once: true}); history.back(); })"
-                      ".then(() => 1)")
+        self.page.run("new Promise((done) => { window.addEventListener('hashchange', () => done(1), {once: true});"
+                      "history.back(); })")
         self.assertEqual(self.page.run(HEADING), "Signpost second")
         self.click_row("self")
         self.page.click("document.querySelector('td a')")
@@ -181,7 +182,8 @@ class Pages(unittest.TestCase):
         for values, lines in ((["1e16", "10000000000000002"], 1), (["1.7e308", "-1.7e308"], 0), (["0", "5e-324"], 1),
                               (["7", "7", "7"], 1), (["NaN", "Infinity"], 0), (["1", "NaN", "3", "4"], 2), (["5"], 1)):
             drawn = self.page.run(f"(() => {{ const chart = new Chart({values}); chart.drawAt(400);"
-                                  "return [...chart.holder.querySelectorAll('.series')].map((one) => one.getAttribute('d')); })()")
+                                  "return [...chart.holder.querySelectorAll('.series')]"
+                                  ".map((one) => one.getAttribute('d')); })()")
             self.assertEqual(len(drawn), lines, values)
             self.assertNotIn("NaN", " ".join(drawn))
 
@@ -212,8 +214,8 @@ class Pages(unittest.TestCase):
 
     def test_nothing_is_wider_than_a_phone(self):
         self.page.resize(390, 844, isPhone=True)
-        wider = ("[...document.querySelectorAll('body *')].filter((one) => one.getBoundingClientRect().right > 390.5 && "
-                 "!one.closest('.row')).map((one) => one.outerHTML)")
+        wider = ("[...document.querySelectorAll('body *')].filter((one) => !one.closest('.row') && "
+                 "one.getBoundingClientRect().right > 390.5).map((one) => one.outerHTML)")
         for name, fragments in (("cut", ["", "#r3"]), ("signs", ["", "#r0", "#r6", "#r10", "#cztTag"])):
             self.open(name)
             for fragment in fragments:
@@ -226,7 +228,8 @@ class Pages(unittest.TestCase):
     def test_a_phone_shows_one_pane_at_a_time(self):
         self.page.resize(390, 844, isPhone=True)
         self.open("signs")
-        shown = "[...document.querySelectorAll('#left, #details')].filter((one) => one.clientHeight > 0).map((one) => one.id)"
+        shown = ("[...document.querySelectorAll('#left, #details')].filter((one) => one.clientHeight > 0)"
+                 ".map((one) => one.id)")
         self.assertEqual(self.page.run(shown), ["left"])
         self.click_row("first")
         self.assertEqual(self.page.run(shown), ["details"])
@@ -265,7 +268,8 @@ class Pages(unittest.TestCase):
             self.assertEqual(self.names()[0], "root")
             self.page.press("End")
             self.assertEqual(self.names()[-1], "node 20000")
-            below = self.page.run(f"{CHOSEN}.getBoundingClientRect().bottom - trees.records.box.getBoundingClientRect().bottom")
+            below = self.page.run(f"{CHOSEN}.getBoundingClientRect().bottom"
+                                  " - trees.records.box.getBoundingClientRect().bottom")
             self.assertLess(abs(below), 1.5)
             self.assertEqual(self.page.run(HEADING), "ztRoot node 20000")
         self.assertEqual(self.search("node 4711"), "2 found")

@@ -69,13 +69,15 @@ class Terminals(unittest.TestCase):
     def start_slow_jobs(cls):
         """Jobs that take longer than a second, all of them at once."""
         (results, taken), (terminal, told) = os.pipe(), pty.openpty()
-        cls.piped = Job("convert", "many.zt", "--to", "json", results=results, errors=terminal, stdout=taken, stderr=told)
+        cls.piped = Job("convert", "many.zt", "--to", "json", results=results, errors=terminal,
+                        stdout=taken, stderr=told)
         terminal, told = pty.openpty()
         cls.stored = Job("report", "many.zt", results=PIPE, errors=terminal, stdout=told, stderr=told)
         terminal, told = pty.openpty()
         cls.shown = Job("dump", "many.zt", results=terminal, errors=terminal, stdout=told, stderr=told)
         (results, taken), (errors, told) = os.pipe(), os.pipe()
-        cls.silent = Job("convert", "many.zt", "--to", "json", results=results, errors=errors, stdout=taken, stderr=told)
+        cls.silent = Job("convert", "many.zt", "--to", "json", results=results, errors=errors,
+                         stdout=taken, stderr=told)
         time.sleep(1.1)
 
     def test_dump_classes_and_diff_have_colours(self):

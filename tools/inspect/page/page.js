@@ -390,8 +390,8 @@ class ClassModel {
   }
 
   textOf(entry) {
-    return [entry.name, ...entry.slots.map((slot) => slot[1]), ...entry.fields.map((field) => `${field[1]} ${field[2]}`),
-      ...entry.properties.map((property) => property[0]), ...entry.signals].join('\n');
+    const fields = entry.fields.map(([, name, type]) => `${name} ${type}`);
+    return [entry.name, ...entry.slots.map((slot) => slot[1]), ...fields, ...entry.properties.map((property) => property[0]), ...entry.signals].join('\n');
   }
 
   fill(row, i, words) {
@@ -475,7 +475,8 @@ class Chart {
       }
     }
     if (Number.isFinite(this.average)) {
-      svg.append(draw('line', { class: 'average', x1: left, x2: right, y1: this.y(this.average), y2: this.y(this.average) }));
+      const y = this.y(this.average);
+      svg.append(draw('line', { class: 'average', x1: left, x2: right, y1: y, y2: y }));
     }
     this.pointer(svg, left, right);
     this.holder.replaceChildren(svg);
@@ -509,7 +510,9 @@ class Chart {
     const dot = draw('circle', { class: 'point', r: 4, visibility: 'hidden' });
     const label = draw('text', { y: 12, visibility: 'hidden' });
     svg.append(dot, label);
-    const show = (isShown) => [dot, label].forEach((one) => one.setAttribute('visibility', isShown ? 'visible' : 'hidden'));
+    const show = (isShown) => {
+      for (const one of [dot, label]) one.setAttribute('visibility', isShown ? 'visible' : 'hidden');
+    };
     svg.addEventListener('pointerleave', () => show(false));
     svg.addEventListener('pointermove', (event) => {
       const share = (event.clientX - svg.getBoundingClientRect().left - left) / (right - left);
@@ -533,7 +536,8 @@ let charts = [];
 
 function facts(pairs) {
   const given = pairs.filter(([, value]) => value !== null);
-  return make('dl.facts', null, ...given.map(([name, value]) => make('div', null, make('dt', null, name), make('dd', null, value))));
+  return make('dl.facts', null, ...given.map(([name, value]) =>
+    make('div', null, make('dt', null, name), make('dd', null, value))));
 }
 
 function table(style, heads, rows) {
@@ -571,7 +575,8 @@ function linesOf(field) {
   for (let i = 0; i < value.length; i += 8) {
     const part = value.slice(i, i + 8);
     const range = part.length === 1 ? `${first + i}` : `${first + i}..${first + i + part.length - 1}`;
-    lines.push({ offset: i === 0 ? offset : null, name: `${fieldName(field)}[${range}]`, value: part.map(shown).join(' ') });
+    const name = `${fieldName(field)}[${range}]`;
+    lines.push({ offset: i === 0 ? offset : null, name, value: part.map(shown).join(' ') });
   }
   return lines;
 }
@@ -589,7 +594,8 @@ function breakable(name) {
 }
 
 function fieldRow({ offset, name, value }) {
-  return make('tr', null, make('td.number', null, offset === null ? '' : `@${offset}`), make('td.field', null, ...breakable(name)),
+  return make('tr', null, make('td.number', null, offset === null ? '' : `@${offset}`),
+    make('td.field', null, ...breakable(name)),
     make('td.code', null, ...(typeof value === 'number' ? targetOf(value) : [value])));
 }
 
@@ -636,7 +642,8 @@ function sourcesOf(uid) {
 
 function listOf(heading, indices) {
   if (indices.length === 0) return [];
-  const item = (i) => make('li', null, recordLink(i), records[i][UID] === null ? '' : make('span.dim', null, ` #${records[i][UID]}`));
+  const uidOf = (record) => record[UID] === null ? '' : ` #${record[UID]}`;
+  const item = (i) => make('li', null, recordLink(i), make('span.dim', null, uidOf(records[i])));
   return [make('h3', null, heading), ...inParts(make('ul.nodes'), indices, 20, item, 'record')];
 }
 
@@ -662,7 +669,8 @@ function recordDetails(i) {
     const [, button] = inParts(fields.tBodies[0], lines, 200, fieldRow, 'line');
     parts.push(make('h3', null, 'Fields'), fields, button);
   }
-  if (record[UID] !== null && byUid.get(record[UID]) === i) parts.push(...listOf('Linked from', sourcesOf(record[UID])));
+  const isTarget = record[UID] !== null && byUid.get(record[UID]) === i;
+  if (isTarget) parts.push(...listOf('Linked from', sourcesOf(record[UID])));
   parts.push(...listOf('Below it', below));
   return parts;
 }
@@ -692,7 +700,11 @@ function slotCells(chain) {
     const entry = chain[chain.length - 1];
     const origin = [from === entry ? '' : classLink(from.name)];
     if (replaced === undefined && state !== 'defined') origin.push(` ${state}`);
-    if (replaced !== undefined) origin.push(' replaced by ', replaced === entry ? 'this class' : classLink(replaced.name));
+    if (replaced === entry) {
+      origin.push(' replaced by this class');
+    } else if (replaced !== undefined) {
+      origin.push(' replaced by ', classLink(replaced.name));
+    }
     return [make('td.number', null, String(slot)), cellOf(declaration || '(not described)', ...origin)];
   };
 }
@@ -703,11 +715,13 @@ function classDetails(i) {
   const uses = trees.classes.model.uses.get(entry.name);
   const kinds = [...trees.classes.children(i)].map((child) => classes[child].name);
   const parts = [];
-  if (chain.length > 1) parts.push(make('p.path', null, ...chain.slice(0, -1).flatMap((one) => [classLink(one.name), ' › '])));
+  const above = chain.slice(0, -1).flatMap((one) => [classLink(one.name), ' › ']);
+  if (above.length > 0) parts.push(make('p.path', null, ...above));
   parts.push(make('h2', null, entry.name), facts([['version', String(entry.version)], ['bytes', String(entry.size)],
     ['records in this file', uses === undefined ? null : numbers.format(uses)]]));
   if (kinds.length > 0) {
-    parts.push(make('p', null, make('span.dim', null, 'Below it: '), ...kinds.flatMap((name, at) => [at > 0 ? ', ' : '', classLink(name)])));
+    const links = kinds.flatMap((name, at) => [at > 0 ? ', ' : '', classLink(name)]);
+    parts.push(make('p', null, make('span.dim', null, 'Below it: '), ...links));
   }
   const add = (heading, heads, list, cells) => {
     const rows = ownRows(chain, list, cells);
@@ -715,7 +729,8 @@ function classDetails(i) {
   };
   const from = (owner) => owner === entry ? '' : classLink(owner.name);
   add('Fields', ['Offset', 'Field', 'Type'], 'fields', ([offset, name, type], owner) =>
-    [make('td.number', null, offset < 0 ? '?' : String(offset)), make('td.field', null, name), cellOf(type, from(owner))]);
+    [make('td.number', null, offset < 0 ? '?' : String(offset)), make('td.field', null, name),
+      cellOf(type, from(owner))]);
   add('Properties', ['Property', 'Type'], 'properties', ([name, type, use], owner) =>
     [make('td.field', null, name), cellOf(type + use, from(owner))]);
   add('Signals', ['Signal'], 'signals', (declaration, owner) => [cellOf(declaration, from(owner))]);
