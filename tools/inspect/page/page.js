@@ -391,7 +391,8 @@ class ClassModel {
 
   textOf(entry) {
     const fields = entry.fields.map(([, name, type]) => `${name} ${type}`);
-    return [entry.name, ...entry.slots.map((slot) => slot[1]), ...fields, ...entry.properties.map((property) => property[0]), ...entry.signals].join('\n');
+    const others = [...entry.slots.map((slot) => slot[1]), ...entry.properties.map((property) => property[0])];
+    return [entry.name, ...fields, ...others, ...entry.signals].join('\n');
   }
 
   fill(row, i, words) {
