@@ -83,6 +83,15 @@ refuses_another_output() {
   expect_refused '+Gate is no node: 1'
 }
 
+refuses_another_output_of_a_session() {
+  local ztinspect=./ztinspect
+  printf '#!/bin/sh\necho something else\n' >ztinspect
+  chmod +x ztinspect
+  check session "$library" "$c" "$cpp" 13-ztinspect.md "$PWD/$ztinspect"
+  expect_refused '+something else'
+  grep -qF -- '-the same' out.txt || fail "$(cat out.txt)"
+}
+
 refuses_an_answer_that_is_wrong() {
   sed -i 's/opening == 50/opening == 51/' tree/docs/guide/listings/howdoi_signals.c
   find tree/docs/guide/listings -name 'howdoi_*' ! -name howdoi_signals.c -delete

@@ -3,11 +3,13 @@
 
 A block of code stands below a link to its listing, and is that file or a region of it, without the lines that mark
 regions ("// begin name", "// end name"). A block of commands in a chapter is run among copies of the listings; it
-must print what the chapter shows as text. The answers of how-do-i.md are regions of programs that check themselves.
+must print what the chapter shows as text. In a session, each block of commands prints the text behind it. The answers of
+how-do-i.md are regions of programs that check themselves.
 
 usage: guide.py shown
        guide.py update         writes listings that have changed into the blocks that show them
        guide.py run LIBRARY C_COMPILER C++_COMPILER DOCUMENT
+       guide.py session LIBRARY C_COMPILER C++_COMPILER DOCUMENT ZTINSPECT
        guide.py compile C_COMPILER C++_COMPILER
 """
 
@@ -28,8 +30,10 @@ GUIDE = tree.ROOT / "docs" / "guide"
 LISTINGS = GUIDE / "listings"
 ANSWERS = GUIDE / "how-do-i.md"
 # The chapter on Python is one session, which python/tests runs.
-CHAPTERS = sorted(path for path in GUIDE.glob("[0-9][0-9]-*.md") if not path.name.endswith("-python.md"))
-DOCUMENTS = [*CHAPTERS, ANSWERS, GUIDE / "README.md"]
+SESSIONS = sorted(GUIDE.glob("[0-9][0-9]-ztinspect.md"))
+CHAPTERS = sorted(path for path in GUIDE.glob("[0-9][0-9]-*.md")
+                  if path not in SESSIONS and not path.name.endswith("-python.md"))
+DOCUMENTS = [*CHAPTERS, *SESSIONS, ANSWERS, GUIDE / "README.md"]
 
 MARK = re.compile(r"\s*// (begin|end) (\w+)")
 QUESTION = re.compile(r"^### (How do I .*\?)$", re.M)
@@ -137,7 +141,7 @@ def programs():
 
 def not_built():
     """Sources that neither a chapter nor the test of the answers builds."""
-    built = set(" ".join(commands_of(CHAPTERS)).split()) | {path.name for path in programs()}
+    built = set(" ".join(commands_of([*CHAPTERS, *SESSIONS])).split()) | {path.name for path in programs()}
     for path in sorted(LISTINGS.iterdir()):
         if path.suffix in STANDARD and path.name not in built:
             yield f"listings/{path.name}: built nowhere"
@@ -160,6 +164,10 @@ def chapter_problems(chapter):
     languages = [block.language for block in blocks_of(chapter)]
     if not {"c", "cpp", "sh", "text"} <= set(languages):
         yield f"{tree.name_of(chapter)}: lacks C, C++, commands or an output"
+    yield from unlisted(chapter)
+
+
+def unlisted(chapter):
     if f"({chapter.name})" not in (GUIDE / "README.md").read_text():
         yield f"docs/guide/README.md: does not lead to {chapter.name}"
 
@@ -175,6 +183,7 @@ def shown():
             problems.append(f"{block.where}: a block of an unknown language")
     problems += [*listings.unseen(), *not_built(), *untested_answers()]
     problems += [problem for chapter in CHAPTERS for problem in chapter_problems(chapter)]
+    problems += [problem for session in SESSIONS for problem in unlisted(session)]
     questions = QUESTION.findall(ANSWERS.read_text())
     problems += [f"asked twice: {question}" for question in set(questions) if questions.count(question) > 1]
     print(f"{len(CHAPTERS)} chapters, {len(questions)} questions, {len(listings.parts)} listings with "
@@ -238,6 +247,29 @@ def run(library, c, cpp, document):
     tree.finish(list(differences(GUIDE / document, c, cpp)))
 
 
+def session_differences(document, c, cpp, ztinspect):
+    """Each block of commands prints the block of text that stands before the next one, errors among it. A command may
+    fail, as the program does where it finds something."""
+    prelude = PRELUDE.format(c=shlex.quote(c), cpp=shlex.quote(cpp), options=" ".join(OPTIONS), valgrind="")
+    prelude += f"ztinspect() {{ {shlex.quote(ztinspect)} \"$@\"; }}\nexec 2>&1\n"
+    steps = []
+    for block in blocks_of(document):
+        if block.language == "sh":
+            steps.append([block, ""])
+        elif block.language == "text":
+            steps[-1][1] += block.text
+    for block, expected in steps:
+        printed = subprocess.run(["bash", "-uc", prelude + re.sub(r"^\./", "run ./", block.text, flags=re.M)],
+                                 stdout=subprocess.PIPE, text=True).stdout
+        if printed != expected:
+            yield f"{block.where}: prints something else:\n" + difference(expected, printed, "shown", "printed")
+
+
+def session(library, c, cpp, document, ztinspect):
+    place_listings(pathlib.Path(library).resolve())
+    tree.finish(list(session_differences(GUIDE / document, c, cpp, ztinspect)))
+
+
 def compile_all(c, cpp):
     """The listings please another compiler, too."""
     problems = []
@@ -252,7 +284,7 @@ def compile_all(c, cpp):
 
 
 def main():
-    commands = {"shown": shown, "update": update, "run": run, "compile": compile_all}
+    commands = {"shown": shown, "update": update, "run": run, "session": session, "compile": compile_all}
     commands[sys.argv[1]](*sys.argv[2:])
 
 

@@ -7,7 +7,7 @@ set -euo pipefail
 
 verifies_whole_files() {
   local kind form
-  for kind in plant tags stations; do
+  for kind in plant tags owntags stations; do
     for form in binary text; do
       "$maker" "$kind" file.zt "$form" "$plugin"
       inspect 0 verify --load "$plugin" file.zt
@@ -39,7 +39,7 @@ comes_back() {
 
 json_comes_back_to_the_same_bytes() {
   local kind form
-  for kind in plant tags stations stored objects; do
+  for kind in plant tags owntags stations stored objects; do
     for form in binary text; do
       "$maker" "$kind" file.zt "$form" "$plugin"
       comes_back file.zt "$form" --no-end --load "$plugin"
@@ -53,7 +53,7 @@ json_comes_back_to_the_same_bytes() {
 
 the_forms_come_back_to_each_other() {
   local kind
-  for kind in plant tags stations; do
+  for kind in plant tags owntags stations; do
     "$maker" "$kind" file.zt binary "$plugin"
     "$maker" "$kind" file.txt text "$plugin"
     inspect 0 convert file.zt --to text -o made.txt --load "$plugin"

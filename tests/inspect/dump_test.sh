@@ -53,6 +53,27 @@ shows_host_classes_and_their_parts() {
   expect_line '  Station "Lake \x1b[31m" @589'
 }
 
+# A file has the series of a tag, and not how many there are: a tag of the library has none before they are read.
+shows_tags_of_the_library_without_their_program() {
+  local form
+  for form in text binary; do
+    "$maker" owntags tags.zt "$form"
+    inspect 0 dump tags.zt
+    expect_message
+    sed 's/@[0-9]* //' out.txt | grep -A 10 'ztTag "sensors"' >found.txt || fail "$(cat out.txt)"
+    for line in '      attributes[0].name = "count"' '      attributes[0].type = 1' \
+      '      attributes[0].userValue = 7' '      attributes[0].values[0..2] = 0 10 20'; do
+      grep -qxF -- "$line" found.txt || fail "the line is missing: $line" "$(cat out.txt)"
+    done
+  done
+  expect_line '      @556 attributes[1].values[8..9] = 4 4.5'
+  expect_line '    ztRoot "spare" @572'
+  expect_line '  ztTag "empty" @764'
+  head -c 560 tags.zt >cut.zt
+  inspect 1 dump cut.zt
+  expect_line 'ztTag "sensors" @192 (damaged at offset 556)'
+}
+
 gives_json() {
   "$maker" tags tags.zt binary "$plugin"
   inspect 0 dump --json --load "$plugin" tags.zt

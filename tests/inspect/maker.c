@@ -67,6 +67,49 @@ static ztRoot *makeTags(void) {
   return root;
 }
 
+static void addSeries(ztTag *tag, const char *name, void *attribute, int32_t count) {
+  ztTagHandle handle;
+  if (!ztTag_of(tag)->insertNew(tag, name, attribute, &handle, 7, count, NULL)) exit(1);
+  for (int32_t i = 0; i < count; ++i) {
+    const void *value = handle.type == 1 ? (void *)&(int32_t){10 * i} : (void *)&(double){0.5 * i};
+    ztTag_of(tag)->setValue(tag, &handle, i, value);
+  }
+}
+
+/* Tags of the library's own class, the first one with series: plant 1 { sensors 2 { spare 3 }, empty 4 } */
+static ztRoot *makeOwnTags(void) {
+  ztRoot *root = addNode(ztRoot_new(), "plant", 1, NULL);
+  ztTag *tag = (ztTag *)addNode(ztTag_new(), "sensors", 2, root);
+  addSeries(tag, "count", ztIntTag_new(), 3);
+  addSeries(tag, "level", ztFloatTag_new(), 10);
+  addNode(ztRoot_new(), "spare", 3, tag);
+  addNode(ztTag_new(), "empty", 4, root);
+  return root;
+}
+
+static void addSignpost(ztRoot *root, const char *name, int32_t uid, int32_t way) {
+  ztRoot *post = addNode(ztNewFromName("Signpost"), name, uid, root);
+  if (!ztObject_setInt(post, "way", way)) exit(1);
+}
+
+/* Links in a circle, to themselves, to nothing; names that no page may take for its own text; series. */
+static ztRoot *makeSigns(void) {
+  ztRoot *root = addNode(ztRoot_new(), "plant", 1, NULL);
+  addSignpost(root, "first", 2, 3);
+  addSignpost(root, "second", 3, 2);
+  addSignpost(root, "self", 4, 4);
+  addSignpost(root, "lost", 5, 99);
+  addSignpost(root, "unset", 6, -1);
+  addNode(ztRoot_new(), "</script><script>document.title = 'broken'</script>", 7, root);
+  addNode(ztRoot_new(), "\"quotes' \\ &amp; <!-- <b>", 8, root);
+  addNode(ztRoot_new(), "bell\a tab\t escape\x1b[31m", 9, root);
+  addNode(ztRoot_new(), "no text: \xff\xc3(", 10, root);
+  ztTag *tag = (ztTag *)addNode(ztTag_new(), "sensors", 11, root);
+  addSeries(tag, "count", ztIntTag_new(), 3);
+  addSeries(tag, "level", ztFloatTag_new(), 1000);
+  return root;
+}
+
 static void *openFile(const char *path, int32_t isText) {
   ztFile *file = isText ? (ztFile *)ztTextFile_new() : ztFile_new();
   if (!ztFile_of(file)->open(file, path, "wb")) exit(1);
@@ -105,6 +148,8 @@ static int32_t make(const char *kind, const char *path, int32_t isText) {
   if (strcmp(kind, "objects") == 0) return storeObjects(path, isText);
   ztRoot *root = strcmp(kind, "other") == 0      ? makeOtherPlant()
                  : strcmp(kind, "tags") == 0     ? makeTags()
+                 : strcmp(kind, "owntags") == 0  ? makeOwnTags()
+                 : strcmp(kind, "signs") == 0    ? makeSigns()
                  : strcmp(kind, "stations") == 0 ? makeStations()
                                                  : makePlant();
   const int32_t done =

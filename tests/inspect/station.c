@@ -1,4 +1,5 @@
-/* A plugin with classes that store themselves: a node of version 2 that still reads version 1, and an object. */
+/* A plugin with classes that store themselves: a node of version 2 that still reads version 1, an object, a node with a
+   link. */
 #include "zentova.h"
 
 #define Station_FIELDS \
@@ -19,6 +20,12 @@ ZT_DECLARE_CLASS(Reading)
 #define Sensors_FIELDS ztTag_FIELDS
 #define Sensors_METHODS ztTag_METHODS
 ZT_DECLARE_CLASS(Sensors)
+
+#define Signpost_FIELDS \
+  ztRoot_FIELDS         \
+  ztLink way;
+#define Signpost_METHODS ztRoot_METHODS
+ZT_DECLARE_CLASS(Signpost)
 
 static int32_t stationCreate(void *object) {
   Station *station = object;
@@ -126,9 +133,56 @@ static void sensorsMethods(SensorsMethods *methods) {
 
 ZT_DEFINE_CLASS(Sensors, ztTag, sensorsMethods)
 
+static int32_t signpostCreate(void *object) {
+  ztLink_ctor(&((Signpost *)object)->way, 1);
+  return ztRoot_table()->create(object);
+}
+
+static void signpostDestroy(void *object) {
+  ztLink *way = &((Signpost *)object)->way;
+  ztLink_of(way)->destroy(way);
+  ztRoot_table()->destroy(object);
+}
+
+static int32_t signpostWrite(const void *object, void *file) {
+  const ztLink *way = &((const Signpost *)object)->way;
+  return ztRoot_table()->write(object, file) && ztLink_of(way)->write(way, file);
+}
+
+static int32_t signpostRead(void *object, void *file) {
+  ztLink *way = &((Signpost *)object)->way;
+  return ztRoot_table()->read(object, file) && ztLink_of(way)->read(way, file);
+}
+
+/* So that what makes files can set the link without the header of this class. */
+static int32_t signpostWay(const void *object) {
+  return ((const Signpost *)object)->way.targetId;
+}
+
+static void signpostSetWay(void *object, int32_t uid) {
+  ((Signpost *)object)->way.targetId = uid;
+}
+
+static int32_t signpostProperties(ztClass *klass) {
+  return ztProperty_registerTypes() &&
+         Signpost_table()->addProperty(klass, "way", "ztInt", (ztGetter){.getInt = signpostWay},
+                                       (ztSetter){.setInt = signpostSetWay}, NULL, NULL);
+}
+
+static void signpostMethods(SignpostMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, signpostCreate);
+  ZT_OVERRIDE_METHOD(methods, destroy, signpostDestroy);
+  ZT_OVERRIDE_METHOD(methods, write, signpostWrite);
+  ZT_OVERRIDE_METHOD(methods, read, signpostRead);
+  ZT_OVERRIDE_METHOD(methods, initProperties, signpostProperties);
+}
+
+ZT_DEFINE_CLASS(Signpost, ztRoot, signpostMethods)
+
 __attribute__((constructor)) static void registerClasses(void) {
   ZT_REGISTER_CLASS(Station);
   ZT_REGISTER_CLASS(Reading);
   ZT_REGISTER_CLASS(Sensors);
+  ZT_REGISTER_CLASS(Signpost);
   ztOOP_setReader(StationClass_Instance(), 1, readVersion1);
 }

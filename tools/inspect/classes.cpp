@@ -175,6 +175,79 @@ static Json toJson(ztClass *klass) {
           {"signals", signalsOf(object.get())}};
 }
 
+// What a class adds to its parent.
+static Json ownSlots(const ztClassInfo &info, const ztClass *klass) {
+  Json slots = Json::array();
+  for (int32_t i = 0; i < info.methodCount; ++i) {
+    const ztMethodInfo &method = info.methods[i];
+    if (method.introducedBy == klass)
+      slots.push_back({method.slot, printable(method.declaration), nameOf(method.state)});
+  }
+  return slots;
+}
+
+static Json replacedSlots(const ztClassInfo &info, const ztClass *klass) {
+  Json slots = Json::array();
+  for (int32_t i = 0; i < info.methodCount; ++i) {
+    const ztMethodInfo &method = info.methods[i];
+    if (method.introducedBy != klass && method.definedBy == klass) slots.push_back(method.slot);
+  }
+  return slots;
+}
+
+static Json ownFields(const ztClassInfo &info, const ztClass *klass) {
+  Json fields = Json::array();
+  for (int32_t i = 0; i < info.fieldCount; ++i) {
+    const ztFieldInfo &field = info.fields[i];
+    if (field.introducedBy == klass)
+      fields.push_back({field.offset, printable(field.name), printable(field.type)});
+  }
+  return fields;
+}
+
+static const char *limitOf(const ztPropertyInfo &property) {
+  return !property.isWritable ? ", read only" : !property.isReadable ? ", write only" : "";
+}
+
+static Json ownProperties(const ztObjectInfo *info, const ztClass *klass) {
+  Json properties = Json::array();
+  for (int32_t i = 0; info != nullptr && i < info->propertyCount; ++i) {
+    const ztPropertyInfo &property = info->properties[i];
+    if (strcmp(property.declaredBy, klass->name) == 0)
+      properties.push_back({printable(property.name), printable(property.type), limitOf(property)});
+  }
+  return properties;
+}
+
+static Json ownSignals(const ztObjectInfo *info, const ztClass *klass) {
+  Json signals = Json::array();
+  for (int32_t i = 0; info != nullptr && i < info->signalCount; ++i) {
+    if (info->signals[i].declaredBy == klass) signals.push_back(printable(info->signals[i].declaration));
+  }
+  return signals;
+}
+
+std::string classesInShort() {
+  Json all = Json::array();
+  const ClassTree tree;
+  for (const ClassTree::Entry &entry : tree.entries()) {
+    const ztClass *klass = entry.klass;
+    const ClassInfo info = describe(entry.klass);
+    const ObjectInfo object = describeObject(entry.klass);
+    all.push_back(
+        {{"name", printable(klass->name)},
+         {"parent", klass->parent == nullptr ? Json(nullptr) : Json(printable(klass->parent->name))},
+         {"version", klass->version},
+         {"size", klass->instanceSize},
+         {"fields", ownFields(*info, klass)},
+         {"slots", ownSlots(*info, klass)},
+         {"replaces", replacedSlots(*info, klass)},
+         {"properties", ownProperties(object.get(), klass)},
+         {"signals", ownSignals(object.get(), klass)}});
+  }
+  return all.dump();
+}
+
 static void writeJson(const ClassTree &tree, Output *output) {
   Json all = Json::array();
   for (const ClassTree::Entry &entry : tree.entries()) all.push_back(toJson(entry.klass));
@@ -188,9 +261,8 @@ namespace {
 // The lines of one class: what it adds to its parent, and the methods of its parent that it replaces.
 class ClassText {
  public:
-  ClassText(const ClassTree::Entry &entry, bool withColours)
-      : klass(entry.klass), indent(2 * entry.depth, ' '), colours(withColours) {
-    text = indent + (colours ? "\033[1m" : "") + printable(klass->name) + (colours ? "\033[0m" : "");
+  explicit ClassText(const ClassTree::Entry &entry) : klass(entry.klass), indent(2 * entry.depth, ' ') {
+    text = indent + painted("1", printable(klass->name));
     text += " (version " + std::to_string(klass->version) + ", " + std::to_string(klass->instanceSize) +
             " bytes)\n";
   }
@@ -206,8 +278,7 @@ class ClassText {
 
  private:
   void add(const char *kind, const std::string &what) {
-    text += indent + "    " + (colours ? "\033[2m" : "") + kind + (colours ? "\033[0m " : " ") +
-            printable(what) + "\n";
+    text += indent + "    " + painted("2", kind) + " " + printable(what) + "\n";
   }
   void addFields(const ztClassInfo &info) {
     for (int32_t i = 0; i < info.fieldCount; ++i) {
@@ -236,8 +307,7 @@ class ClassText {
     for (int32_t i = 0; i < info.propertyCount; ++i) {
       const ztPropertyInfo &property = info.properties[i];
       if (strcmp(property.declaredBy, klass->name) != 0) continue;
-      const char *use = !property.isWritable ? ", read only" : !property.isReadable ? ", write only" : "";
-      add("property", std::string(property.name) + ": " + property.type + use);
+      add("property", std::string(property.name) + ": " + property.type + limitOf(property));
     }
     for (int32_t i = 0; i < info.signalCount; ++i) {
       if (info.signals[i].declaredBy == klass) add("signal", info.signals[i].declaration);
@@ -246,15 +316,13 @@ class ClassText {
 
   ztClass *klass;
   std::string indent;
-  bool colours;
   std::string text;
 };
 
 }  // namespace
 
 static void writeText(const ClassTree &tree, Output *output) {
-  const bool colours = hasColours();
-  for (const ClassTree::Entry &entry : tree.entries()) output->write(ClassText(entry, colours).whole());
+  for (const ClassTree::Entry &entry : tree.entries()) output->write(ClassText(entry).whole());
 }
 
 // DOT ---------------------------------------------------------------------------------------------

@@ -97,7 +97,7 @@ static int convertStored(const std::string &path, Target target, Output *output,
   const Source source(path);
   Records records(source);
   Conversion conversion(source, target, output);
-  Progress progress(path);
+  Progress progress(path, output->isStandard());
   Record record;
   while (records.next(&record, target == Target::json)) {
     conversion.add(record, records.values());
@@ -142,7 +142,7 @@ int verify(const std::string &path, bool withoutEnd) {
   Records records(source);
   Skipped skipped;
   Tree tree;
-  Progress progress(path);
+  Progress progress(path, false);
   Record record;
   int64_t others = 0;
   while (records.next(&record, false)) {

@@ -97,7 +97,7 @@ class Difference {
 
  private:
   void readFirst() {
-    Progress progress(firstFile.source.name());
+    Progress progress(firstFile.source.name(), true);
     Keys keys;
     Record record;
     while (firstFile.records.next(&record, false)) {
@@ -108,7 +108,7 @@ class Difference {
     }
   }
   void readSecond() {
-    Progress progress(secondFile.source.name());
+    Progress progress(secondFile.source.name(), true);
     Keys keys;
     Record record;
     while (secondFile.records.next(&record, false)) {
@@ -138,9 +138,12 @@ class Difference {
     }
   }
 
+  static const char *colourOf(std::string_view what) {
+    return what == "added" ? "32" : what == "removed" ? "31" : "33";
+  }
   void add(const char *what, const Record &record, const std::string &more) {
     isSame = false;
-    std::string line = std::string(what) + " " + printable(record.identity.name);
+    std::string line = painted(colourOf(what), what) + " " + printable(record.identity.name);
     line += record.isNode ? " " + std::to_string(record.uid) + " \"" + printable(record.name) + "\""
                           : " @" + std::to_string(record.offset);
     output.write(line + more + "\n");

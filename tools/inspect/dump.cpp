@@ -11,16 +11,16 @@ namespace {
 // The lines of records.
 class Lines {
  public:
-  explicit Lines(Output *target) : output(target), colours(hasColours()) {}
+  explicit Lines(Output *target) : output(target) {}
 
   void add(const Record &record, const Trace &trace, size_t depth) {
     // A chain of many nodes would otherwise be wider than any window.
     constexpr size_t deepest = 40;
     indent.assign(2 * std::min(depth, deepest), ' ');
     if (depth > deepest) indent += "(level " + std::to_string(depth) + ") ";
-    line = indent + paint("1", printable(record.identity.name));
+    line = indent + painted("1", printable(record.identity.name));
     if (record.isNode) line += " \"" + printable(record.name) + "\"";
-    line += paint("2", " @" + std::to_string(record.offset));
+    line += painted("2", " @" + std::to_string(record.offset));
     if (record.state == State::unknown) {
       line += " (skipped, " + std::to_string(record.end - record.identity.end) + " bytes)";
     }
@@ -32,10 +32,6 @@ class Lines {
 
  private:
   static constexpr size_t onOneLine = 8;
-
-  std::string paint(const char *colour, const std::string &text) const {
-    return colours ? "\033[" + std::string(colour) + "m" + text + "\033[0m" : text;
-  }
 
   // Elements of one array stand beside each other. Returns the index behind the last one.
   size_t addValues(const Record &record, const Trace &trace, size_t first) {
@@ -49,7 +45,7 @@ class Lines {
       ++last;
       values += " " + shown(trace, trace.steps[last], next.kind);
     }
-    line = indent + "    " + paint("2", "@" + std::to_string(step.offset)) + " ";
+    line = indent + "    " + painted("2", "@" + std::to_string(step.offset)) + " ";
     line += name.text.empty() ? std::string("(") + nameOf(step.kind) + ")" : printable(name.text);
     if (name.element >= 0) {
       line += "[" + std::to_string(name.element);
@@ -61,7 +57,6 @@ class Lines {
   }
 
   Output *output;
-  bool colours;
   std::string indent;
   std::string line;
 };
@@ -69,7 +64,7 @@ class Lines {
 }  // namespace
 
 static void dumpJson(const Source &source, Records *records, Skipped *skipped, Output *output) {
-  Progress progress(source.name());
+  Progress progress(source.name(), true);
   Record record;
   const char *between = "[\n";
   while (records->next(&record, true)) {
@@ -86,7 +81,7 @@ static void dumpJson(const Source &source, Records *records, Skipped *skipped, O
 }
 
 static void dumpText(const Source &source, Records *records, Skipped *skipped, Output *output) {
-  Progress progress(source.name());
+  Progress progress(source.name(), true);
   Tree tree;
   Record record;
   while (records->next(&record, false)) {

@@ -7,6 +7,7 @@
 #include "tools/inspect/graph.hh"
 #include "tools/inspect/output.hh"
 #include "tools/inspect/plugins.hh"
+#include "tools/inspect/report.hh"
 
 #include <signal.h>
 
@@ -39,13 +40,26 @@ struct Request {
 static void addLoad(CLI::App *command, Request *request) {
   command->add_option("--load", request->plugins, "Load a shared library with classes first")
       ->type_name("PLUGIN")
-      ->expected(1)
+      ->allow_extra_args(false)
       ->take_all();
+}
+
+static void addColour(CLI::App *command) {
+  const auto choose = [](const std::string &when) {
+    using ztinspect::Colours;
+    ztinspect::chooseColours(when == "always"  ? Colours::always
+                             : when == "never" ? Colours::never
+                                               : Colours::automatic);
+  };
+  command->add_option_function<std::string>("--color", choose, "Colours: auto, always or never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
 }
 
 static void addClasses(CLI::App *program, Request *request) {
   CLI::App *command = program->add_subcommand("classes", "Show the tree of classes");
   addLoad(command, request);
+  addColour(command);
   CLI::Option *json = command->add_flag("--json", request->json, "As a JSON array");
   command->add_flag("--dot", request->dot, "As a graph for Graphviz")->excludes(json);
   command->callback([request] {
@@ -66,11 +80,16 @@ static void addFile(CLI::App *command, Request *request) {
   command->add_option("FILE", request->file, "A stored file")->required();
 }
 
+static void addOutput(CLI::App *command, Request *request) {
+  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
+}
+
 static void addDump(CLI::App *program, Request *request) {
   CLI::App *command = program->add_subcommand("dump", "Show the records of a stored file");
   addFile(command, request);
   addLoad(command, request);
   addNoEnd(command, request);
+  addColour(command);
   command->add_flag("--json", request->json, "As a JSON array");
   command->callback([request] {
     request->run = [request] { return ztinspect::dump(request->file, request->json, request->noEnd); };
@@ -84,10 +103,6 @@ static void addVerify(CLI::App *program, Request *request) {
   addNoEnd(command, request);
   command->callback(
       [request] { request->run = [request] { return ztinspect::verify(request->file, request->noEnd); }; });
-}
-
-static void addOutput(CLI::App *command, Request *request) {
-  command->add_option("-o,--output", request->output, "The file to write, in place of standard output");
 }
 
 static ztinspect::Target targetOf(const std::string &name) {
@@ -111,11 +126,23 @@ static void addConvert(CLI::App *program, Request *request) {
   });
 }
 
+static void addReport(CLI::App *program, Request *request) {
+  CLI::App *command = program->add_subcommand("report", "Write a page that shows a stored file in a browser");
+  addFile(command, request);
+  addLoad(command, request);
+  addNoEnd(command, request);
+  addOutput(command, request);
+  command->callback([request] {
+    request->run = [request] { return ztinspect::report(request->file, request->output, request->noEnd); };
+  });
+}
+
 static void addDiff(CLI::App *program, Request *request) {
   CLI::App *command =
       program->add_subcommand("diff", "Compare the nodes of two stored files by their identifiers");
   command->add_option("A", request->file, "A stored file")->required();
   command->add_option("B", request->other, "Another one, of any form")->required();
+  addColour(command);
   addLoad(command, request);
   addNoEnd(command, request);
   command->callback([request] {
@@ -160,6 +187,7 @@ int main(int count, char **words) {
   addVerify(&program, &request);
   addConvert(&program, &request);
   addDiff(&program, &request);
+  addReport(&program, &request);
   addGraph(&program, &request);
   try {
     program.parse(count, words);

@@ -26,6 +26,11 @@ static bool isOfTheEngine(const ztClass *klass) {
          strcmp(klass->name, "ztObject") == 0 || strcmp(klass->name, "ztRoot") == 0;
 }
 
+static bool isTargetOfLink(const ztFieldInfo &field) {
+  const ztClass *klass = field.introducedBy;
+  return klass != nullptr && strcmp(klass->name, "ztLink") == 0 && strcmp(field.name, "targetId") == 0;
+}
+
 const std::vector<Field> &Namer::fieldsOf(ztClass *klass) {
   std::unique_ptr<std::vector<Field>> &fields = known[klass];
   if (fields != nullptr) return *fields;
@@ -37,7 +42,8 @@ const std::vector<Field> &Namer::fieldsOf(ztClass *klass) {
     if (field.offset < 0) continue;
     bool isPointer = false;
     ztClass *leads = isOfTheEngine(field.introducedBy) ? nullptr : classIn(field.type, &isPointer);
-    fields->push_back({field.name, static_cast<size_t>(field.offset), leads, isPointer});
+    fields->push_back(
+        {field.name, static_cast<size_t>(field.offset), leads, isPointer, isTargetOfLink(field)});
   }
   return *fields;
 }
@@ -120,7 +126,8 @@ bool Namer::nameIn(const Part &part, const Step &step, Name *name) const {
     found = &field;
   }
   if (found == nullptr) return false;
-  name->text = part.prefix.empty() ? found->name : within(part.prefix, found->name);
+  name->text = within(part.prefix, found->name);
+  name->isTarget = found->isTarget;
   return true;
 }
 
@@ -135,18 +142,31 @@ void Namer::nameCounts(const Trace &trace, std::vector<Name> *names) {
   }
 }
 
+// An attribute reads its type, twice, into no field of its own.
+void Namer::nameTypes(std::vector<Name> *names) {
+  for (size_t i = 1; i < names->size(); ++i) {
+    const std::string &before = (*names)[i - 1].text;
+    Name &name = (*names)[i];
+    const size_t point = before.rfind('.');
+    if (!name.text.empty() || before.rfind("attributes[", 0) != 0 || point == std::string::npos) continue;
+    const std::string last = before.substr(point);
+    if (last == ".name" || last == ".type") name.text = before.substr(0, point) + ".type";
+  }
+}
+
 void Namer::nameAll(void *object, const Trace &trace, std::vector<Name> *names) {
   names->clear();
   parts.clear();
   addObject(object, "", 0);
   for (const Step &step : trace.steps) {
     Name name = {"", -1, step.kind};
-    // What belongs to an inner object belongs to no other one.
-    for (const Part &part : parts) {
-      if (nameIn(part, step, &name)) break;
+    // What belongs to an inner object belongs to no other one. Inner ones stand behind those that they are in.
+    for (size_t i = parts.size(); i-- > 0;) {
+      if (nameIn(parts[i], step, &name)) break;
     }
     names->push_back(std::move(name));
   }
+  nameTypes(names);
   nameCounts(trace, names);
 }
 

@@ -15,8 +15,9 @@ namespace ztinspect {
 // The name of a step. Empty where the object keeps the value elsewhere.
 struct Name {
   std::string text;
-  int32_t element = -1;  // the number of an element of an array
-  Kind kind;             // as which bytes are shown
+  int32_t element = -1;   // the number of an element of an array
+  Kind kind;              // as which bytes are shown
+  bool isTarget = false;  // the identifier that a link leads to
 };
 
 // A field of a class, and where it leads.
@@ -25,6 +26,7 @@ struct Field {
   size_t offset;
   ztClass *klass;  // of an object in it or behind it; NULL for other fields
   bool isPointer;
+  bool isTarget;  // the identifier that a link leads to
 };
 
 class Namer {
@@ -49,6 +51,7 @@ class Namer {
   void addElements(void *array, const std::string &prefix, int depth);
   void addAttributes(void *tag);
   bool nameIn(const Part &part, const Step &step, Name *name) const;
+  static void nameTypes(std::vector<Name> *names);
   static void nameCounts(const Trace &trace, std::vector<Name> *names);
 
   std::unordered_map<ztClass *, std::unique_ptr<std::vector<Field>>> known;

@@ -19,11 +19,26 @@ void say(const std::string &message) {
   fprintf(stderr, "ztinspect: %s\n", message.c_str());
 }
 
-bool hasColours() {
+static Colours colours = Colours::automatic;
+
+void chooseColours(Colours choice) {
+  colours = choice;
+}
+
+static bool isColourTerminal() {
   const char *unwanted = getenv("NO_COLOR");
   const char *terminal = getenv("TERM");
   return isatty(STDOUT_FILENO) != 0 && (unwanted == nullptr || *unwanted == '\0') &&
          (terminal == nullptr || strcmp(terminal, "dumb") != 0);
+}
+
+bool hasColours() {
+  if (colours == Colours::automatic) colours = isColourTerminal() ? Colours::always : Colours::never;
+  return colours == Colours::always;
+}
+
+std::string painted(const char *colour, const std::string &text) {
+  return hasColours() ? "\033[" + std::string(colour) + "m" + text + "\033[0m" : text;
 }
 
 // Texts -------------------------------------------------------------------------------------------
@@ -196,10 +211,10 @@ void Output::finish() {
 
 using namespace std::chrono_literals;
 
-Progress::Progress(std::string what)
+Progress::Progress(std::string what, bool printsMeanwhile)
     : name(std::move(what)),
       next(std::chrono::steady_clock::now() + 1s),
-      isTerminal(isatty(STDERR_FILENO) != 0 && isatty(STDOUT_FILENO) == 0) {}
+      isTerminal(isatty(STDERR_FILENO) != 0 && !(printsMeanwhile && isatty(STDOUT_FILENO) != 0)) {}
 
 Progress::~Progress() {
   if (isShown) fputs("\r\033[K", stderr);

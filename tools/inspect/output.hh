@@ -22,8 +22,12 @@ struct Problem : std::runtime_error {
 // Writes a line to standard error, behind the name of the program.
 void say(const std::string &message);
 
-// Whether standard output takes colours.
+// When results have colours: automatic is on a terminal that takes them, unless NO_COLOR is set.
+enum class Colours { automatic, always, never };
+void chooseColours(Colours choice);
 bool hasColours();
+// A text in a colour of terminals, by its number, where results have colours.
+std::string painted(const char *colour, const std::string &text);
 
 // A text without control characters, which could command a terminal, and with valid UTF-8 only; others as \xNN.
 std::string printable(std::string_view text);
@@ -44,6 +48,9 @@ class Output {
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
+  bool isStandard() const {
+    return target.empty();
+  }
   void write(std::string_view text);
   // Writes all that is buffered, and gives a file its name.
   void finish();
@@ -61,7 +68,8 @@ class Output {
 // The share of a file that is done, on a terminal only, and only where it takes more than a second.
 class Progress {
  public:
-  explicit Progress(std::string what);
+  // `printsMeanwhile` is for results that go to standard output: on the same terminal, they would be mixed.
+  Progress(std::string what, bool printsMeanwhile);
   ~Progress();
   Progress(const Progress &) = delete;
   Progress &operator=(const Progress &) = delete;

@@ -4,6 +4,7 @@
 #include "zentova.h"
 
 #include <algorithm>
+#include <new>
 
 namespace ztinspect {
 
@@ -29,6 +30,7 @@ const Records::Known &Records::knownClass(const std::string &name) {
     known.klass = ztOOP_classOf(entry->prototype);
     known.isNode = ztOOP_isClassOfClass(known.klass, "ztRoot") != 0;
     known.isLink = ztOOP_isClassOfClass(known.klass, "ztLink") != 0;
+    known.isTag = ztOOP_isClassOfClass(known.klass, "ztTag") != 0;
     break;
   }
   return classes.emplace(name, known).first->second;
@@ -102,8 +104,10 @@ void Records::readKnown(const Known &known, Record *record, bool withNames) {
   if (object == nullptr) throw Problem("no object of class " + record->identity.name + " can be made");
   const ztFileMethods *methods = ztFile_table();
   if (methods->tell(file) != record->identity.end) methods->goToAbs(file, record->identity.end);
-  const bool done =
-      isOwn ? ztBaseClass_of(object)->read(object, file) > 0 : reader(object, file, version) > 0;
+  bool done = isOwn ? ztBaseClass_of(object)->read(object, file) > 0 : reader(object, file, version) > 0;
+  // Where a class has its own record, that of the tag does not end it.
+  const bool endsAsTag = known.isTag && isOwn && ztTag_of(object)->read == ztTag_table()->read;
+  if (done && endsAsTag) done = readAttributes(object);
   record->end = methods->tell(file);
   judge(done, known.klass, record);
   record->isNode = known.isNode;
@@ -122,6 +126,20 @@ void Records::readKnown(const Known &known, Record *record, bool withNames) {
   ztBaseClass_of(object)->unRef(object);
 }
 
+// A tag reads the attributes that it has, and the file does not say how many there were. Those of the library show
+// what they are.
+bool Records::readAttributes(void *tag) {
+  const ztFileMethods *methods = ztFile_table();
+  for (int32_t type = 0; (type = source.attributeTypeAt(methods->tell(file))) != 0;) {
+    void *attribute = type == 1 ? static_cast<void *>(ztIntTag_new()) : ztFloatTag_new();
+    if (attribute == nullptr || !ztTag_of(tag)->insertNew(tag, "new", attribute, nullptr, 0, 1, nullptr)) {
+      throw std::bad_alloc();
+    }
+    if (ztTagAttribute_of(attribute)->read(attribute, file) <= 0) return false;
+  }
+  return true;
+}
+
 void Records::judge(bool done, const ztClass *klass, Record *record) {
   const bool goesBack = record->end < record->identity.end;
   if (done && !goesBack && trace.reason.empty()) return;
@@ -134,13 +152,17 @@ void Records::judge(bool done, const ztClass *klass, Record *record) {
   }
 }
 
+std::string whatEnded(const Records &records, bool withoutEnd) {
+  if (records.end() == End::damaged)
+    return "damaged at offset " + std::to_string(records.place()) + ": " + records.reason();
+  if (records.end() == End::mark || withoutEnd) return "";
+  return "incomplete: there is no mark of the end (--no-end takes files without)";
+}
+
 int judgeEnd(const Source &source, const Records &records, bool withoutEnd) {
-  if (records.end() == End::damaged) {
-    say(source.name() + ": damaged at offset " + std::to_string(records.place()) + ": " + records.reason());
-    return 1;
-  }
-  if (records.end() == End::mark || withoutEnd) return 0;
-  say(source.name() + ": incomplete: there is no mark of the end (--no-end takes files without)");
+  const std::string problem = whatEnded(records, withoutEnd);
+  if (problem.empty()) return 0;
+  say(source.name() + ": " + problem);
   return 1;
 }
 
@@ -154,12 +176,18 @@ void Skipped::add(const Record &record) {
   }
 }
 
-void Skipped::sayAll(const std::string &file) const {
+std::vector<std::string> Skipped::lines() const {
+  std::vector<std::string> lines;
   for (const Count &count : reasons) {
     const bool isOne = count.records == 1;
-    say(file + ": " + count.reason + ": " + std::to_string(count.records) + (isOne ? " record" : " records") +
-        " skipped, " + (isOne ? "" : "the first ") + "at offset " + std::to_string(count.first));
+    lines.push_back(count.reason + ": " + std::to_string(count.records) + (isOne ? " record" : " records") +
+                    " skipped, " + (isOne ? "" : "the first ") + "at offset " + std::to_string(count.first));
   }
+  return lines;
+}
+
+void Skipped::sayAll(const std::string &file) const {
+  for (const std::string &line : lines()) say(file + ": " + line);
 }
 
 }  // namespace ztinspect

@@ -71,6 +71,7 @@ class Records {
     ztClass *klass = nullptr;
     bool isNode = false;
     bool isLink = false;
+    bool isTag = false;
   };
 
   const Known &knownClass(const std::string &name);
@@ -79,6 +80,7 @@ class Records {
   std::string whyNoIdentity() const;
   void skip(Record *record, const std::string &reason);
   void readKnown(const Known &known, Record *record, bool withNames);
+  bool readAttributes(void *tag);
   void judge(bool done, const ztClass *klass, Record *record);
 
   const Source &source;
@@ -93,6 +95,8 @@ class Records {
   bool isOver = false;
 };
 
+// What is wrong with the end of a file that was read; empty for nothing.
+std::string whatEnded(const Records &records, bool withoutEnd);
 // Says on standard error what is wrong with a file that was read to its end, and gives the status for it.
 int judgeEnd(const Source &source, const Records &records, bool withoutEnd);
 
@@ -100,6 +104,8 @@ int judgeEnd(const Source &source, const Records &records, bool withoutEnd);
 class Skipped {
  public:
   void add(const Record &record);
+  // A line for each reason.
+  std::vector<std::string> lines() const;
   void sayAll(const std::string &file) const;
   bool isEmpty() const {
     return reasons.empty();

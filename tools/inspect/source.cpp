@@ -166,6 +166,23 @@ int64_t Source::nextIdentity(int64_t offset) const {
   return length;
 }
 
+// Attributes ---------------------------------------------------------------------------------------
+
+// A name field that ends with a zero, and the type, twice. Where a class identity begins, there are zeros instead.
+int32_t Source::attributeTypeAt(int64_t offset) const {
+  constexpr size_t attributeName = 32;
+  const std::string found = bytes(offset, attributeName + 2 * sizeof(int32_t));
+  if (found.size() <= attributeName || found[attributeName - 1] != '\0') return 0;
+  const std::string_view behind = std::string_view(found).substr(attributeName);
+  for (const int32_t type : {1, 2}) {
+    const std::string once = itsForm == Form::text
+                                 ? "\n" + std::to_string(type)
+                                 : std::string(reinterpret_cast<const char *>(&type), sizeof type);
+    if (behind.substr(0, 2 * once.size()) == once + once) return type;
+  }
+  return 0;
+}
+
 // Marks --------------------------------------------------------------------------------------------
 
 std::optional<Mark> Source::markAt(int64_t offset, int64_t *end) const {

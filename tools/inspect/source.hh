@@ -76,6 +76,8 @@ class Source {
   int64_t nextIdentity(int64_t offset) const;
   // The mark whose contents begin at a place; none when they are damaged or cut. Sets the offset behind it.
   std::optional<Mark> markAt(int64_t offset, int64_t *end) const;
+  // The type of the attribute of a tag that begins at a place, 1 or 2; 0 where none does.
+  int32_t attributeTypeAt(int64_t offset) const;
   // Of the bytes before an offset.
   uint64_t sumBefore(int64_t offset) const;
 

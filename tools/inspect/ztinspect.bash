@@ -8,6 +8,10 @@ _ztinspect() {
       mapfile -t COMPREPLY < <(compgen -W 'text binary json' -- "$word")
       return
       ;;
+    --color)
+      mapfile -t COMPREPLY < <(compgen -W 'auto always never' -- "$word")
+      return
+      ;;
     --load | --output | -o)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
@@ -15,12 +19,14 @@ _ztinspect() {
       ;;
   esac
   if [ "$COMP_CWORD" -eq 1 ]; then
-    words='classes dump verify convert diff graph --help --version'
+    words='classes dump verify convert report diff graph --help --version'
   else
     case $command in
-      classes) words='--json --dot --load --help' ;;
-      dump) words='--json --no-end --load --help' ;;
-      verify | diff) words='--no-end --load --help' ;;
+      classes) words='--color --json --dot --load --help' ;;
+      dump) words='--color --json --no-end --load --help' ;;
+      verify) words='--no-end --load --help' ;;
+      report) words='--output --no-end --load --help' ;;
+      diff) words='--color --no-end --load --help' ;;
       convert) words='--to --output --no-end --load --help' ;;
       graph) words='--output --help' ;;
       *) words=--help ;;
