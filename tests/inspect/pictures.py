@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""The pictures of the README show what is: the tree of the classes, and who calls whom in the demonstration.
+"""The README shows what is: the tree of the classes, who calls whom in the demonstration, and its file.
 
-usage: pictures.py ZTINSPECT NETWORK DATA_FILE [--update]    --update: draws them anew, with Graphviz
+usage: pictures.py ZTINSPECT NETWORK PLUGIN DATA_FILE [--update]    --update: draws the pictures anew, with Graphviz
 """
 
 import os
@@ -20,12 +20,27 @@ def output_of(*command, **options):
     return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True, **options).stdout
 
 
-def live_objects(ztinspect, network, data):
-    """The graph of the demonstration's objects when its tree is read."""
+def run_demonstration(ztinspect, network, plugin, data):
+    """The graph of its objects when its tree is read, and the dump of its file."""
     with tempfile.TemporaryDirectory() as folder:
         output_of(network, "store", data, "network.bin", "network.txt", cwd=folder, stderr=subprocess.DEVNULL,
                   env={**os.environ, "ZENTOVA_TRACK": "1"})
-        return output_of(ztinspect, "graph", "network.live", cwd=folder)
+        dump = subprocess.run([ztinspect, "dump", "--no-end", "--load", plugin, "network.bin"], cwd=folder,
+                              stdout=subprocess.PIPE, text=True, check=True).stdout
+        return output_of(ztinspect, "graph", "network.live", cwd=folder), dump
+
+
+def without_identifiers(dump):
+    """Every run draws its own."""
+    return re.sub(r"(uid|parentUid) = -?\d+$", r"\1", dump, flags=re.M | re.I)
+
+
+def shows(readme, dump):
+    """Whether the README has the beginning of a dump."""
+    block = re.search(r"^\$ ztinspect dump .*\n(.*?)^```$", readme, re.M | re.S)
+    if not block or block[1].count("\n") < 10:
+        return False
+    return without_identifiers(dump).startswith(without_identifiers(block[1]))
 
 
 def plain(texts):
@@ -51,10 +66,10 @@ def texts_of_picture(path):
 
 
 def main():
-    ztinspect, network, data = map(os.path.abspath, sys.argv[1:4])
-    graphs = {"classes.svg": output_of(ztinspect, "classes", "--dot"),
-              "connections.svg": live_objects(ztinspect, network, data)}
-    problems = []
+    ztinspect, network, plugin, data = map(os.path.abspath, sys.argv[1:5])
+    connections, dump = run_demonstration(ztinspect, network, plugin, data)
+    graphs = {"classes.svg": output_of(ztinspect, "classes", "--dot"), "connections.svg": connections}
+    problems = [] if shows((ROOT / "README.md").read_text(), dump) else ["README.md shows another dump"]
     for name, graph in graphs.items():
         path = ROOT / "docs" / name
         if "--update" in sys.argv:
