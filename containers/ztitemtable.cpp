@@ -1,8 +1,7 @@
 #include "containers/ztitemtable.hh"
 
-#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 
 using namespace ztcore;
 

@@ -179,12 +179,19 @@ static void *resizeTracked(void *old, size_t size) {
   return address;
 }
 
+// Ignores other addresses.
+static void hideBlock(const void *block) {
+  const Locked locked(blocksLock);
+  TrackedBlock *found = find(block);
+  if (found != nullptr) found->isHidden = true;
+}
+
 void ztcore::trackBlocks(const BlockListener &listener) {
   prepareSites();
   state.system = memory;
   state.listener = listener;
   state.isHiding = true;
-  memory = {allocateTracked, resizeTracked, releaseTracked};
+  memory = {allocateTracked, resizeTracked, releaseTracked, hideBlock};
   tracksBlocks = true;
 }
 
@@ -197,12 +204,6 @@ void ztcore::showBlocks() {
 
 bool ztcore::hidesBlocks() {
   return state.isHiding;
-}
-
-void ztcore::hideBlock(const void *block) {
-  const Locked locked(blocksLock);
-  TrackedBlock *found = find(block);
-  if (found != nullptr) found->isHidden = true;
 }
 
 const TrackedBlock *ztcore::newestBlock() {

@@ -34,16 +34,6 @@ void trackBlocks(const BlockListener &listener);
 void showBlocks();
 bool hidesBlocks();
 
-// Hides a block of the library's own; ignores other addresses.
-void hideBlock(const void *block);
-
-// The same, where blocks are tracked. Returns the block.
-template <typename Block>
-Block *hidden(Block *block) {
-  if (tracksBlocks) hideBlock(block);
-  return block;
-}
-
 // The newest block; NULL for none. With blocksLock held.
 const TrackedBlock *newestBlock();
 

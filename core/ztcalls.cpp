@@ -1,8 +1,7 @@
 #include "core/ztcalls.hh"
-#include "core/ztblocks.hh"
 
 #include "core/ztgrowing.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztstack.hh"
 
 #include <string.h>

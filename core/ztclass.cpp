@@ -6,7 +6,7 @@
 #include "core/ztlayout.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztoop.hh"
 #include "core/ztshared.hh"
 #include "core/zttrack.hh"

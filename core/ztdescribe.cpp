@@ -1,12 +1,11 @@
 #include "core/ztdescribe.h"
 
 #include "core/ztbasec.h"
-#include "core/ztblocks.hh"
 #include "core/ztdeclaration.hh"
 #include "core/ztdescribed.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztoop.hh"
 
 #include <string.h>

@@ -22,7 +22,7 @@ static int32_t m_nblocks;
 static uint32_t alloc_called;
 static uint32_t free_called;
 
-constinit MemoryFunctions ztcore::memory = {malloc, realloc, free};
+constinit MemoryFunctions ztcore::memory = {malloc, realloc, free, nullptr};
 
 // As an unsigned number a negative size is very large, and memory checkers report it.
 void *ztm_alloc(int32_t size) {

@@ -12,11 +12,20 @@ struct MemoryFunctions {
   void *(*allocate)(size_t size);
   void *(*resize)(void *block, size_t size);
   void (*release)(void *block);
+  void (*hide)(
+      const void *block);  // leaves a block of the library's own out of reports; NULL where none are kept
 };
 
 // The system's functions, or those that also record every block. A call through this costs as much as one that the
 // dynamic linker binds. Changes only while the library is loaded and unloaded.
 extern MemoryFunctions memory;
+
+// Hides a block of the library's own that holds the addresses of objects or classes. Returns it.
+template <typename Block>
+Block *hidden(Block *block) {
+  if (memory.hide != nullptr) memory.hide(block);
+  return block;
+}
 
 }  // namespace ztcore
 

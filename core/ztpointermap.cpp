@@ -1,7 +1,6 @@
 #include "core/ztpointermap.hh"
 
-#include "core/ztblocks.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 
 #include <string.h>
 #include <sys/random.h>

@@ -1,5 +1,5 @@
 #include "core/ztreader.h"
-#include "core/ztblocks.hh"
+#include "core/ztmem.hh"
 
 #include "core/ztclass.h"
 #include "core/ztgrowing.hh"

@@ -1,8 +1,7 @@
 #include "core/ztthread.hh"
-#include "core/ztblocks.hh"
 
 #include "core/ztlock.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztrelease.hh"
 
 #include <pthread.h>

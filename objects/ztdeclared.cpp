@@ -1,11 +1,10 @@
 #include "objects/ztdeclared.h"
 
-#include "core/ztblocks.hh"
 #include "core/ztcore.hh"
 #include "core/ztkept.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztoop.hh"
 #include "core/ztpointermap.hh"
 #include "core/zttextpart.hh"

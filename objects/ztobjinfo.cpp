@@ -1,11 +1,10 @@
 #include "objects/ztobjinfo.h"
 
 #include "containers/ztwalk.hh"
-#include "core/ztblocks.hh"
 #include "core/ztdeclaration.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztoop.hh"
 #include "objects/ztdeclared.hh"
 #include "objects/ztstatics.hh"

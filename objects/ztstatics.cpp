@@ -2,9 +2,8 @@
 
 #include "containers/ztwalk.hh"
 #include "core/ztbasec.hh"
-#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztoop.hh"
 #include "core/ztrelease.hh"
 #include "objects/ztobjbase.hh"

@@ -1,9 +1,8 @@
 #include "objects/ztweak.h"
 
-#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztpointermap.hh"
 #include "objects/ztguard.hh"
 #include "objects/ztobjbase.hh"

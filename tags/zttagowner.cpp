@@ -1,8 +1,7 @@
 #include "tags/zttagowner.hh"
 
-#include "core/ztblocks.hh"
 #include "core/ztlock.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztpointermap.hh"
 
 using namespace ztcore;

@@ -37,7 +37,7 @@ def without_identifiers(dump):
 
 def shows(readme, dump):
     """Whether the README has the beginning of a dump."""
-    block = re.search(r"^\$ ztinspect dump .*\n(.*?)^```$", readme, re.M | re.S)
+    block = re.search(r"^\$ ztinspect dump [^\n]*\n(.*?)^```$", readme, re.M | re.S)
     if not block or block[1].count("\n") < 10:
         return False
     return without_identifiers(dump).startswith(without_identifiers(block[1]))
