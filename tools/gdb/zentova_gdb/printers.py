@@ -1,0 +1,207 @@
+"""Printers of objects, and of classes."""
+
+import itertools
+
+import gdb
+import gdb.printing
+
+from .model import NoObject, Pointer, Problem, Space, most_shown
+from .layout import OFFSETS
+
+
+class Nesting:
+    """The pointers that printers gave to gdb and that it is printing now. They are shown in one line each: a pointer
+    may lead back to where it came from.
+
+    A front end may keep a list of children open when it asks for those of one of them. That one then is not the last
+    that the list gave, so it is not among these."""
+
+    def __init__(self):
+        self.pointers = []
+
+    def among(self, children):
+        """The children, each noted while gdb prints it."""
+        for name, value in children:
+            pointer = self.pointer_of(value)
+            self.pointers.append(pointer)
+            try:
+                yield name, value
+            finally:
+                self.pointers.remove(pointer)
+
+    @staticmethod
+    def pointer_of(value):
+        try:
+            return int(value) if value.type.strip_typedefs().code == gdb.TYPE_CODE_PTR else None
+        except (AttributeError, gdb.error):
+            return None
+
+
+nesting = Nesting()
+
+
+def is_structure(kind):
+    return kind.code == gdb.TYPE_CODE_STRUCT
+
+
+def header_class(kind):
+    """The type of the first word of a struct that begins as objects do; None for any other."""
+    for field in kind.fields():
+        if field.is_base_class:
+            found = header_class(field.type.strip_typedefs())
+            if found is not None:
+                return found
+        elif hasattr(field, "bitpos"):
+            return field.type if field.bitpos == 0 and field.name == "klass" else None
+    return None
+
+
+def is_object_type(kind):
+    """Whether a struct is one of the engine: it begins with a pointer to a class."""
+    first = header_class(kind)
+    return first is not None and first.code == gdb.TYPE_CODE_PTR and first.target().strip_typedefs().tag == "ztClass"
+
+
+def type_of(klass, known):
+    """The struct of a class or of the nearest one above it that gdb knows; else the known one."""
+    for at in klass.chain():
+        try:
+            kind = gdb.lookup_type(at.name).strip_typedefs()
+        except gdb.error:
+            continue
+        if is_structure(kind) and kind.sizeof == at.size and is_object_type(kind):
+            return kind
+    return known
+
+
+class ObjectPrinter:
+    """An object, and what it holds: elements, or fields."""
+
+    def __init__(self, kind, address, is_pointer):
+        self.kind, self.address, self.is_pointer = kind, address, is_pointer
+        self.space = Space()
+        self.object, self.problem = None, None
+        try:
+            self.object = self.space.object_at(address)
+        except NoObject as problem:
+            self.problem = str(problem)
+
+    def to_string(self):
+        text = f"<{self.problem}>" if self.object is None else self.object.label()
+        return f"{self.address:#x} {text}" if self.is_pointer else text
+
+    def display_hint(self):
+        if self.object is None or not self.object.is_container() or self.object.is_text():
+            return None
+        return "map" if self.object.has_pairs() else "array"
+
+    def children(self):
+        if self.is_pointer and (self.address in nesting.pointers or self.object is None):
+            return iter(())
+        hint = self.display_hint()
+        if hint is None and self.object is not None and self.object.is_text():
+            return iter(())
+        found = self.fields() if hint is None else self.pairs() if hint == "map" else self.elements()
+        return nesting.among(found)
+
+    def shown(self, value):
+        """A value of the program as gdb takes it."""
+        if isinstance(value, Pointer):
+            found = self.space.find_object(value)
+            kind = gdb.lookup_type("void") if found is None else type_of(found.klass, self.kind)
+            return gdb.Value(int(value)).cast(kind.pointer())
+        if isinstance(value, (int, float)):
+            return value
+        return self.space.show(value)
+
+    def elements(self):
+        for index, value in enumerate(itertools.islice(self.object.elements(), most_shown())):
+            yield f"[{index}]", self.shown(value)
+        yield from self.rest(most_shown())
+
+    def pairs(self):
+        """Key and value in turn."""
+        most = (most_shown() + 1) // 2
+        for index, (key, value) in enumerate(itertools.islice(self.object.elements(), most)):
+            yield f"[{index}] key", self.key(key)
+            yield f"[{index}] value", "" if isinstance(key, Problem) else self.shown(value)
+        yield from self.rest(most)
+
+    def key(self, value):
+        """A key; one that is a string as its text."""
+        found = self.space.find_object(value) if isinstance(value, Pointer) else None
+        return self.shown(value) if found is None or not found.is_text() else self.space.show(found.text())
+
+    def rest(self, shown):
+        """Where not all was shown, one more, which gdb itself replaces by dots."""
+        size = self.object.size()
+        if size > shown:
+            yield "...", f"<{size - shown} more>"
+
+    def fields(self):
+        """The fields of the struct, those of the header aside."""
+        kind = self.kind if self.object is None else type_of(self.object.klass, self.kind)
+        value = gdb.Value(self.address).cast(kind.pointer()).dereference()
+        yield from fields_of(value, kind, skip=self.object is not None)
+
+
+def fields_of(value, kind, skip):
+    for field in kind.fields():
+        if field.is_base_class:
+            yield from fields_of(value[field], field.type.strip_typedefs(), skip)
+        elif hasattr(field, "bitpos") and field.name and not (skip and field.name in OFFSETS["ztBaseClass"]):
+            yield field.name, value[field]
+
+
+class ClassPrinter:
+    """A class descriptor."""
+
+    def __init__(self, address, is_pointer):
+        self.address, self.is_pointer = address, is_pointer
+
+    def to_string(self):
+        klass = Space().class_at(self.address)
+        text = "<no class that is in use>" if klass is None else f"ztClass {klass.description()}"
+        return f"{self.address:#x} {text}" if self.is_pointer else text
+
+
+class Lookup(gdb.printing.PrettyPrinter):
+    """Chooses the printer of a value by its type."""
+
+    def __init__(self):
+        super().__init__("zentova")
+
+    def __call__(self, value):
+        kind = value.type.strip_typedefs()
+        is_pointer = kind.code == gdb.TYPE_CODE_PTR
+        if is_pointer:
+            kind = kind.target().strip_typedefs()
+        if not is_structure(kind):
+            return None
+        try:
+            return self.choose(value, kind, is_pointer)
+        except gdb.error:
+            # The value itself cannot be read: gdb says so.
+            return None
+
+    def choose(self, value, kind, is_pointer):
+        is_class = kind.tag == "ztClass"
+        if not is_class and not self.may_be_object(value, kind, is_pointer):
+            return None
+        address = int(value) if is_pointer else value.address
+        if not address:
+            return None
+        if is_class:
+            return ClassPrinter(int(address), is_pointer)
+        return ObjectPrinter(kind.unqualified(), int(address), is_pointer)
+
+    @staticmethod
+    def may_be_object(value, kind, is_pointer):
+        """A struct that begins as objects do; one that gdb knows by name only, where there is an object."""
+        if kind.fields():
+            return is_object_type(kind)
+        return is_pointer and Space().find_object(int(value)) is not None
+
+
+def register(objfile):
+    gdb.printing.register_pretty_printer(objfile, Lookup(), replace=True)
