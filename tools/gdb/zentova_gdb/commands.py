@@ -5,11 +5,11 @@ import itertools
 
 import gdb
 
-from .describe import fields_of, slots_of
+from .describe import fields_of, slots_of, static_properties
 from .live import Registry, Search
 from .memory import Unreadable, regions
 from .model import NoObject, Pointer, Problem, Space, decoded, function_at, most_shown, quoted
-from .printers import ObjectPrinter
+from .printers import ObjectPrinter, nesting, type_of
 
 
 class Command(gdb.Command):
@@ -22,7 +22,7 @@ class Command(gdb.Command):
         self.dont_repeat()
         try:
             self.run(argument.strip())
-        except (Unreadable, NoObject) as problem:
+        except (Unreadable, NoObject, gdb.error) as problem:
             raise gdb.GdbError(str(problem))
 
     def run(self, argument):
@@ -160,9 +160,9 @@ class ShowClass(Command):
 Usage: zt class [NAME]
 
 Shows the classes above it, its version and size, its fields with their offsets and types, and each slot of its
-method table: its number, its name, the function in it, and the class whose own version that is. In place of a name, an
-expression may stand that gives an object or a class. Fields and names of slots come from the texts that classes
-carry; a class without texts shows those that it inherits.
+method table: its number, its name, the function in it, and the class whose own version that is; then the properties
+that it and the classes above it declare. In place of a name, an expression may stand that gives an object or a class.
+Fields and names of slots come from the texts that classes carry; a class without texts shows those that it inherits.
 
 Without an argument, lists the registered classes."""
 
@@ -192,20 +192,21 @@ Without an argument, lists the registered classes."""
     def show(space, klass):
         gdb.write(f"{klass.description()}\n")
         gdb.write(f"version {klass.version}, {klass.size} bytes, descriptor {klass.address:#x}\n")
-        for name, kind, offset, owner in fields_of(space, klass):
-            place = "?" if offset is None else offset
-            gdb.write(f"field {place} {name}: {kind}, of {owner.name}\n")
+        for field in fields_of(space, klass):
+            gdb.write(f"{field.line()}\n")
         for slot in slots_of(space, klass):
             gdb.write(f"{slot.line()}\n")
+        for declared in static_properties(space, klass):
+            gdb.write(f"property {' '.join(declared.details())}\n")
 
 
 class ShowObject(Command):
     """All of one object.
 Usage: zt object EXPRESSION
 
-The expression gives the object or its address, also as a pointer to void. Shows its classes, its own properties, its
-signals with their connections, the object that it serves at the moment, its place in a tree, its elements and, where
-gdb knows its type, its fields."""
+The expression gives the object or its address, also as a pointer to void. Shows its classes, its fields, its own
+properties, its signals with their connections, the sender of the signal that it is receiving, its place in a tree and
+its elements."""
 
     def run(self, argument):
         if not argument:
@@ -244,14 +245,16 @@ gdb knows its type, its fields."""
 
     @staticmethod
     def fields(found):
-        """The fields, where gdb knows the struct of the class itself."""
-        try:
-            kind = gdb.lookup_type(found.klass.name).strip_typedefs()
-        except gdb.error:
+        """The fields, by the struct of the class itself where gdb knows it, otherwise as the class tells."""
+        kind = type_of(found.klass, None)
+        if kind is not None and kind.sizeof == found.klass.size:
+            for name, value in nesting.among(ObjectPrinter(kind, found.address, True, found.space).fields()):
+                yield f"{name} = {value.format_string()}"
             return
-        if kind.sizeof == found.klass.size:
-            for name, value in ObjectPrinter(kind, found.address, True).fields():
-                yield f"{name} = {value.format_string(max_depth=1)}"
+        for field in fields_of(found.space, found.klass):
+            value = field.value_of(found)
+            if field.owner.parent is not None and value is not None:
+                yield f"{field.name} = {found.space.show(value)}"
 
     @staticmethod
     def signals(found):

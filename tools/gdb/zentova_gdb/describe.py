@@ -1,10 +1,11 @@
 """What a class declares: the texts of its description, and what is in its method table."""
 
 import re
+import struct
 
-from .layout import OFFSETS
+from .layout import OFFSETS, STATIC_PROPERTIES_SLOT
 from .memory import Unreadable, regions
-from .model import LONGEST_NAME, function_at, symbol_at
+from .model import LONGEST_NAME, Pointer, decoded, function_at, objects_among, symbol_at
 
 FIRST_SLOTS = 16
 LONGEST_LIST = 1 << 16
@@ -12,12 +13,14 @@ LONGEST_LIST = 1 << 16
 NEAR = 64 << 20
 ABSTRACT = "ztOOP_ztVirtualFuncHandler"
 
-SIZES = {
-    "char": 1, "signed char": 1, "unsigned char": 1, "int8_t": 1, "uint8_t": 1, "bool": 1, "_Bool": 1, "short": 2,
-    "int16_t": 2, "uint16_t": 2, "int": 4, "unsigned": 4, "unsigned int": 4, "int32_t": 4, "uint32_t": 4, "float": 4,
-    "long": 8, "unsigned long": 8, "int64_t": 8, "uint64_t": 8, "size_t": 8, "intptr_t": 8, "uintptr_t": 8,
-    "double": 8, "ztWord": 8, "ztCtor": 8, "ztCompareFunc": 8, "ztGetter": 8, "ztSetter": 8, "ztSlotFunction": 8,
+# How the types of fields are stored, in the codes of the module struct.
+CODES = {
+    "char": "b", "signed char": "b", "unsigned char": "B", "int8_t": "b", "uint8_t": "B", "bool": "?", "_Bool": "?",
+    "short": "h", "int16_t": "h", "uint16_t": "H", "int": "i", "unsigned": "I", "unsigned int": "I", "int32_t": "i",
+    "uint32_t": "I", "float": "f", "long": "q", "unsigned long": "Q", "int64_t": "q", "uint64_t": "Q", "size_t": "Q",
+    "intptr_t": "q", "uintptr_t": "Q", "double": "d", "ztWord": "q",
 }
+POINTERS = {"ztCtor", "ztCompareFunc", "ztGetter", "ztSetter", "ztSlotFunction"}
 
 ROOT_FIELDS = "ztClass *klass; int32_t refCount;"
 ROOT_METHODS = """
@@ -103,38 +106,73 @@ def declared(text):
             yield found[3], f"{base} {found[2]}{found[4]}".strip().replace(" [", "[")
 
 
+def code_of(kind):
+    """How a value of a type, or an element of an array, is stored; None when that is not known here."""
+    unit = re.sub(r"\b(const|volatile)\b|\[.*", "", kind).strip()
+    if "(*" in kind or unit.endswith("*") or unit in POINTERS:
+        return "P"
+    return CODES.get(unit)
+
+
 def size_of(kind):
     """Size and alignment of a type; None when they are not known here."""
-    if "(*" in kind or re.search(r"\*(\[|$)", kind):
-        unit = 8
-    else:
-        unit = SIZES.get(re.sub(r"\b(const|volatile)\b|\[.*", "", kind).strip())
+    code = code_of(kind)
+    if code is None:
+        return None
+    unit = struct.calcsize(code)
     size = unit
-    for dimension in re.findall(r"\[([^]]*)\]", kind if "(*" not in kind else ""):
-        if unit is None or not dimension.strip().isdigit():
+    for dimension in re.findall(r"\[([^]]*)\]", "" if "(*" in kind else kind):
+        if not dimension.strip().isdigit():
             return None
         size *= int(dimension)
-    return None if unit is None else (size, unit)
+    return size, unit
+
+
+class Field:
+    """One field of a class; its offset is None when it is not known."""
+
+    def __init__(self, name, kind, offset, owner):
+        self.name, self.kind, self.offset, self.owner = name, kind, offset, owner
+
+    def line(self):
+        return f"field {'?' if self.offset is None else self.offset} {self.name}: {self.kind}, of {self.owner.name}"
+
+    def value_of(self, found):
+        """The value in an object; None when the type or the place is not known here."""
+        code, array = code_of(self.kind), re.search(r"\[(\d+)\]$", self.kind)
+        if self.offset is None or code is None:
+            return None
+        address = found.address + self.offset
+        if array:
+            size = int(array[1])
+            return decoded(found.memory.text(address, size)) if self.kind.startswith("char[") else None
+        value = found.memory.unpack(code.replace("P", "Q"), address)[0]
+        return Pointer(value) if code == "P" else value
 
 
 def fields_of(space, klass):
-    """The fields of a class and of those above it, with their types and offsets; an offset is None when it is not
-    known."""
-    end, fields = 0, []
+    """The fields of a class and of those above it, as far as they are declared in texts."""
+    end = 0
     for at in reversed(list(klass.chain())):
         description = description_of(space, at)
-        own, widest = [], 8
-        for name, kind in declared(description.fields if description else ""):
-            size = size_of(kind) if end is not None else None
-            offset = None if size is None else (end + size[1] - 1) // size[1] * size[1]
-            end = None if size is None else offset + size[0]
-            own.append((name, kind, offset, at))
-        # What does not lead to the size that the compiler found was computed of wrong sizes.
-        if end is None or description is None or (end + widest - 1) // widest * widest != at.size:
-            own = [(name, kind, None, at) for name, kind, _, at in own] if end is not None else own
+        own, end = placed(at, description.fields if description else "", end)
+        if end is not None and (end + 7) // 8 * 8 != (at.size + 7) // 8 * 8:
+            # What does not lead to the size that the compiler found was computed of wrong sizes.
             end = None
-        fields += own
-    return fields
+            for field in own:
+                field.offset = None
+        yield from own
+
+
+def placed(klass, text, end):
+    """The fields of a list, placed behind an end; and the end behind them, which is None when it is not known."""
+    fields = []
+    for name, kind in declared(text):
+        size = None if end is None else size_of(kind)
+        offset = None if size is None else -(-end // size[1]) * size[1]
+        end = None if size is None else offset + size[0]
+        fields.append(Field(name, kind, offset, klass))
+    return fields, end
 
 
 class Slot:
@@ -170,3 +208,10 @@ def slots_of(space, klass):
                and space.memory.word(definer.parent.method_table + 8 * number) == function):
             definer = definer.parent
         yield Slot(number, name, function, definer)
+
+
+def static_properties(space, klass):
+    """The properties that a class and those above it declare."""
+    if klass.is_a("ztObject"):
+        declared = space.memory.word(klass.method_table + 8 * STATIC_PROPERTIES_SLOT)
+        yield from objects_among(space, space.find_object(declared), "ztProperty")

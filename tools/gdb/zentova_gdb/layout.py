@@ -16,6 +16,7 @@ OFFSETS = {
         "klass": 0, "name": 32, "version": 40, "instanceSize": 48, "slotCount": 52, "form": 54, "fieldsText": 152,
         "methodsText": 160},
     "ztClassEntry": {"name": 0, "ctor": 104, "prototype": 120, "next": 128},
+    "ztContainer": {"itemManager": 24},
     "ztContainerItem": {"data": 16},
     "ztDeque": {"inner": 64},
     "ztFile": {"stream": 16, "fileName": 24},
@@ -39,6 +40,7 @@ OFFSETS = {
 
 # Slots of tables that have a meaning here.
 CTOR_SLOT = 1
+STATIC_PROPERTIES_SLOT = 16
 DESTROYED_SLOT = 22
 
 # Objects of exactly these classes may share a block of memory; its distance stands behind the reference count, and

@@ -187,13 +187,22 @@ class Object:
     def is_text(self):
         return self.klass.is_a("ztString") or self.klass.is_a("ztCharArray")
 
+    def buffer(self):
+        """The array of characters that a string is or has; None without one."""
+        return self.part("ztString", "buffer", "ztCharArray") if self.klass.is_a("ztString") else self
+
+    def characters(self):
+        """The address of the first character; 0 without one."""
+        array = self.buffer()
+        return 0 if array is None else array.word("ztArray", "data")
+
     def text(self):
         """The text of a string or of an array of characters; None without one."""
-        array = self.part("ztString", "buffer", "ztCharArray") if self.klass.is_a("ztString") else self
-        if array is None or not array.word("ztArray", "data"):
+        characters = self.characters()
+        if not characters:
             return None
-        size = min(array.int32("ztArray", "count"), most_shown() + 1)
-        return decoded(self.memory.text(array.word("ztArray", "data"), size)) if size > 0 else ""
+        size = min(self.buffer().int32("ztArray", "count"), most_bytes())
+        return decoded(self.memory.text(characters, size)) if size > 0 else ""
 
     # Containers
 
@@ -252,6 +261,7 @@ class Object:
             return
         if stride and not (self.memory.is_readable(data) and self.memory.is_readable(data + count * stride - 1)):
             yield wrong(f"{count} elements of {stride} bytes are not in memory at {data:#x}")
+            return
         for index in range(count):
             yield policy.in_place(data + index * stride)
 
@@ -281,7 +291,8 @@ class Object:
             yield from inner.list_elements(wrong)
 
     def tree_elements(self, wrong):
-        policy = self.policy()
+        manager = self.part("ztContainer", "itemManager", "ztContainer")
+        policy = manager.key_policy() if manager is not None and manager.has_pairs() else self.policy()
         for item in self.tree_items(wrong):
             yield item if isinstance(item, Problem) else policy.stored(item)
 
@@ -310,9 +321,12 @@ class Object:
         for item in tree.tree_items(wrong):
             yield item if isinstance(item, tuple) else pair(item)
 
+    def key_policy(self):
+        return self.policy("ztAssociativeContainer", "keyByPointer", "keySize", "keyConstructor")
+
     def pair_policy(self, item_struct):
         """A function that reads the pair of an item."""
-        keys = self.policy("ztAssociativeContainer", "keyByPointer", "keySize", "keyConstructor")
+        keys = self.key_policy()
         values = self.policy("ztAssociativeContainer", "valueByPointer", "valueSize", "valueConstructor")
         return lambda item: (keys.stored(item), values.stored(item, OFFSETS[item_struct]["value"]))
 
@@ -382,7 +396,7 @@ class Object:
             return self.memory.read(storage, min(size, 16))
         value = self.memory.unpack(form, storage)[0]
         if klass.is_a("ztCharPtrPropertyType") and value:
-            return decoded(self.memory.text(value, most_shown() + 1))
+            return decoded(self.memory.text(value, most_bytes()))
         return Pointer(value) if form == "Q" else value
 
     def say_property(self):
@@ -479,6 +493,11 @@ def most_shown():
     return limit if limit else 1 << 31
 
 
+def most_bytes():
+    """As many bytes as the characters that are shown may have, and one more character."""
+    return 4 * (most_shown() + 1)
+
+
 def decoded(data):
     return data.decode("utf-8", "backslashreplace")
 
@@ -503,7 +522,7 @@ def symbol_at(address):
         return None
     # The library makes methods of functions by a template.
     method = re.match(r"ztcore::MethodOf<&\(?(?:ztcore::)?(\w+)(?:\(.*\)\)|)>::call\(", name)
-    return method[1] if method else name
+    return method[1] if method else re.sub(r"\([^()]*\)$", "", name)
 
 
 def function_at(address):

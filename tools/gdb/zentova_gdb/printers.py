@@ -5,8 +5,9 @@ import itertools
 import gdb
 import gdb.printing
 
-from .model import NoObject, Pointer, Problem, Space, most_shown
 from .layout import OFFSETS
+from .memory import Unreadable
+from .model import NoObject, Pointer, Problem, Space, most_shown
 
 
 class Nesting:
@@ -31,9 +32,11 @@ class Nesting:
 
     @staticmethod
     def pointer_of(value):
+        if not isinstance(value, gdb.Value) or value.type.strip_typedefs().code != gdb.TYPE_CODE_PTR:
+            return None
         try:
-            return int(value) if value.type.strip_typedefs().code == gdb.TYPE_CODE_PTR else None
-        except (AttributeError, gdb.error):
+            return int(value)
+        except gdb.error:
             return None
 
 
@@ -74,15 +77,14 @@ def type_of(klass, known):
     return known
 
 
-class ObjectPrinter:
-    """An object, and what it holds: elements, or fields."""
+class TextPrinter:
+    """An object that one line tells all about. Front ends show the line only of values without children."""
 
-    def __init__(self, kind, address, is_pointer):
-        self.kind, self.address, self.is_pointer = kind, address, is_pointer
-        self.space = Space()
+    def __init__(self, kind, address, is_pointer, space):
+        self.kind, self.address, self.is_pointer, self.space = kind, address, is_pointer, space
         self.object, self.problem = None, None
         try:
-            self.object = self.space.object_at(address)
+            self.object = space.object_at(address)
         except NoObject as problem:
             self.problem = str(problem)
 
@@ -90,8 +92,12 @@ class ObjectPrinter:
         text = f"<{self.problem}>" if self.object is None else self.object.label()
         return f"{self.address:#x} {text}" if self.is_pointer else text
 
+
+class ObjectPrinter(TextPrinter):
+    """An object, and what it holds: elements, or fields."""
+
     def display_hint(self):
-        if self.object is None or not self.object.is_container() or self.object.is_text():
+        if self.object is None or not self.object.is_container():
             return None
         return "map" if self.object.has_pairs() else "array"
 
@@ -99,8 +105,6 @@ class ObjectPrinter:
         if self.is_pointer and (self.address in nesting.pointers or self.object is None):
             return iter(())
         hint = self.display_hint()
-        if hint is None and self.object is not None and self.object.is_text():
-            return iter(())
         found = self.fields() if hint is None else self.pairs() if hint == "map" else self.elements()
         return nesting.among(found)
 
@@ -130,7 +134,13 @@ class ObjectPrinter:
     def key(self, value):
         """A key; one that is a string as its text."""
         found = self.space.find_object(value) if isinstance(value, Pointer) else None
-        return self.shown(value) if found is None or not found.is_text() else self.space.show(found.text())
+        try:
+            characters = 0 if found is None or not found.is_text() else found.characters()
+        except (Unreadable, NoObject):
+            characters = 0
+        if not characters:
+            return self.shown(value)
+        return gdb.Value(characters).cast(gdb.lookup_type("char").pointer()).lazy_string()
 
     def rest(self, shown):
         """Where not all was shown, one more, which gdb itself replaces by dots."""
@@ -142,7 +152,19 @@ class ObjectPrinter:
         """The fields of the struct, those of the header aside."""
         kind = self.kind if self.object is None else type_of(self.object.klass, self.kind)
         value = gdb.Value(self.address).cast(kind.pointer()).dereference()
-        yield from fields_of(value, kind, skip=self.object is not None)
+        for name, field in fields_of(value, kind, skip=self.object is not None):
+            yield name, self.with_class(field)
+
+    def with_class(self, field):
+        """A field; a pointer to void that leads to an object as a pointer to that object."""
+        kind = field.type.strip_typedefs()
+        if kind.code != gdb.TYPE_CODE_PTR or kind.target().strip_typedefs().code != gdb.TYPE_CODE_VOID:
+            return field
+        try:
+            address = Pointer(int(field))
+        except gdb.error:
+            return field
+        return field if self.space.find_object(address) is None else self.shown(address)
 
 
 def fields_of(value, kind, skip):
@@ -193,7 +215,10 @@ class Lookup(gdb.printing.PrettyPrinter):
             return None
         if is_class:
             return ClassPrinter(int(address), is_pointer)
-        return ObjectPrinter(kind.unqualified(), int(address), is_pointer)
+        space = Space()
+        found = space.find_object(int(address))
+        printer = TextPrinter if found is not None and found.is_text() else ObjectPrinter
+        return printer(kind.unqualified(), int(address), is_pointer, space)
 
     @staticmethod
     def may_be_object(value, kind, is_pointer):
