@@ -1,6 +1,7 @@
 // Makes objects of many classes and stops. The tests look at them through gdb; nothing here is checked.
 #include "zentova.h"
 
+#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -242,14 +243,38 @@ void stop(void *gauge, ztRoot *node) {
   printf("%p %p\n", gauge, (void *)node);
 }
 
+/** Objects that another thread made: every second one is released, and one is on the stack. */
+static void *runThread(void *unused) {
+  (void)unused;
+  ztLink *links[40];
+  for (int i = 0; i < 40; ++i) links[i] = ztLink_new();
+  for (int i = 0; i < 40; i += 2) ztLink_of(links[i])->unRef(links[i]);
+  ztLink link;
+  ztLink_ctor(&link, 1);
+  ztStringArray *array = ztStringArray_new();
+  for (int i = 0; i < 20; ++i) ztStringArray_of(array)->pushBack(array, all.text);
+  ztStringArray_of(array)->unRef(array);
+  stop(all.gauge, (ztRoot *)all.inlet);
+  return NULL;
+}
+
+static void useThread(void) {
+  pthread_t thread;
+  pthread_create(&thread, NULL, runThread, NULL);
+  pthread_join(thread, NULL);
+}
+
 int main(int argc, char **argv) {
+  const char *what = argc > 1 ? argv[1] : "";
   ztProperty_registerTypes();
   makeNodes();
   makeArrays();
   makeLists();
   makeMaps();
-  if (argc > 1 && strcmp(argv[1], "spoil") == 0) spoil();
-  void **many = argc > 2 ? makeMany(atoi(argv[2])) : NULL;
+  void **many = NULL;
+  if (strcmp(what, "spoil") == 0) spoil();
+  if (strcmp(what, "many") == 0) many = makeMany(100000);
+  if (strcmp(what, "thread") == 0) useThread();
   stop(all.gauge, (ztRoot *)all.inlet);
   free(many);
   // What the objects need is left to the end of the process.

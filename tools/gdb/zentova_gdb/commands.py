@@ -114,11 +114,11 @@ that end are left out.
         for found in objects.values():
             yield f"  o{found.address:x} [label={dot_text(self.label(found))}];"
         for found in objects.values():
-            try:
-                yield from self.children(found, objects)
-                yield from self.connections(found, objects)
-            except (Unreadable, NoObject) as problem:
-                yield f"  // {found.address:#x}: {problem}"
+            for lines in (self.children(found, objects), self.connections(found, objects)):
+                try:
+                    yield from lines
+                except (Unreadable, NoObject) as problem:
+                    yield f"  // {found.address:#x}: {problem}"
         yield "}"
 
     @staticmethod
@@ -227,8 +227,7 @@ its elements."""
             yield "parent", self.one(found, "ztRoot", "parent")
             yield "children", (found.space.show(child) for child in found.children())
         if found.klass.is_a("ztTag"):
-            attributes = found.part("ztTag", "attributes", "ztArray")
-            yield "attributes", (found.space.show(one) for one in (attributes.elements() if attributes else ()))
+            yield "attributes", (found.space.show(attribute) for attribute in found.attributes())
         if found.is_container() and not found.is_text():
             yield "elements", self.elements(found)
 

@@ -125,9 +125,9 @@ class Region:
         return self.start <= address < self.end
 
 
-MAPPING = re.compile(r"^\s*(0x[0-9a-f]+)\s+(0x[0-9a-f]+)\s+0x[0-9a-f]+\s+0x[0-9a-f]+\s*(?:([r-][w-][x-][ps])\b)?\s*(.*)$",
-                     re.M)
-SEGMENT = re.compile(r"^\s*\[\d+\]\s+(0x[0-9a-f]+)->(0x[0-9a-f]+) at \S+: load\S* (.*)$", re.M)
+NUMBER = r"(0x[0-9a-f]+) +"
+MAPPING = re.compile(rf"^ *{NUMBER}{NUMBER}0x[0-9a-f]+ +0x[0-9a-f]+ *(?:([r-][w-][x-][ps]) *)?(.*)$", re.M)
+SEGMENT = re.compile(r"^ *\[\d+\] +(0x[0-9a-f]+)->(0x[0-9a-f]+) at \S+: load\S* (.*)$", re.M)
 
 
 def mapped_regions():

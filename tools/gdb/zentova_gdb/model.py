@@ -377,7 +377,14 @@ class Object:
     def children(self):
         """What the list of children of a node has: pointers, or a Problem."""
         children = self.part("ztRoot", "children", "ztList")
-        return iter(()) if children is None else children.elements()
+        if children is not None:
+            yield from children.elements()
+
+    def attributes(self):
+        """What the array of attributes of a tag has, in the same form."""
+        attributes = self.part("ztTag", "attributes", "ztArray")
+        if attributes is not None:
+            yield from attributes.elements()
 
     # Values
 

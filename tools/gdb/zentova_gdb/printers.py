@@ -144,9 +144,12 @@ class ObjectPrinter(TextPrinter):
 
     def rest(self, shown):
         """Where not all was shown, one more, which gdb itself replaces by dots."""
-        size = self.object.size()
-        if size > shown:
-            yield "...", f"<{size - shown} more>"
+        try:
+            left = self.object.size() - shown
+        except (Unreadable, NoObject):
+            left = 0
+        if left > 0:
+            yield "...", f"<{left} more>"
 
     def fields(self):
         """The fields of the struct, those of the header aside."""
