@@ -71,6 +71,8 @@ static struct {
   Gauge *spoilt;
   Gauge embedded;
   ztObject *listener;
+  ztSignal *signal;
+  ztSignal *blocked;
   const ztRoot *asRoot;
   void *untyped;
   struct Hidden *hidden;
@@ -124,6 +126,8 @@ static void makeNodes(void) {
   Gauge_of(all.gauge)->connect(klass, all.gauge, "levelChanged", all.listener, "onLevel", slot, 1);
   Gauge_of(all.gauge)->connect(klass, all.gauge, "levelChanged", all.inlet, "onLevel", slot, 1);
   ztObject_blockSignal(all.inlet, "destroyed", 1);
+  all.signal = Gauge_of(all.gauge)->addSignal(klass, all.gauge, "levelChanged", 1);
+  all.blocked = Gauge_of(all.inlet)->addSignal(klass, all.inlet, "destroyed", 1);
   Gauge_of(all.gauge)->setProperty(all.gauge, "height", "ztInt", (ztWord) & (int32_t){7});
   Gauge_of(all.gauge)->setProperty(all.gauge, "slope", "ztFloat", (ztWord) & (double){0.5});
   ztString *place = textOf("cellar");

@@ -27,8 +27,9 @@ import tree  # noqa: E402
 GUIDE = tree.ROOT / "docs" / "guide"
 LISTINGS = GUIDE / "listings"
 ANSWERS = GUIDE / "how-do-i.md"
-# The chapter on Python is one session, which python/tests runs.
-CHAPTERS = sorted(path for path in GUIDE.glob("[0-9][0-9]-*.md") if not path.name.endswith("-python.md"))
+# Sessions, which python/tests and tests/gdb run.
+SESSIONS = ("-python.md", "-debugger.md")
+CHAPTERS = sorted(path for path in GUIDE.glob("[0-9][0-9]-*.md") if not path.name.endswith(SESSIONS))
 DOCUMENTS = [*CHAPTERS, ANSWERS, GUIDE / "README.md"]
 
 MARK = re.compile(r"\s*// (begin|end) (\w+)")

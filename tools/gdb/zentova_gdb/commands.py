@@ -8,7 +8,7 @@ import gdb
 from .describe import fields_of, slots_of, static_properties
 from .live import Registry, Search
 from .memory import Unreadable, regions
-from .model import NoObject, Pointer, Problem, Space, decoded, function_at, most_shown, quoted
+from .model import NoObject, Pointer, Problem, Space, decoded, function_at, most_shown, symbol_at
 from .printers import ObjectPrinter, nesting, type_of
 
 
@@ -146,7 +146,8 @@ that end are left out.
                 receiver = slot.word("ztSlot", "receiver")
                 if receiver not in objects or slot.is_tie():
                     continue
-                text = f"{signal.name()}\n{slot.name() or function_at(slot.word('ztSlot', 'function'))}"
+                function = slot.word("ztSlot", "function")
+                text = f"{signal.name()}\n{symbol_at(function) or slot.name() or function_at(function)}"
                 yield f"  o{found.address:x} -> o{receiver:x} [style=dashed, label={dot_text(text)}];"
 
 
