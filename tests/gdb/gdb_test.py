@@ -176,6 +176,9 @@ def prints_objects():
     link, = printed("*all.link")
     inlet = '0x Gauge count=2 "inlet \\"B\\""'
     expect(re.fullmatch(re.escape(f"ztLink count=1 -> {inlet} = {{target = {inlet}, targetId = ") + r"-?\d+}", link), link)
+    # A record of a class, too, begins with that class.
+    info, = printed("*all.info")
+    expect(info.startswith('{klass = 0x ztClass Gauge : ztRoot : ztObject : ztBaseClass, name = 0x "Gauge", '), info)
     # What was printed before is still there, and so is what the type alone says.
     raw, frame = ask("print/r all.text->refCount", "frame 0")
     expect_equal(raw, "$1 = 1")
@@ -402,13 +405,14 @@ def reports_memory_that_makes_no_sense():
     expect_equal(knot, "0x ztAvlTree count=1 with 3 elements = {<the tree leads in a circle, to 0x>}")
     expect_equal(unmapped, "0x <no memory at 0x>")
     expect_equal(odd, "0x <no memory at 0x>")
-    # Commands go on past what is spoilt.
-    first = [*STOP, "set var all.gauge->children = (void *)8", 
-             "set var all.listener->signals->tree = (void *)all.list", "set var all.queue->inner = (void *)all.queue",
-             "set var all.table->buckets->count = -5", "set var all.reals->count = -1", "set var all.text->buffer = (void *)16"]
-    graph, whole, listener, live, queue, table, reals, text = map(without_addresses, ask(
-        "zt graph", "zt object all.gauge", "print *all.listener->signals", "zt live Gauge", "print *all.queue", "print *all.table",
-        "print *all.reals", "print *all.text", first=first))
+    # Commands go on past what is spoilt, and what leads to itself ends.
+    spoil = ["gauge->children = (void *)8", "listener->signals->tree = (void *)all.list",
+             "queue->inner = (void *)all.queue", "table->buckets->count = -5", "reals->count = -1",
+             "text->buffer = (void *)16", "link->target = all.link"]
+    graph, whole, live, listener, queue, table, reals, text, link = map(without_addresses, ask(
+        "zt graph", "zt object all.gauge", "zt live Gauge", "print *all.listener->signals", "print *all.queue",
+        "print *all.table", "print *all.reals", "print *all.text", "zt object all.link",
+        first=[*STOP, *(f"set var all.{change}" for change in spoil)]))
     expect("// 0x: no memory at 0x" in graph and graph.endswith("}"), graph)
     expect("  children: <no memory at 0x>" in whole, whole)
     expect("<tree leads to a ztIntList, not to a ztAvlTree>" in listener, listener)
@@ -417,6 +421,16 @@ def reports_memory_that_makes_no_sense():
     expect("<the table has 0 items and counts 1>" in table, table)
     expect("<-1 elements of 8 bytes>" in reals, reals)
     expect("<no memory at 0x>" in text, text)
+    expect_equal(link.splitlines()[0], "0x ztLink count=1 -> 0x ztLink count=1")
+
+
+def prints_objects_of_cpp():
+    program = (os.environ["CPP_HOST"],)
+    by_value, live, of_class = ask("print *gauge.object", "zt live Gauge", "zt class Gauge",
+                                   first=["break printf", "run", "frame function main"], program=program)
+    expect(re.fullmatch(r"\$1 = Gauge count=1 = \{flags = 0, .*, level = 42\}", by_value), by_value)
+    expect(live.endswith("1 object of Gauge and the classes below it"), live)
+    expect(re.search(r"^slot 4 create: zt::.*, of Gauge$", of_class, re.M), of_class)
 
 
 def explains_itself():
@@ -519,7 +533,7 @@ def shows_what_the_guide_shows():
 
 CASES = [
     knows_the_layout, prints_objects, prints_containers, prints_connections, prints_as_many_elements_as_gdb_does,
-    serves_front_ends, counts_and_lists_live_objects, finds_many_objects, tells_freed_objects_of_all_threads,
+    prints_objects_of_cpp, serves_front_ends, counts_and_lists_live_objects, finds_many_objects, tells_freed_objects_of_all_threads,
     draws_a_graph, shows_classes, shows_whole_objects, reads_core_files, needs_no_debug_information,
     reports_memory_that_makes_no_sense, explains_itself, is_found_after_installing, shows_what_the_guide_shows,
 ]

@@ -101,6 +101,7 @@ static struct {
   ztIntArray *giant;
   ztAvlTree *knot;
   ztClass *klass;
+  ztClassInfo *info;
 } all;
 
 static void onLevel(void *receiver, intptr_t level) {
@@ -137,6 +138,7 @@ static void makeNodes(void) {
   all.untyped = all.gauge;
   all.hidden = (struct Hidden *)all.gauge;
   all.klass = klass;
+  all.info = ztOOP_classInfo(klass);
   Gauge_ctor(&all.embedded, 1);
   all.link = ztLink_new();
   ztLink_set(all.link, all.inlet);

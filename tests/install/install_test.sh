@@ -30,7 +30,11 @@ files_of_tool() {
 # holds_the_library_and_what_finds_it <version> [tool]
 holds_the_library_and_what_finds_it() {
   cd "$prefix"
-  diff <(if [ $# -gt 1 ]; then files_of_tool "$2"; fi | sort) <(find . ! -type d -path './[bs][ih]*' | sort)
+  diff <(if [ $# -gt 1 ]; then files_of_tool "$2"; fi | sort) \
+    <(find . ! -type d -path './[bs][ih]*' ! -path './share/gdb/*' | sort)
+  # gdb takes the script by the path of the library, which was that of the folder that all was installed to.
+  diff - <(cd "share/gdb/auto-load${prefix%/moved}/first/$LIBDIR" && find . ! -type d ! -path './zentova_gdb/*.py') \
+    <<<"./libztcore.so.$1-gdb.py"
   diff - <(find . ! -type d ! -path "./$INCLUDEDIR/*" ! -path './[bs][ih]*' |
     grep -v 'Zentova[A-Za-z]*-[a-z]*\.cmake$' | sort) <<LIST
 ./$LIBDIR/cmake/Zentova/ZentovaConfig.cmake

@@ -8,8 +8,9 @@ import gdb
 from .describe import fields_of, slots_of, static_properties
 from .live import Registry, Search
 from .memory import Unreadable, regions
-from .model import NoObject, Pointer, Problem, Space, decoded, function_at, most_shown, symbol_at
+from .model import Space
 from .printers import ObjectPrinter, nesting, type_of
+from .values import NoObject, Pointer, Problem, function_at, most_shown, symbol_at
 
 
 class Command(gdb.Command):
@@ -267,7 +268,7 @@ its elements."""
     def one(found, struct, field):
         address = found.word(struct, field)
         if address:
-            yield found.space.show_pointer(address)
+            yield found.space.show(Pointer(address))
 
     @staticmethod
     def elements(found):

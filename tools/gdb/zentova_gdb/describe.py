@@ -5,7 +5,8 @@ import struct
 
 from .layout import OFFSETS, STATIC_PROPERTIES_SLOT
 from .memory import Unreadable, regions
-from .model import LONGEST_NAME, Pointer, decoded, function_at, objects_among, symbol_at
+from .model import LONGEST_NAME, objects_among
+from .values import Pointer, decoded, function_at, symbol_at
 
 FIRST_SLOTS = 16
 LONGEST_LIST = 1 << 16

@@ -7,7 +7,8 @@ import gdb
 from .heap import Heaps
 from .layout import CTOR_SLOT, ENTRY_NEWER, FURTHEST_PART, MOST_PARTS, OFFSETS, PARTS, PART_DISTANCE
 from .memory import BLOCK, PAGE, Unreadable, regions
-from .model import LONGEST_NAME, NoObject, Object, decoded
+from .model import LONGEST_NAME, Object
+from .values import NoObject, decoded
 
 INITIALISED = (1).to_bytes(8, "little")
 MOST_REFERENCES = 1 << 20
@@ -15,6 +16,8 @@ COUNT_THAT_STAYS = (1 << 31) - 1
 # Below the stack pointer, a function may use this much without moving it.
 RED_ZONE = 128
 MOST_ENTRIES = 1 << 20
+# The data of a file is smaller.
+MOST_DATA = 16 << 20
 
 
 class Registry:
@@ -23,7 +26,7 @@ class Registry:
 
     def __init__(self, space, among):
         self.space, self.memory = space, space.memory
-        self.prototypes, self.classes = set(), {}
+        self.prototypes, self.classes, self.descriptors = set(), {}, {}
         entry = next(self.roots(among), None)
         if entry is not None:
             self.follow(entry)
@@ -73,6 +76,7 @@ class Registry:
         self.classes.setdefault(name, klass)
         for above in klass.chain():
             self.classes.setdefault(above.name, above)
+            self.descriptors[above.address] = above
 
 
 class Stacks:
@@ -115,7 +119,10 @@ class Search:
         self.registry = Registry(space, self.regions)
         self.heaps = Heaps(self.memory, self.regions)
         self.stacks = Stacks(self.regions)
-        self.asked, self.classes = set(), {}
+        self.classes = dict(self.registry.descriptors)
+        self.places = [region for region in self.regions if self.may_hold_classes(region)]
+        self.place_starts = [region.start for region in self.places]
+        self.asked = set()
 
     def objects(self):
         """The objects that are alive, as far as memory tells."""
@@ -134,16 +141,27 @@ class Search:
             if self.is_alive(found):
                 yield found
 
+    def may_hold_classes(self, region):
+        """Whether descriptors that the registry does not know may be in a region: they are data of a file. A core file
+        does not name the files."""
+        if region.name:
+            return region.name.startswith("/")
+        return not self.heaps.heap_of(region.start + PAGE) and region.end - region.start <= MOST_DATA
+
     def learn(self, words):
         """Finds out which of the words are addresses of classes."""
-        low, high = self.regions[0].start, self.regions[-1].end
-        fresh = {word for word in set(words) if low <= word < high and not word & 7} - self.asked
-        self.asked |= fresh
-        for word in fresh:
-            if self.may_be_class(word):
-                klass = self.space.class_at(word)
+        if not self.places:
+            return
+        low, high = self.places[0].start, self.places[-1].end
+        for word in {word for word in set(words) if low <= word < high and not word & 7} - self.asked:
+            if word in self.places[bisect.bisect_right(self.place_starts, word) - 1]:
+                self.asked.add(word)
+                klass = self.class_at(word)
                 if klass is not None:
                     self.classes[word] = klass
+
+    def class_at(self, address):
+        return self.space.class_at(address) if self.may_be_class(address) else None
 
     def may_be_class(self, address):
         """Quickly tells most addresses that are none."""
@@ -154,7 +172,7 @@ class Search:
         if not 1 <= found.count <= MOST_REFERENCES and found.count != COUNT_THAT_STAYS:
             return False
         # The descriptor of a class begins with its parent's address.
-        if found.address in self.registry.prototypes or self.space.class_at(found.address) is not None:
+        if found.address in self.registry.prototypes or self.class_at(found.address) is not None:
             return False
         end = found.address + found.klass.size
         region = self.regions[bisect.bisect_right(self.starts, found.address) - 1]

@@ -7,7 +7,8 @@ import gdb.printing
 
 from .layout import OFFSETS
 from .memory import Unreadable
-from .model import NoObject, Pointer, Problem, Space, most_shown
+from .model import Space
+from .values import NoObject, Pointer, Problem, most_shown
 
 
 class Nesting:
@@ -47,22 +48,23 @@ def is_structure(kind):
     return kind.code == gdb.TYPE_CODE_STRUCT
 
 
-def header_class(kind):
-    """The type of the first word of a struct that begins as objects do; None for any other."""
+def leaves(kind):
+    """The fields of a struct and of its bases, in the order of their places."""
     for field in kind.fields():
         if field.is_base_class:
-            found = header_class(field.type.strip_typedefs())
-            if found is not None:
-                return found
+            yield from leaves(field.type.strip_typedefs())
         elif hasattr(field, "bitpos"):
-            return field.type if field.bitpos == 0 and field.name == "klass" else None
-    return None
+            yield field
 
 
 def is_object_type(kind):
-    """Whether a struct is one of the engine: it begins with a pointer to a class."""
-    first = header_class(kind)
-    return first is not None and first.code == gdb.TYPE_CODE_PTR and first.target().strip_typedefs().tag == "ztClass"
+    """Whether a struct is one of the engine: it begins with a pointer to a class and a reference count."""
+    first = list(itertools.islice(leaves(kind), 2))
+    offsets = OFFSETS["ztBaseClass"]
+    if [(field.name, field.bitpos) for field in first] != [(name, 8 * offset) for name, offset in offsets.items()]:
+        return False
+    kind = first[0].type.strip_typedefs()
+    return kind.code == gdb.TYPE_CODE_PTR and kind.target().strip_typedefs().tag == "ztClass"
 
 
 def type_of(klass, known):
