@@ -142,10 +142,10 @@ hosts_of_pkg_config_and_cmake_agree() {
 # The static library: none is loaded, also with no library at all and in a program at a fixed address.
 static_hosts_load_no_library() {
   need_pkg_config
-  configure_host cmake_host 1.0 >/dev/null
-  "$CMAKE" --build cmake_host --target host_static >/dev/null
+  configure_host cmake_static_host 1.0 >/dev/null
+  "$CMAKE" --build cmake_static_host --target host_static >/dev/null
   mkdir -p static_hosts
-  cp cmake_host/host_static static_hosts/of_cmake
+  cp cmake_static_host/host_static static_hosts/of_cmake
   local way
   for way in -pie -no-pie -static; do
     compile_host static_host zentova-static "$way"
@@ -156,8 +156,8 @@ static_hosts_load_no_library() {
       echo "$way loads the library"
       return 1
     fi
-    (cd static_hosts && "../$way") >output.txt
-    diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' output.txt)
+    (cd static_hosts && "../$way") >of_static.txt
+    diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' of_static.txt)
   done
 }
 
@@ -167,8 +167,8 @@ static_hosts_begin_before_main_and_replace_memory_functions() {
   # shellcheck disable=SC2046 # the flags are words
   "$CC" -std=c11 -Wall -Wextra -Werror $(flags --cflags zentova-static) "$here/early.c" \
     $(flags --libs zentova-static) -o early
-  ./early >output.txt
-  diff - <(grep -E '^(early|main|exit|replaced)' output.txt) <<'OUTPUT'
+  ./early >early.txt
+  diff - <(grep -E '^(early|main|exit|replaced)' early.txt) <<'OUTPUT'
 early 1
 main 1
 replaced 1
@@ -195,7 +195,7 @@ endif()
 LISTS
   configure() {
     "$CMAKE" -G Ninja -S components -B components/build -Dwanted="$1" -DCMAKE_PREFIX_PATH="$prefix" \
-      -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >output.txt 2>&1
+      -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >components.txt 2>&1
   }
   configure 'shared;static;cpp'
   configure ''
@@ -203,7 +203,7 @@ LISTS
     echo 'a component that is not there was found'
     return 1
   fi
-  grep -q 'not found:.*python' output.txt
+  grep -q 'not found:.*python' components.txt
 }
 
 cmake_takes_only_a_version_that_fits() {
