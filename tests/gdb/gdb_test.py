@@ -216,7 +216,12 @@ def prints_connections():
                              '{["height"] = 0x ztProperty count=1 "height" ztInt = 7, '
                              '["place"] = 0x ztProperty count=1 "place" ztString = "cellar", '
                              '["slope"] = 0x ztProperty count=1 "slope" ztFloat = 0.5}')
-    slots, blocked = printed("*all.signal->slots", "*all.blocked")
+    slots, blocked, others = printed("*all.signal->slots", "*all.blocked", "*all.inlet->dynamicProperties")
+    expect_equal(others, 'ztPropertyMap count=1 with 4 elements = '
+                         '{["grade"] = 0x ztProperty count=1 "grade" ztChar = -1, '
+                         '["maker"] = 0x ztProperty count=1 "maker" ztCharPtr = "us", '
+                         '["open"] = 0x ztProperty count=1 "open" ztBool = 1, '
+                         '["peer"] = 0x ztProperty count=1 "peer" ztVoidPtr = 0x Gauge count=1 "boiler"}')
     for receiver in ('Gauge count=2 "inlet \\"B\\""', "ztObject count=1"):
         expect(f'= 0x ztSlot count=1 "onLevel" -> 0x {receiver} by onLevel' in slots, slots)
     expect(blocked.startswith('ztSignal count=1 "destroyed" with 1 slot (blocked) = {name = '), blocked)

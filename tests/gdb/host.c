@@ -129,11 +129,13 @@ static void makeNodes(void) {
   ztObject_blockSignal(all.inlet, "destroyed", 1);
   all.signal = Gauge_of(all.gauge)->addSignal(klass, all.gauge, "levelChanged", 1);
   all.blocked = Gauge_of(all.inlet)->addSignal(klass, all.inlet, "destroyed", 1);
-  Gauge_of(all.gauge)->setProperty(all.gauge, "height", "ztInt", (ztWord) & (int32_t){7});
-  Gauge_of(all.gauge)->setProperty(all.gauge, "slope", "ztFloat", (ztWord) & (double){0.5});
-  ztString *place = textOf("cellar");
-  Gauge_of(all.gauge)->setProperty(all.gauge, "place", "ztString", (ztWord)place);
-  ztString_of(place)->unRef(place);
+  ztObject_addInt(all.gauge, "height", 7);
+  ztObject_addFloat(all.gauge, "slope", 0.5);
+  ztObject_addText(all.gauge, "place", "cellar");
+  ztObject_addChar(all.inlet, "grade", -1);
+  ztObject_addCharPtr(all.inlet, "maker", "us");
+  ztObject_addBool(all.inlet, "open", 1);
+  ztObject_addPointer(all.inlet, "peer", all.gauge);
   all.asRoot = (const ztRoot *)all.gauge;
   all.untyped = all.gauge;
   all.hidden = (struct Hidden *)all.gauge;

@@ -89,8 +89,8 @@ class Heaps:
         return self.heaps[number] if number >= 0 and address < self.heaps[number].end else None
 
     def find_caches(self, heap):
-        for number, start in enumerate(heap.starts):
-            if heap.used[number] and heap.chunk(start)[2] - start == CACHE_SIZE:
+        for start, next_start, used in zip(heap.starts, heap.starts[1:], heap.used):
+            if used and next_start - start == CACHE_SIZE:
                 self.cached |= self.cached_in(start + HEADER)
 
     def cached_in(self, cache):
