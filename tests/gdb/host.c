@@ -251,18 +251,42 @@ void stop(void *gauge, ztRoot *node) {
   printf("%p %p\n", gauge, (void *)node);
 }
 
+/** Releases an array of strings, whose memory then holds what is left of them. */
+static void leaveStrings(int count) {
+  ztStringArray *array = ztStringArray_new();
+  for (int i = 0; i < count; ++i) ztStringArray_of(array)->pushBack(array, all.text);
+  ztStringArray_of(array)->unRef(array);
+}
+
+/** Releases two connected objects. */
+static void leaveConnection(void) {
+  ztObject *sender = ztObject_new();
+  ztObject *receiver = ztObject_new();
+  ztObject_connect(sender, "levelChanged", receiver, ZT_SLOT(onLevel), 1);
+  ztObject_of(sender)->unRef(sender);
+  ztObject_of(receiver)->unRef(receiver);
+}
+
 /** Objects that another thread made: every second one is released, and one is on the stack. */
 static void *runThread(void *unused) {
   (void)unused;
+  /* Begins as an object does, but is too small for one. */
+  void **record = malloc(2 * sizeof *record);
+  record[0] = ztListItemClass_Instance();
+  record[1] = (void *)1;
   ztLink *links[40];
   for (int i = 0; i < 40; ++i) links[i] = ztLink_new();
   for (int i = 0; i < 40; i += 2) ztLink_of(links[i])->unRef(links[i]);
   ztLink link;
   ztLink_ctor(&link, 1);
-  ztStringArray *array = ztStringArray_new();
-  for (int i = 0; i < 20; ++i) ztStringArray_of(array)->pushBack(array, all.text);
-  ztStringArray_of(array)->unRef(array);
+  leaveStrings(20);
+  leaveStrings(200);
+  ztString *strings[30];
+  for (int i = 0; i < 30; ++i) strings[i] = textOf("short");
+  for (int i = 0; i < 30; ++i) ztString_of(strings[i])->unRef(strings[i]);
+  leaveConnection();
   stop(all.gauge, (ztRoot *)all.inlet);
+  free(record);
   return NULL;
 }
 

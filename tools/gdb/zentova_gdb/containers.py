@@ -4,8 +4,6 @@ from .layout import OFFSETS
 from .memory import Unreadable
 from .values import NoObject, Pointer, Problem, most_shown
 
-MOST_TREE_LEVELS = 64
-
 
 class Container:
     """What an object is that holds others; a part of Object."""
@@ -105,7 +103,7 @@ class Container:
         seen, above, item = set(), [], self.word("ztAvlTree", "root")
         while item or above:
             while item:
-                if item in seen or len(above) > MOST_TREE_LEVELS:
+                if item in seen:
                     yield wrong(f"the tree leads in a circle, to {item:#x}")
                     return
                 seen.add(item)
