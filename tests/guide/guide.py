@@ -29,10 +29,10 @@ import tree  # noqa: E402
 GUIDE = tree.ROOT / "docs" / "guide"
 LISTINGS = GUIDE / "listings"
 ANSWERS = GUIDE / "how-do-i.md"
-# The chapter on Python is one session, which python/tests runs.
+# Sessions: those of the first kind are run here, the others by python/tests and tests/gdb.
 SESSIONS = sorted(GUIDE.glob("[0-9][0-9]-ztinspect.md"))
 CHAPTERS = sorted(path for path in GUIDE.glob("[0-9][0-9]-*.md")
-                  if path not in SESSIONS and not path.name.endswith("-python.md"))
+                  if path not in SESSIONS and not path.name.endswith(("-python.md", "-debugger.md")))
 DOCUMENTS = [*CHAPTERS, *SESSIONS, ANSWERS, GUIDE / "README.md"]
 
 MARK = re.compile(r"\s*// (begin|end) (\w+)")

@@ -30,7 +30,11 @@ files_of_tool() {
 # holds_the_library_and_what_finds_it <version> [tool]
 holds_the_library_and_what_finds_it() {
   cd "$prefix"
-  diff <(if [ $# -gt 1 ]; then files_of_tool "$2"; fi | sort) <(find . ! -type d -path './[bs][ih]*' | sort)
+  diff <(if [ $# -gt 1 ]; then files_of_tool "$2"; fi | sort) \
+    <(find . ! -type d -path './[bs][ih]*' ! -path './share/gdb/*' | sort)
+  # gdb takes the script by the path of the library, which was that of the folder that all was installed to.
+  diff - <(cd "share/gdb/auto-load${prefix%/moved}/first/$LIBDIR" && find . ! -type d ! -path './zentova_gdb/*.py') \
+    <<<"./libztcore.so.$1-gdb.py"
   diff - <(find . ! -type d ! -path "./$INCLUDEDIR/*" ! -path './[bs][ih]*' |
     grep -v 'Zentova[A-Za-z]*-[a-z]*\.cmake$' | sort) <<LIST
 ./$LIBDIR/cmake/Zentova/ZentovaConfig.cmake
@@ -50,12 +54,14 @@ LIST
 
 # parts_are_installed_on_their_own <build folder>: what programs run with, what they are built with, and tools.
 parts_are_installed_on_their_own() {
+  local folder=$PWD
   rm -rf runtime development tools
   mkdir tools
   "$CMAKE" --install "$1" --prefix "$PWD/runtime" --component runtime >/dev/null
   "$CMAKE" --install "$1" --prefix "$PWD/development" --component development >/dev/null
   "$CMAKE" --install "$1" --prefix "$PWD/tools" --component tools >/dev/null
-  files_of() { (cd "$1" && find . ! -type d | sort); }
+  # What gdb loads is under the path of the library.
+  files_of() { (cd "$1" && find . ! -type d | sed "s|auto-load$folder/[a-z]*/|auto-load/|" | sort); }
   [ "$(files_of runtime | grep -vc 'libztcore\.so\.')" -eq 0 ]
   grep -q 'libztcore\.so$' <<<"$(files_of development)"
   diff <(files_of moved) <((files_of runtime && files_of development && files_of tools) | sort)
@@ -136,10 +142,10 @@ hosts_of_pkg_config_and_cmake_agree() {
 # The static library: none is loaded, also with no library at all and in a program at a fixed address.
 static_hosts_load_no_library() {
   need_pkg_config
-  configure_host cmake_host 1.0 >/dev/null
-  "$CMAKE" --build cmake_host --target host_static >/dev/null
+  configure_host cmake_static_host 1.0 >/dev/null
+  "$CMAKE" --build cmake_static_host --target host_static >/dev/null
   mkdir -p static_hosts
-  cp cmake_host/host_static static_hosts/of_cmake
+  cp cmake_static_host/host_static static_hosts/of_cmake
   local way
   for way in -pie -no-pie -static; do
     compile_host static_host zentova-static "$way"
@@ -150,8 +156,8 @@ static_hosts_load_no_library() {
       echo "$way loads the library"
       return 1
     fi
-    (cd static_hosts && "../$way") >output.txt
-    diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' output.txt)
+    (cd static_hosts && "../$way") >of_static.txt
+    diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' of_static.txt)
   done
 }
 
@@ -161,8 +167,8 @@ static_hosts_begin_before_main_and_replace_memory_functions() {
   # shellcheck disable=SC2046 # the flags are words
   "$CC" -std=c11 -Wall -Wextra -Werror $(flags --cflags zentova-static) "$here/early.c" \
     $(flags --libs zentova-static) -o early
-  ./early >output.txt
-  diff - <(grep -E '^(early|main|exit|replaced)' output.txt) <<'OUTPUT'
+  ./early >early.txt
+  diff - <(grep -E '^(early|main|exit|replaced)' early.txt) <<'OUTPUT'
 early 1
 main 1
 replaced 1
@@ -189,7 +195,7 @@ endif()
 LISTS
   configure() {
     "$CMAKE" -G Ninja -S components -B components/build -Dwanted="$1" -DCMAKE_PREFIX_PATH="$prefix" \
-      -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >output.txt 2>&1
+      -DCMAKE_C_COMPILER="$CC" -DCMAKE_CXX_COMPILER="$CXX" >components.txt 2>&1
   }
   configure 'shared;static;cpp'
   configure ''
@@ -197,7 +203,7 @@ LISTS
     echo 'a component that is not there was found'
     return 1
   fi
-  grep -q 'not found:.*python' output.txt
+  grep -q 'not found:.*python' components.txt
 }
 
 cmake_takes_only_a_version_that_fits() {

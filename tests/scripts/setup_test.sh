@@ -157,7 +157,7 @@ knows_what_each_profile_takes() {
   export ZT_DOCS_THEME=none.css
   run test
   expect_status 1
-  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3 abigail-tools chromium libcli11-dev nlohmann-json3-dev'
+  expect_requested 'libgtest-dev valgrind clang libclang-rt-dev clang-format clang-tidy doxygen python3 abigail-tools chromium libcli11-dev nlohmann-json3-dev gdb'
   run coverage
   expect_status 1
   expect_named 'libgtest-dev gcovr'
