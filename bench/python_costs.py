@@ -10,13 +10,14 @@ The first table is what the package is held to: a method call 1.2 times, reading
 import gc
 import os
 import pathlib
+import statistics
 import subprocess
 import sys
 import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-ROUNDS, CALLS = 61, 5000
+ROUNDS, CALLS = 151, 2000
 NODES = 1_000_000
 
 
@@ -44,18 +45,17 @@ def loop(statement, names):
 
 
 def compare(what, ours, theirs, limit=None):
-    """Runs two functions by turns; prints the least time of each, which other work on the machine disturbs least, and
-    their proportion."""
+    """Runs two functions by turns. Prints the median time of each, and the median of the proportions of each round:
+    the three of a round follow each other within milliseconds, so what else the machine does disturbs them alike."""
     nothing = loop("pass", {})
-    times = {"ours": [], "theirs": [], "nothing": []}
+    found = []
     for _ in range(ROUNDS):
-        for name, function in (("ours", ours), ("theirs", theirs), ("nothing", nothing)):
-            times[name].append(timed(function))
-    base = min(times["nothing"])
-    least = {name: (min(found) - base) / CALLS * 1e9 for name, found in times.items()}
-    ratio = least["ours"] / least["theirs"]
+        base = timed(nothing)
+        found.append((timed(ours) - base, timed(theirs) - base))
+    mine, other = (statistics.median(times) / CALLS * 1e9 for times in zip(*found))
+    ratio = statistics.median(one / two for one, two in found)
     held = "" if limit is None else f"   at most {limit}: {'yes' if ratio <= limit else 'NO'}"
-    print(f"{what:58} {least['ours']:7.0f} ns {least['theirs']:7.0f} ns   {ratio:5.2f}{held}")
+    print(f"{what:58} {mine:7.0f} ns {other:7.0f} ns   {ratio:5.2f}{held}", flush=True)
     return ratio
 
 

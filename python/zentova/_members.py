@@ -18,6 +18,8 @@ from .errors import Error, UnsafeError
 
 ABSTRACT = engine.address_of("ztOOP_ztVirtualFuncHandler")
 DATA = 3  # ztMethodData
+#: Numbers up to this one have one digit in the interpreter.
+SMALL = 2**30 - 1
 
 #: Classes of arguments that a program vouched for: see zt.declare().
 vouched: dict[tuple[int, str, str], Any] = {}
@@ -147,7 +149,8 @@ class Source:
             self.before.append(f"if type({name}) is not float: {name} = number_of({name}, {name!r})")
             self.passed.append(f"{kind.__name__}({name})")
             return
-        low, high = declare.RANGES[kind]
+        # The interpreter compares small numbers faster. Larger ones, too, are found to be right or wrong there.
+        low, high = max(declare.RANGES[kind][0], -SMALL), min(declare.RANGES[kind][1], SMALL)
         self.before.append(f"if type({name}) is not int or not {low} <= {name} <= {high}: "
                            f"{name} = wrong_number({name}, {name!r}, {kind.__name__})")
         # Whole numbers are passed as 32 bits.

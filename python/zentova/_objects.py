@@ -7,7 +7,7 @@ import threading
 import weakref
 from ctypes import c_void_p
 from types import FunctionType
-from typing import Any, Iterator
+from typing import TYPE_CHECKING, Any, Iterator
 
 from . import _engine as engine
 from ._engine import ended, failed, known, pending, raise_pending, running, word_at
@@ -194,9 +194,10 @@ class Object(metaclass=EngineClass):
     def __repr__(self) -> str:
         return f"<{type(self).__name__} {'of the past' if not self._c else hex(self._a)}>"
 
-    def __getattr__(self, name: str) -> Any:
-        from ._properties import dynamic
-        return dynamic(self, name)
+    if TYPE_CHECKING:
+        # Methods, fields and properties come from the descriptions. A real __getattr__ would make each use of an
+        # attribute slower: the interpreter then finds none of them at once.
+        def __getattr__(self, name: str) -> Any: ...
 
     def __del__(self, unwatch: Any = engine.unwatch, address_of: Any = ctypes.addressof) -> None:
         try:
@@ -260,9 +261,20 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
             calls.passing.append(cell)
     else:
         wrapper._c = c_void_p(address)
+    if cls._watched and wrapper._c:
+        learn_names(cls, address)
     if address in attributes and hasattr(wrapper, "__dict__"):
         wrapper.__dict__ = attributes[address]
     return wrapper
+
+
+def learn_names(cls: Any, address: int) -> None:
+    """Makes attributes of the properties that an object of ztObject has by itself."""
+    properties = word_at(address + 24)
+    tree = word_at(properties + 88) if properties else 0
+    if tree and ctypes.c_uint32.from_address(tree + 72).value:
+        from ._properties import learn
+        learn(cls, properties)
 
 
 #: Classes of ztObject whose objects have no attributes of Python's, by descriptor.

@@ -142,12 +142,14 @@ def get_value(wrapper: Any, name: str, kind: Kind) -> Any:
     if not wrapper._c:
         ended(wrapper)
     out = kind.ctype()
-    engine.log.mark()
     done = kind.get(wrapper._c, name.encode(), ctypes.byref(out))
     if pending:
         raise_pending()
     if not done:
-        engine.failed(f"{type(wrapper).__name__}.{name} is not read")
+        # Nothing was read: the second try tells why.
+        engine.log.mark()
+        if not kind.get(wrapper._c or ended(wrapper), name.encode(), ctypes.byref(out)) or pending:
+            engine.failed(f"{type(wrapper).__name__}.{name} is not read")
     return read(kind, out, wrapper)
 
 
@@ -218,7 +220,7 @@ class Property:
         names = {"f": kind.set, "name": name.encode(), "ended": ended, "pending": pending, "type": type,
                  "raise_pending": raise_pending, "set_value": set_value, "kind": kind, "text": name, "int": int,
                  "float": float, "c_double": c_double}
-        fits, passed = (("type(value) is int and -2147483648 <= value <= 2147483647", "value")
+        fits, passed = ((f"type(value) is int and {-_members.SMALL} <= value <= {_members.SMALL}", "value")
                         if kind.name == "ztInt" else ("type(value) is float", "c_double(value)"))
         call = f"f(self._c or ended(self), name, {passed})"
         setter = direct_setter(wrapper, name, kind) if type(wrapper) is cls else None
@@ -263,17 +265,17 @@ def access_of(klass: int) -> tuple[int, ...]:
     return word_at(table + 8 * objects.GET_PROPERTY), word_at(table + 8 * objects.SET_PROPERTY)
 
 
-def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] | None:
+def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None:
     """The setValue of properties, which setProperty calls once it has found the property by its name, and the
     property; None where a function of a host stands between."""
     found = engine.find_property(wrapper._a, name.encode())
     if kind.name != "ztInt" or not found or access_of(type(wrapper)._klass) != _own:
         return None
     place = word_at(objects.class_named("ztProperty")._klass + 40) + 8 * objects.SET_VALUE
-    return ctypes.PYFUNCTYPE(c_int32).from_address(place), c_void_p(found)
+    return ctypes.PYFUNCTYPE(c_int32).from_address(place), c_void_p.from_param(found)
 
 
-def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] | None:
+def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None:
     """The function in C that reads a property, and the property, which it gets as well; None where functions of a
     host stand between, and for kinds whose value is not the result."""
     if kind.name not in ("ztInt", "ztBool", "ztChar", "ztFloat"):
@@ -285,7 +287,7 @@ def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] |
     type_class, getter = word_at(found + 24), word_at(found + 32)
     if not getter or _types.get(type_class) != word_at(word_at(type_class + 40) + 8 * objects.GET_VALUE):
         return None
-    return ctypes.PYFUNCTYPE(kind.ctype)(getter), c_void_p(found)
+    return ctypes.PYFUNCTYPE(kind.ctype)(getter), c_void_p.from_param(found)
 
 
 def described(cls: Any) -> list[PropertyDescription]:
@@ -355,17 +357,17 @@ def kind_of(wrapper: Any, name: str) -> Kind:
     raise Error(f"the property {name} is of a host's own kind")
 
 
-def dynamic(wrapper: Any, name: str) -> Any:
-    """An attribute that the class does not have: a property of this object."""
-    if name.startswith("_") or not wrapper._watched:
-        raise AttributeError(f"a {type(wrapper).__name__} has no {name!r}")
-    kind_of(wrapper, name)
-    for cls in type(wrapper).__mro__:
-        if name in cls.__dict__:
-            break
-    else:
+def learn(cls: Any, properties: int) -> None:
+    """Makes attributes of the dynamic properties in a map."""
+    from ._signals import text_of_string, values_of_map
+    for address in values_of_map(properties):
+        make_attribute(cls, engine.text_at(text_of_string(word_at(address + 16))) or "")
+
+
+def make_attribute(cls: Any, name: str) -> None:
+    """Makes an attribute of a dynamic property that an object of a class has; what the class has of that name stays."""
+    if name.isidentifier() and not name.startswith("_") and not hasattr(cls, name):
         setattr(objects.class_named("ztObject"), name, Dynamic(name))
-    return get_value(wrapper, name, kind_of(wrapper, name))
 
 
 def add_property(wrapper: Any, name: str, kind: str, initial: Any = None) -> None:
@@ -386,18 +388,21 @@ def add_property(wrapper: Any, name: str, kind: str, initial: Any = None) -> Non
     engine.log.mark()
     if not one.add(wrapper._c, name.encode(), passed):
         engine.failed(f"{name} is not made")
-    if not isinstance(getattr(type(wrapper), name, None), Dynamic):
-        setattr(objects.class_named("ztObject"), name, Dynamic(name))
+    make_attribute(type(wrapper), name)
 
 
 def set_property(wrapper: Any, name: str, value: Any) -> None:
     """Sets a property, static or dynamic, by its name."""
-    set_value(wrapper, name, kind_of(wrapper, name), value)
+    kind = kind_of(wrapper, name)
+    make_attribute(type(wrapper), name)
+    set_value(wrapper, name, kind, value)
 
 
 def get_property(wrapper: Any, name: str) -> Any:
     """Reads a property, static or dynamic, by its name."""
-    return get_value(wrapper, name, kind_of(wrapper, name))
+    kind = kind_of(wrapper, name)
+    make_attribute(type(wrapper), name)
+    return get_value(wrapper, name, kind)
 
 
 def properties(of: Any) -> list[PropertyDescription]:
@@ -411,6 +416,7 @@ def properties(of: Any) -> list[PropertyDescription]:
     if not of._c:
         ended(of)
     static = described(type(of))
+    objects.learn_names(type(of), of._a)
     array = objects.class_named("ztPtrArray")()
     klass = word_at(of._a)
     listed = ctypes.CFUNCTYPE(c_int32).from_address(word_at(klass + 40) + 8 * 30)(of._c, array._c)

@@ -412,7 +412,7 @@ def subclass(cls: Any) -> Any:
     if own and not parent._watched:
         raise TypeError(f"{parent.__name__} has no properties: they are those of ztObject")
     for one in own:
-        if hasattr(parent, one.name):
+        if hasattr(parent, one.name) and not isinstance(getattr(parent, one.name), _properties.Dynamic):
             raise TypeError(f"{parent.__name__} has a {one.name!r}")
     Builder(cls, parent, methods, slots, own).build()
     return cls
