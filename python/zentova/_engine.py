@@ -52,7 +52,7 @@ class Log:
         """Reasons are what is written from here on."""
         if self.file < 0:
             return
-        self.at = os.fstat(self.file).st_size
+        self.at = os.lseek(self.file, 0, os.SEEK_END)
         if self.own and self.at > self.LARGEST:
             os.ftruncate(self.file, 0)
             self.at = 0
@@ -61,7 +61,7 @@ class Log:
         """The lines since the last mark, without their ends; marks."""
         if self.file < 0:
             return ""
-        size = os.fstat(self.file).st_size
+        size = os.lseek(self.file, 0, os.SEEK_END)
         text = os.pread(self.file, min(size - self.at, 4096), self.at) if size > self.at else b""
         self.mark()
         return text.decode(errors="replace").strip()

@@ -18,6 +18,9 @@ from .errors import Error, UnsafeError
 
 ABSTRACT = engine.address_of("ztOOP_ztVirtualFuncHandler")
 DATA = 3  # ztMethodData
+#: How a text of the engine becomes one of Python, and the other way, in the functions that are made here.
+DECODED = "r if r is None else r.decode('utf-8', 'surrogateescape')"
+ENCODED = "value.encode('utf-8', 'surrogateescape')"
 #: Numbers up to this one have one digit in the interpreter.
 SMALL = 2**30 - 1
 
@@ -336,7 +339,7 @@ def result_of(source: Source, kind: declare.Type, introduced: str, name: str, li
         source.names["owned_text"] = owned_text
         return c_void_p, ["return owned_text(r)"]
     if kind.is_text:
-        return ctypes.c_char_p, ["return r if r is None else r.decode('utf-8', 'surrogateescape')"]
+        return ctypes.c_char_p, [f"return {DECODED}"]
     role = policy.RESULTS.get(f"{introduced}.{name}")
     if role == "object":
         source.names["borrow"] = objects.borrow

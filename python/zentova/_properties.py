@@ -101,9 +101,8 @@ def set_value(wrapper: Any, name: str, kind: Kind, value: Any) -> None:
         ended(wrapper)
     passed = value_for(kind, name, value)
     data = name.encode()
-    engine.log.mark()
     before = texts.get((wrapper._a, data))
-    if kind.name == "ztCharPtr":
+    if kind.name == "ztCharPtr" and not is_copied(type(wrapper), name):
         keep_text(wrapper, data, passed)
     done = kind.set(wrapper._c, data, passed)
     if not done and before and (wrapper._a, data) in texts:
@@ -111,7 +110,10 @@ def set_value(wrapper: Any, name: str, kind: Kind, value: Any) -> None:
     if pending:
         raise_pending()
     if not done:
-        engine.failed(f"{type(wrapper).__name__}.{name} is not set")
+        # Nothing was written: the second try tells why.
+        engine.log.mark()
+        if not kind.set(wrapper._c or ended(wrapper), data, passed) or pending:
+            engine.failed(f"{type(wrapper).__name__}.{name} is not set")
 
 
 def end_all() -> None:
@@ -119,6 +121,12 @@ def end_all() -> None:
     for (address, _), (_, cell) in texts.items():
         if cell:
             engine.unwatch(address, ctypes.addressof(cell))
+
+
+def is_copied(cls: Any, name: str) -> bool:
+    """Whether the setter of a text is the library's or Python's, which copy it. One of a host may keep the pointer."""
+    native = next(one for one in cls.__mro__ if not one.__dict__.get("_python"))
+    return objects.is_library(native._name) and not isinstance(getattr(cls, name, None), Dynamic)
 
 
 def keep_text(wrapper: Any, name: bytes, text: bytes) -> None:
@@ -201,7 +209,7 @@ class Property:
         if getter is None:
             return lambda self: get_value(self, name, kind)
         function, of = getter
-        convert = "return r != 0" if kind.name == "ztBool" else "return r"
+        convert = {"ztBool": "return r != 0", "ztCharPtr": f"return {_members.DECODED}"}.get(kind.name, "return r")
         names = {"f": function, "of": of, "ended": ended, "pending": pending, "raise_pending": raise_pending}
         exec(f"def {kind.name}(self):\n"
              " r = f(self._c or ended(self), of)\n"
@@ -215,13 +223,12 @@ class Property:
             def unwritable(self: Any, value: Any) -> None:
                 raise AttributeError(f"{cls.__name__}.{name} is only read")
             return unwritable
-        if kind.name not in ("ztInt", "ztFloat"):
+        fits, passed = FITTING.get(kind.name, ("", ""))
+        if not fits or kind.name == "ztCharPtr" and not is_copied(cls, name):
             return lambda self, value: set_value(self, name, kind, value)
         names = {"f": kind.set, "name": name.encode(), "ended": ended, "pending": pending, "type": type,
                  "raise_pending": raise_pending, "set_value": set_value, "kind": kind, "text": name, "int": int,
-                 "float": float, "c_double": c_double}
-        fits, passed = ((f"type(value) is int and {-_members.SMALL} <= value <= {_members.SMALL}", "value")
-                        if kind.name == "ztInt" else ("type(value) is float", "c_double(value)"))
+                 "float": float, "c_double": c_double, "bool": bool, "str": str}
         call = f"f(self._c or ended(self), name, {passed})"
         setter = direct_setter(wrapper, name, kind) if type(wrapper) is cls else None
         if setter is not None:
@@ -234,6 +241,16 @@ class Property:
              " if pending: raise_pending()\n"
              " if not r: set_value(self, text, kind, value)\n", names)
         return names["write"]
+
+
+#: For each kind: which values the short way takes, and what it passes. Other values go the long way.
+FITTING = {
+    "ztInt": (f"type(value) is int and {-_members.SMALL} <= value <= {_members.SMALL}", "value"),
+    "ztBool": ("type(value) is bool", "value"), "ztChar": ("type(value) is int and -128 <= value <= 127", "value"),
+    "ztFloat": ("type(value) is float", "c_double(value)"),
+    "ztString": ("type(value) is str and '\\0' not in value", _members.ENCODED),
+    "ztCharPtr": ("type(value) is str and '\\0' not in value", _members.ENCODED),
+}
 
 
 def own_functions() -> dict[int, int]:
@@ -259,6 +276,11 @@ def remember_types() -> None:
     _own = access_of(root._klass)
 
 
+def own_access() -> tuple[int, ...]:
+    """How the library's classes read and set properties."""
+    return _own
+
+
 def access_of(klass: int) -> tuple[int, ...]:
     """The functions of a class by which properties are read and set."""
     table = word_at(klass + 40)
@@ -269,7 +291,7 @@ def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None
     """The setValue of properties, which setProperty calls once it has found the property by its name, and the
     property; None where a function of a host stands between."""
     found = engine.find_property(wrapper._a, name.encode())
-    if kind.name != "ztInt" or not found or access_of(type(wrapper)._klass) != _own:
+    if kind.name not in ("ztInt", "ztBool", "ztChar") or not found or access_of(type(wrapper)._klass) != _own:
         return None
     place = word_at(objects.class_named("ztProperty")._klass + 40) + 8 * objects.SET_VALUE
     return ctypes.PYFUNCTYPE(c_int32).from_address(place), c_void_p.from_param(found)
@@ -278,7 +300,7 @@ def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None
 def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None:
     """The function in C that reads a property, and the property, which it gets as well; None where functions of a
     host stand between, and for kinds whose value is not the result."""
-    if kind.name not in ("ztInt", "ztBool", "ztChar", "ztFloat"):
+    if kind.name not in ("ztInt", "ztBool", "ztChar", "ztFloat", "ztCharPtr"):
         return None
     klass = type(wrapper)._klass
     found = engine.find_property(wrapper._a, name.encode())
@@ -307,9 +329,9 @@ def add_properties(cls: Any) -> None:
     """Gives a class the attributes of its static properties."""
     for one in described(cls):
         taken = cls.__dict__.get(one.name) or getattr(objects.Object, one.name, None)
-        if one.kind in KINDS and (taken is None or isinstance(taken, (_members.Field, Declared))):
-            if not isinstance(taken, Declared):
-                setattr(cls, one.name, Property(cls, one.name, KINDS[one.kind], one.readable, one.writable))
+        ours = any(isinstance(above.__dict__.get(one.name), Declared) for above in cls.__mro__)
+        if one.kind in KINDS and not ours and (taken is None or isinstance(taken, _members.Field)):
+            setattr(cls, one.name, Property(cls, one.name, KINDS[one.kind], one.readable, one.writable))
 
 
 class Declared:

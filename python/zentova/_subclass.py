@@ -42,32 +42,35 @@ class prop(_properties.Declared):
     def __set_name__(self, owner: Any, name: str) -> None:
         self.name, self.owner = name, owner
 
-    def __get__(self, wrapper: Any, owner: Any = None) -> Any:
-        if wrapper is None:
-            return self
-        self.check(wrapper)
-        return self.load(wrapper._a)
+    # In Python: through the view of the object's memory that is among its attributes.
 
-    def __set__(self, wrapper: Any, value: Any) -> None:
-        self.check(wrapper)
-        _properties.set_value(wrapper, self.name, self.kind, value)
-
-    def check(self, wrapper: Any) -> None:
-        if not isinstance(wrapper, self.owner) or not self.offset:
-            _members.wrong_self(wrapper, self.owner)
-        if not wrapper._c:
-            ended(wrapper)
+    def accessor(self, plain: bool) -> "Accessor":
+        """The attribute of the class. Where setting a property is `plain`, as the library's classes do it, and the
+        object has no signals that could tell of it, the value is stored at once."""
+        kind, name = self.kind, self.name
+        names = {"ended": ended, "set_value": _properties.set_value, "kind": kind, "guess": objects.guess,
+                 "size": method_in("ztMap", 23, c_int32), "get": method_in("ztString", 18, c_char_p),
+                 "set": method_in("ztString", 16, c_void_p)}
+        is_text, is_pointer = kind.ctype is c_char_p, kind.ctype is c_void_p
+        lines = ["def read(self):", " if not self._c: ended(self)", f" r = self.{VIEW}.{name}"]
+        if is_text:
+            lines += [" r = get(r)", f" return {_members.DECODED}"]
+        elif is_pointer:
+            lines += [" return guess(r.value)"]
+        else:
+            lines += [" return r != 0" if kind.name == "ztBool" else " return r"]
+        lines += ["def write(self, value):", " if not self._c: ended(self)"]
+        if plain and not is_pointer:
+            fits, passed = _properties.FITTING[kind.name]
+            store = (f"if set(view.{name}, {passed}): return" if is_text else f"view.{name} = value; return")
+            lines += [f" if {fits}:", f"  view = self.{VIEW}", f"  if not size(view.{SIGNALS}):", f"   {store}"]
+        exec("\n".join(lines + [f" set_value(self, {name!r}, kind, value)"]), names)
+        return Accessor(names["read"], names["write"], None, f"{kind.name} {name}")
 
     # In memory: numbers and pointers as they are, of both kinds of texts a ztString.
 
-    def load(self, address: int) -> Any:
-        place, kind = address + self.offset, self.kind
-        if kind.ctype is c_char_p:
-            return _members.string_text(word_at(place))
-        if kind.ctype is c_void_p:
-            return objects.guess(word_at(place))
-        value = kind.ctype.from_address(place).value
-        return value != 0 if kind.name == "ztBool" else value
+    def load_text(self, address: int) -> str:
+        return _members.string_text(word_at(address + self.offset)) or ""
 
     def begin(self, address: int) -> None:
         """The value of a new object."""
@@ -84,12 +87,11 @@ class prop(_properties.Declared):
         """After the bytes were copied: a string of the copy's own."""
         if self.kind.ctype is c_char_p:
             place = target + self.offset
-            text = _members.string_text(word_at(place)) or ""
-            c_void_p.from_address(place).value = new_string(engine.text_to_bytes(text))
+            c_void_p.from_address(place).value = new_string(engine.text_to_bytes(self.load_text(target)))
 
     def assign(self, target: int, source: int) -> None:
         if self.kind.ctype is c_char_p:
-            set_string(word_at(target + self.offset), engine.text_to_bytes(self.load(source) or ""))
+            set_string(word_at(target + self.offset), engine.text_to_bytes(self.load_text(source)))
         else:
             ctypes.memmove(target + self.offset, source + self.offset, STORED[self.kind.name][1])
 
@@ -134,6 +136,36 @@ class prop(_properties.Declared):
         passed = c_int32 if ctype is c_int8 else ctype
         return (CFUNCTYPE(ctype, c_void_p, c_void_p)(guarded(get)),
                 CFUNCTYPE(None, c_void_p, passed)(guarded(set_)))
+
+
+class Accessor(property, _properties.Declared):
+    """The attribute of a property of a class in Python."""
+
+
+class Address(c_void_p):
+    """A pointer in a view: a field of this class is not made a number."""
+
+
+#: The attribute that is the view, and the field of it that is the map of the object's signals.
+VIEW, SIGNALS = "_zentova_view", "_zentova_signals"
+
+
+def view_of(props: list[prop]) -> Any:
+    """The class of the views of objects with these properties."""
+    fields: list[tuple[str, Any]] = [("_zentova_header", ctypes.c_char * 16), (SIGNALS, Address)]
+    at = 24
+    for one in sorted(props, key=lambda one: one.offset):
+        if one.offset > at:
+            fields.append((f"_zentova_{at}", ctypes.c_char * (one.offset - at)))
+        numeric = one.kind.ctype not in (c_char_p, c_void_p)
+        fields.append((one.name, one.kind.ctype if numeric else Address))
+        at = one.offset + STORED[one.kind.name][1]
+    return type("View", (ctypes.Structure,), {"_fields_": fields})
+
+
+def method_in(name: str, slot: int, result: Any) -> Any:
+    """A method of a class of the library that runs no other code."""
+    return ctypes.PYFUNCTYPE(result).from_address(word_at(objects.class_named(name)._klass + 40) + 8 * slot)
 
 
 def guarded(function: Callable[..., Any]) -> Callable[..., Any]:
@@ -454,6 +486,10 @@ class Builder:
         type.__setattr__(self.cls, "_name", self.name)
         type.__setattr__(self.cls, "_python", True)
         type.__setattr__(self.cls, "_size", self.size)
+        type.__setattr__(self.cls, "_props", self.own)
+        plain = _properties.access_of(self.parent._klass) == _properties.own_access()
+        for one in self.own:
+            type.__setattr__(self.cls, one.name, one.accessor(plain))
         self.find_overrides()
         self.description = self.describe()
         objects.by_address[self.klass] = self.cls
@@ -499,8 +535,9 @@ class Builder:
     def add_lifecycle(self) -> None:
         cls, parent = self.cls, self.parent
 
-        def all_props() -> list[prop]:
-            return [value for above_it in cls.__mro__ for value in above_it.__dict__.values() if isinstance(value, prop)]
+        all_props: list[prop] = [one for above_it in parent.__mro__ for one in above_it.__dict__.get("_props", ())]
+        all_props = self.own + all_props
+        view = view_of(all_props).from_address
 
         native = next(one for one in parent.__mro__ if not one.__dict__.get("_python"))
 
@@ -514,11 +551,11 @@ class Builder:
         size = self.size
 
         def create(address: int) -> int:
-            objects.attributes[address] = {}
+            objects.attributes[address] = {VIEW: view(address)}
             ctypes.memset(address + 16, 0, size - 16)
             objects.calls.begun.append([address, False])
             try:
-                for one in all_props():
+                for one in all_props:
                     one.begin(address)
                 override = method_named("create")
                 if override is not None:
@@ -544,7 +581,7 @@ class Builder:
                     override(wrapper_of(address))
             finally:
                 native_slot(objects.DESTROY, None)(c_void_p(address))
-                for one in all_props():
+                for one in all_props:
                     one.end(address)
                 objects.attributes.pop(address, None)
                 _late_texts.extend(_last_texts.pop(address, {}).values())
@@ -557,10 +594,10 @@ class Builder:
         def clone(source: int, target: int) -> int:
             copied = native_slot(objects.CLONE, c_void_p)(c_void_p(source), c_void_p(target))
             if copied:
-                for one in all_props():
+                for one in all_props:
                     ctypes.memmove(target + one.offset, source + one.offset, STORED[one.kind.name][1])
                     one.copy(target)
-                objects.attributes[target] = dict(objects.attributes.get(source, {}))
+                objects.attributes[target] = {**objects.attributes.get(source, {}), VIEW: view(target)}
             return copied or 0
 
         def assign(target: int, source: int) -> int:
@@ -569,7 +606,7 @@ class Builder:
                 return int(bool(override(wrapper_of(target), wrapper_of(source))))
             done = native_slot(objects.ASSIGN, c_int32)(c_void_p(target), c_void_p(source))
             if done and word_at(source) == word_at(target):
-                for one in all_props():
+                for one in all_props:
                     one.assign(target, source)
             return done
 
