@@ -258,8 +258,9 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
         if parameters[0].type.mark == "ztOwned":
             if (introduced, name) != ("ztRoot", "setParent"):
                 raise UnsafeError("the call takes the object over")
-            source.names["moved"] = moved
-            source.after.append("moved(self, r, parent)")
+            source.names["moved"], source.names["references"] = moved, references
+            source.before.append("before = references(self)")
+            source.after.append("moved(self, r, parent, before)")
     else:
         raise UnsafeError("it does not take the object first")
     for parameter in parameters[1:]:
@@ -313,8 +314,24 @@ def optional_parent(source: Source, wanted: Any) -> None:
     source.passed.append(f"(None if {name} is None else {name}._c)")
 
 
-def moved(wrapper: Any, result: Any, parent: Any) -> None:
+def references(wrapper: Any) -> int:
+    """The references to a node that has a parent; 0 without one."""
+    if not wrapper._c or not word_at(wrapper._a + 136):
+        return 0
+    return ctypes.c_int32.from_address(wrapper._a + 8).value
+
+
+def drop_added(node: Any, before: int) -> None:
+    """Drops the references that a node got while it moved from a parent: one for leaving it, and one from the next. It
+    had all that it needs."""
+    for _ in range(1 + bool(references(node))):
+        if before and node._c and ctypes.c_int32.from_address(node._a + 8).value > max(before, 2):
+            objects.drop(node._a, word_at(node._a))
+
+
+def moved(wrapper: Any, result: Any, parent: Any, before: int) -> None:
     """After setParent: a node without a parent belongs to its wrapper, one with a parent to that."""
+    drop_added(wrapper, before)
     if result == 0:
         return
     if parent is None:
@@ -403,6 +420,9 @@ class Field:
             engine.ended(wrapper)
         place = wrapper._a + self.offset
         number = self.kind.number
+        if self.is_link:
+            from ._links import link_at
+            return link_at(wrapper, place)
         if number is not None and self.length:
             if self.kind.base == "char":
                 return engine.bytes_to_text(ctypes.string_at(place, self.length).split(b"\0")[0])
@@ -417,6 +437,11 @@ class Field:
         if self.kind.base == "ztString" and self.kind.stars == 1:
             return string_text(address)
         return objects.pointer(address)
+
+    @property
+    def is_link(self) -> bool:
+        """Whether it is a link in the memory of an object whose end is noticed."""
+        return self.kind.base == "ztLink" and not self.kind.stars and not self.length and self.cls._watched
 
     def __set__(self, wrapper: Any, value: Any) -> None:
         if not isinstance(wrapper, self.cls):

@@ -14,6 +14,7 @@ from . import _members
 from . import _objects as objects
 from . import _policy as policy
 from . import _properties
+from . import _tags
 from ._engine import ended, known, word_at
 from .errors import Error, UnsafeError
 
@@ -257,6 +258,8 @@ class Lifecycle:
         done = ctypes.CFUNCTYPE(result).from_address(word_at(parent._klass + 40) + 8 * slot)(wrapper._c)
         if engine.pending:
             engine.raise_pending()
+        if done:
+            _tags.add_series(wrapper)
         return done
 
 
@@ -377,13 +380,19 @@ def thunk(introduced: str, name: str, declaration: declare.Declaration, function
     calls = objects.calls
     nothing = None if declaration.result.is_void or declaration.result.stars else 0
     stored = name in ("read", "write")
+    tells_series = (introduced, name) == ("ztTag", "attrChanged")
+    if tells_series:
+        readers = [None]
 
     def called(address: int, *values: Any) -> Any:
         at = calls.enter(True)
         try:
             passed = [value if read is None else read(value)
                       for value, read, out in zip(values, readers, outs) if out is None]
-            got = function(wrapper_of(address), *passed)
+            wrapper = wrapper_of(address)
+            if tells_series:
+                passed = [_tags.changed_series(wrapper, passed[0])]
+            got = function(wrapper, *passed)
             if stored and engine.pending:
                 return nothing  # a method that it called through C raised: no half record passes for a whole one
             places = [(value, out) for value, out in zip(values, outs) if out is not None]
@@ -441,12 +450,15 @@ def subclass(cls: Any) -> Any:
         engine.free_class_info(info)
     own = [value for value in cls.__dict__.values() if isinstance(value, prop)]
     own.sort(key=lambda one: list(cls.__dict__).index(one.name))
+    series = [value for value in cls.__dict__.values() if isinstance(value, _tags.series)]
+    if series and not issubclass(parent, objects.class_named("ztTag")):
+        raise TypeError(f"{parent.__name__} has no series: they are those of ztTag")
     if own and not parent._watched:
         raise TypeError(f"{parent.__name__} has no properties: they are those of ztObject")
-    for one in own:
-        if hasattr(parent, one.name) and not isinstance(getattr(parent, one.name), _properties.Dynamic):
-            raise TypeError(f"{parent.__name__} has a {one.name!r}")
-    Builder(cls, parent, methods, slots, own).build()
+    for name in [one.name for one in own] + [one.name for one in series]:
+        if hasattr(parent, name) and not isinstance(getattr(parent, name), _properties.Dynamic):
+            raise TypeError(f"{parent.__name__} has a {name!r}")
+    Builder(cls, parent, methods, slots, own, series).build()
     return cls
 
 
@@ -470,8 +482,9 @@ class Builder:
     """Makes the descriptor of a class, its tables and the functions in them. Their memory stays."""
 
     def __init__(self, cls: Any, parent: Any, methods: dict[str, tuple[int, str, int]], slots: int,
-                 own: list[prop]) -> None:
-        self.cls, self.parent, self.methods, self.slots, self.own = cls, parent, methods, slots, own
+                 own: list[prop], series: list[_tags.series]) -> None:
+        self.cls, self.parent, self.methods, self.slots = cls, parent, methods, slots
+        self.own, self.series = own, series
         self.name = cls.__name__
         self.overrides: dict[int, Any] = {}
 
@@ -487,6 +500,7 @@ class Builder:
         type.__setattr__(self.cls, "_python", True)
         type.__setattr__(self.cls, "_size", self.size)
         type.__setattr__(self.cls, "_props", self.own)
+        type.__setattr__(self.cls, "_series", [*getattr(self.parent, "_series", ()), *self.series])
         plain = _properties.access_of(self.parent._klass) == _properties.own_access()
         for one in self.own:
             type.__setattr__(self.cls, one.name, one.accessor(plain))
@@ -522,7 +536,7 @@ class Builder:
                 type.__setattr__(cls, name, traced(cls, name, value))
                 continue
             why = policy.refusal(introduced, name) if objects.is_library(introduced) else None
-            if why:
+            if why and (introduced, name) not in policy.CHANGED_ONLY:
                 raise UnsafeError(f"{self.name}.{name} is not changed in Python: {why}")
             declaration = declare.parse(text)
             if declaration is None or not declaration.is_passable or declaration.parameters[0].type.base == "ztClass":
@@ -564,6 +578,8 @@ class Builder:
                 # An object whose create raised is destroyed like any other.
                 if objects.calls.begun.pop()[1] is False:
                     created = native_slot(objects.CREATE, c_int32)(c_void_p(address))
+                    if created and cls._series:
+                        _tags.add_series(early(address))
             return created
 
         def early(address: int) -> Any:

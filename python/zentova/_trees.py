@@ -280,9 +280,12 @@ def add_child(self: Any, child: Any) -> None:
 
 
 def call_parent(child: Any, parent: Any) -> None:
+    from ._members import drop_added, references
+    before = references(child)
     engine.log.mark()
     klass = word_at(parent._a)
     ctypes.CFUNCTYPE(None).from_address(word_at(klass + 40) + 8 * 41)(parent._c, child._c)
+    drop_added(child, before)
     if child._c and parent._c and word_at(child._a + 136) == parent._a:
         child._owned, child._keep = False, parent
     elif not engine.pending and child._c:
