@@ -314,9 +314,19 @@ def optional_parent(source: Source, wanted: Any) -> None:
     source.passed.append(f"(None if {name} is None else {name}._c)")
 
 
+class Left:
+    """What a wrapper keeps whose node has left a parent: nothing, but the node has a reference more than a new one."""
+
+    def __bool__(self) -> bool:
+        return False
+
+
+LEFT = Left()
+
+
 def references(wrapper: Any) -> int:
-    """The references to a node that has a parent; 0 without one."""
-    if not wrapper._c or not word_at(wrapper._a + 136):
+    """The references to a node that has or had a parent; 0 for a new one."""
+    if not wrapper._c or not (word_at(wrapper._a + 136) or wrapper._keep is LEFT):
         return 0
     return ctypes.c_int32.from_address(wrapper._a + 8).value
 
@@ -335,7 +345,8 @@ def moved(wrapper: Any, result: Any, parent: Any, before: int) -> None:
     if result == 0:
         return
     if parent is None:
-        wrapper._owned, wrapper._keep = True, None
+        if before or not wrapper._owned:
+            wrapper._owned, wrapper._keep = True, LEFT
         objects.made[wrapper._a] = objects.weakref.ref(wrapper)
     else:
         wrapper._owned, wrapper._keep = False, parent

@@ -10,6 +10,7 @@ from typing import Any, Iterator
 from . import _engine as engine
 from . import _objects as objects
 from ._engine import ended, word_at
+from ._members import LEFT, drop_added, references
 
 CHILDREN, HEAD = 40, 64
 
@@ -280,7 +281,6 @@ def add_child(self: Any, child: Any) -> None:
 
 
 def call_parent(child: Any, parent: Any) -> None:
-    from ._members import drop_added, references
     before = references(child)
     engine.log.mark()
     klass = word_at(parent._a)
@@ -299,7 +299,7 @@ def delete_child(self: Any, child: Any) -> None:
     node_of(self)
     node_of(child)
     uid = child.getUid()
-    removed = next((one for one in children_of(self, self._keep) if one.getUid() == uid), None)
+    removed = next((one for one in children_of(self, self._keep or self) if one.getUid() == uid), None)
     if removed is None:
         raise ValueError("the node has no such child")
     removed = child if removed == child else removed
@@ -312,7 +312,7 @@ def delete_child(self: Any, child: Any) -> None:
 def delete_all(self: Any) -> list[Any]:
     """Removes all children and returns them; they belong to their wrappers then."""
     node_of(self)
-    removed = list(children_of(self, self._keep))
+    removed = list(children_of(self, self._keep or self))
     ctypes.CFUNCTYPE(ctypes.c_int32).from_address(word_at(word_at(self._a) + 40) + 8 * 43)(self._c)
     for child in removed:
         take_back(child)
@@ -324,7 +324,7 @@ def delete_all(self: Any) -> list[Any]:
 def take_back(child: Any) -> None:
     """A node that has no parent any more belongs to its wrapper."""
     if child._c and not word_at(child._a + 136):
-        child._owned, child._keep = True, None
+        child._owned, child._keep = True, LEFT
         objects.made[child._a] = objects.weakref.ref(child)
 
 
