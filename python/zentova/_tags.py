@@ -247,7 +247,7 @@ class Attributes(abc.MutableMapping[str, Series]):
     def __init__(self, tag: Any) -> None:
         if not isinstance(tag, objects.class_named("ztTag")):
             raise TypeError(f"a tag is needed, not {type(tag).__name__}")
-        self._tag = tag
+        self._tag = there(tag)
 
     def _all(self) -> dict[str, Series]:
         found: dict[str, Series] = {}
