@@ -21,9 +21,9 @@ def compiled(source, folder):
 
 @pytest.fixture(scope="session")
 def plugins(tmp_path_factory):
-    """The folder with gauge.so, probe.so and pump.so."""
+    """The folder with gauge.so, probe.so and meter.so."""
     folder = tmp_path_factory.mktemp("plugins")
-    for name in ("gauge.c", "probe.c", "pump.c"):
+    for name in ("gauge.c", "probe.c", "meter.c"):
         compiled(TESTS / name, folder)
     return folder
 
@@ -37,7 +37,7 @@ def in_a_folder_of_its_own(tmp_path, monkeypatch):
 def zt(plugins):
     """The module with the classes of the plugins."""
     import zentova
-    for name in ("gauge.so", "probe.so", "pump.so"):
+    for name in ("gauge.so", "probe.so", "meter.so"):
         zentova.load_plugin(plugins / name)
     return zentova
 

@@ -10,7 +10,7 @@ def plant(zt):
     """A root with a gauge and a pump that follows it."""
     class Plant:
         root = zt.ztRoot(name="root")
-        pump, gauge = zt.Pump(name="pump"), zt.ztRoot(name="gauge")
+        pump, gauge = zt.Meter(name="pump"), zt.ztRoot(name="gauge")
     Plant.root.addChild(Plant.pump)
     Plant.root.addChild(Plant.gauge)
     return Plant
@@ -69,7 +69,7 @@ def test_a_link_ends_with_its_node(zt, plant):
     plant.root.release()
     for use in (lambda: link.target, lambda: link.targetId, lambda: setattr(link, "target", None),
                 lambda: link.resolve(zt.ztRoot()), lambda: plant.pump.gauge):
-        with pytest.raises(zt.EndedError, match="the Pump has ended"):
+        with pytest.raises(zt.EndedError, match="the Meter has ended"):
             use()
     assert repr(link) == "<the link of the past>"
     with pytest.raises(TypeError):
@@ -156,7 +156,7 @@ def test_an_array_of_links(zt, plant):
 def test_many_links_leave_nothing_behind(zt, plant):
     from zentova import _links
     for number in range(600):
-        pump = zt.Pump()
+        pump = zt.Meter()
         pump.gauge.target = plant.gauge
         pump.release()
     assert len(_links.inner) <= 400
@@ -164,7 +164,7 @@ def test_many_links_leave_nothing_behind(zt, plant):
 
 
 def test_a_property_that_c_gave_an_object_is_an_attribute(zt):
-    pump = zt.Pump()
+    pump = zt.Meter()
     assert pump.hours == 11
     pump.hours = 12
     assert pump.hours == 12 and zt.get_property(pump, "hours") == 12

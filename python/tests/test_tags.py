@@ -75,7 +75,7 @@ def test_a_series_is_a_sequence(tag):
         starts[0] = 1
 
 
-def test_values_are_checked_and_nothing_changes_where_one_is_wrong(tag):
+def test_values_are_checked_and_nothing_changes_where_one_is_wrong(zt, tag):
     starts, litres = tag.attributes["starts"], tag.attributes["litres"]
     for values, problem in (([1, 2**31], OverflowError), ([1, 1.5], TypeError), ([None], TypeError), (["1"], TypeError)):
         with pytest.raises(problem):
@@ -218,7 +218,7 @@ def test_tags_are_stored_and_read_back(zt, flow, text):
     for day, cls in (("Monday", Flow), ("Tuesday", Metered)):
         root.addChild(one := cls(name=day, litres=[0.25, -1e300, 3], starts=[2**31 - 1]))
         one.starts.user_value = 4
-    root.addChild(pump := zt.Pump(name="pump"))
+    root.addChild(pump := zt.Meter(name="pump"))
     pump.attributes["starts"] = range(5)
     assert zt.save_tree(root, "week.zt", text=text) == 4
     monday, tuesday, opened = list(zt.open_tree("week.zt"))[1:]

@@ -10,7 +10,7 @@ import ctypes as _ctypes
 import os as _os
 from typing import Any
 
-from . import _engine, _links, _mappings, _members, _objects, _properties, _signals, _subclass, _trees
+from . import _engine, _links, _mappings, _members, _objects, _plugins, _properties, _signals, _subclass, _trees
 from ._links import Link, links, resolve_links
 from ._members import declare_arguments as declare
 from ._objects import Object, Pointer
@@ -34,10 +34,13 @@ def load_plugin(path: Any) -> None:
     """Loads a shared library whose classes register themselves, as with ZT_REGISTER_CLASS in a constructor function.
     It stays loaded."""
     name = _os.fsdecode(path)
+    why = _plugins.refusal(name)
+    if why:
+        raise Error(f"the plugin {name!r} is not loaded: {why}")
     _engine.log.mark()
     try:
         _ctypes.CDLL(name)
-    except OSError as problem:
+    except (OSError, ValueError) as problem:
         raise Error(f"the plugin {name!r} is not loaded: {problem}") from None
     if _engine.pending:
         _engine.raise_pending()

@@ -195,7 +195,8 @@ def living(address: int) -> Any:
 
 def call(wrapper: Any, slot: int, result: Any, *args: Any) -> Any:
     """Calls a method of the object's own class."""
-    function = ctypes.CFUNCTYPE(result).from_address(word_at(word_at(wrapper._a) + 40) + 8 * slot)
+    # Other threads of Python wait: a container that two of them use stays whole.
+    function = ctypes.PYFUNCTYPE(result).from_address(word_at(word_at(wrapper._a) + 40) + 8 * slot)
     got = function(wrapper._c, *args)
     if engine.pending:
         engine.raise_pending()

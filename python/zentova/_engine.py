@@ -81,6 +81,8 @@ def _load() -> tuple[ctypes.CDLL, ctypes.PyDLL]:
                           f"name another file than {SONAME}") from None
     finally:
         log.chosen(before)
+    if not hasattr(library, "ztObject_watch"):
+        raise ImportError(f"{name} is not the library of the Zentova OOP Engine, or one of an earlier version")
     return library, ctypes.PyDLL(name)
 
 
@@ -306,6 +308,16 @@ def text_at(address: int | None) -> str | None:
 def known(data: bytes | None) -> str:
     """A name in a description."""
     return (data or b"").decode("utf-8", "surrogateescape")
+
+
+class Unique:
+    """What stands for something of the engine: a copy of it, or one in another process, would lead nowhere."""
+
+    __slots__ = ()
+
+    def __reduce_ex__(self, protocol: Any) -> NoReturn:
+        raise TypeError(f"{type(self).__name__}: neither pickled nor copied; clone() copies an object, save_tree() and "
+                        "write_object() store it")
 
 
 # Failures -------------------------------------------------------------------------------------------------------------

@@ -125,7 +125,7 @@ def resolve(link: Any, root: Any) -> Any:
     return objects.borrow(target)
 
 
-class Link:
+class Link(engine.Unique):
     """A link within another object, as a field of a node."""
 
     __slots__ = ("_owner", "_place")

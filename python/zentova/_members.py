@@ -298,10 +298,10 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
 
 
 def form_of_call(introduced: str, name: str, defined: int) -> Any:
-    """How a method is called. Other threads of Python run meanwhile, but where the library's own method is done before
-    they could begin."""
+    """How a method is called. Other threads of Python run meanwhile where it may wait: in those of files, in what stores
+    objects, and in those of hosts."""
     own = objects.is_library(objects.class_at(defined)._name) if defined else False
-    short = own and introduced not in ("ztFile", "ztContainer") and name not in ("read", "write", "assign")
+    short = own and introduced != "ztFile" and name not in ("read", "write")
     return ctypes.PYFUNCTYPE if short else ctypes.CFUNCTYPE
 
 

@@ -29,7 +29,7 @@ attributes: dict[int, dict[str, Any]] = {}
 extras: dict[str, dict[str, Any]] = {}
 
 
-class Pointer:
+class Pointer(engine.Unique):
     """An address that the engine gave and nothing describes. It is neither followed nor made in Python."""
 
     __slots__ = ("_address",)
@@ -184,6 +184,11 @@ class Object(metaclass=EngineClass):
     def __exit__(self, *problem: object) -> None:
         if isinstance(self, Object) and self._owned and self._c:
             self.release()
+
+    __reduce_ex__ = engine.Unique.__reduce_ex__
+
+    def __deepcopy__(self, memo: Any) -> Any:
+        return self.clone()
 
     def __eq__(self, other: object) -> bool:
         return self is other or (isinstance(other, Object) and self._a == other._a and bool(self._c) and bool(other._c))

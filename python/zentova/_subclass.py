@@ -41,7 +41,10 @@ class prop(_properties.Declared):
         _properties.value_for(self.kind, "the value of a new object", self.initial)
 
     def __set_name__(self, owner: Any, name: str) -> None:
-        self.name, self.owner = name, owner
+        self.name = name
+
+    def __repr__(self) -> str:
+        return f"<a property of {self.kind.name}: {self.name}>"
 
     # In Python: through the view of the object's memory that is among its attributes.
 
@@ -237,25 +240,23 @@ class Lifecycle:
         self.parent, self.allowed = parent, allowed
 
     def create(self, wrapper: Any) -> int:
-        self.check()
-        return self.call(wrapper, objects.CREATE, "create", c_int32)
+        begun = objects.calls.begun
+        if not self.allowed or not begun or begun[-1][0] != wrapper._a or begun[-1][1]:
+            raise UnsafeError("up('create') is called by a create only, once, while the engine makes the object")
+        return self.call(wrapper)
 
     def destroy(self, wrapper: Any) -> None:
         raise UnsafeError("destroy of the class above runs by itself, after this one")
 
-    def check(self) -> None:
-        if not self.allowed:
-            raise UnsafeError("up('create') is called by a create only")
-
-    def call(self, wrapper: Any, slot: int, name: str, result: Any) -> Any:
+    def call(self, wrapper: Any) -> Any:
         override = next((cls for cls in self.parent.__mro__
-                         if getattr(cls.__dict__.get(name), "of_python", False)), None)
+                         if getattr(cls.__dict__.get("create"), "of_python", False)), None)
         if override is not None:
-            return override.__dict__[name](wrapper)
+            return override.__dict__["create"](wrapper)
         parent = next(cls for cls in self.parent.__mro__ if not cls.__dict__.get("_python"))
-        if objects.calls.begun:
-            objects.calls.begun[-1][1] = True
-        done = ctypes.CFUNCTYPE(result).from_address(word_at(parent._klass + 40) + 8 * slot)(wrapper._c)
+        objects.calls.begun[-1][1] = True
+        create = ctypes.CFUNCTYPE(c_int32).from_address(word_at(parent._klass + 40) + 8 * objects.CREATE)
+        done = create(wrapper._c)
         if engine.pending:
             engine.raise_pending()
         if done:

@@ -38,7 +38,7 @@ class Attribute(Structure):
 KINDS: dict[int, tuple[str, Any, type]] = {1: ("ztIntTag", c_int32, int), 2: ("ztFloatTag", c_double, float)}
 
 
-class Series(abc.MutableSequence[Any]):
+class Series(engine.Unique, abc.MutableSequence[Any]):
     """The values of an attribute of a tag: whole numbers of 32 bits, or floats. It belongs to the tag."""
 
     __slots__ = ("_tag", "_handle", "_name", "_number", "__weakref__")
@@ -239,7 +239,7 @@ def attributes_of(tag: Any) -> list[int]:
     return list((ctypes.c_size_t * count).from_address(word_at(array + 72))) if count > 0 else []
 
 
-class Attributes(abc.MutableMapping[str, Series]):
+class Attributes(engine.Unique, abc.MutableMapping[str, Series]):
     """The series of a tag by their names, in the order of their insertion."""
 
     __slots__ = ("_tag",)
@@ -351,6 +351,9 @@ class series:
 
     def __set_name__(self, owner: Any, name: str) -> None:
         self.name = name
+
+    def __repr__(self) -> str:
+        return f"<a series of {self.kind.__name__}: {self.name}>"
 
     def __get__(self, wrapper: Any, owner: Any = None) -> Any:
         if wrapper is None:

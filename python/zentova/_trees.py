@@ -109,7 +109,7 @@ def has_children(node: int) -> Any:
     return children and _list_at(children).head
 
 
-class Tree:
+class Tree(engine.Unique):
     """The nodes of a file. They end with it and with the wrappers of its nodes. Iterating gives all nodes, each before
     those below it."""
 
@@ -129,6 +129,9 @@ class Tree:
     def __len__(self) -> int:
         """The number of nodes that were read."""
         return self.count
+
+    def __repr__(self) -> str:
+        return f"<a tree of {self.count} nodes below {self.roots!r}>"
 
 
 def tree_from(array: Any, report: engine.TreeReport) -> Tree:
@@ -239,7 +242,7 @@ def write_object(file: Any, wrapper: Any) -> None:
         engine.failed("the object is not written")
 
 
-class Children:
+class Children(engine.Unique):
     """The children of a node, in order."""
 
     __slots__ = ("_node",)
