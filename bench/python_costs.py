@@ -17,16 +17,16 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-ROUNDS, CALLS = 151, 2000
+ROUNDS, CALLS, WIDTH = 151, 2000, 58
 NODES = 1_000_000
 
 
-def gauge(folder):
-    """The plugin of the tests."""
-    plugin = pathlib.Path(folder) / "gauge.so"
+def plugin(folder, name):
+    """A plugin of the tests."""
+    made = pathlib.Path(folder) / f"{name}.so"
     subprocess.run([os.environ.get("CC", "cc"), "-O2", "-shared", "-fPIC", "-I", ROOT,
-                    ROOT / "python" / "tests" / "gauge.c", "-o", plugin], check=True)
-    return plugin
+                    ROOT / "python" / "tests" / f"{name}.c", "-o", made], check=True)
+    return made
 
 
 def timed(function):
@@ -55,7 +55,7 @@ def compare(what, ours, theirs, limit=None):
     mine, other = (statistics.median(times) / CALLS * 1e9 for times in zip(*found))
     ratio = statistics.median(one / two for one, two in found)
     held = "" if limit is None else f"   at most {limit}: {'yes' if ratio <= limit else 'NO'}"
-    print(f"{what:58} {mine:7.0f} ns {other:7.0f} ns   {ratio:5.2f}{held}", flush=True)
+    print(f"{what:{WIDTH}} {mine:7.0f} ns {other:7.0f} ns   {ratio:5.2f}{held}", flush=True)
     return ratio
 
 
@@ -70,32 +70,51 @@ def main():
 
     class Theirs(GObject.Object):
         level = GObject.Property(type=int, default=0)
+        text = GObject.Property(type=str, default="")
 
     with tempfile.TemporaryDirectory() as folder:
-        zt.load_plugin(gauge(folder))
-        names = {"node": zt.ztRoot(name="a"), "gauge": zt.Gauge(), "action": Gio.SimpleAction.new("a", None),
-                 "theirs": Theirs(), "listener": Gio.SocketListener()}
-        print(f"{'':58} {'ours':>10} {'PyGObject':>10}   ratio")
-        compare("a method, no arguments: getUid(), get_enabled()", loop("node.getUid()", names),
-                loop("action.get_enabled()", names), 1.2)
-        compare("a method, one number: setUid(7), set_backlog(7)", loop("node.setUid(7)", names),
-                loop("listener.set_backlog(7)", names), 1.2)
-        compare("a method, a text: getName(), get_name()", loop("node.getName()", names),
-                loop("action.get_name()", names), 1.2)
-        compare("reading a property: gauge.level, action.props.enabled", loop("gauge.level", names),
-                loop("action.props.enabled", names), 0.6)
-        compare("writing it, another value each time (two)", loop("gauge.level = 3; gauge.level = 4", names),
-                loop("action.props.enabled = False; action.props.enabled = True", names), 0.6)
-        compare("reading and writing it (two)", loop("gauge.level; gauge.level = 3; gauge.level; gauge.level = 4", names),
-                loop("action.props.enabled; action.props.enabled = False; "
-                     "action.props.enabled; action.props.enabled = True", names), 0.6)
+        for name in ("gauge", "meter"):
+            zt.load_plugin(plugin(folder, name))
+
+        @zt.subclass
+        class Alarm(zt.Gauge):
+            limit = zt.prop("ztInt", 10)
+            text = zt.prop("ztString")
+
+        @zt.subclass
+        class Node(zt.ztRoot):
+            pass
+
+        names = {"node": zt.ztRoot(name="a"), "gauge": zt.Gauge(), "meter": zt.Meter(), "alarm": Alarm(), "own": Node(),
+                 "action": Gio.SimpleAction.new("a", None), "theirs": Theirs(), "listener": Gio.SocketListener(),
+                 "proxy": Gio.SimpleProxyResolver.new("a", None)}
+
+        def row(what, ours, theirs, limit=None):
+            compare(f"{what}: {ours}", loop(ours, names), loop(theirs, names), limit)
+
+        print(f"{'':{WIDTH}} {'ours':>10} {'PyGObject':>10}   ratio")
+        for what, one in (("library", "node"), ("plugin", "meter"), ("Python", "own")):
+            count = "Turns" if one == "meter" else "Uid"
+            row(what, f"{one}.get{count}()", "action.get_enabled()", 1.2)
+            row(what, f"{one}.set{count}(7)", "listener.set_backlog(7)", 1.2)
+            row(what, f"{one}.getName()", "action.get_name()", 1.2)
+        read, write = "action.props.enabled", "action.props.enabled = False; action.props.enabled = True"
+        text, change = "proxy.props.default_proxy", "proxy.props.default_proxy = 'a'; proxy.props.default_proxy = 'b'"
+        row("library", "node.name", text, 0.6)
+        row("library", "node.name = 'a'; node.name = 'b'", change, 0.6)
+        row("plugin", "gauge.level", read, 0.6)
+        row("plugin", "gauge.level = 3; gauge.level = 4", write, 0.6)
+        row("plugin", "gauge.level; gauge.level = 3", "action.props.enabled; action.props.enabled = False", 0.6)
+        row("Python, inherited", "alarm.level", read, 0.6)
+        row("Python, inherited", "alarm.level = 3; alarm.level = 4", write, 0.6)
+        row("Python, its own", "alarm.limit", "theirs.level", 0.6)
+        row("Python, its own", "alarm.limit = 3; alarm.limit = 4", "theirs.level = 3; theirs.level = 4", 0.6)
+        row("Python, its own", "alarm.text", text, 0.6)
+        row("Python, its own", "alarm.text = 'a'; alarm.text = 'b'", change, 0.6)
         print("against other ways of PyGObject:")
-        compare("reading: action.get_property('enabled')", loop("gauge.level", names),
-                loop("action.get_property('enabled')", names))
-        compare("writing: action.set_property('enabled', True)", loop("gauge.level = 3", names),
-                loop("action.set_property('enabled', True)", names))
-        compare("both, of a class in Python there: GObject.Property", loop("gauge.level; gauge.level = 3", names),
-                loop("theirs.level; theirs.level = 3", names))
+        row("get_property('enabled')", "gauge.level", "action.get_property('enabled')")
+        row("set_property('enabled', True)", "gauge.level = 3", "action.set_property('enabled', True)")
+        row("GObject.Property of a class in Python", "alarm.text", "theirs.text")
         walked(zt, folder)
 
 

@@ -1,13 +1,16 @@
 /* A plugin with a node that has a link, and series of its own. */
 #include "zentova.h"
 
-#define Meter_FIELDS \
-  ztTag_FIELDS       \
-  ztLink gauge;      \
-  ztTagHandle starts;
-#define Meter_METHODS \
-  ztTag_METHODS       \
-  void (*follow)(void *meter, ztRoot *node);
+#define Meter_FIELDS  \
+  ztTag_FIELDS        \
+  ztLink gauge;       \
+  ztTagHandle starts; \
+  int32_t turns;
+#define Meter_METHODS                        \
+  ztTag_METHODS                              \
+  void (*follow)(void *meter, ztRoot *node); \
+  int32_t (*getTurns)(const void *meter);    \
+  void (*setTurns)(void *meter, int32_t turns);
 ZT_DECLARE_CLASS(Meter)
 
 static int32_t meterCreate(void *object) {
@@ -39,12 +42,22 @@ static void meterFollow(void *meter, ztRoot *node) {
   ztLink_set(&((Meter *)meter)->gauge, node);
 }
 
+static int32_t meterGetTurns(const void *meter) {
+  return ((const Meter *)meter)->turns;
+}
+
+static void meterSetTurns(void *meter, int32_t turns) {
+  ((Meter *)meter)->turns = turns;
+}
+
 static void meterMethods(MeterMethods *methods) {
   ZT_OVERRIDE_METHOD(methods, create, meterCreate);
   ZT_OVERRIDE_METHOD(methods, destroy, meterDestroy);
   ZT_OVERRIDE_METHOD(methods, write, meterWrite);
   ZT_OVERRIDE_METHOD(methods, read, meterRead);
   ZT_OVERRIDE_METHOD(methods, follow, meterFollow);
+  ZT_OVERRIDE_METHOD(methods, getTurns, meterGetTurns);
+  ZT_OVERRIDE_METHOD(methods, setTurns, meterSetTurns);
 }
 
 ZT_DEFINE_CLASS(Meter, ztTag, meterMethods)
