@@ -87,7 +87,7 @@ def main():
 
         names = {"node": zt.ztRoot(name="a"), "gauge": zt.Gauge(), "meter": zt.Meter(), "alarm": Alarm(), "own": Node(),
                  "action": Gio.SimpleAction.new("a", None), "theirs": Theirs(), "listener": Gio.SocketListener(),
-                 "proxy": Gio.SimpleProxyResolver.new("a", None)}
+                 "described": Gio.TlsPassword.new(Gio.TlsPasswordFlags.NONE, "a")}
 
         def row(what, ours, theirs, limit=None):
             compare(f"{what}: {ours}", loop(ours, names), loop(theirs, names), limit)
@@ -99,7 +99,7 @@ def main():
             row(what, f"{one}.set{count}(7)", "listener.set_backlog(7)", 1.2)
             row(what, f"{one}.getName()", "action.get_name()", 1.2)
         read, write = "action.props.enabled", "action.props.enabled = False; action.props.enabled = True"
-        text, change = "proxy.props.default_proxy", "proxy.props.default_proxy = 'a'; proxy.props.default_proxy = 'b'"
+        text, change = "described.props.description", "described.props.description = 'a'; described.props.description = 'b'"
         row("library", "node.name", text, 0.6)
         row("library", "node.name = 'a'; node.name = 'b'", change, 0.6)
         row("plugin", "gauge.level", read, 0.6)

@@ -79,12 +79,31 @@ def subclasses():
     return [FuzzNode, FuzzRaising, FuzzString, FuzzTag]
 
 
+class Turning:
+    """A number whose conversion ends or empties an object."""
+
+    def __init__(self, one, number):
+        self.one, self.number = one, number
+
+    def __index__(self):
+        for change in (lambda: self.one.clear(), lambda: self.one.release(), lambda: self.one.setParent(None)):
+            try:
+                change()
+            except Exception:
+                pass
+        return self.number
+
+    def __float__(self):
+        return float(self.__index__())
+
+
 class Values:
     """What is passed: right ones too, so that calls come through."""
 
     def __init__(self, dice, classes):
         self.dice, self.classes = dice, classes
         self.alive, self.dead = [], []
+        self.now = None  # the object that is attacked
         self.renew()
 
     def renew(self):
@@ -101,6 +120,11 @@ class Values:
     def number(self):
         return self.dice.choice([0, 1, -1, 2, 7, 255, 1000, 2**31 - 1, -2**31, 2**31, 2**63 - 1, 2**64, -2**63, True])
 
+    def turning(self):
+        """A number that changes the object that is attacked now, or another one."""
+        alive = [one for one in self.alive if not one.has_ended]
+        return Turning(self.dice.choice([self.now, self.now, *alive[:1], *alive[-1:]]), self.dice.choice([0, 1, -1, 7]))
+
     def any(self):
         dice = self.dice
         return dice.choice([
@@ -109,7 +133,7 @@ class Values:
             lambda: dice.choice([0.0, -1.5, 1e308, float("nan"), float("inf")]),
             lambda: dice.choice([None, b"", b"abcd", bytearray(b"x"), [], {}, object(), int, zt, zt.ztRoot, ..., 1j]),
             lambda: dice.choice(self.alive), lambda: dice.choice(self.alive), lambda: dice.choice(self.alive),
-            lambda: dice.choice(self.dead),
+            lambda: dice.choice(self.dead), lambda: self.turning(),
         ])()
 
 
@@ -149,6 +173,7 @@ def attack(cls, values, dice):
         COUNTS["members"] += 1
         for _ in range(3):
             one = dice.choice([make_or_none(cls), make_or_none(cls), ended(cls)])
+            values.now = one
             if one is None:
                 # Of a class that is not made: as a function, for objects of others.
                 member = getattr(cls, name, None)
@@ -210,7 +235,7 @@ def attack_parts(values, dice, cls):
     kept = []
     for _ in range(150):
         cls.done[0] = dice.choice(changes)
-        tag = dice.choice(tags)
+        values.now = tag = dice.choice(tags)
         attributes = attempt(lambda: tag.attributes)
         if attributes is not None:
             name = dice.choice(["flow", "starts", "new", "other", values.any()])

@@ -286,9 +286,9 @@ def word_if_readable(address: int) -> int:
 def text_to_bytes(text: object) -> bytes:
     """A text for the engine."""
     if isinstance(text, str):
-        data = text.encode("utf-8", "surrogateescape")
+        data = str.encode(text, "utf-8", "surrogateescape")
     elif isinstance(text, (bytes, bytearray)):
-        data = bytes(text)
+        data = bytes(memoryview(text))  # no method of a class in Python runs
     else:
         raise TypeError(f"a text is needed, not {type(text).__name__}")
     if b"\0" in data:

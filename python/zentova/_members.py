@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import functools
 import keyword
+import operator
 from ctypes import c_void_p
 from types import FunctionType
 from typing import Any, Callable
@@ -19,8 +20,8 @@ from .errors import Error, UnsafeError
 ABSTRACT = engine.address_of("ztOOP_ztVirtualFuncHandler")
 DATA = 3  # ztMethodData
 #: How a text of the engine becomes one of Python, and the other way, in the functions that are made here.
-DECODED = "r if r is None else r.decode('utf-8', 'surrogateescape')"
-ENCODED = "value.encode('utf-8', 'surrogateescape')"
+DECODED = ["try: return r.decode()", "except (AttributeError, UnicodeDecodeError): return bytes_to_text(r)"]
+ENCODED = ["try: data = value.encode()", "except UnicodeEncodeError: data = text_to_bytes(value)"]
 #: Numbers up to this one have one digit in the interpreter.
 SMALL = 2**30 - 1
 
@@ -91,7 +92,7 @@ def is_made(member: Any) -> bool:
 def wrong_number(value: Any, name: str, kind: Any) -> Any:
     if type(value) is bool or hasattr(value, "__index__") and not isinstance(value, float):
         low, high = declare.RANGES[kind]
-        number = value.__index__()
+        number = int.__index__(operator.index(value))
         if low <= number <= high:
             return number
         raise OverflowError(f"{name} is from {low} to {high}, not {number}")
@@ -129,11 +130,13 @@ class Source:
             "K": cls, "isinstance": isinstance, "ended": engine.ended, "pending": engine.pending, "int": int,
             "raise_pending": engine.raise_pending, "failed": engine.failed, "wrong_self": wrong_self, "type": type,
             "wrong_number": wrong_number, "wrong_object": wrong_object, "number_of": number_of,
-            "text_to_bytes": engine.text_to_bytes, "log": engine.log,
+            "text_to_bytes": engine.text_to_bytes, "log": engine.log, "bytes_to_text": engine.bytes_to_text,
         }
         self.cls, self.name = cls, name
         self.parameters: list[str] = []
         self.before: list[str] = []
+        # Behind all conversions, which may run other code in Python: it may end an object.
+        self.checks = ["if not self._c: ended(self)"]
         self.passed: list[str] = []
         self.outs: list[str] = []
         self.after: list[str] = []
@@ -168,9 +171,9 @@ class Source:
         name = self.parameter(parameter.name)
         kind = f"K{len(self.parameters)}"
         self.names[kind] = wanted
-        self.before.append(f"if not isinstance({name}, {kind}) or not {name}._c: "
+        self.checks.append(f"if not isinstance({name}, {kind}) or not {name}._c: "
                            f"wrong_object({name}, {name!r}, {kind})")
-        self.passed.append(f"{name}._c")
+        self.passed.append(f"{name}._p")
         if taken:
             self.names["hand_over"] = hand_over
             self.after.append(f"hand_over({name}, r, self)")
@@ -186,7 +189,7 @@ class Source:
     def compile(self, call: str, result: list[str], doc: str) -> Any:
         lines = [
             f"def method({', '.join(['self'] + self.parameters)}):",
-            *(f" {line}" for line in self.before),
+            *(f" {line}" for line in self.before + self.checks),
             f" r = {call}({', '.join(self.passed)})",
             " if pending: raise_pending()",
             *(f" {line}" for line in self.after + result),
@@ -249,12 +252,10 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
         source.names["klass"] = c_void_p(cls._klass)
         source.passed.append("klass")
         if len(parameters) > 1 and parameters[1].name == "object":
-            source.passed.append("self._c or ended(self)")
+            source.passed.append("self._p")
             del parameters[1]
-        else:
-            source.before.append("self._c or ended(self)")
     elif parameters[0].type.base in ("void", introduced):
-        source.passed.append("self._c or ended(self)")
+        source.passed.append("self._p")
         if parameters[0].type.mark == "ztOwned":
             if (introduced, name) != ("ztRoot", "setParent"):
                 raise UnsafeError("the call takes the object over")
@@ -309,9 +310,9 @@ def optional_parent(source: Source, wanted: Any) -> None:
     """The argument of setParent may be None."""
     name = source.parameter("parent")
     source.names["Root"] = wanted
-    source.before.append(f"if {name} is not None and (not isinstance({name}, Root) or not {name}._c): "
+    source.checks.append(f"if {name} is not None and (not isinstance({name}, Root) or not {name}._c): "
                          f"wrong_object({name}, {name!r}, Root)")
-    source.passed.append(f"(None if {name} is None else {name}._c)")
+    source.passed.append(f"(None if {name} is None else {name}._p)")
 
 
 class Left:
@@ -367,7 +368,7 @@ def result_of(source: Source, kind: declare.Type, introduced: str, name: str, li
         source.names["owned_text"] = owned_text
         return c_void_p, ["return owned_text(r)"]
     if kind.is_text:
-        return ctypes.c_char_p, [f"return {DECODED}"]
+        return ctypes.c_char_p, list(DECODED)
     role = policy.RESULTS.get(f"{introduced}.{name}")
     if role == "object":
         source.names["borrow"] = objects.borrow
@@ -462,16 +463,16 @@ class Field:
         number = self.kind.number
         if not self.writable or number is None or (self.length and self.kind.base != "char"):
             raise AttributeError(f"the field {self.name} of {self.cls.__name__} is only read")
-        place = wrapper._a + self.offset
         if self.length:
             data = engine.text_to_bytes(value)
             if len(data) >= self.length:
                 raise ValueError(f"{self.name} has room for {self.length - 1} bytes")
-            ctypes.memmove(place, data + bytes(self.length - len(data)), self.length)
-        elif number in declare.FLOATS:
-            number.from_address(place).value = number_of(value, self.name)
-        else:
-            number.from_address(place).value = wrong_number(value, self.name, number)
+            ctypes.memmove(wrapper._a + self.offset, data + bytes(self.length - len(data)), self.length)
+            return
+        given = number_of(value, self.name) if number in declare.FLOATS else wrong_number(value, self.name, number)
+        if not wrapper._c:
+            engine.ended(wrapper)  # by what the conversion ran
+        number.from_address(wrapper._a + self.offset).value = given
 
 
 # All of them ----------------------------------------------------------------------------------------------------------------

@@ -122,10 +122,11 @@ class EngineClass(type):
 class Object(metaclass=EngineClass):
     """An object of the engine. It ends with this wrapper if it was made by it and not handed over."""
 
-    __slots__ = ("_c", "_a", "_owned", "_keep", "__weakref__")
+    __slots__ = ("_c", "_a", "_p", "_owned", "_keep", "__weakref__")
     _klass, _name, _watched = 0, "", False
     _c: c_void_p  # the address; NULL when the object has ended
     _a: int  # the address as a number, also when it has ended
+    _p: Any  # the address as calls pass it fastest, to be used behind a look at _c only
     _owned: bool  # this wrapper releases it
     _keep: Any  # what must not be released before
 
@@ -185,7 +186,7 @@ class Object(metaclass=EngineClass):
         if isinstance(self, Object) and self._owned and self._c:
             self.release()
 
-    __reduce_ex__ = engine.Unique.__reduce_ex__
+    __reduce_ex__: Any = engine.Unique.__reduce_ex__
 
     def __deepcopy__(self, memo: Any) -> Any:
         return self.clone()
@@ -237,6 +238,8 @@ def living(wrapper: Any) -> Any:
 
 _CTOR = ctypes.CFUNCTYPE(c_void_p, c_void_p, ctypes.c_int32)
 _new = object.__new__
+#: An address as an argument of a call: the call has nothing to convert.
+passed: Any = c_void_p.from_param
 
 
 def wrap_made(address: int, cls: EngineClass) -> Any:
@@ -254,6 +257,7 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
     """A wrapper of an object, which it watches if the class lets it."""
     wrapper = _new(cls)
     wrapper._a = address
+    wrapper._p = passed(address)
     wrapper._owned = False
     wrapper._keep = keep
     if cls._watched:
@@ -303,6 +307,7 @@ def borrow(address: int | None, keep: Any = None) -> Any:
         cell = c_void_p()
         if _watch(address, _addressof(cell)):
             wrapper._a, wrapper._c, wrapper._owned, wrapper._keep = address, cell, False, keep
+            wrapper._p = passed(address)
             return wrapper
     cls = by_address.get(klass) or class_at(klass)
     wrapper = wrap(address, cls, keep)

@@ -100,6 +100,8 @@ def set_value(wrapper: Any, name: str, kind: Kind, value: Any) -> None:
     if not wrapper._c:
         ended(wrapper)
     passed = value_for(kind, name, value)
+    if not wrapper._c:
+        ended(wrapper)  # by what the conversion ran
     data = name.encode()
     before = texts.get((wrapper._a, data))
     if kind.name == "ztCharPtr" and not is_copied(type(wrapper), name):
@@ -209,12 +211,14 @@ class Property:
         if getter is None:
             return lambda self: get_value(self, name, kind)
         function, of = getter
-        convert = {"ztBool": "return r != 0", "ztCharPtr": f"return {_members.DECODED}"}.get(kind.name, "return r")
-        names = {"f": function, "of": of, "ended": ended, "pending": pending, "raise_pending": raise_pending}
+        convert = {"ztBool": ["return r != 0"], "ztCharPtr": _members.DECODED}.get(kind.name, ["return r"])
+        names = {"f": function, "of": of, "ended": ended, "pending": pending, "raise_pending": raise_pending,
+                 "bytes_to_text": engine.bytes_to_text}
         exec(f"def {kind.name}(self):\n"
-             " r = f(self._c or ended(self), of)\n"
+             " if not self._c: ended(self)\n"
+             " r = f(self._p, of)\n"
              " if pending: raise_pending()\n"
-             f" {convert}\n", names)
+             + "".join(f" {line}\n" for line in convert), names)
         return names[kind.name]
 
     def writer(self, wrapper: Any) -> Any:
@@ -228,15 +232,19 @@ class Property:
             return lambda self, value: set_value(self, name, kind, value)
         names = {"f": kind.set, "name": name.encode(), "ended": ended, "pending": pending, "type": type,
                  "raise_pending": raise_pending, "set_value": set_value, "kind": kind, "text": name, "int": int,
-                 "float": float, "c_double": c_double, "bool": bool, "str": str}
-        call = f"f(self._c or ended(self), name, {passed})"
+                 "float": float, "c_double": c_double, "bool": bool, "str": str,
+                 "text_to_bytes": engine.text_to_bytes}
+        encoded = "".join(f" {line}\n" for line in _members.ENCODED) if passed == "data" else ""
+        call = f"f(self._p, name, {passed})"
         setter = direct_setter(wrapper, name, kind) if type(wrapper) is cls else None
         if setter is not None:
             names["f"], names["of"] = setter
-            call = "f(of, self._c or ended(self), value)"
+            call = "f(of, self._p, value)"
         # Where it fails, nothing was written: the second try tells why.
         exec("def write(self, value):\n"
              f" if not ({fits}): return set_value(self, text, kind, value)\n"
+             f"{encoded}"
+             " if not self._c: ended(self)\n"
              f" r = {call}\n"
              " if pending: raise_pending()\n"
              " if not r: set_value(self, text, kind, value)\n", names)
@@ -248,8 +256,8 @@ FITTING = {
     "ztInt": (f"type(value) is int and {-_members.SMALL} <= value <= {_members.SMALL}", "value"),
     "ztBool": ("type(value) is bool", "value"), "ztChar": ("type(value) is int and -128 <= value <= 127", "value"),
     "ztFloat": ("type(value) is float", "c_double(value)"),
-    "ztString": ("type(value) is str and '\\0' not in value", _members.ENCODED),
-    "ztCharPtr": ("type(value) is str and '\\0' not in value", _members.ENCODED),
+    "ztString": ("type(value) is str and '\\0' not in value", "data"),
+    "ztCharPtr": ("type(value) is str and '\\0' not in value", "data"),
 }
 
 
@@ -405,6 +413,8 @@ def add_property(wrapper: Any, name: str, kind: str, initial: Any = None) -> Non
         raise ValueError(f"a {type(wrapper).__name__} has a {name!r}")
     defaults = {"ztString": "", "ztCharPtr": "", "ztVoidPtr": None}
     passed = value_for(one, name, defaults.get(one.name, 0) if initial is None else initial)
+    if not wrapper._c:
+        ended(wrapper)
     if one.name == "ztCharPtr":
         keep_text(wrapper, name.encode(), passed)
     engine.log.mark()

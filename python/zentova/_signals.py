@@ -294,6 +294,9 @@ def emit(sender: Any, signal: str, *values: Any, arguments: Sequence[str] | None
     passed = (engine.Argument * 4)()
     for at, (value, text) in enumerate(zip(values, types)):
         passed[at] = argument(value, text, at, keep)
+    for one in (sender, *values):
+        if isinstance(one, objects.Object) and not one._c:
+            ended(one)  # by what a conversion ran
     done = engine.emit_args(sender._a, name.encode(), passed, len(types))
     if engine.pending:
         engine.raise_pending()

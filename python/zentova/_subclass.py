@@ -53,21 +53,25 @@ class prop(_properties.Declared):
         object has no signals that could tell of it, the value is stored at once."""
         kind, name = self.kind, self.name
         names = {"ended": ended, "set_value": _properties.set_value, "kind": kind, "guess": objects.guess,
+                 "bytes_to_text": engine.bytes_to_text, "text_to_bytes": engine.text_to_bytes, "passed": objects.passed,
                  "size": method_in("ztMap", 23, c_int32), "get": method_in("ztString", 18, c_char_p),
                  "set": method_in("ztString", 16, c_void_p)}
         is_text, is_pointer = kind.ctype is c_char_p, kind.ctype is c_void_p
-        lines = ["def read(self):", " if not self._c: ended(self)", f" r = self.{VIEW}.{name}"]
+        lines = ["def read(self):", " if not self._c: ended(self)"]
         if is_text:
-            lines += [" r = get(r)", f" return {_members.DECODED}"]
+            lines += [f" r = get(self.{TEXT}{name})", *(f" {line}" for line in _members.DECODED)]
         elif is_pointer:
-            lines += [" return guess(r.value)"]
+            lines += [f" return guess(self.{VIEW}.{name}.value)"]
         else:
-            lines += [" return r != 0" if kind.name == "ztBool" else " return r"]
+            lines += [f" return self.{VIEW}.{name}" + (" != 0" if kind.name == "ztBool" else "")]
         lines += ["def write(self, value):", " if not self._c: ended(self)"]
         if plain and not is_pointer:
-            fits, passed = _properties.FITTING[kind.name]
-            store = (f"if set(view.{name}, {passed}): return" if is_text else f"view.{name} = value; return")
-            lines += [f" if {fits}:", f"  view = self.{VIEW}", f"  if not size(view.{SIGNALS}):", f"   {store}"]
+            fits, _ = _properties.FITTING[kind.name]
+            store = f"if set(self.{TEXT}{name}, data): return" if is_text else f"view.{name} = value; return"
+            lines += [f" if {fits}:", f"  view = self.{VIEW}", *(f"  {line}" for line in _members.ENCODED if is_text),
+                      f"  if view.{SIGNALS} != self.{SIGNALS}: self.{SIGNALS} = view.{SIGNALS}; "
+                      f"self.{PASSED} = passed(view.{SIGNALS})",
+                      f"  if not size(self.{PASSED}):", f"   {store}"]
         exec("\n".join(lines + [f" set_value(self, {name!r}, kind, value)"]), names)
         return Accessor(names["read"], names["write"], None, f"{kind.name} {name}")
 
@@ -150,13 +154,14 @@ class Address(c_void_p):
     """A pointer in a view: a field of this class is not made a number."""
 
 
-#: The attribute that is the view, and the field of it that is the map of the object's signals.
-VIEW, SIGNALS = "_zentova_view", "_zentova_signals"
+#: Attributes of objects: the view; the address of the map of signals, as it was last seen, and as calls pass it; and,
+#: with the name of a property that is a text, its string as calls pass it, which lasts as long as the object.
+VIEW, SIGNALS, PASSED, TEXT = "_zentova_view", "_zentova_signals", "_zentova_passed", "_zentova_text_"
 
 
 def view_of(props: list[prop]) -> Any:
     """The class of the views of objects with these properties."""
-    fields: list[tuple[str, Any]] = [("_zentova_header", ctypes.c_char * 16), (SIGNALS, Address)]
+    fields: list[tuple[str, Any]] = [("_zentova_header", ctypes.c_char * 16), (SIGNALS, ctypes.c_size_t)]
     at = 24
     for one in sorted(props, key=lambda one: one.offset):
         if one.offset > at:
@@ -165,6 +170,15 @@ def view_of(props: list[prop]) -> Any:
         fields.append((one.name, one.kind.ctype if numeric else Address))
         at = one.offset + STORED[one.kind.name][1]
     return type("View", (ctypes.Structure,), {"_fields_": fields})
+
+
+def hidden_attributes(address: int, view: Any, props: list[prop]) -> dict[str, Any]:
+    """The attributes of an object by which Python reads and writes its properties."""
+    found = {VIEW: view(address), SIGNALS: 0, PASSED: objects.passed(0)}
+    for one in props:
+        if one.kind.ctype is c_char_p:
+            found[TEXT + one.name] = objects.passed(word_at(address + one.offset))
+    return found
 
 
 def method_in(name: str, slot: int, result: Any) -> Any:
@@ -566,12 +580,13 @@ class Builder:
         size = self.size
 
         def create(address: int) -> int:
-            objects.attributes[address] = {VIEW: view(address)}
+            objects.attributes[address] = {}
             ctypes.memset(address + 16, 0, size - 16)
             objects.calls.begun.append([address, False])
             try:
                 for one in all_props:
                     one.begin(address)
+                objects.attributes[address].update(hidden_attributes(address, view, all_props))
                 override = method_named("create")
                 if override is not None:
                     return int(bool(override(early(address))))
@@ -587,6 +602,7 @@ class Builder:
             """The object before its parent's `create` has run cannot be watched."""
             wrapper = objects._new(cls)
             wrapper._a, wrapper._c, wrapper._owned, wrapper._keep = address, c_void_p(address), False, None
+            wrapper._p = objects.passed(address)
             wrapper.__dict__ = objects.attributes[address]
             objects.calls.passing.append(wrapper._c)
             return wrapper
@@ -614,7 +630,8 @@ class Builder:
                 for one in all_props:
                     ctypes.memmove(target + one.offset, source + one.offset, STORED[one.kind.name][1])
                     one.copy(target)
-                objects.attributes[target] = {**objects.attributes.get(source, {}), VIEW: view(target)}
+                objects.attributes[target] = {**objects.attributes.get(source, {}),
+                                              **hidden_attributes(target, view, all_props)}
             return copied or 0
 
         def assign(target: int, source: int) -> int:

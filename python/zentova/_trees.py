@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import operator
 import os
 from ctypes import Structure, byref, c_void_p
 from typing import Any, Iterator
@@ -197,10 +198,11 @@ def store_tree(root: Any, file: Any) -> int:
 def load_tree(file: Any, count: int = -1) -> Tree:
     """Reads nodes from an open ztFile: that many records, or all to the end."""
     from ._members import wrong_number
+    wanted = wrong_number(count, "count", ctypes.c_int32)
     file_of(file)
     array, report = objects.class_named("ztPtrArray")(), engine.TreeReport()
     engine.log.mark()
-    opened = engine.load_tree(file._a, wrong_number(count, "count", ctypes.c_int32), array._a, byref(report))
+    opened = engine.load_tree(file._a, wanted, array._a, byref(report))
     return finish(opened, array, report, "the tree is not loaded", "the file is damaged or ends too early")
 
 
@@ -260,8 +262,8 @@ class Children(engine.Unique):
     def __getitem__(self, at: Any) -> Any:
         if isinstance(at, slice):
             return list(self)[at]
+        index = operator.index(at)
         count = len(self)
-        index = at.__index__()
         if not -count <= index < count:
             raise IndexError(f"there are {count} children")
         return self._node.getChildAt(index % count)
