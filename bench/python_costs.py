@@ -114,7 +114,8 @@ def main():
         print("against other ways of PyGObject:")
         row("get_property('enabled')", "gauge.level", "action.get_property('enabled')")
         row("set_property('enabled', True)", "gauge.level = 3", "action.set_property('enabled', True)")
-        row("GObject.Property of a class in Python", "alarm.text", "theirs.text")
+        row("of a class in Python", "alarm.text", "theirs.text")
+        row("of a class in Python", "alarm.text = 'a'; alarm.text = 'b'", "theirs.text = 'a'; theirs.text = 'b'")
         walked(zt, folder)
 
 
