@@ -16,6 +16,7 @@ ZT_DECLARE_CLASS(Meter)
 static int32_t meterCreate(void *object) {
   Meter *meter = object;
   const int32_t none = 0;
+  meter->turns = 0;
   ztLink_ctor(&meter->gauge, 1);
   return ztTag_table()->create(meter) &&
          ztTag_table()->insertNew(meter, "starts", ztIntTag_new(), &meter->starts, 7, 3, &none) &&

@@ -236,6 +236,42 @@ def test_objects_that_two_threads_use_stay_whole(zt):
     assert 0 < len(series) <= 20
 
 
+def test_what_one_thread_walks_and_another_one_takes_apart(zt):
+    root, tag, names = zt.ztRoot(), zt.ztTag(), zt.ztList(element=str)
+    series, problems, done = tag.attributes.add("values", int, 0), [], threading.Event()
+
+    def walk():
+        try:
+            while not done.is_set():
+                for node in zt.walk(root):
+                    try:
+                        assert isinstance(node.name, str)
+                    except zt.EndedError:
+                        pass
+                assert all(type(value) is int for value in series) and all(type(name) is str for name in names)
+                list(root.children), repr(names), repr(tag.attributes)
+        except BaseException as problem:
+            problems.append(problem)
+    before = sys.getswitchinterval()
+    sys.setswitchinterval(1e-5)
+    threads = [threading.Thread(target=walk) for _ in range(2)]
+    for thread in threads:
+        thread.start()
+    for turn in range(60):
+        for number in range(20):
+            root.addChild(zt.ztRoot(name=str(number)))
+            names.append(str(number))
+        series.assign(range(turn % 7 * 30))
+        for node in root.deleteAllChild():
+            node.release()
+        names.clear()
+    done.set()
+    for thread in threads:
+        thread.join()
+    sys.setswitchinterval(before)
+    assert problems == []
+
+
 def test_an_object_that_another_thread_ended_raises(zt):
     node = zt.ztRoot()
     thread = threading.Thread(target=node.release)

@@ -98,8 +98,12 @@ def array_insert(self: Any, at: int, value: Any) -> None:
 
 def array_iterate(self: Any) -> Iterator[Any]:
     at = 0
-    while at < array_len(self):
-        yield array_get(self, at)
+    while True:
+        with engine.whole:
+            if at >= array_len(self):
+                return
+            value = array_get(self, at)
+        yield value
         at += 1
 
 

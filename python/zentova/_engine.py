@@ -217,10 +217,10 @@ declare_signal = function("ztOOP_declareSignal", c_int32, c_void_p, c_char_p)
 read_object = function("ztOOP_readObject", c_void_p, c_void_p, waits=True)
 watch = function("ztObject_watch", c_int32, c_void_p, c_void_p)
 unwatch = function("ztObject_unwatch", c_int32, c_void_p, c_void_p)
-connect = function("ztObject_connect", c_int32, c_void_p, c_char_p, c_void_p, c_void_p, c_uint32, waits=True)
+connect = function("ztObject_connect", c_int32, c_void_p, c_char_p, c_void_p, c_void_p, c_uint32)
 disconnect = function("ztObject_disconnect", c_int32, c_void_p, c_char_p, c_void_p, c_void_p)
-on_change = function("ztObject_onChange", c_int32, c_void_p, c_char_p, c_void_p, c_void_p, waits=True)
-emit_args = function("ztObject_emitArgs", c_int32, c_void_p, c_char_p, POINTER(Argument), c_uint32, waits=True)
+on_change = function("ztObject_onChange", c_int32, c_void_p, c_char_p, c_void_p, c_void_p)
+emit_args = function("ztObject_emitArgs", c_int32, c_void_p, c_char_p, POINTER(Argument), c_uint32)
 block_signal = function("ztObject_blockSignal", c_int32, c_void_p, c_char_p, c_uint32)
 set_link = function("ztLink_set", c_int32, c_void_p, c_void_p)
 resolve_link = function("ztLink_resolve", c_int32, c_void_p, c_void_p, waits=True)
@@ -359,6 +359,15 @@ def ended(wrapper: Any) -> NoReturn:
     """Raises that the object of a wrapper has ended."""
     raise EndedError(f"the {type(wrapper).__name__} has ended")
 
+
+# Threads --------------------------------------------------------------------------------------------------------------
+
+#: Held where Python follows the memory of containers and trees, and where it changes or ends them: another thread of
+#: Python could otherwise run between two steps.
+whole = threading.RLock()
+
+
+os.register_at_fork(before=whole.acquire, after_in_parent=whole.release, after_in_child=whole.release)
 
 # The end --------------------------------------------------------------------------------------------------------------
 

@@ -513,9 +513,10 @@ def checked(cls: Any, function: Any) -> Any:
     def method(self: Any, *args: Any, **named: Any) -> Any:
         if not isinstance(self, cls):
             wrong_self(self, cls)
-        if not self._c and not function.__name__.endswith("representation"):
-            engine.ended(self)
-        return function(self, *args, **named)
+        with engine.whole:
+            if not self._c and not function.__name__.endswith("representation"):
+                engine.ended(self)
+            return function(self, *args, **named)
     return method
 
 

@@ -89,11 +89,16 @@ class Calls(threading.local):
 
 calls = Calls()
 
-_UNREF = ctypes.CFUNCTYPE(None)
+_UNREF = ctypes.PYFUNCTYPE(None)
 
 
 def drop(address: int, klass: int) -> None:
-    """Releases an object by the `unRef` of its class."""
+    """Releases an object by the `unRef` of its class. Other threads of Python wait."""
+    with engine.whole:
+        drop_now(address, klass)
+
+
+def drop_now(address: int, klass: int) -> None:
     _UNREF.from_address(word_at(klass + 40) + 8 * UNREF)(c_void_p(address))
 
 

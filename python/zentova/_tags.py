@@ -98,6 +98,10 @@ class Series(engine.Unique, abc.MutableSequence[Any]):
 
     def values(self) -> list[Any]:
         """A copy of the values."""
+        with engine.whole:
+            return self._copied()
+
+    def _copied(self) -> list[Any]:
         array = attribute_of(self).values
         count, data = c_int32.from_address(array + 64).value, word_at(array + 72)
         return list((self._number * count).from_address(data)) if count > 0 and data else []

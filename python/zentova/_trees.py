@@ -56,6 +56,11 @@ def path_of(path: Any) -> bytes:
 def some_children(node: int, skipped: int, count: int, keep: Any) -> list[Any]:
     """The wrappers of up to `count` children behind the first `skipped` ones. No other code runs meanwhile, so the
     list is as its functions left it."""
+    with engine.whole:
+        return children_from(node, skipped, count, keep)
+
+
+def children_from(node: int, skipped: int, count: int, keep: Any) -> list[Any]:
     children = word_at(node + CHILDREN)
     at = word_at(children + HEAD) if children else 0
     while at and skipped:
@@ -136,7 +141,7 @@ class Tree(engine.Unique):
 
 
 def tree_from(array: Any, report: engine.TreeReport) -> Tree:
-    count = word_at(array._a + 64) & 0xffffffff
+    count = ctypes.c_uint32.from_address(array._a + 64).value
     data = word_at(array._a + 72)
     addresses = [word_at(data + 8 * at) for at in range(count)]
     return Tree([objects.wrap_made(address, objects.class_at(word_at(address))) for address in addresses], report)
