@@ -17,7 +17,8 @@ def objects(zt):
     @zt.subclass
     class CountedNode(zt.ztRoot):
         pass
-    return {"node": zt.ztRoot(name="n"), "meter": zt.Meter(), "own": CountedNode(), "gauge": zt.Gauge(level=0), "counted": Counted(level=0)}
+    return {"node": zt.ztRoot(name="n"), "meter": zt.Meter(), "own": CountedNode(), "gauge": zt.Gauge(level=0),
+            "counted": Counted(level=0)}
 
 
 def frames(source, names):

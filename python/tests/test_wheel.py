@@ -12,7 +12,7 @@ from conftest import ROOT
 
 
 def test_the_wheel_has_all_modules_and_works(run, tmp_path):
-    if subprocess.run([sys.executable, "-c", "import pip, setuptools, wheel"], capture_output=True).returncode:
+    if subprocess.run([sys.executable, "-c", "import setuptools, pip, wheel"], capture_output=True).returncode:
         pytest.skip("pip, setuptools and wheel are needed")
     shutil.copytree(ROOT / "python" / "zentova", tmp_path / "tree" / "python" / "zentova",
                     ignore=shutil.ignore_patterns("__pycache__"))
