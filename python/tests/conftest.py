@@ -21,9 +21,9 @@ def compiled(source, folder):
 
 @pytest.fixture(scope="session")
 def plugins(tmp_path_factory):
-    """The folder with gauge.so and probe.so."""
+    """The folder with gauge.so, probe.so and meter.so."""
     folder = tmp_path_factory.mktemp("plugins")
-    for name in ("gauge.c", "probe.c"):
+    for name in ("gauge.c", "probe.c", "meter.c"):
         compiled(TESTS / name, folder)
     return folder
 
@@ -35,10 +35,10 @@ def in_a_folder_of_its_own(tmp_path, monkeypatch):
 
 @pytest.fixture(scope="session")
 def zt(plugins):
-    """The module with the classes of both plugins."""
+    """The module with the classes of the plugins."""
     import zentova
-    zentova.load_plugin(plugins / "gauge.so")
-    zentova.load_plugin(plugins / "probe.so")
+    for name in ("gauge.so", "probe.so", "meter.so"):
+        zentova.load_plugin(plugins / name)
     return zentova
 
 

@@ -63,7 +63,38 @@ def subclasses():
         def get(self):
             return "of Python"
 
-    return [FuzzNode, FuzzRaising, FuzzString]
+    @zt.subclass
+    class FuzzTag(zt.ztTag):
+        flow = zt.series(float, 5)
+        starts = zt.series(int, [1, 2, 3])
+        done = [print_nothing]
+
+        def create(self):
+            self.link = zt.ztLink()
+            return self.up("create")
+
+        def attrChanged(self, series):
+            FuzzTag.done[0](self, series)
+
+    return [FuzzNode, FuzzRaising, FuzzString, FuzzTag]
+
+
+class Turning:
+    """A number whose conversion ends or empties an object."""
+
+    def __init__(self, one, number):
+        self.one, self.number = one, number
+
+    def __index__(self):
+        for change in (lambda: self.one.clear(), lambda: self.one.release(), lambda: self.one.setParent(None)):
+            try:
+                change()
+            except Exception:
+                pass
+        return self.number
+
+    def __float__(self):
+        return float(self.__index__())
 
 
 class Values:
@@ -72,6 +103,7 @@ class Values:
     def __init__(self, dice, classes):
         self.dice, self.classes = dice, classes
         self.alive, self.dead = [], []
+        self.now = None  # the object that is attacked
         self.renew()
 
     def renew(self):
@@ -88,6 +120,11 @@ class Values:
     def number(self):
         return self.dice.choice([0, 1, -1, 2, 7, 255, 1000, 2**31 - 1, -2**31, 2**31, 2**63 - 1, 2**64, -2**63, True])
 
+    def turning(self):
+        """A number that changes the object that is attacked now, or another one."""
+        alive = [one for one in self.alive if not one.has_ended]
+        return Turning(self.dice.choice([self.now, self.now, *alive[:1], *alive[-1:]]), self.dice.choice([0, 1, -1, 7]))
+
     def any(self):
         dice = self.dice
         return dice.choice([
@@ -96,7 +133,7 @@ class Values:
             lambda: dice.choice([0.0, -1.5, 1e308, float("nan"), float("inf")]),
             lambda: dice.choice([None, b"", b"abcd", bytearray(b"x"), [], {}, object(), int, zt, zt.ztRoot, ..., 1j]),
             lambda: dice.choice(self.alive), lambda: dice.choice(self.alive), lambda: dice.choice(self.alive),
-            lambda: dice.choice(self.dead),
+            lambda: dice.choice(self.dead), lambda: self.turning(),
         ])()
 
 
@@ -136,6 +173,7 @@ def attack(cls, values, dice):
         COUNTS["members"] += 1
         for _ in range(3):
             one = dice.choice([make_or_none(cls), make_or_none(cls), ended(cls)])
+            values.now = one
             if one is None:
                 # Of a class that is not made: as a function, for objects of others.
                 member = getattr(cls, name, None)
@@ -156,7 +194,7 @@ def attack(cls, values, dice):
 
 
 def attack_module(values, dice):
-    skipped = {"load_plugin", "subclass", "prop", "Object", "Pointer"}
+    skipped = {"load_plugin", "subclass", "prop", "series", "Object", "Pointer"}
     for name in zt.__all__:
         function = getattr(zt, name)
         if name in skipped or not callable(function):
@@ -183,6 +221,48 @@ def print_nothing(*_):
 
 def raising(*_):
     raise ArithmeticError("a slot that raises")
+
+
+def attack_parts(values, dice, cls):
+    """Series of tags and links, which the members of classes do not show."""
+    changes = [print_nothing, print_nothing, raising, lambda tag, series: tag.release(),
+               lambda tag, series: tag.attributes.clear(), lambda tag, series: series.resize(dice.randrange(9))]
+    tags = [one for one in values.alive + values.dead if isinstance(one, zt.ztTag)]
+    nodes = [one for one in values.alive if isinstance(one, zt.ztRoot)]
+    links = [zt.ztLink() for _ in range(3)] + [zt.ztLinkArray([zt.ztLink()])]
+    names = [name for name in dir(zt.Series) if not name.startswith("_")]
+    names += ["__len__", "__getitem__", "__setitem__", "__delitem__", "__contains__", "__iter__", "__reversed__"]
+    kept = []
+    for _ in range(150):
+        cls.done[0] = dice.choice(changes)
+        values.now = tag = dice.choice(tags)
+        attributes = attempt(lambda: tag.attributes)
+        if attributes is not None:
+            name = dice.choice(["flow", "starts", "new", "other", values.any()])
+            attempt(attributes.add, name, dice.choice([int, float, values.any()]), values.any())
+            attempt(attributes.__setitem__, name, dice.choice([[1, 2], [1.5], values.any()]))
+            attempt(attributes.swap, name, dice.choice(["flow", "starts", values.any()]))
+            if dice.random() < 0.2:
+                attempt(attributes.__delitem__, name)
+            kept += [one for one in (attempt(attributes.get, name),) if isinstance(one, zt.Series)]
+            attempt(lambda: [list(one) for one in attributes.values()])
+        for series in kept[-3:] + kept[:1]:
+            member = attempt(getattr, series, dice.choice(names))
+            if callable(member):
+                attempt(member, *(values.any() for _ in range(dice.randrange(3))))
+            attempt(setattr, series, "user_value", values.any())
+        if not nodes:
+            continue
+        node = dice.choice(nodes)
+        link = dice.choice(links + [one for one in (attempt(getattr, node, "gauge"),) if isinstance(one, zt.Link)])
+        attempt(setattr, link, "target", dice.choice([node, None, values.any()]))
+        attempt(getattr, link, "target")
+        attempt(link.resolve, dice.choice([node, values.any()]))
+        attempt(zt.resolve_links, node)
+        if dice.random() < 0.1:
+            attempt(node.release)
+            nodes = [one for one in nodes if not one.has_ended]
+    cls.done[0] = print_nothing
 
 
 def attack_trees(values, dice):
@@ -227,6 +307,8 @@ def main():
             if dice.random() < 0.2:
                 values.renew()
         attack_module(values, dice)
+        attack_parts(values, dice, made[-1])
+        values.renew()
         attack_trees(values, dice)
         del values
         gc.collect()

@@ -26,6 +26,21 @@ def test_the_sessions_print_what_is_shown(run, tmp_path, document, least):
     assert done.stdout == "".join(shown for _, shown in parts)
 
 
+def test_the_session_of_the_readme_is_one(run, tmp_path):
+    compiled(TESTS / "gauge.c", tmp_path)
+    sessions = re.findall(r"^```pycon\n(.*?)^```$", (ROOT / "README.md").read_text(), re.M | re.S)
+    assert len(sessions) == 1 and sessions[0].count(">>>") > 10
+    (tmp_path / "session.txt").write_text(sessions[0])
+    done = run("""if True:
+        import doctest, io, contextlib
+        said = io.StringIO()
+        with contextlib.redirect_stdout(said):
+            failed = doctest.testfile("session.txt", module_relative=False)
+        print(failed.failed, failed.attempted, said.getvalue())""")
+    assert (done.stderr, done.returncode) == ("", 0)
+    assert done.stdout.split()[:2] == ["0", str(sessions[0].count(">>>"))], done.stdout
+
+
 def test_the_version_is_the_library_s():
     pytest.importorskip("setuptools")
     done = subprocess.run([sys.executable, "setup.py", "--version"], cwd=ROOT / "python", capture_output=True, text=True)

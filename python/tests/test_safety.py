@@ -13,8 +13,8 @@ from conftest import ROOT, TESTS
 def test_no_call_from_python_crashes(plugins, tmp_path, seed):
     environment = os.environ | {"PYTHONPATH": str(ROOT / "python"), "PYTHONDONTWRITEBYTECODE": "1"}
     done = subprocess.run([sys.executable, "-X", "faulthandler", TESTS / "fuzzed.py", tmp_path, str(seed), "1",
-                           plugins / "gauge.so", plugins / "probe.so"], env=environment, capture_output=True, text=True,
-                          timeout=300)
+                           *(plugins / f"{name}.so" for name in ("gauge", "probe", "meter"))], env=environment,
+                          capture_output=True, text=True, timeout=300)
     assert done.returncode == 0, done.stderr[-3000:]
     counts, last = done.stdout.splitlines()[-2:]
     assert last == "all done"

@@ -266,6 +266,22 @@ def test_an_exception_in_create_makes_no_object(zt):
             Unmade()
 
 
+def test_create_runs_once_while_the_engine_makes_the_object(zt, plant):
+    one = plant.small(name="made")
+    with pytest.raises(zt.UnsafeError, match="while the engine makes the object"):
+        one.create()
+    with pytest.raises(zt.UnsafeError, match="up..create"):
+        one.up("create")
+
+    @zt.subclass
+    class Twice(zt.ztRoot):
+        def create(self):
+            return self.up("create") and self.up("create")
+    with pytest.raises(zt.UnsafeError, match="once"):
+        Twice()
+    assert one.name == "made"
+
+
 def test_classes_without_properties_may_derive_from_any_class(zt):
     @zt.subclass
     class Shouting(zt.ztString):

@@ -10,20 +10,23 @@ import ctypes as _ctypes
 import os as _os
 from typing import Any
 
-from . import _engine, _mappings, _members, _objects, _properties, _signals, _subclass, _trees
+from . import _engine, _links, _mappings, _members, _objects, _plugins, _properties, _signals, _subclass, _trees
+from ._links import Link, links, resolve_links
 from ._members import declare_arguments as declare
 from ._objects import Object, Pointer
 from ._properties import PropertyDescription, add_property, get_property, properties, set_property
 from ._signals import Connection, block, connect, emit, on_change, signals
 from ._subclass import prop, subclass
+from ._tags import Attributes, Series, series
 from ._trees import (Children, Tree, load_tree, open_tree, read_object, save_tree, store_tree, walk, write_object)
 from .errors import EndedError, Error, UnsafeError
 
 __all__ = [
-    "Children", "Connection", "EndedError", "Error", "Object", "Pointer", "PropertyDescription", "Tree",
-    "UnsafeError", "add_property", "block", "class_named", "classes", "connect", "declare", "emit", "fields",
-    "get_property", "load_plugin", "load_tree", "make", "methods", "on_change", "open_tree", "prop", "properties",
-    "read_object", "save_tree", "set_property", "signals", "store_tree", "subclass", "walk", "write_object",
+    "Attributes", "Children", "Connection", "EndedError", "Error", "Link", "Object", "Pointer", "PropertyDescription",
+    "Series", "Tree", "UnsafeError", "add_property", "block", "class_named", "classes", "connect", "declare", "emit",
+    "fields", "get_property", "links", "load_plugin", "load_tree", "make", "methods", "on_change", "open_tree", "prop",
+    "properties", "read_object", "resolve_links", "save_tree", "series", "set_property", "signals", "store_tree",
+    "subclass", "walk", "write_object",
 ]
 
 
@@ -31,10 +34,13 @@ def load_plugin(path: Any) -> None:
     """Loads a shared library whose classes register themselves, as with ZT_REGISTER_CLASS in a constructor function.
     It stays loaded."""
     name = _os.fsdecode(path)
+    why = _plugins.refusal(name)
+    if why:
+        raise Error(f"the plugin {name!r} is not loaded: {why}")
     _engine.log.mark()
     try:
         _ctypes.CDLL(name)
-    except OSError as problem:
+    except (OSError, ValueError) as problem:
         raise Error(f"the plugin {name!r} is not loaded: {problem}") from None
     if _engine.pending:
         _engine.raise_pending()
@@ -96,5 +102,6 @@ def __dir__() -> list[str]:
 _properties.remember_types()
 _mappings.register()
 _engine.at_end.append(_properties.end_all)
+_engine.at_end.append(_links.end_all)
 _engine.at_end.append(_subclass.end_all)
 _engine.at_end.append(_signals.end_all)

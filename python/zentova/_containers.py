@@ -61,14 +61,14 @@ def array_len(self: Any) -> int:
 def array_get(self: Any, at: Any) -> Any:
     if isinstance(at, slice):
         return list(self)[at]
-    index = index_in(self, at, array_len(self))
+    index = index_in(self, at, array_len)
     return stored(array_address(self, index), sequence_element(self))
 
 
 def array_set(self: Any, at: Any, value: Any) -> None:
     if isinstance(at, slice):
         raise TypeError("elements are set one by one")
-    index = index_in(self, at, array_len(self))
+    index = index_in(self, at, array_len)
     if not with_value(self, 31, value, index):
         engine.failed("the element is not set")
 
@@ -78,7 +78,7 @@ def array_delete(self: Any, at: Any) -> None:
         for index in sorted(range(*at.indices(array_len(self))), reverse=True):
             call(self, 29, None, index)
         return
-    call(self, 29, None, index_in(self, at, array_len(self)))
+    call(self, 29, None, index_in(self, at, array_len))
 
 
 def array_append(self: Any, value: Any) -> None:
@@ -98,8 +98,12 @@ def array_insert(self: Any, at: int, value: Any) -> None:
 
 def array_iterate(self: Any) -> Iterator[Any]:
     at = 0
-    while at < array_len(self):
-        yield array_get(self, at)
+    while True:
+        with engine.whole:
+            if at >= array_len(self):
+                return
+            value = array_get(self, at)
+        yield value
         at += 1
 
 
@@ -172,7 +176,7 @@ def list_item(self: Any, index: int) -> int:
 def list_get(self: Any, at: Any) -> Any:
     if isinstance(at, slice):
         return list(self)[at]
-    item = list_item(self, index_in(self, at, list_len(self)))
+    item = list_item(self, index_in(self, at, list_len))
     return stored(word_at(item + 16), sequence_element(self))
 
 
@@ -194,7 +198,7 @@ def list_insert(self: Any, at: int, value: Any) -> None:
         return list_append(self, value)
     if at == 0:
         return list_push_front(self, value)
-    passed = Passed(value, sequence_element(self), "element")
+    passed = Passed(self, value, sequence_element, "element")
     try:
         if not call(self, 29, c_void_p, c_void_p(list_item(self, at)), c_void_p(passed.address)):
             engine.failed("the element is not inserted")
@@ -216,9 +220,8 @@ def list_delete(self: Any, at: Any) -> None:
         for index in sorted(range(*at.indices(list_len(self))), reverse=True):
             list_delete(self, index)
         return
-    count = list_len(self)
-    index = index_in(self, at, count)
-    if index == count - 1:
+    index = index_in(self, at, list_len)
+    if index == list_len(self) - 1:
         call(self, 32, c_void_p)
     elif index == 0:
         element, address = sequence_element(self), word_at(word_at(self._a + 64) + 16)
@@ -231,7 +234,7 @@ def list_delete(self: Any, at: Any) -> None:
 def list_set(self: Any, at: Any, value: Any) -> None:
     if isinstance(at, slice):
         raise TypeError("elements are set one by one")
-    index = index_in(self, at, list_len(self))
+    index = index_in(self, at, list_len)
     list_insert(self, index, value)
     list_delete(self, index + 1)
 

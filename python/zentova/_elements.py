@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import operator
 from ctypes import c_double, c_int32, c_int8, c_uint32, c_void_p
 from typing import Any, NamedTuple
 
@@ -98,13 +99,34 @@ def value_of(wrapper: Any) -> Element:
 # Values ---------------------------------------------------------------------------------------------------------------
 
 
+#: Types whose values are converted without other code in Python.
+PLAIN = frozenset({int, float, str, bytes, bool, type(None)})
+
+
 class Passed:
-    """A value in the form in which a container takes it, for the time of a call."""
+    """A value in the form in which a container takes it, for the time of a call. `read` tells how the container holds
+    such values. To convert one may run other code in Python: where the container then holds something else, that is an
+    error, and what else was asked from the container or from other values must be asked again."""
 
-    __slots__ = ("address", "_keep", "_string")
+    __slots__ = ("element", "_address", "_keep", "_string", "_object")
 
-    def __init__(self, value: Any, element: Element, what: str) -> None:
-        self._string = None
+    def __init__(self, wrapper: Any, value: Any, read: Any, what: str) -> None:
+        self.element: Element = read(there(wrapper))
+        self._string: Any = None
+        self._object: Any = None
+        self.convert(value, self.element, what)
+        if type(value) not in PLAIN:
+            self.check(wrapper, read)
+
+    def check(self, wrapper: Any, read: Any) -> None:
+        if read(there(wrapper)) != self.element:
+            raise Error(f"the {type(wrapper).__name__} changed while the value was converted")
+
+    @property
+    def address(self) -> int | None:
+        return self._address if self._object is None else there(self._object)._a
+
+    def convert(self, value: Any, element: Element, what: str) -> None:
         kind = element.kind
         if kind == "int":
             self._keep: Any = c_int32(_members.wrong_number(value, what, c_int32))
@@ -115,7 +137,7 @@ class Passed:
         elif kind == "str":
             self._string = objects.class_named("ztString")()
             self._string.set(value)
-            self.address: int | None = self._string._a
+            self._address: int | None = self._string._a
             return
         elif kind in ("text", "bytes"):
             data = engine.text_to_bytes(value) if kind == "text" else bytes_of(value, what)
@@ -126,20 +148,18 @@ class Passed:
             if element.cls is None or not isinstance(value, element.cls):
                 name = "an object" if element.cls is None else f"a {element.cls.__name__}"
                 raise TypeError(f"{what} is {name}, not {type(value).__name__}")
-            if not value._c:
-                ended(value)
-            self.address = value._a
+            self._object = there(value)
             return
         elif kind == "pointer":
             from ._properties import address_for
             self._keep = address_for(value, what)
-            self.address = self._keep.value
+            self._address = self._keep.value
             return
         else:
             if value is not None:
                 raise TypeError(f"this container holds no {what}s: None is needed")
             self._keep = ctypes.create_string_buffer(8)
-        self.address = ctypes.addressof(self._keep)
+        self._address = ctypes.addressof(self._keep)
 
     def end(self) -> None:
         if self._string is not None:
@@ -155,7 +175,7 @@ def character(value: Any, what: str) -> int:
 def bytes_of(value: Any, what: str) -> bytes:
     if not isinstance(value, (bytes, bytearray, memoryview)):
         raise TypeError(f"{what} is bytes, not {type(value).__name__}")
-    return bytes(value)
+    return bytes(memoryview(value))
 
 
 def stored(address: int, element: Element) -> Any:
@@ -195,7 +215,9 @@ def living(address: int) -> Any:
 
 def call(wrapper: Any, slot: int, result: Any, *args: Any) -> Any:
     """Calls a method of the object's own class."""
-    function = ctypes.CFUNCTYPE(result).from_address(word_at(word_at(wrapper._a) + 40) + 8 * slot)
+    there(wrapper)
+    # Other threads of Python wait: a container that two of them use stays whole.
+    function = ctypes.PYFUNCTYPE(result).from_address(word_at(word_at(wrapper._a) + 40) + 8 * slot)
     got = function(wrapper._c, *args)
     if engine.pending:
         engine.raise_pending()
@@ -210,7 +232,7 @@ def there(wrapper: Any) -> Any:
 
 def with_value(wrapper: Any, slot: int, value: Any, *more: Any) -> int:
     """Calls a method with an element and gives the address that it returns."""
-    passed = Passed(value, sequence_element(there(wrapper)), "element")
+    passed = Passed(wrapper, value, sequence_element, "element")
     engine.log.mark()
     try:
         return call(wrapper, slot, c_void_p, c_void_p(passed.address), *more) or 0
@@ -223,8 +245,9 @@ def add(wrapper: Any, slot: int, value: Any, *more: Any) -> None:
         engine.failed(f"the element is not added to the {type(wrapper).__name__}")
 
 
-def index_in(wrapper: Any, at: Any, count: int) -> int:
-    index = at.__index__()
+def index_in(wrapper: Any, at: Any, length: Any) -> int:
+    index = operator.index(at)
+    count = length(there(wrapper))
     if not -count <= index < count:
         raise IndexError(f"there are {count} elements")
     return index % count

@@ -52,7 +52,7 @@ class Log:
         """Reasons are what is written from here on."""
         if self.file < 0:
             return
-        self.at = os.fstat(self.file).st_size
+        self.at = os.lseek(self.file, 0, os.SEEK_END)
         if self.own and self.at > self.LARGEST:
             os.ftruncate(self.file, 0)
             self.at = 0
@@ -61,7 +61,7 @@ class Log:
         """The lines since the last mark, without their ends; marks."""
         if self.file < 0:
             return ""
-        size = os.fstat(self.file).st_size
+        size = os.lseek(self.file, 0, os.SEEK_END)
         text = os.pread(self.file, min(size - self.at, 4096), self.at) if size > self.at else b""
         self.mark()
         return text.decode(errors="replace").strip()
@@ -81,6 +81,8 @@ def _load() -> tuple[ctypes.CDLL, ctypes.PyDLL]:
                           f"name another file than {SONAME}") from None
     finally:
         log.chosen(before)
+    if not hasattr(library, "ztObject_watch"):
+        raise ImportError(f"{name} is not the library of the Zentova OOP Engine, or one of an earlier version")
     return library, ctypes.PyDLL(name)
 
 
@@ -215,11 +217,14 @@ declare_signal = function("ztOOP_declareSignal", c_int32, c_void_p, c_char_p)
 read_object = function("ztOOP_readObject", c_void_p, c_void_p, waits=True)
 watch = function("ztObject_watch", c_int32, c_void_p, c_void_p)
 unwatch = function("ztObject_unwatch", c_int32, c_void_p, c_void_p)
-connect = function("ztObject_connect", c_int32, c_void_p, c_char_p, c_void_p, c_void_p, c_uint32, waits=True)
+connect = function("ztObject_connect", c_int32, c_void_p, c_char_p, c_void_p, c_void_p, c_uint32)
 disconnect = function("ztObject_disconnect", c_int32, c_void_p, c_char_p, c_void_p, c_void_p)
-on_change = function("ztObject_onChange", c_int32, c_void_p, c_char_p, c_void_p, c_void_p, waits=True)
-emit_args = function("ztObject_emitArgs", c_int32, c_void_p, c_char_p, POINTER(Argument), c_uint32, waits=True)
+on_change = function("ztObject_onChange", c_int32, c_void_p, c_char_p, c_void_p, c_void_p)
+emit_args = function("ztObject_emitArgs", c_int32, c_void_p, c_char_p, POINTER(Argument), c_uint32)
 block_signal = function("ztObject_blockSignal", c_int32, c_void_p, c_char_p, c_uint32)
+set_link = function("ztLink_set", c_int32, c_void_p, c_void_p)
+resolve_link = function("ztLink_resolve", c_int32, c_void_p, c_void_p, waits=True)
+resolve_links = function("ztLinkArray_resolve", c_int32, c_void_p, c_void_p, waits=True)
 find_property = function("ztObject_findProperty", c_void_p, c_void_p, c_char_p)
 register_types = function("ztProperty_registerTypes", c_int32)
 allocate = function("ztm_alloc", c_void_p, c_int32)
@@ -281,9 +286,9 @@ def word_if_readable(address: int) -> int:
 def text_to_bytes(text: object) -> bytes:
     """A text for the engine."""
     if isinstance(text, str):
-        data = text.encode("utf-8", "surrogateescape")
+        data = str.encode(text, "utf-8", "surrogateescape")
     elif isinstance(text, (bytes, bytearray)):
-        data = bytes(text)
+        data = bytes(memoryview(text))  # no method of a class in Python runs
     else:
         raise TypeError(f"a text is needed, not {type(text).__name__}")
     if b"\0" in data:
@@ -303,6 +308,16 @@ def text_at(address: int | None) -> str | None:
 def known(data: bytes | None) -> str:
     """A name in a description."""
     return (data or b"").decode("utf-8", "surrogateescape")
+
+
+class Unique:
+    """What stands for something of the engine: a copy of it, or one in another process, would lead nowhere."""
+
+    __slots__ = ()
+
+    def __reduce_ex__(self, protocol: Any) -> NoReturn:
+        raise TypeError(f"{type(self).__name__}: neither pickled nor copied; clone() copies an object, save_tree() and "
+                        "write_object() store it")
 
 
 # Failures -------------------------------------------------------------------------------------------------------------
@@ -344,6 +359,15 @@ def ended(wrapper: Any) -> NoReturn:
     """Raises that the object of a wrapper has ended."""
     raise EndedError(f"the {type(wrapper).__name__} has ended")
 
+
+# Threads --------------------------------------------------------------------------------------------------------------
+
+#: Held where Python follows the memory of containers and trees, and where it changes or ends them: another thread of
+#: Python could otherwise run between two steps.
+whole = threading.RLock()
+
+
+os.register_at_fork(before=whole.acquire, after_in_parent=whole.release, after_in_child=whole.release)
 
 # The end --------------------------------------------------------------------------------------------------------------
 

@@ -87,7 +87,7 @@ def mapping_iterate(self: Any) -> Iterator[Any]:
 def found_item(self: Any, key: Any) -> int:
     """The item of a key; 0 without one."""
     comparable(self)
-    passed = Passed(key, key_of(self), "key")
+    passed = Passed(self, key, key_of, "key")
     try:
         return call(self, 32, c_void_p, c_void_p(passed.address)) or 0
     finally:
@@ -115,10 +115,11 @@ def mapping_contains(self: Any, key: Any) -> bool:
 def insert_pair(self: Any, key: Any, value: Any) -> bool:
     """Adds a pair. False when the key is there and may not be twice."""
     comparable(self)
-    one = Passed(key, key_of(self), "key")
+    one = Passed(self, key, key_of, "key")
     try:
-        other = Passed(value, value_of(self), "value")
+        other = Passed(self, value, value_of, "value")
         try:
+            one.check(self, key_of)
             is_table = isinstance(self, objects.class_named("ztHashTable"))
             slot, result = (31, c_int32) if is_table else (29, c_void_p)
             engine.log.mark()
@@ -130,10 +131,12 @@ def insert_pair(self: Any, key: Any, value: Any) -> bool:
 
 
 def mapping_set(self: Any, key: Any, value: Any) -> None:
-    item = found_item(self, key)
+    comparable(self)
     element = value_of(self)
-    if item and element.kind not in ("str", "object"):
-        other = Passed(value, element, "value")
+    other = None if element.kind in ("str", "object") else Passed(self, value, value_of, "value")
+    item = found_item(self, key)
+    if item and other is not None:
+        other.check(self, value_of)
         place = item + value_place(self)
         if element.kind == "pointer":
             c_void_p.from_address(place).value = other.address
@@ -141,7 +144,7 @@ def mapping_set(self: Any, key: Any, value: Any) -> None:
             ctypes.memmove(word_at(place), other.address or 0, element.size)
         return
     if item:
-        Passed(value, element, "value").end()  # before the old one goes
+        Passed(self, value, value_of, "value").end()  # before the old one goes
         mapping_delete(self, key)
     if not insert_pair(self, key, value):
         engine.failed("the pair is not added", "" if word_at(self._a + 32) else "the keys have no order")
@@ -151,7 +154,7 @@ def mapping_delete(self: Any, key: Any) -> None:
     if not found_item(self, key):
         raise KeyError(key)
     if not isinstance(self, objects.class_named("ztHashTable")):
-        passed = Passed(key, key_of(self), "key")
+        passed = Passed(self, key, key_of, "key")
         try:
             call(self, 30, c_int32, c_void_p(passed.address))
         finally:

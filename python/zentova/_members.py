@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import functools
 import keyword
+import operator
 from ctypes import c_void_p
 from types import FunctionType
 from typing import Any, Callable
@@ -18,6 +19,11 @@ from .errors import Error, UnsafeError
 
 ABSTRACT = engine.address_of("ztOOP_ztVirtualFuncHandler")
 DATA = 3  # ztMethodData
+#: How a text of the engine becomes one of Python, and the other way, in the functions that are made here.
+DECODED = ["try: return r.decode()", "except (AttributeError, UnicodeDecodeError): return bytes_to_text(r)"]
+ENCODED = ["try: data = value.encode()", "except UnicodeEncodeError: data = text_to_bytes(value)"]
+#: Numbers up to this one have one digit in the interpreter.
+SMALL = 2**30 - 1
 
 #: Classes of arguments that a program vouched for: see zt.declare().
 vouched: dict[tuple[int, str, str], Any] = {}
@@ -86,7 +92,7 @@ def is_made(member: Any) -> bool:
 def wrong_number(value: Any, name: str, kind: Any) -> Any:
     if type(value) is bool or hasattr(value, "__index__") and not isinstance(value, float):
         low, high = declare.RANGES[kind]
-        number = value.__index__()
+        number = int.__index__(operator.index(value))
         if low <= number <= high:
             return number
         raise OverflowError(f"{name} is from {low} to {high}, not {number}")
@@ -124,11 +130,13 @@ class Source:
             "K": cls, "isinstance": isinstance, "ended": engine.ended, "pending": engine.pending, "int": int,
             "raise_pending": engine.raise_pending, "failed": engine.failed, "wrong_self": wrong_self, "type": type,
             "wrong_number": wrong_number, "wrong_object": wrong_object, "number_of": number_of,
-            "text_to_bytes": engine.text_to_bytes, "log": engine.log,
+            "text_to_bytes": engine.text_to_bytes, "log": engine.log, "bytes_to_text": engine.bytes_to_text,
         }
         self.cls, self.name = cls, name
         self.parameters: list[str] = []
         self.before: list[str] = []
+        # Behind all conversions, which may run other code in Python: it may end an object.
+        self.checks = ["if not self._c: ended(self)"]
         self.passed: list[str] = []
         self.outs: list[str] = []
         self.after: list[str] = []
@@ -147,7 +155,8 @@ class Source:
             self.before.append(f"if type({name}) is not float: {name} = number_of({name}, {name!r})")
             self.passed.append(f"{kind.__name__}({name})")
             return
-        low, high = declare.RANGES[kind]
+        # The interpreter compares small numbers faster. Larger ones, too, are found to be right or wrong there.
+        low, high = max(declare.RANGES[kind][0], -SMALL), min(declare.RANGES[kind][1], SMALL)
         self.before.append(f"if type({name}) is not int or not {low} <= {name} <= {high}: "
                            f"{name} = wrong_number({name}, {name!r}, {kind.__name__})")
         # Whole numbers are passed as 32 bits.
@@ -162,9 +171,9 @@ class Source:
         name = self.parameter(parameter.name)
         kind = f"K{len(self.parameters)}"
         self.names[kind] = wanted
-        self.before.append(f"if not isinstance({name}, {kind}) or not {name}._c: "
+        self.checks.append(f"if not isinstance({name}, {kind}) or not {name}._c: "
                            f"wrong_object({name}, {name!r}, {kind})")
-        self.passed.append(f"{name}._c")
+        self.passed.append(f"{name}._p")
         if taken:
             self.names["hand_over"] = hand_over
             self.after.append(f"hand_over({name}, r, self)")
@@ -180,7 +189,7 @@ class Source:
     def compile(self, call: str, result: list[str], doc: str) -> Any:
         lines = [
             f"def method({', '.join(['self'] + self.parameters)}):",
-            *(f" {line}" for line in self.before),
+            *(f" {line}" for line in self.before + self.checks),
             f" r = {call}({', '.join(self.passed)})",
             " if pending: raise_pending()",
             *(f" {line}" for line in self.after + result),
@@ -243,17 +252,16 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
         source.names["klass"] = c_void_p(cls._klass)
         source.passed.append("klass")
         if len(parameters) > 1 and parameters[1].name == "object":
-            source.passed.append("self._c or ended(self)")
+            source.passed.append("self._p")
             del parameters[1]
-        else:
-            source.before.append("self._c or ended(self)")
     elif parameters[0].type.base in ("void", introduced):
-        source.passed.append("self._c or ended(self)")
+        source.passed.append("self._p")
         if parameters[0].type.mark == "ztOwned":
             if (introduced, name) != ("ztRoot", "setParent"):
                 raise UnsafeError("the call takes the object over")
-            source.names["moved"] = moved
-            source.after.append("moved(self, r, parent)")
+            source.names["moved"], source.names["references"] = moved, references
+            source.before.append("before = references(self)")
+            source.after.append("moved(self, r, parent, before)")
     else:
         raise UnsafeError("it does not take the object first")
     for parameter in parameters[1:]:
@@ -291,10 +299,10 @@ def build(cls: Any, name: str, declaration: declare.Declaration, place: int, int
 
 
 def form_of_call(introduced: str, name: str, defined: int) -> Any:
-    """How a method is called. Other threads of Python run meanwhile, but where the library's own method is done before
-    they could begin."""
+    """How a method is called. Other threads of Python run meanwhile where it may wait: in those of files, in what stores
+    objects, and in those of hosts."""
     own = objects.is_library(objects.class_at(defined)._name) if defined else False
-    short = own and introduced not in ("ztFile", "ztContainer") and name not in ("read", "write", "assign")
+    short = own and introduced != "ztFile" and name not in ("read", "write")
     return ctypes.PYFUNCTYPE if short else ctypes.CFUNCTYPE
 
 
@@ -302,17 +310,44 @@ def optional_parent(source: Source, wanted: Any) -> None:
     """The argument of setParent may be None."""
     name = source.parameter("parent")
     source.names["Root"] = wanted
-    source.before.append(f"if {name} is not None and (not isinstance({name}, Root) or not {name}._c): "
+    source.checks.append(f"if {name} is not None and (not isinstance({name}, Root) or not {name}._c): "
                          f"wrong_object({name}, {name!r}, Root)")
-    source.passed.append(f"(None if {name} is None else {name}._c)")
+    source.passed.append(f"(None if {name} is None else {name}._p)")
 
 
-def moved(wrapper: Any, result: Any, parent: Any) -> None:
+class Left:
+    """What a wrapper keeps whose node has left a parent: nothing, but the node has a reference more than a new one."""
+
+    def __bool__(self) -> bool:
+        return False
+
+
+LEFT = Left()
+
+
+def references(wrapper: Any) -> int:
+    """The references to a node that has or had a parent; 0 for a new one."""
+    if not wrapper._c or not (word_at(wrapper._a + 136) or wrapper._keep is LEFT):
+        return 0
+    return ctypes.c_int32.from_address(wrapper._a + 8).value
+
+
+def drop_added(node: Any, before: int) -> None:
+    """Drops the references that a node got while it moved from a parent: one for leaving it, and one from the next. It
+    had all that it needs."""
+    for _ in range(1 + bool(references(node))):
+        if before and node._c and ctypes.c_int32.from_address(node._a + 8).value > max(before, 2):
+            objects.drop(node._a, word_at(node._a))
+
+
+def moved(wrapper: Any, result: Any, parent: Any, before: int) -> None:
     """After setParent: a node without a parent belongs to its wrapper, one with a parent to that."""
+    drop_added(wrapper, before)
     if result == 0:
         return
     if parent is None:
-        wrapper._owned, wrapper._keep = True, None
+        if before or not wrapper._owned:
+            wrapper._owned, wrapper._keep = True, LEFT
         objects.made[wrapper._a] = objects.weakref.ref(wrapper)
     else:
         wrapper._owned, wrapper._keep = False, parent
@@ -333,7 +368,7 @@ def result_of(source: Source, kind: declare.Type, introduced: str, name: str, li
         source.names["owned_text"] = owned_text
         return c_void_p, ["return owned_text(r)"]
     if kind.is_text:
-        return ctypes.c_char_p, ["return r if r is None else r.decode('utf-8', 'surrogateescape')"]
+        return ctypes.c_char_p, list(DECODED)
     role = policy.RESULTS.get(f"{introduced}.{name}")
     if role == "object":
         source.names["borrow"] = objects.borrow
@@ -397,6 +432,9 @@ class Field:
             engine.ended(wrapper)
         place = wrapper._a + self.offset
         number = self.kind.number
+        if self.is_link:
+            from ._links import link_at
+            return link_at(wrapper, place)
         if number is not None and self.length:
             if self.kind.base == "char":
                 return engine.bytes_to_text(ctypes.string_at(place, self.length).split(b"\0")[0])
@@ -412,6 +450,11 @@ class Field:
             return string_text(address)
         return objects.pointer(address)
 
+    @property
+    def is_link(self) -> bool:
+        """Whether it is a link in the memory of an object whose end is noticed."""
+        return self.kind.base == "ztLink" and not self.kind.stars and not self.length and self.cls._watched
+
     def __set__(self, wrapper: Any, value: Any) -> None:
         if not isinstance(wrapper, self.cls):
             wrong_self(wrapper, self.cls)
@@ -420,16 +463,16 @@ class Field:
         number = self.kind.number
         if not self.writable or number is None or (self.length and self.kind.base != "char"):
             raise AttributeError(f"the field {self.name} of {self.cls.__name__} is only read")
-        place = wrapper._a + self.offset
         if self.length:
             data = engine.text_to_bytes(value)
             if len(data) >= self.length:
                 raise ValueError(f"{self.name} has room for {self.length - 1} bytes")
-            ctypes.memmove(place, data + bytes(self.length - len(data)), self.length)
-        elif number in declare.FLOATS:
-            number.from_address(place).value = number_of(value, self.name)
-        else:
-            number.from_address(place).value = wrong_number(value, self.name, number)
+            ctypes.memmove(wrapper._a + self.offset, data + bytes(self.length - len(data)), self.length)
+            return
+        given = number_of(value, self.name) if number in declare.FLOATS else wrong_number(value, self.name, number)
+        if not wrapper._c:
+            engine.ended(wrapper)  # by what the conversion ran
+        number.from_address(wrapper._a + self.offset).value = given
 
 
 # All of them ----------------------------------------------------------------------------------------------------------------
@@ -470,9 +513,10 @@ def checked(cls: Any, function: Any) -> Any:
     def method(self: Any, *args: Any, **named: Any) -> Any:
         if not isinstance(self, cls):
             wrong_self(self, cls)
-        if not self._c and not function.__name__.endswith("representation"):
-            engine.ended(self)
-        return function(self, *args, **named)
+        with engine.whole:
+            if not self._c and not function.__name__.endswith("representation"):
+                engine.ended(self)
+            return function(self, *args, **named)
     return method
 
 

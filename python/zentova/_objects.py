@@ -7,7 +7,7 @@ import threading
 import weakref
 from ctypes import c_void_p
 from types import FunctionType
-from typing import Any, Iterator
+from typing import TYPE_CHECKING, Any, Iterator
 
 from . import _engine as engine
 from ._engine import ended, failed, known, pending, raise_pending, running, word_at
@@ -29,7 +29,7 @@ attributes: dict[int, dict[str, Any]] = {}
 extras: dict[str, dict[str, Any]] = {}
 
 
-class Pointer:
+class Pointer(engine.Unique):
     """An address that the engine gave and nothing describes. It is neither followed nor made in Python."""
 
     __slots__ = ("_address",)
@@ -89,11 +89,16 @@ class Calls(threading.local):
 
 calls = Calls()
 
-_UNREF = ctypes.CFUNCTYPE(None)
+_UNREF = ctypes.PYFUNCTYPE(None)
 
 
 def drop(address: int, klass: int) -> None:
-    """Releases an object by the `unRef` of its class."""
+    """Releases an object by the `unRef` of its class. Other threads of Python wait."""
+    with engine.whole:
+        drop_now(address, klass)
+
+
+def drop_now(address: int, klass: int) -> None:
     _UNREF.from_address(word_at(klass + 40) + 8 * UNREF)(c_void_p(address))
 
 
@@ -122,10 +127,11 @@ class EngineClass(type):
 class Object(metaclass=EngineClass):
     """An object of the engine. It ends with this wrapper if it was made by it and not handed over."""
 
-    __slots__ = ("_c", "_a", "_owned", "_keep", "__weakref__")
+    __slots__ = ("_c", "_a", "_p", "_owned", "_keep", "__weakref__")
     _klass, _name, _watched = 0, "", False
     _c: c_void_p  # the address; NULL when the object has ended
     _a: int  # the address as a number, also when it has ended
+    _p: Any  # the address as calls pass it fastest, to be used behind a look at _c only
     _owned: bool  # this wrapper releases it
     _keep: Any  # what must not be released before
 
@@ -185,6 +191,11 @@ class Object(metaclass=EngineClass):
         if isinstance(self, Object) and self._owned and self._c:
             self.release()
 
+    __reduce_ex__: Any = engine.Unique.__reduce_ex__
+
+    def __deepcopy__(self, memo: Any) -> Any:
+        return self.clone()
+
     def __eq__(self, other: object) -> bool:
         return self is other or (isinstance(other, Object) and self._a == other._a and bool(self._c) and bool(other._c))
 
@@ -194,9 +205,10 @@ class Object(metaclass=EngineClass):
     def __repr__(self) -> str:
         return f"<{type(self).__name__} {'of the past' if not self._c else hex(self._a)}>"
 
-    def __getattr__(self, name: str) -> Any:
-        from ._properties import dynamic
-        return dynamic(self, name)
+    if TYPE_CHECKING:
+        # Methods, fields and properties come from the descriptions. A real __getattr__ would make each use of an
+        # attribute slower: the interpreter then finds none of them at once.
+        def __getattr__(self, name: str) -> Any: ...
 
     def __del__(self, unwatch: Any = engine.unwatch, address_of: Any = ctypes.addressof) -> None:
         try:
@@ -231,6 +243,8 @@ def living(wrapper: Any) -> Any:
 
 _CTOR = ctypes.CFUNCTYPE(c_void_p, c_void_p, ctypes.c_int32)
 _new = object.__new__
+#: An address as an argument of a call: the call has nothing to convert.
+passed: Any = c_void_p.from_param
 
 
 def wrap_made(address: int, cls: EngineClass) -> Any:
@@ -248,6 +262,7 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
     """A wrapper of an object, which it watches if the class lets it."""
     wrapper = _new(cls)
     wrapper._a = address
+    wrapper._p = passed(address)
     wrapper._owned = False
     wrapper._keep = keep
     if cls._watched:
@@ -260,9 +275,20 @@ def wrap(address: int, cls: Any, keep: Any = None) -> Any:
             calls.passing.append(cell)
     else:
         wrapper._c = c_void_p(address)
+    if cls._watched and wrapper._c:
+        learn_names(cls, address)
     if address in attributes and hasattr(wrapper, "__dict__"):
         wrapper.__dict__ = attributes[address]
     return wrapper
+
+
+def learn_names(cls: Any, address: int) -> None:
+    """Makes attributes of the properties that an object of ztObject has by itself."""
+    properties = word_at(address + 24)
+    tree = word_at(properties + 88) if properties else 0
+    if tree and ctypes.c_uint32.from_address(tree + 72).value:
+        from ._properties import learn
+        learn(cls, properties)
 
 
 #: Classes of ztObject whose objects have no attributes of Python's, by descriptor.
@@ -286,6 +312,7 @@ def borrow(address: int | None, keep: Any = None) -> Any:
         cell = c_void_p()
         if _watch(address, _addressof(cell)):
             wrapper._a, wrapper._c, wrapper._owned, wrapper._keep = address, cell, False, keep
+            wrapper._p = passed(address)
             return wrapper
     cls = by_address.get(klass) or class_at(klass)
     wrapper = wrap(address, cls, keep)

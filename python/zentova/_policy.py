@@ -11,7 +11,7 @@ ENGINE = "the engine calls it itself"
 PROPERTIES = "use the attribute of the property, zt.add_property() and zt.properties()"
 SIGNALS = "use zt.connect(), zt.emit() and zt.signals()"
 ITERATION = "iterate over the container"
-TAGS = "it takes a handle or values that the description does not describe"
+TAGS = "use tag.attributes, whose values are the series of the tag"
 
 #: Methods that are refused, with the reason; those of a class whose other methods are all refused are under "*".
 REFUSED: dict[str, dict[str, str]] = {
@@ -40,8 +40,10 @@ REFUSED: dict[str, dict[str, str]] = {
     "ztProperty": {"*": PROPERTIES},
     "ztPropertyType": {"*": PROPERTIES},
     "ztTagAttribute": {"*": TAGS},
-    "ztTag": {"*": TAGS},
+    "ztTag": {"attrChanged": ENGINE, "*": TAGS},
 }
+#: Methods that classes in Python may change, though Python does not call them by their names.
+CHANGED_ONLY = frozenset({("ztTag", "attrChanged")})
 
 #: Classes of which Python makes no objects: parts of others, which need them.
 NOT_MADE = {
@@ -51,7 +53,6 @@ NOT_MADE = {
     "ztSignal": SIGNALS, "ztSlot": SIGNALS, "ztSignalMap": SIGNALS, "ztSlotMap": SIGNALS, "ztPropertyMap": PROPERTIES,
     "ztPropertyTypeMap": PROPERTIES, "ztPropertyPtrArray": PROPERTIES, "ztContainer": "it is abstract",
     "ztSequenceContainer": "it is abstract", "ztAssociativeContainer": "it is abstract",
-    "ztLink": "its target may end", "ztLinkArray": "the targets may end",
     "ztRootPtrList": "use the children of a node", "ztTagAttribute": TAGS, "ztIntTag": TAGS, "ztFloatTag": TAGS,
 }
 

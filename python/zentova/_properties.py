@@ -100,10 +100,11 @@ def set_value(wrapper: Any, name: str, kind: Kind, value: Any) -> None:
     if not wrapper._c:
         ended(wrapper)
     passed = value_for(kind, name, value)
+    if not wrapper._c:
+        ended(wrapper)  # by what the conversion ran
     data = name.encode()
-    engine.log.mark()
     before = texts.get((wrapper._a, data))
-    if kind.name == "ztCharPtr":
+    if kind.name == "ztCharPtr" and not is_copied(type(wrapper), name):
         keep_text(wrapper, data, passed)
     done = kind.set(wrapper._c, data, passed)
     if not done and before and (wrapper._a, data) in texts:
@@ -111,7 +112,10 @@ def set_value(wrapper: Any, name: str, kind: Kind, value: Any) -> None:
     if pending:
         raise_pending()
     if not done:
-        engine.failed(f"{type(wrapper).__name__}.{name} is not set")
+        # Nothing was written: the second try tells why.
+        engine.log.mark()
+        if not kind.set(wrapper._c or ended(wrapper), data, passed) or pending:
+            engine.failed(f"{type(wrapper).__name__}.{name} is not set")
 
 
 def end_all() -> None:
@@ -119,6 +123,12 @@ def end_all() -> None:
     for (address, _), (_, cell) in texts.items():
         if cell:
             engine.unwatch(address, ctypes.addressof(cell))
+
+
+def is_copied(cls: Any, name: str) -> bool:
+    """Whether the setter of a text is the library's or Python's, which copy it. One of a host may keep the pointer."""
+    native = next(one for one in cls.__mro__ if not one.__dict__.get("_python"))
+    return objects.is_library(native._name) and not isinstance(getattr(cls, name, None), Dynamic)
 
 
 def keep_text(wrapper: Any, name: bytes, text: bytes) -> None:
@@ -142,12 +152,14 @@ def get_value(wrapper: Any, name: str, kind: Kind) -> Any:
     if not wrapper._c:
         ended(wrapper)
     out = kind.ctype()
-    engine.log.mark()
     done = kind.get(wrapper._c, name.encode(), ctypes.byref(out))
     if pending:
         raise_pending()
     if not done:
-        engine.failed(f"{type(wrapper).__name__}.{name} is not read")
+        # Nothing was read: the second try tells why.
+        engine.log.mark()
+        if not kind.get(wrapper._c or ended(wrapper), name.encode(), ctypes.byref(out)) or pending:
+            engine.failed(f"{type(wrapper).__name__}.{name} is not read")
     return read(kind, out, wrapper)
 
 
@@ -199,12 +211,14 @@ class Property:
         if getter is None:
             return lambda self: get_value(self, name, kind)
         function, of = getter
-        convert = "return r != 0" if kind.name == "ztBool" else "return r"
-        names = {"f": function, "of": of, "ended": ended, "pending": pending, "raise_pending": raise_pending}
+        convert = {"ztBool": ["return r != 0"], "ztCharPtr": _members.DECODED}.get(kind.name, ["return r"])
+        names = {"f": function, "of": of, "ended": ended, "pending": pending, "raise_pending": raise_pending,
+                 "bytes_to_text": engine.bytes_to_text}
         exec(f"def {kind.name}(self):\n"
-             " r = f(self._c or ended(self), of)\n"
+             " if not self._c: ended(self)\n"
+             " r = f(self._p, of)\n"
              " if pending: raise_pending()\n"
-             f" {convert}\n", names)
+             + "".join(f" {line}\n" for line in convert), names)
         return names[kind.name]
 
     def writer(self, wrapper: Any) -> Any:
@@ -213,25 +227,38 @@ class Property:
             def unwritable(self: Any, value: Any) -> None:
                 raise AttributeError(f"{cls.__name__}.{name} is only read")
             return unwritable
-        if kind.name not in ("ztInt", "ztFloat"):
+        fits, passed = FITTING.get(kind.name, ("", ""))
+        if not fits or kind.name == "ztCharPtr" and not is_copied(cls, name):
             return lambda self, value: set_value(self, name, kind, value)
         names = {"f": kind.set, "name": name.encode(), "ended": ended, "pending": pending, "type": type,
                  "raise_pending": raise_pending, "set_value": set_value, "kind": kind, "text": name, "int": int,
-                 "float": float, "c_double": c_double}
-        fits, passed = (("type(value) is int and -2147483648 <= value <= 2147483647", "value")
-                        if kind.name == "ztInt" else ("type(value) is float", "c_double(value)"))
-        call = f"f(self._c or ended(self), name, {passed})"
+                 "float": float, "c_double": c_double, "bool": bool, "str": str,
+                 "text_to_bytes": engine.text_to_bytes}
+        encoded = "".join(f" {line}\n" for line in _members.ENCODED) if passed == "data" else ""
+        call = f"f(self._p, name, {passed})"
         setter = direct_setter(wrapper, name, kind) if type(wrapper) is cls else None
         if setter is not None:
             names["f"], names["of"] = setter
-            call = "f(of, self._c or ended(self), value)"
+            call = "f(of, self._p, value)"
         # Where it fails, nothing was written: the second try tells why.
         exec("def write(self, value):\n"
              f" if not ({fits}): return set_value(self, text, kind, value)\n"
+             f"{encoded}"
+             " if not self._c: ended(self)\n"
              f" r = {call}\n"
              " if pending: raise_pending()\n"
              " if not r: set_value(self, text, kind, value)\n", names)
         return names["write"]
+
+
+#: For each kind: which values the short way takes, and what it passes. Other values go the long way.
+FITTING = {
+    "ztInt": (f"type(value) is int and {-_members.SMALL} <= value <= {_members.SMALL}", "value"),
+    "ztBool": ("type(value) is bool", "value"), "ztChar": ("type(value) is int and -128 <= value <= 127", "value"),
+    "ztFloat": ("type(value) is float", "c_double(value)"),
+    "ztString": ("type(value) is str and '\\0' not in value", "data"),
+    "ztCharPtr": ("type(value) is str and '\\0' not in value", "data"),
+}
 
 
 def own_functions() -> dict[int, int]:
@@ -257,26 +284,31 @@ def remember_types() -> None:
     _own = access_of(root._klass)
 
 
+def own_access() -> tuple[int, ...]:
+    """How the library's classes read and set properties."""
+    return _own
+
+
 def access_of(klass: int) -> tuple[int, ...]:
     """The functions of a class by which properties are read and set."""
     table = word_at(klass + 40)
     return word_at(table + 8 * objects.GET_PROPERTY), word_at(table + 8 * objects.SET_PROPERTY)
 
 
-def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] | None:
+def direct_setter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None:
     """The setValue of properties, which setProperty calls once it has found the property by its name, and the
     property; None where a function of a host stands between."""
     found = engine.find_property(wrapper._a, name.encode())
-    if kind.name != "ztInt" or not found or access_of(type(wrapper)._klass) != _own:
+    if kind.name not in ("ztInt", "ztBool", "ztChar") or not found or access_of(type(wrapper)._klass) != _own:
         return None
     place = word_at(objects.class_named("ztProperty")._klass + 40) + 8 * objects.SET_VALUE
-    return ctypes.PYFUNCTYPE(c_int32).from_address(place), c_void_p(found)
+    return ctypes.PYFUNCTYPE(c_int32).from_address(place), c_void_p.from_param(found)
 
 
-def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] | None:
+def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, Any] | None:
     """The function in C that reads a property, and the property, which it gets as well; None where functions of a
     host stand between, and for kinds whose value is not the result."""
-    if kind.name not in ("ztInt", "ztBool", "ztChar", "ztFloat"):
+    if kind.name not in ("ztInt", "ztBool", "ztChar", "ztFloat", "ztCharPtr"):
         return None
     klass = type(wrapper)._klass
     found = engine.find_property(wrapper._a, name.encode())
@@ -285,7 +317,7 @@ def direct_getter(wrapper: Any, name: str, kind: Kind) -> tuple[Any, c_void_p] |
     type_class, getter = word_at(found + 24), word_at(found + 32)
     if not getter or _types.get(type_class) != word_at(word_at(type_class + 40) + 8 * objects.GET_VALUE):
         return None
-    return ctypes.PYFUNCTYPE(kind.ctype)(getter), c_void_p(found)
+    return ctypes.PYFUNCTYPE(kind.ctype)(getter), c_void_p.from_param(found)
 
 
 def described(cls: Any) -> list[PropertyDescription]:
@@ -305,9 +337,9 @@ def add_properties(cls: Any) -> None:
     """Gives a class the attributes of its static properties."""
     for one in described(cls):
         taken = cls.__dict__.get(one.name) or getattr(objects.Object, one.name, None)
-        if one.kind in KINDS and (taken is None or isinstance(taken, (_members.Field, Declared))):
-            if not isinstance(taken, Declared):
-                setattr(cls, one.name, Property(cls, one.name, KINDS[one.kind], one.readable, one.writable))
+        ours = any(isinstance(above.__dict__.get(one.name), Declared) for above in cls.__mro__)
+        if one.kind in KINDS and not ours and (taken is None or isinstance(taken, _members.Field)):
+            setattr(cls, one.name, Property(cls, one.name, KINDS[one.kind], one.readable, one.writable))
 
 
 class Declared:
@@ -355,17 +387,17 @@ def kind_of(wrapper: Any, name: str) -> Kind:
     raise Error(f"the property {name} is of a host's own kind")
 
 
-def dynamic(wrapper: Any, name: str) -> Any:
-    """An attribute that the class does not have: a property of this object."""
-    if name.startswith("_") or not wrapper._watched:
-        raise AttributeError(f"a {type(wrapper).__name__} has no {name!r}")
-    kind_of(wrapper, name)
-    for cls in type(wrapper).__mro__:
-        if name in cls.__dict__:
-            break
-    else:
+def learn(cls: Any, properties: int) -> None:
+    """Makes attributes of the dynamic properties in a map."""
+    from ._signals import text_of_string, values_of_map
+    for address in values_of_map(properties):
+        make_attribute(cls, engine.text_at(text_of_string(word_at(address + 16))) or "")
+
+
+def make_attribute(cls: Any, name: str) -> None:
+    """Makes an attribute of a dynamic property that an object of a class has; what the class has of that name stays."""
+    if name.isidentifier() and not name.startswith("_") and not hasattr(cls, name):
         setattr(objects.class_named("ztObject"), name, Dynamic(name))
-    return get_value(wrapper, name, kind_of(wrapper, name))
 
 
 def add_property(wrapper: Any, name: str, kind: str, initial: Any = None) -> None:
@@ -381,23 +413,28 @@ def add_property(wrapper: Any, name: str, kind: str, initial: Any = None) -> Non
         raise ValueError(f"a {type(wrapper).__name__} has a {name!r}")
     defaults = {"ztString": "", "ztCharPtr": "", "ztVoidPtr": None}
     passed = value_for(one, name, defaults.get(one.name, 0) if initial is None else initial)
+    if not wrapper._c:
+        ended(wrapper)
     if one.name == "ztCharPtr":
         keep_text(wrapper, name.encode(), passed)
     engine.log.mark()
     if not one.add(wrapper._c, name.encode(), passed):
         engine.failed(f"{name} is not made")
-    if not isinstance(getattr(type(wrapper), name, None), Dynamic):
-        setattr(objects.class_named("ztObject"), name, Dynamic(name))
+    make_attribute(type(wrapper), name)
 
 
 def set_property(wrapper: Any, name: str, value: Any) -> None:
     """Sets a property, static or dynamic, by its name."""
-    set_value(wrapper, name, kind_of(wrapper, name), value)
+    kind = kind_of(wrapper, name)
+    make_attribute(type(wrapper), name)
+    set_value(wrapper, name, kind, value)
 
 
 def get_property(wrapper: Any, name: str) -> Any:
     """Reads a property, static or dynamic, by its name."""
-    return get_value(wrapper, name, kind_of(wrapper, name))
+    kind = kind_of(wrapper, name)
+    make_attribute(type(wrapper), name)
+    return get_value(wrapper, name, kind)
 
 
 def properties(of: Any) -> list[PropertyDescription]:
@@ -411,6 +448,7 @@ def properties(of: Any) -> list[PropertyDescription]:
     if not of._c:
         ended(of)
     static = described(type(of))
+    objects.learn_names(type(of), of._a)
     array = objects.class_named("ztPtrArray")()
     klass = word_at(of._a)
     listed = ctypes.CFUNCTYPE(c_int32).from_address(word_at(klass + 40) + 8 * 30)(of._c, array._c)

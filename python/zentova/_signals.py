@@ -87,7 +87,7 @@ def convert(text: str) -> Callable[[Any], Any] | None:
     return objects.borrow_briefly if kind.base == "ztString" else objects.guess
 
 
-class Connection:
+class Connection(engine.Unique):
     """A connection of a signal to a function. It lasts until disconnect(), the end of a `with` or the sender's end."""
 
     __slots__ = ("signal", "_sender", "_address", "_receiver", "_thunk", "__weakref__")
@@ -105,6 +105,9 @@ class Connection:
     def is_connected(self) -> bool:
         """Whether emissions still reach the function."""
         return self._thunk is not None and bool(self._sender)
+
+    def __repr__(self) -> str:
+        return f"<a connection of {self.signal!r}{'' if self.is_connected else ' of the past'}>"
 
     def disconnect(self) -> None:
         """Ends the connection; nothing happens when it has ended."""
@@ -291,6 +294,9 @@ def emit(sender: Any, signal: str, *values: Any, arguments: Sequence[str] | None
     passed = (engine.Argument * 4)()
     for at, (value, text) in enumerate(zip(values, types)):
         passed[at] = argument(value, text, at, keep)
+    for one in (sender, *values):
+        if isinstance(one, objects.Object) and not one._c:
+            ended(one)  # by what a conversion ran
     done = engine.emit_args(sender._a, name.encode(), passed, len(types))
     if engine.pending:
         engine.raise_pending()

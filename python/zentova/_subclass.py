@@ -14,6 +14,7 @@ from . import _members
 from . import _objects as objects
 from . import _policy as policy
 from . import _properties
+from . import _tags
 from ._engine import ended, known, word_at
 from .errors import Error, UnsafeError
 
@@ -40,34 +41,44 @@ class prop(_properties.Declared):
         _properties.value_for(self.kind, "the value of a new object", self.initial)
 
     def __set_name__(self, owner: Any, name: str) -> None:
-        self.name, self.owner = name, owner
+        self.name = name
 
-    def __get__(self, wrapper: Any, owner: Any = None) -> Any:
-        if wrapper is None:
-            return self
-        self.check(wrapper)
-        return self.load(wrapper._a)
+    def __repr__(self) -> str:
+        return f"<a property of {self.kind.name}: {self.name}>"
 
-    def __set__(self, wrapper: Any, value: Any) -> None:
-        self.check(wrapper)
-        _properties.set_value(wrapper, self.name, self.kind, value)
+    # In Python: through the view of the object's memory that is among its attributes.
 
-    def check(self, wrapper: Any) -> None:
-        if not isinstance(wrapper, self.owner) or not self.offset:
-            _members.wrong_self(wrapper, self.owner)
-        if not wrapper._c:
-            ended(wrapper)
+    def accessor(self, plain: bool) -> "Accessor":
+        """The attribute of the class. Where setting a property is `plain`, as the library's classes do it, and the
+        object has no signals that could tell of it, the value is stored at once."""
+        kind, name = self.kind, self.name
+        names = {"ended": ended, "set_value": _properties.set_value, "kind": kind, "guess": objects.guess,
+                 "bytes_to_text": engine.bytes_to_text, "text_to_bytes": engine.text_to_bytes, "passed": objects.passed,
+                 "size": method_in("ztMap", 23, c_int32), "get": method_in("ztString", 18, c_char_p),
+                 "set": method_in("ztString", 16, c_void_p)}
+        is_text, is_pointer = kind.ctype is c_char_p, kind.ctype is c_void_p
+        lines = ["def read(self):", " if not self._c: ended(self)"]
+        if is_text:
+            lines += [f" r = get(self.{TEXT}{name})", *(f" {line}" for line in _members.DECODED)]
+        elif is_pointer:
+            lines += [f" return guess(self.{VIEW}.{name}.value)"]
+        else:
+            lines += [f" return self.{VIEW}.{name}" + (" != 0" if kind.name == "ztBool" else "")]
+        lines += ["def write(self, value):", " if not self._c: ended(self)"]
+        if plain and not is_pointer:
+            fits, _ = _properties.FITTING[kind.name]
+            store = f"if set(self.{TEXT}{name}, data): return" if is_text else f"view.{name} = value; return"
+            lines += [f" if {fits}:", f"  view = self.{VIEW}", *(f"  {line}" for line in _members.ENCODED if is_text),
+                      f"  if view.{SIGNALS} != self.{SIGNALS}: self.{SIGNALS} = view.{SIGNALS}; "
+                      f"self.{PASSED} = passed(view.{SIGNALS})",
+                      f"  if not size(self.{PASSED}):", f"   {store}"]
+        exec("\n".join(lines + [f" set_value(self, {name!r}, kind, value)"]), names)
+        return Accessor(names["read"], names["write"], None, f"{kind.name} {name}")
 
     # In memory: numbers and pointers as they are, of both kinds of texts a ztString.
 
-    def load(self, address: int) -> Any:
-        place, kind = address + self.offset, self.kind
-        if kind.ctype is c_char_p:
-            return _members.string_text(word_at(place))
-        if kind.ctype is c_void_p:
-            return objects.guess(word_at(place))
-        value = kind.ctype.from_address(place).value
-        return value != 0 if kind.name == "ztBool" else value
+    def load_text(self, address: int) -> str:
+        return _members.string_text(word_at(address + self.offset)) or ""
 
     def begin(self, address: int) -> None:
         """The value of a new object."""
@@ -84,12 +95,11 @@ class prop(_properties.Declared):
         """After the bytes were copied: a string of the copy's own."""
         if self.kind.ctype is c_char_p:
             place = target + self.offset
-            text = _members.string_text(word_at(place)) or ""
-            c_void_p.from_address(place).value = new_string(engine.text_to_bytes(text))
+            c_void_p.from_address(place).value = new_string(engine.text_to_bytes(self.load_text(target)))
 
     def assign(self, target: int, source: int) -> None:
         if self.kind.ctype is c_char_p:
-            set_string(word_at(target + self.offset), engine.text_to_bytes(self.load(source) or ""))
+            set_string(word_at(target + self.offset), engine.text_to_bytes(self.load_text(source)))
         else:
             ctypes.memmove(target + self.offset, source + self.offset, STORED[self.kind.name][1])
 
@@ -134,6 +144,46 @@ class prop(_properties.Declared):
         passed = c_int32 if ctype is c_int8 else ctype
         return (CFUNCTYPE(ctype, c_void_p, c_void_p)(guarded(get)),
                 CFUNCTYPE(None, c_void_p, passed)(guarded(set_)))
+
+
+class Accessor(property, _properties.Declared):
+    """The attribute of a property of a class in Python."""
+
+
+class Address(c_void_p):
+    """A pointer in a view: a field of this class is not made a number."""
+
+
+#: Attributes of objects: the view; the address of the map of signals, as it was last seen, and as calls pass it; and,
+#: with the name of a property that is a text, its string as calls pass it, which lasts as long as the object.
+VIEW, SIGNALS, PASSED, TEXT = "_zentova_view", "_zentova_signals", "_zentova_passed", "_zentova_text_"
+
+
+def view_of(props: list[prop]) -> Any:
+    """The class of the views of objects with these properties."""
+    fields: list[tuple[str, Any]] = [("_zentova_header", ctypes.c_char * 16), (SIGNALS, ctypes.c_size_t)]
+    at = 24
+    for one in sorted(props, key=lambda one: one.offset):
+        if one.offset > at:
+            fields.append((f"_zentova_{at}", ctypes.c_char * (one.offset - at)))
+        numeric = one.kind.ctype not in (c_char_p, c_void_p)
+        fields.append((one.name, one.kind.ctype if numeric else Address))
+        at = one.offset + STORED[one.kind.name][1]
+    return type("View", (ctypes.Structure,), {"_fields_": fields})
+
+
+def hidden_attributes(address: int, view: Any, props: list[prop]) -> dict[str, Any]:
+    """The attributes of an object by which Python reads and writes its properties."""
+    found = {VIEW: view(address), SIGNALS: 0, PASSED: objects.passed(0)}
+    for one in props:
+        if one.kind.ctype is c_char_p:
+            found[TEXT + one.name] = objects.passed(word_at(address + one.offset))
+    return found
+
+
+def method_in(name: str, slot: int, result: Any) -> Any:
+    """A method of a class of the library that runs no other code."""
+    return ctypes.PYFUNCTYPE(result).from_address(word_at(objects.class_named(name)._klass + 40) + 8 * slot)
 
 
 def guarded(function: Callable[..., Any]) -> Callable[..., Any]:
@@ -204,27 +254,27 @@ class Lifecycle:
         self.parent, self.allowed = parent, allowed
 
     def create(self, wrapper: Any) -> int:
-        self.check()
-        return self.call(wrapper, objects.CREATE, "create", c_int32)
+        begun = objects.calls.begun
+        if not self.allowed or not begun or begun[-1][0] != wrapper._a or begun[-1][1]:
+            raise UnsafeError("up('create') is called by a create only, once, while the engine makes the object")
+        return self.call(wrapper)
 
     def destroy(self, wrapper: Any) -> None:
         raise UnsafeError("destroy of the class above runs by itself, after this one")
 
-    def check(self) -> None:
-        if not self.allowed:
-            raise UnsafeError("up('create') is called by a create only")
-
-    def call(self, wrapper: Any, slot: int, name: str, result: Any) -> Any:
+    def call(self, wrapper: Any) -> Any:
         override = next((cls for cls in self.parent.__mro__
-                         if getattr(cls.__dict__.get(name), "of_python", False)), None)
+                         if getattr(cls.__dict__.get("create"), "of_python", False)), None)
         if override is not None:
-            return override.__dict__[name](wrapper)
+            return override.__dict__["create"](wrapper)
         parent = next(cls for cls in self.parent.__mro__ if not cls.__dict__.get("_python"))
-        if objects.calls.begun:
-            objects.calls.begun[-1][1] = True
-        done = ctypes.CFUNCTYPE(result).from_address(word_at(parent._klass + 40) + 8 * slot)(wrapper._c)
+        objects.calls.begun[-1][1] = True
+        create = ctypes.CFUNCTYPE(c_int32).from_address(word_at(parent._klass + 40) + 8 * objects.CREATE)
+        done = create(wrapper._c)
         if engine.pending:
             engine.raise_pending()
+        if done:
+            _tags.add_series(wrapper)
         return done
 
 
@@ -345,13 +395,19 @@ def thunk(introduced: str, name: str, declaration: declare.Declaration, function
     calls = objects.calls
     nothing = None if declaration.result.is_void or declaration.result.stars else 0
     stored = name in ("read", "write")
+    tells_series = (introduced, name) == ("ztTag", "attrChanged")
+    if tells_series:
+        readers = [None]
 
     def called(address: int, *values: Any) -> Any:
         at = calls.enter(True)
         try:
             passed = [value if read is None else read(value)
                       for value, read, out in zip(values, readers, outs) if out is None]
-            got = function(wrapper_of(address), *passed)
+            wrapper = wrapper_of(address)
+            if tells_series:
+                passed = [_tags.changed_series(wrapper, passed[0])]
+            got = function(wrapper, *passed)
             if stored and engine.pending:
                 return nothing  # a method that it called through C raised: no half record passes for a whole one
             places = [(value, out) for value, out in zip(values, outs) if out is not None]
@@ -409,12 +465,15 @@ def subclass(cls: Any) -> Any:
         engine.free_class_info(info)
     own = [value for value in cls.__dict__.values() if isinstance(value, prop)]
     own.sort(key=lambda one: list(cls.__dict__).index(one.name))
+    series = [value for value in cls.__dict__.values() if isinstance(value, _tags.series)]
+    if series and not issubclass(parent, objects.class_named("ztTag")):
+        raise TypeError(f"{parent.__name__} has no series: they are those of ztTag")
     if own and not parent._watched:
         raise TypeError(f"{parent.__name__} has no properties: they are those of ztObject")
-    for one in own:
-        if hasattr(parent, one.name):
-            raise TypeError(f"{parent.__name__} has a {one.name!r}")
-    Builder(cls, parent, methods, slots, own).build()
+    for name in [one.name for one in own] + [one.name for one in series]:
+        if hasattr(parent, name) and not isinstance(getattr(parent, name), _properties.Dynamic):
+            raise TypeError(f"{parent.__name__} has a {name!r}")
+    Builder(cls, parent, methods, slots, own, series).build()
     return cls
 
 
@@ -438,8 +497,9 @@ class Builder:
     """Makes the descriptor of a class, its tables and the functions in them. Their memory stays."""
 
     def __init__(self, cls: Any, parent: Any, methods: dict[str, tuple[int, str, int]], slots: int,
-                 own: list[prop]) -> None:
-        self.cls, self.parent, self.methods, self.slots, self.own = cls, parent, methods, slots, own
+                 own: list[prop], series: list[_tags.series]) -> None:
+        self.cls, self.parent, self.methods, self.slots = cls, parent, methods, slots
+        self.own, self.series = own, series
         self.name = cls.__name__
         self.overrides: dict[int, Any] = {}
 
@@ -454,6 +514,11 @@ class Builder:
         type.__setattr__(self.cls, "_name", self.name)
         type.__setattr__(self.cls, "_python", True)
         type.__setattr__(self.cls, "_size", self.size)
+        type.__setattr__(self.cls, "_props", self.own)
+        type.__setattr__(self.cls, "_series", [*getattr(self.parent, "_series", ()), *self.series])
+        plain = _properties.access_of(self.parent._klass) == _properties.own_access()
+        for one in self.own:
+            type.__setattr__(self.cls, one.name, one.accessor(plain))
         self.find_overrides()
         self.description = self.describe()
         objects.by_address[self.klass] = self.cls
@@ -486,7 +551,7 @@ class Builder:
                 type.__setattr__(cls, name, traced(cls, name, value))
                 continue
             why = policy.refusal(introduced, name) if objects.is_library(introduced) else None
-            if why:
+            if why and (introduced, name) not in policy.CHANGED_ONLY:
                 raise UnsafeError(f"{self.name}.{name} is not changed in Python: {why}")
             declaration = declare.parse(text)
             if declaration is None or not declaration.is_passable or declaration.parameters[0].type.base == "ztClass":
@@ -499,8 +564,9 @@ class Builder:
     def add_lifecycle(self) -> None:
         cls, parent = self.cls, self.parent
 
-        def all_props() -> list[prop]:
-            return [value for above_it in cls.__mro__ for value in above_it.__dict__.values() if isinstance(value, prop)]
+        all_props: list[prop] = [one for above_it in parent.__mro__ for one in above_it.__dict__.get("_props", ())]
+        all_props = self.own + all_props
+        view = view_of(all_props).from_address
 
         native = next(one for one in parent.__mro__ if not one.__dict__.get("_python"))
 
@@ -518,8 +584,9 @@ class Builder:
             ctypes.memset(address + 16, 0, size - 16)
             objects.calls.begun.append([address, False])
             try:
-                for one in all_props():
+                for one in all_props:
                     one.begin(address)
+                objects.attributes[address].update(hidden_attributes(address, view, all_props))
                 override = method_named("create")
                 if override is not None:
                     return int(bool(override(early(address))))
@@ -527,12 +594,15 @@ class Builder:
                 # An object whose create raised is destroyed like any other.
                 if objects.calls.begun.pop()[1] is False:
                     created = native_slot(objects.CREATE, c_int32)(c_void_p(address))
+                    if created and cls._series:
+                        _tags.add_series(early(address))
             return created
 
         def early(address: int) -> Any:
             """The object before its parent's `create` has run cannot be watched."""
             wrapper = objects._new(cls)
             wrapper._a, wrapper._c, wrapper._owned, wrapper._keep = address, c_void_p(address), False, None
+            wrapper._p = objects.passed(address)
             wrapper.__dict__ = objects.attributes[address]
             objects.calls.passing.append(wrapper._c)
             return wrapper
@@ -544,7 +614,7 @@ class Builder:
                     override(wrapper_of(address))
             finally:
                 native_slot(objects.DESTROY, None)(c_void_p(address))
-                for one in all_props():
+                for one in all_props:
                     one.end(address)
                 objects.attributes.pop(address, None)
                 _late_texts.extend(_last_texts.pop(address, {}).values())
@@ -557,10 +627,11 @@ class Builder:
         def clone(source: int, target: int) -> int:
             copied = native_slot(objects.CLONE, c_void_p)(c_void_p(source), c_void_p(target))
             if copied:
-                for one in all_props():
+                for one in all_props:
                     ctypes.memmove(target + one.offset, source + one.offset, STORED[one.kind.name][1])
                     one.copy(target)
-                objects.attributes[target] = dict(objects.attributes.get(source, {}))
+                objects.attributes[target] = {**objects.attributes.get(source, {}),
+                                              **hidden_attributes(target, view, all_props)}
             return copied or 0
 
         def assign(target: int, source: int) -> int:
@@ -569,7 +640,7 @@ class Builder:
                 return int(bool(override(wrapper_of(target), wrapper_of(source))))
             done = native_slot(objects.ASSIGN, c_int32)(c_void_p(target), c_void_p(source))
             if done and word_at(source) == word_at(target):
-                for one in all_props():
+                for one in all_props:
                     one.assign(target, source)
             return done
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import operator
 import os
 from ctypes import Structure, byref, c_void_p
 from typing import Any, Iterator
@@ -10,6 +11,7 @@ from typing import Any, Iterator
 from . import _engine as engine
 from . import _objects as objects
 from ._engine import ended, word_at
+from ._members import LEFT, drop_added, references
 
 CHILDREN, HEAD = 40, 64
 
@@ -54,6 +56,11 @@ def path_of(path: Any) -> bytes:
 def some_children(node: int, skipped: int, count: int, keep: Any) -> list[Any]:
     """The wrappers of up to `count` children behind the first `skipped` ones. No other code runs meanwhile, so the
     list is as its functions left it."""
+    with engine.whole:
+        return children_from(node, skipped, count, keep)
+
+
+def children_from(node: int, skipped: int, count: int, keep: Any) -> list[Any]:
     children = word_at(node + CHILDREN)
     at = word_at(children + HEAD) if children else 0
     while at and skipped:
@@ -108,7 +115,7 @@ def has_children(node: int) -> Any:
     return children and _list_at(children).head
 
 
-class Tree:
+class Tree(engine.Unique):
     """The nodes of a file. They end with it and with the wrappers of its nodes. Iterating gives all nodes, each before
     those below it."""
 
@@ -129,9 +136,12 @@ class Tree:
         """The number of nodes that were read."""
         return self.count
 
+    def __repr__(self) -> str:
+        return f"<a tree of {self.count} nodes below {self.roots!r}>"
+
 
 def tree_from(array: Any, report: engine.TreeReport) -> Tree:
-    count = word_at(array._a + 64) & 0xffffffff
+    count = ctypes.c_uint32.from_address(array._a + 64).value
     data = word_at(array._a + 72)
     addresses = [word_at(data + 8 * at) for at in range(count)]
     return Tree([objects.wrap_made(address, objects.class_at(word_at(address))) for address in addresses], report)
@@ -193,10 +203,11 @@ def store_tree(root: Any, file: Any) -> int:
 def load_tree(file: Any, count: int = -1) -> Tree:
     """Reads nodes from an open ztFile: that many records, or all to the end."""
     from ._members import wrong_number
+    wanted = wrong_number(count, "count", ctypes.c_int32)
     file_of(file)
     array, report = objects.class_named("ztPtrArray")(), engine.TreeReport()
     engine.log.mark()
-    opened = engine.load_tree(file._a, wrong_number(count, "count", ctypes.c_int32), array._a, byref(report))
+    opened = engine.load_tree(file._a, wanted, array._a, byref(report))
     return finish(opened, array, report, "the tree is not loaded", "the file is damaged or ends too early")
 
 
@@ -238,7 +249,7 @@ def write_object(file: Any, wrapper: Any) -> None:
         engine.failed("the object is not written")
 
 
-class Children:
+class Children(engine.Unique):
     """The children of a node, in order."""
 
     __slots__ = ("_node",)
@@ -256,8 +267,8 @@ class Children:
     def __getitem__(self, at: Any) -> Any:
         if isinstance(at, slice):
             return list(self)[at]
+        index = operator.index(at)
         count = len(self)
-        index = at.__index__()
         if not -count <= index < count:
             raise IndexError(f"there are {count} children")
         return self._node.getChildAt(index % count)
@@ -280,9 +291,11 @@ def add_child(self: Any, child: Any) -> None:
 
 
 def call_parent(child: Any, parent: Any) -> None:
+    before = references(child)
     engine.log.mark()
     klass = word_at(parent._a)
     ctypes.CFUNCTYPE(None).from_address(word_at(klass + 40) + 8 * 41)(parent._c, child._c)
+    drop_added(child, before)
     if child._c and parent._c and word_at(child._a + 136) == parent._a:
         child._owned, child._keep = False, parent
     elif not engine.pending and child._c:
@@ -296,7 +309,7 @@ def delete_child(self: Any, child: Any) -> None:
     node_of(self)
     node_of(child)
     uid = child.getUid()
-    removed = next((one for one in children_of(self, self._keep) if one.getUid() == uid), None)
+    removed = next((one for one in children_of(self, self._keep or self) if one.getUid() == uid), None)
     if removed is None:
         raise ValueError("the node has no such child")
     removed = child if removed == child else removed
@@ -309,7 +322,7 @@ def delete_child(self: Any, child: Any) -> None:
 def delete_all(self: Any) -> list[Any]:
     """Removes all children and returns them; they belong to their wrappers then."""
     node_of(self)
-    removed = list(children_of(self, self._keep))
+    removed = list(children_of(self, self._keep or self))
     ctypes.CFUNCTYPE(ctypes.c_int32).from_address(word_at(word_at(self._a) + 40) + 8 * 43)(self._c)
     for child in removed:
         take_back(child)
@@ -321,7 +334,7 @@ def delete_all(self: Any) -> list[Any]:
 def take_back(child: Any) -> None:
     """A node that has no parent any more belongs to its wrapper."""
     if child._c and not word_at(child._a + 136):
-        child._owned, child._keep = True, None
+        child._owned, child._keep = True, LEFT
         objects.made[child._a] = objects.weakref.ref(child)
 
 

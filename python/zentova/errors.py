@@ -12,3 +12,7 @@ class EndedError(Error):
 
 class UnsafeError(Error, TypeError):
     """A method, an argument or a class that Python cannot use without a danger to the process."""
+
+
+for _error in (Error, EndedError, UnsafeError):
+    _error.__module__ = "zentova"  # as programs name them
