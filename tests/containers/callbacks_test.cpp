@@ -480,6 +480,57 @@ TEST(ztListCalledBack, PopFrontCountsBeforeItReleasesTheItem) {
   EXPECT_EQ(countSeen, 2U);
 }
 
+#define PoppingItem_FIELDS ztListItem_FIELDS
+#define PoppingItem_METHODS ztListItem_METHODS
+ZT_DECLARE_CLASS(PoppingItem)
+
+static Call beforeItem;
+
+static int32_t poppingItemCreate(void *item) {
+  if (beforeItem) beforeItem();
+  return ztListItem_table()->create(item);
+}
+
+static void poppingItemMethods(PoppingItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, create, poppingItemCreate);
+}
+
+ZT_DEFINE_CLASS(PoppingItem, ztListItem, poppingItemMethods)
+
+// What findAll gives to a list whose items take the element out of the tree before they copy it.
+static int32_t countFoundWhilePopped(void (*prepare)(void *container), const void *element, const void *key) {
+  const Owned<ztAvlTree, ztAvlTreeMethods> tree(ztAvlTree_ctor);
+  prepare(tree);
+  tree->setCompareFunction(tree, [](const void *first, const void *second) {
+    return *static_cast<const int32_t *>(first) - *static_cast<const int32_t *>(second);
+  });
+  tree->setAllowDuplicate(tree, 1);
+  EXPECT_NE(tree->push(tree, element), nullptr);
+  const Owned<ztList, ztListMethods> list(ztList_ctor);
+  prepare(list);
+  list->setItemConstructor(list, PoppingItem_ctor);
+  beforeItem = [&] { EXPECT_EQ(tree->pop(tree, key), 1); };
+  const int32_t count = tree->findAll(tree, key, list);
+  beforeItem = nullptr;
+  return count;
+}
+
+TEST(ztAvlTreeCalledBack, FindAllCopiesNoBytesThatAreGone) {
+  const int32_t seven = 7;
+  const auto byValue = [](void *container) {
+    ztSequenceContainer_of(container)->setElementSize(container, sizeof(int32_t), 0);
+  };
+  EXPECT_EQ(countFoundWhilePopped(byValue, &seven, &seven), 0);
+}
+
+TEST(ztAvlTreeCalledBack, FindAllTakesPointersWhoseElementsStay) {
+  int32_t seven = 7;
+  const auto byPointer = [](void *container) {
+    ztSequenceContainer_of(container)->setElementSize(container, sizeof(int32_t), 1);
+  };
+  EXPECT_EQ(countFoundWhilePopped(byPointer, &seven, &seven), 1);
+}
+
 // Trees and maps ----------------------------------------------------------------------------------
 
 static const Calls<ztAvlTreeMethods> treeCalls = {
