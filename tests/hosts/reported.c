@@ -4,7 +4,9 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 /* A gauge keeps a list, which it makes itself. */
@@ -133,6 +135,25 @@ static void holdByValue(void) {
   release(array);
 }
 
+/* More than is written at a time. */
+static void reportMany(void) {
+  ztRoot *plant = ztRoot_new();
+  for (int i = 0; i < 300; ++i) ztRoot_of(plant)->addChild(plant, ztRoot_new());
+  CHECK(ztOOP_report("report.txt") == 1);
+  release(plant);
+}
+
+/* A disk without space for a report. */
+static void fillTheDisk(void) {
+  CHECK(ztOOP_report("report.txt") == 1);
+  const struct rlimit few = {100, RLIM_INFINITY};
+  signal(SIGXFSZ, SIG_IGN);
+  CHECK(setrlimit(RLIMIT_FSIZE, &few) == 0);
+  ztRoot *plant = ztRoot_new();
+  CHECK(ztOOP_report("report.txt") == 0);
+  release(plant);
+}
+
 static void *makeAndRelease(void *ignored) {
   for (int i = 0; i < 300; ++i) {
     Gauge *gauge = makeGauge("gauge");
@@ -168,9 +189,10 @@ static void leavePlugins(void) {
 
 int main(int argc, char **argv) {
   static const Scenario scenarios[] = {
-      {"plant", reportPlant},       {"refusals", refusals},   {"lives", traceLives},
-      {"past", freePastTheLibrary}, {"values", holdByValue},  {"threads", reportOtherThreads},
-      {"child", leaveToAChild},     {"plugin", leavePlugins},
+      {"many", reportMany},     {"full", fillTheDisk},           {"plant", reportPlant},
+      {"refusals", refusals},   {"lives", traceLives},           {"past", freePastTheLibrary},
+      {"values", holdByValue},  {"threads", reportOtherThreads}, {"child", leaveToAChild},
+      {"plugin", leavePlugins},
   };
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }

@@ -177,6 +177,24 @@ TEST_F(Report, TakesBlocksThatAreFreedPastTheLibrary) {
   EXPECT_NE(host.errors().find("zentova: objects left at the end: "), std::string::npos);
 }
 
+TEST_F(Report, IsWholeWhateverItsLength) {
+  run("1", "many");
+  const std::string text = report();
+  int32_t count = 0;
+  for (size_t at = text.find("\n#"); at != std::string::npos; at = text.find("\n#", at + 1)) {
+    const std::string line = text.substr(at + 1, text.find('\n', at + 1) - at - 1);
+    EXPECT_TRUE(std::regex_match(line, std::regex("#[0-9]+ ztRoot \"ztRoot_[0-9]+\""))) << line;
+    ++count;
+  }
+  EXPECT_EQ(count, 301);
+  EXPECT_NE(text.find("\n    and 292 more\n"), std::string::npos);
+}
+
+TEST_F(Report, LeavesTheOldFileWhereTheDiskIsFull) {
+  run("1", "full");
+  EXPECT_EQ(report(), "Live objects: 0\n\nObjects\n");
+}
+
 TEST_F(Report, ListsTheObjectsInsideArrays) {
   run("1", "values");
   const std::string text = report();
