@@ -32,6 +32,11 @@ quietly apt-get install --yes --install-recommends ./*.deb
 sh debian/tests/programs c static python
 ztinspect classes >/tmp/classes.txt
 grep -q '^ztBaseClass ' /tmp/classes.txt
+# gdb looks for the script of a library under the path of its file.
+library=$(readlink -f /usr/lib/*/libztcore.so.1)
+[ -f "/usr/share/gdb/auto-load$library-gdb.py" ]
+ZENTOVA_TRACK=1 ztinspect classes >/tmp/classes.txt 2>/tmp/left.txt
+grep -qx 'zentova: objects left at the end: 0' /tmp/left.txt
 
 echo '   with g++ and cmake'
 quietly apt-get install --yes --no-install-recommends cmake g++ make
