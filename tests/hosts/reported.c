@@ -143,6 +143,27 @@ static void reportMany(void) {
   release(plant);
 }
 
+/* More places than a report keeps the names of. */
+#define PLACE(name)         \
+  static void *name(void) { \
+    return ztObject_new();  \
+  }
+#define PLACES(first) \
+  PLACE(first##0) PLACE(first##1) PLACE(first##2) PLACE(first##3) PLACE(first##4) PLACE(first##5)
+#define NAMES(first) first##0, first##1, first##2, first##3, first##4, first##5
+PLACES(inA)
+PLACES(inB)
+PLACES(inC)
+PLACES(inD)
+
+static void reportPlaces(void) {
+  void *(*const places[])(void) = {NAMES(inA), NAMES(inB), NAMES(inC), NAMES(inD)};
+  void *made[sizeof places / sizeof *places];
+  for (size_t i = 0; i < sizeof places / sizeof *places; ++i) made[i] = places[i]();
+  CHECK(ztOOP_report("report.txt") == 1);
+  for (size_t i = 0; i < sizeof places / sizeof *places; ++i) release(made[i]);
+}
+
 /* A disk without space for a report. */
 static void fillTheDisk(void) {
   CHECK(ztOOP_report("report.txt") == 1);
@@ -189,10 +210,10 @@ static void leavePlugins(void) {
 
 int main(int argc, char **argv) {
   static const Scenario scenarios[] = {
-      {"many", reportMany},     {"full", fillTheDisk},           {"plant", reportPlant},
-      {"refusals", refusals},   {"lives", traceLives},           {"past", freePastTheLibrary},
-      {"values", holdByValue},  {"threads", reportOtherThreads}, {"child", leaveToAChild},
-      {"plugin", leavePlugins},
+      {"places", reportPlaces},     {"many", reportMany},     {"full", fillTheDisk},
+      {"plant", reportPlant},       {"refusals", refusals},   {"lives", traceLives},
+      {"past", freePastTheLibrary}, {"values", holdByValue},  {"threads", reportOtherThreads},
+      {"child", leaveToAChild},     {"plugin", leavePlugins},
   };
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }

@@ -190,6 +190,19 @@ TEST_F(Report, IsWholeWhateverItsLength) {
   EXPECT_NE(text.find("\n    and 292 more\n"), std::string::npos);
 }
 
+TEST_F(Report, NamesManyPlaces) {
+  run("1", "places");
+  const std::string text = report();
+  const std::string objects = text.substr(text.find("\nObjects\n"));
+  for (const char *series : {"inA", "inB", "inC", "inD"}) {
+    for (int i = 0; i < 6; ++i) {
+      const std::string call = series + std::to_string(i) + " (host_reported) < reportPlaces";
+      EXPECT_NE(text.find("       1  ztObject                 " + call), std::string::npos) << call;
+      EXPECT_NE(objects.find("\n    count 1, N bytes, made by " + call), std::string::npos) << call;
+    }
+  }
+}
+
 TEST_F(Report, LeavesTheOldFileWhereTheDiskIsFull) {
   run("1", "full");
   EXPECT_EQ(report(), "Live objects: 0\n\nObjects\n");
