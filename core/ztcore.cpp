@@ -193,7 +193,10 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
 // hooks may use the data of threads.
 __attribute__((destructor(101))) static void releaseLast() {
   releaseThreads();
-  if (tracksBlocks && loadedBy == getpid()) printLiveObjects();
+  if (tracksBlocks && loadedBy == getpid()) {
+    tellLast();
+    printLiveObjects();
+  }
   endTracking();
   closeChosenLog();
 }

@@ -5,12 +5,8 @@
 #include "core/ztlock.hh"
 #include "core/ztmem.hh"
 
-#include <dlfcn.h>
-#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/uio.h>
-#include <unistd.h>
 
 using namespace ztcore;
 
@@ -38,21 +34,6 @@ static const TrackedClass *classAt(const SnapshotBlock &block, size_t offset) {
 
 // The copy ----------------------------------------------------------------------------------------
 
-using ReadMemory = ssize_t (*)(pid_t process, const iovec *to, unsigned long toCount, const iovec *from,
-                               unsigned long fromCount, unsigned long flags);
-
-// A block that the host freed, past the library, may be gone: the system reads it without a fault. False for such one.
-static bool copyMemory(ReadMemory read, char *to, char *from, size_t size) {
-  const iovec target = {to, size};
-  const iovec source = {from, size};
-  const ssize_t got = read == nullptr ? -1 : read(getpid(), &target, 1, &source, 1, 0);
-  if (got == static_cast<ssize_t>(size)) return true;
-  // Where a process may not read itself by this call, the block has to be there.
-  if (got >= 0 || errno == EFAULT) return false;
-  memcpy(to, from, size);
-  return true;
-}
-
 static int compareAddresses(const void *first, const void *second) {
   const uint64_t one = static_cast<const SnapshotBlock *>(first)->address;
   const uint64_t other = static_cast<const SnapshotBlock *>(second)->address;
@@ -60,23 +41,21 @@ static int compareAddresses(const void *first, const void *second) {
 }
 
 bool Snapshot::copyBlocks() {
-  void *found = dlvsym(RTLD_DEFAULT, "process_vm_readv", "GLIBC_2.15");
-  ReadMemory read;
-  memcpy(&read, &found, sizeof found);
   const Locked locked(blocksLock);
-  const TrackedBlock *newest = newestBlock();
   size_t count = 0;
   size_t bytes = 0;
-  for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
+  for (const TrackedBlock *block = newestBlock(); block != nullptr; block = block->older) {
     ++count;
     bytes += spaceFor(block->size);
   }
-  blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
+  blocks = static_cast<SnapshotBlock *>(hidden(memory.allocate((count + 1) * sizeof(SnapshotBlock))));
   copy = static_cast<char *>(hidden(memory.allocate(bytes + 1)));
   if (blocks == nullptr || copy == nullptr || count > INT32_MAX / 2) return false;
   char *to = copy;
-  for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
-    if (!copyMemory(read, to, block->address, block->size)) continue;
+  // The two allocations may have ended records of blocks that the host freed.
+  for (const TrackedBlock *block = newestBlock(); block != nullptr; block = block->older) {
+    const bool isOwn = static_cast<const void *>(block->address) == blocks || block->address == copy;
+    if (isOwn || !readMemory(to, block->address, block->size)) continue;
     SnapshotBlock &fresh = blocks[blockCount++];
     fresh = {};
     fresh.address = reinterpret_cast<uintptr_t>(block->address);

@@ -172,6 +172,59 @@ TEST_F(Report, TracesEmissionsWithTheirSlots) {
             "zentova: # Gauge emits levelChanged to 1 slot\nzentova: objects left at the end: 0\n");
 }
 
+TEST_F(Report, TracesAnObjectOnceBeforeAnEmission) {
+  run("lives,emissions", "emitAtOnce", "traced");
+  const std::string tick = "zentova: # ztObject emits tick to 1 slot\n";
+  const std::string text = unnumbered(host.errors());
+  EXPECT_EQ(text.substr(text.find(tick) + tick.size()),
+            "zentova: made # ztBaseClass, by makePlain (host_traced)\n" + tick +
+                "zentova: ended # ztBaseClass\n"
+                "zentova: ended # ztObject\n"
+                "zentova: ended # ztObject\n"
+                "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, TracesObjectsThatAnotherThreadEnds) {
+  run("lives", "endElsewhere", "traced");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: made # ztBaseClass, by makePlain (host_traced)\n"
+            "zentova: ended # ztBaseClass\n"
+            "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, TracesTheLastObject) {
+  run("lives", "leaveLast", "traced");
+  EXPECT_EQ(unnumbered(host.errors())
+                .find("zentova: made # ztBaseClass, by makePlain (host_traced)\n"
+                      "zentova: objects left at the end: 1\n"),
+            0U)
+      << host.errors();
+}
+
+TEST_F(Report, TracesPastBlocksThatTheHostFreed) {
+  run("lives", "past", "traced");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: made # ztBaseClass, by makePlain (host_traced)\n"
+            "zentova: ended # ztBaseClass\n"
+            "zentova: objects left at the end: 0\n");
+}
+
+// A plugin's constructors run with the dynamic linker's lock held, and allocate.
+TEST_F(Report, NamesCallsWhileAnotherThreadLoadsPlugins) {
+  run("lives", "loading", "traced");
+  const std::string text = unnumbered(host.errors());
+  EXPECT_NE(text.find("made # Early, by makeObject (libplugin_early.so)\n"), std::string::npos);
+  EXPECT_NE(text.find("made # ztBaseClass, by makePlain (host_traced)\n"), std::string::npos);
+}
+
+TEST_F(Report, TellsWhereOtherEmittersAre) {
+  run("emissions", "other", "traced");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: ztObject in the block # emits tick to 1 slot\n"
+            "zentova: ztObject in other memory emits tick to 1 slot\n"
+            "zentova: objects left at the end: 0\n");
+}
+
 TEST_F(Report, TakesBlocksThatAreFreedPastTheLibrary) {
   run("1", "past");
   EXPECT_NE(host.errors().find("zentova: objects left at the end: "), std::string::npos);
