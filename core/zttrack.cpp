@@ -23,6 +23,8 @@ static bool tracesLives;
 // blocksLock guards it.
 static constinit PointerMap classes;  // by address
 static TrackedClass *newestClass;
+static uint64_t firstAddress = UINT64_MAX;  // of the classes
+static uint64_t lastAddress;
 
 // The blocks that are too new to tell whether they hold an object, the oldest first. A header is written before the
 // thread that made the block allocates again; that of a class that is being filled, a few allocations later.
@@ -37,7 +39,9 @@ static constinit thread_local struct {
 
 // Classes -----------------------------------------------------------------------------------------
 
+// Asked for every word of the program's memory.
 const TrackedClass *ztcore::trackedClassAt(uint64_t address) {
+  if (address < firstAddress || address > lastAddress) return nullptr;
   return static_cast<const TrackedClass *>(classes.find(address));
 }
 
@@ -57,6 +61,8 @@ static TrackedClass *recordOf(const ztClass *klass) {
   }
   fresh->older = newestClass;
   newestClass = fresh;
+  if (address < firstAddress) firstAddress = address;
+  if (address > lastAddress) lastAddress = address;
   return fresh;
 }
 

@@ -133,6 +133,32 @@ static void holdByValue(void) {
   release(array);
 }
 
+/* Nodes inside the block of an array, each with a child, and what holds some of them. */
+static void holdNodesByValue(void) {
+  ztArray *array = ztArray_new();
+  ztArray_of(array)->setElementSize(array, sizeof(ztRoot), 0);
+  ztArray_of(array)->setElementConstructor(array, ztRoot_ctor);
+  ztRoot *node = ztRoot_new();
+  for (int i = 0; i < 3; ++i) CHECK(ztArray_of(array)->pushBack(array, node) != NULL);
+  release(node);
+  ztPtrArray *chosen = ztPtrArray_new();
+  for (int i = 1; i < 3; ++i) ztPtrArray_of(chosen)->pushBack(chosen, ztArray_of(array)->getAt(array, i));
+  ztPtrList *last = ztPtrList_new();
+  ztPtrList_of(last)->pushBack(last, ztArray_of(array)->getAt(array, 2));
+  for (int i = 0; i < 3; ++i) {
+    ztRoot *element = ztArray_of(array)->getAt(array, i);
+    ztRoot_of(element)->setName(element, "element");
+    ztRoot_of(element)->addChild(element, ztRoot_new());
+  }
+  void *block = ztm_alloc(1 << 22); /* where every word is looked at */
+  memset(block, 0xff, 1 << 22);
+  CHECK(ztOOP_report("report.txt") == 1);
+  ztm_free(block);
+  release(array);
+  release(chosen);
+  release(last);
+}
+
 static void *makeAndRelease(void *ignored) {
   for (int i = 0; i < 300; ++i) {
     Gauge *gauge = makeGauge("gauge");
@@ -170,7 +196,7 @@ int main(int argc, char **argv) {
   static const Scenario scenarios[] = {
       {"plant", reportPlant},       {"refusals", refusals},   {"lives", traceLives},
       {"past", freePastTheLibrary}, {"values", holdByValue},  {"threads", reportOtherThreads},
-      {"child", leaveToAChild},     {"plugin", leavePlugins},
+      {"nodes", holdNodesByValue},  {"child", leaveToAChild}, {"plugin", leavePlugins},
   };
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }

@@ -237,6 +237,32 @@ TEST_F(Report, ListsTheObjectsInsideArrays) {
   EXPECT_NE(text.find(".19 ztObject\n    count 1, made by holdByValue"), std::string::npos) << text;
 }
 
+TEST_F(Report, TellsWhatHoldsEachObjectOfABlock) {
+  run("1", "nodes");
+  const std::string text = report();
+  const std::string made =
+      "holdNodesByValue (host_reported) < runScenario (host_reported) < main (host_reported)\n";
+  const std::string objects = unnumbered(
+      std::regex_replace(text.substr(text.find("\nObjects\n")), std::regex("ztRoot_[0-9]+"), "child"));
+  const std::string node = " ztRoot \"element\"\n    count 1, ";
+  const std::string array = "    held by # ztArray in data\n";
+  const auto child = [](const std::string &place) {
+    return "    held by #" + place + " ztRoot \"element\" in children\n";
+  };
+  const auto parent = [](const char *name) {
+    return std::string("    held by # ztRoot \"") + name + "\" in parent\n";
+  };
+  EXPECT_NE(objects.find("#" + node + "N bytes, made by " + made + array + parent("child") + "#.1" + node +
+                         "made by " + made + array + "    held by # ztPtrArray in data\n" + parent("child") +
+                         "#.2" + node + "made by " + made + array + "    held by # ztPtrArray in data\n" +
+                         "    held by # ztPtrList in head\n" + parent("child") + "#"),
+            std::string::npos)
+      << objects;
+  for (const std::string place : {"", ".1", ".2"}) {
+    EXPECT_NE(objects.find(made + child(place)), std::string::npos) << objects;
+  }
+}
+
 TEST_F(Report, IsTakenWhileOtherThreadsGoOn) {
   run("1", "threads");
   EXPECT_EQ(host.errors(), "zentova: objects left at the end: 0\n");
