@@ -43,6 +43,8 @@ using ReadProcess = ssize_t (*)(pid_t process, const iovec *to, unsigned long to
 
 ReadProcess readProcess;
 
+constinit thread_local bool isUnrecorded __attribute__((tls_model("initial-exec")));
+
 // Holds the lock, unless this thread allocates for the tables: then nothing is recorded.
 class Recording {
  public:
@@ -169,12 +171,16 @@ static void record(void *address, size_t size, const Site &site) {
 
 // Zeroed, so that no earlier object in the same memory is taken for one that lives.
 static void *allocateTracked(size_t size) {
-  // Outside the lock: it may load a library.
-  const Site site = currentSite();
+  const Site site = isUnrecorded ? Site() : currentSite();
   void *address = state.system.allocate(size);
   if (address != nullptr) memset(address, 0, size);
   const Recording recording;
-  if (address != nullptr && recording.isWanted()) record(address, size, site);
+  if (address == nullptr || !recording.isWanted()) return address;
+  if (isUnrecorded) {
+    dropStale(address);
+  } else {
+    record(address, size, site);
+  }
   return address;
 }
 
@@ -247,6 +253,14 @@ bool ztcore::hidesBlocks() {
 
 const TrackedBlock *ztcore::newestBlock() {
   return state.newest;
+}
+
+Unrecorded::Unrecorded() {
+  isUnrecorded = true;
+}
+
+Unrecorded::~Unrecorded() {
+  isUnrecorded = false;
 }
 
 TrackedBlock *ztcore::blockAt(const void *address) {

@@ -42,6 +42,15 @@ void trackBlocks(const BlockListener &listener);
 void showBlocks();
 bool hidesBlocks();
 
+// Blocks that this thread makes during a scope are not recorded: those of a report, which another one would report.
+class Unrecorded {
+ public:
+  Unrecorded();
+  ~Unrecorded();
+  Unrecorded(const Unrecorded &) = delete;
+  Unrecorded &operator=(const Unrecorded &) = delete;
+};
+
 // The newest block; NULL for none. With blocksLock held.
 const TrackedBlock *newestBlock();
 

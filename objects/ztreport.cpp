@@ -351,6 +351,7 @@ bool Report::writeObjects() {
 // The report --------------------------------------------------------------------------------------
 
 static bool writeReport(const char *fileName) {
+  const Unrecorded own;
   FileReplacement file;
   if (!file.begin(fileName)) return false;
   Report report(file.descriptor());
@@ -375,6 +376,7 @@ int32_t ztOOP_report(const char *fileName) {
 }
 
 void ztcore::printLiveObjects() {
+  const Unrecorded own;
   Report report(STDERR_FILENO);
   if (report.take()) report.writeSummary("zentova: objects left at the end");
 }

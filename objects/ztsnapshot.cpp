@@ -57,14 +57,13 @@ bool Snapshot::copyBlocks() {
     ++count;
     bytes += spaceFor(block->size);
   }
-  blocks = static_cast<SnapshotBlock *>(hidden(memory.allocate((count + 1) * sizeof(SnapshotBlock))));
-  copy = static_cast<char *>(hidden(memory.allocate(bytes + 1)));
+  blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
+  copy = static_cast<char *>(memory.allocate(bytes + 1));
   if (blocks == nullptr || copy == nullptr || count > INT32_MAX / 2) return false;
   char *to = copy;
   // The two allocations may have ended records of blocks that the host freed.
   for (const TrackedBlock *block = newestBlock(); block != nullptr; block = block->older) {
-    const bool isOwn = static_cast<const void *>(block->address) == blocks || block->address == copy;
-    if (isOwn || !readMemory(to, block->address, block->size)) continue;
+    if (!readMemory(to, block->address, block->size)) continue;
     SnapshotBlock &fresh = blocks[blockCount++];
     fresh = {};
     fresh.address = reinterpret_cast<uintptr_t>(block->address);
@@ -160,7 +159,7 @@ template <typename KeyOf>
 static int32_t *sortedBy(int32_t count, KeyOf keyOf) {
   const auto size = static_cast<size_t>(count) + 1;
   auto *sorted = static_cast<int32_t *>(memory.allocate(size * sizeof(int32_t)));
-  auto *numbered = static_cast<Numbered *>(hidden(memory.allocate(size * sizeof(Numbered))));
+  auto *numbered = static_cast<Numbered *>(memory.allocate(size * sizeof(Numbered)));
   if (sorted != nullptr && numbered != nullptr) {
     for (int32_t i = 0; i < count; ++i) numbered[i] = {keyOf(i), i};
     qsort(numbered, static_cast<size_t>(count), sizeof(Numbered), compareNumbered);

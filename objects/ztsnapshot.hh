@@ -55,7 +55,7 @@ class Snapshot {
   Snapshot(const Snapshot &) = delete;
   Snapshot &operator=(const Snapshot &) = delete;
 
-  // False when memory is exhausted.
+  // False when memory is exhausted. The caller's blocks are unrecorded.
   bool take();
 
   int32_t objectCount() const {

@@ -168,11 +168,21 @@ static void *makeAndRelease(void *ignored) {
   return ignored;
 }
 
+static void *reportOften(void *fileName) {
+  for (int i = 0; i < 5; ++i) CHECK(ztOOP_report(fileName) == 1);
+  return NULL;
+}
+
 static void reportOtherThreads(void) {
   pthread_t threads[3];
+  pthread_t reporter;
+  char file[] = "report.txt";
+  char other[] = "other.txt";
   for (int i = 0; i < 3; ++i) CHECK(pthread_create(&threads[i], NULL, makeAndRelease, NULL) == 0);
-  for (int i = 0; i < 10; ++i) CHECK(ztOOP_report("report.txt") == 1);
+  CHECK(pthread_create(&reporter, NULL, reportOften, other) == 0);
+  reportOften(file);
   for (int i = 0; i < 3; ++i) pthread_join(threads[i], NULL);
+  pthread_join(reporter, NULL);
 }
 
 static void leaveToAChild(void) {

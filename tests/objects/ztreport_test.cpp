@@ -266,6 +266,10 @@ TEST_F(Report, TellsWhatHoldsEachObjectOfABlock) {
 TEST_F(Report, IsTakenWhileOtherThreadsGoOn) {
   run("1", "threads");
   EXPECT_EQ(host.errors(), "zentova: objects left at the end: 0\n");
+  // Nothing of the other report is told.
+  for (const char *name : {"report.txt", "other.txt"}) {
+    EXPECT_EQ(report(name).find("held by a block"), std::string::npos) << report(name);
+  }
 }
 
 TEST_F(Report, IsPrintedByTheProcessThatWasStarted) {
