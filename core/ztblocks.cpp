@@ -4,7 +4,11 @@
 #include "core/ztmem.hh"
 #include "core/ztpointermap.hh"
 
+#include <dlfcn.h>
+#include <errno.h>
 #include <string.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 using namespace ztcore;
 
@@ -33,6 +37,13 @@ struct State {
 };
 
 constinit State state = {};
+
+using ReadProcess = ssize_t (*)(pid_t process, const iovec *to, unsigned long toCount, const iovec *from,
+                                unsigned long fromCount, unsigned long flags);
+
+ReadProcess readProcess;
+
+constinit thread_local bool isUnrecorded __attribute__((tls_model("initial-exec")));
 
 // Holds the lock, unless this thread allocates for the tables: then nothing is recorded.
 class Recording {
@@ -63,6 +74,23 @@ static uint64_t keyOf(const void *block) {
 
 static TrackedBlock *find(const void *block) {
   return static_cast<TrackedBlock *>(state.blocks.find(keyOf(block)));
+}
+
+// Looked up while the library is loaded: the dynamic linker's lock may not be waited for with blocksLock held.
+static void findReader() {
+  void *found = dlvsym(RTLD_DEFAULT, "process_vm_readv", "GLIBC_2.15");
+  memcpy(&readProcess, &found, sizeof found);
+}
+
+bool ztcore::readMemory(void *to, const void *from, size_t size) {
+  const iovec target = {to, size};
+  const iovec source = {const_cast<void *>(from), size};
+  const ssize_t got = readProcess == nullptr ? -1 : readProcess(getpid(), &target, 1, &source, 1, 0);
+  if (got == static_cast<ssize_t>(size)) return true;
+  // Where a process may not read itself by this call, the memory has to be there.
+  if (readProcess != nullptr && (got >= 0 || errno == EFAULT)) return false;
+  memcpy(to, from, size);
+  return true;
 }
 
 // NULL when memory is exhausted.
@@ -100,16 +128,26 @@ static void detach(TrackedBlock *block) {
   if (block->older != nullptr) block->older->newer = block->newer;
 }
 
-static void drop(TrackedBlock *block) {
+static void forget(TrackedBlock *block) {
+  state.listener.forgotten(block);
   detach(block);
-  state.blocks.remove(keyOf(block->address));
   state.system.release(block);
+}
+
+static void drop(TrackedBlock *block) {
+  state.blocks.remove(keyOf(block->address));
+  forget(block);
+}
+
+static void end(TrackedBlock *block) {
+  state.listener.ended(block);
+  drop(block);
 }
 
 // A block that is known at the address of a new one was freed by the host, past the library.
 static void dropStale(const void *address) {
   TrackedBlock *stale = find(address);
-  if (stale != nullptr) drop(stale);
+  if (stale != nullptr) end(stale);
 }
 
 static void record(void *address, size_t size, const Site &site) {
@@ -120,12 +158,12 @@ static void record(void *address, size_t size, const Site &site) {
     ++state.lost;
     return;
   }
+  *block = {};
   block->address = static_cast<char *>(address);
   block->size = size;
   block->serial = ++state.lastSerial;
   block->site = keepSite(site);
   block->maker = &lockHolder;
-  block->isTold = false;
   block->isHidden = state.isHiding;
   attach(block);
   state.listener.made(block);
@@ -133,12 +171,16 @@ static void record(void *address, size_t size, const Site &site) {
 
 // Zeroed, so that no earlier object in the same memory is taken for one that lives.
 static void *allocateTracked(size_t size) {
-  // Outside the lock: it may load a library.
-  const Site site = currentSite();
+  const Site site = isUnrecorded ? Site() : currentSite();
   void *address = state.system.allocate(size);
   if (address != nullptr) memset(address, 0, size);
   const Recording recording;
-  if (address != nullptr && recording.isWanted()) record(address, size, site);
+  if (address == nullptr || !recording.isWanted()) return address;
+  if (isUnrecorded) {
+    dropStale(address);
+  } else {
+    record(address, size, site);
+  }
   return address;
 }
 
@@ -147,10 +189,7 @@ static void releaseTracked(void *address) {
   {
     const Recording recording;
     TrackedBlock *block = recording.isWanted() && address != nullptr ? find(address) : nullptr;
-    if (block != nullptr) {
-      state.listener.ended(block);
-      drop(block);
-    }
+    if (block != nullptr) end(block);
   }
   state.system.release(address);
 }
@@ -164,8 +203,7 @@ static void moveRecord(TrackedBlock *block, void *address, size_t size) {
   dropStale(address);
   block->address = static_cast<char *>(address);
   if (state.blocks.insert(keyOf(address), block)) return;
-  detach(block);
-  state.system.release(block);
+  forget(block);
   ++state.lost;
 }
 
@@ -174,8 +212,14 @@ static void *resizeTracked(void *old, size_t size) {
   // Held until the record is updated: another thread may get the old address at once.
   const Recording recording;
   void *address = state.system.resize(old, size);
-  TrackedBlock *block = recording.isWanted() && address != nullptr ? find(old) : nullptr;
-  if (block != nullptr) moveRecord(block, address, size);
+  TrackedBlock *block = recording.isWanted() ? find(old) : nullptr;
+  if (block == nullptr) return address;
+  if (address != nullptr) {
+    moveRecord(block, address, size);
+  } else if (size == 0) {
+    // The system released it.
+    end(block);
+  }
   return address;
 }
 
@@ -188,6 +232,7 @@ static void hideBlock(const void *block) {
 
 void ztcore::trackBlocks(const BlockListener &listener) {
   prepareSites();
+  findReader();
   state.system = memory;
   state.listener = listener;
   state.isHiding = true;
@@ -210,9 +255,22 @@ const TrackedBlock *ztcore::newestBlock() {
   return state.newest;
 }
 
-uint64_t ztcore::serialOf(const void *address) {
-  const TrackedBlock *block = find(address);
-  return block == nullptr ? 0 : block->serial;
+Unrecorded::Unrecorded() {
+  isUnrecorded = true;
+}
+
+Unrecorded::~Unrecorded() {
+  isUnrecorded = false;
+}
+
+TrackedBlock *ztcore::blockAt(const void *address) {
+  return find(address);
+}
+
+const TrackedBlock *ztcore::blockAround(const void *address) {
+  const TrackedBlock *block = state.newest;
+  while (block != nullptr && keyOf(address) - keyOf(block->address) >= block->size) block = block->older;
+  return block;
 }
 
 uint32_t ztcore::lostBlocks() {

@@ -7,7 +7,9 @@
 
 namespace ztcore {
 
-// A block may be read with blocksLock held.
+struct TrackedClass;
+
+// A block may be read with blocksLock held, by `readMemory`.
 struct TrackedBlock {
   TrackedBlock *older;
   TrackedBlock *newer;
@@ -16,14 +18,20 @@ struct TrackedBlock {
   uint64_t serial;    // in the order of allocation, from 1 on
   const Site *site;   // NULL when memory is exhausted
   const char *maker;  // a mark of the thread
-  bool isTold;        // for the listener: a line was printed
   bool isHidden;      // the library's own: prototypes of classes, what it makes while it is loaded
+
+  // For the listener.
+  const TrackedClass *told;  // that of a line that was printed; NULL for none
+  TrackedBlock *nextYoung;
+  int32_t age;
 };
 
 // What is told about blocks, with blocksLock held.
 struct BlockListener {
   void (*made)(TrackedBlock *block);
   void (*ended)(TrackedBlock *block);
+  void (*forgotten)(
+      TrackedBlock *block);  // the record is released: after `ended`, or because memory is exhausted
 };
 
 extern bool tracksBlocks;
@@ -34,11 +42,26 @@ void trackBlocks(const BlockListener &listener);
 void showBlocks();
 bool hidesBlocks();
 
+// Blocks that this thread makes during a scope are not recorded: those of a report, which another one would report.
+class Unrecorded {
+ public:
+  Unrecorded();
+  ~Unrecorded();
+  Unrecorded(const Unrecorded &) = delete;
+  Unrecorded &operator=(const Unrecorded &) = delete;
+};
+
 // The newest block; NULL for none. With blocksLock held.
 const TrackedBlock *newestBlock();
 
-// The number of the block that begins at an address; 0 for none. With blocksLock held.
-uint64_t serialOf(const void *address);
+// The block that begins at an address; NULL for none. With blocksLock held.
+TrackedBlock *blockAt(const void *address);
+
+// The block around an address; NULL for none. Looks at all blocks, with blocksLock held.
+const TrackedBlock *blockAround(const void *address);
+
+// Copies memory of this process. False when it is not there: the host may free a block past the library.
+bool readMemory(void *to, const void *from, size_t size);
 
 // The number of blocks that could not be recorded.
 uint32_t lostBlocks();

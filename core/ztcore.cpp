@@ -192,8 +192,12 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
 // Runs after the clean-up. Where the library is linked, the clean-up runs after the function above, and its
 // hooks may use the data of threads.
 __attribute__((destructor(101))) static void releaseLast() {
-  releaseThreads();
-  if (tracksBlocks && loadedBy == getpid()) printLiveObjects();
+  // First, because threads that still run use their data meanwhile.
+  if (tracksBlocks && loadedBy == getpid()) {
+    tellLast();
+    printLiveObjects();
+  }
   endTracking();
+  releaseThreads();
   closeChosenLog();
 }

@@ -3,11 +3,11 @@
 #include "core/ztsymbol.hh"
 
 #include <dlfcn.h>
-#include <elf.h>
+#include <errno.h>
+#include <link.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/auxv.h>
 
 using namespace ztcore;
 
@@ -15,7 +15,9 @@ using namespace ztcore;
 extern "C" __attribute__((visibility("hidden"))) const char __ehdr_start[];  // NOLINT
 extern "C" __attribute__((visibility("hidden"))) const char _end[];          // NOLINT
 
-// Looked up only where blocks are tracked, so that no other program pays for it when the library is loaded.
+// Looked up only where blocks are tracked, so that no other program pays for it when the library is loaded. Not later:
+// calls are named with locks held, and the dynamic linker's lock is held by a thread that loads a plugin, whose
+// constructors wait for those locks.
 static struct {
   int (*backtrace)(void **frames, int most);
   char *(*demangle)(const char *name, char *output, size_t *size, int *status);
@@ -29,6 +31,7 @@ static void lookUp(Function *&function, const char *name, const char *version) {
 
 void ztcore::prepareSites() {
   lookUp(helpers.backtrace, "backtrace", "GLIBC_2.2.5");
+  lookUp(helpers.demangle, "__cxa_demangle", "CXXABI_1.3");
   // The first call loads what it needs.
   if (helpers.backtrace != nullptr) currentSite();
 }
@@ -74,27 +77,46 @@ Site ztcore::currentSite() {
   return site;
 }
 
-static bool isProgram(const Dl_info &where) {
-  Dl_info program;
-  return dladdr(reinterpret_cast<const void *>(getauxval(AT_ENTRY)), &program) != 0 &&
-         program.dli_fbase == where.dli_fbase;
+namespace {
+
+// A file in memory that an address belongs to.
+struct LoadedFile {
+  uintptr_t address;
+  uint64_t addressInFile;
+  const char *path;  // empty for the program
+  bool isFound;
+};
+
+}  // namespace
+
+static bool covers(const dl_phdr_info &file, const Elf64_Phdr &segment, uintptr_t address) {
+  return segment.p_type == PT_LOAD && address - file.dlpi_addr - segment.p_vaddr < segment.p_memsz;
 }
 
-// The address in the file, which for a program at a fixed address is the one in memory.
-static uint64_t addressInFile(const Dl_info &where, uintptr_t address) {
-  const auto base = reinterpret_cast<uintptr_t>(where.dli_fbase);
-  const bool isFixed = isProgram(where) && reinterpret_cast<const Elf64_Ehdr *>(base)->e_type == ET_EXEC;
-  return isFixed ? address : address - base;
+static int findLoaded(dl_phdr_info *file, size_t, void *wanted) {
+  auto *found = static_cast<LoadedFile *>(wanted);
+  for (int i = 0; i < file->dlpi_phnum && !found->isFound; ++i) {
+    if (!covers(*file, file->dlpi_phdr[i], found->address)) continue;
+    *found = {found->address, found->address - file->dlpi_addr, file->dlpi_name, true};
+  }
+  return found->isFound;
 }
 
-static const char *fileNameOf(const Dl_info &where) {
-  const char *slash = strrchr(where.dli_fname, '/');
-  return slash == nullptr ? where.dli_fname : slash + 1;
+// The paths of files are those of the dynamic linker, and stay while the calls of their code are under way.
+static LoadedFile loadedFileOf(uintptr_t address) {
+  LoadedFile file = {address, 0, "", false};
+  dl_iterate_phdr(findLoaded, &file);
+  return file;
+}
+
+static const char *shortNameOf(const LoadedFile &file) {
+  const char *path = *file.path == '\0' ? program_invocation_name : file.path;
+  const char *slash = strrchr(path, '/');
+  return slash == nullptr ? path : slash + 1;
 }
 
 // C++ names as in the source, where the program has the C++ runtime.
 static void writeCall(char *text, size_t size, const char *name, uint64_t offset, const char *file) {
-  lookUp(helpers.demangle, "__cxa_demangle", "CXXABI_1.3");
   int status = -1;
   char *clear = nullptr;
   if (helpers.demangle != nullptr && strncmp(name, "_Z", 2) == 0) {
@@ -126,24 +148,18 @@ int32_t ztcore::nameCall(char *text, size_t size, const Site &site, int32_t inde
 
 void ztcore::nameFrame(char *text, size_t size, uintptr_t frame) {
   // The address behind a call may be that of the next function.
-  const uintptr_t call = frame - 1;
-  Dl_info where;
-  if (dladdr(reinterpret_cast<const void *>(call), &where) == 0) {
+  const LoadedFile file = loadedFileOf(frame - 1);
+  if (!file.isFound) {
     snprintf(text, size, "%#lx", static_cast<unsigned long>(frame));
     return;
   }
-  const char *file = fileNameOf(where);
-  if (where.dli_sname != nullptr) {
-    writeCall(text, size, where.dli_sname, frame - reinterpret_cast<uintptr_t>(where.dli_saddr), file);
-    return;
-  }
   char name[256];
-  const uint64_t address = addressInFile(where, call);
-  const uint64_t start =
-      findFunction(isProgram(where) ? "/proc/self/exe" : where.dli_fname, address, name, sizeof name);
+  const char *path = *file.path == '\0' ? "/proc/self/exe" : file.path;
+  const uint64_t start = findFunction(path, file.addressInFile, name, sizeof name);
+  const uint64_t address = file.addressInFile + 1;
   if (start != 0) {
-    writeCall(text, size, name, address + 1 - start, file);
+    writeCall(text, size, name, address - start, shortNameOf(file));
   } else {
-    snprintf(text, size, "%s+%#lx", file, static_cast<unsigned long>(address + 1));
+    snprintf(text, size, "%s+%#lx", shortNameOf(file), static_cast<unsigned long>(address));
   }
 }

@@ -1,4 +1,5 @@
-// The names of functions that only the file of a program knows: the dynamic linker keeps those that are exported.
+// The names of functions, from the files of programs and libraries. The dynamic linker knows only those that are
+// exported, and tells them with a lock held.
 #ifndef ZT_CORE_ZTSYMBOL_HH
 #define ZT_CORE_ZTSYMBOL_HH
 

@@ -23,21 +23,25 @@ static bool tracesLives;
 // blocksLock guards it.
 static constinit PointerMap classes;  // by address
 static TrackedClass *newestClass;
+static uint64_t firstAddress = UINT64_MAX;  // of the classes
+static uint64_t lastAddress;
 
-// The blocks of each thread that are too new to tell whether they hold an object. A header is written before the
-// thread allocates again; that of a class that is being filled, a few allocations later.
-static constexpr int mostYoung = 16;
-static TrackedBlock *young[mostYoung];
+// The blocks that are too new to tell whether they hold an object, the oldest first. A header is written before the
+// thread that made the block allocates again; that of a class that is being filled, a few allocations later.
+static constexpr int32_t mostAge = 16;
+static TrackedBlock *firstYoung;
 
-// What the last line told of.
-static struct {
+// What the last line of this thread told of.
+static constinit thread_local struct {
   const TrackedClass *klass;
   const Site *site;
-} lastMade;
+} lastMade __attribute__((tls_model("initial-exec")));
 
 // Classes -----------------------------------------------------------------------------------------
 
+// Asked for every word of the program's memory.
 const TrackedClass *ztcore::trackedClassAt(uint64_t address) {
+  if (address < firstAddress || address > lastAddress) return nullptr;
   return static_cast<const TrackedClass *>(classes.find(address));
 }
 
@@ -57,6 +61,8 @@ static TrackedClass *recordOf(const ztClass *klass) {
   }
   fresh->older = newestClass;
   newestClass = fresh;
+  if (address < firstAddress) firstAddress = address;
+  if (address > lastAddress) lastAddress = address;
   return fresh;
 }
 
@@ -95,9 +101,9 @@ __attribute__((format(printf, 1, 2))) static void printLine(const char *format, 
 
 // The class of the object at the beginning of a block; NULL for another block.
 static const TrackedClass *classIn(const TrackedBlock &block) {
-  if (block.isHidden || block.size < sizeof(ztBaseClass)) return nullptr;
   uint64_t word;
-  memcpy(&word, block.address, sizeof word);
+  if (block.isHidden || block.size < sizeof(ztBaseClass) || !readMemory(&word, block.address, sizeof word))
+    return nullptr;
   const TrackedClass *klass = trackedClassAt(word);
   const bool fits = klass != nullptr && static_cast<size_t>(klass->instanceSize) <= block.size;
   return fits && !klass->isItem ? klass : nullptr;
@@ -115,53 +121,93 @@ static void printMade(const TrackedBlock &block, const TrackedClass &klass) {
   printLine("zentova: made #%lu %s, by %s", static_cast<unsigned long>(block.serial), klass.name, call);
 }
 
-// Prints the young blocks of this thread that turned out to be objects.
-static void printYoung() {
-  for (TrackedBlock *&block : young) {
-    if (block == nullptr || block->maker != &lockHolder) continue;
-    const TrackedClass *klass = classIn(*block);
-    if (klass == nullptr) continue;
-    block->isTold = isTold(*block, *klass);
-    if (block->isTold) {
-      lastMade = {klass, block->site};
-      printMade(*block, *klass);
-    }
-    block = nullptr;
+// The place of the pointer to a block; that of the last pointer for a block that is not young.
+static TrackedBlock **youngPlace(const TrackedBlock *block) {
+  TrackedBlock **place = &firstYoung;
+  while (*place != nullptr && *place != block) place = &(*place)->nextYoung;
+  return place;
+}
+
+static bool isYoung(const TrackedBlock *block) {
+  return *youngPlace(block) != nullptr;
+}
+
+static void forgetYoung(TrackedBlock *block) {
+  TrackedBlock **place = youngPlace(block);
+  if (*place != nullptr) *place = block->nextYoung;
+}
+
+// Prints a young block that turned out to be an object.
+static void tellYoung(TrackedBlock *block) {
+  const TrackedClass *klass = classIn(*block);
+  if (klass == nullptr) return;
+  forgetYoung(block);
+  if (!isTold(*block, *klass)) return;
+  block->told = klass;
+  lastMade = {klass, block->site};
+  printMade(*block, *klass);
+}
+
+template <typename Visit>
+static void forEachYoung(Visit visit) {
+  TrackedBlock *next = nullptr;
+  for (TrackedBlock *block = firstYoung; block != nullptr; block = next) {
+    next = block->nextYoung;
+    visit(block);
   }
 }
 
-static void keepYoung(TrackedBlock *block) {
-  static int last;
-  last = (last + 1) % mostYoung;
-  young[last] = block;
+static void tellOwn() {
+  forEachYoung([](TrackedBlock *block) {
+    if (block->maker == &lockHolder) tellYoung(block);
+  });
 }
 
-static void forgetYoung(const TrackedBlock *block) {
-  for (TrackedBlock *&kept : young) {
-    if (kept == block) kept = nullptr;
-  }
+// Each allocation of a thread makes its young blocks older.
+static void growOlder() {
+  forEachYoung([](TrackedBlock *block) {
+    if (block->maker == &lockHolder && ++block->age > mostAge) forgetYoung(block);
+  });
 }
 
 static void noteMade(TrackedBlock *block) {
   if (!tracesLives) return;
-  printYoung();
-  if (!block->isHidden) keepYoung(block);
+  tellOwn();
+  growOlder();
+  if (!block->isHidden) *youngPlace(nullptr) = block;
 }
 
+// The thread that ends a block may be another than the one that made it.
 static void noteEnded(TrackedBlock *block) {
   if (!tracesLives) return;
-  printYoung();
-  forgetYoung(block);
-  const TrackedClass *klass = block->isTold ? classIn(*block) : nullptr;
-  if (klass != nullptr)
-    printLine("zentova: ended #%lu %s", static_cast<unsigned long>(block->serial), klass->name);
+  tellOwn();
+  if (isYoung(block)) tellYoung(block);
+  if (block->told != nullptr)
+    printLine("zentova: ended #%lu %s", static_cast<unsigned long>(block->serial), block->told->name);
+}
+
+// Writes what a report calls an emitter. One that shares a block with others has the number of the block.
+static void nameEmitter(char *text, size_t size, const void *emitter) {
+  const char *name = ztOOP_classNameOf(emitter);
+  const TrackedBlock *block = blockAt(emitter);
+  const TrackedBlock *around = block == nullptr ? blockAround(emitter) : nullptr;
+  if (block != nullptr) {
+    snprintf(text, size, "#%lu %s", static_cast<unsigned long>(block->serial), name);
+  } else if (around != nullptr) {
+    snprintf(text, size, "%s in the block #%lu", name, static_cast<unsigned long>(around->serial));
+  } else {
+    snprintf(text, size, "%s in other memory", name);
+  }
 }
 
 void ztcore::traceEmission(const void *emitter, const char *signalName, uint32_t slotCount) {
   const Locked locked(blocksLock);
-  printYoung();
-  printLine("zentova: #%lu %s emits %s to %u %s", static_cast<unsigned long>(serialOf(emitter)),
-            ztOOP_classNameOf(emitter), signalName, slotCount, slotCount == 1 ? "slot" : "slots");
+  tellOwn();
+  TrackedBlock *block = blockAt(emitter);
+  if (block != nullptr && isYoung(block)) tellYoung(block);
+  char name[160];
+  nameEmitter(name, sizeof name, emitter);
+  printLine("zentova: %s emits %s to %u %s", name, signalName, slotCount, slotCount == 1 ? "slot" : "slots");
 }
 
 // The environment ---------------------------------------------------------------------------------
@@ -196,15 +242,23 @@ void ztcore::readTracking() {
     wanted += length + (wanted[length] == ',');
   }
   watchesEmissions = watchesEmissions || tracesEmissions;
-  trackBlocks({noteMade, noteEnded});
+  trackBlocks({noteMade, noteEnded, forgetYoung});
 }
 
 void ztcore::beginTracking() {
   if (tracksBlocks) showBlocks();
 }
 
+void ztcore::tellLast() {
+  const Locked locked(blocksLock);
+  forEachYoung(tellYoung);
+}
+
 void ztcore::endTracking() {
   if (!tracksBlocks) return;
+  // Other threads may still run, and go on with nothing told.
+  const Locked locked(blocksLock);
+  tracesLives = false;
   classes.clear();
   while (newestClass != nullptr) {
     TrackedClass *klass = newestClass;

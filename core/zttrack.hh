@@ -43,6 +43,10 @@ const TrackedClass *trackedClassAt(uint64_t address);
 extern bool tracesEmissions;
 void traceEmission(const void *emitter, const char *signalName, uint32_t slotCount);
 
+// Prints the objects that no line told of: a line comes with the next allocation of its thread. Called when the program
+// ends, before `endTracking`.
+void tellLast();
+
 // Frees the records. Called once when the library is unloaded, after the clean-up.
 void endTracking();
 

@@ -32,7 +32,7 @@ struct Group {
 struct Holder {
   uint64_t serial;
   int32_t block;
-  uint32_t offset;
+  uint64_t offset;
 };
 
 // The calls of a site by name.
@@ -45,7 +45,7 @@ class Report {
  public:
   explicit Report(int descriptor) : lines(descriptor) {}
   ~Report() {
-    ztOOP_freeClassInfo(info);
+    for (ztClassInfo *info : infos) ztOOP_freeClassInfo(info);
   }
   Report(const Report &) = delete;
   Report &operator=(const Report &) = delete;
@@ -61,25 +61,26 @@ class Report {
   bool makeGroups();
   void writeSite(const Site *site);
   void writeReference(const SnapshotObject &object);
-  void writeObject(const SnapshotObject &object);
-  void writeHolders(const SnapshotObject &object);
-  void writeHolder(int32_t holder, uint32_t offset);
+  void writeObject(int32_t index);
+  void writeHolders(int32_t object);
+  void writeHolder(int32_t holder, uint64_t offset);
   void writeSignals(const SnapshotObject &object);
   void writeSignalItems(const ztAvlTreeItem *item, int depth);
   void writeSlotItems(const ztString *signal, const ztAvlTreeItem *item, int depth);
   void writeSlot(const ztString *signal, const ztMapItem &item);
   void writeText(const ztString *string);
   void writeFunction(const ztSlot &slot);
-  const char *fieldAt(const ztClass *klass, uint32_t offset);
+  const ztClassInfo *infoOf(const ztClass *klass);
+  const char *fieldAt(const ztClass *klass, uint64_t offset);
 
-  static constexpr size_t siteCount = 16;
+  static constexpr size_t keptCount = 16;  // and of classes
 
   Lines lines;
   Snapshot snapshot;
-  NamedSite sites[siteCount];
+  NamedSite sites[keptCount];
   GrowingArray<Group> groups;
-  int32_t untold = 0;           // because memory was exhausted
-  ztClassInfo *info = nullptr;  // of the class that was asked for last
+  int32_t untold = 0;                  // because memory was exhausted
+  ztClassInfo *infos[keptCount] = {};  // of the classes that were asked for last
 };
 
 }  // namespace
@@ -146,7 +147,7 @@ static void nameSite(char *text, size_t size, const Site *site) {
 
 // Names are read from the files of programs, so the latest ones are kept.
 void Report::writeSite(const Site *site) {
-  NamedSite &named = sites[reinterpret_cast<uintptr_t>(site) / sizeof(Site) % siteCount];
+  NamedSite &named = sites[reinterpret_cast<uintptr_t>(site) / sizeof(Site) % keptCount];
   if (named.site != site || named.text[0] == '\0') {
     named.site = site;
     nameSite(named.text, sizeof named.text, site);
@@ -199,30 +200,39 @@ void Report::writeText(const ztString *string) {
   lines.printQuoted(static_cast<const char *>(text), strnlen(static_cast<const char *>(text), size));
 }
 
+// NULL for a class whose code is gone, and when memory is exhausted.
+const ztClassInfo *Report::infoOf(const ztClass *klass) {
+  ztClassInfo *&info = infos[reinterpret_cast<uintptr_t>(klass) / sizeof(ztClass) % keptCount];
+  if (info != nullptr && info->klass == klass) return info;
+  ztOOP_freeClassInfo(info);
+  info = isInUse(klass) ? ztOOP_classInfo(const_cast<ztClass *>(klass)) : nullptr;
+  return info;
+}
+
 // The last field that does not begin behind the position.
-const char *Report::fieldAt(const ztClass *klass, uint32_t offset) {
-  if (info == nullptr || info->klass != klass) {
-    ztOOP_freeClassInfo(info);
-    info = isInUse(klass) ? ztOOP_classInfo(const_cast<ztClass *>(klass)) : nullptr;
-  }
+const char *Report::fieldAt(const ztClass *klass, uint64_t offset) {
+  const ztClassInfo *info = infoOf(klass);
   const char *name = "";
   for (int32_t i = 0; info != nullptr && i < info->fieldCount; ++i) {
     const int32_t begin = info->fields[i].offset;
-    if (begin >= 0 && static_cast<uint32_t>(begin) <= offset) name = info->fields[i].name;
+    if (begin >= 0 && static_cast<uint64_t>(begin) <= offset) name = info->fields[i].name;
   }
   return name;
 }
 
-void Report::writeHolder(int32_t holder, uint32_t offset) {
+void Report::writeHolder(int32_t holder, uint64_t offset) {
   const SnapshotBlock &block = snapshot.block(holder);
+  const SnapshotObject *object = snapshot.objectAround(holder, block.address + offset);
   lines.print("    held by ");
-  if (block.klass == nullptr) {
+  if (object != nullptr) {
+    writeReference(*object);
+    const char *field = fieldAt(object->klass->klass, block.address + offset - object->address);
+    if (*field != '\0') lines.print(" in %s", field);
+  } else if (block.klass != nullptr) {
+    writeReference({block.address, block.klass, holder, 0});
+  } else {
     lines.print("a block of %lu bytes, made by ", longOf(block.size));
     writeSite(block.site);
-  } else {
-    writeReference({block.address, block.klass, holder, 0});
-    const char *field = fieldAt(block.klass->klass, offset);
-    if (*field != '\0') lines.print(" in %s", field);
   }
   lines.print("\n");
 }
@@ -235,10 +245,10 @@ static int compareHolders(const void *first, const void *second) {
 }
 
 // The oldest first. Several parts behind one field count once.
-void Report::writeHolders(const SnapshotObject &object) {
+void Report::writeHolders(int32_t object) {
   constexpr int32_t most = 8;
   GrowingArray<Holder> holders;
-  snapshot.forEachHolder(object.block, [&](int32_t holder, uint32_t offset) {
+  snapshot.forEachHolder(object, [&](int32_t holder, uint64_t offset) {
     const SnapshotBlock &block = snapshot.block(holder);
     if (!block.isHidden && !holders.push({block.serial, holder, offset})) ++untold;
   });
@@ -252,7 +262,8 @@ void Report::writeHolders(const SnapshotObject &object) {
   if (count > most) lines.print("    and %d more\n", count - most);
 }
 
-void Report::writeObject(const SnapshotObject &object) {
+void Report::writeObject(int32_t index) {
+  const SnapshotObject &object = snapshot.object(index);
   const SnapshotBlock &block = snapshot.block(object.block);
   const auto *header =
       static_cast<const ztBaseClass *>(snapshot.bytesAt(object.address, sizeof(ztBaseClass)));
@@ -262,7 +273,7 @@ void Report::writeObject(const SnapshotObject &object) {
   lines.print(", made by ");
   writeSite(block.site);
   lines.print("\n");
-  writeHolders(object);
+  writeHolders(index);
   if (object.klass->isObject) writeSignals(object);
 }
 
@@ -333,13 +344,14 @@ void Report::writeSignals(const SnapshotObject &object) {
 
 bool Report::writeObjects() {
   lines.print("\nObjects\n");
-  for (int32_t i = 0; i < snapshot.objectCount(); ++i) writeObject(snapshot.object(i));
+  for (int32_t i = 0; i < snapshot.objectCount(); ++i) writeObject(i);
   return lines.finish() && untold == 0;
 }
 
 // The report --------------------------------------------------------------------------------------
 
 static bool writeReport(const char *fileName) {
+  const Unrecorded own;
   FileReplacement file;
   if (!file.begin(fileName)) return false;
   Report report(file.descriptor());
@@ -364,6 +376,7 @@ int32_t ztOOP_report(const char *fileName) {
 }
 
 void ztcore::printLiveObjects() {
+  const Unrecorded own;
   Report report(STDERR_FILENO);
   if (report.take()) report.writeSummary("zentova: objects left at the end");
 }

@@ -5,16 +5,21 @@
 #include "core/ztlock.hh"
 #include "core/ztmem.hh"
 
-#include <dlfcn.h>
-#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/uio.h>
-#include <unistd.h>
 
 using namespace ztcore;
 
 constexpr uint32_t wordSize = sizeof(uint64_t);
+
+namespace {
+
+struct Numbered {
+  uint64_t key;
+  int32_t index;
+};
+
+}  // namespace
 
 // Copies lie as their blocks do.
 static size_t spaceFor(size_t size) {
@@ -38,21 +43,6 @@ static const TrackedClass *classAt(const SnapshotBlock &block, size_t offset) {
 
 // The copy ----------------------------------------------------------------------------------------
 
-using ReadMemory = ssize_t (*)(pid_t process, const iovec *to, unsigned long toCount, const iovec *from,
-                               unsigned long fromCount, unsigned long flags);
-
-// A block that the host freed, past the library, may be gone: the system reads it without a fault. False for such one.
-static bool copyMemory(ReadMemory read, char *to, char *from, size_t size) {
-  const iovec target = {to, size};
-  const iovec source = {from, size};
-  const ssize_t got = read == nullptr ? -1 : read(getpid(), &target, 1, &source, 1, 0);
-  if (got == static_cast<ssize_t>(size)) return true;
-  // Where a process may not read itself by this call, the block has to be there.
-  if (got >= 0 || errno == EFAULT) return false;
-  memcpy(to, from, size);
-  return true;
-}
-
 static int compareAddresses(const void *first, const void *second) {
   const uint64_t one = static_cast<const SnapshotBlock *>(first)->address;
   const uint64_t other = static_cast<const SnapshotBlock *>(second)->address;
@@ -60,23 +50,20 @@ static int compareAddresses(const void *first, const void *second) {
 }
 
 bool Snapshot::copyBlocks() {
-  void *found = dlvsym(RTLD_DEFAULT, "process_vm_readv", "GLIBC_2.15");
-  ReadMemory read;
-  memcpy(&read, &found, sizeof found);
   const Locked locked(blocksLock);
-  const TrackedBlock *newest = newestBlock();
   size_t count = 0;
   size_t bytes = 0;
-  for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
+  for (const TrackedBlock *block = newestBlock(); block != nullptr; block = block->older) {
     ++count;
     bytes += spaceFor(block->size);
   }
   blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
-  copy = static_cast<char *>(hidden(memory.allocate(bytes + 1)));
+  copy = static_cast<char *>(memory.allocate(bytes + 1));
   if (blocks == nullptr || copy == nullptr || count > INT32_MAX / 2) return false;
   char *to = copy;
-  for (const TrackedBlock *block = newest; block != nullptr; block = block->older) {
-    if (!copyMemory(read, to, block->address, block->size)) continue;
+  // The two allocations may have ended records of blocks that the host freed.
+  for (const TrackedBlock *block = newestBlock(); block != nullptr; block = block->older) {
+    if (!readMemory(to, block->address, block->size)) continue;
     SnapshotBlock &fresh = blocks[blockCount++];
     fresh = {};
     fresh.address = reinterpret_cast<uintptr_t>(block->address);
@@ -97,7 +84,6 @@ Snapshot::~Snapshot() {
   memory.release(blocks);
   memory.release(copy);
   memory.release(into);
-  memory.release(firstInto);
   memory.release(ownedBytes);
   memory.release(byAge);
 }
@@ -134,33 +120,100 @@ static bool isMadeWith(const SnapshotBlock &holder, const SnapshotBlock &part) {
   return holder.site != nullptr && part.site != nullptr && part.site->isWithin(*holder.site);
 }
 
-bool Snapshot::findEdges() {
-  for (int32_t from = 0; from < blockCount; ++from) {
-    SnapshotBlock &block = blocks[from];
-    block.firstEdge = edges.size();
-    for (uint32_t offset = 0; offset + wordSize <= block.size; offset += wordSize) {
-      const uint64_t word = wordAt(block, offset);
-      const int32_t to = word % wordSize == 0 ? blockAt(word) : none;
-      if (to == none || to == from) continue;
-      if (!edges.push({from, to, offset})) return false;
-      blocks[to].isReached = true;
-      if (block.isHidden || isMadeWith(block, blocks[to])) blocks[to].isMadeWithIts = true;
-    }
+// Most words are no addresses of blocks.
+bool Snapshot::addEdges(int32_t from, uint64_t lowest, uint64_t highest) {
+  const SnapshotBlock &block = blocks[from];
+  for (uint64_t offset = 0; offset + wordSize <= block.size; offset += wordSize) {
+    const uint64_t word = wordAt(block, offset);
+    if (word < lowest || word > highest || word % wordSize != 0) continue;
+    const int32_t to = blockAt(word);
+    if (to == none || to == from) continue;
+    if (!edges.push({word, offset, from, to})) return false;
+    blocks[to].isReached = true;
+    if (block.isHidden || isMadeWith(block, blocks[to])) blocks[to].isMadeWithIts = true;
   }
   return true;
 }
 
-// Counts the edges into each block, and then puts each into its place.
-bool Snapshot::sortEdges() {
-  const auto places = static_cast<size_t>(blockCount) + 2;
-  into = static_cast<int32_t *>(memory.allocate((static_cast<size_t>(edges.size()) + 1) * sizeof(int32_t)));
-  firstInto = static_cast<int32_t *>(memory.allocate(places * sizeof(int32_t)));
-  if (into == nullptr || firstInto == nullptr) return false;
-  memset(firstInto, 0, places * sizeof(int32_t));
-  for (int32_t i = 0; i < edges.size(); ++i) ++firstInto[edges[i].to + 2];
-  for (int32_t i = 2; i <= blockCount + 1; ++i) firstInto[i] += firstInto[i - 1];
-  for (int32_t i = 0; i < edges.size(); ++i) into[firstInto[edges[i].to + 1]++] = i;
+bool Snapshot::findEdges() {
+  if (blockCount == 0) return true;
+  const SnapshotBlock &last = blocks[blockCount - 1];
+  for (int32_t from = 0; from < blockCount; ++from) {
+    blocks[from].firstEdge = edges.size();
+    if (!addEdges(from, blocks[0].address, last.address + last.size)) return false;
+  }
   return true;
+}
+
+// Holders -----------------------------------------------------------------------------------------
+
+static int compareNumbered(const void *first, const void *second) {
+  const auto *one = static_cast<const Numbered *>(first);
+  const auto *other = static_cast<const Numbered *>(second);
+  if (one->key != other->key) return one->key > other->key ? 1 : -1;
+  return (one->index > other->index) - (one->index < other->index);
+}
+
+// The indices from 0 to below `count`, in the order of their keys. NULL when memory is exhausted.
+template <typename KeyOf>
+static int32_t *sortedBy(int32_t count, KeyOf keyOf) {
+  const auto size = static_cast<size_t>(count) + 1;
+  auto *sorted = static_cast<int32_t *>(memory.allocate(size * sizeof(int32_t)));
+  auto *numbered = static_cast<Numbered *>(memory.allocate(size * sizeof(Numbered)));
+  if (sorted != nullptr && numbered != nullptr) {
+    for (int32_t i = 0; i < count; ++i) numbered[i] = {keyOf(i), i};
+    qsort(numbered, static_cast<size_t>(count), sizeof(Numbered), compareNumbered);
+    for (int32_t i = 0; i < count; ++i) sorted[i] = numbered[i].index;
+  } else {
+    memory.release(sorted);
+    sorted = nullptr;
+  }
+  memory.release(numbered);
+  return sorted;
+}
+
+bool Snapshot::sortEdges() {
+  into = sortedBy(edges.size(), [this](int32_t edge) { return edges[edge].target; });
+  return into != nullptr;
+}
+
+uint64_t Snapshot::endOf(int32_t object) {
+  const int32_t block = objects[object].block;
+  const bool isLast = object + 1 == objects.size() || objects[object + 1].block != block;
+  return isLast ? blocks[block].address + blocks[block].size : objects[object + 1].address;
+}
+
+int32_t Snapshot::firstInto(uint64_t address) {
+  int32_t from = 0;
+  int32_t to = edges.size();
+  while (from < to) {
+    const int32_t middle = from + (to - from) / 2;
+    if (edges[into[middle]].target < address) {
+      from = middle + 1;
+    } else {
+      to = middle;
+    }
+  }
+  return from;
+}
+
+// An array is older than its block; what leads to the block's first object only is mostly younger.
+int32_t Snapshot::findKeeper(int32_t block) {
+  const uint64_t start = blocks[block].address;
+  int32_t found = none;
+  uint64_t age = blocks[block].serial;
+  for (int32_t i = firstInto(start); i < edges.size() && edges[into[i]].target == start; ++i) {
+    const SnapshotBlock &from = blocks[edges[into[i]].from];
+    if (from.isHidden || from.serial >= age) continue;
+    found = into[i];
+    age = from.serial;
+  }
+  return found;
+}
+
+int32_t Snapshot::keeperOf(int32_t block) {
+  if (keeper.block != block) keeper = {block, findKeeper(block)};
+  return keeper.edge;
 }
 
 // Owners ------------------------------------------------------------------------------------------
@@ -194,33 +247,9 @@ bool Snapshot::spread(int32_t root) {
   return true;
 }
 
-namespace {
-
-struct Aged {
-  uint64_t serial;
-  int32_t block;
-};
-
-}  // namespace
-
-static int compareAges(const void *first, const void *second) {
-  const uint64_t one = static_cast<const Aged *>(first)->serial;
-  const uint64_t other = static_cast<const Aged *>(second)->serial;
-  return (one > other) - (one < other);
-}
-
-// The blocks by age, the oldest first.
 bool Snapshot::sortByAge() {
-  byAge = static_cast<int32_t *>(memory.allocate((static_cast<size_t>(blockCount) + 1) * sizeof(int32_t)));
-  auto *aged = static_cast<Aged *>(memory.allocate((static_cast<size_t>(blockCount) + 1) * sizeof(Aged)));
-  const bool isDone = byAge != nullptr && aged != nullptr;
-  if (isDone) {
-    for (int32_t i = 0; i < blockCount; ++i) aged[i] = {blocks[i].serial, i};
-    qsort(aged, static_cast<size_t>(blockCount), sizeof(Aged), compareAges);
-    for (int32_t i = 0; i < blockCount; ++i) byAge[i] = aged[i].block;
-  }
-  memory.release(aged);
-  return isDone;
+  byAge = sortedBy(blockCount, [this](int32_t block) { return blocks[block].serial; });
+  return byAge != nullptr;
 }
 
 // An older object is asked first: an iterator is younger than what it walks. The library's own blocks come behind all
@@ -264,6 +293,7 @@ bool Snapshot::addObjects(int32_t index) {
     if (klass == nullptr) continue;
     if (isListed(*klass, index, place) && !objects.push({block.address + offset, klass, index, place}))
       return false;
+    block.objectCount = objects.size() - block.firstObject;
     ++place;
     // The next object begins behind this one.
     offset += (static_cast<size_t>(klass->instanceSize) - 1) / wordSize * wordSize;
@@ -280,13 +310,26 @@ bool Snapshot::findObjects() {
   return true;
 }
 
+const SnapshotObject *Snapshot::objectAround(int32_t block, uint64_t address) {
+  int32_t from = blocks[block].firstObject;
+  int32_t to = from + blocks[block].objectCount;
+  while (from < to) {
+    const int32_t middle = from + (to - from) / 2;
+    if (objects[middle].address <= address) {
+      from = middle + 1;
+    } else {
+      to = middle;
+    }
+  }
+  if (from == blocks[block].firstObject) return nullptr;
+  const SnapshotObject &object = objects[from - 1];
+  return address - object.address < static_cast<uint64_t>(object.klass->instanceSize) ? &object : nullptr;
+}
+
 const SnapshotObject *Snapshot::objectAt(uint64_t address) {
   const int32_t block = blockAt(address);
-  if (block == none) return nullptr;
-  for (int32_t i = blocks[block].firstObject; i < objects.size() && objects[i].block == block; ++i) {
-    if (objects[i].address == address) return &objects[i];
-  }
-  return nullptr;
+  const SnapshotObject *object = block == none ? nullptr : objectAround(block, address);
+  return object != nullptr && object->address == address ? object : nullptr;
 }
 
 bool Snapshot::take() {

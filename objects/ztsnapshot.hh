@@ -21,9 +21,10 @@ struct SnapshotBlock {
   const Site *site;           // NULL when unknown
   const TrackedClass *klass;  // of the object at its beginning; NULL for other memory
   int32_t owner;              // the block that this one is part of; itself; or `none`
-  uint32_t ownerOffset;       // of the word in the owner that leads here
+  uint64_t ownerOffset;       // of the word in the owner that leads here
   int32_t firstEdge;
   int32_t firstObject;
+  int32_t objectCount;
   bool isHidden;
   bool isReached;      // some block leads here
   bool isMadeWithIts;  // one of those was made by the same call
@@ -39,9 +40,10 @@ struct SnapshotObject {
 
 // A word that leads from one block to another.
 struct SnapshotEdge {
+  uint64_t target;  // the word
+  uint64_t offset;  // of the word in its block
   int32_t from;
   int32_t to;
-  uint32_t offset;  // of the word in its block
 };
 
 class Snapshot {
@@ -53,7 +55,7 @@ class Snapshot {
   Snapshot(const Snapshot &) = delete;
   Snapshot &operator=(const Snapshot &) = delete;
 
-  // False when memory is exhausted.
+  // False when memory is exhausted. The caller's blocks are unrecorded.
   bool take();
 
   int32_t objectCount() const {
@@ -67,6 +69,8 @@ class Snapshot {
   }
   // The object that begins at an address; NULL for none.
   const SnapshotObject *objectAt(uint64_t address);
+  // The object of a block around an address; NULL for none.
+  const SnapshotObject *objectAround(int32_t block, uint64_t address);
 
   // What is at an address of a live block; NULL for any other address.
   const void *bytesAt(uint64_t address, size_t size) const;
@@ -78,21 +82,25 @@ class Snapshot {
   // The bytes of an object's block, with those of its parts.
   uint64_t bytesOf(int32_t block) const;
 
-  // Runs visit(owner, offset) for what leads to a block: the block that holds it, itself or by its parts, and the
-  // position of the word.
+  // Runs visit(owner, offset) for what leads to an object: the block that holds it, itself or by its parts, and the
+  // position of the word. All objects of a block are held by what holds the block for them.
   template <typename Visit>
-  void forEachHolder(int32_t block, Visit visit) {
-    for (int32_t i = firstInto[block]; i < firstInto[block + 1]; ++i) {
-      const SnapshotEdge &edge = edges[into[i]];
-      const SnapshotBlock &from = blocks[edge.from];
-      if (from.owner == none || from.owner == blocks[block].owner) continue;
-      visit(from.owner, from.owner == edge.from ? edge.offset : from.ownerOffset);
+  void forEachHolder(int32_t index, Visit visit) {
+    const SnapshotObject &object = objects[index];
+    const SnapshotBlock &block = blocks[object.block];
+    if (block.owner != object.block) visit(block.owner, block.ownerOffset);
+    if (object.place != 0 && keeperOf(object.block) != none) visitHolder(keeperOf(object.block), visit);
+    const uint64_t end = endOf(index);
+    for (int32_t i = firstInto(object.place == 0 ? block.address : object.address);
+         i < edges.size() && edges[into[i]].target < end; ++i) {
+      visitHolder(into[i], visit);
     }
   }
 
  private:
   bool copyBlocks();
   bool findEdges();
+  bool addEdges(int32_t from, uint64_t lowest, uint64_t highest);
   bool sortEdges();
   bool isPart(const SnapshotBlock &block) const;
   bool sortByAge();
@@ -101,6 +109,20 @@ class Snapshot {
   bool findObjects();
   bool addObjects(int32_t block);
   bool isListed(const TrackedClass &klass, int32_t block, int32_t place) const;
+  template <typename Visit>
+  void visitHolder(int32_t index, Visit visit) {
+    const SnapshotEdge &edge = edges[index];
+    const SnapshotBlock &from = blocks[edge.from];
+    if (from.owner == none || from.owner == blocks[edge.to].owner) return;
+    visit(from.owner, from.owner == edge.from ? edge.offset : from.ownerOffset);
+  }
+  // Where the next object of the block begins, or the block ends.
+  uint64_t endOf(int32_t object);
+  // The first place in `into` of an edge to an address or one behind it.
+  int32_t firstInto(uint64_t address);
+  // The edge from what holds a block for all its objects; `none` when nothing does.
+  int32_t keeperOf(int32_t block);
+  int32_t findKeeper(int32_t block);
   // The block of an address; `none` for an address outside all blocks.
   int32_t blockAt(uint64_t address) const;
 
@@ -108,8 +130,11 @@ class Snapshot {
   SnapshotBlock *blocks = nullptr;
   int32_t blockCount = 0;
   GrowingArray<SnapshotEdge> edges;  // in the order of the blocks that they are from
-  int32_t *into = nullptr;           // the edges in the order of the blocks that they lead to
-  int32_t *firstInto = nullptr;
+  int32_t *into = nullptr;           // the edges in the order of their targets
+  struct {
+    int32_t block;
+    int32_t edge;
+  } keeper = {none, none};  // that was asked for last
   uint64_t *ownedBytes = nullptr;
   int32_t *byAge = nullptr;  // the blocks, the oldest first
   GrowingArray<SnapshotObject> objects;

@@ -175,6 +175,32 @@ static void fillTheDisk(void) {
   release(plant);
 }
 
+/* Nodes inside the block of an array, each with a child, and what holds some of them. */
+static void holdNodesByValue(void) {
+  ztArray *array = ztArray_new();
+  ztArray_of(array)->setElementSize(array, sizeof(ztRoot), 0);
+  ztArray_of(array)->setElementConstructor(array, ztRoot_ctor);
+  ztRoot *node = ztRoot_new();
+  for (int i = 0; i < 3; ++i) CHECK(ztArray_of(array)->pushBack(array, node) != NULL);
+  release(node);
+  ztPtrArray *chosen = ztPtrArray_new();
+  for (int i = 1; i < 3; ++i) ztPtrArray_of(chosen)->pushBack(chosen, ztArray_of(array)->getAt(array, i));
+  ztPtrList *last = ztPtrList_new();
+  ztPtrList_of(last)->pushBack(last, ztArray_of(array)->getAt(array, 2));
+  for (int i = 0; i < 3; ++i) {
+    ztRoot *element = ztArray_of(array)->getAt(array, i);
+    ztRoot_of(element)->setName(element, "element");
+    ztRoot_of(element)->addChild(element, ztRoot_new());
+  }
+  void *block = ztm_alloc(1 << 22); /* where every word is looked at */
+  memset(block, 0xff, 1 << 22);
+  CHECK(ztOOP_report("report.txt") == 1);
+  ztm_free(block);
+  release(array);
+  release(chosen);
+  release(last);
+}
+
 static void *makeAndRelease(void *ignored) {
   for (int i = 0; i < 300; ++i) {
     Gauge *gauge = makeGauge("gauge");
@@ -184,11 +210,21 @@ static void *makeAndRelease(void *ignored) {
   return ignored;
 }
 
+static void *reportOften(void *fileName) {
+  for (int i = 0; i < 5; ++i) CHECK(ztOOP_report(fileName) == 1);
+  return NULL;
+}
+
 static void reportOtherThreads(void) {
   pthread_t threads[3];
+  pthread_t reporter;
+  char file[] = "report.txt";
+  char other[] = "other.txt";
   for (int i = 0; i < 3; ++i) CHECK(pthread_create(&threads[i], NULL, makeAndRelease, NULL) == 0);
-  for (int i = 0; i < 10; ++i) CHECK(ztOOP_report("report.txt") == 1);
+  CHECK(pthread_create(&reporter, NULL, reportOften, other) == 0);
+  reportOften(file);
   for (int i = 0; i < 3; ++i) pthread_join(threads[i], NULL);
+  pthread_join(reporter, NULL);
 }
 
 static void leaveToAChild(void) {
@@ -213,7 +249,7 @@ int main(int argc, char **argv) {
       {"places", reportPlaces},     {"many", reportMany},     {"full", fillTheDisk},
       {"plant", reportPlant},       {"refusals", refusals},   {"lives", traceLives},
       {"past", freePastTheLibrary}, {"values", holdByValue},  {"threads", reportOtherThreads},
-      {"child", leaveToAChild},     {"plugin", leavePlugins},
+      {"nodes", holdNodesByValue},  {"child", leaveToAChild}, {"plugin", leavePlugins},
   };
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }

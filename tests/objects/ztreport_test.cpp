@@ -172,6 +172,59 @@ TEST_F(Report, TracesEmissionsWithTheirSlots) {
             "zentova: # Gauge emits levelChanged to 1 slot\nzentova: objects left at the end: 0\n");
 }
 
+TEST_F(Report, TracesAnObjectOnceBeforeAnEmission) {
+  run("lives,emissions", "emitAtOnce", "traced");
+  const std::string tick = "zentova: # ztObject emits tick to 1 slot\n";
+  const std::string text = unnumbered(host.errors());
+  EXPECT_EQ(text.substr(text.find(tick) + tick.size()),
+            "zentova: made # ztBaseClass, by makePlain (host_traced)\n" + tick +
+                "zentova: ended # ztBaseClass\n"
+                "zentova: ended # ztObject\n"
+                "zentova: ended # ztObject\n"
+                "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, TracesObjectsThatAnotherThreadEnds) {
+  run("lives", "endElsewhere", "traced");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: made # ztBaseClass, by makePlain (host_traced)\n"
+            "zentova: ended # ztBaseClass\n"
+            "zentova: objects left at the end: 0\n");
+}
+
+TEST_F(Report, TracesTheLastObject) {
+  run("lives", "leaveLast", "traced");
+  EXPECT_EQ(unnumbered(host.errors())
+                .find("zentova: made # ztBaseClass, by makePlain (host_traced)\n"
+                      "zentova: objects left at the end: 1\n"),
+            0U)
+      << host.errors();
+}
+
+TEST_F(Report, TracesPastBlocksThatTheHostFreed) {
+  run("lives", "past", "traced");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: made # ztBaseClass, by makePlain (host_traced)\n"
+            "zentova: ended # ztBaseClass\n"
+            "zentova: objects left at the end: 0\n");
+}
+
+// A plugin's constructors run with the dynamic linker's lock held, and allocate.
+TEST_F(Report, NamesCallsWhileAnotherThreadLoadsPlugins) {
+  run("lives", "loading", "traced");
+  const std::string text = unnumbered(host.errors());
+  EXPECT_NE(text.find("made # Early, by makeObject (libplugin_early.so)\n"), std::string::npos);
+  EXPECT_NE(text.find("made # ztBaseClass, by makePlain (host_traced)\n"), std::string::npos);
+}
+
+TEST_F(Report, TellsWhereOtherEmittersAre) {
+  run("emissions", "other", "traced");
+  EXPECT_EQ(unnumbered(host.errors()),
+            "zentova: ztObject in the block # emits tick to 1 slot\n"
+            "zentova: ztObject in other memory emits tick to 1 slot\n"
+            "zentova: objects left at the end: 0\n");
+}
+
 TEST_F(Report, TakesBlocksThatAreFreedPastTheLibrary) {
   run("1", "past");
   EXPECT_NE(host.errors().find("zentova: objects left at the end: "), std::string::npos);
@@ -215,9 +268,39 @@ TEST_F(Report, ListsTheObjectsInsideArrays) {
   EXPECT_NE(text.find(".19 ztObject\n    count 1, made by holdByValue"), std::string::npos) << text;
 }
 
+TEST_F(Report, TellsWhatHoldsEachObjectOfABlock) {
+  run("1", "nodes");
+  const std::string text = report();
+  const std::string made =
+      "holdNodesByValue (host_reported) < runScenario (host_reported) < main (host_reported)\n";
+  const std::string objects = unnumbered(
+      std::regex_replace(text.substr(text.find("\nObjects\n")), std::regex("ztRoot_[0-9]+"), "child"));
+  const std::string node = " ztRoot \"element\"\n    count 1, ";
+  const std::string array = "    held by # ztArray in data\n";
+  const auto child = [](const std::string &place) {
+    return "    held by #" + place + " ztRoot \"element\" in children\n";
+  };
+  const auto parent = [](const char *name) {
+    return std::string("    held by # ztRoot \"") + name + "\" in parent\n";
+  };
+  EXPECT_NE(objects.find("#" + node + "N bytes, made by " + made + array + parent("child") + "#.1" + node +
+                         "made by " + made + array + "    held by # ztPtrArray in data\n" + parent("child") +
+                         "#.2" + node + "made by " + made + array + "    held by # ztPtrArray in data\n" +
+                         "    held by # ztPtrList in head\n" + parent("child") + "#"),
+            std::string::npos)
+      << objects;
+  for (const std::string place : {"", ".1", ".2"}) {
+    EXPECT_NE(objects.find(made + child(place)), std::string::npos) << objects;
+  }
+}
+
 TEST_F(Report, IsTakenWhileOtherThreadsGoOn) {
   run("1", "threads");
   EXPECT_EQ(host.errors(), "zentova: objects left at the end: 0\n");
+  // Nothing of the other report is told.
+  for (const char *name : {"report.txt", "other.txt"}) {
+    EXPECT_EQ(report(name).find("held by a block"), std::string::npos) << report(name);
+  }
 }
 
 TEST_F(Report, IsPrintedByTheProcessThatWasStarted) {

@@ -1,0 +1,111 @@
+/* Makes and ends objects, in the way that the first argument names, for traces of their lives. */
+#include "tests/hosts/check.h"
+#include "zentova.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <stdlib.h>
+
+/* Objects are left on purpose: memory checkers know them by the functions that make them. */
+void __lsan_ignore_object(const void *object) __attribute__((weak));
+
+static void *leave(void *object) {
+  if (__lsan_ignore_object != NULL) __lsan_ignore_object(object);
+  return object;
+}
+
+static void release(void *object) {
+  ztBaseClass_of(object)->unRef(object);
+}
+
+/* An object of one block: nothing is allocated behind it. */
+static void *makePlain(void *ignored) {
+  (void)ignored;
+  return ztBaseClass_new();
+}
+
+static void onTick(void *panel, intptr_t value) {
+  (void)panel;
+  (void)value;
+}
+
+static void emitAtOnce(void) {
+  ztObject *clock = ztObject_new();
+  ztObject *panel = ztObject_new();
+  CHECK(ztObject_connect(clock, "tick", panel, ZT_SLOT(onTick), 1));
+  CHECK(ztObject_emit(clock, "tick", 1)); /* allocates what later emissions need */
+  void *plain = makePlain(NULL);
+  CHECK(ztObject_emit(clock, "tick", 1));
+  release(plain);
+  release(clock);
+  release(panel);
+}
+
+static void endElsewhere(void) {
+  pthread_t thread;
+  void *made;
+  CHECK(pthread_create(&thread, NULL, makePlain, NULL) == 0);
+  pthread_join(thread, &made);
+  release(made);
+}
+
+static void leaveLast(void) {
+  leave(makePlain(NULL));
+}
+
+/* What the program frees past the library, and what the system frees in the place of a change of size. */
+static void freePastTheLibrary(void) {
+  free(ztm_alloc(1 << 22));
+  for (int i = 0; i < 40; ++i) {
+    free(ztm_alloc(64));
+    CHECK(ztm_realloc(ztm_alloc(64), 0) == NULL);
+  }
+  release(makePlain(NULL));
+  free(ztm_alloc(1 << 22));
+  CHECK(ztOOP_report("report.txt") == 1);
+}
+
+static volatile int isLoaded;
+
+static void *makeMany(void *ignored) {
+  while (!__atomic_load_n(&isLoaded, __ATOMIC_RELAXED)) release(makePlain(NULL));
+  return ignored;
+}
+
+static void loadPlugins(void) {
+  pthread_t thread;
+  CHECK(pthread_create(&thread, NULL, makeMany, NULL) == 0);
+  for (int i = 0; i < 40; ++i) {
+    void *plugin = dlopen(ZT_PLUGIN, RTLD_NOW);
+    CHECK(plugin != NULL);
+    if (plugin != NULL) dlclose(plugin);
+  }
+  __atomic_store_n(&isLoaded, 1, __ATOMIC_RELAXED);
+  pthread_join(thread, NULL);
+}
+
+static void emitInOtherMemory(void) {
+  ztArray *array = ztArray_new();
+  ztArray_of(array)->setElementSize(array, sizeof(ztObject), 0);
+  ztArray_of(array)->setElementConstructor(array, ztObject_ctor);
+  ztObject *panel = ztObject_new();
+  for (int i = 0; i < 2; ++i) CHECK(ztArray_of(array)->pushBack(array, panel) != NULL);
+  static ztObject still;
+  ztObject_ctor(&still, 1);
+  void *emitters[] = {ztArray_of(array)->getAt(array, 1), &still};
+  for (int i = 0; i < 2; ++i) {
+    CHECK(ztObject_connect(emitters[i], "tick", panel, ZT_SLOT(onTick), 1));
+    CHECK(ztObject_emit(emitters[i], "tick", 1));
+  }
+  ztObject_of(&still)->destroy(&still);
+  release(array);
+  release(panel);
+}
+
+int main(int argc, char **argv) {
+  static const Scenario scenarios[] = {
+      {"emitAtOnce", emitAtOnce},   {"endElsewhere", endElsewhere}, {"leaveLast", leaveLast},
+      {"past", freePastTheLibrary}, {"loading", loadPlugins},       {"other", emitInOtherMemory},
+  };
+  return RUN(scenarios, argc > 1 ? argv[1] : "");
+}
