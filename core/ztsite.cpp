@@ -11,9 +11,16 @@
 
 using namespace ztcore;
 
-// The ends of the library's file in memory, made by the linker.
-extern "C" __attribute__((visibility("hidden"))) const char __ehdr_start[];  // NOLINT
-extern "C" __attribute__((visibility("hidden"))) const char _end[];          // NOLINT
+// Made by the linker: the ends of the library's file in memory, and those of its code in the file of a program that is
+// linked with the static library.
+#pragma GCC visibility push(hidden)
+extern "C" {
+extern const char __ehdr_start[];                           // NOLINT
+extern const char _end[];                                   // NOLINT
+extern const char __start_zt_text[] __attribute__((weak));  // NOLINT
+extern const char __stop_zt_text[] __attribute__((weak));   // NOLINT
+}
+#pragma GCC visibility pop
 
 // Looked up only where blocks are tracked, so that no other program pays for it when the library is loaded. Not later:
 // calls are named with locks held, and the dynamic linker's lock is held by a thread that loads a plugin, whose
@@ -56,7 +63,9 @@ bool Site::isWithin(const Site &other) const {
 }
 
 bool ztcore::isOwnCode(const void *address) {
-  return address >= __ehdr_start && address < _end;
+  const bool isStatic = __start_zt_text != nullptr;
+  return address >= (isStatic ? __start_zt_text : __ehdr_start) &&
+         address < (isStatic ? __stop_zt_text : _end);
 }
 
 static void keepFrames(Site *site, void *const *frames, int count, bool keepOwn) {
@@ -72,7 +81,7 @@ Site ztcore::currentSite() {
   void *frames[32];
   const int count = helpers.backtrace(frames, sizeof frames / sizeof frames[0]);
   keepFrames(&site, frames, count, false);
-  // The library is part of the program's file, or nobody called it.
+  // Nobody called the library.
   if (site.count == 0) keepFrames(&site, frames, count, true);
   return site;
 }

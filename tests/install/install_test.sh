@@ -152,6 +152,13 @@ static_hosts_load_no_library() {
     fi
     (cd static_hosts && "../$way") >output.txt
     diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' output.txt)
+    # Calls are told as those of the program, although the library is part of its file.
+    (cd static_hosts && ZENTOVA_TRACK=lives "../$way" 2>&1 >output.txt) >lives.txt
+    [ "$way" = static_hosts/of_pkg_config-static ] || grep -q 'made #1 Gauge, by main+0x' lives.txt || {
+      cat lives.txt
+      return 1
+    }
+    grep -q 'objects left at the end: 0' lives.txt
   done
 }
 
