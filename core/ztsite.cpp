@@ -3,11 +3,11 @@
 #include "core/ztsymbol.hh"
 
 #include <dlfcn.h>
-#include <errno.h>
 #include <link.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
 
 using namespace ztcore;
 
@@ -119,7 +119,7 @@ static LoadedFile loadedFileOf(uintptr_t address) {
 }
 
 static const char *shortNameOf(const LoadedFile &file) {
-  const char *path = *file.path == '\0' ? program_invocation_name : file.path;
+  const char *path = *file.path == '\0' ? reinterpret_cast<const char *>(getauxval(AT_EXECFN)) : file.path;
   const char *slash = strrchr(path, '/');
   return slash == nullptr ? path : slash + 1;
 }
