@@ -193,7 +193,7 @@ __attribute__((destructor)) void ztcore_lnx_free(void) {
 // hooks may use the data of threads.
 __attribute__((destructor(101))) static void releaseLast() {
   // First, because threads that still run use their data meanwhile.
-  if (tracksBlocks && loadedBy == getpid()) {
+  if (printsEnd && loadedBy == getpid()) {
     tellLast();
     printLiveObjects();
   }

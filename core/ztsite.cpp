@@ -1,19 +1,27 @@
 #include "core/ztsite.hh"
 
 #include "core/ztsymbol.hh"
+#include "core/zttext.hh"
 
 #include <dlfcn.h>
-#include <errno.h>
 #include <link.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
 
 using namespace ztcore;
 
-// The ends of the library's file in memory, made by the linker.
-extern "C" __attribute__((visibility("hidden"))) const char __ehdr_start[];  // NOLINT
-extern "C" __attribute__((visibility("hidden"))) const char _end[];          // NOLINT
+// Made by the linker: the ends of the library's file in memory, and those of its code in the file of a program that is
+// linked with the static library.
+#pragma GCC visibility push(hidden)
+extern "C" {
+extern const char __ehdr_start[];                           // NOLINT
+extern const char _end[];                                   // NOLINT
+extern const char __start_zt_text[] __attribute__((weak));  // NOLINT
+extern const char __stop_zt_text[] __attribute__((weak));   // NOLINT
+}
+#pragma GCC visibility pop
 
 // Looked up only where blocks are tracked, so that no other program pays for it when the library is loaded. Not later:
 // calls are named with locks held, and the dynamic linker's lock is held by a thread that loads a plugin, whose
@@ -56,7 +64,9 @@ bool Site::isWithin(const Site &other) const {
 }
 
 bool ztcore::isOwnCode(const void *address) {
-  return address >= __ehdr_start && address < _end;
+  const bool isStatic = __start_zt_text != nullptr;
+  return address >= (isStatic ? __start_zt_text : __ehdr_start) &&
+         address < (isStatic ? __stop_zt_text : _end);
 }
 
 static void keepFrames(Site *site, void *const *frames, int count, bool keepOwn) {
@@ -72,7 +82,7 @@ Site ztcore::currentSite() {
   void *frames[32];
   const int count = helpers.backtrace(frames, sizeof frames / sizeof frames[0]);
   keepFrames(&site, frames, count, false);
-  // The library is part of the program's file, or nobody called it.
+  // Nobody called the library.
   if (site.count == 0) keepFrames(&site, frames, count, true);
   return site;
 }
@@ -110,7 +120,7 @@ static LoadedFile loadedFileOf(uintptr_t address) {
 }
 
 static const char *shortNameOf(const LoadedFile &file) {
-  const char *path = *file.path == '\0' ? program_invocation_name : file.path;
+  const char *path = *file.path == '\0' ? reinterpret_cast<const char *>(getauxval(AT_EXECFN)) : file.path;
   const char *slash = strrchr(path, '/');
   return slash == nullptr ? path : slash + 1;
 }
@@ -119,7 +129,7 @@ static const char *shortNameOf(const LoadedFile &file) {
 static void writeCall(char *text, size_t size, const char *name, uint64_t offset, const char *file) {
   int status = -1;
   char *clear = nullptr;
-  if (helpers.demangle != nullptr && strncmp(name, "_Z", 2) == 0) {
+  if (helpers.demangle != nullptr && beginsWith(name, "_Z")) {
     clear = helpers.demangle(name, nullptr, nullptr, &status);
   }
   snprintf(text, size, "%s+%#lx (%s)", clear == nullptr ? name : clear, static_cast<unsigned long>(offset),
@@ -135,7 +145,7 @@ static bool endsWith(const char *text, size_t length, const char *end) {
 static bool onlyMakes(const char *call) {
   const size_t length = strcspn(call, "+");
   return endsWith(call, length, "_new") || endsWith(call, length, "_ctor") ||
-         endsWith(call, length, "_newop") || strncmp(call, "zt::", 4) == 0;
+         endsWith(call, length, "_newop") || beginsWith(call, "zt::");
 }
 
 int32_t ztcore::nameCall(char *text, size_t size, const Site &site, int32_t index) {

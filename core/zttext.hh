@@ -18,6 +18,11 @@ inline bool copyText(char (&buffer)[size], const char *text) {
   return kept == length;
 }
 
+inline bool beginsWith(const char *text, const char *start) {
+  for (; *start != '\0' && *text == *start; ++start) ++text;
+  return *start == '\0';
+}
+
 }  // namespace ztcore
 
 #endif

@@ -8,6 +8,7 @@
 #include "core/ztpointermap.hh"
 #include "core/zttext.hh"
 
+#include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -18,6 +19,7 @@
 using namespace ztcore;
 
 bool ztcore::tracesEmissions;
+bool ztcore::printsEnd;
 static bool tracesLives;
 
 // blocksLock guards it.
@@ -241,6 +243,10 @@ void ztcore::readTracking() {
     readWord(wanted, length);
     wanted += length + (wanted[length] == ',');
   }
+  // Where standard error is closed, its number is that of the next file that is opened, which may be the program's.
+  printsEnd = fcntl(STDERR_FILENO, F_GETFD) >= 0;
+  tracesLives = tracesLives && printsEnd;
+  tracesEmissions = tracesEmissions && printsEnd;
   watchesEmissions = watchesEmissions || tracesEmissions;
   trackBlocks({noteMade, noteEnded, forgetYoung});
 }

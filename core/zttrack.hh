@@ -43,6 +43,9 @@ const TrackedClass *trackedClassAt(uint64_t address);
 extern bool tracesEmissions;
 void traceEmission(const void *emitter, const char *signalName, uint32_t slotCount);
 
+// Set when what is left is printed at the end. Constant after the library is loaded.
+extern bool printsEnd;
+
 // Prints the objects that no line told of: a line comes with the next allocation of its thread. Called when the program
 // ends, before `endTracking`.
 void tellLast();

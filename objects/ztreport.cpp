@@ -6,6 +6,7 @@
 #include "core/ztlock.hh"
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
+#include "core/zttext.hh"
 #include "io/ztlines.hh"
 #include "io/ztreplace.hh"
 #include "objects/ztroot.h"
@@ -140,9 +141,9 @@ static void nameSite(char *text, size_t size, const Site *site) {
     i = nameCall(call, sizeof call, *site, i);
     if (i < 0) break;
     used += static_cast<size_t>(snprintf(text + used, size - used, "%s%s", told++ == 0 ? "" : " < ", call));
-    if (strncmp(call, "main+", 5) == 0) break;
+    if (beginsWith(call, "main+")) break;
   }
-  if (told == 0) snprintf(text, size, "unknown");
+  if (told == 0 && size >= sizeof "unknown") memcpy(text, "unknown", sizeof "unknown");
 }
 
 // Names are read from the files of programs, so the latest ones are kept.

@@ -3,8 +3,10 @@
 #include "zentova.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <pthread.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 /* Objects are left on purpose: memory checkers know them by the functions that make them. */
 void __lsan_ignore_object(const void *object) __attribute__((weak));
@@ -102,10 +104,22 @@ static void emitInOtherMemory(void) {
   release(panel);
 }
 
+/* Runs this program again with standard error closed: then a file of the program has its number. */
+static void closeErrors(void) {
+  close(STDERR_FILENO);
+  execl("/proc/self/exe", "host_traced", "openFile", NULL);
+}
+
+static void openFile(void) {
+  CHECK(open("data.txt", O_CREAT | O_WRONLY, 0600) >= 0);
+  for (int i = 0; i < 2; ++i) release(makePlain(NULL));
+}
+
 int main(int argc, char **argv) {
   static const Scenario scenarios[] = {
       {"emitAtOnce", emitAtOnce},   {"endElsewhere", endElsewhere}, {"leaveLast", leaveLast},
       {"past", freePastTheLibrary}, {"loading", loadPlugins},       {"other", emitInOtherMemory},
+      {"closed", closeErrors},      {"openFile", openFile},
   };
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }

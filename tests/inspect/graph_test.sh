@@ -31,6 +31,14 @@ digraph objects {
   "#" -> "#" [label="levelChanged\nshowLevel", style=dashed];
 }
 GRAPH
+  # Names may be any text.
+  {
+    echo 'Zentova report 1 of process 1'
+    echo '#1 ztRoot "a of #2"'
+    echo '    signal "tick" calls onTick of #1 ztRoot "a of #2"'
+  } >names.txt
+  inspect 0 graph names.txt
+  grep -qF '"#1" -> "#1" [label="tick\nonTick", style=dashed];' out.txt || fail "$(cat out.txt)"
   inspect 0 graph report.txt -o graph.dot
   [ ! -s out.txt ] || fail "$(cat out.txt)"
   if [ -n "$(command -v dot)" ]; then

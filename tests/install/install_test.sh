@@ -158,6 +158,13 @@ static_hosts_load_no_library() {
     fi
     (cd static_hosts && "../$way") >of_static.txt
     diff <(what_the_host_prints) <(grep -E '^(Gauge|read|first)' of_static.txt)
+    # Calls are told as those of the program, although the library is part of its file.
+    (cd static_hosts && ZENTOVA_TRACK=lives "../$way" 2>&1 >of_static.txt) >lives.txt
+    [ "$way" = static_hosts/of_pkg_config-static ] || grep -q 'made #1 Gauge, by main+0x' lives.txt || {
+      cat lives.txt
+      return 1
+    }
+    grep -q 'objects left at the end: 0' lives.txt
   done
 }
 

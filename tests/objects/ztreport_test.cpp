@@ -225,6 +225,12 @@ TEST_F(Report, TellsWhereOtherEmittersAre) {
             "zentova: objects left at the end: 0\n");
 }
 
+TEST_F(Report, WritesIntoNoFileOfTheProgram) {
+  run("lives", "closed", "traced");
+  EXPECT_EQ(contentsOf(host.folder.path("data.txt")), "");
+  EXPECT_EQ(host.log().find("zentova: "), std::string::npos) << host.log();
+}
+
 TEST_F(Report, TakesBlocksThatAreFreedPastTheLibrary) {
   run("1", "past");
   EXPECT_NE(host.errors().find("zentova: objects left at the end: "), std::string::npos);

@@ -126,7 +126,8 @@ void Reading::readSignal() {
   std::string signal = rest.substr(0, 1) == "?" ? readWord() : readQuoted();
   if (signal.size() > 1) signal = signal.substr(1, signal.size() - 2);
   if (!take(" calls ")) fail("a signal calls nothing");
-  const size_t end = rest.rfind(" of #");
+  // The first: the receiver's name may be any text.
+  const size_t end = rest.find(" of #");
   // A receiver may be in memory that the library does not know.
   if (end == std::string_view::npos) return;
   const std::string function(rest.substr(0, end));
