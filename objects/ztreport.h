@@ -8,7 +8,7 @@
  *  - `1`: the live objects are known, and ztOOP_report() writes them. A summary is printed when the program ends: how
  *    many objects of which class are left, and which calls made them.
  *  - `lives`: besides, a line is printed when an object is made and when it ends. The line comes with the next block
- *    that the object's thread allocates or releases, or before the object itself emits or ends. Of the objects inside the
+ *    that its thread allocates or releases, or before the object itself emits or ends. Of the objects inside the
  *    block of an array, the first one stands for the block.
  *  - `emissions`: besides, a line is printed for each emission of a signal that the object has, but for "destroyed".
  *
