@@ -7,8 +7,8 @@
  *
  *  - `1`: the live objects are known, and ztOOP_report() writes them. A summary is printed when the program ends: how
  *    many objects of which class are left, and which calls made them.
- *  - ives`: besides, a line is printed when an object is made and when it ends. The line comes with the next block that
- *    the object's thread allocates or releases, or before the object itself emits or ends. Of the objects inside the
+ *  - `lives`: besides, a line is printed when an object is made and when it ends. The line comes with the next block
+ *    that its thread allocates or releases, or before the object itself emits or ends. Of the objects inside the
  *    block of an array, the first one stands for the block.
  *  - `emissions`: besides, a line is printed for each emission of a signal that the object has, but for "destroyed".
  *
@@ -31,8 +31,8 @@ ZT_BEGIN_C
 
 /** Writes a report of the live objects to a file: their number by class and by the calls that made them; and for each
  *  object its class, name, reference count and size, the calls that made it, what leads to it, and the slots that are
- *  connected to its signals. `ztinspect graph` draws it. Calls no method of the objects. Any
- *  thread may call it while others go on, but no handler of a signal of the system.
+ *  connected to its signals. `ztinspect graph` draws it. Calls no method of the objects. Any thread may
+ *  call it while others go on, but no handler of a signal of the system.
  *  @param fileName  the file, made or replaced as a whole
  *  @return 1; 0, with a line in the log and the file unchanged, when it is NULL or cannot be written, when memory is
  *          exhausted, and when objects are not tracked */
