@@ -33,11 +33,17 @@ static uint64_t lastAddress;
 static constexpr int32_t mostAge = 16;
 static TrackedBlock *firstYoung;
 
-// What the last line of this thread told of.
-static constinit thread_local struct {
+namespace {
+
+struct Told {
   const TrackedClass *klass;
   const Site *site;
-} lastMade __attribute__((tls_model("initial-exec")));
+};
+
+}  // namespace
+
+// What the last line of this thread told of.
+static constinit thread_local Told lastMade __attribute__((tls_model("initial-exec"))) = {nullptr, nullptr};
 
 // Classes -----------------------------------------------------------------------------------------
 
