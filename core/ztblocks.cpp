@@ -233,10 +233,10 @@ static void hideBlock(const void *block) {
 void ztcore::trackBlocks(const BlockListener &listener) {
   prepareSites();
   findReader();
-  state.system = memory;
+  state.system = memoryFunctions;
   state.listener = listener;
   state.isHiding = true;
-  memory = {allocateTracked, resizeTracked, releaseTracked, hideBlock};
+  memoryFunctions = {allocateTracked, resizeTracked, releaseTracked, hideBlock};
   tracksBlocks = true;
 }
 
@@ -281,7 +281,7 @@ void ztcore::releaseBlocks() {
   if (!tracksBlocks) return;
   const Locked locked(blocksLock);
   tracksBlocks = false;
-  memory = state.system;
+  memoryFunctions = state.system;
   while (state.newest != nullptr) drop(state.newest);
   state.sites.clear();
   while (state.newestSite != nullptr) {

@@ -22,19 +22,19 @@ static int32_t m_nblocks;
 static uint32_t alloc_called;
 static uint32_t free_called;
 
-constinit MemoryFunctions ztcore::memory = {malloc, realloc, free, nullptr};
+constinit MemoryFunctions ztcore::memoryFunctions = {malloc, realloc, free, nullptr};
 
 // As an unsigned number a negative size is very large, and memory checkers report it.
 void *ztm_alloc(int32_t size) {
-  return size < 0 ? nullptr : memory.allocate(static_cast<size_t>(size));
+  return size < 0 ? nullptr : memoryFunctions.allocate(static_cast<size_t>(size));
 }
 
 void *ztm_realloc(void *block, int32_t size) {
-  return size < 0 ? nullptr : memory.resize(block, static_cast<size_t>(size));
+  return size < 0 ? nullptr : memoryFunctions.resize(block, static_cast<size_t>(size));
 }
 
 void ztm_free(void *block) {
-  memory.release(block);
+  memoryFunctions.release(block);
 }
 
 ztMemBlock *ztm_findblock(const void *block) {
@@ -85,7 +85,7 @@ int32_t ztm_removeblock(void *block) {
 }
 
 void *ztm_dbg_alloc(int64_t size, const char *file, int64_t line, const char *type) {
-  void *block = memory.allocate(static_cast<size_t>(size));
+  void *block = memoryFunctions.allocate(static_cast<size_t>(size));
   ztm_addblock(block, size, file, line, type);
   const Locked locked(memoryLock);
   ++alloc_called;
@@ -96,7 +96,7 @@ void *ztm_dbg_realloc(void *block, int64_t size) {
   // Held until the record is updated: another thread may get the old address at once.
   const Locked locked(memoryLock);
   ztMemBlock *record = ztm_findblock(block);
-  void *moved = memory.resize(block, static_cast<size_t>(size));
+  void *moved = memoryFunctions.resize(block, static_cast<size_t>(size));
   if (record == nullptr) return moved;
   m_totalmem += static_cast<uint32_t>(size) - static_cast<uint32_t>(record->size);
   record->block = moved;
@@ -118,7 +118,7 @@ void ztm_dbg_free(void *block, const char *file, int64_t line) {
              static_cast<uint32_t>(reinterpret_cast<uintptr_t>(block)), file == nullptr ? "" : file,
              static_cast<int>(line));
   }
-  memory.release(block);
+  memoryFunctions.release(block);
 }
 
 int32_t ztm_getmemstatus(ztMemStatus *status) {

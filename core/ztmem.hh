@@ -18,12 +18,12 @@ struct MemoryFunctions {
 
 // The system's functions, or those that also record every block. A call through this costs as much as one that the
 // dynamic linker binds. Changes only while the library is loaded and unloaded.
-extern MemoryFunctions memory;
+extern MemoryFunctions memoryFunctions;
 
 // Hides a block of the library's own that holds the addresses of objects or classes. Returns it.
 template <typename Block>
 Block *hidden(Block *block) {
-  if (memory.hide != nullptr) memory.hide(block);
+  if (memoryFunctions.hide != nullptr) memoryFunctions.hide(block);
   return block;
 }
 

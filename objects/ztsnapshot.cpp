@@ -57,8 +57,8 @@ bool Snapshot::copyBlocks() {
     ++count;
     bytes += spaceFor(block->size);
   }
-  blocks = static_cast<SnapshotBlock *>(memory.allocate((count + 1) * sizeof(SnapshotBlock)));
-  copy = static_cast<char *>(memory.allocate(bytes + 1));
+  blocks = static_cast<SnapshotBlock *>(memoryFunctions.allocate((count + 1) * sizeof(SnapshotBlock)));
+  copy = static_cast<char *>(memoryFunctions.allocate(bytes + 1));
   if (blocks == nullptr || copy == nullptr || count > INT32_MAX / 2) return false;
   char *to = copy;
   // The two allocations may have ended records of blocks that the host freed.
@@ -81,11 +81,11 @@ bool Snapshot::copyBlocks() {
 }
 
 Snapshot::~Snapshot() {
-  memory.release(blocks);
-  memory.release(copy);
-  memory.release(into);
-  memory.release(ownedBytes);
-  memory.release(byAge);
+  memoryFunctions.release(blocks);
+  memoryFunctions.release(copy);
+  memoryFunctions.release(into);
+  memoryFunctions.release(ownedBytes);
+  memoryFunctions.release(byAge);
 }
 
 // What leads where --------------------------------------------------------------------------------
@@ -158,17 +158,17 @@ static int compareNumbered(const void *first, const void *second) {
 template <typename KeyOf>
 static int32_t *sortedBy(int32_t count, KeyOf keyOf) {
   const auto size = static_cast<size_t>(count) + 1;
-  auto *sorted = static_cast<int32_t *>(memory.allocate(size * sizeof(int32_t)));
-  auto *numbered = static_cast<Numbered *>(memory.allocate(size * sizeof(Numbered)));
+  auto *sorted = static_cast<int32_t *>(memoryFunctions.allocate(size * sizeof(int32_t)));
+  auto *numbered = static_cast<Numbered *>(memoryFunctions.allocate(size * sizeof(Numbered)));
   if (sorted != nullptr && numbered != nullptr) {
     for (int32_t i = 0; i < count; ++i) numbered[i] = {keyOf(i), i};
     qsort(numbered, static_cast<size_t>(count), sizeof(Numbered), compareNumbered);
     for (int32_t i = 0; i < count; ++i) sorted[i] = numbered[i].index;
   } else {
-    memory.release(sorted);
+    memoryFunctions.release(sorted);
     sorted = nullptr;
   }
-  memory.release(numbered);
+  memoryFunctions.release(numbered);
   return sorted;
 }
 
@@ -256,7 +256,7 @@ bool Snapshot::sortByAge() {
 // that the program knows. At last, parts that lead to each other only.
 bool Snapshot::findOwners() {
   const auto size = (static_cast<size_t>(blockCount) + 1) * sizeof(uint64_t);
-  ownedBytes = static_cast<uint64_t *>(memory.allocate(size));
+  ownedBytes = static_cast<uint64_t *>(memoryFunctions.allocate(size));
   if (ownedBytes == nullptr) return false;
   memset(ownedBytes, 0, size);
   for (int32_t i = 0; i < blockCount; ++i) {
