@@ -21,13 +21,14 @@ def output_of(*command, **options):
 
 
 def run_demonstration(ztinspect, network, plugin, data):
-    """The graph of its objects when its tree is read, and the dump of its file."""
+    """The report of its objects when its tree is read, their graph, and the dump of its file."""
     with tempfile.TemporaryDirectory() as folder:
         output_of(network, "store", data, "network.bin", "network.txt", cwd=folder, stderr=subprocess.DEVNULL,
                   env={**os.environ, "ZENTOVA_TRACK": "1"})
         dump = subprocess.run([ztinspect, "dump", "--no-end", "--load", plugin, "network.bin"], cwd=folder,
                               stdout=subprocess.PIPE, text=True, check=True).stdout
-        return output_of(ztinspect, "graph", "network.live", cwd=folder), dump
+        live = pathlib.Path(folder, "network.live").read_text()
+        return live, output_of(ztinspect, "graph", "network.live", cwd=folder), dump
 
 
 def without_identifiers(dump):
@@ -41,6 +42,22 @@ def shows(readme, dump):
     if not block or block[1].count("\n") < 10:
         return False
     return without_identifiers(dump).startswith(without_identifiers(block[1]))
+
+
+def without_numbers(report):
+    """Who made an object depends on the compiler; sizes and numbers on what the library makes inside."""
+    return re.sub(r"(made by).*|[#\d]+|  +", r"\1", report)
+
+
+def shows_report(readme, report):
+    """Whether the README has the beginning of a report, and what it says of one object."""
+    block = re.search(r"^\$ head -n 6 network.live\n(.*?)^\$ [^\n]*\n(.*?)^```$", readme, re.M | re.S)
+    if not block or block[2].count("\n") != 5:
+        return False
+    known = without_numbers(report)
+    classes = {line.split()[2] for line in block[1].splitlines()[3:]}
+    return (all(re.search(rf"^ +\d+ +\d+  {name} ", report, re.M) for name in classes) and len(classes) == 3
+            and without_numbers(block[2]) in known)
 
 
 def plain(texts):
@@ -67,9 +84,11 @@ def texts_of_picture(path):
 
 def main():
     ztinspect, network, plugin, data = map(os.path.abspath, sys.argv[1:5])
-    connections, dump = run_demonstration(ztinspect, network, plugin, data)
+    live, connections, dump = run_demonstration(ztinspect, network, plugin, data)
     graphs = {"classes.svg": output_of(ztinspect, "classes", "--dot"), "connections.svg": connections}
     problems = [] if shows((ROOT / "README.md").read_text(), dump) else ["README.md shows another dump"]
+    if not shows_report((ROOT / "README.md").read_text(), live):
+        problems.append("README.md shows another report")
     for name, graph in graphs.items():
         path = ROOT / "docs" / name
         if "--update" in sys.argv:
