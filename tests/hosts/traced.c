@@ -105,9 +105,11 @@ static void emitInOtherMemory(void) {
 }
 
 /* Runs this program again with standard error closed: then a file of the program has its number. */
+static const char *program;
+
 static void closeErrors(void) {
   close(STDERR_FILENO);
-  execl("/proc/self/exe", "host_traced", "openFile", NULL);
+  execl(program, program, "openFile", NULL);
 }
 
 static void openFile(void) {
@@ -121,5 +123,6 @@ int main(int argc, char **argv) {
       {"past", freePastTheLibrary}, {"loading", loadPlugins},       {"other", emitInOtherMemory},
       {"closed", closeErrors},      {"openFile", openFile},
   };
+  program = argv[0];
   return RUN(scenarios, argc > 1 ? argv[1] : "");
 }
