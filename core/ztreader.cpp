@@ -8,6 +8,7 @@
 #include "core/ztlogctrl.h"
 #include "core/ztoop.hh"
 #include "core/ztreader.hh"
+#include "core/ztsearch.hh"
 
 #include <string.h>
 
@@ -36,17 +37,8 @@ static int32_t readerCapacity;
 
 // Of the first reader that is not before the one for this version.
 static int32_t placeOf(const ztClass *klass, uint32_t version) {
-  int32_t from = 0;
-  int32_t to = readerCount;
-  while (from < to) {
-    const int32_t middle = from + (to - from) / 2;
-    if (readers[middle].isBefore(klass, version)) {
-      from = middle + 1;
-    } else {
-      to = middle;
-    }
-  }
-  return from;
+  return firstNotBefore(0, readerCount,
+                        [=](int32_t index) { return readers[index].isBefore(klass, version); });
 }
 
 static Reader *findReader(const ztClass *klass, uint32_t version) {

@@ -1,9 +1,10 @@
 #include "objects/ztsnapshot.hh"
 
 #include "core/ztbasec.h"
-
 #include "core/ztlock.hh"
 #include "core/ztmem.hh"
+#include "core/ztnamehash.hh"
+#include "core/ztsearch.hh"
 
 #include <stdlib.h>
 #include <string.h>
@@ -27,16 +28,10 @@ static size_t spaceFor(size_t size) {
   return (size + alignment - 1) / alignment * alignment;
 }
 
-static uint64_t wordAt(const SnapshotBlock &block, size_t offset) {
-  uint64_t word;
-  memcpy(&word, block.bytes + offset, wordSize);
-  return word;
-}
-
 // The class of an object at a position in a block; NULL where there is none.
 static const TrackedClass *classAt(const SnapshotBlock &block, size_t offset) {
   if (block.size - offset < sizeof(ztBaseClass)) return nullptr;
-  const TrackedClass *klass = trackedClassAt(wordAt(block, offset));
+  const TrackedClass *klass = trackedClassAt(wordAt(block.bytes + offset));
   const bool fits = klass != nullptr && static_cast<size_t>(klass->instanceSize) <= block.size - offset;
   return fits ? klass : nullptr;
 }
@@ -47,6 +42,19 @@ static int compareAddresses(const void *first, const void *second) {
   const uint64_t one = static_cast<const SnapshotBlock *>(first)->address;
   const uint64_t other = static_cast<const SnapshotBlock *>(second)->address;
   return (one > other) - (one < other);
+}
+
+static SnapshotBlock copyOf(const TrackedBlock &block, const char *bytes) {
+  SnapshotBlock copy = {};
+  copy.address = reinterpret_cast<uintptr_t>(block.address);
+  copy.bytes = bytes;
+  copy.size = block.size;
+  copy.serial = block.serial;
+  copy.site = block.site;
+  copy.klass = classAt(copy, 0);
+  copy.owner = Snapshot::none;
+  copy.isHidden = block.isHidden;
+  return copy;
 }
 
 bool Snapshot::copyBlocks() {
@@ -64,16 +72,7 @@ bool Snapshot::copyBlocks() {
   // The two allocations may have ended records of blocks that the host freed.
   for (const TrackedBlock *block = newestBlock(); block != nullptr; block = block->older) {
     if (!readMemory(to, block->address, block->size)) continue;
-    SnapshotBlock &fresh = blocks[blockCount++];
-    fresh = {};
-    fresh.address = reinterpret_cast<uintptr_t>(block->address);
-    fresh.bytes = to;
-    fresh.size = block->size;
-    fresh.serial = block->serial;
-    fresh.site = block->site;
-    fresh.klass = classAt(fresh, 0);
-    fresh.owner = none;
-    fresh.isHidden = block->isHidden;
+    blocks[blockCount++] = copyOf(*block, to);
     to += spaceFor(block->size);
   }
   qsort(blocks, static_cast<size_t>(blockCount), sizeof(SnapshotBlock), compareAddresses);
@@ -91,19 +90,11 @@ Snapshot::~Snapshot() {
 // What leads where --------------------------------------------------------------------------------
 
 int32_t Snapshot::blockAt(uint64_t address) const {
-  int32_t from = 0;
-  int32_t to = blockCount;
-  while (from < to) {
-    const int32_t middle = from + (to - from) / 2;
-    if (blocks[middle].address <= address) {
-      from = middle + 1;
-    } else {
-      to = middle;
-    }
-  }
-  if (from == 0) return none;
-  const SnapshotBlock &block = blocks[from - 1];
-  return address - block.address < block.size ? from - 1 : none;
+  const int32_t behind =
+      firstNotBefore(0, blockCount, [=, this](int32_t index) { return blocks[index].address <= address; });
+  if (behind == 0) return none;
+  const SnapshotBlock &block = blocks[behind - 1];
+  return address - block.address < block.size ? behind - 1 : none;
 }
 
 const void *Snapshot::bytesAt(uint64_t address, size_t size) const {
@@ -124,7 +115,7 @@ static bool isMadeWith(const SnapshotBlock &holder, const SnapshotBlock &part) {
 bool Snapshot::addEdges(int32_t from, uint64_t lowest, uint64_t highest) {
   const SnapshotBlock &block = blocks[from];
   for (uint64_t offset = 0; offset + wordSize <= block.size; offset += wordSize) {
-    const uint64_t word = wordAt(block, offset);
+    const uint64_t word = wordAt(block.bytes + offset);
     if (word < lowest || word > highest || word % wordSize != 0) continue;
     const int32_t to = blockAt(word);
     if (to == none || to == from) continue;
@@ -184,17 +175,8 @@ uint64_t Snapshot::endOf(int32_t object) {
 }
 
 int32_t Snapshot::firstInto(uint64_t address) {
-  int32_t from = 0;
-  int32_t to = edges.size();
-  while (from < to) {
-    const int32_t middle = from + (to - from) / 2;
-    if (edges[into[middle]].target < address) {
-      from = middle + 1;
-    } else {
-      to = middle;
-    }
-  }
-  return from;
+  return firstNotBefore(0, edges.size(),
+                        [=, this](int32_t place) { return edges[into[place]].target < address; });
 }
 
 // An array is older than its block; what leads to the block's first object only is mostly younger.
@@ -311,18 +293,12 @@ bool Snapshot::findObjects() {
 }
 
 const SnapshotObject *Snapshot::objectAround(int32_t block, uint64_t address) {
-  int32_t from = blocks[block].firstObject;
-  int32_t to = from + blocks[block].objectCount;
-  while (from < to) {
-    const int32_t middle = from + (to - from) / 2;
-    if (objects[middle].address <= address) {
-      from = middle + 1;
-    } else {
-      to = middle;
-    }
-  }
-  if (from == blocks[block].firstObject) return nullptr;
-  const SnapshotObject &object = objects[from - 1];
+  const int32_t first = blocks[block].firstObject;
+  const int32_t behind = firstNotBefore(first, first + blocks[block].objectCount, [=, this](int32_t index) {
+    return objects[index].address <= address;
+  });
+  if (behind == first) return nullptr;
+  const SnapshotObject &object = objects[behind - 1];
   return address - object.address < static_cast<uint64_t>(object.klass->instanceSize) ? &object : nullptr;
 }
 
