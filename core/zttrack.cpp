@@ -7,6 +7,7 @@
 #include "core/ztmem.hh"
 #include "core/ztpointermap.hh"
 #include "core/zttext.hh"
+#include "core/zttextpart.hh"
 
 #include <fcntl.h>
 #include <stdarg.h>
@@ -220,17 +221,14 @@ void ztcore::traceEmission(const void *emitter, const char *signalName, uint32_t
 
 // The environment ---------------------------------------------------------------------------------
 
-static void readWord(const char *word, size_t length) {
-  const auto is = [=](const char *known) {
-    return strlen(known) == length && memcmp(known, word, length) == 0;
-  };
-  if (is("lives")) {
+static void readWord(const TextPart &word) {
+  if (word.is(wholeOf("lives"))) {
     tracesLives = true;
-  } else if (is("emissions")) {
+  } else if (word.is(wholeOf("emissions"))) {
     tracesEmissions = true;
-  } else if (!is("1")) {
-    printLine("zentova: ZENTOVA_TRACK knows no \"%.*s\", but 1, lives, emissions", static_cast<int>(length),
-              word);
+  } else if (!word.is(wholeOf("1")) && !word.isEmpty()) {
+    printLine("zentova: ZENTOVA_TRACK knows no \"%.*s\", but 1, lives, emissions",
+              static_cast<int>(word.length), word.begin);
   }
 }
 
@@ -244,11 +242,7 @@ static const char *wantedInEnvironment() {
 void ztcore::readTracking() {
   const char *wanted = wantedInEnvironment();
   if (wanted == nullptr) return;
-  while (*wanted != '\0') {
-    const size_t length = strcspn(wanted, ",");
-    readWord(wanted, length);
-    wanted += length + (wanted[length] == ',');
-  }
+  forEachWord(wanted, readWord);
   // Where standard error is closed, its number is that of the next file that is opened, which may be the program's.
   printsEnd = fcntl(STDERR_FILENO, F_GETFD) >= 0;
   tracesLives = tracesLives && printsEnd;
