@@ -2,7 +2,7 @@
 
 #include "core/ztbasec.h"
 #include "core/ztgrowing.hh"
-#include "core/ztmem.h"
+#include "core/ztmem.hh"
 #include "core/ztstack.hh"
 
 #include <string.h>
@@ -62,7 +62,7 @@ bool ztcore::growUses(UseTable *uses) {
     uses->capacity = UseTable::firstCapacity;
     return true;
   }
-  Use *grown = growBlock<Use>(uses->records, uses->first, &uses->capacity, uses->count + 1);
+  Use *grown = hidden(growBlock<Use>(uses->records, uses->first, &uses->capacity, uses->count + 1));
   if (grown == nullptr) return false;
   uses->records = grown;
   return true;

@@ -30,8 +30,8 @@ struct TrackedBlock {
 struct BlockListener {
   void (*made)(TrackedBlock *block);
   void (*ended)(TrackedBlock *block);
-  void (*forgotten)(
-      TrackedBlock *block);  // the record is released: after `ended`, or because memory is exhausted
+  // The record is about to be released: after `ended`, or because memory is exhausted.
+  void (*forgotten)(TrackedBlock *block);
 };
 
 extern bool tracksBlocks;

@@ -12,8 +12,8 @@ struct MemoryFunctions {
   void *(*allocate)(size_t size);
   void *(*resize)(void *block, size_t size);
   void (*release)(void *block);
-  void (*hide)(
-      const void *block);  // leaves a block of the library's own out of reports; NULL where none are kept
+  // Leaves a block of the library's own out of reports. NULL where nothing is recorded.
+  void (*hide)(const void *block);
 };
 
 // The system's functions, or those that also record every block. A call through this costs as much as one that the

@@ -1,4 +1,4 @@
-// Hashes of names.
+// Hashes of names, and of what consists of words.
 #ifndef ZT_CORE_ZTNAMEHASH_HH
 #define ZT_CORE_ZTNAMEHASH_HH
 

@@ -1,5 +1,6 @@
 #include "core/ztsite.hh"
 
+#include "core/ztnamehash.hh"
 #include "core/ztsymbol.hh"
 #include "core/zttext.hh"
 
@@ -49,9 +50,9 @@ bool Site::operator==(const Site &other) const {
 }
 
 uint64_t Site::hash() const {
-  uint64_t mixed = 0;
-  for (const uintptr_t frame : frames) mixed = (mixed ^ frame) * 0x9E3779B97F4A7C15U;
-  return mixed;
+  uint64_t result = 0;
+  for (const uintptr_t frame : frames) result = mixed(result, frame);
+  return result;
 }
 
 bool Site::isWithin(const Site &other) const {
