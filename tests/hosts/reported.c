@@ -1,5 +1,6 @@
 /* Makes and leaves objects, in the way that the first argument names, for reports of what lives. */
 #include "tests/hosts/check.h"
+#include "tests/hosts/left.h"
 #include "zentova.h"
 
 #include <dlfcn.h>
@@ -45,18 +46,6 @@ __attribute__((noinline)) static Gauge *makeGauge(const char *name) {
   Gauge *gauge = Gauge_new();
   Gauge_of(gauge)->setName(gauge, name);
   return gauge;
-}
-
-static void release(void *object) {
-  ztBaseClass_of(object)->unRef(object);
-}
-
-/* Objects are left on purpose: memory checkers know them by the functions that make them. */
-void __lsan_ignore_object(const void *object) __attribute__((weak));
-
-static void *leave(void *object) {
-  if (__lsan_ignore_object != NULL) __lsan_ignore_object(object);
-  return object;
 }
 
 __attribute__((noinline)) static ztObject *leaveObject(void) {
@@ -125,11 +114,8 @@ static void freePastTheLibrary(void) {
 
 /* Objects inside the block of an array, which moves. */
 static void holdByValue(void) {
-  ztArray *array = ztArray_new();
-  ztArray_of(array)->setElementSize(array, sizeof(ztObject), 0);
-  ztArray_of(array)->setElementConstructor(array, ztObject_ctor);
   ztObject *object = ztObject_new();
-  for (int i = 0; i < 20; ++i) CHECK(ztArray_of(array)->pushBack(array, object) != NULL);
+  ztArray *array = newArrayOf(ztObject_ctor, object, 20);
   release(object);
   CHECK(ztOOP_report("report.txt") == 1);
   release(array);
@@ -177,11 +163,8 @@ static void fillTheDisk(void) {
 
 /* Nodes inside the block of an array, each with a child, and what holds some of them. */
 static void holdNodesByValue(void) {
-  ztArray *array = ztArray_new();
-  ztArray_of(array)->setElementSize(array, sizeof(ztRoot), 0);
-  ztArray_of(array)->setElementConstructor(array, ztRoot_ctor);
   ztRoot *node = ztRoot_new();
-  for (int i = 0; i < 3; ++i) CHECK(ztArray_of(array)->pushBack(array, node) != NULL);
+  ztArray *array = newArrayOf(ztRoot_ctor, node, 3);
   release(node);
   ztPtrArray *chosen = ztPtrArray_new();
   for (int i = 1; i < 3; ++i) ztPtrArray_of(chosen)->pushBack(chosen, ztArray_of(array)->getAt(array, i));
