@@ -95,11 +95,11 @@ inline Item *makePlainPair(const Container &container, ztCtor constructor, const
   return nullptr;
 }
 
+// Releases what such an item holds.
 template <typename Item, typename Container>
-inline void deletePlainPair(const Container &container, Item *item) {
+inline void releasePlainPair(const Container &container, const Item *item) {
   releasePlain(keyPolicy(&container), item->data);
   releasePlain(valuePolicy(&container), item->value);
-  ztm_free(item);
 }
 
 }  // namespace ztcore

@@ -132,8 +132,7 @@ bool ztcore::createsCharsPlainly() {
 bool ztcore::copiesCharsPlainly() {
   const ztClass *klass = ztCharArrayClass_Instance();
   return static_cast<const ztClassFunctions *>(klass->classTable)->newop == ztCharArray_newop &&
-         ztCharArray_table()->unRef == method<baseUnRef> && clonesOwnArrays(klass) &&
-         destroysOwnArrays(klass) && usesUnderWay() == nullptr && hasImage();
+         clonesOwnArrays(klass) && releasesCharsPlainly() && usesUnderWay() == nullptr && hasImage();
 }
 
 void ztcore::fillCharsLike(ztCharArray *chars, const ztCharArray *source, void *block) {
@@ -153,9 +152,12 @@ bool ztcore::sizesCharsPlainly() {
   return usesUnderWay() == nullptr && hasOwnSizes(ztCharArrayClass_Instance());
 }
 
-bool ztcore::releasesCharsPlainly(const ztCharArray *chars) {
-  return hasChars(chars) && endsByRelease(chars) && !isInUse(chars) &&
-         destroysOwnArrays(ztCharArrayClass_Instance());
+bool ztcore::releasesCharsPlainly() {
+  return ztCharArray_table()->unRef == method<baseUnRef> && destroysOwnArrays(ztCharArrayClass_Instance());
+}
+
+bool ztcore::endsPlainly(const ztCharArray *chars) {
+  return hasChars(chars) && endsByRelease(chars, ztCharArrayClass_Instance()) && !isInUse(chars);
 }
 
 void ztcore::replaceChars(ztCharArray *chars, void *block, int32_t count) {

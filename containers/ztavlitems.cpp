@@ -4,6 +4,7 @@
 #include "containers/ztitems.hh"
 #include "containers/ztmap.h"
 #include "containers/ztscont.hh"
+#include "core/ztshared.hh"
 
 using namespace ztcore;
 
@@ -58,7 +59,8 @@ bool ztcore::deletePlainTreeItem(const ztAvlTree &tree, Items items, ztAvlTreeIt
     return true;
   }
   if (items == Items::pairs && endsPlain(item, ztMapItemClass_Instance())) {
-    deletePlainPair(mapOf(tree), reinterpret_cast<ztMapItem *>(item));
+    releasePlainPair(mapOf(tree), reinterpret_cast<ztMapItem *>(item));
+    freePart(item);
     return true;
   }
   return false;

@@ -80,10 +80,22 @@ static void hang(ztAvlTree *tree, ztAvlTreeItem *probe, const Place &place, ztAv
   noteAdded(tree);
 }
 
+// The first element needs no search.
+static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
+  tree->root = item;
+  ++tree->count;
+  noteAdded(tree);
+  return item;
+}
+
 void ztcore::hangPlainly(ztAvlTree *tree, ztAvlTreeItem *item) {
   item->left = nullptr;
   item->right = nullptr;
   item->balance = 0;
+  if (tree->root == nullptr) {
+    pushFirst(tree, item);
+    return;
+  }
   ztAvlTreeItem aboveRoot;
   Place place;
   findPlace(tree, &aboveRoot, CalledOrder{tree->compareFunction, item->data}, false, &place);
@@ -124,14 +136,6 @@ static ztAvlTreeItem *itemOf(const ztAvlTree *tree, const void *data) {
   auto *item = static_cast<ztAvlTreeItem *>(steps->start(&walk, tree, 0));
   while (item != nullptr && item->data != data) item = static_cast<ztAvlTreeItem *>(steps->move(&walk, 1));
   steps->destroy(&walk);
-  return item;
-}
-
-// The first element needs no search.
-static ztAvlTreeItem *pushFirst(ztAvlTree *tree, ztAvlTreeItem *item) {
-  tree->root = item;
-  ++tree->count;
-  noteAdded(tree);
   return item;
 }
 
@@ -210,11 +214,7 @@ static int32_t treePop(ztAvlTree &tree, const void *key) {
 }
 
 static void treeEmpty(ztAvlTree &tree) {
-  ztAvlTreeItem *item = tree.root;
-  tree.root = nullptr;
-  tree.count = 0;
-  noteRemoved(&tree);
-  if (item != nullptr) deleteTreeItems(&tree, item);
+  if (ztAvlTreeItem *root = takeRoot(tree)) deleteTreeItems(&tree, root);
 }
 
 // Finding -----------------------------------------------------------------------------------------

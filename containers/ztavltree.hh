@@ -57,6 +57,15 @@ void hangPlainly(ztAvlTree *tree, ztAvlTreeItem *item);
 // another one, which has got that element.
 ztAvlTreeItem *takeOut(ztAvlTree &tree, const void *key);
 
+// Takes the root, with all below it, out of the tree, which is empty then.
+inline ztAvlTreeItem *takeRoot(ztAvlTree &tree) {
+  ztAvlTreeItem *root = tree.root;
+  tree.root = nullptr;
+  tree.count = 0;
+  noteRemoved(&tree);
+  return root;
+}
+
 // The items whose element equals a key on one path down from the root, the highest first.
 struct EqualItems {
   ztAvlTreeItem *items[treeHeight];

@@ -11,7 +11,10 @@ namespace ztcore {
 bool createsCharsPlainly();
 bool copiesCharsPlainly();
 bool sizesCharsPlainly();
-bool releasesCharsPlainly(const ztCharArray *chars);
+bool releasesCharsPlainly();
+
+// Whether the next release of an array that keeps characters ends it.
+bool endsPlainly(const ztCharArray *chars);
 
 // Whether an array is of the library's class and keeps characters, as it was made.
 inline bool hasChars(const ztCharArray *chars) {

@@ -99,7 +99,8 @@ static ztHashTableItem *deletePlainItems(const ztHashTable &table, ztHashTableIt
   if (!isPlain(table)) return item;
   while (item != nullptr && endsPlain(item, ztHashTableItemClass_Instance())) {
     ztHashTableItem *next = item->next;
-    deletePlainPair(table, item);
+    releasePlainPair(table, item);
+    ztm_free(item);
     item = next;
   }
   return item;

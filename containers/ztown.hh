@@ -56,17 +56,17 @@ bool hasOwnSearch(const ztClass *klass);
 // Whether `findValue` of a map that is not empty searches its tree.
 bool findsByTree(const ztMap &map);
 
-// Whether the next release of an object ends it, by the `unRef` of the root class. One that is being released already
-// is ended by that release.
-inline bool endsByRelease(const void *object) {
-  return static_cast<const ztBaseClass *>(object)->refCount <= 2 &&
-         ztBaseClass_of(object)->unRef == method<baseUnRef> && !mayBeSubject(object);
+// Whether a class releases its objects by the `unRef` of the root class, and destroys them by this function.
+inline bool releasesBy(const ztClass *klass, void (*destroy)(void *)) {
+  const auto *methods = static_cast<const ztBaseClassMethods *>(klass->methodTable);
+  return methods->destroy == destroy && methods->unRef == method<baseUnRef>;
 }
 
-// The same, where the object is of exactly this class and the class destroys it by this function.
-inline bool endsByRelease(const void *object, const ztClass *klass, void (*destroy)(void *)) {
-  return ztOOP_classOf(object) == klass && ztBaseClass_of(object)->destroy == destroy &&
-         endsByRelease(object);
+// Whether the next release of an object of exactly this class ends it. One that is being released already is ended by
+// that release.
+inline bool endsByRelease(const void *object, const ztClass *klass) {
+  return ztOOP_classOf(object) == klass && static_cast<const ztBaseClass *>(object)->refCount <= 2 &&
+         !mayBeSubject(object);
 }
 
 }  // namespace ztcore

@@ -29,8 +29,9 @@ static bool deletesOwnItems(const ztClass *klass, DeleteItem deleteItem) {
 }
 
 // Whether a call on a map or its tree is under way.
-static bool isCalled(const ztMap *map, const ztAvlTree *tree) {
-  return usesUnderWay() != nullptr && (isInUse(tree) || isInUse(map));
+[[gnu::always_inline]] static inline bool isCalled(const ztMap *map, const ztAvlTree *tree) {
+  const UseTable *uses = usesUnderWay();
+  return uses != nullptr && (isUsed(uses, tree) || isUsed(uses, map));
 }
 
 bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
@@ -41,9 +42,8 @@ bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem 
          (tree->root == nullptr || (tree->itemManager == map && deletesOwnItems(klass, deleteItem)));
 }
 
-bool ztcore::endsPlainly(const ztMapItem *item) {
-  return item->refCount <= 2 && item->klass == ztMapItemClass_Instance() &&
-         isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
+bool ztcore::releasesItemsPlainly() {
+  return isPlainClass(ztMapItemClass_Instance(), mapItemCreate);
 }
 
 void ztcore::freeMap(ztMap *map, FreedObjects *freed) {
@@ -51,27 +51,31 @@ void ztcore::freeMap(ztMap *map, FreedObjects *freed) {
   freed->add(map);
 }
 
-// The items of the map's tree are its own, and no call is under way.
-static bool hasOwnItems(const ztMap *map) {
-  const ztAvlTree *tree = map->tree;
-  return tree != nullptr && tree->klass == ztAvlTreeClass_Instance() && tree->itemManager == map &&
-         !isCalled(map, tree);
-}
-
 static bool createsOwnItems() {
-  return isPlainClass(ztMapItemClass_Instance(), mapItemCreate) &&
-         ztAvlTreeItem_table()->create == avlTreeItemCreate &&
+  return releasesItemsPlainly() && ztAvlTreeItem_table()->create == avlTreeItemCreate &&
          ztContainerItem_table()->create == containerItemCreate &&
          ztBaseClass_table()->create == method<baseCreate>;
 }
 
 bool ztcore::insertsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
-  return map->klass == klass && hasOwnItems(map) && map->itemConstructor == ztMapItem_ctor &&
-         map->tree->count < INT32_MAX && deletesOwnItems(klass, deleteItem) && insertsOwnPairs(klass) &&
-         pushesOwnItems() && createsOwnItems();
+  return hasOwnItems(map, klass) && map->itemConstructor == ztMapItem_ctor && map->tree->count < INT32_MAX &&
+         deletesOwnItems(klass, deleteItem) && insertsOwnPairs(klass) && pushesOwnItems() &&
+         createsOwnItems();
 }
 
-bool ztcore::popsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
-  return map->klass == klass && hasOwnItems(map) && deletesOwnItems(klass, deleteItem) &&
-         popsOwnPairs(klass) && popsOwnItems();
+void ztcore::insertPlainly(ztMap *map, SharedBlock *block, ztMapItem *item, void *key, void *value) {
+  beginPart(block, item, ztMapItemClass_Instance());
+  item->data = key;
+  item->value = value;
+  hangPlainly(map->tree, reinterpret_cast<ztAvlTreeItem *>(item));
+}
+
+bool ztcore::popsPlainly(const ztClass *klass, DeleteItem deleteItem) {
+  return deletesOwnItems(klass, deleteItem) && popsOwnPairs(klass) && popsOwnItems();
+}
+
+bool ztcore::hasOwnItems(const ztMap *map, const ztClass *klass) {
+  const ztAvlTree *tree = map->tree;
+  return map->klass == klass && tree != nullptr && tree->klass == ztAvlTreeClass_Instance() &&
+         tree->itemManager == map && !isCalled(map, tree);
 }

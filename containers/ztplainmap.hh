@@ -47,27 +47,31 @@ using DeleteItem = void (*)(void *map, void *item);
 bool releasesMapsPlainly();
 bool releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem = nullptr);
 
-// Whether the next release of an item frees it.
-bool endsPlainly(const ztMapItem *item);
+// Whether the release of items calls only functions of the library.
+bool releasesItemsPlainly();
 
-// Runs isPlain(item) for the items of a tree, until one is false.
-template <typename IsPlain>
-bool arePlain(const ztAvlTreeItem *item, IsPlain isPlain) {
+// Whether the next release of an item frees it, if so.
+inline bool endsPlainly(const ztMapItem *item) {
+  return item->klass == ztMapItemClass_Instance() && item->refCount <= 2;
+}
+
+// Runs holds(item) for the items of a tree, until one is false.
+template <typename Holds>
+bool holdsForAll(const ztAvlTreeItem *item, Holds holds) {
   for (; item != nullptr; item = item->right) {
-    const auto *pair = reinterpret_cast<const ztMapItem *>(item);
-    if (!endsPlainly(pair) || !isPlain(pair) || !arePlain(item->left, isPlain)) return false;
+    if (!holds(reinterpret_cast<const ztMapItem *>(item)) || !holdsForAll(item->left, holds)) return false;
   }
   return true;
 }
 
 // Frees the items of a tree, after freePair(item) for each.
 template <typename FreePair>
-void freeItems(ztAvlTreeItem *item, FreePair freePair) {
+void freeItems(ztAvlTreeItem *item, FreedObjects *freed, FreePair freePair) {
   while (item != nullptr) {
     ztAvlTreeItem *right = item->right;
-    freeItems(item->left, freePair);
+    freeItems(item->left, freed, freePair);
     freePair(reinterpret_cast<ztMapItem *>(item));
-    ztm_free(item);
+    freed->add(item);
     item = right;
   }
 }
@@ -75,21 +79,19 @@ void freeItems(ztAvlTreeItem *item, FreePair freePair) {
 // Frees such a map and its tree. Its items are gone.
 void freeMap(ztMap *map, FreedObjects *freed);
 
-// Whether adding a pair to a map of exactly this class, or removing one, calls only functions of the library, besides
-// those that copy and release the key and the value.
-bool insertsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem = nullptr);
-bool popsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem = nullptr);
+// Whether a map is of exactly this class, the items of its tree are its own, and no call is under way.
+bool hasOwnItems(const ztMap *map, const ztClass *klass);
 
-// Adds a pair to such a map, before those with an equal key. Its key and value are the map's from now on. NULL when
-// memory is exhausted.
-inline ztMapItem *insertPlainly(ztMap *map, void *key, void *value) {
-  auto *item = newPlainItem<ztMapItem>(ztMapItem_ctor);
-  if (item == nullptr) return nullptr;
-  item->data = key;
-  item->value = value;
-  hangPlainly(map->tree, reinterpret_cast<ztAvlTreeItem *>(item));
-  return item;
-}
+// Whether adding a pair to a map of exactly this class calls only functions of the library, besides those that copy
+// and release the key and the value.
+bool insertsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem = nullptr);
+
+// Adds a pair to such a map, before those with an equal key, with an item in a shared block. Its key and value are
+// the map's from now on.
+void insertPlainly(ztMap *map, SharedBlock *block, ztMapItem *item, void *key, void *value);
+
+// The same for removing one from maps of this class that have their own items.
+bool popsPlainly(const ztClass *klass, DeleteItem deleteItem = nullptr);
 
 }  // namespace ztcore
 

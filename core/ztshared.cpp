@@ -8,6 +8,7 @@
 using namespace ztcore;
 
 // Nothing else lies in the bytes of the distance.
+static_assert(offsetof(ztContainerItem, data) == sizeof(PartHeader));
 static_assert(offsetof(ztContainer, itemConstructor) == sizeof(PartHeader));
 static_assert(offsetof(ztString, buffer) == sizeof(PartHeader));
 static_assert(offsetof(ztSignal, name) == sizeof(PartHeader));
@@ -15,9 +16,10 @@ static_assert(offsetof(ztSlot, name) == sizeof(PartHeader));
 
 bool ztcore::mayBePart(const ztClass *klass) {
   return klass == ztStringClass_Instance() || klass == ztCharArrayClass_Instance() ||
-         klass == ztAvlTreeClass_Instance() || klass == ztSlotClass_Instance() ||
-         klass == ztSignalClass_Instance() || klass == ztSlotMapClass_Instance() ||
-         klass == ztSignalMapClass_Instance() || klass == ztPropertyMapClass_Instance();
+         klass == ztAvlTreeClass_Instance() || klass == ztMapItemClass_Instance() ||
+         klass == ztSlotClass_Instance() || klass == ztSignalClass_Instance() ||
+         klass == ztSlotMapClass_Instance() || klass == ztSignalMapClass_Instance() ||
+         klass == ztPropertyMapClass_Instance();
 }
 
 void ztcore::freeObject(void *object) {

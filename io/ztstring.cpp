@@ -205,27 +205,33 @@ static int32_t stringAssign(ztString &string, const void *other) {
 static void stringDestroy(ztString &string) {
   ztBaseClass_table()->destroy(&string);
   ztCharArray *buffer = string.buffer;
-  if (buffer == nullptr || !releasesCharsPlainly(buffer)) return releasePart(string.buffer);
+  const bool isPlain = buffer != nullptr && releasesCharsPlainly() && endsPlainly(buffer);
+  if (!isPlain) return releasePart(string.buffer);
   string.buffer = nullptr;
   freeChars(buffer);
 }
 
-// Besides its release, which the caller checks.
-static bool endsPlainly(const ztString &string) {
-  return string.buffer != nullptr && releasesCharsPlainly(string.buffer) &&
-         ztBaseClass_table()->destroy == baseDestroy;
+// What `destroy` calls.
+static bool destroysOwnStrings() {
+  return ztBaseClass_table()->destroy == baseDestroy && releasesCharsPlainly();
 }
 
 static bool endStringPlainly(void *object) {
-  const auto &string = *static_cast<const ztString *>(object);
-  if (ztOOP_classOf(object) != ztStringClass_Instance() || !endsPlainly(string)) return false;
-  freeChars(string.buffer);
+  ztCharArray *buffer = static_cast<const ztString *>(object)->buffer;
+  if (ztOOP_classOf(object) != ztStringClass_Instance() || buffer == nullptr) return false;
+  if (!endsPlainly(buffer) || !destroysOwnStrings()) return false;
+  freeChars(buffer);
   freePart(object);
   return true;
 }
 
-bool ztcore::releasesPlainly(const ztString *string) {
-  return endsByRelease(string, ztStringClass_Instance(), method<stringDestroy>) && endsPlainly(*string);
+bool ztcore::releasesStringsPlainly() {
+  return releasesBy(ztStringClass_Instance(), method<stringDestroy>) && destroysOwnStrings();
+}
+
+bool ztcore::endsPlainly(const ztString *string) {
+  return string != nullptr && endsByRelease(string, ztStringClass_Instance()) && string->buffer != nullptr &&
+         endsPlainly(string->buffer);
 }
 
 void ztcore::freeString(ztString *string, FreedObjects *freed) {
@@ -235,10 +241,8 @@ void ztcore::freeString(ztString *string, FreedObjects *freed) {
 }
 
 bool ztcore::copiesTextsPlainly() {
-  const ztStringMethods *methods = ztString_table();
-  return methods->clone == method<stringClone> && methods->destroy == method<stringDestroy> &&
-         methods->unRef == method<baseUnRef> && ztBaseClass_table()->destroy == baseDestroy &&
-         copiesCharsPlainly();
+  return ztString_table()->clone == method<stringClone> && ztBaseClass_table()->destroy == baseDestroy &&
+         releasesBy(ztStringClass_Instance(), method<stringDestroy>) && copiesCharsPlainly();
 }
 
 bool ztcore::isPlainText(const ztString *string) {

@@ -75,10 +75,13 @@ bool isPlainText(const ztString *string);
 // Whether copying a text in the form of a ztString, and releasing the copy, calls only functions of the library.
 bool copiesTextsPlainly();
 
-// Whether the release of a string ends it, and calls only functions of the library.
-bool releasesPlainly(const ztString *string);
+// Whether the release of strings calls only functions of the library.
+bool releasesStringsPlainly();
 
-// Frees such a string.
+// Whether the next release of a string, which may be NULL, ends it and its buffer.
+bool endsPlainly(const ztString *string);
+
+// Frees a string where both hold.
 void freeString(ztString *string, FreedObjects *freed);
 
 // `write` and `read` of a string.

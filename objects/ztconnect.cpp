@@ -128,10 +128,10 @@ static void dropFromSignals(const ztSignalMap *signals, Drop drop) {
 
 // Whether all slots for a peer were dropped and no function of a host ran.
 static bool dropPlainly(const ztSignalMap *signals, const void *peer) {
-  for (const ztMapItem *item : itemsOf(signals)) {
-    if (!removeReceiverPlainly(static_cast<const ztSignal *>(item->value)->slots, peer)) return false;
-  }
-  return true;
+  if (signals == nullptr || isEmptyMap(signals)) return true;
+  return popsSlotsPlainly() && holdsForAll(signals->tree->root, [=](const ztMapItem *item) {
+           return removeReceiverPlainly(static_cast<const ztSignal *>(item->value)->slots, peer);
+         });
 }
 
 // Drops an object's slots for a peer that is being destroyed. With `staysTied` keeps the slot that will tell

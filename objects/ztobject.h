@@ -10,8 +10,9 @@
  * object. A slot that is disconnected or whose receiver is destroyed before its turn is not called.
  *
  * The two maps of an object, a signal with its name and slots, and a slot with its name may share a block of
- * memory. Each of them is an object: reference, release, replace or take it as any other. But do not free it with
- * ztm_free(), move its bytes, change its class or make another object in its place.
+ * memory, also with the item that holds them in a map. Each of them is an object: reference, release, replace or
+ * take it as any other. But do not free it with ztm_free(), move its bytes, change its class or make another object
+ * in its place.
  */
 #ifndef ZT_OBJECTS_ZTOBJECT_H
 #define ZT_OBJECTS_ZTOBJECT_H

@@ -201,8 +201,9 @@ bool ztcore::releasesPropertiesPlainly(const ztPropertyMap *properties) {
 
 namespace {
 
-// The strings of a property in a map. The property itself has no room for the distance from a block.
+// The strings and the item of a property in a map. The property itself has no space for the distance from a block.
 struct NamesBlock : SharedBlock {
+  ztMapItem item;
   StringWithChars key;
   StringWithChars name;
   StringWithChars signalName;
@@ -244,13 +245,6 @@ static NamesBlock *copyNames(const ztString *key, const ztProperty &property) {
   return nullptr;
 }
 
-static void freeNames(NamesBlock *block) {
-  block->key.freeText();
-  block->name.freeText();
-  block->signalName.freeText();
-  ztm_free(block);
-}
-
 // A declaration is made once for each class.
 [[gnu::cold]] static ztProperty *addPlainly(ztPropertyMap *map, const ztString *key,
                                             const ztProperty &property) {
@@ -262,8 +256,8 @@ static void freeNames(NamesBlock *block) {
     copy->name = &block->name.string;
     copy->signalName = &block->signalName.string;
     copy->valuePointer = nullptr;
-    if (insertPlainly(asMap(map), &block->key.string, copy) != nullptr) return copy;
-    freeNames(block);
+    insertPlainly(asMap(map), block, &block->item, &block->key.string, copy);
+    return copy;
   }
   ztm_free(copy);
   return nullptr;

@@ -41,10 +41,13 @@ static void signalDestroy(ztSignal &signal) {
   SignalParts::destroy(signal);
 }
 
-// Besides its release, which the caller checks, and what all maps have in common.
-static bool endsPlainly(const ztSignal &signal) {
-  return signal.name != nullptr && signal.slots != nullptr && releasesPlainly(signal.name) &&
-         releasesSlotsPlainly(signal.slots) && ztBaseClass_table()->destroy == baseDestroy;
+// What `destroy` calls, besides what all maps have in common and the map of slots.
+static bool destroysOwnSignals() {
+  return ztBaseClass_table()->destroy == baseDestroy && releasesStringsPlainly();
+}
+
+static bool hasPlainParts(const ztSignal &signal) {
+  return endsPlainly(signal.name) && signal.slots != nullptr && releasesSlotsPlainly(signal.slots);
 }
 
 // Out of line, so that the release of an object without signals stays short.
@@ -57,9 +60,8 @@ static bool endsPlainly(const ztSignal &signal) {
 
 static bool endSignalPlainly(void *object) {
   auto *signal = static_cast<ztSignal *>(object);
-  if (ztOOP_classOf(object) != ztSignalClass_Instance() || !releasesMapsPlainly() || !endsPlainly(*signal)) {
-    return false;
-  }
+  if (ztOOP_classOf(object) != ztSignalClass_Instance()) return false;
+  if (!destroysOwnSignals() || !releasesMapsPlainly() || !hasPlainParts(*signal)) return false;
   FreedObjects freed;
   freeSignal(signal, &freed);
   return true;
@@ -96,21 +98,25 @@ static ztSignal *signalOf(const ztMapItem *item) {
   return static_cast<ztSignal *>(item->value);
 }
 
-static bool hasPlainSignal(const ztMapItem *item) {
+static bool isPlain(const ztMapItem *item) {
   const ztSignal *signal = signalOf(item);
-  return item->data != nullptr && signal != nullptr &&
-         releasesPlainly(static_cast<const ztString *>(item->data)) &&
-         endsByRelease(signal, ztSignalClass_Instance(), method<signalDestroy>) && endsPlainly(*signal);
+  return endsPlainly(item) && signal != nullptr && endsByRelease(signal, ztSignalClass_Instance()) &&
+         endsPlainly(static_cast<const ztString *>(item->data)) && hasPlainParts(*signal);
+}
+
+static bool releasesOwnSignals() {
+  return releasesBy(ztSignalClass_Instance(), method<signalDestroy>) && destroysOwnSignals();
 }
 
 bool ztcore::releasesSignalsPlainly(const ztSignalMap *signals) {
   return releasesPlainly(asMap(signals), ztSignalMapClass_Instance()) &&
          signals->keyConstructor == ztString_ctor && signals->valueConstructor == ztSignal_ctor &&
-         arePlain(signals->tree->root, hasPlainSignal);
+         (signals->tree->root == nullptr ||
+          (releasesItemsPlainly() && releasesOwnSignals() && holdsForAll(signals->tree->root, isPlain)));
 }
 
 void ztcore::freeSignals(ztSignalMap *signals, FreedObjects *freed) {
-  freeItems(signals->tree->root, [=](ztMapItem *item) {
+  freeItems(signals->tree->root, freed, [=](ztMapItem *item) {
     freeString(static_cast<ztString *>(item->data), freed);
     freeSignal(signalOf(item), freed);
   });
@@ -119,9 +125,10 @@ void ztcore::freeSignals(ztSignalMap *signals, FreedObjects *freed) {
 
 namespace {
 
-// A signal in a map, with its names and the map of its slots.
+// A signal in a map, with its names, its item and the map of its slots.
 struct SignalBlock : SharedBlock {
   ztSignal signal;
+  ztMapItem item;
   StringWithChars name;
   StringWithChars key;
   MapWithTree<ztSlotMap> slots;
@@ -159,11 +166,10 @@ static bool areRegistered() {
 // Whether signals are what a new one would be copied as: objects of the library's class, which copies and releases
 // them.
 static bool keepsOwnSignals(const ztSignalMap *signals) {
-  const ztSignalMethods *methods = ztSignal_table();
   return signals->keyConstructor == ztString_ctor && signals->valueConstructor == ztSignal_ctor &&
          signals->tree->compareFunction == ztSignalMap_compare_func &&
-         methods->clone == method<signalClone> && methods->unRef == method<baseUnRef> &&
-         methods->destroy == method<signalDestroy>;
+         ztSignal_table()->clone == method<signalClone> &&
+         releasesBy(ztSignalClass_Instance(), method<signalDestroy>);
 }
 
 bool ztcore::addsSignalsPlainly(const ztSignalMap *signals) {
@@ -196,11 +202,8 @@ static SignalBlock *makeSignal(const char *name, uint32_t argumentCount) {
 ztSignal *ztcore::addSignalPlainly(ztSignalMap *signals, const char *name, uint32_t argumentCount) {
   SignalBlock *block = makeSignal(name, argumentCount);
   if (block == nullptr) return nullptr;
-  if (insertPlainly(asMap(signals), &block->key.string, &block->signal) != nullptr) return &block->signal;
-  ztm_free(block->name.chars.data);
-  ztm_free(block->key.chars.data);
-  ztm_free(block);
-  return nullptr;
+  insertPlainly(asMap(signals), block, &block->item, &block->key.string, &block->signal);
+  return &block->signal;
 }
 
 static void signalMapMethods(ztSignalMapMethods *methods) {

@@ -30,9 +30,13 @@ static void *slotClone(const ztSlot &slot, void *target) {
   return SlotParts::clone(slot, target);
 }
 
-// Besides its release, which the caller checks.
-static bool endsPlainly(const ztSlot &slot) {
-  return slot.name != nullptr && releasesPlainly(slot.name) && ztBaseClass_table()->destroy == baseDestroy;
+// What `destroy` calls.
+static bool destroysOwnSlots() {
+  return ztBaseClass_table()->destroy == baseDestroy && releasesStringsPlainly();
+}
+
+static bool releasesOwnSlots() {
+  return releasesBy(ztSlotClass_Instance(), method<SlotParts::destroy<ztSlot>>) && destroysOwnSlots();
 }
 
 static void freeSlot(ztSlot *slot, FreedObjects *freed) {
@@ -42,7 +46,8 @@ static void freeSlot(ztSlot *slot, FreedObjects *freed) {
 
 static bool endSlotPlainly(void *object) {
   auto *slot = static_cast<ztSlot *>(object);
-  if (ztOOP_classOf(object) != ztSlotClass_Instance() || !endsPlainly(*slot)) return false;
+  if (ztOOP_classOf(object) != ztSlotClass_Instance()) return false;
+  if (!endsPlainly(slot->name) || !destroysOwnSlots()) return false;
   FreedObjects freed;
   freeSlot(slot, &freed);
   return true;
@@ -84,8 +89,7 @@ bool ztcore::createsSlotMapsPlainly() {
 
 static bool hasPlainSlot(const ztMapItem *item) {
   const ztSlot *slot = slotOf(item);
-  return slot != nullptr && endsByRelease(slot, ztSlotClass_Instance(), method<SlotParts::destroy<ztSlot>>) &&
-         endsPlainly(*slot);
+  return slot != nullptr && endsByRelease(slot, ztSlotClass_Instance()) && endsPlainly(slot->name);
 }
 
 static void freeSlotOf(ztMapItem *item, FreedObjects *freed) {
@@ -98,40 +102,55 @@ static bool ownsSlotsOnly(const ztSlotMap *slots) {
          slots->valueConstructor == ztSlot_ctor;
 }
 
+static bool isPlain(const ztMapItem *item) {
+  return endsPlainly(item) && hasPlainSlot(item);
+}
+
 bool ztcore::releasesSlotsPlainly(const ztSlotMap *slots) {
   return releasesPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) &&
-         ownsSlotsOnly(slots) && arePlain(slots->tree->root, hasPlainSlot);
+         ownsSlotsOnly(slots) &&
+         (slots->tree->root == nullptr ||
+          (releasesItemsPlainly() && releasesOwnSlots() && holdsForAll(slots->tree->root, isPlain)));
 }
 
 void ztcore::freeSlots(ztSlotMap *slots, FreedObjects *freed) {
-  freeItems(slots->tree->root, [=](ztMapItem *item) { freeSlotOf(item, freed); });
+  freeItems(slots->tree->root, freed, [=](ztMapItem *item) { freeSlotOf(item, freed); });
   freeMap(asMap(slots), freed);
 }
 
-bool ztcore::popsSlotsPlainly(const ztSlotMap *slots) {
-  return popsPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) && ownsSlotsOnly(slots) &&
+bool ztcore::popsSlotsPlainly() {
+  return popsPlainly(ztSlotMapClass_Instance(), slotMapDeleteItem);
+}
+
+bool ztcore::hasOwnSlots(const ztSlotMap *slots) {
+  return hasOwnItems(asMap(slots), ztSlotMapClass_Instance()) && ownsSlotsOnly(slots) &&
          slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr;
 }
 
-bool ztcore::popSlotPlainly(ztSlotMap *slots, const ztMapItem *top) {
-  if (!hasPlainSlot(top)) return false;
-  auto *item = reinterpret_cast<ztMapItem *>(takeOut(*slots->tree, top->data));
-  if (!endsPlainly(item)) {
+// Flat, as is the adding below: each asks a dozen questions about tables, which as calls took as long again.
+[[gnu::flatten]] bool ztcore::popSlotPlainly(ztSlotMap *slots, const ztMapItem *top) {
+  if (!hasPlainSlot(top) || !releasesOwnSlots()) return false;
+  ztAvlTree &tree = *slots->tree;
+  const bool isOnly = top->left == nullptr && top->right == nullptr &&
+                      tree.root == reinterpret_cast<const ztAvlTreeItem *>(top);
+  auto *item = reinterpret_cast<ztMapItem *>(isOnly ? takeRoot(tree) : takeOut(tree, top->data));
+  if (!endsPlainly(item) || !releasesItemsPlainly()) {
     ztSlotMap_of(slots)->deleteItem(slots, item);
     return true;
   }
   FreedObjects freed;
   freeSlotOf(item, &freed);
-  ztm_free(item);
+  freed.add(item);
   return true;
 }
 
 namespace {
 
-// A slot in a map, with its name.
+// A slot in a map, with its name and its item.
 struct SlotBlock : SharedBlock {
   ztSlot slot;
   StringWithChars name;
+  ztMapItem item;
 };
 
 }  // namespace
@@ -139,11 +158,10 @@ struct SlotBlock : SharedBlock {
 // Whether slots are what a new one would be copied as: objects of the library's class, which copies and releases
 // them.
 static bool keepsOwnSlots(const ztSlotMap *slots) {
-  const ztSlotMethods *methods = ztSlot_table();
   return ownsSlotsOnly(slots) && slots->tree->allowDuplicate != 0 &&
          slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr &&
-         methods->clone == method<slotClone> && methods->unRef == method<baseUnRef> &&
-         methods->destroy == method<SlotParts::destroy<ztSlot>>;
+         ztSlot_table()->clone == method<slotClone> &&
+         releasesBy(ztSlotClass_Instance(), method<SlotParts::destroy<ztSlot>>);
 }
 
 // The first object of the class registers it.
@@ -155,7 +173,7 @@ static bool isRegistered() {
   return isTaken;
 }
 
-bool ztcore::addsSlotsPlainly(const ztSlotMap *slots) {
+[[gnu::flatten]] bool ztcore::addsSlotsPlainly(const ztSlotMap *slots) {
   return insertsPlainly(asMap(slots), ztSlotMapClass_Instance(), slotMapDeleteItem) && keepsOwnSlots(slots) &&
          copiesTextsPlainly() && isRegistered();
 }
@@ -173,9 +191,8 @@ bool ztcore::addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, 
     ztm_free(block);
     return false;
   }
-  if (insertPlainly(asMap(slots), receiver, slot) != nullptr) return true;
-  ztSlot_of(slot)->unRef(slot);
-  return false;
+  insertPlainly(asMap(slots), block, &block->item, receiver, slot);
+  return true;
 }
 
 static void slotMapMethods(ztSlotMapMethods *methods) {

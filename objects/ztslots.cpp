@@ -96,14 +96,14 @@ const ztMapItem *ztcore::topSlot(const ztSlotMap *slots, const void *receiver) {
 
 bool ztcore::removeReceiverPlainly(ztSlotMap *slots, const void *receiver) {
   if (slots == nullptr) return true;
-  if (!popsSlotsPlainly(slots)) return false;
+  if (!hasOwnSlots(slots)) return false;
   const ztMapItem *top = topSlot(slots, receiver);
   while (top != nullptr && popSlotPlainly(slots, top)) top = topSlot(slots, receiver);
   return top == nullptr;
 }
 
 void ztcore::removeReceiver(ztSlotMap *slots, const void *receiver) {
-  if (removeReceiverPlainly(slots, receiver)) return;
+  if (slots == nullptr || (popsSlotsPlainly() && removeReceiverPlainly(slots, receiver))) return;
   const ztSlotMapMethods *methods = ztSlotMap_of(slots);
   // A removal moves items, so each is looked up again. Stops when a host's map does not remove an item, and when a
   // slot's name of a host's class released the map.
@@ -139,7 +139,7 @@ static bool isAmong(const ztSlotMap *slots, const void *receiver, const void *it
 // between move by one item each, which keeps their order. In a map with a host's own order, `find` may return
 // none of the receiver's items: then nothing is removed.
 bool ztcore::removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwanted) {
-  const bool isPlain = popsSlotsPlainly(slots);
+  const bool isPlain = popsSlotsPlainly() && hasOwnSlots(slots);
   const void *first = isPlain ? static_cast<const void *>(topSlot(slots, receiver))
                               : ztSlotMap_of(slots)->find(slots, receiver);
   if (isPlain && first == unwanted && popSlotPlainly(slots, unwanted)) return true;

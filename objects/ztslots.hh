@@ -23,8 +23,9 @@ bool addsSlotsPlainly(const ztSlotMap *slots);
 // Adds a slot to such a map. False when memory is exhausted.
 bool addSlotPlainly(ztSlotMap *slots, const char *name, void *receiver, ztSlotFunction function);
 
-// Whether removing one slot calls only functions of the library, besides the slot's own.
-bool popsSlotsPlainly(const ztSlotMap *slots);
+// Whether removing one slot of a map with its own slots calls only functions of the library, besides the slot's own.
+bool popsSlotsPlainly();
+bool hasOwnSlots(const ztSlotMap *slots);
 
 // The item of a receiver that is highest in the tree of such a map, which `find` returns and `pop` removes; or NULL.
 const ztMapItem *topSlot(const ztSlotMap *slots, const void *receiver);
@@ -38,7 +39,8 @@ bool removeSlot(ztSlotMap *slots, const void *receiver, const ztMapItem *unwante
 // Removes all slots of a receiver. Ignores a NULL set.
 void removeReceiver(ztSlotMap *slots, const void *receiver);
 
-// The same without calling a function of a host. False when slots are left that only such a function may remove.
+// The same where popsSlotsPlainly() holds, without calling a function of a host. False when slots are left that only
+// such a function may remove.
 bool removeReceiverPlainly(ztSlotMap *slots, const void *receiver);
 
 // The same except for slots with one function.

@@ -19,13 +19,17 @@ ztSlotFunction taking() {
   return function;
 }
 
+ztSignal *signalOf(void *sender, const char *name) {
+  return ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, name, 1);
+}
+
 // A sender with one connection.
 struct Connected {
   Connected() {
     connectTo(sender, "changed", receiver, taking());
   }
   ztSignal *signal() {
-    return ztObject_of(sender)->addSignal(ztObjectClass_Instance(), sender, "changed", 1);
+    return signalOf(sender, "changed");
   }
   ztMapItem *slotItem() {
     return reinterpret_cast<ztMapItem *>(signal()->slots->tree->root);
@@ -159,6 +163,41 @@ TEST_F(SharedBlock, ItemThatAHostRefersToOutlivesItsConnection) {
   release(item);
 }
 
+TEST_F(SharedBlock, ItemThatAHostRefersToOutlivesItsObject) {
+  Connected connected;
+  auto *item = reinterpret_cast<ztMapItem *>(connected.sender.fields().signals->tree->root);
+  for (int i = 0; i < 2; ++i) ztMapItem_of(item)->ref(item);
+  connected.sender = Object();
+  EXPECT_EQ(item->refCount, 2);
+  EXPECT_EQ(item->data, nullptr);
+  EXPECT_EQ(item->value, nullptr);
+  release(item);
+}
+
+TEST_F(SharedBlock, ItemThatGotTheSlotOfAnotherEndsWithIt) {
+  Connected connected;
+  const Object others[] = {Object(), Object()};
+  for (const Object &other : others) connectTo(connected.sender, "changed", other, taking(), 1);
+  // The root gets the slot of an item below it, which is taken out in its place.
+  void *first = connected.slotItem()->data;
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", first, taking()), 1);
+  EXPECT_EQ(ztSlotMap_of(connected.signal()->slots)->getSize(connected.signal()->slots), 2);
+}
+
+TEST_F(SharedBlock, ItemsOfAMapWhoseValuesAreAHostsNowEndWithoutThem) {
+  const Connected connected;
+  const Object another;
+  connectTo(connected.sender, "another", another, taking(), 1);
+  ztSlotMap *slots = signalOf(connected.sender, "another")->slots;
+  auto *slot = static_cast<ztSlot *>(reinterpret_cast<ztMapItem *>(slots->tree->root)->value);
+  const ztSlotMapMethods *methods = ztSlotMap_of(slots);
+  methods->setValueConstructor(slots, nullptr);
+  methods->setValueSize(slots, sizeof slot, 1);
+  EXPECT_EQ(methods->pop(slots, another), 1);
+  EXPECT_STREQ(ztString_of(slot->name)->get(slot->name), "slot");
+  release(slot);
+}
+
 TEST_F(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
   Connected connected;
   ztSignalMap *signals = connected.sender.fields().signals;
@@ -225,6 +264,15 @@ TEST_F(SharedNames, NamesThatAHostTookOutliveTheirStaticProperty) {
   }
 }
 
+TEST_F(SharedNames, ItemThatAHostRefersToOutlivesItsStaticProperty) {
+  ztMapItem *item = firstPropertyOf(Sundial_ctor, SundialClass_Instance());
+  for (int i = 0; i < 2; ++i) ztMapItem_of(item)->ref(item);
+  ztFreeClass("Sundial");
+  EXPECT_EQ(item->refCount, 2);
+  EXPECT_EQ(item->value, nullptr);
+  release(item);
+}
+
 TEST_F(SharedNames, AStaticPropertyIsInheritedWithAllItsFields) {
   ztMapItem *item = firstPropertyOf(Sundial_ctor, SundialClass_Instance());
   ztProperty *property = propertyIn(item);
@@ -285,7 +333,8 @@ TEST_F(SharedBlock, CopyOfAPartOnAHostsMemoryHasItsOwnBlock) {
                          signal->name->buffer,
                          signal->slots,
                          signal->slots->tree,
-                         slot};
+                         slot,
+                         connected.slotItem()};
   for (const void *part : parts) {
     void *memory = garbage(ztOOP_classOf(part));
     void *copy = ztBaseClass_of(part)->clone(part, memory);
@@ -300,8 +349,9 @@ TEST_F(SharedBlock, CopyOfAPartOnAHostsMemoryHasItsOwnBlock) {
 
 TEST_F(SharedBlock, ObjectsInAHostsMemoryHaveTheirOwnBlock) {
   const Object object;
-  for (const ztCtor constructor : {ztString_ctor, ztCharArray_ctor, ztAvlTree_ctor, ztSlot_ctor,
-                                   ztSignal_ctor, ztSlotMap_ctor, ztSignalMap_ctor, ztPropertyMap_ctor}) {
+  for (const ztCtor constructor :
+       {ztString_ctor, ztCharArray_ctor, ztAvlTree_ctor, ztMapItem_ctor, ztSlot_ctor, ztSignal_ctor,
+        ztSlotMap_ctor, ztSignalMap_ctor, ztPropertyMap_ctor}) {
     void *prototype = constructor(nullptr, 1);
     void *memory = garbage(ztOOP_classOf(prototype));
     EXPECT_EQ(constructor(memory, 1), memory);
