@@ -34,11 +34,19 @@ static bool deletesOwnItems(const ztClass *klass, DeleteItem deleteItem) {
   return uses != nullptr && (isUsed(uses, tree) || isUsed(uses, map));
 }
 
+bool ztcore::isBusy(const ztMap *map) {
+  return isCalled(map, map->tree) || mayBeSubject(map);
+}
+
+bool ztcore::isSole(const ztMap *map, const ztClass *klass) {
+  const ztAvlTree *tree = map->tree;
+  return map->klass == klass && tree->klass == ztAvlTreeClass_Instance() && tree->refCount <= 2 &&
+         map->refCount <= 2;
+}
+
 bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
   const ztAvlTree *tree = map->tree;
-  return tree != nullptr && map->klass == klass && tree->klass == ztAvlTreeClass_Instance() &&
-         tree->refCount <= 2 && map->refCount <= 2 && hasOwnRelease(klass) && !isCalled(map, tree) &&
-         !mayBeSubject(map) &&
+  return tree != nullptr && isSole(map, klass) && hasOwnRelease(klass) && !isBusy(map) &&
          (tree->root == nullptr || (tree->itemManager == map && deletesOwnItems(klass, deleteItem)));
 }
 

@@ -47,6 +47,13 @@ using DeleteItem = void (*)(void *map, void *item);
 bool releasesMapsPlainly();
 bool releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem = nullptr);
 
+// Whether a map with a tree is of exactly this class, its tree is of the library's, and both have no further
+// references.
+bool isSole(const ztMap *map, const ztClass *klass);
+
+// Whether a call on a map or its tree is under way, or the map's release.
+bool isBusy(const ztMap *map);
+
 // Whether the release of items calls only functions of the library.
 bool releasesItemsPlainly();
 

@@ -71,16 +71,12 @@ inline SharedBlock *blockOf(void *object) {
   return reinterpret_cast<SharedBlock *>(static_cast<char *>(object) - distance);
 }
 
-// Whether an object of such a class is in a block.
-inline bool isIn(const SharedBlock *block, const void *object) {
-  const uint32_t distance = static_cast<const PartHeader *>(object)->distance;
-  return static_cast<const char *>(object) - distance == reinterpret_cast<const char *>(block);
-}
-
 // Takes destroyed objects out of their block, and frees it after the last one. Its objects may be released by
-// different threads.
+// different threads: while there are no others, none can.
 inline void leaveBlock(SharedBlock *block, uint32_t count) {
-  if (__atomic_sub_fetch(&block->living, count, __ATOMIC_ACQ_REL) == 0) ztm_free(block);
+  if (__atomic_load_n(&block->living, __ATOMIC_ACQUIRE) == count ||
+      __atomic_sub_fetch(&block->living, count, __ATOMIC_ACQ_REL) == 0)
+    ztm_free(block);
 }
 
 // Frees the memory of a destroyed object of such a class, or its part of a shared block.

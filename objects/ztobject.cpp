@@ -94,10 +94,12 @@ static bool hasNewMaps;
 }
 
 static bool makeMapsTogether(ztObject &self) {
-  self.signals = nullptr;
-  self.dynamicProperties = nullptr;
   auto *maps = static_cast<MapsOfObject *>(ztm_alloc(sizeof(MapsOfObject)));
-  if (maps == nullptr) return false;
+  if (maps == nullptr) {
+    self.signals = nullptr;
+    self.dynamicProperties = nullptr;
+    return false;
+  }
   if (hasCalls()) mapsMade(maps);
   maps->living = newMaps.living;
   maps->signals.copy(newMaps.signals);
@@ -121,32 +123,48 @@ static void *objectClone(const ztObject &object, void *target) {
   return copy;
 }
 
+// Out of line, because mostly nothing at all is under way.
+[[gnu::noinline]] static bool areBusy(const ztObject &object) {
+  return isBusy(asMap(object.signals)) || isBusy(asMap(object.dynamicProperties));
+}
+
+static bool isEmptyWithTree(const ztMap *map) {
+  return map != nullptr && map->tree != nullptr && map->tree->root == nullptr;
+}
+
 // Whether an object has no signals and no dynamic properties, and nobody can notice how its maps are released.
 static bool endsPlainly(const ztObject &object) {
-  return object.signals != nullptr && object.dynamicProperties != nullptr && isEmptyMap(object.signals) &&
-         isEmptyMap(object.dynamicProperties) &&
-         releasesPlainly(asMap(object.signals), ztSignalMapClass_Instance()) &&
-         releasesPlainly(asMap(object.dynamicProperties), ztPropertyMapClass_Instance()) &&
-         releasesMapsPlainly() && ztBaseClass_table()->destroy == baseDestroy;
+  const ztMap *signals = asMap(object.signals);
+  const ztMap *properties = asMap(object.dynamicProperties);
+  return isEmptyWithTree(signals) && isEmptyWithTree(properties) &&
+         isSole(signals, ztSignalMapClass_Instance()) && isSole(properties, ztPropertyMapClass_Instance()) &&
+         hasOwnRelease(ztSignalMapClass_Instance()) && hasOwnRelease(ztPropertyMapClass_Instance()) &&
+         releasesMapsPlainly() && ztBaseClass_table()->destroy == baseDestroy &&
+         !((usesUnderWay() != nullptr || hasCalls()) && areBusy(object));
 }
 
-static void freeMaps(ztObject &object) {
-  SharedBlock *block = blockOf(object.signals);
-  const bool isOne = isIn(block, object.signals->tree) && isIn(block, object.dynamicProperties) &&
-                     isIn(block, object.dynamicProperties->tree);
+// Out of line, because mostly nobody has taken or replaced one.
+[[gnu::noinline]] static void freeMapsApart(const ztObject &object) {
+  FreedObjects freed;
+  freeMap(asMap(object.signals), &freed);
+  freeMap(asMap(object.dynamicProperties), &freed);
+}
+
+static void freeMaps(const ztObject &object) {
+  // Only such a block has a map of signals in it.
+  auto *maps = static_cast<MapsOfObject *>(blockOf(object.signals));
+  const bool isOne = maps != nullptr && object.signals->tree == &maps->signals.tree &&
+                     object.dynamicProperties == &maps->properties.map &&
+                     object.dynamicProperties->tree == &maps->properties.tree;
   if (isOne) {
-    leaveBlock(block, 4);
+    leaveBlock(maps, newMaps.living);
   } else {
-    FreedObjects freed;
-    freeMap(asMap(object.signals), &freed);
-    freeMap(asMap(object.dynamicProperties), &freed);
+    freeMapsApart(object);
   }
-  object.signals = nullptr;
-  object.dynamicProperties = nullptr;
 }
 
-// Removes an object that is being destroyed from the calls under way.
-static void leaveCalls(ztObject &object) {
+// Removes an object that is being destroyed from the calls under way. Out of line, because mostly there are none.
+[[gnu::noinline]] static void leaveCalls(ztObject &object) {
   ObjectWatch::objectDestroyed(&object);
   forgetReceiver(&object);
 }
