@@ -166,13 +166,18 @@ static void buildStaticMap(ztClass *klass) {
   __atomic_sub_fetch(&mapsBeingBuilt, 1, __ATOMIC_RELEASE);
 }
 
-ztPropertyMap *ztcore::staticMapOf(ztClass *klass) {
-  ztPropertyMap *map = publishedMap(klass);
-  // In this order: the counter is incremented before an incomplete map is published.
-  if (map != nullptr && __atomic_load_n(&mapsBeingBuilt, __ATOMIC_ACQUIRE) == 0) return map;
+// Out of line, because most maps are complete.
+[[gnu::noinline]] static ztPropertyMap *completeMapOf(ztClass *klass) {
   const Locked locked(engineLock, Locked::hostsCode);
   if (publishedMap(klass) == nullptr) buildStaticMap(klass);
   return publishedMap(klass);
+}
+
+ztPropertyMap *ztcore::staticMapOf(ztClass *klass) {
+  ztPropertyMap *map = publishedMap(klass);
+  // In this order: the counter is incremented before an incomplete map is published.
+  const bool isComplete = map != nullptr && __atomic_load_n(&mapsBeingBuilt, __ATOMIC_ACQUIRE) == 0;
+  return isComplete ? map : completeMapOf(klass);
 }
 
 static void objectClassInstanceCreate(ztClass *klass) {
