@@ -206,10 +206,19 @@ static int32_t hashTableInsert(ztHashTable &table, const void *key, const void *
   return 1;
 }
 
-static ztHashTableItem *hashTableFind(const ztHashTable &table, const void *key) {
+// Out of line, so that the search for an integer keeps nothing over calls.
+[[gnu::noinline]] static ztHashTableItem *findByCalls(const ztHashTable &table, const void *key) {
   if (table.count == 0 || table.compareFunction == nullptr) return nullptr;
   ztHashTableItem **bucket = bucketFor(table, key);
   return bucket == nullptr ? nullptr : findInChain(table, *bucket, key);
+}
+
+static ztHashTableItem *hashTableFind(const ztHashTable &table, const void *key) {
+  const bool isInteger =
+      table.compareFunction == ztIntArray_compare_func && key != nullptr && table.keySize == sizeof(int32_t);
+  if (!isInteger || table.count == 0) return findByCalls(table, key);
+  ztHashTableItem **bucket = bucketFor(table, key);
+  return bucket == nullptr ? nullptr : findInteger(*bucket, integerAt(key));
 }
 
 // Life --------------------------------------------------------------------------------------------
