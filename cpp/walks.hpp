@@ -108,6 +108,16 @@ int32_t compareKeys(const void *first, const void *second) {
   }
 }
 
+// The library compares keys without a call where it knows the function.
+template <Element K>
+constexpr ztCompareFunc keyOrder() {
+  if constexpr (std::same_as<K, int32_t>) {
+    return ztIntArray_compare_func;
+  } else {
+    return compareKeys<K>;
+  }
+}
+
 template <Element K, Element V>
 void *newPairs(ztCtor ctor) {
   void *pairs = ctor(nullptr, 1);
@@ -116,7 +126,7 @@ void *newPairs(ztCtor ctor) {
     return nullptr;
   }
   const auto *methods = methodsOf<ztAssociativeContainer>(pairs);
-  methods->setCompareFunction(pairs, compareKeys<K>);
+  methods->setCompareFunction(pairs, keyOrder<K>());
   methods->setKeySize(pairs, sizeof(K), byPointer<K>);
   methods->setValueSize(pairs, sizeof(V), byPointer<V>);
   return pairs;
