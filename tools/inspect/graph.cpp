@@ -3,9 +3,6 @@
 #include "tools/inspect/dot.hh"
 #include "tools/inspect/output.hh"
 
-#include <ctype.h>
-#include <errno.h>
-
 #include <fstream>
 #include <set>
 #include <vector>
