@@ -166,10 +166,10 @@ class Difference {
                            comparable(own, own.steps[i], secondFile.source.form());
       if (isEqual || i == second.parentStep) continue;
       const Name &name = second.names[i];
-      std::string place = name.text.empty() ? std::string("(") + nameOf(own.steps[i].kind) + ")" : name.text;
+      std::string place = shown(name, own.steps[i]);
       if (name.element >= 0) place += "[" + std::to_string(name.element) + "]";
       add("changed", second,
-          ": " + printable(place) + ": " + shown(old, old.steps[i], name.kind) + " -> " +
+          ": " + place + ": " + shown(old, old.steps[i], name.kind) + " -> " +
               shown(own, own.steps[i], name.kind));
     }
     if (old.steps.size() == own.steps.size()) return;
