@@ -295,6 +295,11 @@ def tells_freed_objects_of_all_threads():
     other, = ask("zt live", program=(HOST, "thread"), first=[*STOP, unknown])
     for name in ("ztSignal", "ztSlot", "ztSlotMap"):
         expect_equal(counts(other)[name] >= counts(before)[name], True, name)
+    # A shared block without living parts is told by its count, whoever allocated it.
+    block = "(char *)all.signal - ((int *)all.signal)[3]"
+    whole, _, ended = ask("zt live", f"set var *(int *)({block}) = 0", "zt live", first=[*STOP, unknown])
+    for name in ("ztSignal", "ztSlotMap"):
+        expect_equal(counts(ended)[name], counts(whole)[name] - 1, name)
 
 
 GRAPH = """digraph objects {

@@ -143,4 +143,27 @@ compares_values_of_host_classes() {
   grep -q '^changed Sensors @192: bytes of a class that is not known$' out.txt || fail "$(cat out.txt)"
 }
 
+# Each side shows its value as what it is there.
+compares_values_of_another_type() {
+  "$maker" signs integers.zt binary "$plugin"
+  inspect 0 convert integers.zt --load "$plugin" --to json -o integers.json
+  python3 - <<'PYTHON'
+import json, struct
+
+records = json.load(open("integers.json"))
+tag = next(record for record in records if record["class"] == "ztTag")
+for field in tag["fields"]:
+    if field["name"] == "attributes[0].type":
+        field["value"] = 2
+    if field["name"] == "attributes[0].values":
+        field["hex"] = struct.pack("<d", field.pop("value") + 0.5).hex()
+json.dump(records, open("reals.json", "w"))
+PYTHON
+  inspect 0 convert reals.json --to binary -o reals.zt
+  inspect 1 diff integers.zt reals.zt --load "$plugin"
+  expect_line 'changed ztTag 11 "sensors": attributes[0].type: 1 -> 2'
+  expect_line 'changed ztTag 11 "sensors": attributes[0].values[0]: 0 -> 0.5'
+  expect_line 'changed ztTag 11 "sensors": attributes[0].values[1]: 10 -> 10.5'
+}
+
 "$case"

@@ -46,6 +46,43 @@ GRAPH
   fi
 }
 
+# Blocks that are no objects, parts of blocks, fields that lead back, and names that nobody knows.
+draws_every_kind_of_holder() {
+  cat >kinds.txt <<'REPORT'
+Zentova report 1 of process 1
+#1 Plant "plant"
+    count 1, 64 bytes, made by main
+    held by a block of 128 bytes, made by start < main
+    held by #2 Gauge in owner
+    held by #3.1 Panel in owner
+    held by #3.1 Panel in sender
+    signal ? calls tick of #2 Gauge
+    signal "level" calls show of #3.1 Panel
+    signal "lost" calls tick of an object in other memory
+#2 Gauge
+    held by #1 Plant "plant" in gauges
+    held by #3.1 Panel
+    held by #1 Plant "plant" in signals
+    and 4 more
+#3.1 Panel
+REPORT
+  inspect 0 graph kinds.txt
+  expect_message
+  diff - <(tail -n +5 out.txt) <<'GRAPH' || fail "that is not the expected graph"
+  "block 1" [label="a block of 128 bytes, made by start < main", style=dashed];
+  "#1" [label="Plant \"plant\"\n#1"];
+  "#2" [label="Gauge\n#2"];
+  "#3.1" [label="Panel\n#3.1"];
+  "block 1" -> "#1";
+  "#3.1" -> "#1" [label="owner"];
+  "#1" -> "#2" [label="?\ntick", style=dashed];
+  "#1" -> "#3.1" [label="level\nshow", style=dashed];
+  "#1" -> "#2" [label="gauges"];
+  "#3.1" -> "#2";
+}
+GRAPH
+}
+
 refuses_what_is_no_report() {
   run "$ztinspect" graph missing.txt
   [ "$status" -eq 1 ] || fail "status $status"

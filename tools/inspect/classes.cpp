@@ -95,69 +95,63 @@ static Json nameOrNull(const ztClass *klass) {
   return klass == nullptr ? Json(nullptr) : Json(klass->name);
 }
 
-static Json slotsOf(const ztClassInfo &info) {
-  Json slots = Json::array();
-  for (int32_t i = 0; i < info.methodCount; ++i) {
-    const ztMethodInfo &method = info.methods[i];
-    slots.push_back({{"slot", method.slot},
-                     {"name", method.name},
-                     {"declaration", method.declaration},
-                     {"state", nameOf(method.state)},
-                     {"introducedBy", nameOrNull(method.introducedBy)},
-                     {"definedBy", nameOrNull(method.definedBy)}});
+// What a function makes of each item; items that it makes null are left out.
+template <typename Item, typename Function>
+static Json arrayOf(const Item *items, int32_t count, Function toJson) {
+  Json array = Json::array();
+  for (int32_t i = 0; i < count; ++i) {
+    Json json = toJson(items[i]);
+    if (!json.is_null()) array.push_back(std::move(json));
   }
-  return slots;
+  return array;
 }
 
-static Json fieldsOf(const ztClassInfo &info) {
-  Json fields = Json::array();
-  for (int32_t i = 0; i < info.fieldCount; ++i) {
-    const ztFieldInfo &field = info.fields[i];
-    fields.push_back({{"offset", field.offset},
-                      {"name", field.name},
-                      {"type", field.type},
-                      {"introducedBy", nameOrNull(field.introducedBy)}});
-  }
-  return fields;
+template <typename Function>
+static Json propertiesOf(const ztObjectInfo *info, Function toJson) {
+  return info == nullptr ? Json::array() : arrayOf(info->properties, info->propertyCount, toJson);
 }
 
-static Json functionsOf(const ztClassInfo &info) {
-  Json functions = Json::array();
-  for (int32_t i = 0; i < info.functionCount; ++i) {
-    const ztFunctionInfo &function = info.functions[i];
-    functions.push_back(
-        {{"slot", function.slot}, {"name", function.name}, {"declaration", function.declaration}});
-  }
-  return functions;
+template <typename Function>
+static Json signalsOf(const ztObjectInfo *info, Function toJson) {
+  return info == nullptr ? Json::array() : arrayOf(info->signals, info->signalCount, toJson);
 }
 
-static Json propertiesOf(const ztObjectInfo *info) {
-  Json properties = Json::array();
-  for (int32_t i = 0; info != nullptr && i < info->propertyCount; ++i) {
-    const ztPropertyInfo &property = info->properties[i];
-    properties.push_back({{"name", property.name},
-                          {"type", property.type},
-                          {"readable", property.isReadable != 0},
-                          {"writable", property.isWritable != 0},
-                          {"declaredBy", property.declaredBy}});
-  }
-  return properties;
+static Json wholeMethod(const ztMethodInfo &method) {
+  return {{"slot", method.slot},
+          {"name", method.name},
+          {"declaration", method.declaration},
+          {"state", nameOf(method.state)},
+          {"introducedBy", nameOrNull(method.introducedBy)},
+          {"definedBy", nameOrNull(method.definedBy)}};
 }
 
-static Json signalsOf(const ztObjectInfo *info) {
-  Json signals = Json::array();
-  for (int32_t i = 0; info != nullptr && i < info->signalCount; ++i) {
-    const ztSignalInfo &signal = info->signals[i];
-    Json arguments = Json::array();
-    for (int32_t j = 0; j < signal.argumentCount; ++j) {
-      arguments.push_back({{"type", signal.arguments[j].type}, {"name", signal.arguments[j].name}});
-    }
-    signals.push_back({{"name", signal.name},
-                       {"declaration", signal.declaration},
-                       {"arguments", arguments},
-                       {"declaredBy", nameOrNull(signal.declaredBy)}});
-  }
-  return signals;
+static Json wholeField(const ztFieldInfo &field) {
+  return {{"offset", field.offset},
+          {"name", field.name},
+          {"type", field.type},
+          {"introducedBy", nameOrNull(field.introducedBy)}};
+}
+
+static Json wholeFunction(const ztFunctionInfo &function) {
+  return {{"slot", function.slot}, {"name", function.name}, {"declaration", function.declaration}};
+}
+
+static Json wholeProperty(const ztPropertyInfo &property) {
+  return {{"name", property.name},
+          {"type", property.type},
+          {"readable", property.isReadable != 0},
+          {"writable", property.isWritable != 0},
+          {"declaredBy", property.declaredBy}};
+}
+
+static Json wholeSignal(const ztSignalInfo &signal) {
+  const Json arguments = arrayOf(signal.arguments, signal.argumentCount, [](const auto &argument) -> Json {
+    return {{"type", argument.type}, {"name", argument.name}};
+  });
+  return {{"name", signal.name},
+          {"declaration", signal.declaration},
+          {"arguments", arguments},
+          {"declaredBy", nameOrNull(signal.declaredBy)}};
 }
 
 static Json toJson(ztClass *klass) {
@@ -168,63 +162,51 @@ static Json toJson(ztClass *klass) {
           {"version", klass->version},
           {"instanceSize", klass->instanceSize},
           {"described", info->isDescribed != 0},
-          {"slots", slotsOf(*info)},
-          {"fields", fieldsOf(*info)},
-          {"functions", functionsOf(*info)},
-          {"properties", propertiesOf(object.get())},
-          {"signals", signalsOf(object.get())}};
-}
-
-// What a class adds to its parent.
-static Json ownSlots(const ztClassInfo &info, const ztClass *klass) {
-  Json slots = Json::array();
-  for (int32_t i = 0; i < info.methodCount; ++i) {
-    const ztMethodInfo &method = info.methods[i];
-    if (method.introducedBy == klass)
-      slots.push_back({method.slot, printable(method.declaration), nameOf(method.state)});
-  }
-  return slots;
-}
-
-static Json replacedSlots(const ztClassInfo &info, const ztClass *klass) {
-  Json slots = Json::array();
-  for (int32_t i = 0; i < info.methodCount; ++i) {
-    const ztMethodInfo &method = info.methods[i];
-    if (method.introducedBy != klass && method.definedBy == klass) slots.push_back(method.slot);
-  }
-  return slots;
-}
-
-static Json ownFields(const ztClassInfo &info, const ztClass *klass) {
-  Json fields = Json::array();
-  for (int32_t i = 0; i < info.fieldCount; ++i) {
-    const ztFieldInfo &field = info.fields[i];
-    if (field.introducedBy == klass)
-      fields.push_back({field.offset, printable(field.name), printable(field.type)});
-  }
-  return fields;
+          {"slots", arrayOf(info->methods, info->methodCount, wholeMethod)},
+          {"fields", arrayOf(info->fields, info->fieldCount, wholeField)},
+          {"functions", arrayOf(info->functions, info->functionCount, wholeFunction)},
+          {"properties", propertiesOf(object.get(), wholeProperty)},
+          {"signals", signalsOf(object.get(), wholeSignal)}};
 }
 
 static const char *limitOf(const ztPropertyInfo &property) {
   return !property.isWritable ? ", read only" : !property.isReadable ? ", write only" : "";
 }
 
+// What a class adds to its parent.
+static Json ownSlots(const ztClassInfo &info, const ztClass *klass) {
+  return arrayOf(info.methods, info.methodCount, [klass](const ztMethodInfo &method) -> Json {
+    if (method.introducedBy != klass) return nullptr;
+    return {method.slot, printable(method.declaration), nameOf(method.state)};
+  });
+}
+
+static Json replacedSlots(const ztClassInfo &info, const ztClass *klass) {
+  return arrayOf(info.methods, info.methodCount, [klass](const ztMethodInfo &method) -> Json {
+    if (method.introducedBy == klass || method.definedBy != klass) return nullptr;
+    return method.slot;
+  });
+}
+
+static Json ownFields(const ztClassInfo &info, const ztClass *klass) {
+  return arrayOf(info.fields, info.fieldCount, [klass](const ztFieldInfo &field) -> Json {
+    if (field.introducedBy != klass) return nullptr;
+    return {field.offset, printable(field.name), printable(field.type)};
+  });
+}
+
 static Json ownProperties(const ztObjectInfo *info, const ztClass *klass) {
-  Json properties = Json::array();
-  for (int32_t i = 0; info != nullptr && i < info->propertyCount; ++i) {
-    const ztPropertyInfo &property = info->properties[i];
-    if (strcmp(property.declaredBy, klass->name) == 0)
-      properties.push_back({printable(property.name), printable(property.type), limitOf(property)});
-  }
-  return properties;
+  return propertiesOf(info, [klass](const ztPropertyInfo &property) -> Json {
+    if (strcmp(property.declaredBy, klass->name) != 0) return nullptr;
+    return {printable(property.name), printable(property.type), limitOf(property)};
+  });
 }
 
 static Json ownSignals(const ztObjectInfo *info, const ztClass *klass) {
-  Json signals = Json::array();
-  for (int32_t i = 0; info != nullptr && i < info->signalCount; ++i) {
-    if (info->signals[i].declaredBy == klass) signals.push_back(printable(info->signals[i].declaration));
-  }
-  return signals;
+  return signalsOf(info, [klass](const ztSignalInfo &signal) -> Json {
+    if (signal.declaredBy != klass) return nullptr;
+    return printable(signal.declaration);
+  });
 }
 
 std::string classesInShort() {

@@ -155,9 +155,9 @@ class Difference {
     const std::string now = second.identity.name + " of version " + std::to_string(second.identity.version);
     if (before != now) return add("changed", second, ": class: " + before + " -> " + now);
     if (second.state == State::unknown) return add("changed", second, ": bytes of a class that is not known");
-    showValues(second);
+    showValues(first, second);
   }
-  void showValues(const Record &second) {
+  void showValues(const Record &first, const Record &second) {
     const Trace &old = firstFile.details.values();
     const Trace &own = secondFile.details.values();
     const size_t common = std::min(old.steps.size(), own.steps.size());
@@ -166,10 +166,10 @@ class Difference {
                            comparable(own, own.steps[i], secondFile.source.form());
       if (isEqual || i == second.parentStep) continue;
       const Name &name = second.names[i];
-      std::string place = name.text.empty() ? std::string("(") + nameOf(own.steps[i].kind) + ")" : name.text;
+      std::string place = shown(name, own.steps[i]);
       if (name.element >= 0) place += "[" + std::to_string(name.element) + "]";
       add("changed", second,
-          ": " + printable(place) + ": " + shown(old, old.steps[i], name.kind) + " -> " +
+          ": " + place + ": " + shown(old, old.steps[i], first.names[i].kind) + " -> " +
               shown(own, own.steps[i], name.kind));
     }
     if (old.steps.size() == own.steps.size()) return;

@@ -41,12 +41,12 @@ class Lines {
     std::string values = shown(trace, step, name.kind);
     while (name.element >= 0 && last + 1 < trace.steps.size() && last + 1 - first < onOneLine) {
       const Name &next = record.names[last + 1];
-      if (next.element != record.names[last].element + 1 || next.text != name.text) break;
+      if (!next.follows(record.names[last])) break;
       ++last;
       values += " " + shown(trace, trace.steps[last], next.kind);
     }
     line = indent + "    " + painted("2", "@" + std::to_string(step.offset)) + " ";
-    line += name.text.empty() ? std::string("(") + nameOf(step.kind) + ")" : printable(name.text);
+    line += shown(name, step);
     if (name.element >= 0) {
       line += "[" + std::to_string(name.element);
       if (last > first) line += ".." + std::to_string(record.names[last].element);

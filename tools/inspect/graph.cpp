@@ -3,11 +3,9 @@
 #include "tools/inspect/dot.hh"
 #include "tools/inspect/output.hh"
 
-#include <ctype.h>
-#include <errno.h>
-
 #include <fstream>
 #include <set>
+#include <tuple>
 #include <vector>
 
 namespace ztinspect {
@@ -170,17 +168,21 @@ static std::string lineOf(const Edge &edge) {
   return text + ";\n";
 }
 
-// A field by which a part knows its owner, which holds it.
-static bool leadsBack(const Edge &edge, const std::set<std::pair<std::string, std::string>> &pairs) {
-  const bool isBack = edge.label == "parent" || edge.label == "owner" || edge.label == "sender";
-  return isBack && pairs.count({edge.to, edge.from}) != 0;
+// Which object leads to which one, and whether by a connection.
+using Ends = std::tuple<std::string, std::string, bool>;
+
+// A field by which a part knows its owner, which holds it, or a receiver the sender.
+static bool leadsBack(const Edge &edge, const std::set<Ends> &ends) {
+  const bool isSender = edge.label == "sender";
+  const bool isBack = isSender || edge.label == "parent" || edge.label == "owner";
+  return isBack && ends.count({edge.to, edge.from, isSender}) != 0;
 }
 
 static void writeEdges(const std::vector<Edge> &edges, Output *output) {
-  std::set<std::pair<std::string, std::string>> pairs;
-  for (const Edge &edge : edges) pairs.insert({edge.from, edge.to});
+  std::set<Ends> ends;
+  for (const Edge &edge : edges) ends.insert({edge.from, edge.to, edge.isConnection});
   for (const Edge &edge : edges) {
-    if (edge.isConnection || !leadsBack(edge, pairs)) output->write(lineOf(edge));
+    if (edge.isConnection || !leadsBack(edge, ends)) output->write(lineOf(edge));
   }
 }
 

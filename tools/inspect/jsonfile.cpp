@@ -1,9 +1,6 @@
 #include "tools/inspect/jsonfile.hh"
 
 #include <limits.h>
-#include <math.h>
-#include <stdlib.h>
-#include <string.h>
 #include <sys/stat.h>
 
 #include <fstream>

@@ -18,6 +18,11 @@ struct Name {
   int32_t element = -1;   // the number of an element of an array
   Kind kind;              // as which bytes are shown
   bool isTarget = false;  // the identifier that a link leads to
+
+  // Whether it is the next element of the same array.
+  bool follows(const Name &before) const {
+    return element == before.element + 1 && text == before.text;
+  }
 };
 
 // A field of a class, and where it leads.

@@ -120,8 +120,7 @@ class PageData {
   size_t addField(std::string *json, const Record &record, const Trace &trace, size_t first) {
     const Name &name = record.names[first];
     const Step &step = trace.steps[first];
-    const std::string shownName = name.text.empty() ? std::string("(") + nameOf(step.kind) + ")" : name.text;
-    *json += "[" + std::to_string(names.of(shownName)) + "," + std::to_string(step.offset) + ",";
+    *json += "[" + std::to_string(names.of(shown(name, step))) + "," + std::to_string(step.offset) + ",";
     size_t next = first + 1;
     if (name.element < 0) {
       *json += name.isTarget && step.kind == Kind::whole ? std::to_string(trace.wholeOf(step))
@@ -130,7 +129,7 @@ class PageData {
       *json += "[" + elementOf(trace, step, name.kind);
       for (; next < trace.steps.size(); ++next) {
         const Name &other = record.names[next];
-        if (other.element != record.names[next - 1].element + 1 || other.text != name.text) break;
+        if (!other.follows(record.names[next - 1])) break;
         *json += "," + elementOf(trace, trace.steps[next], other.kind);
       }
       *json += "]," + std::to_string(name.element);

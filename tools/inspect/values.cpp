@@ -79,6 +79,10 @@ std::string shown(const Trace &trace, const Step &step, Kind as) {
   return shownBytes(trace.valueOf(step));
 }
 
+std::string shown(const Name &name, const Step &step) {
+  return name.text.empty() ? std::string("(") + nameOf(step.kind) + ")" : printable(name.text);
+}
+
 // JSON --------------------------------------------------------------------------------------------
 
 static void addValue(std::string *json, const Trace &trace, const Step &step, Kind as) {

@@ -10,6 +10,8 @@ namespace ztinspect {
 
 // A value on a line: a number, a text in quotes, or the first bytes as hexadecimal digits.
 std::string shown(const Trace &trace, const Step &step, Kind as);
+// The name of a value on a line, without the number of an element; its kind where it has no name.
+std::string shown(const Name &name, const Step &step);
 // A number as people write it; "inf" and "nan" too.
 std::string shownReal(double value);
 // A record as one object of JSON, on one line. `raw` are the bytes of the record, if they are to be in it.

@@ -45,7 +45,8 @@ DESTROYED_SLOT = 22
 
 # Objects of exactly these classes may share a block of memory; its distance stands behind the reference count, and
 # the number of objects in it at its beginning.
-PARTS = {"ztString", "ztCharArray", "ztAvlTree", "ztSlot", "ztSignal", "ztSlotMap", "ztSignalMap", "ztPropertyMap"}
+PARTS = {"ztString", "ztCharArray", "ztAvlTree", "ztMapItem", "ztSlot", "ztSignal", "ztSlotMap", "ztSignalMap",
+         "ztPropertyMap"}
 PART_DISTANCE = 12
 FURTHEST_PART = 1024
 MOST_PARTS = 64
