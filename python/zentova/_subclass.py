@@ -120,7 +120,7 @@ class prop(_properties.Declared):
                 string = word_at(address + offset)
                 if kind.name == "ztString" or not string:
                     return string
-                return string_characters(string)
+                return _members.string_characters(string)
 
             def set_text(address: int, text: int) -> int:
                 if kind.name == "ztString":
@@ -217,11 +217,6 @@ def new_string(data: bytes) -> int:
 
 def set_string(string: int, data: bytes) -> None:
     ctypes.CFUNCTYPE(c_void_p).from_address(word_at(word_at(string) + 40) + 8 * 16)(c_void_p(string), data)
-
-
-def string_characters(string: int) -> int:
-    get = ctypes.CFUNCTYPE(c_void_p).from_address(word_at(word_at(string) + 40) + 8 * 18)
-    return get(c_void_p(string)) or 0
 
 
 # Methods --------------------------------------------------------------------------------------------------------------
