@@ -161,10 +161,10 @@ def get_value(wrapper: Any, name: str, kind: Kind) -> Any:
         engine.log.mark()
         if not kind.get(wrapper._c or ended(wrapper), name.encode(), ctypes.byref(out)) or pending:
             engine.failed(f"{type(wrapper).__name__}.{name} is not read")
-    return read(kind, out, wrapper)
+    return read(kind, out)
 
 
-def read(kind: Kind, out: Any, wrapper: Any) -> Any:
+def read(kind: Kind, out: Any) -> Any:
     if kind.ctype is c_char_p:
         return engine.bytes_to_text(out.value)
     if kind.ctype is c_void_p:
