@@ -19,6 +19,12 @@ def compiled(source, folder):
     return plugin
 
 
+def pytest_configure(config):
+    """What a `__del__` or a thread raises is a failure."""
+    for name in ("PytestUnraisableExceptionWarning", "PytestUnhandledThreadExceptionWarning"):
+        config.addinivalue_line("filterwarnings", f"error::pytest.{name}")
+
+
 @pytest.fixture(scope="session")
 def plugins(tmp_path_factory):
     """The folder with gauge.so, probe.so and meter.so."""

@@ -236,6 +236,21 @@ def test_objects_that_two_threads_use_stay_whole(zt):
     assert 0 < len(series) <= 20
 
 
+@pytest.mark.parametrize("meanwhile", ["nothing", "forgotten", "replaced"])
+def test_a_wrapper_that_is_forgotten_while_another_thread_does_something(zt, meanwhile):
+    from zentova import _objects as objects
+    address, later = 1, lambda: None
+
+    def gone():
+        if meanwhile == "forgotten":
+            del objects.made[address]
+        if meanwhile == "replaced":
+            objects.made[address] = later
+    objects.made[address] = gone
+    objects.forget(address)
+    assert objects.made.pop(address, None) is (later if meanwhile == "replaced" else None)
+
+
 def test_what_one_thread_walks_and_another_one_takes_apart(zt):
     root, tag, names = zt.ztRoot(), zt.ztTag(), zt.ztList(element=str)
     series, problems, done = tag.attributes.add("values", int, 0), [], threading.Event()

@@ -1,5 +1,6 @@
 """What calls cost, counted in frames of the interpreter: one for each method, and for each use of a property."""
 
+import ctypes
 import sys
 
 import pytest
@@ -99,3 +100,14 @@ def test_a_slot_sees_each_change_of_a_property_in_python(zt, objects):
     one.limit, one.note = 3, "after"
     assert seen == [2, "täxt"] and (one.limit, one.note) == (3, "after")
     assert (zt.get_property(one, "limit"), zt.get_property(one, "note")) == (3, "after")
+
+
+def test_a_slot_sees_changes_also_where_the_map_of_signals_gets_its_tree_late(zt, objects):
+    one, seen = objects["counted"].clone(), []
+    place = ctypes.c_size_t.from_address(ctypes.c_size_t.from_address(one._a + 16).value + 88)
+    tree, place.value = place.value, 0
+    one.limit, one.note = 1, "before"
+    place.value = tree
+    with zt.on_change(one, "limit", seen.append), zt.on_change(one, "note", seen.append):
+        one.limit, one.note = 2, "after"
+    assert seen == [2, "after"]

@@ -324,6 +324,12 @@ def tree_items(root: int) -> list[int]:
     return items
 
 
+def map_pairs(address: int) -> list[tuple[int, int]]:
+    """The addresses of the keys and values of a ztMap, in order."""
+    tree = word_at(address + 88)
+    return [(word_at(item + 16), word_at(item + 48)) for item in tree_items(word_at(tree + 64) if tree else 0)]
+
+
 def comparable(self: Any) -> None:
     if not word_at(there(self)._a + 32):
         raise Error(f"this {type(self).__name__} does not know the order of its elements: give element=... or key=...")

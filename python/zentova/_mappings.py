@@ -11,7 +11,7 @@ from . import _engine as engine
 from . import _members
 from . import _objects as objects
 from ._containers import empty, size, truth
-from ._elements import Passed, call, comparable, key_of, policy, stored, there, tree_items, value_of
+from ._elements import Passed, call, comparable, key_of, map_pairs, policy, stored, there, value_of
 from ._engine import word_at
 from .errors import Error
 
@@ -46,12 +46,6 @@ def init_mapping(self: Any, pairs: Any = (), *, key: Any = None, value: Any = No
         self[name] = held
 
 
-def map_items(self: Any) -> list[tuple[int, int]]:
-    """The addresses of the keys and values."""
-    tree = word_at(there(self)._a + 88)
-    return [(word_at(item + 16), word_at(item + 48)) for item in tree_items(word_at(tree + 64) if tree else 0)]
-
-
 def map_len(self: Any) -> int:
     tree = word_at(there(self)._a + 88)
     return c_uint32.from_address(tree + 72).value if tree else 0
@@ -76,7 +70,7 @@ def table_len(self: Any) -> int:
 
 
 def pairs_of(self: Any) -> list[tuple[int, int]]:
-    return table_items(self) if isinstance(self, objects.class_named("ztHashTable")) else map_items(self)
+    return table_items(self) if isinstance(self, objects.class_named("ztHashTable")) else map_pairs(there(self)._a)
 
 
 def mapping_iterate(self: Any) -> Iterator[Any]:

@@ -407,8 +407,13 @@ def string_text(address: int | None) -> str | None:
     """The text of a ztString that belongs to another object; None if there is none."""
     if not address or engine.word_if_readable(address) not in objects.descriptors():
         return None
-    get = ctypes.CFUNCTYPE(ctypes.c_char_p).from_address(word_at(word_at(address) + 40) + 8 * 18)
-    return engine.bytes_to_text(get(c_void_p(address)))
+    return engine.text_at(string_characters(address))
+
+
+def string_characters(address: int) -> int:
+    """The characters of a ztString; 0 for none."""
+    get = ctypes.CFUNCTYPE(c_void_p).from_address(word_at(word_at(address) + 40) + 8 * 18)
+    return get(c_void_p(address)) or 0
 
 
 # Fields -----------------------------------------------------------------------------------------------------------------

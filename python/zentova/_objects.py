@@ -226,10 +226,20 @@ class Object(metaclass=EngineClass):
             address, cell = self._a, self._c
             if cell and self._watched:
                 unwatch(address, address_of(cell))
-            if address in made and made[address]() is None:
-                del made[address]
+            forget(address)
         except AttributeError:
             pass  # it was never made
+
+
+def forget(address: int) -> None:
+    """Forgets a wrapper that is no more. During a call another thread may do so, too, or enter a new wrapper: the
+    second look and the removal are no calls."""
+    try:
+        kept = made[address]
+        if kept() is None and made[address] is kept:
+            del made[address]
+    except KeyError:
+        pass
 
 
 def living(wrapper: Any) -> Any:
@@ -362,8 +372,7 @@ def release(wrapper: Object) -> None:
     wrapper._owned = False
     cell, address = wrapper._c, wrapper._a
     if not cell:
-        if address in made and made[address]() is None:
-            del made[address]
+        forget(address)
         return
     klass = word_at(address)
     made.pop(address, None)

@@ -9,6 +9,7 @@ from typing import Any, NamedTuple
 from . import _engine as engine
 from . import _members
 from . import _objects as objects
+from ._elements import map_pairs
 from ._engine import ended, known, pending, quick, raise_pending, word_at
 from .errors import Error
 
@@ -160,10 +161,10 @@ def get_value(wrapper: Any, name: str, kind: Kind) -> Any:
         engine.log.mark()
         if not kind.get(wrapper._c or ended(wrapper), name.encode(), ctypes.byref(out)) or pending:
             engine.failed(f"{type(wrapper).__name__}.{name} is not read")
-    return read(kind, out, wrapper)
+    return read(kind, out)
 
 
-def read(kind: Kind, out: Any, wrapper: Any) -> Any:
+def read(kind: Kind, out: Any) -> Any:
     if kind.ctype is c_char_p:
         return engine.bytes_to_text(out.value)
     if kind.ctype is c_void_p:
@@ -389,9 +390,8 @@ def kind_of(wrapper: Any, name: str) -> Kind:
 
 def learn(cls: Any, properties: int) -> None:
     """Makes attributes of the dynamic properties in a map."""
-    from ._signals import text_of_string, values_of_map
-    for address in values_of_map(properties):
-        make_attribute(cls, engine.text_at(text_of_string(word_at(address + 16))) or "")
+    for _, address in map_pairs(properties):
+        make_attribute(cls, engine.text_at(_members.string_characters(word_at(address + 16))) or "")
 
 
 def make_attribute(cls: Any, name: str) -> None:

@@ -9,8 +9,9 @@ from typing import Any, Callable, Sequence
 from . import _declare as declare
 from . import _engine as engine
 from . import _objects as objects
+from ._elements import map_pairs
 from ._engine import ended, known, word_at
-from ._members import number_of, wrong_number
+from ._members import number_of, string_characters, wrong_number
 from .errors import Error, UnsafeError
 
 #: Signals that the library emits without a declaration: the types of their arguments.
@@ -224,23 +225,10 @@ def arguments_of(sender: Any, signal: str) -> int | None:
     signals_map = word_at(sender._a + 16)
     if not signals_map:
         return None
-    for address in values_of_map(signals_map):
-        if engine.text_at(text_of_string(word_at(address + 16))) == signal:
+    for _, address in map_pairs(signals_map):
+        if engine.text_at(string_characters(word_at(address + 16))) == signal:
             return ctypes.c_uint32.from_address(address + 32).value
     return None
-
-
-def values_of_map(address: int) -> list[int]:
-    """The values of a ztMap, in order."""
-    from ._elements import tree_items
-    tree = word_at(address + 88)
-    return [word_at(item + 48) for item in tree_items(word_at(tree + 64) if tree else 0)]
-
-
-def text_of_string(address: int) -> int:
-    """The characters of a ztString."""
-    get = ctypes.CFUNCTYPE(c_void_p).from_address(word_at(word_at(address) + 40) + 8 * 18)
-    return get(c_void_p(address)) or 0
 
 
 def argument(value: Any, text: str, at: int, keep: list[Any]) -> engine.Argument:

@@ -53,8 +53,8 @@ class prop(_properties.Declared):
         object has no signals that could tell of it, the value is stored at once."""
         kind, name = self.kind, self.name
         names = {"ended": ended, "set_value": _properties.set_value, "kind": kind, "guess": objects.guess,
-                 "bytes_to_text": engine.bytes_to_text, "text_to_bytes": engine.text_to_bytes, "passed": objects.passed,
-                 "size": method_in("ztMap", 23, c_int32), "get": method_in("ztString", 18, c_char_p),
+                 "bytes_to_text": engine.bytes_to_text, "text_to_bytes": engine.text_to_bytes,
+                 "note_signals": note_signals, "get": method_in("ztString", 18, c_char_p),
                  "set": method_in("ztString", 16, c_void_p)}
         is_text, is_pointer = kind.ctype is c_char_p, kind.ctype is c_void_p
         lines = ["def read(self):", " if not self._c: ended(self)"]
@@ -69,9 +69,8 @@ class prop(_properties.Declared):
             fits, _ = _properties.FITTING[kind.name]
             store = f"if set(self.{TEXT}{name}, data): return" if is_text else f"view.{name} = value; return"
             lines += [f" if {fits}:", f"  view = self.{VIEW}", *(f"  {line}" for line in _members.ENCODED if is_text),
-                      f"  if view.{SIGNALS} != self.{SIGNALS}: self.{SIGNALS} = view.{SIGNALS}; "
-                      f"self.{PASSED} = passed(view.{SIGNALS})",
-                      f"  if not size(self.{PASSED}):", f"   {store}"]
+                      f"  if view.{SIGNALS} != self.{SIGNALS}: note_signals(self, view.{SIGNALS})",
+                      f"  if not self.{COUNT}.value:", f"   {store}"]
         exec("\n".join(lines + [f" set_value(self, {name!r}, kind, value)"]), names)
         return Accessor(names["read"], names["write"], None, f"{kind.name} {name}")
 
@@ -121,7 +120,7 @@ class prop(_properties.Declared):
                 string = word_at(address + offset)
                 if kind.name == "ztString" or not string:
                     return string
-                return string_characters(string)
+                return _members.string_characters(string)
 
             def set_text(address: int, text: int) -> int:
                 if kind.name == "ztString":
@@ -154,9 +153,10 @@ class Address(c_void_p):
     """A pointer in a view: a field of this class is not made a number."""
 
 
-#: Attributes of objects: the view; the address of the map of signals, as it was last seen, and as calls pass it; and,
-#: with the name of a property that is a text, its string as calls pass it, which lasts as long as the object.
-VIEW, SIGNALS, PASSED, TEXT = "_zentova_view", "_zentova_signals", "_zentova_passed", "_zentova_text_"
+#: Attributes of objects: the view; the address of the map of signals, as it was last seen, and the number of signals in
+#: its memory; and, with the name of a property that is a text, its string as calls pass it, which lasts as long as the
+#: object.
+VIEW, SIGNALS, COUNT, TEXT = "_zentova_view", "_zentova_signals", "_zentova_count", "_zentova_text_"
 
 
 def view_of(props: list[prop]) -> Any:
@@ -172,9 +172,19 @@ def view_of(props: list[prop]) -> Any:
     return type("View", (ctypes.Structure,), {"_fields_": fields})
 
 
+NO_SIGNALS = ctypes.c_uint32(0)
+
+
+def note_signals(wrapper: Any, signals: int) -> None:
+    """Notes where the number of an object's signals is. A map keeps its tree. One that has none yet is looked at again."""
+    tree = word_at(signals + 88) if signals else 0
+    setattr(wrapper, SIGNALS, signals if tree else 0)
+    setattr(wrapper, COUNT, ctypes.c_uint32.from_address(tree + 72) if tree else NO_SIGNALS)
+
+
 def hidden_attributes(address: int, view: Any, props: list[prop]) -> dict[str, Any]:
     """The attributes of an object by which Python reads and writes its properties."""
-    found = {VIEW: view(address), SIGNALS: 0, PASSED: objects.passed(0)}
+    found = {VIEW: view(address), SIGNALS: 0, COUNT: NO_SIGNALS}
     for one in props:
         if one.kind.ctype is c_char_p:
             found[TEXT + one.name] = objects.passed(word_at(address + one.offset))
@@ -207,11 +217,6 @@ def new_string(data: bytes) -> int:
 
 def set_string(string: int, data: bytes) -> None:
     ctypes.CFUNCTYPE(c_void_p).from_address(word_at(word_at(string) + 40) + 8 * 16)(c_void_p(string), data)
-
-
-def string_characters(string: int) -> int:
-    get = ctypes.CFUNCTYPE(c_void_p).from_address(word_at(word_at(string) + 40) + 8 * 18)
-    return get(c_void_p(string)) or 0
 
 
 # Methods --------------------------------------------------------------------------------------------------------------
