@@ -1,5 +1,6 @@
 #include "core/ztbasec.h"
 
+#include "containers/ztmapitem.h"
 #include "core/ztbasec.hh"
 #include "core/ztcalls.hh"
 #include "core/ztcheck.hh"
@@ -99,8 +100,17 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
   endObject(object);
 }
 
-// A part of a shared block, or an object with more references; also one whose class has a field behind the count.
-[[gnu::noinline]] static void unRefOther(ztBaseClass &object) {
+// Of the objects that own nothing, only these may be parts. The distance of others is not read: their class may have
+// another field there, or nobody may have written the bytes.
+static void freeSimple(void *object) {
+  if (ztOOP_classOf(object) == ztMapItemClass_Instance()) {
+    freePart(object);
+  } else {
+    ztm_free(object);
+  }
+}
+
+static void unRefUnchecked(ztBaseClass &object) {
   // Unsigned, because an object may be released any number of times while it is destroyed.
   const auto left = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);
   // 1, not 0: one release destroys a new object, also one that was referenced once more.
@@ -110,16 +120,7 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
   }
   object.refCount = left;
   const auto destroy = ztBaseClass_of(&object)->destroy;
-  if (destroy == baseDestroy) return freeObject(&object);
-  releaseLast(&object, destroy);
-}
-
-static void unRefUnchecked(ztBaseClass &object) {
-  const uint64_t left = countAndDistance(&object) - 1;
-  if (left > 1) return unRefOther(object);
-  object.refCount = static_cast<int32_t>(left);
-  const auto destroy = ztBaseClass_of(&object)->destroy;
-  if (destroy == baseDestroy) return ztm_free(&object);
+  if (destroy == baseDestroy) return freeSimple(&object);
   releaseLast(&object, destroy);
 }
 

@@ -11,9 +11,6 @@
 #include "core/ztcalls.hh"
 #include "core/ztmem.h"
 
-#include <stddef.h>
-#include <string.h>
-
 namespace ztcore {
 
 // The beginning of a shared block. Its objects follow.
@@ -51,13 +48,6 @@ inline void beginPart(SharedBlock *block, void *object, ztClass *klass) {
 // For an object that was not made as a part: it was constructed, or its bytes copied from another object.
 inline void ownBlock(void *object) {
   static_cast<PartHeader *>(object)->distance = 0;
-}
-
-// The reference count and the distance as one word: for an object with a block of its own, the count.
-inline uint64_t countAndDistance(const void *object) {
-  uint64_t word;
-  memcpy(&word, static_cast<const char *>(object) + offsetof(PartHeader, refCount), sizeof word);
-  return word;
 }
 
 // No part is further from its block.
