@@ -184,18 +184,40 @@ TEST_F(SharedBlock, ItemThatGotTheSlotOfAnotherEndsWithIt) {
   EXPECT_EQ(ztSlotMap_of(connected.signal()->slots)->getSize(connected.signal()->slots), 2);
 }
 
-TEST_F(SharedBlock, ItemsOfAMapWhoseValuesAreAHostsNowEndWithoutThem) {
-  const Connected connected;
-  const Object another;
-  connectTo(connected.sender, "another", another, taking(), 1);
-  ztSlotMap *slots = signalOf(connected.sender, "another")->slots;
-  auto *slot = static_cast<ztSlot *>(reinterpret_cast<ztMapItem *>(slots->tree->root)->value);
-  const ztSlotMapMethods *methods = ztSlotMap_of(slots);
-  methods->setValueConstructor(slots, nullptr);
-  methods->setValueSize(slots, sizeof slot, 1);
-  EXPECT_EQ(methods->pop(slots, another), 1);
-  EXPECT_STREQ(ztString_of(slot->name)->get(slot->name), "slot");
+// Only the item ends then, in one step: the map no longer knows that its key and its value are objects.
+TEST_F(SharedBlock, ItemsOfAMapWhoseElementsAreAHostsNowEndWithoutThem) {
+  const Object sender;
+  ztSignal *signal = signalOf(sender, "changed");
+  ztSignalMap *signals = sender.fields().signals;
+  void *key = signals->tree->root->data;
+  const ztSignalMapMethods *methods = ztSignalMap_of(signals);
+  methods->setKeyConstructor(signals, nullptr);
+  methods->setKeySize(signals, sizeof key, 1);
+  methods->setValueConstructor(signals, nullptr);
+  methods->setValueSize(signals, sizeof signal, 1);
+  EXPECT_EQ(methods->pop(signals, key), 1);
+  EXPECT_EQ(methods->getSize(signals), 0);
+  EXPECT_STREQ(textOf(signal->name), "changed");
+  EXPECT_STREQ(textOf(static_cast<const ztString *>(key)), "changed");
+  release(key);
+  release(signal);
+}
+
+TEST_F(SharedBlock, SlotThatAHostRefersToOutlivesItsConnection) {
+  Connected connected;
+  auto *slot = static_cast<ztSlot *>(connected.slotItem()->value);
+  for (int i = 0; i < 2; ++i) ztSlot_of(slot)->ref(slot);
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_EQ(slot->refCount, 2);
+  EXPECT_STREQ(textOf(slot->name), "slot");
   release(slot);
+}
+
+TEST_F(SharedBlock, NamesWhoseTextAHostTookEndWithTheirSignal) {
+  Connected connected;
+  release(takeFrom(connected.signal()->name->buffer));
+  release(takeFrom(static_cast<ztSlot *>(connected.slotItem()->value)->name->buffer));
+  connected.sender = Object();
 }
 
 TEST_F(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
