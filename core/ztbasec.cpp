@@ -1,6 +1,5 @@
 #include "core/ztbasec.h"
 
-#include "containers/ztmapitem.h"
 #include "core/ztbasec.hh"
 #include "core/ztcalls.hh"
 #include "core/ztcheck.hh"
@@ -98,16 +97,6 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
     break;
   }
   endObject(object);
-}
-
-// Of the objects that own nothing, only these may be parts. The distance of others is not read: their class may have
-// another field there, or nobody may have written the bytes.
-static void freeSimple(void *object) {
-  if (ztOOP_classOf(object) == ztMapItemClass_Instance()) {
-    freePart(object);
-  } else {
-    ztm_free(object);
-  }
 }
 
 static void unRefUnchecked(ztBaseClass &object) {

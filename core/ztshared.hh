@@ -86,6 +86,9 @@ inline void freePart(void *object) {
 // The same for an object of any class.
 void freeObject(void *object);
 
+// The same for one that owns nothing: its class has the `destroy` of the root class.
+void freeSimple(void *object);
+
 // Frees the memory of several destroyed objects of such classes. Those of one block leave it together.
 class FreedObjects {
  public:
