@@ -101,6 +101,7 @@ ZT_DEFINE_CLASS(HookedItem, ztMapItem, hookedItemMethods)
 
 static ztAvlTreeItem *countingTreePush(void *tree, const void *element) {
   ++calls;
+  runOnce(tree);
   return ztAvlTree_table()->push(tree, element);
 }
 
@@ -187,6 +188,19 @@ TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheManagerOfTheTree) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheClassOfTheMap) {
+  const Object sender;
+  const Object receiver;
+  ztSignal *signal = signalOf(sender, "sent");
+  release(signal->slots);
+  signal->slots = static_cast<ztSlotMap *>(ManagingMap_ctor(nullptr, 1));
+  ztSlotMap_of(signal->slots)->setAllowDuplicate(signal->slots, 1);
+  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
+  calls = 0;
+  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
+  EXPECT_EQ(calls, 1);
+}
+
 TEST(PlainCreation, OfAConnectionPushesIntoATreeOfAHostsClassAndItsEndPops) {
   const Object sender;
   const Object receiver;
@@ -233,6 +247,23 @@ TEST(PlainRelease, IsNoticedByANewItemOfTheMap) {
   const ztKeyValue pair = {key, value};
   atClone = [sender] { release(sender); };
   EXPECT_EQ(ztSignalMap_of(signals)->newItem(signals, &pair), nullptr);
+}
+
+// A call on the tree is under way, not on its map.
+TEST(PlainRelease, IsNoticedByASearchOfTheTree) {
+  void *sender = ztObject_ctor(nullptr, 1);
+  const Object receiver;
+  ASSERT_EQ(connectTo(sender, "sent", receiver, diarySlot<0>()), 1);
+  ASSERT_EQ(connectTo(sender, "sent", receiver, diarySlot<1>()), 1);
+  const Owned<ztAvlTree, ztAvlTreeMethods> output(CountingTree_ctor);
+  output->setElementSize(output, sizeof(void *), 1);
+  output->setCompareFunction(output, ztSlotMap_key_compare_func_ptr);
+  output->setAllowDuplicate(output, 1);
+  calls = 0;
+  atEnd = [sender](void *) { release(sender); };
+  const ztAvlTree *tree = addSignal(sender, "sent")->slots->tree;
+  ztAvlTree_of(tree)->findAll(tree, receiver, output);
+  EXPECT_EQ(calls, 1);
 }
 
 // Functions in the tables -------------------------------------------------------------------------
@@ -462,6 +493,21 @@ TEST(PlainRelease, OfASignalEndsTheBufferOfItsNameByTheClassOfTheBuffer) {
     ztString *name = signalOf(sender, "sent")->name;
     release(name->buffer);
     name->buffer = static_cast<ztCharArray *>(HookedChars_ctor(nullptr, 1));
+    atEnd = [&](void *) { hasEnded = true; };
+  }
+  EXPECT_TRUE(hasEnded);
+}
+
+TEST(PlainRelease, OfASignalEndsTheObjectsThatAHostPutIntoTheBufferOfItsName) {
+  bool hasEnded = false;
+  {
+    const Object sender;
+    ztCharArray *buffer = signalOf(sender, "sent")->name->buffer;
+    const ztCharArrayMethods *methods = ztCharArray_of(buffer);
+    methods->setSize(buffer, 0);
+    methods->setElementConstructor(buffer, HookedText_ctor);
+    methods->setElementSize(buffer, sizeof(HookedText), 0);
+    ASSERT_EQ(methods->setSize(buffer, 1), 1);
     atEnd = [&](void *) { hasEnded = true; };
   }
   EXPECT_TRUE(hasEnded);

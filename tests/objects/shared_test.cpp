@@ -213,6 +213,16 @@ TEST_F(SharedBlock, SlotThatAHostRefersToOutlivesItsConnection) {
   release(slot);
 }
 
+TEST_F(SharedBlock, TextThatAHostRefersToOutlivesItsName) {
+  Connected connected;
+  ztCharArray *text = connected.signal()->name->buffer;
+  for (int i = 0; i < 2; ++i) ztCharArray_of(text)->ref(text);
+  connected.sender = Object();
+  EXPECT_EQ(text->refCount, 2);
+  EXPECT_STREQ(static_cast<const char *>(ztCharArray_of(text)->getData(text)), "changed");
+  release(text);
+}
+
 TEST_F(SharedBlock, NamesWhoseTextAHostTookEndWithTheirSignal) {
   Connected connected;
   release(takeFrom(connected.signal()->name->buffer));
