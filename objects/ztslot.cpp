@@ -30,9 +30,9 @@ static void *slotClone(const ztSlot &slot, void *target) {
   return SlotParts::clone(slot, target);
 }
 
-// What `destroy` calls.
+// What `destroy` calls: the release of the name, and the `destroy` of the root class, as strings also do.
 static bool destroysOwnSlots() {
-  return ztBaseClass_table()->destroy == baseDestroy && releasesStringsPlainly();
+  return releasesStringsPlainly();
 }
 
 static bool releasesOwnSlots() {

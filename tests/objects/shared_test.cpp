@@ -94,6 +94,22 @@ TEST_F(SharedBlock, TreeThatAHostTookOutlivesMapAndObject) {
   release(tree);
 }
 
+TEST_F(SharedBlock, ReceiverEndsAfterAHostTookTheSignalsOfItsSender) {
+  Connected connected;
+  ztSignalMap *signals = takeFrom(connected.sender.fields().signals);
+  connected.receiver = Object();
+  EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 2);
+  release(signals);
+}
+
+TEST_F(SharedBlock, ReceiverEndsAfterAHostTookTheTreeOfTheSignalsOfItsSender) {
+  Connected connected;
+  ztAvlTree *tree = takeFrom(connected.sender.fields().signals->tree);
+  connected.receiver = Object();
+  EXPECT_EQ(ztAvlTree_of(tree)->getSize(tree), 2);
+  release(tree);
+}
+
 TEST_F(SharedBlock, MapsThatAHostReplacedAreReleasedLikeTheFirst) {
   const Object object;
   release(takeFrom(object.fields().signals));
@@ -211,6 +227,28 @@ TEST_F(SharedBlock, SlotThatAHostRefersToOutlivesItsConnection) {
   EXPECT_EQ(slot->refCount, 2);
   EXPECT_STREQ(textOf(slot->name), "slot");
   release(slot);
+}
+
+TEST_F(SharedBlock, SignalThatAHostRefersToOutlivesItsObject) {
+  Connected connected;
+  ztSignal *signal = connected.signal();
+  for (int i = 0; i < 2; ++i) ztSignal_of(signal)->ref(signal);
+  connected.sender = Object();
+  EXPECT_EQ(signal->refCount, 2);
+  EXPECT_STREQ(textOf(signal->name), "changed");
+  EXPECT_EQ(ztSlotMap_of(signal->slots)->getSize(signal->slots), 1);
+  release(signal);
+}
+
+TEST_F(SharedBlock, KeyThatAHostRefersToOutlivesItsObject) {
+  Object another;
+  signalOf(another, "another");
+  auto *key = static_cast<ztString *>(another.fields().signals->tree->root->data);
+  for (int i = 0; i < 2; ++i) ztString_of(key)->ref(key);
+  another = Object();
+  EXPECT_EQ(key->refCount, 2);
+  EXPECT_STREQ(textOf(key), "another");
+  release(key);
 }
 
 TEST_F(SharedBlock, TextThatAHostRefersToOutlivesItsName) {
