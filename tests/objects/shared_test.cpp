@@ -219,6 +219,30 @@ TEST_F(SharedBlock, ItemsOfAMapWhoseElementsAreAHostsNowEndWithoutThem) {
   release(signal);
 }
 
+TEST_F(SharedBlock, SlotOfAMapWhoseElementsAreAHostsNowOutlivesItsConnection) {
+  Connected connected;
+  ztSlotMap *slots = connected.signal()->slots;
+  auto *slot = static_cast<ztSlot *>(connected.slotItem()->value);
+  ztSlotMap_of(slots)->setValueConstructor(slots, nullptr);
+  ztSlotMap_of(slots)->setValueSize(slots, sizeof slot, 1);
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_STREQ(textOf(slot->name), "slot");
+  release(slot);
+}
+
+TEST_F(SharedBlock, SlotIsRemovedByTheCompareFunctionOfAHost) {
+  Connected connected;
+  ztSlotMap *slots = connected.signal()->slots;
+  static int calls;
+  calls = 0;
+  ztSlotMap_of(slots)->setCompareFunction(slots, [](const void *stored, const void *key) {
+    ++calls;
+    return ztSlotMap_key_compare_func_ptr(stored, key);
+  });
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_GE(calls, 1);
+}
+
 TEST_F(SharedBlock, SlotThatAHostRefersToOutlivesItsConnection) {
   Connected connected;
   auto *slot = static_cast<ztSlot *>(connected.slotItem()->value);
