@@ -1,6 +1,7 @@
 #include "containers/ztavliter.h"
 
 #include "containers/ztavltree.hh"
+#include "containers/ztown.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
@@ -68,6 +69,14 @@ static void *avlIteratorNext(ztAvlIterator &iterator) {
 
 static void *avlIteratorPrev(ztAvlIterator &iterator) {
   return ztAvlIterator_of(&iterator)->move(&iterator, 0);
+}
+
+bool ztcore::walksOwnTrees(const ztClass *klass) {
+  const auto *methods = static_cast<const ztAvlIteratorMethods *>(klass->methodTable);
+  using CallOfParent = ParentCall<ztAvlIteratorMethods, &ztIterator_table, &ztIteratorMethods::destroy>;
+  return methods->create == avlIteratorCreate && methods->destroy == CallOfParent::call &&
+         methods->start == method<avlIteratorStart> && methods->move == method<avlIteratorMove> &&
+         ztIterator_table()->create == method<baseCreate> && ztIterator_table()->destroy == baseDestroy;
 }
 
 static void avlIteratorMethods(ztAvlIteratorMethods *methods) {

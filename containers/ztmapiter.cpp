@@ -1,5 +1,6 @@
 #include "containers/ztmapiter.h"
 
+#include "containers/ztown.hh"
 #include "core/ztlayout.hh"
 #include "core/ztmethod.hh"
 
@@ -25,6 +26,12 @@ static void *mapIteratorNext(ztMapIterator &iterator) {
 
 static void *mapIteratorPrev(ztMapIterator &iterator) {
   return ztMapIterator_of(&iterator)->move(&iterator, 0);
+}
+
+bool ztcore::walksOwnMaps() {
+  const ztMapIteratorMethods *methods = ztMapIterator_table();
+  return methods->first == method<mapIteratorFirst> && methods->next == method<mapIteratorNext> &&
+         walksOwnTrees(ztMapIteratorClass_Instance());
 }
 
 static void mapIteratorMethods(ztMapIteratorMethods *methods) {

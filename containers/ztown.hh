@@ -56,6 +56,10 @@ bool hasOwnSearch(const ztClass *klass);
 // Whether `findValue` of a map that is not empty searches its tree.
 bool findsByTree(const ztMap &map);
 
+// Iterators over maps: what making one, a walk forwards and ending it call.
+bool walksOwnTrees(const ztClass *klass);
+bool walksOwnMaps();
+
 // Whether a class releases its objects by the `unRef` of the root class, and destroys them by this function.
 inline bool releasesBy(const ztClass *klass, void (*destroy)(void *)) {
   const auto *methods = static_cast<const ztBaseClassMethods *>(klass->methodTable);

@@ -62,11 +62,11 @@ inline bool endsPlainly(const ztMapItem *item) {
   return item->klass == ztMapItemClass_Instance() && item->refCount <= 2;
 }
 
-// Runs holds(item) for the items of a tree, until one is false.
+// Runs holds(item) for the items of a tree, in order, until one is false.
 template <typename Holds>
 bool holdsForAll(const ztAvlTreeItem *item, Holds holds) {
   for (; item != nullptr; item = item->right) {
-    if (!holds(reinterpret_cast<const ztMapItem *>(item)) || !holdsForAll(item->left, holds)) return false;
+    if (!holdsForAll(item->left, holds) || !holds(reinterpret_cast<const ztMapItem *>(item))) return false;
   }
   return true;
 }
@@ -89,16 +89,14 @@ void freeMap(ztMap *map, FreedObjects *freed);
 // Whether a map is of exactly this class, the items of its tree are its own, and no call is under way.
 bool hasOwnItems(const ztMap *map, const ztClass *klass);
 
-// Whether adding a pair to a map of exactly this class calls only functions of the library, besides those that copy
-// and release the key and the value.
+// Whether adding a pair to a map of exactly this class, or removing one from a map that has its own items, calls only
+// functions of the library, besides those that copy and release the key and the value.
 bool insertsPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem = nullptr);
+bool popsPlainly(const ztClass *klass, DeleteItem deleteItem = nullptr);
 
 // Adds a pair to such a map, before those with an equal key, with an item in a shared block. Its key and value are
 // the map's from now on.
 void insertPlainly(ztMap *map, SharedBlock *block, ztMapItem *item, void *key, void *value);
-
-// The same for removing one from maps of this class that have their own items.
-bool popsPlainly(const ztClass *klass, DeleteItem deleteItem = nullptr);
 
 }  // namespace ztcore
 

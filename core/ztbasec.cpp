@@ -99,8 +99,7 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
   endObject(object);
 }
 
-// A part of a shared block, or an object with more references; also one whose class has a field behind the count.
-[[gnu::noinline]] static void unRefOther(ztBaseClass &object) {
+static void unRefUnchecked(ztBaseClass &object) {
   // Unsigned, because an object may be released any number of times while it is destroyed.
   const auto left = static_cast<int32_t>(static_cast<uint32_t>(object.refCount) - 1);
   // 1, not 0: one release destroys a new object, also one that was referenced once more.
@@ -110,16 +109,7 @@ void ztcore::endPlainly(PlainEnd kind, void (*destroy)(void *object), bool (*end
   }
   object.refCount = left;
   const auto destroy = ztBaseClass_of(&object)->destroy;
-  if (destroy == baseDestroy) return freeObject(&object);
-  releaseLast(&object, destroy);
-}
-
-static void unRefUnchecked(ztBaseClass &object) {
-  const uint64_t left = countAndDistance(&object) - 1;
-  if (left > 1) return unRefOther(object);
-  object.refCount = static_cast<int32_t>(left);
-  const auto destroy = ztBaseClass_of(&object)->destroy;
-  if (destroy == baseDestroy) return ztm_free(&object);
+  if (destroy == baseDestroy) return freeSimple(&object);
   releaseLast(&object, destroy);
 }
 

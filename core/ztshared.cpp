@@ -29,3 +29,13 @@ void ztcore::freeObject(void *object) {
     ztm_free(object);
   }
 }
+
+// The distance of other objects is not read: their class may have another field there, or nobody may have written the
+// bytes. Parts of other classes own something.
+void ztcore::freeSimple(void *object) {
+  if (ztOOP_classOf(object) == ztMapItemClass_Instance()) {
+    freePart(object);
+  } else {
+    ztm_free(object);
+  }
+}

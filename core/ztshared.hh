@@ -11,9 +11,6 @@
 #include "core/ztcalls.hh"
 #include "core/ztmem.h"
 
-#include <stddef.h>
-#include <string.h>
-
 namespace ztcore {
 
 // The beginning of a shared block. Its objects follow.
@@ -53,13 +50,6 @@ inline void ownBlock(void *object) {
   static_cast<PartHeader *>(object)->distance = 0;
 }
 
-// The reference count and the distance as one word: for an object with a block of its own, the count.
-inline uint64_t countAndDistance(const void *object) {
-  uint64_t word;
-  memcpy(&word, static_cast<const char *>(object) + offsetof(PartHeader, refCount), sizeof word);
-  return word;
-}
-
 // No part is further from its block.
 constexpr uint32_t furthestPart = 1024;
 
@@ -91,6 +81,9 @@ inline void freePart(void *object) {
 
 // The same for an object of any class.
 void freeObject(void *object);
+
+// The same for one that owns nothing: its class has the `destroy` of the root class.
+void freeSimple(void *object);
 
 // Frees the memory of several destroyed objects of such classes. Those of one block leave it together.
 class FreedObjects {

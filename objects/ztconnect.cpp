@@ -1,5 +1,6 @@
 #include "objects/ztconnect.hh"
 
+#include "containers/ztown.hh"
 #include "containers/ztuse.hh"
 #include "containers/ztwalk.hh"
 #include "core/ztbasec.hh"
@@ -129,7 +130,7 @@ static void dropFromSignals(const ztSignalMap *signals, Drop drop) {
 // Whether all slots for a peer were dropped and no function of a host ran.
 static bool dropPlainly(const ztSignalMap *signals, const void *peer) {
   if (signals == nullptr || isEmptyMap(signals)) return true;
-  return popsSlotsPlainly() && holdsForAll(signals->tree->root, [=](const ztMapItem *item) {
+  return walksOwnMaps() && popsSlotsPlainly() && holdsForAll(signals->tree->root, [=](const ztMapItem *item) {
            return removeReceiverPlainly(static_cast<const ztSignal *>(item->value)->slots, peer);
          });
 }

@@ -41,9 +41,10 @@ static void signalDestroy(ztSignal &signal) {
   SignalParts::destroy(signal);
 }
 
-// What `destroy` calls, besides what all maps have in common and the map of slots.
+// What `destroy` calls, besides what all maps have in common and the map of slots: the release of the name, and the
+// `destroy` of the root class, as strings also do.
 static bool destroysOwnSignals() {
-  return ztBaseClass_table()->destroy == baseDestroy && releasesStringsPlainly();
+  return releasesStringsPlainly();
 }
 
 static bool hasPlainParts(const ztSignal &signal) {

@@ -30,9 +30,9 @@ static void *slotClone(const ztSlot &slot, void *target) {
   return SlotParts::clone(slot, target);
 }
 
-// What `destroy` calls.
+// What `destroy` calls: the release of the name, and the `destroy` of the root class, as strings also do.
 static bool destroysOwnSlots() {
-  return ztBaseClass_table()->destroy == baseDestroy && releasesStringsPlainly();
+  return releasesStringsPlainly();
 }
 
 static bool releasesOwnSlots() {
@@ -127,14 +127,28 @@ bool ztcore::hasOwnSlots(const ztSlotMap *slots) {
          slots->tree->compareFunction == ztSlotMap_key_compare_func_ptr;
 }
 
+// The item that leaves the tree with the pair of this one, which may get the pair of the next.
+static const ztAvlTreeItem *leavingFor(const ztMapItem *top) {
+  if (top->left == nullptr || top->right == nullptr) return reinterpret_cast<const ztAvlTreeItem *>(top);
+  const ztAvlTreeItem *next = top->right;
+  while (next->left != nullptr) next = next->left;
+  return next;
+}
+
+// Whether the release of the item of a slot calls only functions of the library. A function of a host might end the
+// map, and the object that has it.
+static bool releasesItemOf(const ztMapItem *top) {
+  return ztOOP_classOf(leavingFor(top)) == ztMapItemClass_Instance() && releasesItemsPlainly();
+}
+
 // Flat, as is the adding below: each asks a dozen questions about tables, which as calls took as long again.
 [[gnu::flatten]] bool ztcore::popSlotPlainly(ztSlotMap *slots, const ztMapItem *top) {
-  if (!hasPlainSlot(top) || !releasesOwnSlots()) return false;
+  if (!hasPlainSlot(top) || !releasesItemOf(top) || !releasesOwnSlots()) return false;
   ztAvlTree &tree = *slots->tree;
   const bool isOnly = top->left == nullptr && top->right == nullptr &&
                       tree.root == reinterpret_cast<const ztAvlTreeItem *>(top);
   auto *item = reinterpret_cast<ztMapItem *>(isOnly ? takeRoot(tree) : takeOut(tree, top->data));
-  if (!endsPlainly(item) || !releasesItemsPlainly()) {
+  if (!endsPlainly(item)) {
     ztSlotMap_of(slots)->deleteItem(slots, item);
     return true;
   }

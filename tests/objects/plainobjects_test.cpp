@@ -37,6 +37,12 @@ ZT_DECLARE_CLASS(HookedChars)
 #define ManagingMap_FIELDS ztSlotMap_FIELDS
 #define ManagingMap_METHODS ztSlotMap_METHODS
 ZT_DECLARE_CLASS(ManagingMap)
+#define HookedItem_FIELDS ztMapItem_FIELDS
+#define HookedItem_METHODS ztMapItem_METHODS
+ZT_DECLARE_CLASS(HookedItem)
+#define CountingTree_FIELDS ztAvlTree_FIELDS
+#define CountingTree_METHODS ztAvlTree_METHODS
+ZT_DECLARE_CLASS(CountingTree)
 #define BareText_FIELDS ztString_FIELDS
 #define BareText_METHODS ztString_METHODS
 ZT_DECLARE_CLASS(BareText)
@@ -80,6 +86,36 @@ static void managingMapMethods(ManagingMapMethods *methods) {
 }
 
 ZT_DEFINE_CLASS(ManagingMap, ztSlotMap, managingMapMethods)
+
+static void hookedItemDestroy(void *item) {
+  ++calls;
+  runOnce(item);
+  ztMapItem_table()->destroy(item);
+}
+
+static void hookedItemMethods(HookedItemMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, destroy, hookedItemDestroy);
+}
+
+ZT_DEFINE_CLASS(HookedItem, ztMapItem, hookedItemMethods)
+
+static ztAvlTreeItem *countingTreePush(void *tree, const void *element) {
+  ++calls;
+  runOnce(tree);
+  return ztAvlTree_table()->push(tree, element);
+}
+
+static int32_t countingTreePop(void *tree, const void *key) {
+  ++calls;
+  return ztAvlTree_table()->pop(tree, key);
+}
+
+static void countingTreeMethods(CountingTreeMethods *methods) {
+  ZT_OVERRIDE_METHOD(methods, push, countingTreePush);
+  ZT_OVERRIDE_METHOD(methods, pop, countingTreePop);
+}
+
+ZT_DEFINE_CLASS(CountingTree, ztAvlTree, countingTreeMethods)
 
 // Does not call its parent's `create`.
 static int32_t bareTextCreate(void *object) {
@@ -140,6 +176,68 @@ TEST(PlainRelease, OfAnObjectDeletesItsSignalsByTheManagerOfTheirTree) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheManagerOfTheTree) {
+  const Owned<ztMap, ztMapMethods> manager(ManagingMap_ctor);
+  const Object sender;
+  const Object receiver;
+  ztSignal *signal = signalOf(sender, "sent");
+  ztAvlTree_of(signal->slots->tree)->setItemManager(signal->slots->tree, manager);
+  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
+  calls = 0;
+  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheClassOfTheMap) {
+  const Object sender;
+  const Object receiver;
+  ztSignal *signal = signalOf(sender, "sent");
+  release(signal->slots);
+  signal->slots = static_cast<ztSlotMap *>(ManagingMap_ctor(nullptr, 1));
+  ztSlotMap_of(signal->slots)->setAllowDuplicate(signal->slots, 1);
+  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
+  calls = 0;
+  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(PlainCreation, OfAConnectionPushesIntoATreeOfAHostsClassAndItsEndPops) {
+  const Object sender;
+  const Object receiver;
+  ztSlotMap *slots = signalOf(sender, "sent")->slots;
+  const Owned<ztAvlTree, ztAvlTreeMethods> tree(CountingTree_ctor);
+  tree->setItemManager(tree, slots);
+  tree->setCompareFunction(tree, slots->tree->compareFunction);
+  tree->setAllowDuplicate(tree, 1);
+  ztAvlTree *own = std::exchange(slots->tree, static_cast<ztAvlTree *>(static_cast<void *>(tree)));
+  calls = 0;
+  EXPECT_EQ(
+      sender->addSlot(ztObjectClass_Instance(), signalOf(sender, "sent"), receiver, "slot", diarySlot<0>()),
+      1);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
+  EXPECT_EQ(calls, 2);
+  slots->tree = own;
+}
+
+TEST(PlainRelease, OfAnObjectEndsTheItemsOfAHostsClass) {
+  calls = 0;
+  {
+    const Object sender;
+    ztSignalMap *signals = sender.fields().signals;
+    ztSignalMap_of(signals)->setItemConstructor(signals, HookedItem_ctor);
+    ztSlotMap *slots = signalOf(sender, "sent")->slots;
+    ztSlotMap_of(slots)->setItemConstructor(slots, HookedItem_ctor);
+    EXPECT_EQ(
+        sender->addSlot(ztObjectClass_Instance(), signalOf(sender, "sent"), sender, "slot", diarySlot<0>()),
+        1);
+    EXPECT_EQ(ztOOP_classOf(signals->tree->root), HookedItemClass_Instance());
+    EXPECT_EQ(ztOOP_classOf(slots->tree->root), HookedItemClass_Instance());
+    calls = 0;
+  }
+  EXPECT_EQ(calls, 2);
+}
+
 // A call on the map itself is under way, not on its tree.
 TEST(PlainRelease, IsNoticedByANewItemOfTheMap) {
   void *sender = ztObject_ctor(nullptr, 1);
@@ -149,6 +247,23 @@ TEST(PlainRelease, IsNoticedByANewItemOfTheMap) {
   const ztKeyValue pair = {key, value};
   atClone = [sender] { release(sender); };
   EXPECT_EQ(ztSignalMap_of(signals)->newItem(signals, &pair), nullptr);
+}
+
+// A call on the tree is under way, not on its map.
+TEST(PlainRelease, IsNoticedByASearchOfTheTree) {
+  void *sender = ztObject_ctor(nullptr, 1);
+  const Object receiver;
+  ASSERT_EQ(connectTo(sender, "sent", receiver, diarySlot<0>()), 1);
+  ASSERT_EQ(connectTo(sender, "sent", receiver, diarySlot<1>()), 1);
+  const Owned<ztAvlTree, ztAvlTreeMethods> output(CountingTree_ctor);
+  output->setElementSize(output, sizeof(void *), 1);
+  output->setCompareFunction(output, ztSlotMap_key_compare_func_ptr);
+  output->setAllowDuplicate(output, 1);
+  calls = 0;
+  atEnd = [sender](void *) { release(sender); };
+  const ztAvlTree *tree = addSignal(sender, "sent")->slots->tree;
+  ztAvlTree_of(tree)->findAll(tree, receiver, output);
+  EXPECT_EQ(calls, 1);
 }
 
 // Functions in the tables -------------------------------------------------------------------------
@@ -271,6 +386,89 @@ TEST(PlainRelease, OfASlotsNameMayEndTheSender) {
   EXPECT_TRUE(hasEnded);
 }
 
+// The first signal is not the root of the tree.
+TEST(PlainRelease, OfAReceiverDropsItsSlotsInTheOrderOfTheSignals) {
+  const Object sender;
+  Object receiver;
+  for (const char *name : {"first", "second", "third"}) {
+    ASSERT_EQ(connectTo(sender, name, receiver, diarySlot<0>()), 1);
+  }
+  ASSERT_STRNE(textOf(static_cast<const ztString *>(sender.fields().signals->tree->root->data)), "destroyed");
+  const ztSlotMap *slots = signalOf(sender, "destroyed")->slots;
+  auto *slot = static_cast<ztSlot *>(reinterpret_cast<const ztMapItem *>(slots->tree->root)->value);
+  release(slot->name);
+  slot->name = static_cast<ztString *>(HookedText_ctor(nullptr, 1));
+  int connected = 0;
+  void *peer = receiver;
+  atEnd = [&](void *) {
+    for (const char *name : {"first", "second", "third"}) {
+      connected += isConnected(sender, name, peer, diarySlot<0>());
+    }
+  };
+  receiver = Object();
+  EXPECT_EQ(connected, 3);
+}
+
+void (*ownUnRef)(void *);
+
+void unRefOnce(void *object) {
+  runOnce(object);
+  ownUnRef(object);
+}
+
+TEST(PlainRelease, OfAnItemMayEndTheSenderByTheUnRefThatAHostGaveToItems) {
+  void *sender = ztObject_ctor(nullptr, 1);
+  Object receiver;
+  for (const char *name : {"first", "second", "third"}) {
+    for (int i = 0; i < 2; ++i) {
+      ASSERT_EQ(connectTo(sender, name, receiver, i == 0 ? diarySlot<0>() : diarySlot<1>()), 1);
+    }
+  }
+  bool hasEnded = false;
+  atEnd = [&](void *) {
+    release(sender);
+    hasEnded = true;
+  };
+  auto &methods = tableOf<ztMapItemMethods>(ztMapItemClass_Instance());
+  ownUnRef = methods.unRef;
+  const Replaced replaced(methods.unRef, unRefOnce);
+  receiver = Object();
+  EXPECT_TRUE(hasEnded);
+}
+
+TEST(PlainRelease, OfAnItemOfAHostsClassMayEndTheSender) {
+  void *sender = ztObject_ctor(nullptr, 1);
+  Object receiver;
+  ztSlotMap *slots = addSignal(sender, "sent")->slots;
+  // The item of the host's class leaves in the place of the root, of the library's.
+  const ztSlotFunction functions[] = {diarySlot<0>(), diarySlot<1>(), diarySlot<2>()};
+  for (int i = 0; i < 3; ++i) {
+    ztSlotMap_of(slots)->setItemConstructor(slots, i == 0 ? HookedItem_ctor : ztMapItem_ctor);
+    ASSERT_EQ(connectTo(sender, "sent", receiver, functions[i]), 1);
+  }
+  ASSERT_EQ(ztOOP_classOf(slots->tree->root), ztMapItemClass_Instance());
+  ASSERT_EQ(ztOOP_classOf(slots->tree->root->right), HookedItemClass_Instance());
+  bool hasEnded = false;
+  atEnd = [&](void *) {
+    release(sender);
+    hasEnded = true;
+  };
+  receiver = Object();
+  EXPECT_TRUE(hasEnded);
+}
+
+// A release that ends an object has counted.
+TEST(PlainRelease, IsCountedWhenTheObjectEnds) {
+  for (const int32_t references : {1, 2}) {
+    void *text = HookedText_ctor(nullptr, 1);
+    for (int i = 1; i < references; ++i) ztBaseClass_of(text)->ref(text);
+    int32_t left = -1;
+    atEnd = [&](void *ended) { left = ztBaseClass_of(ended)->getRefCount(ended); };
+    release(text);
+    EXPECT_EQ(left, references - 1);
+  }
+}
+
 // The owner would free the part under the feet of its release.
 TEST(PlainRelease, OfAnOwnerLeavesAPartThatIsBeingReleased) {
   auto *slot = static_cast<ztSlot *>(ztSlot_ctor(nullptr, 1));
@@ -300,7 +498,31 @@ TEST(PlainRelease, OfASignalEndsTheBufferOfItsNameByTheClassOfTheBuffer) {
   EXPECT_TRUE(hasEnded);
 }
 
+TEST(PlainRelease, OfASignalEndsTheObjectsThatAHostPutIntoTheBufferOfItsName) {
+  bool hasEnded = false;
+  {
+    const Object sender;
+    ztCharArray *buffer = signalOf(sender, "sent")->name->buffer;
+    const ztCharArrayMethods *methods = ztCharArray_of(buffer);
+    methods->setSize(buffer, 0);
+    methods->setElementConstructor(buffer, HookedText_ctor);
+    methods->setElementSize(buffer, sizeof(HookedText), 0);
+    ASSERT_EQ(methods->setSize(buffer, 1), 1);
+    atEnd = [&](void *) { hasEnded = true; };
+  }
+  EXPECT_TRUE(hasEnded);
+}
+
 // Memory that was used before ---------------------------------------------------------------------
+
+// Only Valgrind notices that something else was read.
+TEST(PlainRelease, OfAnObjectThatOwnsNothingReadsOnlyItsClassAndCount) {
+  for (const ztCtor constructor : {ztBaseClass_ctor, ztAvlTreeItem_ctor}) {
+    void *object = constructor(ztm_alloc(sizeof(ztAvlTreeItem)), 1);
+    EXPECT_EQ(ztBaseClass_of(object)->getRefCount(object), 1);
+    release(object);
+  }
+}
 
 TEST(PlainRelease, FreesAStringThatWasMadeWithoutCreate) {
   auto *string = static_cast<ztString *>(ztString_ctor(usedMemory(sizeof(ztString)), 0));

@@ -94,6 +94,22 @@ TEST_F(SharedBlock, TreeThatAHostTookOutlivesMapAndObject) {
   release(tree);
 }
 
+TEST_F(SharedBlock, ReceiverEndsAfterAHostTookTheSignalsOfItsSender) {
+  Connected connected;
+  ztSignalMap *signals = takeFrom(connected.sender.fields().signals);
+  connected.receiver = Object();
+  EXPECT_EQ(ztSignalMap_of(signals)->getSize(signals), 2);
+  release(signals);
+}
+
+TEST_F(SharedBlock, ReceiverEndsAfterAHostTookTheTreeOfTheSignalsOfItsSender) {
+  Connected connected;
+  ztAvlTree *tree = takeFrom(connected.sender.fields().signals->tree);
+  connected.receiver = Object();
+  EXPECT_EQ(ztAvlTree_of(tree)->getSize(tree), 2);
+  release(tree);
+}
+
 TEST_F(SharedBlock, MapsThatAHostReplacedAreReleasedLikeTheFirst) {
   const Object object;
   release(takeFrom(object.fields().signals));
@@ -184,18 +200,96 @@ TEST_F(SharedBlock, ItemThatGotTheSlotOfAnotherEndsWithIt) {
   EXPECT_EQ(ztSlotMap_of(connected.signal()->slots)->getSize(connected.signal()->slots), 2);
 }
 
-TEST_F(SharedBlock, ItemsOfAMapWhoseValuesAreAHostsNowEndWithoutThem) {
-  const Connected connected;
-  const Object another;
-  connectTo(connected.sender, "another", another, taking(), 1);
-  ztSlotMap *slots = signalOf(connected.sender, "another")->slots;
-  auto *slot = static_cast<ztSlot *>(reinterpret_cast<ztMapItem *>(slots->tree->root)->value);
-  const ztSlotMapMethods *methods = ztSlotMap_of(slots);
-  methods->setValueConstructor(slots, nullptr);
-  methods->setValueSize(slots, sizeof slot, 1);
-  EXPECT_EQ(methods->pop(slots, another), 1);
-  EXPECT_STREQ(ztString_of(slot->name)->get(slot->name), "slot");
+// Only the item ends then, in one step: the map no longer knows that its key and its value are objects.
+TEST_F(SharedBlock, ItemsOfAMapWhoseElementsAreAHostsNowEndWithoutThem) {
+  const Object sender;
+  ztSignal *signal = signalOf(sender, "changed");
+  ztSignalMap *signals = sender.fields().signals;
+  void *key = signals->tree->root->data;
+  const ztSignalMapMethods *methods = ztSignalMap_of(signals);
+  methods->setKeyConstructor(signals, nullptr);
+  methods->setKeySize(signals, sizeof key, 1);
+  methods->setValueConstructor(signals, nullptr);
+  methods->setValueSize(signals, sizeof signal, 1);
+  EXPECT_EQ(methods->pop(signals, key), 1);
+  EXPECT_EQ(methods->getSize(signals), 0);
+  EXPECT_STREQ(textOf(signal->name), "changed");
+  EXPECT_STREQ(textOf(static_cast<const ztString *>(key)), "changed");
+  release(key);
+  release(signal);
+}
+
+TEST_F(SharedBlock, SlotOfAMapWhoseElementsAreAHostsNowOutlivesItsConnection) {
+  Connected connected;
+  ztSlotMap *slots = connected.signal()->slots;
+  auto *slot = static_cast<ztSlot *>(connected.slotItem()->value);
+  ztSlotMap_of(slots)->setValueConstructor(slots, nullptr);
+  ztSlotMap_of(slots)->setValueSize(slots, sizeof slot, 1);
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_STREQ(textOf(slot->name), "slot");
   release(slot);
+}
+
+TEST_F(SharedBlock, SlotIsRemovedByTheCompareFunctionOfAHost) {
+  Connected connected;
+  ztSlotMap *slots = connected.signal()->slots;
+  static int calls;
+  calls = 0;
+  ztSlotMap_of(slots)->setCompareFunction(slots, [](const void *stored, const void *key) {
+    ++calls;
+    return ztSlotMap_key_compare_func_ptr(stored, key);
+  });
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_GE(calls, 1);
+}
+
+TEST_F(SharedBlock, SlotThatAHostRefersToOutlivesItsConnection) {
+  Connected connected;
+  auto *slot = static_cast<ztSlot *>(connected.slotItem()->value);
+  for (int i = 0; i < 2; ++i) ztSlot_of(slot)->ref(slot);
+  EXPECT_EQ(ztObject_disconnect(connected.sender, "changed", connected.receiver, taking()), 1);
+  EXPECT_EQ(slot->refCount, 2);
+  EXPECT_STREQ(textOf(slot->name), "slot");
+  release(slot);
+}
+
+TEST_F(SharedBlock, SignalThatAHostRefersToOutlivesItsObject) {
+  Connected connected;
+  ztSignal *signal = connected.signal();
+  for (int i = 0; i < 2; ++i) ztSignal_of(signal)->ref(signal);
+  connected.sender = Object();
+  EXPECT_EQ(signal->refCount, 2);
+  EXPECT_STREQ(textOf(signal->name), "changed");
+  EXPECT_EQ(ztSlotMap_of(signal->slots)->getSize(signal->slots), 1);
+  release(signal);
+}
+
+TEST_F(SharedBlock, KeyThatAHostRefersToOutlivesItsObject) {
+  Object another;
+  signalOf(another, "another");
+  auto *key = static_cast<ztString *>(another.fields().signals->tree->root->data);
+  for (int i = 0; i < 2; ++i) ztString_of(key)->ref(key);
+  another = Object();
+  EXPECT_EQ(key->refCount, 2);
+  EXPECT_STREQ(textOf(key), "another");
+  release(key);
+}
+
+TEST_F(SharedBlock, TextThatAHostRefersToOutlivesItsName) {
+  Connected connected;
+  ztCharArray *text = connected.signal()->name->buffer;
+  for (int i = 0; i < 2; ++i) ztCharArray_of(text)->ref(text);
+  connected.sender = Object();
+  EXPECT_EQ(text->refCount, 2);
+  EXPECT_STREQ(static_cast<const char *>(ztCharArray_of(text)->getData(text)), "changed");
+  release(text);
+}
+
+TEST_F(SharedBlock, NamesWhoseTextAHostTookEndWithTheirSignal) {
+  Connected connected;
+  release(takeFrom(connected.signal()->name->buffer));
+  release(takeFrom(static_cast<ztSlot *>(connected.slotItem()->value)->name->buffer));
+  connected.sender = Object();
 }
 
 TEST_F(SharedBlock, SignalIsFoundByTheCompareFunctionOfAHost) {
