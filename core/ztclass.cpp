@@ -64,11 +64,12 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
 }
 
 [[gnu::always_inline]] static inline void *construct(const ztClassDescription *description, void *object,
-                                                     int32_t create) {
+                                                     int32_t create, bool ownsBlock) {
   objectMade(object);
   auto *header = static_cast<ztBaseClass *>(object);
   header->klass = description->klass;
   header->refCount = 1;
+  if (ownsBlock) ownBlock(object);
   // Set only after the class is initialised, so this one test covers both.
   if (!__atomic_load_n(&description->state->registrationTried, __ATOMIC_ACQUIRE)) [[unlikely]] {
     prepareClass(description, object);
@@ -80,17 +81,14 @@ __attribute__((noinline)) static void prepareClass(const ztClassDescription *des
 [[gnu::noinline]] static void *constructIn(const ztClassDescription *description, void *memory,
                                            int32_t create) {
   // Without `create`, only the class and the count are written.
-  if (create && mayBePart(description->klass)) ownBlock(memory);
-  return construct(description, memory, create);
+  return construct(description, memory, create, create && mayBePart(description->klass));
 }
 
 // Short for the most common case, an object of its own block.
 void *ztOOP_construct(const ztClassDescription *description, void *object, int32_t create) {
   if (object != nullptr) return constructIn(description, object, create);
   void *made = ztm_alloc(description->instanceSize);
-  if (made == nullptr) return nullptr;
-  ownBlock(made);
-  return construct(description, made, create);
+  return made == nullptr ? nullptr : construct(description, made, create, true);
 }
 
 static void fillDescriptor(const ztClassDescription *description) {

@@ -41,12 +41,6 @@ static void signalDestroy(ztSignal &signal) {
   SignalParts::destroy(signal);
 }
 
-// What `destroy` calls, besides what all maps have in common and the map of slots: the release of the name, and the
-// `destroy` of the root class, as strings also do.
-static bool destroysOwnSignals() {
-  return releasesStringsPlainly();
-}
-
 static bool hasPlainParts(const ztSignal &signal) {
   return endsPlainly(signal.name) && signal.slots != nullptr && releasesSlotsPlainly(signal.slots);
 }
@@ -62,7 +56,7 @@ static bool hasPlainParts(const ztSignal &signal) {
 static bool endSignalPlainly(void *object) {
   auto *signal = static_cast<ztSignal *>(object);
   if (ztOOP_classOf(object) != ztSignalClass_Instance()) return false;
-  if (!destroysOwnSignals() || !releasesMapsPlainly() || !hasPlainParts(*signal)) return false;
+  if (!releasesStringsPlainly() || !releasesMapsPlainly() || !hasPlainParts(*signal)) return false;
   FreedObjects freed;
   freeSignal(signal, &freed);
   return true;
@@ -105,8 +99,9 @@ static bool isPlain(const ztMapItem *item) {
          endsPlainly(static_cast<const ztString *>(item->data)) && hasPlainParts(*signal);
 }
 
+// Besides the release of its parts, `destroy` calls that of the root class, as the `destroy` of strings does.
 static bool releasesOwnSignals() {
-  return releasesBy(ztSignalClass_Instance(), method<signalDestroy>) && destroysOwnSignals();
+  return releasesBy(ztSignalClass_Instance(), method<signalDestroy>) && releasesStringsPlainly();
 }
 
 bool ztcore::releasesSignalsPlainly(const ztSignalMap *signals) {

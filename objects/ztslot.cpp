@@ -30,13 +30,9 @@ static void *slotClone(const ztSlot &slot, void *target) {
   return SlotParts::clone(slot, target);
 }
 
-// What `destroy` calls: the release of the name, and the `destroy` of the root class, as strings also do.
-static bool destroysOwnSlots() {
-  return releasesStringsPlainly();
-}
-
+// Besides the release of the name, `destroy` calls that of the root class, as the `destroy` of strings does.
 static bool releasesOwnSlots() {
-  return releasesBy(ztSlotClass_Instance(), method<SlotParts::destroy<ztSlot>>) && destroysOwnSlots();
+  return releasesBy(ztSlotClass_Instance(), method<SlotParts::destroy<ztSlot>>) && releasesStringsPlainly();
 }
 
 static void freeSlot(ztSlot *slot, FreedObjects *freed) {
@@ -47,7 +43,7 @@ static void freeSlot(ztSlot *slot, FreedObjects *freed) {
 static bool endSlotPlainly(void *object) {
   auto *slot = static_cast<ztSlot *>(object);
   if (ztOOP_classOf(object) != ztSlotClass_Instance()) return false;
-  if (!endsPlainly(slot->name) || !destroysOwnSlots()) return false;
+  if (!endsPlainly(slot->name) || !releasesStringsPlainly()) return false;
   FreedObjects freed;
   freeSlot(slot, &freed);
   return true;
