@@ -28,22 +28,6 @@ static bool deletesOwnItems(const ztClass *klass, DeleteItem deleteItem) {
          (deleteItem == nullptr ? deletePair : deleteItem);
 }
 
-// Whether a call on a map or its tree is under way.
-[[gnu::always_inline]] static inline bool isCalled(const ztMap *map, const ztAvlTree *tree) {
-  const UseTable *uses = usesUnderWay();
-  return uses != nullptr && (isUsed(uses, tree) || isUsed(uses, map));
-}
-
-bool ztcore::isBusy(const ztMap *map) {
-  return isCalled(map, map->tree) || mayBeSubject(map);
-}
-
-bool ztcore::isSole(const ztMap *map, const ztClass *klass) {
-  const ztAvlTree *tree = map->tree;
-  return map->klass == klass && tree->klass == ztAvlTreeClass_Instance() && tree->refCount <= 2 &&
-         map->refCount <= 2;
-}
-
 bool ztcore::releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteItem) {
   const ztAvlTree *tree = map->tree;
   return tree != nullptr && isSole(map, klass) && hasOwnRelease(klass) && !isBusy(map) &&
@@ -85,5 +69,5 @@ bool ztcore::popsPlainly(const ztClass *klass, DeleteItem deleteItem) {
 bool ztcore::hasOwnItems(const ztMap *map, const ztClass *klass) {
   const ztAvlTree *tree = map->tree;
   return map->klass == klass && tree != nullptr && tree->klass == ztAvlTreeClass_Instance() &&
-         tree->itemManager == map && !isCalled(map, tree);
+         tree->itemManager == map && !isCalled(map);
 }

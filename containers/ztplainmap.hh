@@ -6,6 +6,8 @@
 #include "containers/ztavltree.hh"
 #include "containers/ztmap.h"
 #include "containers/ztplain.hh"
+#include "containers/ztuse.hh"
+#include "core/ztcalls.hh"
 #include "core/ztshared.hh"
 
 namespace ztcore {
@@ -49,10 +51,22 @@ bool releasesPlainly(const ztMap *map, const ztClass *klass, DeleteItem deleteIt
 
 // Whether a map with a tree is of exactly this class, its tree is of the library's, and both have no further
 // references.
-bool isSole(const ztMap *map, const ztClass *klass);
+inline bool isSole(const ztMap *map, const ztClass *klass) {
+  const ztAvlTree *tree = map->tree;
+  return map->klass == klass && tree->klass == ztAvlTreeClass_Instance() && tree->refCount <= 2 &&
+         map->refCount <= 2;
+}
 
-// Whether a call on a map or its tree is under way, or the map's release.
-bool isBusy(const ztMap *map);
+// Whether a call on a map or its tree is under way.
+inline bool isCalled(const ztMap *map) {
+  const UseTable *uses = usesUnderWay();
+  return uses != nullptr && (isUsed(uses, map->tree) || isUsed(uses, map));
+}
+
+// The same, or the map's release.
+inline bool isBusy(const ztMap *map) {
+  return isCalled(map) || mayBeSubject(map);
+}
 
 // Whether the release of items calls only functions of the library.
 bool releasesItemsPlainly();

@@ -163,6 +163,13 @@ static void freeMaps(const ztObject &object) {
   }
 }
 
+static void releaseMaps(ztObject &object) {
+  if (!endsPlainly(object)) return ObjectParts::destroy(object);
+  freeMaps(object);
+  object.signals = nullptr;
+  object.dynamicProperties = nullptr;
+}
+
 // Removes an object that is being destroyed from the calls under way. Out of line, because mostly there are none.
 [[gnu::noinline]] static void leaveCalls(ztObject &object) {
   ObjectWatch::objectDestroyed(&object);
@@ -183,7 +190,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   clearReserved(object.klass);
   leavePeers(&object, again);
   leaveCalls(object);
-  ObjectParts::destroy(object);
+  releaseMaps(object);
   endCall(mark.mark);
 }
 
