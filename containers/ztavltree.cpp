@@ -42,11 +42,11 @@ template <typename Order>
 static bool findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Order orderOf, bool refusesEqual,
                       Place *place) {
   place->parent = probe;
-  place->right = true;
   place->top = nullptr;
   place->aboveTop = probe;
-  int depth = 0;
-  for (ztAvlTreeItem *item = tree->root; item != nullptr; item = treeLink(item, place->right)) {
+  bool right = true;
+  int64_t depth = 0;
+  for (ztAvlTreeItem *item = tree->root; item != nullptr;) {
     if (item->balance != 0) {
       place->top = item;
       place->aboveTop = place->parent;
@@ -55,10 +55,12 @@ static bool findPlace(const ztAvlTree *tree, ztAvlTreeItem *probe, Order orderOf
     fetchBelow(item);
     const int32_t order = orderOf(item->data);
     if (order == 0 && refusesEqual) return false;
-    place->right = order < 0;
-    place->goesRight[depth++] = place->right;
+    right = order < 0;
+    place->goesRight[depth++] = right;
     place->parent = item;
+    item = right ? item->right : item->left;
   }
+  place->right = right;
   return true;
 }
 
