@@ -144,7 +144,8 @@ static bool endsWith(const char *text, size_t length, const char *end) {
 }
 
 static bool onlyMakes(const char *call) {
-  const size_t length = strcspn(call, "+");
+  // C++ names have their arguments behind them.
+  const size_t length = strcspn(call, "+(");
   return endsWith(call, length, "_new") || endsWith(call, length, "_ctor") ||
          endsWith(call, length, "_newop") || beginsWith(call, "zt::");
 }

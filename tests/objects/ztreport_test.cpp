@@ -119,6 +119,13 @@ TEST_F(Report, NamesFunctionsOfProgramsAtFixedAddresses) {
   EXPECT_NE(host.errors().find(" leaveObject+0x"), std::string::npos) << host.errors();
 }
 
+TEST_F(Report, NamesFunctionsOfCppAsInTheSource) {
+  run("1", "", "reported_names");
+  EXPECT_NE(report().find("made by plant::makeGauge(int) (host_reported_names) < main (host_reported_names)"),
+            std::string::npos)
+      << report();
+}
+
 TEST_F(Report, GivesPlacesInProgramsWithoutNames) {
   run("1", "plant", "stripped_reported");
   EXPECT_NE(host.errors().find(" host_stripped_reported+0x"), std::string::npos) << host.errors();
