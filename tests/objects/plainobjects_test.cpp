@@ -367,6 +367,17 @@ TEST(PlainRelease, OfASignalInsideItsOwnReleaseDoesNothing) {
   EXPECT_TRUE(isStillThere);
 }
 
+// Ends the receiver, whose end calls a function of the host, which ends the sender.
+static void endFromWithin(void *sender, Object &receiver) {
+  bool hasEnded = false;
+  atEnd = [&](void *) {
+    release(sender);
+    hasEnded = true;
+  };
+  receiver = Object();
+  EXPECT_TRUE(hasEnded);
+}
+
 TEST(PlainRelease, OfASlotsNameMayEndTheSender) {
   void *sender = ztObject_ctor(nullptr, 1);
   Object receiver;
@@ -377,13 +388,7 @@ TEST(PlainRelease, OfASlotsNameMayEndTheSender) {
     release(slot->name);
     slot->name = static_cast<ztString *>(HookedText_ctor(nullptr, 1));
   }
-  bool hasEnded = false;
-  atEnd = [&](void *) {
-    release(sender);
-    hasEnded = true;
-  };
-  receiver = Object();
-  EXPECT_TRUE(hasEnded);
+  endFromWithin(sender, receiver);
 }
 
 // The first signal is not the root of the tree.
@@ -424,16 +429,10 @@ TEST(PlainRelease, OfAnItemMayEndTheSenderByTheUnRefThatAHostGaveToItems) {
       ASSERT_EQ(connectTo(sender, name, receiver, i == 0 ? diarySlot<0>() : diarySlot<1>()), 1);
     }
   }
-  bool hasEnded = false;
-  atEnd = [&](void *) {
-    release(sender);
-    hasEnded = true;
-  };
   auto &methods = tableOf<ztMapItemMethods>(ztMapItemClass_Instance());
   ownUnRef = methods.unRef;
   const Replaced replaced(methods.unRef, unRefOnce);
-  receiver = Object();
-  EXPECT_TRUE(hasEnded);
+  endFromWithin(sender, receiver);
 }
 
 TEST(PlainRelease, OfAnItemOfAHostsClassMayEndTheSender) {
@@ -448,13 +447,7 @@ TEST(PlainRelease, OfAnItemOfAHostsClassMayEndTheSender) {
   }
   ASSERT_EQ(ztOOP_classOf(slots->tree->root), ztMapItemClass_Instance());
   ASSERT_EQ(ztOOP_classOf(slots->tree->root->right), HookedItemClass_Instance());
-  bool hasEnded = false;
-  atEnd = [&](void *) {
-    release(sender);
-    hasEnded = true;
-  };
-  receiver = Object();
-  EXPECT_TRUE(hasEnded);
+  endFromWithin(sender, receiver);
 }
 
 // A release that ends an object has counted.
