@@ -20,6 +20,8 @@
 #include "objects/ztwatch.hh"
 #include "objects/ztweak.hh"
 
+#include <utility>
+
 using namespace ztcore;
 
 ZT_PIN_CLASS(ztObject, 40, 32);
@@ -144,30 +146,29 @@ static bool endsPlainly(const ztObject &object) {
 }
 
 // Out of line, because mostly nobody has taken or replaced one.
-[[gnu::noinline]] static void freeMapsApart(const ztObject &object) {
+[[gnu::noinline]] static void freeMapsApart(ztSignalMap *signals, ztPropertyMap *properties) {
   FreedObjects freed;
-  freeMap(asMap(object.signals), &freed);
-  freeMap(asMap(object.dynamicProperties), &freed);
+  freeMap(asMap(signals), &freed);
+  freeMap(asMap(properties), &freed);
 }
 
-static void freeMaps(const ztObject &object) {
+static void freeMaps(ztSignalMap *signals, ztPropertyMap *properties) {
   // Only such a block has a map of signals in it.
-  auto *maps = static_cast<MapsOfObject *>(blockOf(object.signals));
-  const bool isOne = maps != nullptr && object.signals->tree == &maps->signals.tree &&
-                     object.dynamicProperties == &maps->properties.map &&
-                     object.dynamicProperties->tree == &maps->properties.tree;
+  auto *maps = static_cast<MapsOfObject *>(blockOf(signals));
+  const bool isOne = maps != nullptr && signals->tree == &maps->signals.tree &&
+                     properties == &maps->properties.map && properties->tree == &maps->properties.tree;
   if (isOne) {
     leaveBlock(maps, newMaps.living);
   } else {
-    freeMapsApart(object);
+    freeMapsApart(signals, properties);
   }
 }
 
 static void releaseMaps(ztObject &object) {
   if (!endsPlainly(object)) return ObjectParts::destroy(object);
-  freeMaps(object);
-  object.signals = nullptr;
-  object.dynamicProperties = nullptr;
+  ztSignalMap *signals = std::exchange(object.signals, nullptr);
+  ztPropertyMap *properties = std::exchange(object.dynamicProperties, nullptr);
+  freeMaps(signals, properties);
 }
 
 // Removes an object that is being destroyed from the calls under way. Out of line, because mostly there are none.
@@ -200,7 +201,7 @@ ZT_OWN_FRAME static void objectDestroy(ztObject &object) {
   if ((object.flags & (objectBeingDestroyed | objectWatched)) != 0 || !endsPlainly(object)) return false;
   clearReserved(object.klass);
   if (hasCalls()) leaveCalls(object);
-  freeMaps(object);
+  freeMaps(object.signals, object.dynamicProperties);
   ztm_free(ended);
   return true;
 }
