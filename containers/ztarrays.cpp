@@ -132,7 +132,7 @@ bool ztcore::createsCharsPlainly() {
 bool ztcore::copiesCharsPlainly() {
   const ztClass *klass = ztCharArrayClass_Instance();
   return static_cast<const ztClassFunctions *>(klass->classTable)->newop == ztCharArray_newop &&
-         clonesOwnArrays(klass) && releasesCharsPlainly() && usesUnderWay() == nullptr && hasImage();
+         clonesOwnArrays(klass) && usesUnderWay() == nullptr && hasImage();
 }
 
 void ztcore::fillCharsLike(ztCharArray *chars, const ztCharArray *source, void *block) {

@@ -7,7 +7,7 @@
 
 namespace ztcore {
 
-// Whether creation; copying and releasing the copy; sizing; and release call only functions of the library.
+// Whether creation, copying, sizing and release call only functions of the library.
 bool createsCharsPlainly();
 bool copiesCharsPlainly();
 bool sizesCharsPlainly();

@@ -241,8 +241,7 @@ void ztcore::freeString(ztString *string, FreedObjects *freed) {
 }
 
 bool ztcore::copiesTextsPlainly() {
-  return ztString_table()->clone == method<stringClone> && ztBaseClass_table()->destroy == baseDestroy &&
-         releasesBy(ztStringClass_Instance(), method<stringDestroy>) && copiesCharsPlainly();
+  return ztString_table()->clone == method<stringClone> && releasesStringsPlainly() && copiesCharsPlainly();
 }
 
 bool ztcore::isPlainText(const ztString *string) {

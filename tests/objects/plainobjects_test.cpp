@@ -176,16 +176,21 @@ TEST(PlainRelease, OfAnObjectDeletesItsSignalsByTheManagerOfTheirTree) {
   EXPECT_EQ(calls, 1);
 }
 
+static void expectACallAtTheEndOfAConnection(const Object &sender, const Object &receiver) {
+  ztSignal *signal = signalOf(sender, "sent");
+  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
+  calls = 0;
+  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
+  EXPECT_EQ(calls, 1);
+}
+
 TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheManagerOfTheTree) {
   const Owned<ztMap, ztMapMethods> manager(ManagingMap_ctor);
   const Object sender;
   const Object receiver;
   ztSignal *signal = signalOf(sender, "sent");
   ztAvlTree_of(signal->slots->tree)->setItemManager(signal->slots->tree, manager);
-  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
-  calls = 0;
-  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
-  EXPECT_EQ(calls, 1);
+  expectACallAtTheEndOfAConnection(sender, receiver);
 }
 
 TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheClassOfTheMap) {
@@ -195,10 +200,7 @@ TEST(PlainRelease, OfAConnectionDeletesItsSlotByTheClassOfTheMap) {
   release(signal->slots);
   signal->slots = static_cast<ztSlotMap *>(ManagingMap_ctor(nullptr, 1));
   ztSlotMap_of(signal->slots)->setAllowDuplicate(signal->slots, 1);
-  ASSERT_EQ(sender->addSlot(ztObjectClass_Instance(), signal, receiver, "slot", diarySlot<0>()), 1);
-  calls = 0;
-  EXPECT_EQ(ztObject_disconnect(sender, "sent", receiver, diarySlot<0>()), 1);
-  EXPECT_EQ(calls, 1);
+  expectACallAtTheEndOfAConnection(sender, receiver);
 }
 
 TEST(PlainCreation, OfAConnectionPushesIntoATreeOfAHostsClassAndItsEndPops) {
